@@ -1,0 +1,30 @@
+# libmercato: every source of the folders below, and the table definitions as text.
+set(MERCATO_FOLDERS frame platform collaborators product upload catalog classification server)
+if(MERCATO_ONLY)
+  set(MERCATO_FOLDERS ${MERCATO_ONLY})
+endif()
+
+set(MERCATO_SOURCES)
+foreach(folder IN LISTS MERCATO_FOLDERS)
+  file(GLOB_RECURSE found CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${folder}/*.cpp)
+  list(APPEND MERCATO_SOURCES ${found})
+endforeach()
+
+# schema/*.sql becomes one source, so that a store can be created without any file beside the library.
+file(GLOB MERCATO_SCHEMA CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/schema/*.sql)
+set(schema_source ${PROJECT_BINARY_DIR}/generated/schema_texts.cpp)
+add_custom_command(
+  OUTPUT ${schema_source}
+  COMMAND ${CMAKE_COMMAND} -DOUTPUT=${schema_source} "-DFILES=${MERCATO_SCHEMA}" -P ${PROJECT_SOURCE_DIR}/cmake/embed_schema.cmake
+  DEPENDS ${MERCATO_SCHEMA} ${PROJECT_SOURCE_DIR}/cmake/embed_schema.cmake
+  VERBATIM)
+
+add_library(mercato SHARED ${MERCATO_SOURCES})
+if(NOT MERCATO_ONLY)
+  target_sources(mercato PRIVATE ${schema_source})
+endif()
+target_include_directories(mercato PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/mercato>)
+target_compile_features(mercato PUBLIC cxx_std_20)
+target_link_libraries(mercato PRIVATE SQLite::SQLite3 pugixml::pugixml CURL::libcurl fmt::fmt spdlog::spdlog ICU::uc ICU::i18n ${CMAKE_DL_LIBS})
+set_target_properties(mercato PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+add_library(mercato::mercato ALIAS mercato)

@@ -1,0 +1,16 @@
+option(MERCATO_TESTS "Build the tests" ON)
+option(MERCATO_BENCHMARKS "Build the benchmarks" OFF)
+option(MERCATO_FUZZERS "Build the fuzz targets (clang only)" OFF)
+set(MERCATO_SANITIZE "" CACHE STRING "Sanitizers for everything, such as address,undefined or thread")
+set(MERCATO_ONLY "" CACHE STRING "Folders to compile into the library instead of all, for work on a part")
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wconversion -Wsign-conversion)
+if(MERCATO_SANITIZE)
+  add_compile_options(-fsanitize=${MERCATO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${MERCATO_SANITIZE})
+endif()
+
+find_program(MERCATO_CCACHE ccache)
+if(MERCATO_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${MERCATO_CCACHE})
+endif()

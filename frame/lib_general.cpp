@@ -1,0 +1,64 @@
+#include "frame/lib_general.h"
+
+#include <limits>
+
+#include "frame/method.h"
+#include "frame/types/text.h"
+#include "platform/transactions/object_context.h"
+
+namespace mercato {
+
+ComponentPtr Gen_GetComponent(std::string_view progId) {
+  return method(
+      [&]() -> ComponentPtr {
+        ObjectContext* context = GetObjectContext();
+        return context ? context->CreateInstance(progId) : create_plain(progId);
+      },
+      Tail{"Lib_General.Gen_GetComponent", [&]() -> Variant {
+             const std::string name(progId);
+             if (!GetObjectContext()) return "CreateObject(" + name + ") failed";
+             return "CreateInstance(" + name +
+                    ") failed.\r\nNote: Objects having 'Instancing=PublicNotCreatable' may only be instantiated with "
+                    "'New', not with Gen_GetComponent()";
+           }});
+}
+
+double Gen_NullToZero(const Variant& iValue) { return iValue.is_null() ? 0 : iValue.to_double(); }
+
+Variant Gen_Lookup(std::string_view iName, const Array& iFields, const Array& iValues) {
+  for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
+    // The index is 16 bits wide.
+    if (index > std::numeric_limits<std::int16_t>::max()) raise(error_number::kOverflow);
+    const Variant& field = iFields.at(index);
+    if (field.is_text() && field.text_value() == iName) return iValues.at(index);
+  }
+  return kNull;
+}
+
+std::string Gen_SqlValue(const Variant& iValue) {
+  switch (iValue.type()) {
+    case Variant::Type::empty:
+    case Variant::Type::null:
+      return "null";
+    case Variant::Type::date:
+    case Variant::Type::text:
+      return "'" + Gen_QuoteSql(iValue.to_text()) + "'";
+    case Variant::Type::boolean:
+      return iValue.boolean_value() ? "1" : "0";
+    default:
+      return iValue.to_text();
+  }
+}
+
+std::string Gen_QuoteSql(std::string_view iText) { return text::replace_all(iText, "'", "''"); }
+
+std::string Gen_EscapeLike(std::string_view iText) {
+  // The brackets come first, since the later steps insert brackets.
+  std::string escaped = text::replace_all(Gen_QuoteSql(iText), "[", "[[]");
+  escaped = text::replace_all(escaped, "%", "[%]");
+  return text::replace_all(escaped, "_", "[_]");
+}
+
+std::string Gen_LikePattern(std::string_view iText) { return "N'" + text::replace_all(Gen_EscapeLike(iText), "*", "%") + "'"; }
+
+}  // namespace mercato

@@ -1,0 +1,52 @@
+// Recordset factories, and the functions that close what a method opened. Any thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "frame/connection.h"
+#include "frame/recordset.h"
+#include "frame/types/dictionary.h"
+
+namespace mercato {
+
+// Close what is open, then set the variable to nothing. Harmless on nothing.
+void Sql_CloseConnection(ConnectionPtr& iConnection);
+void Sql_CloseRecordset(RecordsetPtr& iRecordset);
+// For a recordset that was opened with a connection string. Raises 91 on nothing.
+void Sql_CloseDisconnectedRecordset(RecordsetPtr& iRecordset);
+
+// A recordset without a connection. The isolation statement runs on a connection of its own, not on the one that reads.
+// A failure is logged under "Lib_SQL.Sql_GetDisconnectedRecordset" with the connection's errors and the statement.
+RecordsetPtr Sql_GetDisconnectedRecordset(const Sql& iSQL, const std::string& iConnectionString,
+                                          std::optional<bool> iReadCommitted = std::nullopt);
+// Bound to the caller's open connection, which the caller closes. Logged under "Lib_SQL.Sql_GetReadonlyRecordset".
+RecordsetPtr Sql_GetReadonlyRecordset(const Sql& iSQL, const ConnectionPtr& iConnection);
+// Changeable in memory, without a connection. A failure closes the caller's connection, unlike the one above.
+// Logged under "Lib_SQL.SQL_GetWritableRecordset".
+RecordsetPtr SQL_GetWritableRecordset(const Sql& iSQL, ConnectionPtr& iConnection, std::int32_t iLockType);
+
+// The current row, column name to value; of two columns with one name the first. Empty for an empty recordset.
+// Logged under "Lib_SQL.Sql_GetRecordAsDictionary".
+DictionaryPtr Sql_GetRecordAsDictionary(const RecordsetPtr& iRecordset);
+// First column to second column of all rows. A doubled key keeps its first value and is logged as information.
+// Logged under "Lib_SQL.Sql_GetRecordsAsDictionary. SQL: '<statement>'".
+DictionaryPtr Sql_GetRecordsAsDictionary(const std::string& iConnectionString, const Sql& iSQL);
+
+// What the classes' private members of these names share.
+
+// The connection string of this thread: looked up in Grundwerk.Configuration at the first need, then kept.
+const std::string& shared_connection_string();
+// The same, but the web application is asked first.
+const std::string& shared_connection_string_of_application();
+// Forgets what this thread has looked up: for hosts that put a thread to another use, and for tests.
+void forget_thread_state();
+
+enum class Isolation { store_default, read_committed };
+// A new open connection.
+ConnectionPtr open_connection(const std::string& connection_string, Isolation isolation = Isolation::store_default);
+// The statement, " WHERE (condition)" or, when "WHERE" occurs in it (exact case), " AND (condition)".
+Sql with_condition(Sql iSQL, const Sql& iCondition);
+
+}  // namespace mercato

@@ -1,0 +1,82 @@
+// The rows of a query: streamed (forward only), held (client side), or updatable. One thread at a time.
+// A recordset cut loose from its connection owns its rows and stays readable.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/connection.h"
+#include "frame/types/variant.h"
+#include "platform/store/driver.h"
+
+namespace mercato {
+
+enum class CursorLocation : std::int32_t { server = 2, client = 3 };
+enum class CursorType : std::int32_t { unspecified = -1, forward_only = 0, keyset = 1, dynamic = 2, fixed = 3 };
+enum class LockType : std::int32_t { unspecified = -1, read_only = 1, pessimistic = 2, optimistic = 3, batch_optimistic = 4 };
+
+class Recordset : public Object {
+ public:
+  static std::shared_ptr<Recordset> create();
+  static constexpr std::string_view kClassName = "Recordset";
+  std::string_view type_name() const override { return kClassName; }
+
+  // Set before Open. Client side: the rows are fetched at once.
+  void SetCursorLocation(CursorLocation iLocation) { location_ = iLocation; }
+
+  // Runs the query and stands on its first row. Raises kObjectOpen, kObjectClosed for a closed connection, and what the
+  // store raises. With a connection string the recordset opens a connection of its own.
+  // A cursor with optimistic locks is updatable and reads one table; a read-only forward-only one streams.
+  void Open(const Sql& iSource, const ConnectionPtr& iConnection, CursorType iCursorType, LockType iLockType,
+            std::int32_t iOptions);
+  void Open(const Sql& iSource, const std::string& iConnectionString, CursorType iCursorType, LockType iLockType,
+            std::int32_t iOptions);
+  // A recordset without any store: rows that somebody computed.
+  static std::shared_ptr<Recordset> from_rows(store::RowLayoutPtr layout, std::vector<std::vector<Variant>> rows);
+  // For Connection: the streamed result of an executed statement.
+  static std::shared_ptr<Recordset> streaming(ConnectionPtr connection, std::unique_ptr<store::Cursor> cursor);
+
+  std::int32_t State() const { return open_ ? 1 : 0; }
+  // Raises kObjectClosed when it is closed.
+  void Close();
+
+  bool Eof() const;  // no current row, behind the last one or in an empty result; raises kObjectClosed
+  bool Bof() const;
+  // Raises kNoCurrentRow at the end.
+  void MoveNext();
+  // Only of held rows; raises kFeatureNotAvailable on a streamed recordset that has moved.
+  void MoveFirst();
+
+  std::size_t FieldCount() const;
+  const std::string& FieldName(std::size_t position) const;
+  const store::RowLayoutPtr& layout() const { return layout_; }
+  // The current row's value. Raises kNoSuchField, kNoCurrentRow.
+  const Variant& Value(std::string_view name) const;
+  const Variant& Value(std::size_t position) const;
+
+  // Writing. Raises kFeatureNotAvailable when the recordset is not updatable.
+  void AddNew();
+  // Converts to the column's type: raises 13 for what cannot be converted, kValueTooLong is the store's to raise.
+  void SetValue(std::string_view name, const Variant& value);
+  // Writes the row under construction, or the changed fields of the current one. An assigned key can be read after it.
+  // With batch locks nothing is written before UpdateBatch. Without a change it does nothing.
+  void Update();
+  void UpdateBatch();
+
+  // The connection, or null once cut loose. Setting null fetches what is left and cuts loose; setting a connection binds
+  // again, so that changes of a batch can be written.
+  const ConnectionPtr& ActiveConnection() const { return connection_; }
+  void SetActiveConnection(ConnectionPtr connection);
+
+  // All rows that are held, for handing a disconnected recordset on. Fetches what is left.
+  const std::vector<std::vector<Variant>>& rows();
+
+ private:
+  struct RowState;
+  // ... the implementer's
+};
+
+}  // namespace mercato

@@ -1,0 +1,51 @@
+#include "platform/automation/invoke.h"
+
+#include "platform/store/statement_observer.h"
+#include "platform/transactions/object_context.h"
+
+namespace mercato {
+namespace {
+
+thread_local CallObserver* call_observer = nullptr;
+
+void complete(std::vector<Variant>& arguments, const ClassTable& table, const MethodInfo& method) {
+  const std::string label = table.prog_id() + "." + method.name;
+  if (arguments.size() > method.arguments.size())
+    raise(error_number::kWrongNumberOfArguments, {},
+          label + " takes at most " + std::to_string(method.arguments.size()) + " arguments");
+  arguments.resize(method.arguments.size(), kMissing);
+  for (std::size_t position = 0; position < arguments.size(); ++position) {
+    if (!arguments[position].is_missing()) continue;
+    const ArgumentInfo& argument = method.arguments[position];
+    if (!argument.optional)
+      raise(error_number::kArgumentNotOptional, {}, label + ": argument " + argument.name + " is not optional");
+    arguments[position] = argument.default_value;
+  }
+}
+
+}  // namespace
+
+CallObserver* set_call_observer(CallObserver* observer) { return std::exchange(call_observer, observer); }
+
+Variant invoke(const ComponentPtr& target, std::string_view method_name, std::vector<Variant>& arguments) {
+  if (!target) raise(error_number::kObjectNotSet);
+  const ClassTable& table = target->class_table();
+  const MethodInfo* method = table.find(method_name);
+  if (!method)
+    raise(error_number::kNoSuchMethod, {}, table.prog_id() + " has no method " + std::string(method_name));
+  complete(arguments, table, *method);
+  Variant answer;
+  if (call_observer && call_observer->on_call(table, *method, arguments, answer)) return answer;
+  store::StatementOrigin origin(!table.is_collaborator());
+  ContextCall call(target->context());
+  Variant result = method->invoke(*target, arguments);
+  call.finish();
+  return result;
+}
+
+Variant invoke(const ComponentPtr& target, std::string_view method, std::initializer_list<Variant> arguments) {
+  std::vector<Variant> values(arguments);
+  return invoke(target, method, values);
+}
+
+}  // namespace mercato

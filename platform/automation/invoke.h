@@ -1,0 +1,32 @@
+// Late-bound calls. Every call between components passes here, so that a call can be watched, or answered in a
+// component's place.
+#pragma once
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "platform/automation/class_table.h"
+
+namespace mercato {
+
+// Calls a method by its name in any case, under the target's context. `arguments` is completed with the defaults of what was left
+// out, and holds after the call, failed or not, what became of the arguments by reference.
+// Raises 438 for an unknown method, 450 for too many arguments, 449 for one that is missing and has no default, what
+// conversions of arguments raise, and what the method raises.
+Variant invoke(const ComponentPtr& target, std::string_view method, std::vector<Variant>& arguments);
+// The same for arguments whose updates nobody wants.
+Variant invoke(const ComponentPtr& target, std::string_view method, std::initializer_list<Variant> arguments);
+
+// Watches this thread's late-bound calls.
+class CallObserver {
+ public:
+  virtual ~CallObserver() = default;
+  // Before the call. True: the call is answered with `result`, the method is not run. May raise in the method's place.
+  virtual bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments, Variant& result) = 0;
+};
+
+// The thread's observer; returns the one before.
+CallObserver* set_call_observer(CallObserver* observer);
+
+}  // namespace mercato

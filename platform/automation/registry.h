@@ -1,0 +1,22 @@
+// The process's component registry: which class answers to a ProgID. Any thread.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "platform/automation/class_table.h"
+
+namespace mercato {
+
+// Makes a class known, in place of one with the same ProgID. The table must outlive its registration.
+void register_class(const ClassTable& table);
+// Forgets it; does nothing when another class has taken its ProgID.
+void unregister_class(const ClassTable& table);
+// By ProgID in any case; null when none is known.
+const ClassTable* registered_class(std::string_view prog_id);
+// By class id; null when none is known.
+const ClassTable* registered_class_id(std::string_view class_id);
+// All of them, by ProgID.
+std::vector<const ClassTable*> registered_classes();
+
+}  // namespace mercato

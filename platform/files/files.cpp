@@ -1,0 +1,155 @@
+#include "platform/files/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "frame/types/raised_error.h"
+
+namespace mercato::files {
+namespace {
+
+constexpr std::size_t kLargestTransfer = std::size_t{1} << 30;  // one read or write call moves less than 2 GiB
+
+// `missing`: what "no such file" means for the operation at hand.
+[[noreturn]] void fail(std::string_view action, const std::string& path, int code, std::int32_t missing) {
+  std::int32_t number = error_number::kPathFileAccess;
+  if (code == ENOENT || code == ENOTDIR) number = missing;
+  if (code == EACCES || code == EPERM || code == EROFS) number = error_number::kPermissionDenied;
+  raise(number, {},
+        "Cannot " + std::string(action) + " \"" + path +
+            "\": " + std::error_code(code, std::generic_category()).message());
+}
+
+class Descriptor {
+ public:
+  explicit Descriptor(int value) : value_(value) {}
+  ~Descriptor() {
+    if (value_ >= 0) ::close(value_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int get() const { return value_; }
+
+ private:
+  int value_;
+};
+
+std::string folder_of(const std::string& path) {
+  const auto folder = std::filesystem::path(path).parent_path();
+  return folder.empty() ? "." : folder.string();
+}
+
+std::string name_beside(const std::string& path) {
+  static std::atomic<unsigned> counter{0};
+  // Its length does not depend on the target's, which may be as long as names can be.
+  return folder_of(path) + "/.mercato-" + std::to_string(::getpid()) + "-" + std::to_string(counter++) + ".tmp";
+}
+
+}  // namespace
+
+bool folder_exists(const std::string& path) {
+  std::error_code ignored;
+  return std::filesystem::is_directory(path, ignored);
+}
+
+void create_folder(const std::string& path) {
+  if (::mkdir(path.c_str(), 0777) == 0) return;
+  const int code = errno;
+  if (code == EEXIST && folder_exists(path)) return;
+  fail("create the folder", path, code, error_number::kPathNotFound);
+}
+
+bool file_exists(const std::string& path) {
+  std::error_code ignored;
+  const auto status = std::filesystem::status(path, ignored);
+  return std::filesystem::exists(status) && !std::filesystem::is_directory(status);
+}
+
+void delete_file(const std::string& path) {
+  if (folder_exists(path)) fail("delete the file", path, EISDIR, error_number::kFileNotFound);
+  if (::unlink(path.c_str()) != 0) fail("delete the file", path, errno, error_number::kFileNotFound);
+}
+
+std::string read_file(const std::string& path, std::size_t max_bytes) {
+  const auto failed = [&](int code) { fail("read the file", path, code, error_number::kFileNotFound); };
+  // Not blocking: opening a pipe that nobody writes to must not hang the caller.
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (file.get() < 0) failed(errno);
+  struct stat status = {};
+  if (::fstat(file.get(), &status) != 0) failed(errno);
+  if (S_ISDIR(status.st_mode)) failed(EISDIR);
+  if (!S_ISREG(status.st_mode)) failed(EINVAL);
+
+  std::string content;
+  const auto too_large = [&] {
+    raise(error_number::kPathFileAccess, {},
+          "Cannot read the file \"" + path + "\": it has more than " + std::to_string(max_bytes) + " bytes");
+  };
+  if (static_cast<std::uintmax_t>(status.st_size) > max_bytes) too_large();
+  // One byte more than the file had when it was opened: a last read of zero bytes then ends the loop without growing.
+  content.resize(static_cast<std::size_t>(status.st_size) + 1);
+  std::size_t filled = 0;
+  for (;;) {
+    const auto got = ::read(file.get(), content.data() + filled, std::min(content.size() - filled, kLargestTransfer));
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) failed(errno);
+    if (got == 0) break;
+    filled += static_cast<std::size_t>(got);
+    if (filled > max_bytes) too_large();
+    if (filled == content.size()) content.resize(content.size() * 2);
+  }
+  content.resize(filled);
+  return content;
+}
+
+void write_file_atomically(const std::string& path, std::string_view bytes) {
+  AtomicFile file(path);
+  file.write(bytes);
+  file.commit();
+}
+
+AtomicFile::AtomicFile(std::string path) : path_(std::move(path)) {
+  do {
+    beside_ = name_beside(path_);
+    descriptor_ = ::open(beside_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  } while (descriptor_ < 0 && errno == EEXIST);  // left behind by a process that had our id and was killed
+  if (descriptor_ < 0) fail("write the file", path_, errno, error_number::kPathNotFound);
+}
+
+AtomicFile::~AtomicFile() { discard(); }
+
+void AtomicFile::write(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const auto put = ::write(descriptor_, bytes.data(), std::min(bytes.size(), kLargestTransfer));
+    if (put < 0 && errno == EINTR) continue;
+    if (put < 0) fail("write the file", path_, errno, error_number::kPathNotFound);
+    bytes.remove_prefix(static_cast<std::size_t>(put));
+  }
+}
+
+void AtomicFile::commit() {
+  if (::fsync(descriptor_) != 0 || ::rename(beside_.c_str(), path_.c_str()) != 0) {
+    fail("write the file", path_, errno, error_number::kPathNotFound);
+  }
+  ::close(std::exchange(descriptor_, -1));
+  // The new name itself must survive a crash too. Some file systems cannot flush a folder; the file is complete then
+  // all the same.
+  const Descriptor folder(::open(folder_of(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder.get() >= 0) ::fsync(folder.get());
+}
+
+void AtomicFile::discard() noexcept {
+  if (descriptor_ < 0) return;
+  ::close(std::exchange(descriptor_, -1));
+  ::unlink(beside_.c_str());
+}
+
+}  // namespace mercato::files

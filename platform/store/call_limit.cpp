@@ -1,0 +1,66 @@
+#include "platform/store/call_limit.h"
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+#include "frame/types/raised_error.h"
+#include "frame/types/text.h"
+
+namespace mercato::store {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Limit {
+  int depth = 0;
+  bool armed = false;
+  bool passed = false;
+  std::uint32_t calls = 0;
+  double seconds = 0;
+  Clock::time_point deadline;
+};
+
+thread_local constinit Limit limit;
+
+[[noreturn]] void raise_passed() {
+  raise(error_number::kTimeout, {},
+        "Timeout expired: the call ran longer than its limit of " + text::number_text(limit.seconds) + " seconds");
+}
+
+}  // namespace
+
+CallLimit::CallLimit(double seconds) : outermost_(limit.depth++ == 0) {
+  if (!outermost_) return;
+  limit.armed = seconds > 0;
+  limit.passed = false;
+  limit.seconds = seconds;
+  // Longer than a year is as good as none, and stays clear of the clock's range.
+  constexpr double kLongest = 365.0 * 24 * 3600;
+  if (limit.armed)
+    limit.deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                        std::chrono::duration<double>(seconds < kLongest ? seconds : kLongest));
+}
+
+CallLimit::~CallLimit() {
+  --limit.depth;
+  if (outermost_) limit.armed = false;
+}
+
+void check_call_limit() {
+  if (!limit.armed) return;
+  if (limit.passed || (++limit.calls % 32 == 0 && call_limit_passed())) raise_passed();
+}
+
+void check_call_limit_now() {
+  if (call_limit_passed()) raise_passed();
+}
+
+bool call_limit_passed() noexcept {
+  if (!limit.armed) return false;
+  // Once passed it stays so: the walk that it ends may catch the first failure and go on.
+  if (!limit.passed) limit.passed = Clock::now() >= limit.deadline;
+  return limit.passed;
+}
+
+}  // namespace mercato::store

@@ -1,0 +1,26 @@
+// The longest time that one call from outside may take on this thread. The store asks on every statement and field
+// read, so that a walk without an end is ended, with kTimeout, without a change to the walk.
+#pragma once
+
+namespace mercato::store {
+
+// Starts the clock for one outermost call; nested ones keep the outer deadline. 0 seconds or less: no limit.
+class CallLimit {
+ public:
+  explicit CallLimit(double seconds);
+  ~CallLimit();
+  CallLimit(const CallLimit&) = delete;
+  CallLimit& operator=(const CallLimit&) = delete;
+
+ private:
+  bool outermost_;
+};
+
+// Raises kTimeout when the deadline has passed. Cheap enough for every field read: the clock is read at every 32nd call.
+void check_call_limit();
+// The same with the clock read each time: before a statement.
+void check_call_limit_now();
+// Whether it has passed, for code that may not throw.
+bool call_limit_passed() noexcept;
+
+}  // namespace mercato::store

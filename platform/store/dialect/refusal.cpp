@@ -1,0 +1,28 @@
+#include "platform/store/dialect/refusal.h"
+
+#include "frame/types/raised_error.h"
+#include "frame/types/text.h"
+
+namespace mercato::store::dialect {
+
+void refuse(std::string description) { raise(error_number::kStatementRefused, "SQLite store", std::move(description)); }
+
+std::string place_text(std::string_view text, std::size_t position) {
+  return " (character " + std::to_string(text::length(text.substr(0, position)) + 1) + ").";
+}
+
+void refuse_syntax(std::string_view text, std::size_t begin, std::size_t end) {
+  constexpr std::size_t kShown = 40;
+  const std::string_view near = text::left(text.substr(begin, end - begin), kShown);
+  refuse("Incorrect syntax near '" + std::string(near) + "'" + place_text(text, begin));
+}
+
+void refuse_syntax(const LexedStatement& lexed, std::uint32_t token) {
+  if (lexed.tokens[token].kind == TokenKind::end) {
+    if (token == 0) refuse("The statement is empty.");
+    --token;
+  }
+  refuse_syntax(lexed.text, lexed.tokens[token].begin, lexed.tokens[token].end);
+}
+
+}  // namespace mercato::store::dialect

@@ -1,0 +1,112 @@
+// What a store has to offer. A driver implements these interfaces for one engine; nothing above them knows which.
+// Statements arrive in the library's one dialect; the driver translates, caches and prepares. A session is used by
+// one thread at a time; sessions of different threads work side by side.
+//
+// Failures are raised with the numbers of raised_error.h: kStatementRefused for a statement that the store does not take,
+// kConstraintViolated, kValueTooLong, kTimeout beyond the call limit, kStoreFailure for the rest, each with
+// the engine's own words and what to do about it where that is known.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/types/variant.h"
+#include "platform/store/row_layout.h"
+#include "platform/store/statement.h"
+
+namespace mercato::store {
+
+// Which row of a table: its assigned number where the engine has one, else the values of its key.
+struct RowIdentity {
+  std::int64_t number = 0;
+  std::vector<Variant> key;
+};
+
+// A running query, forward only. Once its session is gone or was given back, its next move raises kObjectClosed.
+class Cursor {
+ public:
+  virtual ~Cursor() = default;
+  virtual const RowLayoutPtr& layout() const = 0;
+  // Moves to the next row, the first one at the first call; false at the end.
+  virtual bool next() = 0;
+  // The values of the current row, in the order of the layout; `row` is resized.
+  virtual void read(std::vector<Variant>& row) = 0;
+  // The current row's identity; only of a query that was run with `identified`.
+  virtual RowIdentity identity() = 0;
+};
+
+struct ExecuteOptions {
+  // Rows must carry their identity, and the layout their table: the statement reads one table.
+  bool identified = false;
+};
+
+struct Execution {
+  std::unique_ptr<Cursor> cursor;  // null for a statement without rows
+  std::int64_t affected = 0;       // rows changed; 0 for a query
+};
+
+// One physical connection.
+class Session {
+ public:
+  virtual ~Session() = default;
+
+  // Checks the pieces, runs one statement. Refuses a text that holds more than one.
+  virtual Execution execute(const Sql& statement, ExecuteOptions options = {}) = 0;
+
+  // A table by name in any case; null when there is none. Valid until the session runs a definition.
+  virtual const TableInfo* table(std::string_view name) = 0;
+
+  // Writes one row of updatable recordsets: the columns with these positions in `table.columns`, values of the
+  // columns' own types, as `to_column_type` makes them, or Null.
+  // Returns the new row's identity, the number being the assigned key where the table has one.
+  virtual RowIdentity insert_row(const TableInfo& table, std::span<const std::size_t> columns,
+                                 std::span<const Variant> values) = 0;
+  // Raises kStoreFailure when the row is no longer there.
+  virtual void update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+                          std::span<const Variant> values) = 0;
+
+  // Transaction control of the unit of work. `start_transaction` arms it: the engine begins at the first write.
+  virtual void start_transaction() = 0;
+  virtual void commit() = 0;    // durable when it returns
+  virtual void rollback() = 0;  // never throws for a lost connection
+  // A run of single statements that need not be flushed one by one: each stands for everybody on this session when it has
+  // run, and reaches other sessions within a few hundredths of a second, at the latest with the run's next statement.
+  // `end_run` makes all of it durable.
+  virtual void begin_run() = 0;
+  // Lets other sessions see, and write, at once: before the same thread uses one.
+  virtual void flush_run() = 0;
+  virtual void end_run() = 0;
+
+  // Ends what its user left open: cursors (their next move raises kObjectClosed), a transaction (rolled back), a run.
+  // Says whether the session can now serve the next caller as if it were new; a broken one is thrown away.
+  virtual bool reset() noexcept = 0;
+  // Whether its store is no longer what the connection string leads to: the file was deleted or replaced.
+  virtual bool outdated() const noexcept = 0;
+};
+
+// Makes sessions for one kind of store.
+class Driver {
+ public:
+  virtual ~Driver() = default;
+  virtual std::unique_ptr<Session> open(const std::string& connection_string) = 0;
+};
+
+// The value as a column of that type holds it; Null stays Null, Empty reads as the type's own empty value. Raises 13 for
+// a value that cannot be converted (any text but a date in a date column, any but a number in a number column), 6 beyond
+// the type's range. The width of a text is the store's to check.
+Variant to_column_type(const Variant& value, ColumnType type);
+
+// "Key=Value;Key=Value", keys in any case; the value of the first occurrence, trimmed, or nothing.
+std::optional<std::string> connection_property(std::string_view connection_string, std::string_view key);
+
+// The driver that the connection string's Provider names ("SQLite", also when none is named).
+// Raises kStoreFailure for an unknown provider, naming the known ones; for a blank string too.
+Driver& driver_for(const std::string& connection_string);
+
+}  // namespace mercato::store

@@ -1,0 +1,108 @@
+#include "platform/store/session_pool.h"
+
+#include <algorithm>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace mercato::store {
+namespace {
+
+constexpr std::size_t kMostIdlePerStore = 16;
+constexpr std::size_t kMostIdle = 64;
+
+struct Idle {
+  std::string connection_string;
+  std::unique_ptr<Session> session;
+};
+
+// Sessions are closed outside of the lock: closing may write.
+class Pool {
+ public:
+  std::unique_ptr<Session> take(const std::string& connection_string) {
+    const std::scoped_lock lock(mutex_);
+    // The latest first: its caches are warm, and with one store it is the first one looked at.
+    const auto found = std::find_if(idle_.rbegin(), idle_.rend(), [&](const Idle& candidate) {
+      return candidate.connection_string == connection_string;
+    });
+    if (found == idle_.rend()) return nullptr;
+    std::unique_ptr<Session> session = std::move(found->session);
+    idle_.erase(std::next(found).base());
+    return session;
+  }
+
+  void put(std::string connection_string, std::unique_ptr<Session> session) {
+    std::unique_ptr<Session> surplus;
+    const std::scoped_lock lock(mutex_);
+    const auto same = std::count_if(idle_.begin(), idle_.end(), [&](const Idle& candidate) {
+      return candidate.connection_string == connection_string;
+    });
+    if (static_cast<std::size_t>(same) >= kMostIdlePerStore) {
+      surplus = std::move(session);
+      return;
+    }
+    if (idle_.size() >= kMostIdle) {
+      surplus = std::move(idle_.front().session);
+      idle_.erase(idle_.begin());
+    }
+    idle_.push_back({std::move(connection_string), std::move(session)});
+  }
+
+  void clear() {
+    std::vector<Idle> closing;
+    const std::scoped_lock lock(mutex_);
+    closing.swap(idle_);
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<Idle> idle_;  // in the order of their return
+};
+
+// Never destroyed: a thread that outlives main may still give a session back.
+Pool& pool() {
+  static Pool* const instance = new Pool;
+  return *instance;
+}
+
+// Idle sessions are closed in order when the library goes, so that their files are left tidy.
+const struct CloseAtExit {
+  ~CloseAtExit() { close_idle_sessions(); }
+} close_at_exit;
+
+}  // namespace
+
+PooledSession::PooledSession(std::string connection_string, std::unique_ptr<Session> session)
+    : connection_string_(std::move(connection_string)), session_(std::move(session)) {}
+
+PooledSession& PooledSession::operator=(PooledSession&& other) noexcept {
+  if (this != &other) {
+    release();
+    connection_string_ = std::move(other.connection_string_);
+    session_ = std::move(other.session_);
+  }
+  return *this;
+}
+
+PooledSession::~PooledSession() { release(); }
+
+void PooledSession::release() noexcept {
+  if (!session_) return;
+  std::unique_ptr<Session> session = std::move(session_);
+  if (!session->reset()) return;
+  try {
+    pool().put(std::move(connection_string_), std::move(session));
+  } catch (...) {
+    // Out of memory: the session is closed instead of kept.
+  }
+}
+
+PooledSession acquire_session(const std::string& connection_string) {
+  while (std::unique_ptr<Session> idle = pool().take(connection_string))
+    if (!idle->outdated()) return {connection_string, std::move(idle)};
+  return {connection_string, driver_for(connection_string).open(connection_string)};
+}
+
+void close_idle_sessions() { pool().clear(); }
+
+}  // namespace mercato::store

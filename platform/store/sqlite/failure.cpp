@@ -1,0 +1,96 @@
+#include "platform/store/sqlite/failure.h"
+
+#include <cerrno>
+#include <string_view>
+#include <system_error>
+
+namespace mercato::store::sqlite {
+namespace {
+
+using namespace error_number;
+
+std::string quoted(const std::string& path) { return "'" + path + "'"; }
+
+// "UNIQUE constraint failed: T.A, T.B" names what failed behind the colon.
+std::string_view object_of(std::string_view words) {
+  const std::size_t colon = words.find(": ");
+  return colon == std::string_view::npos ? std::string_view() : words.substr(colon + 2);
+}
+
+RaisedError violation(int code, const std::string& words) {
+  const std::string object(object_of(words));
+  switch (code) {
+    case SQLITE_CONSTRAINT_NOTNULL:
+      return {kConstraintViolated, {}, object + " may not be Null (" + words + ").", {}, 0};
+    case SQLITE_CONSTRAINT_UNIQUE:
+    case SQLITE_CONSTRAINT_PRIMARYKEY:
+    case SQLITE_CONSTRAINT_ROWID:
+      return {kConstraintViolated, {}, "There is already a row with this key (" + words + ").", {}, 0};
+    default:
+      return {kConstraintViolated, {}, "The change violates a constraint of the store (" + words + ").", {}, 0};
+  }
+}
+
+bool says_full(int system_error) {
+  return system_error == ENOSPC || system_error == EDQUOT || system_error == EFBIG;
+}
+
+RaisedError describe(sqlite3* engine, int code, const std::string& path, long waited_ms) {
+  const std::string words = engine ? sqlite3_errmsg(engine) : sqlite3_errstr(code);
+  const int system_error = engine ? sqlite3_system_errno(engine) : 0;
+  const auto failure = [](std::int32_t number, std::string description) {
+    return RaisedError{number, {}, std::move(description), {}, 0};
+  };
+  const auto full = [&] {
+    return failure(kStoreFailure, "The disk is full: the store " + quoted(path) +
+                                      " cannot grow. Free some space, then repeat the call (" + words + ").");
+  };
+  switch (code & 0xFF) {
+    case SQLITE_CONSTRAINT:
+      return violation(code, words);
+    case SQLITE_TOOBIG:
+      return failure(kValueTooLong, "The value is larger than the store can hold (" + words + ").");
+    case SQLITE_ERROR:
+    case SQLITE_MISMATCH:
+    case SQLITE_SCHEMA:
+    case SQLITE_RANGE:
+      return failure(kStatementRefused, "The store refused the statement: " + words + ".");
+    case SQLITE_FULL:
+      return full();
+    case SQLITE_READONLY:
+      return failure(kStoreFailure, "The store " + quoted(path) +
+                                        " is read-only. Give this process the right to write to the file and its folder (" +
+                                        words + ").");
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+      return failure(kStoreFailure, "Another process or connection holds the store " + quoted(path) + ", and did not let go of it in " +
+                                        std::to_string(waited_ms) + " milliseconds (" + words + ").");
+    case SQLITE_CORRUPT:
+      return failure(kStoreFailure,
+                     "The store " + quoted(path) + " is damaged. Bring it back from a backup (" + words + ").");
+    case SQLITE_NOTADB:
+      return failure(kStoreFailure, quoted(path) + " is not a store. Correct Data Source (" + words + ").");
+    case SQLITE_NOMEM:
+      return failure(kOutOfMemory, {});
+    case SQLITE_IOERR:
+    case SQLITE_CANTOPEN: {
+      if (says_full(system_error)) return full();
+      std::string reason = words;
+      if (system_error != 0) reason += ": " + std::generic_category().message(system_error);
+      return failure(kStoreFailure, "The store " + quoted(path) + " cannot be read or written (" + reason + ").");
+    }
+    default:
+      return failure(kStoreFailure, "The store " + quoted(path) + " reported a failure (" + words + ").");
+  }
+}
+
+}  // namespace
+
+RaisedError failure_of(sqlite3* engine, int code, const std::string& path, long waited_ms) {
+  RaisedError failure = describe(engine, code, path, waited_ms);
+  failure.Source = kFailureSource;
+  if (failure.Description.empty()) failure.Description = default_description(failure.Number);
+  return failure;
+}
+
+}  // namespace mercato::store::sqlite

@@ -1,0 +1,19 @@
+// What the engine's result codes mean to the caller: number and text of the failure. Any thread.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <string>
+
+#include "frame/types/raised_error.h"
+
+namespace mercato::store::sqlite {
+
+// Of every failure that this driver reports.
+inline constexpr std::string_view kFailureSource = "SQLite store";
+
+// The failure behind an extended result code that the engine has just given; `path` is the store, `waited_ms` how long a
+// lock was waited for. The engine's own words stand in the text.
+RaisedError failure_of(sqlite3* engine, int code, const std::string& path, long waited_ms);
+
+}  // namespace mercato::store::sqlite

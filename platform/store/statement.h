@@ -1,0 +1,86 @@
+// The text of one statement, built by concatenation from pieces that say what they are. The finished text is exactly
+// what was put in; the marks let the store refuse a text in which a value is anything but one literal, or a name
+// anything but one name. A value type; one thread at a time.
+//
+//   Sql sql;
+//   sql << "SELECT USERID FROM COMMODITY WHERE COMMODITYCODE='" << value(Gen_QuoteSql(code)) << "'";
+//   sql << "SELECT * FROM PRODUCT WHERE PRODUCTID=" << iProductID;
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mercato {
+
+// A piece that only the compiler can make: a literal in the source.
+class LiteralPiece {
+ public:
+  template <std::size_t Size>
+  consteval LiteralPiece(const char (&text)[Size]) : text_(text, Size - 1) {}  // NOLINT: implicit on purpose
+  constexpr std::string_view text() const { return text_; }
+
+ private:
+  std::string_view text_;
+};
+
+// Pieces that are known at run time only. Each refers to a text that outlives the expression it stands in.
+struct ValuePiece {
+  std::string_view text;
+};
+struct NamePiece {
+  std::string_view text;
+};
+struct ClausePiece {
+  std::string_view text;
+};
+
+// A value: part of one text literal when it stands between quotes, else one whole literal.
+inline ValuePiece value(std::string_view text) { return {text}; }
+// One name of a table or column.
+inline NamePiece name(std::string_view text) { return {text}; }
+// What the interface lets a caller supply whole: a catalogue list, a where clause, sort fields. It may not end the
+// statement, begin a comment, or close a bracket that it did not open.
+inline ClausePiece clause(std::string_view text) { return {text}; }
+
+class Sql {
+ public:
+  enum class PieceKind : std::uint8_t { value, name, clause };
+  struct Mark {
+    PieceKind kind;
+    std::uint32_t begin;
+    std::uint32_t end;  // one past the last byte
+  };
+
+  Sql() = default;
+  Sql(LiteralPiece piece) : text_(piece.text()) {}  // NOLINT: a literal is a statement
+  // A statement that somebody outside of the library wrote whole.
+  static Sql verbatim(std::string text);
+
+  Sql& operator<<(LiteralPiece piece) {
+    text_ += piece.text();
+    return *this;
+  }
+  Sql& operator<<(ValuePiece piece) { return append(PieceKind::value, piece.text); }
+  Sql& operator<<(NamePiece piece) { return append(PieceKind::name, piece.text); }
+  Sql& operator<<(ClausePiece piece) { return append(PieceKind::clause, piece.text); }
+  // Numbers are values in their plain decimal form.
+  Sql& operator<<(std::int16_t number) { return *this << std::int32_t{number}; }
+  Sql& operator<<(std::int32_t number);
+  Sql& operator<<(double number);
+  // Another statement's pieces, marks included.
+  Sql& operator<<(const Sql& other);
+
+  const std::string& text() const { return text_; }
+  const std::vector<Mark>& marks() const { return marks_; }
+
+ private:
+  Sql& append(PieceKind kind, std::string_view text);
+
+  std::string text_;
+  std::vector<Mark> marks_;
+};
+
+}  // namespace mercato

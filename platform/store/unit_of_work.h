@@ -1,0 +1,61 @@
+// The store work of one transaction, or of one run of single statements: all connections that are used under it, on
+// this thread, share one session for each connection string. Bound to the thread it was made current on.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/store/driver.h"
+#include "platform/store/session_pool.h"
+
+namespace mercato::store {
+
+class UnitOfWork {
+ public:
+  enum class Kind {
+    transaction,  // everything stands or falls together
+    run,          // each statement stands when it has run; flushed together
+  };
+
+  explicit UnitOfWork(Kind kind) : kind_(kind) {}
+  UnitOfWork(const UnitOfWork&) = delete;
+  UnitOfWork& operator=(const UnitOfWork&) = delete;
+  // What was not committed is rolled back; a run is ended, failures swallowed. Never throws.
+  ~UnitOfWork();
+
+  Kind kind() const { return kind_; }
+  // The shared session, enlisted at its first use.
+  Session& session(const std::string& connection_string);
+  // Raises what the store raises; everything is rolled back then. A run is made durable.
+  void commit();
+  void rollback() noexcept;
+
+  // The unit of work that this thread's connections join, or null.
+  static UnitOfWork* current();
+
+  // Makes a unit of work (or none: null) current for the life of the guard. A run that it replaces is flushed first,
+  // so that its write lock is in nobody's way; raises what that raises.
+  class Current {
+   public:
+    explicit Current(UnitOfWork* unit);
+    ~Current();
+    Current(const Current&) = delete;
+    Current& operator=(const Current&) = delete;
+
+   private:
+    UnitOfWork* previous_;
+  };
+
+ private:
+  struct Enlisted {
+    std::string connection_string;
+    PooledSession session;
+  };
+  void flush_run(const Session* except);
+
+  Kind kind_;
+  std::vector<Enlisted> enlisted_;
+};
+
+}  // namespace mercato::store

@@ -1,0 +1,33 @@
+-- Tables of the default collaborators: users, business partners, currencies and their rates.
+
+CREATE TABLE USERS (
+  USERID nvarchar(60) NOT NULL PRIMARY KEY,
+  USERNAME nvarchar(255) NULL,
+  ISACTIVE smallint NULL,
+  ISBUYER smallint NULL,
+  PROPERTYGROUPID int NULL
+);
+
+CREATE TABLE BUSINESSPARTNER (
+  BUSINESSPARTNERID int NOT NULL IDENTITY(1,1) PRIMARY KEY,
+  BUSINESSID nvarchar(100) NOT NULL,
+  PARTNERNAME nvarchar(255) NULL,
+  DEFAULTBUYER nvarchar(60) NULL,
+  UNIQUE (BUSINESSID)
+);
+
+CREATE TABLE CURRENCY (
+  CURRENCYCODE nvarchar(10) NOT NULL PRIMARY KEY,
+  DESCRIPTION nvarchar(255) NULL
+);
+
+-- A rate counts from its day until a later one of the same pair.
+CREATE TABLE EXCHANGERATE (
+  SOURCECODE nvarchar(10) NULL,
+  TARGETCODE nvarchar(10) NULL,
+  EFFECTIVEDATE datetime NULL,
+  RATE float NULL
+);
+
+-- The latest rate of a pair.
+CREATE INDEX IX_EXCHANGERATE_SOURCECODE ON EXCHANGERATE (SOURCECODE, TARGETCODE, EFFECTIVEDATE);
