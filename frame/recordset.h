@@ -61,9 +61,13 @@ class Recordset : public Object {
   void AddNew();
   // Converts to the column's type: raises 13 for what cannot be converted, kValueTooLong is the store's to raise.
   void SetValue(std::string_view name, const Variant& value);
-  // Writes the row under construction, or the changed fields of the current one. An assigned key can be read after it.
-  // With batch locks nothing is written before UpdateBatch. Without a change it does nothing.
+  // Writes the row under construction, or the changed fields of the current one. An assigned key can be read after it;
+  // other fields that were not set read as Null. With batch locks, and while cut loose, nothing is written before
+  // UpdateBatch. Without a change it does nothing. Moving on, and AddNew, update what was changed; Close drops it.
+  // Raises kNoCurrentRow at the end, and what the store raises: the change is then still there, unwritten.
   void Update();
+  // Writes all changes in the order of the rows. Raises kObjectClosed without an open connection. Rows before one that
+  // fails are written.
   void UpdateBatch();
 
   // The connection, or null once cut loose. Setting null fetches what is left and cuts loose; setting a connection binds
@@ -73,10 +77,41 @@ class Recordset : public Object {
 
   // All rows that are held, for handing a disconnected recordset on. Fetches what is left.
   const std::vector<std::vector<Variant>>& rows();
+  // The number of rows; -1 for a streamed recordset, which does not know it.
+  std::int32_t RecordCount() const;
 
  private:
-  struct RowState;
-  // ... the implementer's
+  using Row = std::vector<Variant>;
+
+  // What an updatable recordset knows of a row besides its values.
+  struct RowState {
+    store::RowIdentity identity;
+    std::vector<std::size_t> changed;  // fields that are not in the store yet
+    bool is_new = false;               // the row itself is not
+    bool is_dirty() const { return is_new || !changed.empty(); }
+  };
+
+  void require_open() const;
+  void require_updatable() const;
+  std::size_t position_of(std::string_view name) const;
+  bool at_end() const { return current_ >= rows_.size(); }
+  void advance();
+  void fetch_rest();
+  void write_current_row_if_dirty();
+  void write_row(std::size_t row);
+
+  store::RowLayoutPtr layout_;
+  ConnectionPtr connection_;
+  std::unique_ptr<store::Cursor> cursor_;  // while rows are streamed; `rows_` then holds the current one only
+  std::vector<Row> rows_;
+  std::vector<RowState> states_;  // one for each row of an updatable recordset, else empty
+  std::size_t current_ = 0;
+  CursorLocation location_ = CursorLocation::server;
+  bool open_ = false;
+  bool updatable_ = false;
+  bool batch_ = false;
+  bool was_empty_ = false;
+  bool has_moved_ = false;
 };
 
 }  // namespace mercato

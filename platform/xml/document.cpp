@@ -1,7 +1,6 @@
 #include "platform/xml/document.h"
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
 #include "frame/types/raised_error.h"
@@ -48,30 +47,6 @@ bool is_url(std::string_view text) {
   return scheme.size() > 1 && scheme.size() < text.size() && scheme.find_first_of("/\\") == std::string_view::npos;
 }
 
-class StringWriter : public pugi::xml_writer {
- public:
-  void write(const void* data, std::size_t size) override { text.append(static_cast<const char*>(data), size); }
-  std::string text;
-};
-
-// Keeps the first failure for later: it must not pass through the parser's code.
-class FileWriter : public pugi::xml_writer {
- public:
-  explicit FileWriter(files::AtomicFile& file) : file_(file) {}
-  void write(const void* data, std::size_t size) override {
-    if (failure) return;
-    try {
-      file_.write({static_cast<const char*>(data), size});
-    } catch (...) {
-      failure = std::current_exception();
-    }
-  }
-  std::exception_ptr failure;
-
- private:
-  files::AtomicFile& file_;
-};
-
 }  // namespace
 
 NodeType Node::type() const {
@@ -86,7 +61,7 @@ std::string_view Node::name() const {
 
 std::optional<std::string> Node::attribute(std::string_view name) const {
   const auto node = required(*this);
-  if (attribute_ != nullptr) return std::nullopt;
+  if (attribute_ != nullptr || node.type() != pugi::node_element) return std::nullopt;
   for (const auto candidate : node.attributes()) {
     if (name == candidate.name()) return candidate.value();
   }
@@ -231,16 +206,14 @@ Node Document::select_first(std::string_view xpath) const { return tree_->select
 
 void Document::save(const std::string& path) const {
   files::AtomicFile file(path);
-  FileWriter writer(file);
-  tree_->print(writer);
-  if (writer.failure) std::rethrow_exception(writer.failure);
+  tree_->print([&file](std::string_view piece) { file.write(piece); });
   file.commit();
 }
 
 std::string Document::save_text() const {
-  StringWriter writer;
-  tree_->print(writer);
-  return std::move(writer.text);
+  std::string text;
+  tree_->print([&text](std::string_view piece) { text += piece; });
+  return text;
 }
 
 }  // namespace mercato::xml

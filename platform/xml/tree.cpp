@@ -57,6 +57,12 @@ pugi::xml_node Tree::following(pugi::xml_node node, pugi::xml_node top) const {
   return next;
 }
 
+pugi::xml_node Tree::document_element() const {
+  // The bin stands behind the root.
+  const pugi::xml_node element = document_.document_element();
+  return is_bin(element) ? pugi::xml_node() : element;
+}
+
 Node Tree::node(pugi::xml_node node, pugi::xml_attribute attribute) {
   if (!node) return {};
   const auto entry = Tree::entry(node, attribute);
@@ -233,9 +239,9 @@ void Tree::map_back(Entries& found) const {
   }
 }
 
-void Tree::print(pugi::xml_writer& writer) const {
+void Tree::print(const Sink& sink) const {
   for (const pugi::xml_node child : document_.children()) {
-    if (!is_bin(child)) child.print(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
+    if (!is_bin(child)) xml::print(child, sink);
   }
 }
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/xml/document.h"
+#include "platform/xml/printer.h"
 
 namespace mercato::xml {
 
@@ -24,7 +25,7 @@ class Tree : public std::enable_shared_from_this<Tree> {
   // Parses well-formed UTF-8 (see well_formed.h) within the buffer, which it keeps. Returns why it could not.
   std::string parse(std::string text);
 
-  pugi::xml_node document_element() const { return document_.document_element(); }
+  pugi::xml_node document_element() const;
   bool is_bin(pugi::xml_node node) const { return bin_ && node == bin_; }
   // The node that follows in document order among `top` and what is below it, the bin left out; null behind the last.
   pugi::xml_node following(pugi::xml_node node, pugi::xml_node top) const;
@@ -33,7 +34,7 @@ class Tree : public std::enable_shared_from_this<Tree> {
   Node select_first(std::string_view xpath);
   NodeList elements(std::string_view name);
   void remove(pugi::xml_node node);
-  void print(pugi::xml_writer& writer) const;
+  void print(const Sink& sink) const;
 
   Node node(pugi::xml_node node, pugi::xml_attribute attribute = {});
   NodeList list(Entries entries);

@@ -273,8 +273,8 @@ class Judge {
         p_ += 2;
         break;
       }
-      if (p_ == end_) fail(begin, "the tag <" + shown(element) + " never ends");
-      if (!spaced) fail(p_, "the tag <" + shown(element) + " is not well-formed");
+      if (p_ == end_) fail(begin, "the tag <" + shown(element) + "> never ends");
+      if (!spaced) fail(p_, "the tag <" + shown(element) + "> is not well-formed");
       attribute();
     }
     check_many_attributes(begin);
@@ -294,7 +294,7 @@ class Judge {
       }
     }
     skip_space();
-    if (*p_ != '>') fail(begin, "the end tag </" + shown(expected) + " is not well-formed");
+    if (*p_ != '>') fail(begin, "the end tag </" + shown(expected) + "> is not well-formed");
     ++p_;
     open_.pop_back();
   }

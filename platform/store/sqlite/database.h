@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "frame/types/raised_error.h"
+#include "platform/store/row_layout.h"
 
 namespace mercato::store::sqlite {
 
@@ -44,13 +45,16 @@ class Database {
   std::int64_t query_integer(const char* sql);
 
   // What the engine has just reported; kTimeout when the call limit is what ended the statement.
-  RaisedError failure(int code) const;
+  // `table` is the one that the statement wrote, if any.
+  RaisedError failure(int code, const TableInfo* table = nullptr) const;
   [[noreturn]] void raise(int code) const { throw Raised(failure(code)); }
 
   // While false, a statement is not ended by the call limit: for single writes inside a group of them, which the engine
   // would undo as a whole.
   void set_interruptible(bool interruptible) { interruptible_ = interruptible; }
 
+  // Whether a commit is durable when it returns; as opened, it is.
+  void set_durable_commits(bool durable);
   // Makes everything durable that was committed, also what was committed without a flush.
   void flush_to_disk();
 
@@ -69,6 +73,7 @@ class Database {
   std::chrono::steady_clock::time_point wait_began_;
   long waited_ms_ = 0;
   bool interruptible_ = true;
+  bool in_memory_ = false;
   dev_t device_ = 0;
   ino_t inode_ = 0;
   std::unique_ptr<sqlite3, CloseEngine> engine_;

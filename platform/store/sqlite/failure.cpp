@@ -1,8 +1,11 @@
 #include "platform/store/sqlite/failure.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string_view>
 #include <system_error>
+
+#include "platform/store/dialect/declared_type.h"
 
 namespace mercato::store::sqlite {
 namespace {
@@ -17,9 +20,25 @@ std::string_view object_of(std::string_view words) {
   return colon == std::string_view::npos ? std::string_view() : words.substr(colon + 2);
 }
 
-RaisedError violation(int code, const std::string& words) {
+// The column that a check of the table definition guards, by the check's name.
+const Column* guarded_column(const TableInfo* table, std::string_view constraint,
+                             std::string (*name_of)(std::string_view column)) {
+  if (!table) return nullptr;
+  const auto column = std::ranges::find_if(
+      table->columns, [&](const Column& candidate) { return name_of(candidate.name) == constraint; });
+  return column == table->columns.end() ? nullptr : &*column;
+}
+
+RaisedError violation(int code, const std::string& words, const TableInfo* table) {
   const std::string object(object_of(words));
   switch (code) {
+    case SQLITE_CONSTRAINT_CHECK:
+      if (const Column* column = guarded_column(table, object, &dialect::width_constraint))
+        return {kValueTooLong, {}, "The value is too long: column " + table->name + "." + column->name + " takes at most " +
+                                       std::to_string(column->width) + " characters.", {}, 0};
+      if (const Column* column = guarded_column(table, object, &dialect::range_constraint))
+        return {kValueTooLong, {}, "The value is out of the range of column " + table->name + "." + column->name + ".", {}, 0};
+      return {kConstraintViolated, {}, "The change violates a check of the store (" + words + ").", {}, 0};
     case SQLITE_CONSTRAINT_NOTNULL:
       return {kConstraintViolated, {}, object + " may not be Null (" + words + ").", {}, 0};
     case SQLITE_CONSTRAINT_UNIQUE:
@@ -35,7 +54,7 @@ bool says_full(int system_error) {
   return system_error == ENOSPC || system_error == EDQUOT || system_error == EFBIG;
 }
 
-RaisedError describe(sqlite3* engine, int code, const std::string& path, long waited_ms) {
+RaisedError describe(sqlite3* engine, int code, const std::string& path, long waited_ms, const TableInfo* table) {
   const std::string words = engine ? sqlite3_errmsg(engine) : sqlite3_errstr(code);
   const int system_error = engine ? sqlite3_system_errno(engine) : 0;
   const auto failure = [](std::int32_t number, std::string description) {
@@ -47,7 +66,7 @@ RaisedError describe(sqlite3* engine, int code, const std::string& path, long wa
   };
   switch (code & 0xFF) {
     case SQLITE_CONSTRAINT:
-      return violation(code, words);
+      return violation(code, words, table);
     case SQLITE_TOOBIG:
       return failure(kValueTooLong, "The value is larger than the store can hold (" + words + ").");
     case SQLITE_ERROR:
@@ -86,8 +105,8 @@ RaisedError describe(sqlite3* engine, int code, const std::string& path, long wa
 
 }  // namespace
 
-RaisedError failure_of(sqlite3* engine, int code, const std::string& path, long waited_ms) {
-  RaisedError failure = describe(engine, code, path, waited_ms);
+RaisedError failure_of(sqlite3* engine, int code, const std::string& path, long waited_ms, const TableInfo* table) {
+  RaisedError failure = describe(engine, code, path, waited_ms, table);
   failure.Source = kFailureSource;
   if (failure.Description.empty()) failure.Description = default_description(failure.Number);
   return failure;

@@ -1,0 +1,73 @@
+#include "classification/t_unit.h"
+
+#include "classification/code_table.h"
+#include "frame/contracts.h"
+#include "frame/lib_general.h"
+#include "frame/types/text.h"
+
+namespace mercato {
+
+const ClassTable& TUnit::table() {
+  static const ClassTable table =
+      ClassTable::of<TUnit>("Mercato.TUnit", "{6B1D9C52-7E0A-4C41-9E1B-2A54F0D3A103}", TransactionAttribute::required)
+          .method("Delete", &TUnit::Delete, {"iUnitCode"})
+          .implements_referential_integrity(&TUnit::IReferentialIntegrity_BeforeDelete, &TUnit::IReferentialIntegrity_Exists);
+  return table;
+}
+
+bool TUnit::Delete(std::string& iUnitCode) {
+  grundwerk::ReferentialChecker checker;
+  ConnectionPtr connection;
+  return method(
+      [&]() -> Answer<bool> {
+        if (!checker.CheckBeforeDelete("UNIT", Array{"UNITCODE"}, Array{iUnitCode})) return refused;
+        if (!canDeleteUnit(iUnitCode)) return refused;
+        Sql sql;
+        sql << "DELETE FROM UNIT WHERE UNITCODE = '" << value(Gen_QuoteSql(iUnitCode)) << "'";
+        if (classification::delete_rows(connection, sql) == 0) raise(eUnitNotFound, "Mercato.Unit.Delete", "Unit not found");
+        Sql_CloseConnection(connection);
+        checker.release();
+        Mts_SetComplete();
+        return true;
+      },
+      Tail{"Mercato.Unit.Delete", [&] {
+             checker.release();
+             Sql_CloseConnection(connection);
+             Mts_SetAbort();
+           }});
+}
+
+bool TUnit::canDeleteUnit(const std::string& iUnitCode) {
+  Sql sql;
+  sql << "SELECT * FROM PRODUCT WHERE UNITCODE = '" << value(Gen_QuoteSql(iUnitCode)) << "'";
+  return classification::is_unused("Mercato.Unit.canDeleteUnit", sql, classification::TailVote::abort);
+}
+
+bool TUnit::IReferentialIntegrity_BeforeDelete(const Variant&, const Array&, const Array&) {
+  Mts_SetComplete();
+  return true;
+}
+
+bool TUnit::IReferentialIntegrity_Exists(const Variant&, const Array& iFields, const Array& iValues) {
+  ConnectionPtr connection;
+  return method(
+      [&] {
+        for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
+          if (text::to_upper(iFields.at(index).to_text()) != "UNITCODE") continue;
+          connection = open_connection(shared_connection_string(), Isolation::read_committed);
+          Sql sql;
+          sql << "SELECT UNITCODE FROM UNIT WHERE UNITCODE = '" << value(Gen_QuoteSql(iValues.at(index).to_text())) << "'";
+          const bool exists = !connection->Execute(sql)->Eof();
+          Sql_CloseConnection(connection);
+          Mts_SetComplete();
+          return exists;
+        }
+        return false;
+      },
+      Tail{"Mercato.Unit.Exists", [&] {
+             Sql_CloseConnection(connection);
+             Mts_SetAbort();
+           }});
+}
+
+}  // namespace mercato

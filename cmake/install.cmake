@@ -1,0 +1,21 @@
+# The installed package: library, headers, tool, a CMake package and a pkg-config file.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS mercato EXPORT mercatoTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(EXPORT mercatoTargets NAMESPACE mercato:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/mercato)
+
+# Every header that a public one reaches; drivers and the XML library stay inside.
+foreach(folder frame product upload classification server collaborators platform)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mercato
+          FILES_MATCHING PATTERN "*.h")
+endforeach()
+
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/mercatoConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/mercatoConfig.cmake INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/mercato)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/mercatoConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/mercatoConfig.cmake ${PROJECT_BINARY_DIR}/mercatoConfigVersion.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/mercato)
+
+configure_file(${PROJECT_SOURCE_DIR}/cmake/mercato.pc.in ${PROJECT_BINARY_DIR}/mercato.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/mercato.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(TARGETS mercato_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

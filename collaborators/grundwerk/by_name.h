@@ -1,0 +1,22 @@
+// A map whose keys are names, compared without regard to the case of ASCII letters.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "frame/types/text.h"
+
+namespace mercato::collaborators {
+
+struct NameOrder {
+  using is_transparent = void;
+  bool operator()(std::string_view left, std::string_view right) const {
+    return text::to_upper(left) < text::to_upper(right);
+  }
+};
+
+template <class Value>
+using ByName = std::map<std::string, Value, NameOrder>;
+
+}  // namespace mercato::collaborators

@@ -1,0 +1,161 @@
+#include "collaborators/grundwerk/settings.h"
+
+#define TOML_HEADER_ONLY 1
+#include <toml++/toml.h>
+
+#include <fstream>
+#include <mutex>
+#include <utility>
+
+#include "frame/types/raised_error.h"
+
+namespace mercato::collaborators {
+namespace {
+
+struct InForce {
+  std::mutex guard;
+  std::shared_ptr<const Settings> settings = std::make_shared<const Settings>();
+};
+
+InForce& in_force() {
+  static InForce instance;
+  return instance;
+}
+
+std::string without_trailing_separators(std::string folder) {
+  while (!folder.empty() && (folder.back() == '/' || folder.back() == '\\')) folder.pop_back();
+  return folder;
+}
+
+class SettingsFile {
+ public:
+  explicit SettingsFile(const std::string& path) : path_(path) {}
+
+  Settings read() {
+    const toml::table document = parse();
+    for (const auto& [key, node] : document) {
+      if (key == "connections")
+        read_connections(table(key, node));
+      else if (key == "folders")
+        read_folders(table(key, node));
+      else if (key == "parameters")
+        read_parameters(table(key, node));
+      else if (key == "log")
+        read_log(table(key, node));
+      else if (key == "limits")
+        read_limits(table(key, node));
+      else
+        unknown(key);
+    }
+    return std::move(settings_);
+  }
+
+ private:
+  toml::table parse() const {
+    std::ifstream file(path_);
+    if (!file) raise(error_number::kFileNotFound, {}, "The settings file '" + path_ + "' cannot be read");
+    try {
+      return toml::parse(file, path_);
+    } catch (const toml::parse_error& error) {
+      refuse(error.source(), std::string(error.description()));
+    }
+  }
+
+  void read_connections(const toml::table& connections) {
+    settings_.connections.clear();
+    for (const auto& [key, node] : connections) add(settings_.connections, key, text(key, node));
+  }
+  void read_folders(const toml::table& folders) {
+    for (const auto& [key, node] : folders) {
+      if (key == "web_root")
+        settings_.web_root = without_trailing_separators(text(key, node));
+      else if (key == "install_dir")
+        settings_.install_dir = without_trailing_separators(text(key, node));
+      else
+        unknown(key);
+    }
+  }
+  void read_parameters(const toml::table& sections) {
+    for (const auto& [section, node] : sections) {
+      ByName<Variant> parameters;
+      for (const auto& [key, parameter] : table(section, node)) add(parameters, key, scalar(key, parameter));
+      add(settings_.parameters, section, std::move(parameters));
+    }
+  }
+  void read_log(const toml::table& log) {
+    for (const auto& [key, node] : log) {
+      if (key != "file") unknown(key);
+      settings_.log_file = text(key, node);
+    }
+  }
+  void read_limits(const toml::table& limits) {
+    for (const auto& [key, node] : limits) {
+      if (key != "call_seconds") unknown(key);
+      const auto seconds = node.is_number() ? node.value<double>() : std::nullopt;
+      if (!seconds || !(*seconds >= 0)) expected(key, "a number of seconds, 0 or more");
+      settings_.call_seconds = *seconds;
+    }
+  }
+
+  const toml::table& table(const toml::key& key, const toml::node& node) const {
+    if (!node.is_table()) expected(key, "a table");
+    return *node.as_table();
+  }
+  std::string text(const toml::key& key, const toml::node& node) const {
+    if (!node.is_string()) expected(key, "a text");
+    return node.as_string()->get();
+  }
+  Variant scalar(const toml::key& key, const toml::node& node) const {
+    if (const auto* text = node.as_string()) return text->get();
+    if (const auto* flag = node.as_boolean()) return flag->get();
+    if (const auto* whole = node.as_integer()) return Variant::from_integer(whole->get());
+    if (const auto* real = node.as_floating_point()) return real->get();
+    expected(key, "a text, a number or a Boolean");
+  }
+
+  // TOML tells names apart by their case, the callers do not.
+  template <class Value>
+  void add(ByName<Value>& values, const toml::key& key, Value value) const {
+    if (!values.emplace(key.str(), std::move(value)).second)
+      refuse(key.source(), "'" + std::string(key.str()) + "' stands twice, but for the case of its letters");
+  }
+
+  [[noreturn]] void unknown(const toml::key& key) const {
+    refuse(key.source(), "unknown key '" + std::string(key.str()) + "'");
+  }
+  [[noreturn]] void expected(const toml::key& key, const std::string& what) const {
+    refuse(key.source(), "'" + std::string(key.str()) + "' has to be " + what);
+  }
+  [[noreturn]] void refuse(const toml::source_region& where, const std::string& what) const {
+    raise(error_number::kInvalidArgument, {}, path_ + ", line " + std::to_string(where.begin.line) + ": " + what);
+  }
+
+  const std::string& path_;
+  Settings settings_;
+};
+
+}  // namespace
+
+std::shared_ptr<const Settings> settings() {
+  const std::lock_guard lock(in_force().guard);
+  return in_force().settings;
+}
+
+void set_settings(Settings settings) {
+  auto next = std::make_shared<const Settings>(std::move(settings));
+  const std::lock_guard lock(in_force().guard);
+  in_force().settings = std::move(next);
+}
+
+std::string connection_string_of(std::string_view application) {
+  const auto current = settings();
+  const auto found = current->connections.find(application);
+  if (found == current->connections.end())
+    raise(error_number::kInvalidArgument, "Grundwerk.Configuration",
+          "No connection is configured for the application '" + std::string(application) + "'");
+  return found->second;
+}
+
+Settings read_settings(const std::string& path) { return SettingsFile(path).read(); }
+
+}  // namespace mercato::collaborators

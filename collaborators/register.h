@@ -1,0 +1,12 @@
+// The classes of the default collaborators, for hosts to register.
+#pragma once
+
+#include <span>
+
+#include "platform/automation/class_table.h"
+
+namespace mercato::collaborators {
+
+std::span<const ClassTable* const> collaborator_classes();
+
+}  // namespace mercato::collaborators

@@ -1,0 +1,38 @@
+// The column types of the dialect, and how a store's own schema keeps them. Any thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/store/row_layout.h"
+
+namespace mercato::store::dialect {
+
+// A type name of the dialect in any case, without width; nothing when it is none. `declared` is the name under which SQLite
+// keeps it, chosen so that its affinity leaves the values as they are.
+struct TypeName {
+  std::string_view declared;
+  ColumnType type;
+  bool sized;  // is, or can be, followed by a width in characters
+};
+std::optional<TypeName> find_type(std::string_view name);
+
+// An assigned key must be declared so to number its rows.
+inline constexpr std::string_view kAssignedKeyType = "INTEGER";
+
+// What PRAGMA table_info gives as a column's declared type ("NVARCHAR(50)"), read back. The type is `unknown` when it is
+// not of the dialect.
+struct DeclaredType {
+  ColumnType type = ColumnType::unknown;
+  std::int32_t width = 0;  // characters; 0: unlimited, or no text
+  bool assigned = false;   // an assigned key
+};
+DeclaredType read_declared_type(std::string_view declared);
+
+// The names of the constraints that guard a column, by which a violation is told from others.
+std::string width_constraint(std::string_view column);
+std::string range_constraint(std::string_view column);
+
+}  // namespace mercato::store::dialect

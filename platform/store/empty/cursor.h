@@ -1,0 +1,21 @@
+// The result of a query that has no columns and no rows.
+#pragma once
+
+#include "platform/store/driver.h"
+
+namespace mercato::store::empty {
+
+class EmptyCursor final : public Cursor {
+ public:
+  EmptyCursor() : layout_(std::make_shared<const RowLayout>(std::vector<Column>())) {}
+
+  const RowLayoutPtr& layout() const override { return layout_; }
+  bool next() override { return false; }
+  void read(std::vector<Variant>& row) override { row.clear(); }
+  RowIdentity identity() override { return {}; }
+
+ private:
+  RowLayoutPtr layout_;
+};
+
+}  // namespace mercato::store::empty

@@ -1,0 +1,22 @@
+#include "platform/store/empty/driver.h"
+
+#include "platform/store/empty/session.h"
+
+namespace mercato::store {
+namespace {
+
+class EmptyDriver final : public Driver {
+ public:
+  std::unique_ptr<Session> open(const std::string& /*connection_string*/) override {
+    return std::make_unique<empty::EmptySession>();
+  }
+};
+
+}  // namespace
+
+Driver& empty_driver() {
+  static EmptyDriver driver;
+  return driver;
+}
+
+}  // namespace mercato::store

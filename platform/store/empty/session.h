@@ -1,0 +1,26 @@
+// A session on no store. One thread at a time.
+#pragma once
+
+#include "platform/store/driver.h"
+
+namespace mercato::store::empty {
+
+class EmptySession final : public Session {
+ public:
+  Execution execute(const Sql& statement, ExecuteOptions options) override;
+  const TableInfo* table(std::string_view name) override;
+  RowIdentity insert_row(const TableInfo& table, std::span<const std::size_t> columns,
+                         std::span<const Variant> values) override;
+  void update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+                  std::span<const Variant> values) override;
+  void start_transaction() override {}
+  void commit() override {}
+  void rollback() override {}
+  void begin_run() override {}
+  void flush_run() override {}
+  void end_run() override {}
+  bool reset() noexcept override { return true; }
+  bool outdated() const noexcept override { return false; }
+};
+
+}  // namespace mercato::store::empty

@@ -1,0 +1,378 @@
+#include "platform/store/sqlite/session.h"
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+#include "frame/types/raised_error.h"
+#include "platform/store/call_limit.h"
+#include "platform/store/sqlite/cursor.h"
+#include "platform/store/sqlite/failure.h"
+#include "platform/store/sqlite/values.h"
+#include "platform/store/statement_observer.h"
+
+namespace mercato::store::sqlite {
+namespace {
+
+// A run holds the write lock this long, and lets go of it this long: a little more than others sleep between two tries.
+constexpr std::chrono::milliseconds kGroupTime{25};
+constexpr std::chrono::microseconds kGroupPause{500};
+constexpr int kGroupStatements = 2000;
+
+constexpr std::size_t kMostRowWriters = 256;
+
+std::string quoted_name(const std::string& name) {
+  std::string quoted = "\"";
+  for (const char c : name) {
+    if (c == '"') quoted += '"';
+    quoted += c;
+  }
+  return quoted += '"';
+}
+
+std::string insert_text(const TableInfo& table, std::span<const std::size_t> columns) {
+  if (columns.empty()) return "INSERT INTO " + quoted_name(table.name) + " DEFAULT VALUES";
+  std::string names;
+  std::string values;
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (i > 0) {
+      names += ", ";
+      values += ", ";
+    }
+    names += quoted_name(table.columns[columns[i]].name);
+    values += '?';
+    values += std::to_string(i + 1);
+  }
+  return "INSERT INTO " + quoted_name(table.name) + " (" + names + ") VALUES (" + values + ")";
+}
+
+std::string update_text(const TableInfo& table, std::span<const std::size_t> columns) {
+  std::string assignments;
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (i > 0) assignments += ", ";
+    assignments += quoted_name(table.columns[columns[i]].name) + " = ?" + std::to_string(i + 1);
+  }
+  return "UPDATE " + quoted_name(table.name) + " SET " + assignments + " WHERE _rowid_ = ?" +
+         std::to_string(columns.size() + 1);
+}
+
+[[noreturn]] void refuse(std::string description) {
+  raise(error_number::kStoreFailure, std::string(kFailureSource), std::move(description));
+}
+
+}  // namespace
+
+SqliteSession::~SqliteSession() { reset(); }
+
+// Statements
+
+Execution SqliteSession::execute(const Sql& statement, ExecuteOptions options) {
+  observe_statement(statement.text());
+  check_call_limit_now();
+  refuse_if_lost();
+  if (group_is_old()) commit_group();
+  dialect::lex(statement.text(), lexed_);
+  dialect::check_pieces(statement, lexed_);
+  const CachedStatementPtr cached = translated(options.identified);
+  switch (cached->translation.kind) {
+    case dialect::StatementKind::nothing:
+      return {};
+    case dialect::StatementKind::query:
+      return {open_cursor(options.identified), 0};
+    case dialect::StatementKind::definition:
+      define(cached->translation);
+      return {};
+    case dialect::StatementKind::insert:
+    case dialect::StatementKind::update:
+    case dialect::StatementKind::remove:
+      return {nullptr, change(cached)};
+  }
+  raise(error_number::kInvalidArgument);
+}
+
+CachedStatementPtr SqliteSession::translated(bool identified) {
+  if (CachedStatementPtr cached = statements_.find(lexed_, identified)) return cached;
+  // Somebody else may have defined the table that this one names.
+  refresh_schema();
+  auto statement = std::make_shared<CachedStatement>();
+  statement->translation = dialect::translate_to_sqlite(lexed_, tables_, identified);
+  if (statement->translation.kind == dialect::StatementKind::query)
+    statement->layout = std::make_shared<const RowLayout>(statement->translation.result, statement->translation.table);
+  if (statement->translation.kind != dialect::StatementKind::definition) statements_.insert(statement, lexed_, identified);
+  return statement;
+}
+
+std::unique_ptr<Cursor> SqliteSession::open_cursor(bool identified) {
+  for (;;) {
+    RunningStatement running(database_, translated(identified));
+    bind_literals(running);
+    auto cursor = std::make_unique<SqliteCursor>(*this, std::move(running));
+    // Prepared for the tables of an earlier day: the columns may be others by now.
+    if (!cursor->was_reprepared() || !refresh_schema()) return cursor;
+  }
+}
+
+std::int64_t SqliteSession::change(const CachedStatementPtr& statement) {
+  const RunningStatement running(database_, statement);
+  bind_literals(running);
+  before_write();
+  step_write(running);
+  const std::int64_t affected = sqlite3_changes64(database_.engine());
+  after_write();
+  return affected;
+}
+
+void SqliteSession::bind_literals(const RunningStatement& running) {
+  const std::vector<dialect::Parameter>& parameters = running.cached().translation.parameters;
+  for (std::size_t i = 0; i < parameters.size(); ++i) {
+    const Variant value = dialect::parameter_value(lexed_, parameters[i]);
+    const int code = bind_value(running.get(), static_cast<int>(i + 1), value, Lifetime::copied);
+    if (code != SQLITE_OK) throw Raised(failure(code));
+  }
+}
+
+// All of a definition's statements, or none. The first one marks the store with its version.
+void SqliteSession::define(const dialect::Translation& definition) {
+  before_write();
+  if (!begun_) begin_engine_transaction();
+  defined_ = true;
+  database_.run("SAVEPOINT definition");
+  try {
+    for (const std::string& text : definition.statements) database_.run(text.c_str());
+    if (database_.query_integer("PRAGMA user_version") == 0)
+      database_.run(("PRAGMA user_version=" + std::to_string(kStoreVersion)).c_str());
+    database_.run("RELEASE definition");
+  } catch (const Raised& refused) {
+    RaisedError failed = refused.error();
+    note(failed);
+    if (begun_) database_.run("ROLLBACK TO definition; RELEASE definition");
+    forget_schema();
+    if (mode_ == Mode::single) roll_back_engine_transaction();
+    throw Raised(std::move(failed));
+  }
+  forget_schema();
+  if (mode_ == Mode::single)
+    commit_engine_transaction();
+  else
+    after_write();
+}
+
+// Tables and rows
+
+const TableInfo* SqliteSession::table(std::string_view name) {
+  if (const TableInfo* known = tables_.find(name)) return known;
+  return refresh_schema() ? tables_.find(name) : nullptr;
+}
+
+RowIdentity SqliteSession::insert_row(const TableInfo& table, std::span<const std::size_t> columns,
+                                      std::span<const Variant> values) {
+  refuse_if_lost();
+  const RunningStatement running = row_writer(table, false, columns);
+  bind_row(running, values);
+  before_write();
+  step_write(running);
+  const std::int64_t number = sqlite3_last_insert_rowid(database_.engine());
+  after_write();
+  return {number, {}};
+}
+
+void SqliteSession::update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+                               std::span<const Variant> values) {
+  refuse_if_lost();
+  const RunningStatement running = row_writer(table, true, columns);
+  bind_row(running, values);
+  sqlite3_bind_int64(running.get(), static_cast<int>(columns.size() + 1), row.number);
+  before_write();
+  step_write(running);
+  if (sqlite3_changes64(database_.engine()) == 0)
+    refuse("The row to be changed is no longer in " + table.name + ".");
+  after_write();
+}
+
+RunningStatement SqliteSession::row_writer(const TableInfo& table, bool updates, std::span<const std::size_t> columns) {
+  std::uint64_t hash = std::hash<std::string>()(table.name) + (updates ? 1 : 0);
+  for (const std::size_t column : columns) hash = hash * 0x100000001B3u + column;
+  const auto [first, last] = row_writers_.equal_range(hash);
+  for (auto candidate = first; candidate != last; ++candidate) {
+    const RowWriter& writer = candidate->second;
+    if (writer.updates == updates && writer.table == table.name && std::ranges::equal(writer.columns, columns))
+      return {database_, writer.statement};
+  }
+  if (row_writers_.size() == kMostRowWriters) row_writers_.clear();
+  auto statement = std::make_shared<CachedStatement>();
+  statement->translation.table = table.name;
+  statement->translation.statements = {updates ? update_text(table, columns) : insert_text(table, columns)};
+  row_writers_.emplace(hash, RowWriter{table.name, updates, {columns.begin(), columns.end()}, statement});
+  return {database_, statement};
+}
+
+void SqliteSession::bind_row(const RunningStatement& running, std::span<const Variant> values) {
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const int code = bind_value(running.get(), static_cast<int>(i + 1), values[i], Lifetime::outlives_statement);
+    if (code != SQLITE_OK) throw Raised(failure(code));
+  }
+}
+
+// Writing
+
+void SqliteSession::before_write() {
+  while (!cursors_.empty()) cursors_.back()->drain();
+  if (mode_ == Mode::single || begun_) return;
+  if (mode_ == Mode::run) {
+    // Whoever waits for the lock gets a chance to take it.
+    std::this_thread::sleep_until(group_ended_ + kGroupPause);
+    group_statements_ = 0;
+  }
+  begin_engine_transaction();
+  group_began_ = Clock::now();
+}
+
+void SqliteSession::step_write(const RunningStatement& running) {
+  // The engine undoes the whole transaction with an ended statement, which in a run would take earlier statements along.
+  database_.set_interruptible(mode_ != Mode::run);
+  int code = SQLITE_ROW;
+  while (code == SQLITE_ROW) code = sqlite3_step(running.get());
+  database_.set_interruptible(true);
+  if (code != SQLITE_DONE) throw Raised(failure(code, running.cached().translation.table));
+}
+
+void SqliteSession::after_write() {
+  if (mode_ != Mode::run) return;
+  if (++group_statements_ >= kGroupStatements || group_is_old()) commit_group();
+}
+
+void SqliteSession::begin_engine_transaction() {
+  if (!begin_) begin_ = database_.prepare("BEGIN IMMEDIATE");
+  const int code = sqlite3_step(begin_.get());
+  if (code != SQLITE_DONE) {
+    RaisedError refused = database_.failure(code);
+    sqlite3_reset(begin_.get());
+    throw Raised(std::move(refused));
+  }
+  sqlite3_reset(begin_.get());
+  begun_ = true;
+}
+
+void SqliteSession::commit_engine_transaction() {
+  if (!commit_) commit_ = database_.prepare("COMMIT");
+  const int code = sqlite3_step(commit_.get());
+  if (code != SQLITE_DONE) {
+    RaisedError refused = database_.failure(code);
+    sqlite3_reset(commit_.get());
+    roll_back_engine_transaction();
+    throw Raised(std::move(refused));
+  }
+  sqlite3_reset(commit_.get());
+  begun_ = false;
+  defined_ = false;
+}
+
+void SqliteSession::roll_back_engine_transaction() noexcept {
+  // Fails only when the engine has done it itself.
+  if (database_.in_transaction()) sqlite3_exec(database_.engine(), "ROLLBACK", nullptr, nullptr, nullptr);
+  begun_ = false;
+  if (std::exchange(defined_, false)) forget_schema();
+}
+
+// Transactions and runs
+
+void SqliteSession::start_transaction() { mode_ = Mode::transaction; }
+
+void SqliteSession::commit() {
+  if (!lost_.empty()) {
+    const std::string reason = lost_;
+    rollback();
+    refuse("Nothing of this transaction stands: the store undid it after a failure. " + reason);
+  }
+  mode_ = Mode::single;
+  if (begun_) commit_engine_transaction();
+}
+
+void SqliteSession::rollback() {
+  roll_back_engine_transaction();
+  lost_.clear();
+  mode_ = Mode::single;
+}
+
+void SqliteSession::begin_run() {
+  database_.set_durable_commits(false);
+  mode_ = Mode::run;
+  unflushed_ = false;
+}
+
+void SqliteSession::flush_run() {
+  if (mode_ == Mode::run && begun_) commit_group();
+}
+
+void SqliteSession::end_run() {
+  flush_run();
+  mode_ = Mode::single;
+  database_.set_durable_commits(true);
+  if (std::exchange(unflushed_, false)) database_.flush_to_disk();
+}
+
+bool SqliteSession::group_is_old() const {
+  return mode_ == Mode::run && begun_ && Clock::now() - group_began_ >= kGroupTime;
+}
+
+void SqliteSession::commit_group() {
+  const int statements = std::exchange(group_statements_, 0);
+  try {
+    commit_engine_transaction();
+  } catch (Raised& failed) {
+    RaisedError error = failed.error();
+    error.Description += " The last " + std::to_string(statements) + " statements of this run were lost with it.";
+    throw Raised(std::move(error));
+  }
+  unflushed_ = true;
+  group_ended_ = Clock::now();
+}
+
+void SqliteSession::refuse_if_lost() const {
+  if (!lost_.empty())
+    refuse("This transaction can only be rolled back: the store undid it after a failure. " + lost_);
+}
+
+RaisedError SqliteSession::failure(int code, std::string_view table) {
+  RaisedError failed = database_.failure(code, tables_.known(table));
+  note(failed);
+  // The refusal may come from what was known of the tables.
+  if (failed.Number == error_number::kStatementRefused) forget_schema();
+  return failed;
+}
+
+void SqliteSession::note(RaisedError& failed) {
+  if (begun_ && !database_.in_transaction()) {
+    begun_ = false;
+    if (std::exchange(defined_, false)) forget_schema();
+    if (mode_ == Mode::transaction) lost_ = failed.Description;
+    if (const int statements = std::exchange(group_statements_, 0); mode_ == Mode::run && statements > 0)
+      failed.Description += " The last " + std::to_string(statements) + " statements of this run were lost with it.";
+  }
+}
+
+bool SqliteSession::reset() noexcept {
+  try {
+    while (!cursors_.empty()) cursors_.back()->detach();
+    if (mode_ == Mode::run) end_run();
+    rollback();
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+void SqliteSession::forget_schema() {
+  tables_.forget();
+  statements_.clear();
+  row_writers_.clear();
+}
+
+bool SqliteSession::refresh_schema() {
+  if (!tables_.refresh()) return false;
+  statements_.clear();
+  row_writers_.clear();
+  return true;
+}
+
+}  // namespace mercato::store::sqlite

@@ -1,0 +1,106 @@
+// A session on a SQLite store. One thread at a time.
+//
+// Writing: single statements commit one by one and are durable when they return. In a transaction the engine begins at
+// the first write, and holds the write lock from there. In a run the statements of a few hundredths of a second share one
+// engine transaction that is committed without a flush; a process that is killed leaves a prefix of whole statements, and
+// `end_run` flushes once. A write first takes the rest of all open queries into memory, so that no query holds
+// an old state of the store across it.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/store/dialect/dialect.h"
+#include "platform/store/driver.h"
+#include "platform/store/sqlite/database.h"
+#include "platform/store/sqlite/statement_cache.h"
+#include "platform/store/sqlite/tables.h"
+
+namespace mercato::store::sqlite {
+
+class SqliteCursor;
+
+class SqliteSession final : public Session {
+ public:
+  explicit SqliteSession(const std::string& connection_string) : database_(connection_string) {}
+  ~SqliteSession() override;
+
+  Execution execute(const Sql& statement, ExecuteOptions options) override;
+  const TableInfo* table(std::string_view name) override;
+  RowIdentity insert_row(const TableInfo& table, std::span<const std::size_t> columns,
+                         std::span<const Variant> values) override;
+  void update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+                  std::span<const Variant> values) override;
+  void start_transaction() override;
+  void commit() override;
+  void rollback() override;
+  void begin_run() override;
+  void flush_run() override;
+  void end_run() override;
+  bool reset() noexcept override;
+  bool outdated() const noexcept override { return database_.replaced(); }
+
+ private:
+  friend class SqliteCursor;
+
+  enum class Mode : std::uint8_t { single, transaction, run };
+  using Clock = std::chrono::steady_clock;
+
+  // An INSERT or UPDATE of updatable rows: these columns of this table.
+  struct RowWriter {
+    std::string table;
+    bool updates = false;
+    std::vector<std::size_t> columns;
+    CachedStatementPtr statement;
+  };
+
+  CachedStatementPtr translated(bool identified);
+  std::unique_ptr<Cursor> open_cursor(bool identified);
+  std::int64_t change(const CachedStatementPtr& statement);
+  void define(const dialect::Translation& definition);
+  void bind_literals(const RunningStatement& running);
+  RunningStatement row_writer(const TableInfo& table, bool updates, std::span<const std::size_t> columns);
+  void bind_row(const RunningStatement& running, std::span<const Variant> values);
+
+  // Around every write: what makes it one of a transaction, of a run, or a single one.
+  void before_write();
+  void after_write();
+  void step_write(const RunningStatement& running);
+  void begin_engine_transaction();
+  void commit_engine_transaction();
+  void roll_back_engine_transaction() noexcept;
+  void commit_group();
+  bool group_is_old() const;
+  void refuse_if_lost() const;
+
+  // The failure that the engine has just reported, while writing that table if one is named.
+  RaisedError failure(int code, std::string_view table = {});
+  // Takes note when the engine has undone the transaction with a failure; its text may grow by what was lost.
+  void note(RaisedError& failure);
+  void forget_schema();
+  bool refresh_schema();
+
+  Database database_;
+  Tables tables_{database_};
+  StatementCache statements_;
+  std::unordered_multimap<std::uint64_t, RowWriter> row_writers_;
+  StatementHandle begin_;
+  StatementHandle commit_;
+  dialect::LexedStatement lexed_;
+  std::vector<SqliteCursor*> cursors_;  // those that the engine still runs
+
+  Mode mode_ = Mode::single;
+  bool begun_ = false;     // the engine's transaction
+  bool defined_ = false;   // a definition is part of it
+  bool unflushed_ = false;  // a run has committed something without a flush
+  std::string lost_;       // what made the engine undo the transaction, until it is rolled back
+  Clock::time_point group_began_;
+  Clock::time_point group_ended_;
+  int group_statements_ = 0;
+};
+
+}  // namespace mercato::store::sqlite

@@ -1,0 +1,74 @@
+#include "platform/store/sqlite/tables.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "frame/types/text.h"
+#include "platform/store/dialect/declared_type.h"
+
+namespace mercato::store::sqlite {
+
+const TableInfo* Tables::find(std::string_view name) const {
+  std::string key = text::to_upper(name);
+  if (const auto known = known_.find(key); known != known_.end()) return known->second.get();
+  std::unique_ptr<TableInfo> table = load(name);
+  // What does not exist is not kept: the next statement may be the one after its creation.
+  return table ? known_.emplace(std::move(key), std::move(table)).first->second.get() : nullptr;
+}
+
+const TableInfo* Tables::known(std::string_view name) const {
+  const auto known = known_.find(text::to_upper(name));
+  return known == known_.end() ? nullptr : known->second.get();
+}
+
+bool Tables::refresh() {
+  if (!schema_version_) schema_version_ = database_.prepare("PRAGMA schema_version");
+  const int code = sqlite3_step(schema_version_.get());
+  if (code != SQLITE_ROW) {
+    RaisedError failure = database_.failure(code);
+    sqlite3_reset(schema_version_.get());
+    throw Raised(std::move(failure));
+  }
+  const std::int64_t version = sqlite3_column_int64(schema_version_.get(), 0);
+  sqlite3_reset(schema_version_.get());
+  if (version == version_) return false;
+  version_ = version;
+  forget();
+  return true;
+}
+
+std::unique_ptr<TableInfo> Tables::load(std::string_view name) const {
+  const auto text_of = [](const StatementHandle& statement, int position) {
+    const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), position));
+    return std::string(bytes ? bytes : "");
+  };
+  const StatementHandle statement = database_.prepare(
+      "SELECT t.name, c.name, c.type, c.\"notnull\", c.pk FROM sqlite_schema t, pragma_table_info(t.name) c "
+      "WHERE t.type = 'table' AND t.name = ?1 COLLATE NOCASE AND t.name NOT LIKE 'sqlite~_%' ESCAPE '~' ORDER BY c.cid");
+  sqlite3_bind_text64(statement.get(), 1, name.data(), name.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+
+  auto table = std::make_unique<TableInfo>();
+  std::vector<std::pair<int, std::size_t>> key;  // place in the key, position of the column
+  int code = SQLITE_ROW;
+  while ((code = sqlite3_step(statement.get())) == SQLITE_ROW) {
+    table->name = text_of(statement, 0);
+    const dialect::DeclaredType declared = dialect::read_declared_type(text_of(statement, 2));
+    const int place_in_key = sqlite3_column_int(statement.get(), 4);
+    Column column;
+    column.name = text_of(statement, 1);
+    column.type = declared.type;
+    column.width = declared.width;
+    column.assigned = declared.assigned && place_in_key > 0;
+    column.nullable = sqlite3_column_int(statement.get(), 3) == 0 && place_in_key == 0;
+    if (place_in_key > 0) key.emplace_back(place_in_key, table->columns.size());
+    table->columns.push_back(std::move(column));
+  }
+  if (code != SQLITE_DONE) database_.raise(code);
+  if (table->columns.empty()) return nullptr;
+  std::sort(key.begin(), key.end());
+  for (const auto& [place, position] : key) table->key.push_back(position);
+  return table;
+}
+
+}  // namespace mercato::store::sqlite

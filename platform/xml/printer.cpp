@@ -1,0 +1,165 @@
+#include "platform/xml/printer.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <string>
+
+#include "frame/types/text.h"
+
+namespace mercato::xml {
+namespace {
+
+constexpr std::string_view kWhiteSpace = " \t\r\n";
+
+bool is_text(pugi::xml_node node) { return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata; }
+
+class Printer {
+ public:
+  explicit Printer(const Sink& sink) : sink_(sink) {}
+
+  // Walks instead of calling itself: no depth of a document may use up the stack.
+  void print(pugi::xml_node top) {
+    pugi::xml_node node = top;
+    for (;;) {
+      begin(node);
+      if (node.first_child()) {
+        node = node.first_child();
+        ++depth_;
+        continue;
+      }
+      while (node != top && !node.next_sibling()) {
+        node = node.parent();
+        --depth_;
+        end(node);
+      }
+      if (node == top) break;
+      node = node.next_sibling();
+    }
+    flush();
+  }
+
+ private:
+  bool within_line() const { return depth_ >= line_depth_; }
+
+  void begin(pugi::xml_node node) {
+    if (!within_line()) out_.append(2 * depth_, ' ');
+    switch (node.type()) {
+      case pugi::node_element:
+        start_tag(node);
+        break;
+      case pugi::node_pcdata:
+        text(node.value());
+        break;
+      case pugi::node_cdata:
+        put({"<![CDATA[", node.value(), "]]>"});
+        break;
+      case pugi::node_comment:
+        put({"<!--", node.value(), "-->"});
+        break;
+      case pugi::node_pi:
+        put({"<?", node.name(), *node.value() == '\0' ? "" : " ", node.value(), "?>"});
+        break;
+      case pugi::node_declaration:
+        put({"<?", node.name()});
+        attributes(node);
+        put({"?>"});
+        break;
+      default:  // the DOCTYPE; blanks stand in the place of its internal subset
+        put({"<!DOCTYPE ", text::trim(node.value()), ">"});
+        break;
+    }
+    if (node.type() != pugi::node_element || !node.first_child()) end_line();
+  }
+
+  void start_tag(pugi::xml_node element) {
+    put({"<", element.name()});
+    attributes(element);
+    if (!element.first_child()) {
+      put({"/>"});
+      return;
+    }
+    put({">"});
+    const auto children = element.children();
+    if (!within_line() && std::any_of(children.begin(), children.end(), is_text)) line_depth_ = depth_ + 1;
+    if (depth_ + 1 < line_depth_) put({"\n"});
+  }
+
+  void end(pugi::xml_node element) {
+    if (depth_ + 1 < line_depth_) out_.append(2 * depth_, ' ');
+    if (depth_ + 1 == line_depth_) line_depth_ = kNever;
+    put({"</", element.name(), ">"});
+    end_line();
+  }
+
+  void end_line() {
+    if (!within_line()) put({"\n"});
+  }
+
+  void attributes(pugi::xml_node node) {
+    for (const auto attribute : node.attributes()) {
+      put({" ", attribute.name(), "=\""});
+      escape(attribute.value(), "&<\"\t\n\r");
+      put({"\""});
+    }
+  }
+
+  void text(std::string_view value) {
+    // White space alone would be taken for indentation, unless it begins with a reference.
+    if (value.find_first_not_of(kWhiteSpace) == std::string_view::npos && !value.empty()) {
+      out_ += "&#" + std::to_string(static_cast<int>(value.front())) + ";";
+      value.remove_prefix(1);
+    }
+    escape(value, "&<>\r");
+  }
+
+  void escape(std::string_view value, std::string_view special) {
+    for (;;) {
+      const auto plain = std::min(value.find_first_of(special), value.size());
+      put({value.substr(0, plain)});
+      if (plain == value.size()) return;
+      switch (value[plain]) {
+        case '&':
+          put({"&amp;"});
+          break;
+        case '<':
+          put({"&lt;"});
+          break;
+        case '>':
+          put({"&gt;"});
+          break;
+        case '"':
+          put({"&quot;"});
+          break;
+        default:
+          put({"&#", std::to_string(static_cast<int>(value[plain])), ";"});
+          break;
+      }
+      value.remove_prefix(plain + 1);
+    }
+  }
+
+  void put(std::initializer_list<std::string_view> pieces) {
+    for (const std::string_view piece : pieces) out_ += piece;
+    if (out_.size() >= kBlock) flush();
+  }
+
+  void flush() {
+    sink_(out_);
+    out_.clear();
+  }
+
+  static constexpr std::size_t kBlock = std::size_t{64} * 1024;
+  static constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
+
+  const Sink& sink_;
+  std::string out_;
+  std::size_t depth_ = 0;
+  std::size_t line_depth_ = kNever;  // from this depth on all stands on one line
+};
+
+}  // namespace
+
+void print(pugi::xml_node top, const Sink& sink) { Printer(sink).print(top); }
+
+}  // namespace mercato::xml

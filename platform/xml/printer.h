@@ -1,0 +1,18 @@
+// A subtree as text that is read back as the same subtree. Private to this folder.
+// Written here because the parser's own output turns carriage returns that were references into line ends and loses
+// text that is white space alone.
+#pragma once
+
+#include <functional>
+#include <pugixml.hpp>
+#include <string_view>
+
+namespace mercato::xml {
+
+// Takes the text piece by piece, in order. May throw.
+using Sink = std::function<void(std::string_view)>;
+
+// One node to a line, indented by two blanks for each level; within an element that has text all stays on its line.
+void print(pugi::xml_node top, const Sink& sink);
+
+}  // namespace mercato::xml

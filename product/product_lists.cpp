@@ -1,0 +1,211 @@
+// Lists of products, and the check against a user's catalogues.
+#include "frame/clock.h"
+#include "frame/lib_general.h"
+#include "frame/util.h"
+#include "product/product_internal.h"
+
+namespace mercato {
+
+using product::IsDefaultLong;
+using product::open_read_only;
+
+namespace {
+
+// Fills a list by PRODUCTID with what `item` makes of each row.
+template <class Item>
+auto listed_by_id(Item item) {
+  return [item](const RecordsetPtr& rows) {
+    auto list = std::make_shared<Dictionary>();
+    for (; !rows->Eof(); rows->MoveNext()) list->Add(rows->Value("PRODUCTID"), item(rows));
+    return list;
+  };
+}
+
+// The value of one column, or an array of two.
+auto column(std::string_view name) {
+  return [name](const RecordsetPtr& rows) { return rows->Value(name); };
+}
+auto columns(std::string_view first, std::string_view second) {
+  return [first, second](const RecordsetPtr& rows) -> Variant { return Array{rows->Value(first), rows->Value(second)}; };
+}
+
+constexpr std::int32_t kBothStockAndNonStock = 2;
+
+}  // namespace
+
+DictionaryPtr Product::GetProductsByCriteria(std::int32_t i_nStockItem, const Variant& i_lSupplierID,
+                                             const Variant& i_lCommodityCode) {
+  return read_and_vote(
+      "Mercato.Product.GetProductsByCriteria", CursorType::forward_only,
+      [&] {
+        Sql sql;
+        sql << "SELECT PRODUCTID,PRODUCTDESCRIPTION,PARTNUMBER FROM PRODUCT";
+        bool conditioned = i_nStockItem != kBothStockAndNonStock;
+        if (conditioned) sql << " WHERE STOCKITEM = " << i_nStockItem;
+        if (!i_lSupplierID.is_missing()) {
+          conditioned ? sql << " AND BUSINESSPARTNERID = " : sql << " WHERE BUSINESSPARTNERID = ";
+          sql << value(i_lSupplierID.to_text());
+          conditioned = true;
+        }
+        if (!i_lCommodityCode.is_missing()) {
+          conditioned ? sql << " AND COMMODITYCODE = '" : sql << " WHERE COMMODITYCODE = '";
+          sql << value(Gen_QuoteSql(i_lCommodityCode.to_text())) << "'";
+        }
+        return sql;
+      },
+      listed_by_id(columns("PRODUCTDESCRIPTION", "PARTNUMBER")));
+}
+
+DictionaryPtr Product::GetProductsByBuyer(const std::string& i_sBuyerId) {
+  ConnectionPtr connection;
+  RecordsetPtr rows;
+  const auto close = [&] {
+    Sql_CloseRecordset(rows);
+    Sql_CloseConnection(connection);
+  };
+  return method(
+      [&] {
+        const std::string buyer = Gen_QuoteSql(i_sBuyerId);
+        auto products = std::make_shared<Dictionary>();
+        connection = GetReadConnection();
+
+        Sql default_buyer;
+        default_buyer << "SELECT PRODUCTID, PARTNUMBER FROM PRODUCT WHERE USERID ='" << value(buyer) << "'";
+        rows = open_read_only(default_buyer, connection, CursorType::keyset);
+        for (; !rows->Eof(); rows->MoveNext()) products->Add(rows->Value("PRODUCTID"), rows->Value("PARTNUMBER"));
+        Sql_CloseRecordset(rows);
+
+        Sql one_of_the_buyers;
+        one_of_the_buyers << "SELECT DISTINCT P.PRODUCTID, P.PARTNUMBER FROM PRODUCT P, PRODUCTBUYER PB WHERE PB.USERID ='"
+                          << value(buyer) << "' and PB.PRODUCTID = P.PRODUCTID";
+        rows = open_read_only(one_of_the_buyers, connection, CursorType::keyset);
+        for (; !rows->Eof(); rows->MoveNext()) {
+          const Variant& id = rows->Value("PRODUCTID");
+          if (!products->Exists(id)) products->Add(id, rows->Value("PARTNUMBER"));
+        }
+        close();
+        Mts_SetComplete();
+        return products;
+      },
+      Tail{"Mercato.Product.GetProductByBuyer", [&] {
+             close();
+             Mts_SetAbort();
+           }});
+}
+
+DictionaryPtr Product::GetProductsByPartNumber(const std::string& i_sPartNumber) {
+  return read_and_vote(
+      "Mercato.Product.GetProductsByPartNumber", CursorType::keyset,
+      [&] {
+        Sql sql;
+        sql << "SELECT PRODUCTID, PRODUCTDESCRIPTION FROM PRODUCT WHERE PARTNUMBER = '" << value(Gen_QuoteSql(i_sPartNumber))
+            << "'";
+        return sql;
+      },
+      listed_by_id(column("PRODUCTDESCRIPTION")));
+}
+
+DictionaryPtr Product::GetProductsBySupplier(const std::string& iSupplierID) {
+  return read_and_vote(
+      "Mercato.Product.GetProductsBySupplier", CursorType::forward_only,
+      [&] {
+        Sql sql;
+        sql << "SELECT PRODUCTID, PARTNUMBER, BUYFROMPARTNUMBER FROM PRODUCT WHERE BUSINESSPARTNERID = " << value(iSupplierID);
+        return sql;
+      },
+      listed_by_id(columns("PARTNUMBER", "BUYFROMPARTNUMBER")));
+}
+
+DictionaryPtr Product::GetPartNumbersForProducts(const Variant& i_aProductIDs) {
+  return read_and_vote(
+      "Mercato.Product.GetPartNumbersForProducts", CursorType::keyset,
+      [&] {
+        Sql sql;
+        sql << "SELECT PRODUCTID,PARTNUMBER FROM PRODUCT";
+        if (i_aProductIDs.is_missing()) return sql;
+        bool first = true;
+        for (const Variant& id : i_aProductIDs.to_array().items) {
+          first ? sql << " WHERE PRODUCTID IN (" : sql << ", ";
+          sql << value(id.to_text());
+          first = false;
+        }
+        // Without an element only this bracket is left, and the store refuses the statement.
+        sql << ")";
+        return sql;
+      },
+      listed_by_id(column("PARTNUMBER")));
+}
+
+RecordsetPtr Product::GetProductsByProductCategory(std::int32_t iCategoryID) {
+  return method(
+      [&] {
+        Sql sql;
+        sql << "SELECT P.PRODUCTID, P.PARTNUMBER, P.PRODUCTDESCRIPTION FROM PRODUCT P "
+               "INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = C.PRODUCTID ";
+        if (iCategoryID != 0) sql << "WHERE C.CATEGORYID = " << iCategoryID << " ";
+        sql << "ORDER BY P.PRODUCTDESCRIPTION";
+        return Sql_GetDisconnectedRecordset(sql, GetConnectionString(), true);
+      },
+      Tail{"Mercato.Product.GetProductsByProductCategory", [] { Mts_SetAbort(); }});
+}
+
+RecordsetPtr Product::GetAlternativeProducts(std::int32_t i_lProductID, std::int32_t i_lStockItemFlag) {
+  return method(
+      [&] {
+        Sql sql;
+        sql << "SELECT ALTERNATIVEPRODUCTS.*, PRODUCT.IMAGEFILENAME, PRODUCT.TECHNICALIMAGE, PRODUCT.PRODUCTDESCRIPTION "
+               "FROM ALTERNATIVEPRODUCTS INNER JOIN PRODUCT ON "
+               "ALTERNATIVEPRODUCTS.ALTERNATIVEPRODUCT = PRODUCT.PRODUCTID "
+               "WHERE ALTERNATIVEPRODUCTS.ORIGINALPRODUCT = "
+            << i_lProductID;
+        if (!IsDefaultLong(i_lStockItemFlag)) sql << " AND PRODUCT.STOCKITEM = " << i_lStockItemFlag;
+        RecordsetPtr alternatives = Sql_GetDisconnectedRecordset(sql, GetConnectionString(), true);
+        Mts_SetComplete();
+        return alternatives;
+      },
+      Tail{"Mercato.Product.GetAlternativeProducts", [] { Mts_SetAbort(); }});
+}
+
+bool Product::ValidateProductAgainstUserCatalogs(const std::string& i_sProductID, const Array& i_aCatalogIDs) {
+  ConnectionPtr connection;
+  RecordsetPtr rows;
+  const auto close = [&] {
+    Sql_CloseRecordset(rows);
+    Sql_CloseConnection(connection);
+  };
+  return method(
+      [&] {
+        if (i_aCatalogIDs.at(0).is_empty()) return false;
+        const std::string today = GetSqlLiterals().DateTimeToSql(clock::now());
+        Sql sql;
+        sql << "SELECT DISTINCT P.PRODUCTID "
+               "FROM PRODUCT P, PRODUCTSBYCATEGORY PBC, CATALOGNODE CN "
+               "WHERE P.PRODUCTID = "
+            << value(i_sProductID) << " AND (P.PRODUCTEFFECTIVITYDATE <= " << value(today)
+            << " OR P.PRODUCTEFFECTIVITYDATE IS NULL) "
+               "AND P.DISABLED = 0 "
+               "AND PBC.PRODUCTID = P.PRODUCTID "
+               "AND CN.CATEGORYID = PBC.CATEGORYID "
+               "AND (";
+        bool first = true;
+        for (const Variant& catalog : i_aCatalogIDs.items) {
+          first ? sql << "CN.CATALOGID = " : sql << " OR CN.CATALOGID = ";
+          sql << value(catalog.to_text());
+          first = false;
+        }
+        sql << ")";
+        // The expiry date is deliberately not looked at: an expired product passes.
+        connection = GetReadConnection();
+        rows = open_read_only(sql, connection, CursorType::forward_only);
+        const bool found = !rows->Eof();
+        close();
+        Mts_SetComplete();
+        return found;
+      },
+      Tail{"Mercato.Product.ValidateProductAgainstUserCatalogs", [&] {
+             close();
+             Mts_SetAbort();
+           }});
+}
+
+}  // namespace mercato

@@ -1,0 +1,94 @@
+#include "server/server.h"
+
+#include <array>
+#include <atomic>
+
+#include "classification/hazardous_class.h"
+#include "classification/t_hazardous_class.h"
+#include "classification/t_unit.h"
+#include "classification/unit.h"
+#include "collaborators/register.h"
+#include "platform/automation/registry.h"
+#include "platform/transactions/object_context.h"
+#include "product/product.h"
+#include "upload/product_xml.h"
+
+namespace mercato {
+namespace {
+
+// Class objects, objects made by them, and locks that keep the library in memory.
+std::atomic<std::int64_t> holds{0};
+
+class TableClassObject final : public ClassObject {
+ public:
+  explicit TableClassObject(const ClassTable& table) : table_(table) { ++holds; }
+  ~TableClassObject() override { --holds; }
+  TableClassObject(const TableClassObject&) = delete;
+  TableClassObject& operator=(const TableClassObject&) = delete;
+
+  const ClassTable& class_table() const override { return table_; }
+
+  ComponentPtr CreateInstance() noexcept override {
+    try {
+      const ComponentPtr object = create_root(table_);
+      ++holds;
+      // The object's life is watched by an owner that stands beside it.
+      struct Hold {
+        ComponentPtr object;
+        explicit Hold(ComponentPtr held) : object(std::move(held)) {}
+        ~Hold() { --holds; }
+      };
+      return {std::make_shared<Hold>(object), object.get()};
+    } catch (const std::exception&) {
+      return nullptr;
+    }
+  }
+
+  void LockServer(bool lock) noexcept override { holds += lock ? 1 : -1; }
+  void Release() noexcept override { delete this; }
+
+ private:
+  const ClassTable& table_;
+};
+
+}  // namespace
+
+std::span<const ClassTable* const> library_classes() {
+  static const std::array classes = {
+      &HazardousClass::table(), &Product::table(), &ProductXML::table(),
+      &THazardousClass::table(), &TUnit::table(), &Unit::table(),
+  };
+  return classes;
+}
+
+}  // namespace mercato
+
+std::int32_t DllGetClassObject(const char* class_id, mercato::ClassObject** class_object) {
+  if (!class_id || !class_object) return mercato::kNullPointer;
+  *class_object = nullptr;
+  for (const mercato::ClassTable* table : mercato::library_classes()) {
+    if (table->class_id() != class_id) continue;
+    *class_object = new (std::nothrow) mercato::TableClassObject(*table);
+    return *class_object ? mercato::kOk : mercato::kOutOfMemoryResult;
+  }
+  return mercato::kClassNotAvailable;
+}
+
+std::int32_t DllCanUnloadNow() { return mercato::holds == 0 ? mercato::kOk : mercato::kFalse; }
+
+std::int32_t DllRegisterServer() try {
+  for (const mercato::ClassTable* table : mercato::library_classes()) mercato::register_class(*table);
+  for (const mercato::ClassTable* table : mercato::collaborator_classes())
+    if (!mercato::registered_class(table->prog_id())) mercato::register_class(*table);
+  return mercato::kOk;
+} catch (const std::exception&) {
+  return mercato::kOutOfMemoryResult;
+}
+
+std::int32_t DllUnregisterServer() try {
+  for (const mercato::ClassTable* table : mercato::library_classes()) mercato::unregister_class(*table);
+  for (const mercato::ClassTable* table : mercato::collaborator_classes()) mercato::unregister_class(*table);
+  return mercato::kOk;
+} catch (const std::exception&) {
+  return mercato::kOutOfMemoryResult;
+}

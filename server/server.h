@@ -1,0 +1,48 @@
+// The four entry points of the shared library, with the C calling convention, and the interfaces that they speak.
+// Results are the customary 32-bit codes: kOk, kFalse for a "no", negative for a failure. No exception leaves them.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "platform/automation/class_table.h"
+
+namespace mercato {
+
+inline constexpr std::int32_t kOk = 0;
+inline constexpr std::int32_t kFalse = 1;
+inline constexpr std::int32_t kClassNotAvailable = static_cast<std::int32_t>(0x80040111u);
+inline constexpr std::int32_t kNullPointer = static_cast<std::int32_t>(0x80004003u);
+inline constexpr std::int32_t kOutOfMemoryResult = static_cast<std::int32_t>(0x8007000Eu);
+
+// Makes objects of one class. Counted: whoever received one releases it once.
+class ClassObject {
+ public:
+  virtual ~ClassObject() = default;
+  virtual const ClassTable& class_table() const = 0;
+  // A root object with a context of its own. Null when memory is short.
+  virtual ComponentPtr CreateInstance() noexcept = 0;
+  // While the library is locked it cannot be unloaded.
+  virtual void LockServer(bool lock) noexcept = 0;
+  virtual void Release() noexcept = 0;
+};
+
+// Every public class of the library.
+std::span<const ClassTable* const> library_classes();
+
+}  // namespace mercato
+
+extern "C" {
+
+// The class object for a class id, as text with its brackets. kClassNotAvailable for an unknown one, kNullPointer for a
+// missing argument. The caller releases what it receives.
+std::int32_t DllGetClassObject(const char* class_id, mercato::ClassObject** class_object);
+// kOk when no class object, no object made by one and no lock is left, else kFalse.
+std::int32_t DllCanUnloadNow();
+// Makes the ProgIDs of the library, and of the default collaborating components, known to the process's component
+// registry. A component that a host has registered under one of the collaborators' ProgIDs before stays.
+std::int32_t DllRegisterServer();
+// Forgets them.
+std::int32_t DllUnregisterServer();
+
+}

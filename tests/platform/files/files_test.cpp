@@ -1,0 +1,171 @@
+#include "platform/files/files.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "tests/platform/failure.h"
+#include "tests/platform/temporary_folder.h"
+
+namespace mercato::files {
+namespace {
+
+using test::failure_of;
+using test::TemporaryFolder;
+
+RaisedError failure(std::int32_t number, const std::string& description) {
+  return {number, "Mercato", description, {}, 0};
+}
+
+TEST(Folders, AFolderIsThereOnceItWasCreated) {
+  const TemporaryFolder root;
+  const std::string folder = root / "XMLDownload";
+  EXPECT_FALSE(folder_exists(folder));
+  create_folder(folder);
+  EXPECT_TRUE(folder_exists(folder));
+  EXPECT_FALSE(file_exists(folder));
+}
+
+TEST(Folders, CreatingAFolderThatIsThereIsNoFailure) {
+  const TemporaryFolder root;
+  create_folder(root.path());
+  EXPECT_TRUE(folder_exists(root.path()));
+}
+
+TEST(Folders, OnlyOneLevelIsCreated) {
+  const TemporaryFolder root;
+  const std::string folder = root / "missing/XMLDownload";
+  EXPECT_EQ(failure_of([&] { create_folder(folder); }),
+            failure(76, "Cannot create the folder \"" + folder + "\": No such file or directory"));
+  EXPECT_FALSE(folder_exists(root / "missing"));
+}
+
+TEST(Folders, AFileInThePlaceOfTheFolderIsAnAccessError) {
+  const TemporaryFolder root;
+  const std::string path = root / "taken";
+  write_file_atomically(path, "x");
+  EXPECT_EQ(failure_of([&] { create_folder(path); }),
+            failure(75, "Cannot create the folder \"" + path + "\": File exists"));
+}
+
+TEST(Files, AFileThatIsMissingCannotBeDeletedOrRead) {
+  const TemporaryFolder root;
+  const std::string path = root / "none.xml";
+  EXPECT_FALSE(file_exists(path));
+  EXPECT_EQ(failure_of([&] { delete_file(path); }),
+            failure(53, "Cannot delete the file \"" + path + "\": No such file or directory"));
+  EXPECT_EQ(failure_of([&] { read_file(path); }),
+            failure(53, "Cannot read the file \"" + path + "\": No such file or directory"));
+}
+
+TEST(Files, AFolderIsNeitherDeletedNorReadAsAFile) {
+  const TemporaryFolder root;
+  EXPECT_EQ(failure_of([&] { delete_file(root.path()); }),
+            failure(75, "Cannot delete the file \"" + root.path() + "\": Is a directory"));
+  EXPECT_EQ(failure_of([&] { read_file(root.path()); }),
+            failure(75, "Cannot read the file \"" + root.path() + "\": Is a directory"));
+  EXPECT_TRUE(folder_exists(root.path()));
+}
+
+TEST(Files, AFileThatMayNotBeDeletedIsAPermissionFailure) {
+  // The kernel lets nobody delete here, whoever runs the test.
+  EXPECT_EQ(failure_of([] { delete_file("/proc/version"); }).Number, 70);
+  EXPECT_TRUE(file_exists("/proc/version"));
+}
+
+TEST(Files, ADeletedFileIsGone) {
+  const TemporaryFolder root;
+  const std::string path = root / "old.xml";
+  write_file_atomically(path, "x");
+  EXPECT_TRUE(file_exists(path));
+  delete_file(path);
+  EXPECT_FALSE(file_exists(path));
+}
+
+TEST(Files, WhatWasWrittenIsRead) {
+  const TemporaryFolder root;
+  const std::string path = root / "content";
+  for (const std::string& content : {std::string(), std::string("a\0b\r\n", 5), std::string(3'000'000, 'x')}) {
+    write_file_atomically(path, content);
+    EXPECT_TRUE(read_file(path) == content) << content.size();
+  }
+}
+
+TEST(Files, AFileOfExactlyTheLimitIsReadAndALargerOneRefused) {
+  const TemporaryFolder root;
+  const std::string path = root / "large";
+  write_file_atomically(path, "12345");
+  EXPECT_EQ(read_file(path, 5), "12345");
+  EXPECT_EQ(failure_of([&] { read_file(path, 4); }),
+            failure(75, "Cannot read the file \"" + path + "\": it has more than 4 bytes"));
+}
+
+TEST(Files, APipeIsRefusedAndNotWaitedFor) {
+  const TemporaryFolder root;
+  const std::string path = root / "pipe";
+  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  EXPECT_EQ(failure_of([&] { read_file(path); }),
+            failure(75, "Cannot read the file \"" + path + "\": Invalid argument"));
+}
+
+TEST(AtomicFiles, TheOldContentStaysUntilTheCommitAndNothingElseRemains) {
+  const TemporaryFolder root;
+  const std::string path = root / "remaining_products_7.xml";
+  write_file_atomically(path, "old");
+  {
+    AtomicFile file(path);
+    file.write("ne");
+    file.write("w");
+    EXPECT_EQ(read_file(path), "old");
+    file.commit();
+    EXPECT_EQ(read_file(path), "new");
+  }
+  EXPECT_EQ(root.entries(), 1u);
+}
+
+TEST(AtomicFiles, WithoutCommitNothingChangesAndNothingRemains) {
+  const TemporaryFolder root;
+  {
+    AtomicFile file(root / "given-up.xml");
+    file.write("half");
+  }
+  EXPECT_EQ(root.entries(), 0u);
+}
+
+TEST(AtomicFiles, AMissingFolderIsPathNotFound) {
+  const TemporaryFolder root;
+  const std::string path = root / "missing/a.xml";
+  EXPECT_EQ(failure_of([&] { write_file_atomically(path, "x"); }),
+            failure(76, "Cannot write the file \"" + path + "\": No such file or directory"));
+}
+
+TEST(AtomicFiles, AFolderInThePlaceOfTheFileIsAnAccessError) {
+  const TemporaryFolder root;
+  const std::string path = root / "folder";
+  create_folder(path);
+  EXPECT_EQ(failure_of([&] { write_file_atomically(path, "x"); }),
+            failure(75, "Cannot write the file \"" + path + "\": Is a directory"));
+  EXPECT_EQ(root.entries(), 1u);
+}
+
+TEST(AtomicFiles, TwoWritersOfOnePathLeaveOneWholeContent) {
+  const TemporaryFolder root;
+  const std::string path = root / "shared.xml";
+  const std::string first(200'000, 'a');
+  const std::string second(200'000, 'b');
+  const auto write_often = [&](const std::string& content) {
+    for (int i = 0; i < 20; ++i) write_file_atomically(path, content);
+  };
+  std::thread other(write_often, first);
+  write_often(second);
+  other.join();
+  const std::string content = read_file(path);
+  EXPECT_TRUE(content == first || content == second);
+  EXPECT_EQ(root.entries(), 1u);
+}
+
+}  // namespace
+}  // namespace mercato::files

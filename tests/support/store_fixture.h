@@ -1,0 +1,157 @@
+// A store file of its own for each test, created from the library's own definitions, in a folder that goes away with the test; and
+// a record of what the library did: statements, log entries.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "collaborators/grundwerk/settings.h"
+#include "frame/connection.h"
+#include "frame/lib_sql.h"
+#include "frame/recordset.h"
+#include "frame/schema.h"
+#include "platform/automation/invoke.h"
+#include "platform/clock/clock.h"
+#include "platform/store/session_pool.h"
+#include "platform/store/statement_observer.h"
+#include "server/server.h"
+
+namespace mercato::test {
+
+struct LogEntry {
+  std::string source;
+  std::string text;
+  std::int32_t severity;
+  bool operator==(const LogEntry&) const = default;
+};
+
+// Records this thread's statements of the library's own classes, and the entries of Grundwerk.Log.
+class Recorder : public store::StatementObserver, public CallObserver {
+ public:
+  Recorder() : previous_statements_(store::set_statement_observer(this)), previous_calls_(set_call_observer(this)) {}
+  ~Recorder() override {
+    store::set_statement_observer(previous_statements_);
+    set_call_observer(previous_calls_);
+  }
+  Recorder(const Recorder&) = delete;
+  Recorder& operator=(const Recorder&) = delete;
+
+  std::vector<std::string> statements;
+  std::vector<LogEntry> log;
+  // The next statement that contains this text is refused; then it is forgotten.
+  std::string fail_on;
+
+  void on_statement(std::string_view text, bool by_library) override {
+    if (by_library) statements.emplace_back(text);
+    if (fail_on.empty() || text.find(fail_on) == std::string_view::npos) return;
+    fail_on.clear();
+    raise(error_number::kStatementRefused, "Test", "refused on request");
+  }
+  bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments, Variant&) override {
+    if (table.prog_id() == "Grundwerk.Log" && method.name == "WriteEntry")
+      log.push_back({arguments[0].to_text(), arguments[1].to_text(), arguments[2].to_long()});
+    return false;
+  }
+
+ private:
+  store::StatementObserver* previous_statements_;
+  CallObserver* previous_calls_;
+};
+
+class StoreTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    DllRegisterServer();
+    folder_ = new_folder();
+    std::filesystem::copy_file(empty_store(), store_path());
+    Settings settings;
+    settings.connections["Mercato"] = connection_string();
+    settings.web_root = (folder_ / "web").string();
+    std::filesystem::create_directory(folder_ / "web");
+    set_settings(settings);
+    forget_thread_state();
+  }
+  void TearDown() override {
+    clock::restore_clock();
+    forget_thread_state();
+    store::close_idle_sessions();
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+  }
+
+  const std::filesystem::path& folder() const { return folder_; }
+  std::filesystem::path store_path() const { return folder_ / "mercato.db"; }
+  std::string connection_string() const { return "Provider=SQLite;Data Source=" + store_path().string(); }
+
+  // Runs statements of the library's dialect, one after the other.
+  void execute(std::initializer_list<std::string> statements) const { execute_on(connection_string(), statements); }
+  static void execute_on(const std::string& store, std::initializer_list<std::string> statements) {
+    auto connection = open_connection(store);
+    for (const std::string& statement : statements) connection->Execute(Sql::verbatim(statement));
+    connection->Close();
+  }
+  // All rows of a query.
+  std::vector<std::vector<Variant>> rows(const std::string& query) const {
+    auto connection = open_connection(connection_string());
+    auto recordset = connection->Execute(Sql::verbatim(query));
+    auto result = recordset->rows();
+    connection->Close();
+    return result;
+  }
+  // The first value of the first row; Missing without a row.
+  Variant value_of(const std::string& query) const {
+    const auto all = rows(query);
+    return all.empty() ? Variant(kMissing) : all.front().front();
+  }
+
+  // What a piece of work raises; a test failure when it does not.
+  template <class Work>
+  static RaisedError raised_by(Work work) {
+    try {
+      work();
+    } catch (const Raised& failure) {
+      return failure.error();
+    }
+    ADD_FAILURE() << "nothing was raised";
+    return {};
+  }
+
+ private:
+  static std::filesystem::path new_folder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "mercato-test-XXXXXX").string();
+    if (!::mkdtemp(pattern.data())) throw std::runtime_error("no folder for the test");
+    return pattern;
+  }
+  // Made once for the process, copied for each test.
+  static const std::filesystem::path& empty_store() {
+    struct Template {
+      std::filesystem::path folder = new_folder();
+      std::filesystem::path path = folder / "empty.db";
+      Template() {
+        const std::string store = "Provider=SQLite;Create=Yes;Data Source=" + path.string();
+        auto connection = open_connection(store);
+        for (const SchemaText& schema : schema_texts()) {
+          std::size_t begin = 0;
+          for (std::size_t end; (end = schema.text.find(";\n", begin)) != std::string_view::npos; begin = end + 2)
+            connection->Execute(Sql::verbatim(std::string(schema.text.substr(begin, end - begin))));
+        }
+        connection->Close();
+        store::close_idle_sessions();
+      }
+      ~Template() {
+        std::error_code ignored;
+        std::filesystem::remove_all(folder, ignored);
+      }
+    };
+    static const Template made;
+    return made.path;
+  }
+
+  std::filesystem::path folder_;
+};
+
+}  // namespace mercato::test

@@ -1,0 +1,34 @@
+# Sourced by ./run, ./test and .ci/run: the packages that the build needs, and the build itself.
+
+mercato_packages=(
+  ca-certificates clang-14 cmake g++ ninja-build pkg-config python3 zlib1g-dev
+  libbenchmark-dev libcli11-dev libcurl4-openssl-dev libfmt-dev libgtest-dev libicu-dev libpugixml-dev
+  libspdlog-dev libsqlite3-dev libtomlplusplus-dev nlohmann-json3-dev
+)
+
+# Installs the packages that are missing; asks for nothing when there are none.
+install_packages() {
+  local missing=() package
+  for package in "${mercato_packages[@]}" "$@"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return
+  echo "Installing: ${missing[*]}"
+  local as_root=()
+  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+  "${as_root[@]}" apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# Configures and builds a preset. Only what goes wrong is shown, and progress on a terminal.
+build_preset() {
+  local log
+  log=$(mktemp)
+  cmake --preset "$1" >"$log" 2>&1 || { cat "$log"; rm -f "$log"; return 1; }
+  if [ -t 1 ]; then
+    cmake --build --preset "$1" || return 1
+  else
+    cmake --build --preset "$1" >"$log" 2>&1 || { cat "$log"; rm -f "$log"; return 1; }
+  fi
+  rm -f "$log"
+}

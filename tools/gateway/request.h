@@ -1,0 +1,36 @@
+// One line of a client as a JSON-RPC 2.0 request. Pure function; any thread.
+//
+// Beyond what JSON asks, a line is refused that nests deeper than 200 levels or holds more than 8 million values, so that no
+// line can cost memory or stack out of all proportion. One line is one request: a batch is refused.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "tools/gateway/json_values.h"
+#include "tools/gateway/rpc_error.h"
+
+namespace mercato::gateway {
+
+inline constexpr std::size_t kMaxDepth = 200;
+inline constexpr std::size_t kMaxValues = 8'000'000;
+
+struct Request {
+  bool notification = false;  // without an id: nobody waits for an answer
+  Json id;
+  std::string method;
+  JsonInput params = JsonInput::object();
+};
+
+// The error under which a line is refused, and the id to answer it to: null when it could not be read.
+class RefusedLine : public RpcError {
+ public:
+  RefusedLine(int code, std::string message, Json request_id) : RpcError(code, std::move(message)), id(std::move(request_id)) {}
+  Json id;
+};
+
+// Throws RefusedLine: kParseError for what is no JSON or beyond the bounds, kInvalidRequest for what is no request.
+Request read_request(std::string_view line);
+
+}  // namespace mercato::gateway

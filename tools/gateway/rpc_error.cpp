@@ -1,0 +1,11 @@
+#include "tools/gateway/rpc_error.h"
+
+namespace mercato::gateway {
+
+Json RpcError::to_json() const {
+  Json error = {{"code", code_}, {"message", message_}};
+  if (!data_.is_null()) error["data"] = data_;
+  return error;
+}
+
+}  // namespace mercato::gateway

@@ -1,0 +1,64 @@
+#include "upload/bulk_run.h"
+
+#include "frame/clock.h"
+#include "frame/contracts.h"
+#include "frame/files.h"
+#include "frame/types/raised_error.h"
+#include "frame/types/text.h"
+#include "frame/upload_run.h"
+#include "upload/upload_documents.h"
+
+namespace mercato::upload {
+namespace {
+
+constexpr std::int32_t kBudgetSeconds = 180;
+constexpr std::string_view kMarker = "/\\";
+
+struct PrefixedSource {
+  std::string_view file_key;
+  std::string_view source;
+};
+
+PrefixedSource parts_of(std::string_view prefixed) {
+  const std::size_t marker = prefixed.find(kMarker);
+  if (marker == std::string_view::npos) raise(error_number::kInvalidArgument);
+  return {prefixed.substr(0, marker), prefixed.substr(marker + kMarker.size())};
+}
+
+void leave_remaining_file(const BulkRun& run, std::string_view file_key, const xml::Document& document) {
+  grundwerk::Configuration configuration;
+  const std::string folder = configuration.GetWebRootFolder() + "\\XMLDownload\\";
+  const std::string host_folder = files::host_path(folder);
+  if (!files::folder_exists(host_folder)) files::create_folder(host_folder);
+
+  std::string path = folder;
+  path.append(run.file_name).append(file_key).append(".xml");
+  path = files::host_path(path);
+  if (files::file_exists(path)) files::delete_file(path);
+  if (run.records_left(document)) document.save(path);
+}
+
+}  // namespace
+
+void run_bulk_upload(const BulkRun& run, std::string_view prefixed_source, bool is_url, Array& part_numbers) {
+  const std::int32_t started = clock::seconds_of_day();
+  const PrefixedSource source = parts_of(prefixed_source);
+  files::require_plain_file_key(source.file_key);
+  xml::Document document;
+  load_document(document, source.source, is_url);
+
+  StoreRun writes;
+  std::size_t handled = 0;
+  for (; handled < part_numbers.items.size(); ++handled) {
+    if (clock::seconds_of_day() - started >= kBudgetSeconds) break;
+    std::string part_number = part_numbers.items[handled].to_text();
+    if (run.trims_entries) part_number = std::string(text::trim(part_number));
+    run.handle(document, part_number);
+  }
+  part_numbers.items.resize(handled);
+  part_numbers.lower = 0;
+  writes.finish();
+  leave_remaining_file(run, source.file_key, document);
+}
+
+}  // namespace mercato::upload

@@ -1,0 +1,172 @@
+// What is no standard field is a property: its name and value go to PROPERTY and PRODUCTPROPVALUE. A name that is not known
+// becomes an external property for texts. The values go into the statements as they stand: one with an apostrophe breaks
+// its statement, and the store refuses it.
+#include "frame/types/text.h"
+#include "frame/util.h"
+#include "upload/product_xml_internal.h"
+
+namespace mercato {
+namespace {
+
+enum PropertyType : std::int16_t { kText = 1, kNumber = 2, kEnumeration = 3, kDate = 4 };
+
+struct Property {
+  std::int32_t id;
+  std::int16_t type;
+};
+
+// The value to store: one that does not fit the type is stored as an empty text, and never fails.
+std::string getValidPropertyValue(const Variant& value, std::int16_t type) {
+  if (value.is_null()) return {};
+  switch (type) {
+    case kText:
+    case kEnumeration:
+      return value.to_text();
+    case kNumber:
+      return value.is_numeric() ? value.to_text() : std::string();
+    case kDate:
+      return IsValidUSDate(value.to_text()) ? value.to_text() : std::string();
+    default:
+      return {};
+  }
+}
+
+Property property_of(const RecordsetPtr& rows) {
+  return {rows->Value("PROPERTYID").to_long(), rows->Value("DATATYPE").to_short()};
+}
+
+Property create_property(const std::string& name, const ConnectionPtr& connection) {
+  const RecordsetPtr row = upload::open_for_adding("SELECT * FROM PROPERTY WHERE 0=1", connection);
+  row->AddNew();
+  row->SetValue("PROPERTYNAME", name);
+  row->SetValue("DATATYPE", std::int16_t{kText});
+  row->SetValue("EXTERNAL", true);
+  row->Update();
+  return {row->Value("PROPERTYID").to_long(), kText};
+}
+
+Sql product_id_by(const std::string& part_number) {
+  Sql sql;
+  sql << "SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='" << value(Gen_QuoteSql(part_number)) << "'";
+  return sql;
+}
+
+Sql property_by_name(const std::string& name) {
+  Sql sql;
+  sql << "SELECT PROPERTY.PROPERTYID, PROPERTY.DATATYPE FROM PROPERTY WHERE PROPERTY.PROPERTYNAME = '"
+      << value(Gen_QuoteSql(name)) << "'";
+  return sql;
+}
+
+Sql value_by_name(std::int32_t product_id, const std::string& name) {
+  Sql sql;
+  sql << "SELECT PROPERTY.PROPERTYID, VALUE, EXTERNAL , DATATYPE "
+         "FROM PRODUCTPROPVALUE INNER JOIN PROPERTY ON PRODUCTPROPVALUE.PROPERTYID = PROPERTY.PROPERTYID "
+         "WHERE (PRODUCTPROPVALUE.PRODUCTID = "
+      << product_id << ") AND (PROPERTY.PROPERTYNAME = '" << value(Gen_QuoteSql(name)) << "')";
+  return sql;
+}
+
+// The insert path writes the value of a known property without blanks, every other insert has them.
+Sql close_value_insert(std::int32_t property_id, std::int32_t product_id, const std::string& text) {
+  Sql sql;
+  sql << "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES(" << property_id << "," << product_id
+      << ",'" << value(text) << "')";
+  return sql;
+}
+Sql spaced_value_insert(std::int32_t property_id, std::int32_t product_id, const std::string& text) {
+  Sql sql;
+  sql << "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (" << property_id << " ," << product_id
+      << " ,'" << value(text) << "')";
+  return sql;
+}
+
+Sql value_update(std::int32_t property_id, std::int32_t product_id, const std::string& text) {
+  Sql sql;
+  sql << "UPDATE PRODUCTPROPVALUE SET VALUE = '" << value(text) << "' WHERE PROPERTYID=" << property_id
+      << " AND PRODUCTID=" << product_id;
+  return sql;
+}
+
+// The connections of the key at hand.
+class KeyConnections {
+ public:
+  const ConnectionPtr& keep(ConnectionPtr connection) { return open_.emplace_back(std::move(connection)); }
+  void close() {
+    for (ConnectionPtr& connection : open_) Sql_CloseConnection(connection);
+    open_.clear();
+  }
+
+ private:
+  std::vector<ConnectionPtr> open_;
+};
+
+std::int32_t first_product_id(const Sql& sql, const ConnectionPtr& connection) {
+  RecordsetPtr rows = upload::open_list(sql, connection);
+  const std::int32_t product_id = rows->Value("PRODUCTID").to_long();  // 3021 without a product
+  Sql_CloseRecordset(rows);
+  return product_id;
+}
+
+template <class Write>
+void for_each_property(const Dictionary& properties, Write write) {
+  properties.for_each([&](const Variant& key, const Variant& item) {
+    const std::string& name = key.text_value();
+    if (!text::equal_names(name, upload::kSeparatorKey)) write(name, item);
+  });
+}
+
+}  // namespace
+
+void ProductXML::insertProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr) {
+  ConnectionPtr connection;
+  return method(
+      [&] {
+        connection = GetConnection();
+        const std::int32_t product_id = first_product_id(product_id_by(iBuyFromPartNr), connection);
+        Sql_CloseConnection(connection);
+
+        for_each_property(properties, [&](const std::string& property_name, const Variant& item) {
+          connection = GetConnection();
+          RecordsetPtr rows = upload::open_list(property_by_name(property_name), connection);
+          if (!rows->Eof()) {
+            const Property property = property_of(rows);
+            Sql_CloseRecordset(rows);
+            GetConnection()->Execute(
+                close_value_insert(property.id, product_id, getValidPropertyValue(item, property.type)));
+          } else {
+            Sql_CloseRecordset(rows);
+            const Property property = create_property(property_name, GetConnection());
+            GetConnection()->Execute(
+                spaced_value_insert(property.id, product_id, getValidPropertyValue(item, property.type)));
+          }
+          Sql_CloseConnection(connection);
+        });
+      },
+      Tail{"Mercato.ProductXML.insertProductProperties", [&] { Sql_CloseConnection(connection); }});
+}
+
+void ProductXML::updateProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr) {
+  ConnectionPtr connection;
+  return method(
+      [&] {
+        const std::int32_t product_id = first_product_id(product_id_by(iBuyFromPartNr), read_connection());
+
+        for_each_property(properties, [&](const std::string& property_name, const Variant& item) {
+          connection = GetConnection();
+          RecordsetPtr rows = upload::open_list(value_by_name(product_id, property_name), connection);
+          if (!rows->Eof()) {
+            const Property property = property_of(rows);
+            Sql_CloseRecordset(rows);
+            GetConnection()->Execute(value_update(property.id, product_id, getValidPropertyValue(item, property.type)));
+          } else {
+            Sql_CloseRecordset(rows);
+            ...
+          }
+          Sql_CloseConnection(connection);
+        });
+      },
+      Tail{"Mercato.ProductXML.updateProductProperties", [&] { Sql_CloseConnection(connection); }});
+}
+
+}  // namespace mercato

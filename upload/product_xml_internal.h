@@ -1,0 +1,66 @@
+// Shared by the files of class ProductXML: product_reading.cpp (documents to dictionaries), product_validation.cpp (judging
+// and repairing them), product_upload.cpp (the calls that write, record by record), product_row.cpp (PRODUCT and its buyers),
+// product_properties.cpp (PROPERTY and PRODUCTPROPVALUE).
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "frame/lib_general.h"
+#include "frame/lib_sql.h"
+#include "frame/method.h"
+#include "upload/product_xml.h"
+#include "upload/upload_documents.h"
+
+namespace mercato {
+namespace upload {
+
+inline constexpr std::string_view kSeparatorKey = "MULTIPLEBUYERSEPARATOR";
+
+// Rows to be walked once.
+inline RecordsetPtr open_list(const Sql& sql, const ConnectionPtr& connection) {
+  auto rows = Recordset::create();
+  rows->Open(sql, connection, CursorType::forward_only, LockType::read_only, -1);
+  return rows;
+}
+
+// No row yet: for adding some.
+inline RecordsetPtr open_for_adding(const Sql& sql, const ConnectionPtr& connection) {
+  auto rows = Recordset::create();
+  rows->Open(sql, connection, CursorType::keyset, LockType::optimistic, -1);
+  return rows;
+}
+
+// One row, for changing it.
+inline RecordsetPtr open_for_changing(const Sql& sql, const ConnectionPtr& connection) {
+  auto rows = Recordset::create();
+  rows->Open(sql, connection, CursorType::fixed, LockType::optimistic, -1);
+  return rows;
+}
+
+}  // namespace upload
+
+// Collects what becomes of one record, and tells the observer when the record has ended, however it did.
+class ProductXML::RecordReport {
+ public:
+  RecordReport(ProductXML& upload, const std::string& part_number) : upload_(upload) {
+    if (!upload_.observer_) return;
+    record_.part_number = part_number;
+    upload_.record_ = &record_;
+  }
+  ~RecordReport() {
+    if (!upload_.record_) return;
+    upload_.record_ = nullptr;
+    upload_.tell_observer([&](UploadObserver& observer) { observer.on_record(record_); });
+  }
+  RecordReport(const RecordReport&) = delete;
+  RecordReport& operator=(const RecordReport&) = delete;
+
+  void ended(UploadOutcome outcome) { record_.outcome = outcome; }
+
+ private:
+  ProductXML& upload_;
+  UploadRecord record_;
+};
+
+}  // namespace mercato

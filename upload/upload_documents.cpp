@@ -1,0 +1,29 @@
+#include "upload/upload_documents.h"
+
+#include "frame/lib_error_handling.h"
+
+namespace mercato::upload {
+
+bool load_document(xml::Document& document, std::string_view iStringOrUrl, bool iIsUrl) {
+  return iIsUrl ? document.load(iStringOrUrl) : document.load_text(iStringOrUrl);
+}
+
+xml::NodeList load_records(const DocumentKind& kind, const std::string& iStringOrUrl, bool iIsUrl) {
+  xml::Document document;
+  if (!load_document(document, iStringOrUrl, iIsUrl))
+    raise(eUnableToLoadXML, std::string(kind.load_source), "Unable to load XML");
+  return document.elements_by_tag_name(kind.record);
+}
+
+std::string part_number_of(const xml::Node& record) {
+  auto part_number = record.attribute("buyfrompartnumber");
+  if (!part_number) raise(error_number::kObjectNotSet);
+  return *std::move(part_number);
+}
+
+std::string records_of(const DocumentKind& kind, std::string_view part_number) {
+  std::string xpath = "//";
+  return xpath.append(kind.record).append("[@buyfrompartnumber = '").append(part_number).append("']");
+}
+
+}  // namespace mercato::upload

@@ -1,0 +1,35 @@
+// Obtaining an upload document, and what its records have in common. No database. Any thread.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "frame/documents.h"
+
+namespace mercato::upload {
+
+// What tells one kind of upload document from the other.
+struct DocumentKind {
+  std::string_view record;       // the name of its record elements
+  std::string_view load_source;  // of the failure to load one
+};
+inline constexpr DocumentKind kProductDocument{"Product", "Mercato.ProductXML.getProductNodeList"};
+
+// All record elements of a freshly loaded document, at any depth. Raises eUnableToLoadXML with the kind's source, and
+// without the parser's reasons.
+xml::NodeList load_records(const DocumentKind& kind, const std::string& iStringOrUrl, bool iIsUrl);
+
+// Answers whether the document was loaded.
+bool load_document(xml::Document& document, std::string_view iStringOrUrl, bool iIsUrl);
+
+// The record's attribute "buyfrompartnumber". Raises 91 when it has none.
+std::string part_number_of(const xml::Node& record);
+
+// The expression that selects the records of one part number. The number goes in as it stands: one with an apostrophe makes
+// an expression that cannot be evaluated.
+std::string records_of(const DocumentKind& kind, std::string_view part_number);
+
+// Whether the record has fields, or text, or a comment.
+inline bool has_content(const xml::Node& record) { return record.has_children() && !record.children().empty(); }
+
+}  // namespace mercato::upload
