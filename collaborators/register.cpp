@@ -13,7 +13,7 @@ namespace mercato::collaborators {
 
 std::span<const ClassTable* const> collaborator_classes() {
   static const ClassTable* const kClasses[] = {
-      &Log::table(),  &Configuration::table(),   &ReferentialChecker::table(), &User::table(),
+      &Log::table(),      &Configuration::table(),   &ReferentialChecker::table(), &User::table(),
       &Currency::table(), &BusinessPartner::table(), &DRecordset::table(),         &Page::table(),
   };
   return kClasses;

@@ -64,7 +64,7 @@ bool suppressing_failures(Work work) {
   try {
     work();
     return true;
-  } catch (const Raised&) {
+  } catch (const std::exception&) {
     current_error() = {};
     return false;
   }

@@ -118,7 +118,7 @@ auto method(Body body, Tail<Steps, Preset> tail) {
       return detail::run_body(body, armed);
     }
   } catch (...) {
-    if (!armed.armed()) throw;
+    if (!armed.armed()) throw Raised(detail::failure_in_flight());
     current_error() = detail::failure_in_flight();
   }
   const RaisedError pending = current_error();

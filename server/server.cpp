@@ -8,6 +8,7 @@
 #include "classification/t_unit.h"
 #include "classification/unit.h"
 #include "collaborators/register.h"
+#include "frame/types/text.h"
 #include "platform/automation/registry.h"
 #include "platform/transactions/object_context.h"
 #include "product/product.h"
@@ -31,11 +32,10 @@ class TableClassObject final : public ClassObject {
   ComponentPtr CreateInstance() noexcept override {
     try {
       const ComponentPtr object = create_root(table_);
-      ++holds;
       // The object's life is watched by an owner that stands beside it.
       struct Hold {
         ComponentPtr object;
-        explicit Hold(ComponentPtr held) : object(std::move(held)) {}
+        explicit Hold(ComponentPtr held) : object(std::move(held)) { ++holds; }
         ~Hold() { --holds; }
       };
       return {std::make_shared<Hold>(object), object.get()};
@@ -67,7 +67,7 @@ std::int32_t DllGetClassObject(const char* class_id, mercato::ClassObject** clas
   if (!class_id || !class_object) return mercato::kNullPointer;
   *class_object = nullptr;
   for (const mercato::ClassTable* table : mercato::library_classes()) {
-    if (table->class_id() != class_id) continue;
+    if (!mercato::text::equal_names(table->class_id(), class_id)) continue;
     *class_object = new (std::nothrow) mercato::TableClassObject(*table);
     return *class_object ? mercato::kOk : mercato::kOutOfMemoryResult;
   }
@@ -78,7 +78,7 @@ std::int32_t DllCanUnloadNow() { return mercato::holds == 0 ? mercato::kOk : mer
 
 std::int32_t DllRegisterServer() try {
   for (const mercato::ClassTable* table : mercato::library_classes()) mercato::register_class(*table);
-  for (const mercato::ClassTable* table : mercato::collaborator_classes())
+  for (const mercato::ClassTable* table : mercato::collaborators::collaborator_classes())
     if (!mercato::registered_class(table->prog_id())) mercato::register_class(*table);
   return mercato::kOk;
 } catch (const std::exception&) {
@@ -87,7 +87,7 @@ std::int32_t DllRegisterServer() try {
 
 std::int32_t DllUnregisterServer() try {
   for (const mercato::ClassTable* table : mercato::library_classes()) mercato::unregister_class(*table);
-  for (const mercato::ClassTable* table : mercato::collaborator_classes()) mercato::unregister_class(*table);
+  for (const mercato::ClassTable* table : mercato::collaborators::collaborator_classes()) mercato::unregister_class(*table);
   return mercato::kOk;
 } catch (const std::exception&) {
   return mercato::kOutOfMemoryResult;

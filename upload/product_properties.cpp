@@ -88,19 +88,6 @@ Sql value_update(std::int32_t property_id, std::int32_t product_id, const std::s
   return sql;
 }
 
-// The connections of the key at hand.
-class KeyConnections {
- public:
-  const ConnectionPtr& keep(ConnectionPtr connection) { return open_.emplace_back(std::move(connection)); }
-  void close() {
-    for (ConnectionPtr& connection : open_) Sql_CloseConnection(connection);
-    open_.clear();
-  }
-
- private:
-  std::vector<ConnectionPtr> open_;
-};
-
 std::int32_t first_product_id(const Sql& sql, const ConnectionPtr& connection) {
   RecordsetPtr rows = upload::open_list(sql, connection);
   const std::int32_t product_id = rows->Value("PRODUCTID").to_long();  // 3021 without a product
@@ -118,8 +105,20 @@ void for_each_property(const Dictionary& properties, Write write) {
 
 }  // namespace
 
+void ProductXML::execute_on_new_connection(const Sql& sql) const {
+  ConnectionPtr connection = GetConnection();
+  connection->Execute(sql);
+  Sql_CloseConnection(connection);
+}
+
+// Does not look whether the product has a value already: the store refuses a second one.
 void ProductXML::insertProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr) {
   ConnectionPtr connection;
+  RecordsetPtr rows;
+  const auto close = [&] {
+    Sql_CloseRecordset(rows);
+    Sql_CloseConnection(connection);
+  };
   return method(
       [&] {
         connection = GetConnection();
@@ -128,45 +127,52 @@ void ProductXML::insertProductProperties(const Dictionary& properties, const std
 
         for_each_property(properties, [&](const std::string& property_name, const Variant& item) {
           connection = GetConnection();
-          RecordsetPtr rows = upload::open_list(property_by_name(property_name), connection);
+          rows = upload::open_list(property_by_name(property_name), connection);
           if (!rows->Eof()) {
             const Property property = property_of(rows);
-            Sql_CloseRecordset(rows);
-            GetConnection()->Execute(
+            execute_on_new_connection(
                 close_value_insert(property.id, product_id, getValidPropertyValue(item, property.type)));
           } else {
-            Sql_CloseRecordset(rows);
             const Property property = create_property(property_name, GetConnection());
-            GetConnection()->Execute(
+            execute_on_new_connection(
                 spaced_value_insert(property.id, product_id, getValidPropertyValue(item, property.type)));
           }
-          Sql_CloseConnection(connection);
+          close();
         });
       },
-      Tail{"Mercato.ProductXML.insertProductProperties", [&] { Sql_CloseConnection(connection); }});
+      Tail{"Mercato.ProductXML.insertProductProperties", close});
 }
 
+// Replaces the values that the product has and adds the others; those that the record does not name stay.
 void ProductXML::updateProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr) {
   ConnectionPtr connection;
+  RecordsetPtr rows;
+  const auto close = [&] {
+    Sql_CloseRecordset(rows);
+    Sql_CloseConnection(connection);
+  };
   return method(
       [&] {
         const std::int32_t product_id = first_product_id(product_id_by(iBuyFromPartNr), read_connection());
 
         for_each_property(properties, [&](const std::string& property_name, const Variant& item) {
           connection = GetConnection();
-          RecordsetPtr rows = upload::open_list(value_by_name(product_id, property_name), connection);
+          rows = upload::open_list(value_by_name(product_id, property_name), connection);
           if (!rows->Eof()) {
             const Property property = property_of(rows);
-            Sql_CloseRecordset(rows);
-            GetConnection()->Execute(value_update(property.id, product_id, getValidPropertyValue(item, property.type)));
+            execute_on_new_connection(value_update(property.id, product_id, getValidPropertyValue(item, property.type)));
           } else {
-            Sql_CloseRecordset(rows);
-            ...
+            close();
+            connection = GetConnection();
+            rows = connection->Execute(property_by_name(property_name));
+            const Property property = rows->Eof() ? create_property(property_name, GetConnection()) : property_of(rows);
+            execute_on_new_connection(
+                spaced_value_insert(property.id, product_id, getValidPropertyValue(item, property.type)));
           }
-          Sql_CloseConnection(connection);
+          close();
         });
       },
-      Tail{"Mercato.ProductXML.updateProductProperties", [&] { Sql_CloseConnection(connection); }});
+      Tail{"Mercato.ProductXML.updateProductProperties", close});
 }
 
 }  // namespace mercato

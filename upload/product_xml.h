@@ -146,6 +146,7 @@ class ProductXML : public ComponentOf<ProductXML> {
   }
 
   ConnectionPtr GetConnection() const;
+  void execute_on_new_connection(const Sql& sql) const;
   const ConnectionPtr& read_connection();
 
   ConnectionPtr mConnection;  // for reading, opened at the first need

@@ -25,7 +25,7 @@ inline RecordsetPtr open_list(const Sql& sql, const ConnectionPtr& connection) {
 }
 
 // No row yet: for adding some.
-inline RecordsetPtr open_for_adding(const Sql& sql, const ConnectionPtr& connection) {
+inline RecordsetPtr open_for_adding(LiteralPiece sql, const ConnectionPtr& connection) {
   auto rows = Recordset::create();
   rows->Open(sql, connection, CursorType::keyset, LockType::optimistic, -1);
   return rows;

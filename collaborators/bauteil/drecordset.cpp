@@ -21,10 +21,8 @@ struct State {
 };
 
 std::string write_state(const State& state) {
-  return nlohmann::json{{"version", kStateVersion},
-                        {"row", state.row},
-                        {"pageSize", state.page_size},
-                        {"sortFields", state.sort_fields}}
+  return nlohmann::json{
+      {"version", kStateVersion}, {"row", state.row}, {"pageSize", state.page_size}, {"sortFields", state.sort_fields}}
       .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
@@ -50,15 +48,18 @@ std::optional<State> parse_state(const std::string& text) {
 State read_state(const std::string& text) {
   auto state = parse_state(text);
   if (!state)
-    raise(error_number::kInvalidArgument, "Bauteil.DRecordset", "The persisted state is not one that a DRecordset wrote");
+    raise(error_number::kInvalidArgument, "Bauteil.DRecordset",
+          "The persisted state is not one that a DRecordset wrote");
   return *std::move(state);
 }
 
 std::int64_t page_count_of(std::int64_t rows, std::int64_t page_size) { return (rows + page_size - 1) / page_size; }
 
-store::RowLayoutPtr layout_of(store::Session& session, const Sql& statement) {
-  const auto cursor = session.execute(statement).cursor;
-  if (!cursor) raise(error_number::kStatementRefused, "Bauteil.DRecordset", "The statement of a DRecordset has to yield rows");
+store::RowLayoutPtr layout_of(const std::string& connection_string, const std::string& statement) {
+  const ConnectionPtr connection = open_connection(connection_string);
+  const auto cursor = connection->session().execute(Sql::verbatim(statement)).cursor;
+  if (!cursor)
+    raise(error_number::kStatementRefused, "Bauteil.DRecordset", "The statement of a DRecordset has to yield rows");
   return cursor->layout();
 }
 
@@ -116,8 +117,7 @@ void DRecordset::RestoreState(std::int16_t position, const std::string& state) {
 
 void DRecordset::OpenQuery(const std::string& statement, const std::string& key_fields) {
   opened_.reset();
-  const ConnectionPtr connection = open_connection(connection_string_);
-  const auto layout = layout_of(connection->session(), Sql::verbatim(statement));
+  const auto layout = layout_of(connection_string_, statement);
   opened_ = OpenedQuery{with_page_order(statement, *layout, sort_fields_, key_fields), page_size_};
   try {
     go_to_row(first_row_);

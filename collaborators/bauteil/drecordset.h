@@ -1,8 +1,8 @@
 // Bauteil.DRecordset: runs a statement and gives its rows page by page. Only the rows of one page are held; each move
 // runs the statement anew, so that a page shows the rows as they are then. One thread at a time.
 //
-// Rows are ordered by the sort fields, then by the key fields, so that a row stands on one page only. A statement with an
-// order of its own keeps it when there are no sort fields.
+// Rows are ordered by the sort fields, then by the key fields, so that a row stands on one page only. A statement with
+// an order of its own keeps it when there are no sort fields.
 //
 // What has to survive between two requests is a text: the position, the page size and the sort fields. The statement is
 // not in it: whoever opens the query knows it, and a text that went through a browser cannot bring one in.
@@ -25,8 +25,8 @@ class DRecordset : public ComponentOf<DRecordset> {
 
   // Settings. They count from the next OpenQuery on.
   void SetConnectionString(const std::string& text);
-  // Takes over position, page size and sort fields of an earlier object. The empty text is no state and changes nothing.
-  // Raises 5, source "Bauteil.DRecordset", for a text that is no state; nothing is changed then.
+  // Takes over position, page size and sort fields of an earlier object. The empty text is no state and changes
+  // nothing. Raises 5, source "Bauteil.DRecordset", for a text that is no state; nothing is changed then.
   void SetPersistedState(const std::string& state);
   // A size below 1 leaves the size as it is: that of the persisted state, else 10.
   void SetPageSize(std::int16_t rows);
@@ -35,21 +35,22 @@ class DRecordset : public ComponentOf<DRecordset> {
 
   // Forgets the position: back to the first page.
   void Reset();
-  // Goes to the position of the state when `position` is -1, else to the page of that number. Page size and sort fields stay.
-  // Raises 5 as SetPersistedState does, and for another position below 1.
+  // Goes to the position of the state when `position` is -1, else to the page of that number. Page size and sort fields
+  // stay. Raises 5 as SetPersistedState does, and for another position below 1.
   void RestoreState(std::int16_t position, const std::string& state);
   // Runs the statement and reads the page of the position; when there are fewer rows by now, the last page.
   // Key fields, "COLUMN, COLUMN", that are not in the result do not take part in the order.
-  // Raises 5, source "Bauteil.DRecordset", for sort fields that are no columns of the result, and what the store raises.
+  // Raises 5, source "Bauteil.DRecordset", for sort fields that are no columns of the result, and what the store
+  // raises.
   void OpenQuery(const std::string& statement, const std::string& key_fields);
 
   // The page. All of these raise kObjectClosed until a query is open.
-  RecordsetPtr PageRows();      // a disconnected recordset, the caller's own
-  bool NextPage();              // false on the last page, which is then read anew
-  bool PreviousPage();          // false on the first page
-  std::int32_t PageNumber();    // from 1, also when there are no rows
-  std::int32_t PageCount();     // 0 when there are no rows
-  std::int32_t RowCount();      // of the query, when the page was read
+  RecordsetPtr PageRows();    // a disconnected recordset, the caller's own
+  bool NextPage();            // false on the last page, which is then read anew
+  bool PreviousPage();        // false on the first page
+  std::int32_t PageNumber();  // from 1, also when there are no rows
+  std::int32_t PageCount();   // 0 when there are no rows
+  std::int32_t RowCount();    // of the query, when the page was read
   // The state for a later request. Needs no open query.
   std::string PersistedState();
 

@@ -10,7 +10,8 @@ std::string_view application_of(std::string_view connection_name) {
   constexpr std::string_view kSuffix = "Connection";
   if (!connection_name.ends_with(kSuffix))
     raise(error_number::kInvalidArgument, "Bauteil.Page",
-          "'" + std::string(connection_name) + "' is no name of a connection: one ends in '" + std::string(kSuffix) + "'");
+          "'" + std::string(connection_name) + "' is no name of a connection: one ends in '" + std::string(kSuffix) +
+              "'");
   return connection_name.substr(0, connection_name.size() - kSuffix.size());
 }
 

@@ -18,13 +18,15 @@ struct Term {
 };
 
 void add(std::vector<Term>& order, Term term) {
-  const bool known = std::any_of(order.begin(), order.end(), [&](const Term& other) { return other.column == term.column; });
+  const bool known =
+      std::any_of(order.begin(), order.end(), [&](const Term& other) { return other.column == term.column; });
   if (!known) order.push_back(term);
 }
 
 [[noreturn]] void refuse(std::string_view sort_field) {
   raise(error_number::kInvalidArgument, "Bauteil.DRecordset",
-        "'" + std::string(sort_field) + "' is no sort field: a column of the result is expected, perhaps with ASC or DESC");
+        "'" + std::string(sort_field) +
+            "' is no sort field: a column of the result is expected, perhaps with ASC or DESC");
 }
 
 Term sort_term(std::string_view field, const store::RowLayout& result) {

@@ -11,8 +11,8 @@ namespace mercato::collaborators {
 
 // The statement, ordered by the sort fields, then by those key fields that are in its result. An order of its own is
 // replaced by sort fields, and kept when there are none. Only names of `result` get into the statement.
-// Raises 5, source "Bauteil.DRecordset", for a sort field that is no column of the result or has anything but ASC or DESC
-// behind it; 0x80040E14 for a statement that cannot be cut into words.
+// Raises 5, source "Bauteil.DRecordset", for a sort field that is no column of the result or has anything but ASC or
+// DESC behind it; 0x80040E14 for a statement that cannot be cut into words.
 Sql with_page_order(const std::string& statement, const store::RowLayout& result, std::string_view sort_fields,
                     std::string_view key_fields);
 

@@ -3,6 +3,7 @@
 #include <spdlog/logger.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <mutex>

@@ -7,8 +7,8 @@
 //        METHOD: Mercato.Unit.Delete
 //        DESC: Unit not found.
 //
-// Writing never fails for the caller: without a file, or while it cannot be written, entries are dropped. The time is the
-// host's and not the library's clock, whose readings belong to the business classes. Any thread.
+// Writing never fails for the caller: without a file, or while it cannot be written, entries are dropped. The time is
+// the host's and not the library's clock, whose readings belong to the business classes. Any thread.
 #pragma once
 
 #include <cstdint>

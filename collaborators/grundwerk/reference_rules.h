@@ -36,7 +36,8 @@ struct Reference {
 
 struct ReferenceRules {
   std::vector<Reference> references;
-  // By the owner of a row that is to go: the ProgIDs of the classes with dependent rows, which may clear them or refuse.
+  // By the owner of a row that is to go: the ProgIDs of the classes with dependent rows, which may clear them or
+  // refuse.
   ByName<std::vector<std::string>> dependents;
 };
 

@@ -12,7 +12,8 @@ namespace mercato::collaborators {
 
 struct Settings {
   ByName<std::string> connections{{"Mercato", "Provider=SQLite;Data Source=mercato.db"}};  // by application
-  // Folders, without a trailing separator. A relative one counts from the working directory, as the path of a store does.
+  // Folders, without a trailing separator. A relative one counts from the working directory, as the path of a store
+  // does.
   std::string web_root = "web";
   std::string install_dir = "/usr/share/mercato";
   ByName<ByName<Variant>> parameters;  // section, name

@@ -19,7 +19,8 @@ const ClassTable& BusinessPartner::table() {
 
 Variant BusinessPartner::GetBusinessPartnerID(const std::string& business_id) {
   Sql sql;
-  sql << "SELECT BUSINESSPARTNERID FROM BUSINESSPARTNER WHERE BUSINESSID = N'" << value(Gen_QuoteSql(business_id)) << "'";
+  sql << "SELECT BUSINESSPARTNERID FROM BUSINESSPARTNER WHERE BUSINESSID = N'" << value(Gen_QuoteSql(business_id))
+      << "'";
   const Query partner(sql);
   return partner->Eof() ? Variant(std::int32_t{-1}) : partner->Value("BUSINESSPARTNERID");
 }

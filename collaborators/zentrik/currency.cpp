@@ -119,7 +119,7 @@ mercato::Currency Currency::ConvertAmount(const std::string& source, const std::
 
 DictionaryPtr Currency::GetAllCurrencies() {
   auto currencies = std::make_shared<Dictionary>();
-  const Query rows("SELECT CURRENCYCODE, DESCRIPTION FROM CURRENCY ORDER BY CURRENCYCODE");
+  const Query rows{Sql("SELECT CURRENCYCODE, DESCRIPTION FROM CURRENCY ORDER BY CURRENCYCODE")};
   for (; !rows->Eof(); rows->MoveNext()) currencies->Add(rows->Value("CURRENCYCODE"), rows->Value("DESCRIPTION"));
   return currencies;
 }

@@ -172,7 +172,7 @@ class DateReader {
     while (kind_at(next_) == Word::Kind::number && count < parts.size()) {
       parts[count++] = words_[next_++].number;
       if (!is_symbol(":")) break;
-      ++next_;
+      if (kind_at(++next_) != Word::Kind::number) return false;
     }
     // A fraction of a second is read and dropped.
     if (count == 3 && is_symbol(".") && kind_at(next_ + 1) == Word::Kind::number) next_ += 2;

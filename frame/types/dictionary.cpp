@@ -60,7 +60,7 @@ std::uint32_t Dictionary::locate_text(std::string_view key, std::size_t hash) co
 void Dictionary::append(Variant key, Variant item, std::size_t hash) {
   entries_.push_back({std::move(key), std::move(item), hash, false});
   ++live_;
-  if (entries_.size() < kIndexFrom) return;
+  if (index_.empty() && entries_.size() < kIndexFrom) return;
   if (entries_.size() * 2 > index_.size()) {
     rebuild_index();
     return;

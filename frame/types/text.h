@@ -12,7 +12,8 @@ namespace mercato::text {
 // Whether the bytes are well-formed UTF-8.
 bool is_valid(std::string_view text);
 
-// Number of characters (code points). A stray byte counts as one.
+// Number of characters (code points). A stray byte counts as one, a stray continuation byte belongs to the character
+// before it.
 std::size_t length(std::string_view text);
 
 // The first `count` characters, all of them when there are fewer.

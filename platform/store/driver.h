@@ -28,7 +28,8 @@ struct RowIdentity {
   std::vector<Variant> key;
 };
 
-// A running query, forward only. Once its session is gone or was given back, its next move raises kObjectClosed.
+// A running query, forward only. Once its session is gone or was given back, its next move raises kObjectClosed; rows that
+// the session took into memory before can still be walked.
 class Cursor {
  public:
   virtual ~Cursor() = default;

@@ -105,15 +105,15 @@ ObjectPtr ObjectContext::Item(std::string_view iName) {
 ObjectContext* GetObjectContext() { return current_context; }
 
 struct ContextCall::State {
-  explicit State(ObjectContext* context, store::UnitOfWork* unit)
-      : previous_context(std::exchange(current_context, context)) {
-    if (unit) current_unit.emplace(unit);
+  explicit State(ObjectContext* context, store::UnitOfWork* unit) {
+    if (unit) current_unit.emplace(unit);  // may raise: the context must not be current yet
+    previous_context = std::exchange(current_context, context);
   }
   ~State() { current_context = previous_context; }
   State(const State&) = delete;
   State& operator=(const State&) = delete;
 
-  ObjectContext* previous_context;
+  ObjectContext* previous_context = nullptr;
   std::optional<store::UnitOfWork::Current> current_unit;
 };
 

@@ -113,30 +113,33 @@ class Printer {
     escape(value, "&<>\r");
   }
 
+  // `special` are the characters that cannot stand as they are.
   void escape(std::string_view value, std::string_view special) {
-    for (;;) {
-      const auto plain = std::min(value.find_first_of(special), value.size());
-      put({value.substr(0, plain)});
-      if (plain == value.size()) return;
-      switch (value[plain]) {
+    std::size_t plain = 0;
+    for (std::size_t i = 0; i < value.size(); ++i) {
+      // Almost every character is above all special ones or a blank; the search is for the rest.
+      if (value[i] > '>' || value[i] == ' ' || special.find(value[i]) == std::string_view::npos) continue;
+      put({value.substr(plain, i - plain), "&"});
+      plain = i + 1;
+      switch (value[i]) {
         case '&':
-          put({"&amp;"});
+          put({"amp;"});
           break;
         case '<':
-          put({"&lt;"});
+          put({"lt;"});
           break;
         case '>':
-          put({"&gt;"});
+          put({"gt;"});
           break;
         case '"':
-          put({"&quot;"});
+          put({"quot;"});
           break;
         default:
-          put({"&#", std::to_string(static_cast<int>(value[plain])), ";"});
+          put({"#", std::to_string(static_cast<int>(value[i])), ";"});
           break;
       }
-      value.remove_prefix(plain + 1);
     }
+    put({value.substr(plain)});
   }
 
   void put(std::initializer_list<std::string_view> pieces) {

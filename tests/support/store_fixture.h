@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,7 +30,15 @@ struct LogEntry {
   bool operator==(const LogEntry&) const = default;
 };
 
-// Records this thread's statements of the library's own classes, and the entries of Grundwerk.Log.
+// One late-bound call: "Grundwerk.ReferentialChecker.CheckBeforeDelete" and its arguments.
+struct ComponentCall {
+  std::string method;
+  std::vector<Variant> arguments;
+  bool operator==(const ComponentCall&) const = default;
+};
+
+// Records this thread's statements of the library's own classes, the entries of Grundwerk.Log and all late-bound calls; refuses
+// a statement, and answers or refuses calls, on request.
 class Recorder : public store::StatementObserver, public CallObserver {
  public:
   Recorder() : previous_statements_(store::set_statement_observer(this)), previous_calls_(set_call_observer(this)) {}
@@ -42,8 +51,12 @@ class Recorder : public store::StatementObserver, public CallObserver {
 
   std::vector<std::string> statements;
   std::vector<LogEntry> log;
+  std::vector<ComponentCall> calls;
   // The next statement that contains this text is refused; then it is forgotten.
   std::string fail_on;
+  // What calls are answered with, or raise, instead of reaching their component; by "ProgID.Method".
+  std::map<std::string, Variant> answers;
+  std::map<std::string, RaisedError> failures;
 
   void on_statement(std::string_view text, bool by_library) override {
     if (by_library) statements.emplace_back(text);
@@ -51,15 +64,33 @@ class Recorder : public store::StatementObserver, public CallObserver {
     fail_on.clear();
     raise(error_number::kStatementRefused, "Test", "refused on request");
   }
-  bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments, Variant&) override {
-    if (table.prog_id() == "Grundwerk.Log" && method.name == "WriteEntry")
+  bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments, Variant& result) override {
+    const std::string called = table.prog_id() + "." + method.name;
+    calls.push_back({called, {arguments.begin(), arguments.end()}});
+    if (called == "Grundwerk.Log.WriteEntry")
       log.push_back({arguments[0].to_text(), arguments[1].to_text(), arguments[2].to_long()});
-    return false;
+    if (const auto failure = failures.find(called); failure != failures.end()) throw Raised(failure->second);
+    const auto answer = answers.find(called);
+    if (answer == answers.end()) return false;
+    result = answer->second;
+    return true;
   }
 
  private:
   store::StatementObserver* previous_statements_;
   CallObserver* previous_calls_;
+};
+
+// While it lives, the thread's statements are nobody's business: the fixture's own are no part of a record.
+class Unobserved {
+ public:
+  Unobserved() : observer_(store::set_statement_observer(nullptr)) {}
+  ~Unobserved() { store::set_statement_observer(observer_); }
+  Unobserved(const Unobserved&) = delete;
+  Unobserved& operator=(const Unobserved&) = delete;
+
+ private:
+  store::StatementObserver* observer_;
 };
 
 class StoreTest : public ::testing::Test {
@@ -68,11 +99,11 @@ class StoreTest : public ::testing::Test {
     DllRegisterServer();
     folder_ = new_folder();
     std::filesystem::copy_file(empty_store(), store_path());
-    Settings settings;
+    collaborators::Settings settings;
     settings.connections["Mercato"] = connection_string();
     settings.web_root = (folder_ / "web").string();
     std::filesystem::create_directory(folder_ / "web");
-    set_settings(settings);
+    collaborators::set_settings(settings);
     forget_thread_state();
   }
   void TearDown() override {
@@ -90,12 +121,14 @@ class StoreTest : public ::testing::Test {
   // Runs statements of the library's dialect, one after the other.
   void execute(std::initializer_list<std::string> statements) const { execute_on(connection_string(), statements); }
   static void execute_on(const std::string& store, std::initializer_list<std::string> statements) {
+    const Unobserved unobserved;
     auto connection = open_connection(store);
     for (const std::string& statement : statements) connection->Execute(Sql::verbatim(statement));
     connection->Close();
   }
   // All rows of a query.
   std::vector<std::vector<Variant>> rows(const std::string& query) const {
+    const Unobserved unobserved;
     auto connection = open_connection(connection_string());
     auto recordset = connection->Execute(Sql::verbatim(query));
     auto result = recordset->rows();
@@ -106,6 +139,18 @@ class StoreTest : public ::testing::Test {
   Variant value_of(const std::string& query) const {
     const auto all = rows(query);
     return all.empty() ? Variant(kMissing) : all.front().front();
+  }
+  // The rows of every table, to show that something left all of them as they were.
+  std::map<std::string, std::vector<std::vector<Variant>>> all_rows() const {
+    std::map<std::string, std::vector<std::vector<Variant>>> tables;
+    constexpr std::string_view kBegin = "CREATE TABLE ";
+    for (const SchemaText& schema : schema_texts())
+      for (std::size_t at = 0; (at = schema.text.find(kBegin, at)) != std::string_view::npos;) {
+        at += kBegin.size();
+        const std::string table(schema.text.substr(at, schema.text.find_first_of(" (", at) - at));
+        tables[table] = rows("SELECT * FROM " + table);
+      }
+    return tables;
   }
 
   // What a piece of work raises; a test failure when it does not.

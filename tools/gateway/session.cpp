@@ -1,9 +1,8 @@
 #include "tools/gateway/session.h"
 
+#include <algorithm>
 #include <cstdint>
-#include <initializer_list>
 #include <limits>
-#include <new>
 #include <utility>
 #include <vector>
 
@@ -165,7 +164,7 @@ const Session::Method* Session::find_method(std::string_view name) {
   return nullptr;
 }
 
-Session::Session(Options options) : options_(options), script_(objects_, options.scripted), settings_before_(settings()) {
+Session::Session(Options options) : options_(options), script_(objects_, options.scripted), settings_before_(*collaborators::settings()) {
   forget_thread_state();
 }
 
@@ -180,7 +179,7 @@ Session::~Session() {
   }
   if (options_.scripted) {
     clock::restore_clock();
-    set_settings(settings_before_);
+    collaborators::set_settings(settings_before_);
   }
   forget_thread_state();
 }
@@ -226,7 +225,7 @@ template <class Work>
 Json Session::watched(Work work) {
   script_.begin_watch(false);
   try {
-    const store::CallLimit call_limit(settings().call_seconds);
+    const store::CallLimit call_limit(collaborators::settings()->call_seconds);
     Json result = work();
     script_.end_watch();
     return result;
@@ -312,7 +311,7 @@ Json Session::call_method(const ComponentPtr& target, const MethodInfo& method, 
 
   script_.begin_watch(options_.trace);
   try {
-    const store::CallLimit call_limit(settings().call_seconds);
+    const store::CallLimit call_limit(collaborators::settings()->call_seconds);
     current_error() = pending;
     const Variant value = invoke(target, method.name, arguments);
     const bool has_result = method.property ? reads_property : !method.result.empty();
@@ -347,7 +346,7 @@ Json Session::execute(const Params& params) {
   const Sql statement = Sql::verbatim(params.text("sql"));
   return watched([&] {
     const auto connection = Connection::create();
-    connection->Open(settings().connection_string("Mercato"), "", "", -1);
+    connection->Open(collaborators::connection_string_of("Mercato"), "", "", -1);
     std::int64_t affected = 0;
     const RecordsetPtr recordset = connection->ExecuteAffecting(statement, affected);
     Json fields = Json::array();
@@ -404,12 +403,12 @@ Json Session::unstub(const Params& params) {
 Json Session::calls(const Params& params) { return script_.take_calls(class_named(params.text("progId"))); }
 
 Json Session::configure(const Params& params) {
-  Settings changed = settings();
+  collaborators::Settings changed = *collaborators::settings();
   if (params.find("section") || params.find("name") || params.find("value"))
-    changed.parameters[params.text("section")][params.text("name")] = from_json(params.get("value"), objects_).to_text();
+    changed.parameters[params.text("section")][params.text("name")] = from_json(params.get("value"), objects_);
   if (params.find("webRoot")) changed.web_root = params.text("webRoot");
   if (params.find("installDir")) changed.install_dir = params.text("installDir");
-  set_settings(std::move(changed));
+  collaborators::set_settings(std::move(changed));
   return Json::object();
 }
 
@@ -425,9 +424,9 @@ Json Session::fail(const Params& params) {
 }
 
 Json Session::limit(const Params& params) {
-  Settings changed = settings();
+  collaborators::Settings changed = *collaborators::settings();
   changed.call_seconds = params.number("callSeconds");
-  set_settings(std::move(changed));
+  collaborators::set_settings(std::move(changed));
   return Json::object();
 }
 

@@ -7,8 +7,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "collaborators/grundwerk/settings.h"
+#include "frame/types/raised_error.h"
 #include "platform/automation/component.h"
 #include "tools/gateway/json_values.h"
 #include "tools/gateway/object_table.h"
@@ -65,7 +67,7 @@ class Session {
   Options options_;
   ObjectTable objects_;
   Script script_;
-  Settings settings_before_;
+  collaborators::Settings settings_before_;
 };
 
 }  // namespace mercato::gateway

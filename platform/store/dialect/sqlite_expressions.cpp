@@ -23,7 +23,7 @@ bool is_whole(ColumnType type) { return is_number(type) && type != ColumnType::r
 }  // namespace
 
 SqliteTranslator::Nesting::Nesting(SqliteTranslator& translator) : depth_(translator.depth_) {
-  // SQLite's parser holds a hundred open symbols, of which a nested level takes up to three.
+  // Simple levels as deep as this still pass SQLite's parser, which holds a hundred open symbols; it refuses others sooner.
   constexpr int kDeepest = 32;
   if (depth_ >= kDeepest) refuse("Some part of the statement is nested too deeply" +
                                  place_text(translator.lexed_.text, translator.token().begin));

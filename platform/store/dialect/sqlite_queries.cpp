@@ -205,8 +205,8 @@ void SqliteTranslator::table_primary(Scope& scope, std::string& sql) {
         refuse("No column name was specified for column " + std::to_string(i + 1) + " of '" + source.name + "'.");
       names += (i > 0 ? ", " : "") + quoted(source.derived[i].name);
     }
-    const std::string name = quoted(source.name);
-    sql += "(WITH " + name + "(" + names + ") AS (" + render(inner) + ") SELECT * FROM " + name + ") AS " + name;
+    const std::string rows = quoted("rows of " + source.name);
+    sql += "(WITH " + rows + "(" + names + ") AS (" + render(inner) + ") SELECT * FROM " + rows + ") AS " + quoted(source.name);
   } else {
     const std::string table = expect_table_name();
     source.table = tables_.find(table);

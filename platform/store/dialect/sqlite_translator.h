@@ -171,7 +171,7 @@ class SqliteTranslator : TokenReader {
   void set_conversion(const Expression& literal, Conversion conversion);
   std::string new_parameter(std::uint32_t token);
 
-  // Nesting is bounded, for our stack and for SQLite's.
+  // Nesting is bounded, as the stack is.
   class Nesting {
    public:
     explicit Nesting(SqliteTranslator& translator);

@@ -54,9 +54,22 @@ bool says_full(int system_error) {
   return system_error == ENOSPC || system_error == EDQUOT || system_error == EFBIG;
 }
 
+// The system's reason for a failed read or write. The engine itself keeps it for some statements only, the files for all.
+int system_error_of(sqlite3* engine) {
+  if (!engine) return 0;
+  if (const int kept = sqlite3_system_errno(engine); kept != 0) return kept;
+  for (const int which : {SQLITE_FCNTL_JOURNAL_POINTER, SQLITE_FCNTL_FILE_POINTER}) {
+    sqlite3_file* file = nullptr;
+    int reason = 0;
+    if (sqlite3_file_control(engine, "main", which, &file) == SQLITE_OK && file && file->pMethods &&
+        file->pMethods->xFileControl(file, SQLITE_FCNTL_LAST_ERRNO, &reason) == SQLITE_OK && reason != 0)
+      return reason;
+  }
+  return 0;
+}
+
 RaisedError describe(sqlite3* engine, int code, const std::string& path, long waited_ms, const TableInfo* table) {
   const std::string words = engine ? sqlite3_errmsg(engine) : sqlite3_errstr(code);
-  const int system_error = engine ? sqlite3_system_errno(engine) : 0;
   const auto failure = [](std::int32_t number, std::string description) {
     return RaisedError{number, {}, std::move(description), {}, 0};
   };
@@ -93,6 +106,7 @@ RaisedError describe(sqlite3* engine, int code, const std::string& path, long wa
       return failure(kOutOfMemory, {});
     case SQLITE_IOERR:
     case SQLITE_CANTOPEN: {
+      const int system_error = system_error_of(engine);
       if (says_full(system_error)) return full();
       std::string reason = words;
       if (system_error != 0) reason += ": " + std::generic_category().message(system_error);

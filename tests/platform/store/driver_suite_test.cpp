@@ -18,6 +18,8 @@ struct StoreUnderTest {
   std::string connection_string;  // {folder} is the test's own
 };
 
+void PrintTo(const StoreUnderTest& store, std::ostream* out) { *out << store.name; }
+
 std::vector<StoreUnderTest> stores_under_test() {
   std::vector<StoreUnderTest> stores = {
       {"SqliteFile", "Provider=SQLite;Data Source={folder}/store.db;Create=Yes"},
@@ -161,9 +163,9 @@ TEST_P(DriverSuite, AQueryEndsWithItsSession) {
 
 TEST_P(DriverSuite, ResetEndsQueriesAndTransactions) {
   execute("INSERT INTO PLAIN (N) VALUES (1)");
-  const Execution walk = execute("SELECT N FROM PLAIN");
   session_->start_transaction();
   execute("INSERT INTO PLAIN (N) VALUES (2)");
+  const Execution walk = execute("SELECT N FROM PLAIN");
   EXPECT_TRUE(session_->reset());
   EXPECT_EQ(failure_of([&] { walk.cursor->next(); }).Number, kObjectClosed);
   EXPECT_EQ(one("SELECT COUNT(*) FROM PLAIN"), Variant(1));
@@ -180,7 +182,7 @@ TEST_P(DriverSuite, AnInsertedRowGivesItsAssignedKey) {
 TEST_P(DriverSuite, ARowWithoutAKeyIsChangedByItsIdentity) {
   insert("PLAIN", {"CODE", "N"}, {Variant("a"), Variant(1)});
   insert("PLAIN", {"CODE", "N"}, {Variant("a"), Variant(1)});
-  const Execution found = session_->execute("SELECT * FROM PLAIN", {.identified = true});
+  const Execution found = session_->execute(Sql("SELECT * FROM PLAIN"), {.identified = true});
   ASSERT_TRUE(found.cursor->next());
   const RowIdentity first = found.cursor->identity();
   EXPECT_EQ(found.cursor->layout()->size(), 2u);
@@ -416,7 +418,7 @@ TEST_P(DriverSuite, AStatementThatRunsBeyondTheCallLimitIsEnded) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, DriverSuite, testing::ValuesIn(stores_under_test()),
-                         [](const testing::TestParamInfo<StoreUnderTest>& info) { return info.param.name; });
+                         [](const testing::TestParamInfo<StoreUnderTest>& store) { return store.param.name; });
 
 }  // namespace
 }  // namespace mercato::store::test

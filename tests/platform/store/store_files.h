@@ -1,43 +1,29 @@
-// Helpers of the store tests: a folder of their own for each test, statements, expected failures.
+// Helpers of the store tests: a folder of their own for each test, statements and their rows.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <stdlib.h>
-
-#include <filesystem>
-#include <functional>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "frame/types/raised_error.h"
 #include "platform/store/driver.h"
 #include "platform/store/session_pool.h"
+#include "tests/platform/failure.h"
+#include "tests/platform/temporary_folder.h"
 
 namespace mercato::store::test {
 
-// A folder below the temporary one, gone with the object.
+// A folder for store files; its sessions are closed before it goes.
 class Folder {
  public:
-  Folder() {
-    std::string name = (std::filesystem::temp_directory_path() / "mercato-test-XXXXXX").string();
-    path_ = mkdtemp(name.data());
-  }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-  ~Folder() {
-    close_idle_sessions();
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  std::string path(std::string_view name = {}) const { return name.empty() ? path_.string() : (path_ / name).string(); }
-  // Of a SQLite store in this folder, which is created when it is opened first.
-  std::string store(std::string_view name = "store.db") const {
+  ~Folder() { close_idle_sessions(); }
+  std::string path(const std::string& name) const { return folder_ / name; }
+  std::string path() const { return folder_.path(); }
+  // The connection string of a SQLite store in this folder, which is created when it is opened first.
+  std::string store(const std::string& name = "store.db") const {
     return "Provider=SQLite;Data Source=" + path(name) + ";Create=Yes";
   }
 
  private:
-  std::filesystem::path path_;
+  mercato::test::TemporaryFolder folder_;
 };
 
 inline Execution run(Session& session, std::string text) { return session.execute(Sql::verbatim(std::move(text))); }
@@ -55,14 +41,6 @@ inline std::vector<std::vector<Variant>> query(Session& session, std::string tex
 // The first field of the first row.
 inline Variant query_one(Session& session, std::string text) { return query(session, std::move(text)).at(0).at(0); }
 
-// The failure that the work raises; number 0 when it raises none.
-inline RaisedError failure_of(const std::function<void()>& work) {
-  try {
-    work();
-  } catch (const Raised& raised) {
-    return raised.error();
-  }
-  return {};
-}
+using mercato::test::failure_of;
 
 }  // namespace mercato::store::test

@@ -1,0 +1,54 @@
+#include "bench/support/bench_store.h"
+
+#include <cstdlib>
+#include <stdexcept>
+
+#include "bench/support/components_to_products.h"
+#include "collaborators/grundwerk/settings.h"
+#include "frame/connection.h"
+#include "frame/lib_sql.h"
+#include "frame/schema.h"
+#include "platform/store/session_pool.h"
+#include "server/server.h"
+
+namespace mercato::bench {
+
+TemporaryFolder::TemporaryFolder() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "mercato-bench-XXXXXX").string();
+  if (!::mkdtemp(pattern.data())) throw std::runtime_error("cannot make the folder " + pattern);
+  path_ = pattern;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+void create_store(const std::filesystem::path& path) {
+  const ConnectionPtr connection = open_connection(connection_string(path) + ";Create=Yes");
+  for (const SchemaText& schema : schema_texts()) {
+    std::size_t begin = 0;
+    for (std::size_t end; (end = schema.text.find(";\n", begin)) != std::string_view::npos; begin = end + 2)
+      connection->Execute(Sql::verbatim(std::string(schema.text.substr(begin, end - begin))));
+  }
+  Sql unit;
+  unit << "INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('" << value(kUnitCode) << "', '" << value(kUnitDescription)
+       << "')";
+  connection->Execute(unit);
+  connection->Close();
+  store::close_idle_sessions();
+}
+
+std::string connection_string(const std::filesystem::path& store) { return "Provider=SQLite;Data Source=" + store.string(); }
+
+void use_store(const std::filesystem::path& store, const std::filesystem::path& web_root) {
+  if (DllRegisterServer() != kOk) throw std::runtime_error("the classes cannot be registered");
+  collaborators::Settings settings;
+  settings.connections["Mercato"] = connection_string(store);
+  settings.web_root = web_root.string();
+  settings.call_seconds = 0;
+  collaborators::set_settings(settings);
+  forget_thread_state();
+}
+
+}  // namespace mercato::bench

@@ -1,0 +1,47 @@
+// One measurement in a process of its own, so that the peak of its memory is its own and nothing is left over for the next one.
+#pragma once
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
+#include <type_traits>
+
+namespace mercato::bench {
+
+// Runs `work` in a child and hands its result back. The parent may have no threads and no open store. Throws
+// std::runtime_error when the child fails; what it said stands on stderr.
+template <class Work>
+auto in_child_process(Work work) {
+  using Result = std::invoke_result_t<Work>;
+  static_assert(std::is_trivially_copyable_v<Result>, "the result travels through a pipe");
+  int ends[2];
+  if (::pipe(ends) != 0) throw std::runtime_error("no pipe");
+  std::fflush(nullptr);
+  const pid_t child = ::fork();
+  if (child < 0) throw std::runtime_error("no process");
+  if (child == 0) {
+    int status = EXIT_FAILURE;
+    try {
+      const Result result = work();
+      if (::write(ends[1], &result, sizeof result) == sizeof result) status = EXIT_SUCCESS;
+    } catch (const std::exception& failure) {
+      std::fprintf(stderr, "%s\n", failure.what());
+    }
+    std::fflush(nullptr);
+    ::_exit(status);
+  }
+  ::close(ends[1]);
+  Result result;
+  const bool complete = ::read(ends[0], &result, sizeof result) == static_cast<ssize_t>(sizeof result);
+  ::close(ends[0]);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  if (!complete || status != 0) throw std::runtime_error("a measurement failed");
+  return result;
+}
+
+}  // namespace mercato::bench

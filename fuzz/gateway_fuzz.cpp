@@ -1,0 +1,55 @@
+// Feeds whole sessions to the gateway's request reader: whatever the bytes are, each line that is no notification gets one
+// answer, the answer is one line of JSON-RPC, and the session goes on.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+
+#include "server/server.h"
+#include "tools/gateway/request.h"
+#include "tools/gateway/serve.h"
+
+namespace {
+
+using namespace mercato::gateway;
+
+bool is_notification(const std::string& line) {
+  try {
+    return read_request(line).notification;
+  } catch (const RefusedLine&) {
+    return false;
+  }
+}
+
+void require(bool promise) {
+  if (!promise) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const bool registered = DllRegisterServer() == mercato::kOk;
+  require(registered);
+  const std::string bytes(reinterpret_cast<const char*>(data), size);
+
+  std::size_t expected = 0;
+  std::istringstream lines(bytes);
+  for (std::string line; std::getline(lines, line);)
+    if (!is_notification(line)) ++expected;
+
+  // The store does not exist: what reaches it fails, and that is an answer too.
+  Session session({.trace = true, .scripted = true});
+  std::istringstream requests(bytes);
+  std::ostringstream answers;
+  serve(session, requests, answers);
+
+  std::istringstream written(answers.str());
+  std::size_t count = 0;
+  for (std::string line; std::getline(written, line); ++count) {
+    const JsonInput answer = JsonInput::parse(line);
+    require(answer.at("jsonrpc") == "2.0" && answer.contains("id") && answer.contains("result") != answer.contains("error"));
+  }
+  require(count == expected);
+  return 0;
+}

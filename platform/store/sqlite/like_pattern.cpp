@@ -1,0 +1,194 @@
+#include "platform/store/sqlite/like_pattern.h"
+
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+
+namespace mercato::store::sqlite {
+namespace {
+
+constexpr std::size_t kNot = std::string_view::npos;
+
+constexpr std::array<char, 256> make_folding() {
+  std::array<char, 256> folding{};
+  for (std::size_t c = 0; c < folding.size(); ++c)
+    folding[c] = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+  return folding;
+}
+constexpr auto kFolding = make_folding();
+
+char folded(char byte) { return kFolding[static_cast<unsigned char>(byte)]; }
+
+bool is_ascii(char32_t character) { return character < 0x80; }
+
+char32_t folded_character(char32_t character) {
+  if (is_ascii(character)) return static_cast<unsigned char>(folded(static_cast<char>(character)));
+  const auto result = static_cast<char32_t>(u_foldCase(static_cast<UChar32>(character), U_FOLD_CASE_DEFAULT));
+  // The Kelvin sign and the long s stay what they are, so that bytes below 128 only ever match their like.
+  return is_ascii(result) ? character : result;
+}
+
+// The character at `position`, which moves behind it. A byte that is no UTF-8 is a character of its own, beyond all others.
+char32_t next_character(std::string_view text, std::size_t& position) {
+  const auto byte = static_cast<unsigned char>(text[position]);
+  if (byte < 0x80) {
+    ++position;
+    return byte;
+  }
+  UChar32 character = 0;
+  const auto length = static_cast<std::int32_t>(std::min<std::size_t>(text.size() - position, 4));
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data() + position);
+  std::int32_t used = 0;
+  U8_NEXT(bytes, used, length, character);
+  constexpr char32_t kStrayByte = 0x110000;
+  if (character < 0) {
+    ++position;
+    return kStrayByte + byte;
+  }
+  position += static_cast<std::size_t>(used);
+  return static_cast<char32_t>(character);
+}
+
+std::string utf8_of(char32_t character) {
+  std::uint8_t bytes[4];
+  std::int32_t length = 0;
+  UBool failed = false;
+  U8_APPEND(bytes, length, 4, static_cast<std::uint32_t>(character), failed);
+  return failed ? std::string(1, '?') : std::string(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length));
+}
+
+}  // namespace
+
+LikePattern::LikePattern(std::string_view pattern, char32_t escape, const TextOrder& order) : order_(order), pieces_(1) {
+  for (std::size_t position = 0; position < pattern.size();) {
+    const std::size_t begin = position;
+    char32_t character = next_character(pattern, position);
+    const bool escaped = escape != 0 && character == escape && position < pattern.size();
+    if (escaped) character = next_character(pattern, position);
+    Piece& piece = pieces_.back();
+    if (!escaped && character == '%') {
+      pieces_.emplace_back();
+    } else if (!escaped && character == '_') {
+      piece.elements.push_back({Element::Kind::any});
+    } else if (!escaped && character == '[') {
+      position = read_set(pattern, begin, piece);
+    } else {
+      piece.elements.push_back({Element::Kind::character, folded_character(character)});
+    }
+  }
+  for (Piece& piece : pieces_) {
+    const auto plain = [](const Element& each) { return each.kind == Element::Kind::character && is_ascii(each.character); };
+    if (!std::all_of(piece.elements.begin(), piece.elements.end(), plain)) continue;
+    for (const Element& each : piece.elements) piece.plain += static_cast<char>(each.character);
+  }
+}
+
+// A set ends at its first ]. One without an end matches nothing.
+std::size_t LikePattern::read_set(std::string_view pattern, std::size_t open, Piece& piece) {
+  const std::size_t close = pattern.find(']', open + 1);
+  std::string_view inner = pattern.substr(open + 1, (close == kNot ? pattern.size() : close) - open - 1);
+  Set set;
+  if (close != kNot) {
+    set.negated = !inner.empty() && inner.front() == '^';
+    if (set.negated) inner.remove_prefix(1);
+    for (std::size_t position = 0; position < inner.size();) {
+      Range range{};
+      range.first = range.last = folded_character(next_character(inner, position));
+      if (position + 1 < inner.size() && inner[position] == '-') {
+        ++position;
+        range.last = folded_character(next_character(inner, position));
+      }
+      set.ranges.push_back(range);
+    }
+    for (char32_t c = 0; is_ascii(c); ++c)
+      set.ascii[c] = std::any_of(set.ranges.begin(), set.ranges.end(), [&](const Range& range) { return in_range(range, folded_character(c)); });
+    // A single character that is a plain one needs no set: this is how wildcards are written as themselves.
+    if (!set.negated && set.ranges.size() == 1 && set.ranges[0].first == set.ranges[0].last) {
+      piece.elements.push_back({Element::Kind::character, set.ranges[0].first});
+      return close + 1;
+    }
+  }
+  piece.elements.push_back({Element::Kind::set, static_cast<char32_t>(sets_.size())});
+  sets_.push_back(std::move(set));
+  return close == kNot ? pattern.size() : close + 1;
+}
+
+// A range holds what sorts between its ends.
+bool LikePattern::in_range(const Range& range, char32_t character) const {
+  if (character == range.first || character == range.last) return true;
+  if (range.first == range.last) return false;
+  const std::string text = utf8_of(character);
+  return order_.compare(utf8_of(range.first), text) <= 0 && order_.compare(text, utf8_of(range.last)) <= 0;
+}
+
+bool LikePattern::contains(const Set& set, char32_t character) const {
+  if (set.ranges.empty() && !set.negated) return false;
+  const bool found = is_ascii(character) ? set.ascii[character]
+                                         : std::any_of(set.ranges.begin(), set.ranges.end(),
+                                                       [&](const Range& range) { return in_range(range, character); });
+  return found != set.negated;
+}
+
+bool LikePattern::fits(const Element& element, char32_t character) const {
+  switch (element.kind) {
+    case Element::Kind::character: return element.character == folded_character(character);
+    case Element::Kind::any: return true;
+    case Element::Kind::set: return contains(sets_[element.character], folded_character(character));
+  }
+  return false;
+}
+
+std::size_t LikePattern::match_at(const Piece& piece, std::string_view text, std::size_t begin) const {
+  if (!piece.plain.empty()) {
+    if (text.size() - begin < piece.plain.size()) return kNot;
+    for (std::size_t i = 0; i < piece.plain.size(); ++i)
+      if (folded(text[begin + i]) != piece.plain[i]) return kNot;
+    return begin + piece.plain.size();
+  }
+  std::size_t position = begin;
+  for (const Element& element : piece.elements)
+    if (position >= text.size() || !fits(element, next_character(text, position))) return kNot;
+  return position;
+}
+
+std::size_t LikePattern::find(const Piece& piece, std::string_view text, std::size_t begin) const {
+  if (!piece.plain.empty()) {
+    const char first = piece.plain.front();
+    for (; begin + piece.plain.size() <= text.size(); ++begin) {
+      if (folded(text[begin]) != first) continue;
+      if (const std::size_t end = match_at(piece, text, begin); end != kNot) return end;
+    }
+    return kNot;
+  }
+  for (;;) {
+    if (const std::size_t end = match_at(piece, text, begin); end != kNot) return end;
+    if (begin >= text.size()) return kNot;
+    next_character(text, begin);
+  }
+}
+
+bool LikePattern::ends_with(const Piece& piece, std::string_view text, std::size_t begin) const {
+  if (!piece.plain.empty()) {
+    const std::size_t size = piece.plain.size();
+    return text.size() - begin >= size && match_at(piece, text, text.size() - size) != kNot;
+  }
+  std::size_t characters = 0;
+  for (std::size_t position = begin; position < text.size(); ++characters) next_character(text, position);
+  for (; characters > piece.elements.size(); --characters) next_character(text, begin);
+  return match_at(piece, text, begin) == text.size();
+}
+
+bool LikePattern::matches(std::string_view text) const {
+  const Piece& first = pieces_.front();
+  std::size_t position = match_at(first, text, 0);
+  if (position == kNot) return false;
+  if (pieces_.size() == 1) return position == text.size();
+  for (std::size_t i = 1; i + 1 < pieces_.size(); ++i) {
+    position = find(pieces_[i], text, position);
+    if (position == kNot) return false;
+  }
+  return ends_with(pieces_.back(), text, position);
+}
+
+}  // namespace mercato::store::sqlite

@@ -1,0 +1,102 @@
+#include "collaborators/grundwerk/log.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "collaborators/grundwerk/settings.h"
+#include "frame/contracts.h"
+#include "tests/support/store_fixture.h"
+
+namespace mercato::collaborators {
+namespace {
+
+class LogTest : public test::StoreTest {
+ protected:
+  std::string log_to(const std::string& file) const {
+    Settings changed = *settings();
+    changed.log_file = file;
+    set_settings(changed);
+    return file;
+  }
+  std::string log_here() const { return log_to((folder() / "mercato.log").string()); }
+  static std::string contents(const std::string& file) {
+    std::ostringstream text;
+    text << std::ifstream(file).rdbuf();
+    return text.str();
+  }
+  // The file, each time stamp put as "<time>".
+  static std::string timeless(const std::string& file) {
+    static const std::regex stamp(R"((^|\n)\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]\d\d:\d\d )");
+    return std::regex_replace(contents(file), stamp, "$1<time> ");
+  }
+  mercato::grundwerk::Log log_;
+};
+
+TEST_F(LogTest, AnEntryIsOneRecordWithItsTextSetIn) {
+  const std::string file = log_here();
+  log_.WriteEntry("Mercato.Unit.Delete", "\r\nERROR 0x800400CA\r\n METHOD: Mercato.Unit.Delete\r\n DESC: Unit not found.\r\n", 0);
+  log_.WriteEntry("Improper SQL", "Not an actual error", 1);
+  log_.WriteEntryAlternate("Third", "by the other way", 0);
+  EXPECT_EQ(timeless(file),
+            "<time> error Mercato.Unit.Delete\n"
+            "    ERROR 0x800400CA\n"
+            "     METHOD: Mercato.Unit.Delete\n"
+            "     DESC: Unit not found.\n"
+            "<time> info Improper SQL\n"
+            "    Not an actual error\n"
+            "<time> error Third\n"
+            "    by the other way\n");
+}
+
+TEST_F(LogTest, NoTextCanPassForARecord) {
+  const std::string file = log_here();
+  log_.WriteEntry("Source\n2026-07-01T08:30:00.000+00:00 error Forged", "one\r2026-07-01T08:30:00.000+00:00 error Forged", 0);
+  EXPECT_EQ(timeless(file),
+            "<time> error Source\n"
+            "    2026-07-01T08:30:00.000+00:00 error Forged\n"
+            "    one\n"
+            "    2026-07-01T08:30:00.000+00:00 error Forged\n");
+}
+
+TEST_F(LogTest, BracesAndPercentSignsStayText) {
+  const std::string file = log_here();
+  log_.WriteEntry("{}", "100% of {0}", 0);
+  EXPECT_EQ(timeless(file), "<time> error {}\n    100% of {0}\n");
+}
+
+TEST_F(LogTest, ArgumentsComeBackUnchangedAndTheResultIsEmpty) {
+  log_here();
+  std::vector<Variant> arguments{"Source", "Text", std::int32_t{0}};
+  EXPECT_EQ(invoke(create_plain("Grundwerk.Log"), "writeentry", arguments), Variant());
+  EXPECT_EQ(arguments, (std::vector<Variant>{"Source", "Text", std::int32_t{0}}));
+}
+
+TEST_F(LogTest, WithoutAFileEntriesAreDropped) {
+  log_to("");
+  log_.WriteEntry("Source", "Text", 0);
+  EXPECT_FALSE(std::filesystem::exists(folder() / "mercato.log"));
+}
+
+TEST_F(LogTest, AFileThatCannotBeWrittenBreaksNoCall) {
+  std::ofstream(folder() / "plain") << "a file, not a folder";
+  log_to((folder() / "plain" / "mercato.log").string());
+  EXPECT_NO_THROW(log_.WriteEntry("Source", "Text", 0));
+  EXPECT_NO_THROW(log_.WriteEntry("Source", "Text", 0));
+  const std::string file = log_here();
+  log_.WriteEntry("Source", "Text", 0);
+  EXPECT_EQ(timeless(file), "<time> error Source\n    Text\n");
+}
+
+TEST_F(LogTest, AReadingOfTheLibrarysClockIsNotUsedUp) {
+  log_here();
+  const Date start = Date::from_civil({2026, 7, 1, 8, 30, 0});
+  clock::script_clock(start, 60);
+  log_.WriteEntry("Source", "Text", 0);
+  EXPECT_EQ(clock::now(), start);
+}
+
+}  // namespace
+}  // namespace mercato::collaborators

@@ -1,0 +1,143 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "platform/store/sqlite/like_pattern.h"
+
+namespace mercato::store::sqlite {
+namespace {
+
+bool matches(std::string_view pattern, std::string_view text, char32_t escape = 0) {
+  static const TextOrder order;
+  return LikePattern(pattern, escape, order).matches(text);
+}
+
+TEST(LikePattern, MatchesAsTheServerDoes) {
+  const struct {
+    const char* pattern;
+    const char* text;
+    bool expected;
+  } cases[] = {
+      {"", "", true},
+      {"", "a", false},
+      {"%", "", true},
+      {"%", "abc", true},
+      {"%%", "abc", true},
+      {"abc", "abc", true},
+      {"abc", "ABC", true},
+      {"ABC", "abc", true},
+      {"abc", "abcd", false},
+      {"abc", "ab", false},
+      {"abc%", "abcd", true},
+      {"%abc", "xxabc", true},
+      {"%abc", "abcabcx", false},
+      {"%abc%", "xABCx", true},
+      {"a%b%c", "aXbYc", true},
+      {"a%b%c", "acb", false},
+      {"a%a", "a", false},
+      {"a%a", "aa", true},
+      {"%ab%ab", "ab", false},
+      {"%ab%ab", "abab", true},
+      {"%aab", "aaab", true},
+      {"_", "", false},
+      {"_", "x", true},
+      {"_", "漢", true},
+      {"__", "漢", false},
+      {"a_c", "aßc", true},
+      {"%_", "", false},
+      {"%_", "ab", true},
+      {"_%", "ab", true},
+      {"%__", "ä", false},
+      {"%_b", "äb", true},
+      // Sets.
+      {"[a-f]", "c", true},
+      {"[a-f]", "C", true},
+      {"[a-f]", "g", false},
+      {"[a-f]", "é", true},
+      {"[A-F]x", "bx", true},
+      {"[abc]", "b", true},
+      {"[abc]", "d", false},
+      {"[^a]", "b", true},
+      {"[^a]", "A", false},
+      {"[^a]", "", false},
+      {"[^a-c]", "d", true},
+      {"[0-9][0-9]", "42", true},
+      {"[0-9][0-9]", "4x", false},
+      {"50[%]", "50%", true},
+      {"50[%]", "500", false},
+      {"[_]", "_", true},
+      {"[_]", "a", false},
+      {"[[]a]", "[a]", true},
+      {"[[][%][_]", "[%_", true},
+      {"[-a]", "-", true},
+      {"[a-]", "-", true},
+      {"[]", "", false},
+      {"[]", "]", false},
+      {"[abc", "a", false},
+      {"[abc", "[abc", false},
+      {"x[", "x[", false},
+      {"]", "]", true},
+      {"%[a-c]", "xb", true},
+      {"%[é]%", "xÉy", true},
+      // Accents and blanks count.
+      {"muller", "müller", false},
+      {"MÜLLER", "müller", true},
+      {"%ü%", "Müller", true},
+      {"abc ", "abc", false},
+      {"abc", "abc ", false},
+      {"abc%", "abc ", true},
+      {" abc", "abc", false},
+      {"k", "\xE2\x84\xAA", false},
+  };
+  for (const auto& each : cases) EXPECT_EQ(matches(each.pattern, each.text), each.expected) << each.pattern << " | " << each.text;
+}
+
+TEST(LikePattern, EscapeTakesTheMeaningAway) {
+  EXPECT_TRUE(matches("50!%", "50%", '!'));
+  EXPECT_FALSE(matches("50!%", "500", '!'));
+  EXPECT_TRUE(matches("a!_b", "a_b", '!'));
+  EXPECT_FALSE(matches("a!_b", "axb", '!'));
+  EXPECT_TRUE(matches("![a]", "[a]", '!'));
+}
+
+TEST(LikePattern, BytesThatAreNoTextMatchThemselves) {
+  EXPECT_TRUE(matches("\xFF", "\xFF"));
+  EXPECT_FALSE(matches("\xFF", "\xFE"));
+  EXPECT_TRUE(matches("%\xC3", "a\xC3"));
+  EXPECT_TRUE(matches("_", "\xE2"));
+  EXPECT_TRUE(matches("[\x80-\xFF]%", "\xFF" "a"));
+  EXPECT_TRUE(matches(std::string_view("a\0b%", 4), std::string_view("A\0Bc", 4)));
+}
+
+// The plainest reading of a pattern, exponential and obviously right.
+bool plain_match(std::string_view pattern, std::string_view text) {
+  if (pattern.empty()) return text.empty();
+  if (pattern[0] == '%') return plain_match(pattern.substr(1), text) || (!text.empty() && plain_match(pattern, text.substr(1)));
+  if (text.empty()) return false;
+  return (pattern[0] == '_' || pattern[0] == text[0]) && plain_match(pattern.substr(1), text.substr(1));
+}
+
+TEST(LikePattern, AgreesWithThePlainestReadingOnRandomTexts) {
+  std::mt19937 random(20260702);
+  const auto make = [&random](std::string_view alphabet, std::size_t longest) {
+    std::string text;
+    for (auto length = random() % (longest + 1); length > 0; --length) text += alphabet[random() % alphabet.size()];
+    return text;
+  };
+  for (int i = 0; i < 100000; ++i) {
+    const std::string pattern = make("ab%_", 7), text = make("ab", 9);
+    ASSERT_EQ(matches(pattern, text), plain_match(pattern, text)) << pattern << " | " << text;
+  }
+}
+
+// Each % of a hostile pattern takes the first place that fits, and never goes back.
+TEST(LikePattern, ManyWildcardsDoNotMultiply) {
+  std::string pattern;
+  for (int i = 0; i < 1000; ++i) pattern += "%a";
+  EXPECT_FALSE(matches(pattern + "%b", std::string(5000, 'a')));
+  EXPECT_TRUE(matches(pattern, std::string(5000, 'a')));
+}
+
+}  // namespace
+}  // namespace mercato::store::sqlite

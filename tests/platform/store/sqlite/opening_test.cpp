@@ -1,0 +1,289 @@
+// What opening a SQLite store says when it cannot be opened or used, each time with the real thing: files, rights, locks of
+// another process, a file system limit.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sqlite3.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "platform/store/call_limit.h"
+#include "tests/platform/store/store_files.h"
+
+namespace mercato::store {
+namespace {
+
+using namespace error_number;
+using test::failure_of;
+using test::query_one;
+using test::run;
+
+// Runs the work in another process; its answer is what the work returns.
+template <class Work>
+std::string in_another_process(Work work) {
+  close_idle_sessions();
+  int channel[2];
+  if (pipe(channel) != 0) return "no pipe";
+  const pid_t child = fork();
+  if (child == 0) {
+    std::string answer;
+    try {
+      answer = work();
+    } catch (const Raised& raised) {
+      answer = raised.error().Description;
+    } catch (const std::exception& failure) {
+      answer = failure.what();
+    }
+    [[maybe_unused]] const auto written = write(channel[1], answer.data(), answer.size());
+    _exit(0);
+  }
+  close(channel[1]);
+  std::string answer;
+  char buffer[512];
+  for (ssize_t count; (count = read(channel[0], buffer, sizeof buffer)) > 0;)
+    answer.append(buffer, static_cast<std::size_t>(count));
+  close(channel[0]);
+  waitpid(child, nullptr, 0);
+  return answer;
+}
+
+// Somebody whom file rights bind, also when the tests are run by root.
+void become_ordinary() {
+  if (geteuid() != 0) return;
+  constexpr uid_t kNobody = 65534;
+  if (setgid(kNobody) != 0 || setuid(kNobody) != 0) _exit(1);
+}
+
+class SqliteOpening : public testing::Test {
+ protected:
+  std::unique_ptr<Session> open(const std::string& connection_string) {
+    return driver_for(connection_string).open(connection_string);
+  }
+  std::string refusal(const std::string& connection_string) {
+    const RaisedError failure = failure_of([&] { open(connection_string); });
+    EXPECT_EQ(failure.Number, kStoreFailure);
+    EXPECT_EQ(failure.Source, "SQLite store");
+    return failure.Description;
+  }
+  void create() {
+    const std::unique_ptr<Session> session = open(store_);
+    run(*session, "CREATE TABLE T (N int NULL)");
+    run(*session, "INSERT INTO T (N) VALUES (1)");
+  }
+  // Through the bare engine.
+  void write_raw(const char* sql) {
+    sqlite3* engine = nullptr;
+    ASSERT_EQ(sqlite3_open(path_.c_str(), &engine), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(engine, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(engine);
+    sqlite3_close(engine);
+  }
+
+  test::Folder folder_;
+  std::string path_ = folder_.path("store.db");
+  std::string store_ = folder_.store();
+  std::string existing_ = "Data Source=" + path_;
+};
+
+TEST_F(SqliteOpening, AMissingFileIsNotCreatedUnasked) {
+  EXPECT_EQ(refusal(existing_),
+            "There is no store at '" + path_ + "'. Create it with `mercato init`, or correct Data Source.");
+  EXPECT_FALSE(std::filesystem::exists(path_));
+  create();
+  EXPECT_EQ(query_one(*open(existing_), "SELECT N FROM T"), Variant(1));
+}
+
+TEST_F(SqliteOpening, AMissingFolderIsNamed) {
+  const std::string path = folder_.path("none/store.db");
+  EXPECT_EQ(refusal("Create=Yes;Data Source=" + path), "There is no folder '" + folder_.path("none") + "' for the store '" +
+                                                           path + "'. Create it, or correct Data Source.");
+}
+
+TEST_F(SqliteOpening, AFolderIsNoStore) {
+  EXPECT_EQ(refusal("Data Source=" + folder_.path()), "'" + folder_.path() + "' is a folder, not a store. Correct Data Source.");
+}
+
+TEST_F(SqliteOpening, AStringWithoutAFileIsRefused) {
+  EXPECT_EQ(refusal("Provider=SQLite"), "The connection string has no Data Source. It has to name the store file.");
+  EXPECT_EQ(refusal("Data Source=x;Busy Timeout=soon"), "Busy Timeout has to be a number of milliseconds, not 'soon'.");
+}
+
+TEST_F(SqliteOpening, AnotherKindOfFileIsNoStore) {
+  std::ofstream(path_) << std::string(5000, 'x');
+  EXPECT_EQ(refusal(existing_), "'" + path_ + "' is not a store. Correct Data Source (file is not a database).");
+}
+
+TEST_F(SqliteOpening, TheFirstDefinitionMarksTheStoreAndANewerOneIsRefused) {
+  create();
+  write_raw("CREATE TABLE PROOF AS SELECT user_version AS V FROM pragma_user_version");
+  EXPECT_EQ(query_one(*open(existing_), "SELECT V FROM PROOF"), Variant(1));
+  write_raw("PRAGMA user_version=2");
+  EXPECT_EQ(refusal(existing_), "The store '" + path_ +
+                                    "' was written by a newer version of this program (store version 2, this one knows 1). "
+                                    "Use the newer version.");
+}
+
+TEST_F(SqliteOpening, AReadOnlyFileIsReadAndNotWritten) {
+  create();
+  ASSERT_EQ(chmod(folder_.path().c_str(), 0777), 0);
+  ASSERT_EQ(chmod(path_.c_str(), 0444), 0);
+  const std::string answer = in_another_process([&] {
+    become_ordinary();
+    const std::unique_ptr<Session> session = open(existing_);
+    const std::string value = query_one(*session, "SELECT N FROM T").to_text();
+    return value + ": " + failure_of([&] { run(*session, "DELETE FROM T"); }).Description;
+  });
+  EXPECT_EQ(answer, "1: The store '" + path_ +
+                        "' is read-only. Give this process the right to write to the file and its folder (attempt to write a "
+                        "readonly database).");
+}
+
+TEST_F(SqliteOpening, AReadOnlyFolderCanBeReadToo) {
+  create();
+  ASSERT_EQ(chmod(path_.c_str(), 0444), 0);
+  ASSERT_EQ(chmod(folder_.path().c_str(), 0555), 0);
+  const std::string answer = in_another_process([&] {
+    become_ordinary();
+    const std::unique_ptr<Session> session = open(existing_);
+    const std::string value = query_one(*session, "SELECT N FROM T").to_text();
+    session->start_transaction();
+    return value + ": " + failure_of([&] { run(*session, "DELETE FROM T"); }).Description;
+  });
+  ASSERT_EQ(chmod(folder_.path().c_str(), 0777), 0);
+  EXPECT_EQ(answer, "1: The store '" + path_ +
+                        "' is read-only. Give this process the right to write to the file and its folder (attempt to write a "
+                        "readonly database).");
+}
+
+TEST_F(SqliteOpening, AFileThatMayNotBeReadIsRefused) {
+  create();
+  ASSERT_EQ(chmod(folder_.path().c_str(), 0777), 0);
+  ASSERT_EQ(chmod(path_.c_str(), 0000), 0);
+  const std::string answer = in_another_process([&] {
+    become_ordinary();
+    return failure_of([&] { open(existing_); }).Description;
+  });
+  EXPECT_EQ(answer, "The store '" + path_ + "' cannot be read or written (unable to open database file: Permission denied).");
+}
+
+// Another process that holds the write lock until this one lets it go.
+class LockHolder {
+ public:
+  explicit LockHolder(const std::string& path) {
+    close_idle_sessions();
+    int ready[2];
+    if (pipe(ready) != 0 || pipe(release_) != 0) return;
+    child_ = fork();
+    if (child_ == 0) {
+      sqlite3* engine = nullptr;
+      sqlite3_open(path.c_str(), &engine);
+      const bool locked = sqlite3_exec(engine, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) == SQLITE_OK;
+      char signal = locked ? 'y' : 'n';
+      [[maybe_unused]] auto moved = write(ready[1], &signal, 1);
+      close(release_[1]);
+      moved = read(release_[0], &signal, 1);
+      _exit(0);
+    }
+    close(release_[0]);
+    char signal = 'n';
+    holds_ = read(ready[0], &signal, 1) == 1 && signal == 'y';
+    close(ready[0]);
+    close(ready[1]);
+  }
+  ~LockHolder() {
+    close(release_[1]);
+    waitpid(child_, nullptr, 0);
+  }
+  bool holds() const { return holds_; }
+
+ private:
+  int release_[2] = {-1, -1};
+  pid_t child_ = -1;
+  bool holds_ = false;
+};
+
+TEST_F(SqliteOpening, AStoreThatAnotherProcessWritesIsReadAndWaitedFor) {
+  create();
+  const LockHolder other(path_);
+  ASSERT_TRUE(other.holds());
+  const std::unique_ptr<Session> session = open(existing_ + ";Busy Timeout=100");
+  EXPECT_EQ(query_one(*session, "SELECT N FROM T"), Variant(1));
+  const RaisedError failure = failure_of([&] { run(*session, "DELETE FROM T"); });
+  EXPECT_EQ(failure.Number, kStoreFailure);
+  const std::string begin = "Another process or connection holds the store '" + path_ + "', and did not let go of it in ";
+  const std::string end = " milliseconds (database is locked).";
+  ASSERT_EQ(failure.Description.substr(0, begin.size()), begin);
+  ASSERT_EQ(failure.Description.substr(failure.Description.size() - end.size()), end);
+  EXPECT_GE(std::stol(failure.Description.substr(begin.size())), 100);
+
+  session->start_transaction();
+  EXPECT_EQ(query_one(*session, "SELECT N FROM T"), Variant(1));
+  EXPECT_EQ(failure_of([&] { run(*session, "DELETE FROM T"); }).Description.substr(0, begin.size()), begin);
+}
+
+TEST_F(SqliteOpening, TheWaitForALockEndsWithTheCall) {
+  create();
+  const LockHolder other(path_);
+  ASSERT_TRUE(other.holds());
+  const std::unique_ptr<Session> session = open(existing_);
+  const CallLimit limit(0.05);
+  EXPECT_EQ(failure_of([&] { run(*session, "DELETE FROM T"); }).Number, kTimeout);
+}
+
+// From here on the files of this process can grow by this much only, as on a full disk.
+void limit_file_size(rlim_t bytes) {
+  signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit{bytes, bytes};
+  setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+// Writes until it fails; the answer is how many rows the writer believes in, and the failure.
+std::string fill(Session& session) {
+  int written = 0;
+  const RaisedError failure = failure_of([&] {
+    for (;; ++written) run(session, "INSERT INTO FILLED (TXT) VALUES ('" + std::string(3000, 'x') + "')");
+  });
+  return std::to_string(written) + " " + failure.Description;
+}
+
+TEST_F(SqliteOpening, AFullDiskIsSaidAndWhatWasWrittenBeforeStands) {
+  run(*open(store_), "CREATE TABLE FILLED (TXT ntext NULL)");
+  const std::string answer = in_another_process([&] {
+    limit_file_size(400 * 1024);
+    return fill(*open(existing_));
+  });
+  const int written = std::stoi(answer);
+  EXPECT_GT(written, 10);
+  EXPECT_EQ(answer.substr(answer.find(' ') + 1, 80 + path_.size()),
+            ("The disk is full: the store '" + path_ + "' cannot grow. Free some space, then repeat the call (")
+                .substr(0, 80 + path_.size()));
+  EXPECT_EQ(query_one(*open(existing_), "SELECT COUNT(*) FROM FILLED"), Variant(written));
+}
+
+TEST_F(SqliteOpening, ATransactionThatTheStoreUndidCanOnlyBeRolledBack) {
+  run(*open(store_), "CREATE TABLE FILLED (TXT ntext NULL)");
+  const std::string answer = in_another_process([&] {
+    limit_file_size(400 * 1024);
+    const std::unique_ptr<Session> session = open(existing_);
+    session->start_transaction();
+    // More than the pages that are kept in memory, so that it fails before its end.
+    const std::string big(4 * 1024 * 1024, 'x');
+    RaisedError failure;
+    for (int i = 0; i < 20 && failure.Number == 0; ++i)
+      failure = failure_of([&] { run(*session, "INSERT INTO FILLED (TXT) VALUES ('" + big + "')"); });
+    if (failure.Number == 0) return std::string("nothing failed");
+    const RaisedError later = failure_of([&] { run(*session, "DELETE FROM FILLED"); });
+    const RaisedError commit = failure_of([&] { session->commit(); });
+    return later.Description.substr(0, 81) + "|" + commit.Description.substr(0, 79) + "|" +
+           query_one(*session, "SELECT COUNT(*) FROM FILLED").to_text();
+  });
+  EXPECT_EQ(answer,
+            "This transaction can only be rolled back: the store undid it after a failure. The|"
+            "Nothing of this transaction stands: the store undid it after a failure. The dis|0");
+}
+
+}  // namespace
+}  // namespace mercato::store

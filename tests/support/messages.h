@@ -1,0 +1,18 @@
+// The texts of failures as callers and the log receive them, put together here once more so that tests do not ask the
+// library what to expect.
+#pragma once
+
+#include <string>
+
+namespace mercato::test {
+
+// One wrapping: `number` in capital hexadecimal digits, such as "800400CB".
+inline std::string message(const std::string& number, const std::string& method, const std::string& description) {
+  return "\r\nERROR 0x" + number + "\r\n METHOD: " + method + "\r\n DESC: " + description + ".\r\n";
+}
+inline std::string message(const std::string& number, const std::string& method, const std::string& description,
+                           const std::string& info) {
+  return message(number, method, description) + " INFO: " + info + ".\r\n";
+}
+
+}  // namespace mercato::test

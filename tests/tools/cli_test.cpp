@@ -1,0 +1,280 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "tests/tools/run_tool.h"
+
+namespace mercato::test {
+namespace {
+
+using nlohmann::json;
+
+const std::string kSamples = std::string(MERCATO_SOURCE_DIR) + "/samples/";
+
+// A store with all tables in a folder of its own.
+class Tool : public testing::Test {
+ protected:
+  Tool() { EXPECT_EQ(tool_.run({"init"}).status, 0); }
+
+  ToolRun run(const std::vector<std::string>& arguments, const std::string& input = {}) { return tool_.run(arguments, input); }
+  std::string path(const std::string& name) const { return tool_.folder() / name; }
+  // Writes a document of these records and names it.
+  std::string document(const std::string& records) {
+    write_whole(path("records.xml"), "<Products>" + records + "</Products>");
+    return "records.xml";
+  }
+  json upload(std::vector<std::string> arguments, int status) {
+    arguments.insert(arguments.begin(), {"upload", "--json", "--key", "test"});
+    const ToolRun done = run(arguments);
+    EXPECT_EQ(done.status, status) << done.err;
+    return json::parse(done.out);
+  }
+  // The three places in which a record can end up.
+  static void expect_counts(const json& report, int applied, int refused, int remaining) {
+    EXPECT_EQ(report.at("applied"), applied);
+    EXPECT_EQ(report.at("refused"), refused);
+    EXPECT_EQ(report.at("remaining"), remaining);
+    EXPECT_EQ(report.at("read"), applied + refused + remaining);
+  }
+  std::string remaining_file() const {
+    const std::string file = path("web/XMLDownload/remaining_products_test.xml");
+    return std::filesystem::exists(file) ? read_whole(file) : std::string();
+  }
+
+  ToolFolder tool_;
+};
+
+std::string record(const std::string& key, const std::string& fields) {
+  return "<Product buyfrompartnumber=\"" + key + "\">" + fields + "</Product>";
+}
+
+std::string sound_record(const std::string& key, const std::string& more = {}) {
+  return record(key, "<PARTNUMBER>M-" + key + "</PARTNUMBER><PRODUCTDESCRIPTION>About " + key +
+                         "</PRODUCTDESCRIPTION><MULTIPLEBUYER>0</MULTIPLEBUYER>" + more);
+}
+
+TEST_F(Tool, InitCreatesWhatIsMissingAndLeavesWhatIsThere) {
+  EXPECT_EQ(run({"execute", "-"}, "INSERT UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('EA', 'each');").status, 0);
+  const ToolRun again = run({"init"});
+  EXPECT_EQ(again.status, 0);
+  EXPECT_EQ(again.out.substr(0, 22), "Nothing to create: all");
+  EXPECT_EQ(run({"execute", "-"}, "DROP TABLE TAXCODES;").status, 0);
+  EXPECT_EQ(run({"init", "--json"}).out.substr(0, 35), "{\"tables\":[\"TAXCODES\"],\"indexes\":[]");
+  EXPECT_EQ(run({"call", "Mercato.Unit", "GetAllUnits"}).out,
+            "{\"value\":{\"$\":\"dictionary\",\"items\":[[\"EA\",\"EA\"]]},\"args\":[],\"vote\":\"none\",\"outcome\":\"none\","
+            "\"log\":[]}\n");
+}
+
+TEST_F(Tool, CallPrintsItsResultOrItsError) {
+  const ToolRun found = run({"call", "mercato.product", "getproductidfromsupplierpartnum", "X-1"});
+  EXPECT_EQ(found.status, 0);
+  EXPECT_EQ(found.out, "{\"value\":-1,\"args\":[\"X-1\"],\"vote\":\"commit\",\"outcome\":\"committed\",\"log\":[]}\n");
+  const ToolRun failed = run({"call", "Mercato.Product", "GetProductEx", "-7"});
+  EXPECT_EQ(failed.status, 1);
+  EXPECT_EQ(failed.out, "");
+  EXPECT_EQ(failed.err,
+            "{\"code\":-32000,\"message\":\"Product not present\",\"data\":{\"number\":-2147221304,\"source\":"
+            "\"Mercato.Product.GetProductEx\",\"description\":\"Product not present\",\"helpFile\":\"\",\"helpContext\":0,"
+            "\"args\":[-7],\"vote\":\"none\",\"outcome\":\"open\",\"log\":[]}}\n");
+  EXPECT_EQ(run({"call", "Mercato.Product", "NoSuchMethod"}).status, 1);
+  EXPECT_EQ(run({"call", "Mercato.Product"}).status, 2);
+  EXPECT_EQ(run({"call", "Mercato.Product", "GetGTIN", "--text"}).status, 2);
+}
+
+TEST_F(Tool, DescribeNamesClassesMethodsAndArguments) {
+  const json all = json::parse(run({"describe"}).out);
+  EXPECT_GE(all.at("classes").size(), 6u);
+  const json one = json::parse(run({"describe", "mercato.product"}).out).at("classes").at(0);
+  EXPECT_EQ(one.at("progId"), "Mercato.Product");
+  EXPECT_EQ(one.at("defaultInterface"), "_Product");
+  EXPECT_EQ(one.at("transaction"), "required");
+  json search;
+  for (const json& method : one.at("methods"))
+    if (method.at("name") == "GetCatalogProductsByPartNumber") search = method;
+  EXPECT_EQ(search.dump(),
+            R"({"arguments":[{"byReference":false,"default":null,"name":"i_sPartNumber","optional":false,"type":"string"},)"
+            R"({"byReference":false,"default":null,"name":"i_lMaxNumberOfRows","optional":false,"type":"long"},)"
+            R"({"byReference":true,"default":null,"name":"o_bMoreRowsAvailable","optional":false,"type":"boolean"},)"
+            R"({"byReference":false,"default":"-1","name":"i_sCatalogString","optional":true,"type":"string"}],)"
+            R"("deprecated":false,"name":"GetCatalogProductsByPartNumber","result":"Dictionary"})");
+  EXPECT_EQ(run({"describe", "Mercato.Nobody"}).status, 1);
+}
+
+TEST_F(Tool, ExecuteKeepsAllOfAScriptOrNothing) {
+  const ToolRun refused = run({"execute", "-"},
+                              "INSERT UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('EA', 'each');\n-- a comment;\n"
+                              "INSERT UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('EA', 'again');\n");
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(refused.err.substr(0, 31), "mercato: Statement 2, line 3: T");
+  EXPECT_EQ(run({"execute", "-"}, "SELECT UNITCODE FROM UNIT;").out, "0 rows\n1 statement run, 0 rows changed.\n");
+  EXPECT_EQ(run({"execute", "-"}, "INSERT UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('EA', 'each');"
+                                  "SELECT UNITCODE, UNITDESCRIPTION FROM UNIT")
+                .out,
+            "UNITCODE  UNITDESCRIPTION\nEA        each\n2 statements run, 1 row changed.\n");
+  EXPECT_EQ(run({"execute", "nowhere.sql"}).status, 1);
+}
+
+TEST_F(Tool, TellsWrongUsageFromRefusal) {
+  EXPECT_EQ(run({}).status, 2);
+  EXPECT_EQ(run({"destroy"}).status, 2);
+  EXPECT_EQ(run({"find"}).status, 2);
+  EXPECT_EQ(run({"show", "five"}).status, 2);
+  EXPECT_EQ(run({"init", "--scripted"}).status, 2);
+  EXPECT_EQ(run({"upload", "--on-errors", "perhaps", "x.xml"}).status, 2);
+  EXPECT_EQ(run({"init", "--config", "nowhere.toml"}).status, 2);
+  EXPECT_EQ(run({"--help"}).status, 0);
+  EXPECT_EQ(run({"version"}).status, 0);
+  for (const char* command : {"init", "rpc", "call", "describe", "preview", "upload", "find", "show", "execute", "version"}) {
+    const ToolRun help = run({command, "--help"});
+    EXPECT_EQ(help.status, 0) << command;
+    EXPECT_NE(help.out.find("Examples:\n  "), std::string::npos) << command;
+  }
+}
+
+TEST_F(Tool, SaysWhatToDoWithoutAStoreOrWithoutTables) {
+  const ToolRun nowhere = run({"find", "x", "--store", "Data Source=nowhere.db"});
+  EXPECT_EQ(nowhere.status, 1);
+  EXPECT_EQ(nowhere.err,
+            "mercato: There is no store at 'nowhere.db'. Create it with `mercato init`, or correct Data Source.\n");
+  EXPECT_EQ(run({"execute", "-"}, "DROP TABLE PRODUCT;").status, 0);
+  const ToolRun empty = run({"find", "x"});
+  EXPECT_EQ(empty.status, 1);
+  EXPECT_NE(empty.err.find("\nThe store has no tables yet: `mercato init` creates them.\n"), std::string::npos) << empty.err;
+}
+
+TEST_F(Tool, ReadsTheSettingsFileUnlessTheCommandLineNamesAStore) {
+  write_whole(path("mercato.toml"), "[connections]\nMercato = \"Data Source=other.db\"\n");
+  EXPECT_EQ(run({"init"}).status, 0);
+  EXPECT_TRUE(std::filesystem::exists(path("other.db")));
+  write_whole(path("named.toml"), "[connections]\nMercato = \"Data Source=named.db\"\n");
+  EXPECT_EQ(run({"--config", "named.toml", "init"}).status, 0);
+  EXPECT_TRUE(std::filesystem::exists(path("named.db")));
+  EXPECT_EQ(run({"init", "--config", "named.toml", "--store", "Data Source=stronger.db"}).status, 0);
+  EXPECT_TRUE(std::filesystem::exists(path("stronger.db")));
+}
+
+TEST_F(Tool, AStoreInMemoryHasItsTables) {
+  EXPECT_EQ(run({"call", "Mercato.Unit", "GetAllUnits", "--store", "Provider=SQLite;Data Source=:memory:"}).status, 0);
+}
+
+TEST_F(Tool, PreviewListsTheBadFields) {
+  ASSERT_EQ(run({"execute", kSamples + "reference.sql"}).status, 0);
+  const ToolRun shown = run({"preview", kSamples + "products.xml"});
+  EXPECT_EQ(shown.status, 3);
+  EXPECT_NE(shown.out.find("277 records: 265 valid, 12 invalid.\n"), std::string::npos) << shown.out;
+  EXPECT_NE(shown.out.find("QM-BAD-003"), std::string::npos);
+  const json report = json::parse(run({"preview", "--json", kSamples + "products.xml"}).out);
+  EXPECT_EQ(report.at("invalid"), 12);
+  for (const json& one : report.at("records"))
+    if (one.at("partNumber") == "QM-BAD-010") EXPECT_EQ(one.at("errors").size(), 2u);
+}
+
+TEST_F(Tool, UploadsTheSamplesWhole) {
+  ASSERT_EQ(run({"execute", kSamples + "reference.sql"}).status, 0);
+  const json report = upload({"--on-errors", "write", kSamples + "products.xml"}, 0);
+  expect_counts(report, 277, 0, 0);
+  EXPECT_EQ(report.at("inserted"), 277);
+  EXPECT_EQ(report.at("stoppedBy"), "");
+  const json again = upload({kSamples + "products.xml"}, 3);
+  EXPECT_EQ(again.at("inserted"), 0);
+  EXPECT_EQ(again.at("updated").get<int>() + again.at("refused").get<int>(), 277);
+  EXPECT_EQ(remaining_file(), "");
+}
+
+TEST_F(Tool, UploadCountsEveryRecordOnce) {
+  // Doubled, empty, without its key, with a key that no run can find.
+  const json report = upload({document(sound_record("A") + sound_record("A") + record("B", "") +
+                                       "<Product><PARTNUMBER>lost</PARTNUMBER></Product>" + sound_record("O'NEIL") +
+                                       sound_record(" C ") + sound_record("D"))},
+                             3);
+  expect_counts(report, 3, 1, 3);
+  EXPECT_EQ(report.at("inserted"), 2);
+  EXPECT_EQ(report.at("updated"), 1);
+  EXPECT_EQ(report.at("refusals"), json::parse(R"([{"partNumber":"B","field":"","value":"","reason":"The record has no fields."}])"));
+  EXPECT_EQ(report.at("unreachable").size(), 3u);
+  const std::string rest = remaining_file();
+  EXPECT_NE(rest.find("lost"), std::string::npos);
+  EXPECT_NE(rest.find("O'NEIL"), std::string::npos);
+  EXPECT_NE(rest.find("\" C \""), std::string::npos);
+  EXPECT_EQ(rest.find("\"D\""), std::string::npos);
+}
+
+TEST_F(Tool, UploadGoesOnBehindARecordThatFails) {
+  // B has no description: no product can be saved, and the library's run stops there. A stands twice, on both sides of it.
+  const json report = upload({document(sound_record("A", "<COLOUR>red</COLOUR>") + record("B", "<PARTNUMBER>M-B</PARTNUMBER>") +
+                                       sound_record("A", "<COLOUR>blue</COLOUR>") + sound_record("C"))},
+                             3);
+  expect_counts(report, 3, 1, 0);
+  EXPECT_EQ(report.at("refusals").at(0).at("partNumber"), "B");
+  EXPECT_EQ(remaining_file(), "");
+  EXPECT_EQ(run({"execute", "-"},
+                "SELECT VALUE FROM PRODUCTPROPVALUE INNER JOIN PROPERTY ON PROPERTY.PROPERTYID = PRODUCTPROPVALUE.PROPERTYID "
+                "WHERE PROPERTYNAME = 'COLOUR'")
+                .out,
+            "VALUE\nblue\n1 statement run, 0 rows changed.\n");
+}
+
+TEST_F(Tool, UploadSkipsOrWritesARecordWithABadField) {
+  const std::string file = document(sound_record("A", "<MINORDERQTY>ten</MINORDERQTY>") + sound_record("B"));
+  const json skipped = upload({file}, 3);
+  expect_counts(skipped, 1, 1, 0);
+  EXPECT_EQ(skipped.at("refusals").at(0).at("field"), "MINORDERQTY");
+  EXPECT_EQ(skipped.at("refusals").at(0).at("value"), "ten");
+  const json written = upload({"--on-errors", "write", file}, 0);
+  expect_counts(written, 2, 0, 0);
+  EXPECT_EQ(written.at("repaired"), 1);
+  EXPECT_EQ(written.at("dropped").at(0).at("field"), "MINORDERQTY");
+}
+
+TEST_F(Tool, UpdateOnlyNeverCreatesAProduct) {
+  expect_counts(upload({document(sound_record("A"))}, 0), 1, 0, 0);
+  const json report = upload({"--update-only", document(sound_record("A") + sound_record("NEW") + sound_record("A") +
+                                                        "<Product><PARTNUMBER>lost</PARTNUMBER></Product>")},
+                             3);
+  expect_counts(report, 1, 2, 1);
+  EXPECT_EQ(report.at("updated"), 1);
+  EXPECT_NE(remaining_file().find("lost"), std::string::npos);
+  EXPECT_EQ(remaining_file().find("NEW"), std::string::npos);
+  EXPECT_EQ(run({"call", "Mercato.Product", "GetProductIDFromSupplierPartNum", "NEW"}).out.substr(0, 11), "{\"value\":-1");
+}
+
+TEST_F(Tool, UploadOfWhatIsNoDocumentSaysSo) {
+  write_whole(path("broken.xml"), "<Products><Product>");
+  const ToolRun broken = run({"upload", "broken.xml"});
+  EXPECT_EQ(broken.status, 1);
+  EXPECT_EQ(broken.err.substr(0, 42), "mercato: The document cannot be loaded: br");
+  EXPECT_EQ(run({"upload", "nowhere.xml"}).status, 1);
+  EXPECT_EQ(run({"upload", "--key", "../up", document("")}).status, 1);
+}
+
+TEST_F(Tool, FindsProductsByNumberAndDescription) {
+  ASSERT_EQ(run({"execute", kSamples + "reference.sql"}).status, 0);
+  ASSERT_EQ(run({"upload", "--on-errors", "write", kSamples + "products.xml"}).status, 0);
+  ASSERT_EQ(run({"execute", kSamples + "catalog.sql"}).status, 0);
+  const json by_number = json::parse(run({"find", "--json", "M-100007"}).out);
+  ASSERT_EQ(by_number.at("products").size(), 1u);
+  EXPECT_EQ(by_number.at("products").at(0).at("supplierPartNumber"), "QM-PAP-001");
+  const json by_supplier = json::parse(run({"find", "--json", "QM-PAP-001"}).out);
+  EXPECT_EQ(by_supplier.at("products").at(0).at("partNumber"), "M-100007");
+  const json by_text = json::parse(run({"find", "--json", "paper"}).out);
+  EXPECT_EQ(by_text.at("products").size(), 1u);
+  EXPECT_GT(by_text.at("matchesInCatalogues").get<int>(), 1);
+  const ToolRun nothing = run({"find", "no such thing"});
+  EXPECT_EQ(nothing.status, 1);
+  EXPECT_EQ(nothing.out,
+            "No product has 'no such thing'.\nProducts that hang in no category are found by their exact part number or "
+            "supplier's number only.\n");
+
+  const std::string id = std::to_string(by_number.at("products").at(0).at("id").get<int>());
+  const json whole = json::parse(run({"show", "--json", id}).out);
+  EXPECT_EQ(whole.at("fields").at("PARTNUMBER"), "M-100007");
+  EXPECT_EQ(whole.at("fields").at("GTIN"), "02000071000112");
+  EXPECT_EQ(whole.at("properties").at(0), json({{"name", "COLOUR"}, {"value", "white"}}));
+  const ToolRun unknown = run({"show", "99999"});
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_EQ(unknown.err, "mercato: Product not present.\n");
+}
+
+}  // namespace
+}  // namespace mercato::test

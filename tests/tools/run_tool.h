@@ -1,0 +1,53 @@
+// Runs the real program in a folder of its own.
+#pragma once
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "tests/platform/temporary_folder.h"
+
+namespace mercato::test {
+
+inline std::string read_whole(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void write_whole(const std::string& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+struct ToolRun {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+class ToolFolder {
+ public:
+  // Works in the folder, without a terminal.
+  ToolRun run(const std::vector<std::string>& arguments, const std::string& input = {}) const {
+    write_whole(folder_ / ".in", input);
+    std::string command = "cd " + quoted(folder_.path()) + " && " + quoted(MERCATO_TOOL);
+    for (const std::string& argument : arguments) command += " " + quoted(argument);
+    const int result = std::system((command + " <.in >.out 2>.err").c_str());
+    return {WIFEXITED(result) ? WEXITSTATUS(result) : -1, read_whole(folder_ / ".out"), read_whole(folder_ / ".err")};
+  }
+  const TemporaryFolder& folder() const { return folder_; }
+
+ private:
+  static std::string quoted(const std::string& text) {
+    std::string shell = "'";
+    for (const char character : text) shell += character == '\'' ? std::string("'\\''") : std::string(1, character);
+    return shell + "'";
+  }
+
+  TemporaryFolder folder_;
+};
+
+}  // namespace mercato::test

@@ -1,0 +1,49 @@
+// The commands, each with what the command line gave it; the result is the exit status (library.h). They write to standard output,
+// and raise what the library raises: `main` turns that into a sentence.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace mercato::cli {
+
+struct OutputOptions {
+  bool json = false;
+  bool trace = false;
+};
+
+// init.cpp
+int init(const OutputOptions& output);
+
+// gateway_commands.cpp
+int serve_rpc(bool trace, bool scripted);
+// Arguments are JSON; what is no JSON is a text. The error goes to standard error as JSON.
+int call_once(const std::string& prog_id, const std::string& method, const std::vector<std::string>& arguments, bool trace);
+int describe_classes(const std::string& prog_id);
+
+// preview.cpp
+struct PreviewOptions {
+  std::string document;
+  bool update_only = false;  // only the records whose product exists
+  bool all = false;          // list the valid ones too
+};
+int preview(const PreviewOptions& options, const OutputOptions& output);
+
+// upload.cpp
+struct UploadOptions {
+  std::string document;
+  bool write_on_errors = false;
+  bool update_only = false;
+  std::string file_key;  // empty: made from the document's name and the process
+};
+int upload(const UploadOptions& options, const OutputOptions& output);
+
+// find.cpp
+int find(const std::string& term, std::int32_t most, const OutputOptions& output);
+int show(std::int32_t product_id, const OutputOptions& output);
+
+// execute.cpp: a file's name, or "-" for standard input
+int execute(const std::string& script, const OutputOptions& output);
+
+}  // namespace mercato::cli

@@ -1,0 +1,76 @@
+#include <iostream>
+#include <algorithm>
+#include <iterator>
+
+#include "frame/connection.h"
+#include "frame/recordset.h"
+#include "platform/files/files.h"
+#include "platform/store/dialect/dialect.h"
+#include "platform/store/unit_of_work.h"
+#include "tools/cli/commands.h"
+#include "tools/cli/library.h"
+#include "tools/cli/sentence.h"
+#include "tools/cli/terminal.h"
+#include "tools/gateway/json_values.h"
+
+namespace mercato::cli {
+namespace {
+
+std::string read_script(const std::string& name) {
+  if (name == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
+  return files::read_file(name);
+}
+
+void print_rows(Recordset& rows) {
+  std::vector<std::string> headings;
+  for (std::size_t position = 0; position < rows.FieldCount(); ++position) headings.push_back(rows.FieldName(position));
+  Table table(headings);
+  for (; !rows.Eof(); rows.MoveNext()) {
+    std::vector<std::string> row;
+    for (std::size_t position = 0; position < rows.FieldCount(); ++position) {
+      const Variant& value = rows.Value(position);
+      row.push_back(value.is_null() ? "-" : shown(value.to_text()));
+    }
+    table.add(std::move(row));
+  }
+  table.print(std::cout);
+}
+
+}  // namespace
+
+int execute(const std::string& script, const OutputOptions& output) {
+  const std::string text = read_script(script);
+  // All of the script or nothing.
+  store::UnitOfWork unit(store::UnitOfWork::Kind::transaction);
+  std::size_t statements = 0;
+  std::int64_t changed = 0;
+  {
+    const store::UnitOfWork::Current current(&unit);
+    const auto connection = Connection::create();
+    connection->Open(connection_string(), "", "", -1);
+    for (const std::string_view statement : store::dialect::split_script(text)) {
+      try {
+        std::int64_t affected = 0;
+        const RecordsetPtr rows = connection->ExecuteAffecting(Sql::verbatim(std::string(statement)), affected);
+        if (rows->State() == 1 && !output.json) print_rows(*rows);
+        changed += affected;
+        ++statements;
+      } catch (const Raised& raised) {
+        const auto line = 1 + std::count(text.data(), statement.data(), '\n');
+        RaisedError error = raised.error();
+        error.Description = "Statement " + std::to_string(statements + 1) + ", line " + std::to_string(line) + ": " +
+                            sentence(error) + " Nothing of the script was kept";
+        throw Raised(std::move(error));
+      }
+    }
+  }
+  unit.commit();
+  if (output.json)
+    std::cout << gateway::line_of(gateway::Json{{"statements", statements}, {"affected", changed}}) << '\n';
+  else
+    std::cout << counted(statements, "statement") << " run, " << counted(static_cast<std::size_t>(changed), "row")
+              << " changed.\n";
+  return kDone;
+}
+
+}  // namespace mercato::cli

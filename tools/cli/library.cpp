@@ -1,0 +1,45 @@
+#include "tools/cli/library.h"
+
+#include <filesystem>
+#include <utility>
+
+#include "collaborators/grundwerk/settings.h"
+#include "platform/automation/invoke.h"
+#include "platform/store/call_limit.h"
+#include "platform/store/session_pool.h"
+
+namespace mercato::cli {
+
+void apply_settings(const StoreOptions& options) {
+  constexpr const char* kUsualFile = "mercato.toml";
+  collaborators::Settings settings;
+  std::error_code unreadable;
+  if (!options.config.empty())
+    settings = collaborators::read_settings(options.config);
+  else if (options.store.empty() && std::filesystem::exists(kUsualFile, unreadable))
+    settings = collaborators::read_settings(kUsualFile);
+  if (!options.store.empty()) settings.connections["Mercato"] = options.store;
+  collaborators::set_settings(std::move(settings));
+}
+
+std::string connection_string() { return collaborators::connection_string_of("Mercato"); }
+
+Variant call(const ComponentPtr& object, std::string_view method, std::vector<Variant>& arguments) {
+  const store::CallLimit call_limit(collaborators::settings()->call_seconds);
+  return invoke(object, method, arguments);
+}
+
+Variant call(const ComponentPtr& object, std::string_view method, std::initializer_list<Variant> arguments) {
+  std::vector<Variant> values(arguments);
+  return call(object, method, values);
+}
+
+bool store_is_empty() noexcept {
+  try {
+    return store::acquire_session(connection_string())->table("PRODUCT") == nullptr;
+  } catch (...) {
+    return false;
+  }
+}
+
+}  // namespace mercato::cli

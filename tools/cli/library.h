@@ -1,0 +1,40 @@
+// How the commands use the library: the settings in force, calls by name, and what a failure says. One thread.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/automation/component.h"
+#include "frame/types/variant.h"
+
+namespace mercato::cli {
+
+// What the command line says about the store and the settings.
+struct StoreOptions {
+  std::string store;
+  std::string config;
+};
+
+// Exit status of every command.
+inline constexpr int kDone = 0;
+inline constexpr int kFailed = 1;       // the library or the store refused, or what was asked for is not there
+inline constexpr int kUsage = 2;        // the command line, or the settings file, is wrong
+inline constexpr int kDoneInPart = 3;   // the document has records that are bad, were refused, or are left
+
+// Puts the settings in force: the file named, else `mercato.toml` when nothing at all is named and there is one; a connection
+// string of the command line wins. Raises what reading the file raises.
+void apply_settings(const StoreOptions& options);
+
+// The connection string in force.
+std::string connection_string();
+
+// Calls a method by name, within the call limit of the settings. Raises what the method raises.
+Variant call(const ComponentPtr& object, std::string_view method, std::vector<Variant>& arguments);
+Variant call(const ComponentPtr& object, std::string_view method, std::initializer_list<Variant> arguments);
+
+// Whether the store answers and has no tables yet. Never raises.
+bool store_is_empty() noexcept;
+
+}  // namespace mercato::cli

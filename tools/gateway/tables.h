@@ -1,0 +1,19 @@
+// Creates the tables of the library in a store. Any thread.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace mercato::gateway {
+
+struct CreatedTables {
+  std::vector<std::string> tables;   // those that did not exist before
+  std::vector<std::string> indexes;  // the same
+  std::size_t existing = 0;          // tables and indexes that stayed as they are
+};
+
+// Creates what is missing, the store itself included where the engine keeps it in a file; all of it or nothing.
+// Raises what the store raises.
+CreatedTables create_tables(const std::string& connection_string);
+
+}  // namespace mercato::gateway
