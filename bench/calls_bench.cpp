@@ -1,8 +1,8 @@
 // calls_bench [-f FIGURES] [-s STORE]
 //
-// What single calls cost, next to the same work on the bare engine, on a store of 100,000 real products: the one named, which
-// upload_bench leaves behind with -k, or one made for the purpose. Every figure is the median of several turns, taken in random
-// order.
+// What single calls cost, next to the same work on the bare engine, on a store of 100,000 real products: the one named,
+// which upload_bench leaves behind with -k, or one made for the purpose. Every figure is the median of several turns,
+// taken in random order.
 #include <benchmark/benchmark.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -147,7 +147,8 @@ void statement_overhead(benchmark::State& state, Build build, const std::string&
     dialect::lex(sql.text(), lexed);
     cache.insert(std::make_shared<sqlite::CachedStatement>(), lexed, false);
   };
-  for (int other = 0; other < 100; ++other) insert(Sql::verbatim("SELECT C" + std::to_string(other) + " FROM T WHERE C = 1"));
+  for (int other = 0; other < 100; ++other)
+    insert(Sql::verbatim("SELECT C" + std::to_string(other) + " FROM T WHERE C = 1"));
   insert(build(argument));
   for (auto _ : state) {
     const Sql sql = build(argument);
@@ -248,8 +249,10 @@ void link_products(const fs::path& path) {
       "BEGIN;"
       "INSERT OR IGNORE INTO PRODUCTCATEGORY (CATEGORYID, CATEGORYNAME) VALUES (1, 'Components');"
       "INSERT OR IGNORE INTO CATALOG (CATALOGID, CATALOGNAME, ACTIVE) VALUES (1, 'Components', 1);"
-      "INSERT OR IGNORE INTO CATALOGNODE (NODEID, CATALOGID, NODENAME, NODETYPE, CATEGORYID) VALUES (1, 1, 'Components', 1, 1);"
-      "INSERT OR IGNORE INTO PRODUCTSBYCATEGORY (PRODUCTID, CATEGORYID, SEQUENCE) SELECT PRODUCTID, 1, PRODUCTID FROM PRODUCT;"
+      "INSERT OR IGNORE INTO CATALOGNODE (NODEID, CATALOGID, NODENAME, NODETYPE, CATEGORYID) VALUES (1, 1, "
+      "'Components', 1, 1);"
+      "INSERT OR IGNORE INTO PRODUCTSBYCATEGORY (PRODUCTID, CATEGORYID, SEQUENCE) SELECT PRODUCTID, 1, PRODUCTID FROM "
+      "PRODUCT;"
       "COMMIT");
   const BareStatement count = store.prepare("SELECT COUNT(*) FROM PRODUCTSBYCATEGORY");
   if (sqlite3_step(count.get()) != SQLITE_ROW || sqlite3_column_int(count.get(), 0) != kProducts)
@@ -285,8 +288,8 @@ void report(const Medians& medians, Figures& figures) {
   figures.add("a connection from the pool, opened and closed", us("connection_from_pool"), "us", at_most(2));
   figures.add("a short statement: built, checked, found prepared", us("short_statement"), "us", at_most(5));
   figures.add("the longest statement of Product: the same", us("long_statement"), "us", at_most(5));
-  figures.add("a line through the gateway's session, more than the typed call", us("product_by_gateway") - us("product_by_class"),
-              "us", at_most(150));
+  figures.add("a line through the gateway's session, more than the typed call",
+              us("product_by_gateway") - us("product_by_class"), "us", at_most(150));
   figures.add("a line through `mercato rpc` and two pipes, more than the typed call",
               us("product_by_process") - us("product_by_class"), "us");
 }

@@ -1,10 +1,11 @@
 // components_to_products [-n RECORDS] [-a ATTRIBUTES.csv.gz] [COMPONENTS.csv[.gz]] > products.xml
+#include "bench/support/components_to_products.h"
+
 #include <unistd.h>
 
 #include <cstdlib>
 #include <iostream>
 
-#include "bench/support/components_to_products.h"
 #include "bench/support/data_folder.h"
 
 int main(int argc, char** argv) try {
@@ -22,8 +23,8 @@ int main(int argc, char** argv) try {
   std::ios::sync_with_stdio(false);
   const auto converted = mercato::bench::components_to_products(csv, limit, std::cout, attributes);
   std::cout.flush();
-  std::cerr << converted.part_numbers.size() << " records, " << converted.fields << " elements, " << converted.properties
-            << " of them properties\n";
+  std::cerr << converted.part_numbers.size() << " records, " << converted.fields << " elements, "
+            << converted.properties << " of them properties\n";
   return std::cout ? EXIT_SUCCESS : EXIT_FAILURE;
 } catch (const std::exception& failure) {
   std::cerr << "components_to_products: " << failure.what() << '\n';

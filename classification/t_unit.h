@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "platform/automation/class_table.h"
+#include "frame/component.h"
 
 namespace mercato {
 

@@ -4,8 +4,8 @@
 
 #include <string>
 
+#include "frame/component.h"
 #include "frame/types/dictionary.h"
-#include "platform/automation/class_table.h"
 
 namespace mercato {
 

@@ -17,17 +17,17 @@ enum class Rule {
   blank_to_null,
   empty_to_null,
   minus_one_to_null,
-  property_group,         // remembered, then minus_one_to_null
-  required,               // empty: quiet stop
-  limited_text,           // empty_to_null; too long: quiet stop
-  limited_text_quoted,    // the same, but apostrophes reach the column doubled
-  date,                   // empty_to_null; "-1": quiet stop
-  unspsc_blank_to_null,   // then remembered
-  unspsc_empty_to_null,   // then remembered
-  gtin,                   // blank_to_null, else filled up with zeros
-  quantity,               // 0 becomes 1
-  buyers,                 // remembered; the first of the list is written, nothing when there is none
-  buyers_blank_to_null,   // the same, but a blank list counts as none
+  property_group,        // remembered, then minus_one_to_null
+  required,              // empty: quiet stop
+  limited_text,          // empty_to_null; too long: quiet stop
+  limited_text_quoted,   // the same, but apostrophes reach the column doubled
+  date,                  // empty_to_null; "-1": quiet stop
+  unspsc_blank_to_null,  // then remembered
+  unspsc_empty_to_null,  // then remembered
+  gtin,                  // blank_to_null, else filled up with zeros
+  quantity,              // 0 becomes 1
+  buyers,                // remembered; the first of the list is written, nothing when there is none
+  buyers_blank_to_null,  // the same, but a blank list counts as none
   never_written,
 };
 
@@ -39,6 +39,7 @@ struct FieldRules {
 
 // Names are compared exactly: one in another case escapes its rule and still reaches its column.
 // BYFROMCONTACTEMAIL is no column: the name that is one, BUYFROMCONTACTEMAIL, has no rule.
+// clang-format off
 constexpr FieldRules kRules[] = {
     // field                   upload_insert               upload_update
     {"UNITCODE",               Rule::blank_to_null,        Rule::blank_to_null},
@@ -75,6 +76,8 @@ constexpr FieldRules kRules[] = {
     {"MULTIPLEOF",             Rule::quantity,             Rule::quantity},
     {"PRODUCTID",              Rule::as_given,             Rule::never_written},
 };
+// clang-format on
+
 // No column. The one name that is recognised in any case.
 constexpr std::string_view kSeparatorField = "MULTIPLEBUYERSEPARATOR";
 

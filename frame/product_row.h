@@ -1,6 +1,6 @@
-// The field/value protocol: what becomes of each value on its way into a row of PRODUCT. Every generic writer of products
-// shares the one table of rules in product_row.cpp; a policy is a column of that table, so that the differences between
-// the writers stand side by side. Nothing is kept between calls. Any thread.
+// The field/value protocol: what becomes of each value on its way into a row of PRODUCT. Every generic writer of
+// products shares the one table of rules in product_row.cpp; a policy is a column of that table, so that the
+// differences between the writers stand side by side. Nothing is kept between calls. Any thread.
 #pragma once
 
 #include <cstdint>
@@ -15,8 +15,8 @@ namespace mercato {
 
 enum class ProductWritePolicy { upload_insert, upload_update };
 
-// What stands between the buyers in a list: empty until somebody sets it. The default takes its place, for good, as soon
-// as a list has to be taken apart.
+// What stands between the buyers in a list: empty until somebody sets it. The default takes its place, for good, as
+// soon as a list has to be taken apart.
 class BuyerSeparator {
  public:
   static constexpr std::string_view kDefault = ";";
@@ -41,9 +41,9 @@ struct WrittenProductFields {
 };
 
 // Writes each pair to the column of that name in the row under construction, from the lower to the upper bound of the
-// fields; nothing reaches the store. Returns nothing after a quiet stop: a value that the policy rejects without a failure;
-// what stands behind it is then not written. Raises kNoSuchField, what conversions to the column's type raise, and 9 when
-// there are fewer values than fields.
+// fields; nothing reaches the store. Returns nothing after a quiet stop: a value that the policy rejects without a
+// failure; what stands behind it is then not written. Raises kNoSuchField, what conversions to the column's type raise,
+// and 9 when there are fewer values than fields.
 std::optional<WrittenProductFields> write_product_fields(ProductWritePolicy policy, Recordset& row, const Array& fields,
                                                          const Array& values, BuyerSeparator& separator);
 

@@ -13,11 +13,11 @@
 #include <string>
 #include <string_view>
 
+#include "frame/component.h"
 #include "frame/connection.h"
 #include "frame/recordset.h"
 #include "frame/types/collection.h"
 #include "frame/types/dictionary.h"
-#include "platform/automation/class_table.h"
 
 namespace mercato {
 

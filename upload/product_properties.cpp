@@ -1,6 +1,6 @@
-// What is no standard field is a property: its name and value go to PROPERTY and PRODUCTPROPVALUE. A name that is not known
-// becomes an external property for texts. The values go into the statements as they stand: one with an apostrophe breaks
-// its statement, and the store refuses it.
+// What is no standard field is a property: its name and value go to PROPERTY and PRODUCTPROPVALUE. A name that is not
+// known becomes an external property for texts. The values go into the statements as they stand: one with an apostrophe
+// breaks its statement, and the store refuses it.
 #include "frame/types/text.h"
 #include "frame/util.h"
 #include "upload/product_xml_internal.h"
@@ -70,14 +70,14 @@ Sql value_by_name(std::int32_t product_id, const std::string& name) {
 // The insert path writes the value of a known property without blanks, every other insert has them.
 Sql close_value_insert(std::int32_t property_id, std::int32_t product_id, const std::string& text) {
   Sql sql;
-  sql << "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES(" << property_id << "," << product_id
-      << ",'" << value(text) << "')";
+  sql << "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES(" << property_id << ","
+      << product_id << ",'" << value(text) << "')";
   return sql;
 }
 Sql spaced_value_insert(std::int32_t property_id, std::int32_t product_id, const std::string& text) {
   Sql sql;
-  sql << "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (" << property_id << " ," << product_id
-      << " ,'" << value(text) << "')";
+  sql << "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (" << property_id << " ,"
+      << product_id << " ,'" << value(text) << "')";
   return sql;
 }
 
@@ -128,16 +128,13 @@ void ProductXML::insertProductProperties(const Dictionary& properties, const std
         for_each_property(properties, [&](const std::string& property_name, const Variant& item) {
           connection = GetConnection();
           rows = upload::open_list(property_by_name(property_name), connection);
-          if (!rows->Eof()) {
-            const Property property = property_of(rows);
-            execute_on_new_connection(
-                close_value_insert(property.id, product_id, getValidPropertyValue(item, property.type)));
-          } else {
-            const Property property = create_property(property_name, GetConnection());
-            execute_on_new_connection(
-                spaced_value_insert(property.id, product_id, getValidPropertyValue(item, property.type)));
-          }
+          const bool known = !rows->Eof();
+          const Property property = known ? property_of(rows) : create_property(property_name, GetConnection());
+          // Before the write, for which the store would have to keep the rest of the rows.
           close();
+          const std::string stored = getValidPropertyValue(item, property.type);
+          execute_on_new_connection(known ? close_value_insert(property.id, product_id, stored)
+                                          : spaced_value_insert(property.id, product_id, stored));
         });
       },
       Tail{"Mercato.ProductXML.insertProductProperties", close});
@@ -160,7 +157,8 @@ void ProductXML::updateProductProperties(const Dictionary& properties, const std
           rows = upload::open_list(value_by_name(product_id, property_name), connection);
           if (!rows->Eof()) {
             const Property property = property_of(rows);
-            execute_on_new_connection(value_update(property.id, product_id, getValidPropertyValue(item, property.type)));
+            execute_on_new_connection(
+                value_update(property.id, product_id, getValidPropertyValue(item, property.type)));
           } else {
             close();
             connection = GetConnection();

@@ -108,7 +108,8 @@ bool ProductXML::Update20(std::int32_t iProductID, const Array& iFields, const A
 void ProductXML::update_unspsc_links() {
   read_unspsc_setting();
   // Not reached. The function that would be called is part of a module of the classification that is not there yet.
-  if (unspsc_links_wanted()) raise(error_number::kNoSuchMethod, {}, "UpdateProductCategoryLinksForUNSPSCCode is missing");
+  if (unspsc_links_wanted())
+    raise(error_number::kNoSuchMethod, {}, "UpdateProductCategoryLinksForUNSPSCCode is missing");
 }
 
 bool ProductXML::unspsc_links_wanted() const { return mUNSPSCImplemented == Variant(kUnspscLinksWanted); }
@@ -127,8 +128,7 @@ bool ProductXML::InsertUpdateMultipleBuyer(const Variant& i_lProductID, const Va
         Sql product;
         product << "SELECT * FROM PRODUCT WHERE PRODUCTID=" << value(product_id);
         rows = upload::open_for_changing(product, connection);
-        if (rows->Eof())
-          raise(eProductNotFound, "Mercato.ProductXML.InsertUpdateMultipleBuyer", "Product not present");
+        if (rows->Eof()) raise(eProductNotFound, "Mercato.ProductXML.InsertUpdateMultipleBuyer", "Product not present");
 
         const bool multiple_buyer = rows->Value("MULTIPLEBUYER").to_boolean();
         Sql deletion;

@@ -15,17 +15,18 @@ namespace {
 constexpr std::int32_t kLastShortIndex = 32767;
 
 // The fields that go to PRODUCT; every other one is a property.
+// clang-format off
+constexpr std::string_view kStandardKeys[] = {
+    "COMMODITYCODE", "UNITCODE", "CONTRACTCODE", "NUMBER", "BUSINESSPARTNERID", "PRODUCTDESCRIPTION", "PRODUCTREMARK",
+    "IMAGEFILENAME", "TECHNICALIMAGE", "URL", "PRODUCTXML", "BUYFROMCONTACTEMAIL", "PRODUCTEFFECTIVITYDATE",
+    "PRODUCTEXPIRYDATE", "BUYFROMCONTACTINFO", "CLASSIFICATION", "MULTIPLEOF", "MINORDERQTY", "USERID", "PARTNUMBER",
+    "UNSPSCCODE", "GTIN", "DISABLED", "MULTIPLEBUYER", "MFRPARTNUMBER", "LOTSIZE", "DELIVERYLEADTIME", "CLASSCODE",
+    "SERVICEITEM"};
+// clang-format on
+
 bool is_standard(std::string_view upper_key) {
-  static const std::unordered_set<std::string_view> kStandardKeys = {
-      "COMMODITYCODE",       "UNITCODE",          "CONTRACTCODE",           "NUMBER",
-      "BUSINESSPARTNERID",   "PRODUCTDESCRIPTION", "PRODUCTREMARK",         "IMAGEFILENAME",
-      "TECHNICALIMAGE",      "URL",               "PRODUCTXML",             "BUYFROMCONTACTEMAIL",
-      "PRODUCTEFFECTIVITYDATE", "PRODUCTEXPIRYDATE", "BUYFROMCONTACTINFO",  "CLASSIFICATION",
-      "MULTIPLEOF",          "MINORDERQTY",       "USERID",                 "PARTNUMBER",
-      "UNSPSCCODE",          "GTIN",              "DISABLED",               "MULTIPLEBUYER",
-      "MFRPARTNUMBER",       "LOTSIZE",           "DELIVERYLEADTIME",       "CLASSCODE",
-      "SERVICEITEM"};
-  return kStandardKeys.contains(upper_key);
+  static const std::unordered_set<std::string_view> keys(std::begin(kStandardKeys), std::end(kStandardKeys));
+  return keys.contains(upper_key);
 }
 
 // Takes the standard fields out; what stays behind are the properties, and perhaps the buyer separator.
@@ -69,12 +70,11 @@ void ProductXML::insertProductsFromXML(const std::string& iStringOrUrl, bool iIs
   return method(
       [&] {
         tell_observer([&](UploadObserver& observer) { observer.on_start(iBuyFromPartNrs.items.size()); });
-        const upload::BulkRun run = {
-            "remaining_products_", true,
-            [&](const xml::Document& document, const std::string& part_number) {
-              updateInsertProductFromXML2(document, part_number, iUpdateOnErrors);
-            },
-            [&](const xml::Document& document) { return product_nodes_left2(document); }};
+        const upload::BulkRun run = {"remaining_products_", true,
+                                     [&](const xml::Document& document, const std::string& part_number) {
+                                       updateInsertProductFromXML2(document, part_number, iUpdateOnErrors);
+                                     },
+                                     [&](const xml::Document& document) { return product_nodes_left2(document); }};
         upload::run_bulk_upload(run, iStringOrUrl, iIsUrl, iBuyFromPartNrs);
       },
       Tail{"Mercato.ProductXML.insertProductsFromXML", no_steps});
@@ -110,8 +110,8 @@ bool ProductXML::updateInsertProductFromXML(const std::string& iStringOrUrl, boo
       Tail{"Mercato.ProductXML.updateInsertProductFromXML", no_steps});
 }
 
-// The element leaves the document however its record ended, unless by a failure; of several with this part number only the
-// first.
+// The element leaves the document however its record ended, unless by a failure; of several with this part number only
+// the first.
 void ProductXML::updateInsertProductFromXML2(const xml::Document& document, const std::string& iBuyFromPartNr,
                                              bool iUpdateOnErrors) {
   return method(

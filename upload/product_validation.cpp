@@ -1,5 +1,6 @@
-// Judging a record (getErrorFields: reports, changes nothing that counts) and repairing it (getValidatedProductValues: drops,
-// cuts and translates). The two apply different rules to several fields on purpose; kFieldRules says which field is what.
+// Judging a record (getErrorFields: reports, changes nothing that counts) and repairing it (getValidatedProductValues:
+// drops, cuts and translates). The two apply different rules to several fields on purpose; kFieldRules says which field
+// is what.
 #include <unordered_map>
 
 #include "frame/types/text.h"
@@ -75,9 +76,7 @@ FieldRule rule_of(std::string_view upper_key) {
   return found == kFieldRules.end() ? FieldRule{FieldKind::other, kOtherWidth} : found->second;
 }
 
-bool is_flag(const Variant& value) {
-  return value.is_numeric() && (value.to_double() == 1 || value.to_double() == 0);
-}
+bool is_flag(const Variant& value) { return value.is_numeric() && (value.to_double() == 1 || value.to_double() == 0); }
 
 bool is_separator(std::string_view text) {
   return std::find(std::begin(kSeparators), std::end(kSeparators), text) != std::end(kSeparators);
@@ -113,8 +112,8 @@ CollectionPtr ProductXML::GetCheckedProductInsertList(const std::string& iString
   return checked_list(iStringOrUrl, iIsUrl, CheckedList::all_records);
 }
 
-// The list of existing products takes names as they are written: `Productdescription` is not the required field there, and
-// `Unit` is not UNITCODE. The list of all records takes them upper-cased. Both fail under the name of the former.
+// The list of existing products takes names as they are written: `Productdescription` is not the required field there,
+// and `Unit` is not UNITCODE. The list of all records takes them upper-cased. Both fail under the name of the former.
 CollectionPtr ProductXML::checked_list(const std::string& iStringOrUrl, bool iIsUrl, CheckedList which) {
   return method(
       [&] {
@@ -181,7 +180,8 @@ bool ProductXML::is_bad_field(Dictionary& values, const Variant& key, const Vari
       return !Exists("UNIT", {{"UNITDESCRIPTION", value, Quoting::text}}) &&
              !Exists("UNIT", {{"UNITCODE", value, Quoting::text}});
     case FieldKind::contract:
-      return !Exists("CONTRACTLINES", {{field, value, Quoting::text}, {"NUMBER", values.Item("NUMBER"), Quoting::none}});
+      return !Exists("CONTRACTLINES",
+                     {{field, value, Quoting::text}, {"NUMBER", values.Item("NUMBER"), Quoting::none}});
     case FieldKind::contract_number:
       return !Exists("CONTRACTLINES",
                      {{field, value, Quoting::none}, {"CONTRACTCODE", values.Item("CONTRACTCODE"), Quoting::text}});

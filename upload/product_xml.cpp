@@ -23,7 +23,8 @@ const ClassTable& ProductXML::table() {
                   {"iStringOrUrl", "iIsUrl", "iBuyFromPartNrs", "iUpdateOnErrors"})
           .method("updateProductsFromXML", &ProductXML::updateProductsFromXML,
                   {"iStringOrUrl", "iIsUrl", "iBuyFromPartNrs", "iUpdateOnErrors"})
-          .property("MultipleBuyerSeparator", &ProductXML::MultipleBuyerSeparator, &ProductXML::SetMultipleBuyerSeparator)
+          .property("MultipleBuyerSeparator", &ProductXML::MultipleBuyerSeparator,
+                    &ProductXML::SetMultipleBuyerSeparator)
           .method("InsertUpdateMultipleBuyer", &ProductXML::InsertUpdateMultipleBuyer, {"i_lProductID", "sUserid"});
   return table;
 }

@@ -3,10 +3,10 @@
 // One object serves one call at a time. It keeps its components, a read connection, whether UNSPSC is in use, and the
 // buyer separator for the rest of its life.
 //
-// A document is given as its text or, with iIsUrl, as a URL or path. Its records are the elements "Product" at any depth,
-// each with the attribute "buyfrompartnumber" and one child element for each field, named in any case. Failures are logged
-// and raised under "Mercato.ProductXML.<method>", wrapped once more by each method on the way up; but both preview lists
-// use the label of GetCheckedProductUpdateList.
+// A document is given as its text or, with iIsUrl, as a URL or path. Its records are the elements "Product" at any
+// depth, each with the attribute "buyfrompartnumber" and one child element for each field, named in any case. Failures
+// are logged and raised under "Mercato.ProductXML.<method>", wrapped once more by each method on the way up; but both
+// preview lists use the label of GetCheckedProductUpdateList.
 #pragma once
 
 #include <cstddef>
@@ -29,8 +29,8 @@ class ProductXML : public ComponentOf<ProductXML> {
  public:
   static const ClassTable& table();
 
-  // Reading. Raises eUnableToLoadXML, source "Mercato.ProductXML.getProductNodeList", when the document cannot be loaded,
-  // and 91 for a record without the attribute (in readOneProductFromXML only when it stands before the match).
+  // Reading. Raises eUnableToLoadXML, source "Mercato.ProductXML.getProductNodeList", when the document cannot be
+  // loaded, and 91 for a record without the attribute (in readOneProductFromXML only when it stands before the match).
 
   // The part numbers in document order, doubles included; records without any child are left out. Never null.
   CollectionPtr readBFPartNumbersFromXML(const std::string& iStringOrUrl, bool iIsUrl);
@@ -41,17 +41,19 @@ class ProductXML : public ComponentOf<ProductXML> {
 
   // Judging. Nothing is written. The rules are stricter than those of the upload, and not the same.
 
-  // The bad fields of one record, field to value; empty when it is valid. Raises 457 for a record whose UNIT is there but
-  // empty, and the store's failure for a CONTRACTCODE without NUMBER.
-  DictionaryPtr getErrorsInProductValues(const std::string& iStringOrUrl, bool iIsUrl, const std::string& iBuyFromPartNr);
-  // For each record whose product exists a Collection of part number, the product's present description, and whether the
-  // record is valid. Field names are taken as they are written here: one in small letters misses its required-field check.
+  // The bad fields of one record, field to value; empty when it is valid. Raises 457 for a record whose UNIT is there
+  // but empty, and the store's failure for a CONTRACTCODE without NUMBER.
+  DictionaryPtr getErrorsInProductValues(const std::string& iStringOrUrl, bool iIsUrl,
+                                         const std::string& iBuyFromPartNr);
+  // For each record whose product exists a Collection of part number, the product's present description, and whether
+  // the record is valid. Field names are taken as they are written here: one in small letters misses its required-field
+  // check.
   CollectionPtr GetCheckedProductUpdateList(const std::string& iStringOrUrl, bool iIsUrl);
   // The same for all records, with the description that the record brings and names in any case.
   CollectionPtr GetCheckedProductInsertList(const std::string& iStringOrUrl, bool iIsUrl);
 
-  // Writing. A record is repaired first: bad values are dropped, long ones cut, keys translated. When it then has another
-  // number of fields and iUpdateOnErrors is False, it is passed over in silence; with True the rest is written.
+  // Writing. A record is repaired first: bad values are dropped, long ones cut, keys translated. When it then has
+  // another number of fields and iUpdateOnErrors is False, it is passed over in silence; with True the rest is written.
   // What a failing call has written stays written.
 
   // Inserts, or updates the product when one with that part number exists. A part number that the document lacks does
@@ -61,21 +63,23 @@ class ProductXML : public ComponentOf<ProductXML> {
   // Updates. Raises kNoCurrentRow when no product has that part number.
   void updateProductFromXML(const std::string& iStringOrUrl, bool iIsUrl, const std::string& iBuyFromPartNr,
                             bool iUpdateOnErrors);
-  // Inserts or updates the listed records, each part number trimmed, until 180 seconds have passed. iStringOrUrl is a file
-  // key, the marker "/\" and the source. On return iBuyFromPartNrs holds what was done, from bound 0, and what is left of
-  // the document stands in \XMLDownload\remaining_products_<key>.xml below the web root, or no such file is there.
-  // Raises 5 without the marker, 75 for a key that is no plain part of a file name, both before anything is loaded, and 91
-  // for a part number that the document lacks (also: that could not be loaded). On failure the array is not cut and the
-  // remaining file of an earlier run stays. A second run on the same object decides on its file by the first one's rest.
-  void insertProductsFromXML(const std::string& iStringOrUrl, bool iIsUrl, Array& iBuyFromPartNrs, bool iUpdateOnErrors);
-  // updateProductFromXML for each entry as it stands. No marker, no budget, no remaining file. Raises 6 after the entry of
-  // index 32767.
+  // Inserts or updates the listed records, each part number trimmed, until 180 seconds have passed. iStringOrUrl is a
+  // file key, the marker "/\" and the source. On return iBuyFromPartNrs holds what was done, from bound 0, and what is
+  // left of the document stands in \XMLDownload\remaining_products_<key>.xml below the web root, or no such file is
+  // there. Raises 5 without the marker, 75 for a key that is no plain part of a file name, both before anything is
+  // loaded, and 91 for a part number that the document lacks (also: that could not be loaded). On failure the array is
+  // not cut and the remaining file of an earlier run stays. A second run on the same object decides on its file by the
+  // first one's rest.
+  void insertProductsFromXML(const std::string& iStringOrUrl, bool iIsUrl, Array& iBuyFromPartNrs,
+                             bool iUpdateOnErrors);
+  // updateProductFromXML for each entry as it stands. No marker, no budget, no remaining file. Raises 6 after the entry
+  // of index 32767.
   void updateProductsFromXML(const std::string& iStringOrUrl, bool iIsUrl, const Array& iBuyFromPartNrs,
                              bool iUpdateOnErrors);
 
   // Replaces the buyer rows of a product by the buyers of the list; without MULTIPLEBUYER it only deletes them.
-  // Returns True. Raises eProductNotFound, source "Mercato.ProductXML.InsertUpdateMultipleBuyer", and 94 when MULTIPLEBUYER
-  // is Null.
+  // Returns True. Raises eProductNotFound, source "Mercato.ProductXML.InsertUpdateMultipleBuyer", and 94 when
+  // MULTIPLEBUYER is Null.
   bool InsertUpdateMultipleBuyer(const Variant& i_lProductID, const Variant& sUserid);
 
   // What stands between buyers in a list. Empty at first: then ";" takes its place as soon as a list is taken apart.
@@ -125,7 +129,8 @@ class ProductXML : public ComponentOf<ProductXML> {
   // Writing (product_upload.cpp, product_row.cpp, product_properties.cpp).
   bool updateInsertProductFromXML(const std::string& iStringOrUrl, bool iIsUrl, const std::string& iBuyFromPartNr,
                                   bool iUpdateOnErrors, Branch branch);
-  void updateInsertProductFromXML2(const xml::Document& document, const std::string& iBuyFromPartNr, bool iUpdateOnErrors);
+  void updateInsertProductFromXML2(const xml::Document& document, const std::string& iBuyFromPartNr,
+                                   bool iUpdateOnErrors);
   UploadOutcome write_record(Dictionary& values, bool exists, const std::string& iBuyFromPartNr, bool iUpdateOnErrors);
   void insertProductValues(Dictionary& standard, const std::string& iBuyFromPartNr);
   void updateProductValues(const Dictionary& standard, const std::string& iBuyFromPartNr);

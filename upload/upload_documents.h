@@ -25,8 +25,8 @@ bool load_document(xml::Document& document, std::string_view iStringOrUrl, bool 
 // The record's attribute "buyfrompartnumber". Raises 91 when it has none.
 std::string part_number_of(const xml::Node& record);
 
-// The expression that selects the records of one part number. The number goes in as it stands: one with an apostrophe makes
-// an expression that cannot be evaluated.
+// The expression that selects the records of one part number. The number goes in as it stands: one with an apostrophe
+// makes an expression that cannot be evaluated.
 std::string records_of(const DocumentKind& kind, std::string_view part_number);
 
 // Whether the record has fields, or text, or a comment.

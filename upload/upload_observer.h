@@ -1,6 +1,6 @@
-// Watches an upload record by record: for hosts in C++ that show progress and list what was refused. An observer changes
-// nothing of what the calls do; one that throws is not heard, and its exception goes no further.
-// Called on the thread of the upload, between its statements.
+// Watches an upload record by record: for hosts in C++ that show progress and list what was refused. An observer
+// changes nothing of what the calls do; one that throws is not heard, and its exception goes no further. Called on the
+// thread of the upload, between its statements.
 #pragma once
 
 #include <cstddef>

@@ -32,14 +32,16 @@ void create_store(const std::filesystem::path& path) {
       connection->Execute(Sql::verbatim(std::string(schema.text.substr(begin, end - begin))));
   }
   Sql unit;
-  unit << "INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('" << value(kUnitCode) << "', '" << value(kUnitDescription)
-       << "')";
+  unit << "INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('" << value(kUnitCode) << "', '"
+       << value(kUnitDescription) << "')";
   connection->Execute(unit);
   connection->Close();
   store::close_idle_sessions();
 }
 
-std::string connection_string(const std::filesystem::path& store) { return "Provider=SQLite;Data Source=" + store.string(); }
+std::string connection_string(const std::filesystem::path& store) {
+  return "Provider=SQLite;Data Source=" + store.string();
+}
 
 void use_store(const std::filesystem::path& store, const std::filesystem::path& web_root) {
   if (DllRegisterServer() != kOk) throw std::runtime_error("the classes cannot be registered");

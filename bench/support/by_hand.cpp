@@ -22,10 +22,8 @@ struct Counterpart {
 constexpr Counterpart kCounterparts[] = {
     {"SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE BUYFROMPARTNUMBER=?",
      "SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE BUYFROMPARTNUMBER=?1"},
-
     {"SELECT UNITCODE FROM UNIT WHERE UNITCODE=? OR UNITDESCRIPTION = ?",
      "SELECT UNITCODE FROM UNIT WHERE UNITCODE=?1 OR UNITDESCRIPTION=?2"},
-    {"SELECT UNITCODE FROM UNIT WHERE UNITCODE=?", "SELECT UNITCODE FROM UNIT WHERE UNITCODE=?1"},
     {"SELECT * FROM PRODUCT WHERE ?=?", "SELECT * FROM PRODUCT WHERE ?1=?2"},
     {"SELECT * FROM PRODUCT WHERE PRODUCTID=?", "SELECT * FROM PRODUCT WHERE PRODUCTID=?1"},
     {"DELETE FROM productbuyer WHERE PRODUCTID=?", "DELETE FROM PRODUCTBUYER WHERE PRODUCTID=?1"},
@@ -75,7 +73,8 @@ void append_value(std::vector<char>& bytes, const Variant& value) {
 class ExpandedValues {
  public:
   // Answers false when it finds something else.
-  static bool append_to(std::vector<char>& bytes, std::string_view sql, std::string_view expanded, std::uint8_t& count) {
+  static bool append_to(std::vector<char>& bytes, std::string_view sql, std::string_view expanded,
+                        std::uint8_t& count) {
     std::size_t at = 0;
     count = 0;
     for (std::size_t i = 0; i < sql.size(); ++i) {
@@ -216,7 +215,8 @@ void Recording::on_statement(std::string_view text, bool) {
 
   append(tape_.steps, position_of(std::string(found->sql)));
   append(tape_.steps, static_cast<std::uint8_t>(lexed_.literals.size()));
-  for (const std::uint32_t literal : lexed_.literals) append_value(tape_.steps, store::dialect::literal_value(lexed_, literal));
+  for (const std::uint32_t literal : lexed_.literals)
+    append_value(tape_.steps, store::dialect::literal_value(lexed_, literal));
   change_announced_ = is_change(found->sql);
 }
 

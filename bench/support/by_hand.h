@@ -1,9 +1,9 @@
-// The same work without the library. One recorded run of the library yields a tape: every statement that it handed to the
-// store, in order, and every row that its recordsets wrote, with their values. Played back, the tape runs the counterparts that
-// somebody would write by hand, prepared once, values bound, results read, on the bare engine.
+// The same work without the library. One recorded run of the library yields a tape: every statement that it handed to
+// the store, in order, and every row that its recordsets wrote, with their values. Played back, the tape runs the
+// counterparts that somebody would write by hand, prepared once, values bound, results read, on the bare engine.
 //
-// The counterparts stand in a table in by_hand.cpp. A statement without one ends the recording: nothing the library asks of the
-// store can be missing from the comparison unnoticed.
+// The counterparts stand in a table in by_hand.cpp. A statement without one ends the recording: nothing the library
+// asks of the store can be missing from the comparison unnoticed.
 #pragma once
 
 #include <cstddef>

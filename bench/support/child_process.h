@@ -1,4 +1,5 @@
-// One measurement in a process of its own, so that the peak of its memory is its own and nothing is left over for the next one.
+// One measurement in a process of its own, so that the peak of its memory is its own and nothing is left over for the
+// next one.
 #pragma once
 
 #include <sys/wait.h>

@@ -13,12 +13,39 @@ constexpr std::size_t kNameWidth = 30;
 
 // Names of the document that are no properties.
 bool is_field_of_product(std::string_view name) {
-  static const std::unordered_set<std::string_view> kFields = {
-      "UNIT", "UNITCODE", "PRODUCTDESCRIPTION", "PARTNUMBER", "COMMODITYCODE", "CONTRACTCODE", "NUMBER", "BUSINESSID",
-      "BUYERID", "MULTIPLEBUYER", "MULTIPLEBUYERSEPARATOR", "PRODUCTREMARK", "IMAGEFILENAME", "TECHNICALIMAGE", "URL",
-      "PRODUCTXML", "BUYFROMCONTACTINFO", "BUYFROMCONTACTEMAIL", "CLASSIFICATION", "MFRPARTNUMBER",
-      "PRODUCTEFFECTIVITYDATE", "PRODUCTEXPIRYDATE", "MINORDERQTY", "MULTIPLEOF", "LOTSIZE", "DELIVERYLEADTIME", "GTIN",
-      "UNSPSCCODE", "CLASSCODE", "SERVICEITEM", "DISABLED", "USERID", "BUSINESSPARTNERID"};
+  static const std::unordered_set<std::string_view> kFields = {"UNIT",
+                                                               "UNITCODE",
+                                                               "PRODUCTDESCRIPTION",
+                                                               "PARTNUMBER",
+                                                               "COMMODITYCODE",
+                                                               "CONTRACTCODE",
+                                                               "NUMBER",
+                                                               "BUSINESSID",
+                                                               "BUYERID",
+                                                               "MULTIPLEBUYER",
+                                                               "MULTIPLEBUYERSEPARATOR",
+                                                               "PRODUCTREMARK",
+                                                               "IMAGEFILENAME",
+                                                               "TECHNICALIMAGE",
+                                                               "URL",
+                                                               "PRODUCTXML",
+                                                               "BUYFROMCONTACTINFO",
+                                                               "BUYFROMCONTACTEMAIL",
+                                                               "CLASSIFICATION",
+                                                               "MFRPARTNUMBER",
+                                                               "PRODUCTEFFECTIVITYDATE",
+                                                               "PRODUCTEXPIRYDATE",
+                                                               "MINORDERQTY",
+                                                               "MULTIPLEOF",
+                                                               "LOTSIZE",
+                                                               "DELIVERYLEADTIME",
+                                                               "GTIN",
+                                                               "UNSPSCCODE",
+                                                               "CLASSCODE",
+                                                               "SERVICEITEM",
+                                                               "DISABLED",
+                                                               "USERID",
+                                                               "BUSINESSPARTNERID"};
   return kFields.contains(name);
 }
 
@@ -39,11 +66,20 @@ std::string escaped(std::string_view value) {
   std::string result;
   for (const char c : value) {
     switch (c) {
-      case '&': result += "&amp;"; break;
-      case '<': result += "&lt;"; break;
-      case '>': result += "&gt;"; break;
-      case '"': result += "&quot;"; break;
-      default: result += c;
+      case '&':
+        result += "&amp;";
+        break;
+      case '<':
+        result += "&lt;";
+        break;
+      case '>':
+        result += "&gt;";
+        break;
+      case '"':
+        result += "&quot;";
+        break;
+      default:
+        result += c;
     }
   }
   return result;
@@ -109,7 +145,8 @@ std::string property_name(std::string_view attribute) {
   }
   while (!name.empty() && name.back() == '_') name.pop_back();
   // Names that start with the letters XML belong to the XML standard.
-  if (name.empty() || is_digit(name.front()) || name.starts_with("XML") || is_field_of_product(name)) name.insert(0, "P_");
+  if (name.empty() || is_digit(name.front()) || name.starts_with("XML") || is_field_of_product(name))
+    name = "P_" + name;
   return name.substr(0, kNameWidth);
 }
 
@@ -139,7 +176,8 @@ Converted components_to_products(const std::filesystem::path& csv, std::size_t l
     const std::string& path = row[category_path];
     const std::size_t below = path.find(kBelow);
     const std::string_view broad = std::string_view(path).substr(0, below);
-    const std::string_view narrow = below == std::string::npos ? "" : std::string_view(path).substr(below + kBelow.size());
+    const std::string_view narrow =
+        below == std::string::npos ? "" : std::string_view(path).substr(below + kBelow.size());
 
     RecordWriter record(document, converted, with_typographic_apostrophes(row[part_number]));
     record.field("PARTNUMBER", with_typographic_apostrophes(row[mfr_part_number]));

@@ -1,4 +1,5 @@
-// Turns the rows of a file of electronic components into a Product document. Pure but for the files that it reads; any thread.
+// Turns the rows of a file of electronic components into a Product document. Pure but for the files that it reads; any
+// thread.
 //
 // A row becomes one record, its distributor's number (part_number) the attribute "buyfrompartnumber":
 //
@@ -12,8 +13,8 @@
 //   LOTSIZE                     packaging_qty, when there is one
 //   MULTIPLEBUYER, SERVICEITEM, DISABLED  0
 //
-// and, as properties, those of MANUFACTURER, PACKAGE, CATEGORY (the narrow half), LIBRARY_CLASS, ROHS, PACKAGING and STOCK_QTY
-// that the row has. That is some twelve fields and five properties.
+// and, as properties, those of MANUFACTURER, PACKAGE, CATEGORY (the narrow half), LIBRARY_CLASS, ROHS, PACKAGING and
+// STOCK_QTY that the row has. That is some twelve fields and five properties.
 //
 // Property values go into statements as they stand, and part numbers into an XPath expression, so that a typewriter
 // apostrophe in one of them ends an upload: each is replaced by the typographic one (U+2019) there.
@@ -41,8 +42,8 @@ using Attributes = std::map<std::string, std::vector<std::pair<std::string, std:
 // Reads a file of the columns part_number, attribute, value. Throws what CsvReader does.
 Attributes read_attributes(const std::filesystem::path& csv);
 
-// The upload's name for a property called so: upper-case letters, digits and underscores, at most 30 of them, fit for an
-// XML element, and never the name of a field of the product itself.
+// The upload's name for a property called so: upper-case letters, digits and underscores, at most 30 of them, fit for
+// an XML element, and never the name of a field of the product itself.
 std::string property_name(std::string_view attribute);
 
 // What one converted document holds.

@@ -1,5 +1,5 @@
-// Rows of a comma-separated file: quoted fields, doubled quotes and line ends inside quotes included. A file packed with gzip
-// is read as it is, a plain one too. One thread at a time.
+// Rows of a comma-separated file: quoted fields, doubled quotes and line ends inside quotes included. A file packed
+// with gzip is read as it is, a plain one too. One thread at a time.
 #pragma once
 
 #include <array>
@@ -21,8 +21,8 @@ class CsvReader {
 
   // Where the column with this name stands. Throws std::runtime_error when there is none.
   std::size_t column(std::string_view name) const;
-  // The next row, as long as the header; false at the end. Throws std::runtime_error for a row of another length, a quote
-  // that nothing closes, and a damaged file.
+  // The next row, as long as the header; false at the end. Throws std::runtime_error for a row of another length, a
+  // quote that nothing closes, and a damaged file.
   bool next(std::vector<std::string>& row);
 
  private:

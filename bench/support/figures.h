@@ -1,5 +1,5 @@
-// What a benchmark found out, one line for each figure: shown at once, and appended to a file of tab-separated fields from
-// which bench/run makes its table.
+// What a benchmark found out, one line for each figure: shown at once, and appended to a file of tab-separated fields
+// from which bench/run makes its table.
 #pragma once
 
 #include <cstdio>

@@ -12,9 +12,9 @@ namespace {
 
 constexpr bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0u) == 0x80u; }
 constexpr bool is_ascii(std::string_view text) {
-  for (char byte : text)
-    if (static_cast<unsigned char>(byte) >= 0x80u) return false;
-  return true;
+  unsigned char bits = 0;  // without a way out the loop takes many bytes at a time
+  for (char byte : text) bits |= static_cast<unsigned char>(byte);
+  return bits < 0x80u;
 }
 constexpr char ascii_upper(char byte) { return byte >= 'a' && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte; }
 constexpr char ascii_lower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte; }
@@ -35,8 +35,8 @@ template <class AsciiCase, class UnicodeCase>
 std::string changed_case(std::string_view text, AsciiCase ascii_case, UnicodeCase unicode_case) {
   std::string result;
   if (is_ascii(text)) {
-    result.reserve(text.size());
-    for (char byte : text) result.push_back(ascii_case(byte));
+    result = text;
+    for (char& byte : result) byte = ascii_case(byte);
     return result;
   }
   auto unicode = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));

@@ -60,7 +60,7 @@ class Session {
   // Checks the pieces, runs one statement. Refuses a text that holds more than one.
   virtual Execution execute(const Sql& statement, ExecuteOptions options = {}) = 0;
 
-  // A table by name in any case; null when there is none. Valid until the session runs a definition.
+  // A table by name in any case; null when there is none. Valid until the session's next statement.
   virtual const TableInfo* table(std::string_view name) = 0;
 
   // Writes one row of updatable recordsets: the columns with these positions in `table.columns`, values of the

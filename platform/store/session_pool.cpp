@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -19,16 +20,16 @@ struct Idle {
 // Sessions are closed outside of the lock: closing may write.
 class Pool {
  public:
-  std::unique_ptr<Session> take(const std::string& connection_string) {
+  std::optional<Idle> take(const std::string& connection_string) {
     const std::scoped_lock lock(mutex_);
     // The latest first: its caches are warm, and with one store it is the first one looked at.
     const auto found = std::find_if(idle_.rbegin(), idle_.rend(), [&](const Idle& candidate) {
       return candidate.connection_string == connection_string;
     });
-    if (found == idle_.rend()) return nullptr;
-    std::unique_ptr<Session> session = std::move(found->session);
+    if (found == idle_.rend()) return std::nullopt;
+    std::optional<Idle> idle = std::move(*found);
     idle_.erase(std::next(found).base());
-    return session;
+    return idle;
   }
 
   void put(std::string connection_string, std::unique_ptr<Session> session) {
@@ -98,8 +99,8 @@ void PooledSession::release() noexcept {
 }
 
 PooledSession acquire_session(const std::string& connection_string) {
-  while (std::unique_ptr<Session> idle = pool().take(connection_string))
-    if (!idle->outdated()) return {connection_string, std::move(idle)};
+  while (std::optional<Idle> idle = pool().take(connection_string))
+    if (!idle->session->outdated()) return {std::move(idle->connection_string), std::move(idle->session)};
   return {connection_string, driver_for(connection_string).open(connection_string)};
 }
 

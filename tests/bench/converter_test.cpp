@@ -27,9 +27,10 @@ constexpr char kHeader[] =
     "order_multiple,packaging,packaging_qty,stock_qty,library_class,rohs,image_file\n";
 
 TEST_F(ConverterTest, ARowBecomesARecordOfTheColumnsThatItHas) {
-  const auto csv = write("parts.csv", std::string(kHeader) +
-                                          "C'1,\"N<1>\",XI'AN,\"say \"\"a, b\"\"\",Diodes > Zener & more,DIP-4,,,USD,1:2,5,10,Tray,"
-                                          "500,77,Basic,yes,a.jpg\n");
+  const auto csv =
+      write("parts.csv", std::string(kHeader) +
+                             "C'1,\"N<1>\",XI'AN,\"say \"\"a, b\"\"\",Diodes > Zener & more,DIP-4,,,USD,1:2,5,10,Tray,"
+                             "500,77,Basic,yes,a.jpg\n");
   std::ostringstream document;
   const bench::Converted converted = bench::components_to_products(csv, bench::kAllRecords, document);
   EXPECT_EQ(document.str(),
@@ -89,8 +90,8 @@ TEST(PropertyName, IsWhatTheUploadCanKeep) {
 
 TEST_F(ConverterTest, ASecondPropertyOfOneNameGetsANumber) {
   const auto csv = write("parts.csv", std::string(kHeader) + "C1,N,M,D,Diodes,DIP-4,,,USD,1:2,,,,,0,Basic,,\n");
-  const auto attributes = write("attributes.csv",
-                                "part_number,attribute,value\nC1,Package,a'b\nC1,Speed (max),1\nC1,Speed(max),2\nC2,Speed,3\n");
+  const auto attributes = write(
+      "attributes.csv", "part_number,attribute,value\nC1,Package,a'b\nC1,Speed (max),1\nC1,Speed(max),2\nC2,Speed,3\n");
   std::ostringstream document;
   bench::components_to_products(csv, 1, document, bench::read_attributes(attributes));
   EXPECT_NE(document.str().find("    <PACKAGE_2>a\u2019b</PACKAGE_2>\n"
@@ -114,7 +115,8 @@ TEST_F(ConverterTest, ARowOfAnotherLengthIsRefusedWithItsPlace) {
 // The values of the properties of the 1,000 records, as the file has them, by part number and name.
 TEST_F(ConverterTest, AThousandRealRecordsArriveWhole) {
   const std::filesystem::path csv = bench::data_folder() / "products" / "components-1k.csv";
-  if (!std::filesystem::exists(csv)) GTEST_SKIP() << "there is no real data at " << csv << "; MERCATO_DATA names its folder";
+  if (!std::filesystem::exists(csv))
+    GTEST_SKIP() << "there is no real data at " << csv << "; MERCATO_DATA names its folder";
   const std::filesystem::path document = folder() / "products.xml";
   std::ofstream file(document);
   const bench::Converted converted = bench::components_to_products(csv, bench::kAllRecords, file);
@@ -132,8 +134,8 @@ TEST_F(ConverterTest, AThousandRealRecordsArriveWhole) {
   std::set<std::string> properties;
   bench::CsvReader reader(csv);
   const std::pair<const char*, const char*> columns[] = {
-      {"manufacturer", "MANUFACTURER"}, {"package", "PACKAGE"},     {"library_class", "LIBRARY_CLASS"},
-      {"rohs", "ROHS"},                 {"packaging", "PACKAGING"}, {"stock_qty", "STOCK_QTY"}};
+      {"manufacturer", "MANUFACTURER"}, {"package", "PACKAGE"},    {"library_class", "LIBRARY_CLASS"}, {"rohs", "ROHS"},
+      {"packaging", "PACKAGING"},       {"stock_qty", "STOCK_QTY"}};
   std::vector<std::string> row;
   while (reader.next(row)) {
     ++products;

@@ -21,7 +21,8 @@ const std::string kRefused = "refused on request";
 class HazardousClassTest : public StoreTest {
  protected:
   void add_class(const std::string& code, const std::string& description) const {
-    execute({"INSERT INTO HAZARDOUSCLASS (CLASSCODE, CLASSDESCRIPTION) VALUES (N'" + code + "', N'" + description + "')"});
+    execute(
+        {"INSERT INTO HAZARDOUSCLASS (CLASSCODE, CLASSDESCRIPTION) VALUES (N'" + code + "', N'" + description + "')"});
   }
 
   Root<HazardousClass> hazardous_class_;
@@ -82,7 +83,9 @@ TEST_F(HazardousClassTest, ALookupThatFailsIsLoggedAndRaised) {
 
 TEST_F(HazardousClassTest, HasNoQuestionsOfReferentialIntegrity) {
   EXPECT_TRUE(HazardousClass::table().implements().empty());
-  EXPECT_EQ(raised_by([&] { invoke(hazardous_class_.object(), "IReferentialIntegrity_Exists", {1, Array{}, Array{}}); }).Number,
+  EXPECT_EQ(raised_by([&] {
+              invoke(hazardous_class_.object(), "IReferentialIntegrity_Exists", {1, Array{}, Array{}});
+            }).Number,
             error_number::kNoSuchMethod);
 }
 
@@ -104,8 +107,9 @@ TEST_F(THazardousClassTest, AnUnusedClassIsDeletedAndNoCheckerIsAsked) {
   EXPECT_EQ(vote(), Vote::commit);
   EXPECT_EQ(recorder.statements, (Statements{kIsolation, "SELECT * FROM PRODUCT WHERE CLASSCODE = N'O''N'",
                                              "DELETE FROM HAZARDOUSCLASS WHERE CLASSCODE = N'O''N'"}));
-  EXPECT_EQ(recorder.calls, (std::vector<ComponentCall>{{"Grundwerk.Configuration.PrepareConnections", {false}},
-                                                        {"Grundwerk.Configuration.GetConnectionStringOf", {"Mercato"}}}));
+  EXPECT_EQ(recorder.calls,
+            (std::vector<ComponentCall>{{"Grundwerk.Configuration.PrepareConnections", {false}},
+                                        {"Grundwerk.Configuration.GetConnectionStringOf", {"Mercato"}}}));
   EXPECT_EQ(rows("SELECT CLASSCODE FROM HAZARDOUSCLASS"), (std::vector<std::vector<Variant>>{{"3"}}));
 }
 
@@ -159,7 +163,8 @@ TEST_F(THazardousClassTest, QuestionsOfReferentialIntegrityAreAnsweredNoAtOnce) 
   add_class("3", "flammable");
   Recorder recorder;
   for (const char* question : {"IReferentialIntegrity_BeforeDelete", "IReferentialIntegrity_Exists"})
-    EXPECT_EQ(invoke(t_class_.object(), question, {Variant(), Array{"CLASSCODE"}, Array{"3"}}), Variant(false)) << question;
+    EXPECT_EQ(invoke(t_class_.object(), question, {Variant(), Array{"CLASSCODE"}, Array{"3"}}), Variant(false))
+        << question;
   EXPECT_TRUE(recorder.statements.empty());
   EXPECT_EQ(vote(), Vote::none);
 }
@@ -167,8 +172,9 @@ TEST_F(THazardousClassTest, QuestionsOfReferentialIntegrityAreAnsweredNoAtOnce) 
 TEST_F(THazardousClassTest, NoTextChangesWhatADeleteDoes) {
   add_class("3", "flammable");
   const auto before = all_rows();
-  for (const std::string text : {std::string("' OR '1'='1"), std::string("'; DELETE FROM HAZARDOUSCLASS; --"), std::string("''"),
-                                 std::string("\xFF'"), std::string("a\0b", 3), std::string(65536, '\'')}) {
+  for (const std::string& text :
+       {std::string("' OR '1'='1"), std::string("'; DELETE FROM HAZARDOUSCLASS; --"), std::string("''"),
+        std::string("\xFF'"), std::string("a\0b", 3), std::string(65536, '\'')}) {
     EXPECT_NE(raised_by([&] { remove(text); }).Number, 0);
     EXPECT_EQ(vote(), Vote::abort);
     try {

@@ -50,7 +50,8 @@ TEST_F(UnitTest, AllUnitsThatCannotBeReadAreLoggedAndRaised) {
   Recorder recorder;
   recorder.fail_on = "FROM UNIT";
   const std::string once = message("80040E14", "Mercato.Unit.getAllUnits", kRefused);
-  EXPECT_EQ(raised_by([&] { unit_->GetAllUnits(); }), (RaisedError{error_number::kStatementRefused, "Test", once, "", 0}));
+  EXPECT_EQ(raised_by([&] { unit_->GetAllUnits(); }),
+            (RaisedError{error_number::kStatementRefused, "Test", once, "", 0}));
   EXPECT_EQ(recorder.log, (std::vector<LogEntry>{{"Test", message("80040E14", "Mercato.Unit.getAllUnits", once), 0}}));
   EXPECT_EQ(unit_.context().vote_of_last_call(), Vote::none);
 }
@@ -69,7 +70,8 @@ TEST_F(UnitTest, ACodeOrADescriptionLeadsToTheCode) {
 TEST_F(UnitTest, AQuoteIsDoubledInTheLookup) {
   Recorder recorder;
   code_of("O'N");
-  EXPECT_EQ(recorder.statements, Statements{"SELECT UNITCODE FROM UNIT WHERE UNITCODE='O''N' OR UNITDESCRIPTION = 'O''N'"});
+  EXPECT_EQ(recorder.statements,
+            Statements{"SELECT UNITCODE FROM UNIT WHERE UNITCODE='O''N' OR UNITDESCRIPTION = 'O''N'"});
 }
 
 TEST_F(UnitTest, ADescriptionOfTwoUnitsLeadsToOneOfThem) {
@@ -96,16 +98,19 @@ TEST_F(UnitTest, RetiredMethodsRaiseMinusOneAndLogButVoteNothing) {
   };
   for (const Retired& retired : {
            Retired{"Delete", {"EA"}, "This method is depricated, Use Mercato.TUnit.Delete"},
-           Retired{"IReferentialIntegrity_BeforeDelete", {Variant(), Array{"UNITCODE"}, Array{"EA"}},
+           Retired{"IReferentialIntegrity_BeforeDelete",
+                   {Variant(), Array{"UNITCODE"}, Array{"EA"}},
                    "This method is depricated, Use Mercato.TUnit.IReferentialIntegrity_BeforeDelete"},
-           Retired{"IReferentialIntegrity_Exists", {Variant(), Array{"UNITCODE"}, Array{"EA"}},
+           Retired{"IReferentialIntegrity_Exists",
+                   {Variant(), Array{"UNITCODE"}, Array{"EA"}},
                    "This method is depricated, Use Mercato.TUnit.Exists"},
        }) {
     Recorder recorder;
     std::vector<Variant> arguments = retired.arguments;
     const std::string once = "\r\nERROR 0xFFFFFFFF\r\n METHOD: " + retired.text +
                              "\r\n DESC: Application-defined or object-defined error.\r\n";
-    EXPECT_EQ(raised_by([&] { invoke(unit_.object(), retired.method, arguments); }), (RaisedError{-1, "Mercato", once, "", 0}));
+    EXPECT_EQ(raised_by([&] { invoke(unit_.object(), retired.method, arguments); }),
+              (RaisedError{-1, "Mercato", once, "", 0}));
     EXPECT_EQ(recorder.log, (std::vector<LogEntry>{{"Mercato", message("FFFFFFFF", retired.text, once), 0}}));
     EXPECT_TRUE(recorder.statements.empty());
     EXPECT_EQ(unit_.context().vote_of_last_call(), Vote::none);
@@ -133,10 +138,11 @@ TEST_F(TUnitTest, AnUnusedUnitIsDeleted) {
   EXPECT_EQ(vote(), Vote::commit);
   EXPECT_EQ(recorder.statements, (Statements{kIsolation, "SELECT * FROM PRODUCT WHERE UNITCODE = 'O''N'",
                                              "DELETE FROM UNIT WHERE UNITCODE = 'O''N'"}));
-  EXPECT_EQ(recorder.calls, (std::vector<ComponentCall>{{"Grundwerk.ReferentialChecker.CheckBeforeDelete",
-                                                         {"Mercato", "UNIT", Array{"UNITCODE"}, Array{"O'N"}}},
-                                                        {"Grundwerk.Configuration.PrepareConnections", {false}},
-                                                        {"Grundwerk.Configuration.GetConnectionStringOf", {"Mercato"}}}));
+  EXPECT_EQ(recorder.calls,
+            (std::vector<ComponentCall>{{"Grundwerk.ReferentialChecker.CheckBeforeDelete",
+                                         {"Mercato", "UNIT", Array{"UNITCODE"}, Array{"O'N"}}},
+                                        {"Grundwerk.Configuration.PrepareConnections", {false}},
+                                        {"Grundwerk.Configuration.GetConnectionStringOf", {"Mercato"}}}));
   EXPECT_EQ(rows("SELECT UNITCODE FROM UNIT"), (std::vector<std::vector<Variant>>{{"EA"}}));
 }
 
@@ -179,7 +185,8 @@ TEST_F(TUnitTest, ADeleteThatFailsIsLoggedAndRaisedWithAnAbortVote) {
   Recorder recorder;
   recorder.fail_on = "DELETE";
   EXPECT_EQ(raised_by([&] { remove("EA"); }),
-            (RaisedError{error_number::kStatementRefused, "Test", message("80040E14", "Mercato.Unit.Delete", kRefused), "", 0}));
+            (RaisedError{error_number::kStatementRefused, "Test", message("80040E14", "Mercato.Unit.Delete", kRefused),
+                         "", 0}));
   EXPECT_EQ(recorder.log.size(), 1u);
   EXPECT_EQ(vote(), Vote::abort);
   EXPECT_EQ(value_of("SELECT COUNT(*) FROM UNIT"), Variant(1));
@@ -202,7 +209,8 @@ TEST_F(TUnitTest, ACheckOfTheProductsThatFailsIsLoggedAtBothLevels) {
 TEST_F(TUnitTest, ACheckerThatFailsIsTheFailureOfTheDelete) {
   Recorder recorder;
   recorder.failures["Grundwerk.ReferentialChecker.CheckBeforeDelete"] = {70, "Checker", "not now", "", 0};
-  EXPECT_EQ(raised_by([&] { remove("EA"); }), (RaisedError{70, "Checker", message("46", "Mercato.Unit.Delete", "not now"), "", 0}));
+  EXPECT_EQ(raised_by([&] { remove("EA"); }),
+            (RaisedError{70, "Checker", message("46", "Mercato.Unit.Delete", "not now"), "", 0}));
   EXPECT_EQ(vote(), Vote::abort);
 }
 
@@ -243,7 +251,8 @@ TEST_F(TUnitTest, AQuestionForExistenceThatFailsIsLoggedAndRaisedWithAnAbortVote
   Recorder recorder;
   recorder.fail_on = "FROM UNIT";
   EXPECT_EQ(raised_by([&] { exists(Array{"UNITCODE"}, Array{"EA"}); }),
-            (RaisedError{error_number::kStatementRefused, "Test", message("80040E14", "Mercato.Unit.Exists", kRefused), "", 0}));
+            (RaisedError{error_number::kStatementRefused, "Test", message("80040E14", "Mercato.Unit.Exists", kRefused),
+                         "", 0}));
   EXPECT_EQ(recorder.log.size(), 1u);
   EXPECT_EQ(vote(), Vote::abort);
 }
@@ -251,8 +260,8 @@ TEST_F(TUnitTest, AQuestionForExistenceThatFailsIsLoggedAndRaisedWithAnAbortVote
 TEST_F(TUnitTest, NoTextChangesWhatADeleteDoes) {
   add_unit("EA", "each");
   const auto before = all_rows();
-  for (const std::string text : {std::string("' OR '1'='1"), std::string("'; DELETE FROM UNIT; --"), std::string("''"),
-                                 std::string("\xFF'"), std::string("a\0b", 3), std::string(65536, '\'')}) {
+  for (const std::string& text : {std::string("' OR '1'='1"), std::string("'; DELETE FROM UNIT; --"), std::string("''"),
+                                  std::string("\xFF'"), std::string("a\0b", 3), std::string(65536, '\'')}) {
     EXPECT_NE(raised_by([&] { remove(text); }).Number, 0);
     EXPECT_EQ(vote(), Vote::abort);
     try {

@@ -19,7 +19,8 @@ TEST(ErrorMessage, HasALineForNumberMethodAndDescription) {
 }
 
 TEST(ErrorMessage, HasALineForTheInformationWhenItWasPassed) {
-  EXPECT_EQ(Err_FormatMessage("text", 13, "M", "more"), "\r\nERROR 0xD\r\n METHOD: M\r\n DESC: text.\r\n INFO: more.\r\n");
+  EXPECT_EQ(Err_FormatMessage("text", 13, "M", "more"),
+            "\r\nERROR 0xD\r\n METHOD: M\r\n DESC: text.\r\n INFO: more.\r\n");
   EXPECT_EQ(Err_FormatMessage("text", 13, "M", ""), "\r\nERROR 0xD\r\n METHOD: M\r\n DESC: text.\r\n INFO: .\r\n");
   EXPECT_EQ(Err_FormatMessage("text", 13, "M", kMissing), "\r\nERROR 0xD\r\n METHOD: M\r\n DESC: text.\r\n");
   EXPECT_EQ(Err_FormatMessage("", 0, "", Variant()), "\r\nERROR 0x0\r\n METHOD: \r\n DESC: .\r\n INFO: .\r\n");
@@ -33,10 +34,10 @@ TEST(ErrorMessage, PrintsANegativeNumberAsItsPattern) {
 }
 
 TEST(ErrorNumbers, AreTheBaseAndAConsecutiveNumber) {
-  const MercatoErrors in_order[] = {eProductNotFound,    ePropertyNotFound,   ePropertyGroupNotFound, eUnitNotFound,
-                                    eCatalogNotFound,    eContractNotFound,   eCommodityNotFound,     eUNSPSCCodeNotFound,
-                                    eProductIdNotFound,  eGTINNumberNotFound, eBuyerIdNotFound,       ePartNumberNotFound,
-                                    eProductCategoryNotFound, eUnableToLoadXML, eHazardousClassNotFound};
+  const MercatoErrors in_order[] = {
+      eProductNotFound,  ePropertyNotFound,   ePropertyGroupNotFound,   eUnitNotFound,      eCatalogNotFound,
+      eContractNotFound, eCommodityNotFound,  eUNSPSCCodeNotFound,      eProductIdNotFound, eGTINNumberNotFound,
+      eBuyerIdNotFound,  ePartNumberNotFound, eProductCategoryNotFound, eUnableToLoadXML,   eHazardousClassNotFound};
   std::uint32_t expected = 0x800400C8u;
   for (const MercatoErrors number : in_order) EXPECT_EQ(static_cast<std::uint32_t>(number), expected++);
   EXPECT_EQ(static_cast<std::uint32_t>(kObjectErrorBase), 0x80040000u);
@@ -65,7 +66,8 @@ TEST_F(ErrorHandling, RaisesTheDescriptionWrappedOnceAndLogsItWrappedTwice) {
   const RaisedError raised = raised_by([] { Err_LogAndRaise("Mercato.Unit.Delete"); });
   const std::string once = message("800400CB", "Mercato.Unit.Delete", "Unit not found");
   EXPECT_EQ(raised, (RaisedError{eUnitNotFound, "Mercato.Unit.Delete", once, "unit.hlp", 12}));
-  EXPECT_EQ(recorder.log, (std::vector<LogEntry>{{"Mercato.Unit.Delete", message("800400CB", "Mercato.Unit.Delete", once), 0}}));
+  EXPECT_EQ(recorder.log,
+            (std::vector<LogEntry>{{"Mercato.Unit.Delete", message("800400CB", "Mercato.Unit.Delete", once), 0}}));
 }
 
 TEST_F(ErrorHandling, PutsTheInformationInBothWrappings) {
@@ -80,9 +82,12 @@ TEST_F(ErrorHandling, PutsTheInformationInBothWrappings) {
 TEST_F(ErrorHandling, WrapsOncePerLevelAndLogsAtEachOfThem) {
   Recorder recorder;
   const RaisedError raised = raised_by([] {
-    method([] { method([] { raise(ePropertyNotFound, "Mercato.Property.Update", "Property not present"); },
-                       Tail{"Mercato.Property.Inner", no_steps}); },
-           Tail{"Mercato.Property.Outer", no_steps});
+    method(
+        [] {
+          method([] { raise(ePropertyNotFound, "Mercato.Property.Update", "Property not present"); },
+                 Tail{"Mercato.Property.Inner", no_steps});
+        },
+        Tail{"Mercato.Property.Outer", no_steps});
   });
   EXPECT_EQ(raised.Number, ePropertyNotFound);
   EXPECT_EQ(raised.Source, "Mercato.Property.Update");
@@ -110,8 +115,8 @@ TEST_F(ErrorHandling, WrapsOncePerLevelAndLogsAtEachOfThem) {
 TEST_F(ErrorHandling, CapturesWithoutTouchingTheCurrentError) {
   current_error() = pending_;
   const RaisedError captured = Err_Capture("M", "i");
-  EXPECT_EQ(captured, (RaisedError{eUnitNotFound, "Mercato.Unit.Delete", message("800400CB", "M", "Unit not found", "i"),
-                                   "unit.hlp", 12}));
+  EXPECT_EQ(captured, (RaisedError{eUnitNotFound, "Mercato.Unit.Delete",
+                                   message("800400CB", "M", "Unit not found", "i"), "unit.hlp", 12}));
   EXPECT_EQ(current_error(), pending_);
 }
 
@@ -163,8 +168,9 @@ TEST_F(WithoutLog, AnInformationIsQuietlyDropped) {
 
 TEST_F(WithoutLog, TheFirstErrorIsStillRaisedAndNothingRunsInCircles) {
   current_error() = pending_;
-  EXPECT_EQ(raised_by([] { Err_LogAndRaise("M"); }),
-            (RaisedError{eUnitNotFound, "Mercato.Unit.Delete", message("800400CB", "M", "Unit not found"), "unit.hlp", 12}));
+  EXPECT_EQ(
+      raised_by([] { Err_LogAndRaise("M"); }),
+      (RaisedError{eUnitNotFound, "Mercato.Unit.Delete", message("800400CB", "M", "Unit not found"), "unit.hlp", 12}));
 }
 
 TEST_F(WithoutLog, LoggingAPendingErrorItselfRaisesThatThereIsNone) {
@@ -189,8 +195,9 @@ TEST_F(ErrorHandling, ALogThatFailsNeverReplacesTheFirstError) {
   Recorder recorder;
   recorder.failures["Grundwerk.Log.WriteEntry"] = {70, "Grundwerk.Log", "disk full", "", 0};
   current_error() = pending_;
-  EXPECT_EQ(raised_by([] { Err_LogAndRaise("M"); }),
-            (RaisedError{eUnitNotFound, "Mercato.Unit.Delete", message("800400CB", "M", "Unit not found"), "unit.hlp", 12}));
+  EXPECT_EQ(
+      raised_by([] { Err_LogAndRaise("M"); }),
+      (RaisedError{eUnitNotFound, "Mercato.Unit.Delete", message("800400CB", "M", "Unit not found"), "unit.hlp", 12}));
 }
 
 TEST_F(ErrorHandling, ALogThatFailsOnAnInformationIsAFailureOfTheCall) {
@@ -201,22 +208,24 @@ TEST_F(ErrorHandling, ALogThatFailsOnAnInformationIsAFailureOfTheCall) {
 
 TEST_F(ErrorHandling, OfARetiredMethodRaisesMinusOneWithTheMessageInPlaceOfTheMethod) {
   Recorder recorder;
-  const RaisedError raised = raised_by([] { Err_RaiseDeprecated("This method is depricated, Use Mercato.TUnit.Delete"); });
+  const RaisedError raised =
+      raised_by([] { Err_RaiseDeprecated("This method is depricated, Use Mercato.TUnit.Delete"); });
   const std::string once =
       "\r\nERROR 0xFFFFFFFF\r\n METHOD: This method is depricated, Use Mercato.TUnit.Delete\r\n"
       " DESC: Application-defined or object-defined error.\r\n";
   EXPECT_EQ(raised, (RaisedError{-1, "Mercato", once, "", 0}));
-  EXPECT_EQ(recorder.log, (std::vector<LogEntry>{
-                              {"Mercato", message("FFFFFFFF", "This method is depricated, Use Mercato.TUnit.Delete", once), 0}}));
+  EXPECT_EQ(recorder.log,
+            (std::vector<LogEntry>{
+                {"Mercato", message("FFFFFFFF", "This method is depricated, Use Mercato.TUnit.Delete", once), 0}}));
 }
 
 TEST_F(ErrorHandling, OfARetiredMethodMayCarryItsMessageAsInformation) {
   const RaisedError raised = raised_by([] {
     Err_RaiseDeprecated("Mercato.Property.DeleteUserProperties", "DeleteUserProperties is deprecated - don't use");
   });
-  EXPECT_EQ(raised.Description, message("FFFFFFFF", "Mercato.Property.DeleteUserProperties",
-                                        "Application-defined or object-defined error",
-                                        "DeleteUserProperties is deprecated - don't use"));
+  EXPECT_EQ(raised.Description,
+            message("FFFFFFFF", "Mercato.Property.DeleteUserProperties", "Application-defined or object-defined error",
+                    "DeleteUserProperties is deprecated - don't use"));
 }
 
 TEST_F(ErrorHandling, OfAConnectionThatWasNeverMadeGivesNoText) {

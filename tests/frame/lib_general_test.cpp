@@ -104,22 +104,23 @@ TEST_F(GenGetComponent, JoinsTheCallersContext) {
 TEST_F(GenGetComponent, NamesThePlainCreationThatFailed) {
   Recorder recorder;
   const RaisedError raised = raised_by([] { Gen_GetComponent("No.Such"); });
-  const std::string once = message("1AD", "Lib_General.Gen_GetComponent",
-                                   "Component can't create object: nobody answers to 'No.Such'", "CreateObject(No.Such) failed");
+  const std::string once =
+      message("1AD", "Lib_General.Gen_GetComponent", "Component can't create object: nobody answers to 'No.Such'",
+              "CreateObject(No.Such) failed");
   EXPECT_EQ(raised, (RaisedError{429, "Mercato", once, "", 0}));
-  EXPECT_EQ(recorder.log, (std::vector<LogEntry>{{"Mercato",
-                                                  message("1AD", "Lib_General.Gen_GetComponent", once,
-                                                          "CreateObject(No.Such) failed"),
-                                                  0}}));
+  EXPECT_EQ(recorder.log,
+            (std::vector<LogEntry>{
+                {"Mercato", message("1AD", "Lib_General.Gen_GetComponent", once, "CreateObject(No.Such) failed"), 0}}));
 }
 
 TEST_F(GenGetComponent, NamesTheCreationInAContextThatFailed) {
   const ComponentPtr root = create_root("Mercato.TUnit");
   ContextCall call(root->context());
-  EXPECT_EQ(raised_by([] { Gen_GetComponent("No.Such"); }).Description,
-            message("1AD", "Lib_General.Gen_GetComponent", "Component can't create object: nobody answers to 'No.Such'",
-                    "CreateInstance(No.Such) failed.\r\nNote: Objects having 'Instancing=PublicNotCreatable' may only be "
-                    "instantiated with 'New', not with Gen_GetComponent()"));
+  EXPECT_EQ(
+      raised_by([] { Gen_GetComponent("No.Such"); }).Description,
+      message("1AD", "Lib_General.Gen_GetComponent", "Component can't create object: nobody answers to 'No.Such'",
+              "CreateInstance(No.Such) failed.\r\nNote: Objects having 'Instancing=PublicNotCreatable' may only be "
+              "instantiated with 'New', not with Gen_GetComponent()"));
 }
 
 TEST_F(GenGetComponent, VotesNothingWhenItFails) {

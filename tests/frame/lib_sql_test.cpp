@@ -127,8 +127,8 @@ TEST_F(LibSql, AReadonlyRecordsetThatFailsLeavesTheCallersConnectionAlone) {
 
 TEST_F(LibSql, AFactoryGivenNoConnectionStillNamesTheStatement) {
   EXPECT_EQ(raised_by([] { Sql_GetReadonlyRecordset(kUnits, nullptr); }).Description,
-            message("800A0E78", "Lib_SQL.Sql_GetReadonlyRecordset", "Operation is not allowed when the object is closed",
-                    " executing: '" + kUnitsText + "'"));
+            message("800A0E78", "Lib_SQL.Sql_GetReadonlyRecordset",
+                    "Operation is not allowed when the object is closed", " executing: '" + kUnitsText + "'"));
 }
 
 TEST_F(LibSql, AWritableRecordsetIsChangeableInMemory) {
@@ -206,12 +206,13 @@ TEST_F(LibSql, RecordsAsDictionaryKeepTheFirstOfDoubledKeysAndLogEachOther) {
   execute({"INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('PC', 'each')",
            "INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('ST', 'each')"});
   Recorder recorder;
-  const DictionaryPtr records =
-      Sql_GetRecordsAsDictionary(connection_string(), LiteralPiece("SELECT UNITDESCRIPTION, UNITCODE FROM UNIT ORDER BY UNITCODE"));
+  const DictionaryPtr records = Sql_GetRecordsAsDictionary(
+      connection_string(), LiteralPiece("SELECT UNITDESCRIPTION, UNITCODE FROM UNIT ORDER BY UNITCODE"));
   EXPECT_EQ(records->Keys(), (Array{"box", "each"}));
   EXPECT_EQ(records->Items(), (Array{"BX", "EA"}));
   const std::string told =
-      "Improper SQL statement 'SELECT UNITDESCRIPTION, UNITCODE FROM UNIT ORDER BY UNITCODE' to create a dictionary. The "
+      "Improper SQL statement 'SELECT UNITDESCRIPTION, UNITCODE FROM UNIT ORDER BY UNITCODE' to create a dictionary. "
+      "The "
       "statement resulted in double key value: 'each'";
   const LogEntry entry{told, "\r\nERROR 0x0\r\n METHOD: " + told + "\r\n DESC: Not an actual error.\r\n", 1};
   EXPECT_EQ(recorder.log, (std::vector<LogEntry>{entry, entry}));
@@ -222,12 +223,15 @@ TEST_F(LibSql, RecordsAsDictionaryThatFailHaveTheStatementInTheirLabel) {
   recorder.fail_on = "FROM UNIT";
   EXPECT_EQ(raised_by([&] { Sql_GetRecordsAsDictionary(connection_string(), kUnits); }),
             (RaisedError{error_number::kStatementRefused, "Test",
-                         message("80040E14", "Lib_SQL.Sql_GetRecordsAsDictionary. SQL: '" + kUnitsText + "'", "refused on request"),
+                         message("80040E14", "Lib_SQL.Sql_GetRecordsAsDictionary. SQL: '" + kUnitsText + "'",
+                                 "refused on request"),
                          "", 0}));
 }
 
 TEST_F(LibSql, RecordsAsDictionaryOfOneColumnFail) {
-  EXPECT_EQ(raised_by([&] { Sql_GetRecordsAsDictionary(connection_string(), LiteralPiece("SELECT UNITCODE FROM UNIT")); }).Number,
+  EXPECT_EQ(raised_by([&] {
+              Sql_GetRecordsAsDictionary(connection_string(), LiteralPiece("SELECT UNITCODE FROM UNIT"));
+            }).Number,
             error_number::kNoSuchField);
 }
 
@@ -324,7 +328,8 @@ TEST_F(ConnectionString, OfAProductComesFromTheConfigurationWhenTheApplicationFa
   const auto null_entry = std::make_shared<Dictionary>();
   null_entry->Add("MercatoConnection_ConnectionString", kNull);
   const auto no_dictionary = Gen_GetComponent("Mercato.Unit");
-  for (const ObjectPtr& application : {ObjectPtr(), ObjectPtr(without_entry), ObjectPtr(null_entry), ObjectPtr(no_dictionary)}) {
+  for (const ObjectPtr& application :
+       {ObjectPtr(), ObjectPtr(without_entry), ObjectPtr(null_entry), ObjectPtr(no_dictionary)}) {
     forget_thread_state();
     set_application(application);
     Recorder recorder;
@@ -342,7 +347,8 @@ TEST_F(ConnectionString, ThatCannotBeHadIsTheFailureOfTheCallThatAsked) {
   Root<Unit> unit;  // nothing is asked yet
   EXPECT_TRUE(recorder.calls.empty());
   const RaisedError raised = raised_by([&] { unit->GetAllUnits(); });
-  const std::string once = message("5", "Mercato.Unit.getAllUnits", "No connection is configured for the application 'Mercato'");
+  const std::string once =
+      message("5", "Mercato.Unit.getAllUnits", "No connection is configured for the application 'Mercato'");
   EXPECT_EQ(raised, (RaisedError{5, "Grundwerk.Configuration", once, "", 0}));
   EXPECT_EQ(recorder.log,
             (std::vector<LogEntry>{{"Grundwerk.Configuration", message("5", "Mercato.Unit.getAllUnits", once), 0}}));

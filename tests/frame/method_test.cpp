@@ -41,9 +41,9 @@ TEST_F(Method, ThatSucceedsRunsNoStepOfItsTail) {
 TEST_F(Method, ThatFailsRunsItsTailBeforeItLogsAndRaises) {
   const RaisedError raised = raised_by([&] {
     method([]() -> int { raise(5, "S", "d"); }, Tail{"L", [&] {
-             EXPECT_TRUE(log().empty());
-             done_.emplace_back("tail");
-           }});
+                                                       EXPECT_TRUE(log().empty());
+                                                       done_.emplace_back("tail");
+                                                     }});
   });
   EXPECT_EQ(raised, (RaisedError{5, "S", message("5", "L", "d"), "", 0}));
   EXPECT_EQ(done_, std::vector<std::string>{"tail"});
@@ -51,9 +51,9 @@ TEST_F(Method, ThatFailsRunsItsTailBeforeItLogsAndRaises) {
 }
 
 TEST_F(Method, ThatIsRefusedLeavesThroughItsTailAndRaisesNothing) {
-  const auto refusing = [&](Tail<decltype(no_steps)> tail) { return method([]() -> Answer<bool> { return refused; }, tail); };
-  EXPECT_FALSE(refusing(Tail{"L", no_steps}));
-  EXPECT_EQ(method([]() -> Answer<std::int32_t> { return refused; }, Tail{"L", [&] { done_.emplace_back("tail"); }}), 0);
+  EXPECT_FALSE(method([]() -> Answer<bool> { return refused; }, Tail{"L", no_steps}));
+  EXPECT_EQ(method([]() -> Answer<std::int32_t> { return refused; }, Tail{"L", [&] { done_.emplace_back("tail"); }}),
+            0);
   EXPECT_EQ(method([]() -> Answer<std::string> { return refused; }, Tail{"L", no_steps}), "");
   EXPECT_EQ(done_, std::vector<std::string>{"tail"});
   EXPECT_TRUE(log().empty());
@@ -106,9 +106,13 @@ TEST_F(Method, ThatDisarmsItsTailStillRaisesNothingButNumberedFailures) {
 }
 
 TEST_F(Method, GivesFailuresOfTheGroundANumber) {
-  EXPECT_EQ(raised_by([] { method([]() -> int { throw std::bad_alloc(); }, Tail{"L", no_steps}); }),
+  EXPECT_EQ(raised_by([] {
+              method([]() -> int { throw std::bad_alloc(); }, Tail{"L", no_steps});
+            }),
             (RaisedError{error_number::kOutOfMemory, "Mercato", message("7", "L", "Out of memory"), "", 0}));
-  EXPECT_EQ(raised_by([] { method([]() -> int { throw std::runtime_error("broken"); }, Tail{"L", no_steps}); }),
+  EXPECT_EQ(raised_by([] {
+              method([]() -> int { throw std::runtime_error("broken"); }, Tail{"L", no_steps});
+            }),
             (RaisedError{error_number::kStoreFailure, "Mercato", message("80004005", "L", "broken"), "", 0}));
 }
 
@@ -117,24 +121,31 @@ TEST_F(Method, PutsWhatItsStepsReturnIntoTheMessage) {
               method([]() -> int { raise(5, "S", "d"); }, Tail{"L", []() -> Variant { return "information"; }});
             }).Description,
             message("5", "L", "d", "information"));
-  EXPECT_EQ(raised_by([] { method([]() -> int { raise(5, "S", "d"); }, Tail{"L", []() -> Variant { return ""; }}); }).Description,
+  EXPECT_EQ(raised_by([] {
+              method([]() -> int { raise(5, "S", "d"); }, Tail{"L", []() -> Variant { return ""; }});
+            }).Description,
             message("5", "L", "d", ""));
 }
 
 TEST_F(Method, KeepsItsErrorWhileItsStepsCallOtherMethods) {
   const RaisedError raised = raised_by([&] {
-    method([]() -> int { raise(5, "S", "d"); }, Tail{"L", [&] {
-             EXPECT_EQ(current_error().Number, 5);
-             done_.push_back(std::to_string(method([] { return 1; }, Tail{"step", no_steps})));
-             EXPECT_FALSE(suppressing_failures([] { method([] { raise(6, "T", "e"); }, Tail{"failing step", no_steps}); }));
-           }});
+    method([]() -> int { raise(5, "S", "d"); },
+           Tail{"L", [&] {
+                  EXPECT_EQ(current_error().Number, 5);
+                  done_.push_back(std::to_string(method([] { return 1; }, Tail{"step", no_steps})));
+                  EXPECT_FALSE(suppressing_failures([] {
+                    method([] { raise(6, "T", "e"); }, Tail{"failing step", no_steps});
+                  }));
+                }});
   });
   EXPECT_EQ(raised, (RaisedError{5, "S", message("5", "L", "d"), "", 0}));
   EXPECT_EQ(done_, std::vector<std::string>{"1"});
 }
 
 TEST_F(Method, WhoseStepsFailRaisesTheirFailureInstead) {
-  EXPECT_EQ(raised_by([] { method([]() -> int { raise(5, "S", "d"); }, Tail{"L", [] { raise(91, "T", "e"); }}); }),
+  EXPECT_EQ(raised_by([] {
+              method([]() -> int { raise(5, "S", "d"); }, Tail{"L", [] { raise(91, "T", "e"); }});
+            }),
             (RaisedError{91, "T", "e", "", 0}));
   EXPECT_TRUE(log().empty());
 }

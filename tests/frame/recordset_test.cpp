@@ -323,6 +323,22 @@ TEST_F(RecordsetTest, WritesUnderATransactionAreItsOwn) {
   EXPECT_EQ(stored("SELECT COUNT(*) FROM PROPERTY"), Variant(0));
 }
 
+TEST_F(RecordsetTest, AnUpdatableRecordsetReadsOneTable) {
+  EXPECT_EQ(failure_of([&] { open_writable(Sql("SELECT PROPERTYID FROM PROPERTY, NODEPARTNER")); }).Number,
+            kStatementRefused);
+}
+
+TEST_F(RecordsetTest, AWriteInTheMiddleOfAStreamLeavesItsRows) {
+  add_properties(5);
+  const auto recordset = connection_->Execute(Sql("SELECT PROPERTYID FROM PROPERTY ORDER BY PROPERTYID"));
+  int seen = 0;
+  for (; !recordset->Eof(); recordset->MoveNext()) {
+    EXPECT_EQ(recordset->Value(0), Variant(++seen));
+    execute("DELETE FROM PROPERTY WHERE PROPERTYID = " + std::to_string(6 - seen));
+  }
+  EXPECT_EQ(seen, 5);
+}
+
 TEST_F(RecordsetTest, AWalkWithoutAnEndIsEndedByTheCallLimit) {
   add_properties(1);
   const auto recordset = open(Sql("SELECT * FROM PROPERTY"), CursorType::fixed, LockType::read_only);

@@ -8,7 +8,8 @@ namespace {
 TEST(IsValidUsDate, TakesTheDatesOfTheLocale) {
   for (const char* date : {"7/1/2026", "12/31/1999", "July 1, 2026", "2026-07-01", "7/1/2026 8:30 AM", "13/1/2026"})
     EXPECT_TRUE(IsValidUSDate(date)) << date;
-  for (const char* text : {"", "today", "2/30/2026", "13/13/2026", "7/1/2026'"}) EXPECT_FALSE(IsValidUSDate(text)) << text;
+  for (const char* text : {"", "today", "2/30/2026", "13/13/2026", "7/1/2026'"})
+    EXPECT_FALSE(IsValidUSDate(text)) << text;
 }
 
 TEST(IsValidDate, AsksInTheGivenLocale) {

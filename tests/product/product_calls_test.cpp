@@ -23,9 +23,13 @@ struct CallCase {
 };
 
 std::string joins(const std::string& dbo) {
-  return " INNER JOIN " + dbo + "PRODUCT ON " + dbo + "PRODUCTSBYCATEGORY.PRODUCTID = " + dbo + "PRODUCT.PRODUCTID "
-         " INNER JOIN " + dbo + "PRODUCTCATEGORY ON " + dbo + "PRODUCTSBYCATEGORY.CATEGORYID = " + dbo + "PRODUCTCATEGORY.CATEGORYID "
-         " INNER JOIN " + dbo + "CATALOGNODE ON " + dbo + "PRODUCTCATEGORY.CATEGORYID = " + dbo + "CATALOGNODE.CATEGORYID ";
+  return " INNER JOIN " + dbo + "PRODUCT ON " + dbo + "PRODUCTSBYCATEGORY.PRODUCTID = " + dbo +
+         "PRODUCT.PRODUCTID "
+         " INNER JOIN " +
+         dbo + "PRODUCTCATEGORY ON " + dbo + "PRODUCTSBYCATEGORY.CATEGORYID = " + dbo +
+         "PRODUCTCATEGORY.CATEGORYID "
+         " INNER JOIN " +
+         dbo + "CATALOGNODE ON " + dbo + "PRODUCTCATEGORY.CATEGORYID = " + dbo + "CATALOGNODE.CATEGORYID ";
 }
 
 const std::vector<CallCase>& call_cases() {
@@ -64,7 +68,11 @@ const std::vector<CallCase>& call_cases() {
        {kIsolation, "SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE PRODUCTID = '1'"},
        Vote::commit,
        "Mercato.Product.GetProductDescription"},
-      {"GetGTIN", {1}, {kIsolation, "SELECT GTIN FROM PRODUCT WHERE PRODUCTID =1"}, Vote::commit, "Mercato.Product.getGTIN"},
+      {"GetGTIN",
+       {1},
+       {kIsolation, "SELECT GTIN FROM PRODUCT WHERE PRODUCTID =1"},
+       Vote::commit,
+       "Mercato.Product.getGTIN"},
       {"GetCategoryName",
        {1},
        {kIsolation, "SELECT CATEGORYNAME FROM PRODUCTCATEGORY WHERE CATEGORYID=1"},
@@ -99,42 +107,48 @@ const std::vector<CallCase>& call_cases() {
        "Mercato.Product.getProductIDFromPartNum"},
       {"countProductIDsFromPartNum",
        {"a'b%c_[d"},
-       {kIsolation,
-        "SELECT COUNT(DISTINCT dbo.PRODUCTSBYCATEGORY.PRODUCTID) As CNT  FROM dbo.PRODUCTSBYCATEGORY " + joins("dbo.") +
-            " WHERE (PRODUCTDESCRIPTION LIKE '%a''b[%]c[_][[]d%' OR PARTNUMBER LIKE '%a''b[%]c[_][[]d%' OR "
-            "BUYFROMPARTNUMBER LIKE '%a''b[%]c[_][[]d%')  AND (DISABLED = 0)"},
+       {kIsolation, "SELECT COUNT(DISTINCT dbo.PRODUCTSBYCATEGORY.PRODUCTID) As CNT  FROM dbo.PRODUCTSBYCATEGORY " +
+                        joins("dbo.") +
+                        " WHERE (PRODUCTDESCRIPTION LIKE '%a''b[%]c[_][[]d%' OR PARTNUMBER LIKE '%a''b[%]c[_][[]d%' OR "
+                        "BUYFROMPARTNUMBER LIKE '%a''b[%]c[_][[]d%')  AND (DISABLED = 0)"},
        Vote::commit,
        "Mercato.Product.countProductIDsFromPartNum"},
       {"countProductIDsFromPartNum",
        {"x", "(1,2)"},
-       {kIsolation,
-        "SELECT COUNT(DISTINCT dbo.PRODUCTSBYCATEGORY.PRODUCTID) As CNT  FROM dbo.PRODUCTSBYCATEGORY " + joins("dbo.") +
-            " WHERE (PRODUCTDESCRIPTION LIKE '%x%' OR PARTNUMBER LIKE '%x%' OR BUYFROMPARTNUMBER LIKE '%x%')  AND (DISABLED = 0) "
-            "AND dbo.CATALOGNODE.CATALOGID IN (1,2)"},
+       {kIsolation, "SELECT COUNT(DISTINCT dbo.PRODUCTSBYCATEGORY.PRODUCTID) As CNT  FROM dbo.PRODUCTSBYCATEGORY " +
+                        joins("dbo.") +
+                        " WHERE (PRODUCTDESCRIPTION LIKE '%x%' OR PARTNUMBER LIKE '%x%' OR BUYFROMPARTNUMBER LIKE "
+                        "'%x%')  AND (DISABLED = 0) "
+                        "AND dbo.CATALOGNODE.CATALOGID IN (1,2)"},
        Vote::commit,
        "Mercato.Product.countProductIDsFromPartNum"},
       {"countStockProductIDsFromPartNum",
        {"a'b%c"},
        {kIsolation,
-        "SELECT COUNT(DISTINCT PRODUCTID) As CNT FROM PRODUCT WHERE (PRODUCTDESCRIPTION LIKE '%a''''b[[][%]]c%' OR  PARTNUMBER LIKE "
+        "SELECT COUNT(DISTINCT PRODUCTID) As CNT FROM PRODUCT WHERE (PRODUCTDESCRIPTION LIKE '%a''''b[[][%]]c%' OR  "
+        "PARTNUMBER LIKE "
         "'%a''''b[[][%]]c%' OR  BUYFROMPARTNUMBER LIKE '%a''''b[[][%]]c%') AND DISABLED = 0 AND STOCKITEM = 1"},
        Vote::commit,
        "Mercato.Product.countStockProductIDsFromPartNum"},
       {"GetCatalogProductsByPartNumber",
        {"O'N%", 5, false},
        {kIsolation,
-        "SELECT DISTINCT TOP 6 PRODUCTSBYCATEGORY.PRODUCTID, PRODUCT.PARTNUMBER, PRODUCT.PRODUCTDESCRIPTION FROM PRODUCTSBYCATEGORY "
+        "SELECT DISTINCT TOP 6 PRODUCTSBYCATEGORY.PRODUCTID, PRODUCT.PARTNUMBER, PRODUCT.PRODUCTDESCRIPTION FROM "
+        "PRODUCTSBYCATEGORY "
         "INNER JOIN PRODUCT ON PRODUCTSBYCATEGORY.PRODUCTID = PRODUCT.PRODUCTID INNER JOIN PRODUCTCATEGORY ON "
-        "PRODUCTSBYCATEGORY.CATEGORYID = PRODUCTCATEGORY.CATEGORYID INNER JOIN CATALOGNODE ON PRODUCTCATEGORY.CATEGORYID = "
+        "PRODUCTSBYCATEGORY.CATEGORYID = PRODUCTCATEGORY.CATEGORYID INNER JOIN CATALOGNODE ON "
+        "PRODUCTCATEGORY.CATEGORYID = "
         "CATALOGNODE.CATEGORYID WHERE PARTNUMBER LIKE 'O''N%' AND PRODUCT.DISABLED = 0"},
        Vote::commit,
        "Mercato.Product.GetCatalogProductsByPartNumber"},
       {"GetCatalogProductsByPartNumber",
        {"P%", 0, false, "(3)"},
        {kIsolation,
-        "SELECT DISTINCT TOP 1 PRODUCTSBYCATEGORY.PRODUCTID, PRODUCT.PARTNUMBER, PRODUCT.PRODUCTDESCRIPTION FROM PRODUCTSBYCATEGORY "
+        "SELECT DISTINCT TOP 1 PRODUCTSBYCATEGORY.PRODUCTID, PRODUCT.PARTNUMBER, PRODUCT.PRODUCTDESCRIPTION FROM "
+        "PRODUCTSBYCATEGORY "
         "INNER JOIN PRODUCT ON PRODUCTSBYCATEGORY.PRODUCTID = PRODUCT.PRODUCTID INNER JOIN PRODUCTCATEGORY ON "
-        "PRODUCTSBYCATEGORY.CATEGORYID = PRODUCTCATEGORY.CATEGORYID INNER JOIN CATALOGNODE ON PRODUCTCATEGORY.CATEGORYID = "
+        "PRODUCTSBYCATEGORY.CATEGORYID = PRODUCTCATEGORY.CATEGORYID INNER JOIN CATALOGNODE ON "
+        "PRODUCTCATEGORY.CATEGORYID = "
         "CATALOGNODE.CATEGORYID WHERE PARTNUMBER LIKE 'P%' AND PRODUCT.DISABLED = 0 AND CATALOGNODE.CATALOGID IN (3)"},
        Vote::commit,
        "Mercato.Product.GetCatalogProductsByPartNumber"},
@@ -188,13 +202,15 @@ const std::vector<CallCase>& call_cases() {
       {"GetProductsByCriteria",
        {2, 7, "C"},
        {kIsolation,
-        "SELECT PRODUCTID,PRODUCTDESCRIPTION,PARTNUMBER FROM PRODUCT WHERE BUSINESSPARTNERID = 7 AND COMMODITYCODE = 'C'"},
+        "SELECT PRODUCTID,PRODUCTDESCRIPTION,PARTNUMBER FROM PRODUCT WHERE BUSINESSPARTNERID = 7 AND COMMODITYCODE = "
+        "'C'"},
        Vote::commit,
        "Mercato.Product.GetProductsByCriteria"},
       {"GetProductsByBuyer",
        {"O'N"},
        {kIsolation, "SELECT PRODUCTID, PARTNUMBER FROM PRODUCT WHERE USERID ='O''N'",
-        "SELECT DISTINCT P.PRODUCTID, P.PARTNUMBER FROM PRODUCT P, PRODUCTBUYER PB WHERE PB.USERID ='O''N' and PB.PRODUCTID = "
+        "SELECT DISTINCT P.PRODUCTID, P.PARTNUMBER FROM PRODUCT P, PRODUCTBUYER PB WHERE PB.USERID ='O''N' and "
+        "PB.PRODUCTID = "
         "P.PRODUCTID"},
        Vote::commit,
        "Mercato.Product.GetProductByBuyer"},
@@ -221,7 +237,8 @@ const std::vector<CallCase>& call_cases() {
       {"GetProductsByProductCategory",
        {4},
        {kIsolation,
-        "SELECT P.PRODUCTID, P.PARTNUMBER, P.PRODUCTDESCRIPTION FROM PRODUCT P INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = "
+        "SELECT P.PRODUCTID, P.PARTNUMBER, P.PRODUCTDESCRIPTION FROM PRODUCT P INNER JOIN PRODUCTSBYCATEGORY C ON "
+        "P.PRODUCTID = "
         "C.PRODUCTID WHERE C.CATEGORYID = 4 ORDER BY P.PRODUCTDESCRIPTION"},
        Vote::none,
        "Mercato.Product.GetProductsByProductCategory",
@@ -229,7 +246,8 @@ const std::vector<CallCase>& call_cases() {
       {"GetProductsByProductCategory",
        {0},
        {kIsolation,
-        "SELECT P.PRODUCTID, P.PARTNUMBER, P.PRODUCTDESCRIPTION FROM PRODUCT P INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = "
+        "SELECT P.PRODUCTID, P.PARTNUMBER, P.PRODUCTDESCRIPTION FROM PRODUCT P INNER JOIN PRODUCTSBYCATEGORY C ON "
+        "P.PRODUCTID = "
         "C.PRODUCTID ORDER BY P.PRODUCTDESCRIPTION"},
        Vote::none,
        "Mercato.Product.GetProductsByProductCategory",
@@ -256,7 +274,8 @@ const std::vector<CallCase>& call_cases() {
        {"1", Array{5, "6"}},
        {kIsolation,
         "SELECT DISTINCT P.PRODUCTID FROM PRODUCT P, PRODUCTSBYCATEGORY PBC, CATALOGNODE CN WHERE P.PRODUCTID = 1 AND "
-        "(P.PRODUCTEFFECTIVITYDATE <= '2026-07-01T08:30:00' OR P.PRODUCTEFFECTIVITYDATE IS NULL) AND P.DISABLED = 0 AND "
+        "(P.PRODUCTEFFECTIVITYDATE <= '2026-07-01T08:30:00' OR P.PRODUCTEFFECTIVITYDATE IS NULL) AND P.DISABLED = 0 "
+        "AND "
         "PBC.PRODUCTID = P.PRODUCTID AND CN.CATEGORYID = PBC.CATEGORYID AND (CN.CATALOGID = 5 OR CN.CATALOGID = 6)"},
        Vote::commit,
        "Mercato.Product.ValidateProductAgainstUserCatalogs"},
@@ -306,11 +325,12 @@ TEST_F(ProductCalls, WhoseStatementIsRefusedCloseVoteLogAndRaise) {
       std::string text = "refused on request";
       std::vector<LogEntry> log;
       if (expected.failure == FailureForm::factory) {
-        // A refused isolation statement is the first connection's error, a refused query that of the connection nobody sees.
-        const std::string info = (refused_statement == kIsolation
-                                      ? "Error(s) from connection object:  (1)refused on request[-2147217900]"
-                                      : "") +
-                                 std::string(" executing: '") + expected.statements.back() + "'";
+        // A refused isolation statement is the first connection's error, a refused query that of the connection nobody
+        // sees.
+        const std::string info =
+            (refused_statement == kIsolation ? "Error(s) from connection object:  (1)refused on request[-2147217900]"
+                                             : "") +
+            std::string(" executing: '") + expected.statements.back() + "'";
         text = message("80040E14", "Lib_SQL.Sql_GetDisconnectedRecordset", text, info);
         log.push_back({"Test", message("80040E14", "Lib_SQL.Sql_GetDisconnectedRecordset", text, info), 0});
       }

@@ -18,12 +18,12 @@ inline const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMM
 
 class ProductTest : public StoreTest {
  protected:
-  // Adds a product with these further columns and values, all as they stand in the statement; its id is the number of products
-  // so far.
+  // Adds a product with these further columns and values, all as they stand in the statement; its id is the number of
+  // products so far.
   void add_product(const std::string& part_number, const std::string& description, const std::string& columns = "",
                    const std::string& values = "") const {
-    execute({"INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION" + (columns.empty() ? "" : ", " + columns) + ") VALUES ('" +
-             part_number + "', '" + description + "'" + (values.empty() ? "" : ", " + values) + ")"});
+    execute({"INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION" + (columns.empty() ? "" : ", " + columns) +
+             ") VALUES ('" + part_number + "', '" + description + "'" + (values.empty() ? "" : ", " + values) + ")"});
   }
   // Hangs a product into a category (made when it is new) that stands in a catalogue.
   void offer(int product, int category, int catalog) const {
@@ -31,8 +31,8 @@ class ProductTest : public StoreTest {
       execute({"INSERT INTO PRODUCTCATEGORY (CATEGORYNAME) VALUES ('category')"});
     execute({"INSERT INTO PRODUCTSBYCATEGORY (PRODUCTID, CATEGORYID) VALUES (" + std::to_string(product) + ", " +
                  std::to_string(category) + ")",
-             "INSERT INTO CATALOGNODE (CATALOGID, NODENAME, CATEGORYID) VALUES (" + std::to_string(catalog) + ", 'node', " +
-                 std::to_string(category) + ")"});
+             "INSERT INTO CATALOGNODE (CATALOGID, NODENAME, CATEGORYID) VALUES (" + std::to_string(catalog) +
+                 ", 'node', " + std::to_string(category) + ")"});
   }
 
   Vote vote() const { return product_.context().vote_of_last_call(); }

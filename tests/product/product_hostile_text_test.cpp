@@ -49,10 +49,11 @@ const std::vector<std::string>& hostile_texts() {
 struct TextArgument {
   std::string method;
   std::vector<Variant> arguments;
-  std::size_t position;     // of the text
-  bool in_array = false;    // the text is the first element of the array there
-  bool quoted = true;       // the statement has it as the inside of a text literal
-  bool pattern = false;     // the caller's own wildcards work in it
+  std::size_t position;   // of the text
+  bool in_array = false;  // the text is the first element of the array there
+  bool quoted = true;     // the statement has it as the inside of a text literal
+  bool pattern = false;   // the caller's own wildcards work in it
+  bool clause = false;    // the caller supplies it whole, a query in brackets too
 };
 
 std::vector<TextArgument> text_arguments() {
@@ -61,12 +62,12 @@ std::vector<TextArgument> text_arguments() {
       {"GetProductFields", {Array{""}, 1, ""}, 0, true, false},
       {"GetDefaultBuyer", {""}, 0},
       {"getProductIDFromPartNum", {"", "-1"}, 0},
-      {"getProductIDFromPartNum", {"x", ""}, 1, false, false},
+      {"getProductIDFromPartNum", {"x", ""}, 1, false, false, false, true},
       {"countProductIDsFromPartNum", {"", "-1"}, 0},
-      {"countProductIDsFromPartNum", {"x", ""}, 1, false, false},
+      {"countProductIDsFromPartNum", {"x", ""}, 1, false, false, false, true},
       {"countStockProductIDsFromPartNum", {""}, 0},
       {"GetCatalogProductsByPartNumber", {"", 5, false, "-1"}, 0, false, true, true},
-      {"GetCatalogProductsByPartNumber", {"x", 5, false, ""}, 3, false, false},
+      {"GetCatalogProductsByPartNumber", {"x", 5, false, ""}, 3, false, false, false, true},
       {"GetProductIDFromSupplierPartNum", {""}, 0},
       {"GetProductIdFromPartNumSource", {""}, 0},
       {"GetProductsByCriteria", {2, "", kMissing}, 1, false, false},
@@ -141,18 +142,20 @@ TEST_F(ProductHostileText, InPlaceOfANumberIsRefusedByTheStore) {
   for (const TextArgument& argument : text_arguments()) {
     if (argument.quoted || argument.method == "GetProductFields") continue;
     for (const std::string& text : hostile_texts()) {
-      // One whole literal is no harm: '' is one.
-      if (text == "''" || (argument.position > 0 && text == "(SELECT MAX(PRODUCTID) FROM PRODUCT)")) continue;
+      // One whole literal is no harm: '' is one. A query in brackets is a list of catalogues.
+      if (text == "''" || (argument.clause && text == "(SELECT MAX(PRODUCTID) FROM PRODUCT)")) continue;
       SCOPED_TRACE(argument.method + " " + std::to_string(argument.position) + " " + text.substr(0, 40));
       std::vector<Variant> arguments = with_text(argument, text);
-      EXPECT_EQ(raised_by([&] { invoke(product_.object(), argument.method, arguments); }).Number, error_number::kStatementRefused);
+      EXPECT_EQ(raised_by([&] { invoke(product_.object(), argument.method, arguments); }).Number,
+                error_number::kStatementRefused);
     }
   }
 }
 
 TEST_F(ProductHostileText, AsAFieldNameIsNoColumn) {
   for (const std::string& text : hostile_texts())
-    EXPECT_EQ(raised_by([&] { product_->GetProductFields(Array{text}, 1); }).Number, error_number::kNoSuchField) << text.substr(0, 40);
+    EXPECT_EQ(raised_by([&] { product_->GetProductFields(Array{text}, 1); }).Number, error_number::kNoSuchField)
+        << text.substr(0, 40);
 }
 
 }  // namespace

@@ -84,7 +84,8 @@ TEST_F(ProductLists, ByCategoryAreSortedByDescriptionAndCutLoose) {
   EXPECT_EQ(one->rows(), (std::vector<std::vector<Variant>>{{2, "P-2", "Bolt"}, {1, "P-1", "nut"}}));
   // All categories: a product once for each of its own.
   const RecordsetPtr all = product_->GetProductsByProductCategory(0);
-  EXPECT_EQ(all->rows(), (std::vector<std::vector<Variant>>{{2, "P-2", "Bolt"}, {2, "P-2", "Bolt"}, {1, "P-1", "nut"}}));
+  EXPECT_EQ(all->rows(),
+            (std::vector<std::vector<Variant>>{{2, "P-2", "Bolt"}, {2, "P-2", "Bolt"}, {1, "P-1", "nut"}}));
 }
 
 TEST_F(ProductLists, OfAlternativesHaveTheirImagesAndDescription) {
@@ -171,7 +172,8 @@ TEST_F(ProductInCatalogs, FailsWithoutAnElementZero) {
   for (const Array& catalogs : {Array{}, Array(std::vector<Variant>{5}, 1)})
     EXPECT_EQ(raised_by([&] { is_offered(1, catalogs); }),
               (RaisedError{9, "Mercato",
-                           message("9", "Mercato.Product.ValidateProductAgainstUserCatalogs", "Subscript out of range"), "", 0}));
+                           message("9", "Mercato.Product.ValidateProductAgainstUserCatalogs", "Subscript out of range"),
+                           "", 0}));
   EXPECT_EQ(vote(), Vote::abort);
   EXPECT_TRUE(recorder.statements.empty());
 }

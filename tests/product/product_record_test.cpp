@@ -12,25 +12,83 @@ class ProductRecord : public ProductTest {};
 
 TEST_F(ProductRecord, HasItsKeysInOrderAndTheColumnsValuesAsTheyStand) {
   execute({"INSERT INTO COMMODITY (COMMODITYCODE, CHARGETYPECODE) VALUES ('C1', 'CT')"});
-  add_product("P-1", "First",
-              "UNITCODE, PROPERTYGROUPID, MANUFACTURERID, CONFIGURABLE, PRODUCTREMARK, IMAGEFILENAME, TECHNICALIMAGE, URL, "
-              "COMMODITYCODE, CONTRACTCODE, NUMBER, BUSINESSPARTNERID, PRODUCTXML, BUYFROMPARTNUMBER, BUYFROMCONTACTEMAIL, "
-              "BUYFROMCONTACTINFO, PRODUCTEFFECTIVITYDATE, PRODUCTEXPIRYDATE, DISABLED, MINORDERQTY, MULTIPLEOF, UNSPSCCODE, USERID, "
-              "MULTIPLEBUYER, MFRPARTNUMBER, LOTSIZE, DELIVERYLEADTIME, CLASSCODE, SERVICEITEM, STOCKITEM, GTIN",
-              "'EA', 3, '007', 1, 'remark', 'image', 'technical', 'url', 'C1', 'K', 4, 7, '<x/>', 'S-1', 'mail', 'info', "
-              "'7/1/2026', '12/31/2026', 1, 2.5, 5, '43211501', 'user', 1, 'MF', 10, 3, 'H1', 1, 1, '00000000000017'");
+  add_product(
+      "P-1", "First",
+      "UNITCODE, PROPERTYGROUPID, MANUFACTURERID, CONFIGURABLE, PRODUCTREMARK, IMAGEFILENAME, TECHNICALIMAGE, URL, "
+      "COMMODITYCODE, CONTRACTCODE, NUMBER, BUSINESSPARTNERID, PRODUCTXML, BUYFROMPARTNUMBER, BUYFROMCONTACTEMAIL, "
+      "BUYFROMCONTACTINFO, PRODUCTEFFECTIVITYDATE, PRODUCTEXPIRYDATE, DISABLED, MINORDERQTY, MULTIPLEOF, UNSPSCCODE, "
+      "USERID, "
+      "MULTIPLEBUYER, MFRPARTNUMBER, LOTSIZE, DELIVERYLEADTIME, CLASSCODE, SERVICEITEM, STOCKITEM, GTIN",
+      "'EA', 3, '007', 1, 'remark', 'image', 'technical', 'url', 'C1', 'K', 4, 7, '<x/>', 'S-1', 'mail', 'info', "
+      "'7/1/2026', '12/31/2026', 1, 2.5, 5, '43211501', 'user', 1, 'MF', 10, 3, 'H1', 1, 1, '00000000000017'");
   const DictionaryPtr record = product_->GetProductEx(1);
-  EXPECT_EQ(record->Keys(),
-            (Array{"PRODUCTID", "UNITCODE", "PROPERTYGROUPID", "MANUFACTURERID", "PARTNUMBER", "PRODUCTDESCRIPTION", "CONFIGURABLE",
-                   "PRODUCTREMARK", "IMAGEFILENAME", "TECHNICALIMAGE", "URL", "COMMODITYCODE", "CONTRACTCODE", "NUMBER",
-                   "BUSINESSPARTNERID", "PRODUCTXML", "BUYFROMPARTNUMBER", "BUYFROMCONTACTEMAIL", "PRODUCTEFFECTIVITYDATE",
-                   "PRODUCTEXPIRYDATE", "DISABLED", "BUYFROMCONTACTINFO", "MINORDERQTY", "MULTIPLEOF", "UNSPSCCODE", "USERID",
-                   "CHARGETYPECODE", "MULTIPLEBUYER", "MFRPARTNUMBEER", "LOTSIZE", "DELIVERYLEADTIME", "CLASSCODE", "SERVICEITEM"}));
+  EXPECT_EQ(record->Keys(), (Array{"PRODUCTID",
+                                   "UNITCODE",
+                                   "PROPERTYGROUPID",
+                                   "MANUFACTURERID",
+                                   "PARTNUMBER",
+                                   "PRODUCTDESCRIPTION",
+                                   "CONFIGURABLE",
+                                   "PRODUCTREMARK",
+                                   "IMAGEFILENAME",
+                                   "TECHNICALIMAGE",
+                                   "URL",
+                                   "COMMODITYCODE",
+                                   "CONTRACTCODE",
+                                   "NUMBER",
+                                   "BUSINESSPARTNERID",
+                                   "PRODUCTXML",
+                                   "BUYFROMPARTNUMBER",
+                                   "BUYFROMCONTACTEMAIL",
+                                   "PRODUCTEFFECTIVITYDATE",
+                                   "PRODUCTEXPIRYDATE",
+                                   "DISABLED",
+                                   "BUYFROMCONTACTINFO",
+                                   "MINORDERQTY",
+                                   "MULTIPLEOF",
+                                   "UNSPSCCODE",
+                                   "USERID",
+                                   "CHARGETYPECODE",
+                                   "MULTIPLEBUYER",
+                                   "MFRPARTNUMBEER",
+                                   "LOTSIZE",
+                                   "DELIVERYLEADTIME",
+                                   "CLASSCODE",
+                                   "SERVICEITEM"}));
   const auto number = [](std::int16_t small) { return Variant(small); };
-  EXPECT_EQ(record->Items(),
-            (Array{1, "EA", 3, "007", "P-1", "First", number(1), "remark", "image", "technical", "url", "C1", "K", number(4), 7,
-                   "<x/>", "S-1", "mail", Date::from_civil({2026, 7, 1}), Date::from_civil({2026, 12, 31}), number(1), "info", 2.5,
-                   5.0, "43211501", "user", "CT", number(1), "MF", 10.0, 3.0, "H1", number(1)}));
+  EXPECT_EQ(record->Items(), (Array{1,
+                                    "EA",
+                                    3,
+                                    "007",
+                                    "P-1",
+                                    "First",
+                                    number(1),
+                                    "remark",
+                                    "image",
+                                    "technical",
+                                    "url",
+                                    "C1",
+                                    "K",
+                                    number(4),
+                                    7,
+                                    "<x/>",
+                                    "S-1",
+                                    "mail",
+                                    Date::from_civil({2026, 7, 1}),
+                                    Date::from_civil({2026, 12, 31}),
+                                    number(1),
+                                    "info",
+                                    2.5,
+                                    5.0,
+                                    "43211501",
+                                    "user",
+                                    "CT",
+                                    number(1),
+                                    "MF",
+                                    10.0,
+                                    3.0,
+                                    "H1",
+                                    number(1)}));
 }
 
 TEST_F(ProductRecord, KeepsNullsButThoseOfBuyerAndChargeType) {
@@ -50,10 +108,9 @@ TEST_F(ProductRecord, WithoutABuyerAsksForTheCommodityThatHasTheProductsNumber) 
   add_product("P-1", "First", "COMMODITYCODE", "'C1'");
   Recorder recorder;
   EXPECT_EQ(product_->GetProductEx(1)->Item("USERID"), Variant("of the number"));
-  EXPECT_EQ(recorder.statements,
-            (Statements{kIsolation, "SELECT * FROM PRODUCT WHERE PRODUCTID=1", kIsolation,
-                        "SELECT USERID FROM COMMODITY WHERE COMMODITYCODE='1'", kIsolation,
-                        "SELECT CHARGETYPECODE FROM COMMODITY WHERE COMMODITYCODE='C1'"}));
+  EXPECT_EQ(recorder.statements, (Statements{kIsolation, "SELECT * FROM PRODUCT WHERE PRODUCTID=1", kIsolation,
+                                             "SELECT USERID FROM COMMODITY WHERE COMMODITYCODE='1'", kIsolation,
+                                             "SELECT CHARGETYPECODE FROM COMMODITY WHERE COMMODITYCODE='C1'"}));
 }
 
 TEST_F(ProductRecord, HasAnEmptyChargeTypeWhenItsCommodityIsGone) {
@@ -156,10 +213,11 @@ TEST_F(ProductRecord, OfAnUnknownIdOrGtinHasNoFieldsAndThatIsNoFailure) {
 TEST_F(ProductRecord, NeedsAnIdOrAGtinForItsFields) {
   Recorder recorder;
   const RaisedError raised = raised_by([&] { product_->GetProductFields(Array{"PARTNUMBER"}); });
-  EXPECT_EQ(raised, (RaisedError{-2147221504, "GetProductFields",
-                                 message("80040000", "Mercato.Product.getProductFields",
-                                         "Both optional arguments cannot be empty - you should pass i_lProductId or i_sGTIN"),
-                                 "", 0}));
+  EXPECT_EQ(raised,
+            (RaisedError{-2147221504, "GetProductFields",
+                         message("80040000", "Mercato.Product.getProductFields",
+                                 "Both optional arguments cannot be empty - you should pass i_lProductId or i_sGTIN"),
+                         "", 0}));
   EXPECT_EQ(recorder.log.size(), 1u);
   EXPECT_EQ(vote(), Vote::abort);
 }
@@ -217,10 +275,12 @@ TEST_F(ProductRecord, HasTheNameOfItsCategoryEmptyForAnUnknownOne) {
 }
 
 TEST_F(ProductRecord, FailsOnACategoryWhoseNameIsNull) {
-  execute({"DROP TABLE PRODUCTCATEGORY", "CREATE TABLE PRODUCTCATEGORY (CATEGORYID int NULL, CATEGORYNAME nvarchar(50) NULL)",
+  execute({"DROP TABLE PRODUCTCATEGORY",
+           "CREATE TABLE PRODUCTCATEGORY (CATEGORYID int NULL, CATEGORYNAME nvarchar(50) NULL)",
            "INSERT INTO PRODUCTCATEGORY (CATEGORYID) VALUES (1)"});
-  EXPECT_EQ(raised_by([&] { product_->GetCategoryName(1); }),
-            (RaisedError{94, "Mercato", message("5E", "Mercato.Product.GetCategoryName", "Invalid use of Null"), "", 0}));
+  EXPECT_EQ(
+      raised_by([&] { product_->GetCategoryName(1); }),
+      (RaisedError{94, "Mercato", message("5E", "Mercato.Product.GetCategoryName", "Invalid use of Null"), "", 0}));
   EXPECT_EQ(vote(), Vote::abort);
 }
 

@@ -148,8 +148,9 @@ TEST_F(BoundedSearch, IsHeldToTheGivenCatalogues) {
 
 TEST_F(BoundedSearch, WithTheLargestLimitOverflows) {
   bool more = false;
-  EXPECT_EQ(raised_by([&] { product_->GetCatalogProductsByPartNumber("ABC%", 2147483647, more); }),
-            (RaisedError{6, "Mercato", message("6", "Mercato.Product.GetCatalogProductsByPartNumber", "Overflow"), "", 0}));
+  EXPECT_EQ(
+      raised_by([&] { product_->GetCatalogProductsByPartNumber("ABC%", 2147483647, more); }),
+      (RaisedError{6, "Mercato", message("6", "Mercato.Product.GetCatalogProductsByPartNumber", "Overflow"), "", 0}));
   EXPECT_EQ(vote(), Vote::abort);
 }
 

@@ -1,5 +1,5 @@
-// A store file of its own for each test, created from the library's own definitions, in a folder that goes away with the test; and
-// a record of what the library did: statements, log entries.
+// A store file of its own for each test, created from the library's own definitions, in a folder that goes away with
+// the test; and a record of what the library did: statements, log entries.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -37,8 +37,8 @@ struct ComponentCall {
   bool operator==(const ComponentCall&) const = default;
 };
 
-// Records this thread's statements of the library's own classes, the entries of Grundwerk.Log and all late-bound calls; refuses
-// a statement, and answers or refuses calls, on request.
+// Records this thread's statements of the library's own classes, the entries of Grundwerk.Log and all late-bound calls;
+// refuses a statement, and answers or refuses calls, on request.
 class Recorder : public store::StatementObserver, public CallObserver {
  public:
   Recorder() : previous_statements_(store::set_statement_observer(this)), previous_calls_(set_call_observer(this)) {}
@@ -64,7 +64,8 @@ class Recorder : public store::StatementObserver, public CallObserver {
     fail_on.clear();
     raise(error_number::kStatementRefused, "Test", "refused on request");
   }
-  bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments, Variant& result) override {
+  bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments,
+               Variant& result) override {
     const std::string called = table.prog_id() + "." + method.name;
     calls.push_back({called, {arguments.begin(), arguments.end()}});
     if (called == "Grundwerk.Log.WriteEntry")

@@ -33,21 +33,23 @@ TEST_F(ProductProperties, UnknownNameBecomesAnExternalTextPropertyInCapitals) {
   EXPECT_EQ(properties[0][1].to_long(), 1);
   EXPECT_TRUE(properties[0][2].to_boolean());
   EXPECT_EQ(property("COLOUR").to_text(), "red");
-  EXPECT_EQ(behind_product(recorder.statements),
-            (Statements{"SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'",
-                        "SELECT PROPERTY.PROPERTYID, PROPERTY.DATATYPE FROM PROPERTY WHERE PROPERTY.PROPERTYNAME = 'COLOUR'",
-                        "SELECT * FROM PROPERTY WHERE 0=1",
-                        "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (1 ,1 ,'red')"}));
+  EXPECT_EQ(
+      behind_product(recorder.statements),
+      (Statements{"SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'",
+                  "SELECT PROPERTY.PROPERTYID, PROPERTY.DATATYPE FROM PROPERTY WHERE PROPERTY.PROPERTYNAME = 'COLOUR'",
+                  "SELECT * FROM PROPERTY WHERE 0=1",
+                  "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (1 ,1 ,'red')"}));
 }
 
 TEST_F(ProductProperties, KnownPropertyOfANewProductIsInsertedWithoutBlanks) {
   add_property("COLOUR", 1);
   Recorder recorder;
   insert("<Colour>red</Colour>");
-  EXPECT_EQ(behind_product(recorder.statements),
-            (Statements{"SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'",
-                        "SELECT PROPERTY.PROPERTYID, PROPERTY.DATATYPE FROM PROPERTY WHERE PROPERTY.PROPERTYNAME = 'COLOUR'",
-                        "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES(1,1,'red')"}));
+  EXPECT_EQ(
+      behind_product(recorder.statements),
+      (Statements{"SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'",
+                  "SELECT PROPERTY.PROPERTYID, PROPERTY.DATATYPE FROM PROPERTY WHERE PROPERTY.PROPERTYNAME = 'COLOUR'",
+                  "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES(1,1,'red')"}));
 }
 
 TEST_F(ProductProperties, UpdateReplacesAValueAddsAMissingOneAndCreatesAnUnknownProperty) {
@@ -55,24 +57,24 @@ TEST_F(ProductProperties, UpdateReplacesAValueAddsAMissingOneAndCreatesAnUnknown
   add_property("B", 1);
   Recorder recorder;
   update("<A>new</A><B>b</B><C>c</C>");
-  EXPECT_EQ(recorder.statements,
-            (Statements{
-                "SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'",
-                "SELECT PROPERTY.PROPERTYID, VALUE, EXTERNAL , DATATYPE FROM PRODUCTPROPVALUE INNER JOIN PROPERTY ON "
-                "PRODUCTPROPVALUE.PROPERTYID = PROPERTY.PROPERTYID WHERE (PRODUCTPROPVALUE.PRODUCTID = 1) AND "
-                "(PROPERTY.PROPERTYNAME = 'A')",
-                "UPDATE PRODUCTPROPVALUE SET VALUE = 'new' WHERE PROPERTYID=1 AND PRODUCTID=1",
-                "SELECT PROPERTY.PROPERTYID, VALUE, EXTERNAL , DATATYPE FROM PRODUCTPROPVALUE INNER JOIN PROPERTY ON "
-                "PRODUCTPROPVALUE.PROPERTYID = PROPERTY.PROPERTYID WHERE (PRODUCTPROPVALUE.PRODUCTID = 1) AND "
-                "(PROPERTY.PROPERTYNAME = 'B')",
-                "SELECT PROPERTY.PROPERTYID, PROPERTY.DATATYPE FROM PROPERTY WHERE PROPERTY.PROPERTYNAME = 'B'",
-                "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (2 ,1 ,'b')",
-                "SELECT PROPERTY.PROPERTYID, VALUE, EXTERNAL , DATATYPE FROM PRODUCTPROPVALUE INNER JOIN PROPERTY ON "
-                "PRODUCTPROPVALUE.PROPERTYID = PROPERTY.PROPERTYID WHERE (PRODUCTPROPVALUE.PRODUCTID = 1) AND "
-                "(PROPERTY.PROPERTYNAME = 'C')",
-                "SELECT PROPERTY.PROPERTYID, PROPERTY.DATATYPE FROM PROPERTY WHERE PROPERTY.PROPERTYNAME = 'C'",
-                "SELECT * FROM PROPERTY WHERE 0=1",
-                "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (3 ,1 ,'c')"}));
+  EXPECT_EQ(
+      recorder.statements,
+      (Statements{"SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'",
+                  "SELECT PROPERTY.PROPERTYID, VALUE, EXTERNAL , DATATYPE FROM PRODUCTPROPVALUE INNER JOIN PROPERTY ON "
+                  "PRODUCTPROPVALUE.PROPERTYID = PROPERTY.PROPERTYID WHERE (PRODUCTPROPVALUE.PRODUCTID = 1) AND "
+                  "(PROPERTY.PROPERTYNAME = 'A')",
+                  "UPDATE PRODUCTPROPVALUE SET VALUE = 'new' WHERE PROPERTYID=1 AND PRODUCTID=1",
+                  "SELECT PROPERTY.PROPERTYID, VALUE, EXTERNAL , DATATYPE FROM PRODUCTPROPVALUE INNER JOIN PROPERTY ON "
+                  "PRODUCTPROPVALUE.PROPERTYID = PROPERTY.PROPERTYID WHERE (PRODUCTPROPVALUE.PRODUCTID = 1) AND "
+                  "(PROPERTY.PROPERTYNAME = 'B')",
+                  "SELECT PROPERTY.PROPERTYID, PROPERTY.DATATYPE FROM PROPERTY WHERE PROPERTY.PROPERTYNAME = 'B'",
+                  "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (2 ,1 ,'b')",
+                  "SELECT PROPERTY.PROPERTYID, VALUE, EXTERNAL , DATATYPE FROM PRODUCTPROPVALUE INNER JOIN PROPERTY ON "
+                  "PRODUCTPROPVALUE.PROPERTYID = PROPERTY.PROPERTYID WHERE (PRODUCTPROPVALUE.PRODUCTID = 1) AND "
+                  "(PROPERTY.PROPERTYNAME = 'C')",
+                  "SELECT PROPERTY.PROPERTYID, PROPERTY.DATATYPE FROM PROPERTY WHERE PROPERTY.PROPERTYNAME = 'C'",
+                  "SELECT * FROM PROPERTY WHERE 0=1",
+                  "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (3 ,1 ,'c')"}));
   EXPECT_EQ(property("A").to_text(), "new");
   EXPECT_EQ(property("B").to_text(), "b");
   EXPECT_EQ(property("C").to_text(), "c");
@@ -135,9 +137,10 @@ TEST_F(ProductProperties, ApostropheInAValueEndsTheRunAndKeepsWhatWasWritten) {
   EXPECT_EQ(error.Number, error_number::kStatementRefused);
   EXPECT_EQ(recorder.statements.back(),
             "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (2 ,1 ,'it's')");
-  const ExpectedFailure expected("80040E14", error.Source, innermost_description(recorder.log.front().text),
-                                 {"Mercato.ProductXML.insertProductProperties",
-                                  "Mercato.ProductXML.updateInsertProductFromXML", "Mercato.ProductXML.insertProductFromXML"});
+  const ExpectedFailure expected(
+      "80040E14", error.Source, innermost_description(recorder.log.front().text),
+      {"Mercato.ProductXML.insertProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
+       "Mercato.ProductXML.insertProductFromXML"});
   EXPECT_EQ(error.Description, expected.description);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(property("A").to_text(), "a");
@@ -146,11 +149,11 @@ TEST_F(ProductProperties, ApostropheInAValueEndsTheRunAndKeepsWhatWasWritten) {
 
   recorder.log.clear();
   const RaisedError update_error = raised_by([&] { update("<A>it's</A>"); });
-  EXPECT_EQ(update_error.Description,
-            ExpectedFailure("80040E14", "", innermost_description(recorder.log.front().text),
-                            {"Mercato.ProductXML.updateProductProperties",
-                             "Mercato.ProductXML.updateInsertProductFromXML", "Mercato.ProductXML.updateProductFromXML"})
-                .description);
+  EXPECT_EQ(update_error.Description, ExpectedFailure("80040E14", "", innermost_description(recorder.log.front().text),
+                                                      {"Mercato.ProductXML.updateProductProperties",
+                                                       "Mercato.ProductXML.updateInsertProductFromXML",
+                                                       "Mercato.ProductXML.updateProductFromXML"})
+                                          .description);
   EXPECT_EQ(property("A").to_text(), "a");
 }
 

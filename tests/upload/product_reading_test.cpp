@@ -96,11 +96,9 @@ TEST_F(ProductReading, PartNumberWithAnApostropheIsReadByThePlainReader) {
 TEST_F(ProductReading, DocumentThatIsNotWellFormedCannotBeLoaded) {
   ProductXML upload;
   Recorder recorder;
-  const RaisedError error =
-      raised_by([&] { upload.readOneProductFromXML(fixture("not-well-formed"), false, "A-1"); });
-  const ExpectedFailure expected(
-      "800400D5", "Mercato.ProductXML.getProductNodeList", "Unable to load XML",
-      {"Mercato.ProductXML.getProductNodeList", "Mercato.ProductXML.readOneProductFromXML"});
+  const RaisedError error = raised_by([&] { upload.readOneProductFromXML(fixture("not-well-formed"), false, "A-1"); });
+  const ExpectedFailure expected("800400D5", "Mercato.ProductXML.getProductNodeList", "Unable to load XML",
+                                 {"Mercato.ProductXML.getProductNodeList", "Mercato.ProductXML.readOneProductFromXML"});
   EXPECT_EQ(error.Number, eUnableToLoadXML);
   EXPECT_EQ(error.Source, "Mercato.ProductXML.getProductNodeList");
   EXPECT_EQ(error.Description, expected.description);

@@ -51,7 +51,7 @@ TEST_F(ProductValidation, EachRuleOfTheErrorCheckReportsItsField) {
       {"PRODUCTEXPIRYDATE", "12/31/2026", "-1"},
       {"MINORDERQTY", "-1.5E2", "few"},
       {"MULTIPLEOF", "0", ""},
-      {"GTIN", "123", "12X"},
+      {"GTIN", "123", "1234567890123X"},
       {"LOTSIZE", "10", "ten"},
       {"DELIVERYLEADTIME", "3", "days"},
       {"MULTIPLEBUYER", "1", "2"},
@@ -85,11 +85,11 @@ TEST_F(ProductValidation, UnitIsGoodAsACodeOrADescription) {
 
 TEST_F(ProductValidation, EmptyUnitIsFoundTwiceAndTheCallFails) {
   Recorder recorder;
-  const RaisedError error = raised_by(
-      [&] { errors_of("<PRODUCTDESCRIPTION>Pen</PRODUCTDESCRIPTION><PARTNUMBER>A1</PARTNUMBER><UNIT/>"); });
-  const ExpectedFailure expected(
-      "1C9", "Mercato", std::string(error_number::default_description(error_number::kDuplicateKey)),
-      {"Mercato.ProductXML.getErrorFields", "Mercato.ProductXML.getErrorsInProductValues"});
+  const RaisedError error =
+      raised_by([&] { errors_of("<PRODUCTDESCRIPTION>Pen</PRODUCTDESCRIPTION><PARTNUMBER>A1</PARTNUMBER><UNIT/>"); });
+  const ExpectedFailure expected("1C9", "Mercato",
+                                 std::string(error_number::default_description(error_number::kDuplicateKey)),
+                                 {"Mercato.ProductXML.getErrorFields", "Mercato.ProductXML.getErrorsInProductValues"});
   EXPECT_EQ(error.Number, error_number::kDuplicateKey);
   EXPECT_EQ(error.Description, expected.description);
   EXPECT_EQ(recorder.log, expected.log);
@@ -161,19 +161,14 @@ TEST_F(ProductValidation, SeparatorOfARecordSplitsTheBuyersBehindIt) {
 }
 
 TEST_F(ProductValidation, BuyersAreAskedTwoQuestionsEachUntilTheFirstNo) {
-  class Questions : public CallObserver {
-   public:
-    bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments, Variant&) override {
-      if (table.prog_id() == "Zentrik.User") asked.push_back(method.name + " " + arguments.back().to_text());
-      return false;
-    }
-    std::vector<std::string> asked;
-  } questions;
-  CallObserver* const before = set_call_observer(&questions);
+  Recorder recorder;
   errors_beside_required("<BUYERID>; ann;idle;bob</BUYERID>");
-  set_call_observer(before);
-  EXPECT_EQ(questions.asked,
-            (std::vector<std::string>{"BuyerCheckFirst ann", "BuyerCheckSecond ann", "BuyerCheckFirst idle"}));
+  std::vector<ComponentCall> asked;
+  for (const ComponentCall& call : recorder.calls)
+    if (call.method.starts_with("Zentrik.User.")) asked.push_back(call);
+  EXPECT_EQ(asked, (std::vector<ComponentCall>{{"Zentrik.User.BuyerCheckFirst", {"ann"}},
+                                               {"Zentrik.User.BuyerCheckSecond", {"ann", "ann"}},
+                                               {"Zentrik.User.BuyerCheckFirst", {"idle"}}}));
   EXPECT_EQ(upload.MultipleBuyerSeparator(), ";");
 }
 
@@ -185,13 +180,12 @@ TEST_F(ProductValidation, StatementsOfTheErrorCheckAreWhole) {
       "<CONTRACTCODE>K'7</CONTRACTCODE><NUMBER>5</NUMBER>");
   EXPECT_EQ(recorder.statements,
             (Statements{kReadCommitted, "SELECT UNITDESCRIPTION FROM UNIT WHERE UNITDESCRIPTION='O''Box'",  //
-                        kReadCommitted, "SELECT UNITCODE FROM UNIT WHERE UNITCODE='O''Box'",               //
-                        kReadCommitted, "SELECT COMMODITYCODE FROM COMMODITY WHERE COMMODITYCODE='O''F'",  //
-                        kReadCommitted, "SELECT CLASSCODE FROM HAZARDOUSCLASS WHERE CLASSCODE='H''1'",     //
+                        kReadCommitted, "SELECT UNITCODE FROM UNIT WHERE UNITCODE='O''Box'",                //
+                        kReadCommitted, "SELECT COMMODITYCODE FROM COMMODITY WHERE COMMODITYCODE='O''F'",   //
+                        kReadCommitted, "SELECT CLASSCODE FROM HAZARDOUSCLASS WHERE CLASSCODE='H''1'",      //
                         kReadCommitted,
                         "SELECT CONTRACTCODE FROM CONTRACTLINES WHERE CONTRACTCODE='K''7' AND NUMBER=5",  //
-                        kReadCommitted,
-                        "SELECT NUMBER FROM CONTRACTLINES WHERE NUMBER=5 AND CONTRACTCODE='K''7'"}));
+                        kReadCommitted, "SELECT NUMBER FROM CONTRACTLINES WHERE NUMBER=5 AND CONTRACTCODE='K''7'"}));
 }
 
 // The previews.
@@ -200,7 +194,8 @@ TEST_F(ProductValidation, UpdateListHasExistingProductsWithTheirPresentNameAndTa
   add_product();
   EXPECT_EQ(entries_of(upload.GetCheckedProductUpdateList(fixture("names-in-mixed-case"), false)),
             (std::vector<std::vector<std::string>>{{"A-1", "Old", "False"}}));
-  EXPECT_EQ(entries_of(upload.GetCheckedProductUpdateList(document(record("A-1", kRequired) + record("B-2", kRequired)), false)),
+  EXPECT_EQ(entries_of(upload.GetCheckedProductUpdateList(document(record("A-1", kRequired) + record("B-2", kRequired)),
+                                                          false)),
             (std::vector<std::vector<std::string>>{{"A-1", "Old", "True"}}));
 }
 
@@ -214,16 +209,34 @@ TEST_F(ProductValidation, InsertListHasAllRecordsWithTheirOwnNameInAnyCase) {
 
 TEST_F(ProductValidation, ListsLeaveOutRecordsWithoutChildrenAndSetTheSeparator) {
   EXPECT_EQ(upload.GetCheckedProductInsertList(document(record("A-1", "")), false)->Count(), 0);
-  upload.GetCheckedProductInsertList(document(record("A-1", "<MultipleBuyerSeparator>/</MultipleBuyerSeparator>")), false);
+  upload.GetCheckedProductInsertList(document(record("A-1", "<MultipleBuyerSeparator>/</MultipleBuyerSeparator>")),
+                                     false);
   EXPECT_EQ(upload.MultipleBuyerSeparator(), "/");
 }
 
-TEST_F(ProductValidation, UpdateListTakesASeparatorElementInCapitalsOnlyBeforeItJudges) {
+TEST_F(ProductValidation, UpdateListHeedsASeparatorBehindTheBuyersOnlyInCapitals) {
   add_product();
+  const auto valid = [&](const std::string& name) {
+    ProductXML fresh;
+    const auto list = fresh.GetCheckedProductUpdateList(
+        document(record("A-1", kRequired + "<BUYERID>ann/bob</BUYERID><" + name + ">/</" + name + ">")), false);
+    return entries_of(list).at(0).at(2);
+  };
+  EXPECT_EQ(valid("MULTIPLEBUYERSEPARATOR"), "True");
+  EXPECT_EQ(valid("MultipleBuyerSeparator"), "False");
+}
+
+TEST_F(ProductValidation, SettingIsAskedOnceForAnObject) {
   Recorder recorder;
-  upload.GetCheckedProductUpdateList(document(record("A-1", "<COLOUR>red</COLOUR>")), false);
-  EXPECT_EQ(recorder.statements,
-            (Statements{"SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'"}));
+  errors_of("");
+  errors_of("<UNSPSCCODE>441207</UNSPSCCODE>");
+  insert("");
+  std::vector<ComponentCall> asked;
+  for (const ComponentCall& call : recorder.calls)
+    if (call.method.ends_with("Parameter") || call.method.ends_with("Parameters")) asked.push_back(call);
+  EXPECT_EQ(asked, (std::vector<ComponentCall>{
+                       {"Grundwerk.Configuration.PrepareParameters", {false}},
+                       {"Grundwerk.Configuration.GetParameter", {"COMMONPARAMETERS", "UNSPSCIMPLEMENTED"}}}));
 }
 
 TEST_F(ProductValidation, BothListsFailUnderTheNameOfTheUpdateList) {
@@ -236,8 +249,9 @@ TEST_F(ProductValidation, BothListsFailUnderTheNameOfTheUpdateList) {
 
 TEST_F(ProductValidation, ListsDoNotFillUpAGtin) {
   Recorder recorder;
-  EXPECT_EQ(entries_of(upload.GetCheckedProductInsertList(document(record("A-1", kRequired + "<GTIN>12X</GTIN>")), false)),
-            (std::vector<std::vector<std::string>>{{"A-1", "Pen", "False"}}));
+  EXPECT_EQ(
+      entries_of(upload.GetCheckedProductInsertList(document(record("A-1", kRequired + "<GTIN>12X</GTIN>")), false)),
+      (std::vector<std::vector<std::string>>{{"A-1", "Pen", "False"}}));
 }
 
 // The repair, seen through what an upload writes.
@@ -285,12 +299,12 @@ TEST_F(ProductValidation, ServiceItemOfTwoPassesTheRepair) {
 
 TEST_F(ProductValidation, LongTextsAreCutToTheirWidthsAndThatIsNoLoss) {
   upload.insertProductFromXML(
-      document(record("A-1", "<UNIT>PC</UNIT><PRODUCTDESCRIPTION>" + repeated(300, 'd') + "</PRODUCTDESCRIPTION><PARTNUMBER>" +
-                                 repeated(51, 'p') + "</PARTNUMBER><MFRPARTNUMBER>" + repeated(51, 'm') +
-                                 "</MFRPARTNUMBER><PRODUCTREMARK>" + repeated(256, 'r') +
-                                 "</PRODUCTREMARK><BUYFROMCONTACTEMAIL>" + repeated(31, 'e') +
-                                 "</BUYFROMCONTACTEMAIL><CLASSIFICATION>" + repeated(33, 'c') + "</CLASSIFICATION><COLOUR>" +
-                                 repeated(31, 'b') + "</COLOUR>")),
+      document(record(
+          "A-1", "<UNIT>PC</UNIT><PRODUCTDESCRIPTION>" + repeated(300, 'd') + "</PRODUCTDESCRIPTION><PARTNUMBER>" +
+                     repeated(51, 'p') + "</PARTNUMBER><MFRPARTNUMBER>" + repeated(51, 'm') +
+                     "</MFRPARTNUMBER><PRODUCTREMARK>" + repeated(256, 'r') + "</PRODUCTREMARK><BUYFROMCONTACTEMAIL>" +
+                     repeated(31, 'e') + "</BUYFROMCONTACTEMAIL><CLASSIFICATION>" + repeated(33, 'c') +
+                     "</CLASSIFICATION><COLOUR>" + repeated(31, 'b') + "</COLOUR>")),
       false, "A-1", false);
   EXPECT_EQ(product("PRODUCTDESCRIPTION").to_text(), repeated(255, 'd'));
   EXPECT_EQ(product("PARTNUMBER").to_text(), repeated(50, 'p'));
@@ -317,15 +331,15 @@ TEST_F(ProductValidation, PropertyNameOfThirtyOneCharactersIsStoredUnderTheFirst
 TEST_F(ProductValidation, TwoPropertyNamesWithTheSameThirtyCharactersFail) {
   const std::string first = repeated(30, 'n') + "1";
   const std::string second = repeated(30, 'n') + "2";
-  const RaisedError error = raised_by([&] {
-    insert("<" + first + ">v</" + first + "><" + second + ">v</" + second + ">");
-  });
+  const RaisedError error =
+      raised_by([&] { insert("<" + first + ">v</" + first + "><" + second + ">v</" + second + ">"); });
   EXPECT_EQ(error.Number, error_number::kDuplicateKey);
-  EXPECT_EQ(error.Description,
-            ExpectedFailure("1C9", "Mercato", std::string(error_number::default_description(error_number::kDuplicateKey)),
-                            {"Mercato.ProductXML.getValidatedProductValues",
-                             "Mercato.ProductXML.updateInsertProductFromXML", "Mercato.ProductXML.insertProductFromXML"})
-                .description);
+  EXPECT_EQ(
+      error.Description,
+      ExpectedFailure("1C9", "Mercato", std::string(error_number::default_description(error_number::kDuplicateKey)),
+                      {"Mercato.ProductXML.getValidatedProductValues", "Mercato.ProductXML.updateInsertProductFromXML",
+                       "Mercato.ProductXML.insertProductFromXML"})
+          .description);
   EXPECT_EQ(products(), 0);
 }
 
@@ -347,7 +361,8 @@ TEST_F(ProductValidation, EmptySeparatorElementBringsTheDefaultOne) {
 }
 
 TEST_F(ProductValidation, BuyerAndUserTogetherFail) {
-  EXPECT_EQ(raised_by([&] { insert("<USERID>ann</USERID><BUYERID>bob</BUYERID>"); }).Number, error_number::kDuplicateKey);
+  EXPECT_EQ(raised_by([&] { insert("<USERID>ann</USERID><BUYERID>bob</BUYERID>"); }).Number,
+            error_number::kDuplicateKey);
 }
 
 // Reading the other half of the pair creates it, so the number of fields is what it was.
@@ -369,7 +384,8 @@ TEST_F(ProductValidation, UnspscCodeIsDroppedOnlyWhereUnspscIsInUse) {
 
   set_unspsc_setting("Yes");
   ProductXML fresh;
-  fresh.insertProductFromXML(document(record("B-2", kRequired + "<UNSPSCCODE>441299</UNSPSCCODE>")), false, "B-2", true);
+  fresh.insertProductFromXML(document(record("B-2", kRequired + "<UNSPSCCODE>441299</UNSPSCCODE>")), false, "B-2",
+                             true);
   EXPECT_TRUE(product("UNSPSCCODE", "B-2").is_null());
 }
 

@@ -7,8 +7,10 @@
 #include <string_view>
 #include <vector>
 
+#include "frame/lib_error_handling.h"
 #include "frame/types/collection.h"
 #include "frame/types/dictionary.h"
+#include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"
 #include "upload/product_xml.h"
 
@@ -40,17 +42,11 @@ inline std::string document(const std::string& records) { return "<PRODUCTS>" + 
 inline const std::string kRequired =
     "<UNIT>PC</UNIT><PRODUCTDESCRIPTION>Pen</PRODUCTDESCRIPTION><PARTNUMBER>A1</PARTNUMBER>";
 
-inline std::string message(std::string_view number, std::string_view method, std::string_view description) {
-  std::string text = "\r\nERROR 0x";
-  text.append(number).append("\r\n METHOD: ").append(method).append("\r\n DESC: ").append(description).append(".\r\n");
-  return text;
-}
-
 // The description and the log entries of a failure that passes through these methods, the innermost first.
 struct ExpectedFailure {
   std::string description;
   std::vector<LogEntry> log;
-  ExpectedFailure(std::string_view number, const std::string& source, std::string innermost,
+  ExpectedFailure(const std::string& number, const std::string& source, std::string innermost,
                   const std::vector<std::string>& methods)
       : description(std::move(innermost)) {
     for (const std::string& method : methods) {
@@ -70,7 +66,8 @@ inline std::string innermost_description(const std::string& text) {
 
 inline Fields fields_of(const DictionaryPtr& dictionary) {
   Fields fields;
-  dictionary->for_each([&](const Variant& key, const Variant& item) { fields.emplace_back(key.to_text(), item.to_text()); });
+  dictionary->for_each(
+      [&](const Variant& key, const Variant& item) { fields.emplace_back(key.to_text(), item.to_text()); });
   return fields;
 }
 
@@ -116,8 +113,8 @@ class UploadTest : public StoreTest {
   // A product that is there before the upload.
   void add_product(const std::string& part_number = "A-1", const std::string& more_columns = "",
                    const std::string& more_values = "") const {
-    execute({"INSERT PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, BUYFROMPARTNUMBER" + more_columns + ") VALUES ('OLD', 'Old', '" +
-             part_number + "'" + more_values + ")"});
+    execute({"INSERT PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, BUYFROMPARTNUMBER" + more_columns +
+             ") VALUES ('OLD', 'Old', '" + part_number + "'" + more_values + ")"});
   }
 
   std::filesystem::path remaining_file(const std::string& key) const {

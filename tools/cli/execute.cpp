@@ -33,7 +33,10 @@ void print_rows(Recordset& rows) {
     }
     table.add(std::move(row));
   }
-  table.print(std::cout);
+  if (table.empty())
+    std::cout << "0 rows\n";
+  else
+    table.print(std::cout);
 }
 
 }  // namespace

@@ -115,9 +115,9 @@ int find(const std::string& term, std::int32_t most, const OutputOptions& output
   else
     std::cout << '\n';
   if (search.more()) std::cout << "There are more; --limit shows more than " << most << ".\n";
-  if (search.in_catalogues() > 0)
-    std::cout << counted(static_cast<std::size_t>(search.in_catalogues()), "enabled product")
-              << " of the catalogues match by description or number.\n";
+  if (search.in_catalogues() > 1)
+    std::cout << search.in_catalogues()
+              << " enabled products of the catalogues match by description or number; by description the first one is listed.\n";
   std::cout << "Products that hang in no category are found by their exact part number or supplier's number only.\n";
   return table.empty() ? kFailed : kDone;
 }

@@ -1,9 +1,10 @@
-#include <filesystem>
 #include <iostream>
 
+#include "frame/lib_error_handling.h"
 #include "frame/types/collection.h"
 #include "frame/types/dictionary.h"
 #include "platform/transactions/object_context.h"
+#include "platform/xml/document.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal.h"
@@ -22,7 +23,17 @@ struct CheckedRecord {
 std::vector<CheckedRecord> check(const PreviewOptions& options) {
   const ComponentPtr reader = create_root("Mercato.ProductXML");
   const char* method = options.update_only ? "GetCheckedProductUpdateList" : "GetCheckedProductInsertList";
-  const auto list = call(reader, method, {options.document, true}).to<Collection>();
+  const auto list = [&] {
+    try {
+      return call(reader, method, {options.document, true}).to<Collection>();
+    } catch (const Raised& raised) {
+      // The library does not pass on why.
+      xml::Document document;
+      if (raised.error().Number == eUnableToLoadXML && !document.load(options.document))
+        raise(eUnableToLoadXML, {}, document.error());
+      throw;
+    }
+  }();
   std::vector<CheckedRecord> records;
   for (std::int32_t position = 1; position <= list->Count(); ++position) {
     const auto entry = list->Item(position).to<Collection>();

@@ -22,7 +22,7 @@ constexpr const char* kKey = "buyfrompartnumber";
 xml::Document load(const std::string& text_or_url, bool is_url) {
   xml::Document document;
   if (!(is_url ? document.load(text_or_url) : document.load_text(text_or_url)))
-    raise(eUnableToLoadXML, {}, "The document cannot be loaded: " + document.error());
+    raise(eUnableToLoadXML, {}, document.error());
   return document;
 }
 

@@ -22,9 +22,18 @@ constexpr const char* kForm = "$";
 Json form(const char* name) { return {{kForm, name}}; }
 
 Json items_to_json(const std::vector<Variant>& items, ObjectTable& objects) {
-  Json list = Json::array();
+  Json::array_t list;
+  list.reserve(items.size());
   for (const Variant& item : items) list.push_back(to_json(item, objects));
   return list;
+}
+
+Json pair_to_json(Json key, Json value) {
+  Json::array_t pair;
+  pair.reserve(2);
+  pair.push_back(std::move(key));
+  pair.push_back(std::move(value));
+  return pair;
 }
 
 Json array_to_json(const Array& array, ObjectTable& objects) {
@@ -37,9 +46,10 @@ Json array_to_json(const Array& array, ObjectTable& objects) {
 }
 
 Json dictionary_to_json(const Dictionary& dictionary, ObjectTable& objects) {
-  Json items = Json::array();
+  Json::array_t items;
+  items.reserve(static_cast<std::size_t>(dictionary.Count()));
   dictionary.for_each([&](const Variant& key, const Variant& item) {
-    items.push_back(Json::array({to_json(key, objects), to_json(item, objects)}));
+    items.push_back(pair_to_json(to_json(key, objects), to_json(item, objects)));
   });
   Json json = form("dictionary");
   json["items"] = std::move(items);
@@ -47,10 +57,11 @@ Json dictionary_to_json(const Dictionary& dictionary, ObjectTable& objects) {
 }
 
 Json collection_to_json(const Collection& collection, ObjectTable& objects) {
-  Json items = Json::array();
+  Json::array_t items;
+  items.reserve(static_cast<std::size_t>(collection.Count()));
   for (std::int32_t position = 1; position <= collection.Count(); ++position) {
     const std::optional<std::string>& key = collection.key_at(position);
-    items.push_back(Json::array({key ? Json(*key) : Json(nullptr), to_json(collection.Item(position), objects)}));
+    items.push_back(pair_to_json(key ? Json(*key) : Json(nullptr), to_json(collection.Item(position), objects)));
   }
   Json json = form("collection");
   json["items"] = std::move(items);
@@ -58,7 +69,8 @@ Json collection_to_json(const Collection& collection, ObjectTable& objects) {
 }
 
 Json recordset_to_json(Recordset& recordset, ObjectTable& objects) {
-  Json rows = Json::array();
+  Json::array_t rows;
+  rows.reserve(recordset.rows().size());
   for (const std::vector<Variant>& row : recordset.rows()) rows.push_back(items_to_json(row, objects));
   Json fields = Json::array();
   for (std::size_t position = 0; position < recordset.FieldCount(); ++position) fields.push_back(recordset.FieldName(position));

@@ -1,35 +1,45 @@
 #include "tools/gateway/line_reader.h"
 
+#include <algorithm>
 #include <streambuf>
 
 namespace mercato::gateway {
 
-LineReader::Read LineReader::next(std::string& line) {
+bool LineReader::fill() {
+  if (!ahead_.empty()) return true;
+  constexpr std::streamsize kBlock = std::streamsize{1} << 16;
+  std::streambuf& bytes = *stream_.rdbuf();
   using Traits = std::streambuf::traits_type;
+  if (Traits::eq_int_type(bytes.sgetc(), Traits::eof())) return false;
+  // What has arrived, and one byte at least: asking for more would wait for it.
+  block_.resize(static_cast<std::size_t>(std::clamp<std::streamsize>(bytes.in_avail(), 1, kBlock)));
+  const std::streamsize count = bytes.sgetn(block_.data(), static_cast<std::streamsize>(block_.size()));
+  ahead_ = std::string_view(block_).substr(0, static_cast<std::size_t>(count));
+  return true;
+}
+
+LineReader::Read LineReader::next(std::string& line) {
   // One huge line must not hold its memory for the rest of the session.
   constexpr std::size_t kKeptCapacity = std::size_t{1} << 20;
   if (line.capacity() > kKeptCapacity) line = std::string();
   line.clear();
 
-  std::streambuf& bytes = *stream_.rdbuf();
+  bool anything = false;
   bool too_long = false;
-  for (;;) {
-    const Traits::int_type next = bytes.sbumpc();
-    if (Traits::eq_int_type(next, Traits::eof())) {
-      stream_.setstate(std::ios::eofbit);
-      if (too_long) return Read::too_long;
-      return line.empty() ? Read::end : Read::line;
-    }
-    const char character = Traits::to_char_type(next);
-    if (character == '\n') return too_long ? Read::too_long : Read::line;
-    if (too_long) continue;
-    if (line.size() == longest_) {
-      too_long = true;
+  for (bool ended = false; !ended && fill();) {
+    anything = true;
+    const std::size_t end = ahead_.find('\n');
+    const std::string_view part = ahead_.substr(0, end);
+    ended = end != std::string_view::npos;
+    ahead_.remove_prefix(part.size() + (ended ? 1 : 0));
+    too_long = too_long || part.size() > longest_ - line.size();
+    if (too_long)
       line = std::string();
-    } else {
-      line += character;
-    }
+    else
+      line += part;
   }
+  if (!anything) return Read::end;
+  return too_long ? Read::too_long : Read::line;
 }
 
 }  // namespace mercato::gateway

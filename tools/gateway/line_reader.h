@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <istream>
 #include <string>
+#include <string_view>
 
 namespace mercato::gateway {
 
@@ -11,15 +12,21 @@ class LineReader {
  public:
   enum class Read { line, too_long, end };
 
+  // Reads ahead in the stream: nobody else may read from it.
   LineReader(std::istream& stream, std::size_t longest) : stream_(stream), longest_(longest) {}
 
-  // The next line without its end, the last one also when nothing ends it. Of a line that is too long nothing is kept, and the
-  // next call goes on behind it.
+  // The next line without its end, the last one also when nothing ends it. Waits for no more than the line. Of a line that is
+  // too long nothing is kept, and the next call goes on behind it.
   Read next(std::string& line);
 
  private:
+  // Whether anything is left to read.
+  bool fill();
+
   std::istream& stream_;
   std::size_t longest_;
+  std::string block_;
+  std::string_view ahead_;  // of the block, what no line has taken
 };
 
 }  // namespace mercato::gateway

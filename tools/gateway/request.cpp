@@ -22,7 +22,8 @@ void check_bounds(std::string_view line) {
       case '[':
       case '{':
         ++values;
-        if (++depth > kMaxDepth) throw RefusedLine(kParseError, "The line nests deeper than 200 levels", nullptr);
+        if (++depth > kMaxDepth)
+          throw RefusedLine(kParseError, "The line nests deeper than " + std::to_string(kMaxDepth) + " levels", nullptr);
         break;
       case ']':
       case '}':
@@ -32,7 +33,8 @@ void check_bounds(std::string_view line) {
       default: break;
     }
   }
-  if (values > kMaxValues) throw RefusedLine(kParseError, "The line holds more than 8000000 values", nullptr);
+  if (values > kMaxValues)
+    throw RefusedLine(kParseError, "The line holds more than " + std::to_string(kMaxValues) + " values", nullptr);
 }
 
 JsonInput parse(std::string_view line) {

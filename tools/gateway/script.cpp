@@ -78,7 +78,7 @@ bool Script::on_call(const ClassTable& table, const MethodInfo& method, std::spa
     calls.push_back({{"method", method.name}, {"args", list(arguments)}});
   }
   if (Stub* stub = matching_stub(method, arguments)) {
-    if (stub->failure.Number != 0) throw Raised(stub->failure);
+    if (stub->failure.Number != 0) raise(stub->failure.Number, stub->failure.Source, stub->failure.Description);
     result = stub->values[std::min(stub->next, stub->values.size() - 1)];
     ++stub->next;
     return true;
@@ -95,7 +95,7 @@ void Script::on_statement(std::string_view text, bool by_library) {
   if (due == failures_.end()) return;
   const RaisedError error = std::move(due->error);
   failures_.erase(due);
-  throw Raised(error);
+  raise(error.Number, error.Source, error.Description);
 }
 
 }  // namespace mercato::gateway

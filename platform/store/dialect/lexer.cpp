@@ -4,6 +4,7 @@
 
 #include "frame/types/text.h"
 #include "platform/store/dialect/dialect.h"
+#include "platform/store/dialect/like_prefix.h"
 #include "platform/store/dialect/refusal.h"
 
 namespace mercato::store::dialect {
@@ -29,7 +30,15 @@ constexpr auto kKinds = make_kinds();
 
 CharKind kind_of(char c) { return kKinds[static_cast<unsigned char>(c)]; }
 bool is_digit(char c) { return kind_of(c) == CharKind::digit; }
-bool is_word_part(char c) { return kind_of(c) == CharKind::letter || is_digit(c) || c == '$'; }
+
+constexpr std::array<bool, 256> make_word_parts() {
+  std::array<bool, 256> parts{};
+  for (std::size_t c = 0; c < parts.size(); ++c)
+    parts[c] = kKinds[c] == CharKind::letter || kKinds[c] == CharKind::digit || c == '$';
+  return parts;
+}
+constexpr auto kWordParts = make_word_parts();
+bool is_word_part(char c) { return kWordParts[static_cast<unsigned char>(c)]; }
 
 // What stands in a shape for a literal. A statement cannot hold these characters itself outside of its texts and
 // names, so that no statement has the shape of another that is not its like.
@@ -37,6 +46,7 @@ constexpr char kWholeNumber = '\x01';
 constexpr char kFraction = '\x02';
 constexpr char kText = '\x03';
 constexpr char kNationalText = '\x04';
+constexpr char kPrefixPattern = '\x05';  // a text behind LIKE that says how matching texts begin
 
 std::uint64_t hash_of(std::string_view text) {
   constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15u;
@@ -139,7 +149,16 @@ class Lexer {
   }
 
   void text_literal(TokenKind kind, std::size_t prefix) {
-    add_literal(kind, position_, closing(position_ + prefix, '\''), kind == TokenKind::text ? kText : kNationalText);
+    const std::size_t begin = position_ + prefix + 1;
+    const bool is_prefix = !like_prefix(text_.substr(begin, 1)).empty() && follows_like();
+    const char mark = is_prefix ? kPrefixPattern : kind == TokenKind::text ? kText : kNationalText;
+    add_literal(kind, position_, closing(begin - 1, '\''), mark);
+  }
+
+  bool follows_like() const {
+    if (out_.tokens.empty() || out_.tokens.back().kind != TokenKind::word) return false;
+    const Token& last = out_.tokens.back();
+    return text::equal_names(text_.substr(last.begin, last.end - last.begin), "LIKE");
   }
 
   void quoted_name(char close) { add(TokenKind::quoted_name, position_, closing(position_, close)); }

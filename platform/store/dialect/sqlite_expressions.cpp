@@ -1,4 +1,5 @@
 #include "frame/types/text.h"
+#include "platform/store/dialect/like_prefix.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/sqlite_translator.h"
 
@@ -135,14 +136,24 @@ Expression SqliteTranslator::predicate(const Scope& scope) {
 }
 
 Expression SqliteTranslator::like(const Scope& scope, Expression left, bool negated) {
+  // The shape tells such patterns from others, so the translation may differ too.
+  const bool is_text = token().kind == TokenKind::text || token().kind == TokenKind::national_text;
+  const bool has_prefix = is_text && !like_prefix(literal_value(lexed_, next_).to_text()).empty();
   Expression pattern = value(scope);
   if (is_condition(pattern)) fail();
-  std::string arguments = converted(std::move(pattern), ColumnType::text).sql + ", ";
-  arguments += converted(std::move(left), ColumnType::text).sql;
+  const bool is_column = left.form == Expression::Form::column && left.type == ColumnType::text;
+  pattern = converted(std::move(pattern), ColumnType::text);
+  left = converted(std::move(left), ColumnType::text);
+  std::string arguments = pattern.sql + ", " + left.sql;
   if (accept_word("ESCAPE")) {
-    Expression escape = value(scope);
+    const Expression escape = value(scope);
     if (!escape.is_text_literal()) fail();
     arguments += ", " + escape.sql;
+  } else if (has_prefix && is_column && !negated && pattern.is_text_literal()) {
+    Expression result = make_condition("(" + left.sql + " >= mercato_like_from(" + pattern.sql + ") AND " + left.sql +
+                                       " < mercato_like_to(" + pattern.sql + ") AND mercato_like(" + arguments + "))");
+    result.enclosed = true;
+    return result;
   }
   return make_condition((negated ? "NOT mercato_like(" : "mercato_like(") + arguments + ")");
 }

@@ -72,6 +72,7 @@ Arm SqliteTranslator::arm(const Scope* outer) {
   }
 
   arm.tail += optional_where(scope);
+  std::vector<const Column*> groups;
   if (accept_word("GROUP")) {
     expect_word("BY");
     arm.grouped = true;
@@ -82,13 +83,28 @@ Arm SqliteTranslator::arm(const Scope* outer) {
       if (item.form == Expression::Form::condition || item.is_literal()) fail();
       arm.tail += separator + collated(item);
       separator = ", ";
+      groups.push_back(item.column);
     } while (accept_symbol(','));
   }
   if (accept_word("HAVING")) {
     arm.grouped = true;
     arm.tail += " HAVING " + expect_condition(scope).sql;
   }
+  if (arm.grouped) check_grouped(arm, groups);
   return arm;
+}
+
+// A column by itself must be the same for all rows of a group. SQLite would take that of any row.
+void SqliteTranslator::check_grouped(const Arm& arm, const std::vector<const Column*>& groups) {
+  for (const Expression& item : arm.items) {
+    if (item.column == nullptr || std::find(groups.begin(), groups.end(), item.column) != groups.end()) continue;
+    for (const Source& source : arm.scope->sources)
+      for (const Column& column : source.columns())
+        if (&column == item.column)
+          remember("Column '" + source.name + "." + column.name +
+                   "' is invalid in the select list because it is not contained in either an aggregate function or the "
+                   "GROUP BY clause.");
+  }
 }
 
 // The token at which the select list that begins at the next one ends: its FROM, or whatever else ends it.

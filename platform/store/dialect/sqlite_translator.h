@@ -97,6 +97,7 @@ class SqliteTranslator : TokenReader {
   Query query(const Scope* outer);
   Arm arm(const Scope* outer);
   void select_list(Arm& arm);
+  void check_grouped(const Arm& arm, const std::vector<const Column*>& groups);
   void add_star(Arm& arm, const Source& source);
   void order_by(Query& query);
   std::string order_item(Query& query);

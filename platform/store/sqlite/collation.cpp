@@ -72,21 +72,23 @@ TextOrder::TextOrder() : ranks_(&root().ranks) {
 int TextOrder::compare(std::string_view left, std::string_view right) const {
   left = without_trailing_blanks(left);
   right = without_trailing_blanks(right);
+  const std::array<std::uint8_t, 256>& ranks = *ranks_;
+  const std::size_t common = std::min(left.size(), right.size());
+  std::size_t i = 0;
+  for (; i < common; ++i) {
+    const std::uint8_t rank = ranks[static_cast<unsigned char>(left[i])];
+    if (rank == 0 || rank != ranks[static_cast<unsigned char>(right[i])]) break;
+  }
   // The rank at a position; behind the end something below all ranks, but not the sign to ask ICU.
   constexpr int kEnd = -1;
-  const auto rank_at = [&ranks = *ranks_](std::string_view text, std::size_t position) -> int {
+  const auto rank_at = [&ranks](std::string_view text, std::size_t position) -> int {
     return position < text.size() ? ranks[static_cast<unsigned char>(text[position])] : kEnd;
   };
-  for (std::size_t i = 0;; ++i) {
-    const int left_rank = rank_at(left, i), right_rank = rank_at(right, i);
-    if (left_rank == 0 || right_rank == 0) break;
-    if (left_rank == right_rank) {
-      if (left_rank == kEnd) return 0;
-      continue;
-    }
-    // A character without rank behind it could change what the differing one weighs.
-    if (rank_at(left, i + 1) == 0 || rank_at(right, i + 1) == 0) break;
-    return left_rank < right_rank ? -1 : 1;
+  // A character without a rank could also change what the one before it weighs.
+  const int left_rank = rank_at(left, i), right_rank = rank_at(right, i);
+  if (left_rank != 0 && right_rank != 0) {
+    if (left_rank == right_rank) return 0;
+    if (rank_at(left, i + 1) != 0 && rank_at(right, i + 1) != 0) return left_rank < right_rank ? -1 : 1;
   }
   return compare_by(collator_.get(), left, right);
 }

@@ -1,5 +1,6 @@
 #include "platform/store/sqlite/database.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -107,7 +108,7 @@ Database::Database(const std::string& connection_string) {
   // may not be written it can only be told that nobody else will write either.
   const bool read_only = sqlite3_db_readonly(engine_.get(), "main") == 1;
   if (read_only && access((path_ + "-wal").c_str(), F_OK) != 0 &&
-      access(fs::absolute(path_).parent_path().c_str(), W_OK) != 0)
+      faccessat(AT_FDCWD, fs::absolute(path_).parent_path().c_str(), W_OK, AT_EACCESS) != 0)
     open(immutable_name(path_), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
   configure();
 
@@ -150,7 +151,7 @@ void Database::configure() {
                    std::to_string(version) + ", this one knows " + std::to_string(kStoreVersion) +
                    "). Use the newer version.");
   // Readers and a writer do not wait for each other; the setting stays in the file.
-  if (sqlite3_db_readonly(engine, "main") == 0) run("PRAGMA journal_mode=WAL");
+  if (sqlite3_db_readonly(engine, "main") == 0) run_when_free("PRAGMA journal_mode=WAL");
   set_durable_commits(true);
   run("PRAGMA temp_store=MEMORY");
   run("PRAGMA foreign_keys=OFF");
@@ -181,6 +182,15 @@ StatementHandle Database::prepare(std::string_view sql) {
 void Database::run(const char* sql) {
   const int code = sqlite3_exec(engine_.get(), sql, nullptr, nullptr, nullptr);
   if (code != SQLITE_OK) raise(code);
+}
+
+// For what the engine does not wait for by itself: sessions that open a new store at the same time.
+void Database::run_when_free(const char* sql) {
+  for (int tries = 0;; ++tries) {
+    const int code = sqlite3_exec(engine_.get(), sql, nullptr, nullptr, nullptr);
+    if (code == SQLITE_OK) return;
+    if ((code & 0xFF) != SQLITE_BUSY || wait_for_lock(this, tries) == 0) raise(code);
+  }
 }
 
 std::int64_t Database::query_integer(const char* sql) {

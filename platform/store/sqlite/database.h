@@ -65,6 +65,7 @@ class Database {
 
   void open(const std::string& name, int flags);
   void configure();
+  void run_when_free(const char* sql);
   static int wait_for_lock(void* self, int tries);
   static int interrupts(void* self);
 

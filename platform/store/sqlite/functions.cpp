@@ -15,6 +15,7 @@
 #include "frame/types/raised_error.h"
 #include "frame/types/text.h"
 #include "platform/clock/clock.h"
+#include "platform/store/dialect/like_prefix.h"
 #include "platform/store/dialect/readings.h"
 #include "platform/store/sqlite/collation.h"
 #include "platform/store/sqlite/date_arithmetic.h"
@@ -210,6 +211,12 @@ void like(const Call& call) {
   call.answer(pattern.matches(call.text(1)));
 }
 
+// The borders between which an index holds all texts that match a pattern.
+void like_from(const Call& call) { call.answer(dialect::like_prefix(call.text(0))); }
+void like_to(const Call& call) {
+  call.answer(std::string_view(std::string(dialect::like_prefix(call.text(0))).append(dialect::kBehindAllTexts)));
+}
+
 // Where `searched` stands in `text` at or after byte `from`, compared as the store compares texts; its length in bytes
 // in `found`. Only texts of as many characters can be equal in the ways that matter here.
 std::size_t find_text(const TextOrder& order, std::string_view searched, std::string_view text, std::size_t from, std::size_t& found) {
@@ -299,6 +306,8 @@ constexpr Function kFunctions[] = {
     {"mercato_round", 2, run<round>},
     {"mercato_like", 2, run<like>},
     {"mercato_like", 3, run<like>},
+    {"mercato_like_from", 1, run<like_from>},
+    {"mercato_like_to", 1, run<like_to>},
 };
 
 void require(sqlite3* database, int code) {

@@ -169,6 +169,7 @@ std::size_t LikePattern::find(const Piece& piece, std::string_view text, std::si
 }
 
 bool LikePattern::ends_with(const Piece& piece, std::string_view text, std::size_t begin) const {
+  if (piece.elements.empty()) return true;
   if (!piece.plain.empty()) {
     const std::size_t size = piece.plain.size();
     return text.size() - begin >= size && match_at(piece, text, text.size() - size) != kNot;

@@ -78,7 +78,7 @@ Execution SqliteSession::execute(const Sql& statement, ExecuteOptions options) {
     case dialect::StatementKind::nothing:
       return {};
     case dialect::StatementKind::query:
-      return {open_cursor(options.identified), 0};
+      return {open_cursor(cached, options.identified), 0};
     case dialect::StatementKind::definition:
       define(cached->translation);
       return {};
@@ -102,13 +102,14 @@ CachedStatementPtr SqliteSession::translated(bool identified) {
   return statement;
 }
 
-std::unique_ptr<Cursor> SqliteSession::open_cursor(bool identified) {
+std::unique_ptr<Cursor> SqliteSession::open_cursor(CachedStatementPtr statement, bool identified) {
   for (;;) {
-    RunningStatement running(database_, translated(identified));
+    RunningStatement running(database_, std::move(statement));
     bind_literals(running);
     auto cursor = std::make_unique<SqliteCursor>(*this, std::move(running));
     // Prepared for the tables of an earlier day: the columns may be others by now.
     if (!cursor->was_reprepared() || !refresh_schema()) return cursor;
+    statement = translated(identified);
   }
 }
 

@@ -59,7 +59,7 @@ class SqliteSession final : public Session {
   };
 
   CachedStatementPtr translated(bool identified);
-  std::unique_ptr<Cursor> open_cursor(bool identified);
+  std::unique_ptr<Cursor> open_cursor(CachedStatementPtr statement, bool identified);
   std::int64_t change(const CachedStatementPtr& statement);
   void define(const dialect::Translation& definition);
   void bind_literals(const RunningStatement& running);

@@ -18,9 +18,9 @@ void assign_text(Variant& out, std::string_view text) {
     out = text;
 }
 
-std::string_view column_text(sqlite3_stmt* statement, int position) {
-  const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement, position));
-  return {bytes ? bytes : "", static_cast<std::size_t>(sqlite3_column_bytes(statement, position))};
+std::string_view text_of(sqlite3_value* value) {
+  const auto* bytes = reinterpret_cast<const char*>(sqlite3_value_text(value));
+  return {bytes ? bytes : "", static_cast<std::size_t>(sqlite3_value_bytes(value))};
 }
 
 // "2026-07-01T08:30:00", the one form that is written.
@@ -44,33 +44,35 @@ std::optional<Date> stored_date(std::string_view text) {
   }
 }
 
-void read_as_stored(sqlite3_stmt* statement, int position, Variant& out) {
-  switch (sqlite3_column_type(statement, position)) {
+void read_as_stored(sqlite3_value* value, Variant& out) {
+  switch (sqlite3_value_type(value)) {
     case SQLITE_INTEGER:
-      out = Variant::from_integer(sqlite3_column_int64(statement, position));
+      out = Variant::from_integer(sqlite3_value_int64(value));
       return;
     case SQLITE_FLOAT:
-      out = sqlite3_column_double(statement, position);
+      out = sqlite3_value_double(value);
       return;
     case SQLITE_NULL:
       out = kNull;
       return;
     default:
-      assign_text(out, column_text(statement, position));
+      assign_text(out, text_of(value));
   }
 }
 
 }  // namespace
 
 void read_value(sqlite3_stmt* statement, int position, ColumnType type, Variant& out) {
-  const int stored = sqlite3_column_type(statement, position);
+  // Cheaper than asking the statement for type and content. It is safe on a connection that one thread uses.
+  sqlite3_value* const value = sqlite3_column_value(statement, position);
+  const int stored = sqlite3_value_type(value);
   switch (type) {
     case ColumnType::text:
       if (stored != SQLITE_TEXT) break;
-      return assign_text(out, column_text(statement, position));
+      return assign_text(out, text_of(value));
     case ColumnType::short_integer:
       if (stored != SQLITE_INTEGER) break;
-      if (const std::int64_t number = sqlite3_column_int64(statement, position);
+      if (const std::int64_t number = sqlite3_value_int64(value);
           number >= std::numeric_limits<std::int16_t>::min() && number <= std::numeric_limits<std::int16_t>::max()) {
         out = static_cast<std::int16_t>(number);
         return;
@@ -78,19 +80,19 @@ void read_value(sqlite3_stmt* statement, int position, ColumnType type, Variant&
       break;
     case ColumnType::boolean:
       if (stored != SQLITE_INTEGER) break;
-      out = sqlite3_column_int64(statement, position) != 0;
+      out = sqlite3_value_int64(value) != 0;
       return;
     case ColumnType::real:
       if (stored != SQLITE_FLOAT && stored != SQLITE_INTEGER) break;
-      out = sqlite3_column_double(statement, position);
+      out = sqlite3_value_double(value);
       return;
     case ColumnType::money:
       if (stored != SQLITE_INTEGER) break;
-      out = Currency::from_scaled(sqlite3_column_int64(statement, position));
+      out = Currency::from_scaled(sqlite3_value_int64(value));
       return;
     case ColumnType::date:
       if (stored != SQLITE_TEXT) break;
-      if (const auto date = stored_date(column_text(statement, position))) {
+      if (const auto date = stored_date(text_of(value))) {
         out = *date;
         return;
       }
@@ -99,7 +101,7 @@ void read_value(sqlite3_stmt* statement, int position, ColumnType type, Variant&
     case ColumnType::unknown:
       break;
   }
-  read_as_stored(statement, position, out);
+  read_as_stored(value, out);
 }
 
 int bind_value(sqlite3_stmt* statement, int parameter, const Variant& value, Lifetime lifetime) {

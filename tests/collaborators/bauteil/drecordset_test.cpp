@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/transactions/object_context.h"
 #include "tests/support/store_fixture.h"
 
 namespace mercato::collaborators {
@@ -22,14 +23,14 @@ class DRecordsetTest : public test::StoreTest {
     auto connection = open_connection(connection_string());
     for (int number = first; number <= last; ++number) {
       const std::string digits = std::to_string(1000 + number).substr(1);
-      connection->Execute(Sql::verbatim("INSERT INTO MANUFACTURER (MANUFACTURERID, MANUFACTURERNAME) VALUES ('M" + digits +
-                                        "', 'N" + digits + "')"));
+      connection->Execute(Sql::verbatim("INSERT INTO MANUFACTURER (MANUFACTURERID, MANUFACTURERNAME) VALUES ('M" +
+                                        digits + "', 'N" + digits + "')"));
     }
     connection->Close();
   }
   void add_commodity(const std::string& code, const std::string& description, const std::string& group) {
-    execute({"INSERT INTO COMMODITY (COMMODITYCODE, DESCRIPTION, PROPERTYGROUPID) VALUES ('" + code + "', " + description +
-             ", " + group + ")"});
+    execute({"INSERT INTO COMMODITY (COMMODITYCODE, DESCRIPTION, PROPERTYGROUPID) VALUES ('" + code + "', " +
+             description + ", " + group + ")"});
   }
   std::shared_ptr<DRecordset> paged(std::int16_t size) const {
     auto rows = std::make_shared<DRecordset>();
@@ -44,7 +45,8 @@ class DRecordsetTest : public test::StoreTest {
   }
   static Texts keys(DRecordset& rows) {
     Texts keys;
-    for (const auto& row : rows.PageRows()->rows()) keys.push_back(row[0].to_text());
+    const RecordsetPtr page = rows.PageRows();
+    for (const auto& row : page->rows()) keys.push_back(row[0].to_text());
     return keys;
   }
   // All pages, from the current one on.
@@ -112,9 +114,7 @@ TEST_F(DRecordsetTest, ThePageIsADisconnectedRecordset) {
   EXPECT_EQ(page->rows(), (std::vector<std::vector<Variant>>{{"M001", "N001"}, {"M002", "N002"}}));
 }
 
-TEST_F(DRecordsetTest, AnEmptyPageStillHasItsFields) {
-  EXPECT_EQ(manufacturers()->PageRows()->FieldCount(), 2u);
-}
+TEST_F(DRecordsetTest, AnEmptyPageStillHasItsFields) { EXPECT_EQ(manufacturers()->PageRows()->FieldCount(), 2u); }
 
 TEST_F(DRecordsetTest, ASizeBelowOneLeavesTheSizeAsItIs) {
   add_manufacturers(11);
@@ -135,7 +135,7 @@ TEST_F(DRecordsetTest, TwoSortFieldsOrderNullsFirstAndTiesByTheKey) {
   } cases[] = {
       {"", {"A", "B", "C", "D", "E", "F"}},
       {"PROPERTYGROUPID, DESCRIPTION", {"E", "C", "B", "F", "A", "D"}},
-      {"propertygroupid DESC,description", {"B", "F", "A", "D", "E", "C"}},
+      {"propertygroupid DESC,description", {"A", "D", "B", "F", "E", "C"}},
       {"DESCRIPTION asc, PROPERTYGROUPID desc", {"B", "F", "E", "C", "A", "D"}},
       {"COMMODITYCODE DESC", {"F", "E", "D", "C", "B", "A"}},
       {"PROPERTYGROUPID, PROPERTYGROUPID DESC", {"C", "E", "B", "F", "A", "D"}},
@@ -192,7 +192,8 @@ TEST_F(DRecordsetTest, KeyFieldsThatAreNotInTheResultDoNotMatter) {
 
 TEST_F(DRecordsetTest, AnOrderOfTheStatementCountsUnlessThereAreSortFields) {
   add_manufacturers(3);
-  const std::string statement = std::string(kManufacturers) + " WHERE MANUFACTURERID IN (SELECT MANUFACTURERID FROM "
+  const std::string statement = std::string(kManufacturers) +
+                                " WHERE MANUFACTURERID IN (SELECT MANUFACTURERID FROM "
                                 "MANUFACTURER) ORDER BY MANUFACTURERNAME DESC";
   auto rows = paged(2);
   rows->OpenQuery(statement, "MANUFACTURERID");
@@ -304,7 +305,8 @@ TEST_F(DRecordsetTest, AHostileSortFieldInTheStateIsRefusedWhenTheQueryIsOpened)
   state["sortFields"] = "MANUFACTURERID; DROP TABLE MANUFACTURER";
   auto rows = paged(2);
   rows->SetPersistedState(state.dump());
-  EXPECT_EQ(raised_by([&] { rows->OpenQuery(kManufacturers, "MANUFACTURERID"); }).Number, error_number::kInvalidArgument);
+  EXPECT_EQ(raised_by([&] { rows->OpenQuery(kManufacturers, "MANUFACTURERID"); }).Number,
+            error_number::kInvalidArgument);
   EXPECT_EQ(value_of("SELECT MANUFACTURERID FROM MANUFACTURER"), Variant("M001"));
 }
 
@@ -344,19 +346,22 @@ TEST_F(DRecordsetTest, EachMoveSeesTheRowsAsTheyAreThen) {
 
 TEST_F(DRecordsetTest, AStatementThatTheStoreRefusesFailsWhenTheQueryIsOpened) {
   auto rows = paged(2);
-  EXPECT_EQ(raised_by([&] { rows->OpenQuery("SELECT * FROM PROPERTY WHERE (PROPERTYID IN (1 2))", "PROPERTYID"); }).Number,
-            error_number::kStatementRefused);
+  EXPECT_EQ(
+      raised_by([&] { rows->OpenQuery("SELECT * FROM PROPERTY WHERE (PROPERTYID IN (1 2))", "PROPERTYID"); }).Number,
+      error_number::kStatementRefused);
   EXPECT_EQ(raised_by([&] { rows->PageRows(); }).Number, error_number::kObjectClosed);
 }
 
 TEST_F(DRecordsetTest, AStatementWithoutRowsIsNoQuery) {
   auto rows = paged(2);
-  EXPECT_EQ(raised_by([&] { rows->OpenQuery("DELETE FROM MANUFACTURER", ""); }).Number, error_number::kStatementRefused);
+  EXPECT_EQ(raised_by([&] { rows->OpenQuery("DELETE FROM MANUFACTURER", ""); }).Number,
+            error_number::kStatementRefused);
 }
 
 TEST_F(DRecordsetTest, APageIsAskedForOnlyOfAnOpenQuery) {
   DRecordset rows;
-  const RaisedError closed{error_number::kObjectClosed, "Bauteil.DRecordset", "No query is open: OpenQuery comes first", "", 0};
+  const RaisedError closed{error_number::kObjectClosed, "Bauteil.DRecordset", "No query is open: OpenQuery comes first",
+                           "", 0};
   EXPECT_EQ(raised_by([&] { rows.PageRows(); }), closed);
   EXPECT_EQ(raised_by([&] { rows.NextPage(); }), closed);
   EXPECT_EQ(raised_by([&] { rows.PreviousPage(); }), closed);

@@ -37,8 +37,9 @@ TEST_F(PageTest, OneListHasOneRecordsetAndTheNextListANewOne) {
 }
 
 TEST_F(PageTest, WithoutARegisteredConnectionThereIsNoRecordset) {
-  EXPECT_EQ(raised_by([&] { page_->GetDRecordset(); }),
-            (RaisedError{error_number::kObjectNotSet, "Bauteil.Page", "No connection is registered with the page", "", 0}));
+  EXPECT_EQ(
+      raised_by([&] { page_->GetDRecordset(); }),
+      (RaisedError{error_number::kObjectNotSet, "Bauteil.Page", "No connection is registered with the page", "", 0}));
 }
 
 TEST_F(PageTest, AConnectionThatNobodyKnowsIsAFailure) {
@@ -68,7 +69,8 @@ TEST_F(PageTest, ThereIsNoPositionUntilOneIsSaved) {
 
 TEST_F(PageTest, ASavedPositionLeadsBackToItsPage) {
   for (const char* code : {"A", "B", "C", "D", "E"})
-    execute({"INSERT INTO MANUFACTURER (MANUFACTURERID, MANUFACTURERNAME) VALUES ('" + std::string(code) + "', 'name')"});
+    execute(
+        {"INSERT INTO MANUFACTURER (MANUFACTURERID, MANUFACTURERNAME) VALUES ('" + std::string(code) + "', 'name')"});
   const auto read = [&] {
     page_->RegisterConnection("MercatoConnection");
     auto rows = page_->GetDRecordset();

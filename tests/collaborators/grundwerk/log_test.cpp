@@ -8,6 +8,7 @@
 
 #include "collaborators/grundwerk/settings.h"
 #include "frame/contracts.h"
+#include "platform/transactions/object_context.h"
 #include "tests/support/store_fixture.h"
 
 namespace mercato::collaborators {
@@ -37,7 +38,8 @@ class LogTest : public test::StoreTest {
 
 TEST_F(LogTest, AnEntryIsOneRecordWithItsTextSetIn) {
   const std::string file = log_here();
-  log_.WriteEntry("Mercato.Unit.Delete", "\r\nERROR 0x800400CA\r\n METHOD: Mercato.Unit.Delete\r\n DESC: Unit not found.\r\n", 0);
+  log_.WriteEntry("Mercato.Unit.Delete",
+                  "\r\nERROR 0x800400CA\r\n METHOD: Mercato.Unit.Delete\r\n DESC: Unit not found.\r\n", 0);
   log_.WriteEntry("Improper SQL", "Not an actual error", 1);
   log_.WriteEntryAlternate("Third", "by the other way", 0);
   EXPECT_EQ(timeless(file),
@@ -53,7 +55,8 @@ TEST_F(LogTest, AnEntryIsOneRecordWithItsTextSetIn) {
 
 TEST_F(LogTest, NoTextCanPassForARecord) {
   const std::string file = log_here();
-  log_.WriteEntry("Source\n2026-07-01T08:30:00.000+00:00 error Forged", "one\r2026-07-01T08:30:00.000+00:00 error Forged", 0);
+  log_.WriteEntry("Source\n2026-07-01T08:30:00.000+00:00 error Forged",
+                  "one\r2026-07-01T08:30:00.000+00:00 error Forged", 0);
   EXPECT_EQ(timeless(file),
             "<time> error Source\n"
             "    2026-07-01T08:30:00.000+00:00 error Forged\n"

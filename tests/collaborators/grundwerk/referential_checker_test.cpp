@@ -5,7 +5,7 @@
 #include "collaborators/grundwerk/reference_rules.h"
 #include "frame/contracts.h"
 #include "platform/automation/registry.h"
-#include "platform/transactions/object_context.h"
+#include "platform/store/unit_of_work.h"
 #include "tests/support/store_fixture.h"
 
 namespace mercato::collaborators {
@@ -63,9 +63,15 @@ TEST_F(ReferentialCheckerTest, AProductNeedsItsPartnerAndItsUser) {
     Variant user;
     bool resolves;
   } cases[] = {
-      {std::int32_t{1}, "anna", true}, {"1", "ANNA", true},          {std::int32_t{1}, "O'Neil", true},
-      {kNull, kNull, true},            {Variant(), "", true},        {std::int32_t{2}, "anna", false},
-      {std::int32_t{0}, kNull, false}, {std::int32_t{1}, "bert", false}, {kNull, "' OR 'a'='a", false},
+      {std::int32_t{1}, "anna", true},
+      {"1", "ANNA", true},
+      {std::int32_t{1}, "O'Neil", true},
+      {kNull, kNull, true},
+      {Variant(), "", true},
+      {std::int32_t{2}, "anna", false},
+      {std::int32_t{0}, kNull, false},
+      {std::int32_t{1}, "bert", false},
+      {kNull, "' OR 'a'='a", false},
   };
   for (const auto& row : cases) {
     EXPECT_EQ(references("PRODUCT", Array{"BUSINESSPARTNERID", "USERID"}, Array{row.partner, row.user}), row.resolves)
@@ -88,7 +94,9 @@ TEST_F(ReferentialCheckerTest, ArraysMayBeginAnywhere) {
 }
 
 TEST_F(ReferentialCheckerTest, AFieldWithoutAValueIsAFailure) {
-  EXPECT_EQ(raised_by([&] { references("PRODUCT", Array{"X", "USERID"}, Array{"anna"}); }).Number,
+  EXPECT_EQ(raised_by([&] {
+              references("PRODUCT", Array{"X", "USERID"}, Array{"anna"});
+            }).Number,
             error_number::kSubscriptOutOfRange);
 }
 
@@ -111,8 +119,8 @@ TEST_F(ReferentialCheckerTest, TheProductOfABuyerIsAskedOfTheClassThatOwnsProduc
     ScriptedOwner::answer = answer;
     ScriptedOwner::asked.clear();
     EXPECT_EQ(references("PRODUCTBUYER", Array{"ProductId", "USERID"}, Array{std::int32_t{5}, "anna"}), answer);
-    EXPECT_EQ(ScriptedOwner::asked, (std::vector<std::vector<Variant>>{
-                                        {"Exists", Variant(), Array{"PRODUCTID"}, Array{std::int32_t{5}}}}));
+    EXPECT_EQ(ScriptedOwner::asked,
+              (std::vector<std::vector<Variant>>{{"Exists", Variant(), Array{"PRODUCTID"}, Array{std::int32_t{5}}}}));
   }
   ScriptedOwner::answer = true;
   EXPECT_FALSE(references("PRODUCTBUYER", Array{"PRODUCTID", "USERID"}, Array{std::int32_t{5}, "bert"}));
@@ -131,22 +139,25 @@ TEST_F(ReferentialCheckerTest, ARowThatIsReferredToHasToStay) {
     const char* dependent;  // refers to it
     const char* clear;
   } cases[] = {
-      {"COMMODITY", "COMMODITYCODE", "C'1", "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, COMMODITYCODE) VALUES ('P', 'P', 'C''1')",
+      {"COMMODITY", "COMMODITYCODE", "C'1",
+       "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, COMMODITYCODE) VALUES ('P', 'P', 'C''1')",
        "DELETE FROM PRODUCT"},
-      {"UNIT", "UNITCODE", "KG", "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, UNITCODE) VALUES ('P', 'P', 'kg')",
-       "DELETE FROM PRODUCT"},
+      {"UNIT", "UNITCODE", "KG",
+       "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, UNITCODE) VALUES ('P', 'P', 'kg')", "DELETE FROM PRODUCT"},
       {"PROPERTY", "PROPERTYID", std::int32_t{3}, "INSERT INTO PRODUCTPROPVALUE (PROPERTYID, PRODUCTID) VALUES (3, 1)",
        "DELETE FROM PRODUCTPROPVALUE"},
       {"PROPERTYGROUP", "PROPERTYGROUPID", std::int32_t{4},
-       "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, PROPERTYGROUPID) VALUES ('P', 'P', 4)", "DELETE FROM PRODUCT"},
+       "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, PROPERTYGROUPID) VALUES ('P', 'P', 4)",
+       "DELETE FROM PRODUCT"},
       {"PROPERTYGROUP", "PROPERTYGROUPID", std::int32_t{4},
        "INSERT INTO COMMODITY (COMMODITYCODE, PROPERTYGROUPID) VALUES ('C', 4)", "DELETE FROM COMMODITY"},
-      {"PROPERTYGROUP", "PROPERTYGROUPID", std::int32_t{4}, "INSERT INTO USERS (USERID, PROPERTYGROUPID) VALUES ('anna', 4)",
-       "DELETE FROM USERS"},
+      {"PROPERTYGROUP", "PROPERTYGROUPID", std::int32_t{4},
+       "INSERT INTO USERS (USERID, PROPERTYGROUPID) VALUES ('anna', 4)", "DELETE FROM USERS"},
       {"UNSPSCCodes", "UNSPSCCode", "1020",
-       "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, UNSPSCCODE) VALUES ('P', 'P', '1020')", "DELETE FROM PRODUCT"},
-      {"UNSPSCCodes", "UNSPSCCode", "1020", "INSERT INTO PRODUCTCATEGORY (CATEGORYNAME, UNSPSCCODE) VALUES ('C', '1020')",
-       "DELETE FROM PRODUCTCATEGORY"},
+       "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, UNSPSCCODE) VALUES ('P', 'P', '1020')",
+       "DELETE FROM PRODUCT"},
+      {"UNSPSCCodes", "UNSPSCCode", "1020",
+       "INSERT INTO PRODUCTCATEGORY (CATEGORYNAME, UNSPSCCODE) VALUES ('C', '1020')", "DELETE FROM PRODUCTCATEGORY"},
       {"PRODUCTCATEGORY", "CATEGORYID", std::int32_t{6}, "INSERT INTO FAQISSUE (PRODUCTCATEGORYID) VALUES (6)",
        "DELETE FROM FAQISSUE"},
       {"PRODUCT", "ProductID", std::int32_t{7}, "INSERT INTO FAQISSUE (PRODUCTID) VALUES (7)", "DELETE FROM FAQISSUE"},
@@ -155,7 +166,8 @@ TEST_F(ReferentialCheckerTest, ARowThatIsReferredToHasToStay) {
     EXPECT_TRUE(may_go(row.table, row.field, row.key)) << "nothing refers to " << row.table;
     execute({row.dependent});
     EXPECT_FALSE(may_go(row.table, row.field, row.key)) << row.dependent;
-    EXPECT_TRUE(may_go(row.table, row.field, row.key.is_text() ? Variant("other") : Variant(std::int32_t{99}))) << row.dependent;
+    EXPECT_TRUE(may_go(row.table, row.field, row.key.is_text() ? Variant("other") : Variant(std::int32_t{99})))
+        << row.dependent;
     EXPECT_TRUE(may_go(row.table, row.field, kNull)) << row.dependent;
     execute({row.clear});
   }
@@ -181,8 +193,9 @@ TEST_F(ReferentialCheckerTest, AConfiguredOwnerOfDependentRowsMayRefuse) {
     ScriptedOwner::answer = answer;
     ScriptedOwner::asked.clear();
     EXPECT_EQ(checker_.RunBeforeDelete("Product", Array{"ProductID"}, Array{std::int32_t{5}}), answer);
-    EXPECT_EQ(ScriptedOwner::asked, (std::vector<std::vector<Variant>>{
-                                        {"BeforeDelete", Variant(), Array{"ProductID"}, Array{std::int32_t{5}}}}));
+    EXPECT_EQ(
+        ScriptedOwner::asked,
+        (std::vector<std::vector<Variant>>{{"BeforeDelete", Variant(), Array{"ProductID"}, Array{std::int32_t{5}}}}));
   }
 }
 

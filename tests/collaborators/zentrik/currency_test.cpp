@@ -11,8 +11,8 @@ using Amount = mercato::Currency;
 class CurrencyTest : public test::StoreTest {
  protected:
   void add_rate(const std::string& source, const std::string& target, const std::string& day, const std::string& rate) {
-    execute({"INSERT INTO EXCHANGERATE (SOURCECODE, TARGETCODE, EFFECTIVEDATE, RATE) VALUES ('" + source + "', '" + target +
-             "', '" + day + "', " + rate + ")"});
+    execute({"INSERT INTO EXCHANGERATE (SOURCECODE, TARGETCODE, EFFECTIVEDATE, RATE) VALUES ('" + source + "', '" +
+             target + "', '" + day + "', " + rate + ")"});
   }
   std::string converted(const std::string& source, const std::string& target, const std::string& amount,
                         const CivilTime& time = {2026, 7, 1}) {

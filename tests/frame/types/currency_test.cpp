@@ -54,9 +54,15 @@ TEST(CurrencyFromText, IsExactWithinItsRangeAndRoundsHalfToEven) {
 
 TEST(CurrencyFromDouble, RoundsHalfToEvenAndOverflows) {
   const std::vector<std::pair<double, std::string>> cases = {
-      {0.00005, "0"},         {0.00015, "0.0002"}, {2.5, "2.5"}, {-1234.5678, "-1234.5678"},
-      {9e14, "900000000000000"}, {9.3e14, "raises 6"}, {-9.3e14, "raises 6"},
-      {std::numeric_limits<double>::quiet_NaN(), "raises 6"}, {std::numeric_limits<double>::infinity(), "raises 6"},
+      {0.03125, "0.0312"},
+      {0.09375, "0.0938"},
+      {2.5, "2.5"},
+      {-1234.5678, "-1234.5678"},
+      {9e14, "900000000000000"},
+      {9.3e14, "raises 6"},
+      {-9.3e14, "raises 6"},
+      {std::numeric_limits<double>::quiet_NaN(), "raises 6"},
+      {std::numeric_limits<double>::infinity(), "raises 6"},
   };
   for (const auto& [number, expected] : cases)
     EXPECT_EQ(outcome_of([number = number] { return Currency::from_double(number).text(); }), expected) << number;
@@ -64,8 +70,8 @@ TEST(CurrencyFromDouble, RoundsHalfToEvenAndOverflows) {
 
 TEST(CurrencyText, ComesBackAsTheSameAmount) {
   std::mt19937_64 random(20260701);
-  std::vector<std::int64_t> amounts = {0, 1, -1, 9999, 10000, std::numeric_limits<std::int64_t>::max(),
-                                       std::numeric_limits<std::int64_t>::min()};
+  std::vector<std::int64_t> amounts = {
+      0, 1, -1, 9999, 10000, std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::min()};
   for (int count = 0; count < 1000; ++count) amounts.push_back(static_cast<std::int64_t>(random()) >> (count % 60));
   for (const std::int64_t scaled : amounts) {
     const Currency amount = Currency::from_scaled(scaled);

@@ -130,7 +130,8 @@ TEST(DictionaryUsedAsAQueue, FindsWhatWasAddedAfterManyRemovals) {
   for (int number = 0; number < 200; ++number) {
     dictionary.Add(number, number);
     if (number >= 3) dictionary.Remove(number - 3);
-    for (int live = std::max(0, number - 2); live <= number; ++live) ASSERT_TRUE(dictionary.Exists(live)) << live << " at " << number;
+    for (int live = std::max(0, number - 2); live <= number; ++live)
+      ASSERT_TRUE(dictionary.Exists(live)) << live << " at " << number;
   }
   EXPECT_EQ(dictionary.Keys(), keys({197, 198, 199}));
 }

@@ -16,8 +16,12 @@ TEST(TextLength, CountsCharactersNotBytes) {
   EXPECT_EQ(length("Größe"), 5u);
   EXPECT_EQ(length("日本語"), 3u);
   EXPECT_EQ(length("\xF0\x9F\x98\x80"), 1u);
-  EXPECT_EQ(length("\xFF" "a"), 2u);
-  EXPECT_EQ(length("a\x80" "b"), 2u);
+  EXPECT_EQ(length("\xFF"
+                   "a"),
+            2u);
+  EXPECT_EQ(length("a\x80"
+                   "b"),
+            2u);
   EXPECT_EQ(length("\x80"), 1u);
 }
 
@@ -36,7 +40,9 @@ TEST(TextCuts, NeverSplitACharacter) {
 }
 
 TEST(TextCuts, AgreeWithTheLengthAlsoForInvalidBytes) {
-  for (const std::string text : {"a\x80" "b\xC3", "\x80\x80x", "\xF0\x9F", "日\xFF本"})
+  for (const std::string& text : std::vector<std::string>{"a\x80"
+                                                          "b\xC3",
+                                                          "\x80\x80x", "\xF0\x9F", "日\xFF本"})
     for (std::size_t count = 0; count <= length(text); ++count) {
       EXPECT_EQ(length(left(text, count)), count);
       EXPECT_EQ(std::string(left(text, length(text) - count)) + std::string(right(text, count)), text);
@@ -48,7 +54,10 @@ TEST(TextTrim, TakesBlanksOnly) {
   EXPECT_EQ(trim("   "), "");
   EXPECT_EQ(trim(""), "");
   EXPECT_EQ(trim("\ta\n"), "\ta\n");
-  EXPECT_EQ(trim("\xC2\xA0" "a"), "\xC2\xA0" "a");
+  EXPECT_EQ(trim("\xC2\xA0"
+                 "a"),
+            "\xC2\xA0"
+            "a");
 }
 
 TEST(TextCase, IsUnicodes) {
@@ -83,10 +92,13 @@ TEST(TextSplit, KeepsEmptyPartsAndGivesNoneForTheEmptyText) {
 }
 
 TEST(TextValidity, IsThatOfUtf8) {
-  for (const std::string valid : {"", "abc", "Größe", "\xF4\x8F\xBF\xBF", "\xEF\xBF\xBF", "\xE2\x80\x8F"}) EXPECT_TRUE(is_valid(valid));
+  for (const std::string& valid :
+       std::vector<std::string>{"", "abc", "Größe", "\xF4\x8F\xBF\xBF", "\xEF\xBF\xBF", "\xE2\x80\x8F"})
+    EXPECT_TRUE(is_valid(valid));
   EXPECT_TRUE(is_valid(std::string("a\0b", 3)));
-  for (const std::string invalid : {"\x80", "\xC0\xAF", "\xC3", "\xE2\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80",
-                                    "\xE0\x80\xAF", "\xF0\x80\x80\xAF", "\xFF"})
+  for (const std::string& invalid :
+       std::vector<std::string>{"\x80", "\xC0\xAF", "\xC3", "\xE2\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80",
+                                "\xF8\x88\x80\x80\x80", "\xE0\x80\xAF", "\xF0\x80\x80\xAF", "\xFF"})
     EXPECT_FALSE(is_valid(invalid));
 }
 

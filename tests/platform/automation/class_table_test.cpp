@@ -23,7 +23,8 @@ class Sample : public ComponentOf<Sample> {
   static const ClassTable& table() {
     static const ClassTable table =
         ClassTable::of<Sample>("Test.Sample", "{00000000-0000-0000-0000-000000000001}", TransactionAttribute::none)
-            .method("Describe", &Sample::Describe, {"i_lId", "i_sText", "i_nShort", "i_dNumber", "i_bFlag", "i_dtDate", "i_cAmount"})
+            .method("Describe", &Sample::Describe,
+                    {"i_lId", "i_sText", "i_nShort", "i_dNumber", "i_bFlag", "i_dtDate", "i_cAmount"})
             .method("Swap", &Sample::Swap, {"a", "b"})
             .method("FailAfterChange", &Sample::FailAfterChange, {"text", "count"})
             .method("Sum", &Sample::Sum, {"first", optional("second", 10), optional("third")})
@@ -39,8 +40,8 @@ class Sample : public ComponentOf<Sample> {
     return table;
   }
 
-  std::string Describe(std::int32_t id, const std::string& text, std::int16_t narrow, double number, bool flag, Date date,
-                       Currency amount) {
+  std::string Describe(std::int32_t id, const std::string& text, std::int16_t narrow, double number, bool flag,
+                       Date date, Currency amount) {
     return std::to_string(id) + "|" + text + "|" + std::to_string(narrow) + "|" + Variant(number).to_text() + "|" +
            Variant(flag).to_text() + "|" + date.iso_text() + "|" + amount.text();
   }
@@ -97,20 +98,22 @@ TEST_F(Automation, TheTableTakesTypesAndReferencesFromTheSignature) {
     for (const ArgumentInfo& argument : method.arguments)
       text += std::string(argument.type) + (argument.by_reference ? "& " : " ") + argument.name +
               (argument.optional ? " = " + std::string(argument.default_value.type_name()) : "") + ";";
-    described.push_back(text + ") " + std::string(method.result) + (method.property ? " property" : "") + method.deprecated);
+    described.push_back(text + ") " + std::string(method.result) + (method.property ? " property" : "") +
+                        method.deprecated);
   }
-  EXPECT_EQ(described, (std::vector<std::string>{
-                           "Describe(long i_lId;string i_sText;short i_nShort;double i_dNumber;boolean i_bFlag;date i_dtDate;"
-                           "currency i_cAmount;) string",
-                           "Swap(string& a;string& b;) ",
-                           "FailAfterChange(string& text;long& count;) ",
-                           "Sum(long first;long second = Long;variant third = Missing;) long",
-                           "Items(array list;) long",
-                           "CountOf(Dictionary dictionary;) long",
-                           "Old() Test.Sample.Sum",
-                           "Anything() Recordset",
-                           "Name(string value = Missing;) string property",
-                       }));
+  EXPECT_EQ(described,
+            (std::vector<std::string>{
+                "Describe(long i_lId;string i_sText;short i_nShort;double i_dNumber;boolean i_bFlag;date i_dtDate;"
+                "currency i_cAmount;) string",
+                "Swap(string& a;string& b;) ",
+                "FailAfterChange(string& text;long& count;) ",
+                "Sum(long first;long second = Long;variant third = Missing;) long",
+                "Items(array list;) long",
+                "CountOf(Dictionary dictionary;) long",
+                "Old() Test.Sample.Sum",
+                "Anything() Recordset",
+                "Name(string value = Missing;) string property",
+            }));
 }
 
 // Calls
@@ -131,7 +134,7 @@ TEST_F(Automation, ACallConvertsArgumentsToTheirTypes) {
 TEST_F(Automation, ACallWhoseArgumentDoesNotConvertFailsAsTheConversionDoes) {
   const std::vector<Variant> fitting = {1, "t", 1, 1, true, Date(1), Currency()};
   const std::vector<std::tuple<std::size_t, Variant, std::int32_t>> cases = {
-      {0, "x", 13}, {0, 3e9, 6},  {0, kNull, 94}, {1, kNull, 94},    {1, Array{1}, 13},
+      {0, "x", 13},  {0, 3e9, 6}, {0, kNull, 94}, {1, kNull, 94},   {1, Array{1}, 13},
       {2, 40000, 6}, {3, "", 13}, {4, "yes", 13}, {5, "never", 13}, {6, "much", 13},
   };
   for (const auto& [position, value, number] : cases) {
@@ -158,7 +161,8 @@ TEST_F(Automation, ArgumentsByReferenceComeBack) {
 
 TEST_F(Automation, ArgumentsByReferenceComeBackAlsoFromAFailure) {
   std::vector<Variant> arguments = {"text", 7};
-  EXPECT_EQ(failure_of([&] { invoke(sample_, "FailAfterChange", arguments); }), (RaisedError{5, "Test.Sample", "failed", "", 0}));
+  EXPECT_EQ(failure_of([&] { invoke(sample_, "FailAfterChange", arguments); }),
+            (RaisedError{5, "Test.Sample", "failed", "", 0}));
   EXPECT_EQ(arguments, (std::vector<Variant>{"text changed", 8}));
 }
 
@@ -177,12 +181,14 @@ TEST_F(Automation, OptionalArgumentsHaveTheirDefaults) {
 }
 
 TEST_F(Automation, AMissingArgumentThatIsNotOptionalFails) {
-  EXPECT_EQ(failure("Sum", {}), (RaisedError{449, "Mercato", "Test.Sample.Sum: argument first is not optional", "", 0}));
+  EXPECT_EQ(failure("Sum", {}),
+            (RaisedError{449, "Mercato", "Test.Sample.Sum: argument first is not optional", "", 0}));
   EXPECT_EQ(failure("Sum", {kMissing, 2}).Number, 449);
 }
 
 TEST_F(Automation, TooManyArgumentsFail) {
-  EXPECT_EQ(failure("Sum", {1, 2, 3, 4}), (RaisedError{450, "Mercato", "Test.Sample.Sum takes at most 3 arguments", "", 0}));
+  EXPECT_EQ(failure("Sum", {1, 2, 3, 4}),
+            (RaisedError{450, "Mercato", "Test.Sample.Sum takes at most 3 arguments", "", 0}));
 }
 
 TEST_F(Automation, AnUnknownMethodFails) {
@@ -209,7 +215,8 @@ class Answering : public CallObserver {
   Answering(const Answering&) = delete;
   Answering& operator=(const Answering&) = delete;
 
-  bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments, Variant& result) override {
+  bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments,
+               Variant& result) override {
     seen.push_back(table.prog_id() + "." + method.name + "/" + std::to_string(arguments.size()));
     if (method.name == "Sum") {
       result = "answered";
@@ -234,8 +241,8 @@ TEST_F(Automation, AnObserverSeesCallsWithTheirDefaultsAndMayAnswerOrRefuseThem)
   std::vector<Variant> arguments = {"a", "b"};
   invoke(sample_, "Swap", arguments);
   EXPECT_EQ(arguments, (std::vector<Variant>{"b", "from outside"}));
-  EXPECT_EQ(observer.seen,
-            (std::vector<std::string>{"Test.Sample.Sum/3", "Test.Sample.Old/0", "Test.Sample.Items/1", "Test.Sample.Swap/2"}));
+  EXPECT_EQ(observer.seen, (std::vector<std::string>{"Test.Sample.Sum/3", "Test.Sample.Old/0", "Test.Sample.Items/1",
+                                                     "Test.Sample.Swap/2"}));
 }
 
 TEST_F(Automation, AnObserverIsGoneWhenItIsReplaced) {

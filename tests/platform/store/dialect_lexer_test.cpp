@@ -67,6 +67,11 @@ TEST(DialectLexer, StatementsOfOneShapeDifferInLiteralsOnly) {
   EXPECT_NE(shape_of("A=5"), shape_of("A='5'"));
   EXPECT_NE(shape_of("A='5'"), shape_of("A=N'5'"));
   EXPECT_NE(shape_of("A=5"), shape_of("a=5"));
+  // An index can be searched for the one and not for the other.
+  EXPECT_NE(shape_of("A LIKE 'x%'"), shape_of("A LIKE '%x'"));
+  EXPECT_NE(shape_of("A like N'x%'"), shape_of("A like N'[x]'"));
+  EXPECT_EQ(shape_of("A LIKE 'x%'"), shape_of("A LIKE '7_8'"));
+  EXPECT_EQ(shape_of("A = 'x%'"), shape_of("A = '%x'"));
   EXPECT_NE(shape_of("A=5"), shape_of("A=null"));
   EXPECT_NE(shape_of("A IN (1,2)"), shape_of("A IN (1,2,3)"));
 }

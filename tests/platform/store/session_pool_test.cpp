@@ -139,6 +139,25 @@ TEST_F(SessionPool, ThreadsWorkSideBySide) {
   EXPECT_EQ(query_one(*acquire_session(store_).get(), "SELECT COUNT(*) FROM T"), Variant(kThreads * kRounds));
 }
 
+TEST_F(SessionPool, ThreadsThatOpenANewStoreTogetherAllGetIt) {
+  for (int round = 0; round < 10; ++round) {
+    const std::string fresh = folder_.store("fresh" + std::to_string(round) + ".db");
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread)
+      threads.emplace_back([&] {
+        try {
+          const PooledSession session = acquire_session(fresh);
+          query_one(*session.get(), "SELECT 1");
+        } catch (const Raised&) {
+          ++failures;
+        }
+      });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(failures, 0);
+  }
+}
+
 TEST_F(SessionPool, TwoRunsAtOnceGiveEachOtherTurns) {
   run(*acquire_session(store_).get(), "CREATE TABLE T (N int NULL)");
   std::vector<std::thread> threads;

@@ -13,6 +13,7 @@
 #include "frame/lib_mts.h"
 #include "frame/types/dictionary.h"
 #include "platform/automation/invoke.h"
+#include "platform/automation/registry.h"
 #include "tests/support/store_fixture.h"
 
 namespace mercato::test {
@@ -249,7 +250,10 @@ TEST_F(Transactions, ACallOfAnObjectOnItselfDoesNotEndTheOuterCall) {
 
 TEST_F(Transactions, AFailingCallsVoteCountsAllTheSame) {
   const ComponentPtr root = create_root("Test.Worker");
-  EXPECT_EQ(raised_by([&] { invoke(root, "Insert", {"A", "fail"}); }), (RaisedError{5, "Test.Worker", "failed", "", 0}));
+  EXPECT_EQ(raised_by([&] {
+              invoke(root, "Insert", {"A", "fail"});
+            }),
+            (RaisedError{5, "Test.Worker", "failed", "", 0}));
   EXPECT_EQ(outcome(root), Outcome::rolledback);
   EXPECT_EQ(vote(root), Vote::abort);
   EXPECT_EQ(units(), "");

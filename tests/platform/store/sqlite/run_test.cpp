@@ -8,6 +8,7 @@
 #include <random>
 #include <thread>
 
+#include "platform/store/call_limit.h"
 #include "platform/store/unit_of_work.h"
 #include "tests/platform/store/store_files.h"
 
@@ -82,6 +83,55 @@ TEST_F(KilledRun, LeavesAPrefixOfWholeStatements) {
 TEST_F(KilledRun, LeavesNothingOfATransaction) {
   kill_a_writer_after(std::chrono::milliseconds(150), 1, UnitOfWork::Kind::transaction);
   EXPECT_EQ(query_one(*acquire_session(store_).get(), "SELECT COUNT(*) FROM STEP"), Variant(0));
+}
+
+// The engine undoes a whole transaction with a write that is ended.
+class LateWrite : public testing::Test {
+ protected:
+  LateWrite() {
+    run(*session_.get(), "CREATE TABLE T (N int NULL)");
+    run(*session_.get(), "CREATE TABLE MANY (N int NULL)");
+    session_->start_transaction();
+    for (int i = 0; i < 100; ++i) run(*session_.get(), "INSERT INTO T (N) VALUES (" + std::to_string(i) + ")");
+    session_->commit();
+  }
+  Variant count() { return query_one(*acquire_session(store_).get(), "SELECT COUNT(*) FROM MANY"); }
+
+  static constexpr const char* kLongWrite = "INSERT INTO MANY (N) SELECT A.N FROM T A, T B, T C";
+
+  test::Folder folder_;
+  std::string store_ = folder_.store();
+  PooledSession session_ = acquire_session(store_);
+};
+
+TEST_F(LateWrite, InATransactionTakesTheTransactionAlong) {
+  session_->start_transaction();
+  run(*session_.get(), "INSERT INTO MANY (N) VALUES (1)");
+  {
+    const CallLimit limit(0.02);
+    EXPECT_EQ(test::failure_of([&] { run(*session_.get(), kLongWrite); }).Number, error_number::kTimeout);
+  }
+  const RaisedError later = test::failure_of([&] { run(*session_.get(), "INSERT INTO MANY (N) VALUES (2)"); });
+  EXPECT_EQ(later, (RaisedError{error_number::kStoreFailure, "SQLite store",
+                                "This transaction can only be rolled back: the store undid it after a failure. Timeout "
+                                "expired: the call ran longer than its limit of 0.02 seconds",
+                                {}, 0}));
+  session_->rollback();
+  run(*session_.get(), "INSERT INTO MANY (N) VALUES (3)");
+  EXPECT_EQ(count(), Variant(1));
+}
+
+TEST_F(LateWrite, InARunIsFinishedSoThatEarlierStatementsStand) {
+  session_->begin_run();
+  run(*session_.get(), "INSERT INTO MANY (N) VALUES (1)");
+  {
+    const CallLimit limit(0.02);
+    EXPECT_EQ(run(*session_.get(), kLongWrite).affected, 1000000);
+    EXPECT_EQ(test::failure_of([&] { run(*session_.get(), "INSERT INTO MANY (N) VALUES (2)"); }).Number,
+              error_number::kTimeout);
+  }
+  session_->end_run();
+  EXPECT_EQ(count(), Variant(1000001));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/store/dialect/like_prefix.h"
 #include "platform/store/sqlite/collation.h"
 
 namespace mercato::store::sqlite {
@@ -88,6 +89,24 @@ TEST(TextOrder, EveryPairOfSingleCharactersAgreesWithTheCollator) {
     }
   }
   ucol_close(collator);
+}
+
+// What a search in an index by the begin of a pattern rests on.
+TEST(TextOrder, TextsThatBeginAlikeStandTogether) {
+  const TextOrder order;
+  std::mt19937 random(20260703);
+  const std::vector<std::string> pieces = {"a", "l", "L", "z", "9", " ", "-", "\x01", "\t", "á", "\xCC\x81", "\xC2\xB7", "\xCE\x87", "漢", "\xFF", "\xE2\x82", "\xE0\xB9\x80",
+                                           "\xF4\x8F\xBF\xBF", "\xEF\xBF\xBD", "\xF0\x9F\x98\x80"};
+  for (int i = 0; i < 100000; ++i) {
+    std::string prefix;
+    for (auto length = 1 + random() % 4; length > 0; --length) prefix += "aAlLzZ09kstij"[random() % 13];
+    std::string text = prefix;
+    for (char& c : text)
+      if (c >= 'a' && random() % 2 == 0) c = static_cast<char>(c - 'a' + 'A');
+    for (auto length = random() % 4; length > 0; --length) text += pieces[random() % pieces.size()];
+    ASSERT_LE(order.compare(prefix, text), 0) << testing::PrintToString(prefix) << " " << testing::PrintToString(text);
+    ASSERT_LT(order.compare(text, prefix + std::string(dialect::kBehindAllTexts)), 0) << testing::PrintToString(prefix) << " " << testing::PrintToString(text);
+  }
 }
 
 TEST(TextOrder, SeveralThreadsCompareEachWithItsOwn) {

@@ -1,0 +1,582 @@
+#include "frame/types/date.h"
+#include "platform/automation/registry.h"
+#include "platform/transactions/object_context.h"
+#include "tests/upload/upload_fixture.h"
+
+namespace mercato::test {
+namespace {
+
+class ProductUpload : public UploadTest {
+ protected:
+  void insert(const std::string& text, const std::string& part_number = "A-1", bool update_on_errors = false) {
+    upload.insertProductFromXML(text, false, part_number, update_on_errors);
+  }
+  void update(const std::string& text, const std::string& part_number = "A-1", bool update_on_errors = false) {
+    upload.updateProductFromXML(text, false, part_number, update_on_errors);
+  }
+  // A bulk run with the file key "k"; what becomes of the list.
+  std::vector<std::string> insert_all(const std::string& text, std::vector<Variant> part_numbers,
+                                      bool update_on_errors = false) {
+    list = Array(std::move(part_numbers));
+    upload.insertProductsFromXML("k/\\" + text, false, list, update_on_errors);
+    return texts_of(list);
+  }
+  static std::vector<std::string> texts_of(const Array& array) {
+    std::vector<std::string> texts;
+    for (const Variant& item : array.items) texts.push_back(item.to_text());
+    return texts;
+  }
+  static Date at(int hour, int minute, int second) { return Date::from_civil({2026, 7, 1, hour, minute, second}); }
+
+  ProductXML upload;
+  Array list;
+};
+
+// One record.
+
+TEST_F(ProductUpload, NewRecordIsWrittenStatementByStatement) {
+  Recorder recorder;
+  insert(fixture("all-fields"));
+  EXPECT_EQ(
+      recorder.statements,
+      (Statements{"SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'",
+                  "SELECT UNITCODE FROM UNIT WHERE UNITCODE='Piece' OR UNITDESCRIPTION = 'Piece'",     //
+                  kReadCommitted, "SELECT COMMODITYCODE FROM COMMODITY WHERE COMMODITYCODE='OFFICE'",  //
+                  kReadCommitted, "SELECT CONTRACTCODE FROM CONTRACTLINES WHERE CONTRACTCODE='K7' AND NUMBER=5",
+                  kReadCommitted, "SELECT NUMBER FROM CONTRACTLINES WHERE NUMBER=5 AND CONTRACTCODE='K7'",
+                  "SELECT * FROM HAZARDOUSCLASS WHERE CLASSCODE = 'H1'",  //
+                  "SELECT * FROM PRODUCT WHERE 0=1",                      //
+                  "SELECT * FROM PRODUCT WHERE PRODUCTID=1",              //
+                  "DELETE FROM productbuyer WHERE PRODUCTID=1",           //
+                  "SELECT * FROM PRODUCTBUYER WHERE 0=1",                 //
+                  "SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'",
+                  "SELECT PROPERTY.PROPERTYID, PROPERTY.DATATYPE FROM PROPERTY WHERE PROPERTY.PROPERTYNAME = 'COLOUR'",
+                  "SELECT * FROM PROPERTY WHERE 0=1",
+                  "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (1 ,1 ,'blue')"}));
+  EXPECT_EQ(recorder.log, std::vector<LogEntry>{});
+}
+
+TEST_F(ProductUpload, NewRecordReachesItsColumns) {
+  clock::script_clock(at(8, 30, 0), 0);
+  insert(fixture("all-fields"));
+  EXPECT_EQ(product("UNITCODE").to_text(), "PC");
+  EXPECT_EQ(product("PRODUCTDESCRIPTION").to_text(), "Pen");
+  EXPECT_EQ(product("PARTNUMBER").to_text(), "A1");
+  EXPECT_EQ(product("COMMODITYCODE").to_text(), "OFFICE");
+  EXPECT_EQ(product("CONTRACTCODE").to_text(), "K7");
+  EXPECT_EQ(product("NUMBER").to_long(), 5);
+  EXPECT_EQ(product("BUSINESSPARTNERID").to_long(), 1);
+  EXPECT_EQ(product("USERID").to_text(), "ann");
+  EXPECT_EQ(product("MULTIPLEBUYER").to_long(), 1);
+  EXPECT_EQ(product("PRODUCTREMARK").to_text(), "It''s blue") << "an insert doubles the apostrophes of the remark";
+  EXPECT_EQ(product("BUYFROMCONTACTEMAIL").to_text(), "sales@acme.test");
+  EXPECT_EQ(product("CLASSIFICATION").to_text(), "C");
+  EXPECT_EQ(product("PRODUCTEFFECTIVITYDATE").to_date(), Date::from_civil({2026, 7, 1, 0, 0, 0}));
+  EXPECT_EQ(product("MINORDERQTY").to_double(), 1) << "0 becomes 1";
+  EXPECT_EQ(product("GTIN").to_text(), "00000000000123");
+  EXPECT_EQ(product("CLASSCODE").to_text(), "H1");
+  EXPECT_EQ(product("SERVICEITEM").to_long(), 0);
+  EXPECT_EQ(product("DATEUPDATED").to_date(), at(8, 30, 0));
+  EXPECT_TRUE(product("URL").is_null());
+  EXPECT_EQ(buyers(), (std::vector<std::string>{"ann", "bob"}));
+  EXPECT_EQ(upload.MultipleBuyerSeparator(), "/");
+}
+
+TEST_F(ProductUpload, ExistingRecordIsUpdatedByTheInsertCallStatementByStatement) {
+  add_product();
+  Recorder recorder;
+  insert(document(record("A-1", "<PRODUCTREMARK>It's</PRODUCTREMARK><MULTIPLEOF>0</MULTIPLEOF>")));
+  EXPECT_EQ(recorder.statements, (Statements{"SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'",
+                                             "SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER ='A-1'",
+                                             "SELECT * FROM PRODUCT WHERE PRODUCTID=1",  //
+                                             "SELECT * FROM PRODUCT WHERE PRODUCTID=1",  //
+                                             "DELETE FROM productbuyer WHERE PRODUCTID=1",
+                                             "SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'"}));
+  EXPECT_EQ(products(), 1);
+  EXPECT_EQ(product("PRODUCTREMARK").to_text(), "It's");
+  EXPECT_EQ(product("MULTIPLEOF").to_double(), 1);
+  EXPECT_EQ(product("PRODUCTDESCRIPTION").to_text(), "Old");
+}
+
+TEST_F(ProductUpload, LostFieldMakesTheWholeRecordBePassedOver) {
+  insert(fixture("record-with-bad-fields"));
+  EXPECT_EQ(products(), 0);
+}
+
+TEST_F(ProductUpload, LostFieldCostsOnlyItselfWhenTheCallerSaysSo) {
+  insert(fixture("record-with-bad-fields"), "A-1", true);
+  EXPECT_EQ(product("PARTNUMBER").to_text(), "A1");
+  EXPECT_TRUE(product("COMMODITYCODE").is_null());
+}
+
+TEST_F(ProductUpload, SeparatorElementCountsAsAFieldAndIsNotLost) {
+  insert(document(record("A-1", kRequired + "<MULTIPLEBUYERSEPARATOR>/</MULTIPLEBUYERSEPARATOR>")));
+  EXPECT_EQ(products(), 1);
+  EXPECT_EQ(value_of("SELECT COUNT(*) FROM PROPERTY").to_long(), 0);
+}
+
+TEST_F(ProductUpload, PartNumberThatTheDocumentLacksDoesNothing) {
+  insert(fixture("all-fields"), "Z-9");
+  update(fixture("all-fields"), "Z-9");
+  EXPECT_EQ(products(), 0);
+}
+
+TEST_F(ProductUpload, RecordWhoseFieldsAreAllBadWritesNothing) {
+  insert(document(record("A-1", "<LOTSIZE>ten</LOTSIZE>")), "A-1", true);
+  EXPECT_EQ(products(), 0);
+}
+
+TEST_F(ProductUpload, UpdateOfAnUnknownPartNumberWritesNothingAndFailsAtItsProperties) {
+  Recorder recorder;
+  const RaisedError error = raised_by([&] { update(document(record("A-1", kRequired))); });
+  EXPECT_EQ(error.Number, error_number::kNoCurrentRow);
+  const ExpectedFailure expected(
+      "800A0BCD", "Mercato", std::string(error_number::default_description(error_number::kNoCurrentRow)),
+      {"Mercato.ProductXML.updateProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
+       "Mercato.ProductXML.updateProductFromXML"});
+  EXPECT_EQ(error.Source, "Mercato");
+  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(recorder.log, expected.log);
+  EXPECT_EQ(products(), 0);
+}
+
+TEST_F(ProductUpload, QuietStopOfTheInsertFailsAtItsProperties) {
+  Recorder recorder;
+  const RaisedError error = raised_by(
+      [&] { insert(document(record("A-1", "<UNIT>PC</UNIT><PRODUCTDESCRIPTION/><PARTNUMBER>A1</PARTNUMBER>"))); });
+  const ExpectedFailure expected(
+      "800A0BCD", "Mercato", std::string(error_number::default_description(error_number::kNoCurrentRow)),
+      {"Mercato.ProductXML.insertProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
+       "Mercato.ProductXML.insertProductFromXML"});
+  EXPECT_EQ(error.Number, error_number::kNoCurrentRow);
+  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(recorder.log, expected.log);
+  EXPECT_EQ(products(), 0);
+}
+
+TEST_F(ProductUpload, MissingRequiredFieldIsTheStoresToRefuse) {
+  EXPECT_EQ(raised_by([&] { insert(document(record("A-1", "<PARTNUMBER>A1</PARTNUMBER>"))); }).Number,
+            error_number::kConstraintViolated);
+}
+
+TEST_F(ProductUpload, LongGtinIsStoredAsItStandsByInsertAndUpdate) {
+  insert(document(record("A-1", kRequired + "<GTIN>123456789012345</GTIN>")));
+  EXPECT_EQ(product("GTIN").to_text(), "123456789012345");
+  update(document(record("A-1", "<GTIN>9876543210987654</GTIN>")));
+  EXPECT_EQ(product("GTIN").to_text(), "9876543210987654");
+}
+
+TEST_F(ProductUpload, FailureInTheMiddleOfARecordKeepsWhatWasWrittenBefore) {
+  Recorder recorder;
+  recorder.fail_on = "INSERT PRODUCTPROPVALUE";
+  const RaisedError error = raised_by([&] { insert(fixture("all-fields")); });
+  const ExpectedFailure expected(
+      "80040E14", "Test", "refused on request",
+      {"Mercato.ProductXML.insertProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
+       "Mercato.ProductXML.insertProductFromXML"});
+  EXPECT_EQ(error.Source, "Test");
+  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(recorder.log, expected.log);
+  EXPECT_EQ(products(), 1);
+  EXPECT_EQ(buyers().size(), 2u);
+}
+
+TEST_F(ProductUpload, FailuresCarryTheLabelsOfTheirMethods) {
+  struct Case {
+    std::string fail_on;
+    std::vector<std::string> methods;  // below updateInsertProductFromXML
+  };
+  const Case inserting[] = {
+      {"SELECT PRODUCTDESCRIPTION FROM PRODUCT", {"getProductName"}},
+      {"SELECT COMMODITYCODE", {"Exists", "getValidatedProductValues"}},
+      {"SELECT * FROM PRODUCT WHERE 0=1", {"Insert20", "insertProductValues"}},
+      {"DELETE FROM productbuyer", {"InsertUpdateMultipleBuyer", "Insert20", "insertProductValues"}},
+  };
+  const Case updating[] = {
+      {"WHERE BUYFROMPARTNUMBER ='", {"updateProductValues"}},
+      {"SELECT * FROM PRODUCT WHERE PRODUCTID=", {"Update20", "updateProductValues"}},
+      {"DELETE FROM productbuyer", {"InsertUpdateMultipleBuyer", "Update20", "updateProductValues"}},
+  };
+  const auto expect_labels = [&](const Case& row) {
+    SCOPED_TRACE(row.fail_on);
+    std::vector<std::string> methods;
+    for (const std::string& method : row.methods) methods.push_back("Mercato.ProductXML." + method);
+    methods.push_back("Mercato.ProductXML.updateInsertProductFromXML");
+    methods.push_back("Mercato.ProductXML.insertProductFromXML");
+    const ExpectedFailure expected("80040E14", "Test", "refused on request", methods);
+    Recorder recorder;
+    recorder.fail_on = row.fail_on;
+    EXPECT_EQ(raised_by([&] { insert(fixture("all-fields")); }).Description, expected.description);
+    EXPECT_EQ(recorder.log, expected.log);
+    execute({"DELETE FROM PRODUCT"});
+  };
+  for (const Case& row : inserting) expect_labels(row);
+  for (const Case& row : updating) {
+    add_product();
+    expect_labels(row);
+  }
+}
+
+// Where UNSPSC is in use the links would be brought in step, were the setting compared in the case that it is kept in.
+TEST_F(ProductUpload, CategoryLinksAreNeverTouchedWhateverTheSetting) {
+  for (const std::string setting : {"Yes", "YES", "yes", "No"}) {
+    SCOPED_TRACE(setting);
+    set_unspsc_setting(setting);
+    ProductXML fresh;
+    EXPECT_NO_THROW(fresh.insertProductFromXML(document(record("A-1", kRequired)), false, "A-1", false));
+    EXPECT_NO_THROW(fresh.updateProductFromXML(document(record("A-1", kRequired)), false, "A-1", false));
+  }
+}
+
+// Buyers.
+
+TEST_F(ProductUpload, UpdateWithoutBuyersDeletesTheBuyerRows) {
+  insert(fixture("all-fields"));
+  EXPECT_EQ(buyers().size(), 2u);
+  update(document(record("A-1", "<PRODUCTREMARK>new</PRODUCTREMARK>")));
+  EXPECT_EQ(buyers().size(), 0u);
+  EXPECT_EQ(product("USERID").to_text(), "ann");
+}
+
+TEST_F(ProductUpload, EmptyBuyerListOfAnUpdateLeavesTheFirstBuyer) {
+  insert(fixture("all-fields"));
+  update(document(record("A-1", "<BUYERID/>")));
+  EXPECT_EQ(product("USERID").to_text(), "ann");
+  EXPECT_EQ(buyers().size(), 0u);
+}
+
+TEST_F(ProductUpload, UpdateOfAProductWithoutTheBuyerFlagFailsAfterTheRowIsSaved) {
+  add_product("A-1", ", MULTIPLEBUYER", ", NULL");
+  Recorder recorder;
+  const RaisedError error = raised_by([&] { update(document(record("A-1", "<URL>new</URL>"))); });
+  const ExpectedFailure expected(
+      "5E", "Mercato", std::string(error_number::default_description(error_number::kInvalidUseOfNull)),
+      {"Mercato.ProductXML.InsertUpdateMultipleBuyer", "Mercato.ProductXML.Update20",
+       "Mercato.ProductXML.updateProductValues", "Mercato.ProductXML.updateInsertProductFromXML",
+       "Mercato.ProductXML.updateProductFromXML"});
+  EXPECT_EQ(error.Number, error_number::kInvalidUseOfNull);
+  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(recorder.log, expected.log);
+  EXPECT_EQ(product("URL").to_text(), "new");
+}
+
+TEST_F(ProductUpload, BuyersOfAProductWithoutSeveralBuyersAreOnlyDeleted) {
+  add_product();
+  execute({"INSERT PRODUCTBUYER (PRODUCTID, USERID) VALUES (1, 'bob')"});
+  Recorder recorder;
+  EXPECT_TRUE(upload.InsertUpdateMultipleBuyer(1, "ann"));
+  EXPECT_EQ(buyers(), std::vector<std::string>{});
+  EXPECT_EQ(recorder.statements,
+            (Statements{"SELECT * FROM PRODUCT WHERE PRODUCTID=1", "DELETE FROM productbuyer WHERE PRODUCTID=1"}));
+  EXPECT_EQ(upload.MultipleBuyerSeparator(), "");
+}
+
+TEST_F(ProductUpload, BuyersOfAProductWithSeveralAreReplacedPartByPartAsTheyStand) {
+  add_product("A-1", ", MULTIPLEBUYER", ", 1");
+  execute({"INSERT PRODUCTBUYER (PRODUCTID, USERID) VALUES (1, 'bob')"});
+  Recorder recorder;
+  EXPECT_TRUE(upload.InsertUpdateMultipleBuyer("1", ";ann;; cid"));
+  EXPECT_EQ(buyers(), (std::vector<std::string>{" cid", "ann"}));
+  EXPECT_EQ(recorder.statements,
+            (Statements{"SELECT * FROM PRODUCT WHERE PRODUCTID=1", "DELETE FROM productbuyer WHERE PRODUCTID=1",
+                        "SELECT * FROM PRODUCTBUYER WHERE 0=1"}));
+  EXPECT_EQ(upload.MultipleBuyerSeparator(), ";");
+}
+
+TEST_F(ProductUpload, BuyersOfAnUnknownProductFail) {
+  Recorder recorder;
+  const RaisedError error = raised_by([&] { upload.InsertUpdateMultipleBuyer(7, "ann"); });
+  const ExpectedFailure expected("800400C8", "Mercato.ProductXML.InsertUpdateMultipleBuyer", "Product not present",
+                                 {"Mercato.ProductXML.InsertUpdateMultipleBuyer"});
+  EXPECT_EQ(error.Number, eProductNotFound);
+  EXPECT_EQ(error.Source, "Mercato.ProductXML.InsertUpdateMultipleBuyer");
+  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(recorder.log, expected.log);
+}
+
+TEST_F(ProductUpload, ProductIdThatIsNoNumberIsRefusedByTheStore) {
+  EXPECT_EQ(raised_by([&] { upload.InsertUpdateMultipleBuyer("1 OR 1=1", "ann"); }).Number,
+            error_number::kStatementRefused);
+}
+
+TEST_F(ProductUpload, SeparatorOfOneRecordRulesTheLaterOnes) {
+  insert_all(document(record("A-1", kRequired + "<MULTIPLEBUYERSEPARATOR>/</MULTIPLEBUYERSEPARATOR>") +
+                      record("B-2", kRequired + "<BUYERID>ann/bob</BUYERID><MULTIPLEBUYER>1</MULTIPLEBUYER>")),
+             {"A-1", "B-2"});
+  EXPECT_EQ(buyers(), (std::vector<std::string>{"ann", "bob"}));
+}
+
+// Many records.
+
+TEST_F(ProductUpload, ListedRecordsAreDoneAndTheOthersRemainInTheFile) {
+  const std::string text =
+      document(record("A-1", kRequired) + record("B-2", kRequired) + record("C-3", "<LOTSIZE>ten</LOTSIZE>"));
+  EXPECT_EQ(insert_all(text, {"C-3", "A-1"}), (std::vector<std::string>{"C-3", "A-1"}));
+  EXPECT_EQ(list.lower, 0);
+  EXPECT_EQ(products(), 1);
+  EXPECT_EQ(part_numbers_in(remaining_file("k")), (std::vector<std::string>{"B-2"}));
+}
+
+TEST_F(ProductUpload, RemainingFileCanBeSubmittedAgain) {
+  insert_all(document(record("A-1", kRequired) + record("B-2", kRequired + "<COLOUR>r&amp;b \xC3\xA4</COLOUR>")),
+             {"A-1"});
+  ProductXML second;
+  Array rest{"B-2"};
+  second.insertProductsFromXML("k/\\" + remaining_file("k").string(), true, rest, false);
+  EXPECT_EQ(products(), 2);
+  EXPECT_EQ(property("COLOUR", "B-2").to_text(), "r&b \xC3\xA4");
+  EXPECT_FALSE(std::filesystem::exists(remaining_file("k")));
+}
+
+TEST_F(ProductUpload, NoFileRemainsOfADocumentThatIsDone) {
+  std::filesystem::create_directory(folder() / "web" / "XMLDownload");
+  std::ofstream(remaining_file("k")) << "old";
+  insert_all(document(record("A-1", kRequired)), {"A-1"});
+  EXPECT_FALSE(std::filesystem::exists(remaining_file("k")));
+}
+
+TEST_F(ProductUpload, EmptyListLeavesEverythingInTheRemainingFile) {
+  insert_all(fixture("two-records-of-one-part-number"), {});
+  EXPECT_EQ(list.lower, 0);
+  EXPECT_EQ(list.upper(), -1);
+  EXPECT_EQ(part_numbers_in(remaining_file("k")), (std::vector<std::string>{"A-1", "A-1"}));
+}
+
+TEST_F(ProductUpload, ListComesBackFromBoundZero) {
+  list = Array({Variant("A-1")}, 1);
+  upload.insertProductsFromXML("k/\\" + document(record("A-1", kRequired)), false, list, false);
+  EXPECT_EQ(list, Array{"A-1"});
+}
+
+TEST_F(ProductUpload, SourceWithoutTheMarkerFailsBeforeAnythingIsLoaded) {
+  list = Array{"A-1"};
+  Recorder recorder;
+  const RaisedError error =
+      raised_by([&] { upload.insertProductsFromXML(document(record("A-1", kRequired)), false, list, false); });
+  const ExpectedFailure expected("5", "Mercato",
+                                 std::string(error_number::default_description(error_number::kInvalidArgument)),
+                                 {"Mercato.ProductXML.insertProductsFromXML"});
+  EXPECT_EQ(error.Number, error_number::kInvalidArgument);
+  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(recorder.log, expected.log);
+  EXPECT_EQ(recorder.statements, Statements{});
+}
+
+TEST_F(ProductUpload, FirstMarkerEndsTheFileKey) {
+  list = Array{"A-1"};
+  upload.insertProductsFromXML("k/\\" + document(record("A-1", kRequired + "<COLOUR>a/\\b</COLOUR>")), false, list,
+                               false);
+  EXPECT_EQ(property("COLOUR").to_text(), "a/\\b");
+}
+
+TEST_F(ProductUpload, FileKeyThatWouldLeaveItsFolderIsRefusedBeforeAnythingIsWritten) {
+  list = Array{"A-1"};
+  const RaisedError error = raised_by(
+      [&] { upload.insertProductsFromXML("..\\..\\k/\\" + document(record("A-1", kRequired)), false, list, false); });
+  EXPECT_EQ(error.Number, error_number::kPathFileAccess);
+  EXPECT_EQ(products(), 0);
+}
+
+TEST_F(ProductUpload, DocumentThatCannotBeLoadedFailsAtItsFirstRecord) {
+  list = Array{"A-1"};
+  Recorder recorder;
+  const RaisedError error =
+      raised_by([&] { upload.insertProductsFromXML("k/\\" + fixture("not-well-formed"), false, list, false); });
+  const ExpectedFailure expected(
+      "5B", "Mercato", std::string(error_number::default_description(error_number::kObjectNotSet)),
+      {"Mercato.ProductXML.readOneProductFromXML2", "Mercato.ProductXML.updateInsertProductFromXML2",
+       "Mercato.ProductXML.insertProductsFromXML"});
+  EXPECT_EQ(error.Number, error_number::kObjectNotSet);
+  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(recorder.log, expected.log);
+}
+
+TEST_F(ProductUpload, DocumentThatCannotBeLoadedAndAnEmptyListFailAtTheRest) {
+  list = Array();
+  const RaisedError error = raised_by([&] { upload.insertProductsFromXML("k/\\<", false, list, false); });
+  EXPECT_EQ(error.Description,
+            ExpectedFailure("5B", "", std::string(error_number::default_description(error_number::kObjectNotSet)),
+                            {"Mercato.ProductXML.getProductNodeList2", "Mercato.ProductXML.insertProductsFromXML"})
+                .description);
+}
+
+// The document has no element left that its records could be selected from.
+TEST_F(ProductUpload, RootThatIsTheOnlyRecordIsWrittenAndTheCallFailsAtTheRest) {
+  list = Array{"A-1"};
+  const RaisedError error =
+      raised_by([&] { upload.insertProductsFromXML("k/\\" + fixture("root-is-the-only-record"), false, list, false); });
+  EXPECT_EQ(error.Number, error_number::kObjectNotSet);
+  EXPECT_EQ(products(), 1);
+}
+
+TEST_F(ProductUpload, PartNumbersAreTrimmedByTheBulkInsertAndTakenAsTheyStandByTheBulkUpdate) {
+  EXPECT_EQ(insert_all(document(record("A-1", kRequired)), {"  A-1 "}), (std::vector<std::string>{"  A-1 "}));
+  EXPECT_EQ(products(), 1);
+  upload.updateProductsFromXML(document(record("A-1", "<URL>new</URL>")), false, Array{" A-1"}, false);
+  EXPECT_TRUE(product("URL").is_null());
+  upload.updateProductsFromXML(document(record("A-1", "<URL>new</URL>")), false, Array{"A-1"}, false);
+  EXPECT_EQ(product("URL").to_text(), "new");
+}
+
+TEST_F(ProductUpload, SecondElementOfAPartNumberRemains) {
+  insert_all(fixture("two-records-of-one-part-number"), {"A-1"});
+  EXPECT_EQ(product("PRODUCTDESCRIPTION").to_text(), "First");
+  EXPECT_EQ(part_numbers_in(remaining_file("k")), (std::vector<std::string>{"A-1"}));
+}
+
+TEST_F(ProductUpload, SecondElementOfAPartNumberIsDoneWhenTheListNamesItTwice) {
+  insert_all(fixture("two-records-of-one-part-number"), {"A-1", "A-1"});
+  EXPECT_EQ(products(), 1);
+  EXPECT_EQ(product("PRODUCTDESCRIPTION").to_text(), "Second");
+  EXPECT_FALSE(std::filesystem::exists(remaining_file("k")));
+}
+
+TEST_F(ProductUpload, PartNumberThatIsListedTwiceAndStandsOnceFailsAtItsSecondTurn) {
+  std::filesystem::create_directory(folder() / "web" / "XMLDownload");
+  std::ofstream(remaining_file("k")) << "old";
+  list = Array{"A-1", "A-1", "B-2"};
+  const RaisedError error = raised_by([&] {
+    upload.insertProductsFromXML("k/\\" + document(record("A-1", kRequired) + record("B-2", kRequired)), false, list,
+                                 false);
+  });
+  EXPECT_EQ(error.Number, error_number::kObjectNotSet);
+  EXPECT_EQ(products(), 1);
+  EXPECT_EQ(list, (Array{"A-1", "A-1", "B-2"})) << "a failing run does not cut the list";
+  EXPECT_EQ(read_whole(remaining_file("k")), "old") << "and leaves an older file";
+}
+
+TEST_F(ProductUpload, PartNumberWithAnApostropheFailsABulkRun) {
+  list = Array{"O'Neil"};
+  Recorder recorder;
+  const RaisedError error = raised_by(
+      [&] { upload.insertProductsFromXML("k/\\" + fixture("apostrophe-in-part-number"), false, list, false); });
+  ASSERT_EQ(recorder.log.size(), 4u);
+  const ExpectedFailure expected(
+      "80004005", error.Source, innermost_description(recorder.log.front().text),
+      {"Mercato.ProductXML.getProductNodes2", "Mercato.ProductXML.readOneProductFromXML2",
+       "Mercato.ProductXML.updateInsertProductFromXML2", "Mercato.ProductXML.insertProductsFromXML"});
+  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(recorder.log, expected.log);
+  EXPECT_EQ(recorder.statements,
+            (Statements{"SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE BUYFROMPARTNUMBER='O''Neil'"}));
+
+  insert(fixture("apostrophe-in-part-number"), "O'Neil");
+  EXPECT_EQ(products(), 1);
+}
+
+TEST_F(ProductUpload, SecondRunOnAnObjectDecidesOnItsFileByTheFirstDocument) {
+  insert_all(document(record("A-1", kRequired)), {"A-1"});
+  insert_all(document(record("B-2", kRequired)), {});
+  EXPECT_FALSE(std::filesystem::exists(remaining_file("k"))) << "nothing was left of the first document";
+
+  ProductXML other;
+  list = Array();
+  other.insertProductsFromXML("k/\\" + document(record("C-3", kRequired)), false, list, false);
+  list = Array{"D-4"};
+  other.insertProductsFromXML("k/\\" + document(record("D-4", kRequired)), false, list, false);
+  EXPECT_TRUE(std::filesystem::exists(remaining_file("k"))) << "one record was left of the first document";
+  EXPECT_EQ(part_numbers_in(remaining_file("k")), std::vector<std::string>{});
+}
+
+TEST_F(ProductUpload, RunStopsBeforeTheEntryAtWhichTheBudgetIsUsedUp) {
+  // Readings: the start, one before each record, one for each new row.
+  clock::script_clock(at(10, 0, 0), 45);
+  const std::string text = document(record("A-1", kRequired) + record("B-2", kRequired) + record("C-3", kRequired));
+  EXPECT_EQ(insert_all(text, {"A-1", "B-2", "C-3"}), (std::vector<std::string>{"A-1", "B-2"}));
+  EXPECT_EQ(products(), 2);
+  EXPECT_EQ(part_numbers_in(remaining_file("k")), (std::vector<std::string>{"C-3"}));
+}
+
+TEST_F(ProductUpload, RunThatCrossesMidnightDoesNotEndByTheBudget) {
+  clock::script_clock(at(23, 59, 0), 90);
+  const std::string text = document(record("A-1", kRequired) + record("B-2", kRequired) + record("C-3", kRequired));
+  EXPECT_EQ(insert_all(text, {"A-1", "B-2", "C-3"}).size(), 3u);
+}
+
+TEST_F(ProductUpload, FolderOfRemainingFilesIsCreatedOneLevelDeep) {
+  std::filesystem::remove_all(folder() / "web");
+  list = Array{"A-1"};
+  const RaisedError error =
+      raised_by([&] { upload.insertProductsFromXML("k/\\" + document(record("A-1", kRequired)), false, list, false); });
+  EXPECT_EQ(error.Number, error_number::kPathNotFound);
+  EXPECT_EQ(products(), 1);
+
+  std::filesystem::create_directory(folder() / "web");
+  insert_all(document(record("B-2", kRequired)), {});
+  EXPECT_TRUE(std::filesystem::is_directory(folder() / "web" / "XMLDownload"));
+}
+
+TEST_F(ProductUpload, BulkUpdateHasNeitherMarkerNorRemainingFile) {
+  add_product("A-1");
+  add_product("B-2");
+  upload.updateProductsFromXML(document(record("A-1", "<URL>a</URL>") + record("B-2", "<URL>b</URL>")), false,
+                               Array({Variant("A-1"), Variant("B-2")}, 5), false);
+  EXPECT_EQ(product("URL").to_text(), "a");
+  EXPECT_EQ(product("URL", "B-2").to_text(), "b");
+  EXPECT_FALSE(std::filesystem::exists(folder() / "web" / "XMLDownload"));
+}
+
+TEST_F(ProductUpload, BulkUpdateCountsNoFurtherThanAShort) {
+  Array many;
+  many.items.assign(32767, Variant("Z-9"));
+  EXPECT_NO_THROW(upload.updateProductsFromXML("<P/>", false, many, false));
+  many.items.emplace_back("Z-9");
+  const RaisedError error = raised_by([&] { upload.updateProductsFromXML("<P/>", false, many, false); });
+  EXPECT_EQ(error.Number, error_number::kOverflow);
+  EXPECT_EQ(error.Description,
+            ExpectedFailure("6", "", std::string(error_number::default_description(error_number::kOverflow)),
+                            {"Mercato.ProductXML.updateProductsFromXML"})
+                .description);
+}
+
+TEST_F(ProductUpload, FailureStopsABulkUpdateAndKeepsWhatWasDone) {
+  add_product("A-1");
+  const RaisedError error = raised_by([&] {
+    upload.updateProductsFromXML(document(record("A-1", "<URL>a</URL>") + record("B-2", "<URL>b</URL>")), false,
+                                 Array{"A-1", "B-2"}, false);
+  });
+  EXPECT_EQ(error.Number, error_number::kNoCurrentRow);
+  EXPECT_EQ(
+      error.Description,
+      ExpectedFailure("800A0BCD", "", std::string(error_number::default_description(error_number::kNoCurrentRow)),
+                      {"Mercato.ProductXML.updateProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
+                       "Mercato.ProductXML.updateProductsFromXML"})
+          .description);
+  EXPECT_EQ(product("URL").to_text(), "a");
+}
+
+// By name.
+
+TEST_F(ProductUpload, BulkInsertIsCalledByNameAndUpdatesItsListInPlaceWithoutAVote) {
+  const ComponentPtr object = create_root("Mercato.ProductXML");
+  ASSERT_NE(object, nullptr);
+  std::vector<Variant> arguments{"k/\\" + document(record("A-1", kRequired)), false, Array{"A-1"}, false};
+  clock::script_clock(at(10, 0, 0), 100);
+  arguments[2] = Array{"A-1", "B-2", "C-3"};
+  invoke(object, "INSERTPRODUCTSFROMXML", arguments);
+  EXPECT_EQ(arguments[2].to_array(), Array{"A-1"});
+  EXPECT_EQ(object->context()->last_vote(), Vote::none);
+  EXPECT_EQ(object->context()->outcome_of_last_call(), Outcome::none);
+  EXPECT_EQ(products(), 1);
+}
+
+TEST_F(ProductUpload, SeparatorIsAPropertyByName) {
+  const ComponentPtr object = create_root("Mercato.ProductXML");
+  EXPECT_EQ(invoke(object, "MultipleBuyerSeparator", {}).to_text(), "");
+  invoke(object, "MultipleBuyerSeparator", {"||"});
+  EXPECT_EQ(invoke(object, "MultipleBuyerSeparator", {}).to_text(), "||");
+}
+
+TEST_F(ProductUpload, ClassDescribesItself) {
+  const ClassTable* table = registered_class("Mercato.ProductXML");
+  ASSERT_NE(table, nullptr);
+  EXPECT_EQ(attribute_name(table->attribute()), "undeclared");
+  EXPECT_EQ(table->default_interface(), "_ProductXML");
+  const MethodInfo* bulk = table->find("insertProductsFromXML");
+  ASSERT_NE(bulk, nullptr);
+  EXPECT_TRUE(bulk->arguments[2].by_reference);
+  EXPECT_FALSE(table->find("updateProductsFromXML")->arguments[2].by_reference);
+}
+
+}  // namespace
+}  // namespace mercato::test

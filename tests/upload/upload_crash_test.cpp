@@ -1,0 +1,174 @@
+#include <signal.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <random>
+#include <thread>
+
+#include "frame/upload_run.h"
+#include "platform/store/sqlite/functions.h"
+#include "platform/store/unit_of_work.h"
+#include "tests/upload/upload_fixture.h"
+
+namespace mercato::test {
+namespace {
+
+constexpr int kRecords = 200;
+
+class UploadCrash : public UploadTest {
+ protected:
+  static std::string part_number(int index) { return "P-" + std::to_string(index); }
+
+  static std::string many_records() {
+    std::string records;
+    for (int index = 0; index < kRecords; ++index)
+      records +=
+          record(part_number(index), kRequired + "<BUYERID>ann</BUYERID><MULTIPLEBUYER>1</MULTIPLEBUYER><COLOUR>c" +
+                                         std::to_string(index) + "</COLOUR><WEIGHT>1</WEIGHT>");
+    return document(records);
+  }
+  static Array all_part_numbers() {
+    Array part_numbers;
+    for (int index = 0; index < kRecords; ++index) part_numbers.items.emplace_back(part_number(index));
+    return part_numbers;
+  }
+  static void upload_all() {
+    ProductXML upload;
+    Array part_numbers = all_part_numbers();
+    upload.insertProductsFromXML("k/\\" + many_records(), false, part_numbers, false);
+  }
+
+  // The engine's own judgement of the file, past the library.
+  std::string integrity() const {
+    sqlite3* database = nullptr;
+    EXPECT_EQ(sqlite3_open_v2(store_path().c_str(), &database, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+    store::sqlite::register_functions(database);
+    sqlite3_stmt* statement = nullptr;
+    EXPECT_EQ(sqlite3_prepare_v2(database, "PRAGMA integrity_check", -1, &statement, nullptr), SQLITE_OK)
+        << sqlite3_errmsg(database);
+    std::string answer;
+    if (sqlite3_step(statement) == SQLITE_ROW)
+      answer = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+    sqlite3_finalize(statement);
+    sqlite3_close(database);
+    return answer;
+  }
+
+  // Each row is whole, and whatever refers to a product has one.
+  void expect_whole_statements() const {
+    EXPECT_EQ(integrity(), "ok");
+    const auto count = [&](const std::string& condition) {
+      return value_of("SELECT COUNT(*) FROM " + condition).to_long();
+    };
+    EXPECT_EQ(count("PRODUCT WHERE PARTNUMBER <> 'A1' OR USERID <> 'ann' OR DATEUPDATED IS NULL"), 0);
+    EXPECT_EQ(count("PRODUCTPROPVALUE WHERE PRODUCTID NOT IN (SELECT PRODUCTID FROM PRODUCT)"), 0);
+    EXPECT_EQ(count("PRODUCTBUYER WHERE PRODUCTID NOT IN (SELECT PRODUCTID FROM PRODUCT)"), 0);
+  }
+  void expect_a_new_run_to_finish_the_job() const {
+    upload_all();
+    EXPECT_EQ(products(), kRecords);
+    EXPECT_EQ(value_of("SELECT COUNT(*) FROM PRODUCTPROPVALUE").to_long(), 2 * kRecords);
+    EXPECT_EQ(buyers().size(), static_cast<std::size_t>(kRecords));
+    for (const int index : {0, kRecords / 2, kRecords - 1})
+      EXPECT_EQ(property("COLOUR", part_number(index)).to_text(), "c" + std::to_string(index));
+  }
+
+  // Runs the work in a process of its own, which begins without any open store; its wait status.
+  template <class Work>
+  static int in_another_process(Work work, std::chrono::milliseconds kill_after = std::chrono::milliseconds(0)) {
+    forget_thread_state();
+    store::close_idle_sessions();
+    const pid_t child = ::fork();
+    if (child == 0) {
+      work();
+      ::_exit(0);
+    }
+    EXPECT_GT(child, 0);
+    if (kill_after.count() > 0) {
+      std::this_thread::sleep_for(kill_after);
+      ::kill(child, SIGKILL);
+    }
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    return status;
+  }
+};
+
+class DeathAtAStatement : public store::StatementObserver {
+ public:
+  explicit DeathAtAStatement(unsigned statement) : left_(statement) {}
+  void on_statement(std::string_view, bool) override {
+    if (--left_ == 0) ::kill(::getpid(), SIGKILL);
+  }
+
+ private:
+  unsigned left_;
+};
+
+TEST_F(UploadCrash, UploadThatDiesAtAnyStatementLeavesWholeOnesAndANewRunFinishesTheJob) {
+  std::mt19937 random(20260701);
+  std::int32_t last = 0;
+  for (int round = 0; round < 8; ++round) {
+    const unsigned statement = 1 + static_cast<unsigned>(random() % 2000);
+    SCOPED_TRACE("dies at statement " + std::to_string(statement));
+    const int status = in_another_process([&] {
+      DeathAtAStatement death(statement);
+      store::set_statement_observer(&death);
+      upload_all();
+    });
+    EXPECT_TRUE(WIFSIGNALED(status)) << "the upload has fewer statements";
+    expect_whole_statements();
+    EXPECT_GE(products(), last) << "what was in the store stays";
+    last = products();
+  }
+  expect_a_new_run_to_finish_the_job();
+}
+
+TEST_F(UploadCrash, UploadThatIsKilledFromOutsideLeavesWholeStatementsAndANewRunFinishesTheJob) {
+  std::mt19937 random(20260702);
+  for (int round = 0; round < 4; ++round) {
+    in_another_process([] { upload_all(); }, std::chrono::milliseconds(20 + static_cast<int>(random() % 200)));
+    expect_whole_statements();
+  }
+  expect_a_new_run_to_finish_the_job();
+}
+
+TEST_F(UploadCrash, WhatAFailedCallHasWrittenSurvivesTheDeathOfTheProcess) {
+  const int status = in_another_process([] {
+    ProductXML upload;
+    Array part_numbers{"A-1", "Z-9"};
+    try {
+      upload.insertProductsFromXML("k/\\" + document(record("A-1", kRequired)), false, part_numbers, false);
+    } catch (const Raised&) {
+      ::kill(::getpid(), SIGKILL);
+    }
+  });
+  ASSERT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(products(), 1);
+}
+
+TEST_F(UploadCrash, RunIsOverForTheThreadWhenTheCallReturns) {
+  upload_all();
+  EXPECT_EQ(store::UnitOfWork::current(), nullptr);
+  ProductXML upload;
+  raised_by([&] { upload.updateProductFromXML(document(record("none", kRequired)), false, "none", false); });
+  EXPECT_EQ(store::UnitOfWork::current(), nullptr);
+}
+
+TEST_F(UploadCrash, RunInsideATransactionLeavesItsFateToTheTransaction) {
+  {
+    store::UnitOfWork transaction(store::UnitOfWork::Kind::transaction);
+    {
+      store::UnitOfWork::Current current(&transaction);
+      upload_all();
+      EXPECT_EQ(store::UnitOfWork::current(), &transaction);
+    }
+    transaction.rollback();
+  }
+  EXPECT_EQ(products(), 0);
+}
+
+}  // namespace
+}  // namespace mercato::test
