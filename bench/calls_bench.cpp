@@ -266,17 +266,22 @@ class Medians : public benchmark::ConsoleReporter {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
       if (run.error_occurred) throw std::runtime_error(run.benchmark_name() + ": " + run.error_message);
-      if (run.aggregate_name == "median") nanoseconds_[run.run_name.function_name] = run.GetAdjustedRealTime();
+      if (run.aggregate_name != "median") continue;
+      processor_[run.run_name.function_name] = run.GetAdjustedCPUTime();
+      clock_[run.run_name.function_name] = run.GetAdjustedRealTime();
     }
   }
-  double microseconds(const std::string& name) const { return nanoseconds_.at(name) / 1000; }
+  // Of work on the benchmark's own thread: what else the machine does is not in it.
+  double processor_us(const std::string& name) const { return processor_.at(name) / 1000; }
+  double clock_us(const std::string& name) const { return clock_.at(name) / 1000; }
 
  private:
-  std::map<std::string, double> nanoseconds_;
+  std::map<std::string, double> processor_;  // nanoseconds
+  std::map<std::string, double> clock_;
 };
 
 void report(const Medians& medians, Figures& figures) {
-  const auto us = [&](const char* name) { return medians.microseconds(name); };
+  const auto us = [&](const char* name) { return medians.processor_us(name); };
   std::printf("\n");
   figures.add("GetProductEx", us("product_by_class"), "us");
   figures.add("GetProductEx, on an object made for the call", us("product_by_class_and_object"), "us");
@@ -290,8 +295,8 @@ void report(const Medians& medians, Figures& figures) {
   figures.add("the longest statement of Product: the same", us("long_statement"), "us", at_most(5));
   figures.add("a line through the gateway's session, more than the typed call",
               us("product_by_gateway") - us("product_by_class"), "us", at_most(150));
-  figures.add("a line through `mercato rpc` and two pipes, more than the typed call",
-              us("product_by_process") - us("product_by_class"), "us");
+  figures.add("a line through `mercato rpc` and two pipes, by the clock, more than the typed call",
+              medians.clock_us("product_by_process") - medians.clock_us("product_by_class"), "us");
 }
 
 void run(const std::string& figures_file, const std::string& given_store) {

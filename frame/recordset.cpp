@@ -229,9 +229,12 @@ void Recordset::write_row(std::size_t row) {
     columns.reserve(state.changed.size());
     values.reserve(state.changed.size());
     for (const std::size_t position : state.changed) {
-      const auto column = table->find(layout_->columns()[position].name);
+      const std::string& name = layout_->columns()[position].name;
+      // The fields of a whole row stand as the columns do.
+      const bool in_place = position < table->columns.size() && table->columns[position].name == name;
+      const auto column = in_place ? position : table->find(name);
       // A computed field has no column to go to.
-      if (!column) raise_no_such_field(layout_->columns()[position].name);
+      if (!column) raise_no_such_field(name);
       columns.push_back(*column);
       values.push_back(rows_[row][position]);
     }

@@ -1,5 +1,5 @@
-// Any bytes as a statement, as the value of one, and as a clause of one: lexed, checked, translated, prepared and run. Whatever
-// comes, it is refused or it runs; a value never changes what the statement does.
+// Any bytes as a statement, as the value of one, and as a clause of one: lexed, checked, translated, prepared and run.
+// Whatever comes, it is refused or it runs; a value never changes what the statement does.
 #include <sqlite3.h>
 
 #include <cstdint>
@@ -21,25 +21,32 @@ class OneTable : public TableDirectory {
  public:
   OneTable() {
     table_.name = "T";
-    table_.columns = {{"ID", ColumnType::long_integer, 0, false, true}, {"A", ColumnType::text, 50},  {"B", ColumnType::short_integer},
-                      {"C", ColumnType::money},                         {"D", ColumnType::date},     {"E", ColumnType::boolean},
+    table_.columns = {{"ID", ColumnType::long_integer, 0, false, true},
+                      {"A", ColumnType::text, 50},
+                      {"B", ColumnType::short_integer},
+                      {"C", ColumnType::money},
+                      {"D", ColumnType::date},
+                      {"E", ColumnType::boolean},
                       {"F", ColumnType::real}};
     sqlite3_open(":memory:", &database_);
     sqlite::register_functions(database_);
     sqlite3_exec(database_,
-                 "CREATE TABLE T (ID INTEGER PRIMARY KEY, A NVARCHAR(50) COLLATE MERCATO, B SMALLINT, C MONEY, D DATETIME, E BIT, "
+                 "CREATE TABLE T (ID INTEGER PRIMARY KEY, A NVARCHAR(50) COLLATE MERCATO, B SMALLINT, C MONEY, D "
+                 "DATETIME, E BIT, "
                  "F FLOAT); INSERT INTO T VALUES (1, 'Bolt', 2, 30000, '2026-07-01T00:00:00', 1, 2.5)",
                  nullptr, nullptr, nullptr);
     // No statement of an input may take long or grow large.
     sqlite3_limit(database_, SQLITE_LIMIT_LENGTH, 1 << 20);
-    sqlite3_progress_handler(database_, 10000, [](void*) { return 1; }, nullptr);
+    sqlite3_progress_handler(
+        database_, 10000, [](void*) { return 1; }, nullptr);
   }
   const TableInfo* find(std::string_view name) const override { return name == "T" || name == "t" ? &table_ : nullptr; }
 
   void run(const std::string& sql, const LexedStatement& lexed, const Translation& translation) {
     sqlite3_stmt* statement = nullptr;
     if (sqlite3_prepare_v2(database_, sql.c_str(), static_cast<int>(sql.size()), &statement, nullptr) == SQLITE_OK) {
-      for (std::size_t i = 0; i < translation.parameters.size(); ++i) bind(statement, static_cast<int>(i) + 1, lexed, translation.parameters[i]);
+      for (std::size_t i = 0; i < translation.parameters.size(); ++i)
+        bind(statement, static_cast<int>(i) + 1, lexed, translation.parameters[i]);
       sqlite3_exec(database_, "SAVEPOINT before", nullptr, nullptr, nullptr);
       for (int row = 0; row < 10 && sqlite3_step(statement) == SQLITE_ROW; ++row) {
       }
@@ -54,9 +61,12 @@ class OneTable : public TableDirectory {
     try {
       const Variant value = parameter_value(lexed, parameter);
       const std::string text = value.type() == Variant::Type::date ? value.date_value().iso_text() : value.to_text();
-      if (value.type() == Variant::Type::long_integer) sqlite3_bind_int(statement, at, value.long_value());
-      else if (value.type() == Variant::Type::real) sqlite3_bind_double(statement, at, value.double_value());
-      else sqlite3_bind_text(statement, at, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
+      if (value.type() == Variant::Type::long_integer)
+        sqlite3_bind_int(statement, at, value.long_value());
+      else if (value.type() == Variant::Type::real)
+        sqlite3_bind_double(statement, at, value.double_value());
+      else
+        sqlite3_bind_text(statement, at, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
     } catch (const Raised&) {
     }
   }

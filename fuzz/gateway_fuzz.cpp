@@ -1,5 +1,5 @@
-// Feeds whole sessions to the gateway's request reader: whatever the bytes are, each line that is no notification gets one
-// answer, the answer is one line of JSON-RPC, and the session goes on.
+// Feeds whole sessions to the gateway's request reader: whatever the bytes are, each line that is no notification gets
+// one answer, the answer is one line of JSON-RPC, and the session goes on.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -48,7 +48,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::size_t count = 0;
   for (std::string line; std::getline(written, line); ++count) {
     const JsonInput answer = JsonInput::parse(line);
-    require(answer.at("jsonrpc") == "2.0" && answer.contains("id") && answer.contains("result") != answer.contains("error"));
+    require(answer.at("jsonrpc") == "2.0" && answer.contains("id") &&
+            answer.contains("result") != answer.contains("error"));
   }
   require(count == expected);
   return 0;

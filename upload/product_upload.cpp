@@ -136,6 +136,7 @@ UploadOutcome ProductXML::write_record(Dictionary& values, bool exists, const st
   if (values.Count() == 0) return UploadOutcome::nothing_written;
 
   Dictionary standard;
+  standard.reserve(std::size(kStandardKeys) + 1);  // the buy-from part number comes to them
   splitProductValues(values, standard);
   if (exists) {
     updateProductValues(standard, iBuyFromPartNr);

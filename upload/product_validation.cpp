@@ -1,6 +1,7 @@
 // Judging a record (getErrorFields: reports, changes nothing that counts) and repairing it (getValidatedProductValues:
 // drops, cuts and translates). The two apply different rules to several fields on purpose; kFieldRules says which field
 // is what.
+#include <algorithm>
 #include <unordered_map>
 
 #include "frame/types/text.h"

@@ -10,8 +10,8 @@ namespace {
 
 constexpr std::uint32_t kFree = UINT32_MAX;
 
-// The same for a name in any case: the bit in which the cases of a letter differ is set in every byte. That it is set in
-// other characters too only makes some names meet in one slot.
+// The same for a name in any case: the bit in which the cases of a letter differ is set in every byte. That it is set
+// in other characters too only makes some names meet in one slot.
 std::size_t hash_of_name(std::string_view name) {
   constexpr std::uint64_t kCaseBits = 0x2020202020202020u;
   constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15u;

@@ -21,7 +21,8 @@ int code_of(const std::string& line) {
 }
 
 std::string nested(std::size_t depth) {
-  return R"({"jsonrpc":"2.0","id":1,"method":"create","params":)" + std::string(depth, '[') + std::string(depth, ']') + "}";
+  return R"({"jsonrpc":"2.0","id":1,"method":"create","params":)" + std::string(depth, '[') + std::string(depth, ']') +
+         "}";
 }
 
 TEST(Request, HasIdMethodAndParameters) {
@@ -118,14 +119,19 @@ TEST(Gateway, RefusesALineBeyondTheLimitAndAnswersTheNextOne) {
   std::ostringstream answers;
   Session session({});
   serve(session, requests, answers);
-  EXPECT_EQ(answers.str(),
-            "{\"jsonrpc\":\"2.0\",\"id\":null,\"error\":{\"code\":-32600,\"message\":\"The line is too long\"}}\n"
-            "{\"jsonrpc\":\"2.0\",\"id\":1,\"error\":{\"code\":-32601,\"message\":\"There is no method 'nothing'\"}}\n");
+  EXPECT_EQ(
+      answers.str(),
+      "{\"jsonrpc\":\"2.0\",\"id\":null,\"error\":{\"code\":-32600,\"message\":\"The line is too long\"}}\n"
+      "{\"jsonrpc\":\"2.0\",\"id\":1,\"error\":{\"code\":-32601,\"message\":\"There is no method 'nothing'\"}}\n");
 }
 
 TEST(Gateway, ReplacesBytesThatAreNoTextInItsAnswers) {
   ObjectTable objects;
-  EXPECT_EQ(line_of(to_json(std::string("a\xFF" "b"), objects)), "\"a\xEF\xBF\xBD" "b\"");
+  EXPECT_EQ(line_of(to_json(std::string("a\xFF"
+                                        "b"),
+                            objects)),
+            "\"a\xEF\xBF\xBD"
+            "b\"");
 }
 
 TEST(Gateway, GivesOneObjectOneHandleAndNoHandleTwice) {

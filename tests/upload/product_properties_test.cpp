@@ -157,6 +157,13 @@ TEST_F(ProductProperties, ApostropheInAValueEndsTheRunAndKeepsWhatWasWritten) {
   EXPECT_EQ(property("A").to_text(), "a");
 }
 
+TEST_F(ProductProperties, InsertDoesNotLookForAValueThatIsThereAlready) {
+  add_property("A", 1);
+  execute({"INSERT PRODUCTPROPVALUE (PROPERTYID, PRODUCTID, VALUE) VALUES (1, 1, 'left over')"});
+  EXPECT_EQ(raised_by([&] { insert("<A>a</A>"); }).Number, error_number::kConstraintViolated);
+  EXPECT_EQ(property("A").to_text(), "left over");
+}
+
 TEST_F(ProductProperties, DoubledApostropheInAValueIsStoredAsOne) {
   insert("<A>it''s</A>");
   EXPECT_EQ(property("A").to_text(), "it's");

@@ -1,5 +1,5 @@
-// The commands, each with what the command line gave it; the result is the exit status (library.h). They write to standard output,
-// and raise what the library raises: `main` turns that into a sentence.
+// The commands, each with what the command line gave it; the result is the exit status (library.h). They write to
+// standard output, and raise what the library raises: `main` turns that into a sentence.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,8 @@ int init(const OutputOptions& output);
 // gateway_commands.cpp
 int serve_rpc(bool trace, bool scripted);
 // Arguments are JSON; what is no JSON is a text. The error goes to standard error as JSON.
-int call_once(const std::string& prog_id, const std::string& method, const std::vector<std::string>& arguments, bool trace);
+int call_once(const std::string& prog_id, const std::string& method, const std::vector<std::string>& arguments,
+              bool trace);
 int describe_classes(const std::string& prog_id);
 
 // preview.cpp

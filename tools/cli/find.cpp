@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "frame/connection.h"
+#include "frame/lib_general.h"
 #include "frame/recordset.h"
 #include "frame/types/dictionary.h"
 #include "platform/transactions/object_context.h"
@@ -32,9 +33,10 @@ class Search {
     more_ = arguments[2].to_boolean();
     in_catalogue->for_each([&](const Variant& id, const Variant&) { found(id.to_long(), "part number, catalogue"); });
 
-    // The widest lookup names one product and counts the others.
+    // The library's widest lookup names the first product and counts them; which the others are is asked here.
     found(by_number("getProductIDFromPartNum"), "description or number, catalogue");
     in_catalogues_ = call(products_, "countProductIDsFromPartNum", {term_}).to_long();
+    if (in_catalogues_ > 1) find_in_catalogues(most);
   }
 
   struct Hit {
@@ -48,6 +50,23 @@ class Search {
 
  private:
   std::int32_t by_number(std::string_view method) { return call(products_, method, {term_}).to_long(); }
+
+  void find_in_catalogues(std::int32_t most) {
+    const std::string pattern = Gen_EscapeLike(term_);
+    Sql sql;
+    sql << "SELECT DISTINCT TOP " << most
+        << " PRODUCTSBYCATEGORY.PRODUCTID FROM PRODUCTSBYCATEGORY "
+           "INNER JOIN PRODUCT ON PRODUCTSBYCATEGORY.PRODUCTID = PRODUCT.PRODUCTID "
+           "INNER JOIN CATALOGNODE ON PRODUCTSBYCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID "
+           "WHERE (PRODUCTDESCRIPTION LIKE '%"
+        << value(pattern) << "%' OR PARTNUMBER LIKE '%" << value(pattern) << "%' OR BUYFROMPARTNUMBER LIKE '%" << value(pattern)
+        << "%') AND PRODUCT.DISABLED = 0 ORDER BY PRODUCTSBYCATEGORY.PRODUCTID";
+    const auto connection = Connection::create();
+    connection->Open(connection_string(), "", "", -1);
+    const RecordsetPtr rows = connection->Execute(sql);
+    for (; !rows->Eof(); rows->MoveNext())
+      found(rows->Value("PRODUCTID").to_long(), "description or number, catalogue");
+  }
 
   void found(std::int32_t id, const char* how) {
     if (id == -1 || !known_.insert(id).second) return;
@@ -107,7 +126,8 @@ int find(const std::string& term, std::int32_t most, const OutputOptions& output
   for (const Search::Hit& hit : search.hits())
     table.add({std::to_string(hit.id), shown(field(*hit.fields, "PARTNUMBER"), 30),
                shown(field(*hit.fields, "BUYFROMPARTNUMBER"), 30),
-               shown(field(*hit.fields, "PRODUCTDESCRIPTION"), 50) + (field(*hit.fields, "DISABLED") == "1" ? " (disabled)" : ""),
+               shown(field(*hit.fields, "PRODUCTDESCRIPTION"), 50) +
+                   (field(*hit.fields, "DISABLED") == "1" ? " (disabled)" : ""),
                hit.how});
   table.print(std::cout);
   if (table.empty())
@@ -115,9 +135,9 @@ int find(const std::string& term, std::int32_t most, const OutputOptions& output
   else
     std::cout << '\n';
   if (search.more()) std::cout << "There are more; --limit shows more than " << most << ".\n";
-  if (search.in_catalogues() > 1)
+  if (search.in_catalogues() > most)
     std::cout << search.in_catalogues()
-              << " enabled products of the catalogues match by description or number; by description the first one is listed.\n";
+              << " enabled products of the catalogues match by description or number; --limit shows more of them.\n";
   std::cout << "Products that hang in no category are found by their exact part number or supplier's number only.\n";
   return table.empty() ? kFailed : kDone;
 }

@@ -31,7 +31,8 @@ int serve_rpc(bool trace, bool scripted) {
   return kDone;
 }
 
-int call_once(const std::string& prog_id, const std::string& method, const std::vector<std::string>& arguments, bool trace) {
+int call_once(const std::string& prog_id, const std::string& method, const std::vector<std::string>& arguments,
+              bool trace) {
   gateway::JsonInput args = gateway::JsonInput::array();
   for (const std::string& argument : arguments) args.push_back(argument_from(argument));
   try {

@@ -20,8 +20,8 @@ int init(const OutputOptions& output) {
   if (created.tables.empty() && created.indexes.empty())
     std::cout << "Nothing to create: all " << created.existing << " tables and indexes are there.\n";
   else
-    std::cout << good(counted(created.tables.size(), "table") + " and " +
-                      std::to_string(created.indexes.size()) + " indexes created")
+    std::cout << good(counted(created.tables.size(), "table") + " and " + std::to_string(created.indexes.size()) +
+                      " indexes created")
               << (created.existing > 0 ? ", " + std::to_string(created.existing) + " were there already" : "") << ".\n";
   return kDone;
 }

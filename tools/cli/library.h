@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/automation/component.h"
 #include "frame/types/variant.h"
+#include "platform/automation/component.h"
 
 namespace mercato::cli {
 
@@ -19,12 +19,12 @@ struct StoreOptions {
 
 // Exit status of every command.
 inline constexpr int kDone = 0;
-inline constexpr int kFailed = 1;       // the library or the store refused, or what was asked for is not there
-inline constexpr int kUsage = 2;        // the command line, or the settings file, is wrong
-inline constexpr int kDoneInPart = 3;   // the document has records that are bad, were refused, or are left
+inline constexpr int kFailed = 1;      // the library or the store refused, or what was asked for is not there
+inline constexpr int kUsage = 2;       // the command line, or the settings file, is wrong
+inline constexpr int kDoneInPart = 3;  // the document has records that are bad, were refused, or are left
 
-// Puts the settings in force: the file named, else `mercato.toml` when nothing at all is named and there is one; a connection
-// string of the command line wins. Raises what reading the file raises.
+// Puts the settings in force: the file named, else `mercato.toml` when nothing at all is named and there is one; a
+// connection string of the command line wins. Raises what reading the file raises.
 void apply_settings(const StoreOptions& options);
 
 // The connection string in force.

@@ -1,4 +1,5 @@
-// The command line of `mercato`: options, help, exit status. The commands themselves are in the files that commands.h names.
+// The command line of `mercato`: options, help, exit status. The commands themselves are in the files that commands.h
+// names.
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <iostream>
@@ -41,7 +42,8 @@ struct CommandLine {
 void add_common_options(CLI::App& app, CommandLine& line) {
   app.add_option("--store", line.store.store, "Connection string of the store; wins over the settings file")
       ->type_name("CONNECTIONSTRING");
-  app.add_option("--config", line.store.config, "Settings file (TOML); else mercato.toml, when there is one")->type_name("FILE");
+  app.add_option("--config", line.store.config, "Settings file (TOML); else mercato.toml, when there is one")
+      ->type_name("FILE");
   app.add_flag("--trace", line.output.trace, "Show the statements, and the whole trace of a failure");
   app.add_flag("--scripted", line.scripted, "rpc only: open the methods that script collaborators and clock");
   app.add_flag("--json", line.output.json, "Print one line of JSON for programs");
@@ -69,47 +71,51 @@ void add_commands(CLI::App& app, CommandLine& line) {
               "  mercato init --store 'Provider=SQLite;Data Source=shop.db'\n",
               [](const CommandLine& given) { return init(given.output); });
 
-  add_command(app, line, "rpc", "Serve JSON-RPC 2.0 on standard input and output, one request on each line",
-              "  echo '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"create\",\"params\":{\"progId\":\"Mercato.Product\"}}' | mercato rpc\n"
-              "  mercato rpc --trace --scripted\n",
-              [](const CommandLine& given) { return serve_rpc(given.output.trace, given.scripted); });
+  add_command(
+      app, line, "rpc", "Serve JSON-RPC 2.0 on standard input and output, one request on each line",
+      "  echo '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"create\",\"params\":{\"progId\":\"Mercato.Product\"}}' | "
+      "mercato rpc\n"
+      "  mercato rpc --trace --scripted\n",
+      [](const CommandLine& given) { return serve_rpc(given.output.trace, given.scripted); });
 
-  CLI::App& call = add_command(app, line, "call", "Call one method of a class and print the result as JSON",
-                               "  mercato call PROGID METHOD [ARG...]\n"
-                               "  mercato call Mercato.Product GetMaxProductId\n"
-                               "  mercato call Mercato.Product GetProductFields '[\"PARTNUMBER\",\"GTIN\"]' 5\n"
-                               "  mercato call Mercato.Product GetProductIDFromSupplierPartNum QM-PAP-001\n"
-                               "An argument is JSON; a word that is no JSON is a text. The error is JSON on standard error.\n",
-                               [](const CommandLine& given) {
-                                 return call_once(given.prog_id, given.method, given.arguments, given.output.trace);
-                               });
+  CLI::App& call =
+      add_command(app, line, "call", "Call one method of a class and print the result as JSON",
+                  "  mercato call PROGID METHOD [ARG...]\n"
+                  "  mercato call Mercato.Product GetMaxProductId\n"
+                  "  mercato call Mercato.Product GetProductFields '[\"PARTNUMBER\",\"GTIN\"]' 5\n"
+                  "  mercato call Mercato.Product GetProductIDFromSupplierPartNum QM-PAP-001\n"
+                  "An argument is JSON; a word that is no JSON is a text. The error is JSON on standard error.\n",
+                  [](const CommandLine& given) {
+                    return call_once(given.prog_id, given.method, given.arguments, given.output.trace);
+                  });
   call.add_option("PROGID", line.prog_id, "The class, such as Mercato.Product")->required();
   call.add_option("METHOD", line.method, "The method's name, in any case")->required();
   call.allow_extras();  // the arguments: a negative number would pass for an option elsewhere
 
-  CLI::App& describe = add_command(app, line, "describe", "Print the public classes, their methods and arguments as JSON",
-                                   "  mercato describe\n"
-                                   "  mercato describe Mercato.Product\n",
-                                   [](const CommandLine& given) { return describe_classes(given.prog_id); });
+  CLI::App& describe =
+      add_command(app, line, "describe", "Print the public classes, their methods and arguments as JSON",
+                  "  mercato describe\n"
+                  "  mercato describe Mercato.Product\n",
+                  [](const CommandLine& given) { return describe_classes(given.prog_id); });
   describe.add_option("PROGID", line.prog_id, "One class only");
 
-  CLI::App& preview_command =
-      add_command(app, line, "preview", "Check a Product document without writing anything",
-                  "  mercato preview products.xml\n"
-                  "  mercato preview --update-only --all products.xml\n"
-                  "Exit status 3 when a record is invalid. The checks are stricter than those of the upload, and not the same.\n",
-                  [](const CommandLine& given) { return preview(given.preview, given.output); });
+  CLI::App& preview_command = add_command(
+      app, line, "preview", "Check a Product document without writing anything",
+      "  mercato preview products.xml\n"
+      "  mercato preview --update-only --all products.xml\n"
+      "Exit status 3 when a record is invalid. The checks are stricter than those of the upload, and not the same.\n",
+      [](const CommandLine& given) { return preview(given.preview, given.output); });
   preview_command.add_option("FILE", line.preview.document, "Product document: a file or a URL")->required();
   preview_command.add_flag("--update-only", line.preview.update_only, "Only records whose product exists");
   preview_command.add_flag("--all", line.preview.all, "List the valid records too");
 
-  CLI::App& upload_command = add_command(
-      app, line, "upload", "Insert or update the products of a Product document",
-      "  mercato upload products.xml\n"
-      "  mercato upload --on-errors write products.xml\n"
-      "  mercato upload --update-only --json products.xml\n"
-      "Exit status 3 when a record was refused or is left; each is listed with the reason.\n",
-      [](const CommandLine& given) { return upload(given.upload, given.output); });
+  CLI::App& upload_command =
+      add_command(app, line, "upload", "Insert or update the products of a Product document",
+                  "  mercato upload products.xml\n"
+                  "  mercato upload --on-errors write products.xml\n"
+                  "  mercato upload --update-only --json products.xml\n"
+                  "Exit status 3 when a record was refused or is left; each is listed with the reason.\n",
+                  [](const CommandLine& given) { return upload(given.upload, given.output); });
   upload_command.add_option("FILE", line.upload.document, "Product document: a file or a URL")->required();
   upload_command
       .add_option_function<std::string>(
@@ -120,11 +126,12 @@ void add_commands(CLI::App& app, CommandLine& line) {
   upload_command.add_flag("--update-only", line.upload.update_only, "Never create a product");
   upload_command.add_option("--key", line.upload.file_key, "What the remaining file's name ends in")->type_name("NAME");
 
-  CLI::App& find_command = add_command(app, line, "find", "Find products by part number, supplier's number or description",
-                                       "  mercato find M-100007\n"
-                                       "  mercato find 'paper'\n"
-                                       "  mercato find 'M-10%7'      % and _ stand for any text and any character\n",
-                                       [](const CommandLine& given) { return find(given.term, given.limit, given.output); });
+  CLI::App& find_command =
+      add_command(app, line, "find", "Find products by part number, supplier's number or description",
+                  "  mercato find M-100007\n"
+                  "  mercato find 'paper'\n"
+                  "  mercato find 'M-10%7'      % and _ stand for any text and any character\n",
+                  [](const CommandLine& given) { return find(given.term, given.limit, given.output); });
   find_command.add_option("TERM", line.term, "What to look for")->required();
   find_command.add_option("--limit", line.limit, "The most products found by a part of the number")
       ->type_name("N")
@@ -173,10 +180,11 @@ int run(CommandLine& line) {
   }
   DllRegisterServer();
   StatementPrinter printer;
-  if (line.output.trace) store::set_statement_observer(&printer);
   try {
     // A store in memory lives as long as this process: nobody could have created its tables before.
-    if (store::connection_property(connection_string(), "Data Source") == ":memory:") gateway::create_tables(connection_string());
+    if (store::connection_property(connection_string(), "Data Source") == ":memory:")
+      gateway::create_tables(connection_string());
+    if (line.output.trace) store::set_statement_observer(&printer);
     return line.command(line);
   } catch (const Raised& raised) {
     return report(raised.error(), line);
@@ -197,7 +205,10 @@ int main(int count, char** texts) {
   CommandLine line;
   CLI::App app("Mercato: products, catalogues and their upload, from the command line", "mercato");
   app.require_subcommand(1);
-  app.footer("`mercato COMMAND --help` has examples. Exit status: 0 done, 1 refused, failed or not found, 2 wrong usage, 3 done in part.");
+  app.footer(
+      "`mercato COMMAND --help` has examples. Exit status: 0 done, 1 refused, failed or not found, 2 wrong usage, 3 "
+      "done in "
+      "part.");
   add_common_options(app, line);
   add_commands(app, line);
   try {
@@ -206,8 +217,10 @@ int main(int count, char** texts) {
     line.arguments = command->remaining();
     for (const std::string& argument : line.arguments)
       if (argument.starts_with("--"))
-        throw CLI::ExtrasError("call", {argument + " (a text argument that begins so is written as JSON: '\"" + argument + "\"')"});
-    if (line.scripted && command->get_name() != "rpc") throw CLI::ValidationError("--scripted", "is for `mercato rpc` only");
+        throw CLI::ExtrasError(
+            "call", {argument + " (a text argument that begins so is written as JSON: '\"" + argument + "\"')"});
+    if (line.scripted && command->get_name() != "rpc")
+      throw CLI::ValidationError("--scripted", "is for `mercato rpc` only");
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kDone : kUsage;
   }

@@ -39,7 +39,8 @@ std::vector<CheckedRecord> check(const PreviewOptions& options) {
     const auto entry = list->Item(position).to<Collection>();
     CheckedRecord record{entry->Item(1).to_text(), entry->Item(2).to_text(), entry->Item(3).to_boolean(), nullptr};
     if (!record.valid)
-      record.errors = call(reader, "getErrorsInProductValues", {options.document, true, record.part_number}).to<Dictionary>();
+      record.errors =
+          call(reader, "getErrorsInProductValues", {options.document, true, record.part_number}).to<Dictionary>();
     records.push_back(std::move(record));
   }
   return records;
@@ -50,7 +51,8 @@ void print_json(const std::vector<CheckedRecord>& records, std::size_t invalid) 
   for (const CheckedRecord& record : records) {
     gateway::Json errors = gateway::Json::object();
     if (record.errors)
-      record.errors->for_each([&](const Variant& field, const Variant& value) { errors[field.to_text()] = value.to_text(); });
+      record.errors->for_each(
+          [&](const Variant& field, const Variant& value) { errors[field.to_text()] = value.to_text(); });
     list.push_back({{"partNumber", record.part_number},
                     {"name", record.name},
                     {"valid", record.valid},
@@ -88,8 +90,8 @@ int preview(const PreviewOptions& options, const OutputOptions& output) {
   } else {
     table.print(std::cout);
     if (!table.empty()) std::cout << '\n';
-    std::cout << counted(records.size(), "record") << ": " << good(std::to_string(records.size() - invalid) + " valid") << ", "
-              << (invalid > 0 ? bad(std::to_string(invalid) + " invalid") : "0 invalid") << ".\n";
+    std::cout << counted(records.size(), "record") << ": " << good(std::to_string(records.size() - invalid) + " valid")
+              << ", " << (invalid > 0 ? bad(std::to_string(invalid) + " invalid") : "0 invalid") << ".\n";
   }
   return invalid > 0 ? kDoneInPart : kDone;
 }

@@ -174,7 +174,8 @@ bool ProductUpload::goes_on_after(const RaisedError& failure) {
 
 void ProductUpload::add_findings(std::vector<UploadFinding>& findings, const UploadRecord& record,
                                  const std::vector<UploadField>& fields) {
-  for (const UploadField& field : fields) findings.push_back({record.part_number, field.field, field.value, field.reason});
+  for (const UploadField& field : fields)
+    findings.push_back({record.part_number, field.field, field.value, field.reason});
 }
 
 void ProductUpload::refuse(const std::string& part_number, std::string reason) {
@@ -182,7 +183,8 @@ void ProductUpload::refuse(const std::string& part_number, std::string reason) {
   report_.refusals.push_back({part_number, {}, {}, std::move(reason)});
 }
 
-ProductUpload::Source ProductUpload::without(const Source& source, const PartNumbers& part_numbers, bool without_keyless) {
+ProductUpload::Source ProductUpload::without(const Source& source, const PartNumbers& part_numbers,
+                                             bool without_keyless) {
   const xml::Document document = load(source.text_or_url, source.is_url);
   std::unordered_map<std::string, std::size_t> leaving;
   for (const std::string& part_number : part_numbers) ++leaving[part_number];

@@ -1,10 +1,10 @@
-// The upload of a whole Product document through the library's upload calls: run after run, on what the run before has left,
-// until every record that can be reached was applied or refused. One object for one upload; one thread.
+// The upload of a whole Product document through the library's upload calls: run after run, on what the run before has
+// left, until every record that can be reached was applied or refused. One object for one upload; one thread.
 //
 // Each element "Product" of the document ends in one of three places: applied, refused, or remaining (in the remaining
-// file). A record whose writing fails stops the library's run; here it is refused with the failure as the reason, and the
-// upload goes on behind it. A failure that is not the record's own (the store is gone, a limit has passed), and one more
-// than kMostFailures, end the upload; what was not reached remains.
+// file). A record whose writing fails stops the library's run; here it is refused with the failure as the reason, and
+// the upload goes on behind it. A failure that is not the record's own (the store is gone, a limit has passed), and one
+// more than kMostFailures, end the upload; what was not reached remains.
 #pragma once
 
 #include <cstddef>
@@ -57,8 +57,8 @@ class ProductUpload : private UploadObserver {
   };
 
   explicit ProductUpload(Options options) : options_(std::move(options)) {}
-  // Raises eUnableToLoadXML when the document cannot be loaded, 75 for a file key that is no plain part of a file name, and
-  // what creating the web root folder raises.
+  // Raises eUnableToLoadXML when the document cannot be loaded, 75 for a file key that is no plain part of a file name,
+  // and what creating the web root folder raises.
   UploadReport run();
 
  private:
@@ -77,7 +77,8 @@ class ProductUpload : private UploadObserver {
   bool goes_on_after(const RaisedError& failure);
   void settle_remaining_file();
 
-  void add_findings(std::vector<UploadFinding>& findings, const UploadRecord& record, const std::vector<UploadField>& fields);
+  void add_findings(std::vector<UploadFinding>& findings, const UploadRecord& record,
+                    const std::vector<UploadField>& fields);
   void refuse(const std::string& part_number, std::string reason);
 
   // The text of a document without the first element of each part number.
@@ -87,9 +88,9 @@ class ProductUpload : private UploadObserver {
 
   Options options_;
   UploadReport report_;
-  Source source_;        // what the next run reads
-  PartNumbers pending_;  // records that no run has dealt with, in document order
-  PartNumbers dealt_;    // those that are dealt with and still stand in the document itself, of an update
+  Source source_;                 // what the next run reads
+  PartNumbers pending_;           // records that no run has dealt with, in document order
+  PartNumbers dealt_;             // those that are dealt with and still stand in the document itself, of an update
   bool file_is_current_ = false;  // the last run has written, or deleted, the remaining file
   std::string buyer_separator_;   // what a record has set rules those after it, also in the next run
   std::size_t seen_ = 0;          // records of the run under way, the failed one included

@@ -23,7 +23,8 @@ std::string painted(std::string_view code, std::string_view text) {
 void choose_colors(ColorChoice choice) {
   const char* no_color = std::getenv("NO_COLOR");
   const bool unwanted = no_color != nullptr && *no_color != '\0';
-  colored = choice == ColorChoice::always || (choice == ColorChoice::automatic && !unwanted && ::isatty(STDOUT_FILENO) == 1);
+  colored =
+      choice == ColorChoice::always || (choice == ColorChoice::automatic && !unwanted && ::isatty(STDOUT_FILENO) == 1);
 }
 
 std::string bold(std::string_view text) { return painted("1", text); }

@@ -1,5 +1,5 @@
-// What goes to a terminal: colours when it is one, aligned tables, texts without control characters, a line of progress.
-// Used by the main thread only.
+// What goes to a terminal: colours when it is one, aligned tables, texts without control characters, a line of
+// progress. Used by the main thread only.
 #pragma once
 
 #include <cstddef>

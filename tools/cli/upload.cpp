@@ -14,11 +14,13 @@
 namespace mercato::cli {
 namespace {
 
-// The document's own name, so that its remaining file is recognised, and the process, so that two uploads do not meet in one.
+// The document's own name, so that its remaining file is recognised, and the process, so that two uploads do not meet
+// in one.
 std::string file_key_for(const std::string& document) {
   std::string key = std::filesystem::path(document).stem().string();
   for (char& character : key)
-    if (std::isalnum(static_cast<unsigned char>(character)) == 0 && character != '-' && character != '_') character = '_';
+    if (std::isalnum(static_cast<unsigned char>(character)) == 0 && character != '-' && character != '_')
+      character = '_';
   return key + "-" + std::to_string(::getpid());
 }
 
@@ -37,6 +39,7 @@ void print_json(const UploadReport& report) {
                               {"applied", report.applied()},
                               {"inserted", report.inserted},
                               {"updated", report.updated},
+                              {"valid", report.applied() - report.repaired},
                               {"repaired", report.repaired},
                               {"refused", report.refused},
                               {"remaining", report.remaining},
@@ -69,14 +72,14 @@ void print(const UploadReport& report) {
     const std::string text = std::to_string(number);
     std::cout << label << std::string(text.size() < 8 ? 8 - text.size() : 1, ' ') << text << detail << '\n';
   };
-  std::string applied;
-  if (report.applied() > 0)
-    applied = "  (" + std::to_string(report.inserted) + " inserted, " + std::to_string(report.updated) + " updated, " +
-              std::to_string(report.repaired) + " of them without some fields)";
-  count("read     ", report.read, "");
-  count("applied  ", report.applied(), applied);
-  count("refused  ", report.refused, "");
-  count("remaining", report.remaining, report.remaining_file.empty() ? "" : "  in " + report.remaining_file);
+  const std::string written =
+      "  applied: " + std::to_string(report.inserted) + " inserted, " + std::to_string(report.updated) + " updated";
+  count("read     ", report.read, "  records of the document");
+  count("valid    ", report.applied() - report.repaired, "  written with all their fields");
+  count("repaired ", report.repaired, "  written without the fields listed above");
+  count("written  ", report.applied(), written);
+  count("skipped  ", report.refused, "  refused");
+  count("remaining", report.remaining, report.remaining_file.empty() ? "  no remaining file" : "  in " + report.remaining_file);
   if (!report.stopped_by.empty())
     std::cout << bad("The upload was ended early: ") << shown(report.stopped_by, 500) << '\n';
 }
@@ -84,11 +87,12 @@ void print(const UploadReport& report) {
 }  // namespace
 
 int upload(const UploadOptions& options, const OutputOptions& output) {
-  ProductUpload product_upload({.document = options.document,
-                                .file_key = options.file_key.empty() ? file_key_for(options.document) : options.file_key,
-                                .web_root = collaborators::settings()->web_root,
-                                .write_on_errors = options.write_on_errors,
-                                .update_only = options.update_only});
+  ProductUpload product_upload(
+      {.document = options.document,
+       .file_key = options.file_key.empty() ? file_key_for(options.document) : options.file_key,
+       .web_root = collaborators::settings()->web_root,
+       .write_on_errors = options.write_on_errors,
+       .update_only = options.update_only});
   const UploadReport report = product_upload.run();
   if (output.json)
     print_json(report);

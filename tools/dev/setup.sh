@@ -20,15 +20,18 @@ install_packages() {
   DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-# Configures and builds a preset. Only what goes wrong is shown, and progress on a terminal.
+# Configures a preset and builds it, or the named targets of it. Only what goes wrong is shown, and progress on a terminal.
+#   build_preset PRESET [TARGET...]
 build_preset() {
-  local log
+  local preset=$1 targets=() log
+  shift
+  [ $# -eq 0 ] || targets=(--target "$@")
   log=$(mktemp)
-  cmake --preset "$1" >"$log" 2>&1 || { cat "$log"; rm -f "$log"; return 1; }
+  cmake --preset "$preset" >"$log" 2>&1 || { cat "$log"; rm -f "$log"; return 1; }
   if [ -t 1 ]; then
-    cmake --build --preset "$1" || return 1
+    cmake --build --preset "$preset" "${targets[@]}" || return 1
   else
-    cmake --build --preset "$1" >"$log" 2>&1 || { cat "$log"; rm -f "$log"; return 1; }
+    cmake --build --preset "$preset" "${targets[@]}" >"$log" 2>&1 || { cat "$log"; rm -f "$log"; return 1; }
   fi
   rm -f "$log"
 }

@@ -10,8 +10,8 @@
 #include "frame/types/collection.h"
 #include "frame/types/dictionary.h"
 #include "frame/types/raised_error.h"
-#include "platform/automation/component.h"
 #include "platform/automation/class_table.h"
+#include "platform/automation/component.h"
 #include "tools/gateway/rpc_error.h"
 
 namespace mercato::gateway {
@@ -73,7 +73,8 @@ Json recordset_to_json(Recordset& recordset, ObjectTable& objects) {
   rows.reserve(recordset.rows().size());
   for (const std::vector<Variant>& row : recordset.rows()) rows.push_back(items_to_json(row, objects));
   Json fields = Json::array();
-  for (std::size_t position = 0; position < recordset.FieldCount(); ++position) fields.push_back(recordset.FieldName(position));
+  for (std::size_t position = 0; position < recordset.FieldCount(); ++position)
+    fields.push_back(recordset.FieldName(position));
   Json json = form("recordset");
   json["fields"] = std::move(fields);
   json["rows"] = std::move(rows);
@@ -82,8 +83,10 @@ Json recordset_to_json(Recordset& recordset, ObjectTable& objects) {
 
 Json object_to_json(const ObjectPtr& object, ObjectTable& objects) {
   if (!object) return form("nothing");
-  if (const auto* dictionary = dynamic_cast<const Dictionary*>(object.get())) return dictionary_to_json(*dictionary, objects);
-  if (const auto* collection = dynamic_cast<const Collection*>(object.get())) return collection_to_json(*collection, objects);
+  if (const auto* dictionary = dynamic_cast<const Dictionary*>(object.get()))
+    return dictionary_to_json(*dictionary, objects);
+  if (const auto* collection = dynamic_cast<const Collection*>(object.get()))
+    return collection_to_json(*collection, objects);
   if (auto* recordset = dynamic_cast<Recordset*>(object.get())) return recordset_to_json(*recordset, objects);
   const auto* component = dynamic_cast<const Component*>(object.get());
   Json json = form("object");
@@ -164,7 +167,8 @@ Variant recordset_from_json(const JsonInput& json, ObjectTable& objects) {
   }
   std::vector<std::vector<Variant>> rows;
   for (const JsonInput& row : list_member(json, "rows")) {
-    if (!row.is_array() || row.size() != columns.size()) refuse("Each of the \"rows\" is an array with one value for each field");
+    if (!row.is_array() || row.size() != columns.size())
+      refuse("Each of the \"rows\" is an array with one value for each field");
     rows.push_back(list_from_json(row, objects));
   }
   return Recordset::from_rows(std::make_shared<const store::RowLayout>(std::move(columns)), std::move(rows));
@@ -216,13 +220,20 @@ Variant form_from_json(const JsonInput& json, ObjectTable& objects) {
 Json to_json(const Variant& value, ObjectTable& objects) {
   using Type = Variant::Type;
   switch (value.type()) {
-    case Type::empty: return form("empty");
-    case Type::null: return nullptr;
-    case Type::missing: return form("missing");
-    case Type::boolean: return value.boolean_value();
-    case Type::short_integer: return value.short_value();
-    case Type::long_integer: return value.long_value();
-    case Type::real: return value.double_value();
+    case Type::empty:
+      return form("empty");
+    case Type::null:
+      return nullptr;
+    case Type::missing:
+      return form("missing");
+    case Type::boolean:
+      return value.boolean_value();
+    case Type::short_integer:
+      return value.short_value();
+    case Type::long_integer:
+      return value.long_value();
+    case Type::real:
+      return value.double_value();
     case Type::currency: {
       Json json = form("currency");
       json["value"] = value.currency_value().fixed_text();
@@ -233,26 +244,36 @@ Json to_json(const Variant& value, ObjectTable& objects) {
       json["value"] = value.date_value().iso_text();
       return json;
     }
-    case Type::text: return value.text_value();
-    case Type::array: return array_to_json(value.array_value(), objects);
-    case Type::object: return object_to_json(value.object_value(), objects);
+    case Type::text:
+      return value.text_value();
+    case Type::array:
+      return array_to_json(value.array_value(), objects);
+    case Type::object:
+      return object_to_json(value.object_value(), objects);
   }
   return nullptr;
 }
 
 Variant from_json(const JsonInput& json, ObjectTable& objects) {
   switch (json.type()) {
-    case JsonInput::value_t::null: return kNull;
-    case JsonInput::value_t::boolean: return json.get<bool>();
-    case JsonInput::value_t::string: return json.get_ref<const std::string&>();
-    case JsonInput::value_t::number_integer: return Variant::from_integer(json.get<std::int64_t>());
+    case JsonInput::value_t::null:
+      return kNull;
+    case JsonInput::value_t::boolean:
+      return json.get<bool>();
+    case JsonInput::value_t::string:
+      return json.get_ref<const std::string&>();
+    case JsonInput::value_t::number_integer:
+      return Variant::from_integer(json.get<std::int64_t>());
     case JsonInput::value_t::number_unsigned:
       if (json.get<std::uint64_t>() > static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max()))
         return json.get<double>();
       return json.get<std::int32_t>();
-    case JsonInput::value_t::number_float: return json.get<double>();
-    case JsonInput::value_t::array: return Array(list_from_json(json, objects));
-    default: return form_from_json(json, objects);
+    case JsonInput::value_t::number_float:
+      return json.get<double>();
+    case JsonInput::value_t::array:
+      return Array(list_from_json(json, objects));
+    default:
+      return form_from_json(json, objects);
   }
 }
 

@@ -1,8 +1,8 @@
 // Values of the interface as JSON and back. Stateless functions over the session's object table; one thread at a time.
 //
-// Null is null; text, Boolean and array are JSON's own; short and long are integers, a double always has a decimal point
-// or an exponent. Everything else is an object with the member "$": empty, missing, nothing, short, date, currency, array
-// (with another lower bound than 0), dictionary, collection, recordset, object.
+// Null is null; text, Boolean and array are JSON's own; short and long are integers, a double always has a decimal
+// point or an exponent. Everything else is an object with the member "$": empty, missing, nothing, short, date,
+// currency, array (with another lower bound than 0), dictionary, collection, recordset, object.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -19,8 +19,8 @@ using JsonInput = nlohmann::json;     // what was read: a member is found fast, 
 // Objects that have no form of their own get a handle. Raises what fetching a recordset's rows raises.
 Json to_json(const Variant& value, ObjectTable& objects);
 
-// Throws RpcError kInvalidParams for a form that is none, and for a handle that nobody has. A whole number beyond 32 bits is
-// a double. Raises 457 for a Collection that repeats a key.
+// Throws RpcError kInvalidParams for a form that is none, and for a handle that nobody has. A whole number beyond 32
+// bits is a double. Raises 457 for a Collection that repeats a key.
 Variant from_json(const JsonInput& json, ObjectTable& objects);
 
 // The text of a JSON value on one line. Bytes that are no UTF-8 are replaced.

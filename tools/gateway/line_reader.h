@@ -15,8 +15,8 @@ class LineReader {
   // Reads ahead in the stream: nobody else may read from it.
   LineReader(std::istream& stream, std::size_t longest) : stream_(stream), longest_(longest) {}
 
-  // The next line without its end, the last one also when nothing ends it. Waits for no more than the line. Of a line that is
-  // too long nothing is kept, and the next call goes on behind it.
+  // The next line without its end, the last one also when nothing ends it. Waits for no more than the line. Of a line
+  // that is too long nothing is kept, and the next call goes on behind it.
   Read next(std::string& line);
 
  private:

@@ -13,24 +13,32 @@ void check_bounds(std::string_view line) {
   for (std::size_t at = 0; at < line.size(); ++at) {
     const char character = line[at];
     if (in_text) {
-      if (character == '\\') ++at;
-      else if (character == '"') in_text = false;
+      if (character == '\\')
+        ++at;
+      else if (character == '"')
+        in_text = false;
       continue;
     }
     switch (character) {
-      case '"': in_text = true; break;
+      case '"':
+        in_text = true;
+        break;
       case '[':
       case '{':
         ++values;
         if (++depth > kMaxDepth)
-          throw RefusedLine(kParseError, "The line nests deeper than " + std::to_string(kMaxDepth) + " levels", nullptr);
+          throw RefusedLine(kParseError, "The line nests deeper than " + std::to_string(kMaxDepth) + " levels",
+                            nullptr);
         break;
       case ']':
       case '}':
         if (depth > 0) --depth;
         break;
-      case ',': ++values; break;
-      default: break;
+      case ',':
+        ++values;
+        break;
+      default:
+        break;
     }
   }
   if (values > kMaxValues)
@@ -42,7 +50,8 @@ JsonInput parse(std::string_view line) {
   try {
     return JsonInput::parse(line.begin(), line.end());
   } catch (const JsonInput::exception& failure) {
-    // "[json.exception.parse_error.101] parse error at line 1, column 2: ...": the reader's own words begin behind the name.
+    // "[json.exception.parse_error.101] parse error at line 1, column 2: ...": the reader's own words begin behind the
+    // name.
     const std::string words = failure.what();
     const std::size_t end = words.find("] ");
     throw RefusedLine(kParseError, "No JSON: " + (end == std::string::npos ? words : words.substr(end + 2)), nullptr);
@@ -51,11 +60,16 @@ JsonInput parse(std::string_view line) {
 
 // The id as it goes back. Nothing but a text, a number or null is one.
 bool read_id(const JsonInput& id, Json& out) {
-  if (id.is_string()) out = id.get_ref<const std::string&>();
-  else if (id.is_number_unsigned()) out = id.get<std::uint64_t>();
-  else if (id.is_number_integer()) out = id.get<std::int64_t>();
-  else if (id.is_number_float()) out = id.get<double>();
-  else if (!id.is_null()) return false;
+  if (id.is_string())
+    out = id.get_ref<const std::string&>();
+  else if (id.is_number_unsigned())
+    out = id.get<std::uint64_t>();
+  else if (id.is_number_integer())
+    out = id.get<std::int64_t>();
+  else if (id.is_number_float())
+    out = id.get<double>();
+  else if (!id.is_null())
+    return false;
   return true;
 }
 

@@ -1,7 +1,7 @@
 // One line of a client as a JSON-RPC 2.0 request. Pure function; any thread.
 //
-// Beyond what JSON asks, a line is refused that nests deeper than 200 levels or holds more than 8 million values, so that no
-// line can cost memory or stack out of all proportion. One line is one request: a batch is refused.
+// Beyond what JSON asks, a line is refused that nests deeper than 200 levels or holds more than 8 million values, so
+// that no line can cost memory or stack out of all proportion. One line is one request: a batch is refused.
 #pragma once
 
 #include <cstddef>
@@ -26,7 +26,8 @@ struct Request {
 // The error under which a line is refused, and the id to answer it to: null when it could not be read.
 class RefusedLine : public RpcError {
  public:
-  RefusedLine(int code, std::string message, Json request_id) : RpcError(code, std::move(message)), id(std::move(request_id)) {}
+  RefusedLine(int code, std::string message, Json request_id)
+      : RpcError(code, std::move(message)), id(std::move(request_id)) {}
   Json id;
 };
 

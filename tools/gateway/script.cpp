@@ -45,7 +45,7 @@ void Script::begin_watch(bool traces) {
   outermost_ = true;
 }
 
-Script::Watch Script::end_watch() {
+Watch Script::end_watch() {
   outermost_ = false;
   return *std::exchange(watch_, std::nullopt);
 }
@@ -56,7 +56,7 @@ Json Script::list(std::span<const Variant> arguments) {
   return json;
 }
 
-Script::Stub* Script::matching_stub(const MethodInfo& method, std::span<const Variant> arguments) {
+Stub* Script::matching_stub(const MethodInfo& method, std::span<const Variant> arguments) {
   const auto stubs = stubs_.find(&method);
   if (stubs == stubs_.end()) return nullptr;
   for (Stub& stub : stubs->second) {
@@ -91,7 +91,8 @@ void Script::on_statement(std::string_view text, bool by_library) {
   if (watch_ && watch_->traces && by_library) watch_->statements.push_back(std::string(text));
   for (Failure& failure : failures_)
     if (text.find(failure.text) != std::string_view::npos) --failure.left;
-  const auto due = std::find_if(failures_.begin(), failures_.end(), [](const Failure& failure) { return failure.left <= 0; });
+  const auto due =
+      std::find_if(failures_.begin(), failures_.end(), [](const Failure& failure) { return failure.left <= 0; });
   if (due == failures_.end()) return;
   const RaisedError error = std::move(due->error);
   failures_.erase(due);

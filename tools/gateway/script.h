@@ -16,16 +16,24 @@
 
 namespace mercato::gateway {
 
+// Answers of a stubbed method: a value for each call, the last one for all further ones, or a failure.
+struct Stub {
+  std::optional<Json> when;  // leading arguments that must match; asked before a stub without it
+  std::vector<Variant> values;
+  RaisedError failure;  // raised when its number is not 0
+  std::size_t next = 0;
+};
+
+// What one outermost call left behind.
+struct Watch {
+  bool traces = false;
+  bool entered = false;  // the called object's own method ran
+  Json log = Json::array();
+  Json statements = Json::array();  // those of the library's own classes, when it traces
+};
+
 class Script : public CallObserver, public store::StatementObserver {
  public:
-  // Answers of a stubbed method: a value for each call, the last one for all further ones, or a failure.
-  struct Stub {
-    std::optional<Json> when;  // leading arguments that must match; asked before a stub without it
-    std::vector<Variant> values;
-    RaisedError failure;  // raised when its number is not 0
-    std::size_t next = 0;
-  };
-
   Script(ObjectTable& objects, bool records_calls) : objects_(objects), records_calls_(records_calls) {}
 
   // In place of an earlier stub of the method with the same `when`.
@@ -41,17 +49,11 @@ class Script : public CallObserver, public store::StatementObserver {
   void fail(std::string text, std::int64_t nth, RaisedError failure);
   void forget_failures() { failures_.clear(); }
 
-  // What one outermost call left behind.
-  struct Watch {
-    bool traces = false;
-    bool entered = false;  // the called object's own method ran
-    Json log = Json::array();
-    Json statements = Json::array();  // those of the library's own classes, when it traces
-  };
   void begin_watch(bool traces);
   Watch end_watch();
 
-  bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments, Variant& result) override;
+  bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments,
+               Variant& result) override;
   void on_statement(std::string_view text, bool by_library) override;
 
  private:

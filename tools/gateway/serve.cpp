@@ -14,9 +14,14 @@ void serve(Session& session, std::istream& requests, std::ostream& answers) {
   for (;;) {
     std::optional<std::string> answer;
     switch (lines.next(line)) {
-      case LineReader::Read::end: return;
-      case LineReader::Read::too_long: answer = Session::answer_to_too_long_line(); break;
-      case LineReader::Read::line: answer = session.answer(line); break;
+      case LineReader::Read::end:
+        return;
+      case LineReader::Read::too_long:
+        answer = Session::answer_to_too_long_line();
+        break;
+      case LineReader::Read::line:
+        answer = session.answer(line);
+        break;
     }
     if (!answer) continue;
     answers << *answer << '\n' << std::flush;

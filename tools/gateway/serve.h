@@ -1,5 +1,5 @@
-// Serves one client: a request on each line, an answer on each line, in order, flushed. Ends with the input, or when nobody
-// reads the answers any more.
+// Serves one client: a request on each line, an answer on each line, in order, flushed. Ends with the input, or when
+// nobody reads the answers any more.
 #pragma once
 
 #include <istream>

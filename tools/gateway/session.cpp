@@ -27,19 +27,26 @@ namespace {
 
 std::string_view vote_name(Vote vote) {
   switch (vote) {
-    case Vote::none: return "none";
-    case Vote::commit: return "commit";
-    case Vote::abort: return "abort";
+    case Vote::none:
+      return "none";
+    case Vote::commit:
+      return "commit";
+    case Vote::abort:
+      return "abort";
   }
   return {};
 }
 
 std::string_view outcome_name(Outcome outcome) {
   switch (outcome) {
-    case Outcome::none: return "none";
-    case Outcome::open: return "open";
-    case Outcome::committed: return "committed";
-    case Outcome::rolledback: return "rolledback";
+    case Outcome::none:
+      return "none";
+    case Outcome::open:
+      return "open";
+    case Outcome::committed:
+      return "committed";
+    case Outcome::rolledback:
+      return "rolledback";
   }
   return {};
 }
@@ -113,7 +120,9 @@ class Session::Params {
     if (!value.is_number_integer()) refuse(std::string("The parameter \"") + name + "\" is an integer");
     return value.get<std::int64_t>();
   }
-  std::int64_t integer_or(const char* name, std::int64_t otherwise) const { return find(name) ? integer(name) : otherwise; }
+  std::int64_t integer_or(const char* name, std::int64_t otherwise) const {
+    return find(name) ? integer(name) : otherwise;
+  }
   double number(const char* name) const {
     const JsonInput& value = get(name);
     if (!value.is_number()) refuse(std::string("The parameter \"") + name + "\" is a number");
@@ -164,7 +173,8 @@ const Session::Method* Session::find_method(std::string_view name) {
   return nullptr;
 }
 
-Session::Session(Options options) : options_(options), script_(objects_, options.scripted), settings_before_(*collaborators::settings()) {
+Session::Session(Options options)
+    : options_(options), script_(objects_, options.scripted), settings_before_(*collaborators::settings()) {
   forget_thread_state();
 }
 
@@ -185,9 +195,8 @@ Session::~Session() {
 }
 
 std::string Session::answer_to_too_long_line() {
-  const Json answer = {{"jsonrpc", "2.0"},
-                       {"id", nullptr},
-                       {"error", RpcError(kInvalidRequest, "The line is too long").to_json()}};
+  const Json answer = {
+      {"jsonrpc", "2.0"}, {"id", nullptr}, {"error", RpcError(kInvalidRequest, "The line is too long").to_json()}};
   return line_of(answer);
 }
 
@@ -230,7 +239,7 @@ Json Session::watched(Work work) {
     script_.end_watch();
     return result;
   } catch (const Raised& raised) {
-    Script::Watch watch = script_.end_watch();
+    Watch watch = script_.end_watch();
     Json data = failure_data(raised.error());
     data["args"] = Json::array();
     data["vote"] = vote_name(Vote::none);
@@ -294,7 +303,7 @@ Json Session::call_method(const ComponentPtr& target, const MethodInfo& method, 
   const auto& context = target->context();
   const bool was_open = context && context->outcome_of_last_call() == Outcome::open;
   const bool reads_property = method.property && arguments[0].is_missing();
-  Script::Watch watch;
+  Watch watch;
   // What stands beside value or failure. Of a call that did not reach the object, the context knows nothing.
   const auto add_rest = [&](Json& json) {
     Json args = Json::array();
@@ -302,9 +311,7 @@ Json Session::call_method(const ComponentPtr& target, const MethodInfo& method, 
     const bool asked = context && watch.entered;
     json["args"] = std::move(args);
     json["vote"] = vote_name(asked ? context->vote_of_last_call() : Vote::none);
-    json["outcome"] = outcome_name(asked      ? context->outcome_of_last_call()
-                                   : was_open ? Outcome::open
-                                              : Outcome::none);
+    json["outcome"] = outcome_name(asked ? context->outcome_of_last_call() : was_open ? Outcome::open : Outcome::none);
     json["log"] = std::move(watch.log);
     if (options_.trace) json["statements"] = std::move(watch.statements);
   };
@@ -374,7 +381,7 @@ Json Session::stub(const Params& params) {
   if ((value != nullptr) + (values != nullptr) + (raise != nullptr) != 1)
     refuse("A stub has one of \"value\", \"values\" and \"raise\"");
 
-  Script::Stub stub;
+  Stub stub;
   if (const JsonInput* when = params.find("when")) {
     if (!when->is_array()) refuse("\"when\" is an array of leading arguments");
     stub.when = to_json(from_json(*when, objects_), objects_);
@@ -446,7 +453,8 @@ Json Session::function(const Params& params) {
   static const JsonInput no_arguments = JsonInput::array();
   const JsonInput* args = params.find("args");
   const RaisedError pending = params.find("pending") ? params.failure("pending") : RaisedError{};
-  return call_method(FrameFunctions::table().create(), method, arguments_of(method, args ? *args : no_arguments), pending);
+  return call_method(FrameFunctions::table().create(), method, arguments_of(method, args ? *args : no_arguments),
+                     pending);
 }
 
 }  // namespace mercato::gateway

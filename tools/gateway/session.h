@@ -1,7 +1,7 @@
-// One client of the gateway: its objects, and the JSON-RPC methods by which it creates, calls and releases them. Everything
-// happens on the thread that made the session, which serves nobody else meanwhile: the connection string that the library
-// keeps for the thread, and with `scripted` the settings and the clock of the process, are the session's. They are put back when it
-// ends. The classes have to be registered before.
+// One client of the gateway: its objects, and the JSON-RPC methods by which it creates, calls and releases them.
+// Everything happens on the thread that made the session, which serves nobody else meanwhile: the connection string
+// that the library keeps for the thread, and with `scripted` the settings and the clock of the process, are the
+// session's. They are put back when it ends. The classes have to be registered before.
 #pragma once
 
 #include <optional>

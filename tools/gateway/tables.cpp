@@ -30,7 +30,8 @@ Definition read_definition(std::string_view statement) {
 
 // The store has no way to ask for an index, but it says when one is there.
 bool says_existing(const RaisedError& error) {
-  return error.Number == error_number::kStatementRefused && error.Description.find("already exists") != std::string::npos;
+  return error.Number == error_number::kStatementRefused &&
+         error.Description.find("already exists") != std::string::npos;
 }
 
 }  // namespace

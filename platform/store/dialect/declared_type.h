@@ -10,8 +10,8 @@
 
 namespace mercato::store::dialect {
 
-// A type name of the dialect in any case, without width; nothing when it is none. `declared` is the name under which SQLite
-// keeps it, chosen so that its affinity leaves the values as they are.
+// A type name of the dialect in any case, without width; nothing when it is none. `declared` is the name under which
+// SQLite keeps it, chosen so that its affinity leaves the values as they are.
 struct TypeName {
   std::string_view declared;
   ColumnType type;
@@ -22,8 +22,8 @@ std::optional<TypeName> find_type(std::string_view name);
 // An assigned key must be declared so to number its rows.
 inline constexpr std::string_view kAssignedKeyType = "INTEGER";
 
-// What PRAGMA table_info gives as a column's declared type ("NVARCHAR(50)"), read back. The type is `unknown` when it is
-// not of the dialect.
+// What PRAGMA table_info gives as a column's declared type ("NVARCHAR(50)"), read back. The type is `unknown` when it
+// is not of the dialect.
 struct DeclaredType {
   ColumnType type = ColumnType::unknown;
   std::int32_t width = 0;  // characters; 0: unlimited, or no text

@@ -9,14 +9,14 @@ namespace mercato::store::dialect {
 namespace {
 
 constexpr std::string_view kKeywords[] = {
-    "ADD",     "ALL",      "ALTER",   "AND",    "ANY",        "AS",      "ASC",     "BETWEEN", "BY",       "CASE",
-    "CHECK",   "COALESCE", "COLUMN",  "CONSTRAINT", "CONVERT", "CREATE", "CROSS",   "DEFAULT", "DELETE",   "DESC",
-    "DISTINCT", "DROP",    "ELSE",    "END",    "ESCAPE",     "EXCEPT",  "EXEC",    "EXECUTE", "EXISTS",   "FOREIGN",
-    "FROM",    "FULL",     "GRANT",   "GROUP",  "HAVING",     "IDENTITY", "IN",     "INDEX",   "INNER",    "INSERT",
-    "INTERSECT", "INTO",   "IS",      "JOIN",   "KEY",        "LEFT",    "LIKE",    "NOT",     "NULL",     "NULLIF",
-    "ON",      "OR",       "ORDER",   "OUTER",  "PRIMARY",    "REFERENCES", "RIGHT", "SELECT", "SET",      "SOME",
-    "TABLE",   "THEN",     "TOP",     "TRUNCATE", "UNION",    "UNIQUE",  "UPDATE",  "VALUES",  "VIEW",     "WHEN",
-    "WHERE",   "WHILE",    "WITH",
+    "ADD",       "ALL",      "ALTER",  "AND",        "ANY",     "AS",         "ASC",    "BETWEEN", "BY",     "CASE",
+    "CHECK",     "COALESCE", "COLUMN", "CONSTRAINT", "CONVERT", "CREATE",     "CROSS",  "DEFAULT", "DELETE", "DESC",
+    "DISTINCT",  "DROP",     "ELSE",   "END",        "ESCAPE",  "EXCEPT",     "EXEC",   "EXECUTE", "EXISTS", "FOREIGN",
+    "FROM",      "FULL",     "GRANT",  "GROUP",      "HAVING",  "IDENTITY",   "IN",     "INDEX",   "INNER",  "INSERT",
+    "INTERSECT", "INTO",     "IS",     "JOIN",       "KEY",     "LEFT",       "LIKE",   "NOT",     "NULL",   "NULLIF",
+    "ON",        "OR",       "ORDER",  "OUTER",      "PRIMARY", "REFERENCES", "RIGHT",  "SELECT",  "SET",    "SOME",
+    "TABLE",     "THEN",     "TOP",    "TRUNCATE",   "UNION",   "UNIQUE",     "UPDATE", "VALUES",  "VIEW",   "WHEN",
+    "WHERE",     "WHILE",    "WITH",
 };
 
 }  // namespace

@@ -15,14 +15,20 @@ enum class CharKind : std::uint8_t { refused, blank, letter, digit, quote, open_
 constexpr std::array<CharKind, 256> make_kinds() {
   std::array<CharKind, 256> kinds{};
   for (std::size_t c = 0; c < kinds.size(); ++c) {
-    if (c == ' ' || (c >= '\t' && c <= '\r')) kinds[c] = CharKind::blank;
-    else if (c < ' ' || c == 0x7F) kinds[c] = CharKind::refused;
-    else if (c >= '0' && c <= '9') kinds[c] = CharKind::digit;
+    if (c == ' ' || (c >= '\t' && c <= '\r'))
+      kinds[c] = CharKind::blank;
+    else if (c < ' ' || c == 0x7F)
+      kinds[c] = CharKind::refused;
+    else if (c >= '0' && c <= '9')
+      kinds[c] = CharKind::digit;
     else if ((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == '#' || c == '@' || c >= 0x80)
       kinds[c] = CharKind::letter;
-    else if (c == '\'') kinds[c] = CharKind::quote;
-    else if (c == '"' || c == '[') kinds[c] = CharKind::open_name;
-    else kinds[c] = CharKind::symbol;
+    else if (c == '\'')
+      kinds[c] = CharKind::quote;
+    else if (c == '"' || c == '[')
+      kinds[c] = CharKind::open_name;
+    else
+      kinds[c] = CharKind::symbol;
   }
   return kinds;
 }
@@ -94,18 +100,24 @@ class Lexer {
   void step() {
     const char c = text_[position_];
     switch (kind_of(c)) {
-      case CharKind::blank: ++position_; return;
+      case CharKind::blank:
+        ++position_;
+        return;
       case CharKind::letter:
         if ((c == 'N' || c == 'n') && at(position_ + 1) == '\'') return text_literal(TokenKind::national_text, 1);
         return word();
-      case CharKind::digit: return number();
-      case CharKind::quote: return text_literal(TokenKind::text, 0);
-      case CharKind::open_name: return quoted_name(c == '[' ? ']' : '"');
+      case CharKind::digit:
+        return number();
+      case CharKind::quote:
+        return text_literal(TokenKind::text, 0);
+      case CharKind::open_name:
+        return quoted_name(c == '[' ? ']' : '"');
       case CharKind::symbol:
         if (c == '.' && is_digit(at(position_ + 1))) return number();
         if ((c == '-' && at(position_ + 1) == '-') || (c == '/' && at(position_ + 1) == '*')) return comment(c);
         return add(TokenKind::symbol, position_, position_ + 1);
-      case CharKind::refused: refuse_syntax(text_, position_, position_ + 1);
+      case CharKind::refused:
+        refuse_syntax(text_, position_, position_ + 1);
     }
   }
 

@@ -31,7 +31,8 @@ auto required(const Reading& reading, std::string reason) {
 Variant literal_value(const LexedStatement& lexed, std::uint32_t token) {
   std::string characters = characters_of(lexed, lexed.tokens[token]);
   if (lexed.tokens[token].kind != TokenKind::number) return characters;
-  return variant_of(required(read_number(characters), "The number '" + characters + "' is out of the range of numbers."));
+  return variant_of(
+      required(read_number(characters), "The number '" + characters + "' is out of the range of numbers."));
 }
 
 Variant parameter_value(const LexedStatement& lexed, const Parameter& parameter) {
@@ -40,11 +41,16 @@ Variant parameter_value(const LexedStatement& lexed, const Parameter& parameter)
   std::string characters = characters_of(lexed, lexed.tokens[token]);
   switch (parameter.conversion) {
     case Conversion::none:
-    case Conversion::text: return characters;
-    case Conversion::number: return variant_of(required(read_number(characters), unreadable_number(characters)));
-    case Conversion::date: return required(read_date(characters), kUnreadableDate);
-    case Conversion::money: return required(read_money(characters), kUnreadableMoney);
-    case Conversion::boolean: return required(read_boolean(characters), unreadable_boolean(characters));
+    case Conversion::text:
+      return characters;
+    case Conversion::number:
+      return variant_of(required(read_number(characters), unreadable_number(characters)));
+    case Conversion::date:
+      return required(read_date(characters), kUnreadableDate);
+    case Conversion::money:
+      return required(read_money(characters), kUnreadableMoney);
+    case Conversion::boolean:
+      return required(read_boolean(characters), unreadable_boolean(characters));
   }
   return {};
 }

@@ -18,9 +18,12 @@ class PieceCheck {
   void check(const Mark& mark) {
     while (token().kind != TokenKind::end && token().end <= mark.begin) ++current_;
     switch (mark.kind) {
-      case Sql::PieceKind::value: return check_value(mark);
-      case Sql::PieceKind::name: return check_name(mark);
-      case Sql::PieceKind::clause: return check_clause(mark);
+      case Sql::PieceKind::value:
+        return check_value(mark);
+      case Sql::PieceKind::name:
+        return check_name(mark);
+      case Sql::PieceKind::clause:
+        return check_clause(mark);
     }
   }
 

@@ -19,8 +19,8 @@ using Number = std::variant<std::int64_t, double>;
 std::optional<Number> read_number(std::string_view text);
 // The same with thousands separators, exact to four decimals.
 std::optional<Currency> read_money(std::string_view text);
-// What Date::parse takes in the US locale, ISO forms, and eight digits. A time alone is one of the server's own zero date,
-// 1 January 1900, which is also how the blank text reads.
+// What Date::parse takes in the US locale, ISO forms, and eight digits. A time alone is one of the server's own zero
+// date, 1 January 1900, which is also how the blank text reads.
 std::optional<Date> read_date(std::string_view text);
 // "True", "False" in any case, and numbers.
 std::optional<bool> read_boolean(std::string_view text);
@@ -29,6 +29,7 @@ std::optional<bool> read_boolean(std::string_view text);
 std::string unreadable_number(std::string_view text);
 std::string unreadable_boolean(std::string_view text);
 inline constexpr const char* kUnreadableMoney = "Cannot convert a text value to money. The text has incorrect syntax.";
-inline constexpr const char* kUnreadableDate = "Conversion failed when converting date and/or time from character string.";
+inline constexpr const char* kUnreadableDate =
+    "Conversion failed when converting date and/or time from character string.";
 
 }  // namespace mercato::store::dialect

@@ -14,14 +14,22 @@ bool is_whole(ColumnType type) {
 // The server's order: of two types the other one is converted to the higher.
 int precedence(ColumnType type) {
   switch (type) {
-    case ColumnType::unknown: return 0;
-    case ColumnType::text: return 1;
-    case ColumnType::boolean: return 2;
-    case ColumnType::short_integer: return 3;
-    case ColumnType::long_integer: return 4;
-    case ColumnType::money: return 5;
-    case ColumnType::real: return 6;
-    case ColumnType::date: return 7;
+    case ColumnType::unknown:
+      return 0;
+    case ColumnType::text:
+      return 1;
+    case ColumnType::boolean:
+      return 2;
+    case ColumnType::short_integer:
+      return 3;
+    case ColumnType::long_integer:
+      return 4;
+    case ColumnType::money:
+      return 5;
+    case ColumnType::real:
+      return 6;
+    case ColumnType::date:
+      return 7;
   }
   return 0;
 }
@@ -53,9 +61,11 @@ ColumnType SqliteTranslator::common_type(const Expression& left, const Expressio
   const Expression& higher = higher_left ? left : right;
   const Expression& lower = higher_left ? right : left;
   // Decimals of a literal are exact, so an amount of money need not become a floating number for it.
-  if (higher.type == ColumnType::real && lower.type == ColumnType::money && higher.is_literal()) return ColumnType::money;
+  if (higher.type == ColumnType::real && lower.type == ColumnType::money && higher.is_literal())
+    return ColumnType::money;
   // A text reads as the number that it is, with decimals or without.
-  if (is_whole(higher.type) && lower.type == ColumnType::text && higher.type != ColumnType::boolean) return ColumnType::real;
+  if (is_whole(higher.type) && lower.type == ColumnType::text && higher.type != ColumnType::boolean)
+    return ColumnType::real;
   return higher.type;
 }
 
@@ -81,30 +91,41 @@ std::string SqliteTranslator::collated(const Expression& operand) {
 }
 
 Expression SqliteTranslator::converted(Expression operand, ColumnType type) {
-  if (operand.type == type || operand.form == Expression::Form::null || operand.type == ColumnType::unknown) return operand;
+  if (operand.type == type || operand.form == Expression::Form::null || operand.type == ColumnType::unknown)
+    return operand;
   switch (type) {
-    case ColumnType::unknown: return operand;
+    case ColumnType::unknown:
+      return operand;
     case ColumnType::short_integer:
-    case ColumnType::long_integer: return to_whole_number(std::move(operand));
-    case ColumnType::boolean: return to_boolean(std::move(operand));
-    case ColumnType::real: return to_real(std::move(operand));
-    case ColumnType::money: return to_money(std::move(operand));
-    case ColumnType::date: return to_date(std::move(operand));
-    case ColumnType::text: return to_text(std::move(operand));
+    case ColumnType::long_integer:
+      return to_whole_number(std::move(operand));
+    case ColumnType::boolean:
+      return to_boolean(std::move(operand));
+    case ColumnType::real:
+      return to_real(std::move(operand));
+    case ColumnType::money:
+      return to_money(std::move(operand));
+    case ColumnType::date:
+      return to_date(std::move(operand));
+    case ColumnType::text:
+      return to_text(std::move(operand));
   }
   return operand;
 }
 
 Expression SqliteTranslator::to_text(Expression operand) {
   switch (operand.type) {
-    case ColumnType::money: return make_value("mercato_money_text(" + operand.sql + ")", ColumnType::text);
-    case ColumnType::date: return make_value("mercato_date_text(" + operand.sql + ", 0)", ColumnType::text);
+    case ColumnType::money:
+      return make_value("mercato_money_text(" + operand.sql + ")", ColumnType::text);
+    case ColumnType::date:
+      return make_value("mercato_date_text(" + operand.sql + ", 0)", ColumnType::text);
     case ColumnType::real:
       if (operand.form != Expression::Form::literal)
         return make_value("mercato_number_text(" + operand.sql + ")", ColumnType::text);
       break;
     default:
-      if (operand.form != Expression::Form::literal) return make_value("CAST(" + operand.sql + " AS TEXT)", ColumnType::text);
+      if (operand.form != Expression::Form::literal)
+        return make_value("CAST(" + operand.sql + " AS TEXT)", ColumnType::text);
   }
   set_conversion(operand, Conversion::text);
   operand.type = ColumnType::text;
@@ -114,8 +135,10 @@ Expression SqliteTranslator::to_text(Expression operand) {
 Expression SqliteTranslator::to_real(Expression operand) {
   if (operand.type == ColumnType::date) refuse_conversion("datetime", "float");
   if (operand.type == ColumnType::money) return make_value("(" + operand.sql + " / 10000.0)", ColumnType::real);
-  if (operand.is_text_literal()) set_conversion(operand, Conversion::number);
-  else if (operand.type == ColumnType::text) return make_value("mercato_number(" + operand.sql + ")", ColumnType::real);
+  if (operand.is_text_literal())
+    set_conversion(operand, Conversion::number);
+  else if (operand.type == ColumnType::text)
+    return make_value("mercato_number(" + operand.sql + ")", ColumnType::real);
   // SQLite compares and mixes whole and floating numbers by their values.
   operand.type = ColumnType::real;
   return operand;

@@ -46,15 +46,18 @@ std::string text_sql(std::string_view text) { return "'" + text::replace_all(tex
 
 class DefinitionTranslator : TokenReader {
  public:
-  DefinitionTranslator(const LexedStatement& lexed, const TableDirectory& tables) : TokenReader(lexed), tables_(tables) {
+  DefinitionTranslator(const LexedStatement& lexed, const TableDirectory& tables)
+      : TokenReader(lexed), tables_(tables) {
     result_.kind = StatementKind::definition;
     result_.depends_on_literals = true;
   }
 
   Translation translate() {
     if (accept_word("CREATE")) {
-      if (accept_word("TABLE")) create_table();
-      else create_index();
+      if (accept_word("TABLE"))
+        create_table();
+      else
+        create_index();
     } else if (accept_word("ALTER")) {
       expect_word("TABLE");
       add_column();
@@ -164,7 +167,9 @@ class DefinitionTranslator : TokenReader {
     const std::uint32_t at = next_;
     const std::string name = expect_name();
     const auto type = find_type(name);
-    if (!type) refuse("Column '" + column.name + "': Cannot find data type " + name + place_text(lexed_.text, lexed_.tokens[at].begin));
+    if (!type)
+      refuse("Column '" + column.name + "': Cannot find data type " + name +
+             place_text(lexed_.text, lexed_.tokens[at].begin));
     column.type = type->type;
     column.declared = type->declared;
     if (!accept_symbol('(')) {
@@ -173,8 +178,10 @@ class DefinitionTranslator : TokenReader {
       return;
     }
     if (type->sized) {
-      if (accept_word("MAX")) column.declared = "NTEXT";
-      else set_width(column, expect_whole_number());
+      if (accept_word("MAX"))
+        column.declared = "NTEXT";
+      else
+        set_width(column, expect_whole_number());
     } else if (type->type == ColumnType::real) {
       column.declared += "(" + std::to_string(expect_whole_number());
       if (accept_symbol(',')) column.declared += "," + std::to_string(expect_whole_number());
@@ -230,11 +237,16 @@ class DefinitionTranslator : TokenReader {
     const std::uint32_t literal = literal_index(next_++);
     const auto value = [&](Conversion conversion) { return parameter_value(lexed_, {literal, conversion}); };
     switch (type) {
-      case ColumnType::text: return text_sql(sign + value(Conversion::text).to_text());
-      case ColumnType::date: return text_sql(value(Conversion::date).date_value().iso_text());
-      case ColumnType::money: return sign + std::to_string(value(Conversion::money).currency_value().scaled());
-      case ColumnType::boolean: return value(Conversion::boolean).boolean_value() ? "1" : "0";
-      default: return sign + value(Conversion::number).to_text();
+      case ColumnType::text:
+        return text_sql(sign + value(Conversion::text).to_text());
+      case ColumnType::date:
+        return text_sql(value(Conversion::date).date_value().iso_text());
+      case ColumnType::money:
+        return sign + std::to_string(value(Conversion::money).currency_value().scaled());
+      case ColumnType::boolean:
+        return value(Conversion::boolean).boolean_value() ? "1" : "0";
+      default:
+        return sign + value(Conversion::number).to_text();
     }
   }
 
@@ -265,18 +277,23 @@ class DefinitionTranslator : TokenReader {
     const std::string name = quoted(column.name);
     const std::string range = " CONSTRAINT " + quoted(range_constraint(column.name)) + " CHECK (" + name;
     switch (column.type) {
-      case ColumnType::short_integer: return range + " BETWEEN -32768 AND 32767)";
-      case ColumnType::long_integer: return range + " BETWEEN -2147483648 AND 2147483647)";
-      case ColumnType::boolean: return range + " BETWEEN 0 AND 1)";
+      case ColumnType::short_integer:
+        return range + " BETWEEN -32768 AND 32767)";
+      case ColumnType::long_integer:
+        return range + " BETWEEN -2147483648 AND 2147483647)";
+      case ColumnType::boolean:
+        return range + " BETWEEN 0 AND 1)";
       case ColumnType::text:
         if (column.width == 0) return {};
         return " CONSTRAINT " + quoted(width_constraint(column.name)) + " CHECK (length(" + name +
                ") <= " + std::to_string(column.width) + ")";
-      default: return {};
+      default:
+        return {};
     }
   }
 
-  void add_key(const std::string& table, const Key& key, std::vector<std::string>& parts, std::vector<std::string>& indices) {
+  void add_key(const std::string& table, const Key& key, std::vector<std::string>& parts,
+               std::vector<std::string>& indices) {
     bool any_nullable = false;
     std::string names, label;
     for (const KeyColumn& column : key.columns) {
@@ -302,8 +319,8 @@ class DefinitionTranslator : TokenReader {
   template <class Lookup>
   static std::string index_sql(const std::string& index, bool unique, const std::string& table,
                                const std::vector<KeyColumn>& columns, Lookup lookup) {
-    std::string sql = std::string(unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ") + quoted(index) + " ON " +
-                      quoted(table) + " (";
+    std::string sql =
+        std::string(unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ") + quoted(index) + " ON " + quoted(table) + " (";
     for (std::size_t i = 0; i < columns.size(); ++i) {
       const IndexedColumn column = lookup(columns[i].name);
       if (i > 0) sql += ", ";

@@ -24,10 +24,12 @@ bool is_whole(ColumnType type) { return is_number(type) && type != ColumnType::r
 }  // namespace
 
 SqliteTranslator::Nesting::Nesting(SqliteTranslator& translator) : depth_(translator.depth_) {
-  // Simple levels as deep as this still pass SQLite's parser, which holds a hundred open symbols; it refuses others sooner.
+  // Simple levels as deep as this still pass SQLite's parser, which holds a hundred open symbols; it refuses others
+  // sooner.
   constexpr int kDeepest = 32;
-  if (depth_ >= kDeepest) refuse("Some part of the statement is nested too deeply" +
-                                 place_text(translator.lexed_.text, translator.token().begin));
+  if (depth_ >= kDeepest)
+    refuse("Some part of the statement is nested too deeply" +
+           place_text(translator.lexed_.text, translator.token().begin));
   ++depth_;
 }
 
@@ -177,7 +179,8 @@ Expression SqliteTranslator::in_list(const Scope& scope, Expression left, bool n
     Query inner = query(&scope);
     expect_symbol(')');
     if (inner.columns().size() != 1)
-      refuse("Only one expression can be specified in the select list when the subquery is not introduced with EXISTS.");
+      refuse(
+          "Only one expression can be specified in the select list when the subquery is not introduced with EXISTS.");
     const ColumnType type = common_type(left, make_value({}, inner.columns().front().type));
     left = converted(std::move(left), type);
     return make_condition(collated(left) + operation + subselect(inner, type) + ")");
@@ -256,10 +259,10 @@ Expression SqliteTranslator::arithmetic(char operation, Expression left, Express
     return make_value("(" + left.sql + " || " + right.sql + ")", ColumnType::text);
   if (left.type == ColumnType::date || right.type == ColumnType::date) {
     const bool adds = operation == '+';
-    if (!adds && operation != '-') refuse("Operand data type datetime is invalid for the operator '" + std::string(1, operation) + "'.");
+    if (!adds && operation != '-')
+      refuse("Operand data type datetime is invalid for the operator '" + std::string(1, operation) + "'.");
     if (left.type == right.type || right.type == ColumnType::date) {
-      if (!adds || left.type == right.type)
-        refuse("Two dates cannot be added or subtracted. Use DATEDIFF.");
+      if (!adds || left.type == right.type) refuse("Two dates cannot be added or subtracted. Use DATEDIFF.");
       std::swap(left, right);
     }
     return make_value("mercato_add_days(" + left.sql + ", " + (adds ? "" : "-") +
@@ -312,13 +315,17 @@ Expression SqliteTranslator::primary(const Scope& scope) {
   switch (token().kind) {
     case TokenKind::number:
     case TokenKind::text:
-    case TokenKind::national_text: return literal();
+    case TokenKind::national_text:
+      return literal();
     case TokenKind::symbol:
       if (at_symbol('(')) return bracketed(scope);
       fail();
-    case TokenKind::quoted_name: return column(scope);
-    case TokenKind::word: break;
-    case TokenKind::end: fail();
+    case TokenKind::quoted_name:
+      return column(scope);
+    case TokenKind::word:
+      break;
+    case TokenKind::end:
+      fail();
   }
   if (accept_word("NULL")) {
     Expression null = make_value("NULL", ColumnType::unknown);
@@ -336,7 +343,8 @@ Expression SqliteTranslator::bracketed(const Scope& scope) {
     Query inner = query(&scope);
     expect_symbol(')');
     if (inner.columns().size() != 1)
-      refuse("Only one expression can be specified in the select list when the subquery is not introduced with EXISTS.");
+      refuse(
+          "Only one expression can be specified in the select list when the subquery is not introduced with EXISTS.");
     const ColumnType type = inner.arms.front().items.front().type;
     return make_value("(" + render(inner) + ")", type);
   }
@@ -378,7 +386,8 @@ Expression SqliteTranslator::case_value(const Scope& scope) {
   std::string sql = "CASE";
   for (std::size_t i = 0; i < conditions.size(); ++i) sql += " WHEN " + conditions[i] + " THEN " + results[i].sql;
   if (has_else) sql += " ELSE " + results.back().sql;
-  return make_value(sql + " END", results.front().form == Expression::Form::null ? results.back().type : results.front().type);
+  return make_value(sql + " END",
+                    results.front().form == Expression::Form::null ? results.back().type : results.front().type);
 }
 
 }  // namespace mercato::store::dialect

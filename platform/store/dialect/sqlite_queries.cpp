@@ -15,7 +15,9 @@ Query SqliteTranslator::query(const Scope* outer) {
     query.unions.push_back(accept_word("ALL") ? " UNION ALL " : " UNION ");
     query.arms.push_back(arm(outer));
     if (query.arms.back().items.size() != query.arms.front().items.size())
-      refuse("All queries combined using a UNION operator must have an equal number of expressions in their target lists.");
+      refuse(
+          "All queries combined using a UNION operator must have an equal number of expressions in their target "
+          "lists.");
   }
   unify_arms(query);
   if (accept_word("ORDER")) order_by(query);
@@ -134,8 +136,10 @@ void SqliteTranslator::select_list(Arm& arm) {
       next_ += 2;
       const auto source = std::find_if(scope.sources.begin(), scope.sources.end(),
                                        [&name](const Source& each) { return text::equal_names(each.name, name); });
-      if (source != scope.sources.end()) add_star(arm, *source);
-      else remember("The column prefix '" + name + "' does not match with a table name or alias name used in the query.");
+      if (source != scope.sources.end())
+        add_star(arm, *source);
+      else
+        remember("The column prefix '" + name + "' does not match with a table name or alias name used in the query.");
       continue;
     }
     Expression item = value(scope);
@@ -222,7 +226,8 @@ void SqliteTranslator::table_primary(Scope& scope, std::string& sql) {
       names += (i > 0 ? ", " : "") + quoted(source.derived[i].name);
     }
     const std::string rows = quoted("rows of " + source.name);
-    sql += "(WITH " + rows + "(" + names + ") AS (" + render(inner) + ") SELECT * FROM " + rows + ") AS " + quoted(source.name);
+    sql += "(WITH " + rows + "(" + names + ") AS (" + render(inner) + ") SELECT * FROM " + rows + ") AS " +
+           quoted(source.name);
   } else {
     const std::string table = expect_table_name();
     source.table = tables_.find(table);
@@ -249,8 +254,10 @@ void SqliteTranslator::order_by(Query& query) {
   do {
     query.order += separator + order_item(query);
     separator = ", ";
-    if (accept_word("DESC")) query.order += " DESC";
-    else accept_word("ASC");
+    if (accept_word("DESC"))
+      query.order += " DESC";
+    else
+      accept_word("ASC");
   } while (accept_symbol(','));
 }
 
@@ -262,14 +269,15 @@ std::string SqliteTranslator::order_item(Query& query) {
     const std::uint32_t at = next_;
     const std::int64_t place = expect_whole_number();
     if (place < 1 || place > static_cast<std::int64_t>(columns.size()))
-      refuse("The ORDER BY position number " + std::to_string(place) + " is out of range of the number of items in the select list" +
+      refuse("The ORDER BY position number " + std::to_string(place) +
+             " is out of range of the number of items in the select list" +
              place_text(lexed_.text, lexed_.tokens[at].begin));
     result_.depends_on_literals = true;
     return std::to_string(place);
   }
   const bool alone = at_name() && !at_symbol('.', 1) && !at_symbol('(', 1) &&
-                     (at_symbol(',', 1) || at_symbol(')', 1) || at_symbol(';', 1) || at_word("ASC", 1) || at_word("DESC", 1) ||
-                      token(1).kind == TokenKind::end);
+                     (at_symbol(',', 1) || at_symbol(')', 1) || at_symbol(';', 1) || at_word("ASC", 1) ||
+                      at_word("DESC", 1) || token(1).kind == TokenKind::end);
   if (alone) {
     const std::uint32_t at = next_;
     const std::string name = expect_name();
@@ -294,8 +302,7 @@ std::string SqliteTranslator::render(const Arm& arm) const {
 
 std::string SqliteTranslator::render(const Query& query) {
   const Arm& first = query.arms.front();
-  if (query.arms.size() == 1)
-    return render(first) + query.order + (first.limit.empty() ? "" : " LIMIT " + first.limit);
+  if (query.arms.size() == 1) return render(first) + query.order + (first.limit.empty() ? "" : " LIMIT " + first.limit);
   std::string sql;
   for (std::size_t i = 0; i < query.arms.size(); ++i) {
     const Arm& arm = query.arms[i];
@@ -315,7 +322,8 @@ void SqliteTranslator::translate_query(bool identified) {
   Query top = query(nullptr);
   expect_end();
   Arm& arm = top.arms.front();
-  const bool one_table = top.arms.size() == 1 && arm.scope->sources.size() == 1 && arm.scope->sources.front().table != nullptr;
+  const bool one_table =
+      top.arms.size() == 1 && arm.scope->sources.size() == 1 && arm.scope->sources.front().table != nullptr;
   if (one_table) result_.table = arm.scope->sources.front().table->name;
   result_.result = top.columns();
   if (identified && refusal_.empty()) {

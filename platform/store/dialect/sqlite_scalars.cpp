@@ -51,12 +51,34 @@ struct DatePart {
   std::string_view part;
 };
 constexpr DatePart kDateParts[] = {
-    {"year", "year"},       {"yy", "year"},      {"yyyy", "year"},     {"quarter", "quarter"}, {"qq", "quarter"},
-    {"q", "quarter"},       {"month", "month"},  {"mm", "month"},      {"m", "month"},         {"day", "day"},
-    {"dd", "day"},          {"d", "day"},        {"dayofyear", "dayofyear"}, {"dy", "dayofyear"}, {"y", "dayofyear"},
-    {"week", "week"},       {"wk", "week"},      {"ww", "week"},       {"weekday", "weekday"}, {"dw", "weekday"},
-    {"hour", "hour"},       {"hh", "hour"},      {"minute", "minute"}, {"mi", "minute"},       {"n", "minute"},
-    {"second", "second"},   {"ss", "second"},    {"s", "second"},
+    {"year", "year"},
+    {"yy", "year"},
+    {"yyyy", "year"},
+    {"quarter", "quarter"},
+    {"qq", "quarter"},
+    {"q", "quarter"},
+    {"month", "month"},
+    {"mm", "month"},
+    {"m", "month"},
+    {"day", "day"},
+    {"dd", "day"},
+    {"d", "day"},
+    {"dayofyear", "dayofyear"},
+    {"dy", "dayofyear"},
+    {"y", "dayofyear"},
+    {"week", "week"},
+    {"wk", "week"},
+    {"ww", "week"},
+    {"weekday", "weekday"},
+    {"dw", "weekday"},
+    {"hour", "hour"},
+    {"hh", "hour"},
+    {"minute", "minute"},
+    {"mi", "minute"},
+    {"n", "minute"},
+    {"second", "second"},
+    {"ss", "second"},
+    {"s", "second"},
 };
 
 constexpr std::string_view kReservedFunctions[] = {"LEFT", "RIGHT", "COALESCE", "CONVERT", "NULLIF"};
@@ -90,7 +112,8 @@ Expression SqliteTranslator::function_call(const Scope& scope) {
   const std::string name = text::to_upper(token_text());
   const std::uint32_t at = next_;
   next_ += 2;
-  if (name == "COUNT" || name == "SUM" || name == "MIN" || name == "MAX" || name == "AVG") return aggregate(scope, name);
+  if (name == "COUNT" || name == "SUM" || name == "MIN" || name == "MAX" || name == "AVG")
+    return aggregate(scope, name);
   if (name == "CAST") return cast(scope);
   if (name == "CONVERT") return convert(scope);
   if (name == "DATEADD" || name == "DATEDIFF" || name == "DATEPART") return date_function(scope, name);
@@ -106,7 +129,8 @@ Expression SqliteTranslator::function_call(const Scope& scope) {
     }
     const ColumnType type = operands[0].type;
     unify(operands);
-    return make_value("nullif(" + collated(operands[0]) + ", " + operands[1].sql + ")", operands[0].type == type ? type : operands[0].type);
+    return make_value("nullif(" + collated(operands[0]) + ", " + operands[1].sql + ")",
+                      operands[0].type == type ? type : operands[0].type);
   }
   if (name == "COALESCE") {
     if (operands.size() < 2) refuse_count(name);
@@ -166,15 +190,18 @@ Expression SqliteTranslator::aggregate(const Scope& scope, const std::string& na
   if (name == "COUNT") return make_value("count" + argument, ColumnType::long_integer);
   if (name == "MIN" || name == "MAX") return make_value(text::to_lower(name) + argument, operand.type);
   if (operand.type == ColumnType::text || operand.type == ColumnType::date)
-    refuse("Operand data type " + std::string(operand.type == ColumnType::text ? "nvarchar" : "datetime") + " is invalid for " +
-           text::to_lower(name) + " operator.");
+    refuse("Operand data type " + std::string(operand.type == ColumnType::text ? "nvarchar" : "datetime") +
+           " is invalid for " + text::to_lower(name) + " operator.");
   if (name == "SUM")
     return make_value("sum" + argument, operand.type == ColumnType::boolean ? ColumnType::long_integer : operand.type);
   switch (operand.type) {
-    case ColumnType::money: return make_value("CAST(round(avg" + argument + ") AS INTEGER)", ColumnType::money);
+    case ColumnType::money:
+      return make_value("CAST(round(avg" + argument + ") AS INTEGER)", ColumnType::money);
     case ColumnType::real:
-    case ColumnType::unknown: return make_value("avg" + argument, operand.type);
-    default: return make_value("CAST(avg" + argument + " AS INTEGER)", ColumnType::long_integer);
+    case ColumnType::unknown:
+      return make_value("avg" + argument, operand.type);
+    default:
+      return make_value("CAST(avg" + argument + " AS INTEGER)", ColumnType::long_integer);
   }
 }
 
@@ -194,7 +221,8 @@ SqliteTranslator::CastType SqliteTranslator::cast_type() {
   const std::uint32_t at = next_;
   const std::string name = expect_name();
   const auto type = find_type(name);
-  if (!type) refuse("Type " + name + " is not a defined system type" + place_text(lexed_.text, lexed_.tokens[at].begin));
+  if (!type)
+    refuse("Type " + name + " is not a defined system type" + place_text(lexed_.text, lexed_.tokens[at].begin));
   CastType result{type->type, {}, {}};
   const bool is_decimal = type->declared == "DECIMAL";
   if (type->sized) result.width = "30";
@@ -251,7 +279,8 @@ Expression SqliteTranslator::convert(const Scope& scope) {
     const bool writes = operand.type == ColumnType::date && type.type == ColumnType::text;
     const bool reads = operand.type == ColumnType::text && type.type == ColumnType::date;
     if (writes || reads) {
-      const std::string sql = (writes ? "mercato_date_text(" : "mercato_styled_date(") + operand.sql + ", " + new_parameter(at) + ")";
+      const std::string sql =
+          (writes ? "mercato_date_text(" : "mercato_styled_date(") + operand.sql + ", " + new_parameter(at) + ")";
       operand = make_value(sql, type.type);
     }
   }
@@ -273,7 +302,8 @@ Expression SqliteTranslator::date_function(const Scope& scope, const std::string
   const std::string last = converted(std::move(operands.back()), ColumnType::date).sql + ")";
   if (name == "DATEPART") return make_value("mercato_date_part(" + part + ", " + last, ColumnType::long_integer);
   const bool adds = name == "DATEADD";
-  const std::string first = converted(std::move(operands.front()), adds ? ColumnType::long_integer : ColumnType::date).sql;
+  const std::string first =
+      converted(std::move(operands.front()), adds ? ColumnType::long_integer : ColumnType::date).sql;
   return make_value((adds ? "mercato_date_add(" : "mercato_date_difference(") + part + ", " + first + ", " + last,
                     adds ? ColumnType::date : ColumnType::long_integer);
 }

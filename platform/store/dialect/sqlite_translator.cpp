@@ -13,13 +13,20 @@ Translation translate_to_sqlite(const LexedStatement& lexed, const TableDirector
 }
 
 Translation SqliteTranslator::translate(bool identified) {
-  if (at_word("SELECT")) translate_query(identified);
-  else if (accept_word("INSERT")) translate_insert();
-  else if (accept_word("UPDATE")) translate_update();
-  else if (accept_word("DELETE")) translate_delete();
-  else if (accept_word("SET")) translate_setting();
-  else if (at_word("CREATE") || at_word("ALTER") || at_word("DROP")) return translate_definition(lexed_, tables_);
-  else fail();
+  if (at_word("SELECT"))
+    translate_query(identified);
+  else if (accept_word("INSERT"))
+    translate_insert();
+  else if (accept_word("UPDATE"))
+    translate_update();
+  else if (accept_word("DELETE"))
+    translate_delete();
+  else if (accept_word("SET"))
+    translate_setting();
+  else if (at_word("CREATE") || at_word("ALTER") || at_word("DROP"))
+    return translate_definition(lexed_, tables_);
+  else
+    fail();
   if (!refusal_.empty()) refuse(refusal_);
   return std::move(result_);
 }
@@ -74,9 +81,9 @@ Expression SqliteTranslator::resolve(const Scope& scope, std::string_view source
     if (found.column != nullptr) return found;
     if (!source.empty() && source_known) break;
   }
-  remember(source.empty() || source_known
-               ? "Invalid column name '" + std::string(name) + "'."
-               : "The multi-part identifier \"" + std::string(source) + "." + std::string(name) + "\" could not be bound.");
+  remember(source.empty() || source_known ? "Invalid column name '" + std::string(name) + "'."
+                                          : "The multi-part identifier \"" + std::string(source) + "." +
+                                                std::string(name) + "\" could not be bound.");
   return found;
 }
 

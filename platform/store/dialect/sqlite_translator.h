@@ -19,11 +19,11 @@ namespace mercato::store::dialect {
 // A translated value or condition. The SQL of a value needs no brackets wherever it is put.
 struct Expression {
   enum class Form : std::uint8_t {
-    literal,    // one parameter, which can still be told to convert
+    literal,         // one parameter, which can still be told to convert
     signed_literal,  // the same behind a minus
     null,
     column,
-    value,      // any other value
+    value,  // any other value
     condition,
   };
   std::string sql;
@@ -40,10 +40,10 @@ struct Expression {
 
 // One table or subselect of a FROM clause.
 struct Source {
-  std::string name;                       // the alias, else the table's name
-  const TableInfo* table = nullptr;       // null for a subselect
-  std::vector<Column> derived;            // columns of a subselect
-  bool missing = false;                   // there is no such table; its columns are not looked for
+  std::string name;                  // the alias, else the table's name
+  const TableInfo* table = nullptr;  // null for a subselect
+  std::vector<Column> derived;       // columns of a subselect
+  bool missing = false;              // there is no such table; its columns are not looked for
   const std::vector<Column>& columns() const { return table != nullptr ? table->columns : derived; }
 };
 
@@ -186,8 +186,8 @@ class SqliteTranslator : TokenReader {
 
   const TableDirectory& tables_;
   Translation result_;
-  std::string refusal_;           // the first name that was not found
-  bool aggregate_seen_ = false;   // in the select list that is being read
+  std::string refusal_;          // the first name that was not found
+  bool aggregate_seen_ = false;  // in the select list that is being read
   int depth_ = 0;
 };
 

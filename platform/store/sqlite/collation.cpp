@@ -22,7 +22,8 @@ std::string_view without_trailing_blanks(std::string_view text) {
 }
 
 [[noreturn]] void refuse(UErrorCode status) {
-  raise(error_number::kStoreFailure, "SQLite store", std::string("The order of texts is not available: ") + u_errorName(status));
+  raise(error_number::kStoreFailure, "SQLite store",
+        std::string("The order of texts is not available: ") + u_errorName(status));
 }
 
 // The one collator that all others are clones of, and the places of single characters in its order.

@@ -11,7 +11,10 @@
 namespace mercato::store::sqlite {
 
 SqliteCursor::SqliteCursor(SqliteSession& session, RunningStatement statement)
-    : session_(&session), statement_(statement.shared()), running_(std::move(statement)) {
+    : session_(&session),
+      layout_(statement.cached().layout),
+      identified_(statement.cached().translation.identified),
+      running_(std::move(statement)) {
   row_ahead_ = step();
   if (!running_) return;
   session.cursors_.push_back(this);
@@ -57,21 +60,21 @@ void SqliteCursor::read(std::vector<Variant>& row) {
 RowIdentity SqliteCursor::identity() { return kept_at_ > 0 ? kept_[kept_at_ - 1].identity : read_identity(); }
 
 void SqliteCursor::read_row(std::vector<Variant>& row) const {
-  const std::vector<Column>& columns = statement_->layout->columns();
+  const std::vector<Column>& columns = layout_->columns();
   row.resize(columns.size());
   for (std::size_t i = 0; i < columns.size(); ++i)
     read_value(running_->get(), static_cast<int>(i), columns[i].type, row[i]);
 }
 
 RowIdentity SqliteCursor::read_identity() const {
-  return {sqlite3_column_int64(running_->get(), static_cast<int>(statement_->layout->size())), {}};
+  return {sqlite3_column_int64(running_->get(), static_cast<int>(layout_->size())), {}};
 }
 
 void SqliteCursor::drain() {
   const auto keep = [this] {
     KeptRow row;
     read_row(row.values);
-    if (statement_->translation.identified) row.identity = read_identity();
+    if (identified_) row.identity = read_identity();
     kept_.push_back(std::move(row));
   };
   // The engine stands on the current row, unless that one is still ahead.

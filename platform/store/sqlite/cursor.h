@@ -18,7 +18,7 @@ class SqliteCursor final : public Cursor {
   SqliteCursor(SqliteSession& session, RunningStatement statement);
   ~SqliteCursor() override;
 
-  const RowLayoutPtr& layout() const override { return statement_->layout; }
+  const RowLayoutPtr& layout() const override { return layout_; }
   bool next() override;
   void read(std::vector<Variant>& row) override;
   RowIdentity identity() override;
@@ -43,8 +43,9 @@ class SqliteCursor final : public Cursor {
   void leave_session() noexcept;
 
   SqliteSession* session_;  // null once the engine is let go of
-  CachedStatementPtr statement_;
-  std::optional<RunningStatement> running_;
+  RowLayoutPtr layout_;
+  bool identified_;
+  std::optional<RunningStatement> running_;  // the only hold on the engine, so that a session can close
   bool row_ahead_ = false;  // the engine stands on a row that `next` has not delivered yet
   bool reprepared_ = false;
   bool detached_ = false;

@@ -21,7 +21,9 @@ sys_days day_of(int year, int month, int day) {
                         std::chrono::day{static_cast<unsigned>(day)}};
 }
 
-std::int64_t days_of(const CivilTime& civil) { return day_of(civil.year, civil.month, civil.day).time_since_epoch().count(); }
+std::int64_t days_of(const CivilTime& civil) {
+  return day_of(civil.year, civil.month, civil.day).time_since_epoch().count();
+}
 std::int64_t months_of(const CivilTime& civil) { return civil.year * std::int64_t{12} + civil.month - 1; }
 
 // From Sunday as 0: 1 January 1970 was a Thursday.
@@ -36,8 +38,9 @@ Date add_months(std::int64_t count, CivilTime civil) {
   if (months < 100 * 12 || months >= kMost) raise(error_number::kOverflow);
   civil.year = static_cast<int>(months / 12);
   civil.month = static_cast<int>(months % 12) + 1;
-  const std::chrono::year_month_day_last last{std::chrono::year{civil.year},
-                                              std::chrono::month_day_last{std::chrono::month{static_cast<unsigned>(civil.month)}}};
+  const std::chrono::year_month_day_last last{
+      std::chrono::year{civil.year},
+      std::chrono::month_day_last{std::chrono::month{static_cast<unsigned>(civil.month)}}};
   civil.day = std::min(civil.day, static_cast<int>(static_cast<unsigned>(last.day())));
   return Date::from_civil(civil);
 }
@@ -61,7 +64,11 @@ Date add_to_date(std::string_view part, std::int64_t count, const CivilTime& civ
     count = std::clamp(count, -kMost, kMost);
     return add_months(count * (part == "year" ? 12 : part == "quarter" ? 3 : 1), civil);
   }
-  const std::int64_t unit = part == "week" ? 7 * kSecondsPerDay : part == "hour" ? 3600 : part == "minute" ? 60 : part == "second" ? 1 : kSecondsPerDay;
+  const std::int64_t unit = part == "week"     ? 7 * kSecondsPerDay
+                            : part == "hour"   ? 3600
+                            : part == "minute" ? 60
+                            : part == "second" ? 1
+                                               : kSecondsPerDay;
   constexpr std::int64_t kMost = std::int64_t{1} << 42;
   count = std::clamp(count, -kMost, kMost);
   return date_of_seconds(seconds_of(civil) + count * unit);
@@ -108,24 +115,39 @@ std::optional<std::string> write_date(const CivilTime& civil, std::int64_t style
     case 100:
       return write("%s %2d %04d %2d:%02d%s", kMonths[static_cast<std::size_t>(month - 1)], day, year,
                    civil.hour % 12 == 0 ? 12 : civil.hour % 12, civil.minute, civil.hour < 12 ? "AM" : "PM");
-    case 1: return write("%02d/%02d/%02d", month, day, year % 100);
-    case 101: return write("%02d/%02d/%04d", month, day, year);
-    case 102: return write("%04d.%02d.%02d", year, month, day);
-    case 3: return write("%02d/%02d/%02d", day, month, year % 100);
-    case 103: return write("%02d/%02d/%04d", day, month, year);
-    case 104: return write("%02d.%02d.%04d", day, month, year);
-    case 105: return write("%02d-%02d-%04d", day, month, year);
+    case 1:
+      return write("%02d/%02d/%02d", month, day, year % 100);
+    case 101:
+      return write("%02d/%02d/%04d", month, day, year);
+    case 102:
+      return write("%04d.%02d.%02d", year, month, day);
+    case 3:
+      return write("%02d/%02d/%02d", day, month, year % 100);
+    case 103:
+      return write("%02d/%02d/%04d", day, month, year);
+    case 104:
+      return write("%02d.%02d.%04d", day, month, year);
+    case 105:
+      return write("%02d-%02d-%04d", day, month, year);
     case 8:
-    case 108: return write("%02d:%02d:%02d", civil.hour, civil.minute, civil.second);
-    case 110: return write("%02d-%02d-%04d", month, day, year);
-    case 111: return write("%04d/%02d/%02d", year, month, day);
-    case 112: return write("%04d%02d%02d", year, month, day);
+    case 108:
+      return write("%02d:%02d:%02d", civil.hour, civil.minute, civil.second);
+    case 110:
+      return write("%02d-%02d-%04d", month, day, year);
+    case 111:
+      return write("%04d/%02d/%02d", year, month, day);
+    case 112:
+      return write("%04d%02d%02d", year, month, day);
     case 20:
-    case 120: return write("%04d-%02d-%02d %02d:%02d:%02d", year, month, day, civil.hour, civil.minute, civil.second);
+    case 120:
+      return write("%04d-%02d-%02d %02d:%02d:%02d", year, month, day, civil.hour, civil.minute, civil.second);
     case 21:
-    case 121: return write("%04d-%02d-%02d %02d:%02d:%02d.000", year, month, day, civil.hour, civil.minute, civil.second);
-    case 126: return write("%04d-%02d-%02dT%02d:%02d:%02d", year, month, day, civil.hour, civil.minute, civil.second);
-    default: return std::nullopt;
+    case 121:
+      return write("%04d-%02d-%02d %02d:%02d:%02d.000", year, month, day, civil.hour, civil.minute, civil.second);
+    case 126:
+      return write("%04d-%02d-%02dT%02d:%02d:%02d", year, month, day, civil.hour, civil.minute, civil.second);
+    default:
+      return std::nullopt;
   }
 }
 

@@ -1,5 +1,5 @@
-// What DATEADD, DATEDIFF, DATEPART and the styles of CONVERT do. Parts are named in full: "year", "quarter", "month", "week",
-// "weekday", "dayofyear", "day", "hour", "minute", "second". Pure functions; any thread.
+// What DATEADD, DATEDIFF, DATEPART and the styles of CONVERT do. Parts are named in full: "year", "quarter", "month",
+// "week", "weekday", "dayofyear", "day", "hour", "minute", "second". Pure functions; any thread.
 #pragma once
 
 #include <cstdint>

@@ -27,7 +27,8 @@ namespace {
 // The arguments of one call, and the place for its answer.
 class Call {
  public:
-  Call(sqlite3_context* context, int count, sqlite3_value** values) : context_(context), count_(count), values_(values) {}
+  Call(sqlite3_context* context, int count, sqlite3_value** values)
+      : context_(context), count_(count), values_(values) {}
 
   int count() const { return count_; }
   bool any_null() const {
@@ -41,7 +42,8 @@ class Call {
   }
   std::string_view text(int index) const {
     const auto* bytes = reinterpret_cast<const char*>(sqlite3_value_text(values_[index]));
-    return bytes == nullptr ? std::string_view() : std::string_view(bytes, static_cast<std::size_t>(sqlite3_value_bytes(values_[index])));
+    return bytes == nullptr ? std::string_view()
+                            : std::string_view(bytes, static_cast<std::size_t>(sqlite3_value_bytes(values_[index])));
   }
   std::int64_t whole(int index) const { return sqlite3_value_int64(values_[index]); }
   double real(int index) const { return sqlite3_value_double(values_[index]); }
@@ -102,10 +104,17 @@ void boolean(const Call& call) {
   call.answer(*read);
 }
 
+// Days in whole seconds. Raises 6 for more than there are between any two dates.
+std::int64_t seconds_in(double days) {
+  constexpr double kMost = 4e6;
+  if (!(std::fabs(days) < kMost)) raise(error_number::kOverflow);
+  return std::llround(days * 86400);
+}
+
 // A number counts the days from the server's zero date, 1 January 1900.
 void date(const Call& call) {
-  constexpr double kServersZeroDate = 2;
-  if (call.is_number(0)) return call.answer(Date(call.real(0) + kServersZeroDate));
+  static const std::int64_t zero_date = seconds_of({.year = 1900, .month = 1, .day = 1});
+  if (call.is_number(0)) return call.answer(date_of_seconds(zero_date + seconds_in(call.real(0))));
   const auto read = dialect::read_date(call.text(0));
   if (!read) return call.fail(dialect::kUnreadableDate);
   call.answer(*read);
@@ -133,7 +142,9 @@ void now(const Call& call) { call.answer(clock::now()); }
 
 void date_text(const Call& call) {
   const auto written = write_date(civil_at(call, 0), call.whole(1));
-  if (!written) return call.fail(std::to_string(call.whole(1)) + " is not a valid style number when converting from datetime to a character string.");
+  if (!written)
+    return call.fail(std::to_string(call.whole(1)) +
+                     " is not a valid style number when converting from datetime to a character string.");
   call.answer(std::string_view(*written));
 }
 
@@ -144,8 +155,7 @@ void styled_date(const Call& call) {
 }
 
 void add_days(const Call& call) {
-  const std::int64_t seconds = static_cast<std::int64_t>(std::llround(std::fmod(call.real(1), 1e7) * 86400));
-  call.answer(date_of_seconds(seconds_of(civil_at(call, 0)) + seconds));
+  call.answer(date_of_seconds(seconds_of(civil_at(call, 0)) + seconds_in(call.real(1))));
 }
 
 void date_add(const Call& call) { call.answer(add_to_date(call.text(0), call.whole(1), civil_at(call, 2))); }
@@ -181,7 +191,9 @@ void right(const Call& call) {
 
 // The functions below take their connection's order of texts with them.
 
-const TextOrder& order_of(const Call& call) { return *static_cast<const TextOrder*>(sqlite3_user_data(call.context())); }
+const TextOrder& order_of(const Call& call) {
+  return *static_cast<const TextOrder*>(sqlite3_user_data(call.context()));
+}
 
 // A pattern or a searched text is mostly a parameter: it is made ready once for all rows of a statement.
 template <class Ready, class Make>
@@ -199,7 +211,8 @@ char32_t escape_character(const Call& call) {
   if (call.count() < 3) return 0;
   const std::string_view escape = call.text(2);
   if (escape.size() != 1 || static_cast<unsigned char>(escape[0]) >= 0x80)
-    raise(error_number::kStatementRefused, "SQLite store", "The invalid escape character \"" + std::string(escape) + "\" was specified in a LIKE predicate.");
+    raise(error_number::kStatementRefused, "SQLite store",
+          "The invalid escape character \"" + std::string(escape) + "\" was specified in a LIKE predicate.");
   return static_cast<unsigned char>(escape[0]);
 }
 
@@ -219,7 +232,8 @@ void like_to(const Call& call) {
 
 // Where `searched` stands in `text` at or after byte `from`, compared as the store compares texts; its length in bytes
 // in `found`. Only texts of as many characters can be equal in the ways that matter here.
-std::size_t find_text(const TextOrder& order, std::string_view searched, std::string_view text, std::size_t from, std::size_t& found) {
+std::size_t find_text(const TextOrder& order, std::string_view searched, std::string_view text, std::size_t from,
+                      std::size_t& found) {
   const std::size_t characters = text::length(searched);
   // Trailing blanks count here.
   std::string guarded(searched);
@@ -246,7 +260,8 @@ void charindex(const Call& call) {
   std::size_t found = 0;
   const std::size_t at =
       searched.empty() ? std::string_view::npos : find_text(order_of(call), searched, text, skipped.size(), found);
-  call.answer(at == std::string_view::npos ? std::int64_t{0} : static_cast<std::int64_t>(text::length(text.substr(0, at))) + 1);
+  call.answer(at == std::string_view::npos ? std::int64_t{0}
+                                           : static_cast<std::int64_t>(text::length(text.substr(0, at))) + 1);
 }
 
 void replace(const Call& call) {
@@ -254,7 +269,8 @@ void replace(const Call& call) {
   if (searched.empty()) return call.answer(text);
   std::string result;
   std::size_t from = 0, found = 0;
-  for (std::size_t at = 0; (at = find_text(order_of(call), searched, text, from, found)) != std::string_view::npos; from = at + found) {
+  for (std::size_t at = 0; (at = find_text(order_of(call), searched, text, from, found)) != std::string_view::npos;
+       from = at + found) {
     result += text.substr(from, at - from);
     result += with;
   }

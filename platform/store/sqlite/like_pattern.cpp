@@ -29,7 +29,8 @@ char32_t folded_character(char32_t character) {
   return is_ascii(result) ? character : result;
 }
 
-// The character at `position`, which moves behind it. A byte that is no UTF-8 is a character of its own, beyond all others.
+// The character at `position`, which moves behind it. A byte that is no UTF-8 is a character of its own, beyond all
+// others.
 char32_t next_character(std::string_view text, std::size_t& position) {
   const auto byte = static_cast<unsigned char>(text[position]);
   if (byte < 0x80) {
@@ -55,12 +56,14 @@ std::string utf8_of(char32_t character) {
   std::int32_t length = 0;
   UBool failed = false;
   U8_APPEND(bytes, length, 4, static_cast<std::uint32_t>(character), failed);
-  return failed ? std::string(1, '?') : std::string(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length));
+  return failed ? std::string(1, '?')
+                : std::string(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length));
 }
 
 }  // namespace
 
-LikePattern::LikePattern(std::string_view pattern, char32_t escape, const TextOrder& order) : order_(order), pieces_(1) {
+LikePattern::LikePattern(std::string_view pattern, char32_t escape, const TextOrder& order)
+    : order_(order), pieces_(1) {
   for (std::size_t position = 0; position < pattern.size();) {
     const std::size_t begin = position;
     char32_t character = next_character(pattern, position);
@@ -78,7 +81,9 @@ LikePattern::LikePattern(std::string_view pattern, char32_t escape, const TextOr
     }
   }
   for (Piece& piece : pieces_) {
-    const auto plain = [](const Element& each) { return each.kind == Element::Kind::character && is_ascii(each.character); };
+    const auto plain = [](const Element& each) {
+      return each.kind == Element::Kind::character && is_ascii(each.character);
+    };
     if (!std::all_of(piece.elements.begin(), piece.elements.end(), plain)) continue;
     for (const Element& each : piece.elements) piece.plain += static_cast<char>(each.character);
   }
@@ -102,7 +107,8 @@ std::size_t LikePattern::read_set(std::string_view pattern, std::size_t open, Pi
       set.ranges.push_back(range);
     }
     for (char32_t c = 0; is_ascii(c); ++c)
-      set.ascii[c] = std::any_of(set.ranges.begin(), set.ranges.end(), [&](const Range& range) { return in_range(range, folded_character(c)); });
+      set.ascii[c] = std::any_of(set.ranges.begin(), set.ranges.end(),
+                                 [&](const Range& range) { return in_range(range, folded_character(c)); });
     // A single character that is a plain one needs no set: this is how wildcards are written as themselves.
     if (!set.negated && set.ranges.size() == 1 && set.ranges[0].first == set.ranges[0].last) {
       piece.elements.push_back({Element::Kind::character, set.ranges[0].first});
@@ -132,9 +138,12 @@ bool LikePattern::contains(const Set& set, char32_t character) const {
 
 bool LikePattern::fits(const Element& element, char32_t character) const {
   switch (element.kind) {
-    case Element::Kind::character: return element.character == folded_character(character);
-    case Element::Kind::any: return true;
-    case Element::Kind::set: return contains(sets_[element.character], folded_character(character));
+    case Element::Kind::character:
+      return element.character == folded_character(character);
+    case Element::Kind::any:
+      return true;
+    case Element::Kind::set:
+      return contains(sets_[element.character], folded_character(character));
   }
   return false;
 }

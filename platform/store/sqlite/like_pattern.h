@@ -1,6 +1,6 @@
-// A LIKE pattern, made ready once and matched against many texts: % any characters, _ one, [a-f] and [^a] one of or none of
-// a set; all else is itself without regard to case. Accents and trailing blanks count on both sides.
-// Immutable once made, but it leans on a TextOrder, so one thread at a time.
+// A LIKE pattern, made ready once and matched against many texts: % any characters, _ one, [a-f] and [^a] one of or
+// none of a set; all else is itself without regard to case. Accents and trailing blanks count on both sides. Immutable
+// once made, but it leans on a TextOrder, so one thread at a time.
 #pragma once
 
 #include <array>

@@ -52,7 +52,6 @@ class RunningStatement {
 
   sqlite3_stmt* get() const { return handle_.get(); }
   const CachedStatement& cached() const { return *statement_; }
-  const CachedStatementPtr& shared() const { return statement_; }
 
  private:
   CachedStatementPtr statement_;

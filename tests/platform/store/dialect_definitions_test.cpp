@@ -9,14 +9,16 @@ namespace {
 TEST(DialectDefinitions, DeclaredTypesAreReadBack) {
   DialectStore store;
   store.run(
-      "CREATE TABLE dbo.T (ID int IDENTITY(1,1) NOT NULL PRIMARY KEY, A int, B smallint NOT NULL, C bit, D float, E real, F money,"
+      "CREATE TABLE dbo.T (ID int IDENTITY(1,1) NOT NULL PRIMARY KEY, A int, B smallint NOT NULL, C bit, D float, E "
+      "real, F money,"
       " G datetime, H nvarchar(50), I varchar(20), J nchar(5), K ntext, L nvarchar(max), M decimal(10,2), N text)");
   const TableInfo* table = store.find("t");
   ASSERT_NE(table, nullptr);
   const std::vector<std::pair<ColumnType, int>> expected = {
-      {ColumnType::long_integer, 0}, {ColumnType::long_integer, 0}, {ColumnType::short_integer, 0}, {ColumnType::boolean, 0},
-      {ColumnType::real, 0},         {ColumnType::real, 0},         {ColumnType::money, 0},         {ColumnType::date, 0},
-      {ColumnType::text, 50},        {ColumnType::text, 20},        {ColumnType::text, 5},          {ColumnType::text, 0},
+      {ColumnType::long_integer, 0}, {ColumnType::long_integer, 0}, {ColumnType::short_integer, 0},
+      {ColumnType::boolean, 0},      {ColumnType::real, 0},         {ColumnType::real, 0},
+      {ColumnType::money, 0},        {ColumnType::date, 0},         {ColumnType::text, 50},
+      {ColumnType::text, 20},        {ColumnType::text, 5},         {ColumnType::text, 0},
       {ColumnType::text, 0},         {ColumnType::real, 0},         {ColumnType::text, 0}};
   ASSERT_EQ(table->columns.size(), expected.size());
   for (std::size_t i = 0; i < expected.size(); ++i) {
@@ -52,7 +54,8 @@ TEST(DialectDefinitions, NumbersKeepTheirRange) {
   EXPECT_EQ(store.refusal("INSERT T (B) VALUES (2147483647)"), "taken");
   EXPECT_EQ(store.refusal("INSERT T (B) VALUES (2147483648)"), "CHECK constraint failed: range of B");
   EXPECT_EQ(store.refusal("INSERT T (C) VALUES (1)"), "taken");
-  EXPECT_EQ(store.refusal("INSERT T (C) VALUES ('maybe')"), "Conversion failed when converting the text value 'maybe' to data type bit.");
+  EXPECT_EQ(store.refusal("INSERT T (C) VALUES ('maybe')"),
+            "Conversion failed when converting the text value 'maybe' to data type bit.");
 }
 
 TEST(DialectDefinitions, AssignedIdsAreNeverGivenTwice) {
@@ -100,11 +103,14 @@ TEST(DialectDefinitions, KeysAreNeverNullAndComparedAsTexts) {
 TEST(DialectDefinitions, DefaultsAreKeptAsTheirColumnKeepsValues) {
   DialectStore store;
   store.run(
-      "CREATE TABLE T (X int, A smallint DEFAULT 5, B int DEFAULT (-7), C bit DEFAULT ((1)), D money DEFAULT 1.25, E datetime DEFAULT "
-      "'7/1/2026', F nvarchar(20) CONSTRAINT DF DEFAULT 'it''s', G nvarchar(20) DEFAULT 5, H float DEFAULT (.5), I int DEFAULT NULL,"
+      "CREATE TABLE T (X int, A smallint DEFAULT 5, B int DEFAULT (-7), C bit DEFAULT ((1)), D money DEFAULT 1.25, E "
+      "datetime DEFAULT "
+      "'7/1/2026', F nvarchar(20) CONSTRAINT DF DEFAULT 'it''s', G nvarchar(20) DEFAULT 5, H float DEFAULT (.5), I int "
+      "DEFAULT NULL,"
       " J datetime DEFAULT GETDATE())");
   store.run("INSERT INTO T (X) VALUES (1)");
-  EXPECT_EQ(store.run("SELECT A,B,C,D,E,F,G,H,I FROM T"), (Rows{{"5", "-7", "1", "12500", "2026-07-01T00:00:00", "it's", "5", "0.5", "NULL"}}));
+  EXPECT_EQ(store.run("SELECT A,B,C,D,E,F,G,H,I FROM T"),
+            (Rows{{"5", "-7", "1", "12500", "2026-07-01T00:00:00", "it's", "5", "0.5", "NULL"}}));
   EXPECT_EQ(store.one("SELECT LEN(CONVERT(nvarchar(30), J, 126)) FROM T"), "19");
 }
 
@@ -126,17 +132,22 @@ TEST(DialectDefinitions, TablesAndIndicesComeAndGo) {
 TEST(DialectDefinitions, UnsoundDefinitionsAreRefused) {
   DialectStore store;
   EXPECT_EQ(store.refusal("CREATE TABLE T (A geometry)"), "Column 'A': Cannot find data type geometry (character 19).");
-  EXPECT_EQ(store.refusal("CREATE TABLE T (A int, a int)"), "Column names in each table must be unique. Column name 'a' is given more than once.");
-  EXPECT_EQ(store.refusal("CREATE TABLE T (A int, PRIMARY KEY (B))"), "Column name 'B' does not exist in the target table.");
+  EXPECT_EQ(store.refusal("CREATE TABLE T (A int, a int)"),
+            "Column names in each table must be unique. Column name 'a' is given more than once.");
+  EXPECT_EQ(store.refusal("CREATE TABLE T (A int, PRIMARY KEY (B))"),
+            "Column name 'B' does not exist in the target table.");
   EXPECT_EQ(store.refusal("CREATE TABLE T (A int,)"), "Incorrect syntax near ')' (character 23).");
   EXPECT_EQ(store.refusal("CREATE TABLE T (A int"), "Incorrect syntax near 'int' (character 19).");
   EXPECT_EQ(store.refusal("CREATE TABLE T (A nvarchar(0))"), "The size (0) given to the column 'A' is out of range.");
-  EXPECT_EQ(store.refusal("CREATE TABLE T (A int DEFAULT 'x')"), "Conversion failed when converting the text value 'x' to a number.");
+  EXPECT_EQ(store.refusal("CREATE TABLE T (A int DEFAULT 'x')"),
+            "Conversion failed when converting the text value 'x' to a number.");
   EXPECT_EQ(store.refusal("CREATE TABLE T (A int CHECK (A > 5))"), "Incorrect syntax near 'CHECK' (character 23).");
-  EXPECT_EQ(store.refusal("CREATE TABLE T (A nvarchar(5) IDENTITY)"), "Identity column 'A' must be of data type int or smallint.");
+  EXPECT_EQ(store.refusal("CREATE TABLE T (A nvarchar(5) IDENTITY)"),
+            "Identity column 'A' must be of data type int or smallint.");
   EXPECT_EQ(mercato::test::failure_of([&] { store.run("CREATE TABLE T (A int IDENTITY(5,1) PRIMARY KEY)"); }).Number,
             error_number::kFeatureNotAvailable);
-  EXPECT_EQ(mercato::test::failure_of([&] { store.run("CREATE TABLE T (A int IDENTITY)"); }).Number, error_number::kFeatureNotAvailable);
+  EXPECT_EQ(mercato::test::failure_of([&] { store.run("CREATE TABLE T (A int IDENTITY)"); }).Number,
+            error_number::kFeatureNotAvailable);
 }
 
 }  // namespace

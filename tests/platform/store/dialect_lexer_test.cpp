@@ -103,8 +103,10 @@ TEST(DialectLexer, TextWithoutAnEndIsRefused) {
 }
 
 TEST(DialectLexer, NameOrCommentWithoutAnEndIsRefused) {
-  EXPECT_EQ(refusal_of("SELECT [a").Description, "Unclosed quotation mark after the character string 'a' (character 8).");
-  EXPECT_EQ(refusal_of("\"a\"\"").Description, "Unclosed quotation mark after the character string 'a\"\"' (character 1).");
+  EXPECT_EQ(refusal_of("SELECT [a").Description,
+            "Unclosed quotation mark after the character string 'a' (character 8).");
+  EXPECT_EQ(refusal_of("\"a\"\"").Description,
+            "Unclosed quotation mark after the character string 'a\"\"' (character 1).");
   EXPECT_EQ(refusal_of("A /* b").Description, "Missing end comment mark '*/' (character 3).");
 }
 
@@ -120,8 +122,15 @@ TEST(DialectLexer, LiteralsHaveTheirValues) {
     const char* literal;
     Variant value;
   } cases[] = {
-      {"5", std::int32_t{5}},  {"2147483647", std::int32_t{2147483647}}, {"2147483648", 2147483648.0}, {"1.5", 1.5}, {"5.", 5.0},
-      {"1E2", 100.0},          {"'a''b'", "a'b"},                      {"''", ""},                   {"N'ü'", "ü"},
+      {"5", std::int32_t{5}},
+      {"2147483647", std::int32_t{2147483647}},
+      {"2147483648", 2147483648.0},
+      {"1.5", 1.5},
+      {"5.", 5.0},
+      {"1E2", 100.0},
+      {"'a''b'", "a'b"},
+      {"''", ""},
+      {"N'ü'", "ü"},
   };
   for (const auto& each : cases) {
     LexedStatement lexed;
@@ -180,7 +189,8 @@ TEST(DialectLexer, UnreadableLiteralsAreRefused) {
     return mercato::test::failure_of([&] { parameter_value(lexed, {0, conversion}); });
   };
   EXPECT_EQ(refusal("'abc'", Conversion::number).Number, error_number::kStatementRefused);
-  EXPECT_EQ(refusal("'abc'", Conversion::number).Description, "Conversion failed when converting the text value 'abc' to a number.");
+  EXPECT_EQ(refusal("'abc'", Conversion::number).Description,
+            "Conversion failed when converting the text value 'abc' to a number.");
   EXPECT_EQ(refusal("'nan'", Conversion::number).Number, error_number::kStatementRefused);
   EXPECT_EQ(refusal("'+-5'", Conversion::number).Number, error_number::kStatementRefused);
   EXPECT_EQ(refusal("'&H10'", Conversion::money).Number, error_number::kStatementRefused);

@@ -41,13 +41,14 @@ std::string with_clause(std::string_view text) {
 }
 
 TEST(DialectPieces, ValueBetweenQuotesIsTakenAsLongAsItStaysThere) {
-  for (const char* text : {"", "x", "it''s", "''", "''''", "a''", "''b", "-- no comment", "/* nor this */", "; DROP TABLE T",
-                           "\"", "[", ")", "漢字", "%'' OR ''%"})
+  for (const char* text : {"", "x", "it''s", "''", "''''", "a''", "''b", "-- no comment", "/* nor this */",
+                           "; DROP TABLE T", "\"", "[", ")", "漢字", "%'' OR ''%"})
     EXPECT_EQ(quoted_value(text), "") << text;
 }
 
 TEST(DialectPieces, ValueThatEndsItsLiteralIsRefused) {
-  for (const char* text : {"' OR '1'='1", "x' OR B='y", "x'; DELETE T; SELECT '", "'' OR ' --", "a'''; DROP TABLE T --", "' + '"})
+  for (const char* text :
+       {"' OR '1'='1", "x' OR B='y", "x'; DELETE T; SELECT '", "'' OR ' --", "a'''; DROP TABLE T --", "' + '"})
     EXPECT_NE(quoted_value(text), "") << text;
   EXPECT_EQ(quoted_value("x' OR B='y"), "Incorrect syntax near 'x' OR B='y' (character 26).");
 }
@@ -83,7 +84,8 @@ TEST(DialectPieces, NationalTextHoldsValuesToo) {
 TEST(DialectPieces, BareValueIsOneLiteral) {
   for (const char* text : {"5", "-5", "+5", "- 5", " 5 ", "5.25", "-1E+5", "'x'", "N'a%b'", "'it''s'", "null", "NULL"})
     EXPECT_EQ(bare_value(text), "") << text;
-  for (const char* text : {"5 OR 1=1", "A", "1,2", "(5)", "5)", "'x' OR 'y'", "- -5", "-null", "-'5'", "5;", "nullx", "GETDATE()"})
+  for (const char* text :
+       {"5 OR 1=1", "A", "1,2", "(5)", "5)", "'x' OR 'y'", "- -5", "-null", "-'5'", "5;", "nullx", "GETDATE()"})
     EXPECT_NE(bare_value(text), "") << text;
   EXPECT_EQ(bare_value("5 OR 1=1"), "Incorrect syntax near '5 OR 1=1' (character 25).");
 }
@@ -122,8 +124,10 @@ TEST(DialectPieces, CommentsAreRefusedInBuiltStatements) {
 }
 
 TEST(DialectPieces, NameIsOneName) {
-  for (const char* text : {"PRODUCTID", "productid", "\"a b\"", "[a b]", " B ", "LEVEL", "VALUE"}) EXPECT_EQ(named(text), "") << text;
-  for (const char* text : {"", " ", "A B", "A.B", "A=1 OR B", "5", "'x'", "A--", "A;", "SELECT", "not", "(A)", "A)", "\"a\" \"b\""})
+  for (const char* text : {"PRODUCTID", "productid", "\"a b\"", "[a b]", " B ", "LEVEL", "VALUE"})
+    EXPECT_EQ(named(text), "") << text;
+  for (const char* text :
+       {"", " ", "A B", "A.B", "A=1 OR B", "5", "'x'", "A--", "A;", "SELECT", "not", "(A)", "A)", "\"a\" \"b\""})
     EXPECT_NE(named(text), "") << text;
 }
 

@@ -1,5 +1,5 @@
-// A SQLite store in memory that is spoken to in the dialect, without the driver: what the tests of the translator and of the
-// functions behind it need. Its tables are those that it has been told to create.
+// A SQLite store in memory that is spoken to in the dialect, without the driver: what the tests of the translator and
+// of the functions behind it need. Its tables are those that it has been told to create.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -104,12 +104,21 @@ class DialectStore : public TableDirectory {
 
   static void bind(sqlite3_stmt* statement, int at, const Variant& value) {
     switch (value.type()) {
-      case Variant::Type::boolean: sqlite3_bind_int(statement, at, value.boolean_value() ? 1 : 0); break;
-      case Variant::Type::long_integer: sqlite3_bind_int(statement, at, value.long_value()); break;
-      case Variant::Type::real: sqlite3_bind_double(statement, at, value.double_value()); break;
-      case Variant::Type::currency: sqlite3_bind_int64(statement, at, value.currency_value().scaled()); break;
+      case Variant::Type::boolean:
+        sqlite3_bind_int(statement, at, value.boolean_value() ? 1 : 0);
+        break;
+      case Variant::Type::long_integer:
+        sqlite3_bind_int(statement, at, value.long_value());
+        break;
+      case Variant::Type::real:
+        sqlite3_bind_double(statement, at, value.double_value());
+        break;
+      case Variant::Type::currency:
+        sqlite3_bind_int64(statement, at, value.currency_value().scaled());
+        break;
       default: {
-        const std::string text = value.type() == Variant::Type::date ? value.date_value().iso_text() : value.text_value();
+        const std::string text =
+            value.type() == Variant::Type::date ? value.date_value().iso_text() : value.text_value();
         sqlite3_bind_text(statement, at, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
       }
     }
@@ -127,7 +136,9 @@ class DialectStore : public TableDirectory {
       auto& row = rows.emplace_back();
       for (int i = 0; i < sqlite3_column_count(prepared); ++i) {
         const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(prepared, i));
-        row.emplace_back(bytes == nullptr ? "NULL" : std::string(bytes, static_cast<std::size_t>(sqlite3_column_bytes(prepared, i))));
+        row.emplace_back(bytes == nullptr
+                             ? "NULL"
+                             : std::string(bytes, static_cast<std::size_t>(sqlite3_column_bytes(prepared, i))));
       }
     }
     check(code);
@@ -136,13 +147,16 @@ class DialectStore : public TableDirectory {
 
   void load_tables() {
     tables_.clear();
-    for (const auto& table : run_sql("SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite%'", {})) {
+    for (const auto& table :
+         run_sql("SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite%'", {})) {
       TableInfo info;
       info.name = table.front();
-      for (const auto& row : run_sql("SELECT name, type, \"notnull\", pk FROM pragma_table_info('" + info.name + "')", {})) {
+      for (const auto& row :
+           run_sql("SELECT name, type, \"notnull\", pk FROM pragma_table_info('" + info.name + "')", {})) {
         const DeclaredType declared = read_declared_type(row[1]);
         if (row[3] != "0") info.key.push_back(info.columns.size());
-        info.columns.push_back({row[0], declared.type, declared.width, row[2] == "0" && row[3] == "0", declared.assigned});
+        info.columns.push_back(
+            {row[0], declared.type, declared.width, row[2] == "0" && row[3] == "0", declared.assigned});
       }
       tables_.emplace(text::to_upper(info.name), std::move(info));
     }

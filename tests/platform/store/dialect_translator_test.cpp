@@ -14,7 +14,8 @@ class DialectTranslator : public testing::Test {
  protected:
   DialectTranslator() {
     store.run(
-        "CREATE TABLE PART (ID int NOT NULL PRIMARY KEY, Name nvarchar(50) NULL, CODE nvarchar(20) NULL, QTY float NULL, PRICE money "
+        "CREATE TABLE PART (ID int NOT NULL PRIMARY KEY, Name nvarchar(50) NULL, CODE nvarchar(20) NULL, QTY float "
+        "NULL, PRICE money "
         "NULL, SINCE datetime NULL, ACTIVE bit NULL, KIND smallint NULL)");
     store.run("CREATE TABLE KINDS (KIND smallint NOT NULL PRIMARY KEY, LABEL nvarchar(20) NULL, \"ORDER\" int NULL)");
     store.run("INSERT INTO PART VALUES (1, 'Bolt', '007', 2.5, 0.1, '7/1/2026', 1, 10)");
@@ -25,7 +26,9 @@ class DialectTranslator : public testing::Test {
     store.run("INSERT INTO KINDS VALUES (20, 'other', 1)");
   }
 
-  std::string ids(const std::string& condition) { return store.list("SELECT ID FROM PART WHERE " + condition + " ORDER BY ID"); }
+  std::string ids(const std::string& condition) {
+    return store.list("SELECT ID FROM PART WHERE " + condition + " ORDER BY ID");
+  }
 
   struct Case {
     const char* text;
@@ -126,8 +129,10 @@ TEST_F(DialectTranslator, TextAndNumberCompareAsNumbers) {
       {"ID IN (SELECT CODE FROM PART WHERE ID = 3)", ""},
       {"ID + 4 IN (SELECT CODE FROM PART WHERE ID = 3)", "3"},
   });
-  EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE ID = 'abc'"), "Conversion failed when converting the text value 'abc' to a number.");
-  EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE Name = 5"), "Conversion failed when converting the text value 'Bolt' to a number.");
+  EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE ID = 'abc'"),
+            "Conversion failed when converting the text value 'abc' to a number.");
+  EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE Name = 5"),
+            "Conversion failed when converting the text value 'Bolt' to a number.");
 }
 
 TEST_F(DialectTranslator, DateAndTextCompareAsDates) {
@@ -145,8 +150,10 @@ TEST_F(DialectTranslator, DateAndTextCompareAsDates) {
       {"SINCE - 1 < '7/1/2026'", "1,2,3"},
       {"SINCE > 46000", "1,2,3"},
   });
-  EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE SINCE = 'soon'"), "Conversion failed when converting date and/or time from character string.");
-  EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE SINCE = Name"), "Conversion failed when converting date and/or time from character string.");
+  EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE SINCE = 'soon'"),
+            "Conversion failed when converting date and/or time from character string.");
+  EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE SINCE = Name"),
+            "Conversion failed when converting date and/or time from character string.");
 }
 
 TEST_F(DialectTranslator, MoneyIsExact) {
@@ -176,34 +183,55 @@ TEST_F(DialectTranslator, MoneyIsExact) {
 }
 
 TEST_F(DialectTranslator, BooleansTakeTheirTexts) {
-  expect_ids({{"ACTIVE = 1", "1,3"}, {"ACTIVE = 'True'", "1,3"}, {"ACTIVE = 'FALSE'", "2"}, {"ACTIVE <> 0", "1,3"}, {"ACTIVE = '1'", "1,3"}, {"ACTIVE = 2", ""}});
+  expect_ids({{"ACTIVE = 1", "1,3"},
+              {"ACTIVE = 'True'", "1,3"},
+              {"ACTIVE = 'FALSE'", "2"},
+              {"ACTIVE <> 0", "1,3"},
+              {"ACTIVE = '1'", "1,3"},
+              {"ACTIVE = 2", ""}});
 }
 
 TEST_F(DialectTranslator, WrittenValuesBecomeWhatTheirColumnKeeps) {
-  store.run("UPDATE PART SET Name = 5, CODE = 1.50, QTY = '7.5', PRICE = '1,234.5', SINCE = '2/29/2024', ACTIVE = 'true', KIND = '12' WHERE ID = 1");
-  EXPECT_EQ(store.run("SELECT * FROM PART WHERE ID = 1"), (Rows{{"1", "5", "1.50", "7.5", "12345000", "2024-02-29T00:00:00", "1", "12"}}));
-  store.run("UPDATE PART SET Name = ID, CODE = PRICE, QTY = PRICE, PRICE = QTY, ACTIVE = ID, KIND = 2.9, SINCE = SINCE + 1 WHERE ID = 1");
-  EXPECT_EQ(store.run("SELECT * FROM PART WHERE ID = 1"), (Rows{{"1", "1", "1234.50", "1234.5", "75000", "2024-03-01T00:00:00", "1", "2"}}));
+  store.run(
+      "UPDATE PART SET Name = 5, CODE = 1.50, QTY = '7.5', PRICE = '1,234.5', SINCE = '2/29/2024', ACTIVE = 'true', "
+      "KIND = '12' WHERE ID = 1");
+  EXPECT_EQ(store.run("SELECT * FROM PART WHERE ID = 1"),
+            (Rows{{"1", "5", "1.50", "7.5", "12345000", "2024-02-29T00:00:00", "1", "12"}}));
+  store.run(
+      "UPDATE PART SET Name = ID, CODE = PRICE, QTY = PRICE, PRICE = QTY, ACTIVE = ID, KIND = 2.9, SINCE = SINCE + 1 "
+      "WHERE ID = 1");
+  EXPECT_EQ(store.run("SELECT * FROM PART WHERE ID = 1"),
+            (Rows{{"1", "1", "1234.50", "1234.5", "75000", "2024-03-01T00:00:00", "1", "2"}}));
   store.run("UPDATE PART SET Name = SINCE, CODE = -5, PRICE = -1.5, QTY = -2, KIND = -3 WHERE ID = 1");
-  EXPECT_EQ(store.run("SELECT Name, CODE, PRICE, QTY, KIND FROM PART WHERE ID = 1"), (Rows{{"Mar  1 2024 12:00AM", "-5", "-15000", "-2.0", "-3"}}));
-  EXPECT_EQ(store.refusal("UPDATE PART SET KIND = SINCE"), "Implicit conversion from data type datetime to float is not allowed.");
-  EXPECT_EQ(store.refusal("UPDATE PART SET KIND = 'x'"), "Conversion failed when converting the text value 'x' to a number.");
+  EXPECT_EQ(store.run("SELECT Name, CODE, PRICE, QTY, KIND FROM PART WHERE ID = 1"),
+            (Rows{{"Mar  1 2024 12:00AM", "-5", "-15000", "-2.0", "-3"}}));
+  EXPECT_EQ(store.refusal("UPDATE PART SET KIND = SINCE"),
+            "Implicit conversion from data type datetime to float is not allowed.");
+  EXPECT_EQ(store.refusal("UPDATE PART SET KIND = 'x'"),
+            "Conversion failed when converting the text value 'x' to a number.");
 }
 
 TEST_F(DialectTranslator, RowsAreInsertedInEveryForm) {
   store.run("INSERT PART (id, name) VALUES (5, 'a'), (6, 'b')");
-  store.run("INSERT INTO dbo.PART (ID, Name, PRICE, SINCE, CODE) SELECT ID + 10, Name, QTY, SINCE, KIND FROM PART WHERE ID = 1");
+  store.run(
+      "INSERT INTO dbo.PART (ID, Name, PRICE, SINCE, CODE) SELECT ID + 10, Name, QTY, SINCE, KIND FROM PART WHERE ID = "
+      "1");
   EXPECT_EQ(store.run("SELECT ID, Name, PRICE, SINCE, CODE FROM PART WHERE ID > 4 ORDER BY ID"),
-            (Rows{{"5", "a", "NULL", "NULL", "NULL"}, {"6", "b", "NULL", "NULL", "NULL"}, {"11", "Bolt", "25000", "2026-07-01T00:00:00", "10"}}));
+            (Rows{{"5", "a", "NULL", "NULL", "NULL"},
+                  {"6", "b", "NULL", "NULL", "NULL"},
+                  {"11", "Bolt", "25000", "2026-07-01T00:00:00", "10"}}));
   store.run("INSERT INTO PART (ID, Name) SELECT 20, 'u' UNION ALL SELECT 21, 5");
   EXPECT_EQ(store.list("SELECT ID FROM PART WHERE ID >= 20 ORDER BY ID"), "20,21");
   store.run("DELETE PART WHERE ID > 4");
   store.run("DELETE FROM part WHERE NOT EXISTS (SELECT * FROM KINDS WHERE KINDS.KIND = part.kind)");
   EXPECT_EQ(store.list("SELECT ID FROM PART"), "1,2,3");
   expect_refusals({
-      {"INSERT INTO KINDS VALUES (1, 'x')", "Column name or number of supplied values does not match table definition."},
-      {"INSERT INTO KINDS (KIND) SELECT KIND, LABEL FROM KINDS", "The select list for the INSERT statement has another number of items than the insert list."},
-      {"INSERT INTO KINDS (KIND, kind) VALUES (1, 2)", "The column name 'kind' is specified more than once in the column list of an INSERT."},
+      {"INSERT INTO KINDS VALUES (1, 'x')",
+       "Column name or number of supplied values does not match table definition."},
+      {"INSERT INTO KINDS (KIND) SELECT KIND, LABEL FROM KINDS",
+       "The select list for the INSERT statement has another number of items than the insert list."},
+      {"INSERT INTO KINDS (KIND, kind) VALUES (1, 2)",
+       "The column name 'kind' is specified more than once in the column list of an INSERT."},
       {"INSERT INTO KINDS (NOSUCH) VALUES (1)", "Invalid column name 'NOSUCH'."},
       {"INSERT INTO KINDS (KIND) VALUES (LABEL)", "Invalid column name 'LABEL'."},
   });
@@ -224,12 +252,18 @@ TEST_F(DialectTranslator, TopBoundsTheRows) {
 TEST_F(DialectTranslator, NamesAreFoundHoweverTheyAreWritten) {
   EXPECT_EQ(store.list("SELECT [id] FROM [dbo].\"part\" WHERE PART.Id=1AND Name='BOLT'OR\"ID\"=2ORDER BY ID"), "1,2");
   EXPECT_EQ(store.list("SELECT k.\"ORDER\" FROM kinds AS k WHERE k.LABEL='other'"), "1");
-  EXPECT_EQ(store.list("SELECT dbo.PART.ID FROM dbo.PART, dbo.KINDS K WHERE dbo.PART.KIND = K.KIND AND K.LABEL = 'OTHER'"), "3");
-  EXPECT_EQ(store.list("SELECT P.ID FROM PART P INNER JOIN KINDS K ON P.KIND = K.KIND LEFT OUTER JOIN PART Q ON Q.ID = P.ID + 3 WHERE Q.ID IS NULL"), "2,3");
+  EXPECT_EQ(
+      store.list("SELECT dbo.PART.ID FROM dbo.PART, dbo.KINDS K WHERE dbo.PART.KIND = K.KIND AND K.LABEL = 'OTHER'"),
+      "3");
+  EXPECT_EQ(store.list("SELECT P.ID FROM PART P INNER JOIN KINDS K ON P.KIND = K.KIND LEFT OUTER JOIN PART Q ON Q.ID = "
+                       "P.ID + 3 WHERE Q.ID IS NULL"),
+            "2,3");
   EXPECT_EQ(store.list("SELECT P.ID FROM (KINDS K INNER JOIN PART P ON P.KIND = K.KIND) WHERE K.KIND = 20"), "3");
   EXPECT_EQ(store.list("SELECT X.N FROM (SELECT ID + 1 AS N, Name FROM PART) X WHERE X.Name = 'BÖLT'"), "4");
   EXPECT_EQ(store.list("SELECT COUNT(*) FROM PART CROSS JOIN KINDS"), "8");
-  EXPECT_EQ(store.list("SELECT ID FROM PART P WHERE EXISTS (SELECT * FROM KINDS WHERE KIND = P.KIND AND LABEL = 'other')"), "3");
+  EXPECT_EQ(
+      store.list("SELECT ID FROM PART P WHERE EXISTS (SELECT * FROM KINDS WHERE KIND = P.KIND AND LABEL = 'other')"),
+      "3");
 }
 
 TEST_F(DialectTranslator, UnknownNamesAreRefused) {
@@ -240,9 +274,12 @@ TEST_F(DialectTranslator, UnknownNamesAreRefused) {
       {"SELECT PART.NOSUCH FROM PART", "Invalid column name 'NOSUCH'."},
       {"SELECT P.ID FROM PART", "The multi-part identifier \"P.ID\" could not be bound."},
       {"SELECT PART.ID FROM PART P", "The multi-part identifier \"PART.ID\" could not be bound."},
-      {"SELECT P.* FROM PART", "The column prefix 'P' does not match with a table name or alias name used in the query."},
+      {"SELECT P.* FROM PART",
+       "The column prefix 'P' does not match with a table name or alias name used in the query."},
       {"SELECT KIND FROM PART, KINDS", "Ambiguous column name 'KIND'."},
-      {"SELECT * FROM PART, PART", "The objects \"PART\" and \"PART\" in the FROM clause have the same exposed names. Use correlation names to distinguish them."},
+      {"SELECT * FROM PART, PART",
+       "The objects \"PART\" and \"PART\" in the FROM clause have the same exposed names. Use correlation names to "
+       "distinguish them."},
       {"UPDATE NOSUCH SET A = 1", "Invalid object name 'NOSUCH'."},
       {"UPDATE PART SET NOSUCH = 1", "Invalid column name 'NOSUCH'."},
       {"DELETE FROM NOSUCH", "Invalid object name 'NOSUCH'."},
@@ -282,21 +319,29 @@ TEST_F(DialectTranslator, WhatIsNoStatementIsRefused) {
       {"SELECT ID FROM main.PART", "Incorrect syntax near '.' (character 20)."},
       {"SELECT ID FROM PART ORDER BY 'x'", "Incorrect syntax near ''x'' (character 30)."},
       {"SELECT ID FROM PART GROUP BY 1", "Incorrect syntax near '1' (character 30)."},
-      {"SELECT 1 UNION SELECT 1, 2", "All queries combined using a UNION operator must have an equal number of expressions in their target lists."},
-      {"SELECT ID FROM PART WHERE ID IN (SELECT 1, 2)", "Only one expression can be specified in the select list when the subquery is not introduced with EXISTS."},
-      {"SELECT P.Name, COUNT(*) FROM PART P", "Column 'P.Name' is invalid in the select list because it is not contained in either an aggregate function or the GROUP BY clause."},
-      {"SELECT * FROM KINDS GROUP BY KIND", "Column 'KINDS.LABEL' is invalid in the select list because it is not contained in either an aggregate function or the GROUP BY clause."},
+      {"SELECT 1 UNION SELECT 1, 2",
+       "All queries combined using a UNION operator must have an equal number of expressions in their target lists."},
+      {"SELECT ID FROM PART WHERE ID IN (SELECT 1, 2)",
+       "Only one expression can be specified in the select list when the subquery is not introduced with EXISTS."},
+      {"SELECT P.Name, COUNT(*) FROM PART P",
+       "Column 'P.Name' is invalid in the select list because it is not contained in either an aggregate function or "
+       "the GROUP BY clause."},
+      {"SELECT * FROM KINDS GROUP BY KIND",
+       "Column 'KINDS.LABEL' is invalid in the select list because it is not contained in either an aggregate function "
+       "or the GROUP BY clause."},
       {"SELECT *", "Must specify table to select from."},
       {"SELECT SUM(Name) FROM PART", "Operand data type nvarchar is invalid for sum operator."},
       {"UPDATE PART SET ID = 1 FROM KINDS", "Incorrect syntax near 'FROM' (character 24)."},
       {"SET ROWCOUNT 5", "Incorrect syntax near 'ROWCOUNT' (character 5)."},
-      {"SELECT ID FROM PART ORDER BY 2", "The ORDER BY position number 2 is out of range of the number of items in the select list (character 30)."},
+      {"SELECT ID FROM PART ORDER BY 2",
+       "The ORDER BY position number 2 is out of range of the number of items in the select list (character 30)."},
   });
   EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE ID = 1;"), "taken");
 }
 
 TEST_F(DialectTranslator, SettingsThatTheStoreKeepsAnywayDoNothing) {
-  for (const char* setting : {"set TRANSACTION ISOLATION LEVEL READ COMMITTED", "SET transaction isolation level serializable;", "SET NOCOUNT ON"}) {
+  for (const char* setting : {"set TRANSACTION ISOLATION LEVEL READ COMMITTED",
+                              "SET transaction isolation level serializable;", "SET NOCOUNT ON"}) {
     const Translation translation = store.translate(setting);
     EXPECT_EQ(translation.kind, StatementKind::nothing);
     EXPECT_TRUE(translation.statements.empty());
@@ -375,7 +420,8 @@ TEST_F(DialectTranslator, ScalarFunctionsAnswerAsOnTheServer) {
       {"SELECT SUBSTRING('a', 1, -1)", "Invalid length parameter passed to the substring function."},
       {"SELECT CAST('x' AS int)", "Conversion failed when converting the text value 'x' to a number."},
       {"SELECT CAST('x' AS geometry)", "Type geometry is not a defined system type (character 20)."},
-      {"SELECT ID FROM PART WHERE Name LIKE 'x' ESCAPE 'ab'", "The invalid escape character \"ab\" was specified in a LIKE predicate."},
+      {"SELECT ID FROM PART WHERE Name LIKE 'x' ESCAPE 'ab'",
+       "The invalid escape character \"ab\" was specified in a LIKE predicate."},
   });
 }
 
@@ -416,11 +462,17 @@ TEST_F(DialectTranslator, DateFunctionsAnswerAsOnTheServer) {
       {"CONVERT(nvarchar(30), SINCE) FROM PART WHERE ID=2", "Jul  1 2026  8:30AM"},
       {"CONVERT(nvarchar(4), SINCE, 112) FROM PART WHERE ID=2", "2026"},
       {"DATEADD(day, NULL, SINCE) FROM PART WHERE ID=2", "NULL"},
+      {"CAST(1.5 AS datetime)", "1900-01-02T12:00:00"},
+      {"CAST(-3 AS datetime)", "1899-12-29T00:00:00"},
+      {"SINCE + 0.5 FROM PART WHERE ID=1", "2026-07-01T12:00:00"},
   });
   expect_refusals({
       {"SELECT DATEADD(fortnight, 1, '1/1/2026')", "'fortnight' is not a recognized datepart (character 16)."},
-      {"SELECT CONVERT(nvarchar(9), SINCE, 999) FROM PART", "999 is not a valid style number when converting from datetime to a character string."},
+      {"SELECT CONVERT(nvarchar(9), SINCE, 999) FROM PART",
+       "999 is not a valid style number when converting from datetime to a character string."},
       {"SELECT DATEADD(year, 9999, '1/1/2026')", "Overflow"},
+      {"SELECT GETDATE() + 1e300", "Overflow"},
+      {"SELECT CAST(-1e9 AS datetime)", "Overflow"},
       {"SELECT DATEADD(second, 9999999999999, '1/1/2026')", "Overflow"},
   });
 }
@@ -438,14 +490,17 @@ TEST_F(DialectTranslator, ResultColumnsHaveNamesAndTypes) {
   const auto described = [this](std::string_view statement) {
     std::string text;
     for (const Column& column : store.translate(statement).result)
-      text += (text.empty() ? "" : ",") + column.name + ":" + std::to_string(static_cast<int>(column.type)) + ":" + std::to_string(column.width);
+      text += (text.empty() ? "" : ",") + column.name + ":" + std::to_string(static_cast<int>(column.type)) + ":" +
+              std::to_string(column.width);
     return text;
   };
   // unknown 0, short 1, long 2, Boolean 3, real 4, money 5, date 6, text 7
-  EXPECT_EQ(described("SELECT * FROM PART"), "ID:2:0,Name:7:50,CODE:7:20,QTY:4:0,PRICE:5:0,SINCE:6:0,ACTIVE:3:0,KIND:1:0");
+  EXPECT_EQ(described("SELECT * FROM PART"),
+            "ID:2:0,Name:7:50,CODE:7:20,QTY:4:0,PRICE:5:0,SINCE:6:0,ACTIVE:3:0,KIND:1:0");
   EXPECT_EQ(described("SELECT name, P.id AS Number, kind K FROM PART P"), "Name:7:50,Number:2:0,K:1:0");
   EXPECT_EQ(described("SELECT KINDS.*, PART.id FROM PART, KINDS"), "KIND:1:0,LABEL:7:20,ORDER:2:0,ID:2:0");
-  EXPECT_EQ(described("SELECT COUNT(*) AS CNT, MAX(PRICE) M, MIN(KIND), SUM(PRICE), MAX(SINCE) FROM PART"), "CNT:2:0,M:5:0,:1:0,:5:0,:6:0");
+  EXPECT_EQ(described("SELECT COUNT(*) AS CNT, MAX(PRICE) M, MIN(KIND), SUM(PRICE), MAX(SINCE) FROM PART"),
+            "CNT:2:0,M:5:0,:1:0,:5:0,:6:0");
   EXPECT_EQ(described("SELECT 5, 'x', NULL, N'y' AS \"a b\", 1.5"), ":2:0,:7:0,:0:0,a b:7:0,:4:0");
   EXPECT_EQ(described("SELECT PRICE FROM PART UNION SELECT QTY FROM PART"), "PRICE:4:0");
   EXPECT_EQ(described("SELECT X.A FROM (SELECT SINCE AS A FROM PART) X"), "A:6:0");
@@ -463,14 +518,20 @@ TEST_F(DialectTranslator, IdentifiedRowsCarryTheirNumber) {
   const Translation translation = store.translate("SELECT ID FROM PART", true);
   EXPECT_TRUE(translation.identified);
   EXPECT_EQ(translation.result.size(), 1u);
-  for (const char* statement : {"SELECT PART.ID FROM PART, KINDS", "SELECT DISTINCT ID FROM PART", "SELECT COUNT(*) FROM PART", "SELECT ID FROM PART GROUP BY ID",
-                                "SELECT ID FROM PART UNION SELECT ID FROM PART", "SELECT 1", "SELECT A FROM (SELECT ID A FROM PART) X"})
-    EXPECT_EQ(mercato::test::failure_of([&] { store.translate(statement, true); }).Number, error_number::kFeatureNotAvailable) << statement;
+  for (const char* statement :
+       {"SELECT PART.ID FROM PART, KINDS", "SELECT DISTINCT ID FROM PART", "SELECT COUNT(*) FROM PART",
+        "SELECT ID FROM PART GROUP BY ID", "SELECT ID FROM PART UNION SELECT ID FROM PART", "SELECT 1",
+        "SELECT A FROM (SELECT ID A FROM PART) X"})
+    EXPECT_EQ(mercato::test::failure_of([&] { store.translate(statement, true); }).Number,
+              error_number::kFeatureNotAvailable)
+        << statement;
 }
 
 TEST_F(DialectTranslator, OnlyWhatStandsInTheTextDependsOnLiterals) {
-  EXPECT_FALSE(store.translate("SELECT TOP 5 ID FROM PART WHERE Name LIKE '%x%' AND ID IN (1,2) ORDER BY ID").depends_on_literals);
-  EXPECT_FALSE(store.translate("SELECT CAST(ID AS nvarchar(5)), CONVERT(nvarchar(9), SINCE, 112) FROM PART").depends_on_literals);
+  EXPECT_FALSE(store.translate("SELECT TOP 5 ID FROM PART WHERE Name LIKE '%x%' AND ID IN (1,2) ORDER BY ID")
+                   .depends_on_literals);
+  EXPECT_FALSE(store.translate("SELECT CAST(ID AS nvarchar(5)), CONVERT(nvarchar(9), SINCE, 112) FROM PART")
+                   .depends_on_literals);
   EXPECT_TRUE(store.translate("SELECT ID, Name FROM PART ORDER BY 2").depends_on_literals);
   EXPECT_TRUE(store.translate("SELECT ID AS 'x' FROM PART").depends_on_literals);
   EXPECT_EQ(store.list("SELECT ID, Name FROM PART ORDER BY 2, 1 DESC"), "4,2,1,3");
@@ -485,11 +546,15 @@ TEST_F(DialectTranslator, LongChainsAndListsAreTaken) {
 }
 
 TEST_F(DialectTranslator, NestingIsBounded) {
-  const auto nested = [](int depth) { return "SELECT ID FROM PART WHERE " + std::string(static_cast<std::size_t>(depth), '(') + "ID = 1" + std::string(static_cast<std::size_t>(depth), ')'); };
+  const auto nested = [](int depth) {
+    return "SELECT ID FROM PART WHERE " + std::string(static_cast<std::size_t>(depth), '(') + "ID = 1" +
+           std::string(static_cast<std::size_t>(depth), ')');
+  };
   EXPECT_EQ(store.list(nested(28)), "1");
   EXPECT_EQ(store.refusal(nested(100000)), "Some part of the statement is nested too deeply (character 58).");
   std::string subselects = "1";
-  for (int i = 0; i < 14; ++i) subselects = "(SELECT MAX(ID) FROM PART WHERE ID = 1 AND (ID <> 2 OR ID IN (" + subselects + ")))";
+  for (int i = 0; i < 14; ++i)
+    subselects = "(SELECT MAX(ID) FROM PART WHERE ID = 1 AND (ID <> 2 OR ID IN (" + subselects + ")))";
   EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE ID = " + subselects).substr(0, 20), "Some part of the sta");
   for (const char* opener : {"UPPER(", "CASE WHEN ", "(SELECT ", "EXISTS (SELECT ", "NOT (", "- ", "CAST("}) {
     std::string statement = "SELECT ID FROM PART WHERE ";
@@ -502,7 +567,8 @@ TEST_F(DialectTranslator, NestingIsBounded) {
 }
 
 TEST_F(DialectTranslator, TextsOfAllKindsComeThroughUnchanged) {
-  for (const std::string text : {"it's", "%_[", "\"x\"", "--", "/*", ";", "\xC3\xA4\xF0\x9F\x98\x80", "?1", ":a", "\\", "\x01\x02", "line\r\nbreak"}) {
+  for (const std::string text : {"it's", "%_[", "\"x\"", "--", "/*", ";", "\xC3\xA4\xF0\x9F\x98\x80", "?1", ":a", "\\",
+                                 "\x01\x02", "line\r\nbreak"}) {
     std::string literal = text::replace_all(text, "'", "''");
     EXPECT_EQ(store.one("SELECT N'" + literal + "'"), text);
     store.run("UPDATE PART SET Name = '" + literal + "' WHERE ID = 1");

@@ -1,9 +1,9 @@
+#include "platform/store/sqlite/like_pattern.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
-
-#include "platform/store/sqlite/like_pattern.h"
 
 namespace mercato::store::sqlite {
 namespace {
@@ -90,7 +90,8 @@ TEST(LikePattern, MatchesAsTheServerDoes) {
       {" abc", "abc", false},
       {"k", "\xE2\x84\xAA", false},
   };
-  for (const auto& each : cases) EXPECT_EQ(matches(each.pattern, each.text), each.expected) << each.pattern << " | " << each.text;
+  for (const auto& each : cases)
+    EXPECT_EQ(matches(each.pattern, each.text), each.expected) << each.pattern << " | " << each.text;
 }
 
 TEST(LikePattern, EscapeTakesTheMeaningAway) {
@@ -106,14 +107,17 @@ TEST(LikePattern, BytesThatAreNoTextMatchThemselves) {
   EXPECT_FALSE(matches("\xFF", "\xFE"));
   EXPECT_TRUE(matches("%\xC3", "a\xC3"));
   EXPECT_TRUE(matches("_", "\xE2"));
-  EXPECT_TRUE(matches("[\x80-\xFF]%", "\xFF" "a"));
+  EXPECT_TRUE(matches("[\x80-\xFF]%",
+                      "\xFF"
+                      "a"));
   EXPECT_TRUE(matches(std::string_view("a\0b%", 4), std::string_view("A\0Bc", 4)));
 }
 
 // The plainest reading of a pattern, exponential and obviously right.
 bool plain_match(std::string_view pattern, std::string_view text) {
   if (pattern.empty()) return text.empty();
-  if (pattern[0] == '%') return plain_match(pattern.substr(1), text) || (!text.empty() && plain_match(pattern, text.substr(1)));
+  if (pattern[0] == '%')
+    return plain_match(pattern.substr(1), text) || (!text.empty() && plain_match(pattern, text.substr(1)));
   if (text.empty()) return false;
   return (pattern[0] == '_' || pattern[0] == text[0]) && plain_match(pattern.substr(1), text.substr(1));
 }

@@ -33,11 +33,13 @@ TEST(TextOrder, AccentsAndLeadingBlanksCount) {
 }
 
 TEST(TextOrder, SortsAsPeopleExpect) {
-  const std::vector<std::string> sorted = {"", "_x", "-x", "1", "10", "2", "a", "a b", "ab", "Apfel", "äpfel", "Apfelsine", "Z", "zebra", "漢"};
+  const std::vector<std::string> sorted = {"",   "_x",    "-x",    "1",         "10", "2",     "a", "a b",
+                                           "ab", "Apfel", "äpfel", "Apfelsine", "Z",  "zebra", "漢"};
   const TextOrder order;
   for (std::size_t i = 0; i < sorted.size(); ++i)
     for (std::size_t k = 0; k < sorted.size(); ++k)
-      EXPECT_EQ(sign(order.compare(sorted[i], sorted[k])), sign(static_cast<int>(i) - static_cast<int>(k))) << sorted[i] << " " << sorted[k];
+      EXPECT_EQ(sign(order.compare(sorted[i], sorted[k])), sign(static_cast<int>(i) - static_cast<int>(k)))
+          << sorted[i] << " " << sorted[k];
 }
 
 // The quick way for plain texts must be the same order, or an index would be out of order.
@@ -50,14 +52,52 @@ TEST(TextOrder, AgreesWithTheCollatorOnRandomTexts) {
   std::mt19937 random(20260701);
   // Alike enough that many pairs differ late: case, accents, marks that join with the character before, control
   // characters, characters that sort together with their neighbours, bytes that are no UTF-8.
-  const std::vector<std::string> pieces = {"a", "A", "b", "l", "L", " ", "-", "_", ".", ",", "'", "\"", "~", "0", "9", "Z", "\t", "\n", "\x01", "\x1F", "\x7F",
-                                           "á", "Á", "\xCC\x81", "\xC2\xB7", "\xCE\x87", "ß", "æ", "ﬁ", "漢", "\xE0\xB9\x80\xE0\xB8\x81", "\xFF", "\xC3", "\xE2\x82",
-                                           "\xF0\x9F\x98\x80", "ss", "ae", "k", "\xE2\x84\xAA"};
+  const std::vector<std::string> pieces = {"a",
+                                           "A",
+                                           "b",
+                                           "l",
+                                           "L",
+                                           " ",
+                                           "-",
+                                           "_",
+                                           ".",
+                                           ",",
+                                           "'",
+                                           "\"",
+                                           "~",
+                                           "0",
+                                           "9",
+                                           "Z",
+                                           "\t",
+                                           "\n",
+                                           "\x01",
+                                           "\x1F",
+                                           "\x7F",
+                                           "á",
+                                           "Á",
+                                           "\xCC\x81",
+                                           "\xC2\xB7",
+                                           "\xCE\x87",
+                                           "ß",
+                                           "æ",
+                                           "ﬁ",
+                                           "漢",
+                                           "\xE0\xB9\x80\xE0\xB8\x81",
+                                           "\xFF",
+                                           "\xC3",
+                                           "\xE2\x82",
+                                           "\xF0\x9F\x98\x80",
+                                           "ss",
+                                           "ae",
+                                           "k",
+                                           "\xE2\x84\xAA"};
   const auto text = [&](bool ascii) {
     std::string result;
     for (auto length = random() % 6; length > 0; --length) {
-      if (ascii) result += static_cast<char>(random() % 128);
-      else result += pieces[random() % pieces.size()];
+      if (ascii)
+        result += static_cast<char>(random() % 128);
+      else
+        result += pieces[random() % pieces.size()];
     }
     return result;
   };
@@ -68,9 +108,11 @@ TEST(TextOrder, AgreesWithTheCollatorOnRandomTexts) {
     left_trimmed.erase(left_trimmed.find_last_not_of(' ') + 1);
     right_trimmed.erase(right_trimmed.find_last_not_of(' ') + 1);
     status = U_ZERO_ERROR;
-    const int expected = ucol_strcollUTF8(collator, left_trimmed.data(), static_cast<std::int32_t>(left_trimmed.size()),
-                                          right_trimmed.data(), static_cast<std::int32_t>(right_trimmed.size()), &status);
-    ASSERT_EQ(sign(order.compare(left, right)), sign(expected)) << testing::PrintToString(left) << " " << testing::PrintToString(right);
+    const int expected =
+        ucol_strcollUTF8(collator, left_trimmed.data(), static_cast<std::int32_t>(left_trimmed.size()),
+                         right_trimmed.data(), static_cast<std::int32_t>(right_trimmed.size()), &status);
+    ASSERT_EQ(sign(order.compare(left, right)), sign(expected))
+        << testing::PrintToString(left) << " " << testing::PrintToString(right);
   }
   ucol_close(collator);
 }
@@ -95,8 +137,26 @@ TEST(TextOrder, EveryPairOfSingleCharactersAgreesWithTheCollator) {
 TEST(TextOrder, TextsThatBeginAlikeStandTogether) {
   const TextOrder order;
   std::mt19937 random(20260703);
-  const std::vector<std::string> pieces = {"a", "l", "L", "z", "9", " ", "-", "\x01", "\t", "á", "\xCC\x81", "\xC2\xB7", "\xCE\x87", "漢", "\xFF", "\xE2\x82", "\xE0\xB9\x80",
-                                           "\xF4\x8F\xBF\xBF", "\xEF\xBF\xBD", "\xF0\x9F\x98\x80"};
+  const std::vector<std::string> pieces = {"a",
+                                           "l",
+                                           "L",
+                                           "z",
+                                           "9",
+                                           " ",
+                                           "-",
+                                           "\x01",
+                                           "\t",
+                                           "á",
+                                           "\xCC\x81",
+                                           "\xC2\xB7",
+                                           "\xCE\x87",
+                                           "漢",
+                                           "\xFF",
+                                           "\xE2\x82",
+                                           "\xE0\xB9\x80",
+                                           "\xF4\x8F\xBF\xBF",
+                                           "\xEF\xBF\xBD",
+                                           "\xF0\x9F\x98\x80"};
   for (int i = 0; i < 100000; ++i) {
     std::string prefix;
     for (auto length = 1 + random() % 4; length > 0; --length) prefix += "aAlLzZ09kstij"[random() % 13];
@@ -105,7 +165,8 @@ TEST(TextOrder, TextsThatBeginAlikeStandTogether) {
       if (c >= 'a' && random() % 2 == 0) c = static_cast<char>(c - 'a' + 'A');
     for (auto length = random() % 4; length > 0; --length) text += pieces[random() % pieces.size()];
     ASSERT_LE(order.compare(prefix, text), 0) << testing::PrintToString(prefix) << " " << testing::PrintToString(text);
-    ASSERT_LT(order.compare(text, prefix + std::string(dialect::kBehindAllTexts)), 0) << testing::PrintToString(prefix) << " " << testing::PrintToString(text);
+    ASSERT_LT(order.compare(text, prefix + std::string(dialect::kBehindAllTexts)), 0)
+        << testing::PrintToString(prefix) << " " << testing::PrintToString(text);
   }
 }
 
@@ -116,7 +177,8 @@ TEST(TextOrder, SeveralThreadsCompareEachWithItsOwn) {
     threads.emplace_back([&count] {
       const TextOrder order;
       for (int i = 0; i < 2000; ++i)
-        if (order.compare("Größe", "GRÖSSE") == 0 || order.compare("é", "É") != 0 || order.compare("a", "B") >= 0) ++count;
+        if (order.compare("Größe", "GRÖSSE") == 0 || order.compare("é", "É") != 0 || order.compare("a", "B") >= 0)
+          ++count;
     });
   }
   for (std::thread& thread : threads) thread.join();
