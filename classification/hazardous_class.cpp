@@ -7,9 +7,11 @@ namespace mercato {
 
 const ClassTable& HazardousClass::table() {
   static const ClassTable table =
-      ClassTable::of<HazardousClass>("Mercato.HazardousClass", "{6B1D9C52-7E0A-4C41-9E1B-2A54F0D3A104}", TransactionAttribute::none)
+      ClassTable::of<HazardousClass>("Mercato.HazardousClass", "{6B1D9C52-7E0A-4C41-9E1B-2A54F0D3A104}",
+                                     TransactionAttribute::none)
           .method("GetAllHazardousClass", &HazardousClass::GetAllHazardousClass)
-          .method("getHazardousClassFromDescription", &HazardousClass::getHazardousClassFromDescription, {"iDescription"});
+          .method("getHazardousClassFromDescription", &HazardousClass::getHazardousClassFromDescription,
+                  {"iDescription"});
   return table;
 }
 

@@ -37,7 +37,8 @@ bool THazardousClass::Delete(std::string& iClassCode) {
 bool THazardousClass::canDeleteHazardousClass(const std::string& iClassCode) {
   Sql sql;
   sql << "SELECT * FROM PRODUCT WHERE CLASSCODE = N'" << value(Gen_QuoteSql(iClassCode)) << "'";
-  return classification::is_unused("Mercato.THazardousClass.canDeleteHazardousClass", sql, classification::TailVote::none);
+  return classification::is_unused("Mercato.THazardousClass.canDeleteHazardousClass", sql,
+                                   classification::TailVote::none);
 }
 
 bool THazardousClass::IReferentialIntegrity_BeforeDelete(const Variant&, const Array&, const Array&) { return false; }

@@ -12,9 +12,10 @@ class THazardousClass : public ComponentOf<THazardousClass> {
  public:
   static const ClassTable& table();
 
-  // Deletes the class and returns true; votes commit. Returns false, with nothing raised or logged and an abort vote, when a
-  // product still refers to it; no reference checker is asked. Raises eHazardousClassNotFound, source
-  // "Mercato.THazardousClass.Delete", when there is no such class, with an abort vote. A refused or failed delete changes nothing.
+  // Deletes the class and returns true; votes commit. Returns false, with nothing raised or logged and an abort vote,
+  // when a product still refers to it; no reference checker is asked. Raises eHazardousClassNotFound, source
+  // "Mercato.THazardousClass.Delete", when there is no such class, with an abort vote. A refused or failed delete
+  // changes nothing.
   bool Delete(std::string& iClassCode);
 
   // False at every call: no vote, no query.

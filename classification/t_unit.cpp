@@ -11,7 +11,8 @@ const ClassTable& TUnit::table() {
   static const ClassTable table =
       ClassTable::of<TUnit>("Mercato.TUnit", "{6B1D9C52-7E0A-4C41-9E1B-2A54F0D3A103}", TransactionAttribute::required)
           .method("Delete", &TUnit::Delete, {"iUnitCode"})
-          .implements_referential_integrity(&TUnit::IReferentialIntegrity_BeforeDelete, &TUnit::IReferentialIntegrity_Exists);
+          .implements_referential_integrity(&TUnit::IReferentialIntegrity_BeforeDelete,
+                                            &TUnit::IReferentialIntegrity_Exists);
   return table;
 }
 
@@ -24,7 +25,8 @@ bool TUnit::Delete(std::string& iUnitCode) {
         if (!canDeleteUnit(iUnitCode)) return refused;
         Sql sql;
         sql << "DELETE FROM UNIT WHERE UNITCODE = '" << value(Gen_QuoteSql(iUnitCode)) << "'";
-        if (classification::delete_rows(connection, sql) == 0) raise(eUnitNotFound, "Mercato.Unit.Delete", "Unit not found");
+        if (classification::delete_rows(connection, sql) == 0)
+          raise(eUnitNotFound, "Mercato.Unit.Delete", "Unit not found");
         Sql_CloseConnection(connection);
         checker.release();
         Mts_SetComplete();
@@ -56,7 +58,8 @@ bool TUnit::IReferentialIntegrity_Exists(const Variant&, const Array& iFields, c
           if (text::to_upper(iFields.at(index).to_text()) != "UNITCODE") continue;
           connection = open_connection(shared_connection_string(), Isolation::read_committed);
           Sql sql;
-          sql << "SELECT UNITCODE FROM UNIT WHERE UNITCODE = '" << value(Gen_QuoteSql(iValues.at(index).to_text())) << "'";
+          sql << "SELECT UNITCODE FROM UNIT WHERE UNITCODE = '" << value(Gen_QuoteSql(iValues.at(index).to_text()))
+              << "'";
           const bool exists = !connection->Execute(sql)->Eof();
           Sql_CloseConnection(connection);
           Mts_SetComplete();

@@ -12,7 +12,8 @@ const ClassTable& Unit::table() {
           .deprecated("Mercato.TUnit.Delete")
           .method("GetAllUnits", &Unit::GetAllUnits)
           .method("getUnitCodeFromDescription", &Unit::getUnitCodeFromDescription, {"iUnitDescription"})
-          .implements_referential_integrity(&Unit::IReferentialIntegrity_BeforeDelete, &Unit::IReferentialIntegrity_Exists);
+          .implements_referential_integrity(&Unit::IReferentialIntegrity_BeforeDelete,
+                                            &Unit::IReferentialIntegrity_Exists);
   return table;
 }
 
@@ -25,7 +26,8 @@ DictionaryPtr Unit::GetAllUnits() {
 std::string Unit::getUnitCodeFromDescription(std::string& iUnitDescription) {
   const std::string wanted = Gen_QuoteSql(iUnitDescription);
   Sql sql;
-  sql << "SELECT UNITCODE FROM UNIT WHERE UNITCODE='" << value(wanted) << "' OR UNITDESCRIPTION = '" << value(wanted) << "'";
+  sql << "SELECT UNITCODE FROM UNIT WHERE UNITCODE='" << value(wanted) << "' OR UNITDESCRIPTION = '" << value(wanted)
+      << "'";
   return classification::first_code("Mercato.Unit.getUnitCodeFromDescription", sql, "UNITCODE");
 }
 

@@ -22,8 +22,8 @@ class Connection : public Object, public std::enable_shared_from_this<Connection
   static std::shared_ptr<Connection> create();
   std::string_view type_name() const override { return "Connection"; }
 
-  // Raises kObjectOpen when it is open, kStoreFailure when the store cannot be reached. User and password are for stores that
-  // ask for them; options is -1 as a rule and has no effect.
+  // Raises kObjectOpen when it is open, kStoreFailure when the store cannot be reached. User and password are for
+  // stores that ask for them; options is -1 as a rule and has no effect.
   void Open(const std::string& iConnectionString, const std::string& iUser, const std::string& iPassword,
             std::int32_t iOptions);
   // Runs one statement. The result is a forward-only recordset, closed when the statement yields no rows.

@@ -1,6 +1,6 @@
-// The contracts of the collaborating components, as the library sees them: each is a thin typed face over a component that
-// is called by name, so that any component with these operations can stand behind it. Default ones live in collaborators/.
-// A contract made without a component creates it through Gen_GetComponent when it is first asked.
+// The contracts of the collaborating components, as the library sees them: each is a thin typed face over a component
+// that is called by name, so that any component with these operations can stand behind it. Default ones live in
+// collaborators/. A contract made without a component creates it through Gen_GetComponent when it is first asked.
 #pragma once
 
 #include <cstdint>
@@ -60,7 +60,9 @@ class Configuration : public Contract {
  public:
   // Callers spell the ProgID in two ways, to the same effect.
   explicit Configuration(std::string_view prog_id = "Grundwerk.Configuration") : Contract(prog_id) {}
-  Variant GetParameter(const std::string& section, const std::string& name) { return call("GetParameter", {section, name}); }
+  Variant GetParameter(const std::string& section, const std::string& name) {
+    return call("GetParameter", {section, name});
+  }
   // Without a trailing separator.
   std::string GetWebRootFolder() { return call("GetWebRootFolder", {}).to_text(); }
   void PrepareParameters(bool flag) { call("PrepareParameters", {flag}); }
@@ -98,14 +100,17 @@ class User : public Contract {
   bool BuyerCheckSecond(const std::string& user_id, const Variant& trimmed) {
     return call("BuyerCheckSecond", {user_id, trimmed}).to_boolean();
   }
-  std::int32_t GetUserPropertyGroup(const std::string& user_id) { return call("GetUserPropertyGroup", {user_id}).to_long(); }
+  std::int32_t GetUserPropertyGroup(const std::string& user_id) {
+    return call("GetUserPropertyGroup", {user_id}).to_long();
+  }
   bool BuyerCheckFirst(const std::string& user_id) { return call("BuyerCheckFirst", {user_id}).to_boolean(); }
 };
 
 class Currency : public Contract {
  public:
   Currency() : Contract("Zentrik.Currency") {}
-  mercato::Currency ConvertAmount(const std::string& source, const std::string& target, mercato::Currency amount, Date date) {
+  mercato::Currency ConvertAmount(const std::string& source, const std::string& target, mercato::Currency amount,
+                                  Date date) {
     return call("ConvertAmount", {source, target, amount, date}).to_currency();
   }
   // Currency code to description.
@@ -118,7 +123,9 @@ class BusinessPartner : public Contract {
   // A number, -1 when there is no such partner.
   Variant GetBusinessPartnerID(const std::string& business_id) { return call("GetBusinessPartnerID", {business_id}); }
   // Perhaps empty.
-  std::string GetPartnerDefaultBuyer(const Variant& partner_id) { return call("GetPartnerDefaultBuyer", {partner_id}).to_text(); }
+  std::string GetPartnerDefaultBuyer(const Variant& partner_id) {
+    return call("GetPartnerDefaultBuyer", {partner_id}).to_text();
+  }
 };
 
 }  // namespace zentrik
@@ -136,7 +143,9 @@ class DRecordset : public Contract {
   void SetPageSize(std::int16_t rows) { call("SetPageSize", {rows}); }
   void Reset() { call("Reset", {}); }
   void SetSortFields(const std::string& fields) { call("SetSortFields", {fields}); }
-  void OpenQuery(const std::string& statement, const std::string& key_fields) { call("OpenQuery", {statement, key_fields}); }
+  void OpenQuery(const std::string& statement, const std::string& key_fields) {
+    call("OpenQuery", {statement, key_fields});
+  }
   void RestoreState(std::int16_t position, const std::string& state) { call("RestoreState", {position, state}); }
 };
 

@@ -87,7 +87,8 @@ void Err_LogAndRaise(std::string_view iMethod, const Variant& iInfo) {
   mbAlternateLog = false;
   const RaisedError captured = Err_Capture(iMethod, iInfo);
   if (captured.Number == 0) return;
-  // The log's text is wrapped a second time around the description that is raised. A log that fails must not stop the raise.
+  // The log's text is wrapped a second time around the description that is raised. A log that fails must not stop the
+  // raise.
   current_error() = captured;
   suppressing_failures([&] { Err_LogError(iMethod, iInfo); });
   current_error() = captured;
@@ -106,8 +107,11 @@ std::string Err_ConnectionErrors(const ConnectionPtr& iConnection) {
 }
 
 void Err_RaiseDeprecated(std::string_view iMethod, const Variant& iInfo) {
-  current_error() = {kDeprecatedMethod, std::string(kLibraryName),
-                     std::string(error_number::default_description(kDeprecatedMethod)), {}, 0};
+  current_error() = {kDeprecatedMethod,
+                     std::string(kLibraryName),
+                     std::string(error_number::default_description(kDeprecatedMethod)),
+                     {},
+                     0};
   Err_LogAndRaise(iMethod, iInfo);
   std::terminate();  // not reached: an error is pending
 }
@@ -120,8 +124,11 @@ RaisedError failure_in_flight() {
   } catch (const Raised& failure) {
     return failure.error();
   } catch (const std::bad_alloc&) {
-    return {error_number::kOutOfMemory, std::string(kLibraryName),
-            std::string(error_number::default_description(error_number::kOutOfMemory)), {}, 0};
+    return {error_number::kOutOfMemory,
+            std::string(kLibraryName),
+            std::string(error_number::default_description(error_number::kOutOfMemory)),
+            {},
+            0};
   } catch (const std::exception& failure) {
     return {error_number::kStoreFailure, std::string(kLibraryName), failure.what(), {}, 0};
   }

@@ -59,6 +59,8 @@ std::string Gen_EscapeLike(std::string_view iText) {
   return text::replace_all(escaped, "_", "[_]");
 }
 
-std::string Gen_LikePattern(std::string_view iText) { return "N'" + text::replace_all(Gen_EscapeLike(iText), "*", "%") + "'"; }
+std::string Gen_LikePattern(std::string_view iText) {
+  return "N'" + text::replace_all(Gen_EscapeLike(iText), "*", "%") + "'";
+}
 
 }  // namespace mercato

@@ -149,9 +149,8 @@ DictionaryPtr Sql_GetRecordAsDictionary(const RecordsetPtr& iRecordset) {
         }
         return record;
       },
-      Tail{"Lib_SQL.Sql_GetRecordAsDictionary", [&]() -> Variant {
-             return Err_ConnectionErrors(iRecordset ? iRecordset->ActiveConnection() : nullptr);
-           }});
+      Tail{"Lib_SQL.Sql_GetRecordAsDictionary",
+           [&]() -> Variant { return Err_ConnectionErrors(iRecordset ? iRecordset->ActiveConnection() : nullptr); }});
 }
 
 DictionaryPtr Sql_GetRecordsAsDictionary(const std::string& iConnectionString, const Sql& iSQL) {
@@ -167,7 +166,8 @@ DictionaryPtr Sql_GetRecordsAsDictionary(const std::string& iConnectionString, c
           const Variant& key = rows->Value(std::size_t{0});
           if (records->Exists(key))
             Err_LogInfo("Improper SQL statement '" + iSQL.text() +
-                        "' to create a dictionary. The statement resulted in double key value: '" + key.to_text() + "'");
+                        "' to create a dictionary. The statement resulted in double key value: '" + key.to_text() +
+                        "'");
           else
             records->Add(key, rows->Value(std::size_t{1}));
         }

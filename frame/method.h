@@ -13,7 +13,8 @@
 //
 // A body that may be refused returns Answer<T>: `return refused;` leaves through the tail with no error pending, and
 // the caller receives the tail's preset (False, "", 0 when it names none). A body that takes `TailSwitch&` can disarm
-// the tail: a failure after that passes it untouched. Steps that return a text give it to the message as its information.
+// the tail: a failure after that passes it untouched. Steps that return a text give it to the message as its
+// information.
 #pragma once
 
 #include <exception>
@@ -33,10 +34,10 @@ inline constexpr Refused refused{};
 template <class T>
 class Answer {
  public:
-  Answer(Refused) {}                                  // NOLINT: a body says `return refused`
+  Answer(Refused) {}  // NOLINT: a body says `return refused`
   template <class U>
-    requires std::is_convertible_v<U, T>
-  Answer(U&& value) : value_(std::forward<U>(value)) {}  // NOLINT: or returns its value
+  requires std::is_convertible_v<U, T> Answer(U&& value)
+      : value_(std::forward<U>(value)) {}  // NOLINT: or returns its value
   std::optional<T> take() { return std::move(value_); }
 
  private:

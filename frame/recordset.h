@@ -16,7 +16,13 @@ namespace mercato {
 
 enum class CursorLocation : std::int32_t { server = 2, client = 3 };
 enum class CursorType : std::int32_t { unspecified = -1, forward_only = 0, keyset = 1, dynamic = 2, fixed = 3 };
-enum class LockType : std::int32_t { unspecified = -1, read_only = 1, pessimistic = 2, optimistic = 3, batch_optimistic = 4 };
+enum class LockType : std::int32_t {
+  unspecified = -1,
+  read_only = 1,
+  pessimistic = 2,
+  optimistic = 3,
+  batch_optimistic = 4
+};
 
 class Recordset : public Object {
  public:
@@ -70,8 +76,8 @@ class Recordset : public Object {
   // fails are written.
   void UpdateBatch();
 
-  // The connection, or null once cut loose. Setting null fetches what is left and cuts loose; setting a connection binds
-  // again, so that changes of a batch can be written.
+  // The connection, or null once cut loose. Setting null fetches what is left and cuts loose; setting a connection
+  // binds again, so that changes of a batch can be written.
   const ConnectionPtr& ActiveConnection() const { return connection_; }
   void SetActiveConnection(ConnectionPtr connection);
 

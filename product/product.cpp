@@ -8,7 +8,8 @@ namespace mercato {
 
 const ClassTable& Product::table() {
   static const ClassTable table =
-      ClassTable::of<Product>("Mercato.Product", "{6B1D9C52-7E0A-4C41-9E1B-2A54F0D3A101}", TransactionAttribute::required)
+      ClassTable::of<Product>("Mercato.Product", "{6B1D9C52-7E0A-4C41-9E1B-2A54F0D3A101}",
+                              TransactionAttribute::required)
           .method("GetProductEx", &Product::GetProductEx, {"i_lProductID"})
           .method("GetProduct", &Product::GetProduct, {"iProductID"})
           .method("GetProductFields", &Product::GetProductFields,
@@ -19,7 +20,8 @@ const ClassTable& Product::table() {
           .method("GetCategoryName", &Product::GetCategoryName, {"iCategoryID"})
           .method("GetDefaultBuyer", &Product::GetDefaultBuyer, {"iCommodityCode"})
           .method("GetMaxProductId", &Product::GetMaxProductId)
-          .method("getProductIDFromPartNum", &Product::getProductIDFromPartNum, {"iPartNum", optional("iCatalogString", "-1")})
+          .method("getProductIDFromPartNum", &Product::getProductIDFromPartNum,
+                  {"iPartNum", optional("iCatalogString", "-1")})
           .method("countProductIDsFromPartNum", &Product::countProductIDsFromPartNum,
                   {"iPartNum", optional("iCatalogString", "-1")})
           .method("countStockProductIDsFromPartNum", &Product::countStockProductIDsFromPartNum, {"iPartNum"})

@@ -24,7 +24,9 @@ std::string& QuoteForLike(std::string& text);
 RecordsetPtr open_read_only(const Sql& sql, const ConnectionPtr& connection, CursorType cursor);
 
 // PRODUCTID of the first row, -1 without one.
-inline std::int32_t id_or_none(const RecordsetPtr& rows) { return rows->Eof() ? -1 : rows->Value("PRODUCTID").to_long(); }
+inline std::int32_t id_or_none(const RecordsetPtr& rows) {
+  return rows->Eof() ? -1 : rows->Value("PRODUCTID").to_long();
+}
 
 }  // namespace product
 

@@ -26,7 +26,9 @@ auto column(std::string_view name) {
   return [name](const RecordsetPtr& rows) { return rows->Value(name); };
 }
 auto columns(std::string_view first, std::string_view second) {
-  return [first, second](const RecordsetPtr& rows) -> Variant { return Array{rows->Value(first), rows->Value(second)}; };
+  return [first, second](const RecordsetPtr& rows) -> Variant {
+    return Array{rows->Value(first), rows->Value(second)};
+  };
 }
 
 constexpr std::int32_t kBothStockAndNonStock = 2;
@@ -76,8 +78,9 @@ DictionaryPtr Product::GetProductsByBuyer(const std::string& i_sBuyerId) {
         Sql_CloseRecordset(rows);
 
         Sql one_of_the_buyers;
-        one_of_the_buyers << "SELECT DISTINCT P.PRODUCTID, P.PARTNUMBER FROM PRODUCT P, PRODUCTBUYER PB WHERE PB.USERID ='"
-                          << value(buyer) << "' and PB.PRODUCTID = P.PRODUCTID";
+        one_of_the_buyers
+            << "SELECT DISTINCT P.PRODUCTID, P.PARTNUMBER FROM PRODUCT P, PRODUCTBUYER PB WHERE PB.USERID ='"
+            << value(buyer) << "' and PB.PRODUCTID = P.PRODUCTID";
         rows = open_read_only(one_of_the_buyers, connection, CursorType::keyset);
         for (; !rows->Eof(); rows->MoveNext()) {
           const Variant& id = rows->Value("PRODUCTID");
@@ -98,8 +101,8 @@ DictionaryPtr Product::GetProductsByPartNumber(const std::string& i_sPartNumber)
       "Mercato.Product.GetProductsByPartNumber", CursorType::keyset,
       [&] {
         Sql sql;
-        sql << "SELECT PRODUCTID, PRODUCTDESCRIPTION FROM PRODUCT WHERE PARTNUMBER = '" << value(Gen_QuoteSql(i_sPartNumber))
-            << "'";
+        sql << "SELECT PRODUCTID, PRODUCTDESCRIPTION FROM PRODUCT WHERE PARTNUMBER = '"
+            << value(Gen_QuoteSql(i_sPartNumber)) << "'";
         return sql;
       },
       listed_by_id(column("PRODUCTDESCRIPTION")));
@@ -110,7 +113,8 @@ DictionaryPtr Product::GetProductsBySupplier(const std::string& iSupplierID) {
       "Mercato.Product.GetProductsBySupplier", CursorType::forward_only,
       [&] {
         Sql sql;
-        sql << "SELECT PRODUCTID, PARTNUMBER, BUYFROMPARTNUMBER FROM PRODUCT WHERE BUSINESSPARTNERID = " << value(iSupplierID);
+        sql << "SELECT PRODUCTID, PARTNUMBER, BUYFROMPARTNUMBER FROM PRODUCT WHERE BUSINESSPARTNERID = "
+            << value(iSupplierID);
         return sql;
       },
       listed_by_id(columns("PARTNUMBER", "BUYFROMPARTNUMBER")));
@@ -153,7 +157,8 @@ RecordsetPtr Product::GetAlternativeProducts(std::int32_t i_lProductID, std::int
   return method(
       [&] {
         Sql sql;
-        sql << "SELECT ALTERNATIVEPRODUCTS.*, PRODUCT.IMAGEFILENAME, PRODUCT.TECHNICALIMAGE, PRODUCT.PRODUCTDESCRIPTION "
+        sql << "SELECT ALTERNATIVEPRODUCTS.*, PRODUCT.IMAGEFILENAME, PRODUCT.TECHNICALIMAGE, "
+               "PRODUCT.PRODUCTDESCRIPTION "
                "FROM ALTERNATIVEPRODUCTS INNER JOIN PRODUCT ON "
                "ALTERNATIVEPRODUCTS.ALTERNATIVEPRODUCT = PRODUCT.PRODUCTID "
                "WHERE ALTERNATIVEPRODUCTS.ORIGINALPRODUCT = "

@@ -74,7 +74,8 @@ DictionaryPtr Product::GetProductEx(std::int32_t i_lProductID) {
     if (commodity.is_null()) return "";
     ConnectionPtr second = GetReadConnection();
     Sql charge_sql;
-    charge_sql << "SELECT CHARGETYPECODE FROM COMMODITY WHERE COMMODITYCODE='" << value(Gen_QuoteSql(commodity.to_text())) << "'";
+    charge_sql << "SELECT CHARGETYPECODE FROM COMMODITY WHERE COMMODITYCODE='"
+               << value(Gen_QuoteSql(commodity.to_text())) << "'";
     const RecordsetPtr charge = second->Execute(charge_sql);
     Variant code = charge->Eof() ? Variant("") : charge->Value("CHARGETYPECODE");
     Sql_CloseConnection(second);
@@ -102,8 +103,9 @@ CollectionPtr Product::GetProduct(std::int32_t iProductID) {
   return method(
       [&] {
         auto fields = std::make_shared<Collection>();
-        GetProductEx(iProductID)->for_each(
-            [&](const Variant& key, const Variant& item) { fields->Add(item, key.text_value()); });
+        GetProductEx(iProductID)->for_each([&](const Variant& key, const Variant& item) {
+          fields->Add(item, key.text_value());
+        });
         return fields;
       },
       Tail{"Mercato.Product.getProduct", [] { Mts_SetAbort(); }});
@@ -211,8 +213,8 @@ std::int32_t Product::GetMaxProductId() {
       [&] {
         connection = GetReadConnection();
         auto row = Recordset::create();
-        row->Open(LiteralPiece("SELECT TOP 1 PRODUCTID FROM PRODUCT ORDER BY PRODUCTID DESC"), connection, CursorType::dynamic,
-                  LockType::optimistic, -1);
+        row->Open(LiteralPiece("SELECT TOP 1 PRODUCTID FROM PRODUCT ORDER BY PRODUCTID DESC"), connection,
+                  CursorType::dynamic, LockType::optimistic, -1);
         const std::int32_t id = row->Value("PRODUCTID").to_long();
         Sql_CloseConnection(connection);
         return id;

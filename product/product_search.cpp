@@ -33,8 +33,8 @@ std::int32_t Product::getProductIDFromPartNum(const std::string& iPartNum, const
                " INNER JOIN PRODUCTCATEGORY ON PRODUCTSBYCATEGORY.CATEGORYID = PRODUCTCATEGORY.CATEGORYID "
                " INNER JOIN CATALOGNODE ON PRODUCTCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID "
                " WHERE (PRODUCTDESCRIPTION LIKE '%"
-            << value(term) << "%' OR PARTNUMBER LIKE '%" << value(term) << "%' OR BUYFROMPARTNUMBER LIKE '%" << value(term)
-            << "%')  AND (PRODUCT.DISABLED = 0)";
+            << value(term) << "%' OR PARTNUMBER LIKE '%" << value(term) << "%' OR BUYFROMPARTNUMBER LIKE '%"
+            << value(term) << "%')  AND (PRODUCT.DISABLED = 0)";
         if (iCatalogString != kAllCatalogs) sql << " AND CATALOGNODE.CATALOGID IN " << clause(iCatalogString);
         return sql;
       },
@@ -54,8 +54,8 @@ std::int32_t Product::countProductIDsFromPartNum(const std::string& iPartNum, co
                " INNER JOIN dbo.PRODUCTCATEGORY ON dbo.PRODUCTSBYCATEGORY.CATEGORYID = dbo.PRODUCTCATEGORY.CATEGORYID "
                " INNER JOIN dbo.CATALOGNODE ON dbo.PRODUCTCATEGORY.CATEGORYID = dbo.CATALOGNODE.CATEGORYID "
                " WHERE (PRODUCTDESCRIPTION LIKE '%"
-            << value(term) << "%' OR PARTNUMBER LIKE '%" << value(term) << "%' OR BUYFROMPARTNUMBER LIKE '%" << value(term)
-            << "%')  AND (DISABLED = 0)";
+            << value(term) << "%' OR PARTNUMBER LIKE '%" << value(term) << "%' OR BUYFROMPARTNUMBER LIKE '%"
+            << value(term) << "%')  AND (DISABLED = 0)";
         if (iCatalogString != kAllCatalogs) sql << " AND dbo.CATALOGNODE.CATALOGID IN " << clause(iCatalogString);
         return sql;
       },
@@ -72,8 +72,8 @@ std::int32_t Product::countStockProductIDsFromPartNum(const std::string& iPartNu
                "FROM PRODUCT "
                "WHERE "
                "(PRODUCTDESCRIPTION LIKE '%"
-            << value(term) << "%' OR  PARTNUMBER LIKE '%" << value(term) << "%' OR  BUYFROMPARTNUMBER LIKE '%" << value(term)
-            << "%') AND DISABLED = 0 AND STOCKITEM = 1";
+            << value(term) << "%' OR  PARTNUMBER LIKE '%" << value(term) << "%' OR  BUYFROMPARTNUMBER LIKE '%"
+            << value(term) << "%') AND DISABLED = 0 AND STOCKITEM = 1";
         return sql;
       },
       count_or_zero);
@@ -103,7 +103,8 @@ DictionaryPtr Product::GetCatalogProductsByPartNumber(const std::string& i_sPart
         std::int32_t counter = 0;
         for (; !rows->Eof(); rows->MoveNext()) {
           if (++counter <= i_lMaxNumberOfRows)
-            products->Add(rows->Value("PRODUCTID"), Array{rows->Value("PARTNUMBER"), rows->Value("PRODUCTDESCRIPTION")});
+            products->Add(rows->Value("PRODUCTID"),
+                          Array{rows->Value("PARTNUMBER"), rows->Value("PRODUCTDESCRIPTION")});
         }
         o_bMoreRowsAvailable = counter > i_lMaxNumberOfRows;
         return products;
@@ -115,7 +116,8 @@ std::int32_t Product::GetProductIDFromSupplierPartNum(const std::string& iSuppli
       "Mercato.Product.GetProductIDFromSupplierPartNum", CursorType::forward_only,
       [&] {
         Sql sql;
-        sql << "SELECT TOP 1 PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='" << value(Gen_QuoteSql(iSupplierPartNumber)) << "'";
+        sql << "SELECT TOP 1 PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='"
+            << value(Gen_QuoteSql(iSupplierPartNumber)) << "'";
         return sql;
       },
       id_or_none);

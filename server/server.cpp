@@ -55,8 +55,8 @@ class TableClassObject final : public ClassObject {
 
 std::span<const ClassTable* const> library_classes() {
   static const std::array classes = {
-      &HazardousClass::table(), &Product::table(), &ProductXML::table(),
-      &THazardousClass::table(), &TUnit::table(), &Unit::table(),
+      &HazardousClass::table(),  &Product::table(), &ProductXML::table(),
+      &THazardousClass::table(), &TUnit::table(),   &Unit::table(),
   };
   return classes;
 }
@@ -87,7 +87,8 @@ std::int32_t DllRegisterServer() try {
 
 std::int32_t DllUnregisterServer() try {
   for (const mercato::ClassTable* table : mercato::library_classes()) mercato::unregister_class(*table);
-  for (const mercato::ClassTable* table : mercato::collaborators::collaborator_classes()) mercato::unregister_class(*table);
+  for (const mercato::ClassTable* table : mercato::collaborators::collaborator_classes())
+    mercato::unregister_class(*table);
   return mercato::kOk;
 } catch (const std::exception&) {
   return mercato::kOutOfMemoryResult;

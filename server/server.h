@@ -44,5 +44,4 @@ std::int32_t DllCanUnloadNow();
 std::int32_t DllRegisterServer();
 // Forgets them.
 std::int32_t DllUnregisterServer();
-
 }

@@ -26,7 +26,8 @@ const Variant& Collection::Item(std::string_view key) const {
 }
 
 const Variant& Collection::Item(const Variant& position_or_key) const {
-  return position_or_key.is_text() ? Item(std::string_view(position_or_key.text_value())) : Item(position_or_key.to_long());
+  return position_or_key.is_text() ? Item(std::string_view(position_or_key.text_value()))
+                                   : Item(position_or_key.to_long());
 }
 
 const std::optional<std::string>& Collection::key_at(std::int32_t position) const { return entry_at(position).key; }

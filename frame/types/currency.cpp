@@ -22,8 +22,8 @@ std::string scaled_text(std::int64_t scaled, bool all_decimals) {
   return result;
 }
 
-// A plain decimal text ("-12.3400"), read digit by digit, half to even at four decimals. Nothing when it is of another form.
-// Raises 6 when it is too large.
+// A plain decimal text ("-12.3400"), read digit by digit, half to even at four decimals. Nothing when it is of another
+// form. Raises 6 when it is too large.
 std::optional<std::int64_t> read_plain_decimal(std::string_view text) {
   text = text::trim(text);
   const bool negative = !text.empty() && text.front() == '-';
@@ -45,9 +45,11 @@ std::optional<std::int64_t> read_plain_decimal(std::string_view text) {
   for (std::size_t place = 0; place < 4; ++place) append(place < decimals.size() ? decimals[place] - '0' : 0);
 
   const std::string_view rest = decimals.substr(std::min<std::size_t>(4, decimals.size()));
-  const bool beyond_half = !rest.empty() && (rest[0] > '5' || (rest[0] == '5' && rest.find_first_not_of('0', 1) != rest.npos));
+  const bool beyond_half =
+      !rest.empty() && (rest[0] > '5' || (rest[0] == '5' && rest.find_first_not_of('0', 1) != rest.npos));
   const bool half = !rest.empty() && rest[0] == '5' && !beyond_half;
-  if ((beyond_half || (half && scaled % 2 != 0)) && __builtin_sub_overflow(scaled, 1, &scaled)) raise(error_number::kOverflow);
+  if ((beyond_half || (half && scaled % 2 != 0)) && __builtin_sub_overflow(scaled, 1, &scaled))
+    raise(error_number::kOverflow);
   if (!negative && __builtin_sub_overflow(std::int64_t{0}, scaled, &scaled)) raise(error_number::kOverflow);
   return scaled;
 }

@@ -15,8 +15,9 @@ namespace {
 constexpr std::int64_t kEpochInUnixDays = -25569;  // 30 December 1899
 constexpr std::int64_t kSecondsPerDay = 86400;
 
-constexpr std::array<std::string_view, 12> kMonths = {"JANUARY", "FEBRUARY", "MARCH",     "APRIL",   "MAY",      "JUNE",
-                                                      "JULY",    "AUGUST",   "SEPTEMBER", "OCTOBER", "NOVEMBER", "DECEMBER"};
+constexpr std::array<std::string_view, 12> kMonths = {"JANUARY",   "FEBRUARY", "MARCH",    "APRIL",
+                                                      "MAY",       "JUNE",     "JULY",     "AUGUST",
+                                                      "SEPTEMBER", "OCTOBER",  "NOVEMBER", "DECEMBER"};
 
 bool exists(int year, int month, int day) {
   using namespace std::chrono;
@@ -94,7 +95,9 @@ class DateReader {
   }
 
  private:
-  bool is_symbol(std::string_view text) const { return kind_at(next_) == Word::Kind::symbol && words_[next_].text == text; }
+  bool is_symbol(std::string_view text) const {
+    return kind_at(next_) == Word::Kind::symbol && words_[next_].text == text;
+  }
   bool is_name(std::string_view text) const { return kind_at(next_) == Word::Kind::name && words_[next_].text == text; }
   std::optional<Word::Kind> kind_at(std::size_t position) const {
     return position < words_.size() ? std::optional(words_[position].kind) : std::nullopt;
@@ -102,7 +105,8 @@ class DateReader {
   bool time_comes_next() const {
     return kind_at(next_) == Word::Kind::number &&
            ((kind_at(next_ + 1) == Word::Kind::symbol && words_[next_ + 1].text == ":") ||
-            (kind_at(next_ + 1) == Word::Kind::name && (words_[next_ + 1].text == "AM" || words_[next_ + 1].text == "PM")));
+            (kind_at(next_ + 1) == Word::Kind::name &&
+             (words_[next_ + 1].text == "AM" || words_[next_ + 1].text == "PM")));
   }
   void skip_separator() {
     if (is_symbol("/") || is_symbol("-") || is_symbol(".") || is_symbol(",")) ++next_;
@@ -200,14 +204,15 @@ class DateReader {
 std::int64_t whole_seconds(double days) {
   const double day = std::trunc(days);
   const double time = std::fabs(days - day);
-  return static_cast<std::int64_t>(day) * kSecondsPerDay + static_cast<std::int64_t>(std::llround(time * kSecondsPerDay));
+  return static_cast<std::int64_t>(day) * kSecondsPerDay +
+         static_cast<std::int64_t>(std::llround(time * kSecondsPerDay));
 }
 
 }  // namespace
 
 Date Date::from_civil(const CivilTime& civil) {
-  const bool time_exists = civil.hour >= 0 && civil.hour < 24 && civil.minute >= 0 && civil.minute < 60 && civil.second >= 0 &&
-                           civil.second < 60;
+  const bool time_exists = civil.hour >= 0 && civil.hour < 24 && civil.minute >= 0 && civil.minute < 60 &&
+                           civil.second >= 0 && civil.second < 60;
   if (!exists(civil.year, civil.month, civil.day) || !time_exists) raise(error_number::kInvalidArgument);
   const auto day = static_cast<double>(unix_days(civil.year, civil.month, civil.day) - kEpochInUnixDays);
   const double time = (civil.hour * 3600 + civil.minute * 60 + civil.second) / static_cast<double>(kSecondsPerDay);

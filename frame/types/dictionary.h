@@ -62,8 +62,8 @@ class Dictionary : public Object {
   void append(Variant key, Variant item, std::size_t hash);
   void rebuild_index();
 
-  std::vector<Entry> entries_;         // in insertion order, removed ones marked until the next rebuild
-  std::vector<std::uint32_t> index_;   // open addressing; empty while the dictionary is small
+  std::vector<Entry> entries_;        // in insertion order, removed ones marked until the next rebuild
+  std::vector<std::uint32_t> index_;  // open addressing; empty while the dictionary is small
   std::size_t live_ = 0;
 };
 

@@ -10,10 +10,10 @@
 namespace mercato {
 
 struct RaisedError {
-  std::int32_t Number = 0;   // 0: no error
-  std::string Source;        // set at the first raise, never changed on the way up
-  std::string Description;   // grows by one wrapping at every level that passes it on
-  std::string HelpFile;      // carried along unchanged
+  std::int32_t Number = 0;  // 0: no error
+  std::string Source;       // set at the first raise, never changed on the way up
+  std::string Description;  // grows by one wrapping at every level that passes it on
+  std::string HelpFile;     // carried along unchanged
   std::int32_t HelpContext = 0;
 
   bool operator==(const RaisedError&) const = default;

@@ -16,8 +16,12 @@ constexpr bool is_ascii(std::string_view text) {
   for (char byte : text) bits |= static_cast<unsigned char>(byte);
   return bits < 0x80u;
 }
-constexpr char ascii_upper(char byte) { return byte >= 'a' && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte; }
-constexpr char ascii_lower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte; }
+constexpr char ascii_upper(char byte) {
+  return byte >= 'a' && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte;
+}
+constexpr char ascii_lower(char byte) {
+  return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+}
 constexpr bool is_digit(char byte) { return byte >= '0' && byte <= '9'; }
 
 // Bytes of the first `count` characters.
@@ -107,11 +111,13 @@ std::string_view trim(std::string_view text) {
 }
 
 std::string to_upper(std::string_view text) {
-  return changed_case(text, ascii_upper, [](icu::UnicodeString& unicode) -> auto& { return unicode.toUpper(icu::Locale::getRoot()); });
+  return changed_case(
+      text, ascii_upper, [](icu::UnicodeString & unicode) -> auto& { return unicode.toUpper(icu::Locale::getRoot()); });
 }
 
 std::string to_lower(std::string_view text) {
-  return changed_case(text, ascii_lower, [](icu::UnicodeString& unicode) -> auto& { return unicode.toLower(icu::Locale::getRoot()); });
+  return changed_case(
+      text, ascii_lower, [](icu::UnicodeString & unicode) -> auto& { return unicode.toLower(icu::Locale::getRoot()); });
 }
 
 bool equal_names(std::string_view left, std::string_view right) {
@@ -150,7 +156,9 @@ std::vector<std::string> split(std::string_view text, std::string_view separator
 
 std::optional<double> parse_number(std::string_view text) {
   constexpr std::string_view kBlank = " \t\r\n";
-  const auto skip_blank = [&] { while (!text.empty() && kBlank.find(text.front()) != kBlank.npos) text.remove_prefix(1); };
+  const auto skip_blank = [&] {
+    while (!text.empty() && kBlank.find(text.front()) != kBlank.npos) text.remove_prefix(1);
+  };
   skip_blank();
   while (!text.empty() && kBlank.find(text.back()) != kBlank.npos) text.remove_suffix(1);
   if (text.empty()) return std::nullopt;

@@ -45,18 +45,30 @@ bool Variant::is_numeric() const {
 
 std::string_view Variant::type_name() const {
   switch (type()) {
-    case Type::empty: return "Empty";
-    case Type::null: return "Null";
-    case Type::missing: return "Missing";
-    case Type::boolean: return "Boolean";
-    case Type::short_integer: return "Integer";
-    case Type::long_integer: return "Long";
-    case Type::real: return "Double";
-    case Type::currency: return "Currency";
-    case Type::date: return "Date";
-    case Type::text: return "String";
-    case Type::array: return "Variant()";
-    case Type::object: return object_value() ? object_value()->type_name() : "Nothing";
+    case Type::empty:
+      return "Empty";
+    case Type::null:
+      return "Null";
+    case Type::missing:
+      return "Missing";
+    case Type::boolean:
+      return "Boolean";
+    case Type::short_integer:
+      return "Integer";
+    case Type::long_integer:
+      return "Long";
+    case Type::real:
+      return "Double";
+    case Type::currency:
+      return "Currency";
+    case Type::date:
+      return "Date";
+    case Type::text:
+      return "String";
+    case Type::array:
+      return "Variant()";
+    case Type::object:
+      return object_value() ? object_value()->type_name() : "Nothing";
   }
   return {};
 }
@@ -65,33 +77,52 @@ void Variant::raise_type_mismatch() { raise(error_number::kTypeMismatch); }
 
 std::string Variant::to_text() const {
   switch (type()) {
-    case Type::empty: return {};
-    case Type::null: raise(error_number::kInvalidUseOfNull);
-    case Type::boolean: return boolean_value() ? "True" : "False";
-    case Type::short_integer: return std::to_string(short_value());
-    case Type::long_integer: return std::to_string(long_value());
-    case Type::real: return text::number_text(double_value());
-    case Type::currency: return currency_value().text();
-    case Type::date: return date_value().text();
-    case Type::text: return text_value();
-    default: raise_type_mismatch();
+    case Type::empty:
+      return {};
+    case Type::null:
+      raise(error_number::kInvalidUseOfNull);
+    case Type::boolean:
+      return boolean_value() ? "True" : "False";
+    case Type::short_integer:
+      return std::to_string(short_value());
+    case Type::long_integer:
+      return std::to_string(long_value());
+    case Type::real:
+      return text::number_text(double_value());
+    case Type::currency:
+      return currency_value().text();
+    case Type::date:
+      return date_value().text();
+    case Type::text:
+      return text_value();
+    default:
+      raise_type_mismatch();
   }
 }
 
 double Variant::to_double() const {
   switch (type()) {
-    case Type::empty: return 0;
-    case Type::null: raise(error_number::kInvalidUseOfNull);
-    case Type::boolean: return boolean_value() ? -1 : 0;
-    case Type::short_integer: return short_value();
-    case Type::long_integer: return long_value();
-    case Type::real: return double_value();
-    case Type::currency: return currency_value().to_double();
-    case Type::date: return date_value().days();
+    case Type::empty:
+      return 0;
+    case Type::null:
+      raise(error_number::kInvalidUseOfNull);
+    case Type::boolean:
+      return boolean_value() ? -1 : 0;
+    case Type::short_integer:
+      return short_value();
+    case Type::long_integer:
+      return long_value();
+    case Type::real:
+      return double_value();
+    case Type::currency:
+      return currency_value().to_double();
+    case Type::date:
+      return date_value().days();
     case Type::text:
       if (const auto number = text::parse_number(text_value())) return *number;
       raise_type_mismatch();
-    default: raise_type_mismatch();
+    default:
+      raise_type_mismatch();
   }
 }
 

@@ -41,7 +41,20 @@ inline constexpr Missing kMissing{};
 
 class Variant {
  public:
-  enum class Type { empty, null, missing, boolean, short_integer, long_integer, real, currency, date, text, array, object };
+  enum class Type {
+    empty,
+    null,
+    missing,
+    boolean,
+    short_integer,
+    long_integer,
+    real,
+    currency,
+    date,
+    text,
+    array,
+    object
+  };
 
   Variant() = default;
   Variant(Null) : value_(Null{}) {}
@@ -58,12 +71,12 @@ class Variant {
   Variant(Array array);
   Variant(ObjectPtr object) : value_(std::move(object)) {}
   template <class T>
-    requires(std::is_base_of_v<Object, T> && !std::is_same_v<T, Object>)
-  Variant(std::shared_ptr<T> object) : value_(ObjectPtr(std::move(object))) {}
+  requires(std::is_base_of_v<Object, T> && !std::is_same_v<T, Object>) Variant(std::shared_ptr<T> object)
+      : value_(ObjectPtr(std::move(object))) {}
   // Everything else, pointers above all, would silently become a Boolean.
   template <class T>
-    requires(std::is_pointer_v<T> && !std::is_same_v<T, const char*> && !std::is_same_v<T, char*>)
-  Variant(T) = delete;
+  requires(std::is_pointer_v<T> && !std::is_same_v<T, const char*> && !std::is_same_v<T, char*>) Variant(T)
+  = delete;
 
   // A whole number as the store has it: long when it fits in 32 bits, else double.
   static Variant from_integer(std::int64_t number);
@@ -130,7 +143,8 @@ struct Array {
 
   Array() = default;
   Array(std::initializer_list<Variant> values) : items(values) {}
-  explicit Array(std::vector<Variant> values, std::int32_t lower_bound = 0) : lower(lower_bound), items(std::move(values)) {}
+  explicit Array(std::vector<Variant> values, std::int32_t lower_bound = 0)
+      : lower(lower_bound), items(std::move(values)) {}
 
   std::int32_t upper() const { return lower + static_cast<std::int32_t>(items.size()) - 1; }
   // By the array's own bounds; raises 9 outside of them.

@@ -10,9 +10,12 @@ std::string_view Component::type_name() const { return class_table().class_name(
 
 std::string_view attribute_name(TransactionAttribute attribute) {
   switch (attribute) {
-    case TransactionAttribute::required: return "required";
-    case TransactionAttribute::none: return "none";
-    case TransactionAttribute::undeclared: return "undeclared";
+    case TransactionAttribute::required:
+      return "required";
+    case TransactionAttribute::none:
+      return "none";
+    case TransactionAttribute::undeclared:
+      return "undeclared";
   }
   return {};
 }
@@ -40,9 +43,7 @@ ClassTable& ClassTable::takes(std::string_view argument, std::string_view type) 
   return *this;
 }
 
-std::string_view ClassTable::class_name() const {
-  return std::string_view(prog_id_).substr(prog_id_.find('.') + 1);
-}
+std::string_view ClassTable::class_name() const { return std::string_view(prog_id_).substr(prog_id_.find('.') + 1); }
 
 const MethodInfo* ClassTable::find(std::string_view name) const {
   for (const auto* methods : {&methods_, &interface_methods_})

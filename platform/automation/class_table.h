@@ -1,5 +1,5 @@
-// The declarative table with which a class describes itself once. From it come late-bound calls, the class objects of the
-// shared library, registration, the gateway and its descriptions. Immutable after construction; any thread.
+// The declarative table with which a class describes itself once. From it come late-bound calls, the class objects of
+// the shared library, registration, the gateway and its descriptions. Immutable after construction; any thread.
 //
 //   const ClassTable& Unit::table() {
 //     static const ClassTable table =
@@ -59,11 +59,11 @@ struct MethodInfo {
 template <class T>
 struct InterfaceType;
 
-#define MERCATO_INTERFACE_TYPE(Type, Name, conversion)                      \
-  template <>                                                              \
-  struct InterfaceType<Type> {                                             \
-    static constexpr std::string_view name = Name;                         \
-    static Type from(const Variant& value) { return value.conversion(); }  \
+#define MERCATO_INTERFACE_TYPE(Type, Name, conversion)                    \
+  template <>                                                             \
+  struct InterfaceType<Type> {                                            \
+    static constexpr std::string_view name = Name;                        \
+    static Type from(const Variant& value) { return value.conversion(); } \
   };
 MERCATO_INTERFACE_TYPE(bool, "boolean", to_boolean)
 MERCATO_INTERFACE_TYPE(std::int16_t, "short", to_short)
@@ -109,7 +109,8 @@ class ClassTable {
   }
 
   template <class T, class Result, class... Arguments>
-  ClassTable& method(std::string name, Result (T::*function)(Arguments...), std::initializer_list<ArgumentName> arguments = {}) {
+  ClassTable& method(std::string name, Result (T::*function)(Arguments...),
+                     std::initializer_list<ArgumentName> arguments = {}) {
     methods_.push_back(describe(std::move(name), function, arguments));
     return *this;
   }
@@ -186,12 +187,13 @@ class ClassTable {
   }
 
   template <class Argument>
-  static constexpr bool kByReference = std::is_lvalue_reference_v<Argument> && !std::is_const_v<std::remove_reference_t<Argument>>;
+  static constexpr bool kByReference =
+      std::is_lvalue_reference_v<Argument> && !std::is_const_v<std::remove_reference_t<Argument>>;
 
   template <class Argument>
   static ArgumentInfo describe_argument(const ArgumentName& argument) {
-    return {argument.name, InterfaceType<std::remove_cvref_t<Argument>>::name, kByReference<Argument>, argument.optional,
-            argument.default_value};
+    return {argument.name, InterfaceType<std::remove_cvref_t<Argument>>::name, kByReference<Argument>,
+            argument.optional, argument.default_value};
   }
 
   template <class T, class Result, class... Arguments, std::size_t... Index>

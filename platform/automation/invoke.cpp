@@ -31,8 +31,7 @@ Variant invoke(const ComponentPtr& target, std::string_view method_name, std::ve
   if (!target) raise(error_number::kObjectNotSet);
   const ClassTable& table = target->class_table();
   const MethodInfo* method = table.find(method_name);
-  if (!method)
-    raise(error_number::kNoSuchMethod, {}, table.prog_id() + " has no method " + std::string(method_name));
+  if (!method) raise(error_number::kNoSuchMethod, {}, table.prog_id() + " has no method " + std::string(method_name));
   complete(arguments, table, *method);
   Variant answer;
   if (call_observer && call_observer->on_call(table, *method, arguments, answer)) return answer;

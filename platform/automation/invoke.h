@@ -10,10 +10,10 @@
 
 namespace mercato {
 
-// Calls a method by its name in any case, under the target's context. `arguments` is completed with the defaults of what was left
-// out, and holds after the call, failed or not, what became of the arguments by reference.
-// Raises 438 for an unknown method, 450 for too many arguments, 449 for one that is missing and has no default, what
-// conversions of arguments raise, and what the method raises.
+// Calls a method by its name in any case, under the target's context. `arguments` is completed with the defaults of
+// what was left out, and holds after the call, failed or not, what became of the arguments by reference. Raises 438 for
+// an unknown method, 450 for too many arguments, 449 for one that is missing and has no default, what conversions of
+// arguments raise, and what the method raises.
 Variant invoke(const ComponentPtr& target, std::string_view method, std::vector<Variant>& arguments);
 // The same for arguments whose updates nobody wants.
 Variant invoke(const ComponentPtr& target, std::string_view method, std::initializer_list<Variant> arguments);
@@ -23,7 +23,8 @@ class CallObserver {
  public:
   virtual ~CallObserver() = default;
   // Before the call. True: the call is answered with `result`, the method is not run. May raise in the method's place.
-  virtual bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments, Variant& result) = 0;
+  virtual bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments,
+                       Variant& result) = 0;
 };
 
 // The thread's observer; returns the one before.

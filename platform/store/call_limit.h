@@ -16,7 +16,8 @@ class CallLimit {
   bool outermost_;
 };
 
-// Raises kTimeout when the deadline has passed. Cheap enough for every field read: the clock is read at every 32nd call.
+// Raises kTimeout when the deadline has passed. Cheap enough for every field read: the clock is read at every 32nd
+// call.
 void check_call_limit();
 // The same with the clock read each time: before a statement.
 void check_call_limit_now();

@@ -42,7 +42,8 @@ Driver& driver_for(const std::string& connection_string) {
     if (!known.empty()) known += ", ";
     known += candidate.provider;
   }
-  raise(error_number::kStoreFailure, {}, "There is no store provider '" + *provider + "'. Known providers: " + known + ".");
+  raise(error_number::kStoreFailure, {},
+        "There is no store provider '" + *provider + "'. Known providers: " + known + ".");
 }
 
 Variant to_column_type(const Variant& value, ColumnType type) {

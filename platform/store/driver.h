@@ -2,9 +2,9 @@
 // Statements arrive in the library's one dialect; the driver translates, caches and prepares. A session is used by
 // one thread at a time; sessions of different threads work side by side.
 //
-// Failures are raised with the numbers of raised_error.h: kStatementRefused for a statement that the store does not take,
-// kConstraintViolated, kValueTooLong, kTimeout beyond the call limit, kStoreFailure for the rest, each with
-// the engine's own words and what to do about it where that is known.
+// Failures are raised with the numbers of raised_error.h: kStatementRefused for a statement that the store does not
+// take, kConstraintViolated, kValueTooLong, kTimeout beyond the call limit, kStoreFailure for the rest, each with the
+// engine's own words and what to do about it where that is known.
 #pragma once
 
 #include <cstddef>
@@ -28,8 +28,8 @@ struct RowIdentity {
   std::vector<Variant> key;
 };
 
-// A running query, forward only. Once its session is gone or was given back, its next move raises kObjectClosed; rows that
-// the session took into memory before can still be walked.
+// A running query, forward only. Once its session is gone or was given back, its next move raises kObjectClosed; rows
+// that the session took into memory before can still be walked.
 class Cursor {
  public:
   virtual ~Cursor() = default;
@@ -76,9 +76,9 @@ class Session {
   virtual void start_transaction() = 0;
   virtual void commit() = 0;    // durable when it returns
   virtual void rollback() = 0;  // never throws for a lost connection
-  // A run of single statements that need not be flushed one by one: each stands for everybody on this session when it has
-  // run, and reaches other sessions within a few hundredths of a second, at the latest with the run's next statement.
-  // `end_run` makes all of it durable.
+  // A run of single statements that need not be flushed one by one: each stands for everybody on this session when it
+  // has run, and reaches other sessions within a few hundredths of a second, at the latest with the run's next
+  // statement. `end_run` makes all of it durable.
   virtual void begin_run() = 0;
   // Lets other sessions see, and write, at once: before the same thread uses one.
   virtual void flush_run() = 0;
@@ -98,9 +98,9 @@ class Driver {
   virtual std::unique_ptr<Session> open(const std::string& connection_string) = 0;
 };
 
-// The value as a column of that type holds it; Null stays Null, Empty reads as the type's own empty value. Raises 13 for
-// a value that cannot be converted (any text but a date in a date column, any but a number in a number column), 6 beyond
-// the type's range. The width of a text is the store's to check.
+// The value as a column of that type holds it; Null stays Null, Empty reads as the type's own empty value. Raises 13
+// for a value that cannot be converted (any text but a date in a date column, any but a number in a number column), 6
+// beyond the type's range. The width of a text is the store's to check.
 Variant to_column_type(const Variant& value, ColumnType type);
 
 // "Key=Value;Key=Value", keys in any case; the value of the first occurrence, trimmed, or nothing.

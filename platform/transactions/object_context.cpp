@@ -37,10 +37,10 @@ class Activity {
 
   // Ends the transaction as the votes say; the votes are then spent, also those of objects that are gone.
   Outcome end() {
-    const bool aborted =
-        abort_of_the_gone_ || std::any_of(participants_.begin(), participants_.end(), [](const ObjectContext* participant) {
-          return participant->last_vote_ == Vote::abort;
-        });
+    const bool aborted = abort_of_the_gone_ ||
+                         std::any_of(participants_.begin(), participants_.end(), [](const ObjectContext* participant) {
+                           return participant->last_vote_ == Vote::abort;
+                         });
     for (ObjectContext* participant : participants_) participant->last_vote_ = Vote::none;
     abort_of_the_gone_ = false;
     const auto unit = std::exchange(unit_, nullptr);

@@ -1,8 +1,9 @@
-// The transaction server: contexts, votes, and the transactions that they decide. Contexts live on the thread that made them.
+// The transaction server: contexts, votes, and the transactions that they decide. Contexts live on the thread that made
+// them.
 //
-// An object created as a root has a context of its own; objects created through CreateInstance share its transaction. A call
-// on the object that began the transaction, in which it votes, ends the transaction: committed unless some participant's
-// last vote is abort. Without a vote the transaction goes on, and ends with that object by the same rule.
+// An object created as a root has a context of its own; objects created through CreateInstance share its transaction. A
+// call on the object that began the transaction, in which it votes, ends the transaction: committed unless some
+// participant's last vote is abort. Without a vote the transaction goes on, and ends with that object by the same rule.
 #pragma once
 
 #include <memory>
@@ -16,8 +17,8 @@ namespace mercato {
 
 enum class Vote { none, commit, abort };
 enum class Outcome {
-  none,        // the object has no transaction
-  open,        // a transaction exists and goes on
+  none,  // the object has no transaction
+  open,  // a transaction exists and goes on
   committed,
   rolledback,
 };
@@ -53,9 +54,9 @@ class ObjectContext : public std::enable_shared_from_this<ObjectContext> {
   void vote(Vote vote);
 
   std::shared_ptr<Activity> activity_;
-  bool owns_transaction_;  // it began the transaction: its votes end it
-  int depth_ = 0;          // calls of this object that are under way
-  Vote last_vote_ = Vote::none;           // since the transaction began
+  bool owns_transaction_;        // it began the transaction: its votes end it
+  int depth_ = 0;                // calls of this object that are under way
+  Vote last_vote_ = Vote::none;  // since the transaction began
   Vote vote_of_last_call_ = Vote::none;
   Outcome outcome_of_last_call_ = Outcome::none;
 };

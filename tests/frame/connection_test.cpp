@@ -47,7 +47,8 @@ TEST_F(ConnectionTest, IsOpenBetweenOpenAndClose) {
 
 TEST_F(ConnectionTest, OpenFailsForAStoreThatIsNotThereAndKeepsTheFailure) {
   auto connection = Connection::create();
-  const RaisedError failure = failure_of([&] { connection->Open("Data Source=" + folder_.path("none.db"), "", "", -1); });
+  const RaisedError failure =
+      failure_of([&] { connection->Open("Data Source=" + folder_.path("none.db"), "", "", -1); });
   EXPECT_EQ(failure.Number, kStoreFailure);
   EXPECT_EQ(connection->State(), 0);
   EXPECT_EQ(connection->Errors(), std::vector{failure});
@@ -94,8 +95,11 @@ TEST_F(ConnectionTest, ErrorsKeepWhatTheStoreReportedUntilTheConnectionIsClosed)
   const RaisedError second =
       failure_of([&] { connection->Execute(Sql("INSERT INTO UNIT (UNITCODE) VALUES ('FOUR')")); });
   EXPECT_EQ(first.Number, kStatementRefused);
-  EXPECT_EQ(second, (RaisedError{kValueTooLong, "SQLite store",
-                                 "The value is too long: column UNIT.UNITCODE takes at most 3 characters.", {}, 0}));
+  EXPECT_EQ(second, (RaisedError{kValueTooLong,
+                                 "SQLite store",
+                                 "The value is too long: column UNIT.UNITCODE takes at most 3 characters.",
+                                 {},
+                                 0}));
   EXPECT_EQ(connection->Errors(), (std::vector{first, second}));
   connection->Close();
   EXPECT_TRUE(connection->Errors().empty());
@@ -103,11 +107,17 @@ TEST_F(ConnectionTest, ErrorsKeepWhatTheStoreReportedUntilTheConnectionIsClosed)
 
 TEST_F(ConnectionTest, ADoubledKeySaysWhichOne) {
   EXPECT_EQ(failure_of([&] { execute("INSERT INTO UNIT (UNITCODE) VALUES ('EA')"); }),
-            (RaisedError{kConstraintViolated, "SQLite store",
-                         "There is already a row with this key (UNIQUE constraint failed: UNIT.UNITCODE).", {}, 0}));
+            (RaisedError{kConstraintViolated,
+                         "SQLite store",
+                         "There is already a row with this key (UNIQUE constraint failed: UNIT.UNITCODE).",
+                         {},
+                         0}));
   EXPECT_EQ(failure_of([&] { execute("INSERT INTO UNIT (DESCRIPTION) VALUES ('EA')"); }),
-            (RaisedError{kConstraintViolated, "SQLite store",
-                         "UNIT.UNITCODE may not be Null (NOT NULL constraint failed: UNIT.UNITCODE).", {}, 0}));
+            (RaisedError{kConstraintViolated,
+                         "SQLite store",
+                         "UNIT.UNITCODE may not be Null (NOT NULL constraint failed: UNIT.UNITCODE).",
+                         {},
+                         0}));
 }
 
 TEST_F(ConnectionTest, AStreamEndsWithItsConnection) {

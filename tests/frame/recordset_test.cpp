@@ -16,13 +16,15 @@ class RecordsetTest : public testing::Test {
  protected:
   RecordsetTest() {
     connection_->Open(store_, "", "", -1);
-    execute("CREATE TABLE PROPERTY (PROPERTYID int NOT NULL IDENTITY(1,1) PRIMARY KEY, PROPERTYNAME nvarchar(8) NOT NULL, "
-            "DATATYPE smallint NULL DEFAULT 1, EXTERNALFLAG bit NULL, CHANGED datetime NULL, PRICE money NULL)");
+    execute(
+        "CREATE TABLE PROPERTY (PROPERTYID int NOT NULL IDENTITY(1,1) PRIMARY KEY, PROPERTYNAME nvarchar(8) NOT NULL, "
+        "DATATYPE smallint NULL DEFAULT 1, EXTERNALFLAG bit NULL, CHANGED datetime NULL, PRICE money NULL)");
     execute("CREATE TABLE NODEPARTNER (NODEID int NULL, PARTNERID int NULL)");
   }
   void execute(std::string text) { connection_->Execute(Sql::verbatim(std::move(text))); }
   void add_properties(int count) {
-    for (int i = 1; i <= count; ++i) execute("INSERT INTO PROPERTY (PROPERTYNAME) VALUES ('P" + std::to_string(i) + "')");
+    for (int i = 1; i <= count; ++i)
+      execute("INSERT INTO PROPERTY (PROPERTYNAME) VALUES ('P" + std::to_string(i) + "')");
   }
   RecordsetPtr open(const Sql& source, CursorType cursor, LockType lock) {
     auto recordset = Recordset::create();
@@ -57,10 +59,13 @@ TEST_F(RecordsetTest, AnEmptyResultIsAtBothEnds) {
 TEST_F(RecordsetTest, AnUnknownFieldIsNamedInTheFailure) {
   add_properties(1);
   const auto recordset = open(Sql("SELECT * FROM PROPERTY"), CursorType::fixed, LockType::read_only);
-  EXPECT_EQ(failure_of([&] { recordset->Value("NOSUCH"); }),
-            (RaisedError{kNoSuchField, "Mercato",
-                         "Item cannot be found in the collection corresponding to the requested name or ordinal: NOSUCH",
-                         {}, 0}));
+  EXPECT_EQ(
+      failure_of([&] { recordset->Value("NOSUCH"); }),
+      (RaisedError{kNoSuchField,
+                   "Mercato",
+                   "Item cannot be found in the collection corresponding to the requested name or ordinal: NOSUCH",
+                   {},
+                   0}));
   EXPECT_EQ(kNoSuchField, static_cast<std::int32_t>(0x800A0CC1u));
   EXPECT_EQ(failure_of([&] { recordset->Value(6); }).Number, kNoSuchField);
   EXPECT_EQ(failure_of([&] { recordset->FieldName(6); }).Number, kNoSuchField);
@@ -69,7 +74,8 @@ TEST_F(RecordsetTest, AnUnknownFieldIsNamedInTheFailure) {
 
 TEST_F(RecordsetTest, HeldRowsCanBeWalkedAgainAndStreamedOnesCannot) {
   add_properties(3);
-  const auto held = open(Sql("SELECT PROPERTYID FROM PROPERTY ORDER BY PROPERTYID"), CursorType::keyset, LockType::read_only);
+  const auto held =
+      open(Sql("SELECT PROPERTYID FROM PROPERTY ORDER BY PROPERTYID"), CursorType::keyset, LockType::read_only);
   EXPECT_EQ(held->RecordCount(), 3);
   held->MoveNext();
   held->MoveNext();
@@ -79,7 +85,8 @@ TEST_F(RecordsetTest, HeldRowsCanBeWalkedAgainAndStreamedOnesCannot) {
   held->MoveFirst();
   EXPECT_EQ(held->Value(0), Variant(1));
 
-  const auto streamed = open(Sql("SELECT PROPERTYID FROM PROPERTY ORDER BY PROPERTYID"), CursorType::forward_only, LockType::read_only);
+  const auto streamed =
+      open(Sql("SELECT PROPERTYID FROM PROPERTY ORDER BY PROPERTYID"), CursorType::forward_only, LockType::read_only);
   EXPECT_EQ(streamed->RecordCount(), -1);
   streamed->MoveFirst();
   streamed->MoveNext();
@@ -107,9 +114,12 @@ TEST_F(RecordsetTest, ARecordsetThatIsClosedRefusesEverything) {
 TEST_F(RecordsetTest, AClosedConnectionServesNoRecordset) {
   const auto closed = Connection::create();
   const auto recordset = Recordset::create();
-  EXPECT_EQ(failure_of([&] { recordset->Open(Sql("SELECT 1"), closed, CursorType::fixed, LockType::read_only, -1); }).Number,
-            kObjectClosed);
-  EXPECT_EQ(failure_of([&] { recordset->Open(Sql("SELECT 1"), ConnectionPtr(), CursorType::fixed, LockType::read_only, -1); }).Number,
+  EXPECT_EQ(
+      failure_of([&] { recordset->Open(Sql("SELECT 1"), closed, CursorType::fixed, LockType::read_only, -1); }).Number,
+      kObjectClosed);
+  EXPECT_EQ(failure_of([&] {
+              recordset->Open(Sql("SELECT 1"), ConnectionPtr(), CursorType::fixed, LockType::read_only, -1);
+            }).Number,
             kObjectClosed);
 }
 
@@ -254,8 +264,11 @@ TEST_F(RecordsetTest, AnOverlongValueIsTheStoresFailureAndIsKeptByTheConnection)
   recordset->AddNew();
   recordset->SetValue("PROPERTYNAME", Variant("123456789"));
   const RaisedError failure = failure_of([&] { recordset->Update(); });
-  EXPECT_EQ(failure, (RaisedError{kValueTooLong, "SQLite store",
-                                  "The value is too long: column PROPERTY.PROPERTYNAME takes at most 8 characters.", {}, 0}));
+  EXPECT_EQ(failure, (RaisedError{kValueTooLong,
+                                  "SQLite store",
+                                  "The value is too long: column PROPERTY.PROPERTYNAME takes at most 8 characters.",
+                                  {},
+                                  0}));
   EXPECT_EQ(connection_->Errors(), std::vector{failure});
   recordset->SetValue("PROPERTYNAME", Variant("12345678"));
   recordset->Update();
@@ -276,7 +289,8 @@ TEST_F(RecordsetTest, DoubledRowsWithoutAKeyAreChangedOneByOne) {
 TEST_F(RecordsetTest, ABatchIsWrittenAtOnceOnTheConnectionThatItIsBoundToAgain) {
   for (int partner = 1; partner <= 2; ++partner)
     execute("INSERT INTO NODEPARTNER (NODEID, PARTNERID) VALUES (1, " + std::to_string(partner) + ")");
-  const auto recordset = open(Sql("SELECT * FROM NODEPARTNER WHERE NODEID = 1"), CursorType::keyset, LockType::batch_optimistic);
+  const auto recordset =
+      open(Sql("SELECT * FROM NODEPARTNER WHERE NODEID = 1"), CursorType::keyset, LockType::batch_optimistic);
   recordset->SetActiveConnection(nullptr);
   for (int i = 0; i < 2; ++i) {
     recordset->SetValue("PARTNERID", Variant(10 + i));
@@ -301,7 +315,8 @@ TEST_F(RecordsetTest, ABatchIsWrittenAtOnceOnTheConnectionThatItIsBoundToAgain) 
 }
 
 TEST_F(RecordsetTest, ABatchThatIsNotSentWritesNothing) {
-  const auto recordset = open(Sql("SELECT * FROM NODEPARTNER WHERE 0=1"), CursorType::keyset, LockType::batch_optimistic);
+  const auto recordset =
+      open(Sql("SELECT * FROM NODEPARTNER WHERE 0=1"), CursorType::keyset, LockType::batch_optimistic);
   recordset->AddNew();
   recordset->SetValue("NODEID", Variant(1));
   recordset->Update();

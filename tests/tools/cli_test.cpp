@@ -276,8 +276,9 @@ TEST_F(Tool, FindsProductsByNumberAndDescription) {
   const json by_supplier = json::parse(run({"find", "--json", "QM-PAP-001"}).out);
   EXPECT_EQ(by_supplier.at("products").at(0).at("partNumber"), "M-100007");
   const json by_text = json::parse(run({"find", "--json", "paper"}).out);
-  EXPECT_EQ(by_text.at("products").size(), 1u);
-  EXPECT_GT(by_text.at("matchesInCatalogues").get<int>(), 1);
+  // Every product that the library counts is listed.
+  EXPECT_EQ(by_text.at("matchesInCatalogues"), 15);
+  EXPECT_EQ(by_text.at("products").size(), 15u);
   const ToolRun nothing = run({"find", "no such thing"});
   EXPECT_EQ(nothing.status, 1);
   EXPECT_EQ(

@@ -59,8 +59,8 @@ class Search {
            "INNER JOIN PRODUCT ON PRODUCTSBYCATEGORY.PRODUCTID = PRODUCT.PRODUCTID "
            "INNER JOIN CATALOGNODE ON PRODUCTSBYCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID "
            "WHERE (PRODUCTDESCRIPTION LIKE '%"
-        << value(pattern) << "%' OR PARTNUMBER LIKE '%" << value(pattern) << "%' OR BUYFROMPARTNUMBER LIKE '%" << value(pattern)
-        << "%') AND PRODUCT.DISABLED = 0 ORDER BY PRODUCTSBYCATEGORY.PRODUCTID";
+        << value(pattern) << "%' OR PARTNUMBER LIKE '%" << value(pattern) << "%' OR BUYFROMPARTNUMBER LIKE '%"
+        << value(pattern) << "%') AND PRODUCT.DISABLED = 0 ORDER BY PRODUCTSBYCATEGORY.PRODUCTID";
     const auto connection = Connection::create();
     connection->Open(connection_string(), "", "", -1);
     const RecordsetPtr rows = connection->Execute(sql);

@@ -79,7 +79,8 @@ void print(const UploadReport& report) {
   count("repaired ", report.repaired, "  written without the fields listed above");
   count("written  ", report.applied(), written);
   count("skipped  ", report.refused, "  refused");
-  count("remaining", report.remaining, report.remaining_file.empty() ? "  no remaining file" : "  in " + report.remaining_file);
+  count("remaining", report.remaining,
+        report.remaining_file.empty() ? "  no remaining file" : "  in " + report.remaining_file);
   if (!report.stopped_by.empty())
     std::cout << bad("The upload was ended early: ") << shown(report.stopped_by, 500) << '\n';
 }

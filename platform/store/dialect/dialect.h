@@ -26,19 +26,20 @@ struct LexedStatement {
   std::string_view text;
   std::vector<Token> tokens;            // closed by one of kind `end`
   std::vector<std::uint32_t> literals;  // positions in `tokens` of numbers and texts, in order
-  std::string shape;                    // the text with its literals taken out: two statements of one shape differ in literals only
-  std::uint64_t shape_hash = 0;         // of `shape`
-  std::uint32_t comment = kNoComment;   // where the first comment begins; comments are white space
+  std::string shape;  // the text with its literals taken out: two statements of one shape differ in literals only
+  std::uint64_t shape_hash = 0;        // of `shape`
+  std::uint32_t comment = kNoComment;  // where the first comment begins; comments are white space
 
   static constexpr std::uint32_t kNoComment = UINT32_MAX;
 };
 
-// Raises kStatementRefused, with the position and the reason, for what is no sequence of tokens (a text without an end).
+// Raises kStatementRefused, with the position and the reason, for what is no sequence of tokens (a text without an
+// end).
 void lex(std::string_view text, LexedStatement& out);
 
-// Raises kStatementRefused when a value ends its literal or is anything but one literal (a number may carry a sign; `null` is a
-// literal), when a name is anything but one name, or when a clause ends the statement, starts a comment or closes a bracket
-// that it did not open.
+// Raises kStatementRefused when a value ends its literal or is anything but one literal (a number may carry a sign;
+// `null` is a literal), when a name is anything but one name, or when a clause ends the statement, starts a comment or
+// closes a bracket that it did not open.
 void check_pieces(const Sql& statement, const LexedStatement& lexed);
 
 // The value of a literal token: long or double for a number, text without its quotes and with doubled ones single.
@@ -72,10 +73,10 @@ struct Translation {
   StatementKind kind = StatementKind::nothing;
   std::vector<std::string> statements;  // in the store's own SQL, `?1`... for parameters; one but for definitions
   std::vector<Parameter> parameters;
-  std::string table;                    // the one table that is read or written; empty for a join
-  std::vector<Column> result;           // of a query; a column of type unknown is typed by its values
-  bool identified = false;              // a last column with the row's identity follows the result
-  bool depends_on_literals = false;     // holds for this very text only, not for every statement of its shape
+  std::string table;                 // the one table that is read or written; empty for a join
+  std::vector<Column> result;        // of a query; a column of type unknown is typed by its values
+  bool identified = false;           // a last column with the row's identity follows the result
+  bool depends_on_literals = false;  // holds for this very text only, not for every statement of its shape
 };
 
 // The tables that a statement may name.
@@ -86,7 +87,8 @@ class TableDirectory {
   virtual const TableInfo* find(std::string_view name) const = 0;
 };
 
-// Raises kStatementRefused for what is not of the dialect, for unknown tables and columns, and for more than one statement.
+// Raises kStatementRefused for what is not of the dialect, for unknown tables and columns, and for more than one
+// statement.
 Translation translate_to_sqlite(const LexedStatement& lexed, const TableDirectory& tables, bool identified);
 
 }  // namespace mercato::store::dialect

@@ -46,7 +46,7 @@ class SqliteCursor final : public Cursor {
   RowLayoutPtr layout_;
   bool identified_;
   std::optional<RunningStatement> running_;  // the only hold on the engine, so that a session can close
-  bool row_ahead_ = false;  // the engine stands on a row that `next` has not delivered yet
+  bool row_ahead_ = false;                   // the engine stands on a row that `next` has not delivered yet
   bool reprepared_ = false;
   bool detached_ = false;
   std::vector<KeptRow> kept_;

@@ -68,7 +68,8 @@ void check_path(const std::string& path, bool create) {
   const fs::path folder = fs::path(path).parent_path();
   std::error_code failure;
   if (!folder.empty() && !fs::is_directory(folder, failure))
-    refuse_to_open("There is no folder '" + folder.string() + "' for the store '" + path + "'. Create it, or correct Data Source.");
+    refuse_to_open("There is no folder '" + folder.string() + "' for the store '" + path +
+                   "'. Create it, or correct Data Source.");
   if (!create)
     refuse_to_open("There is no store at '" + path + "'. Create it with `mercato init`, or correct Data Source.");
 }
@@ -77,10 +78,14 @@ void check_path(const std::string& path, bool create) {
 std::string immutable_name(const std::string& path) {
   std::string name = "file:";
   for (const char c : path) {
-    if (c == '%') name += "%25";
-    else if (c == '?') name += "%3f";
-    else if (c == '#') name += "%23";
-    else name += c;
+    if (c == '%')
+      name += "%25";
+    else if (c == '?')
+      name += "%3f";
+    else if (c == '#')
+      name += "%23";
+    else
+      name += c;
   }
   return name + "?immutable=1";
 }
@@ -104,8 +109,8 @@ Database::Database(const std::string& connection_string) {
   check_path(path_, create);
 
   open(path_, SQLITE_OPEN_READWRITE | (create ? SQLITE_OPEN_CREATE : 0));
-  // A store that was left in order needs no files beside it to be read, but the engine would make them: in a folder that
-  // may not be written it can only be told that nobody else will write either.
+  // A store that was left in order needs no files beside it to be read, but the engine would make them: in a folder
+  // that may not be written it can only be told that nobody else will write either.
   const bool read_only = sqlite3_db_readonly(engine_.get(), "main") == 1;
   if (read_only && access((path_ + "-wal").c_str(), F_OK) != 0 &&
       faccessat(AT_FDCWD, fs::absolute(path_).parent_path().c_str(), W_OK, AT_EACCESS) != 0)
@@ -169,8 +174,8 @@ bool Database::replaced() const noexcept {
 
 StatementHandle Database::prepare(std::string_view sql) {
   sqlite3_stmt* statement = nullptr;
-  const int code = sqlite3_prepare_v3(engine_.get(), sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT,
-                                      &statement, nullptr);
+  const int code = sqlite3_prepare_v3(engine_.get(), sql.data(), static_cast<int>(sql.size()),
+                                      SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
   if (code == SQLITE_OK) return StatementHandle(statement);
   RaisedError refused = failure(code);
   // The position is one in the engine's own SQL, so that is shown with it.

@@ -34,10 +34,18 @@ RaisedError violation(int code, const std::string& words, const TableInfo* table
   switch (code) {
     case SQLITE_CONSTRAINT_CHECK:
       if (const Column* column = guarded_column(table, object, &dialect::width_constraint))
-        return {kValueTooLong, {}, "The value is too long: column " + table->name + "." + column->name + " takes at most " +
-                                       std::to_string(column->width) + " characters.", {}, 0};
+        return {kValueTooLong,
+                {},
+                "The value is too long: column " + table->name + "." + column->name + " takes at most " +
+                    std::to_string(column->width) + " characters.",
+                {},
+                0};
       if (const Column* column = guarded_column(table, object, &dialect::range_constraint))
-        return {kValueTooLong, {}, "The value is out of the range of column " + table->name + "." + column->name + ".", {}, 0};
+        return {kValueTooLong,
+                {},
+                "The value is out of the range of column " + table->name + "." + column->name + ".",
+                {},
+                0};
       return {kConstraintViolated, {}, "The change violates a check of the store (" + words + ").", {}, 0};
     case SQLITE_CONSTRAINT_NOTNULL:
       return {kConstraintViolated, {}, object + " may not be Null (" + words + ").", {}, 0};
@@ -50,11 +58,10 @@ RaisedError violation(int code, const std::string& words, const TableInfo* table
   }
 }
 
-bool says_full(int system_error) {
-  return system_error == ENOSPC || system_error == EDQUOT || system_error == EFBIG;
-}
+bool says_full(int system_error) { return system_error == ENOSPC || system_error == EDQUOT || system_error == EFBIG; }
 
-// The system's reason for a failed read or write. The engine itself keeps it for some statements only, the files for all.
+// The system's reason for a failed read or write. The engine itself keeps it for some statements only, the files for
+// all.
 int system_error_of(sqlite3* engine) {
   if (!engine) return 0;
   if (const int kept = sqlite3_system_errno(engine); kept != 0) return kept;
@@ -90,13 +97,15 @@ RaisedError describe(sqlite3* engine, int code, const std::string& path, long wa
     case SQLITE_FULL:
       return full();
     case SQLITE_READONLY:
-      return failure(kStoreFailure, "The store " + quoted(path) +
-                                        " is read-only. Give this process the right to write to the file and its folder (" +
-                                        words + ").");
+      return failure(kStoreFailure,
+                     "The store " + quoted(path) +
+                         " is read-only. Give this process the right to write to the file and its folder (" + words +
+                         ").");
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
-      return failure(kStoreFailure, "Another process or connection holds the store " + quoted(path) + ", and did not let go of it in " +
-                                        std::to_string(waited_ms) + " milliseconds (" + words + ").");
+      return failure(kStoreFailure, "Another process or connection holds the store " + quoted(path) +
+                                        ", and did not let go of it in " + std::to_string(waited_ms) +
+                                        " milliseconds (" + words + ").");
     case SQLITE_CORRUPT:
       return failure(kStoreFailure,
                      "The store " + quoted(path) + " is damaged. Bring it back from a backup (" + words + ").");

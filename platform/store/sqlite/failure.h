@@ -16,6 +16,7 @@ inline constexpr std::string_view kFailureSource = "SQLite store";
 
 // The failure behind an extended result code that the engine has just given. The engine's own words stand in the text.
 // `path` is the store, `waited_ms` how long a lock was waited for, `table` the one that the statement wrote, or null.
-RaisedError failure_of(sqlite3* engine, int code, const std::string& path, long waited_ms, const TableInfo* table = nullptr);
+RaisedError failure_of(sqlite3* engine, int code, const std::string& path, long waited_ms,
+                       const TableInfo* table = nullptr);
 
 }  // namespace mercato::store::sqlite

@@ -98,7 +98,8 @@ CachedStatementPtr SqliteSession::translated(bool identified) {
   statement->translation = dialect::translate_to_sqlite(lexed_, tables_, identified);
   if (statement->translation.kind == dialect::StatementKind::query)
     statement->layout = std::make_shared<const RowLayout>(statement->translation.result, statement->translation.table);
-  if (statement->translation.kind != dialect::StatementKind::definition) statements_.insert(statement, lexed_, identified);
+  if (statement->translation.kind != dialect::StatementKind::definition)
+    statements_.insert(statement, lexed_, identified);
   return statement;
 }
 
@@ -185,8 +186,7 @@ void SqliteSession::update_row(const TableInfo& table, const RowIdentity& row, s
   sqlite3_bind_int64(running.get(), static_cast<int>(columns.size() + 1), row.number);
   before_write();
   step_write(running);
-  if (sqlite3_changes64(database_.engine()) == 0)
-    refuse("The row to be changed is no longer in " + table.name + ".");
+  if (sqlite3_changes64(database_.engine()) == 0) refuse("The row to be changed is no longer in " + table.name + ".");
   after_write();
 }
 
@@ -229,7 +229,8 @@ void SqliteSession::before_write() {
 }
 
 void SqliteSession::step_write(const RunningStatement& running) {
-  // The engine undoes the whole transaction with an ended statement, which in a run would take earlier statements along.
+  // The engine undoes the whole transaction with an ended statement, which in a run would take earlier statements
+  // along.
   database_.set_interruptible(mode_ != Mode::run);
   int code = SQLITE_ROW;
   while (code == SQLITE_ROW) code = sqlite3_step(running.get());
@@ -330,8 +331,7 @@ void SqliteSession::commit_group() {
 }
 
 void SqliteSession::refuse_if_lost() const {
-  if (!lost_.empty())
-    refuse("This transaction can only be rolled back: the store undid it after a failure. " + lost_);
+  if (!lost_.empty()) refuse("This transaction can only be rolled back: the store undid it after a failure. " + lost_);
 }
 
 RaisedError SqliteSession::failure(int code, std::string_view table) {

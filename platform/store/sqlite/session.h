@@ -1,10 +1,10 @@
 // A session on a SQLite store. One thread at a time.
 //
 // Writing: single statements commit one by one and are durable when they return. In a transaction the engine begins at
-// the first write, and holds the write lock from there. In a run the statements of a few hundredths of a second share one
-// engine transaction that is committed without a flush; a process that is killed leaves a prefix of whole statements, and
-// `end_run` flushes once. A write first takes the rest of all open queries into memory, so that no query holds
-// an old state of the store across it.
+// the first write, and holds the write lock from there. In a run the statements of a few hundredths of a second share
+// one engine transaction that is committed without a flush; a process that is killed leaves a prefix of whole
+// statements, and `end_run` flushes once. A write first takes the rest of all open queries into memory, so that no
+// query holds an old state of the store across it.
 #pragma once
 
 #include <chrono>
@@ -94,10 +94,10 @@ class SqliteSession final : public Session {
   std::vector<SqliteCursor*> cursors_;  // those that the engine still runs
 
   Mode mode_ = Mode::single;
-  bool begun_ = false;     // the engine's transaction
-  bool defined_ = false;   // a definition is part of it
+  bool begun_ = false;      // the engine's transaction
+  bool defined_ = false;    // a definition is part of it
   bool unflushed_ = false;  // a run has committed something without a flush
-  std::string lost_;       // what made the engine undo the transaction, until it is rolled back
+  std::string lost_;        // what made the engine undo the transaction, until it is rolled back
   Clock::time_point group_began_;
   Clock::time_point group_ended_;
   int group_statements_ = 0;

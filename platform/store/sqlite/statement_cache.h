@@ -14,12 +14,12 @@ namespace mercato::store::sqlite {
 
 struct CachedStatement {
   dialect::Translation translation;
-  RowLayoutPtr layout;     // of a query
-  StatementHandle idle;    // prepared, when no one runs it
+  RowLayoutPtr layout;   // of a query
+  StatementHandle idle;  // prepared, when no one runs it
 
   // What it answers to.
   std::uint64_t hash = 0;
-  std::string shape;       // or the whole text, when the translation depends on the literals
+  std::string shape;  // or the whole text, when the translation depends on the literals
   bool identified = false;
 };
 

@@ -45,7 +45,8 @@ std::unique_ptr<TableInfo> Tables::load(std::string_view name) const {
   };
   const StatementHandle statement = database_.prepare(
       "SELECT t.name, c.name, c.type, c.\"notnull\", c.pk FROM sqlite_schema t, pragma_table_info(t.name) c "
-      "WHERE t.type = 'table' AND t.name = ?1 COLLATE NOCASE AND t.name NOT LIKE 'sqlite~_%' ESCAPE '~' ORDER BY c.cid");
+      "WHERE t.type = 'table' AND t.name = ?1 COLLATE NOCASE AND t.name NOT LIKE 'sqlite~_%' ESCAPE '~' ORDER BY "
+      "c.cid");
   sqlite3_bind_text64(statement.get(), 1, name.data(), name.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 
   auto table = std::make_unique<TableInfo>();

@@ -37,8 +37,7 @@ std::optional<Date> stored_date(std::string_view text) {
     return value;
   };
   try {
-    return Date::from_civil(
-        {number(0, 4), number(5, 2), number(8, 2), number(11, 2), number(14, 2), number(17, 2)});
+    return Date::from_civil({number(0, 4), number(5, 2), number(8, 2), number(11, 2), number(14, 2), number(17, 2)});
   } catch (const Raised&) {
     return std::nullopt;  // no moment of the calendar
   }

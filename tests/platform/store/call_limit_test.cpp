@@ -26,8 +26,11 @@ TEST(CallLimit, APassedDeadlineRaisesUntilTheCallEnds) {
     EXPECT_TRUE(call_limit_passed());
     for (int i = 0; i < 3; ++i)
       EXPECT_EQ(failure_of([] { check_call_limit(); }),
-                (RaisedError{error_number::kTimeout, "Mercato",
-                             "Timeout expired: the call ran longer than its limit of 0.01 seconds", {}, 0}));
+                (RaisedError{error_number::kTimeout,
+                             "Mercato",
+                             "Timeout expired: the call ran longer than its limit of 0.01 seconds",
+                             {},
+                             0}));
   }
   EXPECT_NO_THROW(check_call_limit_now());
 }

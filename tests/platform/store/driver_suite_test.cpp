@@ -37,9 +37,10 @@ class DriverSuite : public testing::TestWithParam<StoreUnderTest> {
       connection_string_.replace(place, 8, folder_.path());
     session_ = open();
     for (const char* table : {"SUITE", "PLAIN", "PRICELINE"}) drop(table);
-    execute("CREATE TABLE SUITE (ID int NOT NULL IDENTITY(1,1) PRIMARY KEY, NAME nvarchar(10) NOT NULL, "
-            "SMALL smallint NULL DEFAULT 0, FLAG bit NULL, AMOUNT float NULL, PRICE money NULL, DAY datetime NULL, "
-            "REMARK ntext NULL)");
+    execute(
+        "CREATE TABLE SUITE (ID int NOT NULL IDENTITY(1,1) PRIMARY KEY, NAME nvarchar(10) NOT NULL, "
+        "SMALL smallint NULL DEFAULT 0, FLAG bit NULL, AMOUNT float NULL, PRICE money NULL, DAY datetime NULL, "
+        "REMARK ntext NULL)");
     execute("CREATE TABLE PLAIN (CODE nvarchar(5) NULL, N int NULL)");
     execute("CREATE TABLE PRICELINE (ID int NOT NULL, GROUPBY nvarchar(10) NULL, UNIQUE (ID, GROUPBY))");
   }
@@ -68,8 +69,9 @@ class DriverSuite : public testing::TestWithParam<StoreUnderTest> {
 };
 
 TEST_P(DriverSuite, ColumnsComeBackInTheirOwnTypes) {
-  execute("INSERT INTO SUITE (NAME, SMALL, FLAG, AMOUNT, PRICE, DAY, REMARK) "
-          "VALUES ('bolt', 7, 1, 2.5, 12.34, '7/1/2026 8:30:00 AM', N'long')");
+  execute(
+      "INSERT INTO SUITE (NAME, SMALL, FLAG, AMOUNT, PRICE, DAY, REMARK) "
+      "VALUES ('bolt', 7, 1, 2.5, 12.34, '7/1/2026 8:30:00 AM', N'long')");
   const Execution found = execute("SELECT * FROM SUITE");
   const auto rows = rows_of(*found.cursor);
   ASSERT_EQ(rows.size(), 1u);
@@ -213,8 +215,8 @@ TEST_P(DriverSuite, TablesAreFoundInAnyCaseAndDescribed) {
   EXPECT_EQ(table->columns[1].width, 10);
   EXPECT_FALSE(table->columns[1].nullable);
   EXPECT_TRUE(table->columns[2].nullable);
-  const ColumnType types[] = {ColumnType::long_integer, ColumnType::text,  ColumnType::short_integer,
-                              ColumnType::boolean,      ColumnType::real,  ColumnType::money,
+  const ColumnType types[] = {ColumnType::long_integer, ColumnType::text, ColumnType::short_integer,
+                              ColumnType::boolean,      ColumnType::real, ColumnType::money,
                               ColumnType::date,         ColumnType::text};
   for (std::size_t i = 0; i < std::size(types); ++i) EXPECT_EQ(table->columns[i].type, types[i]) << i;
   EXPECT_EQ(session_->table("NOSUCHTABLE"), nullptr);
@@ -266,8 +268,8 @@ TEST_P(DriverSuite, ATableThatAnotherSessionMadeAnewIsReadInItsNewForm) {
     run(*other, "CREATE TABLE PLAIN (N money NULL, DAY datetime NULL, CODE nvarchar(5) NULL)");
     run(*other, "INSERT INTO PLAIN (N, DAY, CODE) VALUES (1.5, '1/2/2026', 'b')");
   }
-  const std::vector<Variant> expected = {Variant(Currency::from_scaled(15000)),
-                                         Variant(Date::from_civil({2026, 1, 2})), Variant("b")};
+  const std::vector<Variant> expected = {Variant(Currency::from_scaled(15000)), Variant(Date::from_civil({2026, 1, 2})),
+                                         Variant("b")};
   EXPECT_EQ(query(*session_, "SELECT * FROM PLAIN").at(0), expected);
 }
 

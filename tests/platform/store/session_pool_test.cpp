@@ -62,8 +62,11 @@ TEST_F(SessionPool, AQueryThatIsLeftOpenEndsWhenItsSessionIsGivenBack) {
   session.release();
   EXPECT_EQ(session.get(), nullptr);
   EXPECT_EQ(test::failure_of([&] { walk.cursor->next(); }),
-            (RaisedError{error_number::kObjectClosed, "SQLite store",
-                         "The connection that these rows are read from has been closed.", {}, 0}));
+            (RaisedError{error_number::kObjectClosed,
+                         "SQLite store",
+                         "The connection that these rows are read from has been closed.",
+                         {},
+                         0}));
   EXPECT_EQ(run(*acquire_session(store_).get(), "DELETE FROM T").affected, 2);
 }
 

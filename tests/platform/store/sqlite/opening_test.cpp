@@ -1,5 +1,5 @@
-// What opening a SQLite store says when it cannot be opened or used, each time with the real thing: files, rights, locks of
-// another process, a file system limit.
+// What opening a SQLite store says when it cannot be opened or used, each time with the real thing: files, rights,
+// locks of another process, a file system limit.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -98,12 +98,14 @@ TEST_F(SqliteOpening, AMissingFileIsNotCreatedUnasked) {
 
 TEST_F(SqliteOpening, AMissingFolderIsNamed) {
   const std::string path = folder_.path("none/store.db");
-  EXPECT_EQ(refusal("Create=Yes;Data Source=" + path), "There is no folder '" + folder_.path("none") + "' for the store '" +
-                                                           path + "'. Create it, or correct Data Source.");
+  EXPECT_EQ(refusal("Create=Yes;Data Source=" + path), "There is no folder '" + folder_.path("none") +
+                                                           "' for the store '" + path +
+                                                           "'. Create it, or correct Data Source.");
 }
 
 TEST_F(SqliteOpening, AFolderIsNoStore) {
-  EXPECT_EQ(refusal("Data Source=" + folder_.path()), "'" + folder_.path() + "' is a folder, not a store. Correct Data Source.");
+  EXPECT_EQ(refusal("Data Source=" + folder_.path()),
+            "'" + folder_.path() + "' is a folder, not a store. Correct Data Source.");
 }
 
 TEST_F(SqliteOpening, AStringWithoutAFileIsRefused) {
@@ -121,9 +123,10 @@ TEST_F(SqliteOpening, TheFirstDefinitionMarksTheStoreAndANewerOneIsRefused) {
   write_raw("CREATE TABLE PROOF AS SELECT user_version AS V FROM pragma_user_version");
   EXPECT_EQ(query_one(*open(existing_), "SELECT V FROM PROOF"), Variant(1));
   write_raw("PRAGMA user_version=2");
-  EXPECT_EQ(refusal(existing_), "The store '" + path_ +
-                                    "' was written by a newer version of this program (store version 2, this one knows 1). "
-                                    "Use the newer version.");
+  EXPECT_EQ(refusal(existing_),
+            "The store '" + path_ +
+                "' was written by a newer version of this program (store version 2, this one knows 1). "
+                "Use the newer version.");
 }
 
 TEST_F(SqliteOpening, AReadOnlyFileIsReadAndNotWritten) {
@@ -136,9 +139,10 @@ TEST_F(SqliteOpening, AReadOnlyFileIsReadAndNotWritten) {
     const std::string value = query_one(*session, "SELECT N FROM T").to_text();
     return value + ": " + failure_of([&] { run(*session, "DELETE FROM T"); }).Description;
   });
-  EXPECT_EQ(answer, "1: The store '" + path_ +
-                        "' is read-only. Give this process the right to write to the file and its folder (attempt to write a "
-                        "readonly database).");
+  EXPECT_EQ(answer,
+            "1: The store '" + path_ +
+                "' is read-only. Give this process the right to write to the file and its folder (attempt to write a "
+                "readonly database).");
 }
 
 TEST_F(SqliteOpening, AReadOnlyFolderCanBeReadToo) {
@@ -153,9 +157,10 @@ TEST_F(SqliteOpening, AReadOnlyFolderCanBeReadToo) {
     return value + ": " + failure_of([&] { run(*session, "DELETE FROM T"); }).Description;
   });
   ASSERT_EQ(chmod(folder_.path().c_str(), 0777), 0);
-  EXPECT_EQ(answer, "1: The store '" + path_ +
-                        "' is read-only. Give this process the right to write to the file and its folder (attempt to write a "
-                        "readonly database).");
+  EXPECT_EQ(answer,
+            "1: The store '" + path_ +
+                "' is read-only. Give this process the right to write to the file and its folder (attempt to write a "
+                "readonly database).");
 }
 
 TEST_F(SqliteOpening, AFileThatMayNotBeReadIsRefused) {
@@ -166,7 +171,8 @@ TEST_F(SqliteOpening, AFileThatMayNotBeReadIsRefused) {
     become_ordinary();
     return failure_of([&] { open(existing_); }).Description;
   });
-  EXPECT_EQ(answer, "The store '" + path_ + "' cannot be read or written (unable to open database file: Permission denied).");
+  EXPECT_EQ(answer,
+            "The store '" + path_ + "' cannot be read or written (unable to open database file: Permission denied).");
 }
 
 // Another process that holds the write lock until this one lets it go.
@@ -213,7 +219,8 @@ TEST_F(SqliteOpening, AStoreThatAnotherProcessWritesIsReadAndWaitedFor) {
   EXPECT_EQ(query_one(*session, "SELECT N FROM T"), Variant(1));
   const RaisedError failure = failure_of([&] { run(*session, "DELETE FROM T"); });
   EXPECT_EQ(failure.Number, kStoreFailure);
-  const std::string begin = "Another process or connection holds the store '" + path_ + "', and did not let go of it in ";
+  const std::string begin =
+      "Another process or connection holds the store '" + path_ + "', and did not let go of it in ";
   const std::string end = " milliseconds (database is locked).";
   ASSERT_EQ(failure.Description.substr(0, begin.size()), begin);
   ASSERT_EQ(failure.Description.substr(failure.Description.size() - end.size()), end);

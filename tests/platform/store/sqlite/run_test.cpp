@@ -112,10 +112,12 @@ TEST_F(LateWrite, InATransactionTakesTheTransactionAlong) {
     EXPECT_EQ(test::failure_of([&] { run(*session_.get(), kLongWrite); }).Number, error_number::kTimeout);
   }
   const RaisedError later = test::failure_of([&] { run(*session_.get(), "INSERT INTO MANY (N) VALUES (2)"); });
-  EXPECT_EQ(later, (RaisedError{error_number::kStoreFailure, "SQLite store",
+  EXPECT_EQ(later, (RaisedError{error_number::kStoreFailure,
+                                "SQLite store",
                                 "This transaction can only be rolled back: the store undid it after a failure. Timeout "
                                 "expired: the call ran longer than its limit of 0.02 seconds",
-                                {}, 0}));
+                                {},
+                                0}));
   session_->rollback();
   run(*session_.get(), "INSERT INTO MANY (N) VALUES (3)");
   EXPECT_EQ(count(), Variant(1));
