@@ -16,6 +16,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/mercatoConfigVersion.cmak
 install(FILES ${PROJECT_BINARY_DIR}/mercatoConfig.cmake ${PROJECT_BINARY_DIR}/mercatoConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/mercato)
 
+# The prefix counts from the file itself, so that the package can be installed anywhere.
+file(RELATIVE_PATH MERCATO_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/mercato.pc.in ${PROJECT_BINARY_DIR}/mercato.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/mercato.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(TARGETS mercato_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

@@ -14,9 +14,9 @@ int main(int argument_count, char** arguments) {
     return 2;
   }
   try {
-    mercato::Settings settings;
+    mercato::collaborators::Settings settings;
     settings.connections["Mercato"] = "Provider=SQLite;Data Source=" + std::string(arguments[1]);
-    mercato::set_settings(settings);
+    mercato::collaborators::set_settings(settings);
     DllRegisterServer();
 
     // Each -> is one call under the object's own transaction.
