@@ -29,6 +29,12 @@ void ask_application() {
   });
 }
 
+RecordsetPtr open_rows(const Sql& sql, const ConnectionPtr& connection, CursorType cursor, LockType lock) {
+  auto rows = Recordset::create();
+  rows->Open(sql, connection, cursor, lock, kUnspecified);
+  return rows;
+}
+
 void ask_configuration() {
   grundwerk::Configuration configuration;
   configuration.PrepareConnections(false);
@@ -75,6 +81,26 @@ void Sql_CloseConnection(ConnectionPtr& iConnection) {
 void Sql_CloseRecordset(RecordsetPtr& iRecordset) {
   if (iRecordset && iRecordset->State() == 1) iRecordset->Close();
   iRecordset.reset();
+}
+
+void Opened::close() {
+  Sql_CloseRecordset(rows);
+  Sql_CloseConnection(connection);
+}
+
+std::int64_t execute_and_close(ConnectionPtr& connection, const Sql& sql) {
+  std::int64_t affected = 0;
+  connection->ExecuteAffecting(sql, affected);
+  Sql_CloseConnection(connection);
+  return affected;
+}
+
+RecordsetPtr open_read_only(const Sql& sql, const ConnectionPtr& connection, CursorType cursor) {
+  return open_rows(sql, connection, cursor, LockType::read_only);
+}
+
+RecordsetPtr open_updatable(const Sql& sql, const ConnectionPtr& connection, CursorType cursor) {
+  return open_rows(sql, connection, cursor, LockType::optimistic);
 }
 
 void Sql_CloseDisconnectedRecordset(RecordsetPtr& iRecordset) {

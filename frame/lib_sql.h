@@ -34,6 +34,22 @@ DictionaryPtr Sql_GetRecordAsDictionary(const RecordsetPtr& iRecordset);
 // Logged under "Lib_SQL.Sql_GetRecordsAsDictionary. SQL: '<statement>'".
 DictionaryPtr Sql_GetRecordsAsDictionary(const std::string& iConnectionString, const Sql& iSQL);
 
+// What a method holds of the store while it runs. Its tail closes it, as its last step before the votes does.
+struct Opened {
+  ConnectionPtr connection;
+  RecordsetPtr rows;
+
+  // The recordset, then the connection.
+  void close();
+};
+// Runs one statement that yields no rows, closes the connection, and returns the number of rows changed. The connection
+// is a variable of the method, so that the method's tail closes what a failure leaves open.
+std::int64_t execute_and_close(ConnectionPtr& connection, const Sql& sql);
+// A recordset that opens with its statement; the cursor is the one that the caller's interface names.
+RecordsetPtr open_read_only(const Sql& sql, const ConnectionPtr& connection,
+                            CursorType cursor = CursorType::forward_only);
+RecordsetPtr open_updatable(const Sql& sql, const ConnectionPtr& connection, CursorType cursor);
+
 // What the classes' private members of these names share.
 
 // The connection string of this thread: looked up in Grundwerk.Configuration at the first need, then kept.

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kGtinLength = 14;
 constexpr std::size_t kLongestText = 255;
 
-enum class Rule {
+enum class Rule : std::uint8_t {
   as_given,
   blank_to_null,
   empty_to_null,
@@ -25,61 +25,65 @@ enum class Rule {
   unspsc_blank_to_null,  // then remembered
   unspsc_empty_to_null,  // then remembered
   gtin,                  // blank_to_null, else filled up with zeros
+  gtin_within_length,    // the same, but a longer one is a failure
   quantity,              // 0 becomes 1
   buyers,                // remembered; the first of the list is written, nothing when there is none
   buyers_blank_to_null,  // the same, but a blank list counts as none
   never_written,
 };
-
-struct FieldRules {
-  std::string_view field;
-  Rule upload_insert;
-  Rule upload_update;
-};
+using enum Rule;
 
 // Names are compared exactly: one in another case escapes its rule and still reaches its column.
 // BYFROMCONTACTEMAIL is no column: the name that is one, BUYFROMCONTACTEMAIL, has no rule.
 // clang-format off
+struct FieldRules {
+  std::string_view field;
+  Rule insert, update, upload_insert, upload_update;
+};
 constexpr FieldRules kRules[] = {
-    // field                   upload_insert               upload_update
-    {"UNITCODE",               Rule::blank_to_null,        Rule::blank_to_null},
-    {"CLASSCODE",              Rule::blank_to_null,        Rule::blank_to_null},
-    {"COMMODITYCODE",          Rule::blank_to_null,        Rule::blank_to_null},
-    {"MANUFACTURERID",         Rule::blank_to_null,        Rule::blank_to_null},
-    {"CONTRACTCODE",           Rule::blank_to_null,        Rule::as_given},
-    {"PRICINGMETHOD",          Rule::blank_to_null,        Rule::empty_to_null},
-    {"NUMBER",                 Rule::minus_one_to_null,    Rule::minus_one_to_null},
-    {"BUSINESSPARTNERID",      Rule::minus_one_to_null,    Rule::minus_one_to_null},
-    {"USERID",                 Rule::buyers_blank_to_null, Rule::buyers},
-    {"PROPERTYGROUPID",        Rule::property_group,       Rule::property_group},
-    {"PRODUCTDESCRIPTION",     Rule::required,             Rule::as_given},
-    {"PARTNUMBER",             Rule::required,             Rule::as_given},
-    {"PRODUCTREMARK",          Rule::limited_text_quoted,  Rule::as_given},
-    {"BUYFROMCONTACTINFO",     Rule::limited_text,         Rule::as_given},
-    {"IMAGEFILENAME",          Rule::blank_to_null,        Rule::as_given},
-    {"TECHNICALIMAGE",         Rule::blank_to_null,        Rule::as_given},
-    {"URL",                    Rule::blank_to_null,        Rule::as_given},
-    {"PRODUCTXML",             Rule::blank_to_null,        Rule::as_given},
-    {"PRODUCTEFFECTIVITYDATE", Rule::date,                 Rule::as_given},
-    {"PRODUCTEXPIRYDATE",      Rule::date,                 Rule::as_given},
-    {"DISABLED",               Rule::blank_to_null,        Rule::as_given},
-    {"CONFIGURABLE",           Rule::blank_to_null,        Rule::as_given},
-    {"BUYFROMPARTNUMBER",      Rule::blank_to_null,        Rule::as_given},
-    {"BYFROMCONTACTEMAIL",     Rule::blank_to_null,        Rule::as_given},
-    {"UNSPSCCODE",             Rule::unspsc_blank_to_null, Rule::unspsc_empty_to_null},
-    {"GTIN",                   Rule::gtin,                 Rule::gtin},
-    {"MULTIPLEBUYER",          Rule::blank_to_null,        Rule::blank_to_null},
-    {"MFRPARTNUMBER",          Rule::blank_to_null,        Rule::blank_to_null},
-    {"LOTSIZE",                Rule::blank_to_null,        Rule::blank_to_null},
-    {"DELIVERYLEADTIME",       Rule::blank_to_null,        Rule::blank_to_null},
-    {"MINORDERQTY",            Rule::quantity,             Rule::quantity},
-    {"MULTIPLEOF",             Rule::quantity,             Rule::quantity},
-    {"PRODUCTID",              Rule::as_given,             Rule::never_written},
+    // field                   insert                update                upload_insert         upload_update
+    {"UNITCODE",               blank_to_null,        blank_to_null,        blank_to_null,        blank_to_null},
+    {"CLASSCODE",              blank_to_null,        blank_to_null,        blank_to_null,        blank_to_null},
+    {"COMMODITYCODE",          blank_to_null,        blank_to_null,        blank_to_null,        blank_to_null},
+    {"MANUFACTURERID",         blank_to_null,        blank_to_null,        blank_to_null,        blank_to_null},
+    {"CONTRACTCODE",           blank_to_null,        as_given,             blank_to_null,        as_given},
+    {"PRICINGMETHOD",          blank_to_null,        empty_to_null,        blank_to_null,        empty_to_null},
+    {"NUMBER",                 minus_one_to_null,    minus_one_to_null,    minus_one_to_null,    minus_one_to_null},
+    {"BUSINESSPARTNERID",      minus_one_to_null,    minus_one_to_null,    minus_one_to_null,    minus_one_to_null},
+    {"USERID",                 blank_to_null,        as_given,             buyers_blank_to_null, buyers},
+    {"PROPERTYGROUPID",        property_group,       property_group,       property_group,       property_group},
+    {"PRODUCTDESCRIPTION",     required,             as_given,             required,             as_given},
+    {"PARTNUMBER",             required,             as_given,             required,             as_given},
+    {"PRODUCTREMARK",          limited_text,         as_given,             limited_text_quoted,  as_given},
+    {"BUYFROMCONTACTINFO",     limited_text,         as_given,             limited_text,         as_given},
+    {"IMAGEFILENAME",          blank_to_null,        as_given,             blank_to_null,        as_given},
+    {"TECHNICALIMAGE",         blank_to_null,        as_given,             blank_to_null,        as_given},
+    {"URL",                    blank_to_null,        as_given,             blank_to_null,        as_given},
+    {"PRODUCTXML",             blank_to_null,        as_given,             blank_to_null,        as_given},
+    {"PRODUCTEFFECTIVITYDATE", date,                 as_given,             date,                 as_given},
+    {"PRODUCTEXPIRYDATE",      date,                 as_given,             date,                 as_given},
+    {"DISABLED",               blank_to_null,        as_given,             blank_to_null,        as_given},
+    {"CONFIGURABLE",           blank_to_null,        as_given,             blank_to_null,        as_given},
+    {"BUYFROMPARTNUMBER",      blank_to_null,        as_given,             blank_to_null,        as_given},
+    {"BYFROMCONTACTEMAIL",     blank_to_null,        as_given,             blank_to_null,        as_given},
+    {"UNSPSCCODE",             unspsc_blank_to_null, unspsc_empty_to_null, unspsc_blank_to_null, unspsc_empty_to_null},
+    {"GTIN",                   gtin,                 gtin_within_length,   gtin,                 gtin},
+    {"MULTIPLEBUYER",          blank_to_null,        blank_to_null,        blank_to_null,        blank_to_null},
+    {"MFRPARTNUMBER",          blank_to_null,        blank_to_null,        blank_to_null,        blank_to_null},
+    {"LOTSIZE",                blank_to_null,        blank_to_null,        blank_to_null,        blank_to_null},
+    {"DELIVERYLEADTIME",       blank_to_null,        blank_to_null,        blank_to_null,        blank_to_null},
+    {"MINORDERQTY",            as_given,             as_given,             quantity,             quantity},
+    {"MULTIPLEOF",             as_given,             as_given,             quantity,             quantity},
+    {"PRODUCTID",              as_given,             never_written,        as_given,             never_written},
 };
 // clang-format on
 
-// No column. The one name that is recognised in any case.
+// No column. The uploads know it, and recognise it in any case.
 constexpr std::string_view kSeparatorField = "MULTIPLEBUYERSEPARATOR";
+
+bool is_upload(ProductWritePolicy policy) {
+  return policy == ProductWritePolicy::upload_insert || policy == ProductWritePolicy::upload_update;
+}
 
 Rule rule_of(ProductWritePolicy policy, std::string_view field) {
   static const auto by_name = [] {
@@ -87,15 +91,25 @@ Rule rule_of(ProductWritePolicy policy, std::string_view field) {
     for (const FieldRules& rule : kRules) rules.emplace(rule.field, &rule);
     return rules;
   }();
-  if (text::equal_names(field, kSeparatorField)) return Rule::never_written;
+  if (is_upload(policy) && text::equal_names(field, kSeparatorField)) return never_written;
   const auto found = by_name.find(field);
-  if (found == by_name.end()) return Rule::as_given;
-  return policy == ProductWritePolicy::upload_insert ? found->second->upload_insert : found->second->upload_update;
+  if (found == by_name.end()) return as_given;
+  switch (policy) {
+    case ProductWritePolicy::insert:
+      return found->second->insert;
+    case ProductWritePolicy::update:
+      return found->second->update;
+    case ProductWritePolicy::upload_insert:
+      return found->second->upload_insert;
+    case ProductWritePolicy::upload_update:
+      return found->second->upload_update;
+  }
+  return as_given;
 }
 
 bool is_empty_text(const Variant& value) { return !value.is_null() && value.to_text().empty(); }
 
-void empty_to_null(Variant& value) {
+void null_when_empty(Variant& value) {
   if (is_empty_text(value)) value = kNull;
 }
 
@@ -104,7 +118,7 @@ bool equals_number(const Variant& value, double number) { return value.is_numeri
 enum class Verdict { write, skip, stop };
 
 Verdict apply_limit(Variant& value) {
-  empty_to_null(value);
+  null_when_empty(value);
   return !value.is_null() && text::length(value.to_text()) > kLongestText ? Verdict::stop : Verdict::write;
 }
 
@@ -122,54 +136,58 @@ Verdict take_buyers(Variant& value, WrittenProductFields& written, BuyerSeparato
 
 Verdict apply(Rule rule, Variant& value, WrittenProductFields& written, BuyerSeparator& separator) {
   switch (rule) {
-    case Rule::as_given:
+    case as_given:
       return Verdict::write;
-    case Rule::blank_to_null:
+    case blank_to_null:
       EmptyToNull(value);
       return Verdict::write;
-    case Rule::empty_to_null:
-      empty_to_null(value);
+    case empty_to_null:
+      null_when_empty(value);
       return Verdict::write;
-    case Rule::property_group:
+    case property_group:
       written.has_property_group = true;
       written.property_group = value.to_long();
       [[fallthrough]];
-    case Rule::minus_one_to_null:
+    case minus_one_to_null:
       if (equals_number(value, -1)) value = kNull;
       return Verdict::write;
-    case Rule::required:
+    case required:
       return is_empty_text(value) ? Verdict::stop : Verdict::write;
-    case Rule::limited_text:
+    case limited_text:
       return apply_limit(value);
-    case Rule::limited_text_quoted: {
+    case limited_text_quoted: {
       const Verdict verdict = apply_limit(value);
       value = Gen_QuoteSql(value);
       return verdict;
     }
-    case Rule::date:
-      empty_to_null(value);
+    case date:
+      null_when_empty(value);
       return !value.is_null() && value.to_text() == "-1" ? Verdict::stop : Verdict::write;
-    case Rule::unspsc_blank_to_null:
+    case unspsc_blank_to_null:
       EmptyToNull(value);
       written.unspsc_code = value;
       return Verdict::write;
-    case Rule::unspsc_empty_to_null:
-      empty_to_null(value);
+    case unspsc_empty_to_null:
+      null_when_empty(value);
       written.unspsc_code = value;
       return Verdict::write;
-    case Rule::gtin:
+    case gtin_within_length:
+      EmptyToNull(value);
+      if (!value.is_null() && text::length(value.to_text()) > kGtinLength) raise(error_number::kInvalidArgument);
+      [[fallthrough]];
+    case gtin:
       EmptyToNull(value);
       if (!value.is_null()) value = full_length_gtin(value.to_text());
       return Verdict::write;
-    case Rule::quantity:
+    case quantity:
       if (equals_number(value, 0)) value = std::int32_t{1};
       return Verdict::write;
-    case Rule::buyers_blank_to_null:
+    case buyers_blank_to_null:
       EmptyToNull(value);
       [[fallthrough]];
-    case Rule::buyers:
+    case buyers:
       return take_buyers(value, written, separator);
-    case Rule::never_written:
+    case never_written:
       return Verdict::skip;
   }
   return Verdict::write;

@@ -13,7 +13,7 @@
 
 namespace mercato {
 
-enum class ProductWritePolicy { upload_insert, upload_update };
+enum class ProductWritePolicy { insert, update, upload_insert, upload_update };
 
 // What stands between the buyers in a list: empty until somebody sets it. The default takes its place, for good, as
 // soon as a list has to be taken apart.
@@ -43,7 +43,8 @@ struct WrittenProductFields {
 // Writes each pair to the column of that name in the row under construction, from the lower to the upper bound of the
 // fields; nothing reaches the store. Returns nothing after a quiet stop: a value that the policy rejects without a
 // failure; what stands behind it is then not written. Raises kNoSuchField, what conversions to the column's type raise,
-// and 9 when there are fewer values than fields.
+// 9 when there are fewer values than fields, and 5 for a GTIN that an update finds too long. The separator is asked by
+// the uploads only.
 std::optional<WrittenProductFields> write_product_fields(ProductWritePolicy policy, Recordset& row, const Array& fields,
                                                          const Array& values, BuyerSeparator& separator);
 

@@ -41,11 +41,102 @@ const ClassTable& Product::table() {
           .method("GetAlternativeProducts", &Product::GetAlternativeProducts,
                   {"i_lProductID", optional("i_lStockItemFlag", -1)})
           .method("ValidateProductAgainstUserCatalogs", &Product::ValidateProductAgainstUserCatalogs,
-                  {"i_sProductID", "i_aCatalogIDs"});
+                  {"i_sProductID", "i_aCatalogIDs"})
+          .method("Insert20", &Product::Insert20, {"iFields", "iValues"})
+          .method("Update20", &Product::Update20, {"iProductID", "iFields", "iValues"})
+          .method("Insert", &Product::Insert,
+                  {"iUnitCode", "iPropGroupID", "iManID", "iPartNo", "iProdDescription", "iConfigurable", "iProdRemark",
+                   "iImgFile", "iURL"})
+          .method("Update", &Product::Update,
+                  {"iProductID", "iUnitCode", "iPropGroupID", "iManID", "iPartNo", "iProdDescription", "iConfigurable",
+                   "iProdRemark", "iImgFile", "iURL"})
+          .method("SetUpdateDateToNow", &Product::SetUpdateDateToNow, {"iProductID"})
+          .method("InsertProductPropertyValue", &Product::InsertProductPropertyValue,
+                  {"iProductID", "iPropertyId", "iValue"})
+          .method("UpdateProductPropertyValue", &Product::UpdateProductPropertyValue,
+                  {"iProductID", "iPropertyId", "iValue"})
+          .method("Delete", &Product::Delete, {"iProductID"})
+          .method("Disable", &Product::Disable, {"iProductID"})
+          .method("Enable", &Product::Enable, {"iProductID"})
+          .method("InsertPrice", &Product::InsertPrice,
+                  {"iProductID", "iPriceEffDate", "iQuantityTo", "iFields", "iValues"})
+          .method("UpdatePrice", &Product::UpdatePrice,
+                  {"iProductID", "iPriceEffDate", "iQuantityTo", "iFields", "iValues"})
+          .method("InsertUpdatePrice", &Product::InsertUpdatePrice,
+                  {"iProductID", "iPriceEffDate", "iQuantityTo", "iFields", "iValues", "iAction"})
+          .method(
+              "InsertUpdatePriceEx", &Product::InsertUpdatePriceEx,
+              {"i_lProductID", "i_dPriceEffDate", "i_fQuantityTo", "i_sGroupBy", "i_vFields", "i_vValues", "i_sAction"})
+          .method("getCatalogPriceAttributes", &Product::getCatalogPriceAttributes,
+                  {"i_lProductID", "i_dDate", "i_sCurrencyCode", optional("i_fQuantity", -1.0)})
+          .method(
+              "getCatalogPriceAttributesEx", &Product::getCatalogPriceAttributesEx,
+              {"i_lProductID", "i_dDate", "i_sCurrencyCode", optional("i_fQuantity", -1.0), optional("i_sGroupBy", "")})
+          .method("GetProductPriceLines", &Product::GetProductPriceLines, {"iProductID"})
+          .method("GetPriceFromPriceLines", &Product::GetPriceFromPriceLines, {"i_lProductID", "i_fQuantity"})
+          .method("GetPriceFromPriceLinesByGroup", &Product::GetPriceFromPriceLinesByGroup,
+                  {"i_lProductID", "i_sGroupBy"})
+          .method("getERPPrice", &Product::getERPPrice,
+                  {"iBuyer", "iContract", "iContractPosition", "iSupplierID", "iPartNumber", "iQuantity", "iUnit",
+                   "iPriceDate", "iCurrency"})
+          .method("GetRequisitionLineProperties", &Product::GetRequisitionLineProperties,
+                  {"iUserID", "iCommodityCode", "iProductID"})
+          .method("RequisitionPropertiesPresent", &Product::RequisitionPropertiesPresent, {"iProductID", "iUserID"})
+          .method("RequisitionCommodityPropertiesPresent", &Product::RequisitionCommodityPropertiesPresent,
+                  {"iCommodityCode", "iUserID"})
+          .method("GetProductProperties", &Product::GetProductProperties, {"iProductID"})
+          .method("CheckLotSize", &Product::CheckLotSize, {"iProductID", "iQuantity"})
+          .method("getMultipleOf", &Product::getMultipleOf, {"iProductID"})
+          .method("getMinOrderQty", &Product::getMinOrderQty, {"iProductID"})
+          .method("CreateFavorite", &Product::CreateFavorite,
+                  {"i_sUserID", "i_lProductID", optional("i_lFavoriteType", -1)})
+          .method("DeleteFavorite", &Product::DeleteFavorite,
+                  {"i_sUserID", "i_lProductID", optional("i_lFavoriteType", -1)})
+          .method("CreateFavoriteEx", &Product::CreateFavoriteEx,
+                  {"i_sUserID", "i_lProductID", optional("i_lFavoriteType", -1), optional("i_lFolderID", 0)})
+          .method("DeleteFavoriteEx", &Product::DeleteFavoriteEx,
+                  {"i_sUserID", "i_lProductID", optional("i_lFavoriteType", -1), optional("i_lFolderID", -1)})
+          .method("InsertMultipleBuyers", &Product::InsertMultipleBuyers, {"iFields", "iValues"})
+          .method("GetBuyerFromCommodity", &Product::GetBuyerFromCommodity, {"iCommodity"})
+          .method("GetDefaultProductBuyer", &Product::GetDefaultProductBuyer, {"iProductID"})
+          .method("GetBuyersForProducts", &Product::GetBuyersForProducts, {"i_aProductList"})
+          .method("GetProductsAsDRecordSet", &Product::GetProductsAsDRecordSet,
+                  {"i_oPage", "i_sPersistedStateInfo", "i_lPageSize", "i_sFields", "i_sSortFields", "i_sKeyFields",
+                   "i_sWhereClause"})
+          .takes("i_oPage", "Page")
+          .returns("DRecordset")
+          .method("GetCommodityData", &Product::GetCommodityData,
+                  {"i_oPage", "i_sPersistedStateInfo", "i_iPageSize", optional("i_asCommodityCodes"),
+                   optional("i_sSortTableFieldNames", "")})
+          .takes("i_oPage", "Page")
+          .returns("DRecordset")
+          .takes("i_asCommodityCodes", "array")
+          .method("GetManufacturerData", &Product::GetManufacturerData,
+                  {"i_oPage", "i_sPersistedStateInfo", "i_iPageSize", optional("i_alManufacturerIDs"),
+                   optional("i_sSortTableFieldNames", "")})
+          .takes("i_oPage", "Page")
+          .returns("DRecordset")
+          .takes("i_alManufacturerIDs", "array")
+          .method("GetAllCommodities", &Product::GetAllCommodities)
+          .deprecated("Mercato.Product.GetCommodityData")
+          .method("GetAllManufacturers", &Product::GetAllManufacturers)
+          .deprecated("Mercato.Product.GetManufacturerData")
+          .method("DeleteCommodity", &Product::DeleteCommodity, {"iCommodityCode"})
+          .method("InsertManufacturer", &Product::InsertManufacturer, {"iManufacturerCode", "iManufacturerName"})
+          .method("GetChargeType", &Product::GetChargeType, {"iCommodityCode"})
+          .method("GetBisItemCode", &Product::GetBisItemCode, {"i_lCommodity"})
+          .method("GetTaxcodeInformation", &Product::GetTaxcodeInformation, {"istrCommodityCode"})
+          .method("GetAllTaxCodes", &Product::GetAllTaxCodes)
+          .method("getAllServiceProducts", &Product::getAllServiceProducts)
+          .method("IsServiceProduct", &Product::IsServiceProduct, {"iProductID"})
+          .implements_referential_integrity(&Product::IReferentialIntegrity_BeforeDelete,
+                                            &Product::IReferentialIntegrity_Exists);
   return table;
 }
 
 std::string Product::GetConnectionString() { return shared_connection_string_of_application(); }
+
+ConnectionPtr Product::GetConnection() { return open_connection(GetConnectionString()); }
 
 ConnectionPtr Product::GetReadConnection() { return open_connection(GetConnectionString(), Isolation::read_committed); }
 
@@ -55,12 +146,6 @@ std::string& QuoteForLike(std::string& text) {
   text = text::replace_all(text, "'", "''");
   text = text::replace_all(text, "%", "[%]");
   return text;
-}
-
-RecordsetPtr open_read_only(const Sql& sql, const ConnectionPtr& connection, CursorType cursor) {
-  auto rows = Recordset::create();
-  rows->Open(sql, connection, cursor, LockType::read_only, -1);
-  return rows;
 }
 
 }  // namespace product

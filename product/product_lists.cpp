@@ -7,7 +7,6 @@
 namespace mercato {
 
 using product::IsDefaultLong;
-using product::open_read_only;
 
 namespace {
 
@@ -38,7 +37,7 @@ constexpr std::int32_t kBothStockAndNonStock = 2;
 DictionaryPtr Product::GetProductsByCriteria(std::int32_t i_nStockItem, const Variant& i_lSupplierID,
                                              const Variant& i_lCommodityCode) {
   return read_and_vote(
-      "Mercato.Product.GetProductsByCriteria", CursorType::forward_only,
+      "Mercato.Product.GetProductsByCriteria", CursorType::forward_only, GetReadConnection,
       [&] {
         Sql sql;
         sql << "SELECT PRODUCTID,PRODUCTDESCRIPTION,PARTNUMBER FROM PRODUCT";
@@ -59,46 +58,42 @@ DictionaryPtr Product::GetProductsByCriteria(std::int32_t i_nStockItem, const Va
 }
 
 DictionaryPtr Product::GetProductsByBuyer(const std::string& i_sBuyerId) {
-  ConnectionPtr connection;
-  RecordsetPtr rows;
-  const auto close = [&] {
-    Sql_CloseRecordset(rows);
-    Sql_CloseConnection(connection);
-  };
+  Opened opened;
   return method(
       [&] {
         const std::string buyer = Gen_QuoteSql(i_sBuyerId);
         auto products = std::make_shared<Dictionary>();
-        connection = GetReadConnection();
+        opened.connection = GetReadConnection();
 
         Sql default_buyer;
         default_buyer << "SELECT PRODUCTID, PARTNUMBER FROM PRODUCT WHERE USERID ='" << value(buyer) << "'";
-        rows = open_read_only(default_buyer, connection, CursorType::keyset);
-        for (; !rows->Eof(); rows->MoveNext()) products->Add(rows->Value("PRODUCTID"), rows->Value("PARTNUMBER"));
-        Sql_CloseRecordset(rows);
+        opened.rows = open_read_only(default_buyer, opened.connection, CursorType::keyset);
+        for (; !opened.rows->Eof(); opened.rows->MoveNext())
+          products->Add(opened.rows->Value("PRODUCTID"), opened.rows->Value("PARTNUMBER"));
+        Sql_CloseRecordset(opened.rows);
 
         Sql one_of_the_buyers;
         one_of_the_buyers
             << "SELECT DISTINCT P.PRODUCTID, P.PARTNUMBER FROM PRODUCT P, PRODUCTBUYER PB WHERE PB.USERID ='"
             << value(buyer) << "' and PB.PRODUCTID = P.PRODUCTID";
-        rows = open_read_only(one_of_the_buyers, connection, CursorType::keyset);
-        for (; !rows->Eof(); rows->MoveNext()) {
-          const Variant& id = rows->Value("PRODUCTID");
-          if (!products->Exists(id)) products->Add(id, rows->Value("PARTNUMBER"));
+        opened.rows = open_read_only(one_of_the_buyers, opened.connection, CursorType::keyset);
+        for (; !opened.rows->Eof(); opened.rows->MoveNext()) {
+          const Variant& id = opened.rows->Value("PRODUCTID");
+          if (!products->Exists(id)) products->Add(id, opened.rows->Value("PARTNUMBER"));
         }
-        close();
+        opened.close();
         Mts_SetComplete();
         return products;
       },
       Tail{"Mercato.Product.GetProductByBuyer", [&] {
-             close();
+             opened.close();
              Mts_SetAbort();
            }});
 }
 
 DictionaryPtr Product::GetProductsByPartNumber(const std::string& i_sPartNumber) {
   return read_and_vote(
-      "Mercato.Product.GetProductsByPartNumber", CursorType::keyset,
+      "Mercato.Product.GetProductsByPartNumber", CursorType::keyset, GetReadConnection,
       [&] {
         Sql sql;
         sql << "SELECT PRODUCTID, PRODUCTDESCRIPTION FROM PRODUCT WHERE PARTNUMBER = '"
@@ -110,7 +105,7 @@ DictionaryPtr Product::GetProductsByPartNumber(const std::string& i_sPartNumber)
 
 DictionaryPtr Product::GetProductsBySupplier(const std::string& iSupplierID) {
   return read_and_vote(
-      "Mercato.Product.GetProductsBySupplier", CursorType::forward_only,
+      "Mercato.Product.GetProductsBySupplier", CursorType::forward_only, GetReadConnection,
       [&] {
         Sql sql;
         sql << "SELECT PRODUCTID, PARTNUMBER, BUYFROMPARTNUMBER FROM PRODUCT WHERE BUSINESSPARTNERID = "
@@ -122,7 +117,7 @@ DictionaryPtr Product::GetProductsBySupplier(const std::string& iSupplierID) {
 
 DictionaryPtr Product::GetPartNumbersForProducts(const Variant& i_aProductIDs) {
   return read_and_vote(
-      "Mercato.Product.GetPartNumbersForProducts", CursorType::keyset,
+      "Mercato.Product.GetPartNumbersForProducts", CursorType::keyset, GetReadConnection,
       [&] {
         Sql sql;
         sql << "SELECT PRODUCTID,PARTNUMBER FROM PRODUCT";
@@ -172,12 +167,7 @@ RecordsetPtr Product::GetAlternativeProducts(std::int32_t i_lProductID, std::int
 }
 
 bool Product::ValidateProductAgainstUserCatalogs(const std::string& i_sProductID, const Array& i_aCatalogIDs) {
-  ConnectionPtr connection;
-  RecordsetPtr rows;
-  const auto close = [&] {
-    Sql_CloseRecordset(rows);
-    Sql_CloseConnection(connection);
-  };
+  Opened opened;
   return method(
       [&] {
         if (i_aCatalogIDs.at(0).is_empty()) return false;
@@ -200,15 +190,15 @@ bool Product::ValidateProductAgainstUserCatalogs(const std::string& i_sProductID
         }
         sql << ")";
         // The expiry date is deliberately not looked at: an expired product passes.
-        connection = GetReadConnection();
-        rows = open_read_only(sql, connection, CursorType::forward_only);
-        const bool found = !rows->Eof();
-        close();
+        opened.connection = GetReadConnection();
+        opened.rows = open_read_only(sql, opened.connection, CursorType::forward_only);
+        const bool found = !opened.rows->Eof();
+        opened.close();
         Mts_SetComplete();
         return found;
       },
       Tail{"Mercato.Product.ValidateProductAgainstUserCatalogs", [&] {
-             close();
+             opened.close();
              Mts_SetAbort();
            }});
 }

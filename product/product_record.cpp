@@ -11,7 +11,6 @@ namespace mercato {
 
 using product::IsDefaultLong;
 using product::IsDefaultString;
-using product::open_read_only;
 
 namespace {
 
@@ -114,7 +113,7 @@ CollectionPtr Product::GetProduct(std::int32_t iProductID) {
 DictionaryPtr Product::GetProductFields(const Array& i_aProductFieldNames, std::int32_t i_lProductID,
                                         const std::string& i_sGTIN) {
   return read_and_vote(
-      "Mercato.Product.getProductFields", CursorType::keyset,
+      "Mercato.Product.getProductFields", CursorType::keyset, GetReadConnection,
       [&] {
         if (IsDefaultLong(i_lProductID) && IsDefaultString(i_sGTIN))
           raise(kObjectErrorBase, "GetProductFields",
@@ -187,7 +186,7 @@ std::string Product::GetGTIN(std::int32_t i_lProductID) {
 
 std::string Product::GetCategoryName(std::int32_t iCategoryID) {
   return read_and_vote(
-      "Mercato.Product.GetCategoryName", CursorType::forward_only,
+      "Mercato.Product.GetCategoryName", CursorType::forward_only, GetReadConnection,
       [&] {
         Sql sql;
         sql << "SELECT CATEGORYNAME FROM PRODUCTCATEGORY WHERE CATEGORYID=" << iCategoryID;
@@ -198,7 +197,7 @@ std::string Product::GetCategoryName(std::int32_t iCategoryID) {
 
 std::string Product::GetDefaultBuyer(const std::string& iCommodityCode) {
   return read_and_vote(
-      "Mercato.Product.getDefaultBuyer", CursorType::forward_only,
+      "Mercato.Product.getDefaultBuyer", CursorType::forward_only, GetReadConnection,
       [&] {
         Sql sql;
         sql << "SELECT USERID FROM COMMODITY WHERE COMMODITYCODE='" << value(Gen_QuoteSql(iCommodityCode)) << "'";

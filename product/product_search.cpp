@@ -23,7 +23,7 @@ std::int32_t count_or_zero(const RecordsetPtr& rows) { return rows->Eof() ? 0 : 
 
 std::int32_t Product::getProductIDFromPartNum(const std::string& iPartNum, const std::string& iCatalogString) {
   return read_and_vote(
-      "Mercato.Product.getProductIDFromPartNum", CursorType::forward_only,
+      "Mercato.Product.getProductIDFromPartNum", CursorType::forward_only, GetReadConnection,
       [&] {
         const std::string term = escaped_twice(iPartNum);
         Sql sql;
@@ -43,7 +43,7 @@ std::int32_t Product::getProductIDFromPartNum(const std::string& iPartNum, const
 
 std::int32_t Product::countProductIDsFromPartNum(const std::string& iPartNum, const std::string& iCatalogString) {
   return read_and_vote(
-      "Mercato.Product.countProductIDsFromPartNum", CursorType::forward_only,
+      "Mercato.Product.countProductIDsFromPartNum", CursorType::forward_only, GetReadConnection,
       [&] {
         // Escaped once, unlike the lookup above: for a quote or a percent sign the two do not agree.
         const std::string term = Gen_EscapeLike(iPartNum);
@@ -64,7 +64,7 @@ std::int32_t Product::countProductIDsFromPartNum(const std::string& iPartNum, co
 
 std::int32_t Product::countStockProductIDsFromPartNum(const std::string& iPartNum) {
   return read_and_vote(
-      "Mercato.Product.countStockProductIDsFromPartNum", CursorType::forward_only,
+      "Mercato.Product.countStockProductIDsFromPartNum", CursorType::forward_only, GetReadConnection,
       [&] {
         const std::string term = escaped_twice(iPartNum);
         Sql sql;
@@ -82,7 +82,7 @@ std::int32_t Product::countStockProductIDsFromPartNum(const std::string& iPartNu
 DictionaryPtr Product::GetCatalogProductsByPartNumber(const std::string& i_sPartNumber, std::int32_t i_lMaxNumberOfRows,
                                                       bool& o_bMoreRowsAvailable, const std::string& i_sCatalogString) {
   return read_and_vote(
-      "Mercato.Product.GetCatalogProductsByPartNumber", CursorType::keyset,
+      "Mercato.Product.GetCatalogProductsByPartNumber", CursorType::keyset, GetReadConnection,
       [&] {
         if (i_lMaxNumberOfRows == std::numeric_limits<std::int32_t>::max()) raise(error_number::kOverflow);
         Sql sql;
@@ -113,7 +113,7 @@ DictionaryPtr Product::GetCatalogProductsByPartNumber(const std::string& i_sPart
 
 std::int32_t Product::GetProductIDFromSupplierPartNum(const std::string& iSupplierPartNumber) {
   return read_and_vote(
-      "Mercato.Product.GetProductIDFromSupplierPartNum", CursorType::forward_only,
+      "Mercato.Product.GetProductIDFromSupplierPartNum", CursorType::forward_only, GetReadConnection,
       [&] {
         Sql sql;
         sql << "SELECT TOP 1 PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='"
@@ -126,7 +126,7 @@ std::int32_t Product::GetProductIDFromSupplierPartNum(const std::string& iSuppli
 std::int32_t Product::GetProductIdFromPartNumSource(const std::string& i_sPartNumber, std::int32_t i_lStockItemFlag,
                                                     std::int32_t i_lDisabledFlag) {
   return read_and_vote(
-      "Mercato.Product.GetProductIdFromPartNumSource", CursorType::forward_only,
+      "Mercato.Product.GetProductIdFromPartNumSource", CursorType::forward_only, GetReadConnection,
       [&] {
         // An equality with a text made for LIKE: callers never find a part number with a percent sign.
         std::string part_number = i_sPartNumber;

@@ -36,7 +36,8 @@ Property property_of(const RecordsetPtr& rows) {
 }
 
 Property create_property(const std::string& name, const ConnectionPtr& connection) {
-  const RecordsetPtr row = upload::open_for_adding("SELECT * FROM PROPERTY WHERE 0=1", connection);
+  const RecordsetPtr row =
+      open_updatable(LiteralPiece("SELECT * FROM PROPERTY WHERE 0=1"), connection, CursorType::keyset);
   row->AddNew();
   row->SetValue("PROPERTYNAME", name);
   row->SetValue("DATATYPE", std::int16_t{kText});
@@ -89,7 +90,7 @@ Sql value_update(std::int32_t property_id, std::int32_t product_id, const std::s
 }
 
 std::int32_t first_product_id(const Sql& sql, const ConnectionPtr& connection) {
-  RecordsetPtr rows = upload::open_list(sql, connection);
+  RecordsetPtr rows = open_read_only(sql, connection);
   const std::int32_t product_id = rows->Value("PRODUCTID").to_long();  // 3021 without a product
   Sql_CloseRecordset(rows);
   return product_id;
@@ -113,64 +114,55 @@ void ProductXML::execute_on_new_connection(const Sql& sql) const {
 
 // Does not look whether the product has a value already: the store refuses a second one.
 void ProductXML::insertProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr) {
-  ConnectionPtr connection;
-  RecordsetPtr rows;
-  const auto close = [&] {
-    Sql_CloseRecordset(rows);
-    Sql_CloseConnection(connection);
-  };
+  Opened opened;
   return method(
       [&] {
-        connection = GetConnection();
-        const std::int32_t product_id = first_product_id(product_id_by(iBuyFromPartNr), connection);
-        Sql_CloseConnection(connection);
+        opened.connection = GetConnection();
+        const std::int32_t product_id = first_product_id(product_id_by(iBuyFromPartNr), opened.connection);
+        Sql_CloseConnection(opened.connection);
 
         for_each_property(properties, [&](const std::string& property_name, const Variant& item) {
-          connection = GetConnection();
-          rows = upload::open_list(property_by_name(property_name), connection);
-          const bool known = !rows->Eof();
-          const Property property = known ? property_of(rows) : create_property(property_name, GetConnection());
+          opened.connection = GetConnection();
+          opened.rows = open_read_only(property_by_name(property_name), opened.connection);
+          const bool known = !opened.rows->Eof();
+          const Property property = known ? property_of(opened.rows) : create_property(property_name, GetConnection());
           // Before the write, for which the store would have to keep the rest of the rows.
-          close();
+          opened.close();
           const std::string stored = getValidPropertyValue(item, property.type);
           execute_on_new_connection(known ? close_value_insert(property.id, product_id, stored)
                                           : spaced_value_insert(property.id, product_id, stored));
         });
       },
-      Tail{"Mercato.ProductXML.insertProductProperties", close});
+      Tail{"Mercato.ProductXML.insertProductProperties", [&] { opened.close(); }});
 }
 
 // Replaces the values that the product has and adds the others; those that the record does not name stay.
 void ProductXML::updateProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr) {
-  ConnectionPtr connection;
-  RecordsetPtr rows;
-  const auto close = [&] {
-    Sql_CloseRecordset(rows);
-    Sql_CloseConnection(connection);
-  };
+  Opened opened;
   return method(
       [&] {
         const std::int32_t product_id = first_product_id(product_id_by(iBuyFromPartNr), read_connection());
 
         for_each_property(properties, [&](const std::string& property_name, const Variant& item) {
-          connection = GetConnection();
-          rows = upload::open_list(value_by_name(product_id, property_name), connection);
-          if (!rows->Eof()) {
-            const Property property = property_of(rows);
+          opened.connection = GetConnection();
+          opened.rows = open_read_only(value_by_name(product_id, property_name), opened.connection);
+          if (!opened.rows->Eof()) {
+            const Property property = property_of(opened.rows);
             execute_on_new_connection(
                 value_update(property.id, product_id, getValidPropertyValue(item, property.type)));
           } else {
-            close();
-            connection = GetConnection();
-            rows = connection->Execute(property_by_name(property_name));
-            const Property property = rows->Eof() ? create_property(property_name, GetConnection()) : property_of(rows);
+            opened.close();
+            opened.connection = GetConnection();
+            opened.rows = opened.connection->Execute(property_by_name(property_name));
+            const Property property =
+                opened.rows->Eof() ? create_property(property_name, GetConnection()) : property_of(opened.rows);
             execute_on_new_connection(
                 spaced_value_insert(property.id, product_id, getValidPropertyValue(item, property.type)));
           }
-          close();
+          opened.close();
         });
       },
-      Tail{"Mercato.ProductXML.updateProductProperties", close});
+      Tail{"Mercato.ProductXML.updateProductProperties", [&] { opened.close(); }});
 }
 
 }  // namespace mercato

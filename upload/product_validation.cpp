@@ -354,15 +354,10 @@ Variant ProductXML::getProductName(const std::string& iBuyFromPartNr) {
 }
 
 bool ProductXML::Exists(std::string_view table, std::initializer_list<Comparison> comparisons) {
-  ConnectionPtr connection;
-  RecordsetPtr rows;
-  const auto close = [&] {
-    Sql_CloseRecordset(rows);
-    Sql_CloseConnection(connection);
-  };
+  Opened opened;
   return method(
       [&] {
-        connection = open_connection(shared_connection_string(), Isolation::read_committed);
+        opened.connection = open_connection(shared_connection_string(), Isolation::read_committed);
         Sql sql;
         sql << "SELECT " << name(comparisons.begin()->field) << " FROM " << name(table) << " WHERE ";
         for (const Comparison& comparison : comparisons) {
@@ -372,12 +367,12 @@ bool ProductXML::Exists(std::string_view table, std::initializer_list<Comparison
           else
             sql << name(comparison.field) << "=" << value(comparison.value.to_text());
         }
-        rows = upload::open_list(sql, connection);
-        const bool found = !rows->Eof();
-        close();
+        opened.rows = open_read_only(sql, opened.connection);
+        const bool found = !opened.rows->Eof();
+        opened.close();
         return found;
       },
-      Tail{"Mercato.ProductXML.Exists", close});
+      Tail{"Mercato.ProductXML.Exists", [&] { opened.close(); }});
 }
 
 // The last two characters are the code, what stands before them its parent.

@@ -17,27 +17,6 @@ namespace upload {
 
 inline constexpr std::string_view kSeparatorKey = "MULTIPLEBUYERSEPARATOR";
 
-// Rows to be walked once.
-inline RecordsetPtr open_list(const Sql& sql, const ConnectionPtr& connection) {
-  auto rows = Recordset::create();
-  rows->Open(sql, connection, CursorType::forward_only, LockType::read_only, -1);
-  return rows;
-}
-
-// No row yet: for adding some.
-inline RecordsetPtr open_for_adding(LiteralPiece sql, const ConnectionPtr& connection) {
-  auto rows = Recordset::create();
-  rows->Open(sql, connection, CursorType::keyset, LockType::optimistic, -1);
-  return rows;
-}
-
-// One row, for changing it.
-inline RecordsetPtr open_for_changing(const Sql& sql, const ConnectionPtr& connection) {
-  auto rows = Recordset::create();
-  rows->Open(sql, connection, CursorType::fixed, LockType::optimistic, -1);
-  return rows;
-}
-
 }  // namespace upload
 
 // Collects what becomes of one record, and tells the observer when the record has ended, however it did.

@@ -41,6 +41,8 @@ void lex(std::string_view text, LexedStatement& out);
 // `null` is a literal), when a name is anything but one name, or when a clause ends the statement, starts a comment or
 // closes a bracket that it did not open.
 void check_pieces(const Sql& statement, const LexedStatement& lexed);
+// The same, for a statement that goes on as a plain text. Raises what `lex` raises, too.
+void check_pieces(const Sql& statement);
 
 // The value of a literal token: long or double for a number, text without its quotes and with doubled ones single.
 Variant literal_value(const LexedStatement& lexed, std::uint32_t token);

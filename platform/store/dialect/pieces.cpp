@@ -108,4 +108,10 @@ void check_pieces(const Sql& statement, const LexedStatement& lexed) {
   for (const Mark& mark : statement.marks()) check.check(mark);
 }
 
+void check_pieces(const Sql& statement) {
+  LexedStatement lexed;
+  lex(statement.text(), lexed);
+  check_pieces(statement, lexed);
+}
+
 }  // namespace mercato::store::dialect

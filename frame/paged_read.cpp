@@ -1,0 +1,52 @@
+#include "frame/paged_read.h"
+
+#include "frame/contracts.h"
+#include "frame/lib_sql.h"
+#include "frame/types/text.h"
+#include "platform/store/dialect/dialect.h"
+
+namespace mercato {
+
+ComponentPtr PagedRead(const PagedQuery& query, const PageRequest& request, const std::string& (*connection_string)()) {
+  std::optional<bauteil::Page> page;
+  std::optional<bauteil::DRecordset> rows;
+  if (request.page) {
+    page.emplace(request.page);
+    page->RegisterConnection("MercatoConnection");
+    rows.emplace(page->GetDRecordset());
+  } else {
+    rows.emplace();
+    rows->SetConnectionString(connection_string());
+    rows->SetPersistedState(request.persisted_state);
+  }
+  rows->SetPageSize(Variant(request.page_size).to_short());
+  if (query.sort_fields) rows->SetSortFields(*query.sort_fields);
+  if (page) {
+    std::string position;
+    bool has_position = false;
+    page->GetSavedPosition(position, has_position);
+    if (has_position) {
+      rows->Reset();
+      rows->RestoreState(-1, position);
+    }
+  }
+  // The DRecordset gets a plain text: what a caller supplied is checked while its place in the statement is known.
+  store::dialect::check_pieces(query.statement);
+  rows->OpenQuery(query.statement.text(), query.key_fields);
+  return rows->component();
+}
+
+Sql with_ids(Sql statement, std::string_view column, const Variant& ids) {
+  if (ids.is_missing()) return statement;
+  const Array given = ids.to_array();
+  std::string list;
+  for (std::int32_t index = given.lower; index <= given.upper(); ++index) {
+    if (index > given.lower) list += ' ';
+    list += given.at(index).to_text();
+  }
+  Sql condition;
+  condition << name(column) << " IN (" << clause(list) << ")";
+  return with_condition(std::move(statement), condition);
+}
+
+}  // namespace mercato
