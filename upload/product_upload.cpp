@@ -1,7 +1,6 @@
 // The calls that write, and the way of one record: read, repair, decide, split, write.
 #include <unordered_set>
 
-#include "frame/types/text.h"
 #include "frame/upload_run.h"
 #include "upload/bulk_run.h"
 #include "upload/product_xml_internal.h"
@@ -29,12 +28,12 @@ bool is_standard(std::string_view upper_key) {
   return keys.contains(upper_key);
 }
 
-// Takes the standard fields out; what stays behind are the properties, and perhaps the buyer separator.
+// Takes the standard fields out; what stays behind are the properties, and perhaps the buyer separator. The reader has
+// made all keys upper-case.
 void splitProductValues(Dictionary& values, Dictionary& standard) {
   for (const Variant& key : values.Keys().items) {
-    std::string upper_key = text::to_upper(key.text_value());
-    if (!is_standard(upper_key)) continue;
-    standard.Add(std::move(upper_key), values.Item(key));
+    if (!is_standard(key.text_value())) continue;
+    standard.Add(key, values.Item(key));
     values.Remove(key);
   }
 }

@@ -112,12 +112,14 @@ std::string_view trim(std::string_view text) {
 
 std::string to_upper(std::string_view text) {
   return changed_case(
-      text, ascii_upper, [](icu::UnicodeString & unicode) -> auto& { return unicode.toUpper(icu::Locale::getRoot()); });
+      text, [](char byte) { return ascii_upper(byte); },
+      [](icu::UnicodeString & unicode) -> auto& { return unicode.toUpper(icu::Locale::getRoot()); });
 }
 
 std::string to_lower(std::string_view text) {
   return changed_case(
-      text, ascii_lower, [](icu::UnicodeString & unicode) -> auto& { return unicode.toLower(icu::Locale::getRoot()); });
+      text, [](char byte) { return ascii_lower(byte); },
+      [](icu::UnicodeString & unicode) -> auto& { return unicode.toLower(icu::Locale::getRoot()); });
 }
 
 bool equal_names(std::string_view left, std::string_view right) {

@@ -114,7 +114,10 @@ Tree::Lookup Tree::recognise(std::string_view xpath) {
   return rest == "']" ? lookup : Lookup{};
 }
 
-Tree::NameIndex& Tree::name_index(std::string_view name) { return names_[std::string(name)]; }
+Tree::NameIndex& Tree::name_index(std::string_view name) {
+  const auto known = names_.find(name);
+  return known != names_.end() ? known->second : names_[std::string(name)];
+}
 
 const std::shared_ptr<const Tree::Entries>& Tree::all(std::string_view name) {
   NameIndex& index = name_index(name);
@@ -162,7 +165,7 @@ void Tree::walk_chain(const Lookup& lookup, const Visit& visit) {
 void Tree::forget(pugi::xml_node subtree) {
   for (pugi::xml_node node = subtree; node; node = following(node, subtree)) {
     if (node.type() != pugi::node_element) continue;
-    const auto known = names_.find(node.name());
+    const auto known = names_.find(std::string_view(node.name()));
     if (known == names_.end()) continue;
     known->second.all.reset();
     for (KeyIndex& index : known->second.keys) {

@@ -5,6 +5,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
@@ -89,7 +91,7 @@ class Tree : public std::enable_shared_from_this<Tree> {
   std::string buffer_;
   pugi::xml_document document_;
   pugi::xml_node bin_;
-  std::unordered_map<std::string, NameIndex> names_;
+  std::map<std::string, NameIndex, std::less<>> names_;  // of the names that were asked for: a few
   std::unique_ptr<pugi::xml_document> copy_;  // for expressions, once there is a bin; dropped at the next removal
 };
 

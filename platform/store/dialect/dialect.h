@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -70,6 +71,8 @@ struct Parameter {
 // The value to bind: the literal, converted. A date is a Date, an amount of money a Currency, a Boolean a Boolean.
 // Raises kStatementRefused for a text that does not read as what is wanted, as the server fails a conversion.
 Variant parameter_value(const LexedStatement& lexed, const Parameter& parameter);
+// The same value without a copy, when it is a text that stands in the statement as it is bound.
+std::optional<std::string_view> text_as_it_stands(const LexedStatement& lexed, const Parameter& parameter);
 
 struct Translation {
   StatementKind kind = StatementKind::nothing;

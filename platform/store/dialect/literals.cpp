@@ -11,18 +11,22 @@ Variant variant_of(const Number& number) {
   return std::get<double>(number);
 }
 
-// The characters of the literal, for a number those that it was written with.
-std::string characters_of(const LexedStatement& lexed, const Token& token) {
-  if (token.kind == TokenKind::number) return std::string(lexed.text.substr(token.begin, token.end - token.begin));
+// The inside of a text literal, quotes in it doubled; a number as it was written.
+std::string_view inside_of(const LexedStatement& lexed, const Token& token) {
+  if (token.kind == TokenKind::number) return lexed.text.substr(token.begin, token.end - token.begin);
   const std::size_t begin = token.begin + (token.kind == TokenKind::national_text ? 2 : 1);
-  const std::string_view inner = lexed.text.substr(begin, token.end - 1 - begin);
-  return inner.find('\'') == std::string_view::npos ? std::string(inner) : text::replace_all(inner, "''", "'");
+  return lexed.text.substr(begin, token.end - 1 - begin);
 }
 
-// What a literal number or text is once converted; refuses with `reason` when it does not read as that.
-template <class Reading>
-auto required(const Reading& reading, std::string reason) {
-  if (!reading) refuse(std::move(reason));
+std::string characters_of(const LexedStatement& lexed, const Token& token) {
+  const std::string_view inside = inside_of(lexed, token);
+  return inside.find('\'') == std::string_view::npos ? std::string(inside) : text::replace_all(inside, "''", "'");
+}
+
+// What a literal number or text is once converted; refuses with the reason when it does not read as that.
+template <class Reading, class Reason>
+auto required(const Reading& reading, Reason reason) {
+  if (!reading) refuse(reason());
   return *reading;
 }
 
@@ -31,8 +35,18 @@ auto required(const Reading& reading, std::string reason) {
 Variant literal_value(const LexedStatement& lexed, std::uint32_t token) {
   std::string characters = characters_of(lexed, lexed.tokens[token]);
   if (lexed.tokens[token].kind != TokenKind::number) return characters;
-  return variant_of(
-      required(read_number(characters), "The number '" + characters + "' is out of the range of numbers."));
+  return variant_of(required(read_number(characters),
+                             [&] { return "The number '" + characters + "' is out of the range of numbers."; }));
+}
+
+std::optional<std::string_view> text_as_it_stands(const LexedStatement& lexed, const Parameter& parameter) {
+  const Token& token = lexed.tokens[lexed.literals[parameter.literal]];
+  const bool is_text = parameter.conversion == Conversion::text ||
+                       (parameter.conversion == Conversion::none && token.kind != TokenKind::number);
+  if (!is_text) return std::nullopt;
+  const std::string_view inside = inside_of(lexed, token);
+  if (inside.find('\'') != std::string_view::npos) return std::nullopt;
+  return inside;
 }
 
 Variant parameter_value(const LexedStatement& lexed, const Parameter& parameter) {
@@ -44,13 +58,13 @@ Variant parameter_value(const LexedStatement& lexed, const Parameter& parameter)
     case Conversion::text:
       return characters;
     case Conversion::number:
-      return variant_of(required(read_number(characters), unreadable_number(characters)));
+      return variant_of(required(read_number(characters), [&] { return unreadable_number(characters); }));
     case Conversion::date:
-      return required(read_date(characters), kUnreadableDate);
+      return required(read_date(characters), [] { return std::string(kUnreadableDate); });
     case Conversion::money:
-      return required(read_money(characters), kUnreadableMoney);
+      return required(read_money(characters), [] { return std::string(kUnreadableMoney); });
     case Conversion::boolean:
-      return required(read_boolean(characters), unreadable_boolean(characters));
+      return required(read_boolean(characters), [&] { return unreadable_boolean(characters); });
   }
   return {};
 }

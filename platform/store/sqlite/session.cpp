@@ -15,7 +15,7 @@ namespace mercato::store::sqlite {
 namespace {
 
 // A run holds the write lock this long, and lets go of it this long: a little more than others sleep between two tries.
-constexpr std::chrono::milliseconds kGroupTime{25};
+constexpr std::chrono::milliseconds kGroupTime{50};
 constexpr std::chrono::microseconds kGroupPause{500};
 constexpr int kGroupStatements = 2000;
 
@@ -106,7 +106,7 @@ CachedStatementPtr SqliteSession::translated(bool identified) {
 std::unique_ptr<Cursor> SqliteSession::open_cursor(CachedStatementPtr statement, bool identified) {
   for (;;) {
     RunningStatement running(database_, std::move(statement));
-    bind_literals(running);
+    bind_literals(running, Lifetime::copied);
     auto cursor = std::make_unique<SqliteCursor>(*this, std::move(running));
     // Prepared for the tables of an earlier day: the columns may be others by now.
     if (!cursor->was_reprepared() || !refresh_schema()) return cursor;
@@ -116,7 +116,7 @@ std::unique_ptr<Cursor> SqliteSession::open_cursor(CachedStatementPtr statement,
 
 std::int64_t SqliteSession::change(const CachedStatementPtr& statement) {
   const RunningStatement running(database_, statement);
-  bind_literals(running);
+  bind_literals(running, Lifetime::outlives_statement);
   before_write();
   step_write(running);
   const std::int64_t affected = sqlite3_changes64(database_.engine());
@@ -124,11 +124,14 @@ std::int64_t SqliteSession::change(const CachedStatementPtr& statement) {
   return affected;
 }
 
-void SqliteSession::bind_literals(const RunningStatement& running) {
-  const std::vector<dialect::Parameter>& parameters = running.cached().translation.parameters;
-  for (std::size_t i = 0; i < parameters.size(); ++i) {
-    const Variant value = dialect::parameter_value(lexed_, parameters[i]);
-    const int code = bind_value(running.get(), static_cast<int>(i + 1), value, Lifetime::copied);
+void SqliteSession::bind_literals(const RunningStatement& running, Lifetime lifetime) {
+  int position = 0;
+  for (const dialect::Parameter& parameter : running.cached().translation.parameters) {
+    ++position;
+    const auto text = dialect::text_as_it_stands(lexed_, parameter);
+    const int code =
+        text ? bind_text(running.get(), position, *text, lifetime)
+             : bind_value(running.get(), position, dialect::parameter_value(lexed_, parameter), Lifetime::copied);
     if (code != SQLITE_OK) throw Raised(failure(code));
   }
 }

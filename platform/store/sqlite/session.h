@@ -19,6 +19,7 @@
 #include "platform/store/sqlite/database.h"
 #include "platform/store/sqlite/statement_cache.h"
 #include "platform/store/sqlite/tables.h"
+#include "platform/store/sqlite/values.h"
 
 namespace mercato::store::sqlite {
 
@@ -62,7 +63,7 @@ class SqliteSession final : public Session {
   std::unique_ptr<Cursor> open_cursor(CachedStatementPtr statement, bool identified);
   std::int64_t change(const CachedStatementPtr& statement);
   void define(const dialect::Translation& definition);
-  void bind_literals(const RunningStatement& running);
+  void bind_literals(const RunningStatement& running, Lifetime lifetime);
   RunningStatement row_writer(const TableInfo& table, bool updates, std::span<const std::size_t> columns);
   void bind_row(const RunningStatement& running, std::span<const Variant> values);
 

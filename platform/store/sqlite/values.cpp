@@ -103,11 +103,12 @@ void read_value(sqlite3_stmt* statement, int position, ColumnType type, Variant&
   read_as_stored(value, out);
 }
 
+int bind_text(sqlite3_stmt* statement, int parameter, std::string_view text, Lifetime lifetime) {
+  return sqlite3_bind_text64(statement, parameter, text.data(), text.size(),
+                             lifetime == Lifetime::copied ? SQLITE_TRANSIENT : SQLITE_STATIC, SQLITE_UTF8);
+}
+
 int bind_value(sqlite3_stmt* statement, int parameter, const Variant& value, Lifetime lifetime) {
-  const auto bind_text = [&](const std::string& text, Lifetime life) {
-    return sqlite3_bind_text64(statement, parameter, text.data(), text.size(),
-                               life == Lifetime::copied ? SQLITE_TRANSIENT : SQLITE_STATIC, SQLITE_UTF8);
-  };
   switch (value.type()) {
     case Variant::Type::boolean:
       return sqlite3_bind_int(statement, parameter, value.boolean_value() ? 1 : 0);
@@ -120,9 +121,9 @@ int bind_value(sqlite3_stmt* statement, int parameter, const Variant& value, Lif
     case Variant::Type::currency:
       return sqlite3_bind_int64(statement, parameter, value.currency_value().scaled());
     case Variant::Type::date:
-      return bind_text(value.date_value().iso_text(), Lifetime::copied);
+      return bind_text(statement, parameter, value.date_value().iso_text(), Lifetime::copied);
     case Variant::Type::text:
-      return bind_text(value.text_value(), lifetime);
+      return bind_text(statement, parameter, value.text_value(), lifetime);
     case Variant::Type::null:
     case Variant::Type::empty:
     case Variant::Type::missing:

@@ -4,6 +4,8 @@
 
 #include <sqlite3.h>
 
+#include <string_view>
+
 #include "frame/types/variant.h"
 #include "platform/store/row_layout.h"
 
@@ -17,5 +19,6 @@ enum class Lifetime { copied, outlives_statement };
 
 // Binds by the Variant's own type. Returns the engine's result code.
 int bind_value(sqlite3_stmt* statement, int parameter, const Variant& value, Lifetime lifetime);
+int bind_text(sqlite3_stmt* statement, int parameter, std::string_view text, Lifetime lifetime);
 
 }  // namespace mercato::store::sqlite
