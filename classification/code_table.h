@@ -1,4 +1,4 @@
-// What the units and the hazardous classes share: small code tables whose rows are listed, looked up and deleted.
+// What the classes of small tables share: how their rows are listed, looked up and deleted.
 #pragma once
 
 #include <cstdint>

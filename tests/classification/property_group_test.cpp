@@ -203,13 +203,11 @@ TEST_F(GroupChange, ThatTheStoreRefusesAnywhereIsLoggedRaisedAndUndone) {
   const Statements all =
       reads_of(1) + Statements{deletion(4, 1),          insertion(1, 1, "red"), insertion(2, 1, ""),
                                insertion(3, 1, "O''N"), deletion(6, 2),         insertion(3, 2, "O''N")};
-  for (std::size_t at = 0; at < all.size(); ++at) {
-    if (at > 0 && all[at] == kIsolation) continue;  // only the first of them can be told from the others
-    SCOPED_TRACE(all[at]);
-    Recorder recorder;
-    recorder.fail_on = all[at];
+  for (std::size_t number = 1; number <= all.size(); ++number) {
+    SCOPED_TRACE(all[number - 1]);
+    RefusingRecorder recorder(number);
     EXPECT_EQ(failure_of(recorder, [&] { align(1); }), refusal_under({"Mercato.PropertyGroup.UpdateGroupChange"}));
-    EXPECT_EQ(recorder.statements, Statements(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(at) + 1));
+    EXPECT_EQ(recorder.statements, first_of(all, number));
     EXPECT_EQ(vote(), Vote::abort);
     EXPECT_EQ(outcome(), Outcome::rolledback);
     EXPECT_EQ(all_rows(), before);
@@ -217,6 +215,20 @@ TEST_F(GroupChange, ThatTheStoreRefusesAnywhereIsLoggedRaisedAndUndone) {
   Recorder recorder;
   EXPECT_TRUE(align(1));
   EXPECT_EQ(recorder.statements, all);
+}
+
+TEST_F(GroupChange, OutsideOfATransactionKeepsWhatHasRun) {
+  add_product(1, 1);
+  add_value(4, 1, "old");
+  const ComponentPtr plain = create_plain("Mercato.PropertyGroup");
+  const auto align_plainly = [&] { return invoke(plain, "UpdateGroupChange", {1, -1}).to_boolean(); };
+  {
+    RefusingRecorder recorder(reads_of(1).size() + 3);
+    EXPECT_EQ(failure_of(recorder, align_plainly), refusal_under({"Mercato.PropertyGroup.UpdateGroupChange"}));
+  }
+  EXPECT_EQ(values(), (Rows{{1, 1, "red"}}));
+  EXPECT_TRUE(align_plainly());
+  EXPECT_EQ(values(), (Rows{{1, 1, "red"}, {1, 2, ""}, {1, 3, "O'N"}}));
 }
 
 // Deleting
@@ -298,29 +310,29 @@ TEST_F(GroupDeletion, OfAnUnknownIdPassesTheCheckAndIsRaised) {
   EXPECT_EQ(all_rows(), before);
 }
 
-TEST_F(GroupDeletion, ThatTheStoreRefusesIsLoggedRaisedAndUndone) {
+TEST_F(GroupDeletion, ThatTheStoreRefusesAnywhereIsLoggedRaisedAndUndone) {
   const auto before = all_rows();
-  for (const std::string& statement : deletes_of(1)) {
-    Recorder recorder;
-    recorder.fail_on = statement;
-    EXPECT_EQ(failure_of(recorder, [&] { remove(1); }), refusal_under({"Mercato.PropertyGroup.Delete"}));
+  const Statements all = counts_of(1) + deletes_of(1);
+  for (std::size_t number = 1; number <= all.size(); ++number) {
+    SCOPED_TRACE(all[number - 1]);
+    RefusingRecorder recorder(number);
+    // The check has a tail of its own.
+    EXPECT_EQ(failure_of(recorder, [&] { remove(1); }),
+              number <= counts_of(1).size()
+                  ? refusal_under({"Mercato.PropertyGroup.CanDelete", "Mercato.PropertyGroup.Delete"})
+                  : refusal_under({"Mercato.PropertyGroup.Delete"}));
+    EXPECT_EQ(recorder.statements, first_of(all, number));
     EXPECT_EQ(vote(), Vote::abort);
     EXPECT_EQ(all_rows(), before);
   }
 }
 
-TEST_F(GroupDeletion, WhoseCheckFailsIsLoggedAtBothLevels) {
-  const auto before = all_rows();
-  for (const std::string& statement : counts_of(1)) {
-    Recorder recorder;
-    recorder.fail_on = statement;
+TEST_F(GroupDeletion, WhoseCheckTheStoreRefusesIsLoggedAndRaised) {
+  for (std::size_t number = 1; number <= counts_of(1).size(); ++number) {
+    RefusingRecorder recorder(number);
     EXPECT_EQ(failure_of(recorder, [&] { can_delete(1); }), refusal_under({"Mercato.PropertyGroup.CanDelete"}));
+    EXPECT_EQ(recorder.statements, first_of(counts_of(1), number));
     EXPECT_EQ(vote(), Vote::abort);
-    recorder.fail_on = statement;
-    EXPECT_EQ(failure_of(recorder, [&] { remove(1); }),
-              refusal_under({"Mercato.PropertyGroup.CanDelete", "Mercato.PropertyGroup.Delete"}));
-    EXPECT_EQ(vote(), Vote::abort);
-    EXPECT_EQ(all_rows(), before);
   }
 }
 

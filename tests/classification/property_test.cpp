@@ -116,11 +116,11 @@ TEST_F(PropertyCalls, RunTheirStatementsInOrderVoteCommitAndLogNothing) {
 TEST_F(PropertyCalls, ThatTheStoreRefusesAreLoggedRaisedAndUndone) {
   const auto before = all_rows();
   for (const CallCase& expected : call_cases()) {
-    for (const std::string& statement : expected.statements) {
-      SCOPED_TRACE(expected.method + ": " + statement);
-      Recorder recorder;
-      recorder.fail_on = statement;
+    for (std::size_t number = 1; number <= expected.statements.size(); ++number) {
+      SCOPED_TRACE(expected.method + ": " + expected.statements[number - 1]);
+      RefusingRecorder recorder(number);
       EXPECT_EQ(failure_of(recorder, [&] { call(expected); }), refusal_under({expected.label}));
+      EXPECT_EQ(recorder.statements, first_of(expected.statements, number));
       EXPECT_EQ(vote(), Vote::abort);
       EXPECT_EQ(all_rows(), before);
     }
