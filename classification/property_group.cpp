@@ -46,8 +46,8 @@ constexpr std::int32_t kAllProductsOfTheGroup = -1;
 
 struct GroupProperties {
   explicit GroupProperties(std::int32_t group);  // reads them
-  Dictionary defaults;  // property to the text of its default, for each property of the group
-  Dictionary external;  // property to itself, for each property that no group owns
+  Dictionary defaults;                           // property to the text of its default, for each property of the group
+  Dictionary external;                           // property to itself, for each property that no group owns
 };
 
 // A product and a property that it has a value of, the property Null for a product without any; the rows of a product
