@@ -187,7 +187,7 @@ TEST_F(ProductRow, EmptyToNullTakesBlanksForNothing) {
   EXPECT_EQ(number, Variant(0));
 }
 
-// Stands in for the class of this name, which is not there yet.
+// Stands in for the class of this name: whether it is called, and with what, is all that counts here.
 class GroupChanges : public ComponentOf<GroupChanges> {
  public:
   static const ClassTable& table() {
