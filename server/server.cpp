@@ -3,6 +3,8 @@
 #include <array>
 #include <atomic>
 
+#include "catalog/catalog.h"
+#include "catalog/t_catalog.h"
 #include "classification/hazardous_class.h"
 #include "classification/t_hazardous_class.h"
 #include "classification/t_unit.h"
@@ -55,8 +57,8 @@ class TableClassObject final : public ClassObject {
 
 std::span<const ClassTable* const> library_classes() {
   static const std::array classes = {
-      &HazardousClass::table(),  &Product::table(), &ProductXML::table(),
-      &THazardousClass::table(), &TUnit::table(),   &Unit::table(),
+      &Catalog::table(),  &HazardousClass::table(),  &Product::table(), &ProductXML::table(),
+      &TCatalog::table(), &THazardousClass::table(), &TUnit::table(),   &Unit::table(),
   };
   return classes;
 }
