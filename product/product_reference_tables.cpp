@@ -1,28 +1,219 @@
+// What hangs on the product master: commodities, manufacturers, tax codes. Lists that can be long are read in pages.
+#include "frame/contracts.h"
+#include "frame/lib_general.h"
+#include "frame/paged_read.h"
 #include "product/product_internal.h"
 
 namespace mercato {
 
-ComponentPtr Product::GetProductsAsDRecordSet(const ComponentPtr&, const std::string&, std::int32_t, const std::string&,
-                                              const std::string&, const std::string&, const std::string&) {
-  raise(438);
+namespace {
+
+constexpr std::int32_t kDefaultPageSize = 10;
+
+std::string empty_for_null(const Variant& value) { return value.is_null() ? std::string() : value.to_text(); }
+
+// The statement, its rows restricted to these codes when any were given; without an element the store refuses it.
+Sql with_codes(Sql statement, std::string_view column, const Variant& codes) {
+  if (codes.is_missing()) return statement;
+  Sql condition;
+  condition << name(column) << " IN (";
+  bool first = true;
+  for (const Variant& code : codes.to_array().items) {
+    if (!first) condition << ",";
+    condition << "'" << value(Gen_QuoteSql(code.to_text())) << "'";
+    first = false;
+  }
+  condition << ")";
+  return with_condition(std::move(statement), condition);
 }
-ComponentPtr Product::GetCommodityData(const ComponentPtr&, const std::string&, std::int32_t, const Variant&,
-                                       const std::string&) {
-  raise(438);
+
+}  // namespace
+
+ComponentPtr Product::GetProductsAsDRecordSet(const ComponentPtr& i_oPage, const std::string& i_sPersistedStateInfo,
+                                              std::int32_t i_lPageSize, const std::string& i_sFields,
+                                              const std::string& i_sSortFields, const std::string& i_sKeyFields,
+                                              const std::string& i_sWhereClause) {
+  return method(
+      [&] {
+        Sql sql;
+        sql << "SELECT " << clause(i_sFields) << " FROM PRODUCT";
+        if (!i_sWhereClause.empty()) sql << " WHERE " << clause(i_sWhereClause);
+        ComponentPtr products =
+            PagedRead({sql, i_sKeyFields, unless_empty(i_sSortFields)},
+                      {i_oPage, i_sPersistedStateInfo, i_lPageSize == 0 ? kDefaultPageSize : i_lPageSize},
+                      shared_connection_string_of_application);
+        Mts_SetComplete();
+        return products;
+      },
+      Tail{"Mercato.Product.GetProductsAsDRecordSet", [] { Mts_SetAbort(); }});
 }
-ComponentPtr Product::GetManufacturerData(const ComponentPtr&, const std::string&, std::int32_t, const Variant&,
-                                          const std::string&) {
-  raise(438);
+
+ComponentPtr Product::GetCommodityData(const ComponentPtr& i_oPage, const std::string& i_sPersistedStateInfo,
+                                       std::int32_t i_iPageSize, const Variant& i_asCommodityCodes,
+                                       const std::string& i_sSortTableFieldNames) {
+  return method(
+      [&] {
+        const Sql sql = with_codes(LiteralPiece("SELECT * FROM COMMODITY"), "COMMODITYCODE", i_asCommodityCodes);
+        return PagedRead({sql, "COMMODITYCODE", unless_empty(i_sSortTableFieldNames)},
+                         {i_oPage, i_sPersistedStateInfo, i_iPageSize}, shared_connection_string_of_application);
+      },
+      Tail{"Mercato.Product.GetCommodityData", no_steps});
 }
-DictionaryPtr Product::GetAllCommodities() { raise(438); }
-DictionaryPtr Product::GetAllManufacturers() { raise(438); }
-bool Product::DeleteCommodity(const std::string&) { raise(438); }
-void Product::InsertManufacturer(const std::string&, const std::string&) { raise(438); }
-std::string Product::GetChargeType(const std::string&) { raise(438); }
-std::string Product::GetBisItemCode(const std::string&) { raise(438); }
-DictionaryPtr Product::GetTaxcodeInformation(const std::string&) { raise(438); }
-DictionaryPtr Product::GetAllTaxCodes() { raise(438); }
-Variant Product::getAllServiceProducts() { raise(438); }
-bool Product::IsServiceProduct(std::int32_t) { raise(438); }
+
+ComponentPtr Product::GetManufacturerData(const ComponentPtr& i_oPage, const std::string& i_sPersistedStateInfo,
+                                          std::int32_t i_iPageSize, const Variant& i_alManufacturerIDs,
+                                          const std::string& i_sSortTableFieldNames) {
+  return method(
+      [&] {
+        const Sql sql = with_codes(LiteralPiece("SELECT * FROM MANUFACTURER"), "MANUFACTURERID", i_alManufacturerIDs);
+        // Unlike the commodities, an empty order takes away the one that the list had.
+        return PagedRead({sql, "MANUFACTURERID", i_sSortTableFieldNames}, {i_oPage, i_sPersistedStateInfo, i_iPageSize},
+                         shared_connection_string_of_application);
+      },
+      Tail{"Mercato.Product.GetManufacturerData", no_steps});
+}
+
+DictionaryPtr Product::GetAllCommodities() {
+  Err_RaiseDeprecated(
+      "Function GetAllCommodities() is a 'full table scan' function and is not supported anymore.\r\n"
+      "Use new function GetCommodityData() that supports paging (=based on DRecordset component).");
+}
+
+DictionaryPtr Product::GetAllManufacturers() {
+  Err_RaiseDeprecated(
+      "Function GetAllManufacturers() is a 'full table scan' function and is not supported anymore.\r\n"
+      "Use new function GetManufacturerData() that supports paging (=based on DRecordset component).");
+}
+
+bool Product::DeleteCommodity(const std::string& iCommodityCode) {
+  grundwerk::ReferentialChecker checker;
+  ConnectionPtr connection;
+  return method(
+      [&]() -> Answer<bool> {
+        if (!checker.CheckBeforeDelete("COMMODITY", Array{"COMMODITYCODE"}, Array{iCommodityCode})) return refused;
+        Sql sql;
+        sql << "DELETE FROM COMMODITY WHERE COMMODITYCODE = '" << value(Gen_QuoteSql(iCommodityCode)) << "'";
+        connection = GetConnection();
+        if (execute_and_close(connection, sql) == 0)
+          raise(eCommodityNotFound, "Mercato.Commodity.Delete", "Commodity " + iCommodityCode + " not present");
+        checker.release();
+        Mts_SetComplete();
+        return true;
+      },
+      Tail{"Mercato.Product.DeleteCommodity", [&]() -> Variant {
+             checker.release();
+             Sql_CloseConnection(connection);
+             Mts_SetAbort();
+             return "Commoditycode: " + iCommodityCode;
+           }});
+}
+
+void Product::InsertManufacturer(const std::string& iManufacturerCode, const std::string& iManufacturerName) {
+  execute_and_vote("Mercato.Manufacturer.InsertManufacturer", GetConnection, [&] {
+    // Both as they stand: a name with a quote is refused.
+    Sql sql;
+    sql << "INSERT INTO MANUFACTURER (MANUFACTURERID, MANUFACTURERNAME) VALUES('" << value(iManufacturerCode) << "', '"
+        << value(iManufacturerName) << "')";
+    return sql;
+  });
+}
+
+std::string Product::GetChargeType(const std::string& iCommodityCode) {
+  return read_and_vote(
+      "Mercato.Product.getChargetype", CursorType::forward_only, GetReadConnection,
+      [&] {
+        Sql sql;
+        sql << "SELECT CHARGETYPECODE FROM COMMODITY WHERE COMMODITYCODE='" << value(Gen_QuoteSql(iCommodityCode))
+            << "'";
+        return sql;
+      },
+      [](const RecordsetPtr& row) {
+        return row->Eof() ? std::string() : empty_for_null(row->Value("CHARGETYPECODE"));
+      });
+}
+
+std::string Product::GetBisItemCode(const std::string& i_lCommodity) {
+  Opened opened;
+  return method(
+      [&](TailSwitch& tail) {
+        Sql sql;
+        sql << "SELECT BISITEMCODE FROM COMMODITY WHERE COMMODITYCODE = '" << value(i_lCommodity) << "'";
+        opened.connection = GetReadConnection();
+        opened.rows = open_read_only(sql, opened.connection);
+        if (opened.rows->Eof()) {
+          tail.disarm();
+          Mts_SetAbort();
+          raise(eCommodityNotFound, "Mercato.Product.GetBisItemCode", "CommodityCode is Not found");
+        }
+        std::string code = empty_for_null(opened.rows->Value("BISITEMCODE"));
+        opened.close();
+        Mts_SetComplete();
+        return code;
+      },
+      Tail{"Mercato.Product.GetBisItemCode", [&] {
+             opened.close();
+             Mts_SetAbort();
+           }});
+}
+
+DictionaryPtr Product::GetTaxcodeInformation(const std::string& istrCommodityCode) {
+  Opened opened;
+  return method(
+      [&] {
+        Sql sql;
+        sql << "SELECT COMMODITY.TAXCODE, TAXCODES.DESCRIPTION, TAXCODES.LEDGERACCOUNT FROM COMMODITY, TAXCODES "
+               "WHERE COMMODITY.TAXCODE = TAXCODES.TAXCODE AND COMMODITY.COMMODITYCODE='"
+            << value(Gen_QuoteSql(istrCommodityCode)) << "'";
+        opened.connection = GetReadConnection();
+        opened.rows = open_read_only(sql, opened.connection);
+        DictionaryPtr tax_code = Sql_GetRecordAsDictionary(opened.rows);
+        opened.close();
+        Mts_SetComplete();
+        return tax_code;
+      },
+      Tail{"Product.GetTaxcodeInformation", [&]() -> Variant {
+             std::string info = Err_ConnectionErrors(opened.connection);
+             opened.close();
+             Mts_SetAbort();
+             return info;
+           }});
+}
+
+DictionaryPtr Product::GetAllTaxCodes() {
+  return method(
+      [&] {
+        DictionaryPtr tax_codes = Sql_GetRecordsAsDictionary(GetConnectionString(),
+                                                             LiteralPiece("SELECT TAXCODE, DESCRIPTION FROM TAXCODES"));
+        Mts_SetComplete();
+        return tax_codes;
+      },
+      Tail{"Product.GetAllTaxCodes", [] { Mts_SetAbort(); }});
+}
+
+Variant Product::getAllServiceProducts() {
+  return read_and_close(
+      "Mercato.Product.getAllServiceProducts", CursorType::keyset, GetConnection,
+      [] { return Sql(LiteralPiece("SELECT PRODUCTID FROM PRODUCT WHERE SERVICEITEM = 1")); },
+      [](const RecordsetPtr& rows) -> Variant {
+        Array ids;
+        for (; !rows->Eof(); rows->MoveNext()) ids.items.push_back(rows->Value("PRODUCTID"));
+        if (ids.items.empty()) return kNull;
+        return ids;
+      });
+}
+
+bool Product::IsServiceProduct(std::int32_t iProductID) {
+  return read_and_close(
+      "Mercato.Product.IsServiceProduct", CursorType::forward_only, GetConnection,
+      [&] {
+        Sql sql;
+        sql << "SELECT SERVICEITEM FROM PRODUCT WHERE PRODUCTID =" << iProductID;
+        return sql;
+      },
+      [](const RecordsetPtr& row) {
+        if (row->Eof() || row->Value("SERVICEITEM").is_null()) return false;
+        return row->Value("SERVICEITEM").to_boolean();
+      });
+}
 
 }  // namespace mercato

@@ -3,6 +3,8 @@
 #include <array>
 #include <atomic>
 
+#include "catalog/catalog.h"
+#include "catalog/t_catalog.h"
 #include "classification/hazardous_class.h"
 #include "classification/property.h"
 #include "classification/property_group.h"
@@ -58,9 +60,9 @@ class TableClassObject final : public ClassObject {
 
 std::span<const ClassTable* const> library_classes() {
   static const std::array classes = {
-      &HazardousClass::table(),  &Product::table(),       &ProductXML::table(),
-      &Property::table(),        &PropertyGroup::table(), &RPropertyGroup::table(),
-      &THazardousClass::table(), &TUnit::table(),         &Unit::table(),
+      &Catalog::table(),         &HazardousClass::table(), &Product::table(),        &ProductXML::table(),
+      &Property::table(),        &PropertyGroup::table(),  &RPropertyGroup::table(), &TCatalog::table(),
+      &THazardousClass::table(), &TUnit::table(),          &Unit::table(),
   };
   return classes;
 }

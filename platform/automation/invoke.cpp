@@ -13,10 +13,13 @@ void complete(std::vector<Variant>& arguments, const ClassTable& table, const Me
   if (arguments.size() > method.arguments.size())
     raise(error_number::kWrongNumberOfArguments, {},
           label + " takes at most " + std::to_string(method.arguments.size()) + " arguments");
+  const std::size_t given = arguments.size();
   arguments.resize(method.arguments.size(), kMissing);
   for (std::size_t position = 0; position < arguments.size(); ++position) {
     if (!arguments[position].is_missing()) continue;
     const ArgumentInfo& argument = method.arguments[position];
+    // Where any value is taken, a caller may hand Missing on.
+    if (position < given && !argument.optional && argument.type == InterfaceType<Variant>::name) continue;
     if (!argument.optional)
       raise(error_number::kArgumentNotOptional, {}, label + ": argument " + argument.name + " is not optional");
     arguments[position] = argument.default_value;

@@ -1,0 +1,57 @@
+#include "catalog/t_catalog.h"
+
+#include "frame/lib_mts.h"
+#include "frame/lib_sql.h"
+#include "frame/method.h"
+#include "frame/types/text.h"
+
+namespace mercato {
+
+const ClassTable& TCatalog::table() {
+  static const ClassTable table =
+      ClassTable::of<TCatalog>("Mercato.TCatalog", "{6B1D9C52-7E0A-4C41-9E1B-2A54F0D3A10A}",
+                               TransactionAttribute::required)
+          .method("InsertProductCategory", &TCatalog::InsertProductCategory, {"i_aFields", "i_aValues"})
+          .method("UpdateProductCategory", &TCatalog::UpdateProductCategory, {"i_aFields", "i_aValues"})
+          .method("DeleteProductCategory", &TCatalog::DeleteProductCategory, {"iCategoryID"})
+          .implements_referential_integrity(&TCatalog::IReferentialIntegrity_BeforeDelete,
+                                            &TCatalog::IReferentialIntegrity_Exists);
+  return table;
+}
+
+ConnectionPtr TCatalog::GetConnection() { return open_connection(shared_connection_string()); }
+
+bool TCatalog::IReferentialIntegrity_BeforeDelete(const Variant&, const Array&, const Array&) {
+  Mts_SetComplete();
+  return true;
+}
+
+bool TCatalog::IReferentialIntegrity_Exists(const Variant&, const Array& iFields, const Array& iValues) {
+  ConnectionPtr connection;
+  return method(
+      [&] {
+        bool exists = false;
+        if (!iFields.items.empty()) {
+          const std::string field = iFields.at(iFields.lower).to_text();
+          const std::string key = iValues.at(iFields.lower).to_text();
+          const std::string known = text::to_upper(field);
+          Sql sql;
+          if (known == "CATEGORYID")
+            sql << "SELECT * FROM PRODUCTCATEGORY WHERE " << name(field) << " = " << value(key);
+          else if (known == "BUSINESSPARTNERID")
+            sql << "SELECT BUSINESSPARTNERID FROM CATALOGNODEBYBP WHERE " << name(field) << " = " << value(key);
+          // For another name the statement stays empty, and the store refuses it.
+          connection = GetConnection();
+          exists = !connection->Execute(sql)->Eof();
+          Sql_CloseConnection(connection);
+        }
+        Mts_SetComplete();
+        return exists;
+      },
+      Tail{"Mercato.Catalog.Exists", [&] {
+             Sql_CloseConnection(connection);
+             Mts_SetAbort();
+           }});
+}
+
+}  // namespace mercato

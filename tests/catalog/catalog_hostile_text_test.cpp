@@ -1,0 +1,165 @@
+// No text that reaches the product categories can change what a statement does.
+#include <gtest/gtest.h>
+
+#include "frame/types/text.h"
+#include "tests/catalog/catalog_fixture.h"
+#include "tests/support/hostile_texts.h"
+
+namespace mercato::test {
+namespace {
+
+bool is_unstorable(const std::string& text) { return text.find('\0') != std::string::npos || !text::is_valid(text); }
+
+class CatalogHostileText : public CatalogTest {
+ protected:
+  void SetUp() override {
+    CatalogTest::SetUp();
+    add_category("tools", "'2711'");
+    add_product("2711");
+    link(1, 1, 1);
+    execute({"INSERT INTO VISIBILITIESBYCATEGORY (CATEGORYID, VISIBILITYID) VALUES (1, 7)",
+             "INSERT INTO FAQVISIBILITY (VISIBILITYID, VISIBILITYDESCRIPTION) VALUES (7, 'public')"});
+    implement_unspsc("Yes");
+  }
+};
+
+TEST_F(CatalogHostileText, InTheReadsLeavesAllTablesAsTheyWere) {
+  const auto before = all_rows();
+  for (const std::string& text : hostile_texts()) {
+    const std::pair<const char*, std::vector<Variant>> calls[] = {
+        {"GetProductCategoryData", {Variant(), text, 5}},
+        {"GetProductCategoryData", {Variant(), "", 5, Array{text}}},
+        {"GetProductCategoryData", {Variant(), "", 5, kMissing, text}},
+        {"GetVisibleProductCategories", {Array{text}}},
+        {"GetVisibilitiesByCategories", {Array{text}}},
+        {"GetJoinVisibilitiesByCategories", {Array{text}}},
+        {"GetVisibilityDescByID", {Array{text}}},
+        {"GetProductCategoriesByName", {text}},
+    };
+    for (const auto& [method, given] : calls) {
+      std::vector<Variant> arguments = given;
+      try {
+        invoke(catalog_.object(), method, arguments);
+      } catch (const Raised&) {
+        // Refused: as good as harmless.
+      }
+    }
+    ASSERT_EQ(all_rows(), before) << text.substr(0, 40);
+  }
+}
+
+TEST_F(CatalogHostileText, InPlaceOfAnIdIsRefusedByTheStore) {
+  for (const std::string& text : hostile_texts()) {
+    if (text == "''") continue;  // one whole literal is no harm
+    SCOPED_TRACE(text.substr(0, 40));
+    for (const char* method : {"GetVisibleProductCategories", "GetVisibilitiesByCategories",
+                               "GetJoinVisibilitiesByCategories", "GetVisibilityDescByID"})
+      EXPECT_EQ(raised_by([&] { invoke(catalog_.object(), method, {Array{text}}); }).Number,
+                error_number::kStatementRefused)
+          << method;
+    // A list is the caller's own: a query in brackets may stand in it.
+    if (text == "(SELECT MAX(PRODUCTID) FROM PRODUCT)") continue;
+    EXPECT_EQ(raised_by([&] { catalog_->GetProductCategoryData(nullptr, "", 5, Array{text}); }).Number,
+              error_number::kStatementRefused);
+  }
+}
+
+TEST_F(CatalogHostileText, AsANameOfACategoryIsOnePatternThatFindsNothing) {
+  for (const std::string& text : hostile_texts()) {
+    if (text.find('*') != std::string::npos) continue;
+    SCOPED_TRACE(text.substr(0, 40));
+    try {
+      EXPECT_TRUE(catalog_->GetProductCategoriesByName(text).is_null());
+    } catch (const Raised& failure) {
+      EXPECT_EQ(failure.error().Number, error_number::kStatementRefused);
+      EXPECT_TRUE(is_unstorable(text));
+    }
+  }
+}
+
+TEST_F(CatalogHostileText, AsAFieldNameIsNoColumn) {
+  const auto before = all_rows();
+  for (const std::string& text : hostile_texts()) {
+    EXPECT_EQ(raised_by([&] { t_catalog_->InsertProductCategory(Array{text}, Array{"x"}); }).Number,
+              error_number::kNoSuchField);
+    EXPECT_EQ(raised_by([&] {
+                t_catalog_->UpdateProductCategory(Array{"CATEGORYID", text}, Array{1, "x"});
+              }).Number,
+              error_number::kNoSuchField);
+  }
+  EXPECT_EQ(all_rows(), before);
+}
+
+TEST_F(CatalogHostileText, AsANameIsThisOneRowOrNone) {
+  for (const std::string& text : hostile_texts()) {
+    SCOPED_TRACE(text.substr(0, 40));
+    const auto before = all_rows();
+    try {
+      t_catalog_->InsertProductCategory(Array{"CATEGORYNAME"}, Array{text});
+    } catch (const Raised&) {
+      EXPECT_EQ(all_rows(), before);
+      continue;
+    }
+    auto after = all_rows();
+    ASSERT_EQ(after["PRODUCTCATEGORY"].size(), 2u);
+    EXPECT_EQ(after["PRODUCTCATEGORY"].back()[1], Variant(text));
+    after["PRODUCTCATEGORY"].pop_back();
+    EXPECT_EQ(after, before);
+    execute({"DELETE FROM PRODUCTCATEGORY WHERE CATEGORYID <> 1"});
+  }
+}
+
+TEST_F(CatalogHostileText, AsACodeReachesTheCategorysOwnRowsOnly) {
+  for (const std::string& text : hostile_texts()) {
+    SCOPED_TRACE(text.substr(0, 40));
+    const auto before = all_rows();
+    try {
+      t_catalog_->InsertProductCategory(Array{"CATEGORYNAME", "UNSPSCCODE"}, Array{"new", text});
+    } catch (const Raised&) {
+      EXPECT_EQ(all_rows(), before);
+      continue;
+    }
+    auto after = all_rows();
+    ASSERT_EQ(after["PRODUCTCATEGORY"].size(), 2u);
+    EXPECT_EQ(after["PRODUCTCATEGORY"].back()[2], Variant(text));
+    after["PRODUCTCATEGORY"].pop_back();
+    // No product has such a code; but wildcards in it work, as for any code.
+    std::erase_if(after["PRODUCTSBYCATEGORY"], [](const auto& link) { return link[1] != Variant(1); });
+    EXPECT_EQ(after, before);
+    execute(
+        {"DELETE FROM PRODUCTCATEGORY WHERE CATEGORYID <> 1", "DELETE FROM PRODUCTSBYCATEGORY WHERE CATEGORYID <> 1"});
+  }
+}
+
+TEST_F(CatalogHostileText, AsACodeInTheStoreNeverGetsOutOfItsLiteral) {
+  for (const std::string text : {"'", "' OR '1'='1", "') OR (1=1", "'; DROP TABLE X"}) {
+    const auto before = all_rows();
+    std::string quoted = text::replace_all(text, "'", "''");
+    execute({"UPDATE PRODUCTCATEGORY SET UNSPSCCODE = '" + quoted + "'"});
+    const auto with_code = all_rows();
+    // The stored code is the old one of the update, and goes into a statement as it stands.
+    EXPECT_EQ(raised_by([&] { t_catalog_->UpdateProductCategory(Array{"CATEGORYID"}, Array{1}); }).Number,
+              error_number::kStatementRefused);
+    EXPECT_EQ(all_rows(), with_code);
+    execute({"UPDATE PRODUCTCATEGORY SET UNSPSCCODE = '2711'"});
+    EXPECT_EQ(all_rows(), before);
+  }
+}
+
+TEST_F(CatalogHostileText, ForAReferenceCheckerIsRefused) {
+  const auto before = all_rows();
+  for (const std::string& text : hostile_texts()) {
+    SCOPED_TRACE(text.substr(0, 40));
+    const auto exists = [&](const Variant& field, const Variant& value) {
+      invoke(t_catalog_.object(), "IReferentialIntegrity_Exists", {Variant(), Array{field}, Array{value}});
+    };
+    EXPECT_EQ(raised_by([&] { exists(text, 1); }).Number, error_number::kStatementRefused);
+    if (text == "''") continue;  // one whole literal is no harm
+    EXPECT_EQ(raised_by([&] { exists("CATEGORYID", text); }).Number, error_number::kStatementRefused);
+    EXPECT_EQ(raised_by([&] { exists("BUSINESSPARTNERID", text); }).Number, error_number::kStatementRefused);
+  }
+  EXPECT_EQ(all_rows(), before);
+}
+
+}  // namespace
+}  // namespace mercato::test
