@@ -4,12 +4,14 @@
 
 namespace mercato::classification {
 
+std::int16_t short_count(std::int64_t rows) {
+  if (rows > std::numeric_limits<std::int16_t>::max()) raise(error_number::kOverflow);
+  return static_cast<std::int16_t>(rows);
+}
+
 std::int16_t delete_rows(ConnectionPtr& connection, const Sql& sql) {
   connection = open_connection(shared_connection_string());
-  std::int64_t affected = 0;
-  connection->ExecuteAffecting(sql, affected);
-  if (affected > std::numeric_limits<std::int16_t>::max()) raise(error_number::kOverflow);
-  return static_cast<std::int16_t>(affected);
+  return short_count(execute_and_close(connection, sql));
 }
 
 }  // namespace mercato::classification

@@ -1,6 +1,7 @@
-// What the units and the hazardous classes share: small code tables whose rows are listed, looked up and deleted.
+// What the classes of small tables share: how their rows are listed, looked up and deleted.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -64,7 +65,9 @@ inline bool is_unused(std::string_view label, const Sql& products_that_refer, Ta
            }});
 }
 
-// Runs a delete and returns the number of rows, which is 16 bits wide: raises 6 beyond it.
+// The number of rows that a delete reports, which is kept in 16 bits: raises 6 beyond them.
+std::int16_t short_count(std::int64_t rows);
+// Runs a delete on a connection of its own and returns that number.
 std::int16_t delete_rows(ConnectionPtr& connection, const Sql& sql);
 
 }  // namespace mercato::classification

@@ -24,7 +24,6 @@ bool THazardousClass::Delete(std::string& iClassCode) {
         sql << "DELETE FROM HAZARDOUSCLASS WHERE CLASSCODE = N'" << value(Gen_QuoteSql(iClassCode)) << "'";
         if (classification::delete_rows(connection, sql) == 0)
           raise(eHazardousClassNotFound, "Mercato.THazardousClass.Delete", "HazardousClass not found");
-        Sql_CloseConnection(connection);
         Mts_SetComplete();
         return true;
       },

@@ -27,7 +27,6 @@ bool TUnit::Delete(std::string& iUnitCode) {
         sql << "DELETE FROM UNIT WHERE UNITCODE = '" << value(Gen_QuoteSql(iUnitCode)) << "'";
         if (classification::delete_rows(connection, sql) == 0)
           raise(eUnitNotFound, "Mercato.Unit.Delete", "Unit not found");
-        Sql_CloseConnection(connection);
         checker.release();
         Mts_SetComplete();
         return true;

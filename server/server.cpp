@@ -4,6 +4,9 @@
 #include <atomic>
 
 #include "classification/hazardous_class.h"
+#include "classification/property.h"
+#include "classification/property_group.h"
+#include "classification/r_property_group.h"
 #include "classification/t_hazardous_class.h"
 #include "classification/t_unit.h"
 #include "classification/unit.h"
@@ -55,8 +58,9 @@ class TableClassObject final : public ClassObject {
 
 std::span<const ClassTable* const> library_classes() {
   static const std::array classes = {
-      &HazardousClass::table(),  &Product::table(), &ProductXML::table(),
-      &THazardousClass::table(), &TUnit::table(),   &Unit::table(),
+      &HazardousClass::table(),  &Product::table(),       &ProductXML::table(),
+      &Property::table(),        &PropertyGroup::table(), &RPropertyGroup::table(),
+      &THazardousClass::table(), &TUnit::table(),         &Unit::table(),
   };
   return classes;
 }

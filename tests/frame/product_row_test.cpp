@@ -279,7 +279,7 @@ TEST_F(ProductRow, StampIsTheCurrentDateAndTime) {
   EXPECT_EQ(row->Value("DATEUPDATED"), Variant(now));
 }
 
-// Stands in for the class of this name, which is not there yet.
+// Stands in for the class of this name: whether it is called, and with what, is all that counts here.
 class GroupChanges : public ComponentOf<GroupChanges> {
  public:
   static const ClassTable& table() {

@@ -7,7 +7,6 @@
 
 #include "frame/lib_error_handling.h"
 #include "frame/lib_sql.h"
-#include "platform/automation/registry.h"
 #include "tests/product/product_fixture.h"
 #include "tests/support/expected_failure.h"
 
@@ -27,19 +26,6 @@ constexpr const char* kBadReference =
 constexpr const char* kNoText = "Application-defined or object-defined error";
 
 using Calls = std::vector<ComponentCall>;
-
-// Stands in for the class of this name where it is not there: the recorders answer for it.
-class PropertyGroups : public ComponentOf<PropertyGroups> {
- public:
-  static const ClassTable& table() {
-    static const ClassTable table =
-        ClassTable::of<PropertyGroups>("Mercato.PropertyGroup", "{3D9A1C70-5B42-4E0F-8C17-96E2F40B7A58}",
-                                       TransactionAttribute::required)
-            .method("UpdateGroupChange", &PropertyGroups::UpdateGroupChange, {"iPropertyGroupId", "iProductID"});
-    return table;
-  }
-  void UpdateGroupChange(std::int32_t, std::int32_t) { FAIL() << "nobody answered"; }
-};
 
 // Makes UpdateGroupChange a call that only the recorder answers.
 class RecorderOfGroups : public Recorder {
@@ -75,20 +61,21 @@ class ProductMaintenance : public ProductTest {
  protected:
   void SetUp() override {
     ProductTest::SetUp();
-    if (!registered_class(PropertyGroups::table().prog_id())) register_class(PropertyGroups::table());
     shared_connection_string_of_application();  // looked up here, so that no test records the look-up
     clock::script_clock(now_, 0);
     execute({"INSERT INTO USERS (USERID, ISACTIVE, ISBUYER) VALUES ('ann', 1, 1)",
              "INSERT INTO USERS (USERID, ISACTIVE, ISBUYER) VALUES ('bob', 1, 1)",
              "INSERT INTO BUSINESSPARTNER (BUSINESSID) VALUES ('ACME')",
+             "INSERT INTO PROPERTY (PROPERTYNAME, DEFAULTVALUE) VALUES ('COLOUR', 'any')",
+             "INSERT INTO PROPERTY (PROPERTYNAME, DEFAULTVALUE) VALUES ('LENGTH', '10')",
+             "INSERT INTO PROPERTYGROUP (PROPERTYGROUPNAME) VALUES ('pens')",
+             "INSERT INTO PROPERTYGROUP (PROPERTYGROUPNAME) VALUES ('inks')",
+             "INSERT INTO PROPSBYPROPGROUP (PROPERTYGROUPID, PROPERTYID) VALUES (1, 1)",
+             "INSERT INTO PROPSBYPROPGROUP (PROPERTYGROUPID, PROPERTYID) VALUES (1, 2)",
+             "INSERT INTO PROPSBYPROPGROUP (PROPERTYGROUPID, PROPERTYID) VALUES (2, 1)",
              "INSERT INTO PRODUCTCATEGORY (CATEGORYNAME, UNSPSCCODE) VALUES ('pens', '10')",
              "INSERT INTO PRODUCTCATEGORY (CATEGORYNAME, UNSPSCCODE) VALUES ('red pens', '1020')",
              "INSERT INTO PRODUCTCATEGORY (CATEGORYNAME, UNSPSCCODE) VALUES ('blue pens', '1030')"});
-  }
-
-  void TearDown() override {
-    unregister_class(PropertyGroups::table());
-    ProductTest::TearDown();
   }
 
   static void set_unspsc_setting(const Variant& value) {
@@ -113,6 +100,10 @@ class ProductMaintenance : public ProductTest {
     for (const auto& row : rows("SELECT CATEGORYID FROM PRODUCTSBYCATEGORY WHERE PRODUCTID=1 ORDER BY CATEGORYID"))
       ids.push_back(row[0].to_long());
     return ids;
+  }
+  // Property and value of the first product.
+  std::vector<std::vector<Variant>> property_values() const {
+    return rows("SELECT PROPERTYID, VALUE FROM PRODUCTPROPVALUE WHERE PRODUCTID=1 ORDER BY PROPERTYID");
   }
   Outcome outcome() const { return product_.context().outcome_of_last_call(); }
 
@@ -444,6 +435,29 @@ TEST_F(ProductMaintenance, FailureBehindTheWritingOfANewProductLeavesItsRowToThe
   EXPECT_EQ(count("PRODUCT"), 1);
 }
 
+TEST_F(ProductMaintenance, NewProductHasTheDefaultsOfItsGroup) {
+  EXPECT_EQ(product_->Insert20(fields({"PROPERTYGROUPID"}), values({1})), 1);
+  EXPECT_EQ(vote(), Vote::commit);
+  EXPECT_EQ(property_values(), (std::vector<std::vector<Variant>>{{1, "any"}, {2, "10"}}));
+}
+
+// The group votes abort itself, and so decides for the row too.
+TEST_F(ProductMaintenance, FailureOfItsGroupsOwnTakesANewProductBack) {
+  {
+    Root<Product> fresh;
+    Recorder recorder;
+    recorder.fail_on = "INSERT INTO PRODUCTPROPVALUE";
+    const RaisedError raised = raised_by([&] { fresh->Insert20(fields({"PROPERTYGROUPID"}), values({1})); });
+    EXPECT_EQ(raised.Number, error_number::kStatementRefused);
+    const ExpectedFailure expected("80040E14", "Test", "refused on request", {kGroupChange, kInsertLabel});
+    EXPECT_EQ(raised.Description, expected.description);
+    EXPECT_EQ(recorder.log, expected.log);
+    EXPECT_EQ(fresh.context().vote_of_last_call(), Vote::none);
+  }
+  EXPECT_EQ(count("PRODUCT"), 0);
+  EXPECT_EQ(count("PRODUCTPROPVALUE"), 0);
+}
+
 TEST_F(ProductMaintenance, RefusedStatementOfAnInsertIsLoggedUnderItsLabelWithoutAVote) {
   Recorder recorder;
   recorder.fail_on = kSelectNew;
@@ -720,6 +734,16 @@ TEST_F(ProductUpdate, FromNoGroupToZeroIsNoMove) {
   EXPECT_TRUE(product_->Update20(1, Array{"PROPERTYGROUPID"}, Array{0}));
   EXPECT_TRUE(recorder.group_changes().empty());
   EXPECT_EQ(product("PROPERTYGROUPID"), Variant(0));
+}
+
+TEST_F(ProductUpdate, FromGroupToGroupKeepsTheValuesThatBothKnow) {
+  EXPECT_TRUE(product_->Update20(1, Array{"PROPERTYGROUPID"}, Array{1}));
+  EXPECT_EQ(property_values(), (std::vector<std::vector<Variant>>{{1, "red"}, {2, "10"}}));
+  EXPECT_TRUE(product_->Update20(1, Array{"PROPERTYGROUPID"}, Array{2}));
+  EXPECT_EQ(property_values(), (std::vector<std::vector<Variant>>{{1, "red"}}));
+  EXPECT_TRUE(product_->Update20(1, Array{"PROPERTYGROUPID"}, Array{-1}));
+  EXPECT_TRUE(property_values().empty());
+  EXPECT_EQ(value_of("SELECT VALUE FROM PRODUCTPROPVALUE WHERE PRODUCTID=2"), Variant("blue"));
 }
 
 TEST_F(ProductUpdate, WhoseGroupFailsAfterTheRowWasWrittenTakesTheRowBack) {

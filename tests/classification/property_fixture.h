@@ -1,0 +1,114 @@
+// A store with properties, groups and products with values, and what calls and failures of the property classes have in
+// common.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "frame/lib_error_handling.h"
+#include "platform/automation/invoke.h"
+#include "platform/transactions/object_context.h"
+#include "tests/support/messages.h"
+#include "tests/support/store_fixture.h"
+
+namespace mercato::test {
+
+using Statements = std::vector<std::string>;
+using Calls = std::vector<ComponentCall>;
+using Log = std::vector<LogEntry>;
+using Rows = std::vector<std::vector<Variant>>;
+
+inline const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";
+inline const std::string kRefused = "refused on request";
+inline const std::string kCheckBeforeDelete = "Grundwerk.ReferentialChecker.CheckBeforeDelete";
+// What the first connection of a thread asks.
+inline const Calls kConnectionStringCalls = {{"Grundwerk.Configuration.PrepareConnections", {false}},
+                                             {"Grundwerk.Configuration.GetConnectionStringOf", {"Mercato"}}};
+
+inline Calls operator+(Calls left, const Calls& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+// Refuses the statement with that number, counted from 1, so that the one among several that read alike can be chosen.
+class RefusingRecorder : public Recorder {
+ public:
+  explicit RefusingRecorder(std::size_t number) : number_(number) {}
+  void on_statement(std::string_view text, bool by_library) override {
+    Recorder::on_statement(text, by_library);
+    if (by_library && statements.size() == number_) raise(error_number::kStatementRefused, "Test", kRefused);
+  }
+
+ private:
+  std::size_t number_;
+};
+// The statements up to that number.
+inline Statements first_of(const Statements& statements, std::size_t number) {
+  return {statements.begin(), statements.begin() + static_cast<std::ptrdiff_t>(number)};
+}
+
+class PropertyStoreTest : public StoreTest {
+ protected:
+  // Values of columns stand as they do in a statement.
+  void add_property(int id, const std::string& name, int type = 1, const std::string& default_value = "NULL",
+                    bool external = false) const {
+    execute({"INSERT INTO PROPERTY (PROPERTYID, PROPERTYNAME, DATATYPE, DEFAULTVALUE, EXTERNAL) VALUES (" +
+             std::to_string(id) + ", '" + name + "', " + std::to_string(type) + ", " + default_value + ", " +
+             (external ? "1" : "0") + ")"});
+  }
+  void add_enum(int property, int sequence, const std::string& text) const {
+    execute({"INSERT INTO PROPERTYENUM (PROPERTYID, SEQUENCEID, VALUE) VALUES (" + std::to_string(property) + ", " +
+             std::to_string(sequence) + ", " + text + ")"});
+  }
+  void add_group(int id, const std::string& name, std::initializer_list<int> properties = {}) const {
+    execute({"INSERT INTO PROPERTYGROUP (PROPERTYGROUPID, PROPERTYGROUPNAME) VALUES (" + std::to_string(id) + ", '" +
+             name + "')"});
+    for (const int property : properties)
+      execute({"INSERT INTO PROPSBYPROPGROUP (PROPERTYGROUPID, PROPERTYID) VALUES (" + std::to_string(id) + ", " +
+               std::to_string(property) + ")"});
+  }
+  void add_product(int id, int group) const {
+    execute({"INSERT INTO PRODUCT (PRODUCTID, PARTNUMBER, PRODUCTDESCRIPTION, PROPERTYGROUPID) VALUES (" +
+             std::to_string(id) + ", 'P', 'product', " + std::to_string(group) + ")"});
+  }
+  void add_value(int property, int product, const std::string& text) const {
+    execute({"INSERT INTO PRODUCTPROPVALUE (PROPERTYID, PRODUCTID, VALUE) VALUES (" + std::to_string(property) + ", " +
+             std::to_string(product) + ", '" + text + "')"});
+  }
+  // All values: product, property, text.
+  Rows values() const {
+    return rows("SELECT PRODUCTID, PROPERTYID, VALUE FROM PRODUCTPROPVALUE ORDER BY PRODUCTID, PROPERTYID");
+  }
+
+  // The failure that the store makes of a statement refused on request, as it leaves through the tails with these
+  // labels, innermost first, and what the log has of it.
+  static std::pair<RaisedError, Log> refusal_under(std::initializer_list<std::string> labels) {
+    return failure_under({error_number::kStatementRefused, "Test", kRefused, "", 0}, "80040E14", labels);
+  }
+  static std::pair<RaisedError, Log> failure_under(RaisedError failure, const std::string& number,
+                                                   std::initializer_list<std::string> labels) {
+    Log log;
+    for (const std::string& label : labels) {
+      failure.Description = message(number, label, failure.Description);
+      log.push_back({failure.Source, message(number, label, failure.Description), 0});
+    }
+    return {failure, log};
+  }
+  // The same for a failure with its number's customary text.
+  static std::pair<RaisedError, Log> customary_failure_under(std::int32_t number, const std::string& hexadecimal,
+                                                             std::initializer_list<std::string> labels) {
+    return failure_under({number, "Mercato", std::string(error_number::default_description(number)), "", 0},
+                         hexadecimal, labels);
+  }
+
+  template <class Work>
+  static std::pair<RaisedError, Log> failure_of(Recorder& recorder, Work work) {
+    recorder.log.clear();
+    const RaisedError raised = raised_by(work);
+    return {raised, recorder.log};
+  }
+};
+
+}  // namespace mercato::test
