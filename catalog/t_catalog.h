@@ -12,7 +12,6 @@
 
 #include "frame/component.h"
 #include "frame/connection.h"
-#include "frame/recordset.h"
 
 namespace mercato {
 

@@ -247,14 +247,18 @@ class Product : public ComponentOf<Product> {
   DictionaryPtr GetBuyersForProducts(const Array& i_aProductList);
 
   // Commodities, manufacturers, tax codes, and paged lists (product_reference_tables.cpp). The paged lists return a
-  // DRecordset that stands on the page's position; `i_oPage` may be nothing. Raise 6 for a page size beyond 16 bits.
+  // DRecordset that stands on the page's position; `i_oPage` may be nothing. Raise 6 for a page size beyond 16 bits, 5
+  // for sort fields that are no columns of the list and for a state that no DRecordset wrote.
 
-  // Fields, sort fields, key fields and condition are the caller's own. Page size 0 is 10.
+  // Fields, sort fields, key fields and condition are the caller's own. Page size 0 is 10. Raises 0x80040E14 for fields
+  // or a condition that are more than that.
   ComponentPtr GetProductsAsDRecordSet(const ComponentPtr& i_oPage, const std::string& i_sPersistedStateInfo,
                                        std::int32_t i_lPageSize, const std::string& i_sFields,
                                        const std::string& i_sSortFields, const std::string& i_sKeyFields,
                                        const std::string& i_sWhereClause);
-  // No vote; the tails only log and raise.
+  // All rows, or those with the codes in the array. No vote; the tails only log and raise. Raise 13 for codes that are
+  // no array. An empty order leaves a list of commodities in the one that its state has, and takes it from a list of
+  // manufacturers.
   ComponentPtr GetCommodityData(const ComponentPtr& i_oPage, const std::string& i_sPersistedStateInfo,
                                 std::int32_t i_iPageSize, const Variant& i_asCommodityCodes = kMissing,
                                 const std::string& i_sSortTableFieldNames = "");

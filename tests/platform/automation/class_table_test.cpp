@@ -186,6 +186,12 @@ TEST_F(Automation, AMissingArgumentThatIsNotOptionalFails) {
   EXPECT_EQ(failure("Sum", {kMissing, 2}).Number, 449);
 }
 
+TEST_F(Automation, MissingMayBeHandedOnWhereAnyValueIsTaken) {
+  EXPECT_EQ(invoke(sample_, "IReferentialIntegrity_Exists", {kMissing, Array{"A"}, Array{1}}), Variant(true));
+  EXPECT_EQ(failure("IReferentialIntegrity_Exists", {}).Number, 449);
+  EXPECT_EQ(failure("IReferentialIntegrity_Exists", {Variant(), kMissing, Array{}}).Number, 449);
+}
+
 TEST_F(Automation, TooManyArgumentsFail) {
   EXPECT_EQ(failure("Sum", {1, 2, 3, 4}),
             (RaisedError{450, "Mercato", "Test.Sample.Sum takes at most 3 arguments", "", 0}));
