@@ -370,6 +370,14 @@ TEST_F(ProductMaintenance, NameInAnotherCaseEscapesItsRuleAndReachesItsColumn) {
   EXPECT_EQ(recorder.group_changes(), (std::vector<std::vector<Variant>>{{0, 1}}));
 }
 
+TEST_F(ProductMaintenance, NewProductMayBringItsOwnIdUnlessItIsTaken) {
+  EXPECT_EQ(product_->Insert20(fields({"PRODUCTID"}), values({77})), 77);
+  EXPECT_EQ(product("PARTNUMBER", 77), Variant("A1"));
+  EXPECT_EQ(raised_by([&] { product_->Insert20(fields({"PRODUCTID"}), values({77})); }).Number,
+            error_number::kConstraintViolated);
+  EXPECT_EQ(product_->Insert20(fields(), values()), 78);
+}
+
 TEST_F(ProductMaintenance, CallersArraysStayAsTheyWere) {
   std::vector<Variant> arguments = {fields({"GTIN", "URL"}), values({"123", " "})};
   const std::vector<Variant> before = arguments;
