@@ -386,12 +386,11 @@ TEST_F(ProductMaintenance, CallersArraysStayAsTheyWere) {
 }
 
 TEST_F(ProductMaintenance, NewProductThatRefersToNobodyIsNotWrittenAndSaysSoInItsSource) {
-  for (const auto& [supplier, user] : {std::pair(Variant(7), Variant("ann")), std::pair(Variant(1), Variant("cid"))}) {
+  for (const Array& references : {Array{7, "ann"}, Array{1, "cid"}}) {
+    const Array given = values({references.at(0), references.at(1)});
     Root<Product> fresh;
     Recorder recorder;
-    const RaisedError raised = raised_by([&] {
-      fresh->Insert20(fields({"BUSINESSPARTNERID", "USERID"}), values({supplier, user}));
-    });
+    const RaisedError raised = raised_by([&] { fresh->Insert20(fields({"BUSINESSPARTNERID", "USERID"}), given); });
     const ExpectedFailure expected("80040007", kBadReference, kNoText, {kInsertLabel});
     EXPECT_EQ(raised, (RaisedError{kInvalidReference, kBadReference, expected.description, "", 0}));
     EXPECT_EQ(recorder.log, expected.log);
