@@ -74,12 +74,6 @@ std::int32_t named_category(const Variant& given_fields, const Variant& given_va
   return 0;
 }
 
-bool is_unspsc_implemented() {
-  grundwerk::Configuration configuration("Grundwerk.configuration");
-  configuration.PrepareParameters(false);
-  return configuration.GetParameter("COMMONPARAMETERS", "UNSPSCIMPLEMENTED") == Variant("Yes");
-}
-
 std::string empty_for_null(const Variant& code) { return code.is_null() ? std::string() : code.to_text(); }
 
 }  // namespace
@@ -192,7 +186,7 @@ bool TCatalog::InsertProductCategory(const Variant& i_aFields, const Variant& i_
         opened.rows->Update();
         const std::int32_t id = opened.rows->Value(kCategoryColumn).to_long();
         opened.close();
-        if (is_unspsc_implemented()) UpdateProductCategoryLinksForUNSPSCCode(id, "", empty_for_null(code), true);
+        if (unspsc_links_wanted()) UpdateProductCategoryLinksForUNSPSCCode(id, "", empty_for_null(code), true);
         Mts_SetComplete();
         return true;
       },
@@ -219,7 +213,7 @@ bool TCatalog::UpdateProductCategory(const Variant& i_aFields, const Variant& i_
         opened.rows->Update();
         opened.close();
         // An update that does not mention the code treats the links as if it had been cleared.
-        if (is_unspsc_implemented())
+        if (unspsc_links_wanted())
           UpdateProductCategoryLinksForUNSPSCCode(id, empty_for_null(old_code), empty_for_null(new_code), false);
         Mts_SetComplete();
         return true;

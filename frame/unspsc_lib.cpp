@@ -3,6 +3,7 @@
 #include <limits>
 #include <string_view>
 
+#include "frame/contracts.h"
 #include "frame/lib_general.h"
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"
@@ -90,6 +91,12 @@ DictionaryPtr id_set(std::string_view label, TailCloses closes, const Sql& sql, 
 }
 
 }  // namespace
+
+bool unspsc_links_wanted() {
+  grundwerk::Configuration configuration("Grundwerk.configuration");
+  configuration.PrepareParameters(false);
+  return configuration.GetParameter("COMMONPARAMETERS", "UNSPSCIMPLEMENTED") == Variant("Yes");
+}
 
 DictionaryPtr GetProductCategoriesForUNSPSCCode(const std::string& code) {
   const std::size_t length = text::length(code);

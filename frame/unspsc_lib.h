@@ -11,6 +11,9 @@
 
 namespace mercato {
 
+// Whether the deployment wants the links: the setting UNSPSCIMPLEMENTED is "Yes", exactly.
+bool unspsc_links_wanted();
+
 // A product's code has changed: links to categories of the old code go, links to categories of the new code come, each
 // at the end of its category; what both codes share stays. Equal codes do nothing. With `is_new` no link is looked for,
 // so that one that exists is refused by the table's key (0x80040E2F).

@@ -12,8 +12,11 @@
 
 namespace mercato {
 
-template <class Open, class Statement, class Read>
-auto read_and_vote(std::string_view label, CursorType cursor, Open open, Statement statement, Read read) {
+namespace detail {
+
+template <class Open, class Statement, class Read, class Complete, class Abort>
+auto read_rows(std::string_view label, CursorType cursor, Open open, Statement statement, Read read, Complete complete,
+               Abort abort) {
   Opened opened;
   return method(
       [&] {
@@ -22,28 +25,25 @@ auto read_and_vote(std::string_view label, CursorType cursor, Open open, Stateme
         opened.rows = open_read_only(sql, opened.connection, cursor);
         auto result = read(opened.rows);
         opened.close();
-        Mts_SetComplete();
+        complete();
         return result;
       },
       Tail{label, [&] {
              opened.close();
-             Mts_SetAbort();
+             abort();
            }});
+}
+
+}  // namespace detail
+
+template <class Open, class Statement, class Read>
+auto read_and_vote(std::string_view label, CursorType cursor, Open open, Statement statement, Read read) {
+  return detail::read_rows(label, cursor, open, statement, read, Mts_SetComplete, Mts_SetAbort);
 }
 
 template <class Open, class Statement, class Read>
 auto read_and_close(std::string_view label, CursorType cursor, Open open, Statement statement, Read read) {
-  Opened opened;
-  return method(
-      [&] {
-        const Sql sql = statement();
-        opened.connection = open();
-        opened.rows = open_read_only(sql, opened.connection, cursor);
-        auto result = read(opened.rows);
-        opened.close();
-        return result;
-      },
-      Tail{label, [&] { opened.close(); }});
+  return detail::read_rows(label, cursor, open, statement, read, no_steps, no_steps);
 }
 
 template <class Open, class Statement>

@@ -9,7 +9,6 @@ namespace {
 
 // The id of a product that was not inserted.
 constexpr std::int32_t kNotInserted = -1;
-constexpr std::string_view kLinksWanted = "Yes";
 
 // Supplier and default buyer must exist, where they are given.
 void require_references(const Recordset& row) {
@@ -19,14 +18,6 @@ void require_references(const Recordset& row) {
   // The sentence stands in the source, where callers look for it; there is no description.
   raise(kInvalidReference, "The product record you are trying to insert has an invalid reference to another record",
         {});
-}
-
-void update_category_links(std::int32_t product_id, const std::string& old_code, const std::string& new_code,
-                           bool is_new) {
-  grundwerk::Configuration configuration("Grundwerk.configuration");
-  configuration.PrepareParameters(false);
-  if (configuration.GetParameter("COMMONPARAMETERS", "UNSPSCIMPLEMENTED") != Variant(kLinksWanted)) return;
-  UpdateProductLinksForUNSPSCCode(product_id, old_code, new_code, is_new);
 }
 
 // One name more than the old signatures have values for, so that the array of values always runs out. And since
@@ -54,7 +45,7 @@ std::int32_t Product::Insert20(const Array& iFields, const Array& iValues) {
         const std::int32_t product_id = opened.rows->Value("PRODUCTID").to_long();
         create_group_values(*opened.rows, *written, product_id);
         opened.close();
-        update_category_links(product_id, "", written->unspsc_code, true);
+        if (unspsc_links_wanted()) UpdateProductLinksForUNSPSCCode(product_id, "", written->unspsc_code, true);
         Mts_SetComplete();
         return product_id;
       },
@@ -80,7 +71,8 @@ bool Product::Update20(std::int32_t iProductID, const Array& iFields, const Arra
         opened.rows->Update();
         follow_group_change(*opened.rows, *written, former.property_group, iProductID, *opened.connection);
         // A code that was not among the fields counts as cleared, whatever the row holds.
-        update_category_links(iProductID, former.unspsc_code, written->unspsc_code, false);
+        if (unspsc_links_wanted())
+          UpdateProductLinksForUNSPSCCode(iProductID, former.unspsc_code, written->unspsc_code, false);
         opened.close();
         Mts_SetComplete();
         return true;

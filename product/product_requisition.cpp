@@ -113,6 +113,19 @@ bool finds_a_row(Opened& opened, Open open, const Sql& sql) {
 // A Null asks for nothing, as 0 does.
 bool asks_for_nothing(const Variant& limit) { return Gen_NullToZero(limit) == 0; }
 
+// The one column that the statement reads of a product, 0 for Null and without a product.
+template <class Open>
+double limit_of(std::string_view label, Open open, LiteralPiece statement, std::int32_t product_id) {
+  return read_and_vote(
+      label, CursorType::forward_only, open,
+      [&] {
+        Sql sql;
+        sql << statement << product_id;
+        return sql;
+      },
+      [](const RecordsetPtr& row) { return row->Eof() ? 0.0 : Gen_NullToZero(row->Value(std::size_t{0})); });
+}
+
 bool is_multiple(const Decimal& quantity, double unrounded, double multiple) {
   const double times = std::nearbyint(unrounded / multiple);  // half to even
   return Decimal::of(times) * Decimal::of(multiple) == quantity;
@@ -213,25 +226,13 @@ bool Product::CheckLotSize(std::int32_t iProductID, double iQuantity) {
 }
 
 double Product::getMultipleOf(std::int32_t iProductID) {
-  return read_and_vote(
-      "Mercato.Product.getmultipleof", CursorType::forward_only, GetReadConnection,
-      [&] {
-        Sql sql;
-        sql << "SELECT MULTIPLEOF FROM PRODUCT WHERE PRODUCTID=" << iProductID;
-        return sql;
-      },
-      [](const RecordsetPtr& row) { return row->Eof() ? 0.0 : Gen_NullToZero(row->Value("MULTIPLEOF")); });
+  return limit_of("Mercato.Product.getmultipleof", GetReadConnection,
+                  "SELECT MULTIPLEOF FROM PRODUCT WHERE PRODUCTID=", iProductID);
 }
 
 double Product::getMinOrderQty(std::int32_t iProductID) {
-  return read_and_vote(
-      "Mercato.Product.getMinOrderQty", CursorType::forward_only, GetReadConnection,
-      [&] {
-        Sql sql;
-        sql << "SELECT MINORDERQTY FROM PRODUCT WHERE PRODUCTID=" << iProductID;
-        return sql;
-      },
-      [](const RecordsetPtr& row) { return row->Eof() ? 0.0 : Gen_NullToZero(row->Value("MINORDERQTY")); });
+  return limit_of("Mercato.Product.getMinOrderQty", GetReadConnection,
+                  "SELECT MINORDERQTY FROM PRODUCT WHERE PRODUCTID=", iProductID);
 }
 
 }  // namespace mercato
