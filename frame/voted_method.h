@@ -4,6 +4,8 @@
 // third form.
 #pragma once
 
+#include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "frame/lib_mts.h"
@@ -44,6 +46,36 @@ auto read_and_vote(std::string_view label, CursorType cursor, Open open, Stateme
 template <class Open, class Statement, class Read>
 auto read_and_close(std::string_view label, CursorType cursor, Open open, Statement statement, Read read) {
   return detail::read_rows(label, cursor, open, statement, read, no_steps, no_steps);
+}
+
+// A row that has to be there: without it the vote is abort, and the failure passes the tail, unlogged.
+struct MissingRow {
+  std::int32_t number;
+  std::string_view source;
+  std::string_view description;
+};
+template <class Open, class Read>
+auto read_row_and_vote(std::string_view label, CursorType cursor, Open open, const Sql& sql, MissingRow missing,
+                       Read read) {
+  Opened opened;
+  return method(
+      [&](TailSwitch& tail) {
+        opened.connection = open();
+        opened.rows = open_read_only(sql, opened.connection, cursor);
+        if (opened.rows->Eof()) {
+          tail.disarm();
+          Mts_SetAbort();
+          raise(missing.number, std::string(missing.source), std::string(missing.description));
+        }
+        auto result = read(*opened.rows);
+        opened.close();
+        Mts_SetComplete();
+        return result;
+      },
+      Tail{label, [&] {
+             opened.close();
+             Mts_SetAbort();
+           }});
 }
 
 template <class Open, class Statement>

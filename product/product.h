@@ -298,10 +298,6 @@ class Product : public ComponentOf<Product> {
   static ConnectionPtr GetConnection();
   static ConnectionPtr GetReadConnection();
 
-  // One text column of one product, "" for Null. No row: the tail is disarmed, abort vote, raise eProductIdNotFound.
-  std::string read_text_of_product(std::string_view label, const Sql& sql, std::string_view column,
-                                   std::string_view not_found_source, std::string_view not_found);
-
   void DeleteProductDependents(const std::string& owner, const Array& fields, const Array& values);
   // In the interface's form, with backslashes.
   static std::string GetAttachmentFolder(std::int32_t product_id);

@@ -65,28 +65,12 @@ DictionaryPtr price_of(const Recordset& line, const std::string& currency, Date 
   return attributes;
 }
 
-// PRICE of the first row. No row: the tail is disarmed, abort vote, raise with the label as the source.
+// PRICE of the first row; a product without one is raised with the label as the source.
 template <class Open>
 double first_price(std::string_view label, Open open, const Sql& sql) {
-  Opened opened;
-  return method(
-      [&](TailSwitch& tail) {
-        opened.connection = open();
-        opened.rows = open_read_only(sql, opened.connection);
-        if (opened.rows->Eof()) {
-          tail.disarm();
-          Mts_SetAbort();
-          raise(eProductIdNotFound, std::string(label), "ProductId not found");
-        }
-        const double price = opened.rows->Value("PRICE").to_double();
-        opened.close();
-        Mts_SetComplete();
-        return price;
-      },
-      Tail{label, [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+  return read_row_and_vote(label, CursorType::forward_only, open, sql,
+                           {eProductIdNotFound, label, "ProductId not found"},
+                           [](const Recordset& line) { return line.Value("PRICE").to_double(); });
 }
 
 }  // namespace

@@ -146,41 +146,20 @@ std::string Product::getManufacturerID(std::int32_t iProductID) {
   return empty_for_null(ProductCache->Item(std::string_view("MANUFACTURERID")));
 }
 
-std::string Product::read_text_of_product(std::string_view label, const Sql& sql, std::string_view column,
-                                          std::string_view not_found_source, std::string_view not_found) {
-  ConnectionPtr connection;
-  return method(
-      [&](TailSwitch& tail) {
-        connection = GetReadConnection();
-        RecordsetPtr row = open_read_only(sql, connection, CursorType::dynamic);
-        if (row->Eof()) {
-          tail.disarm();
-          Mts_SetAbort();
-          raise(eProductIdNotFound, std::string(not_found_source), std::string(not_found));
-        }
-        std::string found = empty_for_null(row->Value(column));
-        Sql_CloseRecordset(row);
-        Sql_CloseConnection(connection);
-        Mts_SetComplete();
-        return found;
-      },
-      Tail{label, [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
-}
-
 std::string Product::GetProductDescription(std::int32_t i_lProductID) {
   Sql sql;
   sql << "SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE PRODUCTID = '" << i_lProductID << "'";
-  return read_text_of_product("Mercato.Product.GetProductDescription", sql, "PRODUCTDESCRIPTION",
-                              "Mercato.Product.GetProductDescription", "Productid Not found");
+  return read_row_and_vote("Mercato.Product.GetProductDescription", CursorType::dynamic, GetReadConnection, sql,
+                           {eProductIdNotFound, "Mercato.Product.GetProductDescription", "Productid Not found"},
+                           [](const Recordset& row) { return empty_for_null(row.Value("PRODUCTDESCRIPTION")); });
 }
 
 std::string Product::GetGTIN(std::int32_t i_lProductID) {
   Sql sql;
   sql << "SELECT GTIN FROM PRODUCT WHERE PRODUCTID =" << i_lProductID;
-  return read_text_of_product("Mercato.Product.getGTIN", sql, "GTIN", "Mercato.Product.GetGTIN", "ProductId not Found");
+  return read_row_and_vote("Mercato.Product.getGTIN", CursorType::dynamic, GetReadConnection, sql,
+                           {eProductIdNotFound, "Mercato.Product.GetGTIN", "ProductId not Found"},
+                           [](const Recordset& row) { return empty_for_null(row.Value("GTIN")); });
 }
 
 std::string Product::GetCategoryName(std::int32_t iCategoryID) {

@@ -6,11 +6,10 @@
 
 namespace mercato {
 
+using product::empty_for_null;
 namespace {
 
 constexpr std::int32_t kDefaultPageSize = 10;
-
-std::string empty_for_null(const Variant& value) { return value.is_null() ? std::string() : value.to_text(); }
 
 // The statement, its rows restricted to these codes when any were given; without an element the store refuses it.
 Sql with_codes(Sql statement, std::string_view column, const Variant& codes) {
@@ -133,27 +132,11 @@ std::string Product::GetChargeType(const std::string& iCommodityCode) {
 }
 
 std::string Product::GetBisItemCode(const std::string& i_lCommodity) {
-  Opened opened;
-  return method(
-      [&](TailSwitch& tail) {
-        Sql sql;
-        sql << "SELECT BISITEMCODE FROM COMMODITY WHERE COMMODITYCODE = '" << value(i_lCommodity) << "'";
-        opened.connection = GetReadConnection();
-        opened.rows = open_read_only(sql, opened.connection);
-        if (opened.rows->Eof()) {
-          tail.disarm();
-          Mts_SetAbort();
-          raise(eCommodityNotFound, "Mercato.Product.GetBisItemCode", "CommodityCode is Not found");
-        }
-        std::string code = empty_for_null(opened.rows->Value("BISITEMCODE"));
-        opened.close();
-        Mts_SetComplete();
-        return code;
-      },
-      Tail{"Mercato.Product.GetBisItemCode", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+  Sql sql;
+  sql << "SELECT BISITEMCODE FROM COMMODITY WHERE COMMODITYCODE = '" << value(i_lCommodity) << "'";
+  return read_row_and_vote("Mercato.Product.GetBisItemCode", CursorType::forward_only, GetReadConnection, sql,
+                           {eCommodityNotFound, "Mercato.Product.GetBisItemCode", "CommodityCode is Not found"},
+                           [](const Recordset& row) { return empty_for_null(row.Value("BISITEMCODE")); });
 }
 
 DictionaryPtr Product::GetTaxcodeInformation(const std::string& istrCommodityCode) {
