@@ -1,7 +1,9 @@
 // One product: its record, chosen fields, and single values.
 #include <array>
+#include <memory>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "frame/lib_general.h"
 #include "frame/types/collection.h"
@@ -58,6 +60,15 @@ constexpr std::array<RecordKey, 33> kRecordKeys = {{{"PRODUCTID", "PRODUCTID"},
                                                     {"CLASSCODE", "CLASSCODE"},
                                                     {"SERVICEITEM", "SERVICEITEM"}}};
 
+const Dictionary& record_keys() {
+  static const std::unique_ptr<const Dictionary> keys = [] {
+    auto made = std::make_unique<Dictionary>();
+    for (const RecordKey& entry : kRecordKeys) made->Add(entry.key, {});
+    return made;
+  }();
+  return *keys;
+}
+
 }  // namespace
 
 DictionaryPtr Product::GetProductEx(std::int32_t i_lProductID) {
@@ -80,21 +91,21 @@ DictionaryPtr Product::GetProductEx(std::int32_t i_lProductID) {
     return code;
   };
 
-  auto record = std::make_shared<Dictionary>();
-  record->reserve(kRecordKeys.size());
+  std::vector<Variant> items;
+  items.reserve(kRecordKeys.size());
   for (const RecordKey& entry : kRecordKeys) {
     if (entry.key == kChargeTypeKey) {
-      record->Add(entry.key, charge_type());
+      items.push_back(charge_type());
     } else if (entry.key == kUserKey && row->Value(entry.column).is_null()) {
       // Callers see the default buyer of a commodity whose code is the product's number: "" unless somebody made one.
-      record->Add(entry.key, GetDefaultBuyer(std::to_string(i_lProductID)));
+      items.emplace_back(GetDefaultBuyer(std::to_string(i_lProductID)));
     } else {
-      record->Add(entry.key, row->Value(entry.column));
+      items.push_back(row->Value(entry.column));
     }
   }
   Sql_CloseConnection(connection);
   Mts_SetComplete();
-  return record;
+  return record_keys().with_items(std::move(items));
 }
 
 CollectionPtr Product::GetProduct(std::int32_t iProductID) {

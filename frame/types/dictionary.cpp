@@ -106,6 +106,21 @@ Variant& Dictionary::Item(const Variant& key) {
   return entries_.back().item;
 }
 
+std::shared_ptr<Dictionary> Dictionary::with_items(std::vector<Variant> items) const {
+  if (items.size() != live_) raise(error_number::kSubscriptOutOfRange);
+  auto filled = std::make_shared<Dictionary>();
+  filled->entries_.reserve(live_);
+  auto item = items.begin();
+  for (const Entry& entry : entries_)
+    if (!entry.removed) filled->entries_.push_back({entry.key, std::move(*item++), entry.hash, false});
+  filled->live_ = live_;
+  if (entries_.size() == live_)
+    filled->index_ = index_;
+  else
+    filled->rebuild_index();
+  return filled;
+}
+
 bool Dictionary::Exists(const Variant& key) const { return find(key) != nullptr; }
 
 void Dictionary::Remove(const Variant& key) {

@@ -136,6 +136,28 @@ TEST(DictionaryUsedAsAQueue, FindsWhatWasAddedAfterManyRemovals) {
   EXPECT_EQ(dictionary.Keys(), keys({197, 198, 199}));
 }
 
+TEST(DictionaryWithItems, HasTheSameKeysInTheSameOrder) {
+  for (const int count : {3, 40}) {
+    Dictionary keys;
+    for (int number = 0; number < count; ++number) keys.Add("key " + std::to_string(number), {});
+    keys.Remove(Variant("key 1"));
+    std::vector<Variant> items;
+    for (int number = 1; number < count; ++number) items.emplace_back(number);
+
+    const DictionaryPtr filled = keys.with_items(items);
+    EXPECT_EQ(filled->Keys(), keys.Keys());
+    EXPECT_EQ(filled->Items().items, items);
+    EXPECT_EQ(*filled->find("key 2"), Variant(2));
+    EXPECT_EQ(filled->find("key 1"), nullptr);
+    filled->Add("key 1", "again");
+    EXPECT_EQ(filled->Count(), count);
+    EXPECT_EQ(keys.Count(), count - 1);
+
+    items.pop_back();
+    EXPECT_THROW(keys.with_items(items), Raised);
+  }
+}
+
 TEST(DictionaryUnderRandomChanges, AgreesWithAPlainList) {
   std::mt19937 random(20260701);
   Dictionary dictionary;
