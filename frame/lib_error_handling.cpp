@@ -1,6 +1,7 @@
 #include "frame/lib_error_handling.h"
 
 #include <cstdio>
+#include <limits>
 
 #include "frame/contracts.h"
 #include "frame/method.h"
@@ -100,6 +101,7 @@ std::string Err_ConnectionErrors(const ConnectionPtr& iConnection) {
   std::string text = "Error(s) from connection object: ";
   std::int16_t counter = 0;
   for (const RaisedError& error : iConnection->Errors()) {
+    if (counter == std::numeric_limits<std::int16_t>::max()) raise(error_number::kOverflow);
     ++counter;
     text += " (" + std::to_string(counter) + ")" + error.Description + "[" + std::to_string(error.Number) + "]";
   }

@@ -52,7 +52,8 @@ RaisedError Err_Capture(std::string_view iMethod, const Variant& iInfo = kMissin
 // The message text: number, method, description and, when it was passed, the information, each on a line.
 std::string Err_FormatMessage(std::string_view iDescription, std::int32_t iNumber, std::string_view iMethod,
                               const Variant& iInfo = kMissing);
-// The failures that a connection has collected, or the empty string.
+// The failures that a connection has collected, or the empty string. Raises 6 beyond the 32767th: they are counted in
+// 16 bits.
 std::string Err_ConnectionErrors(const ConnectionPtr& iConnection);
 
 // The whole body of a method that was retired: raises -1 with the message in the place of the method.

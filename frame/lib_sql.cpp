@@ -190,12 +190,14 @@ DictionaryPtr Sql_GetRecordsAsDictionary(const std::string& iConnectionString, c
         rows->Open(iSQL, iConnectionString, CursorType::forward_only, LockType::read_only, kSourceIsText);
         for (; !rows->Eof(); rows->MoveNext()) {
           const Variant& key = rows->Value(std::size_t{0});
-          if (records->Exists(key))
-            Err_LogInfo("Improper SQL statement '" + iSQL.text() +
-                        "' to create a dictionary. The statement resulted in double key value: '" + key.to_text() +
-                        "'");
-          else
+          if (!records->Exists(key)) {
             records->Add(key, rows->Value(std::size_t{1}));
+            continue;
+          }
+          // A doubled key is no failure, Null neither: joined to a text it adds nothing.
+          Err_LogInfo("Improper SQL statement '" + iSQL.text() +
+                      "' to create a dictionary. The statement resulted in double key value: '" +
+                      (key.is_null() ? std::string() : key.to_text()) + "'");
         }
         Sql_CloseDisconnectedRecordset(rows);
         return records;

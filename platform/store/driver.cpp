@@ -53,6 +53,8 @@ Variant to_column_type(const Variant& value, ColumnType type) {
     case ColumnType::unknown:
       return value.is_empty() ? Variant(kNull) : value;
     case ColumnType::short_integer:
+      // The flags are such columns, and statements compare them with 1.
+      if (value.type() == Variant::Type::boolean) return static_cast<std::int16_t>(value.boolean_value());
       return value.to_short();
     case ColumnType::long_integer:
       return value.to_long();

@@ -62,6 +62,8 @@ class Session {
 
   // A table by name in any case; null when there is none. Valid until the session's next statement.
   virtual const TableInfo* table(std::string_view name) = 0;
+  // Whether that table has an index of that name; both in any case.
+  virtual bool has_index(std::string_view table, std::string_view name) = 0;
 
   // Writes one row of updatable recordsets: the columns with these positions in `table.columns`, values of the
   // columns' own types, as `to_column_type` makes them, or Null.
@@ -98,9 +100,10 @@ class Driver {
   virtual std::unique_ptr<Session> open(const std::string& connection_string) = 0;
 };
 
-// The value as a column of that type holds it; Null stays Null, Empty reads as the type's own empty value. Raises 13
-// for a value that cannot be converted (any text but a date in a date column, any but a number in a number column), 6
-// beyond the type's range. The width of a text is the store's to check.
+// The value as a column of that type holds it; Null stays Null, Empty reads as the type's own empty value, True is 1 in
+// a column of short integers, as the flags are, and -1 in other number columns. Raises 13 for a value that cannot be
+// converted (any text but a date in a date column, any but a number in a number column), 6 beyond the type's range. The
+// width of a text is the store's to check.
 Variant to_column_type(const Variant& value, ColumnType type);
 
 // "Key=Value;Key=Value", keys in any case; the value of the first occurrence, trimmed, or nothing.

@@ -114,6 +114,15 @@ NodeList Node::elements_by_tag_name(std::string_view name) const {
   return tree.list(std::move(entries));
 }
 
+std::string Node::save_text() const {
+  const auto node = required(*this);
+  if (attribute_ != nullptr || node.type() != pugi::node_element)
+    raise(error_number::kInvalidArgument, {}, "Only an element can stand alone as a document");
+  std::string text;
+  print(node, [&text](std::string_view piece) { text += piece; });
+  return text;
+}
+
 void Node::remove() const {
   const auto node = required(*this);
   if (attribute_ != nullptr || node.type() == pugi::node_document) {

@@ -65,6 +65,10 @@ class Node {
   // them.
   NodeList elements_by_tag_name(std::string_view name) const;
 
+  // The element and all below it as Document::save_text writes them: a document of its own. Raises 5 for anything but
+  // an element.
+  std::string save_text() const;
+
   // Takes the node and all below it out of the document. Lists made before keep it, later ones don't have it.
   // Raises 91 when the node has no parent (already removed), 5 for an attribute or a document.
   void remove() const;

@@ -145,6 +145,23 @@ TEST_F(THazardousClassTest, ADeleteThatFailsIsLoggedAndRaisedWithAnAbortVote) {
   EXPECT_EQ(value_of("SELECT COUNT(*) FROM HAZARDOUSCLASS"), Variant(1));
 }
 
+// A count of deleted rows that no 16 bits hold; only a table without its key comes to that.
+TEST_F(THazardousClassTest, MoreRowsThan16BitsCountAreNotDeleted) {
+  execute({"DROP TABLE HAZARDOUSCLASS",
+           "CREATE TABLE HAZARDOUSCLASS (CLASSCODE nvarchar(20) NOT NULL, CLASSDESCRIPTION nvarchar(50) NULL)",
+           "CREATE TABLE DIGIT (N int NOT NULL)"});
+  for (int digit = 0; digit < 32; ++digit) execute({"INSERT DIGIT (N) VALUES (" + std::to_string(digit) + ")"});
+  execute({"INSERT HAZARDOUSCLASS (CLASSCODE) SELECT N'3' FROM DIGIT A, DIGIT B, DIGIT C"});
+  const std::string label = "Mercato.THazardousClass.Delete";
+  Recorder recorder;
+  const std::string once = message("6", label, "Overflow");
+  EXPECT_EQ(raised_by([&] { remove("3"); }), (RaisedError{error_number::kOverflow, "Mercato", once, "", 0}));
+  EXPECT_EQ(recorder.log, (std::vector<LogEntry>{{"Mercato", message("6", label, once), 0}}));
+  EXPECT_EQ(vote(), Vote::abort);
+  EXPECT_EQ(t_class_.context().outcome_of_last_call(), Outcome::rolledback);
+  EXPECT_EQ(value_of("SELECT COUNT(*) FROM HAZARDOUSCLASS"), Variant(32768));
+}
+
 TEST_F(THazardousClassTest, ACheckOfTheProductsThatFailsIsLoggedAtBothLevels) {
   Recorder recorder;
   recorder.fail_on = "FROM PRODUCT";

@@ -192,6 +192,24 @@ TEST_F(TUnitTest, ADeleteThatFailsIsLoggedAndRaisedWithAnAbortVote) {
   EXPECT_EQ(value_of("SELECT COUNT(*) FROM UNIT"), Variant(1));
 }
 
+// A count of deleted rows that no 16 bits hold; only a table without its key comes to that.
+TEST_F(TUnitTest, MoreRowsThan16BitsCountAreNotDeleted) {
+  execute({"DROP TABLE UNIT", "CREATE TABLE UNIT (UNITCODE nvarchar(20) NOT NULL, UNITDESCRIPTION nvarchar(50) NULL)",
+           "CREATE TABLE DIGIT (N int NOT NULL)"});
+  for (int digit = 0; digit < 32; ++digit) execute({"INSERT DIGIT (N) VALUES (" + std::to_string(digit) + ")"});
+  execute({"INSERT UNIT (UNITCODE) SELECT 'EA' FROM DIGIT A, DIGIT B, DIGIT C",
+           "INSERT UNIT (UNITCODE) SELECT 'BX' FROM DIGIT A, DIGIT B, DIGIT C WHERE A.N + B.N + C.N > 0"});
+  Recorder recorder;
+  const std::string once = message("6", "Mercato.Unit.Delete", "Overflow");
+  EXPECT_EQ(raised_by([&] { remove("EA"); }), (RaisedError{error_number::kOverflow, "Mercato", once, "", 0}));
+  EXPECT_EQ(recorder.log, (std::vector<LogEntry>{{"Mercato", message("6", "Mercato.Unit.Delete", once), 0}}));
+  EXPECT_EQ(vote(), Vote::abort);
+  EXPECT_EQ(t_unit_.context().outcome_of_last_call(), Outcome::rolledback);
+  EXPECT_EQ(value_of("SELECT COUNT(*) FROM UNIT WHERE UNITCODE = 'EA'"), Variant(32768));
+  EXPECT_TRUE(remove("BX"));
+  EXPECT_EQ(value_of("SELECT COUNT(*) FROM UNIT"), Variant(32768));
+}
+
 TEST_F(TUnitTest, ACheckOfTheProductsThatFailsIsLoggedAtBothLevels) {
   Recorder recorder;
   recorder.answers["Grundwerk.ReferentialChecker.CheckBeforeDelete"] = true;
@@ -231,6 +249,17 @@ TEST_F(TUnitTest, AUnitExistsByItsKeyInAnyCase) {
   EXPECT_EQ(vote(), Vote::commit);
   EXPECT_EQ(recorder.statements, (Statements{kIsolation, "SELECT UNITCODE FROM UNIT WHERE UNITCODE = 'EA'", kIsolation,
                                              "SELECT UNITCODE FROM UNIT WHERE UNITCODE = 'O''N'"}));
+}
+
+TEST_F(TUnitTest, AskedForNullAUnitOfTheEmptyCodeIsLookedFor) {
+  add_unit("EA", "each");
+  Recorder recorder;
+  EXPECT_FALSE(exists(Array{"UNITCODE"}, Array{kNull}));
+  EXPECT_EQ(vote(), Vote::commit);
+  EXPECT_EQ(recorder.statements, (Statements{kIsolation, "SELECT UNITCODE FROM UNIT WHERE UNITCODE = ''"}));
+  EXPECT_TRUE(recorder.log.empty());
+  add_unit("", "none");
+  EXPECT_TRUE(exists(Array{"UNITCODE"}, Array{kNull}));
 }
 
 TEST_F(TUnitTest, AUnitExistsUnderTheArraysOwnBounds) {

@@ -246,6 +246,26 @@ TEST_F(ErrorHandling, OfAConnectionNumbersItsFailuresFromOne) {
   EXPECT_EQ(Err_ConnectionErrors(connection), "");
 }
 
+TEST_F(ErrorHandling, OfAConnectionCountsItsFailuresIn16BitsAndFailsBeyond) {
+  const ConnectionPtr connection = open_connection(connection_string());
+  Recorder recorder;
+  const auto refuse = [&] {
+    recorder.fail_on = "SELECT";
+    raised_by([&] { connection->Execute(LiteralPiece("SELECT UNITCODE FROM UNIT")); });
+  };
+  for (int count = 0; count < 32767; ++count) refuse();
+  const std::string counted = Err_ConnectionErrors(connection);
+  EXPECT_EQ(counted.substr(counted.rfind(" (")), " (32767)refused on request[-2147217900]");
+  refuse();
+  EXPECT_EQ(raised_by([&] { Err_ConnectionErrors(connection); }).Number, error_number::kOverflow);
+  // In a tail it takes the place of the failure that the text was for.
+  recorder.log.clear();
+  recorder.fail_on = "SELECT";
+  EXPECT_EQ(raised_by([&] { Sql_GetReadonlyRecordset(LiteralPiece("SELECT UNITCODE FROM UNIT"), connection); }).Number,
+            error_number::kOverflow);
+  EXPECT_TRUE(recorder.log.empty());
+}
+
 TEST_F(ErrorHandling, KeepsOneCurrentErrorForEachThread) {
   current_error() = pending_;
   std::thread([] {

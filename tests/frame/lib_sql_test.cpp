@@ -218,6 +218,23 @@ TEST_F(LibSql, RecordsAsDictionaryKeepTheFirstOfDoubledKeysAndLogEachOther) {
   EXPECT_EQ(recorder.log, (std::vector<LogEntry>{entry, entry}));
 }
 
+// A doubled Null used to fail the call with 94 while the text for the log was joined.
+TEST_F(LibSql, RecordsAsDictionaryLogADoubledNullAsAnEmptyTextAndGoOn) {
+  execute({"INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('PC', null)",
+           "INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('ST', null)"});
+  Recorder recorder;
+  const DictionaryPtr records = Sql_GetRecordsAsDictionary(
+      connection_string(), LiteralPiece("SELECT UNITDESCRIPTION, UNITCODE FROM UNIT ORDER BY UNITCODE DESC"));
+  EXPECT_EQ(records->Keys(), (Array{kNull, "each", "box"}));
+  EXPECT_EQ(records->Items(), (Array{"ST", "EA", "BX"}));
+  const std::string told =
+      "Improper SQL statement 'SELECT UNITDESCRIPTION, UNITCODE FROM UNIT ORDER BY UNITCODE DESC' to create a "
+      "dictionary. The statement resulted in double key value: ''";
+  EXPECT_EQ(
+      recorder.log,
+      (std::vector<LogEntry>{{told, "\r\nERROR 0x0\r\n METHOD: " + told + "\r\n DESC: Not an actual error.\r\n", 1}}));
+}
+
 TEST_F(LibSql, RecordsAsDictionaryThatFailHaveTheStatementInTheirLabel) {
   Recorder recorder;
   recorder.fail_on = "FROM UNIT";

@@ -181,6 +181,18 @@ TEST_F(RecordsetTest, ANewRowIsWrittenByUpdateAndGivesItsAssignedKey) {
   EXPECT_EQ(stored("SELECT DATATYPE FROM PROPERTY WHERE PROPERTYID=5"), Variant(std::int16_t{1}));
 }
 
+TEST_F(RecordsetTest, ABooleanIsWrittenIntoAFlagAsOneOrZero) {
+  add_properties(2);
+  const auto recordset = open_writable(Sql("SELECT * FROM PROPERTY ORDER BY PROPERTYID"));
+  recordset->SetValue("DATATYPE", Variant(true));
+  EXPECT_EQ(recordset->Value("DATATYPE"), Variant(std::int16_t{1}));
+  recordset->MoveNext();
+  recordset->SetValue("DATATYPE", Variant(false));
+  recordset->Update();
+  EXPECT_EQ(stored("SELECT PROPERTYID FROM PROPERTY WHERE DATATYPE = 1"), Variant(1));
+  EXPECT_EQ(stored("SELECT PROPERTYID FROM PROPERTY WHERE DATATYPE = 0"), Variant(2));
+}
+
 TEST_F(RecordsetTest, ARowUnderConstructionIsDroppedByClose) {
   const auto recordset = open_writable(Sql("SELECT * FROM PROPERTY WHERE 0=1"));
   recordset->AddNew();

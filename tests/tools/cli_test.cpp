@@ -229,6 +229,57 @@ TEST_F(Tool, UploadGoesOnBehindARecordThatFails) {
       "VALUE\nblue\n1 statement run, 0 rows changed.\n");
 }
 
+TEST_F(Tool, UploadGoesThroughAHundredFailuresAndStopsAtTheNextOne) {
+  std::string records = sound_record("FIRST");
+  for (int number = 1; number <= 103; ++number)
+    records += record("B-" + std::to_string(number), "<PARTNUMBER>no description</PARTNUMBER>");
+  const json report = upload({document(records + sound_record("LAST"))}, 1);
+  expect_counts(report, 1, 100, 4);
+  EXPECT_EQ(report.at("refusals").size(), 100u);
+  EXPECT_EQ(report.at("refusals").at(99).at("partNumber"), "B-100");
+  EXPECT_EQ(report.at("stoppedBy"),
+            "PRODUCT.PRODUCTDESCRIPTION may not be Null (NOT NULL constraint failed: PRODUCT.PRODUCTDESCRIPTION).");
+  EXPECT_EQ(report.at("remainingFile"), "web/XMLDownload/remaining_products_test.xml");
+  // What remains can be uploaded: three more failures are no hundred.
+  const json rest = upload({"web/XMLDownload/remaining_products_test.xml"}, 3);
+  expect_counts(rest, 1, 3, 0);
+  EXPECT_EQ(remaining_file(), "");
+}
+
+// The writes of the last moment are lost with the failure: those records used to count as applied, and were nowhere.
+TEST_F(Tool, UploadStopsWhenTheDiskIsFullAndTheRestCanBeUploadedLater) {
+  constexpr int kRecords = 1500;  // more than the disk has room for, however the store gathers them
+  std::string records;
+  for (int number = 1; number <= kRecords; ++number)
+    records += sound_record("P-" + std::to_string(number), "<COLOUR>c" + std::to_string(number) + "</COLOUR>");
+  const auto count = [&](const std::string& condition) {
+    const std::string out = run({"execute", "-"}, "SELECT COUNT(*) AS N FROM " + condition + ";").out;
+    return std::stoi(out.substr(out.find('\n')));
+  };
+  const ToolRun full = tool_.run({"upload", "--json", "--key", "test", document(records)}, {}, full_disk_after(600));
+  EXPECT_EQ(full.status, 1) << full.err;
+  const json report = json::parse(full.out);
+  EXPECT_EQ(report.at("stoppedBy").get<std::string>().substr(0, 18), "The disk is full: ");
+  const int applied = report.at("applied");
+  expect_counts(report, applied, 0, kRecords - applied);
+  EXPECT_EQ(report.at("inserted"), applied);
+  const std::string remaining = remaining_file();
+  for (int number = 1; number <= kRecords; ++number) {
+    const std::string attribute = "\"P-" + std::to_string(number) + "\"";
+    EXPECT_EQ(remaining.find(attribute) == std::string::npos, number <= applied) << attribute;
+  }
+  EXPECT_GE(count("PRODUCT"), applied);
+  EXPECT_GE(count("PRODUCTPROPVALUE"), applied);
+
+  const json rest = upload({"web/XMLDownload/remaining_products_test.xml"}, 0);
+  expect_counts(rest, kRecords - applied, 0, 0);
+  EXPECT_EQ(count("PRODUCT"), kRecords);
+  EXPECT_EQ(count("PRODUCT INNER JOIN PRODUCTPROPVALUE ON PRODUCT.PRODUCTID = PRODUCTPROPVALUE.PRODUCTID WHERE "
+                  "BUYFROMPARTNUMBER = 'P-' + SUBSTRING(VALUE, 2, 10)"),
+            kRecords);
+  EXPECT_EQ(remaining_file(), "");
+}
+
 TEST_F(Tool, UploadSkipsOrWritesARecordWithABadField) {
   const std::string file = document(sound_record("A", "<MINORDERQTY>ten</MINORDERQTY>") + sound_record("B"));
   const json skipped = upload({file}, 3);
@@ -239,6 +290,21 @@ TEST_F(Tool, UploadSkipsOrWritesARecordWithABadField) {
   expect_counts(written, 2, 0, 0);
   EXPECT_EQ(written.at("repaired"), 1);
   EXPECT_EQ(written.at("dropped").at(0).at("field"), "MINORDERQTY");
+}
+
+TEST_F(Tool, UploadRefusesANewRecordWhoseRemarkGrowsTooLongWithItsApostropheDoubled) {
+  const std::string remark = "'" + std::string(254, 'r');
+  const std::string file =
+      document(sound_record("A", "<PRODUCTREMARK>" + remark + "</PRODUCTREMARK>") + sound_record("B"));
+  const json report = upload({file}, 3);
+  expect_counts(report, 1, 1, 0);
+  EXPECT_EQ(report.at("refusals").at(0),
+            json({{"partNumber", "A"},
+                  {"field", ""},
+                  {"value", ""},
+                  {"reason", "The value is too long: column PRODUCT.PRODUCTREMARK takes at most 255 characters."}}));
+  EXPECT_EQ(run({"execute", "-"}, "SELECT BUYFROMPARTNUMBER FROM PRODUCT;").out,
+            "BUYFROMPARTNUMBER\nB\n1 statement run, 0 rows changed.\n");
 }
 
 TEST_F(Tool, UpdateOnlyNeverCreatesAProduct) {

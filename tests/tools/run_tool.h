@@ -28,15 +28,24 @@ struct ToolRun {
   std::string err;
 };
 
+// What the shell does first so that no file of the tool can grow beyond so many blocks, as on a full disk.
+inline std::string full_disk_after(int blocks) { return "trap '' XFSZ; ulimit -f " + std::to_string(blocks); }
+
 class ToolFolder {
  public:
-  // Works in the folder, without a terminal.
-  ToolRun run(const std::vector<std::string>& arguments, const std::string& input = {}) const {
+  // Works in the folder, without a terminal. `first` is what the shell does before.
+  ToolRun run(const std::vector<std::string>& arguments, const std::string& input = {},
+              const std::string& first = {}) const {
     write_whole(folder_ / ".in", input);
-    std::string command = "cd " + quoted(folder_.path()) + " && " + quoted(MERCATO_TOOL);
-    for (const std::string& argument : arguments) command += " " + quoted(argument);
+    const std::string command = (first.empty() ? "" : first + "; ") + this->command(arguments);
     const int result = std::system((command + " <.in >.out 2>.err").c_str());
     return {WIFEXITED(result) ? WEXITSTATUS(result) : -1, read_whole(folder_ / ".out"), read_whole(folder_ / ".err")};
+  }
+  // The same as a command of the shell, in which more can follow.
+  std::string command(const std::vector<std::string>& arguments) const {
+    std::string text = "cd " + quoted(folder_.path()) + " && " + quoted(MERCATO_TOOL);
+    for (const std::string& argument : arguments) text += " " + quoted(argument);
+    return text;
   }
   const TemporaryFolder& folder() const { return folder_; }
 

@@ -159,6 +159,21 @@ TEST_F(ProductUpload, MissingRequiredFieldIsTheStoresToRefuse) {
             error_number::kConstraintViolated);
 }
 
+TEST_F(ProductUpload, RemarkWhoseDoubledApostropheDoesNotFitIsRefusedByTheStoreAndNothingIsLost) {
+  const std::string remark = "'" + repeated(254, 'r');
+  const std::string text = document(record("A-1", kRequired + "<PRODUCTREMARK>" + remark + "</PRODUCTREMARK>"));
+  const auto before = all_rows();
+  const RaisedError error = raised_by([&] { insert(text); });
+  EXPECT_EQ(error.Number, error_number::kValueTooLong);
+  EXPECT_EQ(innermost_description(error.Description),
+            "The value is too long: column PRODUCT.PRODUCTREMARK takes at most 255 characters.");
+  EXPECT_EQ(all_rows(), before);
+  // An update stores the remark as it stands.
+  add_product();
+  insert(text);
+  EXPECT_EQ(product("PRODUCTREMARK").to_text(), remark);
+}
+
 TEST_F(ProductUpload, LongGtinIsStoredAsItStandsByInsertAndUpdate) {
   insert(document(record("A-1", kRequired + "<GTIN>123456789012345</GTIN>")));
   EXPECT_EQ(product("GTIN").to_text(), "123456789012345");

@@ -1,5 +1,4 @@
 #include <signal.h>
-#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -8,8 +7,8 @@
 #include <thread>
 
 #include "frame/upload_run.h"
-#include "platform/store/sqlite/functions.h"
 #include "platform/store/unit_of_work.h"
+#include "tests/platform/store/integrity.h"
 #include "tests/upload/upload_fixture.h"
 
 namespace mercato::test {
@@ -40,25 +39,9 @@ class UploadCrash : public UploadTest {
     upload.insertProductsFromXML("k/\\" + many_records(), false, part_numbers, false);
   }
 
-  // The engine's own judgement of the file, past the library.
-  std::string integrity() const {
-    sqlite3* database = nullptr;
-    EXPECT_EQ(sqlite3_open_v2(store_path().c_str(), &database, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
-    store::sqlite::register_functions(database);
-    sqlite3_stmt* statement = nullptr;
-    EXPECT_EQ(sqlite3_prepare_v2(database, "PRAGMA integrity_check", -1, &statement, nullptr), SQLITE_OK)
-        << sqlite3_errmsg(database);
-    std::string answer;
-    if (sqlite3_step(statement) == SQLITE_ROW)
-      answer = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-    sqlite3_finalize(statement);
-    sqlite3_close(database);
-    return answer;
-  }
-
   // Each row is whole, and whatever refers to a product has one.
   void expect_whole_statements() const {
-    EXPECT_EQ(integrity(), "ok");
+    EXPECT_EQ(store::test::integrity_of(store_path()), "ok");
     const auto count = [&](const std::string& condition) {
       return value_of("SELECT COUNT(*) FROM " + condition).to_long();
     };

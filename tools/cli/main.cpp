@@ -163,7 +163,7 @@ class StatementPrinter : public store::StatementObserver {
 };
 
 int report(const RaisedError& error, const CommandLine& line) {
-  std::cerr << bad("mercato: ") << shown(sentence(error), 2000) << '\n';
+  std::cerr << alarming("mercato: ") << shown(sentence(error), 2000) << '\n';
   if (line.output.trace)
     std::cerr << "Number " << error.Number << ", source " << error.Source << ":\n" << error.Description << '\n';
   if (store_is_empty()) std::cerr << "The store has no tables yet: `mercato init` creates them.\n";

@@ -9,6 +9,7 @@
 #include "tools/cli/library.h"
 #include "tools/cli/terminal.h"
 #include "tools/gateway/json_values.h"
+#include "upload/upload_documents.h"
 
 namespace mercato::cli {
 namespace {
@@ -20,27 +21,33 @@ struct CheckedRecord {
   DictionaryPtr errors;  // of a record that is not valid: field to value
 };
 
+// The document is loaded once, and what is wrong with a record is asked with a document of that record alone: the
+// library loads whatever it is given at each call.
 std::vector<CheckedRecord> check(const PreviewOptions& options) {
+  xml::Document document;
+  if (!document.load(options.document)) raise(eUnableToLoadXML, {}, document.error());
   const ComponentPtr reader = create_root("Mercato.ProductXML");
   const char* method = options.update_only ? "GetCheckedProductUpdateList" : "GetCheckedProductInsertList";
-  const auto list = [&] {
-    try {
-      return call(reader, method, {options.document, true}).to<Collection>();
-    } catch (const Raised& raised) {
-      // The library does not pass on why.
-      xml::Document document;
-      if (raised.error().Number == eUnableToLoadXML && !document.load(options.document))
-        raise(eUnableToLoadXML, {}, document.error());
-      throw;
+  const auto list = call(reader, method, {document.save_text(), false}).to<Collection>();
+
+  // The list has the records in the order of the document. It lacks those without content, and of an update those
+  // without a product: that goes by their part number alone.
+  const xml::NodeList elements = document.elements_by_tag_name(upload::kProductDocument.record);
+  std::size_t next = 0;
+  const auto element_of = [&](const std::string& part_number) {
+    for (;;) {
+      const xml::Node element = elements.item(next++);
+      if (upload::has_content(element) && upload::part_number_of(element) == part_number) return element;
     }
-  }();
+  };
   std::vector<CheckedRecord> records;
   for (std::int32_t position = 1; position <= list->Count(); ++position) {
     const auto entry = list->Item(position).to<Collection>();
     CheckedRecord record{entry->Item(1).to_text(), entry->Item(2).to_text(), entry->Item(3).to_boolean(), nullptr};
+    const xml::Node element = element_of(record.part_number);
     if (!record.valid)
       record.errors =
-          call(reader, "getErrorsInProductValues", {options.document, true, record.part_number}).to<Dictionary>();
+          call(reader, "getErrorsInProductValues", {element.save_text(), false, record.part_number}).to<Dictionary>();
     records.push_back(std::move(record));
   }
   return records;

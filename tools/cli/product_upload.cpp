@@ -7,6 +7,7 @@
 #include "frame/lib_error_handling.h"
 #include "platform/files/files.h"
 #include "platform/files/paths.h"
+#include "platform/store/unit_of_work.h"
 #include "platform/transactions/object_context.h"
 #include "platform/xml/document.h"
 #include "tools/cli/library.h"
@@ -68,7 +69,7 @@ void ProductUpload::take_inventory() {
       keyless = true;
       unreachable({}, "It has no attribute buyfrompartnumber.");
     } else if (options_.update_only && !known.insert(*key).second) {
-      refuse(*key, "It stands in the document before; an update reads the first one only.");
+      refuse(report_, *key, "It stands in the document before; an update reads the first one only.");
       dealt_.push_back(std::move(*key));
     } else if (!options_.update_only && key->find('\'') != std::string::npos) {
       unreachable(std::move(*key), "No run finds a part number with an apostrophe.");
@@ -87,14 +88,12 @@ void ProductUpload::run_all() {
   constexpr std::size_t kUpdatesInOneCall = 500;
   while (!pending_.empty()) {
     const std::size_t count = options_.update_only ? std::min(kUpdatesInOneCall, pending_.size()) : pending_.size();
-    std::optional<RaisedError> failure = run_once(count);
-    if (failure && !last_failed_) {
-      report_.stopped_by = sentence(*failure);  // around the records, not in one of them
-    } else if (failure && !goes_on_after(*failure)) {
-      report_.stopped_by = sentence(*failure);
-      --seen_;  // that record remains
+    const std::optional<RaisedError> failure = run_once(count);
+    if (failure && last_failed_ && goes_on_after(*failure)) {
+      refuse(report_, pending_[seen_], reason_of(*failure, options_.update_only));
+      ++seen_;
     } else if (failure) {
-      refuse(pending_[seen_ - 1], reason_of(*failure, options_.update_only));
+      report_.stopped_by = sentence(*failure);  // that record remains, if it was one's
     } else if (seen_ == 0) {
       report_.stopped_by = "The time for one run passed before its first record.";
     }
@@ -122,6 +121,7 @@ std::optional<RaisedError> ProductUpload::run_once(std::size_t count) {
     arguments[0] = options_.file_key + "/\\" + source_.text_or_url;
   }
   seen_ = 0;
+  settled_ = 0;
   last_failed_ = false;
   // An object decides on its remaining file by the first document it sees.
   const auto library = std::dynamic_pointer_cast<ProductXML>(create_root("Mercato.ProductXML"));
@@ -134,36 +134,73 @@ std::optional<RaisedError> ProductUpload::run_once(std::size_t count) {
     failure = raised.error();
   }
   buyer_separator_ = library->MultipleBuyerSeparator();
+  if (lost_by_) failure = std::exchange(lost_by_, std::nullopt);
+  if (failure && failure->Number == error_number::kStoreFailure) {
+    last_failed_ = false;  // it concerns more than one record
+    seen_ = settled_;
+    unsettled_ = {};
+  } else {
+    settle();
+  }
   return failure;
 }
 
+bool ProductUpload::checkpoint() {
+  if (lost_by_) return false;
+  try {
+    const store::UnitOfWork::Current none(nullptr);  // a run whose place is taken is written out first
+    return true;
+  } catch (const Raised& raised) {
+    lost_by_ = raised.error();
+    return false;
+  }
+}
+
+void ProductUpload::settle() {
+  settled_ = seen_;
+  const UploadReport settled = std::exchange(unsettled_, {});
+  report_.inserted += settled.inserted;
+  report_.updated += settled.updated;
+  report_.repaired += settled.repaired;
+  report_.refused += settled.refused;
+  const auto append = [](std::vector<UploadFinding>& findings, const std::vector<UploadFinding>& more) {
+    findings.insert(findings.end(), more.begin(), more.end());
+  };
+  append(report_.refusals, settled.refusals);
+  append(report_.dropped, settled.dropped);
+  append(report_.cut, settled.cut);
+}
+
 void ProductUpload::on_record(const UploadRecord& record) {
-  ++seen_;
   progress_->advance();
   switch (record.outcome) {
     case UploadOutcome::inserted:
     case UploadOutcome::updated:
-      ++(record.outcome == UploadOutcome::inserted ? report_.inserted : report_.updated);
-      if (!record.dropped.empty()) ++report_.repaired;
-      add_findings(report_.dropped, record, record.dropped);
-      add_findings(report_.cut, record, record.cut);
+      ++(record.outcome == UploadOutcome::inserted ? unsettled_.inserted : unsettled_.updated);
+      if (!record.dropped.empty()) ++unsettled_.repaired;
+      add_findings(unsettled_.dropped, record, record.dropped);
+      add_findings(unsettled_.cut, record, record.cut);
       break;
     case UploadOutcome::given_up:
     case UploadOutcome::nothing_written:
       if (record.dropped.empty()) {
-        refuse(record.part_number, "None of its fields can be written.");
+        refuse(unsettled_, record.part_number, "None of its fields can be written.");
       } else {
-        ++report_.refused;
-        add_findings(report_.refusals, record, record.dropped);
+        ++unsettled_.refused;
+        add_findings(unsettled_.refusals, record, record.dropped);
       }
       break;
     case UploadOutcome::empty:
-      refuse(record.part_number, "The record has no fields.");
+      refuse(unsettled_, record.part_number, "The record has no fields.");
       break;
     case UploadOutcome::failed:
+      // The library keeps its own failure and not that of writing out what came before.
       last_failed_ = true;
-      break;
+      checkpoint();
+      return;
   }
+  ++seen_;
+  if (seen_ - settled_ >= kCheckpoint && checkpoint()) settle();
 }
 
 bool ProductUpload::goes_on_after(const RaisedError& failure) {
@@ -178,9 +215,9 @@ void ProductUpload::add_findings(std::vector<UploadFinding>& findings, const Upl
     findings.push_back({record.part_number, field.field, field.value, field.reason});
 }
 
-void ProductUpload::refuse(const std::string& part_number, std::string reason) {
-  ++report_.refused;
-  report_.refusals.push_back({part_number, {}, {}, std::move(reason)});
+void ProductUpload::refuse(UploadReport& report, const std::string& part_number, std::string reason) {
+  ++report.refused;
+  report.refusals.push_back({part_number, {}, {}, std::move(reason)});
 }
 
 ProductUpload::Source ProductUpload::without(const Source& source, const PartNumbers& part_numbers,

@@ -4,7 +4,8 @@
 // Each element "Product" of the document ends in one of three places: applied, refused, or remaining (in the remaining
 // file). A record whose writing fails stops the library's run; here it is refused with the failure as the reason, and
 // the upload goes on behind it. A failure that is not the record's own (the store is gone, a limit has passed), and one
-// more than kMostFailures, end the upload; what was not reached remains.
+// more than kMostFailures, end the upload; what was not reached remains. A store that fails may take the latest writes
+// along: every kCheckpoint records the upload makes sure of them, and what came after that remains too.
 #pragma once
 
 #include <cstddef>
@@ -21,6 +22,7 @@
 namespace mercato::cli {
 
 inline constexpr std::size_t kMostFailures = 100;
+inline constexpr std::size_t kCheckpoint = 100;
 
 struct UploadFinding {
   std::string part_number;
@@ -74,12 +76,15 @@ class ProductUpload : private UploadObserver {
   void run_all();
   // One call of the library for the first `count` pending records; sets `seen_`. The failure that ended it, if any.
   std::optional<RaisedError> run_once(std::size_t count);
+  // Writes out what the run has written so far. False when the store cannot: it is lost then.
+  bool checkpoint();
+  void settle();
   bool goes_on_after(const RaisedError& failure);
   void settle_remaining_file();
 
-  void add_findings(std::vector<UploadFinding>& findings, const UploadRecord& record,
-                    const std::vector<UploadField>& fields);
-  void refuse(const std::string& part_number, std::string reason);
+  static void add_findings(std::vector<UploadFinding>& findings, const UploadRecord& record,
+                           const std::vector<UploadField>& fields);
+  static void refuse(UploadReport& report, const std::string& part_number, std::string reason);
 
   // The text of a document without the first element of each part number.
   static Source without(const Source& source, const PartNumbers& part_numbers, bool without_keyless);
@@ -93,7 +98,10 @@ class ProductUpload : private UploadObserver {
   PartNumbers dealt_;             // those that are dealt with and still stand in the document itself, of an update
   bool file_is_current_ = false;  // the last run has written, or deleted, the remaining file
   std::string buyer_separator_;   // what a record has set rules those after it, also in the next run
-  std::size_t seen_ = 0;          // records of the run under way, the failed one included
+  std::size_t seen_ = 0;          // records of the run under way, without one whose failure ended it
+  std::size_t settled_ = 0;       // those of them that the store cannot lose any more
+  UploadReport unsettled_;        // what became of the others
+  std::optional<RaisedError> lost_by_;
   bool last_failed_ = false;
   std::size_t failures_ = 0;
   Progress* progress_ = nullptr;

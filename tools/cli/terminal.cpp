@@ -11,9 +11,10 @@
 namespace mercato::cli {
 namespace {
 
-bool colored = false;
+bool colored_output = false;
+bool colored_errors = false;
 
-std::string painted(std::string_view code, std::string_view text) {
+std::string painted(bool colored, std::string_view code, std::string_view text) {
   if (!colored) return std::string(text);
   return "\x1b[" + std::string(code) + "m" + std::string(text) + "\x1b[0m";
 }
@@ -23,13 +24,17 @@ std::string painted(std::string_view code, std::string_view text) {
 void choose_colors(ColorChoice choice) {
   const char* no_color = std::getenv("NO_COLOR");
   const bool unwanted = no_color != nullptr && *no_color != '\0';
-  colored =
-      choice == ColorChoice::always || (choice == ColorChoice::automatic && !unwanted && ::isatty(STDOUT_FILENO) == 1);
+  const auto colors = [&](int stream) {
+    return choice == ColorChoice::always || (choice == ColorChoice::automatic && !unwanted && ::isatty(stream) == 1);
+  };
+  colored_output = colors(STDOUT_FILENO);
+  colored_errors = colors(STDERR_FILENO);
 }
 
-std::string bold(std::string_view text) { return painted("1", text); }
-std::string good(std::string_view text) { return painted("32", text); }
-std::string bad(std::string_view text) { return painted("31", text); }
+std::string bold(std::string_view text) { return painted(colored_output, "1", text); }
+std::string good(std::string_view text) { return painted(colored_output, "32", text); }
+std::string bad(std::string_view text) { return painted(colored_output, "31", text); }
+std::string alarming(std::string_view text) { return painted(colored_errors, "31", text); }
 
 std::string shown(std::string_view text, std::size_t longest) {
   std::string line;

@@ -10,13 +10,16 @@
 
 namespace mercato::cli {
 
-// Turns colours off for good, on, or leaves it to whether standard output is a terminal and NO_COLOR is unset.
+// Turns colours off for good, on, or leaves it to whether the stream is a terminal and NO_COLOR is unset.
 enum class ColorChoice { automatic, always, never };
 void choose_colors(ColorChoice choice);
 
+// For standard output.
 std::string bold(std::string_view text);
 std::string good(std::string_view text);
 std::string bad(std::string_view text);
+// For standard error.
+std::string alarming(std::string_view text);
 
 // On one line: control characters become blanks, a text of more than `longest` characters is cut and ends in "…".
 std::string shown(std::string_view text, std::size_t longest = 60);

@@ -11,10 +11,11 @@
 namespace mercato::gateway {
 namespace {
 
-// What a definition creates: the words behind CREATE.
+// What a definition creates: "CREATE TABLE name" or "CREATE INDEX name ON table".
 struct Definition {
-  bool table = false;
+  bool is_table = false;
   std::string name;
+  std::string indexed_table;
 };
 
 Definition read_definition(std::string_view statement) {
@@ -23,15 +24,10 @@ Definition read_definition(std::string_view statement) {
   const auto word = [&](std::size_t position) {
     if (position >= lexed.tokens.size()) raise(error_number::kInvalidArgument);
     const store::dialect::Token& token = lexed.tokens[position];
-    return statement.substr(token.begin, token.end - token.begin);
+    return std::string(statement.substr(token.begin, token.end - token.begin));
   };
-  return {text::equal_names(word(1), "TABLE"), std::string(word(2))};
-}
-
-// The store has no way to ask for an index, but it says when one is there.
-bool says_existing(const RaisedError& error) {
-  return error.Number == error_number::kStatementRefused &&
-         error.Description.find("already exists") != std::string::npos;
+  if (text::equal_names(word(1), "TABLE")) return {true, word(2), {}};
+  return {false, word(2), word(4)};
 }
 
 }  // namespace
@@ -43,17 +39,14 @@ CreatedTables create_tables(const std::string& connection_string) {
   for (const SchemaText& schema : schema_texts()) {
     for (const std::string_view statement : store::dialect::split_script(schema.text)) {
       const Definition definition = read_definition(statement);
-      if (definition.table && session->table(definition.name)) {
+      const bool exists = definition.is_table ? session->table(definition.name) != nullptr
+                                              : session->has_index(definition.indexed_table, definition.name);
+      if (exists) {
         ++created.existing;
         continue;
       }
-      try {
-        session->execute(Sql::verbatim(std::string(statement)));
-        (definition.table ? created.tables : created.indexes).push_back(definition.name);
-      } catch (const Raised& raised) {
-        if (definition.table || !says_existing(raised.error())) throw;
-        ++created.existing;
-      }
+      session->execute(Sql::verbatim(std::string(statement)));
+      (definition.is_table ? created.tables : created.indexes).push_back(definition.name);
     }
   }
   session->commit();

@@ -19,6 +19,8 @@ Execution EmptySession::execute(const Sql& statement, ExecuteOptions /*options*/
 
 const TableInfo* EmptySession::table(std::string_view /*name*/) { return nullptr; }
 
+bool EmptySession::has_index(std::string_view /*table*/, std::string_view /*name*/) { return false; }
+
 RowIdentity EmptySession::insert_row(const TableInfo& /*table*/, std::span<const std::size_t> /*columns*/,
                                      std::span<const Variant> /*values*/) {
   return {};

@@ -9,6 +9,7 @@ class EmptySession final : public Session {
  public:
   Execution execute(const Sql& statement, ExecuteOptions options) override;
   const TableInfo* table(std::string_view name) override;
+  bool has_index(std::string_view table, std::string_view name) override;
   RowIdentity insert_row(const TableInfo& table, std::span<const std::size_t> columns,
                          std::span<const Variant> values) override;
   void update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,

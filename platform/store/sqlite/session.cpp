@@ -169,6 +169,8 @@ const TableInfo* SqliteSession::table(std::string_view name) {
   return refresh_schema() ? tables_.find(name) : nullptr;
 }
 
+bool SqliteSession::has_index(std::string_view table, std::string_view name) { return tables_.has_index(table, name); }
+
 RowIdentity SqliteSession::insert_row(const TableInfo& table, std::span<const std::size_t> columns,
                                       std::span<const Variant> values) {
   refuse_if_lost();

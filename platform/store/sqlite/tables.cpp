@@ -22,6 +22,16 @@ const TableInfo* Tables::known(std::string_view name) const {
   return known == known_.end() ? nullptr : known->second.get();
 }
 
+bool Tables::has_index(std::string_view table, std::string_view name) const {
+  const StatementHandle statement = database_.prepare(
+      "SELECT 1 FROM sqlite_schema WHERE type = 'index' AND tbl_name = ?1 COLLATE NOCASE AND name = ?2 COLLATE NOCASE");
+  sqlite3_bind_text64(statement.get(), 1, table.data(), table.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+  sqlite3_bind_text64(statement.get(), 2, name.data(), name.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+  const int code = sqlite3_step(statement.get());
+  if (code != SQLITE_ROW && code != SQLITE_DONE) database_.raise(code);
+  return code == SQLITE_ROW;
+}
+
 bool Tables::refresh() {
   if (!schema_version_) schema_version_ = database_.prepare("PRAGMA schema_version");
   const int code = sqlite3_step(schema_version_.get());

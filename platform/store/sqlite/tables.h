@@ -20,6 +20,8 @@ class Tables final : public dialect::TableDirectory {
   const TableInfo* find(std::string_view name) const override;
   // The same when it was asked for before, else null; the engine is left alone.
   const TableInfo* known(std::string_view name) const;
+  // Asks the engine each time.
+  bool has_index(std::string_view table, std::string_view name) const;
   // Whether anybody defined or dropped something since the last time; what is known is forgotten then.
   bool refresh();
   void forget() { known_.clear(); }

@@ -222,6 +222,25 @@ TEST_P(DriverSuite, TablesAreFoundInAnyCaseAndDescribed) {
   EXPECT_EQ(session_->table("NOSUCHTABLE"), nullptr);
 }
 
+TEST_P(DriverSuite, AnIndexIsFoundInAnyCaseOnItsOwnTableOnly) {
+  EXPECT_FALSE(session_->has_index("PLAIN", "IX_PLAIN_CODE"));
+  execute("CREATE INDEX IX_PLAIN_CODE ON PLAIN (CODE)");
+  EXPECT_TRUE(session_->has_index("plain", "ix_Plain_Code"));
+  EXPECT_FALSE(session_->has_index("SUITE", "IX_PLAIN_CODE"));
+  EXPECT_FALSE(session_->has_index("PLAIN", "PLAIN"));
+  EXPECT_FALSE(session_->has_index("NOSUCHTABLE", "IX_PLAIN_CODE"));
+  run(*open(), "DROP TABLE PLAIN");
+  EXPECT_FALSE(session_->has_index("PLAIN", "IX_PLAIN_CODE"));
+}
+
+TEST_P(DriverSuite, AnIndexOfATransactionIsThereForItsOwnSession) {
+  session_->start_transaction();
+  execute("CREATE INDEX IX_PLAIN_CODE ON PLAIN (CODE)");
+  EXPECT_TRUE(session_->has_index("PLAIN", "IX_PLAIN_CODE"));
+  session_->rollback();
+  EXPECT_FALSE(session_->has_index("PLAIN", "IX_PLAIN_CODE"));
+}
+
 TEST_P(DriverSuite, AnOverlongValueIsRefusedInCharacters) {
   EXPECT_EQ(execute("INSERT INTO SUITE (NAME) VALUES (N'äöüäöüäöüä')").affected, 1);
   EXPECT_EQ(failure_of([&] { execute("INSERT INTO SUITE (NAME) VALUES ('12345678901')"); }).Number, kValueTooLong);

@@ -49,7 +49,9 @@ TEST(ToColumnType, GivesTheColumnsOwnType) {
       {Variant(), ColumnType::text, Variant("")},
       {Variant("12"), ColumnType::long_integer, Variant(12)},
       {Variant(2.5), ColumnType::short_integer, Variant(std::int16_t{2})},
-      {Variant(true), ColumnType::short_integer, Variant(std::int16_t{-1})},
+      {Variant(true), ColumnType::short_integer, Variant(std::int16_t{1})},
+      {Variant(false), ColumnType::short_integer, Variant(std::int16_t{0})},
+      {Variant(true), ColumnType::long_integer, Variant(-1)},
       {Variant(1), ColumnType::boolean, Variant(true)},
       {Variant("False"), ColumnType::boolean, Variant(false)},
       {Variant("1.25"), ColumnType::real, Variant(1.25)},
@@ -76,6 +78,7 @@ TEST(EmptyDriver, TakesEverythingAndFindsNothing) {
   const Execution result = test::run(*session, "SELECT * FROM ANYWHERE");
   EXPECT_FALSE(result.cursor->next());
   EXPECT_EQ(session->table("ANYWHERE"), nullptr);
+  EXPECT_FALSE(session->has_index("ANYWHERE", "ANY"));
   EXPECT_TRUE(session->reset());
   EXPECT_FALSE(session->outdated());
 }

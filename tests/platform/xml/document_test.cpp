@@ -263,6 +263,18 @@ TEST(Saving, ASavedDocumentIsReadBackTheSame) {
   EXPECT_EQ(root.parent().children().size(), 6u);
 }
 
+TEST(Saving, AnElementIsWrittenAsADocumentOfItsOwn) {
+  const Document document = loaded("<a><P k='&quot;1'>x&amp;y<!-- c --><b/> </P><P>2</P></a>");
+  const Node first = document.elements_by_tag_name("P").item(0);
+  EXPECT_EQ(first.save_text(), "<P k=\"&quot;1\">x&amp;y<!-- c --><b/></P>\n");
+  EXPECT_EQ(loaded(first.save_text()).document_element().attribute("k"), "\"1");
+  EXPECT_EQ(document.document_element().save_text(), document.save_text());
+  first.remove();
+  EXPECT_EQ(first.save_text(), "<P k=\"&quot;1\">x&amp;y<!-- c --><b/></P>\n");
+  EXPECT_EQ(failure_of([&] { first.children().item(0).save_text(); }).Number, 5);
+  EXPECT_EQ(failure_of([] { Node().save_text(); }).Number, 91);
+}
+
 TEST(Saving, AFileIsWrittenInUtf8AndReplacesTheOldOne) {
   const TemporaryFolder folder;
   const std::string path = folder / "remaining_products_7.xml";

@@ -10,6 +10,7 @@
 
 #include "platform/store/call_limit.h"
 #include "platform/store/unit_of_work.h"
+#include "tests/platform/store/integrity.h"
 #include "tests/platform/store/store_files.h"
 
 namespace mercato::store {
@@ -34,6 +35,7 @@ class KilledRun : public testing::Test {
   KilledRun() {
     const PooledSession session = acquire_session(store_);
     run(*session.get(), "CREATE TABLE STEP (N int NOT NULL PRIMARY KEY)");
+    run(*session.get(), "CREATE INDEX IX_STEP_N ON STEP (N)");  // has to agree with its table
     run(*session.get(), "CREATE TABLE PAIR (SIDE int NOT NULL PRIMARY KEY, N int NULL)");
     run(*session.get(), "INSERT INTO PAIR (SIDE, N) VALUES (1, 0)");
     run(*session.get(), "INSERT INTO PAIR (SIDE, N) VALUES (2, 0)");
@@ -53,6 +55,7 @@ class KilledRun : public testing::Test {
     int status = 0;
     waitpid(child, &status, 0);
     ASSERT_TRUE(WIFSIGNALED(status)) << "the writer ended by itself";
+    EXPECT_EQ(test::integrity_of(folder_.path("store.db")), "ok");
   }
 
   test::Folder folder_;

@@ -1,0 +1,128 @@
+// What the program shows on a terminal, and that nothing of it goes anywhere else.
+#include "tools/cli/terminal.h"
+
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <unistd.h>
+
+#include <array>
+
+#include "tests/tools/run_tool.h"
+
+namespace mercato::test {
+namespace {
+
+class OnATerminal : public testing::Test {
+ protected:
+  OnATerminal() { EXPECT_EQ(tool_.run({"init"}).status, 0); }
+
+  // A shell command with a terminal for its input, output and errors; everything that it showed.
+  static std::string shown_by_shell(const std::string& command) {
+    int terminal = -1;
+    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+      ::unsetenv("NO_COLOR");
+      ::execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+      ::_exit(127);
+    }
+    std::string shown;
+    std::array<char, 4096> piece = {};
+    for (ssize_t got; (got = ::read(terminal, piece.data(), piece.size())) > 0;)
+      shown.append(piece.data(), static_cast<std::size_t>(got));
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) != 127) << shown;
+    ::close(terminal);
+    return shown;
+  }
+  std::string shown_by(const std::vector<std::string>& arguments) const {
+    return shown_by_shell(tool_.command(arguments));
+  }
+
+  void write_document(int records, const std::string& description) const {
+    std::string text = "<Products>";
+    for (int record = 1; record <= records; ++record)
+      text += "<Product buyfrompartnumber=\"P-" + std::to_string(record) + "\"><PARTNUMBER>M-" +
+              std::to_string(record) + "</PARTNUMBER><PRODUCTDESCRIPTION>" + description +
+              "</PRODUCTDESCRIPTION><MULTIPLEBUYER>0</MULTIPLEBUYER></Product>";
+    write_whole(tool_.folder() / "records.xml", text + "</Products>");
+  }
+  std::string file(const std::string& name) const { return read_whole(tool_.folder() / name); }
+
+  ToolFolder tool_;
+};
+
+const std::string kPlainPreview =
+    "PART NUMBER  NAME  FIELD     VALUE\n"
+    "P-1          Pen   UNITCODE  (missing)\n"
+    "\n"
+    "1 record: 0 valid, 1 invalid.\n";
+
+TEST_F(OnATerminal, HeadingsAndCountsAreColoured) {
+  write_document(1, "Pen");
+  EXPECT_EQ(shown_by({"preview", "records.xml"}),
+            "\x1b[1mPART NUMBER  NAME  FIELD     VALUE\x1b[0m\r\n"
+            "P-1          Pen   UNITCODE  (missing)\r\n"
+            "\r\n"
+            "1 record: \x1b[32m0 valid\x1b[0m, \x1b[31m1 invalid\x1b[0m.\r\n");
+}
+
+TEST_F(OnATerminal, ColoursAreLeftOutOnRequest) {
+  write_document(1, "Pen");
+  std::string plain;
+  for (const char character : kPlainPreview) plain += character == '\n' ? "\r\n" : std::string(1, character);
+  EXPECT_EQ(shown_by({"preview", "records.xml", "--no-color"}), plain);
+  EXPECT_EQ(shown_by({"preview", "records.xml", "--color", "never"}), plain);
+  EXPECT_EQ(shown_by_shell("export NO_COLOR=1; " + tool_.command({"preview", "records.xml"})), plain);
+  EXPECT_EQ(shown_by({"show", "99999", "--no-color"}), "mercato: Product not present.\r\n");
+}
+
+TEST_F(OnATerminal, NothingOfItGoesThroughAPipe) {
+  write_document(1, "Pen");
+  EXPECT_EQ(shown_by_shell(tool_.command({"preview", "records.xml"}) + " | cat >piped"), "");
+  EXPECT_EQ(file("piped"), kPlainPreview);
+  const ToolRun uploaded = tool_.run({"upload", "records.xml"});
+  EXPECT_EQ(uploaded.err, "");
+  EXPECT_EQ(uploaded.out.find_first_of("\x1b\r"), std::string::npos) << uploaded.out;
+  // Unless somebody asks for it.
+  const ToolRun asked = tool_.run({"preview", "records.xml", "--color", "always"});
+  EXPECT_NE(asked.out.find("\x1b[31m1 invalid\x1b[0m"), std::string::npos) << asked.out;
+}
+
+// The failure used to be coloured whenever the output was a terminal, also on its way into a file.
+TEST_F(OnATerminal, AFailureIsColouredOnlyWhereItIsRead) {
+  EXPECT_EQ(shown_by({"show", "99999"}), "\x1b[31mmercato: \x1b[0mProduct not present.\r\n");
+  EXPECT_EQ(shown_by_shell(tool_.command({"show", "99999"}) + " 2>failure"), "");
+  EXPECT_EQ(file("failure"), "mercato: Product not present.\n");
+  EXPECT_EQ(shown_by_shell(tool_.command({"show", "99999"}) + " >output"),
+            "\x1b[31mmercato: \x1b[0mProduct not present.\r\n");
+}
+
+TEST_F(OnATerminal, ProgressIsWrittenOverItselfAndWipedAtTheEnd) {
+  write_document(45, "Pen");
+  const std::string shown = shown_by({"upload", "records.xml"});
+  const std::string progress = "\r20 of 45\r40 of 45\r45 of 45\r\x1b[K";
+  EXPECT_EQ(shown.substr(0, progress.size()), progress);
+  const std::string report = shown.substr(std::min(progress.size(), shown.size()));
+  EXPECT_EQ(report.substr(0, report.find("\r\n")), "read           45  records of the document");
+  EXPECT_EQ(report.find(" of 45"), std::string::npos);
+  // It belongs to standard error: what is piped on has none of it.
+  EXPECT_EQ(shown_by_shell(tool_.command({"upload", "--json", "records.xml"}) + " >piped"), progress);
+  EXPECT_EQ(file("piped").find_first_of("\x1b\r"), std::string::npos);
+}
+
+TEST_F(OnATerminal, ProgressIsWipedWhenTheUploadEndsEarly) {
+  write_document(150, "");  // no product can be saved
+  const std::string shown = shown_by_shell(tool_.command({"upload", "--json", "records.xml"}) + " >piped");
+  EXPECT_EQ(shown.substr(0, 10), "\r20 of 150");
+  EXPECT_EQ(shown.substr(shown.size() - 4), "\r\x1b[K");
+}
+
+TEST(Terminal, AShownTextHasOneLineAndNoControlCharacters) {
+  EXPECT_EQ(cli::shown("a\nb\x1b[31mc\x7f"), "a b [31mc ");
+  EXPECT_EQ(cli::shown("äöüß", 4), "äöüß");
+  EXPECT_EQ(cli::shown("äöüßx", 4), "äöü…");
+}
+
+}  // namespace
+}  // namespace mercato::test
