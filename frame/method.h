@@ -14,7 +14,7 @@
 // A body that may be refused returns Answer<T>: `return refused;` leaves through the tail with no error pending, and
 // the caller receives the tail's preset (False, "", 0 when it names none). A body that takes `TailSwitch&` can disarm
 // the tail: a failure after that passes it untouched. Steps that return a text give it to the message as its
-// information.
+// information. A label that is known only while the method runs is given as a function that makes it.
 #pragma once
 
 #include <exception>
@@ -54,9 +54,9 @@ class TailSwitch {
 };
 
 // The label under which a failure is logged, the steps that run before that, and what a refused call returns.
-template <class Steps, class Preset = std::nullptr_t>
+template <class Steps, class Preset = std::nullptr_t, class Label = std::string_view>
 struct Tail {
-  std::string_view label;
+  Label label;
   Steps steps;
   Preset preset{};
 };
@@ -64,6 +64,9 @@ template <class Steps>
 Tail(std::string_view, Steps) -> Tail<Steps>;
 template <class Steps, class Preset>
 Tail(std::string_view, Steps, Preset) -> Tail<Steps, Preset>;
+template <class Label, class Steps>
+requires std::is_invocable_v<Label&> Tail(Label, Steps)
+->Tail<Steps, std::nullptr_t, Label>;
 
 // The steps of a method that holds nothing.
 inline constexpr auto no_steps = [] {};
@@ -104,8 +107,8 @@ struct AnswerOf<Answer<T>> {
 
 }  // namespace detail
 
-template <class Body, class Steps, class Preset>
-auto method(Body body, Tail<Steps, Preset> tail) {
+template <class Body, class Steps, class Preset, class Label>
+auto method(Body body, Tail<Steps, Preset, Label> tail) {
   using Returned = std::decay_t<decltype(detail::run_body(body, std::declval<TailSwitch&>()))>;
   using Value = typename detail::AnswerOf<Returned>::Value;
 
@@ -125,7 +128,10 @@ auto method(Body body, Tail<Steps, Preset> tail) {
   const RaisedError pending = current_error();
   const Variant info = detail::run_steps(tail.steps);
   current_error() = pending;  // the steps' own calls arm tails of their own
-  Err_LogAndRaise(tail.label, info);
+  if constexpr (std::is_invocable_v<Label&>)
+    Err_LogAndRaise(tail.label(), info);
+  else
+    Err_LogAndRaise(tail.label, info);
   if constexpr (std::is_same_v<Preset, std::nullptr_t>) {
     if constexpr (!std::is_void_v<Value>) return Value{};
   } else {

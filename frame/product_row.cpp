@@ -2,7 +2,10 @@
 
 #include <unordered_map>
 
+#include "frame/clock.h"
+#include "frame/lib_error_handling.h"
 #include "frame/lib_general.h"
+#include "frame/lib_sql.h"
 #include "frame/types/text.h"
 #include "platform/automation/invoke.h"
 
@@ -115,6 +118,8 @@ void null_when_empty(Variant& value) {
 
 bool equals_number(const Variant& value, double number) { return value.is_numeric() && value.to_double() == number; }
 
+std::string text_of_code(const Variant& code) { return code.is_null() ? std::string() : code.to_text(); }
+
 enum class Verdict { write, skip, stop };
 
 Verdict apply_limit(Variant& value) {
@@ -165,11 +170,11 @@ Verdict apply(Rule rule, Variant& value, WrittenProductFields& written, BuyerSep
       return !value.is_null() && value.to_text() == "-1" ? Verdict::stop : Verdict::write;
     case unspsc_blank_to_null:
       EmptyToNull(value);
-      written.unspsc_code = value;
+      written.unspsc_code = text_of_code(value);
       return Verdict::write;
     case unspsc_empty_to_null:
       null_when_empty(value);
-      written.unspsc_code = value;
+      written.unspsc_code = text_of_code(value);
       return Verdict::write;
     case gtin_within_length:
       EmptyToNull(value);
@@ -216,6 +221,27 @@ std::optional<WrittenProductFields> write_product_fields(ProductWritePolicy poli
     }
   }
   return written;
+}
+
+RecordsetPtr new_product_row(const ConnectionPtr& connection) {
+  RecordsetPtr row = open_updatable(LiteralPiece("SELECT * FROM PRODUCT WHERE 0=1"), connection, CursorType::keyset);
+  row->AddNew();
+  return row;
+}
+
+RecordsetPtr open_product_row(std::int32_t product_id, const ConnectionPtr& connection) {
+  Sql sql;
+  sql << "SELECT * FROM PRODUCT WHERE PRODUCTID=" << product_id;
+  RecordsetPtr row = open_updatable(sql, connection, CursorType::fixed);
+  if (row->Eof()) raise(eProductNotFound, "Mercato.Product.Update", "Product not present");
+  return row;
+}
+
+void stamp_product_row(Recordset& row) { row.SetValue("DATEUPDATED", clock::now()); }
+
+FormerProduct former_product(const Recordset& row) {
+  const Variant& group = row.Value("PROPERTYGROUPID");
+  return {group.is_null() ? 0 : group.to_long(), text_of_code(row.Value("UNSPSCCODE"))};
 }
 
 void create_group_values(const Recordset& row, const WrittenProductFields& written, std::int32_t product_id) {

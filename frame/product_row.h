@@ -36,8 +36,8 @@ class BuyerSeparator {
 struct WrittenProductFields {
   bool has_property_group = false;
   std::int32_t property_group = 0;  // as given: -1 stands for none
-  Variant unspsc_code = kNull;
-  std::string buyers;  // the list as given
+  std::string unspsc_code;          // "" for none
+  std::string buyers;               // the list as given
 };
 
 // Writes each pair to the column of that name in the row under construction, from the lower to the upper bound of the
@@ -47,6 +47,27 @@ struct WrittenProductFields {
 // the uploads only.
 std::optional<WrittenProductFields> write_product_fields(ProductWritePolicy policy, Recordset& row, const Array& fields,
                                                          const Array& values, BuyerSeparator& separator);
+// For the writers that know no lists of buyers.
+inline std::optional<WrittenProductFields> write_product_fields(ProductWritePolicy policy, Recordset& row,
+                                                                const Array& fields, const Array& values) {
+  BuyerSeparator not_asked;
+  return write_product_fields(policy, row, fields, values, not_asked);
+}
+
+// A new row under construction.
+RecordsetPtr new_product_row(const ConnectionPtr& connection);
+// The product's row, to be changed. Whoever asks, without a product it raises eProductNotFound with the source
+// "Mercato.Product.Update".
+RecordsetPtr open_product_row(std::int32_t product_id, const ConnectionPtr& connection);
+// DATEUPDATED becomes the current date and time.
+void stamp_product_row(Recordset& row);
+
+// What an update has to know of the product as it was.
+struct FormerProduct {
+  std::int32_t property_group;  // 0 for none
+  std::string unspsc_code;      // "" for none
+};
+FormerProduct former_product(const Recordset& row);
 
 // A new product in a group gets the group's property values. To be called when its row is saved.
 void create_group_values(const Recordset& row, const WrittenProductFields& written, std::int32_t product_id);

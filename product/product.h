@@ -293,7 +293,10 @@ class Product : public ComponentOf<Product> {
                                    std::string_view not_found_source, std::string_view not_found);
 
   void DeleteProductDependents(const std::string& owner, const Array& fields, const Array& values);
+  // In the interface's form, with backslashes.
   static std::string GetAttachmentFolder(std::int32_t product_id);
+  // Runs what shows or hides a product; the tail's information is what the connection has to say.
+  static void set_visibility(std::string_view label, const Sql& sql);
 
   CollectionPtr ProductCache;
   std::int32_t ProductCacheID = 0;

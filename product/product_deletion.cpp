@@ -1,13 +1,216 @@
+// Whether the product tables use a record of somebody else, what goes with one, and the deletion and hiding of
+// products.
+#include <array>
+#include <string_view>
+
+#include "frame/contracts.h"
+#include "frame/files.h"
+#include "frame/types/text.h"
 #include "product/product_internal.h"
 
 namespace mercato {
 
-bool Product::IReferentialIntegrity_Exists(const Variant&, const Array&, const Array&) { raise(438); }
-bool Product::IReferentialIntegrity_BeforeDelete(const Variant&, const Array&, const Array&) { raise(438); }
-bool Product::Delete(std::int32_t) { raise(438); }
-void Product::Disable(std::int32_t) { raise(438); }
-void Product::Enable(std::int32_t) { raise(438); }
-void Product::DeleteProductDependents(const std::string&, const Array&, const Array&) { raise(438); }
-std::string Product::GetAttachmentFolder(std::int32_t) { raise(438); }
+using product::empty_for_null;
+
+namespace {
+
+enum class ValueForm { as_it_stands, quoted, like };
+
+// Where a key of somebody else may be in use, by the upper-cased name of the field that holds it.
+struct UsesOfField {
+  std::string_view field;
+  ValueForm form;
+  std::array<LiteralPiece, 3> statements;  // up to the condition; empty ones are not asked
+};
+constexpr UsesOfField kUses[] = {
+    {"BUSINESSPARTNERID", ValueForm::as_it_stands, {"SELECT BUSINESSPARTNERID FROM PRODUCT WHERE ", "", ""}},
+    {"OFFICEDESCRIPTION", ValueForm::quoted, {"SELECT OFFICEDESCRIPTION FROM CONTRACTLINES WHERE ", "", ""}},
+    {"CURRENCYCODE", ValueForm::quoted, {"SELECT PRODUCTID FROM CATALOGPRODUCTPRICE WHERE ", "", ""}},
+    {"COMMODITYCODE", ValueForm::quoted, {"SELECT COMMODITYCODE FROM COMMODITY WHERE ", "", ""}},
+    {"CHARGETYPECODE", ValueForm::quoted, {"SELECT COMMODITYCODE FROM COMMODITY WHERE ", "", ""}},
+    {"PRODUCTID", ValueForm::as_it_stands, {"SELECT PRODUCTID FROM PRODUCT WHERE ", "", ""}},
+    {"USERID",
+     ValueForm::quoted,
+     {"SELECT PRODUCTID FROM PRODUCT WHERE ", "SELECT USERID FROM COMMODITY WHERE ",
+      "SELECT USERID FROM FAVORITES WHERE "}},
+    // The name is that of a table: no column has it, so the store refuses the question.
+    {"UNSPSCCODES",
+     ValueForm::like,
+     {"SELECT UNSPSCCODE FROM PRODUCT WHERE ", "SELECT UNSPSCCODE FROM PRODUCTCATEGORY WHERE ", ""}},
+};
+
+using UseStatements = std::array<Sql, 3>;
+
+// The statements that ask for one key. All are empty for a field that is not in the table.
+UseStatements statements_for(const std::string& field, const std::string& key) {
+  UseStatements statements;
+  const std::string upper_field = text::to_upper(field);
+  for (const UsesOfField& uses : kUses) {
+    if (uses.field != upper_field) continue;
+    for (std::size_t i = 0; i < statements.size(); ++i) {
+      if (uses.statements[i].text().empty()) continue;
+      Sql& sql = statements[i] << uses.statements[i] << name(field);
+      switch (uses.form) {
+        case ValueForm::as_it_stands:
+          sql << " = " << value(key);
+          break;
+        case ValueForm::quoted:
+          sql << " = '" << value(Gen_QuoteSql(key)) << "'";
+          break;
+        case ValueForm::like:
+          sql << " like '" << value(Gen_EscapeLike(key)) << "'";
+          break;
+      }
+    }
+  }
+  return statements;
+}
+
+[[noreturn]] void raise_still_referred_to() {
+  // The sentence stands in the source, where callers look for it; there is no description.
+  raise(kInvalidReference, "The record you are trying to insert has an invalid reference to another record", {});
+}
+
+}  // namespace
+
+bool Product::IReferentialIntegrity_Exists(const Variant&, const Array& iFields, const Array& iValues) {
+  UseStatements statements;
+  ConnectionPtr connection;
+  const auto label = [&] {
+    return "Mercato.Product.Exists " + statements[0].text() + " SQL2: " + statements[1].text() +
+           " lSQL3: " + statements[2].text();
+  };
+  return method(
+      [&] {
+        bool in_use = false;
+        if (!iFields.items.empty()) {
+          statements = statements_for(iFields.at(iFields.lower).to_text(), empty_for_null(iValues.at(iFields.lower)));
+          connection = GetReadConnection();
+          // The first is asked even when it is empty: that is how a field that nobody knows fails.
+          in_use = !connection->Execute(statements[0])->Eof();
+          for (std::size_t i = 1; i < statements.size(); ++i)
+            if (!statements[i].text().empty() && !connection->Execute(statements[i])->Eof()) in_use = true;
+          Sql_CloseConnection(connection);
+        }
+        Mts_SetComplete();
+        return in_use;
+      },
+      Tail{label, [&] {
+             Sql_CloseConnection(connection);
+             Mts_SetAbort();
+           }});
+}
+
+bool Product::IReferentialIntegrity_BeforeDelete(const Variant&, const Array& iFields, const Array& iValues) {
+  ConnectionPtr connection;
+  return method(
+      [&] {
+        connection = GetConnection();
+        for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
+          if (text::to_upper(iFields.at(index).to_text()) != "USERID") continue;
+          Sql sql;
+          sql << "DELETE FROM FAVORITES WHERE USERID = '" << value(empty_for_null(iValues.at(index))) << "'";
+          connection->Execute(sql);
+          break;
+        }
+        Sql_CloseConnection(connection);
+        Mts_SetComplete();
+        return true;
+      },
+      Tail{"Mercato.Product.BeforeDelete", [&] {
+             Sql_CloseConnection(connection);
+             Mts_SetAbort();
+           }});
+}
+
+bool Product::Delete(std::int32_t iProductID) {
+  grundwerk::ReferentialChecker checker;
+  ConnectionPtr connection;
+  return method(
+      [&] {
+        const Array fields{"ProductID"};
+        const Array values{iProductID};
+        if (!checker.CheckBeforeDelete("PRODUCT", fields, values)) raise_still_referred_to();
+        if (!checker.RunBeforeDelete("Product", fields, values)) raise_still_referred_to();
+        DeleteProductDependents("Product", fields, values);
+        connection = GetConnection();
+        Sql sql;
+        sql << "DELETE FROM PRODUCT WHERE PRODUCTID = " << iProductID;
+        const std::int64_t deleted = execute_and_close(connection, sql);
+        if (deleted == 0) raise(eProductNotFound, "Mercato.Product.Delete", "Product not present");
+        Mts_SetComplete();
+        return true;
+      },
+      Tail{"Mercato.Product.Delete", [&] {
+             checker.release();
+             Sql_CloseConnection(connection);
+             Mts_SetAbort();
+           }});
+}
+
+void Product::DeleteProductDependents(const std::string& /*owner*/, const Array& fields, const Array& values) {
+  ConnectionPtr connection;
+  method(
+      [&] {
+        const std::string field = fields.at(0).to_text();
+        const std::string id = values.at(0).to_text();
+        const auto delete_rows = [&](LiteralPiece table, std::string_view column) {
+          Sql sql;
+          sql << table << name(column) << "=" << value(id);
+          connection = GetConnection();
+          return execute_and_close(connection, sql);
+        };
+        if (delete_rows("DELETE FROM attachedfile WHERE ", field) > 0) {
+          // Without a row the folder is left alone, whatever it holds.
+          const std::string folder = files::host_path(GetAttachmentFolder(values.at(0).to_long()));
+          if (files::folder_exists(folder)) files::delete_folder(folder);
+        }
+        delete_rows("DELETE FROM productpropvalue WHERE ", field);
+        delete_rows("DELETE FROM productsbycategory WHERE ", field);
+        // Rows that name the product as the alternative of another stay.
+        delete_rows("DELETE FROM alternativeproducts WHERE ", "ORIGINALPRODUCT");
+        delete_rows("DELETE FROM catalogproductprice WHERE ", field);
+        delete_rows("DELETE FROM favorites WHERE ", field);
+        delete_rows("DELETE FROM productbuyer WHERE ", field);
+        Mts_SetComplete();
+      },
+      Tail{"Mercato.Product.BeforeDelete", [&] {
+             Sql_CloseConnection(connection);
+             Mts_SetAbort();
+           }});
+}
+
+std::string Product::GetAttachmentFolder(std::int32_t product_id) {
+  grundwerk::Configuration configuration;
+  return configuration.GetWebRootFolder() + "\\mercato\\ProductAttachments\\" + std::to_string(product_id);
+}
+
+void Product::Disable(std::int32_t iProductID) {
+  Sql sql;
+  sql << "UPDATE PRODUCT SET DISABLED = 1 WHERE PRODUCTID = " << iProductID;
+  set_visibility("Mercato.Product.Disable", sql);
+}
+
+void Product::Enable(std::int32_t iProductID) {
+  Sql sql;
+  sql << "UPDATE PRODUCT SET DISABLED = 0 WHERE PRODUCTID = " << iProductID;
+  set_visibility("Mercato.Product.Enable", sql);
+}
+
+void Product::set_visibility(std::string_view label, const Sql& sql) {
+  ConnectionPtr connection;
+  method(
+      [&] {
+        connection = GetConnection();
+        execute_and_close(connection, sql);
+        Mts_SetComplete();
+      },
+      Tail{label, [&]() -> Variant {
+             std::string errors = Err_ConnectionErrors(connection);  // closing forgets them
+             Sql_CloseConnection(connection);
+             Mts_SetAbort();
+             return errors;
+           }});
+}
 
 }  // namespace mercato

@@ -1,14 +1,216 @@
+// Favourites of users, and the buyers of products.
+#include <algorithm>
+
+#include "frame/contracts.h"
+#include "frame/product_row.h"
 #include "product/product_internal.h"
 
 namespace mercato {
 
-void Product::CreateFavorite(const std::string&, std::int32_t, std::int32_t) { raise(438); }
-void Product::DeleteFavorite(const std::string&, std::int32_t, std::int32_t) { raise(438); }
-void Product::CreateFavoriteEx(const std::string&, std::int32_t, std::int32_t, std::int32_t) { raise(438); }
-void Product::DeleteFavoriteEx(const std::string&, std::int32_t, std::int32_t, std::int32_t) { raise(438); }
-bool Product::InsertMultipleBuyers(const Array&, const Array&) { raise(438); }
-std::string Product::GetBuyerFromCommodity(const std::string&) { raise(438); }
-std::string Product::GetDefaultProductBuyer(std::int32_t) { raise(438); }
-DictionaryPtr Product::GetBuyersForProducts(const Array&) { raise(438); }
+using product::empty_for_null;
+using product::IsDefaultLong;
+
+namespace {
+
+constexpr std::int32_t kAllFolders = -1;
+constexpr std::int32_t kTopLevel = 0;
+
+bool exists(const RecordsetPtr& favorite) {
+  if (favorite->Eof()) return false;
+  const Variant& present = favorite->Value("PRESENT");
+  return !present.is_null() && present.to_long() > 0;
+}
+
+bool equals(const Variant& flag, std::int32_t number) { return !flag.is_null() && flag.to_long() == number; }
+
+// The reason stands in the source, where callers look for it; there is no description.
+[[noreturn]] void raise_invalid_reference(std::string reason) { raise(kInvalidReference, std::move(reason), {}); }
+
+}  // namespace
+
+void Product::CreateFavorite(const std::string& i_sUserID, std::int32_t i_lProductID, std::int32_t i_lFavoriteType) {
+  CreateFavoriteEx(i_sUserID, i_lProductID, i_lFavoriteType, kTopLevel);
+}
+
+void Product::DeleteFavorite(const std::string& i_sUserID, std::int32_t i_lProductID, std::int32_t i_lFavoriteType) {
+  DeleteFavoriteEx(i_sUserID, i_lProductID, i_lFavoriteType, kAllFolders);
+}
+
+void Product::CreateFavoriteEx(const std::string& i_sUserID, std::int32_t i_lProductID, std::int32_t i_lFavoriteType,
+                               std::int32_t i_lFolderID) {
+  Opened opened;
+  method(
+      [&]() -> Answer<bool> {
+        const bool warehouse = i_lFavoriteType == WarehouseFavorite;
+        const std::int32_t folder = std::max(i_lFolderID, kTopLevel);
+        Sql sql;
+        sql << "SELECT * FROM FAVORITES WHERE USERID='" << value(i_sUserID) << "' AND PRODUCTID=" << i_lProductID;
+        warehouse ? sql << " AND WAREHOUSEFAVORITE=1" : sql << " AND WAREHOUSEFAVORITE=0";
+        sql << " AND FOLDERID= " << folder;
+        opened.connection = GetConnection();
+        opened.rows = open_updatable(sql, opened.connection, CursorType::keyset);
+        // Nothing to do, yet the vote is abort.
+        if (exists(opened.rows)) return refused;
+        opened.rows->AddNew();
+        opened.rows->SetValue("USERID", i_sUserID);
+        opened.rows->SetValue("PRODUCTID", i_lProductID);
+        opened.rows->SetValue("PRESENT", 1);
+        opened.rows->SetValue("WAREHOUSEFAVORITE", warehouse ? 1 : 0);
+        opened.rows->SetValue("FOLDERID", folder);
+        opened.rows->Update();
+        opened.close();
+        Mts_SetComplete();
+        return true;
+      },
+      Tail{"Mercato.Product.CreateFavoriteEx", [&] {
+             opened.close();
+             Mts_SetAbort();
+           }});
+}
+
+// The type and the folder -1 stand for all here, unlike above.
+void Product::DeleteFavoriteEx(const std::string& i_sUserID, std::int32_t i_lProductID, std::int32_t i_lFavoriteType,
+                               std::int32_t i_lFolderID) {
+  execute_and_vote("Mercato.Product.DeleteFavoriteEx", GetConnection, [&] {
+    Sql sql;
+    sql << "DELETE FROM FAVORITES WHERE USERID='" << value(i_sUserID) << "' AND PRODUCTID=" << i_lProductID;
+    if (!IsDefaultLong(i_lFavoriteType))
+      i_lFavoriteType == WarehouseFavorite ? sql << " AND WAREHOUSEFAVORITE = 1" : sql << " AND WAREHOUSEFAVORITE = 0";
+    if (i_lFolderID != kAllFolders) sql << " AND FOLDERID = " << i_lFolderID;
+    return sql;
+  });
+}
+
+// No abort vote in the tail.
+bool Product::InsertMultipleBuyers(const Array& iFields, const Array& iValues) {
+  Opened opened;
+  return method(
+      [&] {
+        opened.connection = GetConnection();
+        opened.rows =
+            open_updatable(LiteralPiece("SELECT * FROM PRODUCTBUYER WHERE 0=1"), opened.connection, CursorType::keyset);
+        opened.rows->AddNew();
+        for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
+          const std::string field = iFields.at(index).to_text();
+          Variant value = iValues.at(index);
+          if (field == "PRODUCTID" && value.is_numeric() && value.to_double() < 0) value = kNull;
+          if (field == "USERID") EmptyToNull(value);
+          opened.rows->SetValue(field, value);
+        }
+
+        const Variant& product_id = opened.rows->Value("PRODUCTID");
+        grundwerk::ReferentialChecker checker;
+        if (!checker.CheckReferences("PRODUCTBUYER", Array{"PRODUCTID", "USERID"},
+                                     Array{product_id, opened.rows->Value("USERID")}))
+          raise_invalid_reference(
+              "The productbuyer record you are trying to insert has an invalid reference to another record");
+
+        Sql sql;
+        // Null is no literal here: the store misses one.
+        sql << "SELECT * FROM PRODUCT WHERE PRODUCTID=" << value(empty_for_null(product_id));
+        const RecordsetPtr product = open_updatable(sql, opened.connection, CursorType::fixed);
+        if (!product->Value("MULTIPLEBUYER").to_boolean())
+          raise_invalid_reference("This productid doesn't have multiple buyer defined in product table");
+        opened.rows->Update();
+        opened.close();
+        Mts_SetComplete();
+        return true;
+      },
+      Tail{"Mercato.Product.InsertMultipleBuyers", [&] { opened.close(); }});
+}
+
+std::string Product::GetBuyerFromCommodity(const std::string& iCommodity) {
+  return read_and_vote(
+      "Mercato.Product.getbuyerfromcommodity", CursorType::forward_only, GetReadConnection,
+      [&] {
+        Sql sql;
+        sql << "SELECT USERID FROM COMMODITY WHERE COMMODITYCODE = '" << value(Gen_QuoteSql(iCommodity)) << "'";
+        return sql;
+      },
+      [](const RecordsetPtr& row) { return empty_for_null(row->Value("USERID")); });
+}
+
+std::string Product::GetDefaultProductBuyer(std::int32_t iProductID) {
+  Opened of_product;
+  Opened of_commodity;
+  return method(
+      [&] {
+        of_product.connection = GetReadConnection();
+        of_commodity.connection = GetReadConnection();
+        Sql product_sql;
+        product_sql << "SELECT USERID, COMMODITYCODE, BUSINESSPARTNERID FROM PRODUCT WHERE PRODUCTID=" << iProductID;
+        of_product.rows = open_read_only(product_sql, of_product.connection);
+        const RecordsetPtr& product = of_product.rows;
+        if (product->Eof()) raise(eProductNotFound, "Mercato.Product.GetProduct", "Product not present");
+
+        std::string buyer = empty_for_null(product->Value("USERID"));
+        const Variant& commodity = product->Value("COMMODITYCODE");
+        if (product->Value("USERID").is_null() && !commodity.is_null()) {
+          Sql commodity_sql;
+          commodity_sql << "SELECT USERID FROM COMMODITY WHERE COMMODITYCODE='"
+                        << value(Gen_QuoteSql(commodity.to_text())) << "'";
+          of_commodity.rows = open_read_only(commodity_sql, of_commodity.connection);
+          buyer = empty_for_null(of_commodity.rows->Value("USERID"));
+        }
+        const Variant& supplier = product->Value("BUSINESSPARTNERID");
+        if (buyer.empty() && !supplier.is_null()) {
+          zentrik::BusinessPartner partner;
+          buyer = partner.GetPartnerDefaultBuyer(supplier);
+        }
+        of_product.close();
+        of_commodity.close();
+        Mts_SetComplete();
+        return buyer;
+      },
+      Tail{"Mercato.Product.GetDefaultProductBuyer", [&] {
+             of_product.close();
+             of_commodity.close();
+             Mts_SetAbort();
+           }});
+}
+
+DictionaryPtr Product::GetBuyersForProducts(const Array& i_aProductList) {
+  Opened opened;
+  RecordsetPtr buyers = Recordset::create();
+  return method(
+      [&] {
+        Sql sql;
+        sql << "SELECT PRODUCTID,USERID,MULTIPLEBUYER FROM PRODUCT"
+               " WHERE PRODUCTID IN (";
+        bool first = true;
+        for (const Variant& id : i_aProductList.items) {
+          if (!first) sql << ",";
+          sql << value(empty_for_null(id));
+          first = false;
+        }
+        sql << ")";
+        auto buyer_of = std::make_shared<Dictionary>();
+        opened.connection = GetReadConnection();
+        opened.rows = open_read_only(sql, opened.connection, CursorType::forward_only);
+        while (!opened.rows->Eof()) {
+          const Variant& multiple_buyer = opened.rows->Value("MULTIPLEBUYER");
+          const Variant& product_id = opened.rows->Value("PRODUCTID");
+          if (equals(multiple_buyer, 0)) {
+            buyer_of->Add(product_id, empty_for_null(opened.rows->Value("USERID")));
+            opened.rows->MoveNext();
+          } else if (equals(multiple_buyer, 1)) {
+            // The walk does not move on: the product comes round again, and the recordset is still open then.
+            Sql list;
+            list << "SELECT PRODUCTID,USERID FROM PRODUCTBUYER WHERE PRODUCTID = " << value(product_id.to_text());
+            buyers->Open(list, opened.connection, CursorType::forward_only, LockType::read_only, -1);
+            for (; !buyers->Eof(); buyers->MoveNext()) buyer_of->Add(product_id, buyers->Value("USERID"));
+          }
+          // Any other value is looked at again and again, until the call limit ends the call.
+        }
+        opened.close();
+        Mts_SetComplete();
+        return buyer_of;
+      },
+      Tail{"Mercato.Product.getBuyersForProducts", [&] {
+             Sql_CloseRecordset(buyers);
+             opened.close();
+             Mts_SetAbort();
+           }});
+}
 
 }  // namespace mercato

@@ -1,4 +1,5 @@
-// Shared by the files of class Product: product.cpp, product_record.cpp, product_search.cpp, product_lists.cpp.
+// Shared by the files of class Product: product.cpp, product_record.cpp, product_search.cpp, product_lists.cpp,
+// product_maintenance.cpp, product_deletion.cpp, product_favorites.cpp.
 #pragma once
 
 #include <cstdint>
@@ -17,6 +18,9 @@ inline bool IsDefaultString(const std::string& text) { return text.empty(); }
 
 // Doubles quotes and makes percent signs stand for themselves, in place.
 std::string& QuoteForLike(std::string& text);
+
+// A value as a statement or a caller has it who knows no Null.
+inline std::string empty_for_null(const Variant& value) { return value.is_null() ? std::string() : value.to_text(); }
 
 // PRODUCTID of the first row, -1 without one.
 inline std::int32_t id_or_none(const RecordsetPtr& rows) {

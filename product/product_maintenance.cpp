@@ -1,19 +1,158 @@
+// Writing products: the two generic writers, what stands around them, and single property values.
+#include "frame/contracts.h"
+#include "frame/product_row.h"
+#include "frame/unspsc_lib.h"
 #include "product/product_internal.h"
 
 namespace mercato {
+namespace {
 
-std::int32_t Product::Insert20(const Array&, const Array&) { raise(438); }
-bool Product::Update20(std::int32_t, const Array&, const Array&) { raise(438); }
-std::int32_t Product::Insert(const Variant&, const Variant&, const Variant&, const Variant&, const Variant&,
-                             const Variant&, const Variant&, const Variant&, const Variant&) {
-  raise(438);
+// The id of a product that was not inserted.
+constexpr std::int32_t kNotInserted = -1;
+constexpr std::string_view kLinksWanted = "Yes";
+
+// Supplier and default buyer must exist, where they are given.
+void require_references(const Recordset& row) {
+  grundwerk::ReferentialChecker checker;
+  const Array fields{"BUSINESSPARTNERID", "USERID"};
+  if (checker.CheckReferences("PRODUCT", fields, Array{row.Value("BUSINESSPARTNERID"), row.Value("USERID")})) return;
+  // The sentence stands in the source, where callers look for it; there is no description.
+  raise(kInvalidReference, "The product record you are trying to insert has an invalid reference to another record",
+        {});
 }
-bool Product::Update(std::int32_t, const Variant&, const Variant&, const Variant&, const Variant&, const Variant&,
-                     const Variant&, const Variant&, const Variant&, const Variant&) {
-  raise(438);
+
+void update_category_links(std::int32_t product_id, const std::string& old_code, const std::string& new_code,
+                           bool is_new) {
+  grundwerk::Configuration configuration("Grundwerk.configuration");
+  configuration.PrepareParameters(false);
+  if (configuration.GetParameter("COMMONPARAMETERS", "UNSPSCIMPLEMENTED") != Variant(kLinksWanted)) return;
+  UpdateProductLinksForUNSPSCCode(product_id, old_code, new_code, is_new);
 }
-Variant Product::SetUpdateDateToNow(std::int32_t) { raise(438); }
-void Product::InsertProductPropertyValue(std::int32_t, std::int32_t, const std::string&) { raise(438); }
-void Product::UpdateProductPropertyValue(std::int32_t, std::int32_t, const std::string&) { raise(438); }
+
+// One name more than the old signatures have values for, so that the array of values always runs out. And since
+// TECHNICALIMAGE has no value of its own, the URL lands on it.
+const Array& names_of_old_signature() {
+  static const Array names{"UNITCODE",     "PROPERTYGROUPID", "MANUFACTURERID", "PARTNUMBER",     "PRODUCTDESCRIPTION",
+                           "CONFIGURABLE", "PRODUCTREMARK",   "IMAGEFILENAME",  "TECHNICALIMAGE", "URL"};
+  return names;
+}
+
+}  // namespace
+
+// No abort vote in the tail: a failure behind the writing of the row leaves the row to the transaction.
+std::int32_t Product::Insert20(const Array& iFields, const Array& iValues) {
+  Opened opened;
+  return method(
+      [&]() -> Answer<std::int32_t> {
+        opened.connection = GetConnection();
+        opened.rows = new_product_row(opened.connection);
+        const auto written = write_product_fields(ProductWritePolicy::insert, *opened.rows, iFields, iValues);
+        if (!written) return refused;
+        require_references(*opened.rows);
+        stamp_product_row(*opened.rows);
+        opened.rows->Update();
+        const std::int32_t product_id = opened.rows->Value("PRODUCTID").to_long();
+        create_group_values(*opened.rows, *written, product_id);
+        opened.close();
+        update_category_links(product_id, "", written->unspsc_code, true);
+        Mts_SetComplete();
+        return product_id;
+      },
+      Tail{"Mercato.Product.Insert", [&] { opened.close(); }, kNotInserted});
+}
+
+bool Product::Update20(std::int32_t iProductID, const Array& iFields, const Array& iValues) {
+  Opened opened;
+  return method(
+      [&] {
+        opened.connection = GetConnection();
+        opened.rows = open_product_row(iProductID, opened.connection);
+        const FormerProduct former = former_product(*opened.rows);
+        const auto written = write_product_fields(ProductWritePolicy::update, *opened.rows, iFields, iValues);
+        require_references(*opened.rows);
+        stamp_product_row(*opened.rows);
+        // A Null is no answer: such a product cannot be updated.
+        if (!opened.rows->Value("MULTIPLEBUYER").to_boolean()) {
+          Sql buyers;
+          buyers << "DELETE FROM productbuyer WHERE PRODUCTID=" << iProductID;
+          opened.connection->Execute(buyers);
+        }
+        opened.rows->Update();
+        follow_group_change(*opened.rows, *written, former.property_group, iProductID, *opened.connection);
+        // A code that was not among the fields counts as cleared, whatever the row holds.
+        update_category_links(iProductID, former.unspsc_code, written->unspsc_code, false);
+        opened.close();
+        Mts_SetComplete();
+        return true;
+      },
+      Tail{"Mercato.Product.Update", [&] {
+             opened.close();
+             Mts_SetAbort();
+           }});
+}
+
+std::int32_t Product::Insert(const Variant& iUnitCode, const Variant& iPropGroupID, const Variant& iManID,
+                             const Variant& iPartNo, const Variant& iProdDescription, const Variant& iConfigurable,
+                             const Variant& iProdRemark, const Variant& iImgFile, const Variant& iURL) {
+  return Insert20(names_of_old_signature(), Array{iUnitCode, iPropGroupID, iManID, iPartNo, iProdDescription,
+                                                  iConfigurable, iProdRemark, iImgFile, iURL});
+}
+
+bool Product::Update(std::int32_t iProductID, const Variant& iUnitCode, const Variant& iPropGroupID,
+                     const Variant& iManID, const Variant& iPartNo, const Variant& iProdDescription,
+                     const Variant& iConfigurable, const Variant& iProdRemark, const Variant& iImgFile,
+                     const Variant& iURL) {
+  return Update20(
+      iProductID, names_of_old_signature(),
+      Array{iUnitCode, iPropGroupID, iManID, iPartNo, iProdDescription, iConfigurable, iProdRemark, iImgFile, iURL});
+}
+
+Variant Product::SetUpdateDateToNow(std::int32_t iProductID) {
+  Opened opened;
+  return method(
+      [&]() -> Variant {
+        opened.connection = GetConnection();
+        opened.rows = open_product_row(iProductID, opened.connection);
+        stamp_product_row(*opened.rows);
+        opened.rows->Update();
+        opened.close();
+        Mts_SetComplete();
+        return true;
+      },
+      Tail{"Mercato.Product.SetUpdateDateToNow", [&] {
+             opened.close();
+             Mts_SetAbort();
+           }});
+}
+
+void Product::InsertProductPropertyValue(std::int32_t iProductID, std::int32_t iPropertyId, const std::string& iValue) {
+  Opened opened;
+  method(
+      [&] {
+        opened.connection = GetConnection();
+        opened.rows = open_updatable(LiteralPiece("SELECT * FROM PRODUCTPROPVALUE WHERE 0=1"), opened.connection,
+                                     CursorType::dynamic);
+        opened.rows->AddNew();
+        opened.rows->SetValue("PROPERTYID", iPropertyId);
+        opened.rows->SetValue("PRODUCTID", iProductID);
+        opened.rows->SetValue("VALUE", iValue);
+        opened.rows->Update();
+        opened.close();
+        Mts_SetComplete();
+      },
+      Tail{"Mercato.Product.InsertProductPropertyValue", [&] {
+             opened.close();
+             Mts_SetAbort();
+           }});
+}
+
+void Product::UpdateProductPropertyValue(std::int32_t iProductID, std::int32_t iPropertyId, const std::string& iValue) {
+  execute_and_vote("Mercato.Product.UpdateProductPropertyValue", GetConnection, [&] {
+    Sql sql;
+    sql << "UPDATE PRODUCTPROPVALUE SET VALUE='" << value(iValue) << "' WHERE PRODUCTID=" << iProductID
+        << " AND PROPERTYID=" << iPropertyId;
+    return sql;
+  });
+}
 
 }  // namespace mercato

@@ -9,6 +9,7 @@
 
 namespace mercato {
 
+using product::empty_for_null;
 using product::IsDefaultLong;
 using product::IsDefaultString;
 
@@ -56,8 +57,6 @@ constexpr std::array<RecordKey, 33> kRecordKeys = {{{"PRODUCTID", "PRODUCTID"},
                                                     {"DELIVERYLEADTIME", "DELIVERYLEADTIME"},
                                                     {"CLASSCODE", "CLASSCODE"},
                                                     {"SERVICEITEM", "SERVICEITEM"}}};
-
-std::string empty_for_null(const Variant& value) { return value.is_null() ? std::string() : value.to_text(); }
 
 }  // namespace
 

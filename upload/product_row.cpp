@@ -1,6 +1,6 @@
 // The row of PRODUCT and the buyer rows beside it. What becomes of each field is told in frame/product_row.cpp.
-#include "frame/clock.h"
 #include "frame/types/text.h"
+#include "frame/unspsc_lib.h"
 #include "upload/product_xml_internal.h"
 
 namespace mercato {
@@ -48,19 +48,17 @@ std::int32_t ProductXML::Insert20(const Array& iFields, const Array& iValues) {
   return method(
       [&]() -> Answer<std::int32_t> {
         opened.connection = GetConnection();
-        opened.rows =
-            open_updatable(LiteralPiece("SELECT * FROM PRODUCT WHERE 0=1"), opened.connection, CursorType::keyset);
-        opened.rows->AddNew();
+        opened.rows = new_product_row(opened.connection);
         const auto written =
             write_product_fields(ProductWritePolicy::upload_insert, *opened.rows, iFields, iValues, buyer_separator_);
         if (!written) return refused;
-        opened.rows->SetValue("DATEUPDATED", clock::now());
+        stamp_product_row(*opened.rows);
         opened.rows->Update();
         const std::int32_t product_id = opened.rows->Value("PRODUCTID").to_long();
         if (!written->buyers.empty()) InsertUpdateMultipleBuyer(product_id, written->buyers);
         create_group_values(*opened.rows, *written, product_id);
         opened.close();
-        update_unspsc_links();
+        update_unspsc_links(product_id, "", written->unspsc_code, true);
         return product_id;
       },
       Tail{"Mercato.ProductXML.Insert20", [&] { opened.close(); }, kNotInserted});
@@ -73,30 +71,26 @@ bool ProductXML::Update20(std::int32_t iProductID, const Array& iFields, const A
   return method(
       [&] {
         opened.connection = GetConnection();
-        Sql sql;
-        sql << "SELECT * FROM PRODUCT WHERE PRODUCTID=" << iProductID;
-        opened.rows = open_updatable(sql, opened.connection, CursorType::fixed);
-        if (opened.rows->Eof()) raise(eProductNotFound, "Mercato.Product.Update", "Product not present");
-        const Variant old_group = opened.rows->Value("PROPERTYGROUPID");
+        opened.rows = open_product_row(iProductID, opened.connection);
+        const FormerProduct former = former_product(*opened.rows);
         const auto written =
             write_product_fields(ProductWritePolicy::upload_update, *opened.rows, iFields, iValues, buyer_separator_);
-        opened.rows->SetValue("DATEUPDATED", clock::now());
+        stamp_product_row(*opened.rows);
         opened.rows->Update();
         InsertUpdateMultipleBuyer(iProductID, written->buyers);
-        follow_group_change(*opened.rows, *written, old_group.is_null() ? 0 : old_group.to_long(), iProductID,
-                            *opened.connection);
-        update_unspsc_links();
+        follow_group_change(*opened.rows, *written, former.property_group, iProductID, *opened.connection);
+        update_unspsc_links(iProductID, former.unspsc_code, written->unspsc_code, false);
         opened.close();
         return true;
       },
       Tail{"Mercato.ProductXML.Update20", [&] { opened.close(); }});
 }
 
-void ProductXML::update_unspsc_links() {
+// Not reached behind the comparison: it would take the product's id for that of a category.
+void ProductXML::update_unspsc_links(std::int32_t product_id, const std::string& old_code, const std::string& new_code,
+                                     bool is_new) {
   read_unspsc_setting();
-  // Not reached. The function that would be called is part of a module of the classification that is not there yet.
-  if (unspsc_links_wanted())
-    raise(error_number::kNoSuchMethod, {}, "UpdateProductCategoryLinksForUNSPSCCode is missing");
+  if (unspsc_links_wanted()) UpdateProductCategoryLinksForUNSPSCCode(product_id, old_code, new_code, is_new);
 }
 
 bool ProductXML::unspsc_links_wanted() const { return mUNSPSCImplemented == Variant(kUnspscLinksWanted); }

@@ -136,7 +136,8 @@ class ProductXML : public ComponentOf<ProductXML> {
   void updateProductValues(const Dictionary& standard, const std::string& iBuyFromPartNr);
   std::int32_t Insert20(const Array& iFields, const Array& iValues);
   bool Update20(std::int32_t iProductID, const Array& iFields, const Array& iValues);
-  void update_unspsc_links();
+  void update_unspsc_links(std::int32_t product_id, const std::string& old_code, const std::string& new_code,
+                           bool is_new);
   bool unspsc_links_wanted() const;
   void insertProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr);
   void updateProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr);

@@ -67,6 +67,13 @@ void create_folder(const std::string& path) {
   fail("create the folder", path, code, error_number::kPathNotFound);
 }
 
+void delete_folder(const std::string& path) {
+  if (!folder_exists(path)) fail("delete the folder", path, ENOENT, error_number::kPathNotFound);
+  std::error_code failure;
+  std::filesystem::remove_all(path, failure);
+  if (failure) fail("delete the folder", path, failure.value(), error_number::kPathNotFound);
+}
+
 bool file_exists(const std::string& path) {
   std::error_code ignored;
   const auto status = std::filesystem::status(path, ignored);

@@ -19,6 +19,10 @@ bool folder_exists(const std::string& path);
 // Raises 76 when the parent is missing, 70 without permission, else 75.
 void create_folder(const std::string& path);
 
+// Deletes the folder with everything in it; links in it go, not what they lead to. Raises 76 when there is no such
+// folder, 70 without permission, else 75; what was deleted by then stays deleted.
+void delete_folder(const std::string& path);
+
 // False also for a path that cannot be looked at, and for a folder of that name.
 bool file_exists(const std::string& path);
 

@@ -50,6 +50,22 @@ TEST_F(Method, ThatFailsRunsItsTailBeforeItLogsAndRaises) {
   EXPECT_EQ(log(), (std::vector<LogEntry>{{"S", message("5", "L", message("5", "L", "d")), 0}}));
 }
 
+TEST_F(Method, MayMakeItsLabelOfWhatItCameToKnow) {
+  std::string asked = "nothing";
+  const auto label = [&] { return "L " + asked; };
+  EXPECT_EQ(raised_by([&] {
+              method(
+                  [&]() -> int {
+                    asked = "a question";
+                    raise(5, "S", "d");
+                  },
+                  Tail{label, [&] { done_.emplace_back("tail"); }});
+            }),
+            (RaisedError{5, "S", message("5", "L a question", "d"), "", 0}));
+  EXPECT_EQ(done_, std::vector<std::string>{"tail"});
+  EXPECT_EQ(log().size(), 1u);
+}
+
 TEST_F(Method, ThatIsRefusedLeavesThroughItsTailAndRaisesNothing) {
   EXPECT_FALSE(method([]() -> Answer<bool> { return refused; }, Tail{"L", no_steps}));
   EXPECT_EQ(method([]() -> Answer<std::int32_t> { return refused; }, Tail{"L", [&] { done_.emplace_back("tail"); }}),

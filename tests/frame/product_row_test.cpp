@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <tuple>
+
+#include "frame/lib_error_handling.h"
 #include "platform/automation/registry.h"
 #include "tests/support/store_fixture.h"
 
@@ -42,72 +46,132 @@ constexpr auto kUpdate = ProductWritePolicy::upload_update;
 
 std::string shown(const Variant& value) { return value.is_null() ? "Null" : "'" + value.to_text() + "'"; }
 
+// What stands in the column afterwards, "stop", or "fails" and the number.
+std::string outcome_of(const std::function<std::optional<WrittenProductFields>()>& write, const Recordset& row,
+                       const std::string& field) {
+  try {
+    return write() ? shown(row.Value(field)) : "stop";
+  } catch (const Raised& failure) {
+    return "fails " + std::to_string(failure.error().Number);
+  }
+}
+
 TEST_F(ProductRow, EachRuleMakesOfAValueWhatItsTableSays) {
   struct Case {
     std::string field;
     Variant value;
-    std::string insert;  // in the column, or "stop"
+    std::string insert;
     std::string update;
+    std::string upload_insert = {};  // "": as above
+    std::string upload_update = {};
   };
   const std::string long_text(256, 'x');
   const std::string full_text(255, 'x');
+  const std::string long_value = "'" + long_text + "'";
+  const std::string full_value = "'" + full_text + "'";
   const Case cases[] = {
       {"UNITCODE", "  ", "Null", "Null"},
+      {"UNITCODE", " PC ", "' PC '", "' PC '"},
+      {"UNITCODE", kNull, "Null", "Null"},
       {"CLASSCODE", "", "Null", "Null"},
+      {"CLASSCODE", " ", "Null", "Null"},
       {"COMMODITYCODE", " C ", "' C '", "' C '"},
+      {"COMMODITYCODE", " ", "Null", "Null"},
       {"MANUFACTURERID", " ", "Null", "Null"},
       {"CONTRACTCODE", " ", "Null", "' '"},
+      {"CONTRACTCODE", "", "Null", "''"},
       {"PRICINGMETHOD", "", "Null", "Null"},
       {"PRICINGMETHOD", " ", "Null", "' '"},
       {"NUMBER", "-1", "Null", "Null"},
+      {"NUMBER", -1, "Null", "Null"},
       {"NUMBER", "7", "'7'", "'7'"},
+      {"NUMBER", -2, "'-2'", "'-2'"},
+      {"NUMBER", "", "fails 13", "fails 13"},
       {"BUSINESSPARTNERID", -1, "Null", "Null"},
+      {"BUSINESSPARTNERID", "-1.0", "Null", "Null"},
+      {"BUSINESSPARTNERID", 7, "'7'", "'7'"},
       {"PROPERTYGROUPID", "-1", "Null", "Null"},
       {"PROPERTYGROUPID", 4, "'4'", "'4'"},
+      {"PROPERTYGROUPID", "", "fails 13", "fails 13"},
+      {"PROPERTYGROUPID", kNull, "fails 94", "fails 94"},
+      {"PROPERTYGROUPID", 4294967296.0, "fails 6", "fails 6"},
       {"PRODUCTDESCRIPTION", "", "stop", "''"},
       {"PRODUCTDESCRIPTION", " ", "' '", "' '"},
+      {"PRODUCTDESCRIPTION", kNull, "Null", "Null"},
       {"PARTNUMBER", "", "stop", "''"},
+      {"PARTNUMBER", " ", "' '", "' '"},
       {"PRODUCTREMARK", "", "Null", "''"},
-      {"PRODUCTREMARK", "It's", "'It''s'", "'It's'"},
-      {"PRODUCTREMARK", long_text, "stop", "'" + long_text + "'"},
-      {"PRODUCTREMARK", full_text, "'" + full_text + "'", "'" + full_text + "'"},
+      {"PRODUCTREMARK", " ", "' '", "' '"},
+      {"PRODUCTREMARK", "It's", "'It's'", "'It's'", "'It''s'", "'It's'"},
+      {"PRODUCTREMARK", long_text, "stop", long_value},
+      {"PRODUCTREMARK", full_text, full_value, full_value},
       {"BUYFROMCONTACTINFO", "", "Null", "''"},
       {"BUYFROMCONTACTINFO", "It's", "'It's'", "'It's'"},
-      {"BUYFROMCONTACTINFO", long_text, "stop", "'" + long_text + "'"},
+      {"BUYFROMCONTACTINFO", long_text, "stop", long_value},
+      {"BUYFROMCONTACTINFO", full_text, full_value, full_value},
       {"IMAGEFILENAME", " ", "Null", "' '"},
       {"TECHNICALIMAGE", " ", "Null", "' '"},
       {"URL", " ", "Null", "' '"},
+      {"URL", long_text, long_value, long_value},
       {"PRODUCTXML", " ", "Null", "' '"},
       {"PRODUCTEFFECTIVITYDATE", "7/1/2026", "'7/1/2026'", "'7/1/2026'"},
+      {"PRODUCTEFFECTIVITYDATE", "", "Null", "fails 13"},
+      {"PRODUCTEFFECTIVITYDATE", "-1", "stop", "'12/29/1899'"},
+      {"PRODUCTEFFECTIVITYDATE", " ", "fails 13", "fails 13"},
+      {"PRODUCTEXPIRYDATE", "12/31/2026", "'12/31/2026'", "'12/31/2026'"},
+      {"PRODUCTEXPIRYDATE", "", "Null", "fails 13"},
+      {"PRODUCTEXPIRYDATE", "-1", "stop", "'12/29/1899'"},
+      {"PRODUCTEXPIRYDATE", kNull, "Null", "Null"},
       {"DISABLED", "1", "'1'", "'1'"},
+      {"DISABLED", " ", "Null", "fails 13"},
       {"CONFIGURABLE", "0", "'0'", "'0'"},
+      {"CONFIGURABLE", "", "Null", "fails 13"},
       {"BUYFROMPARTNUMBER", " ", "Null", "' '"},
       {"BUYFROMCONTACTEMAIL", " ", "' '", "' '"},
       {"UNSPSCCODE", " ", "Null", "' '"},
       {"UNSPSCCODE", "", "Null", "Null"},
+      {"UNSPSCCODE", "441207", "'441207'", "'441207'"},
       {"GTIN", " ", "Null", "Null"},
       {"GTIN", "123", "'00000000000123'", "'00000000000123'"},
-      {"GTIN", "123456789012345", "'123456789012345'", "'123456789012345'"},
+      {"GTIN", " 123", "'0000000000 123'", "'0000000000 123'"},
+      {"GTIN", "12345678901234", "'12345678901234'", "'12345678901234'"},
+      {"GTIN", "123456789012345", "'123456789012345'", "fails 5", "'123456789012345'", "'123456789012345'"},
       {"MULTIPLEBUYER", " ", "Null", "Null"},
+      {"MULTIPLEBUYER", "1", "'1'", "'1'"},
       {"MFRPARTNUMBER", " ", "Null", "Null"},
       {"LOTSIZE", " ", "Null", "Null"},
       {"DELIVERYLEADTIME", " ", "Null", "Null"},
-      {"MINORDERQTY", "0.0", "'1'", "'1'"},
+      {"MINORDERQTY", "0.0", "'0'", "'0'", "'1'", "'1'"},
       {"MINORDERQTY", "2.5", "'2.5'", "'2.5'"},
-      {"MULTIPLEOF", 0, "'1'", "'1'"},
-      {"USERID", ";ann;bob", "'ann'", "'ann'"},
+      {"MINORDERQTY", "", "fails 13", "fails 13"},
+      {"MULTIPLEOF", 0, "'0'", "'0'", "'1'", "'1'"},
+      {"MULTIPLEOF", kNull, "Null", "Null"},
+      {"USERID", ";ann;bob", "';ann;bob'", "';ann;bob'", "'ann'", "'ann'"},
+      {"USERID", "ann", "'ann'", "'ann'"},
       {"USERID", "  ", "Null", "'  '"},
-      {"USERID", ";", "Null", "Null"},
+      {"USERID", "", "Null", "''", "Null", "Null"},
+      {"USERID", ";", "';'", "';'", "Null", "Null"},
+      {"PRODUCTID", 7, "'7'", "Null"},
       {"STOCKITEM", 1, "'1'", "'1'"},
+      {"STOCKITEM", " ", "fails 13", "fails 13"},
+      {"SERVICEITEM", "1", "'1'", "'1'"},
       {"unitcode", "  ", "'  '", "'  '"},
+      {"productid", 7, "'7'", "'7'"},
+      {"partnumber", "", "''", "''"},
+      {"productExpiryDate", "-1", "'12/29/1899'", "'12/29/1899'"},
   };
+  const auto or_as_above = [](const std::string& own, const std::string& above) { return own.empty() ? above : own; };
   for (const Case& rule : cases) {
     SCOPED_TRACE(rule.field + " " + shown(rule.value).substr(0, 40));
-    for (const auto& [policy, expected] : {std::pair(kInsert, rule.insert), std::pair(kUpdate, rule.update)}) {
+    const std::tuple<ProductWritePolicy, const char*, std::string> policies[] = {
+        {ProductWritePolicy::insert, "insert", rule.insert},
+        {ProductWritePolicy::update, "update", rule.update},
+        {ProductWritePolicy::upload_insert, "upload insert", or_as_above(rule.upload_insert, rule.insert)},
+        {ProductWritePolicy::upload_update, "upload update", or_as_above(rule.upload_update, rule.update)}};
+    for (const auto& [policy, name, expected] : policies) {
       new_row();
-      const bool written = write(policy, Array{rule.field}, Array{rule.value}).has_value();
-      EXPECT_EQ(written ? shown(row->Value(rule.field)) : "stop", expected)
-          << (policy == kInsert ? "insert" : "update");
+      const auto write_it = [&, policy = policy] { return write(policy, Array{rule.field}, Array{rule.value}); };
+      EXPECT_EQ(outcome_of(write_it, *row, rule.field), expected) << name;
     }
   }
 }
@@ -132,9 +196,12 @@ TEST_F(ProductRow, MisspeltContactEmailIsNoColumn) {
             error_number::kNoSuchField);
 }
 
-TEST_F(ProductRow, BuyerSeparatorIsNoColumnInAnyCase) {
+TEST_F(ProductRow, BuyerSeparatorIsNoColumnInAnyCaseAndKnownToTheUploadsOnly) {
   EXPECT_TRUE(write(kInsert, Array{"MultipleBuyerSeparator"}, Array{"/"}));
   EXPECT_TRUE(write(kUpdate, Array{"MULTIPLEBUYERSEPARATOR"}, Array{"/"}));
+  for (const ProductWritePolicy policy : {ProductWritePolicy::insert, ProductWritePolicy::update})
+    EXPECT_EQ(raised_by([&] { write(policy, Array{"MULTIPLEBUYERSEPARATOR"}, Array{"/"}); }).Number,
+              error_number::kNoSuchField);
 }
 
 TEST_F(ProductRow, ProductIdIsWrittenByAnInsertOnly) {
@@ -151,14 +218,14 @@ TEST_F(ProductRow, BuyersGroupAndUnspscCodeAreRemembered) {
   EXPECT_EQ(written->buyers, ";ann;bob");
   EXPECT_TRUE(written->has_property_group);
   EXPECT_EQ(written->property_group, -1);
-  EXPECT_EQ(written->unspsc_code, Variant("441207"));
+  EXPECT_EQ(written->unspsc_code, "441207");
   EXPECT_EQ(separator.text(), ";");
 
   const auto nothing = write(kInsert, Array{"URL"}, Array{"u"});
   ASSERT_TRUE(nothing);
   EXPECT_EQ(nothing->buyers, "");
   EXPECT_FALSE(nothing->has_property_group);
-  EXPECT_TRUE(nothing->unspsc_code.is_null());
+  EXPECT_EQ(nothing->unspsc_code, "");
 }
 
 TEST_F(ProductRow, BuyersAreTakenApartAtTheSeparatorThatIsSet) {
@@ -185,6 +252,31 @@ TEST_F(ProductRow, EmptyToNullTakesBlanksForNothing) {
   Variant number(0);
   EmptyToNull(number);
   EXPECT_EQ(number, Variant(0));
+}
+
+TEST_F(ProductRow, FormerProductHasZeroAndNothingForNulls) {
+  execute({"INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION) VALUES ('P-1', 'first')",
+           "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, PROPERTYGROUPID, UNSPSCCODE) VALUES ('P-2', 'second', "
+           "4, '441207')"});
+  const FormerProduct bare = former_product(*open_product_row(1, connection));
+  EXPECT_EQ(bare.property_group, 0);
+  EXPECT_EQ(bare.unspsc_code, "");
+  const FormerProduct full = former_product(*open_product_row(2, connection));
+  EXPECT_EQ(full.property_group, 4);
+  EXPECT_EQ(full.unspsc_code, "441207");
+}
+
+TEST_F(ProductRow, ProductThatDoesNotExistCannotBeOpened) {
+  EXPECT_EQ(raised_by([&] { open_product_row(1, connection); }),
+            (RaisedError{eProductNotFound, "Mercato.Product.Update", "Product not present", "", 0}));
+}
+
+TEST_F(ProductRow, StampIsTheCurrentDateAndTime) {
+  const Date now = Date::from_civil({2026, 7, 1, 8, 30, 0});
+  clock::script_clock(now, 0);
+  row = new_product_row(connection);
+  stamp_product_row(*row);
+  EXPECT_EQ(row->Value("DATEUPDATED"), Variant(now));
 }
 
 // Stands in for the class of this name: whether it is called, and with what, is all that counts here.

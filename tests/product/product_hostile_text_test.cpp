@@ -43,6 +43,17 @@ std::vector<TextArgument> text_arguments() {
       {"GetPartNumbersForProducts", {Array{""}}, 0, true, false},
       {"ValidateProductAgainstUserCatalogs", {"", Array{5}}, 0, false, false},
       {"ValidateProductAgainstUserCatalogs", {"1", Array{""}}, 1, true, false},
+      {"GetBuyersForProducts", {Array{""}}, 0, true, false},
+      {"GetBuyerFromCommodity", {""}, 0},
+      {"IReferentialIntegrity_Exists", {Variant(), Array{"USERID"}, Array{""}}, 2, true},
+      {"IReferentialIntegrity_Exists", {Variant(), Array{"OFFICEDESCRIPTION"}, Array{""}}, 2, true},
+      {"IReferentialIntegrity_Exists", {Variant(), Array{"CURRENCYCODE"}, Array{""}}, 2, true},
+      {"IReferentialIntegrity_Exists", {Variant(), Array{"COMMODITYCODE"}, Array{""}}, 2, true},
+      {"IReferentialIntegrity_Exists", {Variant(), Array{"CHARGETYPECODE"}, Array{""}}, 2, true},
+      {"IReferentialIntegrity_Exists", {Variant(), Array{"BUSINESSPARTNERID"}, Array{""}}, 2, true, false},
+      {"IReferentialIntegrity_Exists", {Variant(), Array{"PRODUCTID"}, Array{""}}, 2, true, false},
+      {"IReferentialIntegrity_Exists", {Variant(), Array{"UNSPSCCODES"}, Array{""}}, 2, true, false},
+      {"IReferentialIntegrity_Exists", {Variant(), Array{""}, Array{"x"}}, 1, true, false},
   };
 }
 
@@ -96,6 +107,9 @@ TEST_F(ProductHostileText, BetweenQuotesIsOneLiteralThatFindsNothing) {
       try {
         EXPECT_TRUE(found_nothing(invoke(product_.object(), argument.method, arguments)));
       } catch (const Raised& failure) {
+        // The one lookup that fails when it finds nothing.
+        if (argument.method == "GetBuyerFromCommodity" && failure.error().Number == error_number::kNoCurrentRow)
+          continue;
         EXPECT_EQ(failure.error().Number, error_number::kStatementRefused) << failure.error().Description;
         EXPECT_TRUE(text.find('\0') != std::string::npos || !text::is_valid(text));
       }

@@ -10,6 +10,7 @@
 #include "frame/lib_error_handling.h"
 #include "frame/types/collection.h"
 #include "frame/types/dictionary.h"
+#include "tests/support/expected_failure.h"
 #include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"
 #include "upload/product_xml.h"
@@ -41,20 +42,6 @@ inline std::string document(const std::string& records) { return "<PRODUCTS>" + 
 // The three required fields.
 inline const std::string kRequired =
     "<UNIT>PC</UNIT><PRODUCTDESCRIPTION>Pen</PRODUCTDESCRIPTION><PARTNUMBER>A1</PARTNUMBER>";
-
-// The description and the log entries of a failure that passes through these methods, the innermost first.
-struct ExpectedFailure {
-  std::string description;
-  std::vector<LogEntry> log;
-  ExpectedFailure(const std::string& number, const std::string& source, std::string innermost,
-                  const std::vector<std::string>& methods)
-      : description(std::move(innermost)) {
-    for (const std::string& method : methods) {
-      description = message(number, method, description);
-      log.push_back({source, message(number, method, description), 0});
-    }
-  }
-};
 
 // What stands between the last " DESC: " and the full stop that closes its line.
 inline std::string innermost_description(const std::string& text) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <string>
@@ -49,6 +50,47 @@ TEST(Folders, AFileInThePlaceOfTheFolderIsAnAccessError) {
   write_file_atomically(path, "x");
   EXPECT_EQ(failure_of([&] { create_folder(path); }),
             failure(75, "Cannot create the folder \"" + path + "\": File exists"));
+}
+
+TEST(Folders, ADeletedFolderIsGoneWithEverythingInIt) {
+  const TemporaryFolder root;
+  const std::string folder = root / "5";
+  create_folder(folder);
+  create_folder(folder + "/inner");
+  write_file_atomically(folder + "/inner/manual.pdf", "x");
+  write_file_atomically(folder + "/manual.pdf", "x");
+  delete_folder(folder);
+  EXPECT_FALSE(folder_exists(folder));
+  EXPECT_TRUE(folder_exists(root.path()));
+}
+
+TEST(Folders, WhatALinkInADeletedFolderLeadsToStays) {
+  const TemporaryFolder root;
+  const std::string folder = root / "5";
+  create_folder(folder);
+  create_folder(root / "elsewhere");
+  write_file_atomically(root / "elsewhere/manual.pdf", "x");
+  ASSERT_EQ(::symlink((root / "elsewhere").c_str(), (folder + "/link").c_str()), 0);
+  delete_folder(folder);
+  EXPECT_FALSE(folder_exists(folder));
+  EXPECT_TRUE(file_exists(root / "elsewhere/manual.pdf"));
+}
+
+TEST(Folders, AFolderThatIsMissingOrNoneCannotBeDeleted) {
+  const TemporaryFolder root;
+  const std::string missing = root / "5";
+  EXPECT_EQ(failure_of([&] { delete_folder(missing); }),
+            failure(76, "Cannot delete the folder \"" + missing + "\": No such file or directory"));
+  const std::string file = root / "file";
+  write_file_atomically(file, "x");
+  EXPECT_EQ(failure_of([&] { delete_folder(file); }).Number, 76);
+  EXPECT_TRUE(file_exists(file));
+}
+
+TEST(Folders, AFolderThatMayNotBeDeletedIsAPermissionFailure) {
+  // The kernel lets nobody delete here, whoever runs the test.
+  EXPECT_EQ(failure_of([] { delete_folder("/proc/self/fdinfo"); }).Number, 70);
+  EXPECT_TRUE(folder_exists("/proc/self/fdinfo"));
 }
 
 TEST(Files, AFileThatIsMissingCannotBeDeletedOrRead) {
