@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <map>
 #include <random>
 #include <sstream>
 #include <string>
@@ -21,6 +20,7 @@
 #include "bench/support/components_to_products.h"
 #include "bench/support/data_folder.h"
 #include "bench/support/figures.h"
+#include "bench/support/medians.h"
 #include "bench/support/upload.h"
 #include "frame/connection.h"
 #include "frame/lib_general.h"
@@ -259,27 +259,6 @@ void link_products(const fs::path& path) {
     throw std::runtime_error("the store does not hold 100,000 products");
 }
 
-// Shows the times as they come, and keeps the medians.
-class Medians : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.error_occurred) throw std::runtime_error(run.benchmark_name() + ": " + run.error_message);
-      if (run.aggregate_name != "median") continue;
-      processor_[run.run_name.function_name] = run.GetAdjustedCPUTime();
-      clock_[run.run_name.function_name] = run.GetAdjustedRealTime();
-    }
-  }
-  // Of work on the benchmark's own thread: what else the machine does is not in it.
-  double processor_us(const std::string& name) const { return processor_.at(name) / 1000; }
-  double clock_us(const std::string& name) const { return clock_.at(name) / 1000; }
-
- private:
-  std::map<std::string, double> processor_;  // nanoseconds
-  std::map<std::string, double> clock_;
-};
-
 void report(const Medians& medians, Figures& figures) {
   const auto us = [&](const char* name) { return medians.processor_us(name); };
   std::printf("\n");
@@ -306,9 +285,6 @@ void run(const std::string& figures_file, const std::string& given_store) {
   link_products(store_file);
   use_store(store_file, folder.path());
 
-  const auto measure = [](const char* name, auto work) {
-    benchmark::RegisterBenchmark(name, work)->Repetitions(5)->ReportAggregatesOnly();
-  };
   measure("product_by_class", product_by_class);
   measure("product_by_class_and_object", product_by_class_and_object);
   measure("product_by_hand", product_by_hand);
@@ -320,13 +296,7 @@ void run(const std::string& figures_file, const std::string& given_store) {
   measure("product_by_gateway", product_by_gateway);
   measure("product_by_process", product_by_process);
 
-  std::string program = "calls_bench";
-  std::string in_random_order = "--benchmark_enable_random_interleaving=true";
-  char* arguments[] = {program.data(), in_random_order.data(), nullptr};
-  int count = 2;
-  benchmark::Initialize(&count, arguments);
-  Medians medians;
-  benchmark::RunSpecifiedBenchmarks(&medians);
+  const Medians medians = measure_in_random_order("calls_bench");
   store::close_idle_sessions();
 
   Figures figures(figures_file);

@@ -1,5 +1,7 @@
 #include "product/product.h"
 
+#include <limits>
+
 #include "frame/lib_sql.h"
 #include "frame/types/text.h"
 #include "product/product_internal.h"
@@ -146,6 +148,27 @@ std::string& QuoteForLike(std::string& text) {
   text = text::replace_all(text, "'", "''");
   text = text::replace_all(text, "%", "[%]");
   return text;
+}
+
+DictionaryPtr numbered_rows(std::string_view label, ConnectionPtr (*open)(), const Sql& sql,
+                            std::span<const std::string_view> columns) {
+  Opened opened;
+  return method(
+      [&] {
+        opened.connection = open();
+        opened.rows = open_read_only(sql, opened.connection);
+        auto numbered = std::make_shared<Dictionary>();
+        std::int16_t number = 0;
+        for (; !opened.rows->Eof(); opened.rows->MoveNext()) {
+          if (number == std::numeric_limits<std::int16_t>::max()) raise(error_number::kOverflow);
+          auto row = std::make_shared<Dictionary>();
+          for (const std::string_view column : columns) row->Add(column, opened.rows->Value(column));
+          numbered->Add(std::to_string(++number), row);
+        }
+        opened.close();
+        return numbered;
+      },
+      Tail{label, [&] { opened.close(); }});
 }
 
 }  // namespace product

@@ -12,7 +12,7 @@
 // that is no column, 13, 6 or 94 for a value that the column's type cannot take.
 //
 // An object serves one call at a time. It keeps nothing between calls but the cache of getManufacturerID, and the price
-// group of a failed InsertUpdatePriceEx.
+// group of a failed InsertUpdatePriceEx or getCatalogPriceAttributesEx.
 #pragma once
 
 #include <cstdint>
@@ -185,7 +185,7 @@ class Product : public ComponentOf<Product> {
   // line holds. Without a quantity (-1.0) the statement is refused by the store.
   DictionaryPtr getCatalogPriceAttributes(std::int32_t i_lProductID, Date i_dDate, const std::string& i_sCurrencyCode,
                                           double i_fQuantity = -1.0);
-  // The group has no effect on the result.
+  // The group has no effect on the result; when the call fails, it stays with the object.
   DictionaryPtr getCatalogPriceAttributesEx(std::int32_t i_lProductID, Date i_dDate, const std::string& i_sCurrencyCode,
                                             double i_fQuantity = -1.0, const std::string& i_sGroupBy = "");
   // "1", "2", ... to a Dictionary of ten columns, FREIGHTCOST not among them. Raises 6 beyond 32,767 lines. No vote.
@@ -214,7 +214,8 @@ class Product : public ComponentOf<Product> {
   // beyond 32,767 properties.
   DictionaryPtr GetProductProperties(std::int32_t iProductID);
   // Whether the quantity is a multiple of MULTIPLEOF and not below MINORDERQTY, in decimal arithmetic; a Null or 0
-  // asks for nothing. False for an unknown product. Logged under "Mercato.Product.Checklotsize".
+  // asks for nothing. False for an unknown product. Raises 6 for a number that is not finite. Logged under
+  // "Mercato.Product.Checklotsize".
   bool CheckLotSize(std::int32_t iProductID, double iQuantity);
   // 0 for an unknown product or a Null. getMultipleOf is logged under "Mercato.Product.getmultipleof".
   double getMultipleOf(std::int32_t iProductID);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -26,6 +27,16 @@ inline std::string empty_for_null(const Variant& value) { return value.is_null()
 inline std::int32_t id_or_none(const RecordsetPtr& rows) {
   return rows->Eof() ? -1 : rows->Value("PRODUCTID").to_long();
 }
+
+// Price lines and requisition support (product_prices.cpp, product_requisition.cpp).
+
+inline bool IsDefaultDouble(double number) { return number == -1.0; }
+inline Currency NullToCurrency(const Variant& value) { return value.is_null() ? Currency() : value.to_currency(); }
+
+// The rows of a query in their order: "1", "2", ... to a Dictionary of these columns. Raises 6 beyond 32,767 rows. No
+// vote in either direction; a failure closes, is logged and raised under the label.
+DictionaryPtr numbered_rows(std::string_view label, ConnectionPtr (*open)(), const Sql& sql,
+                            std::span<const std::string_view> columns);
 
 }  // namespace product
 

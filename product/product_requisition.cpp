@@ -1,15 +1,237 @@
+// Requisition support: the properties that a requisition line asks for, and the quantities that may be ordered.
+#include <array>
+#include <cmath>
+#include <string_view>
+
+#include "frame/contracts.h"
+#include "frame/lib_general.h"
+#include "frame/types/decimal.h"
 #include "product/product_internal.h"
 
 namespace mercato {
+namespace {
 
-DictionaryPtr Product::GetRequisitionLineProperties(const std::string&, const std::string&, std::int32_t) {
-  raise(438);
+constexpr std::array<std::string_view, 4> kPropertyColumns = {"PROPERTYID", "PROPERTYNAME", "DATATYPE", "VALUE"};
+
+Sql values_of_product(std::int32_t product_id) {
+  Sql sql;
+  sql << "SELECT VALUE, DATATYPE, PROPERTYNAME, MANDATORY, PROPERTY.PROPERTYID "
+         "FROM PRODUCT INNER JOIN PROPSBYPROPGROUP ON PRODUCT.PROPERTYGROUPID = PROPSBYPROPGROUP.PROPERTYGROUPID "
+         "INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = PROPERTY.PROPERTYID "
+         "INNER JOIN PRODUCTPROPVALUE ON PROPSBYPROPGROUP.PROPERTYID = PRODUCTPROPVALUE.PROPERTYID "
+         "WHERE PRODUCT.PRODUCTID = "
+      << product_id << " AND PRODUCTPROPVALUE.PRODUCTID = " << product_id;
+  return sql;
 }
-bool Product::RequisitionPropertiesPresent(std::int32_t, const std::string&) { raise(438); }
-bool Product::RequisitionCommodityPropertiesPresent(const std::string&, const std::string&) { raise(438); }
-DictionaryPtr Product::GetProductProperties(std::int32_t) { raise(438); }
-bool Product::CheckLotSize(std::int32_t, double) { raise(438); }
-double Product::getMultipleOf(std::int32_t) { raise(438); }
-double Product::getMinOrderQty(std::int32_t) { raise(438); }
+
+Sql defaults_of_commodity(const std::string& commodity_code) {
+  Sql sql;
+  sql << "SELECT DEFAULTVALUE, DATATYPE, PROPERTYNAME, MANDATORY, PROPERTY.PROPERTYID "
+         "FROM COMMODITY INNER JOIN PROPSBYPROPGROUP ON COMMODITY.PROPERTYGROUPID = PROPSBYPROPGROUP.PROPERTYGROUPID "
+         "INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = PROPERTY.PROPERTYID "
+         "WHERE COMMODITY.COMMODITYCODE = '"
+      << value(Gen_QuoteSql(commodity_code)) << "'";
+  return sql;
+}
+
+Sql defaults_of_group(std::int32_t group) {
+  Sql sql;
+  sql << "SELECT DEFAULTVALUE, DATATYPE, PROPERTYNAME, MANDATORY, PROPERTY.PROPERTYID "
+         "FROM PROPSBYPROPGROUP "
+         "INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = PROPERTY.PROPERTYID "
+         "WHERE PROPSBYPROPGROUP.PROPERTYGROUPID = "
+      << group;
+  return sql;
+}
+
+Sql properties_of_products_commodity(std::int32_t product_id) {
+  Sql sql;
+  sql << "SELECT dbo.PROPERTY.PROPERTYID FROM dbo.PRODUCT "
+         " INNER JOIN dbo.COMMODITY ON dbo.Product.COMMODITYCODE = dbo.COMMODITY.COMMODITYCODE "
+         " INNER JOIN dbo.PROPERTYGROUP ON dbo.COMMODITY.PROPERTYGROUPID = dbo.PropertyGroup.PROPERTYGROUPID "
+         " INNER JOIN dbo.PROPSBYPROPGROUP ON dbo.PropertyGroup.PROPERTYGROUPID = "
+         "dbo.PROPSBYPROPGROUP.PROPERTYGROUPID "
+         " INNER JOIN dbo.PROPERTY ON dbo.PROPSBYPROPGROUP.PROPERTYID = dbo.Property.PROPERTYID "
+         " WHERE dbo.PRODUCT.PRODUCTID = "
+      << product_id;
+  return sql;
+}
+
+Sql properties_of_products_group(std::int32_t product_id) {
+  Sql sql;
+  sql << "SELECT PROPERTY.PROPERTYID FROM PROPERTY "
+         " INNER JOIN PROPSBYPROPGROUP ON PROPERTY.PROPERTYID = PROPSBYPROPGROUP.PROPERTYID "
+         " INNER JOIN PRODUCT ON PROPSBYPROPGROUP.PROPERTYGROUPID = PRODUCT.PROPERTYGROUPID "
+         " WHERE PRODUCT.PRODUCTID = "
+      << product_id;
+  return sql;
+}
+
+Sql properties_of_commodity(const std::string& commodity_code) {
+  Sql sql;
+  sql << "SELECT PROPERTYNAME "
+         "FROM COMMODITY INNER JOIN PROPSBYPROPGROUP ON COMMODITY.PROPERTYGROUPID = PROPSBYPROPGROUP.PROPERTYGROUPID "
+         "INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = PROPERTY.PROPERTYID "
+         "WHERE COMMODITY.COMMODITYCODE = '"
+      << value(Gen_QuoteSql(commodity_code)) << "'";
+  return sql;
+}
+
+Sql properties_of_group(std::int32_t group) {
+  Sql sql;
+  sql << "SELECT PROPERTYID FROM PROPSBYPROPGROUP WHERE PROPERTYGROUPID =" << group;
+  return sql;
+}
+
+std::int32_t group_of_user(const std::string& user_id) { return zentrik::User().GetUserPropertyGroup(user_id); }
+
+// The properties that the rows offer. Where they come from a default it stands under VALUE too.
+enum class KnownProperties { fail, are_skipped };
+void add_property_lines(Dictionary& lines, Recordset& rows, std::string_view value_column, KnownProperties known) {
+  for (; !rows.Eof(); rows.MoveNext()) {
+    const Variant key = rows.Value("PROPERTYID").to_text();
+    if (known == KnownProperties::are_skipped && lines.Exists(key)) continue;
+    auto line = std::make_shared<Collection>();
+    line->Add(rows.Value("PROPERTYNAME"), "PROPERTYNAME");
+    line->Add(rows.Value(value_column), "VALUE");
+    line->Add(rows.Value("MANDATORY"), "MANDATORY");
+    line->Add(rows.Value("DATATYPE"), "DATATYPE");
+    lines.Add(key, line);
+  }
+}
+
+// Whether the statement finds a row, on a connection of its own.
+template <class Open>
+bool finds_a_row(Opened& opened, Open open, const Sql& sql) {
+  opened.connection = open();
+  opened.rows = open_read_only(sql, opened.connection);
+  const bool found = !opened.rows->Eof();
+  opened.close();
+  return found;
+}
+
+// A Null asks for nothing, as 0 does.
+bool asks_for_nothing(const Variant& limit) { return Gen_NullToZero(limit) == 0; }
+
+bool is_multiple(const Decimal& quantity, double unrounded, double multiple) {
+  const double times = std::nearbyint(unrounded / multiple);  // half to even
+  return Decimal::of(times) * Decimal::of(multiple) == quantity;
+}
+
+}  // namespace
+
+DictionaryPtr Product::GetRequisitionLineProperties(const std::string& iUserID, const std::string& iCommodityCode,
+                                                    std::int32_t iProductID) {
+  Opened of_product, of_commodity, of_user;
+  return method(
+      [&] {
+        of_product.connection = GetReadConnection();
+        of_commodity.connection = GetReadConnection();
+        of_user.connection = GetReadConnection();
+        auto lines = std::make_shared<Dictionary>();
+
+        // The first that has a property wins.
+        of_product.rows = open_read_only(values_of_product(iProductID), of_product.connection);
+        add_property_lines(*lines, *of_product.rows, "VALUE", KnownProperties::fail);
+        of_commodity.rows = open_read_only(defaults_of_commodity(iCommodityCode), of_commodity.connection);
+        add_property_lines(*lines, *of_commodity.rows, "DEFAULTVALUE", KnownProperties::are_skipped);
+        of_user.rows = open_read_only(defaults_of_group(group_of_user(iUserID)), of_user.connection);
+        add_property_lines(*lines, *of_user.rows, "DEFAULTVALUE", KnownProperties::are_skipped);
+
+        of_product.close();
+        of_commodity.close();
+        of_user.close();
+        Mts_SetComplete();
+        return lines;
+      },
+      Tail{"Mercato.Product.getRequisitionLineProperties", [&] {
+             of_product.close();
+             of_commodity.close();
+             of_user.close();
+             Mts_SetAbort();
+           }});
+}
+
+bool Product::RequisitionPropertiesPresent(std::int32_t iProductID, const std::string& iUserID) {
+  Opened opened;
+  return method(
+      [&] {
+        // The first that finds a row decides, and the rest do not run.
+        const bool present = finds_a_row(opened, GetReadConnection, properties_of_products_commodity(iProductID)) ||
+                             finds_a_row(opened, GetReadConnection, properties_of_products_group(iProductID)) ||
+                             finds_a_row(opened, GetReadConnection, properties_of_group(group_of_user(iUserID)));
+        Mts_SetComplete();
+        return present;
+      },
+      Tail{"Mercato.Product.RequisitionPropertiesPresent", [&] {
+             opened.close();
+             Mts_SetAbort();
+           }});
+}
+
+bool Product::RequisitionCommodityPropertiesPresent(const std::string& iCommodityCode, const std::string& iUserID) {
+  Opened opened;
+  return method(
+      [&] {
+        // Both run, whatever the first finds.
+        const bool of_commodity = finds_a_row(opened, GetReadConnection, properties_of_commodity(iCommodityCode));
+        const bool of_user = finds_a_row(opened, GetReadConnection, properties_of_group(group_of_user(iUserID)));
+        Mts_SetComplete();
+        return of_commodity || of_user;
+      },
+      Tail{"Mercato.Product.RequisitionCommodityPropertiesPresent", [&] {
+             opened.close();
+             Mts_SetAbort();
+           }});
+}
+
+DictionaryPtr Product::GetProductProperties(std::int32_t iProductID) {
+  Sql sql;
+  sql << "SELECT PROPERTY.PROPERTYID, PROPERTYNAME, DATATYPE, VALUE FROM PROPERTY, PRODUCTPROPVALUE WHERE "
+         "PROPERTY.PROPERTYID = PRODUCTPROPVALUE.PROPERTYID AND PRODUCTPROPVALUE.PRODUCTID="
+      << iProductID << " ORDER BY PROPERTYNAME";
+  return product::numbered_rows("Mercato.Product.GetProductProperties", GetReadConnection, sql, kPropertyColumns);
+}
+
+bool Product::CheckLotSize(std::int32_t iProductID, double iQuantity) {
+  Decimal quantity;
+  return read_and_vote(
+      "Mercato.Product.Checklotsize", CursorType::forward_only, GetReadConnection,
+      [&] {
+        quantity = Decimal::of(iQuantity);
+        Sql sql;
+        sql << "SELECT MINORDERQTY, MULTIPLEOF FROM PRODUCT WHERE PRODUCTID=" << iProductID;
+        return sql;
+      },
+      [&](const RecordsetPtr& row) {
+        if (row->Eof()) return false;
+        const Variant& multiple = row->Value("MULTIPLEOF");
+        if (!asks_for_nothing(multiple) && !is_multiple(quantity, iQuantity, multiple.to_double())) return false;
+        const Variant& least = row->Value("MINORDERQTY");
+        return asks_for_nothing(least) || quantity >= Decimal::of(least.to_double());
+      });
+}
+
+double Product::getMultipleOf(std::int32_t iProductID) {
+  return read_and_vote(
+      "Mercato.Product.getmultipleof", CursorType::forward_only, GetReadConnection,
+      [&] {
+        Sql sql;
+        sql << "SELECT MULTIPLEOF FROM PRODUCT WHERE PRODUCTID=" << iProductID;
+        return sql;
+      },
+      [](const RecordsetPtr& row) { return row->Eof() ? 0.0 : Gen_NullToZero(row->Value("MULTIPLEOF")); });
+}
+
+double Product::getMinOrderQty(std::int32_t iProductID) {
+  return read_and_vote(
+      "Mercato.Product.getMinOrderQty", CursorType::forward_only, GetReadConnection,
+      [&] {
+        Sql sql;
+        sql << "SELECT MINORDERQTY FROM PRODUCT WHERE PRODUCTID=" << iProductID;
+        return sql;
+      },
+      [](const RecordsetPtr& row) { return row->Eof() ? 0.0 : Gen_NullToZero(row->Value("MINORDERQTY")); });
+}
 
 }  // namespace mercato

@@ -1,0 +1,42 @@
+// A decimal number, exact: for rules that are told in decimal numbers, where the binary form of a double decides
+// otherwise than a person would. A value type. Any thread.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+
+namespace mercato {
+
+class Decimal {
+ public:
+  Decimal() = default;  // 0
+  // The number that was entered: a whole one up to 2^53 as it is, any other as its text form shows it, with at most 15
+  // significant digits. Raises 6 when it is not finite.
+  static Decimal of(double number);
+
+  // The nearest double.
+  double to_double() const;
+  // With that many decimals, halves to the even digit.
+  Decimal rounded(int decimals) const;
+
+  // Raises 6 when the product has more than 38 digits.
+  friend Decimal operator*(const Decimal& left, const Decimal& right);
+  bool operator==(const Decimal&) const = default;
+  std::strong_ordering operator<=>(const Decimal& other) const;
+
+ private:
+  __extension__ typedef __int128 Digits;
+
+  Decimal(Digits digits, int exponent);
+  Digits size() const { return digits_ < 0 ? -digits_ : digits_; }
+
+  // digits_ * 10^exponent_; the digits end in no zero, so that each number has one form.
+  Digits digits_ = 0;
+  int exponent_ = 0;
+};
+
+// Halves to the even digit, decided on the decimal number: 12.345 gives 12.34, 12.355 gives 12.36. A whole number stays
+// as it is. Raises 6 when it is not finite.
+double round_half_to_even(double number, int decimals);
+
+}  // namespace mercato
