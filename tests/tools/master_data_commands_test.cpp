@@ -385,8 +385,8 @@ TEST_F(MasterData, PriceLinesAreWrittenListedAndFound) {
   EXPECT_EQ(answer({"price", "list", "1"}).at("lines").at(1).at("PRICE"),
             json({{"$", "currency"}, {"value", "3.5000"}}));
   expect_done({"price", "for", "1", "--quantity", "99", "--currency", "EUR", "--date", "2026-09-01"},
-              "product 1, quantity 99, on 9/1/2026, in EUR:\n  PRICE 4.2\n  DISCOUNTPERC 0\n  DISCOUNTAMOUNT 0\n"
-              "  PRICETAXPERCENTAGE 19\n  FREIGHTCOST 0\n");
+              "product 1, quantity 99, on 9/1/2026, in EUR: PRICE 4.2, DISCOUNTPERC 0, DISCOUNTAMOUNT 0, "
+              "PRICETAXPERCENTAGE 19, FREIGHTCOST 0.\n");
   const json in_dollars =
       answer({"price", "for", "1", "--quantity", "99.5", "--currency", "USD", "--date", "9/1/2026"});
   EXPECT_EQ(in_dollars.at("PRICE").at("value"), "3.8500");
@@ -531,6 +531,25 @@ TEST_F(MasterData, UnitIsListedAndDeletedUnlessAProductUsesIt) {
 
 // The command line
 
+TEST_F(MasterData, TextOfTheCommandLineNeverBecomesAStatement) {
+  const std::string hostile = "x'; DELETE FROM UNIT; --";
+  const std::string before = whole_store();
+  expect_done({"favorite", "list", hostile}, hostile + " has no favourites.\n");
+  expect_done({"category", "list", "--name", hostile}, "No category has a name like this.\n");
+  expect_refused({"unit", "delete", hostile}, "mercato: Unit not found.\n");
+  expect_refused({"property", "delete", hostile}, "mercato: There is no property " + hostile + ".\n");
+  expect_refused({"product", "new", "A3", "Paper", "USERID=" + hostile},
+                 "refused: there is no user " + hostile +
+                     "\nmercato: The product record you are trying to insert has an invalid reference to another "
+                     "record.\n");
+  expect_refused({"product", "set", "1", hostile + "=1"},
+                 "refused: there is no field X'; DELETE FROM UNIT; --\nmercato: Item cannot be found in the collection "
+                 "corresponding to the requested name or ordinal: X'; DELETE FROM UNIT; --.\n");
+  EXPECT_EQ(run({"favorite", "add", hostile, "1"}).status, 1);
+  EXPECT_EQ(run({"favorite", "remove", hostile, "1"}).status, 1);
+  EXPECT_EQ(whole_store(), before);
+}
+
 TEST_F(MasterData, WrongUsageIsToldBeforeTheStoreIsAsked) {
   expect_wrong_usage({"product"}, "A subcommand is required");
   expect_wrong_usage({"product", "new", "A3", "Paper", "MINORDERQTY"},
@@ -552,23 +571,38 @@ TEST_F(MasterData, WrongUsageIsToldBeforeTheStoreIsAsked) {
     EXPECT_EQ(run(command).status, 2) << command[0] << ' ' << command[1];
 }
 
-TEST_F(MasterData, EveryCommandOfAGroupHasExamples) {
-  const std::pair<const char*, Words> groups[] = {
-      {"product", {"new", "set", "show", "disable", "enable", "delete", "check", "properties"}},
-      {"price", {"list", "set", "for"}},
-      {"property", {"new", "list", "set", "delete"}},
-      {"group", {"new", "list", "add", "apply", "delete"}},
-      {"category", {"new", "list", "set", "delete"}},
-      {"favorite", {"add", "remove", "list"}},
-      {"unit", {"list", "delete"}},
-  };
-  for (const auto& [group, commands] : groups) {
-    EXPECT_EQ(run({group, "--help"}).status, 0) << group;
+// In this order each example finds what it needs.
+const std::pair<const char*, Words> kGroups[] = {
+    {"product", {"new", "set", "show", "disable", "enable", "check", "properties", "delete"}},
+    {"price", {"set", "list", "for"}},
+    {"property", {"new", "list", "set", "delete"}},
+    {"group", {"new", "list", "add", "apply", "delete"}},
+    {"category", {"new", "list", "set", "delete"}},
+    {"favorite", {"add", "list", "remove"}},
+    {"unit", {"list", "delete"}},
+};
+
+TEST(Samples, ExamplesOfTheHelpWorkOnThem) {
+  const std::string samples = std::string(MERCATO_SOURCE_DIR) + "/samples/";
+  const ToolFolder tool;
+  for (const Words& step :
+       {Words{"init"}, Words{"execute", samples + "reference.sql"},
+        Words{"upload", "--on-errors", "write", samples + "products.xml"}, Words{"execute", samples + "catalog.sql"}})
+    ASSERT_EQ(tool.run(step).status, 0) << step[0];
+  for (const auto& [group, commands] : kGroups) {
+    EXPECT_EQ(tool.run({group, "--help"}).status, 0) << group;
     for (const std::string& command : commands) {
-      const ToolRun help = run({group, command, "--help"});
+      const ToolRun help = tool.run({group, command, "--help"});
       EXPECT_EQ(help.status, 0) << group << ' ' << command;
-      EXPECT_NE(help.out.find("Examples:\n  mercato " + std::string(group) + " " + command), std::string::npos)
-          << group << ' ' << command;
+      const std::string begin = "\n  mercato " + std::string(group) + " " + command;
+      std::size_t examples = 0;
+      for (std::size_t at = help.out.find(begin); at != std::string::npos; at = help.out.find(begin, at + 1)) {
+        ++examples;
+        const std::string example = help.out.substr(at + 1, help.out.find('\n', at + 1) - at - 1);
+        const ToolRun done = tool.run_line(example);
+        EXPECT_EQ(done.status, 0) << example << '\n' << done.err;
+      }
+      EXPECT_GT(examples, 0u) << group << ' ' << command;
     }
   }
 }

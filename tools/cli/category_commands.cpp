@@ -107,7 +107,7 @@ void add_category_commands(Menu& menu) {
   {
     const auto [command, given] = group.add("list", "List the categories",
                                             "  mercato category list\n"
-                                            "  mercato category list --name '*paper*'      * stands for any text\n",
+                                            "  mercato category list --name '*paper*'   # * stands for any text\n",
                                             list);
     command.add_option("--name", given.name, "Only those with a name like this")->type_name("PATTERN");
   }

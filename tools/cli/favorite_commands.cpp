@@ -114,8 +114,8 @@ void add_favorite_commands(Menu& menu) {
   }
   {
     const auto [command, given] = group.add("remove", "Take marks away: of both kinds, in all folders",
-                                            "  mercato favorite remove MARTA.NOWAK 1\n"
-                                            "  mercato favorite remove MARTA.NOWAK 1 --ordinary --folder 0\n",
+                                            "  mercato favorite remove MARTA.NOWAK 1 --ordinary --folder 0\n"
+                                            "  mercato favorite remove MARTA.NOWAK 1\n",
                                             remove);
     add_common(command, given.user, given.product_id);
     auto* warehouse = command.add_flag("--warehouse", given.warehouse, "Warehouse favourites only");

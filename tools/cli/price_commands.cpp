@@ -115,11 +115,11 @@ int price_for(const PriceQuestion& given, const OutputOptions& output) {
   // A price of a line is a currency number; without a line all five are plain zeros.
   if (attributes->Item("PRICE").type() != Variant::Type::currency)
     return refuse(output, json, "no price line holds for " + question + ".", {});
-  std::string words = question + ", in " + given.currency + ":";
+  std::string words;
   attributes->for_each([&](const Variant& attribute, const Variant& value) {
-    words += "\n  " + attribute.to_text() + " " + value.to_text();
+    words += (words.empty() ? "" : ", ") + attribute.to_text() + " " + value.to_text();
   });
-  return answer(output, json, words);
+  return answer(output, json, question + ", in " + given.currency + ": " + words + ".");
 }
 
 }  // namespace
@@ -136,10 +136,10 @@ void add_price_commands(Menu& menu) {
   {
     const auto [command, given] = group.add(
         "set", "Write a price line",
-        "  mercato price set 1 --from 2026-01-01 --to-quantity 99 --currency EUR --price 4.20\n"
+        "  mercato price set 1 --from 2025-01-01 --to-quantity 99 --currency EUR --price 4.20\n"
         "  mercato price set 1 --from 7/1/2026 --until 12/31/2026 --to-quantity 999 --currency EUR --price 3.80 --tax "
         "19\n"
-        "  mercato price set 1 --from 2026-01-01 --to-quantity 99 --currency EUR --price 4.00 --group KEY\n"
+        "  mercato price set 1 --from 2025-01-01 --to-quantity 99 --currency EUR --price 4.00 --group KEY\n"
         "A line is known by product, date, quantity and group. With a group a line that is there is changed; without\n"
         "one a line can be added only. Dates are 2026-07-01, 7/1/2026 (month first) or \"1 July 2026\".\n",
         set);

@@ -264,8 +264,8 @@ void add_product_commands(Menu& menu) {
   }
   const std::string set_examples =
       "  mercato product set 1 PRODUCTREMARK='Delivered on pallets' minorderqty=10\n"
-      "  mercato product set 1 PROPERTYGROUPID=1      the group's properties come with it, others go\n"
-      "  mercato product set 1 PRODUCTEXPIRYDATE=     an empty value clears the field\n" +
+      "  mercato product set 1 PROPERTYGROUPID=1   # the group's properties come with it, others go\n"
+      "  mercato product set 1 PRODUCTEXPIRYDATE=   # an empty value clears the field\n" +
       std::string(kFieldsHelp);
   {
     const auto [command, given] = group.add("set", "Change fields of a product", set_examples.c_str(), update);

@@ -234,7 +234,7 @@ void add_properties(Menu& menu) {
   }
   {
     const auto [command, given] = group.add("delete", "Delete a property and its places in groups",
-                                            "  mercato property delete VOLUME_ML\n"
+                                            "  mercato property delete FORMAT\n"
                                             "A property that a product has a value of stays.\n",
                                             delete_property);
     command.add_option("PROPERTY", given.which, kWhichProperty)->required();
