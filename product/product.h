@@ -150,16 +150,20 @@ class Product : public ComponentOf<Product> {
 
   // Whether the first field and value are in use: BUSINESSPARTNERID, OFFICEDESCRIPTION, CURRENCYCODE, COMMODITYCODE,
   // CHARGETYPECODE, PRODUCTID, USERID, UNSPSCCODES, in any case. False for empty arrays. Another name is refused by
-  // the store. A failure is logged with the statements in its label.
+  // the store, and so is UNSPSCCODES, since no column has this name. A failure is logged with the statements in its
+  // label.
   bool IReferentialIntegrity_Exists(const Variant& i_vUnread, const Array& iFields, const Array& iValues);
   // True. Deletes the favourites of the user named by the first field USERID; the user id is not quoted. Logged under
   // "Mercato.Product.BeforeDelete".
   bool IReferentialIntegrity_BeforeDelete(const Variant& i_vUnread, const Array& iFields, const Array& iValues);
   // Deletes a product with its attachments, property values, category links, alternatives, prices, favourites and
   // buyers; true. Rows that name it as the alternative of another stay. Raises 0x80040007, source "The record you are
-  // trying to insert has an invalid reference to another record", when a checker refuses; eProductNotFound.
+  // trying to insert has an invalid reference to another record", when a checker refuses; eProductNotFound; 70 or 75
+  // when the folder of the attachments cannot be deleted. What hangs on the product is logged under
+  // "Mercato.Product.BeforeDelete" too. Folders do not come back with an abort vote.
   bool Delete(std::int32_t iProductID);
-  // Hide and show a product. An unknown id is no failure.
+  // Hide and show a product. An unknown id is no failure. DATEUPDATED stays. A failure's message has the connection's
+  // errors as its information.
   void Disable(std::int32_t iProductID);
   void Enable(std::int32_t iProductID);
 
@@ -234,7 +238,8 @@ class Product : public ComponentOf<Product> {
   void DeleteFavoriteEx(const std::string& i_sUserID, std::int32_t i_lProductID, std::int32_t i_lFavoriteType = -1,
                         std::int32_t i_lFolderID = -1);
   // Adds one row of PRODUCTBUYER; true. Raises 0x80040007, with the reason as the source, for an unknown user or
-  // product and for a product that is no multiple-buyer product. No abort vote.
+  // product and for a product that is no multiple-buyer product; 94 when its MULTIPLEBUYER is Null; 0x80040E14 when no
+  // product is named. A PRODUCTID below 0 and a blank USERID are none. No abort vote.
   bool InsertMultipleBuyers(const Array& iFields, const Array& iValues);
   // The commodity's default buyer, "" for Null. Unlike GetDefaultBuyer it raises 0x800A0BCD for an unknown one. Logged
   // under "Mercato.Product.getbuyerfromcommodity".

@@ -223,13 +223,10 @@ TEST_F(ProductBuyers, NewOneThatRefersToNobodySaysSoInItsSource) {
   add_product("P-1", "first", "MULTIPLEBUYER", "1");
   const std::string source =
       "The productbuyer record you are trying to insert has an invalid reference to another record";
-  for (const auto& [product, user] : {std::pair(Variant(9), Variant("ann")), std::pair(Variant(1), Variant("cid")),
-                                      std::pair(Variant(0), Variant("ann"))}) {
+  for (const Array& values : {Array{9, "ann"}, Array{1, "cid"}, Array{0, "ann"}}) {
     Root<Product> fresh;
     Recorder recorder;
-    const RaisedError raised = raised_by([&] {
-      fresh->InsertMultipleBuyers(Array{"PRODUCTID", "USERID"}, Array{product, user});
-    });
+    const RaisedError raised = raised_by([&] { fresh->InsertMultipleBuyers(Array{"PRODUCTID", "USERID"}, values); });
     const ExpectedFailure expected("80040007", source, kNoText, {"Mercato.Product.InsertMultipleBuyers"});
     EXPECT_EQ(raised, (RaisedError{kInvalidReference, source, expected.description, "", 0}));
     EXPECT_EQ(recorder.log, expected.log);
@@ -285,10 +282,8 @@ TEST_F(ProductBuyers, FieldsOfANewOneFollowTheirRules) {
        {std::pair(Array{-5, "  "}, Array{kNull, kNull}), std::pair(Array{"-1", ""}, Array{kNull, kNull}),
         std::pair(Array{0, " x "}, Array{0, " x "})}) {
     recorder.calls.clear();
-    EXPECT_EQ(raised_by([&] {
-                product_->InsertMultipleBuyers(Array{"PRODUCTID", "USERID"}, given);
-              }).Number,
-              kInvalidReference);
+    const auto insert = [&, values = given] { product_->InsertMultipleBuyers(Array{"PRODUCTID", "USERID"}, values); };
+    EXPECT_EQ(raised_by(insert).Number, kInvalidReference);
     EXPECT_EQ(recorder.calls.front().arguments[3], Variant(asked));
   }
   // A name in another case escapes its rule.

@@ -370,6 +370,14 @@ TEST_F(ProductMaintenance, NameInAnotherCaseEscapesItsRuleAndReachesItsColumn) {
   EXPECT_EQ(recorder.group_changes(), (std::vector<std::vector<Variant>>{{0, 1}}));
 }
 
+TEST_F(ProductMaintenance, NewProductMayBringItsOwnIdUnlessItIsTaken) {
+  EXPECT_EQ(product_->Insert20(fields({"PRODUCTID"}), values({77})), 77);
+  EXPECT_EQ(product("PARTNUMBER", 77), Variant("A1"));
+  EXPECT_EQ(raised_by([&] { product_->Insert20(fields({"PRODUCTID"}), values({77})); }).Number,
+            error_number::kConstraintViolated);
+  EXPECT_EQ(product_->Insert20(fields(), values()), 78);
+}
+
 TEST_F(ProductMaintenance, CallersArraysStayAsTheyWere) {
   std::vector<Variant> arguments = {fields({"GTIN", "URL"}), values({"123", " "})};
   const std::vector<Variant> before = arguments;
@@ -378,12 +386,11 @@ TEST_F(ProductMaintenance, CallersArraysStayAsTheyWere) {
 }
 
 TEST_F(ProductMaintenance, NewProductThatRefersToNobodyIsNotWrittenAndSaysSoInItsSource) {
-  for (const auto& [supplier, user] : {std::pair(Variant(7), Variant("ann")), std::pair(Variant(1), Variant("cid"))}) {
+  for (const Array& references : {Array{7, "ann"}, Array{1, "cid"}}) {
+    const Array given = values({references.at(0), references.at(1)});
     Root<Product> fresh;
     Recorder recorder;
-    const RaisedError raised = raised_by([&] {
-      fresh->Insert20(fields({"BUSINESSPARTNERID", "USERID"}), values({supplier, user}));
-    });
+    const RaisedError raised = raised_by([&] { fresh->Insert20(fields({"BUSINESSPARTNERID", "USERID"}), given); });
     const ExpectedFailure expected("80040007", kBadReference, kNoText, {kInsertLabel});
     EXPECT_EQ(raised, (RaisedError{kInvalidReference, kBadReference, expected.description, "", 0}));
     EXPECT_EQ(recorder.log, expected.log);
