@@ -37,9 +37,11 @@ class ToolFolder {
   ToolRun run(const std::vector<std::string>& arguments, const std::string& input = {},
               const std::string& first = {}) const {
     write_whole(folder_ / ".in", input);
-    const std::string command = (first.empty() ? "" : first + "; ") + this->command(arguments);
-    const int result = std::system((command + " <.in >.out 2>.err").c_str());
-    return {WIFEXITED(result) ? WEXITSTATUS(result) : -1, read_whole(folder_ / ".out"), read_whole(folder_ / ".err")};
+    return in_shell((first.empty() ? "" : first + "; ") + command(arguments) + " <.in");
+  }
+  // The same for a line as somebody types it: "mercato show 5   # a comment".
+  ToolRun run_line(const std::string& line) const {
+    return in_shell("PATH=$(dirname " + quoted(MERCATO_TOOL) + "):$PATH\n" + line);
   }
   // The same as a command of the shell, in which more can follow.
   std::string command(const std::vector<std::string>& arguments) const {
@@ -50,6 +52,10 @@ class ToolFolder {
   const TemporaryFolder& folder() const { return folder_; }
 
  private:
+  ToolRun in_shell(const std::string& command) const {
+    const int result = std::system(("cd " + quoted(folder_.path()) + " && {\n" + command + "\n} >.out 2>.err").c_str());
+    return {WIFEXITED(result) ? WEXITSTATUS(result) : -1, read_whole(folder_ / ".out"), read_whole(folder_ / ".err")};
+  }
   static std::string quoted(const std::string& text) {
     std::string shell = "'";
     for (const char character : text) shell += character == '\'' ? std::string("'\\''") : std::string(1, character);

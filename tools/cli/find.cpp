@@ -10,6 +10,7 @@
 #include "platform/transactions/object_context.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
+#include "tools/cli/listing.h"
 #include "tools/cli/terminal.h"
 #include "tools/gateway/json_values.h"
 
@@ -82,11 +83,6 @@ class Search {
   std::int32_t in_catalogues_ = 0;
 };
 
-std::string field(const Dictionary& fields, std::string_view name) {
-  const Variant* value = fields.find(name);
-  return value && !value->is_null() && !value->is_empty() ? value->to_text() : std::string();
-}
-
 // The product's properties by name. The library has no public call that reads them for one product.
 std::vector<std::pair<std::string, std::string>> properties_of(std::int32_t product_id) {
   const auto connection = Connection::create();
@@ -112,9 +108,9 @@ int find(const std::string& term, std::int32_t most, const OutputOptions& output
     gateway::Json list = gateway::Json::array();
     for (const Search::Hit& hit : search.hits())
       list.push_back({{"id", hit.id},
-                      {"partNumber", field(*hit.fields, "PARTNUMBER")},
-                      {"supplierPartNumber", field(*hit.fields, "BUYFROMPARTNUMBER")},
-                      {"description", field(*hit.fields, "PRODUCTDESCRIPTION")},
+                      {"partNumber", text_of(*hit.fields, "PARTNUMBER")},
+                      {"supplierPartNumber", text_of(*hit.fields, "BUYFROMPARTNUMBER")},
+                      {"description", text_of(*hit.fields, "PRODUCTDESCRIPTION")},
                       {"foundBy", hit.how}});
     const gateway::Json json = {
         {"products", std::move(list)}, {"more", search.more()}, {"matchesInCatalogues", search.in_catalogues()}};
@@ -124,10 +120,10 @@ int find(const std::string& term, std::int32_t most, const OutputOptions& output
 
   Table table({"ID", "PART NUMBER", "SUPPLIER'S NUMBER", "DESCRIPTION", "FOUND BY"});
   for (const Search::Hit& hit : search.hits())
-    table.add({std::to_string(hit.id), shown(field(*hit.fields, "PARTNUMBER"), 30),
-               shown(field(*hit.fields, "BUYFROMPARTNUMBER"), 30),
-               shown(field(*hit.fields, "PRODUCTDESCRIPTION"), 50) +
-                   (field(*hit.fields, "DISABLED") == "1" ? " (disabled)" : ""),
+    table.add({std::to_string(hit.id), shown(text_of(*hit.fields, "PARTNUMBER"), 30),
+               shown(text_of(*hit.fields, "BUYFROMPARTNUMBER"), 30),
+               shown(text_of(*hit.fields, "PRODUCTDESCRIPTION"), 50) +
+                   (text_of(*hit.fields, "DISABLED") == "1" ? " (disabled)" : ""),
                hit.how});
   table.print(std::cout);
   if (table.empty())
@@ -151,12 +147,8 @@ int show(std::int32_t product_id, const OutputOptions& output) {
   const auto properties = properties_of(product_id);
 
   if (output.json) {
-    gateway::ObjectTable no_objects;
-    gateway::Json fields = gateway::Json::object();
-    for (const Dictionary* dictionary : {record.get(), rest.get()})
-      dictionary->for_each([&](const Variant& name, const Variant& value) {
-        fields[name.to_text()] = gateway::to_json(value, no_objects);
-      });
+    gateway::Json fields = to_json(*record);
+    fields.update(to_json(*rest));
     gateway::Json property_list = gateway::Json::array();  // names need not be unique
     for (const auto& [name, value] : properties) property_list.push_back({{"name", name}, {"value", value}});
     const gateway::Json json = {{"fields", std::move(fields)}, {"properties", std::move(property_list)}};

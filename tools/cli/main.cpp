@@ -1,5 +1,5 @@
 // The command line of `mercato`: options, help, exit status. The commands themselves are in the files that commands.h
-// names.
+// and menu.h name.
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <iostream>
@@ -10,6 +10,7 @@
 #include "server/server.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
+#include "tools/cli/menu.h"
 #include "tools/cli/sentence.h"
 #include "tools/cli/terminal.h"
 #include "tools/gateway/tables.h"
@@ -25,7 +26,7 @@ struct CommandLine {
   bool scripted = false;
   bool no_color = false;
   ColorChoice color = ColorChoice::automatic;
-  int (*command)(const CommandLine&) = nullptr;
+  Menu::Body command;
 
   std::string prog_id;
   std::string method;
@@ -56,30 +57,25 @@ void add_common_options(CLI::App& app, CommandLine& line) {
           CLI::ignore_case));
 }
 
-CLI::App& add_command(CLI::App& app, CommandLine& line, const char* name, const char* description, const char* examples,
-                      int (*command)(const CommandLine&)) {
-  CLI::App* added = app.add_subcommand(name, description);
-  added->footer(std::string("Examples:\n") + examples);
-  added->callback([&line, command] { line.command = command; });
-  add_common_options(*added, line);
-  return *added;
-}
-
-void add_commands(CLI::App& app, CommandLine& line) {
-  add_command(app, line, "init", "Create the tables in the store; what exists stays as it is",
+void add_commands(Menu& menu, CommandLine& line) {
+  const auto add_command = [&](const char* name, const char* description, const char* examples,
+                               int (*command)(const CommandLine&)) -> CLI::App& {
+    return menu.add(name, description, examples, [&line, command](const OutputOptions&) { return command(line); });
+  };
+  add_command("init", "Create the tables in the store; what exists stays as it is",
               "  mercato init\n"
               "  mercato init --store 'Provider=SQLite;Data Source=shop.db'\n",
               [](const CommandLine& given) { return init(given.output); });
 
   add_command(
-      app, line, "rpc", "Serve JSON-RPC 2.0 on standard input and output, one request on each line",
+      "rpc", "Serve JSON-RPC 2.0 on standard input and output, one request on each line",
       "  echo '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"create\",\"params\":{\"progId\":\"Mercato.Product\"}}' | "
       "mercato rpc\n"
       "  mercato rpc --trace --scripted\n",
       [](const CommandLine& given) { return serve_rpc(given.output.trace, given.scripted); });
 
   CLI::App& call =
-      add_command(app, line, "call", "Call one method of a class and print the result as JSON",
+      add_command("call", "Call one method of a class and print the result as JSON",
                   "  mercato call PROGID METHOD [ARG...]\n"
                   "  mercato call Mercato.Product GetMaxProductId\n"
                   "  mercato call Mercato.Product GetProductFields '[\"PARTNUMBER\",\"GTIN\"]' 5\n"
@@ -92,15 +88,14 @@ void add_commands(CLI::App& app, CommandLine& line) {
   call.add_option("METHOD", line.method, "The method's name, in any case")->required();
   call.allow_extras();  // the arguments: a negative number would pass for an option elsewhere
 
-  CLI::App& describe =
-      add_command(app, line, "describe", "Print the public classes, their methods and arguments as JSON",
-                  "  mercato describe\n"
-                  "  mercato describe Mercato.Product\n",
-                  [](const CommandLine& given) { return describe_classes(given.prog_id); });
+  CLI::App& describe = add_command("describe", "Print the public classes, their methods and arguments as JSON",
+                                   "  mercato describe\n"
+                                   "  mercato describe Mercato.Product\n",
+                                   [](const CommandLine& given) { return describe_classes(given.prog_id); });
   describe.add_option("PROGID", line.prog_id, "One class only");
 
   CLI::App& preview_command = add_command(
-      app, line, "preview", "Check a Product document without writing anything",
+      "preview", "Check a Product document without writing anything",
       "  mercato preview products.xml\n"
       "  mercato preview --update-only --all products.xml\n"
       "Exit status 3 when a record is invalid. The checks are stricter than those of the upload, and not the same.\n",
@@ -110,7 +105,7 @@ void add_commands(CLI::App& app, CommandLine& line) {
   preview_command.add_flag("--all", line.preview.all, "List the valid records too");
 
   CLI::App& upload_command =
-      add_command(app, line, "upload", "Insert or update the products of a Product document",
+      add_command("upload", "Insert or update the products of a Product document",
                   "  mercato upload products.xml\n"
                   "  mercato upload --on-errors write products.xml\n"
                   "  mercato upload --update-only --json products.xml\n"
@@ -127,7 +122,7 @@ void add_commands(CLI::App& app, CommandLine& line) {
   upload_command.add_option("--key", line.upload.file_key, "What the remaining file's name ends in")->type_name("NAME");
 
   CLI::App& find_command =
-      add_command(app, line, "find", "Find products by part number, supplier's number or description",
+      add_command("find", "Find products by part number, supplier's number or description",
                   "  mercato find M-100007\n"
                   "  mercato find 'paper'\n"
                   "  mercato find 'M-10%7'      % and _ stand for any text and any character\n",
@@ -138,20 +133,20 @@ void add_commands(CLI::App& app, CommandLine& line) {
       ->check(CLI::Range(1, 32000))
       ->capture_default_str();
 
-  CLI::App& show_command = add_command(app, line, "show", "Print one product with its properties",
+  CLI::App& show_command = add_command("show", "Print one product with its properties",
                                        "  mercato show 5\n"
                                        "  mercato show --json 5\n",
                                        [](const CommandLine& given) { return show(given.product_id, given.output); });
   show_command.add_option("ID", line.product_id, "The product's id, as `find` prints it")->required();
 
   CLI::App& execute_command =
-      add_command(app, line, "execute", "Run the statements of a script in the library's SQL dialect, all or none",
+      add_command("execute", "Run the statements of a script in the library's SQL dialect, all or none",
                   "  mercato execute samples/reference.sql\n"
                   "  echo \"SELECT UNITCODE FROM UNIT;\" | mercato execute -\n",
                   [](const CommandLine& given) { return execute(given.script, given.output); });
   execute_command.add_option("FILE", line.script, "The script, or - for standard input")->required();
 
-  add_command(app, line, "version", "Print the version", "  mercato version\n", [](const CommandLine&) {
+  add_command("version", "Print the version", "  mercato version\n", [](const CommandLine&) {
     std::cout << "mercato " << kVersion << '\n';
     return kDone;
   });
@@ -185,7 +180,7 @@ int run(CommandLine& line) {
     if (store::connection_property(connection_string(), "Data Source") == ":memory:")
       gateway::create_tables(connection_string());
     if (line.output.trace) store::set_statement_observer(&printer);
-    return line.command(line);
+    return line.command(line.output);
   } catch (const Raised& raised) {
     return report(raised.error(), line);
   } catch (const std::exception& failure) {
@@ -210,7 +205,15 @@ int main(int count, char** texts) {
       "done in "
       "part.");
   add_common_options(app, line);
-  add_commands(app, line);
+  Menu menu(
+      app, [&line](CLI::App& command) { add_common_options(command, line); }, line.command);
+  add_commands(menu, line);
+  add_product_commands(menu);
+  add_price_commands(menu);
+  add_property_commands(menu);
+  add_category_commands(menu);
+  add_favorite_commands(menu);
+  add_unit_commands(menu);
   try {
     app.parse(count, texts);
     const CLI::App* command = app.get_subcommands().front();

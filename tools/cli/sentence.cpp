@@ -18,7 +18,9 @@ std::string innermost_description(std::string_view description) {
 
 std::string sentence(const RaisedError& error) {
   std::string text(text::trim(innermost_description(error.Description)));
-  if (text.empty()) text = error.Source;  // some raises carry their text there
+  // Some raises carry their sentence in the source.
+  const bool says_nothing = text.empty() || text == error_number::default_description(error.Number);
+  if (says_nothing && (text.empty() || error.Source.find(' ') != std::string::npos)) text = error.Source;
   if (!text.empty() && text.back() != '.') text += '.';
   return text;
 }

@@ -1,0 +1,31 @@
+#include "tools/cli/menu.h"
+
+#include "frame/types/date.h"
+
+namespace mercato::cli {
+
+Menu::Group Menu::group(const char* name, const char* description) {
+  CLI::App* added = app_.add_subcommand(name, description);
+  added->require_subcommand(1);
+  added->footer("`mercato " + std::string(name) + " COMMAND --help` has examples.");
+  return {*this, *added};
+}
+
+CLI::App& Menu::add(CLI::App& parent, const char* name, const char* description, const char* examples, Body body) {
+  CLI::App* added = parent.add_subcommand(name, description);
+  added->footer(std::string("Examples:\n") + examples);
+  added->callback([this, body = std::move(body)] { chosen_ = body; });
+  common_(*added);
+  return *added;
+}
+
+const CLI::Validator& is_date() {
+  static const CLI::Validator validator(
+      [](const std::string& text) {
+        return Date::parse(text) ? std::string() : "'" + text + "' is no date; write 2026-07-01 or 7/1/2026";
+      },
+      "DATE");
+  return validator;
+}
+
+}  // namespace mercato::cli
