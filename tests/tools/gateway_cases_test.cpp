@@ -59,7 +59,7 @@ TEST_P(GatewayCase, IsAnsweredAsWritten) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, GatewayCase, testing::ValuesIn(case_names()),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& session) { return session.param; });
 
 }  // namespace
 }  // namespace mercato::test
