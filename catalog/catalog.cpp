@@ -18,6 +18,10 @@ const ClassTable& Catalog::table() {
           .method("GetJoinVisibilitiesByCategories", &Catalog::GetJoinVisibilitiesByCategories, {"i_aCatergoryIDs"})
           .method("GetVisibilityDescByID", &Catalog::GetVisibilityDescByID, {"i_aVisibilityIDs"})
           .method("GetProductCategoriesByName", &Catalog::GetProductCategoriesByName, {"i_sCategoryName"})
+          .method("GetProfileCatalogIDs", &Catalog::GetProfileCatalogIDs, {"i_sProfileID"})
+          .method("GetUserCatalogIDs", &Catalog::GetUserCatalogIDs, {"i_sUserID"})
+          .method("GetCatalogUsers", &Catalog::GetCatalogUsers,
+                  {optional("i_lCatalogID", -1), optional("i_bIsProfile", false)})
           .method("InsertProductCategory", &Catalog::InsertProductCategory, {"i_aFields", "i_aValues"})
           .deprecated("Mercato.TCatalog.InsertProductCategory")
           .method("UpdateProductCategory", &Catalog::UpdateProductCategory, {"i_aFields", "i_aValues"})

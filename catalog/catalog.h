@@ -44,6 +44,14 @@ class Catalog : public ComponentOf<Catalog> {
   // Null when there is none. The empty name stands for all.
   Variant GetProductCategoriesByName(const std::string& i_sCategoryName);
 
+  // The catalogues that a profile has any row of, as "1;2", by name; empty when there is none. The profile goes into
+  // the statement as it stands.
+  std::string GetProfileCatalogIDs(const std::string& i_sProfileID);
+  // The catalogues that a user has any row of, a node's too, in the store's order; empty when there is none.
+  std::string GetUserCatalogIDs(const std::string& i_sUserID);
+  // Fails at every call: with -1 the store refuses the statement; else raises 13, as the list of users is no text.
+  Variant GetCatalogUsers(std::int32_t i_lCatalogID = -1, bool i_bIsProfile = false);
+
   // Retired: raise -1 at every call. Use those of Mercato.TCatalog.
   bool InsertProductCategory(const Variant& i_aFields, const Variant& i_aValues);
   bool UpdateProductCategory(const Variant& i_aFields, const Variant& i_aValues);

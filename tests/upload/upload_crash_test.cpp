@@ -1,15 +1,9 @@
-#include <signal.h>
-#include <sqlite3.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
 #include <random>
-#include <thread>
 
 #include "frame/upload_run.h"
-#include "platform/store/sqlite/functions.h"
 #include "platform/store/unit_of_work.h"
+#include "tests/support/another_process.h"
+#include "tests/support/refusing_recorder.h"
 #include "tests/upload/upload_fixture.h"
 
 namespace mercato::test {
@@ -40,25 +34,9 @@ class UploadCrash : public UploadTest {
     upload.insertProductsFromXML("k/\\" + many_records(), false, part_numbers, false);
   }
 
-  // The engine's own judgement of the file, past the library.
-  std::string integrity() const {
-    sqlite3* database = nullptr;
-    EXPECT_EQ(sqlite3_open_v2(store_path().c_str(), &database, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
-    store::sqlite::register_functions(database);
-    sqlite3_stmt* statement = nullptr;
-    EXPECT_EQ(sqlite3_prepare_v2(database, "PRAGMA integrity_check", -1, &statement, nullptr), SQLITE_OK)
-        << sqlite3_errmsg(database);
-    std::string answer;
-    if (sqlite3_step(statement) == SQLITE_ROW)
-      answer = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-    sqlite3_finalize(statement);
-    sqlite3_close(database);
-    return answer;
-  }
-
   // Each row is whole, and whatever refers to a product has one.
   void expect_whole_statements() const {
-    EXPECT_EQ(integrity(), "ok");
+    EXPECT_EQ(run_on_engine(store_path(), "PRAGMA integrity_check", SQLITE_OPEN_READONLY), "ok");
     const auto count = [&](const std::string& condition) {
       return value_of("SELECT COUNT(*) FROM " + condition).to_long();
     };
@@ -74,37 +52,6 @@ class UploadCrash : public UploadTest {
     for (const int index : {0, kRecords / 2, kRecords - 1})
       EXPECT_EQ(property("COLOUR", part_number(index)).to_text(), "c" + std::to_string(index));
   }
-
-  // Runs the work in a process of its own, which begins without any open store; its wait status.
-  template <class Work>
-  static int in_another_process(Work work, std::chrono::milliseconds kill_after = std::chrono::milliseconds(0)) {
-    forget_thread_state();
-    store::close_idle_sessions();
-    const pid_t child = ::fork();
-    if (child == 0) {
-      work();
-      ::_exit(0);
-    }
-    EXPECT_GT(child, 0);
-    if (kill_after.count() > 0) {
-      std::this_thread::sleep_for(kill_after);
-      ::kill(child, SIGKILL);
-    }
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    return status;
-  }
-};
-
-class DeathAtAStatement : public store::StatementObserver {
- public:
-  explicit DeathAtAStatement(unsigned statement) : left_(statement) {}
-  void on_statement(std::string_view, bool) override {
-    if (--left_ == 0) ::kill(::getpid(), SIGKILL);
-  }
-
- private:
-  unsigned left_;
 };
 
 TEST_F(UploadCrash, UploadThatDiesAtAnyStatementLeavesWholeOnesAndANewRunFinishesTheJob) {
