@@ -94,8 +94,13 @@ class CatalogRightsTest : public CatalogTest {
   }
 };
 
-// One tail of the factory of disconnected recordsets, and those of the methods above it.
-inline std::vector<Level> levels_of_read(const std::string& statement, std::vector<Level> above) {
+// The way out of a refused read without a connection: the factory's tail, which knows what its first connection
+// reported, and those of the methods above it. The read itself runs on another connection.
+inline std::vector<Level> read_refused(const std::string& statement, std::vector<Level> above) {
+  above.insert(above.begin(), {"Lib_SQL.Sql_GetDisconnectedRecordset", " executing: '" + statement + "'"});
+  return above;
+}
+inline std::vector<Level> isolation_refused(const std::string& statement, std::vector<Level> above) {
   above.insert(above.begin(), {"Lib_SQL.Sql_GetDisconnectedRecordset", refused_while_executing(statement)});
   return above;
 }
