@@ -1,5 +1,6 @@
 #include "catalog/catalog.h"
 
+#include "catalog/catalog_internal.h"
 #include "frame/lib_error_handling.h"
 #include "frame/lib_sql.h"
 
@@ -8,6 +9,31 @@ namespace mercato {
 const ClassTable& Catalog::table() {
   static const ClassTable table =
       ClassTable::of<Catalog>("Mercato.Catalog", "{6B1D9C52-7E0A-4C41-9E1B-2A54F0D3A109}", TransactionAttribute::none)
+          .method("GetAllCatalogs", &Catalog::GetAllCatalogs)
+          .method("GetCatalog", &Catalog::GetCatalog, {"iCatalogID"})
+          .method("getName", &Catalog::getName, {"iCatalogID"})
+          .method("getActive", &Catalog::getActive, {"iCatalogID"})
+          .method("getApproval", &Catalog::getApproval, {"iCatalogID"})
+          .method("UseCatalogLayOutParameter", &Catalog::UseCatalogLayOutParameter, {"iCatalogID"})
+          .method("GetCatalogByBP", &Catalog::GetCatalogByBP, {"i_lBusinessPartnerID"})
+          .method("GetValidProductCatalogs", &Catalog::GetValidProductCatalogs,
+                  {"i_aProductIDs", optional("i_aCatalogIDs"), optional("bCatalogNode", 0)})
+          .method("GetNodeLevel", &Catalog::GetNodeLevel, {"i_lCatalogID", "i_lNodeID"})
+          .method("GetCatalogNodeHierarchy", &Catalog::GetCatalogNodeHierarchy, {"lNodeID"})
+          .method("GetAllUserAuthorizedCatalogNodes", &Catalog::GetAllUserAuthorizedCatalogNodes,
+                  {"i_sUserID", optional("i_aCatalogIDs")})
+          .method("GetUserCatalogNodesByLevel", &Catalog::GetUserCatalogNodesByLevel,
+                  {"i_sUserID", "i_lCatalogID", "i_iLevel"})
+          .method("GetUserTopLevelCatalogNodes", &Catalog::GetUserTopLevelCatalogNodes, {"i_sUserID", "i_lCatalogID"})
+          .method("IsEntireCatalogAuthorized", &Catalog::IsEntireCatalogAuthorized, {"i_lCatalogID", "i_sUserID"})
+          .method("IsAuthorizedCatalogNode", &Catalog::IsAuthorizedCatalogNode, {"i_sUserID", "i_lNodeID"})
+          .method("GetTopAuthorizedLevel", &Catalog::GetTopAuthorizedLevel, {"i_lCatalogID", "i_sUserID"})
+          .method("GetBottomAuthorizedLevel", &Catalog::GetBottomAuthorizedLevel, {"i_lCatalogID", "i_sUserID"})
+          .method("IsViewOnlyCatalog", &Catalog::IsViewOnlyCatalog, {"i_sUserID", "i_lCatalogID"})
+          .method("IsViewOnlyCatalogNode", &Catalog::IsViewOnlyCatalogNode, {"i_sUserID", "i_aIDs"})
+          .method("IsViewOnlyCatalogNodeEx", &Catalog::IsViewOnlyCatalogNodeEx, {"i_sUserID", "i_lNodeID"})
+          .method("IsOrderCatalog", &Catalog::IsOrderCatalog, {"i_sUserID", "i_lCatalogID"})
+          .method("IsOrderCatalogNodeEx", &Catalog::IsOrderCatalogNodeEx, {"i_sUserID", "i_lNodeID"})
           .method("GetProductCategoryData", &Catalog::GetProductCategoryData,
                   {"i_oPage", "i_sPersistedStateInfo", "i_iPageSize", optional("i_asProductCategoryIDs"),
                    optional("i_sSortTableFieldNames", "")})
@@ -18,18 +44,68 @@ const ClassTable& Catalog::table() {
           .method("GetJoinVisibilitiesByCategories", &Catalog::GetJoinVisibilitiesByCategories, {"i_aCatergoryIDs"})
           .method("GetVisibilityDescByID", &Catalog::GetVisibilityDescByID, {"i_aVisibilityIDs"})
           .method("GetProductCategoriesByName", &Catalog::GetProductCategoriesByName, {"i_sCategoryName"})
+          .method("GetProfileCatalogIDs", &Catalog::GetProfileCatalogIDs, {"i_sProfileID"})
+          .method("GetUserCatalogIDs", &Catalog::GetUserCatalogIDs, {"i_sUserID"})
+          .method("GetCatalogUsers", &Catalog::GetCatalogUsers,
+                  {optional("i_lCatalogID", -1), optional("i_bIsProfile", false)})
+          .method("CopyCatalog", &Catalog::CopyCatalog, {"ilngCatalogIDOrig", "iintDeepCopyLevel", "istrCopyName"})
+          .deprecated("Mercato.TCatalog.CopyCatalog")
           .method("InsertProductCategory", &Catalog::InsertProductCategory, {"i_aFields", "i_aValues"})
           .deprecated("Mercato.TCatalog.InsertProductCategory")
           .method("UpdateProductCategory", &Catalog::UpdateProductCategory, {"i_aFields", "i_aValues"})
           .deprecated("Mercato.TCatalog.UpdateProductCategory")
           .method("DeleteProductCategory", &Catalog::DeleteProductCategory, {"iCategoryID"})
           .deprecated("Mercato.TCatalog.DeleteProductCategory")
+          .method("InsertFavoriteFolder", &Catalog::InsertFavoriteFolder, {"i_aFields", "i_aValues"})
+          .deprecated("Mercato.TCatalog.InsertFavoriteFolder")
+          .method("UpdateFavoriteFolderName", &Catalog::UpdateFavoriteFolderName,
+                  {"i_lFolderID", "i_sUserName", "i_sNewFolderName"})
+          .deprecated("Mercato.TCatalog.UpdateFavoriteFolderName")
+          .method("DeleteFavoriteFolder", &Catalog::DeleteFavoriteFolder, {"iFolderID", "i_sUserID"})
+          .deprecated("Mercato.TCatalog.DeleteFavoriteFolder")
+          .method("ClearUserCatalogIDs", &Catalog::ClearUserCatalogIDs, {"i_sUserID", optional("i_bIsProfile", false)})
+          .deprecated("Mercato.TCatalog.ClearUserCatalogIDs")
+          .method("UpdateUserCatalogIDs", &Catalog::UpdateUserCatalogIDs,
+                  {"i_sUserID", "i_aCatalogIDs", optional("i_bIsProfile", false)})
+          .deprecated("Mercato.TCatalog.UpdateUserCatalogIDs")
+          .method("PopulateUserNodes", &Catalog::PopulateUserNodes, {"i_sUserID"})
+          .deprecated("Mercato.TCatalog.PopulateUserNodes")
+          .method("InsertCatalogNodeByBP", &Catalog::InsertCatalogNodeByBP,
+                  {"i_iNoideId", "i_iCatalogId", "i_aBPValues"})
+          .deprecated("Mercato.TCatalog.InsertCatalogNodeByBP")
+          .method("UpdateCatalogNodeByBP", &Catalog::UpdateCatalogNodeByBP,
+                  {"i_iNoideId", "i_iCatalogId", "i_aBPValues"})
+          .deprecated("Mercato.TCatalog.UpdateCatalogNodeByBP")
+          .method("DeleteCatalogNodeByBP", &Catalog::DeleteCatalogNodeByBP, {"i_iNoideId", "i_iCatalogId"})
+          .deprecated("Mercato.TCatalog.DeleteCatalogNodeByBP")
           .implements_referential_integrity(&Catalog::IReferentialIntegrity_BeforeDelete,
                                             &Catalog::IReferentialIntegrity_Exists);
   return table;
 }
 
 ConnectionPtr Catalog::GetConnection() { return open_connection(shared_connection_string()); }
+
+Sql joined(std::span<const Variant> elements) {
+  Sql list;
+  bool first = true;
+  for (const Variant& element : elements) {
+    if (!first) list << ",";
+    list << value(element.to_text());
+    first = false;
+  }
+  return list;
+}
+
+DictionaryPtr names_by_id(const RecordsetPtr& rows) {
+  constexpr std::size_t id = 0, name = 1;
+  auto names = std::make_shared<Dictionary>();
+  for (; !rows->Eof(); rows->MoveNext()) names->Add(rows->Value(id), rows->Value(name));
+  return names;
+}
+
+void Catalog::CopyCatalog(std::int32_t, std::int16_t, const std::string&) {
+  Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.CopyCatalog");
+}
 
 bool Catalog::InsertProductCategory(const Variant&, const Variant&) {
   Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.InsertProductCategory");
@@ -41,6 +117,43 @@ bool Catalog::UpdateProductCategory(const Variant&, const Variant&) {
 
 bool Catalog::DeleteProductCategory(std::int32_t) {
   Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.DeleteProductCategory");
+}
+
+// The text has a spelling of its own.
+std::int32_t Catalog::InsertFavoriteFolder(const Variant&, const Variant&) {
+  Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.InsertFavouriteFolder");
+}
+
+bool Catalog::UpdateFavoriteFolderName(std::int32_t, const std::string&, const std::string&) {
+  Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.UpdateFavoriteFolderName");
+}
+
+bool Catalog::DeleteFavoriteFolder(std::int32_t, const std::string&) {
+  Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.DeleteFavoriteFolder");
+}
+
+bool Catalog::ClearUserCatalogIDs(const std::string&, bool) {
+  Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.ClearUserCatalogIDs");
+}
+
+bool Catalog::UpdateUserCatalogIDs(const std::string&, const Variant&, bool) {
+  Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.UpdateUserCatalogIDs");
+}
+
+bool Catalog::PopulateUserNodes(const std::string&) {
+  Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.PopulateUserNodes");
+}
+
+bool Catalog::InsertCatalogNodeByBP(std::int16_t&, std::int16_t&, Variant&) {
+  Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.InsertCatalogNodeByBP");
+}
+
+bool Catalog::UpdateCatalogNodeByBP(std::int16_t&, std::int16_t&, Variant&) {
+  Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.UpdateCatalogNodeByBP");
+}
+
+bool Catalog::DeleteCatalogNodeByBP(std::int16_t&, std::int16_t&) {
+  Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.DeleteCatalogNodeByBP");
 }
 
 bool Catalog::IReferentialIntegrity_BeforeDelete(const Variant&, const Array&, const Array&) {

@@ -1,5 +1,6 @@
 // Product categories and their visibilities: reading (Catalog) and writing (TCatalog).
 #include "catalog/catalog.h"
+#include "catalog/catalog_internal.h"
 #include "catalog/t_catalog.h"
 #include "frame/contracts.h"
 #include "frame/lib_general.h"
@@ -15,18 +16,6 @@ constexpr std::string_view kCategoryColumn = "CATEGORYID";
 constexpr std::string_view kCodeColumn = "UNSPSCCODE";
 
 // Reading
-
-// Every element is a value of its own.
-Sql joined(const Variant& ids) {
-  Sql list;
-  bool first = true;
-  for (const Variant& id : ids.to_array().items) {
-    if (!first) list << ",";
-    list << value(id.to_text());
-    first = false;
-  }
-  return list;
-}
 
 // A read that was given no ids leaves its restriction out.
 bool was_given(const Variant& ids) { return !ids.is_empty() && !ids.is_missing(); }
@@ -99,7 +88,7 @@ DictionaryPtr Catalog::GetVisibleProductCategories(Variant& iVisibility) {
         sql << "SELECT DISTINCT VBC.CATEGORYID, PC.CATEGORYNAME FROM VISIBILITIESBYCATEGORY VBC "
                "INNER JOIN PRODUCTCATEGORY PC ON VBC.CATEGORYID = PC.CATEGORYID";
         if (iVisibility.is_array())
-          sql << " WHERE VBC.VISIBILITYID IN (" << joined(iVisibility) << ")";
+          sql << " WHERE VBC.VISIBILITYID IN (" << joined(iVisibility.to_array().items) << ")";
         else
           sql << " WHERE 1=0";
         sql << " ORDER BY CATEGORYNAME";
@@ -121,7 +110,8 @@ DictionaryPtr Catalog::GetVisibilitiesByCategories(const Variant& i_aCatergoryID
                "FROM FAQVISIBILITY FAQV WHERE FAQV.VISIBILITYID IN "
                "(SELECT DISTINCT VBC.VISIBILITYID "
                "FROM VISIBILITIESBYCATEGORY VBC";
-        if (was_given(i_aCatergoryIDs)) sql << " WHERE VBC.CATEGORYID IN (" << joined(i_aCatergoryIDs) << ")";
+        if (was_given(i_aCatergoryIDs))
+          sql << " WHERE VBC.CATEGORYID IN (" << joined(i_aCatergoryIDs.to_array().items) << ")";
         sql << ")";
         return sql;
       },
@@ -136,7 +126,8 @@ DictionaryPtr Catalog::GetJoinVisibilitiesByCategories(const Variant& i_aCatergo
         sql << "SELECT FAQV.VISIBILITYID, FAQV.VISIBILITYDESCRIPTION "
                "FROM FAQVISIBILITY FAQV WHERE FAQV.VISIBILITYID IN "
                "(SELECT VBC.VISIBILITYID FROM VISIBILITIESBYCATEGORY VBC";
-        if (was_given(i_aCatergoryIDs)) sql << " WHERE VBC.CATEGORYID IN (" << joined(i_aCatergoryIDs) << ")";
+        if (was_given(i_aCatergoryIDs))
+          sql << " WHERE VBC.CATEGORYID IN (" << joined(i_aCatergoryIDs.to_array().items) << ")";
         // More than one, however many categories there are.
         sql << " GROUP BY VBC.VISIBILITYID HAVING COUNT(*)>1)";
         return sql;
@@ -151,7 +142,8 @@ DictionaryPtr Catalog::GetVisibilityDescByID(const Variant& i_aVisibilityIDs) {
         Sql sql;
         sql << "SELECT FAQV.VISIBILITYID, FAQV.VISIBILITYDESCRIPTION "
                "FROM FAQVISIBILITY FAQV";
-        if (was_given(i_aVisibilityIDs)) sql << " WHERE FAQV.VISIBILITYID IN (" << joined(i_aVisibilityIDs) << ")";
+        if (was_given(i_aVisibilityIDs))
+          sql << " WHERE FAQV.VISIBILITYID IN (" << joined(i_aVisibilityIDs.to_array().items) << ")";
         return sql;
       },
       visibilities);

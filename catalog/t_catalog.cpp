@@ -14,6 +14,16 @@ const ClassTable& TCatalog::table() {
           .method("InsertProductCategory", &TCatalog::InsertProductCategory, {"i_aFields", "i_aValues"})
           .method("UpdateProductCategory", &TCatalog::UpdateProductCategory, {"i_aFields", "i_aValues"})
           .method("DeleteProductCategory", &TCatalog::DeleteProductCategory, {"iCategoryID"})
+          .method("CopyCatalog", &TCatalog::CopyCatalog, {"ilngCatalogIDOrig", "iintDeepCopyLevel", "istrCopyName"})
+          .method("ClearUserCatalogIDs", &TCatalog::ClearUserCatalogIDs, {"i_sUserID", optional("i_bIsProfile", false)})
+          .method("UpdateUserCatalogIDs", &TCatalog::UpdateUserCatalogIDs,
+                  {"i_sUserID", "i_aCatalogIDs", optional("i_bIsProfile", false)})
+          .method("PopulateUserNodes", &TCatalog::PopulateUserNodes, {"i_sUserID"})
+          .method("InsertCatalog", &TCatalog::InsertCatalog, {"iFields", "iValues"})
+          .method("ExpireCatalog", &TCatalog::ExpireCatalog, {"lCatalogID"})
+          .method("ChangeAuthorizationsForUser", &TCatalog::ChangeAuthorizationsForUser,
+                  {"lCurrentCatalogID", "lNewCatalogID", optional("bDelete", true)})
+          .method("ChangeFavorites", &TCatalog::ChangeFavorites, {"lCurrentCatalogID", "lNewCatalogID"})
           .implements_referential_integrity(&TCatalog::IReferentialIntegrity_BeforeDelete,
                                             &TCatalog::IReferentialIntegrity_Exists);
   return table;

@@ -35,7 +35,8 @@ class Recordset : public Object {
 
   // Runs the query and stands on its first row. Raises kObjectOpen, kObjectClosed for a closed connection, and what the
   // store raises. With a connection string the recordset opens a connection of its own.
-  // A cursor with optimistic locks is updatable and reads one table; a read-only forward-only one streams.
+  // A cursor with optimistic locks is updatable: it reads one table, or shows distinct rows of one with its key. A
+  // read-only forward-only one streams.
   void Open(const Sql& iSource, const ConnectionPtr& iConnection, CursorType iCursorType, LockType iLockType,
             std::int32_t iOptions);
   void Open(const Sql& iSource, const std::string& iConnectionString, CursorType iCursorType, LockType iLockType,

@@ -43,7 +43,9 @@ class Cursor {
 };
 
 struct ExecuteOptions {
-  // Rows must carry their identity, and the layout their table: the statement reads one table.
+  // Rows must carry their identity, and the layout their table: each is one row of that table. So it is in a statement
+  // that reads one table, and in a DISTINCT one whose columns are all of one table, its whole key among them. Others
+  // raise kFeatureNotAvailable.
   bool identified = false;
 };
 

@@ -1,4 +1,4 @@
-// No text that reaches the product categories can change what a statement does.
+// No text that reaches the catalogue classes can change what a statement does.
 #include <gtest/gtest.h>
 
 #include "frame/types/text.h"
@@ -19,14 +19,40 @@ class CatalogHostileText : public CatalogTest {
     link(1, 1, 1);
     execute({"INSERT INTO VISIBILITIESBYCATEGORY (CATEGORYID, VISIBILITYID) VALUES (1, 7)",
              "INSERT INTO FAQVISIBILITY (VISIBILITYID, VISIBILITYDESCRIPTION) VALUES (7, 'public')"});
+    // All that a user can have, so that a question for somebody else would find it.
+    execute({"INSERT INTO CATALOGNODE (CATALOGID, NODENAME, CATEGORYID) VALUES (5, 'root', 1)",
+             "INSERT INTO CATALOGNODE (CATALOGID, PARENTNODEID, NODENAME) VALUES (5, 1, 'below')",
+             "INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, VIEWONLY) VALUES ('u', 5, 1)",
+             "INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, VIEWONLY) VALUES ('v', 5, 0)",
+             "INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID, LEVEL, VIEWONLY) VALUES ('u', 5, 2, 2, 1)",
+             "INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID, LEVEL, VIEWONLY) VALUES ('v', 5, 2, 2, 0)",
+             "INSERT INTO USERNODE (USERID, CATALOGID, NODEID) VALUES ('u', 5, 2)"});
     implement_unspsc("Yes");
+  }
+  // Calls that name a user, as they are made for this one.
+  static std::vector<std::pair<std::string, std::vector<Variant>>> calls_for(const Variant& user) {
+    return {{"GetAllUserAuthorizedCatalogNodes", {user}},
+            {"GetAllUserAuthorizedCatalogNodes", {user, Array{5}}},
+            {"GetUserCatalogNodesByLevel", {user, 5, 0}},
+            {"GetUserCatalogNodesByLevel", {user, 5, 2}},
+            {"GetUserTopLevelCatalogNodes", {user, 5}},
+            {"IsEntireCatalogAuthorized", {5, user}},
+            {"IsAuthorizedCatalogNode", {user, 2}},
+            {"GetTopAuthorizedLevel", {5, user}},
+            {"GetBottomAuthorizedLevel", {5, user}},
+            {"IsViewOnlyCatalog", {user, 5}},
+            {"IsViewOnlyCatalogNode", {user, Array{5, 1, 2}}},
+            {"IsViewOnlyCatalogNode", {user, Array{5, 2}}},
+            {"IsViewOnlyCatalogNodeEx", {user, 2}},
+            {"IsOrderCatalog", {user, 5}},
+            {"IsOrderCatalogNodeEx", {user, 2}}};
   }
 };
 
 TEST_F(CatalogHostileText, InTheReadsLeavesAllTablesAsTheyWere) {
   const auto before = all_rows();
   for (const std::string& text : hostile_texts()) {
-    const std::pair<const char*, std::vector<Variant>> calls[] = {
+    std::vector<std::pair<std::string, std::vector<Variant>>> calls = {
         {"GetProductCategoryData", {Variant(), text, 5}},
         {"GetProductCategoryData", {Variant(), "", 5, Array{text}}},
         {"GetProductCategoryData", {Variant(), "", 5, kMissing, text}},
@@ -35,7 +61,24 @@ TEST_F(CatalogHostileText, InTheReadsLeavesAllTablesAsTheyWere) {
         {"GetJoinVisibilitiesByCategories", {Array{text}}},
         {"GetVisibilityDescByID", {Array{text}}},
         {"GetProductCategoriesByName", {text}},
+        {"GetValidProductCatalogs", {Array{text}}},
+        {"GetValidProductCatalogs", {Array{1}, Array{text}}},
+        {"GetValidProductCatalogs", {Array{1}, kMissing, text}},
+        {"GetAllUserAuthorizedCatalogNodes", {"u", Array{text}}},
+        {"IsViewOnlyCatalogNode", {"v", Array{text, 1}}},
+        {"IsViewOnlyCatalogNode", {"v", Array{5, text, 1}}},
+        {"IsViewOnlyCatalogNode", {"v", Array{5, 1, text}}},
+        {"CopyCatalog", {1, 1, text}},
+        {"InsertFavoriteFolder", {Array{text}, Array{text}}},
+        {"UpdateFavoriteFolderName", {1, text, text}},
+        {"DeleteFavoriteFolder", {1, text}},
+        {"ClearUserCatalogIDs", {text}},
+        {"UpdateUserCatalogIDs", {text, Array{text}}},
+        {"PopulateUserNodes", {text}},
+        {"InsertCatalogNodeByBP", {1, 1, text}},
+        {"UpdateCatalogNodeByBP", {1, 1, text}},
     };
+    for (auto& call : calls_for(text)) calls.push_back(std::move(call));
     for (const auto& [method, given] : calls) {
       std::vector<Variant> arguments = given;
       try {
@@ -45,6 +88,56 @@ TEST_F(CatalogHostileText, InTheReadsLeavesAllTablesAsTheyWere) {
       }
     }
     ASSERT_EQ(all_rows(), before) << text.substr(0, 40);
+  }
+}
+
+TEST_F(CatalogHostileText, AsAUserHasNoRights) {
+  const auto has_something = [](const Variant& result) {
+    if (!result.is_object()) return result.to_boolean();
+    return result.object_value() != nullptr && result.to<Dictionary>()->Count() > 0;
+  };
+  for (const char* user : {"u", "v"}) {
+    int found = 0;
+    for (auto [method, arguments] : calls_for(user))
+      found += has_something(invoke(catalog_.object(), method, arguments));
+    EXPECT_GT(found, 5) << user;
+  }
+  for (const std::string& text : hostile_texts()) {
+    SCOPED_TRACE(text.substr(0, 40));
+    for (auto [method, arguments] : calls_for(text)) {
+      try {
+        EXPECT_FALSE(has_something(invoke(catalog_.object(), method, arguments))) << method;
+      } catch (const Raised& failure) {
+        const bool has_no_level = failure.error().Number == error_number::kInvalidUseOfNull;
+        EXPECT_TRUE(has_no_level || failure.error().Number == error_number::kStatementRefused) << method;
+      }
+    }
+  }
+}
+
+TEST_F(CatalogHostileText, InPlaceOfACatalogueOrANodeIsRefused) {
+  for (const std::string& text : hostile_texts()) {
+    SCOPED_TRACE(text.substr(0, 40));
+    EXPECT_EQ(raised_by([&] { catalog_->GetValidProductCatalogs(Array{text}); }).Number, error_number::kTypeMismatch);
+    EXPECT_EQ(raised_by([&] { catalog_->GetValidProductCatalogs(Array{1}, kMissing, text); }).Number,
+              error_number::kTypeMismatch);
+    EXPECT_EQ(raised_by([&] {
+                catalog_->IsViewOnlyCatalogNode("v", Array{text, 1});
+              }).Number,
+              error_number::kTypeMismatch);
+    if (text == "''") continue;  // one whole literal is no harm
+    EXPECT_EQ(raised_by([&] { catalog_->GetValidProductCatalogs(Array{1}, Array{text}); }).Number,
+              error_number::kStatementRefused);
+    EXPECT_EQ(raised_by([&] { catalog_->GetAllUserAuthorizedCatalogNodes("u", Array{text}); }).Number,
+              error_number::kStatementRefused);
+    EXPECT_EQ(raised_by([&] {
+                catalog_->IsViewOnlyCatalogNode("v", Array{5, text, 1});
+              }).Number,
+              error_number::kStatementRefused);
+    EXPECT_EQ(raised_by([&] {
+                catalog_->IsViewOnlyCatalogNode("v", Array{5, 1, text});
+              }).Number,
+              error_number::kStatementRefused);
   }
 }
 

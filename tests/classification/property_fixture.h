@@ -11,6 +11,7 @@
 #include "platform/automation/invoke.h"
 #include "platform/transactions/object_context.h"
 #include "tests/support/messages.h"
+#include "tests/support/refusing_recorder.h"
 #include "tests/support/store_fixture.h"
 
 namespace mercato::test {
@@ -30,23 +31,6 @@ inline const Calls kConnectionStringCalls = {{"Grundwerk.Configuration.PrepareCo
 inline Calls operator+(Calls left, const Calls& right) {
   left.insert(left.end(), right.begin(), right.end());
   return left;
-}
-
-// Refuses the statement with that number, counted from 1, so that the one among several that read alike can be chosen.
-class RefusingRecorder : public Recorder {
- public:
-  explicit RefusingRecorder(std::size_t number) : number_(number) {}
-  void on_statement(std::string_view text, bool by_library) override {
-    Recorder::on_statement(text, by_library);
-    if (by_library && statements.size() == number_) raise(error_number::kStatementRefused, "Test", kRefused);
-  }
-
- private:
-  std::size_t number_;
-};
-// The statements up to that number.
-inline Statements first_of(const Statements& statements, std::size_t number) {
-  return {statements.begin(), statements.begin() + static_cast<std::ptrdiff_t>(number)};
 }
 
 class PropertyStoreTest : public StoreTest {

@@ -1,14 +1,10 @@
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
 #include <random>
-#include <thread>
 
 #include "frame/upload_run.h"
 #include "platform/store/unit_of_work.h"
 #include "tests/platform/store/integrity.h"
+#include "tests/support/another_process.h"
+#include "tests/support/refusing_recorder.h"
 #include "tests/upload/upload_fixture.h"
 
 namespace mercato::test {
@@ -57,37 +53,6 @@ class UploadCrash : public UploadTest {
     for (const int index : {0, kRecords / 2, kRecords - 1})
       EXPECT_EQ(property("COLOUR", part_number(index)).to_text(), "c" + std::to_string(index));
   }
-
-  // Runs the work in a process of its own, which begins without any open store; its wait status.
-  template <class Work>
-  static int in_another_process(Work work, std::chrono::milliseconds kill_after = std::chrono::milliseconds(0)) {
-    forget_thread_state();
-    store::close_idle_sessions();
-    const pid_t child = ::fork();
-    if (child == 0) {
-      work();
-      ::_exit(0);
-    }
-    EXPECT_GT(child, 0);
-    if (kill_after.count() > 0) {
-      std::this_thread::sleep_for(kill_after);
-      ::kill(child, SIGKILL);
-    }
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    return status;
-  }
-};
-
-class DeathAtAStatement : public store::StatementObserver {
- public:
-  explicit DeathAtAStatement(unsigned statement) : left_(statement) {}
-  void on_statement(std::string_view, bool) override {
-    if (--left_ == 0) ::kill(::getpid(), SIGKILL);
-  }
-
- private:
-  unsigned left_;
 };
 
 TEST_F(UploadCrash, UploadThatDiesAtAnyStatementLeavesWholeOnesAndANewRunFinishesTheJob) {

@@ -317,6 +317,38 @@ std::string SqliteTranslator::subselect(Query& query, ColumnType type) {
   return render(query);
 }
 
+// The source of which each row of the result is one row; null when there is none. A join has one when it tells each row
+// of it once: all columns are the source's, its key is among them, and doubled rows are left out.
+const Source* SqliteTranslator::source_of_rows(const Query& query) {
+  const Arm& arm = query.arms.front();
+  const std::vector<Source>& sources = arm.scope->sources;
+  if (query.arms.size() > 1 || arm.grouped) return nullptr;
+  if (!arm.distinct) return sources.size() == 1 && sources.front().table != nullptr ? &sources.front() : nullptr;
+  const auto shows = [&arm](const Column& column) {
+    return std::any_of(arm.items.begin(), arm.items.end(), [&column](const Expression& item) {
+      return item.form == Expression::Form::column && item.column == &column;
+    });
+  };
+  for (const Source& source : sources) {
+    if (source.table == nullptr || source.table->key.empty()) continue;
+    const std::vector<Column>& columns = source.table->columns;
+    const std::vector<std::size_t>& key = source.table->key;
+    // Columns of a table that is read twice cannot be told apart.
+    const bool is_read_once = std::count_if(sources.begin(), sources.end(), [&source](const Source& other) {
+                                return other.table == source.table;
+                              }) == 1;
+    const bool has_all_items = std::all_of(arm.items.begin(), arm.items.end(), [&columns](const Expression& item) {
+      return item.form == Expression::Form::column &&
+             std::any_of(columns.begin(), columns.end(),
+                         [&item](const Column& column) { return &column == item.column; });
+    });
+    if (is_read_once && has_all_items &&
+        std::all_of(key.begin(), key.end(), [&](std::size_t column) { return shows(columns[column]); }))
+      return &source;
+  }
+  return nullptr;
+}
+
 void SqliteTranslator::translate_query(bool identified) {
   result_.kind = StatementKind::query;
   Query top = query(nullptr);
@@ -327,10 +359,12 @@ void SqliteTranslator::translate_query(bool identified) {
   if (one_table) result_.table = arm.scope->sources.front().table->name;
   result_.result = top.columns();
   if (identified && refusal_.empty()) {
-    if (!one_table || arm.distinct || arm.grouped)
+    const Source* const source = source_of_rows(top);
+    if (source == nullptr)
       raise(error_number::kFeatureNotAvailable, "SQLite store",
             "The rows of this statement cannot be changed: each has to be one row of one table.");
-    arm.items.push_back(make_value(quoted(arm.scope->sources.front().name) + ".rowid", ColumnType::unknown));
+    result_.table = source->table->name;
+    arm.items.push_back(make_value(quoted(source->name) + ".rowid", ColumnType::unknown));
     result_.identified = true;
   }
   result_.statements.push_back(render(top));

@@ -81,6 +81,7 @@ class SqliteTranslator : TokenReader {
   void translate_update();
   void translate_delete();
   void translate_query(bool identified);
+  static const Source* source_of_rows(const Query& query);
   void translate_setting();
   std::vector<const Column*> insert_targets(const TableInfo& table);
   std::string insert_row(const std::vector<const Column*>& targets);

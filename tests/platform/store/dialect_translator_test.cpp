@@ -519,12 +519,23 @@ TEST_F(DialectTranslator, IdentifiedRowsCarryTheirNumber) {
   EXPECT_TRUE(translation.identified);
   EXPECT_EQ(translation.result.size(), 1u);
   for (const char* statement :
-       {"SELECT PART.ID FROM PART, KINDS", "SELECT DISTINCT ID FROM PART", "SELECT COUNT(*) FROM PART",
+       {"SELECT PART.ID FROM PART, KINDS", "SELECT DISTINCT Name FROM PART", "SELECT COUNT(*) FROM PART",
+        "SELECT DISTINCT P.CODE FROM PART P, KINDS K", "SELECT DISTINCT P.ID, K.LABEL FROM PART P, KINDS K",
+        "SELECT DISTINCT P.ID, P.ID + 1 FROM PART P, KINDS K", "SELECT DISTINCT P.ID FROM PART P, PART Q",
         "SELECT ID FROM PART GROUP BY ID", "SELECT ID FROM PART UNION SELECT ID FROM PART", "SELECT 1",
         "SELECT A FROM (SELECT ID A FROM PART) X"})
     EXPECT_EQ(mercato::test::failure_of([&] { store.translate(statement, true); }).Number,
               error_number::kFeatureNotAvailable)
         << statement;
+}
+
+TEST_F(DialectTranslator, RowsOfAJoinCarryTheNumberOfTheTableThatTheyShowOnce) {
+  const char* const join = "SELECT DISTINCT P.ID, P.Name FROM KINDS K, PART P WHERE P.ID < 3 OR K.KIND = 10";
+  EXPECT_EQ(store.run(join, true),
+            (Rows{{"1", "Bolt", "1"}, {"2", "bolt  ", "2"}, {"3", "Bölt", "3"}, {"4", "NULL", "4"}}));
+  EXPECT_EQ(store.translate(join, true).table, "PART");
+  EXPECT_EQ(store.translate(join).table, "");
+  EXPECT_EQ(store.run("SELECT DISTINCT ID FROM PART WHERE ID > 2", true), (Rows{{"3", "3"}, {"4", "4"}}));
 }
 
 TEST_F(DialectTranslator, OnlyWhatStandsInTheTextDependsOnLiterals) {

@@ -1,0 +1,241 @@
+// catalog_bench [-f FIGURES] [-n NODES]
+//
+// Lays out the nodes of a user who has a whole catalogue of 100,000 nodes (TCatalog.PopulateUserNodes), and copies that
+// catalogue with its nodes (TCatalog.CopyCatalog); then the same by hand on the bare engine. Once more with a quarter
+// of the nodes, to see that the cost grows with them and no faster. Each measurement has a process and a fresh store of
+// its own; of several the median counts.
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "bench/support/bare_store.h"
+#include "bench/support/bench_store.h"
+#include "bench/support/child_process.h"
+#include "bench/support/figures.h"
+#include "catalog/t_catalog.h"
+#include "frame/types/raised_error.h"
+#include "platform/store/session_pool.h"
+#include "platform/transactions/object_context.h"
+
+namespace mercato::bench {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kRounds = 5;
+constexpr int kChildren = 10;  // of a node
+
+struct Cost {
+  double seconds = 0;
+  double cpu_seconds = 0;
+  std::int64_t rows = 0;   // that the tables hold afterwards
+  std::uint64_t hash = 0;  // of them
+};
+
+double cpu_seconds() {
+  rusage usage{};
+  ::getrusage(RUSAGE_SELF, &usage);
+  const auto seconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+  };
+  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+void finish(BareStore& store, sqlite3_stmt* statement) {
+  if (sqlite3_step(statement) != SQLITE_DONE) store.fail("writing a row");
+  sqlite3_reset(statement);
+}
+
+void populate_by_hand(const fs::path& path) {
+  BareStore store(path);
+  store.run("BEGIN IMMEDIATE");
+  store.run("DELETE FROM USERNODE WHERE USERID='ann'");
+  const BareStatement nodes = store.prepare("SELECT NODEID FROM CATALOGNODE WHERE CATALOGID=1");
+  const BareStatement insertion = store.prepare("INSERT INTO USERNODE (CATALOGID, USERID, NODEID) VALUES (?1, ?2, ?3)");
+  while (sqlite3_step(nodes.get()) == SQLITE_ROW) {
+    sqlite3_bind_int(insertion.get(), 1, 1);
+    sqlite3_bind_text(insertion.get(), 2, "ann", 3, SQLITE_STATIC);
+    sqlite3_bind_int(insertion.get(), 3, sqlite3_column_int(nodes.get(), 0));
+    finish(store, insertion.get());
+  }
+  store.run("COMMIT");
+}
+
+// Knows no order in which parents come first either.
+void copy_by_hand(const fs::path& path) {
+  BareStore store(path);
+  store.run("BEGIN IMMEDIATE");
+  store.run("INSERT INTO CATALOG (CATALOGNAME, ACTIVE, APPROVALCATALOG) VALUES ('Copy Of Catalogue', 0, 1)");
+  const std::int64_t catalog = sqlite3_last_insert_rowid(store.engine());
+  const BareStatement nodes = store.prepare(
+      "SELECT ICONID, PARENTNODEID, NODENAME, SEQUENCE, NODETYPE, NODEURL, CATEGORYID, NODEDESCRIPTION, NODEID"
+      " FROM CATALOGNODE WHERE CATALOGID=1");
+  const BareStatement insertion = store.prepare(
+      "INSERT INTO CATALOGNODE (ICONID, PARENTNODEID, NODENAME, SEQUENCE, NODETYPE, NODEURL, CATEGORYID,"
+      " NODEDESCRIPTION, CATALOGID) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)");
+  constexpr int kCopied = 8, kParent = 1;
+  std::unordered_map<std::int64_t, std::int64_t> twins;
+  std::vector<std::pair<std::int64_t, std::int64_t>> children;  // new node, old parent
+  while (sqlite3_step(nodes.get()) == SQLITE_ROW) {
+    for (int column = 0; column < kCopied; ++column)
+      sqlite3_bind_value(insertion.get(), column + 1, sqlite3_column_value(nodes.get(), column));
+    sqlite3_bind_int64(insertion.get(), kCopied + 1, catalog);
+    finish(store, insertion.get());
+    const std::int64_t twin = sqlite3_last_insert_rowid(store.engine());
+    twins.emplace(sqlite3_column_int64(nodes.get(), kCopied), twin);
+    if (sqlite3_column_type(nodes.get(), kParent) != SQLITE_NULL)
+      children.emplace_back(twin, sqlite3_column_int64(nodes.get(), kParent));
+  }
+  const BareStatement update = store.prepare("UPDATE CATALOGNODE SET PARENTNODEID=?1 WHERE NODEID=?2");
+  for (const auto& [child, parent] : children) {
+    sqlite3_bind_int64(update.get(), 1, twins.at(parent));
+    sqlite3_bind_int64(update.get(), 2, child);
+    finish(store, update.get());
+  }
+  store.run("COMMIT");
+}
+
+template <class Call>
+void by_class(const fs::path& path, Call call) {
+  use_store(path, path.parent_path());
+  {
+    const Root<TCatalog> catalog;
+    call(catalog);
+  }
+  store::close_idle_sessions();
+}
+
+void look_at_rows(const fs::path& path, Cost& cost) {
+  BareStore store(path);
+  for (const char* all : {"SELECT * FROM CATALOG ORDER BY CATALOGID", "SELECT * FROM CATALOGNODE ORDER BY NODEID",
+                          "SELECT * FROM USERNODE ORDER BY USERID, NODEID"}) {
+    const BareStatement rows = store.prepare(all);
+    for (; sqlite3_step(rows.get()) == SQLITE_ROW; ++cost.rows)
+      cost.hash = cost.hash * 0x100000001B3u + read_row(rows.get());
+  }
+}
+
+class CatalogBench {
+ public:
+  CatalogBench(int nodes, Figures& figures) : nodes_(nodes), figures_(figures) {
+    in_child_process([&] {
+      make_store(full_, nodes_);
+      make_store(quarter_, nodes_ / 4);
+      return true;
+    });
+  }
+
+  void run() const {
+    compare(
+        "PopulateUserNodes", [](const Root<TCatalog>& catalog) { catalog->PopulateUserNodes("ann"); },
+        populate_by_hand);
+    compare(
+        "CopyCatalog with nodes", [](const Root<TCatalog>& catalog) { catalog->CopyCatalog(1, 1, ""); }, copy_by_hand);
+  }
+
+ private:
+  // One tree, its nodes laid out for the user already.
+  static void make_store(const fs::path& path, int nodes) {
+    create_store(path);
+    BareStore store(path);
+    store.run("BEGIN");
+    store.run("INSERT INTO CATALOG (CATALOGNAME, ACTIVE) VALUES ('Catalogue', 1)");
+    store.run("INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID) VALUES ('ann', 1)");
+    for (int node = 1; node <= nodes; ++node)
+      store.run(("INSERT INTO CATALOGNODE (CATALOGID, PARENTNODEID, NODENAME, NODEDESCRIPTION, SEQUENCE, NODETYPE,"
+                 " CATEGORYID) VALUES (1, " +
+                 (node == 1 ? "NULL" : std::to_string((node - 2) / kChildren + 1)) + ", 'Node " + std::to_string(node) +
+                 "', 'What there is to say about it', " + std::to_string(node % kChildren) + ", 1, " +
+                 std::to_string(node) + ")")
+                    .c_str());
+    store.run("INSERT INTO USERNODE (USERID, CATALOGID, NODEID) SELECT 'ann', 1, NODEID FROM CATALOGNODE");
+    store.run("COMMIT");
+    store.run("PRAGMA wal_checkpoint(TRUNCATE)");
+  }
+
+  template <class Work>
+  Cost measure(const fs::path& from, Work work) const {
+    return in_child_process([&]() -> Cost {
+      try {
+        for (const char* ending : {"-wal", "-shm"}) fs::remove(store_.string() + ending);
+        fs::copy_file(from, store_, fs::copy_options::overwrite_existing);
+        Cost cost;
+        const double cpu_before = cpu_seconds();
+        const auto before = std::chrono::steady_clock::now();
+        work(store_);
+        cost.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
+        cost.cpu_seconds = cpu_seconds() - cpu_before;
+        look_at_rows(store_, cost);
+        return cost;
+      } catch (const Raised& failure) {
+        throw std::runtime_error(failure.error().Source + ": " + failure.error().Description);
+      }
+    });
+  }
+
+  template <class Call, class ByHand>
+  void compare(const std::string& label, Call call, ByHand by_hand) const {
+    std::vector<Cost> library, bare, library_quarter;
+    for (int round = 0; round < kRounds; ++round) {
+      const auto work = [&](const fs::path& path) { by_class(path, call); };
+      library.push_back(measure(full_, work));
+      library_quarter.push_back(measure(quarter_, work));
+      bare.push_back(measure(full_, by_hand));
+      if (library.back().rows != bare.back().rows || library.back().hash != bare.back().hash)
+        throw std::runtime_error(label + ": the stores do not hold the same rows");
+    }
+    const auto median = [](std::vector<Cost>& costs, double Cost::*figure) {
+      std::ranges::sort(costs, {}, figure);
+      return costs[costs.size() / 2].*figure;
+    };
+    const std::string name = label + ", " + std::to_string(nodes_);
+    const double seconds = median(library, &Cost::seconds);
+    const double bare_seconds = median(bare, &Cost::seconds);
+    const double cpu = median(library, &Cost::cpu_seconds);
+    figures_.add(name, seconds, "s");
+    figures_.add(name + ": by hand, one transaction", bare_seconds, "s");
+    figures_.add(name + " : by hand", seconds / bare_seconds, "x", at_most(3));
+    figures_.add(name + " : by hand, processor time", cpu / median(bare, &Cost::cpu_seconds), "x");
+    // Four times the nodes; the rest is for caches that they outgrow.
+    figures_.add(name + " : a quarter of the nodes, processor time", cpu / median(library_quarter, &Cost::cpu_seconds),
+                 "x", at_most(5));
+  }
+
+  int nodes_;
+  Figures& figures_;
+  TemporaryFolder folder_;
+  fs::path full_ = folder_.path() / "full.db";
+  fs::path quarter_ = folder_.path() / "quarter.db";
+  fs::path store_ = folder_.path() / "store.db";
+};
+
+}  // namespace
+}  // namespace mercato::bench
+
+int main(int argc, char** argv) try {
+  std::string figures_file;
+  int nodes = 100'000;
+  for (int option; (option = getopt(argc, argv, "f:n:")) != -1;) {
+    if (option == 'f')
+      figures_file = optarg;
+    else if (option == 'n')
+      nodes = std::stoi(optarg);
+    else
+      return EXIT_FAILURE;
+  }
+  mercato::bench::Figures figures(figures_file);
+  mercato::bench::CatalogBench(nodes, figures).run();
+  return EXIT_SUCCESS;
+} catch (const std::exception& failure) {
+  std::fprintf(stderr, "catalog_bench: %s\n", failure.what());
+  return EXIT_FAILURE;
+}

@@ -1,0 +1,120 @@
+// Copies of catalogues.
+#include <initializer_list>
+#include <unordered_set>
+
+#include "catalog/t_catalog.h"
+#include "frame/types/dictionary.h"
+#include "frame/voted_method.h"
+
+namespace mercato {
+namespace {
+
+constexpr std::int16_t kRowAndNodes = 1;
+
+// What a copied row has in common with its original.
+void take_over(std::initializer_list<std::string_view> columns, const Recordset& original, Recordset& copy) {
+  for (const std::string_view column : columns) copy.SetValue(column, original.Value(column));
+}
+
+Sql all_copied_columns() {
+  return LiteralPiece(
+      "SELECT NODEID, ICONID, PARENTNODEID, CATALOGID, NODENAME, SEQUENCE, "
+      "NODETYPE, NODEURL, CATEGORYID, NODEDESCRIPTION FROM CATALOGNODE ");
+}
+
+}  // namespace
+
+void TCatalog::CopyCatalog(std::int32_t ilngCatalogIDOrig, std::int16_t iintDeepCopyLevel,
+                           const std::string& istrCopyName) {
+  RecordsetPtr original;
+  RecordsetPtr copy;
+  method(
+      [&] {
+        Sql sql;
+        sql << "SELECT * FROM CATALOG WHERE CATALOGID=" << ilngCatalogIDOrig;
+        original = GetConnection()->Execute(sql);
+        if (original->Eof())
+          raise(eCatalogNotFound, "Mercato.Catalog.CopyCatalog",
+                "Catalog " + std::to_string(ilngCatalogIDOrig) + "  not present");
+        copy = open_updatable(LiteralPiece("SELECT * FROM CATALOG WHERE 0=1"), GetConnection(), CursorType::keyset);
+        copy->AddNew();
+        take_over({"ICONID"}, *original, *copy);
+        copy->SetValue("CATALOGNAME", istrCopyName.empty()
+                                          ? GenerateCopyCatalogNames(original->Value("CATALOGNAME").to_text())
+                                          : istrCopyName);
+        copy->SetValue("ACTIVE", 0);
+        copy->SetValue("APPROVALCATALOG", 1);
+        take_over({"CATALOGDESCRIPTION", "VERSION"}, *original, *copy);
+        copy->Update();
+        const std::int32_t id = copy->Value("CATALOGID").to_long();
+        Sql_CloseDisconnectedRecordset(original);
+        Sql_CloseDisconnectedRecordset(copy);
+        if (iintDeepCopyLevel == kRowAndNodes) CopyCatalogNodes(ilngCatalogIDOrig, id);
+        Mts_SetComplete();
+      },
+      Tail{"Catalog.CopyCatalog", [&] {
+             if (original) Sql_CloseDisconnectedRecordset(original);
+             if (copy) Sql_CloseDisconnectedRecordset(copy);
+             Mts_SetAbort();
+           }});
+}
+
+std::string TCatalog::GenerateCopyCatalogNames(const std::string& name) {
+  return read_and_close(
+      "Catalog.GenerateCopyCatalogNames", CursorType::forward_only, GetConnection,
+      [] { return Sql("SELECT * FROM CATALOG ORDER BY CATALOGNAME "); },
+      [&](const RecordsetPtr& rows) -> std::string {
+        if (rows->Eof()) return "";
+        // Names that differ in case only are two names.
+        std::unordered_set<std::string> taken;
+        for (; !rows->Eof(); rows->MoveNext()) taken.insert(rows->Value("CATALOGNAME").to_text());
+        const std::string first = "Copy Of " + name;
+        if (!taken.contains(first)) return first;
+        for (std::int16_t number = 2;; number = Variant(number + 1).to_short()) {
+          const std::string numbered = "Copy (" + std::to_string(number) + ") Of " + name;
+          if (!taken.contains(numbered)) return numbered;
+        }
+      });
+}
+
+// A parent may be written after its children, so that they are tied to their new parents in a second pass.
+void TCatalog::CopyCatalogNodes(std::int32_t original_catalog, std::int32_t new_catalog) {
+  method(
+      [&] {
+        Sql sql = all_copied_columns();
+        sql << "WHERE CATALOGID = " << original_catalog;
+        RecordsetPtr originals = open_updatable(sql, GetConnection(), CursorType::keyset);
+        if (originals->Eof()) return Sql_CloseDisconnectedRecordset(originals);
+
+        sql = all_copied_columns();
+        sql << "WHERE 0=1";
+        RecordsetPtr copies = open_updatable(sql, GetConnection(), CursorType::keyset);
+        Dictionary twins;  // old NODEID to new NODEID
+        for (; !originals->Eof(); originals->MoveNext()) {
+          copies->AddNew();
+          take_over({"ICONID", "PARENTNODEID"}, *originals, *copies);
+          copies->SetValue("CATALOGID", new_catalog);
+          take_over({"NODENAME", "SEQUENCE", "NODETYPE", "NODEURL", "CATEGORYID", "NODEDESCRIPTION"}, *originals,
+                    *copies);
+          copies->Update();
+          twins.Add(originals->Value("NODEID"), copies->Value("NODEID"));
+        }
+        Sql_CloseDisconnectedRecordset(originals);
+        Sql_CloseDisconnectedRecordset(copies);
+
+        sql = LiteralPiece("SELECT PARENTNODEID FROM CATALOGNODE WHERE CATALOGID = ");
+        sql << new_catalog;
+        RecordsetPtr children = open_updatable(sql, GetConnection(), CursorType::keyset);
+        for (; !children->Eof(); children->MoveNext()) {
+          const Variant parent = children->Value("PARENTNODEID");
+          if (parent.is_null()) continue;
+          // A parent outside of the catalogue has no twin: its children get the parent 0.
+          children->SetValue("PARENTNODEID", twins.Item(parent));
+          children->Update();
+        }
+        Sql_CloseDisconnectedRecordset(children);
+      },
+      Tail{"Catalog.CopyCatalogNodes", no_steps});
+}
+
+}  // namespace mercato

@@ -1,0 +1,20 @@
+// Shared by the files of the catalogue classes: catalog_nodes.cpp, authorisation.cpp, product_categories.cpp.
+// Any thread.
+#pragma once
+
+#include <span>
+
+#include "frame/recordset.h"
+#include "frame/types/dictionary.h"
+#include "frame/types/variant.h"
+#include "platform/store/statement.h"
+
+namespace mercato {
+
+// The elements' texts with commas between them; in the statement every element is a value of its own.
+Sql joined(std::span<const Variant> elements);
+
+// The first column of all rows to the second, in their order. Raises 457 when a key comes twice.
+DictionaryPtr names_by_id(const RecordsetPtr& rows);
+
+}  // namespace mercato

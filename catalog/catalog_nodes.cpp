@@ -1,0 +1,163 @@
+// Catalogues and the nodes of their trees as such, without anybody's rights.
+#include <vector>
+
+#include "catalog/catalog.h"
+#include "catalog/catalog_internal.h"
+#include "frame/types/text.h"
+#include "frame/voted_method.h"
+
+namespace mercato {
+namespace {
+
+// Null and Empty: an answer to "which ones" that leaves none.
+bool is_nothing(const Variant& ids) { return ids.is_null() || ids.is_empty(); }
+
+std::vector<Variant> not_empty(const Array& ids) {
+  std::vector<Variant> kept;
+  for (const Variant& id : ids.items)
+    if (!id.to_text().empty()) kept.push_back(id);
+  return kept;
+}
+
+RecordsetPtr name_and_parent(std::int32_t node) {
+  Sql sql;
+  sql << "SELECT NODENAME, PARENTNODEID FROM CATALOGNODE WHERE NODEID = " << node;
+  return Sql_GetDisconnectedRecordset(sql, shared_connection_string(), true);
+}
+
+std::string trimmed_name(const Recordset& node) { return std::string(text::trim(node.Value("NODENAME").to_text())); }
+
+}  // namespace
+
+DictionaryPtr Catalog::GetAllCatalogs() {
+  return read_and_close(
+      "Mercato.Catalog.getAllCatalogs", CursorType::forward_only, GetConnection,
+      [] { return Sql("SELECT CATALOGID, CATALOGNAME FROM CATALOG ORDER BY CATALOGNAME"); }, names_by_id);
+}
+
+CollectionPtr Catalog::GetCatalog(std::int32_t iCatalogID) {
+  return read_and_close(
+      "Mercato.Catalog.getCatalog", CursorType::forward_only, GetConnection,
+      [&] {
+        Sql sql;
+        sql << "select * from catalog where CATALOGID=" << iCatalogID;
+        return sql;
+      },
+      [](const RecordsetPtr& row) {
+        if (row->Eof()) raise(eCatalogNotFound, "Mercato.Catalog.GetCatalog", "Catalog not present");
+        auto record = std::make_shared<Collection>();
+        for (const char* column :
+             {"CATALOGID", "CATALOGNAME", "ACTIVE", "APPROVALCATALOG", "SUPPLIERCATALOGID", "VERSION", "CATALOGLAYOUT"})
+          record->Add(row->Value(column), column);
+        return record;
+      });
+}
+
+const Variant& Catalog::cached_item(std::int32_t catalog, std::string_view column) {
+  // The cache is never refreshed: an object that outlives a change of the catalogue answers the old value.
+  if (catalog != CatalogCacheID) {
+    CatalogCache = GetCatalog(catalog);
+    CatalogCacheID = catalog;
+  }
+  if (!CatalogCache) raise(error_number::kObjectNotSet);  // id 0 of an object that was not asked before
+  return CatalogCache->Item(column);
+}
+
+std::string Catalog::getName(std::int32_t iCatalogID) { return cached_item(iCatalogID, "CATALOGNAME").to_text(); }
+
+bool Catalog::getActive(std::int32_t iCatalogID) { return cached_item(iCatalogID, "ACTIVE").to_boolean(); }
+
+bool Catalog::getApproval(std::int32_t iCatalogID) { return cached_item(iCatalogID, "APPROVALCATALOG").to_boolean(); }
+
+bool Catalog::UseCatalogLayOutParameter(std::int32_t iCatalogID) {
+  return cached_item(iCatalogID, "CATALOGLAYOUT").to_boolean();
+}
+
+DictionaryPtr Catalog::GetCatalogByBP(std::int32_t i_lBusinessPartnerID) {
+  return read_and_close(
+      "Mercato.Catalog.GetCatalogByBP", CursorType::forward_only, GetConnection,
+      [&] {
+        Sql sql;
+        sql << "SELECT DISTINCT CATALOGNODEBYBP.CATALOGID AS CATALOGID,"
+               " CATALOG.CATALOGNAME AS CATALOGNAME FROM CATALOGNODEBYBP, "
+               " CATALOG WHERE CATALOGNODEBYBP.BUSINESSPARTNERID = "
+            << i_lBusinessPartnerID
+            << " AND CATALOGNODEBYBP.CATALOGID = CATALOG.CATALOGID "
+               " AND CATALOG.ACTIVE=1 ORDER BY CATALOG.CATALOGNAME ";
+        return sql;
+      },
+      names_by_id);
+}
+
+DictionaryPtr Catalog::GetValidProductCatalogs(const Variant& i_aProductIDs, const Variant& i_aCatalogIDs,
+                                               const Variant& bCatalogNode) {
+  Opened opened;
+  return method(
+      [&] {
+        auto valid = std::make_shared<Dictionary>();
+        if (is_nothing(i_aCatalogIDs)) return valid;
+        const Sql allowed = i_aCatalogIDs.is_missing() ? Sql() : joined(not_empty(i_aCatalogIDs.to_array()));
+        if (is_nothing(i_aProductIDs)) return valid;
+        const Array& products = i_aProductIDs.to_array();
+        opened.connection = GetConnection();
+        for (const Variant& product : products.items) {
+          Sql sql;
+          if (bCatalogNode.to_boolean())
+            sql << "SELECT DISTINCT CATALOGNODE.NODEID AS CATALOGID FROM PRODUCTSBYCATEGORY,CATALOGNODE";
+          else
+            sql << "SELECT DISTINCT CATALOGNODE.CATALOGID AS CATALOGID FROM PRODUCTSBYCATEGORY,CATALOGNODE";
+          sql << " WHERE  PRODUCTSBYCATEGORY.PRODUCTID = " << product.to_long()
+              << " AND PRODUCTSBYCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID ";
+          // Whatever type a node has, its category counts; and a list of empty texts restricts nothing.
+          if (!allowed.text().empty()) sql << "AND CATALOGNODE.CATALOGID IN (" << allowed << ") ";
+          opened.rows = open_read_only(sql, opened.connection);
+          Array ids;
+          for (; !opened.rows->Eof(); opened.rows->MoveNext())
+            ids.items.push_back(opened.rows->Value("CATALOGID").to_long());
+          if (!ids.items.empty()) valid->Add(product, ids);
+          Sql_CloseRecordset(opened.rows);
+        }
+        opened.close();
+        return valid;
+      },
+      Tail{"Mercato.Catalog.GetValidProductCatalogs", [&] { opened.close(); }});
+}
+
+std::int16_t Catalog::GetNodeLevel(std::int32_t i_lCatalogID, std::int32_t i_lNodeID) {
+  return read_and_close(
+      "Mercato.Catalog.GetNodeLevel", CursorType::forward_only, GetConnection,
+      [&] {
+        Sql sql;
+        sql << "SELECT NODEID, PARENTNODEID FROM CATALOGNODE WHERE CATALOGID=" << i_lCatalogID << " ORDER BY NODEID";
+        return sql;
+      },
+      [&](const RecordsetPtr& nodes) -> std::int16_t {
+        if (nodes->Eof()) return -1;
+        std::int16_t level = 1;
+        std::int32_t last_parent = -1;
+        for (; !nodes->Eof(); nodes->MoveNext()) {
+          const bool is_the_node = nodes->Value("NODEID").to_long() == i_lNodeID;
+          const Variant& parent = nodes->Value("PARENTNODEID");
+          if (is_the_node && parent.is_null()) return 1;
+          // Changes of parent are counted, wherever in the tree they are.
+          if (!parent.is_null() && parent.to_long() != last_parent) {
+            level = Variant(level + 1).to_short();
+            last_parent = parent.to_long();
+          }
+          if (is_the_node) return level;
+        }
+        return level;
+      });
+}
+
+std::string Catalog::GetCatalogNodeHierarchy(std::int32_t& lNodeID) {
+  RecordsetPtr node = name_and_parent(lNodeID);
+  std::string path = trimmed_name(*node);
+  while (!node->Value("PARENTNODEID").is_null()) {
+    node = name_and_parent(node->Value("PARENTNODEID").to_long());
+    path = trimmed_name(*node) + "\\" + path;
+  }
+  return path;
+}
+
+}  // namespace mercato

@@ -1,0 +1,108 @@
+// Catalogues with their trees, and rights on them.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "frame/types/text.h"
+#include "tests/catalog/catalog_fixture.h"
+#include "tests/support/refusing_recorder.h"
+
+namespace mercato::test {
+
+inline const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";
+
+// Flags and levels are 16 bits wide in the store.
+inline const Variant kZero = std::int16_t{0};
+inline const Variant kOne = std::int16_t{1};
+
+class CatalogRightsTest : public CatalogTest {
+ protected:
+  static constexpr int kFolder = 0;
+  static constexpr int kCategoryNode = 1;
+
+  // Ids of catalogues and nodes are given out from 1.
+  void add_catalog(const std::string& name, bool active = true) const {
+    execute({"INSERT INTO CATALOG (CATALOGNAME, ACTIVE) VALUES (" + literal(name) + ", " + (active ? "1" : "0") + ")"});
+  }
+  void add_node(int catalog, std::optional<int> parent, const std::string& name, int type = kFolder,
+                std::optional<int> category = std::nullopt) const {
+    execute({"INSERT INTO CATALOGNODE (CATALOGID, PARENTNODEID, NODENAME, NODETYPE, CATEGORYID) VALUES (" +
+             std::to_string(catalog) + ", " + literal(parent) + ", " + literal(name) + ", " + std::to_string(type) +
+             ", " + literal(category) + ")"});
+  }
+  // A right on the whole catalogue.
+  void entitle(const std::string& user, int catalog, bool view_only = false, bool is_profile = false) const {
+    execute({"INSERT INTO CATALOGNODEBYUSER (USERID, ISPROFILE, CATALOGID, VIEWONLY) VALUES (" + literal(user) + ", " +
+             (is_profile ? "1" : "0") + ", " + std::to_string(catalog) + ", " + (view_only ? "1" : "0") + ")"});
+  }
+  // A right on a node at that level.
+  void entitle_to_node(const std::string& user, int catalog, int node, std::optional<int> parent, int level,
+                       bool view_only = false, bool is_profile = false) const {
+    execute(
+        {"INSERT INTO CATALOGNODEBYUSER (USERID, ISPROFILE, CATALOGID, NODEID, PARENTNODEID, LEVEL, VIEWONLY, "
+         "SHAREDID, SHAREDPWD) VALUES (" +
+         literal(user) + ", " + (is_profile ? "1" : "0") + ", " + std::to_string(catalog) + ", " +
+         std::to_string(node) + ", " + literal(parent) + ", " + std::to_string(level) + ", " + (view_only ? "1" : "0") +
+         ", 'shared', 'secret')"});
+  }
+  // USERID, ISPROFILE, CATALOGID, NODEID, PARENTNODEID, LEVEL, VIEWONLY, SHAREDID, SHAREDPWD
+  Rows rights() const { return rows("SELECT * FROM CATALOGNODEBYUSER ORDER BY USERID, ISPROFILE, CATALOGID, NODEID"); }
+  Rows catalogs() const { return rows("SELECT * FROM CATALOG ORDER BY CATALOGID"); }
+  // NODEID, CATALOGID, PARENTNODEID, NODENAME, NODEDESCRIPTION, SEQUENCE, NODETYPE, CATEGORYID, NODEURL, ICONID,
+  // SHOPOUT
+  Rows nodes_of(int catalog) const {
+    return rows("SELECT * FROM CATALOGNODE WHERE CATALOGID = " + std::to_string(catalog) + " ORDER BY NODEID");
+  }
+
+  static std::string literal(const std::string& text) { return "'" + text::replace_all(text, "'", "''") + "'"; }
+  static std::string literal(std::optional<int> number) { return number ? std::to_string(*number) : "NULL"; }
+
+  // The work, refused at each of its statements in turn: it stops there, `levels_at` that number tell its way out, the
+  // vote is abort, and no table has changed.
+  template <class Work, class LevelsAt>
+  void expect_whole_or_nothing(const Statements& statements, Work work, LevelsAt levels_at) {
+    const auto before = all_rows();
+    for (std::size_t number = 1; number <= statements.size(); ++number) {
+      SCOPED_TRACE(std::to_string(number) + ": " + statements[number - 1]);
+      RefusingRecorder recorder(number);
+      const FailureTrail expected = trail(refused_on_request(), levels_at(number));
+      EXPECT_EQ(raised_by(work), expected.raised);
+      EXPECT_EQ(recorder.log, expected.log);
+      EXPECT_EQ(recorder.statements, first_of(statements, number));
+      EXPECT_EQ(vote(), Vote::abort);
+      EXPECT_EQ(outcome(), Outcome::rolledback);
+      EXPECT_EQ(all_rows(), before);
+    }
+    Recorder recorder;
+    work();
+    EXPECT_EQ(recorder.statements, statements);
+  }
+  // The same for a row that the store refuses.
+  template <class Work>
+  void expect_nothing_left(const std::string& operation, const std::string& table, const std::string& condition,
+                           Work work) {
+    SCOPED_TRACE(operation + " " + table + " when " + condition);
+    const auto before = all_rows();
+    {
+      const RefusedRows refused(store_path(), operation, table, condition);
+      EXPECT_EQ(raised_by(work).Number, error_number::kConstraintViolated);
+    }
+    EXPECT_EQ(vote(), Vote::abort);
+    EXPECT_EQ(outcome(), Outcome::rolledback);
+    EXPECT_EQ(all_rows(), before);
+  }
+};
+
+// The way out of a refused read without a connection: the factory's tail, which knows what its first connection
+// reported, and those of the methods above it. The read itself runs on another connection.
+inline std::vector<Level> read_refused(const std::string& statement, std::vector<Level> above) {
+  above.insert(above.begin(), {"Lib_SQL.Sql_GetDisconnectedRecordset", " executing: '" + statement + "'"});
+  return above;
+}
+inline std::vector<Level> isolation_refused(const std::string& statement, std::vector<Level> above) {
+  above.insert(above.begin(), {"Lib_SQL.Sql_GetDisconnectedRecordset", refused_while_executing(statement)});
+  return above;
+}
+
+}  // namespace mercato::test
