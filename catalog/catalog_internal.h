@@ -7,7 +7,6 @@
 #include "frame/recordset.h"
 #include "frame/types/dictionary.h"
 #include "frame/types/variant.h"
-#include "platform/store/statement.h"
 
 namespace mercato {
 
