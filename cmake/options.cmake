@@ -2,6 +2,7 @@ option(MERCATO_TESTS "Build the tests" ON)
 option(MERCATO_BENCHMARKS "Build the benchmarks" OFF)
 option(MERCATO_FUZZERS "Build the fuzz targets (clang only)" OFF)
 option(MERCATO_PRECOMPILE "Precompile the headers that nearly every source includes" OFF)
+option(MERCATO_UNITY "Compile several sources of the library as one: quick from scratch, slow after a change" OFF)
 set(MERCATO_SANITIZE "" CACHE STRING "Sanitizers for everything, such as address,undefined or thread")
 set(MERCATO_ONLY "" CACHE STRING "Folders to compile into the library instead of all, for work on a part")
 

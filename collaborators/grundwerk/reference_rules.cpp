@@ -6,13 +6,13 @@
 namespace mercato::collaborators {
 namespace {
 
-struct InForce {
+struct RulesInForce {
   std::mutex guard;
   std::shared_ptr<const ReferenceRules> rules = std::make_shared<const ReferenceRules>(default_reference_rules());
 };
 
-InForce& in_force() {
-  static InForce instance;
+RulesInForce& rules_in_force() {
+  static RulesInForce instance;
   return instance;
 }
 
@@ -45,14 +45,14 @@ ReferenceRules default_reference_rules() {
 }
 
 std::shared_ptr<const ReferenceRules> reference_rules() {
-  const std::lock_guard lock(in_force().guard);
-  return in_force().rules;
+  const std::lock_guard lock(rules_in_force().guard);
+  return rules_in_force().rules;
 }
 
 void set_reference_rules(ReferenceRules rules) {
   auto next = std::make_shared<const ReferenceRules>(std::move(rules));
-  const std::lock_guard lock(in_force().guard);
-  in_force().rules = std::move(next);
+  const std::lock_guard lock(rules_in_force().guard);
+  rules_in_force().rules = std::move(next);
 }
 
 }  // namespace mercato::collaborators

@@ -12,13 +12,13 @@
 namespace mercato::collaborators {
 namespace {
 
-struct InForce {
+struct SettingsInForce {
   std::mutex guard;
   std::shared_ptr<const Settings> settings = std::make_shared<const Settings>();
 };
 
-InForce& in_force() {
-  static InForce instance;
+SettingsInForce& settings_in_force() {
+  static SettingsInForce instance;
   return instance;
 }
 
@@ -137,14 +137,14 @@ class SettingsFile {
 }  // namespace
 
 std::shared_ptr<const Settings> settings() {
-  const std::lock_guard lock(in_force().guard);
-  return in_force().settings;
+  const std::lock_guard lock(settings_in_force().guard);
+  return settings_in_force().settings;
 }
 
 void set_settings(Settings settings) {
   auto next = std::make_shared<const Settings>(std::move(settings));
-  const std::lock_guard lock(in_force().guard);
-  in_force().settings = std::move(next);
+  const std::lock_guard lock(settings_in_force().guard);
+  settings_in_force().settings = std::move(next);
 }
 
 std::string connection_string_of(std::string_view application) {

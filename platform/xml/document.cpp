@@ -39,8 +39,6 @@ NodeType type_of(pugi::xml_node node) {
   }
 }
 
-bool is_text(pugi::xml_node node) { return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata; }
-
 // Whether a text is a URL and no path: a scheme of more than one letter (a single one is a drive) and "://".
 bool is_url(std::string_view text) {
   const auto scheme = text.substr(0, text.find("://"));

@@ -12,8 +12,6 @@ namespace {
 
 constexpr std::string_view kWhiteSpace = " \t\r\n";
 
-bool is_text(pugi::xml_node node) { return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata; }
-
 class Printer {
  public:
   explicit Printer(const Sink& sink) : sink_(sink) {}

@@ -12,6 +12,9 @@ namespace mercato::xml {
 // Takes the text piece by piece, in order. May throw.
 using Sink = std::function<void(std::string_view)>;
 
+// Whether the node is text, in either of its two spellings.
+inline bool is_text(pugi::xml_node node) { return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata; }
+
 // One node to a line, indented by two blanks for each level; within an element that has text all stays on its line.
 void print(pugi::xml_node top, const Sink& sink);
 

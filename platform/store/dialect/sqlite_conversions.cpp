@@ -7,10 +7,6 @@
 namespace mercato::store::dialect {
 namespace {
 
-bool is_whole(ColumnType type) {
-  return type == ColumnType::boolean || type == ColumnType::short_integer || type == ColumnType::long_integer;
-}
-
 // The server's order: of two types the other one is converted to the higher.
 int precedence(ColumnType type) {
   switch (type) {

@@ -19,8 +19,6 @@ bool is_number(ColumnType type) {
   return type != ColumnType::text && type != ColumnType::date && type != ColumnType::unknown;
 }
 
-bool is_whole(ColumnType type) { return is_number(type) && type != ColumnType::real && type != ColumnType::money; }
-
 }  // namespace
 
 SqliteTranslator::Nesting::Nesting(SqliteTranslator& translator) : depth_(translator.depth_) {

@@ -16,6 +16,11 @@
 
 namespace mercato::store::dialect {
 
+// Numbers without decimals.
+inline bool is_whole(ColumnType type) {
+  return type == ColumnType::boolean || type == ColumnType::short_integer || type == ColumnType::long_integer;
+}
+
 // A translated value or condition. The SQL of a value needs no brackets wherever it is put.
 struct Expression {
   enum class Form : std::uint8_t {
