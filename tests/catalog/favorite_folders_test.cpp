@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "tests/catalog/rights_fixture.h"
 
 namespace mercato::test {
@@ -324,8 +326,9 @@ class DeletedFavoriteFolder : public FavoriteFolders {
     FavoriteFolders::SetUp();
     add_folder("ann", "Writing");
     add_folder("bob", "Tools");
-    int product = 0;
-    for (const int folder : {1, 1, 2, 0, 0, -1}) add_favorite(++product % 2 ? "ann" : "bob", product, folder);
+    for (const auto& [user, product, folder] :
+         {std::tuple{"ann", 1, 1}, {"bob", 2, 1}, {"ann", 3, 2}, {"bob", 4, 0}, {"ann", 5, 0}, {"bob", 6, -1}})
+      add_favorite(user, product, folder);
     execute({"INSERT INTO FAVORITES (USERID, PRODUCTID, FOLDERID) VALUES ('ann', 7, NULL)"});
   }
   bool remove(std::int32_t folder, const std::string& user) { return t_catalog_->DeleteFavoriteFolder(folder, user); }
