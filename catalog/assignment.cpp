@@ -1,5 +1,6 @@
 // The catalogues that users and profiles have: reading (Catalog), writing and the flattened nodes (TCatalog).
 #include "catalog/catalog.h"
+#include "catalog/catalog_internal.h"
 #include "catalog/t_catalog.h"
 #include "catalog/t_catalog_internal.h"
 #include "frame/lib_general.h"
@@ -8,8 +9,6 @@
 
 namespace mercato {
 namespace {
-
-constexpr std::string_view kBetweenIds = ";";
 
 std::string catalog_ids(const RecordsetPtr& rows) {
   std::string ids;

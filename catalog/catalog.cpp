@@ -48,6 +48,14 @@ const ClassTable& Catalog::table() {
           .method("GetUserCatalogIDs", &Catalog::GetUserCatalogIDs, {"i_sUserID"})
           .method("GetCatalogUsers", &Catalog::GetCatalogUsers,
                   {optional("i_lCatalogID", -1), optional("i_bIsProfile", false)})
+          .method("GetFavoriteFolders", &Catalog::GetFavoriteFolders, {"i_sUserName"})
+          .method("GetFavoriteFolderName", &Catalog::GetFavoriteFolderName, {"i_lFolderID", "i_sUserName"})
+          .method("GetFavoriteFolderID", &Catalog::GetFavoriteFolderID, {"i_sFolderName", "i_sUserName"})
+          .method("GetBPFromCatalogNodeByBP", &Catalog::GetBPFromCatalogNodeByBP, {"i_iNodeId", "i_iCatalogNodeId"})
+          .method("GetAllShopOutCatalogFolders", &Catalog::GetAllShopOutCatalogFolders)
+          .method("GetShopOutFolderDetails", &Catalog::GetShopOutFolderDetails, {"i_iNodeId"})
+          .method("GetFolderAuthenticationDetails", &Catalog::GetFolderAuthenticationDetails,
+                  {"i_sUserID", "i_iNodeId"})
           .method("CopyCatalog", &Catalog::CopyCatalog, {"ilngCatalogIDOrig", "iintDeepCopyLevel", "istrCopyName"})
           .deprecated("Mercato.TCatalog.CopyCatalog")
           .method("InsertProductCategory", &Catalog::InsertProductCategory, {"i_aFields", "i_aValues"})

@@ -1,6 +1,6 @@
-// The catalogue, reading half: catalogues and the trees of their nodes, who may see and order what in them, and the
-// product categories with the visibilities that they have. A category is what a node of the tree shows;
-// PRODUCTSBYCATEGORY says which products it has.
+// The catalogue, reading half: catalogues and the trees of their nodes, who may see and order what in them, the product
+// categories with the visibilities that they have, the folders of favourites, and the business partners that are tied
+// to catalogues and nodes. A category is what a node of the tree shows; PRODUCTSBYCATEGORY says which products it has.
 //
 // Never starts a transaction, never votes. Unless a comment says otherwise a failure closes what the method opened and
 // is logged and raised under the label "Mercato.Catalog." and the method's name. Every method may raise what the store
@@ -14,6 +14,7 @@
 
 #include "frame/component.h"
 #include "frame/connection.h"
+#include "frame/recordset.h"
 #include "frame/types/collection.h"
 #include "frame/types/dictionary.h"
 
@@ -148,6 +149,31 @@ class Catalog : public ComponentOf<Catalog> {
   std::string GetUserCatalogIDs(const std::string& i_sUserID);
   // Fails at every call: with -1 the store refuses the statement; else raises 13, as the list of users is no text.
   Variant GetCatalogUsers(std::int32_t i_lCatalogID = -1, bool i_bIsProfile = false);
+
+  // Folders of favourites. The user goes into the statements as it stands.
+
+  // FOLDERID to FOLDERNAME of the user's folders, by name; may be empty.
+  DictionaryPtr GetFavoriteFolders(const std::string& i_sUserName);
+  // Empty when the user has no such folder.
+  std::string GetFavoriteFolderName(std::int32_t i_lFolderID, const std::string& i_sUserName);
+  // -1 when the user has no folder of this name.
+  std::int32_t GetFavoriteFolderID(const std::string& i_sFolderName, const std::string& i_sUserName);
+
+  // Business partners and shop-out folders. All arguments are left as they are. These four are logged under their names
+  // with "()" behind.
+
+  // The partners of a node, or for a node of 0 or less those of the whole catalogue, as "1;2" in the store's order;
+  // empty when there is none. Raises 6 for more than 32767 rows.
+  std::string GetBPFromCatalogNodeByBP(std::int16_t& i_iNodeId, std::int16_t& i_iCatalogNodeId);
+  // The ids of the shop-out folders, an array of shorts that may be empty: each as often as it has partners, those
+  // without any are not found. Raises 6 for an id beyond 16 bits.
+  Variant GetAllShopOutCatalogFolders();
+  // NODEID, CATALOGID, NODENAME, NODEURL, NODEDESCRIPTION, BUSINESSPARTNERID: a row for each partner of the folder, cut
+  // loose; no row when the node is no shop-out folder.
+  RecordsetPtr GetShopOutFolderDetails(std::int16_t& i_iNodeId);
+  // SHAREDID, SHAREDPWD of the user's entries for the node, and of those of a profile that has his id, cut loose; may
+  // be empty. The user goes into the statement as it stands.
+  RecordsetPtr GetFolderAuthenticationDetails(std::string& i_sUserID, std::int16_t& i_iNodeId);
 
   // Retired: raise -1 at every call. Use those of Mercato.TCatalog.
   void CopyCatalog(std::int32_t ilngCatalogIDOrig, std::int16_t iintDeepCopyLevel, const std::string& istrCopyName);

@@ -1,14 +1,18 @@
-// Shared by the files of the catalogue classes: catalog_nodes.cpp, authorisation.cpp, product_categories.cpp.
-// Any thread.
+// Shared by the files of the catalogue classes: catalog_nodes.cpp, authorisation.cpp, product_categories.cpp,
+// assignment.cpp, favorite_folders.cpp, partner_nodes.cpp. Any thread.
 #pragma once
 
 #include <span>
+#include <string_view>
 
 #include "frame/recordset.h"
 #include "frame/types/dictionary.h"
 #include "frame/types/variant.h"
 
 namespace mercato {
+
+// In a text that stands for several catalogues or partners.
+inline constexpr std::string_view kBetweenIds = ";";
 
 // The elements' texts with commas between them; in the statement every element is a value of its own.
 Sql joined(std::span<const Variant> elements);

@@ -24,6 +24,15 @@ const ClassTable& TCatalog::table() {
           .method("ChangeAuthorizationsForUser", &TCatalog::ChangeAuthorizationsForUser,
                   {"lCurrentCatalogID", "lNewCatalogID", optional("bDelete", true)})
           .method("ChangeFavorites", &TCatalog::ChangeFavorites, {"lCurrentCatalogID", "lNewCatalogID"})
+          .method("InsertFavoriteFolder", &TCatalog::InsertFavoriteFolder, {"i_aFields", "i_aValues"})
+          .method("UpdateFavoriteFolderName", &TCatalog::UpdateFavoriteFolderName,
+                  {"i_lFolderID", "i_sUserName", "i_sNewFolderName"})
+          .method("DeleteFavoriteFolder", &TCatalog::DeleteFavoriteFolder, {"iFolderID", "i_sUserID"})
+          .method("InsertCatalogNodeByBP", &TCatalog::InsertCatalogNodeByBP,
+                  {"i_iNoideId", "i_iCatalogId", "i_aBPValues"})
+          .method("UpdateCatalogNodeByBP", &TCatalog::UpdateCatalogNodeByBP,
+                  {"i_iNoideId", "i_iCatalogId", "i_aBPValues"})
+          .method("DeleteCatalogNodeByBP", &TCatalog::DeleteCatalogNodeByBP, {"i_iNoideId", "i_iCatalogId"})
           .implements_referential_integrity(&TCatalog::IReferentialIntegrity_BeforeDelete,
                                             &TCatalog::IReferentialIntegrity_Exists);
   return table;

@@ -71,6 +71,37 @@ class TCatalog : public ComponentOf<TCatalog> {
   // are left as they are.
   bool ChangeFavorites(std::int32_t& lCurrentCatalogID, std::int32_t& lNewCatalogID);
 
+  // Folders of favourites
+
+  // A new folder; its id. -1, with nothing raised or logged and no vote, when the value for FOLDERNAME or USERID is the
+  // empty text; the names are compared in exactly this case, in another the empty text is written. A user may have a
+  // name twice. The value for FOLDERNAME is stored with its apostrophes doubled, other than by the call below. Casts no
+  // vote when it fails. Raises 94 for one of the two that is Null, else as for field/value arrays; but values are
+  // written as they are.
+  std::int32_t InsertFavoriteFolder(const Variant& i_aFields, const Variant& i_aValues);
+  // Renames a folder of the user; true, also when he has no such folder. False when a folder of his has the name, be it
+  // this one. Votes only when it fails.
+  bool UpdateFavoriteFolderName(std::int32_t i_lFolderID, const std::string& i_sUserName,
+                                const std::string& i_sNewFolderName);
+  // Deletes all favourites with this folder id, of all users, then the folder if the user has it; true whether or not
+  // he has. For 0 and less false: but the favourites with this id, those in no folder, are gone all the same, and the
+  // vote is commit. The user goes into the statement as it stands.
+  bool DeleteFavoriteFolder(std::int32_t iFolderID, const std::string& i_sUserID);
+
+  // Business partners. A node of 0 or less stands for the whole catalogue. The partners come as "1;2", and the variable
+  // is left with an array of their texts, so that a second call with it raises 13. Raise 13 or 6 for a partner that is
+  // no id of 16 bits.
+
+  // Ties the partners; true. Those that are tied already are tied again.
+  bool InsertCatalogNodeByBP(std::int16_t& i_iNoideId, std::int16_t& i_iCatalogId, Variant& i_aBPValues);
+  // Ties these partners instead of those that are tied; true. As many as before take the rows' places in the store's
+  // order; else the rows are deleted first. Votes only when it fails. When the delete fails nothing tells of it: with
+  // an empty list the rows stay, fewer partners take the first rows' places, more raise kNoCurrentRow. Logged with "()"
+  // behind its name.
+  bool UpdateCatalogNodeByBP(std::int16_t& i_iNoideId, std::int16_t& i_iCatalogId, Variant& i_aBPValues);
+  // Takes all partners away; true. False, with nothing raised or logged, when that fails. Never votes.
+  bool DeleteCatalogNodeByBP(std::int16_t& i_iNoideId, std::int16_t& i_iCatalogId);
+
   // True at every call; votes commit.
   bool IReferentialIntegrity_BeforeDelete(const Variant& i_vUnread, const Array& iFields, const Array& iValues);
   // Whether the first field and value, CATEGORYID or BUSINESSPARTNERID in any case, are those of a category or of a

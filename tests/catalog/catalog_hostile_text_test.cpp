@@ -1,6 +1,9 @@
 // No text that reaches the catalogue classes can change what a statement does.
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <tuple>
+
 #include "frame/types/text.h"
 #include "tests/catalog/catalog_fixture.h"
 #include "tests/support/hostile_texts.h"
@@ -26,7 +29,11 @@ class CatalogHostileText : public CatalogTest {
              "INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, VIEWONLY) VALUES ('v', 5, 0)",
              "INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID, LEVEL, VIEWONLY) VALUES ('u', 5, 2, 2, 1)",
              "INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID, LEVEL, VIEWONLY) VALUES ('v', 5, 2, 2, 0)",
-             "INSERT INTO USERNODE (USERID, CATALOGID, NODEID) VALUES ('u', 5, 2)"});
+             "INSERT INTO USERNODE (USERID, CATALOGID, NODEID) VALUES ('u', 5, 2)",
+             "INSERT INTO FAVORITEFOLDERS (USERID, FOLDERNAME) VALUES ('u', 'folder')",
+             "INSERT INTO FAVORITEFOLDERS (USERID, FOLDERNAME) VALUES ('v', 'other')",
+             "INSERT INTO FAVORITES (USERID, PRODUCTID, FOLDERID) VALUES ('u', 1, 1)",
+             "INSERT INTO CATALOGNODEBYBP (NODEID, CATALOGID, BUSINESSPARTNERID) VALUES (2, 5, 3)"});
     implement_unspsc("Yes");
   }
   // Calls that name a user, as they are made for this one.
@@ -68,6 +75,11 @@ TEST_F(CatalogHostileText, InTheReadsLeavesAllTablesAsTheyWere) {
         {"IsViewOnlyCatalogNode", {"v", Array{text, 1}}},
         {"IsViewOnlyCatalogNode", {"v", Array{5, text, 1}}},
         {"IsViewOnlyCatalogNode", {"v", Array{5, 1, text}}},
+        {"GetFavoriteFolders", {text}},
+        {"GetFavoriteFolderName", {1, text}},
+        {"GetFavoriteFolderID", {text, "u"}},
+        {"GetFavoriteFolderID", {"folder", text}},
+        {"GetFolderAuthenticationDetails", {text, 2}},
         {"CopyCatalog", {1, 1, text}},
         {"InsertFavoriteFolder", {Array{text}, Array{text}}},
         {"UpdateFavoriteFolderName", {1, text, text}},
@@ -110,6 +122,31 @@ TEST_F(CatalogHostileText, AsAUserHasNoRights) {
       } catch (const Raised& failure) {
         const bool has_no_level = failure.error().Number == error_number::kInvalidUseOfNull;
         EXPECT_TRUE(has_no_level || failure.error().Number == error_number::kStatementRefused) << method;
+      }
+    }
+  }
+}
+
+TEST_F(CatalogHostileText, AsAUserOrANameHasNoFolderAndNoAccount) {
+  const std::pair<std::string, std::function<bool(const std::string&)>> finds[] = {
+      {"u", [&](const std::string& text) { return catalog_->GetFavoriteFolders(text)->Count() > 0; }},
+      {"u", [&](const std::string& text) { return !catalog_->GetFavoriteFolderName(1, text).empty(); }},
+      {"u", [&](const std::string& text) { return catalog_->GetFavoriteFolderID("folder", text) != -1; }},
+      {"folder", [&](const std::string& text) { return catalog_->GetFavoriteFolderID(text, "u") != -1; }},
+      {"u",
+       [&](std::string text) {
+         std::int16_t node = 2;
+         return !catalog_->GetFolderAuthenticationDetails(text, node)->Eof();
+       }},
+  };
+  for (const auto& [known, find] : finds) {
+    EXPECT_TRUE(find(known));
+    for (const std::string& text : hostile_texts()) {
+      SCOPED_TRACE(text.substr(0, 40));
+      try {
+        EXPECT_FALSE(find(text));
+      } catch (const Raised& failure) {
+        EXPECT_EQ(failure.error().Number, error_number::kStatementRefused);
       }
     }
   }
@@ -179,6 +216,8 @@ TEST_F(CatalogHostileText, AsAFieldNameIsNoColumn) {
                 t_catalog_->UpdateProductCategory(Array{"CATEGORYID", text}, Array{1, "x"});
               }).Number,
               error_number::kNoSuchField);
+    EXPECT_EQ(raised_by([&] { t_catalog_->InsertFavoriteFolder(Array{text}, Array{"x"}); }).Number,
+              error_number::kNoSuchField);
   }
   EXPECT_EQ(all_rows(), before);
 }
@@ -200,6 +239,97 @@ TEST_F(CatalogHostileText, AsANameIsThisOneRowOrNone) {
     EXPECT_EQ(after, before);
     execute({"DELETE FROM PRODUCTCATEGORY WHERE CATEGORYID <> 1"});
   }
+}
+
+TEST_F(CatalogHostileText, AsAFolderIsThisOneRowOrNone) {
+  for (const std::string& text : hostile_texts()) {
+    SCOPED_TRACE(text.substr(0, 40));
+    const auto before = all_rows();
+    // A new folder's name is stored with its apostrophes doubled.
+    const std::vector<std::tuple<Array, Array, std::string, std::string>> cases = {
+        {{"FOLDERNAME", "USERID"}, {text, "u"}, "u", text::replace_all(text, "'", "''")},
+        {{"FolderName", "USERID"}, {text, "u"}, "u", text},
+        {{"FOLDERNAME", "USERID"}, {"new", text}, text, "new"},
+    };
+    for (const auto& [fields, values, user, name] : cases) {
+      Root<TCatalog> writer;
+      try {
+        writer->InsertFavoriteFolder(fields, values);
+      } catch (const Raised&) {
+        EXPECT_EQ(all_rows(), before);
+        continue;
+      }
+      auto after = all_rows();
+      ASSERT_EQ(after["FAVORITEFOLDERS"].size(), 3u);
+      EXPECT_EQ(after["FAVORITEFOLDERS"].back()[1], Variant(user));
+      EXPECT_EQ(after["FAVORITEFOLDERS"].back()[2], Variant(name));
+      after["FAVORITEFOLDERS"].pop_back();
+      EXPECT_EQ(after, before);
+      execute({"DELETE FROM FAVORITEFOLDERS WHERE FOLDERID > 2"});
+    }
+  }
+}
+
+TEST_F(CatalogHostileText, AsANewNameReachesTheFolderOnly) {
+  for (const std::string& text : hostile_texts()) {
+    SCOPED_TRACE(text.substr(0, 40));
+    const auto before = all_rows();
+    try {
+      Root<TCatalog> writer;
+      EXPECT_TRUE(writer->UpdateFavoriteFolderName(1, "u", text));
+    } catch (const Raised&) {
+      EXPECT_EQ(all_rows(), before);
+      continue;
+    }
+    auto expected = before;
+    expected["FAVORITEFOLDERS"][0][2] = text;
+    EXPECT_EQ(all_rows(), expected);
+    execute({"UPDATE FAVORITEFOLDERS SET FOLDERNAME = 'folder' WHERE FOLDERID = 1"});
+  }
+}
+
+TEST_F(CatalogHostileText, AsAUserReachesNoFolder) {
+  for (const std::string& text : hostile_texts()) {
+    SCOPED_TRACE(text.substr(0, 40));
+    const auto before = all_rows();
+    try {
+      Root<TCatalog> writer;
+      writer->UpdateFavoriteFolderName(1, text, "new");
+    } catch (const Raised&) {
+      // Refused: as good as harmless.
+    }
+    EXPECT_EQ(all_rows(), before);
+    try {
+      EXPECT_TRUE(t_catalog_->DeleteFavoriteFolder(1, text));
+    } catch (const Raised&) {
+      EXPECT_EQ(all_rows(), before);
+      continue;
+    }
+    // The favourites in it go whoever asks.
+    auto expected = before;
+    expected["FAVORITES"].clear();
+    EXPECT_EQ(all_rows(), expected);
+    execute({"INSERT INTO FAVORITES (USERID, PRODUCTID, FOLDERID) VALUES ('u', 1, 1)"});
+  }
+}
+
+TEST_F(CatalogHostileText, AsAListOfPartnersIsRefused) {
+  const auto before = all_rows();
+  for (const std::string& text : hostile_texts()) {
+    SCOPED_TRACE(text.substr(0, 40));
+    for (const std::int16_t given : {std::int16_t{0}, std::int16_t{2}}) {
+      for (const std::string& list : {text, "1;" + text}) {
+        std::int16_t node = given, catalog = 5;
+        Variant partners = list;
+        EXPECT_EQ(raised_by([&] { t_catalog_->InsertCatalogNodeByBP(node, catalog, partners); }).Number,
+                  error_number::kTypeMismatch);
+        partners = list;
+        EXPECT_EQ(raised_by([&] { t_catalog_->UpdateCatalogNodeByBP(node, catalog, partners); }).Number,
+                  error_number::kTypeMismatch);
+      }
+    }
+  }
+  EXPECT_EQ(all_rows(), before);
 }
 
 TEST_F(CatalogHostileText, AsACodeReachesTheCategorysOwnRowsOnly) {

@@ -2,15 +2,10 @@
 // one leaves the store as it was.
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-
-#include "tests/tools/run_tool.h"
+#include "tests/tools/command_fixture.h"
 
 namespace mercato::test {
 namespace {
-
-using nlohmann::json;
-using Words = std::vector<std::string>;
 
 // Two products in boxes, the first with limits for its orders, a supplier, a buyer, three currencies, two of them with
 // a rate.
@@ -27,61 +22,9 @@ INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, UNITCODE, MINORDERQTY, MULT
 INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, UNITCODE) VALUES ('A2', 'Ink', 'BX');
 )";
 
-class MasterData : public testing::Test {
+class MasterData : public CommandTest {
  protected:
-  MasterData() {
-    EXPECT_EQ(run({"init"}).status, 0);
-    execute(kSeed);
-  }
-
-  ToolRun run(const Words& arguments, const std::string& input = {}) { return tool_.run(arguments, input); }
-  void execute(const std::string& script) {
-    const ToolRun done = run({"execute", "-"}, script);
-    ASSERT_EQ(done.status, 0) << done.err;
-  }
-  // What a query prints, without the line that counts the statements.
-  std::string rows(const std::string& query) {
-    const std::string out = run({"execute", "-"}, query).out;
-    return out.substr(0, out.find("1 statement"));
-  }
-  std::string whole_store() {
-    std::string queries;
-    for (const char* table :
-         {"PRODUCT", "PRODUCTPROPVALUE", "PROPERTY", "PROPERTYENUM", "PROPERTYGROUP", "PROPSBYPROPGROUP",
-          "CATALOGPRODUCTPRICE", "FAVORITES", "UNIT", "PRODUCTCATEGORY", "PRODUCTSBYCATEGORY"})
-      queries += std::string("SELECT * FROM ") + table + ";\n";
-    const ToolRun done = run({"execute", "-"}, queries);
-    EXPECT_EQ(done.status, 0) << done.err;
-    return done.out;
-  }
-
-  void expect_done(const Words& arguments, const std::string& out) {
-    const ToolRun done = run(arguments);
-    EXPECT_EQ(done.status, 0) << done.err;
-    EXPECT_EQ(done.out, out);
-    EXPECT_EQ(done.err, "");
-  }
-  json answer(Words arguments, int status = 0) {
-    arguments.emplace_back("--json");
-    const ToolRun done = run(arguments);
-    EXPECT_EQ(done.status, status) << done.err;
-    EXPECT_EQ(done.err, "");
-    return json::parse(done.out);
-  }
-  // Refused in these words, and nothing is changed.
-  void expect_refused(const Words& arguments, const std::string& err, int status = 1) {
-    const std::string before = whole_store();
-    const ToolRun done = run(arguments);
-    EXPECT_EQ(done.status, status);
-    EXPECT_EQ(done.out, "");
-    EXPECT_EQ(done.err, err);
-    EXPECT_EQ(whole_store(), before);
-  }
-  void expect_wrong_usage(const Words& arguments, const std::string& err) {
-    expect_refused(arguments, err + "\nRun with --help for more information.\n", 2);
-  }
-
-  ToolFolder tool_;
+  MasterData() : CommandTest(kSeed) {}
 };
 
 // Products
@@ -579,6 +522,8 @@ const std::pair<const char*, Words> kGroups[] = {
     {"group", {"new", "list", "add", "apply", "delete"}},
     {"category", {"new", "list", "set", "delete"}},
     {"favorite", {"add", "list", "remove"}},
+    {"folder", {"new", "list", "rename", "show", "delete"}},
+    {"shopout", {"list", "show", "account", "partners", "tie", "replace", "untie"}},
     {"unit", {"list", "delete"}},
 };
 

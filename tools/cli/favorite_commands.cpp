@@ -3,6 +3,7 @@
 
 #include "frame/lib_general.h"
 #include "platform/transactions/object_context.h"
+#include "tools/cli/favorites.h"
 #include "tools/cli/library.h"
 #include "tools/cli/listing.h"
 #include "tools/cli/menu.h"
@@ -78,22 +79,28 @@ int remove(const WhichFavorites& given, const OutputOptions& output) {
 }
 
 int list(const FavoriteUser& given, const OutputOptions& output) {
-  gateway::Json json = gateway::Json::array();
-  Table table({"ID", "PART NUMBER", "DESCRIPTION", "KIND", "FOLDER"});
-  for (const DictionaryPtr& row : favorites_of(given.user)) {
-    json.push_back(to_json(*row));
-    const std::string folder = text_of(*row, "FOLDERID");
-    const std::string name = text_of(*row, "FOLDERNAME");
-    table.add({text_of(*row, "PRODUCTID"), shown(text_of(*row, "PARTNUMBER"), 30),
-               shown(text_of(*row, "PRODUCTDESCRIPTION"), 50), is_warehouse(*row) ? "warehouse" : "ordinary",
-               folder == "0"  ? ""
-               : name.empty() ? folder
-                              : folder + " " + shown(name)});
-  }
-  return answer_list(output, "favorites", std::move(json), table, given.user + " has no favourites.");
+  return list_favorites(given.user, std::nullopt, given.user + " has no favourites.", output);
 }
 
 }  // namespace
+
+int list_favorites(const std::string& user, std::optional<std::int32_t> folder, const std::string& none,
+                   const OutputOptions& output) {
+  gateway::Json json = gateway::Json::array();
+  Table table({"ID", "PART NUMBER", "DESCRIPTION", "KIND", "FOLDER"});
+  for (const DictionaryPtr& row : favorites_of(user)) {
+    const std::string id = text_of(*row, "FOLDERID");
+    if (folder && id != std::to_string(*folder)) continue;
+    json.push_back(to_json(*row));
+    const std::string name = text_of(*row, "FOLDERNAME");
+    table.add({text_of(*row, "PRODUCTID"), shown(text_of(*row, "PARTNUMBER"), 30),
+               shown(text_of(*row, "PRODUCTDESCRIPTION"), 50), is_warehouse(*row) ? "warehouse" : "ordinary",
+               id == "0"      ? ""
+               : name.empty() ? id
+                              : id + " " + shown(name)});
+  }
+  return answer_list(output, "favorites", std::move(json), table, none);
+}
 
 void add_favorite_commands(Menu& menu) {
   Menu::Group group = menu.group("favorite", "Add, remove and list favourites of users");

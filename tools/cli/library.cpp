@@ -7,6 +7,7 @@
 #include "platform/automation/invoke.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/session_pool.h"
+#include "platform/transactions/object_context.h"
 
 namespace mercato::cli {
 
@@ -32,6 +33,13 @@ Variant call(const ComponentPtr& object, std::string_view method, std::vector<Va
 Variant call(const ComponentPtr& object, std::string_view method, std::initializer_list<Variant> arguments) {
   std::vector<Variant> values(arguments);
   return call(object, method, values);
+}
+
+Variant call_without_vote(std::string_view prog_id, std::string_view method, std::initializer_list<Variant> arguments) {
+  const ComponentPtr object = create_root(prog_id);
+  Variant result = call(object, method, arguments);
+  object->context()->release();
+  return result;
 }
 
 bool store_is_empty() noexcept {

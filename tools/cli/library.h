@@ -34,6 +34,10 @@ std::string connection_string();
 Variant call(const ComponentPtr& object, std::string_view method, std::vector<Variant>& arguments);
 Variant call(const ComponentPtr& object, std::string_view method, std::initializer_list<Variant> arguments);
 
+// Calls a method that casts no vote on an object of its own: what it did is committed when the object goes. Raises what
+// the method and the commit raise.
+Variant call_without_vote(std::string_view prog_id, std::string_view method, std::initializer_list<Variant> arguments);
+
 // Whether the store answers and has no tables yet. Never raises.
 bool store_is_empty() noexcept;
 

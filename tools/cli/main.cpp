@@ -213,6 +213,8 @@ int main(int count, char** texts) {
   add_property_commands(menu);
   add_category_commands(menu);
   add_favorite_commands(menu);
+  add_folder_commands(menu);
+  add_shopout_commands(menu);
   add_unit_commands(menu);
   try {
     app.parse(count, texts);

@@ -72,6 +72,8 @@ void add_price_commands(Menu& menu);
 void add_property_commands(Menu& menu);  // and the property groups
 void add_category_commands(Menu& menu);
 void add_favorite_commands(Menu& menu);
+void add_folder_commands(Menu& menu);
+void add_shopout_commands(Menu& menu);
 void add_unit_commands(Menu& menu);
 
 // A date as the library takes it.

@@ -1,0 +1,136 @@
+// The folders in which users sort their favourites. Folders are flat; the root is no row, its favourites have the
+// folder id 0.
+#include "catalog/catalog.h"
+#include "catalog/catalog_internal.h"
+#include "catalog/t_catalog.h"
+#include "frame/lib_general.h"
+#include "frame/voted_method.h"
+
+namespace mercato {
+
+DictionaryPtr Catalog::GetFavoriteFolders(const std::string& i_sUserName) {
+  return read_and_close(
+      "Mercato.Catalog.GetFavoriteFolders", CursorType::forward_only, GetConnection,
+      [&] {
+        Sql sql;
+        sql << "SELECT FOLDERID, FOLDERNAME FROM FAVORITEFOLDERS WHERE USERID = '" << value(i_sUserName)
+            << "' ORDER BY FOLDERNAME";
+        return sql;
+      },
+      names_by_id);
+}
+
+std::string Catalog::GetFavoriteFolderName(std::int32_t i_lFolderID, const std::string& i_sUserName) {
+  return read_and_close(
+      "Mercato.Catalog.GetFavoriteFolderName", CursorType::forward_only, GetConnection,
+      [&] {
+        Sql sql;
+        sql << "SELECT FOLDERNAME FROM FAVORITEFOLDERS WHERE USERID = '" << value(i_sUserName)
+            << "' AND FOLDERID = " << i_lFolderID << " ";
+        return sql;
+      },
+      [](const RecordsetPtr& folder) { return folder->Eof() ? std::string() : folder->Value("FOLDERNAME").to_text(); });
+}
+
+std::int32_t Catalog::GetFavoriteFolderID(const std::string& i_sFolderName, const std::string& i_sUserName) {
+  return read_and_close(
+      "Mercato.Catalog.GetFavoriteFolderID", CursorType::forward_only, GetConnection,
+      [&] {
+        Sql sql;
+        sql << "SELECT FOLDERID FROM FAVORITEFOLDERS WHERE USERID = '" << value(i_sUserName) << "' AND FOLDERNAME = '"
+            << value(Gen_QuoteSql(i_sFolderName)) << "'";
+        return sql;
+      },
+      [](const RecordsetPtr& folder) { return folder->Eof() ? -1 : folder->Value("FOLDERID").to_long(); });
+}
+
+std::int32_t TCatalog::InsertFavoriteFolder(const Variant& i_aFields, const Variant& i_aValues) {
+  Opened opened;
+  return method(
+      [&]() -> Answer<std::int32_t> {
+        opened.connection = GetConnection();
+        opened.rows = open_updatable(LiteralPiece("SELECT * FROM FAVORITEFOLDERS WHERE 0=1"), opened.connection,
+                                     CursorType::keyset);
+        opened.rows->AddNew();
+        const Array& fields = i_aFields.to_array();
+        const Array& values = i_aValues.to_array();
+        for (std::int32_t index = fields.lower; index <= fields.upper(); ++index) {
+          const std::string field = fields.at(index).to_text();
+          Variant value = values.at(index);
+          // The two are known by these very names; in another case they are columns like any other.
+          const bool is_name = field == "FOLDERNAME";
+          if ((is_name || field == "USERID") && value.to_text().empty()) return refused;
+          // Quoted although it goes into no statement: an apostrophe is stored twice.
+          if (is_name) value = Gen_QuoteSql(value.to_text());
+          opened.rows->SetValue(field, value);
+        }
+        opened.rows->Update();
+        const std::int32_t id = opened.rows->Value("FOLDERID").to_long();
+        opened.close();
+        Mts_SetComplete();
+        return id;
+      },
+      // No vote: a refused row leaves the transaction to the caller's next step.
+      Tail{"Mercato.Catalog.InsertFavoriteFolder", [&] { opened.close(); }, -1});
+}
+
+bool TCatalog::UpdateFavoriteFolderName(std::int32_t i_lFolderID, const std::string& i_sUserName,
+                                        const std::string& i_sNewFolderName) {
+  Opened namesake;
+  ConnectionPtr connection;
+  return method(
+      [&] {
+        namesake.connection = GetConnection();
+        connection = GetConnection();
+        const std::string user = Gen_QuoteSql(i_sUserName);
+        const std::string name = Gen_QuoteSql(i_sNewFolderName);
+        Sql sql;
+        sql << "SELECT * FROM FAVORITEFOLDERS WHERE USERID = '" << value(user) << "' AND FOLDERNAME = '" << value(name)
+            << "' ";
+        namesake.rows = open_updatable(sql, namesake.connection, CursorType::keyset);
+        const bool is_free = namesake.rows->Eof();  // the folder's own name is taken, too
+        if (is_free) {
+          sql = LiteralPiece("UPDATE FAVORITEFOLDERS SET FOLDERNAME= '");
+          sql << value(name) << "' WHERE FOLDERID = " << i_lFolderID << " AND USERID = '" << value(user) << "'";
+          connection->Execute(sql);
+        }
+        namesake.close();
+        Sql_CloseConnection(connection);
+        return is_free;  // without a vote
+      },
+      Tail{"Mercato.Catalog.UpdateFavoriteFolderName", [&] {
+             Mts_SetAbort();
+             namesake.close();
+             Sql_CloseConnection(connection);
+           }});
+}
+
+bool TCatalog::DeleteFavoriteFolder(std::int32_t iFolderID, const std::string& i_sUserID) {
+  ConnectionPtr favorites;
+  ConnectionPtr folders;
+  return method(
+      [&] {
+        // Before anything is asked, and whoever's they are: those in the root, too.
+        Sql sql;
+        sql << "DELETE FROM FAVORITES WHERE FOLDERID = " << iFolderID;
+        favorites = GetConnection();
+        favorites->Execute(sql);
+        folders = GetConnection();
+        const bool is_folder = iFolderID >= 1;
+        if (is_folder) {
+          // Whether the user has the folder is not looked at.
+          sql = LiteralPiece("DELETE FROM FAVORITEFOLDERS WHERE FOLDERID=");
+          sql << iFolderID << " AND USERID= '" << value(i_sUserID) << "'";
+          folders->Execute(sql);
+        }
+        Sql_CloseConnection(folders);
+        Mts_SetComplete();
+        return is_folder;
+      },
+      Tail{"Mercato.Catalog.DeleteFavoriteFolder", [&] {
+             Sql_CloseConnection(favorites);
+             Mts_SetAbort();
+           }});
+}
+
+}  // namespace mercato
