@@ -30,6 +30,7 @@ void begin_line(Recordset& line, const PriceLineKey& key) {
 Variant ruled(const PriceLinePolicy& policy, const std::string& field, const Variant& value) {
   // Before the name counts, so that a Null fails whatever its field.
   const bool is_empty = value.to_text().empty();
+  if (policy.no_value_to_null && value.is_empty()) return kNull;
   const std::string name = text::to_upper(field);
   if (name == "PRICETAXPERCENTAGE" || name == "DISCOUNTPERC")
     return round_half_to_even(value.to_double(), kPercentageDecimals);
@@ -45,16 +46,18 @@ PriceLineAction price_line_action(std::string_view text) {
   return PriceLineAction::update;
 }
 
-void write_price_line(const PriceLinePolicy& policy, PriceLineAction action, const PriceLineKey& key,
+bool write_price_line(const PriceLinePolicy& policy, PriceLineAction action, const PriceLineKey& key,
                       const Array& fields, const Array& values, Opened& opened) {
   opened.rows = open_updatable(lookup(policy, action, key), opened.connection, CursorType::keyset);
   Recordset& line = *opened.rows;
-  if (action != PriceLineAction::update && line.Eof()) begin_line(line, key);
+  const bool is_new = action != PriceLineAction::update && line.Eof();
+  if (is_new) begin_line(line, key);
   for (std::int32_t index = fields.lower; index <= fields.upper(); ++index) {
     const std::string field = fields.at(index).to_text();
     line.SetValue(field, ruled(policy, field, values.at(index)));
   }
   line.Update();
+  return is_new;
 }
 
 }  // namespace mercato

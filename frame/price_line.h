@@ -16,8 +16,10 @@ namespace mercato {
 struct PriceLinePolicy {
   LiteralPiece group_comparison;  // how the look-up compares the group, up to the group's literal
   bool empty_group_to_null;       // whether a field GROUPBY without a text is written as Null
+  bool no_value_to_null;          // whether Empty clears its column; else it counts as 0 or as the zero date
 };
-inline constexpr PriceLinePolicy kPriceLineOfProduct{" AND GROUPBY =", true};
+inline constexpr PriceLinePolicy kPriceLineOfProduct{" AND GROUPBY =", true, false};
+inline constexpr PriceLinePolicy kPriceLineOfUpload{" AND GROUPBY = ", false, true};
 
 enum class PriceLineAction { insert, insert_or_update, update };
 // "insert" and "insertupdate", exactly so; every other text stands for an update.
@@ -30,12 +32,13 @@ struct PriceLineKey {
   std::string group;  // to look for. A line without a group holds Null there, which no text equals, "" neither.
 };
 
-// Writes one line on the open connection; its recordset is opened in `opened`, and closed with it. The key's group is
-// not written: the column's value comes from a field, as all others do. Names are compared in any case and written as
-// given. Raises 94 for a Null among the values, whatever its field, and 13 for a value without a text form; 9 when
-// there are fewer values than fields; kNoCurrentRow for an update that finds no line; kNoSuchField, what conversions to
-// the column's type raise, and what the store raises, kConstraintViolated for a second line of the same key above all.
-void write_price_line(const PriceLinePolicy& policy, PriceLineAction action, const PriceLineKey& key,
+// Writes one line on the open connection, and answers whether it is a new one; its recordset is opened in `opened`, and
+// closed with it. The key's group is not written: the column's value comes from a field, as all others do. Names are
+// compared in any case and written as given. Raises 94 for a Null among the values, whatever its field, and 13 for a
+// value without a text form; 9 when there are fewer values than fields; kNoCurrentRow for an update that finds no line;
+// kNoSuchField, what conversions to the column's type raise, and what the store raises, kConstraintViolated for a
+// second line of the same key above all.
+bool write_price_line(const PriceLinePolicy& policy, PriceLineAction action, const PriceLineKey& key,
                       const Array& fields, const Array& values, Opened& opened);
 
 }  // namespace mercato

@@ -17,6 +17,7 @@
 #include "platform/automation/registry.h"
 #include "platform/transactions/object_context.h"
 #include "product/product.h"
+#include "upload/price_xml.h"
 #include "upload/product_xml.h"
 
 namespace mercato {
@@ -60,9 +61,9 @@ class TableClassObject final : public ClassObject {
 
 std::span<const ClassTable* const> library_classes() {
   static const std::array classes = {
-      &Catalog::table(),         &HazardousClass::table(), &Product::table(),        &ProductXML::table(),
-      &Property::table(),        &PropertyGroup::table(),  &RPropertyGroup::table(), &TCatalog::table(),
-      &THazardousClass::table(), &TUnit::table(),          &Unit::table(),
+      &Catalog::table(),    &HazardousClass::table(),  &PriceXML::table(),      &Product::table(),
+      &ProductXML::table(), &Property::table(),        &PropertyGroup::table(), &RPropertyGroup::table(),
+      &TCatalog::table(),   &THazardousClass::table(), &TUnit::table(),         &Unit::table(),
   };
   return classes;
 }

@@ -68,10 +68,7 @@ xml::NodeList ProductXML::getProductNodes(const xml::NodeList& records, const st
 bool ProductXML::product_nodes_left2(const xml::Document& document) {
   return method(
       [&] {
-        if (!mProductNodeList) {
-          if (document.document_element().is_null()) raise(error_number::kObjectNotSet);
-          mProductNodeList = document.select("//Product").size();
-        }
+        if (!mProductNodeList) mProductNodeList = upload::records_in(kProductDocument, document);
         return *mProductNodeList >= 1;
       },
       Tail{"Mercato.ProductXML.getProductNodeList2", no_steps});

@@ -45,7 +45,7 @@ void ProductXML::insertProductFromXML(const std::string& iStringOrUrl, bool iIsU
   return method(
       [&] {
         StoreRun run;
-        tell_observer([](UploadObserver& observer) { observer.on_start(1); });
+        upload::tell(observer_, [](UploadObserver& observer) { observer.on_start(1); });
         updateInsertProductFromXML(iStringOrUrl, iIsUrl, iBuyFromPartNr, iUpdateOnErrors, Branch::insert_or_update);
         run.finish();
       },
@@ -57,7 +57,7 @@ void ProductXML::updateProductFromXML(const std::string& iStringOrUrl, bool iIsU
   return method(
       [&] {
         StoreRun run;
-        tell_observer([](UploadObserver& observer) { observer.on_start(1); });
+        upload::tell(observer_, [](UploadObserver& observer) { observer.on_start(1); });
         updateInsertProductFromXML(iStringOrUrl, iIsUrl, iBuyFromPartNr, iUpdateOnErrors, Branch::update_only);
         run.finish();
       },
@@ -68,7 +68,7 @@ void ProductXML::insertProductsFromXML(const std::string& iStringOrUrl, bool iIs
                                        bool iUpdateOnErrors) {
   return method(
       [&] {
-        tell_observer([&](UploadObserver& observer) { observer.on_start(iBuyFromPartNrs.items.size()); });
+        upload::tell(observer_, [&](UploadObserver& observer) { observer.on_start(iBuyFromPartNrs.items.size()); });
         const upload::BulkRun run = {"remaining_products_", true,
                                      [&](const xml::Document& document, const std::string& part_number) {
                                        updateInsertProductFromXML2(document, part_number, iUpdateOnErrors);
@@ -85,7 +85,7 @@ void ProductXML::updateProductsFromXML(const std::string& iStringOrUrl, bool iIs
   return method(
       [&] {
         StoreRun run;
-        tell_observer([&](UploadObserver& observer) { observer.on_start(iBuyFromPartNrs.items.size()); });
+        upload::tell(observer_, [&](UploadObserver& observer) { observer.on_start(iBuyFromPartNrs.items.size()); });
         for (std::int32_t index = iBuyFromPartNrs.lower; index <= iBuyFromPartNrs.upper(); ++index) {
           updateInsertProductFromXML(iStringOrUrl, iIsUrl, iBuyFromPartNrs.at(index).to_text(), iUpdateOnErrors,
                                      Branch::update_only);

@@ -141,15 +141,6 @@ class ProductXML : public ComponentOf<ProductXML> {
   bool unspsc_links_wanted() const;
   void insertProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr);
   void updateProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr);
-  // An observer that throws is not heard.
-  template <class Tell>
-  void tell_observer(Tell tell) {
-    if (!observer_) return;
-    try {
-      tell(*observer_);
-    } catch (...) {
-    }
-  }
 
   ConnectionPtr GetConnection() const;
   void execute_on_new_connection(const Sql& sql) const;

@@ -30,7 +30,7 @@ class ProductXML::RecordReport {
   ~RecordReport() {
     if (!upload_.record_) return;
     upload_.record_ = nullptr;
-    upload_.tell_observer([&](UploadObserver& observer) { observer.on_record(record_); });
+    upload::tell(upload_.observer_, [&](UploadObserver& observer) { observer.on_record(record_); });
   }
   RecordReport(const RecordReport&) = delete;
   RecordReport& operator=(const RecordReport&) = delete;

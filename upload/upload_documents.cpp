@@ -26,4 +26,10 @@ std::string records_of(const DocumentKind& kind, std::string_view part_number) {
   return xpath.append(kind.record).append("[@buyfrompartnumber = '").append(part_number).append("']");
 }
 
+std::size_t records_in(const DocumentKind& kind, const xml::Document& document) {
+  if (document.document_element().is_null()) raise(error_number::kObjectNotSet);
+  std::string xpath = "//";
+  return document.select(xpath.append(kind.record)).size();
+}
+
 }  // namespace mercato::upload

@@ -1,6 +1,7 @@
 // Obtaining an upload document, and what its records have in common. No database. Any thread.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,7 @@ struct DocumentKind {
   std::string_view load_source;  // of the failure to load one
 };
 inline constexpr DocumentKind kProductDocument{"Product", "Mercato.ProductXML.getProductNodeList"};
+inline constexpr DocumentKind kPriceDocument{"ProductPrice", "Mercato.PriceXML.getPriceNodeList"};
 
 // All record elements of a freshly loaded document, at any depth. Raises eUnableToLoadXML with the kind's source, and
 // without the parser's reasons.
@@ -28,6 +30,9 @@ std::string part_number_of(const xml::Node& record);
 // The expression that selects the records of one part number. The number goes in as it stands: one with an apostrophe
 // makes an expression that cannot be evaluated.
 std::string records_of(const DocumentKind& kind, std::string_view part_number);
+
+// How many records the document has. Raises 91 for one without a root.
+std::size_t records_in(const DocumentKind& kind, const xml::Document& document);
 
 // Whether the record has fields, or text, or a comment.
 inline bool has_content(const xml::Node& record) { return record.has_children() && !record.children().empty(); }

@@ -1,6 +1,6 @@
 // Watches an upload record by record: for hosts in C++ that show progress and list what was refused. An observer
 // changes nothing of what the calls do; one that throws is not heard, and its exception goes no further. Called on the
-// thread of the upload, between its statements.
+// thread of the upload, between its statements. Products and price lines have an observer each.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +18,8 @@ enum class UploadOutcome {
   failed,           // the call stops here and raises; parts of the record may be written
 };
 
-// A field that the validation changed. The reason is a phrase in plain English, such as "no such commodity".
+// A field that the validation changed, or refused a line for. The reason is a phrase in plain English, such as "no such
+// commodity".
 struct UploadField {
   std::string field;
   std::string value;  // as the document has it
@@ -40,5 +41,53 @@ class UploadObserver {
   // After each record, also the one whose failure ends the call.
   virtual void on_record(const UploadRecord& record) { static_cast<void>(record); }
 };
+
+enum class PriceLineOutcome {
+  added,
+  changed,
+  left_out,  // it breaks a rule: nothing of it is written, and it leaves the document
+  failed,    // the call stops here and raises; nothing of the line is written, and all stays in the document
+};
+
+struct UploadPriceLine {
+  std::string part_number;
+  std::size_t number = 0;  // among the lines that the document has for this part number, from 1
+  PriceLineOutcome outcome = PriceLineOutcome::failed;
+  std::vector<UploadField> bad;  // of one left out
+};
+
+enum class PartNumberOutcome {
+  done,        // its lines were told one by one, and have left the document
+  no_product,  // its lines stay in the document
+  failed,      // the call stops here and raises
+};
+
+class PriceUploadObserver {
+ public:
+  virtual ~PriceUploadObserver() = default;
+  // Once for each call, before its first part number.
+  virtual void on_start(std::size_t part_numbers) { static_cast<void>(part_numbers); }
+  // After each line, also the one whose failure ends the call.
+  virtual void on_price_line(const UploadPriceLine& line) { static_cast<void>(line); }
+  // After the lines of a listed part number.
+  virtual void on_part_number(const std::string& part_number, PartNumberOutcome outcome) {
+    static_cast<void>(part_number);
+    static_cast<void>(outcome);
+  }
+};
+
+namespace upload {
+
+// Nothing without an observer.
+template <class Observer, class Tell>
+void tell(Observer* observer, Tell tell_it) {
+  if (!observer) return;
+  try {
+    tell_it(*observer);
+  } catch (...) {
+  }
+}
+
+}  // namespace upload
 
 }  // namespace mercato
