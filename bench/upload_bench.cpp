@@ -2,11 +2,9 @@
 //
 // Uploads documents of 1,000, 20,000 and 100,000 real records (or of the sizes named), and plays the same statements by
 // hand on the bare engine. Each measurement has a process and a fresh store of its own; of several the median counts.
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -19,6 +17,7 @@
 #include "bench/support/by_hand.h"
 #include "bench/support/child_process.h"
 #include "bench/support/components_to_products.h"
+#include "bench/support/cost.h"
 #include "bench/support/data_folder.h"
 #include "bench/support/figures.h"
 #include "bench/support/upload.h"
@@ -39,50 +38,13 @@ struct Contents {
   bool operator==(const Contents&) const = default;
 };
 
-struct Cost {
-  double seconds = 0;
-  double cpu_seconds = 0;
-  double start_bytes = 0;  // of memory, before the work
-  double peak_bytes = 0;
-  double calls = 0;
-  Contents contents;
-};
+using UploadCost = Cost<Contents>;
 
 struct Document {
   std::size_t records = 0;
   double bytes = 0;
   std::size_t properties = 0;
 };
-
-double cpu_seconds() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
-// A line of the process's own account of its memory, such as VmHWM.
-double memory_bytes(const std::string& what) {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);)
-    if (line.starts_with(what + ":")) return 1024 * std::stod(line.substr(what.size() + 1));
-  throw std::runtime_error("the system does not tell " + what);
-}
-
-template <class Work>
-Cost measure(Work work) {
-  Cost cost;
-  cost.start_bytes = memory_bytes("VmRSS");
-  const double cpu_before = cpu_seconds();
-  const auto before = std::chrono::steady_clock::now();
-  work(cost);
-  cost.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
-  cost.cpu_seconds = cpu_seconds() - cpu_before;
-  cost.peak_bytes = memory_bytes("VmHWM");
-  return cost;
-}
 
 Contents contents_of(const fs::path& path) {
   BareStore store(path);
@@ -122,8 +84,8 @@ class UploadBench {
     const Document document = in_child_process([&] { return convert(records); });
     // Short runs are repeated, and those by hand stand between them, so that a busy machine disturbs both alike.
     const std::size_t rounds = std::clamp<std::size_t>(20'000 / document.records, 1, 7);
-    const Cost recorded = in_child_process([&] { return upload(true); });
-    std::vector<Cost> library, each_statement, once;
+    const UploadCost recorded = in_child_process([&] { return upload(true); });
+    std::vector<UploadCost> library, each_statement, once;
     for (std::size_t round = 0; round < rounds; ++round) {
       library.push_back(in_child_process([&] { return upload(false); }));
       each_statement.push_back(in_child_process([&] { return by_hand(Committing::each_statement); }));
@@ -136,9 +98,9 @@ class UploadBench {
         recorded.contents.values != static_cast<std::int64_t>(document.properties))
       throw std::runtime_error("the store does not hold what the document does");
 
-    const Cost whole = median(library);
-    const Cost bare_each = median(each_statement);
-    const Cost bare_once = median(once);
+    const UploadCost whole = median(library);
+    const UploadCost bare_each = median(each_statement);
+    const UploadCost bare_once = median(once);
     const double count = static_cast<double>(document.records);
     const double per_record = 1e6 * whole.seconds / count;
     const double cpu_per_record = 1e6 * whole.cpu_seconds / count;
@@ -174,8 +136,8 @@ class UploadBench {
   }
 
  private:
-  static Cost median(std::vector<Cost> costs) {
-    std::ranges::sort(costs, {}, &Cost::seconds);
+  static UploadCost median(std::vector<UploadCost> costs) {
+    std::ranges::sort(costs, {}, &UploadCost::seconds);
     return costs[costs.size() / 2];
   }
 
@@ -194,20 +156,20 @@ class UploadBench {
     fs::copy_file(empty_store_, store_, fs::copy_options::overwrite_existing);
   }
 
-  Cost upload(bool recording) const try {
+  UploadCost upload(bool recording) const try {
     fresh_store();
     std::vector<std::string> part_numbers;
     std::ifstream list(part_numbers_);
     for (std::string line; std::getline(list, line);) part_numbers.push_back(line);
     fs::create_directories(web_root_);
     use_store(store_, web_root_);
-    Cost cost;
+    UploadCost cost;
     if (recording) {
       const Recording recorded;
       upload_all(document_, web_root_, part_numbers);
       save_tape(recorded.tape(), tape_);
     } else {
-      cost = measure([&](Cost& measured) {
+      cost = measure<Contents>([&](UploadCost& measured) {
         measured.calls = static_cast<double>(upload_all(document_, web_root_, std::move(part_numbers)));
       });
       if (!kept_store_.empty()) keep_store();
@@ -219,10 +181,10 @@ class UploadBench {
     throw std::runtime_error(failure.error().Source + ": " + failure.error().Description);
   }
 
-  Cost by_hand(Committing committing) const {
+  UploadCost by_hand(Committing committing) const {
     fresh_store();
     const Tape tape = load_tape(tape_);
-    Cost cost = measure([&](Cost&) { play(tape, store_, committing); });
+    UploadCost cost = measure<Contents>([&](UploadCost&) { play(tape, store_, committing); });
     cost.contents = contents_of(store_);
     return cost;
   }
@@ -233,7 +195,7 @@ class UploadBench {
   }
 
   // What is compared, by statement.
-  void report_statements(const Cost& recorded) const {
+  void report_statements(const UploadCost& recorded) const {
     const Tape tape = load_tape(tape_);
     const auto count = static_cast<double>(recorded.contents.products);
     std::printf("  statements per record: %.2f (and %.2f settings that cost the engine nothing)\n",

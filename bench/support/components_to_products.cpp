@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "bench/support/csv.h"
+#include "bench/support/document_text.h"
 
 namespace mercato::bench {
 namespace {
@@ -50,40 +51,6 @@ bool is_field_of_product(std::string_view name) {
 }
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
-
-std::string with_typographic_apostrophes(std::string_view value) {
-  std::string result;
-  for (const char c : value) {
-    if (c == '\'')
-      result += "\u2019";
-    else
-      result += c;
-  }
-  return result;
-}
-
-std::string escaped(std::string_view value) {
-  std::string result;
-  for (const char c : value) {
-    switch (c) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      default:
-        result += c;
-    }
-  }
-  return result;
-}
 
 // Writes the elements of one record and counts them.
 class RecordWriter {

@@ -1,12 +1,15 @@
 // Real data through the converter and the upload: nothing of it is lost on the way.
+#include <algorithm>
 #include <fstream>
 #include <set>
 
+#include "bench/support/components_to_prices.h"
 #include "bench/support/components_to_products.h"
 #include "bench/support/csv.h"
 #include "bench/support/data_folder.h"
 #include "platform/transactions/object_context.h"
 #include "tests/support/store_fixture.h"
+#include "upload/price_xml.h"
 #include "upload/product_xml.h"
 
 namespace mercato::test {
@@ -113,6 +116,30 @@ TEST_F(ConverterTest, ARowOfAnotherLengthIsRefusedWithItsPlace) {
 }
 
 // The values of the properties of the 1,000 records, as the file has them, by part number and name.
+TEST_F(ConverterTest, PriceTiersBecomeLinesUpToTheNextTier) {
+  const std::string row = ",N,M,D,Diodes,P,,,USD,";
+  const auto csv = write("parts.csv", std::string(kHeader) + "C'1" + row + "1:0.5;200:0.25;4000:0.1,,,,,0,Basic,,\n" +
+                                          "C2" + row + ",,,,,0,Basic,,\n" + "C3" + row + "10:2,,,,,0,Basic,,\n" + "C4" +
+                                          row + "1:9;2:8,,,,,0,Basic,,\n");
+  std::ostringstream document;
+  const bench::ConvertedPrices converted = bench::components_to_prices(csv, 5, document);
+  const auto line = [](const std::string& part_number, const std::string& price, const std::string& quantity_to) {
+    return "  <ProductPrice buyfrompartnumber=\"" + part_number +
+           "\">\n    <CurrencyCode>USD</CurrencyCode>\n    <Price>" + price + "</Price>\n" +
+           (quantity_to.empty() ? "" : "    <QuantityTo>" + quantity_to + "</QuantityTo>\n") +
+           "    <PriceEffectiveDate>1/1/2026</PriceEffectiveDate>\n"
+           "    <PriceExpiryDate>12/31/2026</PriceExpiryDate>\n  </ProductPrice>\n";
+  };
+  EXPECT_EQ(document.str(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<ProductPrices>\n" +
+                                line("C\u20191", "0.5", "199") + line("C\u20191", "0.25", "3999") +
+                                line("C\u20191", "0.1", "") + line("C3", "2", "") + "</ProductPrices>\n")
+      << "the two lines of the last row do not fit the limit";
+  EXPECT_EQ(converted.part_numbers, (std::vector<std::string>{"C\u20191", "C3"}));
+  EXPECT_EQ(converted.lines, 4u);
+  const auto damaged = write("damaged.csv", std::string(kHeader) + "C1" + row + "1;2,,,,,0,Basic,,\n");
+  EXPECT_THROW(bench::components_to_prices(damaged, 5, document), std::runtime_error);
+}
+
 TEST_F(ConverterTest, AThousandRealRecordsArriveWhole) {
   const std::filesystem::path csv = bench::data_folder() / "products" / "components-1k.csv";
   if (!std::filesystem::exists(csv))
@@ -169,6 +196,43 @@ TEST_F(ConverterTest, AThousandRealRecordsArriveWhole) {
   EXPECT_EQ(product[0][3].to_text(), "Filters/EMI Optimization > Ferrite Beads");
   EXPECT_EQ(product[0][4].to_double(), 1);
   EXPECT_TRUE(product[0][5].is_null());
+}
+
+TEST_F(ConverterTest, ThePricesOfAThousandRealRecordsArriveWhole) {
+  const std::filesystem::path csv = bench::data_folder() / "products" / "components-1k.csv";
+  if (!std::filesystem::exists(csv))
+    GTEST_SKIP() << "there is no real data at " << csv << "; MERCATO_DATA names its folder";
+  const std::filesystem::path document = folder() / "prices.xml";
+  std::ofstream file(document);
+  const bench::ConvertedPrices converted = bench::components_to_prices(csv, bench::kAllLines, file);
+  file.close();
+  execute({"INSERT INTO CURRENCY (CURRENCYCODE) VALUES ('USD')"});
+  for (const std::string& part_number : converted.part_numbers)
+    execute({"INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, BUYFROMPARTNUMBER) VALUES ('N', 'D', '" +
+             part_number + "')"});
+
+  Array part_numbers;
+  part_numbers.items.assign(converted.part_numbers.begin(), converted.part_numbers.end());
+  const Root<PriceXML> upload;
+  upload->GetCheckedPriceList(document.string(), true);
+  upload->UpdateInsertPricesFromXML("thousand/\\" + document.string(), true, part_numbers);
+
+  // Counted in the file itself.
+  std::int64_t tiers = 0;
+  bench::CsvReader reader(csv);
+  std::vector<std::string> row;
+  while (reader.next(row)) {
+    const std::string& text = row[reader.column("price_tiers")];
+    tiers += std::count(text.begin(), text.end(), ':');
+  }
+  EXPECT_EQ(count("CATALOGPRODUCTPRICE"), tiers);
+  EXPECT_FALSE(std::filesystem::exists(folder() / "web" / "XMLDownload" / "remaining_prices_thousand.xml"));
+  std::string bands;
+  for (const auto& line : rows("SELECT QUANTITYTO, PRICE FROM CATALOGPRODUCTPRICE INNER JOIN PRODUCT ON "
+                               "PRODUCT.PRODUCTID = CATALOGPRODUCTPRICE.PRODUCTID WHERE BUYFROMPARTNUMBER = 'C1002' "
+                               "ORDER BY QUANTITYTO"))
+    bands += line[0].to_text() + ":" + line[1].to_text() + " ";
+  EXPECT_EQ(bands, "199:0.0188 599:0.0162 3999:0.0151 7999:0.0143 19999:0.0139 999999999:0.0137 ");
 }
 
 }  // namespace

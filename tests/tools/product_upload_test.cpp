@@ -49,10 +49,9 @@ class ToolUpload : public StoreTest {
     return upload_file(folder() / "records.xml", update_only);
   }
   UploadReport upload_file(const std::filesystem::path& path, bool update_only = false) {
-    cli::ProductUpload upload({.document = path.string(),
-                               .file_key = "test",
-                               .web_root = (folder() / "web").string(),
-                               .update_only = update_only});
+    cli::ProductUpload upload(
+        {.source = {.document = path.string(), .file_key = "test", .web_root = (folder() / "web").string()},
+         .update_only = update_only});
     return upload.run();
   }
   // How many records each call of the library was given.

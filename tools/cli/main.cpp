@@ -210,6 +210,7 @@ int main(int count, char** texts) {
   add_commands(menu, line);
   add_product_commands(menu);
   add_price_commands(menu);
+  add_prices_commands(menu);
   add_property_commands(menu);
   add_category_commands(menu);
   add_favorite_commands(menu);

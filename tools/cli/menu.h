@@ -69,6 +69,7 @@ class Menu {
 // The groups, each in the file of its name.
 void add_product_commands(Menu& menu);
 void add_price_commands(Menu& menu);
+void add_prices_commands(Menu& menu);
 void add_property_commands(Menu& menu);  // and the property groups
 void add_category_commands(Menu& menu);
 void add_favorite_commands(Menu& menu);

@@ -1,0 +1,53 @@
+// What an upload of a document came to, and how the upload commands print it. Main thread.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "tools/gateway/json_values.h"
+
+namespace mercato::cli {
+
+struct UploadFinding {
+  std::string part_number;
+  std::size_t line = 0;  // of the price lines of its part number, from 1; 0 when it concerns no line
+  std::string field;     // empty when it concerns the whole record
+  std::string value;
+  std::string reason;
+};
+
+struct UploadReport {
+  std::size_t read = 0;  // records of the document
+  std::size_t inserted = 0;
+  std::size_t updated = 0;
+  std::size_t repaired = 0;  // of the applied ones: written without the fields listed in `dropped`
+  std::size_t refused = 0;
+  std::size_t remaining = 0;
+  std::vector<UploadFinding> refusals;  // one for each bad field of a refused record
+  std::vector<UploadFinding> dropped;
+  std::vector<UploadFinding> cut;
+  std::vector<UploadFinding> unreachable;  // records that remain because no run can reach or apply them
+  std::string remaining_file;              // empty when nothing remains
+  std::string stopped_by;                  // the failure that ended the upload early; empty when none did
+
+  std::size_t applied() const { return inserted + updated; }
+};
+
+// The document's own name, so that its remaining file is recognised, and the process, so that two uploads do not meet
+// in one.
+std::string file_key_for(const std::string& document);
+
+// With the member "line" where a finding has one.
+gateway::Json to_json(const std::vector<UploadFinding>& findings);
+// A table below a heading; nothing without findings. With a column LINE when a finding has one.
+void print_findings(const char* heading, const std::vector<UploadFinding>& findings);
+// "written       12  what it means", the number aligned.
+void print_count(const char* label, std::size_t number, const std::string& meaning);
+// What remains, and what ended the upload early.
+void print_rest(const UploadReport& report);
+
+// The exit status.
+int status_of(const UploadReport& report);
+
+}  // namespace mercato::cli
