@@ -55,12 +55,11 @@ TEST_F(CatalogCommands, ListAndShowWhatThereIs) {
               "ID  NAME   ACTIVE  APPROVAL  VERSION\n1   House  yes     no        a\n2   Next   no      no        \n");
   EXPECT_EQ(answer({"catalog", "list"}).at("catalogs").at(1), json({{"CATALOGID", 2},
                                                                     {"CATALOGNAME", "Next"},
-                                                                    {"ACTIVE", {{"$", "short"}, {"value", 0}}},
-                                                                    {"APPROVALCATALOG", {{"$", "short"}, {"value", 0}}},
+                                                                    {"ACTIVE", 0},
+                                                                    {"APPROVALCATALOG", 0},
                                                                     {"SUPPLIERCATALOGID", nullptr},
                                                                     {"VERSION", nullptr},
-                                                                    {"CATALOGLAYOUT", {{"$", "short"}, {"value", 0}}}}))
-      << answer({"catalog", "list"});
+                                                                    {"CATALOGLAYOUT", 0}}));
   expect_done({"catalog", "show", "HOUSE"},
               "CATALOGID = 1\nCATALOGNAME = House\nACTIVE = 1\nAPPROVALCATALOG = 0\nSUPPLIERCATALOGID = \nVERSION = a\n"
               "CATALOGLAYOUT = 0\nnodes: 5\nproducts: 2\nusers: 3\nprofiles: 0\n");
@@ -74,7 +73,7 @@ TEST_F(CatalogCommands, CatalogueIsKnownByIdOrByTheNameThatOnlyItHas) {
   EXPECT_EQ(answer({"catalog", "show", "2"}).at("CATALOGNAME"), "Next");
   expect_refused({"catalog", "show", "next"},
                  "mercato: The name next stands for more than one catalogue: use the id.\n");
-  for (const std::string which : {"9", "99999999999", "-1", "Nowhere", "", "1;2", "1.0"})
+  for (const std::string which : {"9", "99999999999", "-1", "Nowhere", "1;2", "1.0"})
     expect_refused({"catalog", "show", which}, "mercato: There is no catalogue " + which + ".\n");
 }
 
@@ -128,8 +127,8 @@ TEST_F(CatalogCommands, TreeOfAUserSaysWhatHeMayDo) {
   expect_refused(
       {"catalog", "tree", "1", "--user", "O'Neil"},
       "refused: the library puts a user's id into its questions about rights as it stands, so that it cannot "
-      "ask for O'Neil, which has a quote\nmercato: Unclosed quotation mark after the character string ' ' "
-      "(character 48).\n");
+      "ask for O'Neil, which has a quote\nmercato: Unclosed quotation mark after the character string '  AND "
+      "NODEID = 1 ' (character 46).\n");
 }
 
 TEST_F(CatalogCommands, TreeWithACircleOrWithoutAParentIsDrawnAndReported) {
@@ -359,7 +358,6 @@ TEST_F(CatalogCommands, TreeOfARealShopIsLoadedDrawnAndCopied) {
   const json nodes = answer({"catalog", "tree", "Shop"}).at("nodes");
   ASSERT_EQ(nodes.size(), 6711u);
   // The file is in the order of the tree, and has the levels: nothing but the ids is new.
-  std::string written;
   std::size_t roots = 0, deepest = 0;
   for (const json& node : nodes) {
     const std::size_t level = node.at("LEVEL");

@@ -591,7 +591,7 @@ TEST(Samples, ExamplesOfTheHelpWorkOnThem) {
        {Words{"init"}, Words{"execute", samples + "reference.sql"},
         Words{"upload", "--on-errors", "write", samples + "products.xml"}, Words{"execute", samples + "catalog.sql"}})
     ASSERT_EQ(tool.run(step).status, 0) << step[0];
-  write_whole(tool.folder() / "nodes.csv", "id,parent_id,name,category\n1,,Office,\n2,1,Paper,Paper\n");
+  write_whole(tool.folder() / "nodes.csv", "id,parent_id,name,category\n1,,Office,\n2,1,Pens,Writing\n");
   write_whole(tool.folder() / "themes.csv", "code,above,title\n2,1,Space\n1,,All\n");
   for (const auto& [group, commands] : kGroups) {
     EXPECT_EQ(tool.run({group, "--help"}).status, 0) << group;

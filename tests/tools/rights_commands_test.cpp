@@ -99,8 +99,9 @@ TEST_F(RightsCommands, OfUsersWithQuotesAndBlanksAreKept) {
 TEST_F(RightsCommands, ThatMakeNoSenseAreRefused) {
   entitle("ann", "NULL", 0);
   expect_refused({"rights", "assign", "ann", "1", "9"}, "mercato: There is no catalogue 9.\n");
-  for (const std::string which : {"", "1;2", "one", "99999999999"})
+  for (const std::string which : {"1;2", "one", "99999999999"})
     expect_refused({"rights", "assign", "ann", "1", which}, "mercato: There is no catalogue " + which + ".\n");
+  expect_refused({"rights", "assign", "ann", ""}, "mercato: There is no catalogue.\n");
   expect_wrong_usage({"rights", "assign", "ann"}, "CATALOG is required");
   expect_wrong_usage({"rights", "assign", " ", "1"}, "USER: it is blank");
   expect_wrong_usage({"rights", "clear", ""}, "USER: it is blank");
@@ -155,7 +156,7 @@ TEST_F(RightsCommands, AreExplainedStepByStep) {
               "ann and node 3 Office\\Paper\\A4\n" + head +
                   "catalogue  1   House   may order  is not needed: the node's own entry says the same\n"
                   "node       3   A4      may order  decides\n"
-                  "above it   2    Paper   may order  lets order from that node only, not from those below it\n"
+                  "above it   2   Paper   may order  lets order from that node only, not from those below it\n"
                   "above it   1   Office  -          \n"
                   "sees: yes, the user has the whole catalogue\n"
                   "orders: yes, by the entry on node 3 A4\n"
@@ -164,7 +165,7 @@ TEST_F(RightsCommands, AreExplainedStepByStep) {
               "bob and node 3 Office\\Paper\\A4\n" + head +
                   "catalogue  1   House   -          \n"
                   "node       3   A4      may order  is overruled\n"
-                  "above it   2    Paper   -          \n"
+                  "above it   2   Paper   -          \n"
                   "above it   1   Office  view only  decides: nothing lifts it\n"
                   "sees: no, not laid out (`mercato rights populate`), nor has the user the whole catalogue\n"
                   "orders: no, by the entry on node 1 Office\n"

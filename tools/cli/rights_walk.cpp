@@ -1,6 +1,6 @@
 #include "tools/cli/rights_walk.h"
 
-#include "frame/types/raised_error.h"
+#include "frame/types/text.h"
 #include "tools/cli/listing.h"
 
 namespace mercato::cli {
@@ -57,7 +57,7 @@ RightsWalk walk_rights(NodeTree& tree, const std::string& user, std::int32_t nod
   const std::int32_t catalog = *walk.node->catalog;
   // Whether this step ends the walk: a restriction wins wherever it stands.
   const auto restricts = [&](Place place, std::int32_t id, const std::string& name, Entry entry) {
-    walk.steps.push_back({place, id, name, entry});
+    walk.steps.push_back({place, id, std::string(text::trim(name)), entry});
     // A grant counts on the catalogue and, before it, on the node itself; above the node it counts for nothing.
     if (entry == Entry::view_only || (entry == Entry::order && place != Place::ancestor))
       walk.decisive = walk.steps.size() - 1;
