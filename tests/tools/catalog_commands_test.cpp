@@ -1,9 +1,13 @@
 // The commands that keep catalogues: list, draw, load, copy, expire, migrate.
+#include "tools/cli/catalog_commands.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <iostream>
 
 #include "bench/support/data_folder.h"
+#include "tests/support/another_process.h"
 #include "tests/support/refusing_recorder.h"
 #include "tests/tools/tool_store.h"
 
@@ -378,10 +382,8 @@ TEST_F(CatalogCommands, TreeOfARealShopIsLoadedDrawnAndCopied) {
 
 // Migrating
 
-class CatalogMigration : public CatalogCommands {
- protected:
-  CatalogMigration() {
-    execute(R"(
+// A right that is replaced, and favourites that are moved or lost for every reason there is; one is of the successor.
+constexpr const char* kMigrationSeed = R"(
 INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID) VALUES ('eve', 2);
 INSERT INTO FAVORITES (USERID, PRODUCTID, FOLDERID, PRESENT) VALUES ('ann', 1, 0, 1);
 INSERT INTO FAVORITES (USERID, PRODUCTID, FOLDERID, PRESENT) VALUES ('ann', 2, 0, 1);
@@ -389,8 +391,11 @@ INSERT INTO FAVORITES (USERID, PRODUCTID, FOLDERID, PRESENT) VALUES ('bob', 1, 0
 INSERT INTO FAVORITES (USERID, PRODUCTID, FOLDERID, PRESENT) VALUES ('cyd', 1, 0, 1);
 INSERT INTO FAVORITES (USERID, PRODUCTID, FOLDERID, PRESENT) VALUES ('fay', 1, 0, 1);
 INSERT INTO FAVORITES (USERID, PRODUCTID, FOLDERID, PRESENT) VALUES ('fay', 3, 0, 1);
-)");
-  }
+)";
+
+class CatalogMigration : public CatalogCommands {
+ protected:
+  CatalogMigration() { execute(kMigrationSeed); }
   static std::string report() {
     return "catalogue 1 House to 2 Next\n"
            "rights: 3 moved, 1 lost, 1 replaced\n"
@@ -498,6 +503,36 @@ TEST_F(CatalogMigration, WhoseFavouritesFailLeavesTheRightsToo) {
   }
   EXPECT_EQ(rows("SELECT CATALOGID FROM CATALOGNODEBYUSER WHERE USERID = 'ann'"), "CATALOGID\n1\n");
   EXPECT_EQ(run({"catalog", "migrate", "1", "2"}).status, 0);
+}
+
+// The same in this process, so that it can die at a chosen statement.
+class KilledMigration : public StoreTest {};
+
+TEST_F(KilledMigration, LeavesRightsAndFavouritesAsTheyWereWhereverItDies) {
+  run_on_engine(store_path(), std::string("BEGIN;") + kSeed + kMigrationSeed + "COMMIT;");
+  const auto before = all_rows();
+  for (unsigned statement = 1;; ++statement) {
+    SCOPED_TRACE("death at statement " + std::to_string(statement));
+    const int status = in_another_process([&] {
+      std::cout.rdbuf(nullptr);
+      DeathAtAStatement death(statement);
+      store::set_statement_observer(&death);
+      cli::CatalogMigration given;
+      given.from = "House";
+      given.to = "Next";
+      cli::migrate_catalog(given, {});
+      store::set_statement_observer(nullptr);
+    });
+    if (WIFEXITED(status)) {
+      // Dead at any of the two calls' statements, and of the questions around them.
+      EXPECT_GT(statement, 40u);
+      break;
+    }
+    ASSERT_EQ(all_rows(), before);
+  }
+  EXPECT_EQ(rows("SELECT COUNT(*) FROM CATALOGNODEBYUSER WHERE CATALOGID = 2"),
+            (std::vector<std::vector<Variant>>{{3}}));
+  EXPECT_EQ(rows("SELECT COUNT(*) FROM FAVORITES"), (std::vector<std::vector<Variant>>{{3}}));
 }
 
 }  // namespace
