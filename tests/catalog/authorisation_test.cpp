@@ -240,6 +240,16 @@ TEST_F(NodesByLevel, OfAUserWithoutEntriesAreEmptyAboveLevelZeroAndNothingElsewh
   EXPECT_TRUE(recorder.log.empty());
 }
 
+TEST_F(NodesByLevel, OfALevelBeyondSixteenBitsAreAnOverflowAndTheStoreIsNotAsked) {
+  for (const std::int32_t level : {32768, -32769}) {
+    Recorder recorder;
+    std::vector<Variant> arguments = {"u", 5, level};
+    EXPECT_EQ(raised_by([&] { invoke(catalog_.object(), "GetUserCatalogNodesByLevel", arguments); }).Number,
+              error_number::kOverflow);
+    EXPECT_TRUE(recorder.statements.empty());
+  }
+}
+
 TEST_F(NodesByLevel, OfLevelZeroAreTheRootsOfTheWholeCatalogue) {
   enter("u", 5, kWhole, 0, 1);
   Recorder recorder;

@@ -525,6 +525,8 @@ const std::pair<const char*, Words> kGroups[] = {
     {"folder", {"new", "list", "rename", "show", "delete"}},
     {"shopout", {"list", "show", "account", "partners", "tie", "replace", "untie"}},
     {"unit", {"list", "delete"}},
+    {"rights", {"show", "explain", "assign", "populate", "clear"}},
+    {"catalog", {"list", "show", "tree", "new", "load", "copy", "migrate", "expire"}},
 };
 
 TEST(Samples, ExamplesOfTheHelpWorkOnThem) {
@@ -534,6 +536,8 @@ TEST(Samples, ExamplesOfTheHelpWorkOnThem) {
        {Words{"init"}, Words{"execute", samples + "reference.sql"},
         Words{"upload", "--on-errors", "write", samples + "products.xml"}, Words{"execute", samples + "catalog.sql"}})
     ASSERT_EQ(tool.run(step).status, 0) << step[0];
+  write_whole(tool.folder() / "nodes.csv", "id,parent_id,name,category\n1,,Office,\n2,1,Pens,Writing\n");
+  write_whole(tool.folder() / "themes.csv", "code,above,title\n2,1,Space\n1,,All\n");
   for (const auto& [group, commands] : kGroups) {
     EXPECT_EQ(tool.run({group, "--help"}).status, 0) << group;
     for (const std::string& command : commands) {

@@ -21,7 +21,7 @@ struct StoreOptions {
 inline constexpr int kDone = 0;
 inline constexpr int kFailed = 1;      // the library or the store refused, or what was asked for is not there
 inline constexpr int kUsage = 2;       // the command line, or the settings file, is wrong
-inline constexpr int kDoneInPart = 3;  // the document has records that are bad, were refused, or are left
+inline constexpr int kDoneInPart = 3;  // some of the document, or of the tree, is bad, was refused, or is left
 
 // Puts the settings in force: the file named, else `mercato.toml` when nothing at all is named and there is one; a
 // connection string of the command line wins. Raises what reading the file raises.

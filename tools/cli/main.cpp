@@ -217,6 +217,8 @@ int main(int count, char** texts) {
   add_folder_commands(menu);
   add_shopout_commands(menu);
   add_unit_commands(menu);
+  add_catalog_commands(menu);
+  add_rights_commands(menu);
   try {
     app.parse(count, texts);
     const CLI::App* command = app.get_subcommands().front();

@@ -1,6 +1,7 @@
 #include "tools/cli/menu.h"
 
 #include "frame/types/date.h"
+#include "frame/types/text.h"
 
 namespace mercato::cli {
 
@@ -25,6 +26,13 @@ const CLI::Validator& is_date() {
         return Date::parse(text) ? std::string() : "'" + text + "' is no date; write 2026-07-01 or 7/1/2026";
       },
       "DATE");
+  return validator;
+}
+
+const CLI::Validator& is_no_blank() {
+  static const CLI::Validator validator(
+      [](const std::string& text) { return text::trim(text).empty() ? std::string("it is blank") : std::string(); },
+      "");
   return validator;
 }
 

@@ -76,8 +76,12 @@ void add_favorite_commands(Menu& menu);
 void add_folder_commands(Menu& menu);
 void add_shopout_commands(Menu& menu);
 void add_unit_commands(Menu& menu);
+void add_catalog_commands(Menu& menu);
+void add_rights_commands(Menu& menu);
 
 // A date as the library takes it.
 const CLI::Validator& is_date();
+// A text with more in it than blanks.
+const CLI::Validator& is_no_blank();
 
 }  // namespace mercato::cli

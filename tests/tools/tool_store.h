@@ -1,0 +1,71 @@
+// The program on a store of its own: what its commands say in words and as JSON, and what they leave in the store.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/tools/run_tool.h"
+
+namespace mercato::test {
+
+using Words = std::vector<std::string>;
+
+class ToolStore : public testing::Test {
+ protected:
+  ToolStore() { EXPECT_EQ(run({"init"}).status, 0); }
+
+  ToolRun run(const Words& arguments, const std::string& input = {}) {
+    return tool_.run(arguments, input, "export LC_ALL=C.UTF-8");
+  }
+  void execute(const std::string& script) {
+    const ToolRun done = run({"execute", "-"}, script);
+    ASSERT_EQ(done.status, 0) << done.err;
+  }
+  // What a query prints, without the line that counts the statements.
+  std::string rows(const std::string& query) {
+    const std::string out = run({"execute", "-"}, query).out;
+    return out.substr(0, out.find("1 statement"));
+  }
+  // All that the commands of catalogues and rights can change.
+  std::string whole_store() {
+    std::string queries;
+    for (const char* table : {"CATALOG", "CATALOGNODE", "CATALOGNODEBYUSER", "USERNODE", "FAVORITES", "PRODUCT",
+                              "PRODUCTCATEGORY", "PRODUCTSBYCATEGORY"})
+      queries += std::string("SELECT * FROM ") + table + ";\n";
+    const ToolRun done = run({"execute", "-"}, queries);
+    EXPECT_EQ(done.status, 0) << done.err;
+    return done.out;
+  }
+
+  void expect_done(const Words& arguments, const std::string& out) {
+    const ToolRun done = run(arguments);
+    EXPECT_EQ(done.status, 0) << done.err;
+    EXPECT_EQ(done.out, out);
+    EXPECT_EQ(done.err, "");
+  }
+  nlohmann::json answer(Words arguments, int status = 0) {
+    arguments.emplace_back("--json");
+    const ToolRun done = run(arguments);
+    EXPECT_EQ(done.status, status) << done.err;
+    EXPECT_EQ(done.err, "");
+    return nlohmann::json::parse(done.out);
+  }
+  // Refused in these words, and nothing is changed.
+  void expect_refused(const Words& arguments, const std::string& err, int status = 1) {
+    const std::string before = whole_store();
+    const ToolRun done = run(arguments);
+    EXPECT_EQ(done.status, status);
+    EXPECT_EQ(done.out, "");
+    EXPECT_EQ(done.err, err);
+    EXPECT_EQ(whole_store(), before);
+  }
+  void expect_wrong_usage(const Words& arguments, const std::string& err) {
+    expect_refused(arguments, err + "\nRun with --help for more information.\n", 2);
+  }
+  void write_file(const std::string& name, const std::string& text) { write_whole(tool_.folder() / name, text); }
+
+  ToolFolder tool_;
+};
+
+}  // namespace mercato::test

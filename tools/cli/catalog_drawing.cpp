@@ -1,0 +1,227 @@
+// mercato catalog tree: the nodes of a catalogue as a tree, with their products and what a user may do with them.
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <set>
+
+#include "frame/types/text.h"
+#include "platform/transactions/object_context.h"
+#include "tools/cli/catalog_commands.h"
+#include "tools/cli/catalog_tree.h"
+#include "tools/cli/library.h"
+#include "tools/cli/listing.h"
+#include "tools/cli/refusal.h"
+#include "tools/cli/rights_walk.h"
+
+namespace mercato::cli {
+namespace {
+
+struct Lines {
+  const char* child;
+  const char* last_child;
+  const char* beside;  // below a child that others follow
+  const char* below;   // below the last one
+};
+constexpr Lines kBoxes = {"├── ", "└── ", "│   ", "    "};
+constexpr Lines kPlain = {"|-- ", "`-- ", "|   ", "    "};
+
+// Whether the locale says that the terminal takes UTF-8.
+const Lines& lines_of_terminal() {
+  for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+    const char* locale = std::getenv(variable);
+    if (locale == nullptr || *locale == '\0') continue;
+    const std::string name = text::to_upper(locale);
+    return name.find("UTF-8") != std::string::npos || name.find("UTF8") != std::string::npos ? kBoxes : kPlain;
+  }
+  return kPlain;
+}
+
+struct Rights {
+  bool authorized = false;
+  bool view_only = false;
+  bool order = false;
+};
+
+Rights ask_rights(const ComponentPtr& catalogs, const std::string& user, std::int32_t node) {
+  const auto ask = [&](const char* method) { return call(catalogs, method, {user, node}).to_boolean(); };
+  return {ask("IsAuthorizedCatalogNode"), ask("IsViewOnlyCatalogNodeEx"), ask("IsOrderCatalogNodeEx")};
+}
+
+std::string words_for(const std::optional<Rights>& rights) {
+  if (!rights) return "[cannot be asked: a circle]";
+  std::string words = rights->authorized ? "sees" : "";
+  const auto add = [&](const char* more) { words += (words.empty() ? "" : ", ") + std::string(more); };
+  if (rights->order) add("orders");
+  if (rights->view_only) add("view only");
+  return words.empty() ? "[no right]" : rights->order ? good("[" + words + "]") : "[" + words + "]";
+}
+
+// One line of the tree.
+struct Drawn {
+  const CatalogNode* node;
+  std::size_t level;       // 1: no line leads to it
+  std::string branches;    // what is drawn in front of it
+  std::size_t hidden = 0;  // nodes below it, when it stands on the last level that is wanted
+};
+
+class Drawing {
+ public:
+  Drawing(NodeTree& tree, std::int32_t catalog) : nodes_(tree.nodes_of(catalog)) {
+    std::set<std::int32_t> own;
+    for (const CatalogNode* node : nodes_) own.insert(node->id);
+    for (const CatalogNode* node : nodes_) {
+      if (!node->parent) {
+        tops_.push_back(node);
+      } else if (own.contains(*node->parent)) {
+        children_[*node->parent].push_back(node);
+      } else {
+        tops_.push_back(node);
+        problems_.push_back("the parent of node " + std::to_string(node->id) + " " + shown(node->name) + ", node " +
+                            std::to_string(*node->parent) + ", " +
+                            (tree.find(*node->parent) ? "is of another catalogue" : "is not there"));
+      }
+    }
+    open_circles(tree);
+  }
+
+  const std::vector<const CatalogNode*>& nodes() const { return nodes_; }
+  const Reasons& problems() const { return problems_; }
+
+  std::vector<Drawn> draw(std::size_t depth, const Lines& lines) const {
+    struct Waiting {
+      const CatalogNode* node;
+      std::size_t level;
+      std::string branches;  // in front of what is below it
+      bool last;
+    };
+    std::vector<Waiting> waiting;
+    const auto put = [&](const std::vector<const CatalogNode*>& siblings, std::size_t level, const std::string& front) {
+      for (auto node = siblings.rbegin(); node != siblings.rend(); ++node)
+        waiting.push_back({*node, level, front, node == siblings.rbegin()});
+    };
+    std::vector<Drawn> drawn;
+    put(tops_, 1, "");
+    while (!waiting.empty()) {
+      const Waiting at = std::move(waiting.back());
+      waiting.pop_back();
+      const bool is_top = at.level == 1;
+      drawn.push_back({at.node, at.level, is_top ? "" : at.branches + (at.last ? lines.last_child : lines.child)});
+      const auto below = children_.find(at.node->id);
+      if (below == children_.end()) continue;
+      if (depth != 0 && at.level == depth)
+        drawn.back().hidden = count_below(at.node->id);
+      else
+        put(below->second, at.level + 1, is_top ? "" : at.branches + (at.last ? lines.below : lines.beside));
+    }
+    return drawn;
+  }
+
+ private:
+  // A circle hangs on no root: it is cut above the first of its nodes, which becomes a top.
+  void open_circles(NodeTree& tree) {
+    std::set<std::int32_t> reached;
+    for (const CatalogNode* top : tops_) reach(top->id, reached);
+    for (const CatalogNode* node : nodes_) {
+      if (reached.contains(node->id)) continue;
+      // What hangs below a circle waits until one of the circle's own nodes comes along.
+      const WayUp way = tree.way_up(node->id);
+      if (way.end != WayUp::End::circle || way.nodes.back()->parent != node->id) continue;
+      problems_.push_back("the parents of node " + std::to_string(node->id) + " " + shown(node->name) +
+                          " go in a circle: " + way.circle());
+      std::erase(children_[*node->parent], node);
+      tops_.push_back(node);
+      reach(node->id, reached);
+    }
+  }
+  void reach(std::int32_t node, std::set<std::int32_t>& reached) const {
+    for (std::vector<std::int32_t> waiting = {node}; !waiting.empty();) {
+      const std::int32_t at = waiting.back();
+      waiting.pop_back();
+      if (!reached.insert(at).second) continue;
+      if (const auto below = children_.find(at); below != children_.end())
+        for (const CatalogNode* child : below->second) waiting.push_back(child->id);
+    }
+  }
+  std::size_t count_below(std::int32_t node) const {
+    std::set<std::int32_t> reached;
+    reach(node, reached);
+    return reached.size() - 1;
+  }
+
+  std::vector<const CatalogNode*> nodes_;
+  std::vector<const CatalogNode*> tops_;
+  std::map<std::int32_t, std::vector<const CatalogNode*>> children_;
+  Reasons problems_;
+};
+
+// Products by category.
+std::map<std::int32_t, std::int32_t> count_products() {
+  std::map<std::int32_t, std::int32_t> counts;
+  for (const DictionaryPtr& row :
+       query_rows(LiteralPiece("SELECT CATEGORYID, COUNT(*) AS PRODUCTS FROM PRODUCTSBYCATEGORY GROUP BY CATEGORYID")))
+    counts[row->Item("CATEGORYID").to_long()] = row->Item("PRODUCTS").to_long();
+  return counts;
+}
+
+gateway::Json or_null(const std::optional<std::int32_t>& number) {
+  return number ? gateway::Json(*number) : gateway::Json(nullptr);
+}
+
+}  // namespace
+
+int draw_catalog(const DrawnCatalog& given, const OutputOptions& output) {
+  const CatalogName catalog = find_catalog(given.catalog);
+  NodeTree tree;
+  const Drawing drawing(tree, catalog.id);
+  const std::map<std::int32_t, std::int32_t> products = count_products();
+  const ComponentPtr catalogs = create_root("Mercato.Catalog");
+  const auto rights_on = [&](const CatalogNode& node) -> std::optional<Rights> {
+    if (tree.endless(node.id)) return std::nullopt;  // the library would ask for ever
+    return explaining([&](const RaisedError&) { return reasons_against_user(given.user); },
+                      [&] { return ask_rights(catalogs, given.user, node.id); });
+  };
+
+  gateway::Json list = gateway::Json::array();
+  std::string text;
+  for (const Drawn& line : drawing.draw(static_cast<std::size_t>(given.depth), lines_of_terminal())) {
+    const CatalogNode& node = *line.node;
+    std::optional<std::int32_t> count;
+    if (node.type == kCategoryNode && node.category)
+      count = products.contains(*node.category) ? products.at(*node.category) : 0;
+    std::optional<Rights> rights;
+    if (!given.user.empty()) rights = rights_on(node);
+
+    gateway::Json row = {{"NODEID", node.id},          {"PARENTNODEID", or_null(node.parent)},
+                         {"NODENAME", node.name},      {"NODETYPE", node.type},
+                         {"LEVEL", line.level},        {"CATEGORYID", or_null(node.category)},
+                         {"PRODUCTS", or_null(count)}, {"HIDDEN", line.hidden}};
+    if (!given.user.empty())
+      row["RIGHTS"] = rights ? gateway::Json{{"AUTHORIZED", rights->authorized},
+                                             {"VIEWONLY", rights->view_only},
+                                             {"ORDER", rights->order}}
+                             : gateway::Json(nullptr);
+    list.push_back(std::move(row));
+
+    text += line.branches + std::to_string(node.id) + " " + shown(node.name);
+    if (count) text += " (" + counted(static_cast<std::size_t>(*count), "product") + ")";
+    if (line.hidden > 0) text += " (" + counted(line.hidden, "node") + " below)";
+    if (!given.user.empty()) text += "  " + words_for(rights);
+    text += '\n';
+  }
+
+  if (output.json) {
+    std::cout << gateway::line_of(gateway::Json{
+                     {"CATALOGID", catalog.id}, {"nodes", std::move(list)}, {"problems", drawing.problems()}})
+              << '\n';
+  } else {
+    std::cout << bold("catalogue " + shown(catalog) + ", " + counted(drawing.nodes().size(), "node")) << '\n' << text;
+    if (!given.user.empty())
+      std::cout << "sees: the node is laid out for " << shown(given.user)
+                << ", or the whole catalogue is his; orders, view only: what the entries on its way up say\n";
+    for (const std::string& problem : drawing.problems()) std::cerr << alarming("wrong: ") << problem << '\n';
+  }
+  return drawing.problems().empty() ? kDone : kDoneInPart;
+}
+
+}  // namespace mercato::cli

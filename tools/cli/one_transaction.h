@@ -1,0 +1,35 @@
+// Several calls of the library that stand or fall together. The objects work without contexts of their own, in the one
+// transaction that this is; their votes count for nothing, so that whoever uses it looks at results and commits. Main
+// thread.
+#pragma once
+
+#include <initializer_list>
+#include <optional>
+#include <string_view>
+
+#include "platform/store/unit_of_work.h"
+#include "platform/transactions/object_context.h"
+#include "tools/cli/library.h"
+
+namespace mercato::cli {
+
+class OneTransaction {
+ public:
+  OneTransaction() { current_.emplace(&unit_); }
+
+  // One method of a new object. Raises what it raises.
+  Variant call(std::string_view prog_id, std::string_view method, std::initializer_list<Variant> arguments) {
+    return cli::call(create_plain(prog_id), method, arguments);
+  }
+  // The last call on the object, which otherwise leaves the store as it was. Raises what the store raises.
+  void commit() {
+    current_.reset();
+    unit_.commit();
+  }
+
+ private:
+  store::UnitOfWork unit_{store::UnitOfWork::Kind::transaction};
+  std::optional<store::UnitOfWork::Current> current_;
+};
+
+}  // namespace mercato::cli
