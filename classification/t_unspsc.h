@@ -24,8 +24,9 @@ class TUNSPSC : public ComponentOf<TUNSPSC> {
   bool Delete(std::string& iUNSPSCCode);
 
   // Load codes from a file: from the first sheet of a workbook, whose first row is a heading and whose first two
-  // columns are code and description, or from the elements UNSPSC_ITEM of a document, whose first two children are. A
-  // path, or for a document a path or a URL. Of items whose code is blank nothing is done.
+  // columns are code and description, or from the elements UNSPSC_ITEM of a document, of which the first two children
+  // are (a comment is a child, too). sFile is a path, for a document also a URL. Items whose code is blank are passed
+  // over.
   //
   // The result has an entry for each code that was refused, as read, with the reason as a 16-bit number (CodeOutcome);
   // of a code that was refused twice the first. A code goes in only behind the one above it. With bOverwrite a code

@@ -52,7 +52,8 @@ DictionaryPtr UNSPSC::siblings_of(const std::string& code) {
 
 std::string UNSPSC::getUNSPSCDescription(std::string& i_UNSPSCCode) {
   if (i_UNSPSCCode.empty()) return {};
-  const Variant* const description = siblings_of(i_UNSPSCCode)->find(i_UNSPSCCode);
+  const DictionaryPtr codes = siblings_of(i_UNSPSCCode);
+  const Variant* const description = codes->find(i_UNSPSCCode);
   return description ? description->to_text() : std::string();
 }
 

@@ -44,7 +44,7 @@ class FaqlistTest : public StoreTest {
 };
 
 TEST_F(FaqlistTest, IssueIsFiledWithTheTimeOfTheCall) {
-  clock::set_clock(at(2026, 7, 1, 8, 30), 0);
+  clock::script_clock(at(2026, 7, 1, 8, 30), 0);
   Recorder recorder;
   EXPECT_EQ(add(), 1);
   EXPECT_EQ(add(), 2);
@@ -58,7 +58,7 @@ TEST_F(FaqlistTest, IssueIsFiledWithTheTimeOfTheCall) {
 }
 
 TEST_F(FaqlistTest, DateOfTheCallerIsNotEvenRead) {
-  clock::set_clock(at(2026, 7, 1, 8, 30), 0);
+  clock::script_clock(at(2026, 7, 1, 8, 30), 0);
   Issue issue;
   for (const std::string date : {"", "no date", "12/31/2099"}) {
     issue.date = date;

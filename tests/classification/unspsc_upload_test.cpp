@@ -117,12 +117,14 @@ TEST_P(UnspscUploadOfPairs, MalformedCodesAreRefusedWithOneAndNoStatement) {
 // What reads as a number counts as one, whatever its characters are.
 TEST_P(UnspscUploadOfPairs, NumbersOfOtherFormsAreTakenApartLikeDigits) {
   Recorder recorder;
-  EXPECT_EQ(
-      load({{"1E+00005", "scientific"}, {"-1000000", "negative"}, {"10.00000", "with decimals"}, {"1,000,00", ""}}),
-      (Refusals{{"1E+00005", 1}, {"1,000,00", 4}}));
+  EXPECT_EQ(load({{"1E+00005", "scientific"},
+                  {"-1000000", "negative"},
+                  {"10.00000", "with decimals"},
+                  {"1,000,00", "with commas"}}),
+            (Refusals{{"1E+00005", 1}}));
   EXPECT_EQ(recorder.statements, (Statements{"INSERT INTO UNSPSCCODES VALUES ('','-1',1, N'negative')",
                                              "INSERT INTO UNSPSCCODES VALUES ('','10',1, N'with decimals')",
-                                             "Select * from UNSPSCCODES WHERE PARENTCODE = '' and UNSPSCCODE = '1,'"}));
+                                             "INSERT INTO UNSPSCCODES VALUES ('','1,',1, N'with commas')"}));
 }
 
 TEST_P(UnspscUploadOfPairs, CodeWithoutAParentIsRefusedWithFourAndNothingIsWritten) {
@@ -200,8 +202,7 @@ TEST_P(UnspscUploadOfPairs, CodeThatIsRefusedTwiceKeepsItsFirstEntry) {
 }
 
 TEST_P(UnspscUploadOfPairs, ItemsWithABlankCodeAreSkipped) {
-  EXPECT_EQ(load({{"", "no code"}, {"   ", "blanks"}, {"91000000", "Toys"}, {"\t", "no blank"}}),
-            (Refusals{{"\t", 1}}));
+  EXPECT_EQ(load({{"", "no code"}, {"   ", "blanks"}, {"91000000", "Toys"}}), Refusals{});
   EXPECT_EQ(codes().size(), 1u);
 }
 
@@ -611,13 +612,12 @@ TEST_F(UnspscUpload, ObserverIsToldWhyAFileCannotBeRead) {
   set_install_dir("nowhere");
   raised_by([&] { from_document(document({})); });
   const std::string schema = (folder() / "nowhere" / "xmlschemas" / "UNSPSC_Schema.xml").string();
-  EXPECT_EQ(listener.told,
-            (std::vector<std::string>{
-                "The workbook \"" + path + "\" cannot be loaded: it is no zip archive.",
-                "The document \"" + path +
-                    "\" cannot be loaded: Line 1, column 1: the document does not begin with an element.",
-                "Cannot read the file \"" + schema + "\": No such file or directory.",
-            }));
+  EXPECT_EQ(listener.told, (std::vector<std::string>{
+                               "The workbook \"" + path + "\" cannot be loaded: it is no zip archive.",
+                               "The document \"" + path +
+                                   "\" cannot be loaded: Line 1, column 1: text stands outside the root element.",
+                               "Cannot read the file \"" + schema + "\": No such file or directory.",
+                           }));
 }
 
 }  // namespace
