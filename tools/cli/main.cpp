@@ -214,6 +214,7 @@ int main(int count, char** texts) {
   add_category_commands(menu);
   add_favorite_commands(menu);
   add_unit_commands(menu);
+  add_unspsc_commands(menu);
   try {
     app.parse(count, texts);
     const CLI::App* command = app.get_subcommands().front();

@@ -73,6 +73,7 @@ void add_property_commands(Menu& menu);  // and the property groups
 void add_category_commands(Menu& menu);
 void add_favorite_commands(Menu& menu);
 void add_unit_commands(Menu& menu);
+void add_unspsc_commands(Menu& menu);
 
 // A date as the library takes it.
 const CLI::Validator& is_date();
