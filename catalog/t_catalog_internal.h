@@ -10,9 +10,9 @@
 namespace mercato {
 
 // The reading half as the writing half asks it: a component of its own, in the same transaction.
-class ReadingHalf : public Contract {
+class ReadingHalf : public ComponentContract {
  public:
-  ReadingHalf() : Contract("Mercato.Catalog") {}
+  ReadingHalf() : ComponentContract("Mercato.Catalog") {}
   std::string GetUserCatalogIDs(const std::string& user) { return call("GetUserCatalogIDs", {user}).to_text(); }
   std::int16_t GetTopAuthorizedLevel(std::int32_t catalog, const std::string& user) {
     return call("GetTopAuthorizedLevel", {catalog, user}).to_short();

@@ -25,12 +25,17 @@ if(NOT MERCATO_ONLY)
 endif()
 target_include_directories(mercato PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/mercato>)
 target_compile_features(mercato PUBLIC cxx_std_20)
-target_link_libraries(mercato PRIVATE SQLite::SQLite3 pugixml::pugixml CURL::libcurl fmt::fmt spdlog::spdlog ICU::uc ICU::i18n ${CMAKE_DL_LIBS})
+target_link_libraries(mercato PRIVATE SQLite::SQLite3 pugixml::pugixml CURL::libcurl fmt::fmt spdlog::spdlog ICU::uc ICU::i18n LibXml2::LibXml2 PkgConfig::LIBZIP ${CMAKE_DL_LIBS})
 set_target_properties(mercato PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
 add_library(mercato::mercato ALIAS mercato)
 if(MERCATO_UNITY)
   set_target_properties(mercato PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
 endif()
+
+# Files of the installation lie in the build tree where they lie in an installed one, seen from the library.
+configure_file(${PROJECT_SOURCE_DIR}/xmlschemas/UNSPSC_Schema.xml
+  ${PROJECT_BINARY_DIR}/share/mercato/xmlschemas/UNSPSC_Schema.xml COPYONLY)
+
 if(MERCATO_PRECOMPILE)
   target_precompile_headers(mercato PRIVATE ${PROJECT_SOURCE_DIR}/platform/automation/class_table.h)
 endif()

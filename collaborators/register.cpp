@@ -5,6 +5,7 @@
 #include "collaborators/grundwerk/configuration.h"
 #include "collaborators/grundwerk/log.h"
 #include "collaborators/grundwerk/referential_checker.h"
+#include "collaborators/spreadsheet/reader.h"
 #include "collaborators/zentrik/business_partner.h"
 #include "collaborators/zentrik/currency.h"
 #include "collaborators/zentrik/user.h"
@@ -13,8 +14,9 @@ namespace mercato::collaborators {
 
 std::span<const ClassTable* const> collaborator_classes() {
   static const ClassTable* const kClasses[] = {
-      &Log::table(),      &Configuration::table(),   &ReferentialChecker::table(), &User::table(),
-      &Currency::table(), &BusinessPartner::table(), &DRecordset::table(),         &Page::table(),
+      &Log::table(),        &Configuration::table(), &ReferentialChecker::table(),
+      &User::table(),       &Currency::table(),      &BusinessPartner::table(),
+      &DRecordset::table(), &Page::table(),          &SpreadsheetReader::table(),
   };
   return kClasses;
 }

@@ -2,9 +2,15 @@
 
 #include "platform/transactions/object_context.h"
 
-namespace mercato::bauteil {
+namespace mercato {
 
-DRecordset::DRecordset() : Contract("Bauteil.DRecordset", create_plain("Bauteil.DRecordset")) {}
+void ComponentContract::create_plainly() {
+  if (!component_) component_ = create_plain(prog_id_);
+}
+
+namespace bauteil {
+
+DRecordset::DRecordset() : ComponentContract("Bauteil.DRecordset") { create_plainly(); }
 
 void Page::GetSavedPosition(std::string& position, bool& flag) {
   std::vector<Variant> arguments{position, flag};
@@ -13,4 +19,6 @@ void Page::GetSavedPosition(std::string& position, bool& flag) {
   flag = arguments[1].to_boolean();
 }
 
-}  // namespace mercato::bauteil
+}  // namespace bauteil
+
+}  // namespace mercato

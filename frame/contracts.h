@@ -14,18 +14,20 @@
 
 namespace mercato {
 
-class Contract {
+class ComponentContract {
  public:
   bool created() const { return component_ != nullptr; }
   // Creates the component unless it exists. Raises what Gen_GetComponent raises.
   void create() {
     if (!component_) component_ = Gen_GetComponent(prog_id_);
   }
+  // The same outside of any context. Raises 429, unlogged.
+  void create_plainly();
   void release() { component_.reset(); }
   const ComponentPtr& component() const { return component_; }
 
  protected:
-  explicit Contract(std::string_view prog_id, ComponentPtr component = nullptr)
+  explicit ComponentContract(std::string_view prog_id, ComponentPtr component = nullptr)
       : prog_id_(prog_id), component_(std::move(component)) {}
 
   Variant call(std::string_view operation, std::initializer_list<Variant> arguments) {
@@ -44,9 +46,9 @@ class Contract {
 
 namespace grundwerk {
 
-class Log : public Contract {
+class Log : public ComponentContract {
  public:
-  Log() : Contract("Grundwerk.Log") {}
+  Log() : ComponentContract("Grundwerk.Log") {}
   // Severity 0 is an error, 1 is information.
   void WriteEntry(const std::string& source, const std::string& text, std::int32_t severity) {
     call("WriteEntry", {source, text, severity});
@@ -56,10 +58,10 @@ class Log : public Contract {
   }
 };
 
-class Configuration : public Contract {
+class Configuration : public ComponentContract {
  public:
   // Callers spell the ProgID in two ways, to the same effect.
-  explicit Configuration(std::string_view prog_id = "Grundwerk.Configuration") : Contract(prog_id) {}
+  explicit Configuration(std::string_view prog_id = "Grundwerk.Configuration") : ComponentContract(prog_id) {}
   Variant GetParameter(const std::string& section, const std::string& name) {
     return call("GetParameter", {section, name});
   }
@@ -74,9 +76,9 @@ class Configuration : public Contract {
   std::string GetInstallDir() { return call("GetInstallDir", {}).to_text(); }
 };
 
-class ReferentialChecker : public Contract {
+class ReferentialChecker : public ComponentContract {
  public:
-  ReferentialChecker() : Contract("Grundwerk.ReferentialChecker") {}
+  ReferentialChecker() : ComponentContract("Grundwerk.ReferentialChecker") {}
   bool RunBeforeDelete(const std::string& owner, const Array& fields, const Array& values) {
     return call("RunBeforeDelete", {owner, fields, values}).to_boolean();
   }
@@ -94,9 +96,9 @@ class ReferentialChecker : public Contract {
 
 namespace zentrik {
 
-class User : public Contract {
+class User : public ComponentContract {
  public:
-  User() : Contract("Zentrik.User") {}
+  User() : ComponentContract("Zentrik.User") {}
   bool BuyerCheckSecond(const std::string& user_id, const Variant& trimmed) {
     return call("BuyerCheckSecond", {user_id, trimmed}).to_boolean();
   }
@@ -106,9 +108,9 @@ class User : public Contract {
   bool BuyerCheckFirst(const std::string& user_id) { return call("BuyerCheckFirst", {user_id}).to_boolean(); }
 };
 
-class Currency : public Contract {
+class Currency : public ComponentContract {
  public:
-  Currency() : Contract("Zentrik.Currency") {}
+  Currency() : ComponentContract("Zentrik.Currency") {}
   mercato::Currency ConvertAmount(const std::string& source, const std::string& target, mercato::Currency amount,
                                   Date date) {
     return call("ConvertAmount", {source, target, amount, date}).to_currency();
@@ -117,9 +119,9 @@ class Currency : public Contract {
   DictionaryPtr GetAllCurrencies() { return call("GetAllCurrencies", {}).to<Dictionary>(); }
 };
 
-class BusinessPartner : public Contract {
+class BusinessPartner : public ComponentContract {
  public:
-  BusinessPartner() : Contract("Zentrik.BusinessPartner") {}
+  BusinessPartner() : ComponentContract("Zentrik.BusinessPartner") {}
   // A number, -1 when there is no such partner.
   Variant GetBusinessPartnerID(const std::string& business_id) { return call("GetBusinessPartnerID", {business_id}); }
   // Perhaps empty.
@@ -133,11 +135,11 @@ class BusinessPartner : public Contract {
 namespace bauteil {
 
 // A paged recordset that runs its own statement and survives between page requests.
-class DRecordset : public Contract {
+class DRecordset : public ComponentContract {
  public:
   // A new one, plainly created.
   DRecordset();
-  explicit DRecordset(ComponentPtr component) : Contract("Bauteil.DRecordset", std::move(component)) {}
+  explicit DRecordset(ComponentPtr component) : ComponentContract("Bauteil.DRecordset", std::move(component)) {}
   void SetConnectionString(const std::string& text) { call("SetConnectionString", {text}); }
   void SetPersistedState(const std::string& state) { call("SetPersistedState", {state}); }
   void SetPageSize(std::int16_t rows) { call("SetPageSize", {rows}); }
@@ -150,9 +152,9 @@ class DRecordset : public Contract {
 };
 
 // The web tier's page object.
-class Page : public Contract {
+class Page : public ComponentContract {
  public:
-  explicit Page(ComponentPtr component) : Contract("Bauteil.Page", std::move(component)) {}
+  explicit Page(ComponentPtr component) : ComponentContract("Bauteil.Page", std::move(component)) {}
   void RegisterConnection(const std::string& name) { call("RegisterConnection", {name}); }
   DRecordset GetDRecordset() { return DRecordset(call("GetDRecordset", {}).to<Component>()); }
   // Whether the page holds a position, and which.

@@ -1,4 +1,6 @@
-// XML documents for the business classes: `xml::Document`, `xml::Node`, `xml::NodeList`.
+// XML documents and their schemas for the business classes: `xml::Document`, `xml::Node`, `xml::NodeList`,
+// `xml::Schema`.
 #pragma once
 
 #include "platform/xml/document.h"
+#include "platform/xml/schema.h"

@@ -5,13 +5,17 @@
 
 #include "catalog/catalog.h"
 #include "catalog/t_catalog.h"
+#include "classification/contract.h"
+#include "classification/faqlist.h"
 #include "classification/hazardous_class.h"
 #include "classification/property.h"
 #include "classification/property_group.h"
 #include "classification/r_property_group.h"
 #include "classification/t_hazardous_class.h"
 #include "classification/t_unit.h"
+#include "classification/t_unspsc.h"
 #include "classification/unit.h"
+#include "classification/unspsc.h"
 #include "collaborators/register.h"
 #include "frame/types/text.h"
 #include "platform/automation/registry.h"
@@ -61,9 +65,10 @@ class TableClassObject final : public ClassObject {
 
 std::span<const ClassTable* const> library_classes() {
   static const std::array classes = {
-      &Catalog::table(),    &HazardousClass::table(),  &PriceXML::table(),      &Product::table(),
-      &ProductXML::table(), &Property::table(),        &PropertyGroup::table(), &RPropertyGroup::table(),
-      &TCatalog::table(),   &THazardousClass::table(), &TUnit::table(),         &Unit::table(),
+      &Catalog::table(),       &Contract::table(),       &Faqlist::table(),    &HazardousClass::table(),
+      &PriceXML::table(),      &Product::table(),        &ProductXML::table(), &Property::table(),
+      &PropertyGroup::table(), &RPropertyGroup::table(), &TCatalog::table(),   &THazardousClass::table(),
+      &TUNSPSC::table(),       &TUnit::table(),          &UNSPSC::table(),     &Unit::table(),
   };
   return classes;
 }

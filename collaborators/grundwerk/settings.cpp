@@ -1,8 +1,10 @@
 #include "collaborators/grundwerk/settings.h"
 
 #define TOML_HEADER_ONLY 1
+#include <dlfcn.h>
 #include <toml++/toml.h>
 
+#include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <utility>
@@ -134,7 +136,28 @@ class SettingsFile {
   Settings settings_;
 };
 
+// Beside the folder of libraries, or beside the folder above it where libraries are kept by architecture.
+std::string find_install_dir() {
+  namespace fs = std::filesystem;
+  Dl_info library = {};
+  std::error_code unreadable;
+  if (::dladdr(reinterpret_cast<const void*>(&find_install_dir), &library) != 0 && library.dli_fname) {
+    fs::path folder = fs::canonical(library.dli_fname, unreadable).parent_path();
+    for (int level = 0; level < 2; ++level) {
+      folder = folder.parent_path();
+      if (const fs::path found = folder / "share" / "mercato"; fs::is_directory(found, unreadable))
+        return found.string();
+    }
+  }
+  return "/usr/share/mercato";
+}
+
 }  // namespace
+
+const std::string& default_install_dir() {
+  static const std::string folder = find_install_dir();
+  return folder;
+}
 
 std::shared_ptr<const Settings> settings() {
   const std::lock_guard lock(settings_in_force().guard);

@@ -10,12 +10,16 @@
 
 namespace mercato::collaborators {
 
+// The folder share/mercato that belongs to this library, installed or in its build tree; "/usr/share/mercato" when there
+// is none.
+const std::string& default_install_dir();
+
 struct Settings {
   ByName<std::string> connections{{"Mercato", "Provider=SQLite;Data Source=mercato.db"}};  // by application
   // Folders, without a trailing separator. A relative one counts from the working directory, as the path of a store
   // does.
   std::string web_root = "web";
-  std::string install_dir = "/usr/share/mercato";
+  std::string install_dir = default_install_dir();
   ByName<ByName<Variant>> parameters;  // section, name
   std::string log_file;                // empty: log entries are dropped
   double call_seconds = 300;           // 0: calls may run without a limit

@@ -18,8 +18,8 @@ TEST(CollaboratorClasses, EachIsKnownByItsProgIdAndAClassIdOfItsOwn) {
     EXPECT_EQ(&table->create()->class_table(), table) << table->prog_id();
   }
   EXPECT_EQ(prog_ids, (std::set<std::string>{"Bauteil.DRecordset", "Bauteil.Page", "Grundwerk.Configuration",
-                                             "Grundwerk.Log", "Grundwerk.ReferentialChecker", "Zentrik.BusinessPartner",
-                                             "Zentrik.Currency", "Zentrik.User"}));
+                                             "Grundwerk.Log", "Grundwerk.ReferentialChecker", "Spreadsheet.Reader",
+                                             "Zentrik.BusinessPartner", "Zentrik.Currency", "Zentrik.User"}));
   EXPECT_EQ(class_ids.size(), collaborator_classes().size());
 }
 

@@ -219,6 +219,7 @@ int main(int count, char** texts) {
   add_unit_commands(menu);
   add_catalog_commands(menu);
   add_rights_commands(menu);
+  add_unspsc_commands(menu);
   try {
     app.parse(count, texts);
     const CLI::App* command = app.get_subcommands().front();

@@ -78,6 +78,7 @@ void add_shopout_commands(Menu& menu);
 void add_unit_commands(Menu& menu);
 void add_catalog_commands(Menu& menu);
 void add_rights_commands(Menu& menu);
+void add_unspsc_commands(Menu& menu);
 
 // A date as the library takes it.
 const CLI::Validator& is_date();

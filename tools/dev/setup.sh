@@ -3,7 +3,7 @@
 mercato_packages=(
   ca-certificates clang-14 cmake g++ ninja-build pkg-config python3 zlib1g-dev
   libbenchmark-dev libcli11-dev libcurl4-openssl-dev libfmt-dev libgtest-dev libicu-dev libpugixml-dev
-  libspdlog-dev libsqlite3-dev libtomlplusplus-dev nlohmann-json3-dev
+  libspdlog-dev libsqlite3-dev libtomlplusplus-dev libxml2-dev libzip-dev nlohmann-json3-dev
 )
 
 # Installs the packages that are missing; asks for nothing when there are none.

@@ -68,7 +68,7 @@ TEST_F(SettingsFileTest, WhatTheFileLeavesOutKeepsItsDefault) {
   const Settings settings = read("");
   EXPECT_EQ(settings.connections, (ByName<std::string>{{"Mercato", "Provider=SQLite;Data Source=mercato.db"}}));
   EXPECT_EQ(settings.web_root, "web");
-  EXPECT_EQ(settings.install_dir, "/usr/share/mercato");
+  EXPECT_EQ(settings.install_dir, default_install_dir());
   EXPECT_TRUE(settings.parameters.empty());
   EXPECT_EQ(settings.log_file, "");
   EXPECT_EQ(settings.call_seconds, 300);

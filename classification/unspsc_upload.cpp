@@ -1,0 +1,221 @@
+// The uploads of UNSPSC codes: two ways to read pairs of code and description, one way to write them.
+#include <cstdint>
+#include <optional>
+
+#include "classification/t_unspsc.h"
+#include "frame/contracts.h"
+#include "frame/documents.h"
+#include "frame/lib_general.h"
+#include "frame/lib_mts.h"
+#include "frame/lib_sql.h"
+#include "frame/method.h"
+#include "frame/spreadsheet.h"
+#include "frame/types/text.h"
+#include "frame/upload_run.h"
+
+namespace mercato {
+namespace {
+
+constexpr const char* kFromXls = "Mercato.UNSPSC.UploadFromXLS";
+constexpr const char* kFromXml = "Mercato.UNSPSC.UploadFromXML";
+constexpr const char* kSchemaPath = "\\xmlschemas\\UNSPSC_Schema.xml";
+
+// The row of a code: the last of its pairs that is not zero, below all pairs before that.
+struct Place {
+  std::string parent;
+  std::string segment;
+  std::int16_t level = 0;
+};
+
+// Nothing for a malformed code. One of zeros only has neither parent nor segment, and the level 0.
+std::optional<Place> place_of(const std::string& code) {
+  constexpr std::size_t kPair = 2;
+  if (const std::size_t length = text::length(code); length != 8 && length != 10) return std::nullopt;
+  if (!text::parse_number(code)) return std::nullopt;  // what reads as a number has no character beyond ASCII
+  Place place;
+  for (std::size_t at = 0; at < code.size(); at += kPair) {
+    // "1E" is no number, though it is part of one: such a pair is neither zero nor anything else.
+    const std::optional<double> pair = text::parse_number(code.substr(at, kPair));
+    if (pair.value_or(0) != 0) {
+      place = {code.substr(0, at), code.substr(at, kPair), static_cast<std::int16_t>(at / kPair + 1)};
+    } else if (pair && text::parse_number(code.substr(at + kPair)).value_or(0) != 0) {
+      return std::nullopt;
+    }
+  }
+  return place;
+}
+
+// Runs a statement whose failure is no failure. The count of changed rows is only touched when it succeeds.
+void execute_ignoring_failures(const ConnectionPtr& connection, const Sql& sql, std::int64_t& affected) {
+  suppressing_failures([&] { connection->ExecuteAffecting(sql, affected); });
+}
+
+// Whether the statement says that the row is missing. One that fails says nothing.
+bool is_missing(const ConnectionPtr& connection, const Sql& sql) {
+  bool missing = false;
+  suppressing_failures([&] { missing = connection->Execute(sql)->Eof(); });
+  return missing;
+}
+
+bool is_blank(const std::string& text) { return text::trim(text).empty(); }
+
+}  // namespace
+
+DictionaryPtr TUNSPSC::UploadFromXLS(const std::string& sFile, bool bOverwrite, bool bUpdCommodity) {
+  Spreadsheet workbook;
+  ConnectionPtr connection;
+  return method(
+      [&] {
+        workbook.create_plainly();
+        workbook.Open(sFile);
+        const Array area = workbook.UsedArea();
+        // Positions are kept in 16 bits.
+        const auto position = [&](std::size_t which) { return area.items.at(which).to_short(); };
+        const std::int16_t first_row = position(0);
+        position(1);
+        const std::int16_t last_row = position(2);
+        position(3);
+        connection = open_connection(shared_connection_string());
+        StoreRun run;
+        auto refused_codes = std::make_shared<Dictionary>();
+        tell(
+            [&](UnspscUploadObserver& observer) { observer.on_start(static_cast<std::size_t>(last_row - first_row)); });
+        workbook.ReadRow(0);  // the heading
+        for (Variant row = workbook.ReadRow(2); !row.is_null(); row = workbook.ReadRow(2)) {
+          const std::string code = row.to_array().at(0).to_text();
+          if (is_blank(code)) continue;
+          upload_code(connection, code, row.to_array().at(1).to_text(), {bOverwrite, bUpdCommodity}, *refused_codes);
+        }
+        run.finish();
+        Sql_CloseConnection(connection);
+        workbook.Close();
+        workbook.release();
+        return refused_codes;
+      },
+      Tail{kFromXls, [&] {
+             // Without the component or the workbook it ends here: no vote, no entry in the log.
+             if (!workbook.is_open()) {
+               const std::string reason = current_error().Description;
+               tell([&](UnspscUploadObserver& observer) { observer.on_unreadable(reason); });
+               raise(eUnableToLoadXML, kFromXls,
+                     workbook.created() ? "Unable to load XLS" : "MS Excel should be installed to upload from XLS");
+             }
+             Mts_SetAbort();
+           }});
+}
+
+DictionaryPtr TUNSPSC::UploadFromXML(const std::string& sFile, bool bOverwrite, bool bUpdCommodity) {
+  xml::Document document;
+  xml::Schema schema;
+  ConnectionPtr connection;
+  const auto tell_reason = [&](const std::string& reason) {
+    tell([&](UnspscUploadObserver& observer) { observer.on_unreadable(reason); });
+  };
+  return method(
+      [&](TailSwitch& tail) {
+        if (!document.load(sFile)) {
+          tail.disarm();
+          tell_reason(document.error());
+          raise(eUnableToLoadXML, kFromXml, "Unable to load XML");
+        }
+        grundwerk::Configuration configuration;
+        configuration.create_plainly();
+        if (!schema.load(configuration.GetInstallDir() + kSchemaPath))
+          raise(error_number::kFileNotFound, {}, schema.error());
+        if (const std::string fault = schema.fault_of(document); !fault.empty()) {
+          tail.disarm();
+          raise(eUnableToLoadXML, kFromXml, fault);
+        }
+        const xml::NodeList items = document.document_element().elements_by_tag_name("UNSPSC_ITEM");
+        connection = open_connection(shared_connection_string());
+        StoreRun run;
+        auto refused_codes = std::make_shared<Dictionary>();
+        tell([&](UnspscUploadObserver& observer) { observer.on_start(items.size()); });
+        for (const xml::Node& item : items) {
+          const xml::NodeList children = item.children();
+          const std::string code = children.item(0).typed_value();
+          if (is_blank(code)) continue;
+          upload_code(connection, code, children.item(1).typed_value(), {bOverwrite, bUpdCommodity}, *refused_codes);
+        }
+        run.finish();
+        Sql_CloseConnection(connection);
+        return refused_codes;
+      },
+      Tail{kFromXml, [&] {
+             // Without a schema it ends here: no vote, no entry in the log.
+             if (!schema.is_loaded()) {
+               tell_reason(current_error().Description);
+               raise(eUnableToLoadXML, kFromXml, "Schema not found");
+             }
+             Mts_SetAbort();
+           }});
+}
+
+void TUNSPSC::upload_code(const ConnectionPtr& connection, const std::string& code, const std::string& description,
+                          Wishes wishes, Dictionary& refusals) {
+  const CodeOutcome outcome = UploadCodeRow(connection, code, description, wishes);
+  if (outcome != CodeOutcome::written && !refusals.Exists(code)) refusals.Add(code, static_cast<std::int16_t>(outcome));
+  tell([&](UnspscUploadObserver& observer) { observer.on_code({code, description, outcome}); });
+}
+
+CodeOutcome TUNSPSC::UploadCodeRow(const ConnectionPtr& connection, const std::string& code,
+                                   const std::string& description, Wishes wishes) {
+  const std::optional<Place> place = place_of(code);
+  if (!place) return CodeOutcome::malformed;
+  const std::string parent = Gen_QuoteSql(place->parent);
+  const std::string segment = Gen_QuoteSql(place->segment);
+  const std::string quoted_description = Gen_QuoteSql(description);
+
+  if (!place->parent.empty()) {
+    Sql sql;
+    sql << "Select * from UNSPSCCODES WHERE PARENTCODE = '" << value(Gen_QuoteSql(text::without_last(place->parent, 2)))
+        << "' and UNSPSCCODE = '" << value(Gen_QuoteSql(text::right(place->parent, 2))) << "'";
+    if (is_missing(connection, sql)) return CodeOutcome::no_parent;
+  }
+
+  std::int64_t affected = 0;
+  {
+    Sql sql;
+    sql << "INSERT INTO UNSPSCCODES VALUES ('" << value(parent) << "','" << value(segment) << "',"
+        << value(std::to_string(place->level)) << ", N'" << value(quoted_description) << "')";
+    execute_ignoring_failures(connection, sql, affected);
+  }
+  if (affected <= 0) {
+    if (!wishes.overwrite) return CodeOutcome::code_exists;
+    Sql sql;
+    sql << "UPDATE UNSPSCCODES SET DESCRIPTION = N'" << value(quoted_description) << "' WHERE PARENTCODE = '"
+        << value(parent) << "' AND UNSPSCCODE = '" << value(segment) << "'";
+    execute_ignoring_failures(connection, sql, affected);
+    if (affected <= 0) return CodeOutcome::code_exists;
+  }
+  if (!wishes.commodities) return CodeOutcome::written;
+
+  const std::string whole_code = Gen_QuoteSql(code);
+  affected = 0;
+  {
+    Sql sql;
+    sql << "INSERT INTO COMMODITY(COMMODITYCODE, DESCRIPTION) VALUES ('" << value(whole_code) << "', N'"
+        << value(quoted_description) << "')";
+    execute_ignoring_failures(connection, sql, affected);
+  }
+  if (affected <= 0) {
+    if (!wishes.overwrite) return CodeOutcome::commodity_exists;
+    Sql sql;
+    sql << "UPDATE COMMODITY SET DESCRIPTION = N'" << value(quoted_description) << "' WHERE COMMODITYCODE = '"
+        << value(whole_code) << "'";
+    execute_ignoring_failures(connection, sql, affected);
+    if (affected <= 0) return CodeOutcome::commodity_exists;
+  }
+  return CodeOutcome::written;
+}
+
+void TUNSPSC::tell(const std::function<void(UnspscUploadObserver&)>& news) {
+  if (!observer_) return;
+  try {
+    news(*observer_);
+  } catch (...) {
+    // One that throws is not heard.
+  }
+}
+
+}  // namespace mercato

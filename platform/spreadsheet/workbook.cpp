@@ -1,0 +1,162 @@
+#include "platform/spreadsheet/workbook.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <new>
+#include <utility>
+
+#include "frame/types/date.h"
+#include "frame/types/raised_error.h"
+#include "platform/files/paths.h"
+#include "platform/spreadsheet/parts.h"
+#include "platform/spreadsheet/sheet.h"
+
+namespace mercato::spreadsheet {
+namespace {
+
+std::optional<double> real_number(std::string_view text) {
+  double number = 0;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (result.ec != std::errc{} || result.ptr != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+// The days of an ISO date, as a cell counts them.
+std::optional<double> days_of(std::string_view iso, DateSystem dates) {
+  std::string readable(iso.substr(0, iso.find('Z')));
+  std::replace(readable.begin(), readable.end(), 'T', ' ');
+  const std::optional<Date> date = Date::parse(readable);
+  if (!date) return std::nullopt;
+  constexpr double kSystemsApart = 1462;
+  return date->days() - (dates == DateSystem::from_1904 ? kSystemsApart : 0);
+}
+
+}  // namespace
+
+struct Workbook::State {
+  State(const std::string& path, const Limits& its_limits) : limits(its_limits), package(path, limits) {
+    parts = find_parts(package);
+    texts.read(package, parts.texts, limits);
+    formats = read_formats(package, parts.styles);
+    SheetReader sheet(package.open(parts.first_sheet), parts.first_sheet, limits);
+    while (const auto row = sheet.next()) take_in(*row);
+  }
+
+  // Widens the area by the row's cells, and looks at what they refer to.
+  void take_in(const RawRow& row) {
+    for (const RawCell& cell : row.cells) {
+      if (!has_content(cell)) continue;
+      if (!area) area = Area{row.number, cell.column, row.number, cell.column};
+      area->last_row = row.number;
+      area->first_column = std::min(area->first_column, cell.column);
+      area->last_column = std::max(area->last_column, cell.column);
+    }
+  }
+
+  bool has_content(const RawCell& cell) const {
+    if (cell.has_formula) return true;
+    return cell.kind == CellKind::shared_text ? !shared_text(cell.value).empty() : !cell.value.empty();
+  }
+
+  std::string_view shared_text(std::string_view number) const {
+    std::size_t index = 0;
+    const auto result = std::from_chars(number.data(), number.data() + number.size(), index);
+    if (result.ec != std::errc{} || result.ptr != number.data() + number.size() || index >= texts.size())
+      throw Unreadable("it refers to a text that it does not have");
+    return texts[index];
+  }
+
+  const NumberFormat& format_of(const RawCell& cell) const {
+    static const NumberFormat general;
+    return cell.style < formats.size() ? *formats[cell.style] : general;
+  }
+
+  std::string displayed(const RawCell& cell) const {
+    if (cell.value.empty()) return {};
+    switch (cell.kind) {
+      case CellKind::shared_text:
+        return format_of(cell).text_of(shared_text(cell.value));
+      case CellKind::text:
+        return format_of(cell).text_of(unescaped(cell.value));
+      case CellKind::boolean:
+        return cell.value == "1" || cell.value == "true" ? "TRUE" : "FALSE";
+      case CellKind::error:
+        return cell.value;
+      case CellKind::date:
+      case CellKind::number:
+        break;
+    }
+    const std::optional<double> number =
+        cell.kind == CellKind::date ? days_of(cell.value, parts.dates) : real_number(cell.value);
+    return number ? format_of(cell).text_of(*number, parts.dates) : cell.value;
+  }
+
+  const Limits limits;
+  Package package;
+  WorkbookParts parts;
+  SharedTexts texts;
+  std::vector<std::shared_ptr<const NumberFormat>> formats;
+  std::optional<Area> area;
+  std::unique_ptr<SheetReader> rows;  // the second reading
+};
+
+Workbook::Workbook(const Limits& limits) : limits_(limits) {}
+Workbook::~Workbook() = default;
+Workbook::Workbook(Workbook&&) noexcept = default;
+Workbook& Workbook::operator=(Workbook&&) noexcept = default;
+
+bool Workbook::open(std::string_view file) {
+  state_.reset();
+  error_.clear();
+  std::string reason;
+  try {
+    const std::string path = files::host_path(file);
+    // Where the name ends for the host is where it has to end for us.
+    if (path.find('\0') != std::string::npos) throw Unreadable("its name has a NUL");
+    state_ = std::make_unique<State>(path, limits_);
+    return true;
+  } catch (const Unreadable& unreadable) {
+    reason = unreadable.what();
+  } catch (const std::bad_alloc&) {
+    reason = "there is no memory for it";
+  }
+  error_ = "The workbook \"" + std::string(file) + "\" cannot be loaded: " + reason + ".";
+  return false;
+}
+
+void Workbook::close() { state_.reset(); }
+
+const std::optional<Area>& Workbook::used_area() const {
+  if (!state_) raise(error_number::kObjectNotSet);
+  return state_->area;
+}
+
+bool Workbook::next_row(std::size_t columns, std::vector<std::string>& texts) {
+  texts.clear();
+  if (!state_) raise(error_number::kObjectNotSet);
+  State& state = *state_;
+  if (!state.area) return false;
+  try {
+    if (!state.rows)
+      state.rows = std::make_unique<SheetReader>(state.package.open(state.parts.first_sheet), state.parts.first_sheet,
+                                                 state.limits);
+    for (;;) {
+      const std::optional<RawRow> row = state.rows->next();
+      if (!row) return false;
+      if (std::none_of(row->cells.begin(), row->cells.end(),
+                       [&](const RawCell& cell) { return state.has_content(cell); }))
+        continue;
+      texts.resize(columns);
+      for (const RawCell& cell : row->cells) {
+        const auto place = static_cast<std::size_t>(cell.column - state.area->first_column);
+        if (place < columns) texts[place] = state.displayed(cell);
+      }
+      return true;
+    }
+  } catch (const Unreadable& unreadable) {
+    raise(error_number::kPathFileAccess, {}, "The workbook cannot be read on: " + std::string(unreadable.what()));
+  }
+}
+
+}  // namespace mercato::spreadsheet

@@ -1,0 +1,189 @@
+// mercato unspsc: the UNSPSC codes.
+#include <iostream>
+#include <memory>
+#include <optional>
+
+#include "classification/t_unspsc.h"
+#include "frame/types/text.h"
+#include "platform/transactions/object_context.h"
+#include "tools/cli/library.h"
+#include "tools/cli/listing.h"
+#include "tools/cli/menu.h"
+#include "tools/cli/refusal.h"
+
+namespace mercato::cli {
+namespace {
+
+struct CodesFile {
+  std::string file;
+  bool overwrite = false;
+  bool commodities = false;
+};
+struct Branch {
+  std::string code;  // empty: the whole tree
+  int depth = 2;
+};
+
+// A code without the zero pairs at its end, which stand for nothing.
+std::string without_zero_pairs(std::string code) {
+  while (code.size() > 2 && code.size() % 2 == 0 && code.ends_with("00")) code.resize(code.size() - 2);
+  return code;
+}
+
+class Watcher : public UnspscUploadObserver {
+ public:
+  void on_start(std::size_t items) override { progress_.emplace(items); }
+  void on_code(const UploadedCode& code) override {
+    progress_->advance();
+    ++read;
+    if (code.outcome == CodeOutcome::written)
+      ++written;
+    else
+      refused.push_back(code);
+  }
+  void on_unreadable(const std::string& reason) override { unreadable = {reason}; }
+
+  std::size_t read = 0;
+  std::size_t written = 0;
+  std::vector<UploadedCode> refused;
+  Reasons unreadable;
+  void end_progress() { progress_.reset(); }
+
+ private:
+  std::optional<Progress> progress_;
+};
+
+std::string reason_of(const UploadedCode& code, bool overwrite) {
+  const auto not_taken_by = [&](const char* table, const char* present) -> std::string {
+    const Reasons reasons = reasons_against_write(table, Array{"DESCRIPTION"}, Array{code.description});
+    if (!reasons.empty()) return reasons.front();
+    return overwrite ? "the store did not take it"
+                     : std::string(present) + "; --overwrite gives it the new description";
+  };
+  switch (code.outcome) {
+    case CodeOutcome::malformed:
+      return "not a code: 8 or 10 digits, pairs of zeros at the end only";
+    case CodeOutcome::code_exists:
+      return not_taken_by("UNSPSCCODES", "exists already");
+    case CodeOutcome::commodity_exists:
+      return not_taken_by("COMMODITY", "written, but the commodity exists already");
+    case CodeOutcome::no_parent: {
+      const std::string significant = without_zero_pairs(code.code);
+      return "the code above it, " + significant.substr(0, significant.size() - 2) + ", is missing";
+    }
+    case CodeOutcome::written:
+      break;
+  }
+  return {};
+}
+
+bool is_document(const std::string& file) {
+  return text::to_lower(file).ends_with(".xml") || file.find("://") != std::string::npos;
+}
+
+int load(const CodesFile& given, const OutputOptions& output) {
+  Watcher watcher;
+  const auto object = std::dynamic_pointer_cast<TUNSPSC>(create_root("Mercato.TUNSPSC"));
+  object->set_observer(&watcher);
+  explaining([&](const RaisedError&) { return watcher.unreadable; },
+             [&] {
+               call(object, is_document(given.file) ? "UploadFromXML" : "UploadFromXLS",
+                    {given.file, given.overwrite, given.commodities});
+             });
+  watcher.end_progress();
+  // The upload casts no vote: its transaction ends with the object, here, where a commit that fails is heard.
+  object->context()->release();
+
+  gateway::Json list = gateway::Json::array();
+  Table table({"CODE", "DESCRIPTION", "REASON"});
+  for (const UploadedCode& code : watcher.refused) {
+    const std::string reason = reason_of(code, given.overwrite);
+    list.push_back({{"code", code.code},
+                    {"description", code.description},
+                    {"number", static_cast<int>(code.outcome)},
+                    {"reason", reason}});
+    table.add({shown(code.code), shown(code.description, 40), reason});
+  }
+  if (!watcher.refused.empty() && !output.json) {
+    std::cout << "Refused:\n";
+    table.print(std::cout);
+    std::cout << '\n';
+  }
+  answer(output,
+         {{"read", watcher.read},
+          {"written", watcher.written},
+          {"refused", watcher.refused.size()},
+          {"refusals", std::move(list)}},
+         counted(watcher.read, "code") + " read, " + std::to_string(watcher.written) + " written, " +
+             std::to_string(watcher.refused.size()) + " refused.");
+  return watcher.refused.empty() ? kDone : kDoneInPart;
+}
+
+// The codes below this one, so many levels deep: to the table, and as JSON.
+gateway::Json add_branch(const ComponentPtr& codes, const std::string& parent, int depth, const std::string& indent,
+                         Table& table) {
+  gateway::Json list = gateway::Json::array();
+  if (depth == 0) return list;
+  const auto level = static_cast<std::int16_t>(parent.size() / 2 + 1);
+  call(codes, "GetAllUNSPSCCodes", {level, parent})
+      .to<Dictionary>()
+      ->for_each([&](const Variant& code, const Variant& description) {
+        const std::string text = description.is_null() ? std::string() : description.to_text();
+        table.add({indent + shown(code.to_text()), shown(text)});
+        gateway::Json node = {{"code", code.to_text()}, {"description", text}};
+        if (depth > 1) node["codes"] = add_branch(codes, code.to_text(), depth - 1, indent + "  ", table);
+        list.push_back(std::move(node));
+      });
+  return list;
+}
+
+int tree(const Branch& given, const OutputOptions& output) {
+  const ComponentPtr codes = create_root("Mercato.UNSPSC");
+  Table table({"CODE", "DESCRIPTION"});
+  const std::string code = without_zero_pairs(given.code);
+  std::string indent;
+  if (!code.empty()) {
+    if (code.size() < 2 || !call(codes, "IsUNSPSCCodeExists", {code}).to_boolean())
+      raise(error_number::kInvalidArgument, {}, "There is no UNSPSC code " + given.code);
+    table.add({shown(code), shown(call(codes, "getUNSPSCDescription", {code}).to_text())});
+    indent = "  ";
+  }
+  gateway::Json list = add_branch(codes, code, given.depth, indent, table);
+  return answer_list(output, "codes", std::move(list), table, "There are no UNSPSC codes.");
+}
+
+}  // namespace
+
+void add_unspsc_commands(Menu& menu) {
+  Menu::Group group = menu.group("unspsc", "Load UNSPSC codes, and show their tree");
+  {
+    const auto [command, given] =
+        group.add("load", "Load codes from a spreadsheet or an XML document, all or nothing of what can be written",
+                  "  mercato unspsc load codes.xlsx\n"
+                  "  mercato unspsc load codes.xml --overwrite --commodities\n"
+                  "Of a spreadsheet the first sheet is read: a heading, then a code and its description in each row. A "
+                  "document has\n"
+                  "<UNSPSC_ITEM><CODE>44000000</CODE><DESCRIPTION>Office supplies</DESCRIPTION></UNSPSC_ITEM> below "
+                  "<UNSPSC_ITEMS>.\n"
+                  "A code stands behind the one above it. Exit status 3 when a code was refused; each is listed with "
+                  "the reason.\n",
+                  load);
+    command.add_option("FILE", given.file, "A workbook (.xlsx), or a document (.xml or a URL)")->required();
+    command.add_flag("--overwrite", given.overwrite, "A code that exists gets the new description");
+    command.add_flag("--commodities", given.commodities, "Make commodities of the codes that are written, too");
+  }
+  {
+    const auto [command, given] = group.add("tree", "Show the codes below a code, or from the top",
+                                            "  mercato unspsc tree\n"
+                                            "  mercato unspsc tree 91100000\n"
+                                            "  mercato unspsc tree 91 --depth 4\n",
+                                            tree);
+    command.add_option("CODE", given.code, "The code; pairs of zeros at its end may be left out");
+    command.add_option("--depth", given.depth, "How many levels below it")
+        ->type_name("N")
+        ->check(CLI::Range(1, 10))
+        ->capture_default_str();
+  }
+}
+
+}  // namespace mercato::cli
