@@ -8,7 +8,7 @@ set(MERCATO_ONLY "" CACHE STRING "Folders to compile into the library instead of
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wconversion -Wsign-conversion)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  add_compile_options(-Wno-restrict -Wno-stringop-overflow)  # false alarms of GCC 12 in std::string
+  add_compile_options(-Wno-array-bounds -Wno-restrict -Wno-stringop-overflow)  # false alarms of GCC 12 in std::string
 endif()
 if(MERCATO_SANITIZE)
   add_compile_options(-fsanitize=${MERCATO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)

@@ -15,10 +15,6 @@ Expression make_condition(std::string sql) {
 
 bool is_condition(const Expression& expression) { return expression.form == Expression::Form::condition; }
 
-bool is_number(ColumnType type) {
-  return type != ColumnType::text && type != ColumnType::date && type != ColumnType::unknown;
-}
-
 }  // namespace
 
 SqliteTranslator::Nesting::Nesting(SqliteTranslator& translator) : depth_(translator.depth_) {
