@@ -46,7 +46,7 @@ class PriceXML : public ComponentOf<PriceXML> {
   // Part number to a Collection of part number, the product's name, and whether all of its lines are valid. Loads the
   // currencies, unless the document has no record: then it is empty. Records of part numbers without a product are left
   // out, all but the last record of the document, which is there with an empty name and False. A blank QuantityTo is
-  // invalid here, though the upload takes it. Raises 6 for more than 32767 records, and what GetErrorsInPriceValues
+  // invalid here, though the upload takes it. Raises 6 for more than 32767 records, and 13 as GetErrorsInPriceValues
   // does.
   DictionaryPtr GetCheckedPriceList(const std::string& iStringOrUrl, bool iIsUrl);
 
