@@ -1,4 +1,5 @@
-// Any bytes as a document: as a text and as a file's bytes, then read, searched, thinned out and written. Whatever was
+// Any bytes as a document: as a text and as a file's bytes, then read, searched, judged by a schema, thinned out and
+// written. Whatever was
 // loaded must keep the promises of platform/xml/document.h.
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 
 #include "platform/files/files.h"
 #include "platform/xml/document.h"
+#include "platform/xml/schema.h"
 
 namespace {
 
@@ -48,7 +50,27 @@ void compare_selections(const Document& document, const std::string& name, const
                document.select("//" + name + "[@k= '" + value + "']")));
 }
 
+// Elements P below R, with a number in the attribute k.
+void judge(const Document& document) {
+  static const mercato::xml::Schema& schema = []() -> mercato::xml::Schema& {
+    static mercato::xml::Schema loaded;
+    const std::string path =
+        (std::filesystem::temp_directory_path() / ("document_fuzz-" + std::to_string(::getpid()) + ".xsd")).string();
+    std::ofstream(path) << "<s:schema xmlns:s='http://www.w3.org/2001/XMLSchema'><s:element name='R'><s:complexType>"
+                           "<s:sequence><s:element name='P' minOccurs='0' maxOccurs='9'><s:complexType mixed='true'>"
+                           "<s:attribute name='k' type='s:int'/></s:complexType></s:element></s:sequence>"
+                           "</s:complexType></s:element></s:schema>";
+    require(loaded.load(path));
+    mercato::files::delete_file(path);
+    return loaded;
+  }();
+  const std::string fault = schema.fault_of(document);
+  if (fault.empty()) require(document.document_element().name() == "R");
+  require(fault == schema.fault_of(document));
+}
+
 void exercise(const Document& document) {
+  judge(document);
   const Node root = document.document_element();
   require(!root.is_null());
   const NodeList top = root.parent().children();

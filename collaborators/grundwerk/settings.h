@@ -10,8 +10,8 @@
 
 namespace mercato::collaborators {
 
-// The folder share/mercato that belongs to this library, installed or in its build tree; "/usr/share/mercato" when there
-// is none.
+// The folder share/mercato that belongs to this library, installed or in its build tree; "/usr/share/mercato" when
+// there is none.
 const std::string& default_install_dir();
 
 struct Settings {

@@ -5,7 +5,6 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 
 #include "frame/types/text.h"
 
@@ -22,9 +21,10 @@ struct Decimal {
 };
 
 Decimal decimal_of(double number) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.*e", kPrecision - 1, std::fabs(number));
-  const std::string_view written(text);
+  std::array<char, 40> text = {};
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), std::fabs(number),
+                                 std::chars_format::scientific, kPrecision - 1);
+  const std::string_view written(text.data(), static_cast<std::size_t>(end.ptr - text.data()));
   const std::size_t exponent = written.find('e');
   Decimal decimal;
   decimal.digits = std::string(1, written[0]) + std::string(written.substr(2, exponent - 2));

@@ -1,10 +1,9 @@
 #include "platform/xml/schema.h"
 
 #include <libxml/parser.h>
-#include <libxml/xmlreader.h>
 #include <libxml/xmlschemas.h>
 
-#include <limits>
+#include <algorithm>
 #include <utility>
 
 #include "frame/types/raised_error.h"
@@ -28,7 +27,9 @@ struct Free {
 using ParsedDocument = std::unique_ptr<xmlDoc, Free<xmlFreeDoc>>;
 using ParsedSchema = std::unique_ptr<xmlSchema, Free<xmlSchemaFree>>;
 using SchemaParser = std::unique_ptr<xmlSchemaParserCtxt, Free<xmlSchemaFreeParserCtxt>>;
-using Reader = std::unique_ptr<xmlTextReader, Free<xmlFreeTextReader>>;
+using Validator = std::unique_ptr<xmlSchemaValidCtxt, Free<xmlSchemaFreeValidCtxt>>;
+using Parser = std::unique_ptr<xmlParserCtxt, Free<xmlFreeParserCtxt>>;
+using Plug = std::unique_ptr<xmlSchemaSAXPlugStruct, Free<xmlSchemaSAXUnplug>>;
 
 std::string without_line_end(std::string text) {
   while (!text.empty() && (text.back() == '\n' || text.back() == '.')) text.pop_back();
@@ -113,16 +114,31 @@ std::string Schema::fault_of(const Document& document) const {
   if (document.document_element().is_null()) return "The document is empty.";
   // As text once more: this library judges while it reads. The text is ours, so nothing in it leads anywhere.
   const std::string text = document.document_element().save_text();
-  if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) return "The document is too large.";
-  const Reader reader(
-      xmlReaderForMemory(text.data(), static_cast<int>(text.size()), "document", "UTF-8", kAlone | XML_PARSE_HUGE));
+
+  const Validator validator(xmlSchemaNewValidCtxt(compiled_->schema.get()));
+  xmlSAXHandler no_callbacks = {};
+  no_callbacks.initialized = XML_SAX2_MAGIC;
+  const Parser parser(xmlCreatePushParserCtxt(&no_callbacks, nullptr, nullptr, 0, nullptr));
+  if (!validator || !parser) raise(error_number::kOutOfMemory);
+  xmlCtxtUseOptions(parser.get(), kAlone | XML_PARSE_HUGE);
   FirstFault fault;
-  if (!reader || xmlTextReaderSetSchema(reader.get(), compiled_->schema.get()) != 0) raise(error_number::kOutOfMemory);
-  xmlTextReaderSetStructuredErrorHandler(reader.get(), FirstFault::keep, &fault);
-  int state = 1;
-  while (state == 1 && fault.text.empty()) state = xmlTextReaderRead(reader.get());
-  if (fault.text.empty() && state == 0 && xmlTextReaderIsValid(reader.get()) == 1) return {};
-  return (fault.text.empty() ? std::string("The document does not fit the schema") : fault.text) + ".";
+  xmlSchemaSetValidStructuredErrors(validator.get(), FirstFault::keep, &fault);
+  // Between parser and callbacks; it has to be taken out before either goes.
+  const Plug plug(xmlSchemaSAXPlug(validator.get(), &parser->sax, &parser->userData));
+  if (!plug) raise(error_number::kOutOfMemory);
+
+  constexpr std::size_t kPiece = std::size_t{1} << 20;
+  const auto is_well_formed = [&] { return parser->wellFormed != 0 && parser->nsWellFormed != 0; };
+  for (std::size_t at = 0; at < text.size() && fault.text.empty() && is_well_formed(); at += kPiece) {
+    const std::size_t size = std::min(kPiece, text.size() - at);
+    xmlParseChunk(parser.get(), text.data() + at, static_cast<int>(size), at + size == text.size() ? 1 : 0);
+  }
+  if (fault.text.empty() && !is_well_formed()) {  // such as a prefix that nothing declares
+    const xmlError* const error = xmlCtxtGetLastError(parser.get());
+    fault.text = without_line_end(error && error->message ? error->message : "The document is not well-formed");
+  }
+  if (!fault.text.empty()) return fault.text + ".";
+  return xmlSchemaIsValid(validator.get()) == 1 ? std::string() : "The document does not fit the schema.";
 }
 
 }  // namespace mercato::xml

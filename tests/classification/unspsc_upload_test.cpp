@@ -553,6 +553,25 @@ TEST_F(UnspscUploadFromDocument, ItemWithoutChildrenFailsWithAnAbortVote) {
   }
 }
 
+TEST_F(UnspscUpload, NoTextForAFileIsMoreThanAPath) {
+  const auto before = all_rows();
+  for (const std::string& text : hostile_texts()) {
+    SCOPED_TRACE(text.substr(0, 40));
+    Recorder recorder;
+    EXPECT_EQ(raised_by([&] {
+                from_workbook(text, {true, true});
+              }),
+              (RaisedError{eUnableToLoadXML, "Mercato.UNSPSC.UploadFromXLS", "Unable to load XLS", "", 0}));
+    EXPECT_EQ(raised_by([&] {
+                from_document(text, {true, true});
+              }),
+              (RaisedError{eUnableToLoadXML, "Mercato.UNSPSC.UploadFromXML", "Unable to load XML", "", 0}));
+    EXPECT_TRUE(recorder.statements.empty());
+    EXPECT_TRUE(recorder.log.empty());
+  }
+  EXPECT_EQ(all_rows(), before);
+}
+
 // Without the transaction server each statement stands when it has run.
 TEST_F(UnspscUpload, ObjectWithoutATransactionServerLoadsToo) {
   end();

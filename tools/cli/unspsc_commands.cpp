@@ -158,7 +158,7 @@ void add_unspsc_commands(Menu& menu) {
   Menu::Group group = menu.group("unspsc", "Load UNSPSC codes, and show their tree");
   {
     const auto [command, given] =
-        group.add("load", "Load codes from a spreadsheet or an XML document, all or nothing of what can be written",
+        group.add("load", "Load codes from a spreadsheet or an XML document",
                   "  mercato unspsc load codes.xlsx\n"
                   "  mercato unspsc load codes.xml --overwrite --commodities\n"
                   "Of a spreadsheet the first sheet is read: a heading, then a code and its description in each row. A "
