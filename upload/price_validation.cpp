@@ -22,7 +22,7 @@ enum class PriceRule {
 // More records do not fit the counter.
 constexpr std::size_t kMostRecords = 32767;
 
-PriceRule rule_of(std::string_view upper_field) {
+PriceRule price_rule_of(std::string_view upper_field) {
   static const std::unordered_map<std::string_view, PriceRule> kRules = {
       {"DISCOUNTAMOUNT", PriceRule::compared_number}, {"PRICE", PriceRule::compared_number},
       {"QUANTITYTO", PriceRule::compared_number},     {"FREIGHTCOST", PriceRule::number},
@@ -132,7 +132,7 @@ DictionaryPtr PriceXML::getTypeAndRangeErrors(Dictionary& price) {
         for (std::int32_t index = 0; index <= fields.upper(); ++index) {
           const Variant& field = fields.at(index);
           const Variant& value = values.at(index);
-          const PriceRule rule = rule_of(text::to_upper(field.to_text()));
+          const PriceRule rule = price_rule_of(text::to_upper(field.to_text()));
           switch (rule) {
             case PriceRule::none:
               break;

@@ -11,12 +11,6 @@
 #include "platform/files/paths.h"
 
 namespace mercato::xml {
-namespace {
-
-constexpr std::size_t kMostSchemaBytes = std::size_t{16} << 20;
-constexpr const char* kSchemaNamespace = "http://www.w3.org/2001/XMLSchema";
-constexpr int kAlone = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
-
 template <auto free_it>
 struct Free {
   template <class T>
@@ -26,6 +20,13 @@ struct Free {
 };
 using ParsedDocument = std::unique_ptr<xmlDoc, Free<xmlFreeDoc>>;
 using ParsedSchema = std::unique_ptr<xmlSchema, Free<xmlSchemaFree>>;
+
+namespace {
+
+constexpr std::size_t kMostSchemaBytes = std::size_t{16} << 20;
+constexpr const char* kSchemaNamespace = "http://www.w3.org/2001/XMLSchema";
+constexpr int kAlone = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+
 using SchemaParser = std::unique_ptr<xmlSchemaParserCtxt, Free<xmlSchemaFreeParserCtxt>>;
 using Validator = std::unique_ptr<xmlSchemaValidCtxt, Free<xmlSchemaFreeValidCtxt>>;
 using Parser = std::unique_ptr<xmlParserCtxt, Free<xmlFreeParserCtxt>>;
