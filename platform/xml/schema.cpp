@@ -11,6 +11,7 @@
 #include "platform/files/paths.h"
 
 namespace mercato::xml {
+
 template <auto free_it>
 struct Free {
   template <class T>
