@@ -13,7 +13,7 @@
 #include "tools/cli/refusal.h"
 
 namespace mercato::cli {
-namespace {
+namespace catalog_commands {
 
 constexpr const char* kReader = "Mercato.Catalog";
 constexpr const char* kWriter = "Mercato.TCatalog";
@@ -161,9 +161,10 @@ const CLI::Validator& is_pair() {
 
 constexpr const char* kWhich = "The catalogue's id, or its name when only one has it";
 
-}  // namespace
+}  // namespace catalog_commands
 
 void add_catalog_commands(Menu& menu) {
+  using namespace catalog_commands;
   Menu::Group group = menu.group("catalog", "List, draw, create, load, copy, expire and migrate catalogues");
   group.add("list", "List the catalogues", "  mercato catalog list\n", list);
   {

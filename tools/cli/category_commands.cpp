@@ -9,7 +9,7 @@
 #include "tools/cli/refusal.h"
 
 namespace mercato::cli {
-namespace {
+namespace category_commands {
 
 constexpr const char* kWriter = "Mercato.TCatalog";
 constexpr const char* kTable = "PRODUCTCATEGORY";
@@ -94,9 +94,10 @@ int remove(const WhichCategory& given, const OutputOptions& output) {
 
 constexpr const char* kWhich = "The category's id, or its name when only one has it";
 
-}  // namespace
+}  // namespace category_commands
 
 void add_category_commands(Menu& menu) {
+  using namespace category_commands;
   Menu::Group group = menu.group("category", "Create, list, change and delete product categories");
   {
     const auto [command, given] = group.add("new", "Create a category and print its id",

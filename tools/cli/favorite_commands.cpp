@@ -10,7 +10,7 @@
 #include "tools/cli/refusal.h"
 
 namespace mercato::cli {
-namespace {
+namespace favorite_commands {
 
 constexpr const char* kProgId = "Mercato.Product";
 constexpr std::int32_t kOrdinary = 0;
@@ -82,10 +82,11 @@ int list(const FavoriteUser& given, const OutputOptions& output) {
   return list_favorites(given.user, std::nullopt, given.user + " has no favourites.", output);
 }
 
-}  // namespace
+}  // namespace favorite_commands
 
 int list_favorites(const std::string& user, std::optional<std::int32_t> folder, const std::string& none,
                    const OutputOptions& output) {
+  using namespace favorite_commands;
   gateway::Json json = gateway::Json::array();
   Table table({"ID", "PART NUMBER", "DESCRIPTION", "KIND", "FOLDER"});
   for (const DictionaryPtr& row : favorites_of(user)) {
@@ -103,6 +104,7 @@ int list_favorites(const std::string& user, std::optional<std::int32_t> folder, 
 }
 
 void add_favorite_commands(Menu& menu) {
+  using namespace favorite_commands;
   Menu::Group group = menu.group("favorite", "Add, remove and list favourites of users");
   const auto add_common = [](CLI::App& command, std::string& user, std::int32_t& product_id) {
     command.add_option("USER", user, "The user's id")->required();

@@ -11,7 +11,7 @@
 #include "tools/cli/refusal.h"
 
 namespace mercato::cli {
-namespace {
+namespace folder_commands {
 
 constexpr const char* kReader = "Mercato.Catalog";
 constexpr const char* kWriter = "Mercato.TCatalog";
@@ -128,9 +128,10 @@ int remove(const WhichFolder& given, const OutputOptions& output) {
 constexpr const char* kUser = "The user's id";
 constexpr const char* kWhich = "The folder's id, or its name when only one has it";
 
-}  // namespace
+}  // namespace folder_commands
 
 void add_folder_commands(Menu& menu) {
+  using namespace folder_commands;
   Menu::Group group = menu.group("folder", "Create, list, rename and delete folders of favourites");
   {
     const auto [command, given] = group.add("new", "Create a folder and print its id",

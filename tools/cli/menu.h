@@ -66,7 +66,8 @@ class Menu {
   Body& chosen_;
 };
 
-// The groups, each in the file of its name.
+// The groups, each in the file of its name, and what it needs in a namespace of that name: the files are compiled
+// together, since each for itself would spend its time on the parser's header.
 void add_product_commands(Menu& menu);
 void add_price_commands(Menu& menu);
 void add_prices_commands(Menu& menu);

@@ -11,7 +11,7 @@
 #include "tools/cli/refusal.h"
 
 namespace mercato::cli {
-namespace {
+namespace price_commands {
 
 constexpr const char* kProgId = "Mercato.Product";
 constexpr const char* kTable = "CATALOGPRODUCTPRICE";
@@ -122,9 +122,10 @@ int price_for(const PriceQuestion& given, const OutputOptions& output) {
   return answer(output, json, question + ", in " + given.currency + ": " + words + ".");
 }
 
-}  // namespace
+}  // namespace price_commands
 
 void add_price_commands(Menu& menu) {
+  using namespace price_commands;
   Menu::Group group = menu.group("price", "List and write price lines, and find the price that holds");
   {
     const auto [command, given] = group.add("list", "List the price lines of a product",

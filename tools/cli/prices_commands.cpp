@@ -14,7 +14,7 @@
 #include "tools/cli/price_upload.h"
 
 namespace mercato::cli {
-namespace {
+namespace prices_commands {
 
 struct PricePreview {
   std::string document;
@@ -199,9 +199,10 @@ int upload_prices(const PriceDocument& given, const OutputOptions& output) {
   return status_of(report);
 }
 
-}  // namespace
+}  // namespace prices_commands
 
 void add_prices_commands(Menu& menu) {
+  using namespace prices_commands;
   Menu::Group group = menu.group("prices", "Check and upload a document of price lines");
   {
     const auto [command, given] =

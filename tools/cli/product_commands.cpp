@@ -10,7 +10,7 @@
 #include "tools/cli/refusal.h"
 
 namespace mercato::cli {
-namespace {
+namespace product_commands {
 
 constexpr const char* kProgId = "Mercato.Product";
 constexpr const char* kTable = "PRODUCT";
@@ -248,9 +248,10 @@ void add_id(CLI::App& command, std::int32_t& id) {
   command.add_option("ID", id, "The product's id, as `find` prints it")->required();
 }
 
-}  // namespace
+}  // namespace product_commands
 
 void add_product_commands(Menu& menu) {
+  using namespace product_commands;
   Menu::Group group = menu.group("product", "Create, change, check, hide and delete products");
   const std::string new_examples =
       "  mercato product new M-900001 'Copy paper, A4, recycled' unitcode=RM commoditycode=OFFICE multipleof=5\n"

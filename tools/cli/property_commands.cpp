@@ -12,7 +12,7 @@
 #include "tools/cli/refusal.h"
 
 namespace mercato::cli {
-namespace {
+namespace property_commands {
 
 constexpr const char* kPropertyProgId = "Mercato.Property";
 constexpr const char* kGroupProgId = "Mercato.PropertyGroup";
@@ -276,9 +276,10 @@ void add_groups(Menu& menu) {
   }
 }
 
-}  // namespace
+}  // namespace property_commands
 
 void add_property_commands(Menu& menu) {
+  using namespace property_commands;
   add_properties(menu);
   add_groups(menu);
 }

@@ -14,7 +14,7 @@
 #include "tools/cli/rights_walk.h"
 
 namespace mercato::cli {
-namespace {
+namespace rights_commands {
 
 constexpr const char* kWriter = "Mercato.TCatalog";
 
@@ -282,9 +282,10 @@ void add_holder(CLI::App& command, Holder& holder) {
   command.add_flag("--profile", holder.is_profile, "USER is a profile");
 }
 
-}  // namespace
+}  // namespace rights_commands
 
 void add_rights_commands(Menu& menu) {
+  using namespace rights_commands;
   Menu::Group group = menu.group("rights", "Show, explain and assign who may see and order what");
   {
     const auto [command, given] = group.add("show", "List the rights of a user or a profile",

@@ -15,7 +15,7 @@
 #include "tools/cli/refusal.h"
 
 namespace mercato::cli {
-namespace {
+namespace shopout_commands {
 
 constexpr const char* kReader = "Mercato.Catalog";
 constexpr const char* kWriter = "Mercato.TCatalog";
@@ -249,9 +249,10 @@ void add_partners(CLI::App& command, Partners& given) {
       ->check(CLI::Range(1, kGreatestId));
 }
 
-}  // namespace
+}  // namespace shopout_commands
 
 void add_shopout_commands(Menu& menu) {
+  using namespace shopout_commands;
   Menu::Group group =
       menu.group("shopout", "Shop-out folders, their accounts, and the partners of nodes and catalogues");
   group.add("list", "List the shop-out folders that have a partner", "  mercato shopout list\n", list);

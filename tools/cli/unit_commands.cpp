@@ -8,7 +8,7 @@
 #include "tools/cli/refusal.h"
 
 namespace mercato::cli {
-namespace {
+namespace unit_commands {
 
 struct NoOptions {};
 struct WhichUnit {
@@ -29,9 +29,10 @@ int remove(const WhichUnit& given, const OutputOptions& output) {
   return delete_row({"Mercato.TUnit", "Delete", "UNIT", given.code}, output);
 }
 
-}  // namespace
+}  // namespace unit_commands
 
 void add_unit_commands(Menu& menu) {
+  using namespace unit_commands;
   Menu::Group group = menu.group("unit", "List and delete units of measure");
   group.add("list", "List the unit codes", "  mercato unit list\n", list);
   const auto [command, given] = group.add("delete", "Delete a unit",

@@ -12,7 +12,7 @@
 #include "tools/cli/refusal.h"
 
 namespace mercato::cli {
-namespace {
+namespace unspsc_commands {
 
 struct CodesFile {
   std::string file;
@@ -152,9 +152,10 @@ int tree(const Branch& given, const OutputOptions& output) {
   return answer_list(output, "codes", std::move(list), table, "There are no UNSPSC codes.");
 }
 
-}  // namespace
+}  // namespace unspsc_commands
 
 void add_unspsc_commands(Menu& menu) {
+  using namespace unspsc_commands;
   Menu::Group group = menu.group("unspsc", "Load UNSPSC codes, and show their tree");
   {
     const auto [command, given] =
