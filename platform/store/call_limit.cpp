@@ -1,5 +1,6 @@
 #include "platform/store/call_limit.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -14,6 +15,7 @@ using Clock = std::chrono::steady_clock;
 
 struct Limit {
   int depth = 0;
+  std::uint64_t call = 0;
   bool armed = false;
   bool passed = false;
   std::uint32_t calls = 0;
@@ -22,6 +24,7 @@ struct Limit {
 };
 
 thread_local constinit Limit limit;
+constinit std::atomic<std::uint64_t> calls_so_far = 0;
 
 [[noreturn]] void raise_passed() {
   raise(error_number::kTimeout, {},
@@ -32,6 +35,7 @@ thread_local constinit Limit limit;
 
 CallLimit::CallLimit(double seconds) : outermost_(limit.depth++ == 0) {
   if (!outermost_) return;
+  limit.call = calls_so_far.fetch_add(1, std::memory_order_relaxed) + 1;
   limit.armed = seconds > 0;
   limit.passed = false;
   limit.seconds = seconds;
@@ -44,8 +48,12 @@ CallLimit::CallLimit(double seconds) : outermost_(limit.depth++ == 0) {
 
 CallLimit::~CallLimit() {
   --limit.depth;
-  if (outermost_) limit.armed = false;
+  if (!outermost_) return;
+  limit.armed = false;
+  limit.call = 0;
 }
+
+std::uint64_t call_under_way() noexcept { return limit.call; }
 
 void check_call_limit() {
   if (!limit.armed) return;

@@ -2,6 +2,8 @@
 // read, so that a walk without an end is ended, with kTimeout, without a change to the walk.
 #pragma once
 
+#include <cstdint>
+
 namespace mercato::store {
 
 // Starts the clock for one outermost call; nested ones keep the outer deadline. 0 seconds or less: no limit.
@@ -15,6 +17,9 @@ class CallLimit {
  private:
   bool outermost_;
 };
+
+// Which outermost call this thread is in: a number that no other call of the process has; 0 outside of calls.
+std::uint64_t call_under_way() noexcept;
 
 // Raises kTimeout when the deadline has passed. Cheap enough for every field read: the clock is read at every 32nd
 // call.

@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/store/call_limit.h"
+
 namespace mercato::store {
 namespace {
 
@@ -15,6 +17,7 @@ constexpr std::size_t kMostIdle = 64;
 struct Idle {
   std::string connection_string;
   std::unique_ptr<Session> session;
+  std::uint64_t good_in_call;
 };
 
 // Sessions are closed outside of the lock: closing may write.
@@ -32,7 +35,7 @@ class Pool {
     return idle;
   }
 
-  void put(std::string connection_string, std::unique_ptr<Session> session) {
+  void put(std::string connection_string, std::unique_ptr<Session> session, std::uint64_t good_in_call) {
     std::unique_ptr<Session> surplus;
     const std::scoped_lock lock(mutex_);
     const auto same = std::count_if(idle_.begin(), idle_.end(), [&](const Idle& candidate) {
@@ -46,7 +49,7 @@ class Pool {
       surplus = std::move(idle_.front().session);
       idle_.erase(idle_.begin());
     }
-    idle_.push_back({std::move(connection_string), std::move(session)});
+    idle_.push_back({std::move(connection_string), std::move(session), good_in_call});
   }
 
   void clear() {
@@ -73,14 +76,16 @@ const struct CloseAtExit {
 
 }  // namespace
 
-PooledSession::PooledSession(std::string connection_string, std::unique_ptr<Session> session)
-    : connection_string_(std::move(connection_string)), session_(std::move(session)) {}
+PooledSession::PooledSession(std::string connection_string, std::unique_ptr<Session> session,
+                             std::uint64_t good_in_call)
+    : connection_string_(std::move(connection_string)), session_(std::move(session)), good_in_call_(good_in_call) {}
 
 PooledSession& PooledSession::operator=(PooledSession&& other) noexcept {
   if (this != &other) {
     release();
     connection_string_ = std::move(other.connection_string_);
     session_ = std::move(other.session_);
+    good_in_call_ = other.good_in_call_;
   }
   return *this;
 }
@@ -92,16 +97,18 @@ void PooledSession::release() noexcept {
   std::unique_ptr<Session> session = std::move(session_);
   if (!session->reset()) return;
   try {
-    pool().put(std::move(connection_string_), std::move(session));
+    pool().put(std::move(connection_string_), std::move(session), good_in_call_);
   } catch (...) {
     // Out of memory: the session is closed instead of kept.
   }
 }
 
 PooledSession acquire_session(const std::string& connection_string) {
+  const std::uint64_t call = call_under_way();
   while (std::optional<Idle> idle = pool().take(connection_string))
-    if (!idle->session->outdated()) return {std::move(idle->connection_string), std::move(idle->session)};
-  return {connection_string, driver_for(connection_string).open(connection_string)};
+    if ((call != 0 && idle->good_in_call == call) || !idle->session->outdated())
+      return {std::move(idle->connection_string), std::move(idle->session), call};
+  return {connection_string, driver_for(connection_string).open(connection_string), call};
 }
 
 void close_idle_sessions() { pool().clear(); }

@@ -2,6 +2,7 @@
 // Any thread. A process that forks closes the idle sessions before: its child may not use them.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -13,7 +14,8 @@ namespace mercato::store {
 class PooledSession {
  public:
   PooledSession() = default;
-  PooledSession(std::string connection_string, std::unique_ptr<Session> session);
+  // `good_in_call`: the call (call_limit.h) in which the session was found to be up to date.
+  PooledSession(std::string connection_string, std::unique_ptr<Session> session, std::uint64_t good_in_call);
   PooledSession(PooledSession&&) noexcept = default;
   PooledSession& operator=(PooledSession&& other) noexcept;
   ~PooledSession();
@@ -27,9 +29,12 @@ class PooledSession {
  private:
   std::string connection_string_;
   std::unique_ptr<Session> session_;
+  std::uint64_t good_in_call_ = 0;
 };
 
-// An idle session of that store, or a new one. Raises what opening raises.
+// An idle session of that store, or a new one. Whether an idle one is still that of the store's file is asked once in a
+// call from outside: methods that open a connection for each step would ask the file system as often. Raises what
+// opening raises.
 PooledSession acquire_session(const std::string& connection_string);
 
 // Closes all idle sessions, so that files are let go of (tests, library unload).

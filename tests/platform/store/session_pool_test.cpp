@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/store/call_limit.h"
 #include "tests/platform/store/store_files.h"
 
 namespace mercato::store {
@@ -86,6 +87,26 @@ TEST_F(SessionPool, AFileThatWasReplacedIsOpenedAnew) {
   close_idle_sessions();
   const PooledSession session = acquire_session(store_);
   EXPECT_EQ(query_one(*session.get(), "SELECT COUNT(*) FROM PRESENT"), Variant(1));
+}
+
+// A call's steps belong to one store, whatever happens to its file meanwhile; the next call finds the other one.
+TEST_F(SessionPool, AFileThatIsReplacedWithinACallIsNoticedByTheNextCall) {
+  Session* first = nullptr;
+  {
+    const CallLimit call(0);
+    {
+      const PooledSession session = acquire_session(store_);
+      run(*session.get(), "CREATE TABLE FORMER (N int NULL)");
+      first = session.get();
+    }
+    std::filesystem::remove(folder_.path("store.db"));
+    const PooledSession session = acquire_session(store_);
+    EXPECT_EQ(session.get(), first);
+    EXPECT_NE(session->table("FORMER"), nullptr);
+  }
+  const CallLimit next_call(0);
+  const PooledSession session = acquire_session(store_);
+  EXPECT_EQ(session->table("FORMER"), nullptr);
 }
 
 TEST_F(SessionPool, ClosingAStaleSessionLeavesItsSuccessorsFilesAlone) {
