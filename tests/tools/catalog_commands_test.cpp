@@ -9,7 +9,7 @@
 #include "bench/support/data_folder.h"
 #include "tests/support/another_process.h"
 #include "tests/support/refusing_recorder.h"
-#include "tests/tools/tool_store.h"
+#include "tests/tools/command_fixture.h"
 
 namespace mercato::test {
 namespace {
@@ -45,7 +45,7 @@ INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID, LEVEL, VIEWONLY) VALUE
 INSERT INTO USERNODE (USERID, CATALOGID, NODEID) VALUES ('cyd', 1, 2);
 )";
 
-class CatalogCommands : public ToolStore {
+class CatalogCommands : public CommandTest {
  protected:
   CatalogCommands() { execute(kSeed); }
 };

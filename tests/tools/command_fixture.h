@@ -17,13 +17,13 @@ using Words = std::vector<std::string>;
 
 class CommandTest : public testing::Test {
  protected:
+  CommandTest() { EXPECT_EQ(run({"init"}).status, 0); }
   // The seed is a script of statements.
-  explicit CommandTest(const std::string& seed) {
-    EXPECT_EQ(run({"init"}).status, 0);
-    execute(seed);
-  }
+  explicit CommandTest(const std::string& seed) : CommandTest() { execute(seed); }
 
-  ToolRun run(const Words& arguments, const std::string& input = {}) { return tool_.run(arguments, input); }
+  ToolRun run(const Words& arguments, const std::string& input = {}) {
+    return tool_.run(arguments, input, "export LC_ALL=C.UTF-8");
+  }
   void execute(const std::string& script) {
     const ToolRun done = run({"execute", "-"}, script);
     ASSERT_EQ(done.status, 0) << done.err;
@@ -38,7 +38,7 @@ class CommandTest : public testing::Test {
     for (const char* table :
          {"PRODUCT", "PRODUCTPROPVALUE", "PROPERTY", "PROPERTYENUM", "PROPERTYGROUP", "PROPSBYPROPGROUP",
           "CATALOGPRODUCTPRICE", "FAVORITES", "FAVORITEFOLDERS", "UNIT", "PRODUCTCATEGORY", "PRODUCTSBYCATEGORY",
-          "CATALOG", "CATALOGNODE", "CATALOGNODEBYUSER", "CATALOGNODEBYBP"})
+          "CATALOG", "CATALOGNODE", "CATALOGNODEBYUSER", "CATALOGNODEBYBP", "USERNODE"})
       queries += std::string("SELECT * FROM ") + table + ";\n";
     const ToolRun done = run({"execute", "-"}, queries);
     EXPECT_EQ(done.status, 0) << done.err;
@@ -70,6 +70,7 @@ class CommandTest : public testing::Test {
   void expect_wrong_usage(const Words& arguments, const std::string& err) {
     expect_refused(arguments, err + "\nRun with --help for more information.\n", 2);
   }
+  void write_file(const std::string& name, const std::string& text) { write_whole(tool_.folder() / name, text); }
 
   ToolFolder tool_;
 };

@@ -8,7 +8,7 @@
 #include "platform/store/call_limit.h"
 #include "platform/transactions/object_context.h"
 #include "tests/support/refusing_recorder.h"
-#include "tests/tools/tool_store.h"
+#include "tests/tools/command_fixture.h"
 #include "tools/cli/rights_walk.h"
 
 namespace mercato::test {
@@ -26,7 +26,7 @@ INSERT INTO CATALOGNODE (CATALOGID, PARENTNODEID, NODENAME) VALUES (1, 2, 'A4');
 INSERT INTO CATALOGNODE (CATALOGID, NODENAME) VALUES (2, 'Other');
 )";
 
-class RightsCommands : public ToolStore {
+class RightsCommands : public CommandTest {
  protected:
   RightsCommands() { execute(kSeed); }
   // A right of the user on a catalogue, or on one of its nodes.
