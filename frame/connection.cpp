@@ -12,10 +12,16 @@ std::shared_ptr<Connection> Connection::create() { return std::make_shared<Conne
 void Connection::Open(const std::string& iConnectionString, const std::string& /*iUser*/,
                       const std::string& /*iPassword*/, std::int32_t /*iOptions*/) {
   if (open_) raise(error_number::kObjectOpen);
-  connection_string_ = iConnectionString;
   errors_.clear();
   // A session is had now, so that a store that cannot be reached fails here and not at the first statement.
-  reporting([this] { session(); });
+  reporting([&] {
+    if (store::UnitOfWork* const unit = store::UnitOfWork::current()) {
+      connection_string_ = iConnectionString;
+      unit->session(iConnectionString);
+    } else {
+      own_ = store::acquire_session(iConnectionString);
+    }
+  });
   open_ = true;
 }
 
@@ -39,7 +45,7 @@ void Connection::Close() {
 }
 
 store::Session& Connection::session() {
-  if (store::UnitOfWork* const unit = store::UnitOfWork::current()) return unit->session(connection_string_);
+  if (store::UnitOfWork* const unit = store::UnitOfWork::current()) return unit->session(connection_string());
   if (!own_) own_ = store::acquire_session(connection_string_);
   return *own_.get();
 }

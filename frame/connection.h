@@ -40,7 +40,8 @@ class Connection : public Object, public std::enable_shared_from_this<Connection
 
   // For Recordset: the session that statements run on now.
   store::Session& session();
-  const std::string& connection_string() const { return connection_string_; }
+  // What it was opened with.
+  const std::string& connection_string() const { return own_ ? own_.connection_string() : connection_string_; }
   // Keeps a failure of the store in Errors and passes it on.
   template <class Work>
   auto reporting(Work work) {
@@ -53,8 +54,8 @@ class Connection : public Object, public std::enable_shared_from_this<Connection
   }
 
  private:
-  std::string connection_string_;
-  store::PooledSession own_;  // taken at the first statement outside of a unit of work
+  store::PooledSession own_;       // outside of a unit of work
+  std::string connection_string_;  // when it was opened in one
   std::vector<RaisedError> errors_;
   bool open_ = false;
 };

@@ -11,11 +11,9 @@ namespace {
 constexpr std::int32_t kUnspecified = -1;
 constexpr std::int32_t kSourceIsText = 1;
 
-constexpr LiteralPiece kReadCommitted("set TRANSACTION ISOLATION LEVEL READ COMMITTED");
-
 thread_local std::string SharedConnectionString;
 
-bool is_blank(std::string_view text) { return text::trim(text).empty(); }
+bool is_blank(std::string_view text) { return text.find_first_not_of(' ') == std::string_view::npos; }
 
 std::string executing(const Sql& sql) { return " executing: '" + sql.text() + "'"; }
 
@@ -27,6 +25,12 @@ void ask_application() {
     const Variant application(context->Item("Application"));
     SharedConnectionString = application.to<Dictionary>()->Item("MercatoConnection_ConnectionString").to_text();
   });
+}
+
+// Sent on nearly every connection, it makes no recordset that nobody would look at.
+void set_read_committed(Connection& connection) {
+  static const Sql statement("set TRANSACTION ISOLATION LEVEL READ COMMITTED");
+  connection.reporting([&] { connection.session().execute(statement); });
 }
 
 RecordsetPtr open_rows(const Sql& sql, const ConnectionPtr& connection, CursorType cursor, LockType lock) {
@@ -61,7 +65,7 @@ void forget_thread_state() {
 ConnectionPtr open_connection(const std::string& connection_string, Isolation isolation) {
   auto connection = Connection::create();
   connection->Open(connection_string, "", "", kUnspecified);
-  if (isolation == Isolation::read_committed) connection->Execute(kReadCommitted);
+  if (isolation == Isolation::read_committed) set_read_committed(*connection);
   return connection;
 }
 
@@ -117,7 +121,7 @@ RecordsetPtr Sql_GetDisconnectedRecordset(const Sql& iSQL, const std::string& iC
       [&] {
         connection = Connection::create();
         connection->Open(iConnectionString, "", "", kUnspecified);
-        if (iReadCommitted.value_or(false)) connection->Execute(kReadCommitted);
+        if (iReadCommitted.value_or(false)) set_read_committed(*connection);
         auto rows = Recordset::create();
         rows->SetCursorLocation(CursorLocation::client);
         // Opened with the string: it reads on a connection of its own.

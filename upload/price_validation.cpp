@@ -127,11 +127,7 @@ DictionaryPtr PriceXML::getTypeAndRangeErrors(Dictionary& price) {
         };
         bool numbers_good = true;
         bool dates_good = true;
-        const Array fields = price.Keys();
-        const Array values = price.Items();
-        for (std::int32_t index = 0; index <= fields.upper(); ++index) {
-          const Variant& field = fields.at(index);
-          const Variant& value = values.at(index);
+        price.for_each([&](const Variant& field, const Variant& value) {
           const PriceRule rule = price_rule_of(text::to_upper(field.to_text()));
           switch (rule) {
             case PriceRule::none:
@@ -151,7 +147,7 @@ DictionaryPtr PriceXML::getTypeAndRangeErrors(Dictionary& price) {
               dates_good = false;
               break;
           }
-        }
+        });
         if (dates_good) {
           const Variant expiry = price.Item("PriceExpiryDate");
           const Variant effective = price.Item("PriceEffectiveDate");

@@ -1,10 +1,10 @@
 #include "frame/types/date.h"
 
 #include <array>
+#include <charconv>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
-#include <vector>
+#include <utility>
 
 #include "frame/types/raised_error.h"
 #include "frame/types/text.h"
@@ -35,56 +35,79 @@ std::int64_t unix_days(int year, int month, int day) {
       .count();
 }
 
-// Two digits mean this century up to 29, the last one from 30.
-int full_year(int year, std::size_t digits) {
-  if (digits > 2) return year;
-  return year < 30 ? 2000 + year : 1900 + year;
-}
-
 struct Word {
-  enum class Kind { number, name, symbol } kind;
-  std::string text;  // names in capitals
+  enum class Kind : std::uint8_t { number, name, symbol, end } kind = Kind::end;
+  std::string_view text;
   int number = 0;
-  std::size_t digits = 0;
 };
 
-// Numbers, names and separators; blanks only separate. Nothing for a text with other characters in it.
-std::optional<std::vector<Word>> words_of(std::string_view text) {
-  std::vector<Word> words;
-  std::size_t position = 0;
-  while (position < text.size()) {
-    const char byte = text[position];
-    if (byte == ' ' || byte == '\t') {
-      ++position;
-    } else if (byte >= '0' && byte <= '9') {
-      Word word{Word::Kind::number, {}, 0, 0};
-      while (position < text.size() && text[position] >= '0' && text[position] <= '9') {
-        if (++word.digits > 4) return std::nullopt;
-        word.number = word.number * 10 + (text[position++] - '0');
-      }
-      words.push_back(word);
-    } else if ((byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z')) {
-      Word word{Word::Kind::name, {}, 0, 0};
-      while (position < text.size() && ((text[position] | 0x20) >= 'a' && (text[position] | 0x20) <= 'z'))
-        word.text.push_back(static_cast<char>(text[position++] & ~0x20));
-      words.push_back(word);
-    } else if (std::string_view("/-.:,").find(byte) != std::string_view::npos) {
-      words.push_back({Word::Kind::symbol, std::string(1, byte), 0, 0});
-      ++position;
-    } else {
-      return std::nullopt;
-    }
-  }
-  return words;
+// Two digits mean this century up to 29, the last one from 30.
+int full_year(const Word& year) {
+  if (year.text.size() > 2) return year.number;
+  return year.number < 30 ? 2000 + year.number : 1900 + year.number;
 }
+
+// Numbers, names and separators; blanks only separate.
+class Words {
+ public:
+  // False for a text with other characters in it, and for one of more words than a date has.
+  bool read(std::string_view text) {
+    std::size_t position = 0;
+    while (position < text.size()) {
+      const std::size_t begin = position;
+      const char byte = text[position];
+      if (is_blank(byte)) {
+        ++position;
+        continue;
+      }
+      Word word;
+      if (is_digit(byte)) {
+        word.kind = Word::Kind::number;
+        for (; position < text.size() && is_digit(text[position]); ++position) {
+          if (position - begin == kMostDigits) return false;
+          word.number = word.number * 10 + (text[position] - '0');
+        }
+      } else if (is_letter(byte)) {
+        word.kind = Word::Kind::name;
+        while (position < text.size() && is_letter(text[position])) ++position;
+      } else if (std::string_view("/-.:,").find(byte) != std::string_view::npos) {
+        word.kind = Word::Kind::symbol;
+        ++position;
+      } else {
+        return false;
+      }
+      if (size_ == words_.size()) return false;
+      word.text = text.substr(begin, position - begin);
+      words_[size_++] = word;
+    }
+    return true;
+  }
+
+  std::size_t size() const { return size_; }
+  // One of kind `end` behind the last.
+  const Word& operator[](std::size_t position) const {
+    static constexpr Word kEnd;
+    return position < size_ ? words_[position] : kEnd;
+  }
+
+ private:
+  static constexpr std::size_t kMostDigits = 4;
+  static bool is_blank(char byte) { return byte == ' ' || byte == '\t'; }
+  static bool is_digit(char byte) { return byte >= '0' && byte <= '9'; }
+  static bool is_letter(char byte) { return (byte | 0x20) >= 'a' && (byte | 0x20) <= 'z'; }
+
+  // "July, 5, 2026, T 12:30:45.5 PM" and its like have up to 15.
+  std::array<Word, 16> words_;
+  std::size_t size_ = 0;
+};
 
 // Reads the words of one text from left to right.
 class DateReader {
  public:
-  DateReader(std::vector<Word> words, bool month_first) : words_(std::move(words)), month_first_(month_first) {}
+  DateReader(const Words& words, bool month_first) : words_(words), month_first_(month_first) {}
 
   std::optional<Date> read() {
-    if (words_.empty()) return std::nullopt;
+    if (words_.size() == 0) return std::nullopt;
     CivilTime civil;
     const bool has_date = !time_comes_next();
     if (has_date && !read_date(civil)) return std::nullopt;
@@ -95,75 +118,81 @@ class DateReader {
   }
 
  private:
-  bool is_symbol(std::string_view text) const {
-    return kind_at(next_) == Word::Kind::symbol && words_[next_].text == text;
+  // The numbers of a date, in their order.
+  struct Numbers {
+    std::array<Word, 3> words;
+    std::size_t size = 0;
+    const Word& operator[](std::size_t position) const { return words[position]; }
+  };
+
+  bool is_number(std::size_t ahead = 0) const { return words_[next_ + ahead].kind == Word::Kind::number; }
+  bool is_symbol(std::string_view text, std::size_t ahead = 0) const {
+    const Word& word = words_[next_ + ahead];
+    return word.kind == Word::Kind::symbol && word.text == text;
   }
-  bool is_name(std::string_view text) const { return kind_at(next_) == Word::Kind::name && words_[next_].text == text; }
-  std::optional<Word::Kind> kind_at(std::size_t position) const {
-    return position < words_.size() ? std::optional(words_[position].kind) : std::nullopt;
+  bool is_name(std::string_view text, std::size_t ahead = 0) const {
+    const Word& word = words_[next_ + ahead];
+    return word.kind == Word::Kind::name && text::equal_names(word.text, text);
   }
-  bool time_comes_next() const {
-    return kind_at(next_) == Word::Kind::number &&
-           ((kind_at(next_ + 1) == Word::Kind::symbol && words_[next_ + 1].text == ":") ||
-            (kind_at(next_ + 1) == Word::Kind::name &&
-             (words_[next_ + 1].text == "AM" || words_[next_ + 1].text == "PM")));
-  }
+  bool time_comes_next() const { return is_number() && (is_symbol(":", 1) || is_name("AM", 1) || is_name("PM", 1)); }
   void skip_separator() {
     if (is_symbol("/") || is_symbol("-") || is_symbol(".") || is_symbol(",")) ++next_;
   }
 
   bool read_date(CivilTime& civil) {
-    std::vector<Word> numbers;
+    Numbers numbers;
     int named_month = 0;
     std::size_t named_at = 0;
-    while (numbers.size() + (named_month ? 1 : 0) < 3 && next_ < words_.size()) {
-      if (!numbers.empty() && time_comes_next()) break;
-      if (kind_at(next_) == Word::Kind::number) {
-        numbers.push_back(words_[next_++]);
-      } else if (kind_at(next_) == Word::Kind::name && named_month == 0) {
+    const auto parts = [&] { return numbers.size + (named_month ? 1 : 0); };
+    while (parts() < 3 && next_ < words_.size()) {
+      if (numbers.size > 0 && time_comes_next()) break;
+      if (is_number()) {
+        numbers.words[numbers.size++] = words_[next_++];
+      } else if (words_[next_].kind == Word::Kind::name && named_month == 0) {
         named_month = month_of(words_[next_].text);
         if (named_month == 0) return false;
-        named_at = numbers.size();
+        named_at = numbers.size;
         ++next_;
       } else {
         return false;
       }
-      if (numbers.size() + (named_month ? 1 : 0) < 3) skip_separator();
+      if (parts() < 3) skip_separator();
     }
     if (is_symbol(",")) ++next_;
     return named_month != 0 ? with_named_month(civil, numbers, named_month, named_at) : with_numbers(civil, numbers);
   }
 
-  static int month_of(const std::string& text) {
+  static int month_of(std::string_view text) {
     for (std::size_t month = 0; month < kMonths.size(); ++month)
-      if (text.size() >= 3 && kMonths[month].substr(0, text.size()) == text) return static_cast<int>(month) + 1;
+      if (text.size() >= 3 && text::equal_names(kMonths[month].substr(0, text.size()), text))
+        return static_cast<int>(month) + 1;
     return 0;
   }
 
-  static bool with_named_month(CivilTime& civil, const std::vector<Word>& numbers, int month, std::size_t named_at) {
-    if (numbers.size() != 2) return false;
+  static bool with_named_month(CivilTime& civil, const Numbers& numbers, int month, std::size_t named_at) {
+    if (numbers.size != 2) return false;
     // "5 July 2026", "July 5, 2026", "2026 July 5"
-    const bool year_first = numbers[0].digits > 2 || (named_at == 1 && numbers[0].number > 31);
+    const bool year_first = numbers[0].text.size() > 2 || (named_at == 1 && numbers[0].number > 31);
     const Word& year = year_first ? numbers[0] : numbers[1];
     const Word& day = year_first ? numbers[1] : numbers[0];
-    civil.year = full_year(year.number, year.digits);
+    civil.year = full_year(year);
     civil.month = month;
     civil.day = day.number;
     return exists(civil.year, civil.month, civil.day);
   }
 
-  bool with_numbers(CivilTime& civil, const std::vector<Word>& numbers) const {
-    if (numbers.size() != 3) return false;
+  bool with_numbers(CivilTime& civil, const Numbers& numbers) const {
+    if (numbers.size != 3) return false;
     int first = numbers[0].number;
     int second = numbers[1].number;
-    if (numbers[0].digits > 2) {
+    if (numbers[0].text.size() > 2) {
       civil.year = numbers[0].number;
       civil.month = second;
       civil.day = numbers[2].number;
       return exists(civil.year, civil.month, civil.day);
     }
     if (!month_first_) std::swap(first, second);
-    civil.year = full_year(numbers[2].number, numbers[2].digits);
+    civil.year = full_year(numbers[2]);
     civil.month = first;
     civil.day = second;
     if (!exists(civil.year, first, second)) std::swap(civil.month, civil.day);
@@ -173,13 +202,14 @@ class DateReader {
   bool read_time(CivilTime& civil) {
     std::array<int, 3> parts{};
     std::size_t count = 0;
-    while (kind_at(next_) == Word::Kind::number && count < parts.size()) {
+    while (is_number() && count < parts.size()) {
       parts[count++] = words_[next_++].number;
       if (!is_symbol(":")) break;
-      if (kind_at(++next_) != Word::Kind::number) return false;
+      ++next_;
+      if (!is_number()) return false;
     }
     // A fraction of a second is read and dropped.
-    if (count == 3 && is_symbol(".") && kind_at(next_ + 1) == Word::Kind::number) next_ += 2;
+    if (count == 3 && is_symbol(".") && is_number(1)) next_ += 2;
     bool half_named = false;
     if (is_name("AM") || is_name("PM")) {
       half_named = true;
@@ -195,9 +225,31 @@ class DateReader {
     return civil.hour < 24 && civil.minute < 60 && civil.second < 60;
   }
 
-  std::vector<Word> words_;
+  const Words& words_;
   bool month_first_;
   std::size_t next_ = 0;
+};
+
+class DateText {
+ public:
+  // With zeros in front up to that width.
+  DateText& number(int value, std::size_t width = 1) {
+    char digits[12];
+    const auto result = std::to_chars(digits, digits + sizeof digits, value);
+    const auto size = static_cast<std::size_t>(result.ptr - digits);
+    if (size < width) text_.append(width - size, '0');
+    text_.append(digits, size);
+    return *this;
+  }
+  DateText& then(char separator) {
+    text_.push_back(separator);
+    return *this;
+  }
+  void then(std::string_view words) { text_ += words; }
+  std::string take() { return std::move(text_); }
+
+ private:
+  std::string text_;
 };
 
 // The seconds since the zero date; before it the time of day still counts forward.
@@ -232,9 +284,9 @@ Date Date::from_unix_seconds(std::int64_t seconds) {
 }
 
 std::optional<Date> Date::parse(std::string_view text, std::int32_t locale) {
-  auto words = words_of(text);
-  if (!words) return std::nullopt;
-  return DateReader(std::move(*words), locale == kUsLocale).read();
+  Words words;
+  if (!words.read(text)) return std::nullopt;
+  return DateReader(words, locale == kUsLocale).read();
 }
 
 CivilTime Date::civil() const {
@@ -259,22 +311,28 @@ CivilTime Date::civil() const {
 
 std::string Date::text() const {
   const CivilTime parts = civil();
-  char date[32];
-  std::snprintf(date, sizeof date, "%d/%d/%d", parts.month, parts.day, parts.year);
-  if (parts.hour == 0 && parts.minute == 0 && parts.second == 0 && days_ != 0) return date;
-  char time[32];
-  const int hour = parts.hour % 12 == 0 ? 12 : parts.hour % 12;
-  std::snprintf(time, sizeof time, "%d:%02d:%02d %s", hour, parts.minute, parts.second, parts.hour < 12 ? "AM" : "PM");
-  const bool time_alone = parts.year == 1899 && parts.month == 12 && parts.day == 30;
-  return time_alone ? std::string(time) : std::string(date) + " " + time;
+  const auto date = [&](DateText& text) {
+    text.number(parts.month).then('/').number(parts.day).then('/').number(parts.year);
+  };
+  const auto time = [&](DateText& text) {
+    text.number(parts.hour % 12 == 0 ? 12 : parts.hour % 12).then(':').number(parts.minute, 2).then(':');
+    text.number(parts.second, 2).then(parts.hour < 12 ? " AM" : " PM");
+  };
+  DateText text;
+  const bool midnight = parts.hour == 0 && parts.minute == 0 && parts.second == 0 && days_ != 0;
+  const bool time_alone = !midnight && parts.year == 1899 && parts.month == 12 && parts.day == 30;
+  if (!time_alone) date(text);
+  if (!time_alone && !midnight) text.then(' ');
+  if (!midnight) time(text);
+  return text.take();
 }
 
 std::string Date::iso_text() const {
   const CivilTime parts = civil();
-  char text[40];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d", parts.year, parts.month, parts.day, parts.hour,
-                parts.minute, parts.second);
-  return text;
+  DateText text;
+  text.number(parts.year, 4).then('-').number(parts.month, 2).then('-').number(parts.day, 2).then('T');
+  text.number(parts.hour, 2).then(':').number(parts.minute, 2).then(':').number(parts.second, 2);
+  return text.take();
 }
 
 }  // namespace mercato

@@ -246,7 +246,10 @@ std::optional<double> parse_number(std::string_view text) {
 }
 
 std::string number_text(double number) {
-  if (number == 0) return "0";
+  // A whole number of up to 15 digits is written with all of them.
+  constexpr double kBeyondDigits = 1e15;
+  if (std::fabs(number) < kBeyondDigits && number == std::trunc(number))
+    return std::to_string(static_cast<std::int64_t>(number));
   char buffer[40];
   std::snprintf(buffer, sizeof buffer, "%.15G", number);
   return buffer;

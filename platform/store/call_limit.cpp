@@ -13,9 +13,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-struct Limit {
+struct UnderWay {
   int depth = 0;
   std::uint64_t call = 0;
+};
+
+struct Limit {
+  int depth = 0;
   bool armed = false;
   bool passed = false;
   std::uint32_t calls = 0;
@@ -23,6 +27,7 @@ struct Limit {
   Clock::time_point deadline;
 };
 
+thread_local constinit UnderWay under_way;
 thread_local constinit Limit limit;
 constinit std::atomic<std::uint64_t> calls_so_far = 0;
 
@@ -33,9 +38,18 @@ constinit std::atomic<std::uint64_t> calls_so_far = 0;
 
 }  // namespace
 
+OutermostCall::OutermostCall() noexcept {
+  if (under_way.depth++ == 0) under_way.call = calls_so_far.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+OutermostCall::~OutermostCall() {
+  if (--under_way.depth == 0) under_way.call = 0;
+}
+
+std::uint64_t call_under_way() noexcept { return under_way.call; }
+
 CallLimit::CallLimit(double seconds) : outermost_(limit.depth++ == 0) {
   if (!outermost_) return;
-  limit.call = calls_so_far.fetch_add(1, std::memory_order_relaxed) + 1;
   limit.armed = seconds > 0;
   limit.passed = false;
   limit.seconds = seconds;
@@ -48,12 +62,8 @@ CallLimit::CallLimit(double seconds) : outermost_(limit.depth++ == 0) {
 
 CallLimit::~CallLimit() {
   --limit.depth;
-  if (!outermost_) return;
-  limit.armed = false;
-  limit.call = 0;
+  if (outermost_) limit.armed = false;
 }
-
-std::uint64_t call_under_way() noexcept { return limit.call; }
 
 void check_call_limit() {
   if (!limit.armed) return;

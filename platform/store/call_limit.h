@@ -1,12 +1,24 @@
-// The longest time that one call from outside may take on this thread. The store asks on every statement and field
-// read, so that a walk without an end is ended, with kTimeout, without a change to the walk.
+// One call from outside, and the longest time that it may take on this thread. The store asks on every statement and
+// field read, so that a walk without an end is ended, with kTimeout, without a change to the walk.
 #pragma once
 
 #include <cstdint>
 
 namespace mercato::store {
 
-// Starts the clock for one outermost call; nested ones keep the outer deadline. 0 seconds or less: no limit.
+// One call from outside, whoever makes it; calls within it belong to it.
+class OutermostCall {
+ public:
+  OutermostCall() noexcept;
+  ~OutermostCall();
+  OutermostCall(const OutermostCall&) = delete;
+  OutermostCall& operator=(const OutermostCall&) = delete;
+};
+
+// Which one this thread is in: a number that no other call of the process has; 0 outside of calls.
+std::uint64_t call_under_way() noexcept;
+
+// Such a call whose clock starts now; nested ones keep the outer deadline. 0 seconds or less: no limit.
 class CallLimit {
  public:
   explicit CallLimit(double seconds);
@@ -15,11 +27,9 @@ class CallLimit {
   CallLimit& operator=(const CallLimit&) = delete;
 
  private:
+  OutermostCall call_;
   bool outermost_;
 };
-
-// Which outermost call this thread is in: a number that no other call of the process has; 0 outside of calls.
-std::uint64_t call_under_way() noexcept;
 
 // Raises kTimeout when the deadline has passed. Cheap enough for every field read: the clock is read at every 32nd
 // call.

@@ -23,6 +23,7 @@ class PooledSession {
   Session* get() const { return session_.get(); }
   Session* operator->() const { return session_.get(); }
   explicit operator bool() const { return session_ != nullptr; }
+  const std::string& connection_string() const { return connection_string_; }
   // Gives it back now; afterwards this holds none.
   void release() noexcept;
 

@@ -28,11 +28,7 @@ Sql& Sql::operator<<(const Sql& other) {
 }
 
 Sql& Sql::append(PieceKind kind, std::string_view text) {
-  // Room for the usual statement at once.
-  if (marks_.empty()) {
-    marks_.reserve(8);
-    text_.reserve(text_.size() + text.size() + 64);
-  }
+  if (marks_.empty()) marks_.reserve(kUsualMarks);
   const auto begin = static_cast<std::uint32_t>(text_.size());
   text_ += text;
   marks_.push_back({kind, begin, static_cast<std::uint32_t>(text_.size())});

@@ -60,6 +60,7 @@ class Sql {
   static Sql verbatim(std::string text);
 
   Sql& operator<<(LiteralPiece piece) {
+    if (text_.empty()) text_.reserve(kUsualLength);
     text_ += piece.text();
     return *this;
   }
@@ -77,6 +78,10 @@ class Sql {
   const std::vector<Mark>& marks() const { return marks_; }
 
  private:
+  // Room for the usual statement at once.
+  static constexpr std::size_t kUsualLength = 160;
+  static constexpr std::size_t kUsualMarks = 8;
+
   Sql& append(PieceKind kind, std::string_view text);
 
   std::string text_;

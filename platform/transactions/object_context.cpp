@@ -5,6 +5,7 @@
 
 #include "frame/types/raised_error.h"
 #include "platform/automation/registry.h"
+#include "platform/store/call_limit.h"
 #include "platform/store/unit_of_work.h"
 
 namespace mercato {
@@ -113,6 +114,7 @@ struct ContextCall::State {
   State(const State&) = delete;
   State& operator=(const State&) = delete;
 
+  store::OutermostCall call;
   ObjectContext* previous_context = nullptr;
   std::optional<store::UnitOfWork::Current> current_unit;
 };

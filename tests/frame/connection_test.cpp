@@ -89,6 +89,21 @@ TEST_F(ConnectionTest, TheIsolationStatementIsTakenAndChangesNothing) {
   EXPECT_TRUE(connection->Errors().empty());
 }
 
+TEST_F(ConnectionTest, ASettingThatWasSentBeforeStandsForNoOtherStatement) {
+  const auto connection = open();
+  const Sql setting("set TRANSACTION ISOLATION LEVEL READ COMMITTED");
+  for (int time = 0; time < 3; ++time) EXPECT_EQ(connection->Execute(setting)->State(), 0);
+  EXPECT_EQ(connection->Execute(Sql("SELECT * FROM UNIT"))->State(), 1);
+  EXPECT_EQ(connection->Execute(setting)->State(), 0);
+  for (const char* text :
+       {"", "set TRANSACTION ISOLATION LEVEL READ", "set TRANSACTION ISOLATION LEVEL READ COMMITTED;x"})
+    EXPECT_EQ(failure_of([&] { connection->Execute(Sql::verbatim(text)); }).Number, kStatementRefused) << text;
+  // A piece that is refused stays so, whatever its text.
+  Sql smuggled;
+  smuggled << value(setting.text());
+  EXPECT_EQ(failure_of([&] { connection->Execute(smuggled); }).Number, kStatementRefused);
+}
+
 TEST_F(ConnectionTest, ErrorsKeepWhatTheStoreReportedUntilTheConnectionIsClosed) {
   const auto connection = open();
   const RaisedError first = failure_of([&] { connection->Execute(Sql("SELECT * FROM NOSUCHTABLE")); });

@@ -33,10 +33,10 @@ auto required(const Reading& reading, Reason reason) {
 }  // namespace
 
 Variant literal_value(const LexedStatement& lexed, std::uint32_t token) {
-  std::string characters = characters_of(lexed, lexed.tokens[token]);
-  if (lexed.tokens[token].kind != TokenKind::number) return characters;
-  return variant_of(required(read_number(characters),
-                             [&] { return "The number '" + characters + "' is out of the range of numbers."; }));
+  if (lexed.tokens[token].kind != TokenKind::number) return characters_of(lexed, lexed.tokens[token]);
+  const std::string_view digits = inside_of(lexed, lexed.tokens[token]);
+  return variant_of(required(
+      read_number(digits), [&] { return "The number '" + std::string(digits) + "' is out of the range of numbers."; }));
 }
 
 std::optional<std::string_view> text_as_it_stands(const LexedStatement& lexed, const Parameter& parameter) {

@@ -25,6 +25,16 @@ int digits_value(std::string_view digits) {
   return value;
 }
 
+// The number that the whole text is.
+template <class T>
+std::optional<T> all_of_it(std::string_view text) {
+  T value{};
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, value);
+  if (read.ec != std::errc() || read.ptr != end) return std::nullopt;
+  return value;
+}
+
 std::optional<Date> date_of(const CivilTime& civil) {
   try {
     return Date::from_civil(civil);
@@ -36,20 +46,18 @@ std::optional<Date> date_of(const CivilTime& civil) {
 }  // namespace
 
 std::optional<Number> read_number(std::string_view text) {
+  // Most have nothing around them.
+  if (const auto whole = all_of_it<std::int64_t>(text)) return Number(*whole);
   text = stripped(text);
   if (text.empty()) return Number(std::int64_t{0});
   if (text.front() == '+') {
     text.remove_prefix(1);
     if (text.empty() || text.front() == '-') return std::nullopt;
   }
-  const char* const end = text.data() + text.size();
-  std::int64_t whole = 0;
-  const auto as_whole = std::from_chars(text.data(), end, whole);
-  if (as_whole.ec == std::errc() && as_whole.ptr == end) return Number(whole);
-  double real = 0;
-  const auto as_real = std::from_chars(text.data(), end, real);
-  if (as_real.ec != std::errc() || as_real.ptr != end || !std::isfinite(real)) return std::nullopt;
-  return Number(real);
+  if (const auto whole = all_of_it<std::int64_t>(text)) return Number(*whole);
+  const auto real = all_of_it<double>(text);
+  if (!real || !std::isfinite(*real)) return std::nullopt;
+  return Number(*real);
 }
 
 std::optional<Currency> read_money(std::string_view text) {

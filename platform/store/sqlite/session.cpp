@@ -71,11 +71,13 @@ Execution SqliteSession::execute(const Sql& statement, ExecuteOptions options) {
   check_call_limit_now();
   refuse_if_lost();
   if (group_is_old()) commit_group();
+  if (is_last_setting(statement)) return {};
   dialect::lex(statement.text(), lexed_);
   dialect::check_pieces(statement, lexed_);
   const CachedStatementPtr cached = translated(options.identified);
   switch (cached->translation.kind) {
     case dialect::StatementKind::nothing:
+      if (statement.marks().empty()) last_setting_ = statement.text();
       return {};
     case dialect::StatementKind::query:
       return {open_cursor(cached, options.identified), 0};
@@ -88,6 +90,10 @@ Execution SqliteSession::execute(const Sql& statement, ExecuteOptions options) {
       return {nullptr, change(cached)};
   }
   raise(error_number::kInvalidArgument);
+}
+
+bool SqliteSession::is_last_setting(const Sql& statement) const {
+  return !last_setting_.empty() && statement.text() == last_setting_ && statement.marks().empty();
 }
 
 CachedStatementPtr SqliteSession::translated(bool identified) {

@@ -60,6 +60,7 @@ class SqliteSession final : public Session {
     CachedStatementPtr statement;
   };
 
+  bool is_last_setting(const Sql& statement) const;
   CachedStatementPtr translated(bool identified);
   std::unique_ptr<Cursor> open_cursor(CachedStatementPtr statement, bool identified);
   std::int64_t change(const CachedStatementPtr& statement);
@@ -93,6 +94,7 @@ class SqliteSession final : public Session {
   StatementHandle begin_;
   StatementHandle commit_;
   dialect::LexedStatement lexed_;
+  std::string last_setting_;  // one that asks nothing of the engine: the same text before many a query, lexed once
   std::vector<SqliteCursor*> cursors_;  // those that the engine still runs
 
   Mode mode_ = Mode::single;

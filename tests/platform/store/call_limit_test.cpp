@@ -68,5 +68,31 @@ TEST(CallLimit, AnotherThreadHasItsOwn) {
   EXPECT_FALSE(passed);
 }
 
+TEST(OutermostCall, EachHasANumberOfItsOwnThatTheCallsWithinItShare) {
+  EXPECT_EQ(call_under_way(), 0U);
+  std::uint64_t first = 0;
+  {
+    const OutermostCall outer;
+    first = call_under_way();
+    EXPECT_NE(first, 0U);
+    {
+      const CallLimit limit(0);
+      const OutermostCall inner;
+      EXPECT_EQ(call_under_way(), first);
+    }
+    EXPECT_EQ(call_under_way(), first);
+    std::thread([&] {
+      EXPECT_EQ(call_under_way(), 0U);
+      const OutermostCall other;
+      EXPECT_NE(call_under_way(), 0U);
+      EXPECT_NE(call_under_way(), first);
+    }).join();
+  }
+  EXPECT_EQ(call_under_way(), 0U);
+  const CallLimit next(100);
+  EXPECT_NE(call_under_way(), 0U);
+  EXPECT_NE(call_under_way(), first);
+}
+
 }  // namespace
 }  // namespace mercato::store

@@ -14,6 +14,7 @@
 #include "frame/types/dictionary.h"
 #include "platform/automation/invoke.h"
 #include "platform/automation/registry.h"
+#include "platform/store/call_limit.h"
 #include "tests/support/store_fixture.h"
 
 namespace mercato::test {
@@ -361,6 +362,19 @@ TEST_F(Transactions, TheTypedHandleRunsEachCallUnderTheContext) {
   EXPECT_EQ(raised_by([&] { unit->Delete(code); }).Source, "Mercato.Unit.Delete");
   EXPECT_EQ(unit.context().outcome_of_last_call(), Outcome::rolledback);
   EXPECT_EQ(GetObjectContext(), nullptr);
+}
+
+TEST_F(Transactions, ACallUnderAContextIsOneCallFromOutsideWithAllCallsInIt) {
+  const ComponentPtr outer = transactional_root(), inner = plain_root();
+  std::uint64_t first = 0;
+  call(outer, [&] {
+    first = store::call_under_way();
+    EXPECT_NE(first, 0U);
+    call(inner, [&] { EXPECT_EQ(store::call_under_way(), first); });
+    EXPECT_EQ(store::call_under_way(), first);
+  });
+  EXPECT_EQ(store::call_under_way(), 0U);
+  call(inner, [&] { EXPECT_NE(store::call_under_way(), first); });
 }
 
 TEST_F(Transactions, OfSeveralThreadsWorkSideBySide) {
