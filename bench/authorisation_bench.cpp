@@ -18,8 +18,8 @@
 #include "bench/support/bench_store.h"
 #include "bench/support/csv.h"
 #include "bench/support/data_folder.h"
-#include "bench/support/figures.h"
 #include "bench/support/medians.h"
+#include "bench/support/program.h"
 #include "catalog/catalog.h"
 #include "platform/store/session_pool.h"
 #include "platform/transactions/object_context.h"
@@ -136,9 +136,9 @@ std::vector<Tree> plant() {
 
 enum class Question { view_only, order };
 
-bool by_class(Catalog& catalog, Question question, int node) {
-  return question == Question::view_only ? catalog.IsViewOnlyCatalogNodeEx(kUser, node)
-                                         : catalog.IsOrderCatalogNodeEx(kUser, node);
+bool by_class(const Root<Catalog>& catalog, Question question, int node) {
+  return question == Question::view_only ? catalog->IsViewOnlyCatalogNodeEx(kUser, node)
+                                         : catalog->IsOrderCatalogNodeEx(kUser, node);
 }
 
 // The statements of the walk, one by one, and what is to be concluded from them.
@@ -233,7 +233,7 @@ void check(const Tree& tree) {
   }
 }
 
-void run(const std::string& figures_file) {
+void run(Figures& figures) {
   const TemporaryFolder folder;
   store_file = folder.path() / "store.db";
   create_store(store_file);
@@ -251,7 +251,7 @@ void run(const std::string& figures_file) {
       measure(name_of(tree, name).c_str(), [&tree, question = question](benchmark::State& state) {
         const Root<Catalog> catalog;
         Nodes nodes(tree);
-        for (auto _ : state) benchmark::DoNotOptimize(by_class(*catalog.object(), question, nodes.next()));
+        for (auto _ : state) benchmark::DoNotOptimize(by_class(catalog, question, nodes.next()));
       });
       measure((name_of(tree, name) + "_by_hand").c_str(), [&tree, question = question](benchmark::State& state) {
         ByHand by_hand;
@@ -262,8 +262,6 @@ void run(const std::string& figures_file) {
   }
   const Medians medians = measure_in_random_order("authorisation_bench");
   store::close_idle_sessions();
-
-  Figures figures(figures_file);
   std::printf("\n");
   for (const Tree& tree : trees)
     for (const auto& [question, name] : questions) {
@@ -278,15 +276,4 @@ void run(const std::string& figures_file) {
 }  // namespace
 }  // namespace mercato::bench
 
-int main(int argc, char** argv) try {
-  std::string figures_file;
-  for (int option; (option = getopt(argc, argv, "f:")) != -1;) {
-    if (option != 'f') return EXIT_FAILURE;
-    figures_file = optarg;
-  }
-  mercato::bench::run(figures_file);
-  return EXIT_SUCCESS;
-} catch (const std::exception& failure) {
-  std::fprintf(stderr, "authorisation_bench: %s\n", failure.what());
-  return EXIT_FAILURE;
-}
+int main(int argc, char** argv) { return mercato::bench::run_program(argc, argv, mercato::bench::run); }

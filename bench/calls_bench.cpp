@@ -19,8 +19,8 @@
 #include "bench/support/bench_store.h"
 #include "bench/support/components_to_products.h"
 #include "bench/support/data_folder.h"
-#include "bench/support/figures.h"
 #include "bench/support/medians.h"
+#include "bench/support/program.h"
 #include "bench/support/upload.h"
 #include "frame/connection.h"
 #include "frame/lib_general.h"
@@ -278,7 +278,7 @@ void report(const Medians& medians, Figures& figures) {
               medians.clock_us("product_by_process") - medians.clock_us("product_by_class"), "us");
 }
 
-void run(const std::string& figures_file, const std::string& given_store) {
+void run(Figures& figures, const std::string& given_store) {
   const TemporaryFolder folder;
   store_file = given_store.empty() ? folder.path() / "store.db" : fs::path(given_store);
   if (given_store.empty()) make_store(store_file, folder.path());
@@ -298,28 +298,14 @@ void run(const std::string& figures_file, const std::string& given_store) {
 
   const Medians medians = measure_in_random_order("calls_bench");
   store::close_idle_sessions();
-
-  Figures figures(figures_file);
   report(medians, figures);
 }
 
 }  // namespace
 }  // namespace mercato::bench
 
-int main(int argc, char** argv) try {
-  std::string figures_file;
-  std::string store;
-  for (int option; (option = getopt(argc, argv, "f:s:")) != -1;) {
-    if (option == 'f')
-      figures_file = optarg;
-    else if (option == 's')
-      store = optarg;
-    else
-      return EXIT_FAILURE;
-  }
-  mercato::bench::run(figures_file, store);
-  return EXIT_SUCCESS;
-} catch (const std::exception& failure) {
-  std::fprintf(stderr, "calls_bench: %s\n", failure.what());
-  return EXIT_FAILURE;
+int main(int argc, char** argv) {
+  using namespace mercato::bench;
+  return run_program(argc, argv, 's',
+                     [](const Arguments& arguments, Figures& figures) { run(figures, arguments.own); });
 }

@@ -20,7 +20,7 @@
 #include "bench/support/bare_store.h"
 #include "bench/support/bench_store.h"
 #include "bench/support/child_process.h"
-#include "bench/support/figures.h"
+#include "bench/support/program.h"
 #include "catalog/t_catalog.h"
 #include "frame/types/raised_error.h"
 #include "platform/store/session_pool.h"
@@ -221,21 +221,9 @@ class CatalogBench {
 }  // namespace
 }  // namespace mercato::bench
 
-int main(int argc, char** argv) try {
-  std::string figures_file;
-  int nodes = 100'000;
-  for (int option; (option = getopt(argc, argv, "f:n:")) != -1;) {
-    if (option == 'f')
-      figures_file = optarg;
-    else if (option == 'n')
-      nodes = std::stoi(optarg);
-    else
-      return EXIT_FAILURE;
-  }
-  mercato::bench::Figures figures(figures_file);
-  mercato::bench::CatalogBench(nodes, figures).run();
-  return EXIT_SUCCESS;
-} catch (const std::exception& failure) {
-  std::fprintf(stderr, "catalog_bench: %s\n", failure.what());
-  return EXIT_FAILURE;
+int main(int argc, char** argv) {
+  using namespace mercato::bench;
+  return run_program(argc, argv, 'n', [](const Arguments& arguments, Figures& figures) {
+    CatalogBench(arguments.own_number(100'000), figures).run();
+  });
 }

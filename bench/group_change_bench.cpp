@@ -18,7 +18,7 @@
 #include "bench/support/bare_store.h"
 #include "bench/support/bench_store.h"
 #include "bench/support/child_process.h"
-#include "bench/support/figures.h"
+#include "bench/support/program.h"
 #include "classification/property_group.h"
 #include "frame/types/raised_error.h"
 #include "platform/store/session_pool.h"
@@ -228,21 +228,9 @@ class GroupChangeBench {
 }  // namespace
 }  // namespace mercato::bench
 
-int main(int argc, char** argv) try {
-  std::string figures_file;
-  int products = 10'000;
-  for (int option; (option = getopt(argc, argv, "f:n:")) != -1;) {
-    if (option == 'f')
-      figures_file = optarg;
-    else if (option == 'n')
-      products = std::stoi(optarg);
-    else
-      return EXIT_FAILURE;
-  }
-  mercato::bench::Figures figures(figures_file);
-  mercato::bench::GroupChangeBench(products, figures).run();
-  return EXIT_SUCCESS;
-} catch (const std::exception& failure) {
-  std::fprintf(stderr, "group_change_bench: %s\n", failure.what());
-  return EXIT_FAILURE;
+int main(int argc, char** argv) {
+  using namespace mercato::bench;
+  return run_program(argc, argv, 'n', [](const Arguments& arguments, Figures& figures) {
+    GroupChangeBench(arguments.own_number(10'000), figures).run();
+  });
 }

@@ -12,8 +12,8 @@
 
 #include "bench/support/bare_store.h"
 #include "bench/support/bench_store.h"
-#include "bench/support/figures.h"
 #include "bench/support/medians.h"
+#include "bench/support/program.h"
 #include "platform/store/session_pool.h"
 #include "platform/transactions/object_context.h"
 #include "product/product.h"
@@ -87,7 +87,7 @@ void check() {
   if (price != Variant(Currency::from_text("7.25"))) throw std::runtime_error("the store has other prices");
 }
 
-void run(const std::string& figures_file) {
+void run(Figures& figures) {
   const TemporaryFolder folder;
   store_file = folder.path() / "store.db";
   create_store(store_file);
@@ -103,7 +103,6 @@ void run(const std::string& figures_file) {
 
   const double by_class = medians.processor_us("price_by_class");
   const double by_hand = medians.processor_us("price_by_hand");
-  Figures figures(figures_file);
   std::printf("\n");
   figures.add("getCatalogPriceAttributes, six price lines", by_class, "us");
   figures.add("the same with a conversion at a rate", medians.processor_us("price_by_class_converted"), "us");
@@ -114,15 +113,4 @@ void run(const std::string& figures_file) {
 }  // namespace
 }  // namespace mercato::bench
 
-int main(int argc, char** argv) try {
-  std::string figures_file;
-  for (int option; (option = getopt(argc, argv, "f:")) != -1;) {
-    if (option != 'f') return EXIT_FAILURE;
-    figures_file = optarg;
-  }
-  mercato::bench::run(figures_file);
-  return EXIT_SUCCESS;
-} catch (const std::exception& failure) {
-  std::fprintf(stderr, "price_bench: %s\n", failure.what());
-  return EXIT_FAILURE;
-}
+int main(int argc, char** argv) { return mercato::bench::run_program(argc, argv, mercato::bench::run); }

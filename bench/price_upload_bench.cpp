@@ -2,11 +2,8 @@
 //
 // Uploads documents of 10,000 and 100,000 real price lines (or of the sizes named), and plays the same statements by
 // hand on the bare engine. Each measurement has a process and a fresh store of its own; of several the median counts.
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -14,15 +11,11 @@
 
 #include "bench/support/bare_store.h"
 #include "bench/support/bench_store.h"
-#include "bench/support/by_hand.h"
-#include "bench/support/child_process.h"
+#include "bench/support/compared_upload.h"
 #include "bench/support/components_to_prices.h"
-#include "bench/support/cost.h"
 #include "bench/support/data_folder.h"
-#include "bench/support/figures.h"
+#include "bench/support/program.h"
 #include "bench/support/upload.h"
-#include "frame/types/raised_error.h"
-#include "platform/store/session_pool.h"
 
 namespace mercato::bench {
 namespace {
@@ -35,7 +28,6 @@ struct Contents {
   std::uint64_t hash = 0;
   bool operator==(const Contents&) const = default;
 };
-using UploadCost = Cost<Contents>;
 
 struct Document {
   std::size_t lines = 0;
@@ -63,22 +55,11 @@ class PriceUploadBench {
       return true;
     });
     const std::size_t rounds = std::clamp<std::size_t>(60'000 / document.lines, 3, 7);
-    const UploadCost recorded = in_child_process([&] { return upload(true); });
-    std::vector<UploadCost> library, each_statement, once;
-    for (std::size_t round = 0; round < rounds; ++round) {
-      library.push_back(in_child_process([&] { return upload(false); }));
-      each_statement.push_back(in_child_process([&] { return by_hand(Committing::each_statement); }));
-      once.push_back(in_child_process([&] { return by_hand(Committing::once); }));
-      for (const auto* costs : {&library, &each_statement, &once})
-        if (costs->back().contents != recorded.contents)
-          throw std::runtime_error("the runs left different stores behind");
-    }
+    const auto [recorded, whole, bare_each, bare_once] =
+        ComparedUpload<Contents>(files_, upload_all_prices, contents_of).run(rounds);
     if (recorded.contents.lines != static_cast<std::int64_t>(document.lines))
       throw std::runtime_error("the store does not hold what the document does");
 
-    const UploadCost whole = median(library);
-    const UploadCost bare_each = median(each_statement);
-    const UploadCost bare_once = median(once);
     const auto count = static_cast<double>(document.lines);
     const double cpu_per_line = 1e6 * whole.cpu_seconds / count;
     if (!smallest_) smallest_ = cpu_per_line;
@@ -104,38 +85,25 @@ class PriceUploadBench {
   }
 
  private:
-  static UploadCost median(std::vector<UploadCost> costs) {
-    std::ranges::sort(costs, {}, &UploadCost::seconds);
-    return costs[costs.size() / 2];
-  }
-
   Document convert(std::size_t limit) const {
-    std::ofstream document(document_);
+    std::ofstream document(files_.document);
     const ConvertedPrices converted = components_to_prices(csv_, limit, document);
     document.close();
-    std::ofstream part_numbers(part_numbers_);
-    for (const std::string& part_number : converted.part_numbers) part_numbers << part_number << '\n';
-    if (!document || !part_numbers.flush()) throw std::runtime_error("the document cannot be written");
-    return {converted.lines, converted.part_numbers.size(), static_cast<double>(fs::file_size(document_))};
-  }
-
-  std::vector<std::string> part_numbers() const {
-    std::vector<std::string> all;
-    std::ifstream list(part_numbers_);
-    for (std::string line; std::getline(list, line);) all.push_back(line);
-    return all;
+    if (!document) throw std::runtime_error("the document cannot be written");
+    files_.write_part_numbers(converted.part_numbers);
+    return {converted.lines, converted.part_numbers.size(), static_cast<double>(fs::file_size(files_.document))};
   }
 
   // A store with the products that the document prices.
   void make_products() const {
-    fs::remove(store_with_products_);
-    create_store(store_with_products_);
-    BareStore store(store_with_products_);
+    fs::remove(files_.first_store);
+    create_store(files_.first_store);
+    BareStore store(files_.first_store);
     store.run("INSERT INTO CURRENCY (CURRENCYCODE) VALUES ('EUR'), ('USD'); BEGIN");
     const BareStatement insert = store.prepare(
         "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, BUYFROMPARTNUMBER, MULTIPLEBUYER) VALUES (?1, ?1, ?1, "
         "0)");
-    for (const std::string& part_number : part_numbers()) {
+    for (const std::string& part_number : files_.read_part_numbers()) {
       sqlite3_bind_text(insert.get(), 1, part_number.data(), static_cast<int>(part_number.size()), SQLITE_STATIC);
       if (sqlite3_step(insert.get()) != SQLITE_DONE) store.fail("inserting a product");
       sqlite3_reset(insert.get());
@@ -143,71 +111,20 @@ class PriceUploadBench {
     store.run("COMMIT; PRAGMA wal_checkpoint(TRUNCATE)");
   }
 
-  void fresh_store() const {
-    for (const char* ending : {"-wal", "-shm"}) fs::remove(store_.string() + ending);
-    fs::copy_file(store_with_products_, store_, fs::copy_options::overwrite_existing);
-  }
-
-  UploadCost upload(bool recording) const try {
-    fresh_store();
-    std::vector<std::string> wanted = part_numbers();
-    fs::create_directories(web_root_);
-    use_store(store_, web_root_);
-    UploadCost cost;
-    if (recording) {
-      const Recording recorded;
-      upload_all_prices(document_, web_root_, wanted);
-      save_tape(recorded.tape(), tape_);
-    } else {
-      cost = measure<Contents>([&](UploadCost& measured) {
-        measured.calls = static_cast<double>(upload_all_prices(document_, web_root_, std::move(wanted)));
-      });
-    }
-    store::close_idle_sessions();
-    cost.contents = contents_of(store_);
-    return cost;
-  } catch (const Raised& failure) {
-    throw std::runtime_error(failure.error().Source + ": " + failure.error().Description);
-  }
-
-  UploadCost by_hand(Committing committing) const {
-    fresh_store();
-    const Tape tape = load_tape(tape_);
-    UploadCost cost = measure<Contents>([&](UploadCost&) { play(tape, store_, committing); });
-    cost.contents = contents_of(store_);
-    return cost;
-  }
-
   TemporaryFolder folder_;
+  UploadFiles files_{folder_.path()};
   fs::path csv_;
   Figures& figures_;
-  fs::path store_with_products_ = folder_.path() / "products.db";
-  fs::path store_ = folder_.path() / "store.db";
-  fs::path web_root_ = folder_.path() / "web";
-  fs::path document_ = folder_.path() / "prices.xml";
-  fs::path part_numbers_ = folder_.path() / "part_numbers.txt";
-  fs::path tape_ = folder_.path() / "tape";
   std::optional<double> smallest_;  // microseconds of a line of the smallest document
 };
 
 }  // namespace
 }  // namespace mercato::bench
 
-int main(int argc, char** argv) try {
-  std::string figures_file;
-  for (int option; (option = getopt(argc, argv, "f:")) != -1;) {
-    if (option != 'f') return EXIT_FAILURE;
-    figures_file = optarg;
-  }
-  std::vector<std::size_t> sizes;
-  for (; optind < argc; ++optind) sizes.push_back(std::stoull(argv[optind]));
-  if (sizes.empty()) sizes = {10'000, 100'000};
-
-  mercato::bench::Figures figures(figures_file);
-  mercato::bench::PriceUploadBench bench(mercato::bench::components_file(), figures);
-  for (const std::size_t lines : sizes) bench.run(lines);
-  return EXIT_SUCCESS;
-} catch (const std::exception& failure) {
-  std::fprintf(stderr, "price_upload_bench: %s\n", failure.what());
-  return EXIT_FAILURE;
+int main(int argc, char** argv) {
+  using namespace mercato::bench;
+  return run_program(argc, argv, '\0', [](const Arguments& arguments, Figures& figures) {
+    PriceUploadBench bench(components_file(), figures);
+    for (const std::size_t lines : arguments.sizes_or({10'000, 100'000})) bench.run(lines);
+  });
 }

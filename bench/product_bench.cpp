@@ -17,7 +17,7 @@
 #include "bench/support/bare_store.h"
 #include "bench/support/bench_store.h"
 #include "bench/support/child_process.h"
-#include "bench/support/figures.h"
+#include "bench/support/program.h"
 #include "platform/clock/clock.h"
 #include "platform/store/session_pool.h"
 #include "platform/transactions/object_context.h"
@@ -293,21 +293,8 @@ void run(int calls, Figures& figures) {
 }  // namespace
 }  // namespace mercato::bench
 
-int main(int argc, char** argv) try {
-  std::string figures_file;
-  int calls = 1000;
-  for (int option; (option = getopt(argc, argv, "f:n:")) != -1;) {
-    if (option == 'f')
-      figures_file = optarg;
-    else if (option == 'n')
-      calls = std::stoi(optarg);
-    else
-      return EXIT_FAILURE;
-  }
-  mercato::bench::Figures figures(figures_file);
-  mercato::bench::run(calls, figures);
-  return EXIT_SUCCESS;
-} catch (const std::exception& failure) {
-  std::fprintf(stderr, "product_bench: %s\n", failure.what());
-  return EXIT_FAILURE;
+int main(int argc, char** argv) {
+  using namespace mercato::bench;
+  return run_program(argc, argv, 'n',
+                     [](const Arguments& arguments, Figures& figures) { run(arguments.own_number(1000), figures); });
 }

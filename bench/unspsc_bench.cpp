@@ -23,7 +23,7 @@
 #include "bench/support/child_process.h"
 #include "bench/support/csv.h"
 #include "bench/support/data_folder.h"
-#include "bench/support/figures.h"
+#include "bench/support/program.h"
 #include "classification/t_unspsc.h"
 #include "frame/types/raised_error.h"
 #include "platform/spreadsheet/workbook.h"
@@ -303,17 +303,10 @@ void read_large_workbook(Figures& figures) {
 }  // namespace
 }  // namespace mercato::bench
 
-int main(int argc, char** argv) try {
-  std::string figures_file;
-  for (int option; (option = getopt(argc, argv, "f:")) != -1;) {
-    if (option != 'f') return EXIT_FAILURE;
-    figures_file = optarg;
-  }
-  mercato::bench::Figures figures(figures_file);
-  mercato::bench::read_large_workbook(figures);
-  mercato::bench::LoadBench(figures).run();
-  return EXIT_SUCCESS;
-} catch (const std::exception& failure) {
-  std::fprintf(stderr, "unspsc_bench: %s\n", failure.what());
-  return EXIT_FAILURE;
+int main(int argc, char** argv) {
+  using namespace mercato::bench;
+  return run_program(argc, argv, [](Figures& figures) {
+    read_large_workbook(figures);
+    LoadBench(figures).run();
+  });
 }

@@ -13,7 +13,7 @@
 
 #include "bench/support/bare_store.h"
 #include "bench/support/bench_store.h"
-#include "bench/support/figures.h"
+#include "bench/support/program.h"
 #include "frame/lib_mts.h"
 #include "frame/unspsc_lib.h"
 #include "platform/store/session_pool.h"
@@ -119,7 +119,7 @@ double median(std::vector<double> times) {
   return times[times.size() / 2];
 }
 
-void run(const std::string& figures_file) {
+void run(Figures& figures) {
   const TemporaryFolder folder;
   const fs::path path = folder.path() / "store.db";
   create_store(path);
@@ -142,8 +142,6 @@ void run(const std::string& figures_file) {
     }
   }
   store::close_idle_sessions();
-
-  Figures figures(figures_file);
   const auto report = [&](const std::string& what, const Times& times) {
     figures.add(what, median(times.module), "ms");
     figures.add(what + " by hand, prepared", median(times.hand), "ms");
@@ -156,15 +154,4 @@ void run(const std::string& figures_file) {
 }  // namespace
 }  // namespace mercato::bench
 
-int main(int argc, char** argv) try {
-  std::string figures_file;
-  for (int option; (option = getopt(argc, argv, "f:")) != -1;) {
-    if (option != 'f') return EXIT_FAILURE;
-    figures_file = optarg;
-  }
-  mercato::bench::run(figures_file);
-  return EXIT_SUCCESS;
-} catch (const std::exception& failure) {
-  std::fprintf(stderr, "unspsc_links_bench: %s\n", failure.what());
-  return EXIT_FAILURE;
-}
+int main(int argc, char** argv) { return mercato::bench::run_program(argc, argv, mercato::bench::run); }

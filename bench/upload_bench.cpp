@@ -2,11 +2,8 @@
 //
 // Uploads documents of 1,000, 20,000 and 100,000 real records (or of the sizes named), and plays the same statements by
 // hand on the bare engine. Each measurement has a process and a fresh store of its own; of several the median counts.
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -14,15 +11,11 @@
 
 #include "bench/support/bare_store.h"
 #include "bench/support/bench_store.h"
-#include "bench/support/by_hand.h"
-#include "bench/support/child_process.h"
+#include "bench/support/compared_upload.h"
 #include "bench/support/components_to_products.h"
-#include "bench/support/cost.h"
 #include "bench/support/data_folder.h"
-#include "bench/support/figures.h"
+#include "bench/support/program.h"
 #include "bench/support/upload.h"
-#include "frame/types/raised_error.h"
-#include "platform/store/session_pool.h"
 
 namespace mercato::bench {
 namespace {
@@ -37,8 +30,6 @@ struct Contents {
   std::uint64_t hash = 0;
   bool operator==(const Contents&) const = default;
 };
-
-using UploadCost = Cost<Contents>;
 
 struct Document {
   std::size_t records = 0;
@@ -71,10 +62,10 @@ Contents contents_of(const fs::path& path) {
 
 class UploadBench {
  public:
-  UploadBench(const fs::path& csv, Figures& figures, std::string kept_store)
-      : csv_(csv), figures_(figures), kept_store_(std::move(kept_store)) {
+  UploadBench(fs::path csv, Figures& figures, std::string kept_store)
+      : csv_(std::move(csv)), figures_(figures), kept_store_(std::move(kept_store)) {
     in_child_process([&] {
-      create_store(empty_store_);
+      create_store(files_.first_store);
       return true;
     });
   }
@@ -82,25 +73,14 @@ class UploadBench {
   void run(std::size_t records) {
     const std::string label = std::to_string(records) + " records: ";
     const Document document = in_child_process([&] { return convert(records); });
-    // Short runs are repeated, and those by hand stand between them, so that a busy machine disturbs both alike.
     const std::size_t rounds = std::clamp<std::size_t>(20'000 / document.records, 1, 7);
-    const UploadCost recorded = in_child_process([&] { return upload(true); });
-    std::vector<UploadCost> library, each_statement, once;
-    for (std::size_t round = 0; round < rounds; ++round) {
-      library.push_back(in_child_process([&] { return upload(false); }));
-      each_statement.push_back(in_child_process([&] { return by_hand(Committing::each_statement); }));
-      once.push_back(in_child_process([&] { return by_hand(Committing::once); }));
-      for (const auto* costs : {&library, &each_statement, &once})
-        if (costs->back().contents != recorded.contents)
-          throw std::runtime_error("the runs left different stores behind");
-    }
+    const auto [recorded, whole, bare_each, bare_once] =
+        ComparedUpload<Contents>(files_, upload_all, contents_of).run(rounds);
+    if (!kept_store_.empty()) fs::copy_file(files_.store, kept_store_, fs::copy_options::overwrite_existing);
     if (recorded.contents.products != static_cast<std::int64_t>(document.records) ||
         recorded.contents.values != static_cast<std::int64_t>(document.properties))
       throw std::runtime_error("the store does not hold what the document does");
 
-    const UploadCost whole = median(library);
-    const UploadCost bare_each = median(each_statement);
-    const UploadCost bare_once = median(once);
     const double count = static_cast<double>(document.records);
     const double per_record = 1e6 * whole.seconds / count;
     const double cpu_per_record = 1e6 * whole.cpu_seconds / count;
@@ -136,67 +116,18 @@ class UploadBench {
   }
 
  private:
-  static UploadCost median(std::vector<UploadCost> costs) {
-    std::ranges::sort(costs, {}, &UploadCost::seconds);
-    return costs[costs.size() / 2];
-  }
-
   Document convert(std::size_t records) const {
-    std::ofstream document(document_);
+    std::ofstream document(files_.document);
     const Converted converted = components_to_products(csv_, records, document);
     document.close();
-    std::ofstream part_numbers(part_numbers_);
-    for (const std::string& part_number : converted.part_numbers) part_numbers << part_number << '\n';
-    if (!document || !part_numbers.flush()) throw std::runtime_error("the document cannot be written");
-    return {converted.part_numbers.size(), static_cast<double>(fs::file_size(document_)), converted.properties};
-  }
-
-  void fresh_store() const {
-    for (const char* ending : {"-wal", "-shm"}) fs::remove(store_.string() + ending);
-    fs::copy_file(empty_store_, store_, fs::copy_options::overwrite_existing);
-  }
-
-  UploadCost upload(bool recording) const try {
-    fresh_store();
-    std::vector<std::string> part_numbers;
-    std::ifstream list(part_numbers_);
-    for (std::string line; std::getline(list, line);) part_numbers.push_back(line);
-    fs::create_directories(web_root_);
-    use_store(store_, web_root_);
-    UploadCost cost;
-    if (recording) {
-      const Recording recorded;
-      upload_all(document_, web_root_, part_numbers);
-      save_tape(recorded.tape(), tape_);
-    } else {
-      cost = measure<Contents>([&](UploadCost& measured) {
-        measured.calls = static_cast<double>(upload_all(document_, web_root_, std::move(part_numbers)));
-      });
-      if (!kept_store_.empty()) keep_store();
-    }
-    store::close_idle_sessions();
-    cost.contents = contents_of(store_);
-    return cost;
-  } catch (const Raised& failure) {
-    throw std::runtime_error(failure.error().Source + ": " + failure.error().Description);
-  }
-
-  UploadCost by_hand(Committing committing) const {
-    fresh_store();
-    const Tape tape = load_tape(tape_);
-    UploadCost cost = measure<Contents>([&](UploadCost&) { play(tape, store_, committing); });
-    cost.contents = contents_of(store_);
-    return cost;
-  }
-
-  void keep_store() const {
-    store::close_idle_sessions();
-    fs::copy_file(store_, kept_store_, fs::copy_options::overwrite_existing);
+    if (!document) throw std::runtime_error("the document cannot be written");
+    files_.write_part_numbers(converted.part_numbers);
+    return {converted.part_numbers.size(), static_cast<double>(fs::file_size(files_.document)), converted.properties};
   }
 
   // What is compared, by statement.
-  void report_statements(const UploadCost& recorded) const {
-    const Tape tape = load_tape(tape_);
+  void report_statements(const Cost<Contents>& recorded) const {
+    const Tape tape = load_tape(files_.tape);
     const auto count = static_cast<double>(recorded.contents.products);
     std::printf("  statements per record: %.2f (and %.2f settings that cost the engine nothing)\n",
                 static_cast<double>(tape.runs()) / count, static_cast<double>(tape.settings) / count);
@@ -207,15 +138,10 @@ class UploadBench {
   }
 
   TemporaryFolder folder_;
+  UploadFiles files_{folder_.path()};
   fs::path csv_;
   Figures& figures_;
-  fs::path kept_store_;
-  fs::path empty_store_ = folder_.path() / "empty.db";
-  fs::path store_ = folder_.path() / "store.db";
-  fs::path web_root_ = folder_.path() / "web";
-  fs::path document_ = folder_.path() / "products.xml";
-  fs::path part_numbers_ = folder_.path() / "part_numbers.txt";
-  fs::path tape_ = folder_.path() / "tape";
+  std::string kept_store_;
   // Of one record of the smallest document, in microseconds.
   struct PerRecord {
     double by_clock;
@@ -227,26 +153,10 @@ class UploadBench {
 }  // namespace
 }  // namespace mercato::bench
 
-int main(int argc, char** argv) try {
-  std::string figures_file;
-  std::string kept_store;
-  for (int option; (option = getopt(argc, argv, "f:k:")) != -1;) {
-    if (option == 'f')
-      figures_file = optarg;
-    else if (option == 'k')
-      kept_store = optarg;
-    else
-      return EXIT_FAILURE;
-  }
-  std::vector<std::size_t> sizes;
-  for (; optind < argc; ++optind) sizes.push_back(std::stoull(argv[optind]));
-  if (sizes.empty()) sizes = {1'000, 20'000, 100'000};
-
-  mercato::bench::Figures figures(figures_file);
-  mercato::bench::UploadBench bench(mercato::bench::components_file(), figures, kept_store);
-  for (const std::size_t records : sizes) bench.run(records);
-  return EXIT_SUCCESS;
-} catch (const std::exception& failure) {
-  std::fprintf(stderr, "upload_bench: %s\n", failure.what());
-  return EXIT_FAILURE;
+int main(int argc, char** argv) {
+  using namespace mercato::bench;
+  return run_program(argc, argv, 'k', [](const Arguments& arguments, Figures& figures) {
+    UploadBench bench(components_file(), figures, arguments.own);
+    for (const std::size_t records : arguments.sizes_or({1'000, 20'000, 100'000})) bench.run(records);
+  });
 }
