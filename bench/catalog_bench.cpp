@@ -4,13 +4,8 @@
 // catalogue with its nodes (TCatalog.CopyCatalog); then the same by hand on the bare engine. Once more with a quarter
 // of the nodes, to see that the cost grows with them and no faster. Each measurement has a process and a fresh store of
 // its own; of several the median counts.
-#include <sys/resource.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <unordered_map>
@@ -21,8 +16,8 @@
 #include "bench/support/bench_store.h"
 #include "bench/support/child_process.h"
 #include "bench/support/program.h"
+#include "bench/support/work_on_copy.h"
 #include "catalog/t_catalog.h"
-#include "frame/types/raised_error.h"
 #include "platform/store/session_pool.h"
 #include "platform/transactions/object_context.h"
 
@@ -33,27 +28,6 @@ namespace fs = std::filesystem;
 
 constexpr int kRounds = 5;
 constexpr int kChildren = 10;  // of a node
-
-struct Cost {
-  double seconds = 0;
-  double cpu_seconds = 0;
-  std::int64_t rows = 0;   // that the tables hold afterwards
-  std::uint64_t hash = 0;  // of them
-};
-
-double cpu_seconds() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
-void finish(BareStore& store, sqlite3_stmt* statement) {
-  if (sqlite3_step(statement) != SQLITE_DONE) store.fail("writing a row");
-  sqlite3_reset(statement);
-}
 
 void populate_by_hand(const fs::path& path) {
   BareStore store(path);
@@ -114,15 +88,9 @@ void by_class(const fs::path& path, Call call) {
   store::close_idle_sessions();
 }
 
-void look_at_rows(const fs::path& path, Cost& cost) {
-  BareStore store(path);
-  for (const char* all : {"SELECT * FROM CATALOG ORDER BY CATALOGID", "SELECT * FROM CATALOGNODE ORDER BY NODEID",
-                          "SELECT * FROM USERNODE ORDER BY USERID, NODEID"}) {
-    const BareStatement rows = store.prepare(all);
-    for (; sqlite3_step(rows.get()) == SQLITE_ROW; ++cost.rows)
-      cost.hash = cost.hash * 0x100000001B3u + read_row(rows.get());
-  }
-}
+const std::vector<std::string> kCompared = {"SELECT * FROM CATALOG ORDER BY CATALOGID",
+                                            "SELECT * FROM CATALOGNODE ORDER BY NODEID",
+                                            "SELECT * FROM USERNODE ORDER BY USERID, NODEID"};
 
 class CatalogBench {
  public:
@@ -162,52 +130,28 @@ class CatalogBench {
     store.run("PRAGMA wal_checkpoint(TRUNCATE)");
   }
 
-  template <class Work>
-  Cost measure(const fs::path& from, Work work) const {
-    return in_child_process([&]() -> Cost {
-      try {
-        for (const char* ending : {"-wal", "-shm"}) fs::remove(store_.string() + ending);
-        fs::copy_file(from, store_, fs::copy_options::overwrite_existing);
-        Cost cost;
-        const double cpu_before = cpu_seconds();
-        const auto before = std::chrono::steady_clock::now();
-        work(store_);
-        cost.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
-        cost.cpu_seconds = cpu_seconds() - cpu_before;
-        look_at_rows(store_, cost);
-        return cost;
-      } catch (const Raised& failure) {
-        throw std::runtime_error(failure.error().Source + ": " + failure.error().Description);
-      }
-    });
-  }
-
   template <class Call, class ByHand>
   void compare(const std::string& label, Call call, ByHand by_hand) const {
-    std::vector<Cost> library, bare, library_quarter;
+    std::vector<Cost<Rows>> library, bare, library_quarter;
     for (int round = 0; round < kRounds; ++round) {
       const auto work = [&](const fs::path& path) { by_class(path, call); };
-      library.push_back(measure(full_, work));
-      library_quarter.push_back(measure(quarter_, work));
-      bare.push_back(measure(full_, by_hand));
-      if (library.back().rows != bare.back().rows || library.back().hash != bare.back().hash)
+      library.push_back(measure_on_copy(full_, kCompared, work));
+      library_quarter.push_back(measure_on_copy(quarter_, kCompared, work));
+      bare.push_back(measure_on_copy(full_, kCompared, by_hand));
+      if (library.back().contents != bare.back().contents)
         throw std::runtime_error(label + ": the stores do not hold the same rows");
     }
-    const auto median = [](std::vector<Cost>& costs, double Cost::*figure) {
-      std::ranges::sort(costs, {}, figure);
-      return costs[costs.size() / 2].*figure;
-    };
     const std::string name = label + ", " + std::to_string(nodes_);
-    const double seconds = median(library, &Cost::seconds);
-    const double bare_seconds = median(bare, &Cost::seconds);
-    const double cpu = median(library, &Cost::cpu_seconds);
+    const double seconds = median(library, &Cost<Rows>::seconds);
+    const double bare_seconds = median(bare, &Cost<Rows>::seconds);
+    const double cpu = median(library, &Cost<Rows>::cpu_seconds);
     figures_.add(name, seconds, "s");
     figures_.add(name + ": by hand, one transaction", bare_seconds, "s");
     figures_.add(name + " : by hand", seconds / bare_seconds, "x", at_most(3));
-    figures_.add(name + " : by hand, processor time", cpu / median(bare, &Cost::cpu_seconds), "x");
+    figures_.add(name + " : by hand, processor time", cpu / median(bare, &Cost<Rows>::cpu_seconds), "x");
     // Four times the nodes; the rest is for caches that they outgrow.
-    figures_.add(name + " : a quarter of the nodes, processor time", cpu / median(library_quarter, &Cost::cpu_seconds),
-                 "x", at_most(5));
+    figures_.add(name + " : a quarter of the nodes, processor time",
+                 cpu / median(library_quarter, &Cost<Rows>::cpu_seconds), "x", at_most(5));
   }
 
   int nodes_;
@@ -215,7 +159,6 @@ class CatalogBench {
   TemporaryFolder folder_;
   fs::path full_ = folder_.path() / "full.db";
   fs::path quarter_ = folder_.path() / "quarter.db";
-  fs::path store_ = folder_.path() / "store.db";
 };
 
 }  // namespace

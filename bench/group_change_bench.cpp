@@ -4,13 +4,8 @@
 // the bare engine what that amounts to. Three times: the products have no values yet, they have all of them, and the
 // group has lost its properties. Each measurement has a process and a fresh store of its own; of several the median
 // counts.
-#include <sys/resource.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,8 +14,8 @@
 #include "bench/support/bench_store.h"
 #include "bench/support/child_process.h"
 #include "bench/support/program.h"
+#include "bench/support/work_on_copy.h"
 #include "classification/property_group.h"
-#include "frame/types/raised_error.h"
 #include "platform/store/session_pool.h"
 #include "platform/transactions/object_context.h"
 
@@ -33,27 +28,6 @@ constexpr int kProperties = 20;
 constexpr int kRounds = 5;
 constexpr std::int32_t kGroup = 1;
 constexpr std::int32_t kAllProducts = -1;
-
-struct Cost {
-  double seconds = 0;
-  double cpu_seconds = 0;
-  std::int64_t values = 0;  // that the store holds afterwards
-  std::uint64_t hash = 0;   // of them
-};
-
-double cpu_seconds() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
-void finish(BareStore& store, sqlite3_stmt* statement) {
-  if (sqlite3_step(statement) != SQLITE_DONE) store.fail("changing a value");
-  sqlite3_reset(statement);
-}
 
 // What the library does for its caller besides the statements is not in here: it is said how the values have to change.
 enum class Change { none, insert_all, delete_all };
@@ -116,13 +90,8 @@ void by_class(const fs::path& path) {
   store::close_idle_sessions();
 }
 
-void look_at_values(const fs::path& path, Cost& cost) {
-  BareStore store(path);
-  const BareStatement all =
-      store.prepare("SELECT PRODUCTID, PROPERTYID, VALUE FROM PRODUCTPROPVALUE ORDER BY PRODUCTID, PROPERTYID");
-  for (; sqlite3_step(all.get()) == SQLITE_ROW; ++cost.values)
-    cost.hash = cost.hash * 0x100000001B3u + read_row(all.get());
-}
+const std::vector<std::string> kCompared = {
+    "SELECT PRODUCTID, PROPERTYID, VALUE FROM PRODUCTPROPVALUE ORDER BY PRODUCTID, PROPERTYID"};
 
 class GroupChangeBench {
  public:
@@ -162,58 +131,30 @@ class GroupChangeBench {
                     .c_str());
     store.run("COMMIT");
     store.run("PRAGMA wal_checkpoint(TRUNCATE)");
-    copy(without_values_, with_values_);
+    copy_store(without_values_, with_values_);
     by_hand(with_values_, Change::insert_all);
-    copy(with_values_, without_members_);
+    copy_store(with_values_, without_members_);
     BareStore(without_members_).run("DELETE FROM PROPSBYPROPGROUP");
-  }
-
-  static void copy(const fs::path& from, const fs::path& to) {
-    for (const char* ending : {"-wal", "-shm"}) fs::remove(to.string() + ending);
-    fs::copy_file(from, to, fs::copy_options::overwrite_existing);
-  }
-
-  template <class Work>
-  Cost measure(const fs::path& from, Work work) const {
-    return in_child_process([&]() -> Cost {
-      try {
-        copy(from, store_);
-        Cost cost;
-        const double cpu_before = cpu_seconds();
-        const auto before = std::chrono::steady_clock::now();
-        work(store_);
-        cost.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
-        cost.cpu_seconds = cpu_seconds() - cpu_before;
-        look_at_values(store_, cost);
-        return cost;
-      } catch (const Raised& failure) {
-        throw std::runtime_error(failure.error().Source + ": " + failure.error().Description);
-      }
-    });
   }
 
   void compare(const std::string& label, const fs::path& from, Change change, std::int64_t values,
                std::optional<Goal> goal) const {
-    std::vector<Cost> library, bare;
+    std::vector<Cost<Rows>> library, bare;
     for (int round = 0; round < kRounds; ++round) {
-      library.push_back(measure(from, by_class));
-      bare.push_back(measure(from, [&](const fs::path& path) { by_hand(path, change); }));
-      if (library.back().values != values || bare.back().values != values || library.back().hash != bare.back().hash)
+      library.push_back(measure_on_copy(from, kCompared, by_class));
+      bare.push_back(measure_on_copy(from, kCompared, [&](const fs::path& path) { by_hand(path, change); }));
+      if (library.back().contents.count != values || library.back().contents != bare.back().contents)
         throw std::runtime_error(label + ": the stores do not hold the same values");
     }
-    const auto median = [](std::vector<Cost>& costs, double Cost::*figure) {
-      std::ranges::sort(costs, {}, figure);
-      return costs[costs.size() / 2].*figure;
-    };
     const std::string name =
         "UpdateGroupChange, " + std::to_string(products_) + " x " + std::to_string(kProperties) + ", " + label;
-    const double seconds = median(library, &Cost::seconds);
-    const double bare_seconds = median(bare, &Cost::seconds);
+    const double seconds = median(library, &Cost<Rows>::seconds);
+    const double bare_seconds = median(bare, &Cost<Rows>::seconds);
     figures_.add(name, seconds, "s");
     figures_.add(name + ": by hand, one transaction", bare_seconds, "s");
     figures_.add(name + " : by hand", seconds / bare_seconds, "x", goal);
     figures_.add(name + " : by hand, processor time",
-                 median(library, &Cost::cpu_seconds) / median(bare, &Cost::cpu_seconds), "x");
+                 median(library, &Cost<Rows>::cpu_seconds) / median(bare, &Cost<Rows>::cpu_seconds), "x");
   }
 
   int products_;
@@ -222,7 +163,6 @@ class GroupChangeBench {
   fs::path without_values_ = folder_.path() / "without_values.db";
   fs::path with_values_ = folder_.path() / "with_values.db";
   fs::path without_members_ = folder_.path() / "without_members.db";
-  fs::path store_ = folder_.path() / "store.db";
 };
 
 }  // namespace

@@ -16,18 +16,12 @@
 #include "bench/support/data_folder.h"
 #include "bench/support/program.h"
 #include "bench/support/upload.h"
+#include "bench/support/work_on_copy.h"
 
 namespace mercato::bench {
 namespace {
 
 namespace fs = std::filesystem;
-
-// What an upload leaves in the store.
-struct Contents {
-  std::int64_t lines = 0;
-  std::uint64_t hash = 0;
-  bool operator==(const Contents&) const = default;
-};
 
 struct Document {
   std::size_t lines = 0;
@@ -35,13 +29,8 @@ struct Document {
   double bytes = 0;
 };
 
-Contents contents_of(const fs::path& path) {
-  BareStore store(path);
-  const BareStatement statement = store.prepare("SELECT * FROM CATALOGPRODUCTPRICE ORDER BY PRODUCTID, QUANTITYTO");
-  Contents contents;
-  for (; sqlite3_step(statement.get()) == SQLITE_ROW; ++contents.lines)
-    contents.hash = contents.hash * 0x100000001B3u + read_row(statement.get());
-  return contents;
+Rows lines_of(const fs::path& store) {
+  return rows_of(store, {"SELECT * FROM CATALOGPRODUCTPRICE ORDER BY PRODUCTID, QUANTITYTO"});
 }
 
 class PriceUploadBench {
@@ -56,8 +45,8 @@ class PriceUploadBench {
     });
     const std::size_t rounds = std::clamp<std::size_t>(60'000 / document.lines, 3, 7);
     const auto [recorded, whole, bare_each, bare_once] =
-        ComparedUpload<Contents>(files_, upload_all_prices, contents_of).run(rounds);
-    if (recorded.contents.lines != static_cast<std::int64_t>(document.lines))
+        ComparedUpload<Rows>(files_, upload_all_prices, lines_of).run(rounds);
+    if (recorded.contents.count != static_cast<std::int64_t>(document.lines))
       throw std::runtime_error("the store does not hold what the document does");
 
     const auto count = static_cast<double>(document.lines);

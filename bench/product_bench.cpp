@@ -4,13 +4,8 @@
 // transaction of its own, and does by hand on the bare engine what that amounts to. Each measurement has a process and
 // a fresh store of its own; of several the median counts.
 #include <sqlite3.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -18,6 +13,7 @@
 #include "bench/support/bench_store.h"
 #include "bench/support/child_process.h"
 #include "bench/support/program.h"
+#include "bench/support/work_on_copy.h"
 #include "platform/clock/clock.h"
 #include "platform/store/session_pool.h"
 #include "platform/transactions/object_context.h"
@@ -216,64 +212,27 @@ void update_by_hand(const fs::path& path, int calls) {
 
 // Measuring
 
-struct Cost {
-  double seconds = 0;
-  double cpu_seconds = 0;
-  std::int64_t products = 0;  // that the store holds afterwards
-  std::uint64_t hash = 0;     // of all their columns
-};
-
-double cpu_seconds() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
-template <class Work>
-Cost measure(const fs::path& from, const fs::path& path, Work work) {
-  return in_child_process([&] {
-    for (const char* ending : {"-wal", "-shm"}) fs::remove(path.string() + ending);
-    fs::copy_file(from, path, fs::copy_options::overwrite_existing);
-    Cost cost;
-    const double cpu_before = cpu_seconds();
-    const auto before = std::chrono::steady_clock::now();
-    work(path);
-    cost.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
-    cost.cpu_seconds = cpu_seconds() - cpu_before;
-    BareStore store(path);
-    const BareStatement all = store.prepare("SELECT * FROM PRODUCT ORDER BY PRODUCTID");
-    for (; sqlite3_step(all.get()) == SQLITE_ROW; ++cost.products)
-      cost.hash = cost.hash * 0x100000001B3u + read_row(all.get());
-    return cost;
-  });
-}
+const std::vector<std::string> kCompared = {"SELECT * FROM PRODUCT ORDER BY PRODUCTID"};
 
 using Work = void (*)(const fs::path&, int);
 
 void compare(const std::string& name, const fs::path& from, int calls, Work by_class, Work by_hand, Figures& figures) {
-  const fs::path path = from.parent_path() / "measured.db";
-  std::vector<Cost> library;
-  std::vector<Cost> bare;
+  std::vector<Cost<Rows>> library;
+  std::vector<Cost<Rows>> bare;
   for (int round = 0; round < kRounds; ++round) {
-    library.push_back(measure(from, path, [&](const fs::path& store) { by_class(store, calls); }));
-    bare.push_back(measure(from, path, [&](const fs::path& store) { by_hand(store, calls); }));
-    if (library.back().products != calls || bare.back().products != calls || library.back().hash != bare.back().hash)
+    library.push_back(measure_on_copy(from, kCompared, [&](const fs::path& store) { by_class(store, calls); }));
+    bare.push_back(measure_on_copy(from, kCompared, [&](const fs::path& store) { by_hand(store, calls); }));
+    if (library.back().contents.count != calls || library.back().contents != bare.back().contents)
       throw std::runtime_error(name + ": the stores do not hold the same products");
   }
-  const auto median = [](std::vector<Cost>& costs, double Cost::*figure) {
-    std::ranges::sort(costs, {}, figure);
-    return costs[costs.size() / 2].*figure;
-  };
   const double microseconds = 1e6 / calls;
-  figures.add(name + ", 20 fields, one transaction", median(library, &Cost::seconds) * microseconds, "us");
-  figures.add(name + ": the same by hand", median(bare, &Cost::seconds) * microseconds, "us");
-  figures.add(name + " : by hand", median(library, &Cost::seconds) / median(bare, &Cost::seconds), "x", at_most(3));
-  figures.add(name + ", processor time", median(library, &Cost::cpu_seconds) * microseconds, "us");
+  figures.add(name + ", 20 fields, one transaction", median(library, &Cost<Rows>::seconds) * microseconds, "us");
+  figures.add(name + ": the same by hand", median(bare, &Cost<Rows>::seconds) * microseconds, "us");
+  figures.add(name + " : by hand", median(library, &Cost<Rows>::seconds) / median(bare, &Cost<Rows>::seconds), "x",
+              at_most(3));
+  figures.add(name + ", processor time", median(library, &Cost<Rows>::cpu_seconds) * microseconds, "us");
   figures.add(name + " : by hand, processor time",
-              median(library, &Cost::cpu_seconds) / median(bare, &Cost::cpu_seconds), "x");
+              median(library, &Cost<Rows>::cpu_seconds) / median(bare, &Cost<Rows>::cpu_seconds), "x");
 }
 
 void run(int calls, Figures& figures) {

@@ -4,13 +4,9 @@
 // (TUNSPSC.UploadFromXLS, UploadFromXML), then once more as overwrites; beside it the same statements by hand on the
 // bare engine, by somebody who has the pairs in memory already. Then reads a large workbook. Each measurement has a
 // process and a fresh store of its own; of several the median counts. Without the real data the codes are made up.
-#include <sys/resource.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <optional>
 #include <stdexcept>
@@ -24,8 +20,8 @@
 #include "bench/support/csv.h"
 #include "bench/support/data_folder.h"
 #include "bench/support/program.h"
+#include "bench/support/work_on_copy.h"
 #include "classification/t_unspsc.h"
-#include "frame/types/raised_error.h"
 #include "platform/spreadsheet/workbook.h"
 #include "platform/store/session_pool.h"
 #include "platform/transactions/object_context.h"
@@ -78,22 +74,6 @@ void write_document(const fs::path& path, const Codes& codes) {
   file << "</UNSPSC_ITEMS>\n";
 }
 
-struct Cost {
-  double seconds = 0;
-  double cpu_seconds = 0;
-  std::int64_t rows = 0;   // that the tables hold afterwards
-  std::uint64_t hash = 0;  // of them
-};
-
-double cpu_seconds() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
 // Both kinds of load: whatever is there is overwritten.
 void load_by_hand(const fs::path& path, const Codes& codes) {
   BareStore store(path);
@@ -140,39 +120,15 @@ void load_by_hand(const fs::path& path, const Codes& codes) {
   store.run("COMMIT");
 }
 
-void look_at_rows(const fs::path& path, Cost& cost) {
-  BareStore store(path);
-  for (const char* all : {"SELECT * FROM UNSPSCCODES ORDER BY PARENTCODE, UNSPSCCODE",
-                          "SELECT COMMODITYCODE, DESCRIPTION FROM COMMODITY ORDER BY COMMODITYCODE"}) {
-    const BareStatement rows = store.prepare(all);
-    for (; sqlite3_step(rows.get()) == SQLITE_ROW; ++cost.rows)
-      cost.hash = cost.hash * 0x100000001B3u + read_row(rows.get());
-  }
-}
-
-template <class Work>
-auto in_child(Work work) {
-  return in_child_process([&] {
-    try {
-      return work();
-    } catch (const Raised& failure) {
-      throw std::runtime_error(failure.error().Source + ": " + failure.error().Description);
-    }
-  });
-}
-
-template <class Value>
-double median(std::vector<Value> costs, double Value::*figure) {
-  std::ranges::sort(costs, {}, figure);
-  return costs[costs.size() / 2].*figure;
-}
+const std::vector<std::string> kCompared = {"SELECT * FROM UNSPSCCODES ORDER BY PARENTCODE, UNSPSCCODE",
+                                            "SELECT COMMODITYCODE, DESCRIPTION FROM COMMODITY ORDER BY COMMODITYCODE"};
 
 class LoadBench {
  public:
   explicit LoadBench(Figures& figures) : figures_(figures), codes_(codes_to_load()) {
     test::write_workbook(workbook_.string(), test::codes_content(codes_));
     write_document(document_, codes_);
-    in_child([&] {
+    in_child_process([&] {
       create_store(empty_);
       fs::copy_file(empty_, full_);
       load_by_hand(full_, codes_);
@@ -201,39 +157,23 @@ class LoadBench {
   }
 
  private:
-  template <class Work>
-  Cost measure(const fs::path& from, Work work) const {
-    return in_child([&] {
-      for (const char* ending : {"-wal", "-shm"}) fs::remove(store_.string() + ending);
-      fs::copy_file(from, store_, fs::copy_options::overwrite_existing);
-      Cost cost;
-      const double cpu_before = cpu_seconds();
-      const auto before = std::chrono::steady_clock::now();
-      work(store_);
-      cost.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
-      cost.cpu_seconds = cpu_seconds() - cpu_before;
-      look_at_rows(store_, cost);
-      return cost;
-    });
-  }
-
   template <class Load>
   void compare(const std::string& label, const fs::path& from, Load load, std::optional<Goal> goal = {}) const {
-    std::vector<Cost> library, bare;
+    std::vector<Cost<Rows>> library, bare;
     for (int round = 0; round < kRounds; ++round) {
-      library.push_back(measure(from, load));
-      bare.push_back(measure(from, [&](const fs::path& store) { load_by_hand(store, codes_); }));
-      if (library.back().rows != bare.back().rows || library.back().hash != bare.back().hash)
+      library.push_back(measure_on_copy(from, kCompared, load));
+      bare.push_back(measure_on_copy(from, kCompared, [&](const fs::path& store) { load_by_hand(store, codes_); }));
+      if (library.back().contents != bare.back().contents)
         throw std::runtime_error(label + ": the stores do not hold the same rows");
     }
     const std::string name = std::to_string(codes_.size()) + " " + label;
-    const double seconds = median(library, &Cost::seconds);
-    const double bare_seconds = median(bare, &Cost::seconds);
+    const double seconds = median(library, &Cost<Rows>::seconds);
+    const double bare_seconds = median(bare, &Cost<Rows>::seconds);
     figures_.add(name, seconds, "s");
     figures_.add(name + ": by hand, one transaction", bare_seconds, "s");
     figures_.add(name + " : by hand", seconds / bare_seconds, "x", goal);
     figures_.add(name + " : by hand, processor time",
-                 median(library, &Cost::cpu_seconds) / median(bare, &Cost::cpu_seconds), "x");
+                 median(library, &Cost<Rows>::cpu_seconds) / median(bare, &Cost<Rows>::cpu_seconds), "x");
   }
 
   Figures& figures_;
@@ -243,7 +183,6 @@ class LoadBench {
   fs::path document_ = folder_.path() / "codes.xml";
   fs::path empty_ = folder_.path() / "empty.db";
   fs::path full_ = folder_.path() / "full.db";
-  fs::path store_ = folder_.path() / "store.db";
 };
 
 // 200,000 rows of a code as a number, a shared text of its own, a date and an amount.
@@ -266,24 +205,18 @@ double write_large_workbook(const fs::path& path) {
   return static_cast<double>(test::part(parts, "xl/worksheets/sheet1.xml").content.size());
 }
 
-double peak_bytes() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  return static_cast<double>(usage.ru_maxrss) * 1024;
-}
-
 void read_large_workbook(Figures& figures) {
   const TemporaryFolder folder;
   const fs::path path = folder.path() / "large.xlsx";
-  const double sheet_bytes = in_child([&] { return write_large_workbook(path); });
+  const double sheet_bytes = in_child_process([&] { return write_large_workbook(path); });
   struct Reading {
     double seconds;
     double more_bytes;
   };
   std::vector<Reading> readings;
   for (int round = 0; round < kRounds; ++round)
-    readings.push_back(in_child([&]() -> Reading {
-      const double before_bytes = peak_bytes();
+    readings.push_back(in_child_process([&]() -> Reading {
+      const double before_bytes = memory_bytes("VmHWM");
       const auto before = std::chrono::steady_clock::now();
       spreadsheet::Workbook workbook;
       if (!workbook.open(path.string())) throw std::runtime_error(workbook.error());
@@ -292,7 +225,7 @@ void read_large_workbook(Figures& figures) {
         for (const std::string& text : texts) bytes += text.size();
       if (bytes < 1'000'000) throw std::runtime_error("the workbook was not read");
       return {std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count(),
-              peak_bytes() - before_bytes};
+              memory_bytes("VmHWM") - before_bytes};
     }));
   const std::string name = "workbook with " + std::to_string(static_cast<int>(sheet_bytes / 1e6)) + " MB of sheet";
   figures.add(name + " opened and read", median(readings, &Reading::seconds), "s");

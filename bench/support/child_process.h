@@ -11,6 +11,8 @@
 #include <stdexcept>
 #include <type_traits>
 
+#include "frame/types/raised_error.h"
+
 namespace mercato::bench {
 
 // Runs `work` in a child and hands its result back. The parent may have no threads and no open store. Throws
@@ -29,6 +31,8 @@ auto in_child_process(Work work) {
     try {
       const Result result = work();
       if (::write(ends[1], &result, sizeof result) == sizeof result) status = EXIT_SUCCESS;
+    } catch (const Raised& failure) {
+      std::fprintf(stderr, "%s: %s\n", failure.error().Source.c_str(), failure.error().Description.c_str());
     } catch (const std::exception& failure) {
       std::fprintf(stderr, "%s\n", failure.what());
     }

@@ -14,7 +14,7 @@
 #include "bench/support/by_hand.h"
 #include "bench/support/child_process.h"
 #include "bench/support/cost.h"
-#include "frame/types/raised_error.h"
+#include "bench/support/work_on_copy.h"
 #include "platform/store/session_pool.h"
 
 namespace mercato::bench {
@@ -86,13 +86,8 @@ class ComparedUpload {
     return costs[costs.size() / 2];
   }
 
-  void fresh_store() const {
-    for (const char* ending : {"-wal", "-shm"}) std::filesystem::remove(files_.store.string() + ending);
-    std::filesystem::copy_file(files_.first_store, files_.store, std::filesystem::copy_options::overwrite_existing);
-  }
-
-  UploadCost upload(bool recording) const try {
-    fresh_store();
+  UploadCost upload(bool recording) const {
+    copy_store(files_.first_store, files_.store);
     std::vector<std::string> part_numbers = files_.read_part_numbers();
     std::filesystem::create_directories(files_.web_root);
     use_store(files_.store, files_.web_root);
@@ -109,12 +104,10 @@ class ComparedUpload {
     store::close_idle_sessions();
     cost.contents = contents_of_(files_.store);
     return cost;
-  } catch (const Raised& failure) {
-    throw std::runtime_error(failure.error().Source + ": " + failure.error().Description);
   }
 
   UploadCost by_hand(Committing committing) const {
-    fresh_store();
+    copy_store(files_.first_store, files_.store);
     const Tape tape = load_tape(files_.tape);
     UploadCost cost = measure<Contents>([&](UploadCost&) { play(tape, files_.store, committing); });
     cost.contents = contents_of_(files_.store);

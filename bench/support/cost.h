@@ -3,10 +3,12 @@
 
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace mercato::bench {
 
@@ -50,6 +52,12 @@ Cost<Contents> measure(Work work) {
   cost.cpu_seconds = cpu_seconds() - cpu_before;
   cost.peak_bytes = memory_bytes("VmHWM");
   return cost;
+}
+
+template <class Value>
+double median(std::vector<Value> costs, double Value::*figure) {
+  std::ranges::sort(costs, {}, figure);
+  return costs[costs.size() / 2].*figure;
 }
 
 }  // namespace mercato::bench
