@@ -5,6 +5,7 @@
 #include <string>
 
 #include "frame/types/text.h"
+#include "platform/store/call_limit.h"
 #include "tests/catalog/catalog_fixture.h"
 #include "tests/support/refusing_recorder.h"
 
@@ -78,7 +79,23 @@ class CatalogRightsTest : public CatalogTest {
     work();
     EXPECT_EQ(recorder.statements, statements);
   }
-  // The same for a row that the store refuses.
+  // Only the call's time ends the work, and nothing of it stays. Returns the statements that it ran.
+  template <class Work>
+  Statements expect_no_end(Work work) {
+    const auto before = all_rows();
+    Statements statements;
+    {
+      Recorder recorder;
+      const store::CallLimit limit(0.2);
+      EXPECT_EQ(raised_by(work).Number, error_number::kTimeout);
+      statements = recorder.statements;
+    }
+    EXPECT_EQ(vote(), Vote::abort);
+    EXPECT_EQ(outcome(), Outcome::rolledback);
+    EXPECT_EQ(all_rows(), before);
+    return statements;
+  }
+  // A row that the store refuses stops the work likewise.
   template <class Work>
   void expect_nothing_left(const std::string& operation, const std::string& table, const std::string& condition,
                            Work work) {
