@@ -4,6 +4,7 @@
 #include "frame/types/date.h"
 #include "tests/support/store_fixture.h"
 #include "tests/tools/run_tool.h"
+#include "tests/tools/upload_checks.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
 
@@ -63,24 +64,8 @@ class ToolUpload : public StoreTest {
         counts.push_back(call.arguments[2].to_array().items.size());
     return counts;
   }
-  static void expect_counts(const UploadReport& report, std::size_t applied, std::size_t refused,
-                            std::size_t remaining) {
-    EXPECT_EQ(report.applied(), applied);
-    EXPECT_EQ(report.refused, refused);
-    EXPECT_EQ(report.remaining, remaining);
-    EXPECT_EQ(report.read, applied + refused + remaining);
-  }
   std::filesystem::path remaining_file() const { return folder() / "web/XMLDownload/remaining_products_test.xml"; }
-  std::vector<std::string> remaining_part_numbers() const {
-    std::vector<std::string> part_numbers;
-    const std::string text = read_whole(remaining_file());
-    constexpr std::string_view kBefore = "buyfrompartnumber=\"";
-    for (std::size_t at = 0; (at = text.find(kBefore, at)) != std::string::npos;) {
-      at += kBefore.size();
-      part_numbers.push_back(text.substr(at, text.find('"', at) - at));
-    }
-    return part_numbers;
-  }
+  std::vector<std::string> remaining_part_numbers() const { return part_numbers_in(remaining_file()); }
   std::vector<std::string> stored_part_numbers() const {
     std::vector<std::string> part_numbers;
     for (const auto& row : rows("SELECT BUYFROMPARTNUMBER FROM PRODUCT ORDER BY PRODUCTID"))
