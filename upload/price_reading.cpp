@@ -10,6 +10,7 @@ namespace upload {
 
 DictionaryPtr price_of(const xml::NodeList& fields) {
   auto price = std::make_shared<Dictionary>();
+  price->reserve(fields.size());
   for (const xml::Node field : fields)
     if (field.type() == xml::NodeType::kElement) price->Add(field.name(), field.typed_value());
   return price;
