@@ -1,6 +1,5 @@
 // Requisition support: the properties that a requisition line asks for, and the quantities that may be ordered.
 #include <array>
-#include <cmath>
 #include <string_view>
 
 #include "frame/contracts.h"
@@ -126,9 +125,9 @@ double limit_of(std::string_view label, Open open, LiteralPiece statement, std::
       [](const RecordsetPtr& row) { return row->Eof() ? 0.0 : Gen_NullToZero(row->Value(std::size_t{0})); });
 }
 
-bool is_multiple(const Decimal& quantity, double unrounded, double multiple) {
-  const double times = std::nearbyint(unrounded / multiple);  // half to even
-  return Decimal::of(times) * Decimal::of(multiple) == quantity;
+bool is_multiple(const Decimal& quantity, const Decimal& multiple) {
+  const double times = quotient(quantity, multiple, 0).to_double();
+  return Decimal::of(times) * multiple == quantity;
 }
 
 }  // namespace
@@ -219,7 +218,7 @@ bool Product::CheckLotSize(std::int32_t iProductID, double iQuantity) {
       [&](const RecordsetPtr& row) {
         if (row->Eof()) return false;
         const Variant& multiple = row->Value("MULTIPLEOF");
-        if (!asks_for_nothing(multiple) && !is_multiple(quantity, iQuantity, multiple.to_double())) return false;
+        if (!asks_for_nothing(multiple) && !is_multiple(quantity, Decimal::of(multiple.to_double()))) return false;
         const Variant& least = row->Value("MINORDERQTY");
         return asks_for_nothing(least) || quantity >= Decimal::of(least.to_double());
       });

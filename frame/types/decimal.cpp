@@ -23,6 +23,15 @@ constexpr Wide power_of_ten(int exponent) {
   return power;
 }
 
+// numerator / denominator, halves to the even digit; both are positive.
+Wide divided(Wide numerator, Wide denominator) {
+  Wide whole = numerator / denominator;
+  const Wide rest = numerator % denominator;
+  const Wide missing = denominator - rest;
+  if (rest > missing || (rest == missing && whole % 2 != 0)) ++whole;
+  return whole;
+}
+
 int count_digits(Wide size) {
   int count = 0;
   for (; size > 0; size /= 10) ++count;
@@ -72,12 +81,18 @@ Decimal Decimal::rounded(int decimals) const {
   const int dropped = -exponent_ - decimals;
   if (dropped <= 0) return *this;
   if (dropped > kMostDigits) return {};
-  const Digits power = power_of_ten(dropped);
-  Digits kept = size() / power;
-  const Digits rest = size() % power;
-  const Digits missing = power - rest;
-  if (rest > missing || (rest == missing && kept % 2 != 0)) ++kept;
+  const Digits kept = divided(size(), power_of_ten(dropped));
   return {digits_ < 0 ? -kept : kept, -decimals};
+}
+
+std::int64_t Decimal::to_scaled(int decimals) const {
+  const Decimal kept = rounded(decimals);
+  std::int64_t units = 0;
+  const int missing = kept.exponent_ + decimals;
+  if (count_digits(kept.size()) + missing > kMostDigits ||
+      __builtin_mul_overflow(kept.digits_, power_of_ten(missing), &units))
+    raise(error_number::kOverflow);
+  return units;
 }
 
 Decimal operator*(const Decimal& left, const Decimal& right) {
@@ -86,6 +101,18 @@ Decimal operator*(const Decimal& left, const Decimal& right) {
   const Decimal result(product, left.exponent_ + right.exponent_);
   if (count_digits(result.size()) > kMostDigits) raise(error_number::kOverflow);
   return result;
+}
+
+Decimal quotient(const Decimal& dividend, const Decimal& divisor, int decimals) {
+  const int shift = dividend.exponent_ - divisor.exponent_ + decimals;
+  const int dividend_digits = count_digits(dividend.size()) + std::max(shift, 0);
+  const int divisor_digits = count_digits(divisor.size()) + std::max(-shift, 0);
+  // Less than a tenth of the last decimal.
+  if (dividend.digits_ == 0 || dividend_digits + 1 < divisor_digits) return {};
+  if (std::max(dividend_digits, divisor_digits) > kMostDigits) raise(error_number::kOverflow);
+  const Decimal::Digits whole =
+      divided(dividend.size() * power_of_ten(std::max(shift, 0)), divisor.size() * power_of_ten(std::max(-shift, 0)));
+  return {(dividend.digits_ < 0) != (divisor.digits_ < 0) ? -whole : whole, -decimals};
 }
 
 std::strong_ordering Decimal::operator<=>(const Decimal& other) const {

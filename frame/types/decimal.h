@@ -13,14 +13,21 @@ class Decimal {
   // The number that was entered: a whole one up to 2^53 as it is, any other as its text form shows it, with at most 15
   // significant digits. Raises 6 when it is not finite.
   static Decimal of(double number);
+  // units / 10^decimals.
+  static Decimal of_scaled(std::int64_t units, int decimals) { return {units, -decimals}; }
 
   // The nearest double.
   double to_double() const;
+  // The number times 10^decimals, halves to the even digit. Raises 6 when it does not fit.
+  std::int64_t to_scaled(int decimals) const;
   // With that many decimals, halves to the even digit.
   Decimal rounded(int decimals) const;
 
   // Raises 6 when the product has more than 38 digits.
   friend Decimal operator*(const Decimal& left, const Decimal& right);
+  // With that many decimals, halves to the even digit. The divisor is not 0. Raises 6 when numbers of more than 38
+  // digits are needed.
+  friend Decimal quotient(const Decimal& dividend, const Decimal& divisor, int decimals);
   bool operator==(const Decimal&) const = default;
   std::strong_ordering operator<=>(const Decimal& other) const;
 

@@ -298,6 +298,19 @@ TEST_F(ProductRequisition, PropertiesOfAProductWhoseStatementIsRefusedTakeATailW
 
 // CheckLotSize, getMultipleOf, getMinOrderQty
 
+TEST_F(ProductRequisition, PropertiesOfAProductAreListedUpTo32767) {
+  execute({"INSERT INTO PROPERTY (PROPERTYID, PROPERTYNAME, DATATYPE) VALUES (1, 'p', 5)"});
+  for (int count = 1; count < 32768; count *= 2)
+    execute({"INSERT INTO PROPERTY (PROPERTYNAME, DATATYPE) SELECT PROPERTYNAME, DATATYPE FROM PROPERTY"});
+  execute({"INSERT INTO PRODUCTPROPVALUE (PROPERTYID, PRODUCTID, VALUE) SELECT PROPERTYID, 1, 'v' FROM PROPERTY"});
+  Recorder recorder;
+  EXPECT_EQ(raised_by([&] { product_->GetProductProperties(1); }).Number, error_number::kOverflow);
+  EXPECT_EQ(recorder.log.size(), 1u);
+  EXPECT_EQ(vote(), Vote::none);
+  execute({"DELETE FROM PRODUCTPROPVALUE WHERE PROPERTYID = 1"});
+  EXPECT_EQ(product_->GetProductProperties(1)->Count(), 32767);
+}
+
 TEST_F(ProductRequisition, AQuantityMayBeOrderedInMultiplesAndFromTheLeastOn) {
   const struct {
     const char* multiple;
@@ -329,6 +342,12 @@ TEST_F(ProductRequisition, AQuantityMayBeOrderedInMultiplesAndFromTheLeastOn) {
       {"1", "NULL", 1e30, true},
       {"0.25", "NULL", 1e15 - 1, true},
       {"-2.5", "NULL", 7.5, true},
+      {"1E-7", "NULL", 841080511.2180511, true},  // as many digits as a quantity has
+      {"0.05", "NULL", 109397041266220.4, true},
+      {"0.01", "NULL", 23384292407561.55, true},
+      {"2.5", "NULL", 2098108952969442.5, true},
+      {"0.7", "NULL", 6198436314917868.0, true},
+      {"0.7", "NULL", 6198436314917867.0, false},
       {"2.5", "NULL", 0, true},  // nothing is a multiple of everything
       {"2.5", "10", 0, false},   // but less than the least
       {"NULL", "10", 10, true},

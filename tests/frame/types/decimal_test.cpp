@@ -84,6 +84,46 @@ TEST(Decimal, TheProductIsExactWhereThatOfDoublesIsNot) {
   EXPECT_NE(Decimal::of(3) * Decimal::of(0.1), Decimal::of(0.30000000000001));
 }
 
+TEST(Decimal, TheQuotientIsRoundedOnceHalvesToTheEvenDigit) {
+  const struct {
+    double dividend, divisor;
+    int decimals;
+    double expected;
+  } cases[] = {
+      {841080511.218051, 0.0000001, 0, 8410805112180510},
+      {6198436314917868, 0.7, 0, 8854909021311240},
+      {1, 3, 4, 0.3333},
+      {2, 3, 4, 0.6667},
+      {-2, 3, 4, -0.6667},
+      {2, -3, 4, -0.6667},
+      {5, 2, 0, 2},
+      {7, 2, 0, 4},
+      {-5, 2, 0, -2},
+      {0.0001, 2, 4, 0},
+      {0.0003, 2, 4, 0.0002},
+      {0, 7, 4, 0},
+      {1, 1e300, 4, 0},
+      {9, 17, 0, 1},
+      {8, 17, 0, 0},
+      {1e22, 1e-8, 0, 1e30},
+  };
+  for (const auto& row : cases)
+    EXPECT_EQ(quotient(Decimal::of(row.dividend), Decimal::of(row.divisor), row.decimals), Decimal::of(row.expected))
+        << row.dividend << " / " << row.divisor;
+  EXPECT_EQ(number_raised_by([] { quotient(Decimal::of(1e22), Decimal::of(1e-22), 0); }), error_number::kOverflow);
+}
+
+TEST(Decimal, ScaledNumbersAreWholeOnes) {
+  EXPECT_EQ(Decimal::of_scaled(123450, 4), Decimal::of(12.345));
+  EXPECT_EQ(Decimal::of(12.345).to_scaled(4), 123450);
+  EXPECT_EQ(Decimal::of(12.345).to_scaled(2), 1234);
+  EXPECT_EQ(Decimal::of(-12.355).to_scaled(2), -1236);
+  EXPECT_EQ(Decimal::of(1e14).to_scaled(4), 1'000'000'000'000'000'000);
+  EXPECT_EQ(Decimal().to_scaled(4), 0);
+  EXPECT_EQ(number_raised_by([] { (void)Decimal::of(1e15).to_scaled(4); }), error_number::kOverflow);
+  EXPECT_EQ(number_raised_by([] { (void)Decimal::of(1e300).to_scaled(4); }), error_number::kOverflow);
+}
+
 TEST(Decimal, NumbersAreOrderedByTheirValue) {
   const double ascending[] = {-1e300, -1e15,  -12.5, -12.49, -1,   -0.1, -0.01,    -1e-300,
                               0,      1e-300, 0.01,  0.1,    0.11, 0.2,  1,        9.99,
