@@ -53,6 +53,16 @@ std::string name_beside(const std::string& path) {
   return folder_of(path) + "/.mercato-" + std::to_string(::getpid()) + "-" + std::to_string(counter++) + ".tmp";
 }
 
+// Nothing that is read-only is deleted by force, although the system would only ask whether the folder may be written.
+void refuse_read_only(const std::filesystem::path& path) {
+  constexpr auto kWritable =
+      std::filesystem::perms::owner_write | std::filesystem::perms::group_write | std::filesystem::perms::others_write;
+  std::error_code ignored;
+  const auto status = std::filesystem::symlink_status(path, ignored);
+  if (std::filesystem::exists(status) && (status.permissions() & kWritable) == std::filesystem::perms::none)
+    raise(error_number::kPermissionDenied, {}, "Cannot delete \"" + path.string() + "\": It is read-only");
+}
+
 }  // namespace
 
 bool folder_exists(const std::string& path) {
@@ -70,6 +80,11 @@ void create_folder(const std::string& path) {
 void delete_folder(const std::string& path) {
   if (!folder_exists(path)) fail("delete the folder", path, ENOENT, error_number::kPathNotFound);
   std::error_code failure;
+  refuse_read_only(path);
+  if (!std::filesystem::is_symlink(path, failure))
+    for (std::filesystem::recursive_directory_iterator entry(path, failure), end; entry != end;
+         entry.increment(failure))
+      refuse_read_only(entry->path());
   std::filesystem::remove_all(path, failure);
   if (failure) fail("delete the folder", path, failure.value(), error_number::kPathNotFound);
 }
@@ -82,6 +97,7 @@ bool file_exists(const std::string& path) {
 
 void delete_file(const std::string& path) {
   if (folder_exists(path)) fail("delete the file", path, EISDIR, error_number::kFileNotFound);
+  refuse_read_only(path);
   if (::unlink(path.c_str()) != 0) fail("delete the file", path, errno, error_number::kFileNotFound);
 }
 

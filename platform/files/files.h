@@ -20,13 +20,14 @@ bool folder_exists(const std::string& path);
 void create_folder(const std::string& path);
 
 // Deletes the folder with everything in it; links in it go, not what they lead to. Raises 76 when there is no such
-// folder, 70 without permission, else 75; what was deleted by then stays deleted.
+// folder, 70 when it or anything in it is read-only, and nothing is deleted then; 70 without permission, else 75, and
+// what was deleted by then stays deleted.
 void delete_folder(const std::string& path);
 
 // False also for a path that cannot be looked at, and for a folder of that name.
 bool file_exists(const std::string& path);
 
-// Raises 53 when there is no such file, 70 without permission, 75 for a folder.
+// Raises 53 when there is no such file, 70 without permission and for a read-only file, 75 for a folder.
 void delete_file(const std::string& path);
 
 // The whole content. Raises 53 when there is no such file, 70 without permission, 75 for a folder and for a file of

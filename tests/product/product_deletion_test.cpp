@@ -391,6 +391,22 @@ TEST_F(ProductDeleted, StaysWhenTheFileSystemKeepsItsFolder) {
   EXPECT_EQ(all_rows(), before);
 }
 
+TEST_F(ProductDeleted, StaysWithAReadOnlyAttachment) {
+  std::filesystem::create_directories(attachments() / "1");
+  std::ofstream(attachments() / "1" / "manual.pdf") << "x";
+  const auto kept = attachments() / "1" / "manual.pdf";
+  std::filesystem::permissions(kept, std::filesystem::perms::owner_read);
+  execute({"INSERT INTO ATTACHEDFILE (PRODUCTID) VALUES (1)"});
+  const auto before = all_rows();
+  Recorder recorder;
+  const RaisedError raised = raised_by([&] { product_->Delete(1); });
+  EXPECT_EQ(raised.Number, error_number::kPermissionDenied);
+  EXPECT_EQ(recorder.log.size(), 2u);
+  EXPECT_EQ(vote(), Vote::abort);
+  EXPECT_EQ(all_rows(), before);
+  EXPECT_TRUE(std::filesystem::exists(kept));
+}
+
 // Disable and Enable
 
 TEST_F(ProductDeletion, ProductIsHiddenAndShownAgainWithoutAStamp) {

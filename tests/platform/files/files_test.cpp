@@ -93,6 +93,50 @@ TEST(Folders, AFolderThatMayNotBeDeletedIsAPermissionFailure) {
   EXPECT_TRUE(folder_exists("/proc/self/fdinfo"));
 }
 
+TEST(Folders, AFolderWithSomethingReadOnlyInItStaysWhole) {
+  const TemporaryFolder root;
+  const std::string folder = root / "5";
+  create_folder(folder);
+  create_folder(folder + "/inner");
+  write_file_atomically(folder + "/first.pdf", "x");
+  write_file_atomically(folder + "/inner/manual.pdf", "x");
+  for (const std::string& kept : {folder + "/inner/manual.pdf", folder + "/inner", folder}) {
+    SCOPED_TRACE(kept);
+    ASSERT_EQ(::chmod(kept.c_str(), 0555), 0);
+    EXPECT_EQ(failure_of([&] { delete_folder(folder); }),
+              failure(70, "Cannot delete \"" + kept + "\": It is read-only"));
+    EXPECT_TRUE(file_exists(folder + "/first.pdf"));
+    EXPECT_TRUE(file_exists(folder + "/inner/manual.pdf"));
+    ASSERT_EQ(::chmod(kept.c_str(), 0755), 0);
+  }
+  delete_folder(folder);
+  EXPECT_FALSE(folder_exists(folder));
+}
+
+TEST(Folders, WhatALinkInADeletedFolderLeadsToMayBeReadOnly) {
+  const TemporaryFolder root;
+  const std::string folder = root / "5";
+  create_folder(folder);
+  write_file_atomically(root / "manual.pdf", "x");
+  ASSERT_EQ(::chmod((root / "manual.pdf").c_str(), 0444), 0);
+  ASSERT_EQ(::symlink((root / "manual.pdf").c_str(), (folder + "/link").c_str()), 0);
+  delete_folder(folder);
+  EXPECT_FALSE(folder_exists(folder));
+  EXPECT_TRUE(file_exists(root / "manual.pdf"));
+}
+
+TEST(Files, AReadOnlyFileIsNotDeleted) {
+  const TemporaryFolder root;
+  const std::string path = root / "old.xml";
+  write_file_atomically(path, "x");
+  ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+  EXPECT_EQ(failure_of([&] { delete_file(path); }), failure(70, "Cannot delete \"" + path + "\": It is read-only"));
+  EXPECT_TRUE(file_exists(path));
+  ASSERT_EQ(::chmod(path.c_str(), 0644), 0);
+  delete_file(path);
+  EXPECT_FALSE(file_exists(path));
+}
+
 TEST(Files, AFileThatIsMissingCannotBeDeletedOrRead) {
   const TemporaryFolder root;
   const std::string path = root / "none.xml";
@@ -114,8 +158,9 @@ TEST(Files, AFolderIsNeitherDeletedNorReadAsAFile) {
 
 TEST(Files, AFileThatMayNotBeDeletedIsAPermissionFailure) {
   // The kernel lets nobody delete here, whoever runs the test.
-  EXPECT_EQ(failure_of([] { delete_file("/proc/version"); }).Number, 70);
-  EXPECT_TRUE(file_exists("/proc/version"));
+  EXPECT_EQ(failure_of([] { delete_file("/proc/self/oom_score_adj"); }),
+            failure(70, "Cannot delete the file \"/proc/self/oom_score_adj\": Operation not permitted"));
+  EXPECT_TRUE(file_exists("/proc/self/oom_score_adj"));
 }
 
 TEST(Files, ADeletedFileIsGone) {
