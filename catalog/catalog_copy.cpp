@@ -108,7 +108,7 @@ void TCatalog::CopyCatalogNodes(std::int32_t original_catalog, std::int32_t new_
         for (; !children->Eof(); children->MoveNext()) {
           const Variant parent = children->Value("PARENTNODEID");
           if (parent.is_null()) continue;
-          // A parent outside of the catalogue has no twin: its children get the parent 0.
+          // A parent outside of the catalogue has no twin: its children become roots.
           children->SetValue("PARENTNODEID", twins.Item(parent));
           children->Update();
         }

@@ -35,7 +35,7 @@ class TCatalog : public ComponentOf<TCatalog> {
   // marked as an approval catalogue; the new id is not returned. An empty name stands for "Copy Of " and the name, then
   // "Copy (2) Of " and the name, and so on, whichever is free, compared exactly; a name that is given may be taken.
   // Nodes point at the same categories; rights, favourites and shop-out marks are not copied; children of a node
-  // outside of the catalogue get the parent 0. Raises eCatalogNotFound, source "Mercato.Catalog.CopyCatalog", and 6
+  // outside of the catalogue become roots. Raises eCatalogNotFound, source "Mercato.Catalog.CopyCatalog", and 6
   // when the numbers up to 32767 are taken. Logged under "Catalog.CopyCatalog", what happens in its two steps also
   // under "Catalog.CopyCatalogNodes" and "Catalog.GenerateCopyCatalogNames".
   void CopyCatalog(std::int32_t ilngCatalogIDOrig, std::int16_t iintDeepCopyLevel, const std::string& istrCopyName);

@@ -30,7 +30,6 @@ void begin_line(Recordset& line, const PriceLineKey& key) {
 Variant ruled(const PriceLinePolicy& policy, const std::string& field, const Variant& value) {
   // Before the name counts, so that a Null fails whatever its field.
   const bool is_empty = value.to_text().empty();
-  if (policy.no_value_to_null && value.is_empty()) return kNull;
   const std::string name = text::to_upper(field);
   if (name == "PRICETAXPERCENTAGE" || name == "DISCOUNTPERC")
     return round_half_to_even(value.to_double(), kPercentageDecimals);

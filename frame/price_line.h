@@ -16,10 +16,9 @@ namespace mercato {
 struct PriceLinePolicy {
   LiteralPiece group_comparison;  // how the look-up compares the group, up to the group's literal
   bool empty_group_to_null;       // whether a field GROUPBY without a text is written as Null
-  bool no_value_to_null;          // whether Empty clears its column; else it counts as 0 or as the zero date
 };
-inline constexpr PriceLinePolicy kPriceLineOfProduct{" AND GROUPBY =", true, false};
-inline constexpr PriceLinePolicy kPriceLineOfUpload{" AND GROUPBY = ", false, true};
+inline constexpr PriceLinePolicy kPriceLineOfProduct{" AND GROUPBY =", true};
+inline constexpr PriceLinePolicy kPriceLineOfUpload{" AND GROUPBY = ", false};
 
 enum class PriceLineAction { insert, insert_or_update, update };
 // "insert" and "insertupdate", exactly so; every other text stands for an update.

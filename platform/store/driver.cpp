@@ -47,11 +47,11 @@ Driver& driver_for(const std::string& connection_string) {
 }
 
 Variant to_column_type(const Variant& value, ColumnType type) {
-  if (value.is_null()) return value;
+  if (value.is_null() || value.is_empty()) return kNull;
   // What reads as a number elsewhere but is none: an empty text, which automation clients refuse too.
   switch (type) {
     case ColumnType::unknown:
-      return value.is_empty() ? Variant(kNull) : value;
+      return value;
     case ColumnType::short_integer:
       // The flags are such columns, and statements compare them with 1.
       if (value.type() == Variant::Type::boolean) return static_cast<std::int16_t>(value.boolean_value());

@@ -102,8 +102,8 @@ class Driver {
   virtual std::unique_ptr<Session> open(const std::string& connection_string) = 0;
 };
 
-// The value as a column of that type holds it; Null stays Null, Empty reads as the type's own empty value, True is 1 in
-// a column of short integers, as the flags are, and -1 in other number columns. Raises 13 for a value that cannot be
+// The value as a column of that type holds it; Null stays Null, Empty clears the column and gives Null too, True is 1
+// in a column of short integers, as the flags are, and -1 in other number columns. Raises 13 for a value that cannot be
 // converted (any text but a date in a date column, any but a number in a number column), 6 beyond the type's range. The
 // width of a text is the store's to check.
 Variant to_column_type(const Variant& value, ColumnType type);

@@ -89,7 +89,7 @@ TEST_F(CatalogCopy, OfAllNodesTakesEachNodeWithItsNewParent) {
   EXPECT_EQ(after, before);
 }
 
-TEST_F(CatalogCopy, GivesTheParentZeroToChildrenOfANodeOutside) {
+TEST_F(CatalogCopy, MakesRootsOfTheChildrenOfANodeOutside) {
   add_catalog("A");
   add_catalog("B");
   add_node(2, std::nullopt, "of B");
@@ -97,7 +97,7 @@ TEST_F(CatalogCopy, GivesTheParentZeroToChildrenOfANodeOutside) {
   add_node(1, 999, "child of nobody");
   copy(1, 1);
   EXPECT_EQ(rows("SELECT NODENAME, PARENTNODEID FROM CATALOGNODE WHERE CATALOGID = 3 ORDER BY NODEID"),
-            (Rows{{"child of a foreign node", 0}, {"child of nobody", 0}}));
+            (Rows{{"child of a foreign node", kNull}, {"child of nobody", kNull}}));
   EXPECT_EQ(vote(), Vote::commit);
 }
 

@@ -45,8 +45,8 @@ struct Conversion {
 TEST(ToColumnType, GivesTheColumnsOwnType) {
   const Conversion rows[] = {
       {Variant(kNull), ColumnType::date, Variant(kNull)},
-      {Variant(), ColumnType::long_integer, Variant(0)},
-      {Variant(), ColumnType::text, Variant("")},
+      {Variant(), ColumnType::long_integer, Variant(kNull)},
+      {Variant(), ColumnType::text, Variant(kNull)},
       {Variant("12"), ColumnType::long_integer, Variant(12)},
       {Variant(2.5), ColumnType::short_integer, Variant(std::int16_t{2})},
       {Variant(true), ColumnType::short_integer, Variant(std::int16_t{1})},
