@@ -55,10 +55,14 @@ std::string_view default_description(std::int32_t number) {
 
 }  // namespace error_number
 
+RaisedError completed(RaisedError error) {
+  if (error.Source.empty()) error.Source = kLibraryName;
+  if (error.Description.empty()) error.Description = error_number::default_description(error.Number);
+  return error;
+}
+
 void raise(std::int32_t number, std::string source, std::string description) {
-  if (source.empty()) source = kLibraryName;
-  if (description.empty()) description = error_number::default_description(number);
-  throw Raised({number, std::move(source), std::move(description), {}, 0});
+  throw Raised(completed({number, std::move(source), std::move(description), {}, 0}));
 }
 
 void raise(std::int32_t number) { raise(number, {}, {}); }

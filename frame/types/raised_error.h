@@ -78,7 +78,9 @@ std::string_view default_description(std::int32_t number);
 
 }  // namespace error_number
 
-// Raises. An empty source becomes "Mercato", an empty description the customary text of the number.
+// A failure as it arrives: an empty source becomes "Mercato", an empty description the customary text of the number.
+RaisedError completed(RaisedError error);
+// Raises the completed failure.
 [[noreturn]] void raise(std::int32_t number, std::string source, std::string description);
 [[noreturn]] void raise(std::int32_t number);
 

@@ -162,6 +162,21 @@ TEST_F(Tool, ReadsTheSettingsFileUnlessTheCommandLineNamesAStore) {
   EXPECT_TRUE(std::filesystem::exists(path("stronger.db")));
 }
 
+TEST_F(Tool, AConnectionThatIsNotConfiguredIsTheFailureOfTheCallThatNeedsIt) {
+  write_whole(path("mercato.toml"), "[connections]\nOther = \"Data Source=other.db\"\n");
+  EXPECT_EQ(run({"describe", "Mercato.Unit"}).status, 0);
+  const ToolRun retired = run({"call", "Mercato.Contract", "GetAllContracts"});
+  EXPECT_EQ(retired.status, 1);
+  EXPECT_EQ(json::parse(retired.err).at("data").at("number"), -1);
+  const ToolRun session =
+      run({"rpc"}, "{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"create\",\"params\":{\"progId\":\"Mercato.Unit\"}}\n");
+  EXPECT_EQ(session.out, "{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":{\"object\":1}}\n");
+  const ToolRun missing = run({"call", "Mercato.Unit", "GetAllUnits"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(json::parse(missing.err).at("data").at("source"), "Grundwerk.Configuration");
+  EXPECT_EQ(run({"find", "x"}).err, "mercato: No connection is configured for the application 'Mercato'.\n");
+}
+
 TEST_F(Tool, AStoreInMemoryHasItsTables) {
   EXPECT_EQ(run({"call", "Mercato.Unit", "GetAllUnits", "--store", "Provider=SQLite;Data Source=:memory:"}).status, 0);
 }

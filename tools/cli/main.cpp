@@ -4,6 +4,7 @@
 #include <csignal>
 #include <iostream>
 
+#include "collaborators/grundwerk/settings.h"
 #include "frame/types/raised_error.h"
 #include "platform/store/driver.h"
 #include "platform/store/statement_observer.h"
@@ -176,9 +177,12 @@ int run(CommandLine& line) {
   DllRegisterServer();
   StatementPrinter printer;
   try {
-    // A store in memory lives as long as this process: nobody could have created its tables before.
-    if (store::connection_property(connection_string(), "Data Source") == ":memory:")
-      gateway::create_tables(connection_string());
+    // A store in memory lives as long as this process: nobody could have created its tables before. One that is not
+    // named is missed by the command that needs it.
+    const auto settings = collaborators::settings();
+    const auto store = settings->connections.find("Mercato");
+    if (store != settings->connections.end() && store::connection_property(store->second, "Data Source") == ":memory:")
+      gateway::create_tables(store->second);
     if (line.output.trace) store::set_statement_observer(&printer);
     return line.command(line.output);
   } catch (const Raised& raised) {

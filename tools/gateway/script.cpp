@@ -89,14 +89,14 @@ bool Script::on_call(const ClassTable& table, const MethodInfo& method, std::spa
 
 void Script::on_statement(std::string_view text, bool by_library) {
   if (watch_ && watch_->traces && by_library) watch_->statements.push_back(std::string(text));
-  for (Failure& failure : failures_)
-    if (text.find(failure.text) != std::string_view::npos) --failure.left;
-  const auto due =
-      std::find_if(failures_.begin(), failures_.end(), [](const Failure& failure) { return failure.left <= 0; });
-  if (due == failures_.end()) return;
-  const RaisedError error = std::move(due->error);
-  failures_.erase(due);
-  raise(error.Number, error.Source, error.Description);
+  std::optional<RaisedError> due;
+  std::erase_if(failures_, [&](Failure& failure) {
+    if (text.find(failure.text) == std::string_view::npos || --failure.left > 0) return false;
+    // Of two that fall due on one statement the one that was armed first refuses it.
+    if (!due) due = std::move(failure.error);
+    return true;
+  });
+  if (due) raise(due->Number, due->Source, due->Description);
 }
 
 }  // namespace mercato::gateway

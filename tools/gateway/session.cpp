@@ -452,7 +452,8 @@ Json Session::function(const Params& params) {
   const MethodInfo& method = method_named(FrameFunctions::table(), params.text("name"));
   static const JsonInput no_arguments = JsonInput::array();
   const JsonInput* args = params.find("args");
-  const RaisedError pending = params.find("pending") ? params.failure("pending") : RaisedError{};
+  RaisedError pending = params.find("pending") ? params.failure("pending") : RaisedError{};
+  if (pending.Number != 0) pending = completed(std::move(pending));
   return call_method(FrameFunctions::table().create(), method, arguments_of(method, args ? *args : no_arguments),
                      pending);
 }
