@@ -27,12 +27,6 @@ void ask_application() {
   });
 }
 
-// Sent on nearly every connection, it makes no recordset that nobody would look at.
-void set_read_committed(Connection& connection) {
-  static const Sql statement("set TRANSACTION ISOLATION LEVEL READ COMMITTED");
-  connection.reporting([&] { connection.session().execute(statement); });
-}
-
 RecordsetPtr open_rows(const Sql& sql, const ConnectionPtr& connection, CursorType cursor, LockType lock) {
   auto rows = Recordset::create();
   rows->Open(sql, connection, cursor, lock, kUnspecified);
@@ -60,6 +54,12 @@ const std::string& shared_connection_string_of_application() {
 void forget_thread_state() {
   SharedConnectionString.clear();
   current_error() = {};
+}
+
+// Sent on nearly every connection, it makes no recordset that nobody would look at.
+void set_read_committed(Connection& connection) {
+  static const Sql statement("set TRANSACTION ISOLATION LEVEL READ COMMITTED");
+  connection.reporting([&] { connection.session().execute(statement); });
 }
 
 ConnectionPtr open_connection(const std::string& connection_string, Isolation isolation) {
@@ -200,8 +200,8 @@ DictionaryPtr Sql_GetRecordsAsDictionary(const std::string& iConnectionString, c
           }
           // A doubled key is no failure, Null neither: joined to a text it adds nothing.
           Err_LogInfo("Improper SQL statement '" + iSQL.text() +
-                      "' to create a dictionary. The statement resulted in double key value: '" +
-                      (key.is_null() ? std::string() : key.to_text()) + "'");
+                      "' to create a dictionary. The statement resulted in double key value: '" + key.text_or_empty() +
+                      "'");
         }
         Sql_CloseDisconnectedRecordset(rows);
         return records;

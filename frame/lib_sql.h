@@ -62,6 +62,8 @@ void forget_thread_state();
 enum class Isolation { store_default, read_committed };
 // A new open connection.
 ConnectionPtr open_connection(const std::string& connection_string, Isolation isolation = Isolation::store_default);
+// The isolation statement of every connection that is only read from.
+void set_read_committed(Connection& connection);
 // The statement, " WHERE (condition)" or, when "WHERE" occurs in it (exact case), " AND (condition)".
 Sql with_condition(Sql iSQL, const Sql& iCondition);
 

@@ -139,6 +139,32 @@ TEST(ClassTables, SpellMethodsAsTheHeadersDo) {
   }
 }
 
+TEST(ClassTables, DeclareTheTransactionOfEveryClassAndWhoAnswersForReferences) {
+  const std::map<std::string, std::pair<std::string, bool>> expected = {
+      {"Catalog", {"none", true}},
+      {"Contract", {"undeclared", true}},
+      {"Faqlist", {"undeclared", false}},
+      {"HazardousClass", {"none", false}},
+      {"PriceXML", {"none", false}},
+      {"Product", {"required", true}},
+      {"ProductXML", {"undeclared", false}},
+      {"Property", {"required", true}},
+      {"PropertyGroup", {"required", false}},
+      {"RPropertyGroup", {"none", false}},
+      {"TCatalog", {"required", true}},
+      {"THazardousClass", {"required", true}},
+      {"TUNSPSC", {"required", true}},
+      {"TUnit", {"required", true}},
+      {"UNSPSC", {"none", true}},
+      {"Unit", {"none", true}},
+  };
+  std::map<std::string, std::pair<std::string, bool>> declared;
+  for (const ClassTable* table : library_classes())
+    declared[std::string(table->class_name())] = {std::string(attribute_name(table->attribute())),
+                                                  !table->implements().empty()};
+  EXPECT_EQ(declared, expected);
+}
+
 TEST(ClassTables, NameEveryMethodAndArgumentOnce) {
   for (const ClassTable* table : library_classes()) {
     std::set<std::string> methods;

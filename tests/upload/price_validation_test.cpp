@@ -311,6 +311,17 @@ TEST_F(PriceValidation, ReadConnectionIsOpenedOnce) {
   EXPECT_EQ(recorder.statements, (Statements{"SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'"}));
 }
 
+TEST_F(PriceValidation, ReadConnectionIsKeptWhenItsIsolationIsRefused) {
+  {
+    Recorder recorder;
+    recorder.fail_on = kReadCommitted;
+    EXPECT_EQ(raised_by([&] { checked(band("A-1", "1")); }).Number, error_number::kStatementRefused);
+  }
+  Recorder recorder;
+  checked(band("A-1", "1"));
+  EXPECT_EQ(recorder.statements, (Statements{"SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE BUYFROMPARTNUMBER='A-1'"}));
+}
+
 TEST_F(PriceValidation, NothingIsWrittenWhateverADocumentSays) {
   const auto before = all_rows();
   checked_document(fixture("price-all-fields"));
@@ -338,7 +349,7 @@ TEST_F(PriceValidation, NothingIsWrittenWhateverADocumentSays) {
 TEST_F(PriceValidation, ClassDescribesItselfAndIsCalledByName) {
   const ClassTable* table = registered_class("Mercato.PriceXML");
   ASSERT_NE(table, nullptr);
-  EXPECT_EQ(attribute_name(table->attribute()), "undeclared");
+  EXPECT_EQ(attribute_name(table->attribute()), "none");
   EXPECT_EQ(table->default_interface(), "_PriceXML");
   EXPECT_EQ(table->class_id(), "{6B1D9C52-7E0A-4C41-9E1B-2A54F0D3A10B}");
   EXPECT_TRUE(table->find("UpdateInsertPricesFromXML")->arguments[2].by_reference);

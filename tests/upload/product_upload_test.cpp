@@ -234,13 +234,36 @@ TEST_F(ProductUpload, FailuresCarryTheLabelsOfTheirMethods) {
 
 // Where UNSPSC is in use the links would be brought in step, were the setting compared in the case that it is kept in.
 TEST_F(ProductUpload, CategoryLinksAreNeverTouchedWhateverTheSetting) {
+  execute({"INSERT INTO UNSPSCCODES (PARENTCODE, UNSPSCCODE) VALUES ('4412', '08')",
+           "INSERT INTO PRODUCTCATEGORY (CATEGORYNAME, UNSPSCCODE) VALUES ('first', '441207')",
+           "INSERT INTO PRODUCTCATEGORY (CATEGORYNAME, UNSPSCCODE) VALUES ('second', '441208')"});
   for (const std::string setting : {"Yes", "YES", "yes", "No"}) {
     SCOPED_TRACE(setting);
     set_unspsc_setting(setting);
     ProductXML fresh;
-    EXPECT_NO_THROW(fresh.insertProductFromXML(document(record("A-1", kRequired)), false, "A-1", false));
-    EXPECT_NO_THROW(fresh.updateProductFromXML(document(record("A-1", kRequired)), false, "A-1", false));
+    Recorder recorder;
+    fresh.insertProductFromXML(document(record("A-1", kRequired + "<UNSPSCCODE>441207</UNSPSCCODE>")), false, "A-1",
+                               false);
+    EXPECT_EQ(product("UNSPSCCODE").to_text(), "441207");
+    fresh.updateProductFromXML(document(record("A-1", "<UNSPSCCODE>441208</UNSPSCCODE>")), false, "A-1", false);
+    EXPECT_EQ(product("UNSPSCCODE").to_text(), "441208");
+    for (const std::string& statement : recorder.statements) {
+      EXPECT_EQ(statement.find("PRODUCTSBYCATEGORY"), std::string::npos) << statement;
+      EXPECT_EQ(statement.find("PRODUCTCATEGORY"), std::string::npos) << statement;
+    }
+    EXPECT_EQ(value_of("SELECT COUNT(*) FROM PRODUCTSBYCATEGORY"), Variant(0));
+    execute({"DELETE FROM PRODUCT"});
   }
+}
+
+// A single record is filled up before it is judged, and "000000000000-5" is no number; a bulk run judges it as it is.
+TEST_F(ProductUpload, GtinIsFilledUpBeforeItIsJudgedUnlessTheRunIsABulkOne) {
+  const std::string text = document(record("A-1", kRequired + "<GTIN>-5</GTIN>"));
+  insert(text, "A-1", true);
+  EXPECT_TRUE(product("GTIN").is_null());
+  execute({"DELETE FROM PRODUCT"});
+  insert_all(text, {"A-1"}, true);
+  EXPECT_EQ(product("GTIN").to_text(), "000000000000-5");
 }
 
 // Buyers.

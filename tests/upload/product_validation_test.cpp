@@ -247,11 +247,15 @@ TEST_F(ProductValidation, BothListsFailUnderTheNameOfTheUpdateList) {
   EXPECT_EQ(raised_by([&] { upload.GetCheckedProductInsertList("<", false); }).Description, expected.description);
 }
 
+// Filled up it would be no number: "000000000000-5".
 TEST_F(ProductValidation, ListsDoNotFillUpAGtin) {
-  Recorder recorder;
-  EXPECT_EQ(
-      entries_of(upload.GetCheckedProductInsertList(document(record("A-1", kRequired + "<GTIN>12X</GTIN>")), false)),
-      (std::vector<std::vector<std::string>>{{"A-1", "Pen", "False"}}));
+  const std::string record_of_negative = document(record("A-1", kRequired + "<GTIN>-5</GTIN>"));
+  EXPECT_EQ(entries_of(upload.GetCheckedProductInsertList(record_of_negative, false)),
+            (std::vector<std::vector<std::string>>{{"A-1", "Pen", "True"}}));
+  EXPECT_EQ(upload.getErrorsInProductValues(record_of_negative, false, "A-1")->Keys(), Array{"GTIN"});
+  insert(kRequired);
+  EXPECT_EQ(entries_of(upload.GetCheckedProductUpdateList(record_of_negative, false)),
+            (std::vector<std::vector<std::string>>{{"A-1", "Pen", "True"}}));
 }
 
 // The repair, seen through what an upload writes.
