@@ -63,8 +63,6 @@ std::int32_t named_category(const Variant& given_fields, const Variant& given_va
   return 0;
 }
 
-std::string empty_for_null(const Variant& code) { return code.is_null() ? std::string() : code.to_text(); }
-
 }  // namespace
 
 ComponentPtr Catalog::GetProductCategoryData(const ComponentPtr& i_oPage, const std::string& i_sPersistedStateInfo,
@@ -178,7 +176,7 @@ bool TCatalog::InsertProductCategory(const Variant& i_aFields, const Variant& i_
         opened.rows->Update();
         const std::int32_t id = opened.rows->Value(kCategoryColumn).to_long();
         opened.close();
-        if (unspsc_links_wanted()) UpdateProductCategoryLinksForUNSPSCCode(id, "", empty_for_null(code), true);
+        if (unspsc_links_wanted()) UpdateProductCategoryLinksForUNSPSCCode(id, "", code.text_or_empty(), true);
         Mts_SetComplete();
         return true;
       },
@@ -206,7 +204,7 @@ bool TCatalog::UpdateProductCategory(const Variant& i_aFields, const Variant& i_
         opened.close();
         // An update that does not mention the code treats the links as if it had been cleared.
         if (unspsc_links_wanted())
-          UpdateProductCategoryLinksForUNSPSCCode(id, empty_for_null(old_code), empty_for_null(new_code), false);
+          UpdateProductCategoryLinksForUNSPSCCode(id, old_code.text_or_empty(), new_code.text_or_empty(), false);
         Mts_SetComplete();
         return true;
       },

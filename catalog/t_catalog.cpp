@@ -52,7 +52,7 @@ bool TCatalog::IReferentialIntegrity_Exists(const Variant&, const Array& iFields
         bool exists = false;
         if (!iFields.items.empty()) {
           const std::string field = iFields.at(iFields.lower).to_text();
-          const std::string key = iValues.at(iFields.lower).to_text();
+          const std::string key = iValues.at(iFields.lower).text_or_empty();
           const std::string known = text::to_upper(field);
           Sql sql;
           if (known == "CATEGORYID")

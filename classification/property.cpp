@@ -266,10 +266,9 @@ bool Property::IReferentialIntegrity_Exists(const Variant&, const Array& iFields
         for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
           const std::string field = iFields.at(index).to_text();
           if (text::to_upper(field) != kKeyField) continue;
-          const std::string id = iValues.at(index).to_text();
           connection = GetConnection();
           Sql sql;
-          sql << "SELECT * FROM PROPERTY WHERE " << name(field) << "=" << value(id);
+          sql << "SELECT * FROM PROPERTY WHERE " << name(field) << "=" << value(iValues.at(index).text_or_empty());
           exists = !connection->Execute(sql)->Eof();
           Sql_CloseConnection(connection);
           break;

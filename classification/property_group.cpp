@@ -76,10 +76,8 @@ GroupProperties::GroupProperties(std::int32_t group) {
           << group;
   opened.connection = GetReadConnection();
   opened.rows = opened.connection->Execute(members);
-  for (; !opened.rows->Eof(); opened.rows->MoveNext()) {
-    const Variant& given = opened.rows->Value("DEFAULTVALUE");
-    defaults.Add(opened.rows->Value("PROPERTYID"), given.is_null() ? std::string() : given.to_text());
-  }
+  for (; !opened.rows->Eof(); opened.rows->MoveNext())
+    defaults.Add(opened.rows->Value("PROPERTYID"), opened.rows->Value("DEFAULTVALUE").text_or_empty());
   opened.close();
 
   opened.connection = GetReadConnection();

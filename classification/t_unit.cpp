@@ -53,20 +53,19 @@ bool TUnit::IReferentialIntegrity_Exists(const Variant&, const Array& iFields, c
   ConnectionPtr connection;
   return method(
       [&] {
+        bool exists = false;
         for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
           if (text::to_upper(iFields.at(index).to_text()) != "UNITCODE") continue;
           connection = open_connection(shared_connection_string(), Isolation::read_committed);
-          const Variant& code = iValues.at(index);
-          // Null adds nothing to the statement: it asks for the empty code.
-          const std::string quoted = code.is_null() ? std::string() : Gen_QuoteSql(code.to_text());
           Sql sql;
-          sql << "SELECT UNITCODE FROM UNIT WHERE UNITCODE = '" << value(quoted) << "'";
-          const bool exists = !connection->Execute(sql)->Eof();
-          Sql_CloseConnection(connection);
-          Mts_SetComplete();
-          return exists;
+          sql << "SELECT UNITCODE FROM UNIT WHERE UNITCODE = '"
+              << value(Gen_QuoteSql(iValues.at(index).text_or_empty())) << "'";
+          exists = !connection->Execute(sql)->Eof();
+          break;
         }
-        return false;
+        Sql_CloseConnection(connection);
+        Mts_SetComplete();
+        return exists;
       },
       Tail{"Mercato.Unit.Exists", [&] {
              Sql_CloseConnection(connection);

@@ -19,9 +19,8 @@ class TUnit : public ComponentOf<TUnit> {
 
   // True at every call; votes commit.
   bool IReferentialIntegrity_BeforeDelete(const Variant& i_vUnread, const Array& iFields, const Array& iValues);
-  // Whether the unit named by the field UNITCODE (in any case) exists; false, without a vote, when it is not among the
-  // fields. Null asks for the empty code. Votes commit. A failure votes abort and is logged under
-  // "Mercato.Unit.Exists".
+  // Whether the unit named by the field UNITCODE (in any case) exists; false when it is not among the fields. Null asks
+  // for the empty code. Votes commit. A failure votes abort and is logged under "Mercato.Unit.Exists".
   bool IReferentialIntegrity_Exists(const Variant& i_vUnread, const Array& iFields, const Array& iValues);
 
  private:

@@ -49,7 +49,7 @@ std::string Err_FormatMessage(std::string_view iDescription, std::int32_t iNumbe
   message.append(kLineEnd).append("ERROR 0x").append(number).append(kLineEnd);
   message.append(" METHOD: ").append(iMethod).append(kLineEnd);
   message.append(" DESC: ").append(iDescription).append(".").append(kLineEnd);
-  if (!iInfo.is_missing()) message.append(" INFO: ").append(iInfo.to_text()).append(".").append(kLineEnd);
+  if (!iInfo.is_missing()) message.append(" INFO: ").append(iInfo.text_or_empty()).append(".").append(kLineEnd);
   return message;
 }
 

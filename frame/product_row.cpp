@@ -118,8 +118,6 @@ void null_when_empty(Variant& value) {
 
 bool equals_number(const Variant& value, double number) { return value.is_numeric() && value.to_double() == number; }
 
-std::string text_of_code(const Variant& code) { return code.is_null() ? std::string() : code.to_text(); }
-
 enum class Verdict { write, skip, stop };
 
 Verdict apply_limit(Variant& value) {
@@ -152,6 +150,7 @@ Verdict apply(Rule rule, Variant& value, WrittenProductFields& written, BuyerSep
     case property_group:
       written.has_property_group = true;
       written.property_group = value.to_long();
+      value = written.property_group;
       [[fallthrough]];
     case minus_one_to_null:
       if (equals_number(value, -1)) value = kNull;
@@ -170,11 +169,11 @@ Verdict apply(Rule rule, Variant& value, WrittenProductFields& written, BuyerSep
       return !value.is_null() && value.to_text() == "-1" ? Verdict::stop : Verdict::write;
     case unspsc_blank_to_null:
       EmptyToNull(value);
-      written.unspsc_code = text_of_code(value);
+      written.unspsc_code = value.text_or_empty();
       return Verdict::write;
     case unspsc_empty_to_null:
       null_when_empty(value);
-      written.unspsc_code = text_of_code(value);
+      written.unspsc_code = value.text_or_empty();
       return Verdict::write;
     case gtin_within_length:
       EmptyToNull(value);
@@ -241,7 +240,7 @@ void stamp_product_row(Recordset& row) { row.SetValue("DATEUPDATED", clock::now(
 
 FormerProduct former_product(const Recordset& row) {
   const Variant& group = row.Value("PROPERTYGROUPID");
-  return {group.is_null() ? 0 : group.to_long(), text_of_code(row.Value("UNSPSCCODE"))};
+  return {group.is_null() ? 0 : group.to_long(), row.Value("UNSPSCCODE").text_or_empty()};
 }
 
 void create_group_values(const Recordset& row, const WrittenProductFields& written, std::int32_t product_id) {

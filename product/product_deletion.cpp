@@ -10,8 +10,6 @@
 
 namespace mercato {
 
-using product::empty_for_null;
-
 namespace {
 
 enum class ValueForm { as_it_stands, quoted, like };
@@ -84,7 +82,7 @@ bool Product::IReferentialIntegrity_Exists(const Variant&, const Array& iFields,
       [&] {
         bool in_use = false;
         if (!iFields.items.empty()) {
-          statements = statements_for(iFields.at(iFields.lower).to_text(), empty_for_null(iValues.at(iFields.lower)));
+          statements = statements_for(iFields.at(iFields.lower).to_text(), iValues.at(iFields.lower).text_or_empty());
           connection = GetReadConnection();
           // The first is asked even when it is empty: that is how a field that nobody knows fails.
           in_use = !connection->Execute(statements[0])->Eof();
@@ -109,7 +107,7 @@ bool Product::IReferentialIntegrity_BeforeDelete(const Variant&, const Array& iF
         for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
           if (text::to_upper(iFields.at(index).to_text()) != "USERID") continue;
           Sql sql;
-          sql << "DELETE FROM FAVORITES WHERE USERID = '" << value(empty_for_null(iValues.at(index))) << "'";
+          sql << "DELETE FROM FAVORITES WHERE USERID = '" << value(iValues.at(index).text_or_empty()) << "'";
           connection->Execute(sql);
           break;
         }

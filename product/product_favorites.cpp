@@ -7,7 +7,6 @@
 
 namespace mercato {
 
-using product::empty_for_null;
 using product::IsDefaultLong;
 
 namespace {
@@ -107,7 +106,7 @@ bool Product::InsertMultipleBuyers(const Array& iFields, const Array& iValues) {
 
         Sql sql;
         // Null is no literal here: the store misses one.
-        sql << "SELECT * FROM PRODUCT WHERE PRODUCTID=" << value(empty_for_null(product_id));
+        sql << "SELECT * FROM PRODUCT WHERE PRODUCTID=" << value(product_id.text_or_empty());
         const RecordsetPtr product = open_updatable(sql, opened.connection, CursorType::fixed);
         if (!product->Value("MULTIPLEBUYER").to_boolean())
           raise_invalid_reference("This productid doesn't have multiple buyer defined in product table");
@@ -127,7 +126,7 @@ std::string Product::GetBuyerFromCommodity(const std::string& iCommodity) {
         sql << "SELECT USERID FROM COMMODITY WHERE COMMODITYCODE = '" << value(Gen_QuoteSql(iCommodity)) << "'";
         return sql;
       },
-      [](const RecordsetPtr& row) { return empty_for_null(row->Value("USERID")); });
+      [](const RecordsetPtr& row) { return row->Value("USERID").text_or_empty(); });
 }
 
 std::string Product::GetDefaultProductBuyer(std::int32_t iProductID) {
@@ -143,14 +142,14 @@ std::string Product::GetDefaultProductBuyer(std::int32_t iProductID) {
         const RecordsetPtr& product = of_product.rows;
         if (product->Eof()) raise(eProductNotFound, "Mercato.Product.GetProduct", "Product not present");
 
-        std::string buyer = empty_for_null(product->Value("USERID"));
+        std::string buyer = product->Value("USERID").text_or_empty();
         const Variant& commodity = product->Value("COMMODITYCODE");
         if (product->Value("USERID").is_null() && !commodity.is_null()) {
           Sql commodity_sql;
           commodity_sql << "SELECT USERID FROM COMMODITY WHERE COMMODITYCODE='"
                         << value(Gen_QuoteSql(commodity.to_text())) << "'";
           of_commodity.rows = open_read_only(commodity_sql, of_commodity.connection);
-          buyer = empty_for_null(of_commodity.rows->Value("USERID"));
+          buyer = of_commodity.rows->Value("USERID").text_or_empty();
         }
         const Variant& supplier = product->Value("BUSINESSPARTNERID");
         if (buyer.empty() && !supplier.is_null()) {
@@ -180,7 +179,7 @@ DictionaryPtr Product::GetBuyersForProducts(const Array& i_aProductList) {
         bool first = true;
         for (const Variant& id : i_aProductList.items) {
           if (!first) sql << ",";
-          sql << value(empty_for_null(id));
+          sql << value(id.text_or_empty());
           first = false;
         }
         sql << ")";
@@ -191,7 +190,7 @@ DictionaryPtr Product::GetBuyersForProducts(const Array& i_aProductList) {
           const Variant& multiple_buyer = opened.rows->Value("MULTIPLEBUYER");
           const Variant& product_id = opened.rows->Value("PRODUCTID");
           if (equals(multiple_buyer, 0)) {
-            buyer_of->Add(product_id, empty_for_null(opened.rows->Value("USERID")));
+            buyer_of->Add(product_id, opened.rows->Value("USERID").text_or_empty());
             opened.rows->MoveNext();
           } else if (equals(multiple_buyer, 1)) {
             // The walk does not move on: the product comes round again, and the recordset is still open then.

@@ -20,9 +20,6 @@ inline bool IsDefaultString(const std::string& text) { return text.empty(); }
 // Doubles quotes and makes percent signs stand for themselves, in place.
 std::string& QuoteForLike(std::string& text);
 
-// A value as a statement or a caller has it who knows no Null.
-inline std::string empty_for_null(const Variant& value) { return value.is_null() ? std::string() : value.to_text(); }
-
 // PRODUCTID of the first row, -1 without one.
 inline std::int32_t id_or_none(const RecordsetPtr& rows) {
   return rows->Eof() ? -1 : rows->Value("PRODUCTID").to_long();

@@ -45,12 +45,12 @@ DictionaryPtr Product::GetProductsByCriteria(std::int32_t i_nStockItem, const Va
         if (conditioned) sql << " WHERE STOCKITEM = " << i_nStockItem;
         if (!i_lSupplierID.is_missing()) {
           conditioned ? sql << " AND BUSINESSPARTNERID = " : sql << " WHERE BUSINESSPARTNERID = ";
-          sql << value(i_lSupplierID.to_text());
+          sql << value(i_lSupplierID.text_or_empty());
           conditioned = true;
         }
         if (!i_lCommodityCode.is_missing()) {
           conditioned ? sql << " AND COMMODITYCODE = '" : sql << " WHERE COMMODITYCODE = '";
-          sql << value(Gen_QuoteSql(i_lCommodityCode.to_text())) << "'";
+          sql << value(Gen_QuoteSql(i_lCommodityCode.text_or_empty())) << "'";
         }
         return sql;
       },
@@ -125,7 +125,7 @@ DictionaryPtr Product::GetPartNumbersForProducts(const Variant& i_aProductIDs) {
         bool first = true;
         for (const Variant& id : i_aProductIDs.to_array().items) {
           first ? sql << " WHERE PRODUCTID IN (" : sql << ", ";
-          sql << value(id.to_text());
+          sql << value(id.text_or_empty());
           first = false;
         }
         // Without an element only this bracket is left, and the store refuses the statement.
@@ -185,7 +185,7 @@ bool Product::ValidateProductAgainstUserCatalogs(const std::string& i_sProductID
         bool first = true;
         for (const Variant& catalog : i_aCatalogIDs.items) {
           first ? sql << "CN.CATALOGID = " : sql << " OR CN.CATALOGID = ";
-          sql << value(catalog.to_text());
+          sql << value(catalog.text_or_empty());
           first = false;
         }
         sql << ")";

@@ -11,7 +11,6 @@
 
 namespace mercato {
 
-using product::empty_for_null;
 using product::IsDefaultLong;
 using product::IsDefaultString;
 
@@ -154,7 +153,7 @@ std::string Product::getManufacturerID(std::int32_t iProductID) {
     ProductCacheID = iProductID;
   }
   if (!ProductCache) raise(error_number::kObjectNotSet);  // id 0 of an object that was not asked before
-  return empty_for_null(ProductCache->Item(std::string_view("MANUFACTURERID")));
+  return ProductCache->Item(std::string_view("MANUFACTURERID")).text_or_empty();
 }
 
 std::string Product::GetProductDescription(std::int32_t i_lProductID) {
@@ -162,7 +161,7 @@ std::string Product::GetProductDescription(std::int32_t i_lProductID) {
   sql << "SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE PRODUCTID = '" << i_lProductID << "'";
   return read_row_and_vote("Mercato.Product.GetProductDescription", CursorType::dynamic, GetReadConnection, sql,
                            {eProductIdNotFound, "Mercato.Product.GetProductDescription", "Productid Not found"},
-                           [](const Recordset& row) { return empty_for_null(row.Value("PRODUCTDESCRIPTION")); });
+                           [](const Recordset& row) { return row.Value("PRODUCTDESCRIPTION").text_or_empty(); });
 }
 
 std::string Product::GetGTIN(std::int32_t i_lProductID) {
@@ -170,7 +169,7 @@ std::string Product::GetGTIN(std::int32_t i_lProductID) {
   sql << "SELECT GTIN FROM PRODUCT WHERE PRODUCTID =" << i_lProductID;
   return read_row_and_vote("Mercato.Product.getGTIN", CursorType::dynamic, GetReadConnection, sql,
                            {eProductIdNotFound, "Mercato.Product.GetGTIN", "ProductId not Found"},
-                           [](const Recordset& row) { return empty_for_null(row.Value("GTIN")); });
+                           [](const Recordset& row) { return row.Value("GTIN").text_or_empty(); });
 }
 
 std::string Product::GetCategoryName(std::int32_t iCategoryID) {

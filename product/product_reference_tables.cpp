@@ -6,7 +6,6 @@
 
 namespace mercato {
 
-using product::empty_for_null;
 namespace {
 
 constexpr std::int32_t kDefaultPageSize = 10;
@@ -19,7 +18,7 @@ Sql with_codes(Sql statement, std::string_view column, const Variant& codes) {
   bool first = true;
   for (const Variant& code : codes.to_array().items) {
     if (!first) condition << ",";
-    condition << "'" << value(Gen_QuoteSql(code.to_text())) << "'";
+    condition << "'" << value(Gen_QuoteSql(code.text_or_empty())) << "'";
     first = false;
   }
   condition << ")";
@@ -127,7 +126,7 @@ std::string Product::GetChargeType(const std::string& iCommodityCode) {
         return sql;
       },
       [](const RecordsetPtr& row) {
-        return row->Eof() ? std::string() : empty_for_null(row->Value("CHARGETYPECODE"));
+        return row->Eof() ? std::string() : row->Value("CHARGETYPECODE").text_or_empty();
       });
 }
 
@@ -136,7 +135,7 @@ std::string Product::GetBisItemCode(const std::string& i_lCommodity) {
   sql << "SELECT BISITEMCODE FROM COMMODITY WHERE COMMODITYCODE = '" << value(i_lCommodity) << "'";
   return read_row_and_vote("Mercato.Product.GetBisItemCode", CursorType::forward_only, GetReadConnection, sql,
                            {eCommodityNotFound, "Mercato.Product.GetBisItemCode", "CommodityCode is Not found"},
-                           [](const Recordset& row) { return empty_for_null(row.Value("BISITEMCODE")); });
+                           [](const Recordset& row) { return row.Value("BISITEMCODE").text_or_empty(); });
 }
 
 DictionaryPtr Product::GetTaxcodeInformation(const std::string& istrCommodityCode) {

@@ -107,6 +107,8 @@ class Variant {
 
   // Conversions. Empty reads as "", 0, False or the zero date; fractions round half to even.
   std::string to_text() const;
+  // The same, and "" for Null, which adds nothing to a text that it is joined to.
+  std::string text_or_empty() const { return is_null() ? std::string() : to_text(); }
   std::int16_t to_short() const;
   std::int32_t to_long() const;
   double to_double() const;

@@ -119,7 +119,7 @@ TEST_F(CatalogClasses, AQuestionThatFailsIsLoggedAndRaisedWithAnAbortVote) {
   EXPECT_EQ(vote(), Vote::abort);
   const std::pair<Variant, std::int32_t> values[] = {{"1 OR 1=1", error_number::kStatementRefused},
                                                      {"", error_number::kStatementRefused},
-                                                     {kNull, error_number::kInvalidUseOfNull}};
+                                                     {kNull, error_number::kStatementRefused}};
   for (const auto& [value, number] : values) {
     EXPECT_EQ(raised_by([&, &value = value] { exists(Array{"CATEGORYID"}, Array{value}); }).Number, number);
     EXPECT_EQ(vote(), Vote::abort);

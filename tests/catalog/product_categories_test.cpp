@@ -221,6 +221,13 @@ TEST_F(ChangedProductCategory, MayHaveNothingToChange) {
   EXPECT_EQ(categories(), (Rows{{1, "tools", "2711"}, {2, "paper", "1411"}}));
 }
 
+TEST_F(ChangedProductCategory, IsTheOneWithTheIdZeroWhenNobodyIsNamed) {
+  execute({"INSERT INTO PRODUCTCATEGORY (CATEGORYID, CATEGORYNAME) VALUES (0, 'nobody')"});
+  EXPECT_TRUE(update(Array{"CATEGORYNAME"}, Array{"changed"}));
+  EXPECT_EQ(vote(), Vote::commit);
+  EXPECT_EQ(categories(), (Rows{{0, "changed", kNull}, {1, "tools", "2711"}, {2, "paper", "1411"}}));
+}
+
 TEST_F(ChangedProductCategory, ThatIsNotThereIsRaisedWithItsId) {
   const struct {
     Variant fields, values;

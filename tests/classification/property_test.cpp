@@ -387,7 +387,7 @@ TEST_F(PropertyUpdate, ToAnotherTypeDeletesTheEnumRowsOnAConnectionOfItsOwn) {
     EXPECT_EQ(recorder.statements, (Statements{kIsolation, "SELECT * FROM PROPERTY WHERE PROPERTYID=1", kIsolation,
                                                "DELETE FROM propertyenum WHERE propertyid=1"}));
     EXPECT_EQ(vote(), Vote::commit);
-    EXPECT_EQ(properties()[0][2], Variant(type.to_short()));
+    EXPECT_EQ(properties()[0][2], type.is_empty() ? Variant(kNull) : Variant(type.to_short()));
     EXPECT_EQ(enums(), (Rows{{2, 1, "red"}}));
   }
 }
@@ -651,6 +651,13 @@ TEST_F(PropertyTest, WithoutItsKeyAmongTheFieldsDoesNotExistButVotesAllTheSame) 
     EXPECT_EQ(vote(), Vote::commit);
   }
   EXPECT_TRUE(recorder.statements.empty());
+}
+
+TEST_F(PropertyTest, AskedForByNullIsAStatementThatTheStoreRefuses) {
+  Recorder recorder;
+  EXPECT_EQ(raised_by([&] { exists(Array{"PROPERTYID"}, Array{kNull}); }).Number, error_number::kStatementRefused);
+  EXPECT_EQ(recorder.statements, (Statements{kIsolation, "SELECT * FROM PROPERTY WHERE PROPERTYID="}));
+  EXPECT_EQ(vote(), Vote::abort);
 }
 
 TEST_F(PropertyTest, AskedForWithFewerValuesThanFieldsFails) {

@@ -79,6 +79,14 @@ TEST_F(ErrorHandling, PutsTheInformationInBothWrappings) {
   EXPECT_EQ(recorder.log, (std::vector<LogEntry>{{"Mercato.Unit.Delete", message("800400CB", "M", once, "i"), 0}}));
 }
 
+TEST_F(ErrorHandling, OfNullAsInformationNamesNone) {
+  Recorder recorder;
+  current_error() = pending_;
+  EXPECT_EQ(raised_by([] { Err_LogAndRaise("Mercato.Unit.Delete", kNull); }).Description,
+            message("800400CB", "Mercato.Unit.Delete", "Unit not found") + " INFO: .\r\n");
+  EXPECT_EQ(recorder.log.size(), 1u);
+}
+
 TEST_F(ErrorHandling, WrapsOncePerLevelAndLogsAtEachOfThem) {
   Recorder recorder;
   const RaisedError raised = raised_by([] {

@@ -91,6 +91,7 @@ TEST_F(ProductRow, EachRuleMakesOfAValueWhatItsTableSays) {
       {"BUSINESSPARTNERID", "-1.0", "Null", "Null"},
       {"BUSINESSPARTNERID", 7, "'7'", "'7'"},
       {"PROPERTYGROUPID", "-1", "Null", "Null"},
+      {"PROPERTYGROUPID", -1.4, "Null", "Null"},
       {"PROPERTYGROUPID", 4, "'4'", "'4'"},
       {"PROPERTYGROUPID", "", "fails 13", "fails 13"},
       {"PROPERTYGROUPID", kNull, "fails 94", "fails 94"},

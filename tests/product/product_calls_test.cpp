@@ -200,6 +200,11 @@ const std::vector<CallCase>& call_cases() {
        Vote::commit,
        "Mercato.Product.GetProductsByCriteria"},
       {"GetProductsByCriteria",
+       {2, kMissing, kNull},  // asks for the empty code
+       {kIsolation, "SELECT PRODUCTID,PRODUCTDESCRIPTION,PARTNUMBER FROM PRODUCT WHERE COMMODITYCODE = ''"},
+       Vote::commit,
+       "Mercato.Product.GetProductsByCriteria"},
+      {"GetProductsByCriteria",
        {2, 7, "C"},
        {kIsolation,
         "SELECT PRODUCTID,PRODUCTDESCRIPTION,PARTNUMBER FROM PRODUCT WHERE BUSINESSPARTNERID = 7 AND COMMODITYCODE = "

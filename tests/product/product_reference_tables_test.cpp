@@ -569,7 +569,6 @@ TEST_F(ProductPagedLists, BothListsLogAndRaiseWithoutAVote) {
         {{Variant(), "", 32768}, {error_number::kOverflow, "Mercato", "Overflow", "", 0}},
         {{Variant(), "", 5, "C01"}, {error_number::kTypeMismatch, "Mercato", "Type mismatch", "", 0}},
         {{Variant(), "", 5, Variant()}, {error_number::kTypeMismatch, "Mercato", "Type mismatch", "", 0}},
-        {{Variant(), "", 5, Array{kNull}}, {error_number::kInvalidUseOfNull, "Mercato", "Invalid use of Null", "", 0}},
         {{Variant(), "no state", 5},
          {5, "Bauteil.DRecordset", "The persisted state is not one that a DRecordset wrote", "", 0}},
     };

@@ -93,9 +93,8 @@ std::vector<std::pair<std::string, std::string>> properties_of(std::int32_t prod
       << product_id << " ORDER BY PROPERTY.PROPERTYNAME";
   std::vector<std::pair<std::string, std::string>> properties;
   const RecordsetPtr rows = connection->Execute(sql);
-  const auto text = [](const Variant& value) { return value.is_null() ? std::string() : value.to_text(); };
   for (; !rows->Eof(); rows->MoveNext())
-    properties.emplace_back(text(rows->Value(std::size_t{0})), text(rows->Value(std::size_t{1})));
+    properties.emplace_back(rows->Value(std::size_t{0}).text_or_empty(), rows->Value(std::size_t{1}).text_or_empty());
   return properties;
 }
 
@@ -159,7 +158,7 @@ int show(std::int32_t product_id, const OutputOptions& output) {
   Table table({"FIELD", "VALUE"});
   for (const Dictionary* dictionary : {record.get(), rest.get()})
     dictionary->for_each([&](const Variant& name, const Variant& value) {
-      const std::string text = value.is_null() ? std::string() : value.to_text();
+      const std::string text = value.text_or_empty();
       if (!text.empty()) table.add({name.to_text(), shown(text, 200)});
     });
   table.print(std::cout);

@@ -128,7 +128,7 @@ gateway::Json add_branch(const ComponentPtr& codes, const std::string& parent, i
   call(codes, "GetAllUNSPSCCodes", {level, parent})
       .to<Dictionary>()
       ->for_each([&](const Variant& code, const Variant& description) {
-        const std::string text = description.is_null() ? std::string() : description.to_text();
+        const std::string text = description.text_or_empty();
         table.add({indent + shown(code.to_text()), shown(text)});
         gateway::Json node = {{"code", code.to_text()}, {"description", text}};
         if (depth > 1) node["codes"] = add_branch(codes, code.to_text(), depth - 1, indent + "  ", table);
