@@ -4,10 +4,9 @@ include(CMakePackageConfigHelpers)
 install(TARGETS mercato EXPORT mercatoTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT mercatoTargets NAMESPACE mercato:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/mercato)
 
-# Every header that a public one reaches; drivers and the XML library stay inside.
-foreach(folder frame product upload classification server collaborators platform)
+foreach(folder IN LISTS MERCATO_FOLDERS)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mercato
-          FILES_MATCHING PATTERN "*.h")
+          FILES_MATCHING PATTERN "*.h" PATTERN "*_internal.h" EXCLUDE)
 endforeach()
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/mercatoConfig.cmake.in

@@ -15,6 +15,13 @@ cmake --build "$work/build" >/dev/null
 export PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name mercato.pc)")
 c++ "$source_dir/examples/find_product.cpp" -o "$work/by_pkg_config" $(pkg-config --cflags --libs mercato)
 
+# Every class can be used from what was installed alone.
+(cd "$work/prefix/include/mercato" && find product upload catalog classification -name '*.h') | sed 's/.*/#include "&"/' >"$work/all.cpp"
+for class in product/product upload/product_xml upload/price_xml catalog/catalog catalog/t_catalog classification/unspsc; do
+  grep -qx "#include \"$class.h\"" "$work/all.cpp" || { echo "$class.h is not installed"; exit 1; }
+done
+c++ -fsyntax-only "$work/all.cpp" $(pkg-config --cflags mercato)
+
 export LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name 'libmercato.so')")
 store=$work/example.db
 tool=$work/prefix/bin/mercato
