@@ -485,6 +485,16 @@ TEST_F(CatalogMigration, OntoItselfOrOntoRightsThatMayNotGoIsRefused) {
   EXPECT_EQ(answer({"catalog", "migrate", "1", "2", "--only-if-empty"}).at("rights").at("moved"), 3);
 }
 
+TEST_F(CatalogMigration, ThatIsRepeatedTakesNothingAwayUnlessItIsTold) {
+  EXPECT_EQ(answer({"catalog", "migrate", "1", "2"}).at("rights").at("moved"), 3);
+  expect_refused(
+      {"catalog", "migrate", "1", "2"},
+      "refused: catalogue 1 House has none, and the 3 rights of catalogue 2 Next would be deleted; --replace "
+      "does so\n"
+      "mercato: there are no rights to move; nothing was changed.\n");
+  EXPECT_EQ(answer({"catalog", "migrate", "1", "2", "--replace"}).at("rights").at("replaced"), 3);
+}
+
 TEST_F(CatalogMigration, WhoseFavouritesFailLeavesTheRightsToo) {
   execute("INSERT INTO FAVORITES (PRODUCTID) VALUES (1)");
   expect_refused({"catalog", "migrate", "1", "2"}, "mercato: Invalid use of Null.\n");

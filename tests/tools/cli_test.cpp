@@ -177,6 +177,52 @@ TEST_F(Tool, AConnectionThatIsNotConfiguredIsTheFailureOfTheCallThatNeedsIt) {
   EXPECT_EQ(run({"find", "x"}).err, "mercato: No connection is configured for the application 'Mercato'.\n");
 }
 
+TEST_F(Tool, OutputThatIsLostIsAFailureUnlessTheReaderHasHadEnough) {
+  const ToolRun full = tool_.run_line("mercato describe >/dev/full");
+  EXPECT_EQ(full.status, 1);
+  EXPECT_EQ(full.err, "mercato: The output cannot be written; some of it is lost.\n");
+  EXPECT_EQ(tool_.run_line("mercato find x --json >/dev/full").status, 1);
+  const ToolRun enough = tool_.run_line("{ mercato describe; echo status $? >&2; } | true");
+  EXPECT_EQ(enough.err, "status 0\n");
+}
+
+TEST_F(Tool, ExecutePrintsTheRowsOfQueriesAsJson) {
+  const ToolRun done =
+      run({"execute", "--json", "-"},
+          "\xEF\xBB\xBFINSERT UNIT (UNITCODE) VALUES ('EA');\nSELECT UNITCODE, UNITDESCRIPTION FROM UNIT;");
+  EXPECT_EQ(done.out,
+            "{\"statements\":2,\"affected\":1,\"results\":[{\"fields\":[\"UNITCODE\",\"UNITDESCRIPTION\"],"
+            "\"rows\":[[\"EA\",null]]}]}\n");
+}
+
+TEST_F(Tool, SaysWhatIsWrongWithACommandLine) {
+  EXPECT_NE(run({"destroy"}).err.find("The following argument was not expected: destroy"), std::string::npos);
+  EXPECT_NE(run({"product", "destroy"}).err.find("The following argument was not expected: destroy"),
+            std::string::npos);
+  EXPECT_EQ(run({"product"}).status, 2);
+  EXPECT_NE(run({"find", "caf\xE9"}).err.find("Argument 2: is not UTF-8"), std::string::npos);
+  EXPECT_EQ(run({"find", "x", "--store", ""}).status, 2);
+  std::filesystem::create_directory(path("folder"));
+  EXPECT_EQ(run({"find", "x", "--config", "folder"}).err, "mercato: The settings file 'folder' cannot be read.\n");
+  EXPECT_NE(run({"price", "for", "1", "--quantity", "0", "--currency", "EUR"}).err.find("'0' is no number above 0"),
+            std::string::npos);
+  // Behind the mark everything is what it says.
+  EXPECT_EQ(run({"find", "--", "-x"}).out.substr(0, 20), "No product has '-x'.");
+}
+
+TEST_F(Tool, ADocumentWithoutARecordOfItsKindIsAFailure) {
+  const std::string prices = kSamples + "prices.xml";
+  const std::string products = kSamples + "products.xml";
+  EXPECT_EQ(run({"preview", prices}).err,
+            "mercato: \"" + prices + "\" has no element Product, so there is nothing to check.\n");
+  EXPECT_EQ(run({"prices", "preview", products}).err,
+            "mercato: \"" + products + "\" has no element ProductPrice, so there is nothing to check.\n");
+  for (const ToolRun& uploaded : {run({"upload", prices}), run({"prices", "upload", products})}) {
+    EXPECT_EQ(uploaded.status, 1);
+    EXPECT_NE(uploaded.out.find("\nThe document has no record of this kind.\n"), std::string::npos);
+  }
+}
+
 TEST_F(Tool, AStoreInMemoryHasItsTables) {
   EXPECT_EQ(run({"call", "Mercato.Unit", "GetAllUnits", "--store", "Provider=SQLite;Data Source=:memory:"}).status, 0);
 }
@@ -244,20 +290,17 @@ TEST_F(Tool, UploadGoesOnBehindARecordThatFails) {
       "VALUE\nblue\n1 statement run, 0 rows changed.\n");
 }
 
-TEST_F(Tool, UploadGoesThroughAHundredFailuresAndStopsAtTheNextOne) {
+TEST_F(Tool, UploadGoesOnBehindEveryRecordThatFails) {
   std::string records = sound_record("FIRST");
   for (int number = 1; number <= 103; ++number)
     records += record("B-" + std::to_string(number), "<PARTNUMBER>no description</PARTNUMBER>");
-  const json report = upload({document(records + sound_record("LAST"))}, 1);
-  expect_counts(report, 1, 100, 4);
-  EXPECT_EQ(report.at("refusals").size(), 100u);
+  const json report = upload({document(records + sound_record("LAST"))}, 3);
+  expect_counts(report, 2, 103, 0);
+  EXPECT_EQ(report.at("refusals").size(), 103u);
   EXPECT_EQ(report.at("refusals").at(99).at("partNumber"), "B-100");
-  EXPECT_EQ(report.at("stoppedBy"),
+  EXPECT_EQ(report.at("refusals").at(99).at("reason"),
             "PRODUCT.PRODUCTDESCRIPTION may not be Null (NOT NULL constraint failed: PRODUCT.PRODUCTDESCRIPTION).");
-  EXPECT_EQ(report.at("remainingFile"), "web/XMLDownload/remaining_products_test.xml");
-  // What remains can be uploaded: three more failures are no hundred.
-  const json rest = upload({"web/XMLDownload/remaining_products_test.xml"}, 3);
-  expect_counts(rest, 1, 3, 0);
+  EXPECT_EQ(report.at("stoppedBy"), "");
   EXPECT_EQ(remaining_file(), "");
 }
 

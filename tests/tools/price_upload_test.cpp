@@ -32,12 +32,15 @@ class ToolPriceUpload : public StoreTest {
     for (int number = 1; number <= count; ++number) text += line(key, std::to_string(number));
     return text;
   }
-  UploadReport upload(const std::string& records) {
+  UploadReport upload(const std::string& records, std::size_t most_failures = cli::kMostFailures) {
     write_whole(folder() / "prices.xml", "<ProductPrices>" + records + "</ProductPrices>");
-    return upload_file(folder() / "prices.xml");
+    return upload_file(folder() / "prices.xml", most_failures);
   }
-  UploadReport upload_file(const std::filesystem::path& path) {
-    cli::PriceUpload upload({.document = path.string(), .file_key = "test", .web_root = (folder() / "web").string()});
+  UploadReport upload_file(const std::filesystem::path& path, std::size_t most_failures = cli::kMostFailures) {
+    cli::PriceUpload upload({.document = path.string(),
+                             .file_key = "test",
+                             .web_root = (folder() / "web").string(),
+                             .most_failures = most_failures});
     return upload.run();
   }
   static std::vector<std::size_t> part_numbers_given(const Recorder& recorder) {
@@ -92,8 +95,8 @@ TEST_F(ToolPriceUpload, CountsEveryLineOnce) {
             (Texts{"A/3/Price/6/the field stands twice", "A/5/DiscountPerc//not a number",
                    "C/2///it stands within another price line", "A/2/QuantityTo/many/not a number",
                    "A/2/DiscountPerc/101/not from 0 to 100", "A/4/COLOUR//no such column",
-                   "A/6///it is there already; a line without a group, not even an empty one, can be added, not "
-                   "changed"}));
+                   "A/6///it is there already; only a line with the empty group, <GROUPBY/>, can be changed, any other "
+                   "just added"}));
   EXPECT_EQ(told(report.unreachable), (Texts{"/0///It has no attribute buyfrompartnumber.",
                                              "O'NEIL/0///No run finds a part number with an apostrophe.",
                                              "X/0///No product has this part number; it has 1 line."}));
@@ -120,12 +123,12 @@ TEST_F(ToolPriceUpload, DocumentInWhichNoLineCanBeReachedRemainsAsItIs) {
   EXPECT_FALSE(std::filesystem::exists(remaining_file()));
 }
 
-TEST_F(ToolPriceUpload, IsEndedByTheHundredAndFirstFailure) {
+TEST_F(ToolPriceUpload, IsEndedWhenMoreLinesHaveFailedThanMay) {
   upload(lines("A", 103));
-  const UploadReport report = upload(lines("A", 103) + line("B", "1"));
+  const UploadReport report = upload(lines("A", 103) + line("B", "1"), 100);
   expect_counts(report, 0, 100, 4);
   EXPECT_EQ(report.refusals.back().line, 100u);
-  EXPECT_NE(report.stopped_by, "");
+  EXPECT_EQ(report.stopped_by.substr(0, 30), "More than 100 records failed. ");
   EXPECT_EQ(remaining_part_numbers(), (Texts{"A", "A", "A", "B"}));
 }
 
@@ -205,6 +208,22 @@ TEST_F(PricesTool, PreviewJudgesEachLine) {
   EXPECT_EQ(tool_.run({"prices", "preview", "--all", "--json", "prices.xml"}).out.substr(0, 151),
             R"({"read":5,"valid":1,"invalid":3,"withoutProduct":1,"lines":[{"partNumber":"A","line":1,"name":"Pen",)"
             R"("valid":true,"hasProduct":true,"errors":{},"fault":)");
+}
+
+TEST_F(PricesTool, PreviewJudgesTheOthersBesideALineThatCannotBeJudged) {
+  write_whole(tool_.folder() / "odd.xml",
+              "<ProductPrices><ProductPrice buyfrompartnumber=\"A\"/>"
+              "<ProductPrice buyfrompartnumber=\"\"><Price>4</Price></ProductPrice>"
+              "<ProductPrice><Price>4</Price></ProductPrice></ProductPrices>");
+  const ToolRun shown = tool_.run({"prices", "preview", "odd.xml"});
+  EXPECT_EQ(shown.status, 3) << shown.err;
+  EXPECT_EQ(shown.out,
+            "PART NUMBER  LINE  NAME  FIELD  VALUE\n"
+            "A            1                  (it has no fields)\n"
+            "             1                  no product has this part number\n"
+            "             0                  (it has no attribute buyfrompartnumber)\n"
+            "\n"
+            "3 lines: 0 valid, 2 invalid, 1 without a product.\n");
 }
 
 TEST_F(PricesTool, UploadSaysWhatBecameOfEachLine) {

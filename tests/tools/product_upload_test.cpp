@@ -171,6 +171,66 @@ TEST_F(ToolUpload, PreviewAsksForTheErrorsOfARecordWithThatRecordAlone) {
                                       "<Product buyfrompartnumber=\"A\">\n  <GTIN>12X</GTIN>\n</Product>\n"}));
 }
 
+TEST_F(ToolUpload, UpdatesGoOnBehindAnyNumberOfUnknownPartNumbers) {
+  upload(record("P-1") + record("P-2"));
+  std::string unknown;
+  for (int number = 0; number < 1200; ++number) unknown += record("N-" + std::to_string(number));
+  Recorder recorder;
+  const UploadReport report = upload(unknown + record("P-1", "<URL>new</URL>") + record("P-2"), true);
+  expect_counts(report, 2, 1200, 0);
+  EXPECT_EQ(report.stopped_by, "");
+  EXPECT_EQ(report.refusals.front().reason, "No product has this part number.");
+  EXPECT_EQ(records_given(recorder), (std::vector<std::size_t>{2}));
+  EXPECT_EQ(value_of("SELECT URL FROM PRODUCT WHERE BUYFROMPARTNUMBER='P-1'"), Variant("new"));
+}
+
+TEST_F(ToolUpload, EndsWhenMoreRecordsHaveFailedThanMay) {
+  const std::string failing = "<COLOUR>black'n'white</COLOUR>";
+  write_whole(folder() / "records.xml", "<Products>" + record("P-1", failing) + record("P-2") + record("P-3", failing) +
+                                            record("P-4", failing) + record("P-5") + "</Products>");
+  cli::ProductUpload upload({.source = {.document = folder() / "records.xml",
+                                        .file_key = "test",
+                                        .web_root = folder() / "web",
+                                        .most_failures = 2}});
+  const UploadReport report = upload.run();
+  expect_counts(report, 1, 2, 2);
+  EXPECT_EQ(report.stopped_by,
+            "More than 2 records failed. Mend what they have in common, and upload the remaining file. The last one: "
+            "Incorrect syntax near 'black'n'white' (character 74).");
+  EXPECT_EQ(remaining_part_numbers(), (std::vector<std::string>{"P-4", "P-5"}));
+}
+
+TEST_F(ToolUpload, TellsWhatWasWrittenWhenTheRestCannotBePutIntoAFile) {
+  std::filesystem::create_directories(folder() / "web");
+  write_whole(folder() / "web/XMLDownload", "no folder");
+  const UploadReport report = upload(record("P-1") + record("O'NEIL") + record("P-2"));
+  expect_counts(report, 2, 0, 1);
+  EXPECT_EQ(report.remaining_file, "");
+  EXPECT_EQ(report.stopped_by,
+            "What remains could not be put into a file, and stands in the document only: Cannot create the folder \"" +
+                (folder() / "web/XMLDownload").string() + "\": File exists.");
+  EXPECT_EQ(stored_part_numbers(), (std::vector<std::string>{"P-1", "P-2"}));
+}
+
+TEST_F(ToolUpload, PreviewJudgesTheOthersBesideARecordThatCannotBeJudged) {
+  execute({"INSERT UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('PC', 'Piece')"});
+  write_whole(folder() / "records.xml", "<Products>" + record("P-1", "<UNIT>PC</UNIT>") +
+                                            "<Product><PARTNUMBER>lost</PARTNUMBER></Product>" +
+                                            record("P-2", "<UNIT>PC</UNIT><CONTRACTCODE>K7</CONTRACTCODE>") +
+                                            record("P-3", "<UNIT>PC</UNIT>") + "</Products>");
+  testing::internal::CaptureStdout();
+  const int status = cli::preview({.document = folder() / "records.xml"}, {.json = true});
+  EXPECT_EQ(
+      testing::internal::GetCapturedStdout(),
+      R"({"read":4,"valid":2,"invalid":2,"records":[)"
+      R"({"partNumber":"P-1","name":"About P-1","valid":true,"errors":{}},)"
+      R"({"partNumber":"","name":"","valid":false,"errors":{},"reason":"It has no attribute buyfrompartnumber."},)"
+      R"({"partNumber":"P-2","name":"","valid":false,"errors":{},"reason":"Incorrect syntax near '=' (character 74)."},)"
+      R"({"partNumber":"P-3","name":"About P-3","valid":true,"errors":{}}]})"
+      "\n");
+  EXPECT_EQ(status, cli::kDoneInPart);
+}
+
 TEST_F(ToolUpload, PreviewOfUpdatesFindsTheRecordsOfTheProductsThatExist) {
   upload(record("P-2"));
   write_whole(folder() / "records.xml", "<Products>" + record("P-1", "<LOTSIZE>one</LOTSIZE>") +

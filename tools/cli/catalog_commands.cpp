@@ -186,7 +186,7 @@ void add_catalog_commands(Menu& menu) {
                   draw_catalog);
     command.add_option("CATALOG", given.catalog, kWhich)->required();
     command.add_option("--user", given.user, "Show what this user may do")->type_name("USER")->check(is_no_blank());
-    command.add_option("--depth", given.depth, "The most levels")->type_name("N")->check(CLI::PositiveNumber);
+    command.add_option("--depth", given.depth, "The most levels")->type_name("N")->check(is_positive());
   }
   {
     const auto [command, given] =
@@ -224,11 +224,12 @@ void add_catalog_commands(Menu& menu) {
     command.add_option("--category-column", given.category_column, "The header of the categories")->type_name("HEADER");
   }
   {
-    const auto [command, given] = group.add("copy", "Copy a catalogue with its nodes",
-                                            "  mercato catalog copy 1 --name 'House catalogue 2027'\n"
-                                            "  mercato catalog copy 1 --without-nodes\n"
-                                            "The copy is not active. Rights and favourites are not copied.\n",
-                                            copy);
+    const auto [command, given] =
+        group.add("copy", "Copy a catalogue with its nodes",
+                  "  mercato catalog copy 1 --name 'House catalogue 2027'\n"
+                  "  mercato catalog copy 1 --without-nodes\n"
+                  "The copy is not active. Rights, favourites and the partners of shop-out folders are not copied.\n",
+                  copy);
     command.add_option("CATALOG", given.which, kWhich)->required();
     command.add_option("--name", given.name, "The name of the copy; else \"Copy Of\" and the name")->type_name("NAME");
     command.add_flag("--without-nodes", given.without_nodes, "The catalogue's own row only");
@@ -247,6 +248,8 @@ void add_catalog_commands(Menu& menu) {
     command.add_option("OLD", given.from, kWhich)->required();
     command.add_option("NEW", given.to, "Its successor, by id or name")->required();
     command.add_flag("--only-if-empty", given.only_if_empty, "Refuse when the new catalogue has rights already");
+    command.add_flag("--replace", given.replace,
+                     "Delete its rights also when the old one has none to put in their place");
     command.add_flag("--dry-run", given.dry_run, "Say what would be moved and lost, and change nothing");
   }
   {

@@ -36,6 +36,7 @@ struct CatalogMigration {
   std::string from;
   std::string to;
   bool only_if_empty = false;
+  bool replace = false;
   bool dry_run = false;
 };
 int migrate_catalog(const CatalogMigration& given, const OutputOptions& output);

@@ -215,6 +215,11 @@ int migrate_catalog(const CatalogMigration& given, const OutputOptions& output) 
     return refuse_migration(output, "the rights cannot be moved; nothing was changed.", rights.obstacles);
   const std::size_t rights_before = rights_on(from.id);
   const std::size_t replaced = rights_on(to.id);
+  // As after a migration that is repeated.
+  if (rights_before == 0 && replaced > 0 && !given.only_if_empty && !given.replace)
+    return refuse_migration(output, "there are no rights to move; nothing was changed.",
+                            {"catalogue " + shown(from) + " has none, and the " + counted(replaced, "right") +
+                             " of catalogue " + shown(to) + " would be deleted; --replace does so"});
   if (!transaction.call(kWriter, "ChangeAuthorizationsForUser", {from.id, to.id, !given.only_if_empty}).to_boolean())
     return refuse_migration(output, "Mercato.TCatalog.ChangeAuthorizationsForUser returned False.",
                             {"catalogue " + shown(to) + " has " + counted(replaced, "right") +

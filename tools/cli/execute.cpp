@@ -17,8 +17,24 @@ namespace mercato::cli {
 namespace {
 
 std::string read_script(const std::string& name) {
-  if (name == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
-  return files::read_file(name);
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  std::string text = name == "-" ? std::string(std::istreambuf_iterator<char>(std::cin), {}) : files::read_file(name);
+  if (text.starts_with(kMark)) text.erase(0, kMark.size());
+  return text;
+}
+
+gateway::Json rows_as_json(Recordset& rows) {
+  gateway::ObjectTable no_objects;
+  gateway::Json fields = gateway::Json::array();
+  gateway::Json list = gateway::Json::array();
+  for (std::size_t position = 0; position < rows.FieldCount(); ++position) fields.push_back(rows.FieldName(position));
+  for (; !rows.Eof(); rows.MoveNext()) {
+    gateway::Json row = gateway::Json::array();
+    for (std::size_t position = 0; position < rows.FieldCount(); ++position)
+      row.push_back(gateway::to_json(rows.Value(position), no_objects));
+    list.push_back(std::move(row));
+  }
+  return {{"fields", std::move(fields)}, {"rows", std::move(list)}};
 }
 
 void print_rows(Recordset& rows) {
@@ -47,6 +63,7 @@ int execute(const std::string& script, const OutputOptions& output) {
   store::UnitOfWork unit(store::UnitOfWork::Kind::transaction);
   std::size_t statements = 0;
   std::int64_t changed = 0;
+  gateway::Json results = gateway::Json::array();  // of the queries, in order
   {
     const store::UnitOfWork::Current current(&unit);
     const auto connection = Connection::create();
@@ -55,7 +72,7 @@ int execute(const std::string& script, const OutputOptions& output) {
       try {
         std::int64_t affected = 0;
         const RecordsetPtr rows = connection->ExecuteAffecting(Sql::verbatim(std::string(statement)), affected);
-        if (rows->State() == 1 && !output.json) print_rows(*rows);
+        if (rows->State() == 1) output.json ? results.push_back(rows_as_json(*rows)) : print_rows(*rows);
         changed += affected;
         ++statements;
       } catch (const Raised& raised) {
@@ -69,7 +86,9 @@ int execute(const std::string& script, const OutputOptions& output) {
   }
   unit.commit();
   if (output.json)
-    std::cout << gateway::line_of(gateway::Json{{"statements", statements}, {"affected", changed}}) << '\n';
+    std::cout << gateway::line_of(
+                     gateway::Json{{"statements", statements}, {"affected", changed}, {"results", std::move(results)}})
+              << '\n';
   else
     std::cout << counted(statements, "statement") << " run, " << counted(static_cast<std::size_t>(changed), "row")
               << " changed.\n";

@@ -119,7 +119,7 @@ void add_favorite_commands(Menu& menu) {
     command.add_flag("--warehouse", given.warehouse, "As a warehouse favourite");
     command.add_option("--folder", given.folder, "The id of a folder; else the top level")
         ->type_name("N")
-        ->check(CLI::NonNegativeNumber);
+        ->check(is_not_negative());
   }
   {
     const auto [command, given] = group.add("remove", "Take marks away: of both kinds, in all folders",
@@ -131,7 +131,7 @@ void add_favorite_commands(Menu& menu) {
     command.add_flag("--ordinary", given.ordinary, "Ordinary favourites only")->excludes(warehouse);
     command.add_option("--folder", given.folder, "In this folder only; 0 is the top level")
         ->type_name("N")
-        ->check(CLI::NonNegativeNumber);
+        ->check(is_not_negative());
   }
   {
     const auto [command, given] =

@@ -111,8 +111,9 @@ int find(const std::string& term, std::int32_t most, const OutputOptions& output
                       {"supplierPartNumber", text_of(*hit.fields, "BUYFROMPARTNUMBER")},
                       {"description", text_of(*hit.fields, "PRODUCTDESCRIPTION")},
                       {"foundBy", hit.how}});
-    const gateway::Json json = {
-        {"products", std::move(list)}, {"more", search.more()}, {"matchesInCatalogues", search.in_catalogues()}};
+    const gateway::Json json = {{"products", std::move(list)},
+                                {"more", search.more() || search.in_catalogues() > most},
+                                {"matchesInCatalogues", search.in_catalogues()}};
     std::cout << gateway::line_of(json) << '\n';
     return search.hits().empty() ? kFailed : kDone;
   }

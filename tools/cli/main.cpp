@@ -1,11 +1,15 @@
 // The command line of `mercato`: options, help, exit status. The commands themselves are in the files that commands.h
 // and menu.h name.
+#include <poll.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <iostream>
 
 #include "collaborators/grundwerk/settings.h"
 #include "frame/types/raised_error.h"
+#include "frame/types/text.h"
 #include "platform/store/driver.h"
 #include "platform/store/statement_observer.h"
 #include "server/server.h"
@@ -43,9 +47,11 @@ struct CommandLine {
 // They may stand before the command or behind it.
 void add_common_options(CLI::App& app, CommandLine& line) {
   app.add_option("--store", line.store.store, "Connection string of the store; wins over the settings file")
-      ->type_name("CONNECTIONSTRING");
+      ->type_name("CONNECTIONSTRING")
+      ->check(is_no_blank());
   app.add_option("--config", line.store.config, "Settings file (TOML); else mercato.toml, when there is one")
-      ->type_name("FILE");
+      ->type_name("FILE")
+      ->check(is_no_blank());
   app.add_flag("--trace", line.output.trace, "Show the statements, and the whole trace of a failure");
   app.add_flag("--scripted", line.scripted, "rpc only: open the methods that script collaborators and clock");
   app.add_flag("--json", line.output.json, "Print one line of JSON for programs");
@@ -193,6 +199,16 @@ int run(CommandLine& line) {
   }
 }
 
+// Output that is lost is a failure, unless whoever reads it has had enough.
+int status_of_output(int status) {
+  std::cout.flush();
+  if (std::cout) return status;
+  pollfd output = {STDOUT_FILENO, 0, 0};
+  if (::poll(&output, 1, 0) > 0 && (output.revents & POLLERR) != 0) return status;
+  std::cerr << "mercato: The output cannot be written; some of it is lost.\n";
+  return kFailed;
+}
+
 }  // namespace
 }  // namespace mercato::cli
 
@@ -200,10 +216,12 @@ int main(int count, char** texts) {
   using namespace mercato::cli;
   // Whoever reads the output may stop; writing then fails, and the objects are released in order.
   std::signal(SIGPIPE, SIG_IGN);
+  // A file that may not grow any further is a failure like others.
+  std::signal(SIGXFSZ, SIG_IGN);
 
   CommandLine line;
   CLI::App app("Mercato: products, catalogues and their upload, from the command line", "mercato");
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   app.footer(
       "`mercato COMMAND --help` has examples. Exit status: 0 done, 1 refused, failed or not found, 2 wrong usage, 3 "
       "done in "
@@ -225,9 +243,14 @@ int main(int count, char** texts) {
   add_rights_commands(menu);
   add_unspsc_commands(menu);
   try {
+    for (int number = 1; number < count; ++number)
+      if (!mercato::text::is_valid(texts[number]))
+        throw CLI::ValidationError("Argument " + std::to_string(number), "is not UTF-8");
     app.parse(count, texts);
+    if (!line.command) throw CLI::RequiredError::Subcommand(1);
     const CLI::App* command = app.get_subcommands().front();
     line.arguments = command->remaining();
+    std::erase(line.arguments, "--");
     for (const std::string& argument : line.arguments)
       if (argument.starts_with("--"))
         throw CLI::ExtrasError(
@@ -237,5 +260,5 @@ int main(int count, char** texts) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kDone : kUsage;
   }
-  return run(line);
+  return status_of_output(run(line));
 }

@@ -7,7 +7,7 @@ namespace mercato::cli {
 
 Menu::Group Menu::group(const char* name, const char* description) {
   CLI::App* added = app_.add_subcommand(name, description);
-  added->require_subcommand(1);
+  added->require_subcommand(0, 1);  // a word that is none is named; that there is one is checked at the end
   added->footer("`mercato " + std::string(name) + " COMMAND --help` has examples.");
   return {*this, *added};
 }
@@ -26,6 +26,26 @@ const CLI::Validator& is_date() {
         return Date::parse(text) ? std::string() : "'" + text + "' is no date; write 2026-07-01 or 7/1/2026";
       },
       "DATE");
+  return validator;
+}
+
+const CLI::Validator& is_positive() {
+  static const CLI::Validator validator(
+      [](const std::string& text) {
+        const auto number = text::parse_number(text);
+        return number && *number > 0 ? std::string() : "'" + text + "' is no number above 0";
+      },
+      "");
+  return validator;
+}
+
+const CLI::Validator& is_not_negative() {
+  static const CLI::Validator validator(
+      [](const std::string& text) {
+        const auto number = text::parse_number(text);
+        return number && *number >= 0 ? std::string() : "'" + text + "' is no number of 0 or more";
+      },
+      "");
   return validator;
 }
 

@@ -85,5 +85,8 @@ void add_unspsc_commands(Menu& menu);
 const CLI::Validator& is_date();
 // A text with more in it than blanks.
 const CLI::Validator& is_no_blank();
+// A number above 0, and one of 0 or more.
+const CLI::Validator& is_positive();
+const CLI::Validator& is_not_negative();
 
 }  // namespace mercato::cli

@@ -1,4 +1,5 @@
 #include <iostream>
+#include <optional>
 
 #include "frame/lib_error_handling.h"
 #include "frame/types/collection.h"
@@ -7,6 +8,7 @@
 #include "platform/xml/document.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
+#include "tools/cli/sentence.h"
 #include "tools/cli/terminal.h"
 #include "tools/gateway/json_values.h"
 #include "upload/upload_documents.h"
@@ -18,38 +20,49 @@ struct CheckedRecord {
   std::string part_number;
   std::string name;
   bool valid = false;
-  DictionaryPtr errors;  // of a record that is not valid: field to value
+  DictionaryPtr errors;  // field to value; none for a valid one
+  std::string fault;     // of a record that cannot be judged: why
 };
 
-// The document is loaded once, and what is wrong with a record is asked with a document of that record alone: the
-// library loads whatever it is given at each call.
+// Nothing for a record that the library's list leaves out: one without content, and of an update one without a product.
+std::optional<CheckedRecord> judge(const ComponentPtr& reader, const char* method, const xml::Node& element) {
+  if (!upload::has_content(element)) return std::nullopt;
+  CheckedRecord record;
+  record.errors = std::make_shared<Dictionary>();
+  const std::optional<std::string> key = element.attribute("buyfrompartnumber");
+  if (!key) {
+    record.fault = "It has no attribute buyfrompartnumber.";
+    return record;
+  }
+  record.part_number = *key;
+  try {
+    const std::string document = element.save_text();
+    const auto list = call(reader, method, {document, false}).to<Collection>();
+    if (list->Count() == 0) return std::nullopt;
+    const auto entry = list->Item(1).to<Collection>();
+    record.name = entry->Item(2).to_text();
+    record.valid = entry->Item(3).to_boolean();
+    if (!record.valid)
+      record.errors = call(reader, "getErrorsInProductValues", {document, false, *key}).to<Dictionary>();
+  } catch (const Raised& raised) {
+    if (raised.error().Number == error_number::kStoreFailure) throw;
+    record.fault = sentence(raised.error());
+  }
+  return record;
+}
+
+// A record is judged in a document of its own: one that the library cannot judge costs no other one its judgement.
 std::vector<CheckedRecord> check(const PreviewOptions& options) {
   xml::Document document;
   if (!document.load(options.document)) raise(eUnableToLoadXML, {}, document.error());
   const ComponentPtr reader = create_root("Mercato.ProductXML");
   const char* method = options.update_only ? "GetCheckedProductUpdateList" : "GetCheckedProductInsertList";
-  const auto list = call(reader, method, {document.save_text(), false}).to<Collection>();
-
-  // The list has the records in the order of the document. It lacks those without content, and of an update those
-  // without a product: that goes by their part number alone.
   const xml::NodeList elements = document.elements_by_tag_name(upload::kProductDocument.record);
-  std::size_t next = 0;
-  const auto element_of = [&](const std::string& part_number) {
-    for (;;) {
-      const xml::Node element = elements.item(next++);
-      if (upload::has_content(element) && upload::part_number_of(element) == part_number) return element;
-    }
-  };
+  if (elements.empty())
+    raise(eUnableToLoadXML, {}, "\"" + options.document + "\" has no element Product, so there is nothing to check.");
   std::vector<CheckedRecord> records;
-  for (std::int32_t position = 1; position <= list->Count(); ++position) {
-    const auto entry = list->Item(position).to<Collection>();
-    CheckedRecord record{entry->Item(1).to_text(), entry->Item(2).to_text(), entry->Item(3).to_boolean(), nullptr};
-    const xml::Node element = element_of(record.part_number);
-    if (!record.valid)
-      record.errors =
-          call(reader, "getErrorsInProductValues", {element.save_text(), false, record.part_number}).to<Dictionary>();
-    records.push_back(std::move(record));
-  }
+  for (const xml::Node& element : elements)
+    if (auto record = judge(reader, method, element)) records.push_back(std::move(*record));
   return records;
 }
 
@@ -57,13 +70,14 @@ void print_json(const std::vector<CheckedRecord>& records, std::size_t invalid) 
   gateway::Json list = gateway::Json::array();
   for (const CheckedRecord& record : records) {
     gateway::Json errors = gateway::Json::object();
-    if (record.errors)
-      record.errors->for_each(
-          [&](const Variant& field, const Variant& value) { errors[field.to_text()] = value.to_text(); });
-    list.push_back({{"partNumber", record.part_number},
-                    {"name", record.name},
-                    {"valid", record.valid},
-                    {"errors", std::move(errors)}});
+    record.errors->for_each(
+        [&](const Variant& field, const Variant& value) { errors[field.to_text()] = value.to_text(); });
+    gateway::Json one = {{"partNumber", record.part_number},
+                         {"name", record.name},
+                         {"valid", record.valid},
+                         {"errors", std::move(errors)}};
+    if (!record.fault.empty()) one["reason"] = record.fault;
+    list.push_back(std::move(one));
   }
   const gateway::Json json = {{"read", records.size()},
                               {"valid", records.size() - invalid},
@@ -84,6 +98,7 @@ int preview(const PreviewOptions& options, const OutputOptions& output) {
       continue;
     }
     ++invalid;
+    if (!record.fault.empty()) table.add({shown(record.part_number), shown(record.name, 40), "", shown(record.fault)});
     bool first = true;
     record.errors->for_each([&](const Variant& field, const Variant& value) {
       const std::string text = value.to_text();

@@ -149,7 +149,7 @@ void add_price_commands(Menu& menu) {
     command.add_option("--until", given.until, "The last day")->type_name("DATE")->check(is_date());
     command.add_option("--to-quantity", given.to_quantity, "The largest quantity that it holds for")
         ->type_name("N")
-        ->check(CLI::PositiveNumber)
+        ->check(is_positive())
         ->required();
     command.add_option("--currency", given.currency, "The code of its currency")->type_name("CODE")->required();
     const auto add_number = [&command = command](const char* name, std::string& number, const char* description) {
@@ -169,10 +169,7 @@ void add_price_commands(Menu& menu) {
                                             "Exit status 1 when no line holds.\n",
                                             price_for);
     command.add_option("ID", given.id, "The product's id")->required();
-    command.add_option("--quantity", given.quantity, "The quantity")
-        ->type_name("N")
-        ->check(CLI::PositiveNumber)
-        ->required();
+    command.add_option("--quantity", given.quantity, "The quantity")->type_name("N")->check(is_positive())->required();
     command.add_option("--currency", given.currency, "The code of the currency wanted")->type_name("CODE")->required();
     command.add_option("--date", given.date, "The day; else today")->type_name("DATE")->check(is_date());
   }

@@ -44,7 +44,10 @@ Fault fault_of(const RaisedError& failure) {
   switch (failure.Number) {
     case error_number::kConstraintViolated:
       if (words.find("UNIQUE") == std::string::npos) break;
-      return {{}, {}, "it is there already; a line without a group, not even an empty one, can be added, not changed"};
+      return {
+          {},
+          {},
+          "it is there already; only a line with the empty group, <GROUPBY/>, can be changed, any other just added"};
     case error_number::kNoSuchField: {
       const std::size_t name = words.rfind(": ");
       if (name == std::string::npos) break;

@@ -12,6 +12,7 @@
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/price_upload.h"
+#include "upload/upload_documents.h"
 
 namespace mercato::cli {
 namespace prices_commands {
@@ -47,6 +48,10 @@ void judge(const ComponentPtr& prices, const xml::Node& record, CheckedLine& lin
     line.fault = *fault;
     return;
   }
+  if (!upload::has_content(record)) {
+    line.fault = Fault{{}, {}, "it has no fields"};
+    return;
+  }
   try {
     const auto errors =
         call(prices, "GetErrorsInPriceValues", {record.save_text(), false, line.part_number}).to<Dictionary>();
@@ -60,6 +65,7 @@ void judge(const ComponentPtr& prices, const xml::Node& record, CheckedLine& lin
 
 // Of a line that can be judged; empty without a product.
 std::string product_name_of(const ComponentPtr& prices, const xml::Node& record, const std::string& part_number) {
+  if (part_number.empty()) return {};  // never listed
   return call(prices, "GetCheckedPriceList", {record.save_text(), false})
       .to<Dictionary>()
       ->Item(part_number)
@@ -71,13 +77,16 @@ std::string product_name_of(const ComponentPtr& prices, const xml::Node& record,
 std::vector<CheckedLine> check(const std::string& path) {
   xml::Document document;
   if (!document.load(path)) raise(eUnableToLoadXML, {}, document.error());
+  const xml::NodeList records = document.elements_by_tag_name(kPriceRecord);
+  if (records.empty())
+    raise(eUnableToLoadXML, {}, "\"" + path + "\" has no element ProductPrice, so there is nothing to check.");
   const ComponentPtr prices = create_root("Mercato.PriceXML");
   call(prices, "GetCheckedPriceList", {kPriceDocumentWithoutFields, false});
 
   std::vector<CheckedLine> lines;
   std::unordered_map<std::string, std::size_t> numbers;
   std::unordered_map<std::string, std::string> names;
-  for (const xml::Node& record : document.elements_by_tag_name(kPriceRecord)) {
+  for (const xml::Node& record : records) {
     CheckedLine& line = lines.emplace_back();
     const auto key = record.attribute("buyfrompartnumber");
     if (!key) {

@@ -15,13 +15,14 @@ constexpr const char* kRecord = "Product";
 // An update reads the document anew for each record and has no time budget: a call is kept short.
 constexpr std::size_t kUpdatesInOneCall = 500;
 constexpr std::size_t kAll = static_cast<std::size_t>(-1);
+constexpr const char* kNoProduct = "No product has this part number.";
 
 bool has_blank_ends(const std::string& text) { return !text.empty() && (text.front() == ' ' || text.back() == ' '); }
 
 // Why the failure of one record says so little, in the words of what happened.
 std::string reason_of(const RaisedError& failure, bool update_only) {
   if (failure.Number == error_number::kNoCurrentRow)
-    return update_only ? "No product has this part number."
+    return update_only ? kNoProduct
                        : "The product was not saved: a required field is missing, or a value does not fit.";
   return sentence(failure);
 }
@@ -41,6 +42,11 @@ ProductUpload::ProductUpload(Options options)
 
 std::size_t ProductUpload::take_inventory(const xml::Document& document) {
   std::unordered_set<std::string> known;
+  const ComponentPtr products = create_root("Mercato.Product");
+  // Asked beforehand: a run ends at the first update that finds none.
+  const auto has_product = [&](const std::string& part_number) {
+    return call(products, "GetProductIDFromSupplierPartNum", {part_number}).to_long() != -1;
+  };
   bool keyless = false;
   for (const xml::Node& record : document.elements_by_tag_name(kRecord)) {
     ++report_.read;
@@ -53,6 +59,9 @@ std::size_t ProductUpload::take_inventory(const xml::Document& document) {
       unreachable({}, "It has no attribute buyfrompartnumber.");
     } else if (update_only_ && !known.insert(*key).second) {
       refuse(report_, whole_record(*key, "It stands in the document before; an update reads the first one only."));
+      gone_.push_back(std::move(*key));
+    } else if (update_only_ && !has_product(*key)) {
+      refuse(report_, whole_record(*key, kNoProduct));
       gone_.push_back(std::move(*key));
     } else if (!update_only_ && key->find('\'') != std::string::npos) {
       unreachable(*key, "No run finds a part number with an apostrophe.");

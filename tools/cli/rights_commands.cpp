@@ -321,11 +321,12 @@ void add_rights_commands(Menu& menu) {
     command.add_option("USER", given.user, "The user's id")->required()->check(is_no_blank());
   }
   {
-    const auto [command, given] = group.add("clear", "Take all rights from a user or a profile",
-                                            "  mercato rights clear BEN.OKORO\n"
-                                            "  mercato rights clear BUYERS --profile\n"
-                                            "What was laid out stays until `rights populate`.\n",
-                                            clear);
+    const auto [command, given] =
+        group.add("clear", "Take all rights from a user or a profile",
+                  "  mercato rights clear BEN.OKORO\n"
+                  "  mercato rights clear BUYERS --profile\n"
+                  "What was laid out stays until `rights populate`. His accounts of shop-out folders go along.\n",
+                  clear);
     add_holder(command, given);
   }
 }

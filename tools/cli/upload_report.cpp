@@ -63,12 +63,13 @@ void print_count(const char* label, std::size_t number, const std::string& meani
 void print_rest(const UploadReport& report) {
   print_count("remaining", report.remaining,
               report.remaining_file.empty() ? "  no remaining file" : "  in " + report.remaining_file);
+  if (report.read == 0) std::cout << bad("The document has no record of this kind.") << '\n';
   if (!report.stopped_by.empty())
     std::cout << bad("The upload was ended early: ") << shown(report.stopped_by, 500) << '\n';
 }
 
 int status_of(const UploadReport& report) {
-  if (!report.stopped_by.empty()) return kFailed;
+  if (!report.stopped_by.empty() || report.read == 0) return kFailed;
   return report.refused + report.remaining > 0 ? kDoneInPart : kDone;
 }
 

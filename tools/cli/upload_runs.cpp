@@ -34,7 +34,14 @@ UploadReport UploadRuns::run() {
     run_all();
     progress_ = nullptr;
   }
-  settle_remaining_file();
+  try {
+    settle_remaining_file();
+  } catch (const Raised& raised) {
+    // What was written is told all the same.
+    report_.remaining_file.clear();
+    report_.stopped_by =
+        "What remains could not be put into a file, and stands in the document only: " + sentence(raised.error());
+  }
   return std::move(report_);
 }
 
@@ -44,7 +51,7 @@ void UploadRuns::run_all() {
     if (failure && last_failed_ && goes_on_after(*failure)) {
       refuse_failed(*failure);
     } else if (failure) {
-      report_.stopped_by = sentence(*failure);  // that record remains, if it was one's
+      report_.stopped_by = reason_to_stop(*failure);  // that record remains, if it was one's
     } else if (seen_ == 0) {
       report_.stopped_by = "The time for one run passed before its first record.";
     }
@@ -122,8 +129,15 @@ void UploadRuns::settle() {
 
 bool UploadRuns::goes_on_after(const RaisedError& failure) {
   ++failures_;
-  return failures_ <= kMostFailures && failure.Number != error_number::kStoreFailure &&
+  return failures_ <= source_.most_failures && failure.Number != error_number::kStoreFailure &&
          failure.Number != error_number::kTimeout && failure.Number != error_number::kOutOfMemory;
+}
+
+std::string UploadRuns::reason_to_stop(const RaisedError& failure) const {
+  if (failures_ <= source_.most_failures) return sentence(failure);
+  return "More than " + std::to_string(source_.most_failures) +
+         " records failed. Mend what they have in common, and upload the remaining file. The last one: " +
+         sentence(failure);
 }
 
 void UploadRuns::refuse(UploadReport& report, UploadFinding finding) {

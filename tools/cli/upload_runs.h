@@ -5,7 +5,7 @@
 // Each record of the document ends in one of three places: applied, refused, or remaining (in the remaining file). A
 // record whose writing fails stops the library's run; here it is refused with the failure as the reason, and the upload
 // goes on behind it. A failure that is not the record's own (the store is gone, a limit has passed), and one more than
-// kMostFailures, end the upload; what was not reached remains. A store that fails may take the latest writes along:
+// `most_failures`, end the upload; what was not reached remains. A store that fails may take the latest writes along:
 // every kCheckpoint records the upload makes sure of them, and what came after that remains too.
 #pragma once
 
@@ -22,13 +22,14 @@
 
 namespace mercato::cli {
 
-inline constexpr std::size_t kMostFailures = 100;
+inline constexpr std::size_t kMostFailures = 1000;
 inline constexpr std::size_t kCheckpoint = 100;
 
 struct UploadSource {
   std::string document;  // file or URL
   std::string file_key;
   std::string web_root;
+  std::size_t most_failures = kMostFailures;  // each costs a run of its own
 };
 
 class UploadRuns {
@@ -94,6 +95,7 @@ class UploadRuns {
   void settle();
   bool goes_on_after(const RaisedError& failure);
   void settle_remaining_file();
+  std::string reason_to_stop(const RaisedError& failure) const;
   std::string remaining_folder() const;
   std::string remaining_path() const;
 
