@@ -66,7 +66,7 @@ TEST_F(CatalogCommands, ListAndShowWhatThereIs) {
                                                                     {"CATALOGLAYOUT", 0}}));
   expect_done({"catalog", "show", "HOUSE"},
               "CATALOGID = 1\nCATALOGNAME = House\nACTIVE = 1\nAPPROVALCATALOG = 0\nSUPPLIERCATALOGID = \nVERSION = a\n"
-              "CATALOGLAYOUT = 0\nnodes: 5\nproducts: 2\nusers: 3\nprofiles: 0\n");
+              "CATALOGLAYOUT = 0\nCATALOGDESCRIPTION = \nnodes: 5\nproducts: 2\nusers: 3\nprofiles: 0\n");
   EXPECT_EQ(answer({"catalog", "show", "2"}).at("products"), 1);
   execute("DELETE FROM CATALOG");
   expect_done({"catalog", "list"}, "There are no catalogues.\n");

@@ -102,7 +102,16 @@ TEST_F(UnspscCommands, FileThatCannotBeReadIsRefusedWithTheReason) {
          "refused: Cannot read the file \"missing.xml\": No such file or directory.\nmercato: Unable to load XML.\n");
   write_whole(file("codes.XML"), "<UNSPSC_ITEMS><UNSPSC_ITEM/></UNSPSC_ITEMS>");
   expect({"unspsc", "load", "codes.XML"}, 1, "",
+         "refused: the document does not fit its schema\n"
          "mercato: Element 'UNSPSC_ITEM': Missing child element(s). Expected is ( CODE ).\n");
+  write_workbook(file("codes.xlsx"), WorkbookContent{});
+  expect({"unspsc", "load", "codes.xlsx"}, 1, "",
+         "refused: the sheet has no used cells\nmercato: Object variable or With block variable not set.\n");
+  write_workbook(file("codes.xlsx"),
+                 WorkbookContent{row(1, text_cell("A1", "Code")) + row(32768, text_cell("A32768", "92000000"))});
+  expect({"unspsc", "load", "codes.xlsx"}, 1, "",
+         "refused: the used cells of the sheet reach beyond row or column 32,767, where the count ends\n"
+         "mercato: Overflow.\n");
   write_whole(
       file("mercato.toml"),
       "[connections]\nMercato = 'Provider=SQLite;Data Source=mercato.db'\n[folders]\ninstall_dir = 'nowhere'\n");

@@ -88,6 +88,11 @@ int show(const WhichCatalog& given, const OutputOptions& output) {
   record->for_each([&](const Variant& column, const Variant&) {
     words += column.to_text() + " = " + shown(text_of(*record, column.to_text()), 200) + "\n";
   });
+  // The record of the class lacks it.
+  Sql sql = LiteralPiece("SELECT CATALOGDESCRIPTION FROM CATALOG WHERE CATALOGID = ");
+  const std::string description = text_of(*query_rows(sql << id).at(0), "CATALOGDESCRIPTION");
+  json["CATALOGDESCRIPTION"] = description;
+  words += "CATALOGDESCRIPTION = " + shown(description, 200) + "\n";
   for (const auto& [name, number] : counts) {
     json[name] = number;
     words += std::string(name) + ": " + std::to_string(number) + "\n";

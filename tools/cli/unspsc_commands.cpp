@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "classification/t_unspsc.h"
+#include "frame/lib_error_handling.h"
 #include "frame/types/text.h"
 #include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
@@ -81,15 +82,27 @@ bool is_document(const std::string& file) {
   return text::to_lower(file).ends_with(".xml") || file.find("://") != std::string::npos;
 }
 
+// What the library's own words leave open.
+Reasons reasons_against_file(const RaisedError& failure, const Watcher& watcher, bool is_document) {
+  if (!watcher.unreadable.empty()) return watcher.unreadable;
+  if (is_document)
+    return failure.Number == eUnableToLoadXML ? Reasons{"the document does not fit its schema"} : Reasons{};
+  if (failure.Number == error_number::kOverflow)
+    return {"the used cells of the sheet reach beyond row or column 32,767, where the count ends"};
+  if (failure.Number == error_number::kObjectNotSet) return {"the sheet has no used cells"};
+  return {};
+}
+
 int load(const CodesFile& given, const OutputOptions& output) {
   Watcher watcher;
   const auto object = std::dynamic_pointer_cast<TUNSPSC>(create_root("Mercato.TUNSPSC"));
   object->set_observer(&watcher);
-  explaining([&](const RaisedError&) { return watcher.unreadable; },
-             [&] {
-               call(object, is_document(given.file) ? "UploadFromXML" : "UploadFromXLS",
-                    {given.file, given.overwrite, given.commodities});
-             });
+  explaining(
+      [&](const RaisedError& failure) { return reasons_against_file(failure, watcher, is_document(given.file)); },
+      [&] {
+        call(object, is_document(given.file) ? "UploadFromXML" : "UploadFromXLS",
+             {given.file, given.overwrite, given.commodities});
+      });
   watcher.end_progress();
   // The upload casts no vote: its transaction ends with the object, here, where a commit that fails is heard.
   object->context()->release();
