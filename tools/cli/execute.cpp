@@ -23,20 +23,6 @@ std::string read_script(const std::string& name) {
   return text;
 }
 
-gateway::Json rows_as_json(Recordset& rows) {
-  gateway::ObjectTable no_objects;
-  gateway::Json fields = gateway::Json::array();
-  gateway::Json list = gateway::Json::array();
-  for (std::size_t position = 0; position < rows.FieldCount(); ++position) fields.push_back(rows.FieldName(position));
-  for (; !rows.Eof(); rows.MoveNext()) {
-    gateway::Json row = gateway::Json::array();
-    for (std::size_t position = 0; position < rows.FieldCount(); ++position)
-      row.push_back(gateway::to_json(rows.Value(position), no_objects));
-    list.push_back(std::move(row));
-  }
-  return {{"fields", std::move(fields)}, {"rows", std::move(list)}};
-}
-
 void print_rows(Recordset& rows) {
   std::vector<std::string> headings;
   for (std::size_t position = 0; position < rows.FieldCount(); ++position) headings.push_back(rows.FieldName(position));
@@ -64,6 +50,7 @@ int execute(const std::string& script, const OutputOptions& output) {
   std::size_t statements = 0;
   std::int64_t changed = 0;
   gateway::Json results = gateway::Json::array();  // of the queries, in order
+  gateway::ObjectTable none;
   {
     const store::UnitOfWork::Current current(&unit);
     const auto connection = Connection::create();
@@ -72,7 +59,7 @@ int execute(const std::string& script, const OutputOptions& output) {
       try {
         std::int64_t affected = 0;
         const RecordsetPtr rows = connection->ExecuteAffecting(Sql::verbatim(std::string(statement)), affected);
-        if (rows->State() == 1) output.json ? results.push_back(rows_as_json(*rows)) : print_rows(*rows);
+        if (rows->State() == 1) output.json ? results.push_back(gateway::rows_to_json(*rows, none)) : print_rows(*rows);
         changed += affected;
         ++statements;
       } catch (const Raised& raised) {

@@ -4,6 +4,17 @@
 #include "frame/types/text.h"
 
 namespace mercato::cli {
+namespace {
+
+CLI::Validator is_number(bool (*good)(double), const char* description) {
+  return {[good, description](const std::string& text) {
+            const auto number = text::parse_number(text);
+            return number && good(*number) ? std::string() : "'" + text + "' is no number " + description;
+          },
+          ""};
+}
+
+}  // namespace
 
 Menu::Group Menu::group(const char* name, const char* description) {
   CLI::App* added = app_.add_subcommand(name, description);
@@ -30,22 +41,12 @@ const CLI::Validator& is_date() {
 }
 
 const CLI::Validator& is_positive() {
-  static const CLI::Validator validator(
-      [](const std::string& text) {
-        const auto number = text::parse_number(text);
-        return number && *number > 0 ? std::string() : "'" + text + "' is no number above 0";
-      },
-      "");
+  static const CLI::Validator validator = is_number([](double number) { return number > 0; }, "above 0");
   return validator;
 }
 
 const CLI::Validator& is_not_negative() {
-  static const CLI::Validator validator(
-      [](const std::string& text) {
-        const auto number = text::parse_number(text);
-        return number && *number >= 0 ? std::string() : "'" + text + "' is no number of 0 or more";
-      },
-      "");
+  static const CLI::Validator validator = is_number([](double number) { return number >= 0; }, "of 0 or more");
   return validator;
 }
 

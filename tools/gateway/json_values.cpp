@@ -69,15 +69,8 @@ Json collection_to_json(const Collection& collection, ObjectTable& objects) {
 }
 
 Json recordset_to_json(Recordset& recordset, ObjectTable& objects) {
-  Json::array_t rows;
-  rows.reserve(recordset.rows().size());
-  for (const std::vector<Variant>& row : recordset.rows()) rows.push_back(items_to_json(row, objects));
-  Json fields = Json::array();
-  for (std::size_t position = 0; position < recordset.FieldCount(); ++position)
-    fields.push_back(recordset.FieldName(position));
   Json json = form("recordset");
-  json["fields"] = std::move(fields);
-  json["rows"] = std::move(rows);
+  json.update(rows_to_json(recordset, objects));
   return json;
 }
 
@@ -252,6 +245,16 @@ Json to_json(const Variant& value, ObjectTable& objects) {
       return object_to_json(value.object_value(), objects);
   }
   return nullptr;
+}
+
+Json rows_to_json(Recordset& recordset, ObjectTable& objects) {
+  Json::array_t rows;
+  rows.reserve(recordset.rows().size());
+  for (const std::vector<Variant>& row : recordset.rows()) rows.push_back(items_to_json(row, objects));
+  Json fields = Json::array();
+  for (std::size_t position = 0; position < recordset.FieldCount(); ++position)
+    fields.push_back(recordset.FieldName(position));
+  return {{"fields", std::move(fields)}, {"rows", std::move(rows)}};
 }
 
 Variant from_json(const JsonInput& json, ObjectTable& objects) {

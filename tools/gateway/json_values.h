@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "frame/recordset.h"
 #include "frame/types/variant.h"
 #include "tools/gateway/object_table.h"
 
@@ -18,6 +19,9 @@ using JsonInput = nlohmann::json;     // what was read: a member is found fast, 
 
 // Objects that have no form of their own get a handle. Raises what fetching a recordset's rows raises.
 Json to_json(const Variant& value, ObjectTable& objects);
+
+// The members "fields" and "rows" of an open recordset. Raises what fetching its rows raises.
+Json rows_to_json(Recordset& recordset, ObjectTable& objects);
 
 // Throws RpcError kInvalidParams for a form that is none, and for a handle that nobody has. A whole number beyond 32
 // bits is a double. Raises 457 for a Collection that repeats a key.

@@ -356,19 +356,9 @@ Json Session::execute(const Params& params) {
     connection->Open(collaborators::connection_string_of("Mercato"), "", "", -1);
     std::int64_t affected = 0;
     const RecordsetPtr recordset = connection->ExecuteAffecting(statement, affected);
-    Json fields = Json::array();
-    Json rows = Json::array();
-    if (recordset->State() == 1) {
-      for (std::size_t position = 0; position < recordset->FieldCount(); ++position)
-        fields.push_back(recordset->FieldName(position));
-      for (; !recordset->Eof(); recordset->MoveNext()) {
-        Json row = Json::array();
-        for (std::size_t position = 0; position < recordset->FieldCount(); ++position)
-          row.push_back(to_json(recordset->Value(position), objects_));
-        rows.push_back(std::move(row));
-      }
-    }
-    return Json{{"affected", affected}, {"fields", std::move(fields)}, {"rows", std::move(rows)}};
+    Json result = {{"affected", affected}, {"fields", Json::array()}, {"rows", Json::array()}};
+    if (recordset->State() == 1) result.update(rows_to_json(*recordset, objects_));
+    return result;
   });
 }
 
