@@ -12,8 +12,9 @@ namespace mercato::cli {
 namespace {
 
 constexpr const char* kRecord = "Product";
-// An update reads the document anew for each record and has no time budget: a call is kept short.
-constexpr std::size_t kUpdatesInOneCall = 500;
+// An update reads the document anew for each record and has no time budget: a call is kept short, and gets a document
+// of its own records.
+constexpr std::size_t kUpdatesInOneCall = 100;
 constexpr std::size_t kAll = static_cast<std::size_t>(-1);
 constexpr const char* kNoProduct = "No product has this part number.";
 
@@ -47,7 +48,6 @@ std::size_t ProductUpload::take_inventory(const xml::Document& document) {
   const auto has_product = [&](const std::string& part_number) {
     return call(products, "GetProductIDFromSupplierPartNum", {part_number}).to_long() != -1;
   };
-  bool keyless = false;
   for (const xml::Node& record : document.elements_by_tag_name(kRecord)) {
     ++report_.read;
     const auto unreachable = [&](const std::string& part_number, const char* reason) {
@@ -55,7 +55,6 @@ std::size_t ProductUpload::take_inventory(const xml::Document& document) {
     };
     std::optional<std::string> key = record.attribute("buyfrompartnumber");
     if (!key) {
-      keyless = true;
       unreachable({}, "It has no attribute buyfrompartnumber.");
     } else if (update_only_ && !known.insert(*key).second) {
       refuse(report_, whole_record(*key, "It stands in the document before; an update reads the first one only."));
@@ -69,17 +68,23 @@ std::size_t ProductUpload::take_inventory(const xml::Document& document) {
       unreachable(*key, "No run finds a part number with blanks at its ends.");
     } else {
       pending_.push_back(std::move(*key));
+      if (update_only_) records_.push_back(record.save_text());
     }
   }
-  // Reading one record for an update fails at the first element without a key.
-  if (keyless && update_only_) document_ = without(document_, {}, true);
   return pending_.size();
 }
 
 void ProductUpload::call_library(const Document& document, const Array& part_numbers) {
   std::vector<Variant> arguments = {document.text_or_url, document.is_url, part_numbers, write_on_errors_};
   const char* method = "updateProductsFromXML";
-  if (!update_only_) {
+  if (update_only_) {
+    const auto first = records_.end() - static_cast<std::ptrdiff_t>(pending_.size());
+    std::string text = "<Products>";
+    for (std::size_t number = 0; number < part_numbers.items.size(); ++number)
+      text += first[static_cast<std::ptrdiff_t>(number)];
+    arguments[0] = text + "</Products>";
+    arguments[1] = false;
+  } else {
     method = "insertProductsFromXML";
     arguments[0] = source_.file_key + "/\\" + document.text_or_url;
   }

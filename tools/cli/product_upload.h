@@ -34,7 +34,8 @@ class ProductUpload : public UploadRuns, private UploadObserver {
 
   const bool write_on_errors_;
   const bool update_only_;
-  std::string buyer_separator_;  // what a record has set rules those after it, also in the next run
+  std::vector<std::string> records_;  // of an update: the texts of the records, in the order of their part numbers
+  std::string buyer_separator_;       // what a record has set rules those after it, also in the next run
 };
 
 }  // namespace mercato::cli

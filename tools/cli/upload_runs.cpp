@@ -61,7 +61,7 @@ void UploadRuns::run_all() {
     if (kind_.rest == Rest::in_document)
       gone_.insert(gone_.end(), done_.begin(), done_.end());
     else if (failure)
-      document_ = without(document_, done_, false);
+      document_ = without(document_, done_);
     else
       document_ = {remaining_path(), true};
     if (!report_.stopped_by.empty()) return;
@@ -145,17 +145,13 @@ void UploadRuns::refuse(UploadReport& report, UploadFinding finding) {
   report.refusals.push_back(std::move(finding));
 }
 
-UploadRuns::Document UploadRuns::without(const Document& document, const PartNumbers& part_numbers,
-                                         bool without_keyless) const {
+UploadRuns::Document UploadRuns::without(const Document& document, const PartNumbers& part_numbers) const {
   const xml::Document loaded = load(document.text_or_url, document.is_url);
   std::unordered_map<std::string, std::size_t> leaving;
   for (const std::string& part_number : part_numbers) ++leaving[part_number];
   for (const xml::Node& record : loaded.elements_by_tag_name(kind_.record)) {
     const std::optional<std::string> key = record.attribute("buyfrompartnumber");
-    if (!key) {
-      if (without_keyless) record.remove();
-      continue;
-    }
+    if (!key) continue;
     const auto found = leaving.find(*key);
     if (found == leaving.end() || found->second == 0) continue;
     --found->second;
@@ -173,7 +169,7 @@ void UploadRuns::settle_remaining_file() {
     if (kind_.rest == Rest::in_file && files::file_exists(remaining_path())) files::delete_file(remaining_path());
     return;
   }
-  if (kind_.rest == Rest::in_document) document_ = without({source_.document, true}, gone_, false);
+  if (kind_.rest == Rest::in_document) document_ = without({source_.document, true}, gone_);
   if (!files::folder_exists(remaining_folder())) files::create_folder(remaining_folder());
   load(document_.text_or_url, document_.is_url).save(remaining_path());
 }

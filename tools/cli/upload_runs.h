@@ -75,7 +75,7 @@ class UploadRuns {
   bool checkpoint();
   static void refuse(UploadReport& report, UploadFinding finding);
   // The document without the first record of each part number, one for each time that it is named.
-  Document without(const Document& document, const PartNumbers& part_numbers, bool without_keyless) const;
+  Document without(const Document& document, const PartNumbers& part_numbers) const;
 
   const UploadSource source_;
   UploadReport report_;
