@@ -212,6 +212,16 @@ TEST_F(ToolUpload, TellsWhatWasWrittenWhenTheRestCannotBePutIntoAFile) {
   EXPECT_EQ(stored_part_numbers(), (std::vector<std::string>{"P-1", "P-2"}));
 }
 
+TEST_F(ToolUpload, TellsAlsoWhatEndedItBeforeTheRestCouldNotBePutIntoAFile) {
+  std::filesystem::create_directories(folder() / "web");
+  write_whole(folder() / "web/XMLDownload", "no folder");
+  const LostStore lost("'P-2'");
+  const UploadReport report = upload(record("P-1") + record("P-2"));
+  EXPECT_EQ(report.stopped_by.substr(0, 55), "The store is gone. What remains could not be put into a");
+  EXPECT_EQ(report.read, report.applied() + report.refused + report.remaining);
+  EXPECT_GE(report.remaining, 1u);
+}
+
 TEST_F(ToolUpload, PreviewJudgesTheOthersBesideARecordThatCannotBeJudged) {
   execute({"INSERT UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('PC', 'Piece')"});
   write_whole(folder() / "records.xml", "<Products>" + record("P-1", "<UNIT>PC</UNIT>") +

@@ -28,8 +28,8 @@ struct UploadReport {
   std::vector<UploadFinding> dropped;
   std::vector<UploadFinding> cut;
   std::vector<UploadFinding> unreachable;  // records that remain because no run can reach or apply them
-  std::string remaining_file;              // empty when nothing remains
-  std::string stopped_by;                  // the failure that ended the upload early; empty when none did
+  std::string remaining_file;              // empty when nothing remains, or no file could be written
+  std::string stopped_by;  // what ended the upload early or lost its remaining file; empty when nothing did
 
   std::size_t applied() const { return inserted + updated; }
 };

@@ -39,8 +39,10 @@ UploadReport UploadRuns::run() {
   } catch (const Raised& raised) {
     // What was written is told all the same.
     report_.remaining_file.clear();
-    report_.stopped_by =
-        "What remains could not be put into a file, and stands in the document only: " + sentence(raised.error());
+    // With nothing pending the library's last run has met the same.
+    const std::string before = pending_.empty() ? "" : report_.stopped_by + " ";
+    report_.stopped_by = before + "What remains could not be put into a file, and stands in the document only: " +
+                         sentence(raised.error());
   }
   return std::move(report_);
 }
