@@ -55,7 +55,8 @@ class SettingsFile {
  private:
   toml::table parse() const {
     std::ifstream file(path_);
-    if (!file || std::filesystem::is_directory(path_)) raise(error_number::kFileNotFound, {}, "The settings file '" + path_ + "' cannot be read");
+    if (!file || std::filesystem::is_directory(path_))
+      raise(error_number::kFileNotFound, {}, "The settings file '" + path_ + "' cannot be read");
     try {
       return toml::parse(file, path_);
     } catch (const toml::parse_error& error) {
