@@ -33,7 +33,7 @@ std::optional<std::string> connection_property(std::string_view connection_strin
 
 Driver& driver_for(const std::string& connection_string) {
   if (text::trim(connection_string).empty())
-    raise(error_number::kStoreFailure, {}, "The connection string is blank. It has to name a store.");
+    raise(error_number::kStoreFailure, {}, "The connection string is blank. It has to name a store");
   const auto provider = connection_property(connection_string, "Provider");
   if (!provider) return kKnownDrivers[0].driver();
   std::string known;
@@ -42,8 +42,7 @@ Driver& driver_for(const std::string& connection_string) {
     if (!known.empty()) known += ", ";
     known += candidate.provider;
   }
-  raise(error_number::kStoreFailure, {},
-        "There is no store provider '" + *provider + "'. Known providers: " + known + ".");
+  raise(error_number::kStoreFailure, {}, "There is no store provider '" + *provider + "'. Known providers: " + known);
 }
 
 Variant to_column_type(const Variant& value, ColumnType type) {

@@ -4,7 +4,7 @@
 //
 // Failures are raised with the numbers of raised_error.h: kStatementRefused for a statement that the store does not
 // take, kConstraintViolated, kValueTooLong, kTimeout beyond the call limit, kStoreFailure for the rest, each with the
-// engine's own words and what to do about it where that is known.
+// engine's own words and what to do about it where that is known, without a full stop at the end.
 #pragma once
 
 #include <cstddef>

@@ -53,7 +53,7 @@ TEST_F(ConnectionTest, OpenFailsForAStoreThatIsNotThereAndKeepsTheFailure) {
   EXPECT_EQ(connection->State(), 0);
   EXPECT_EQ(connection->Errors(), std::vector{failure});
   EXPECT_EQ(failure_of([&] { connection->Open(" ", "", "", -1); }).Description,
-            "The connection string is blank. It has to name a store.");
+            "The connection string is blank. It has to name a store");
 }
 
 TEST_F(ConnectionTest, OpenFailsUnderATransactionToo) {
@@ -112,7 +112,7 @@ TEST_F(ConnectionTest, ErrorsKeepWhatTheStoreReportedUntilTheConnectionIsClosed)
   EXPECT_EQ(first.Number, kStatementRefused);
   EXPECT_EQ(second, (RaisedError{kValueTooLong,
                                  "SQLite store",
-                                 "The value is too long: column UNIT.UNITCODE takes at most 3 characters.",
+                                 "The value is too long: column UNIT.UNITCODE takes at most 3 characters",
                                  {},
                                  0}));
   EXPECT_EQ(connection->Errors(), (std::vector{first, second}));
@@ -124,13 +124,13 @@ TEST_F(ConnectionTest, ADoubledKeySaysWhichOne) {
   EXPECT_EQ(failure_of([&] { execute("INSERT INTO UNIT (UNITCODE) VALUES ('EA')"); }),
             (RaisedError{kConstraintViolated,
                          "SQLite store",
-                         "There is already a row with this key (UNIQUE constraint failed: UNIT.UNITCODE).",
+                         "There is already a row with this key (UNIQUE constraint failed: UNIT.UNITCODE)",
                          {},
                          0}));
   EXPECT_EQ(failure_of([&] { execute("INSERT INTO UNIT (DESCRIPTION) VALUES ('EA')"); }),
             (RaisedError{kConstraintViolated,
                          "SQLite store",
-                         "UNIT.UNITCODE may not be Null (NOT NULL constraint failed: UNIT.UNITCODE).",
+                         "UNIT.UNITCODE may not be Null (NOT NULL constraint failed: UNIT.UNITCODE)",
                          {},
                          0}));
 }

@@ -377,7 +377,7 @@ TEST_F(ConnectionString, ThatIsBlankIsReportedByTheStore) {
   EXPECT_EQ(raised_by([&] { unit->GetAllUnits(); }),
             (RaisedError{error_number::kStoreFailure, "Mercato",
                          message("80004005", "Mercato.Unit.getAllUnits",
-                                 "The connection string is blank. It has to name a store."),
+                                 "The connection string is blank. It has to name a store"),
                          "", 0}));
 }
 

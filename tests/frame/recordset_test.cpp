@@ -238,7 +238,7 @@ TEST_F(RecordsetTest, UpdateWithoutAChangeDoesNothing) {
   recordset->Update();
   recordset->SetValue("DATATYPE", Variant(2));
   EXPECT_EQ(failure_of([&] { recordset->Update(); }),
-            (RaisedError{kStoreFailure, "SQLite store", "The row to be changed is no longer in PROPERTY.", {}, 0}));
+            (RaisedError{kStoreFailure, "SQLite store", "The row to be changed is no longer in PROPERTY", {}, 0}));
 }
 
 TEST_F(RecordsetTest, WritingNeedsARow) {
@@ -278,7 +278,7 @@ TEST_F(RecordsetTest, AnOverlongValueIsTheStoresFailureAndIsKeptByTheConnection)
   const RaisedError failure = failure_of([&] { recordset->Update(); });
   EXPECT_EQ(failure, (RaisedError{kValueTooLong,
                                   "SQLite store",
-                                  "The value is too long: column PROPERTY.PROPERTYNAME takes at most 8 characters.",
+                                  "The value is too long: column PROPERTY.PROPERTYNAME takes at most 8 characters",
                                   {},
                                   0}));
   EXPECT_EQ(connection_->Errors(), std::vector{failure});

@@ -166,7 +166,7 @@ TEST_F(ProductUpload, RemarkWhoseDoubledApostropheDoesNotFitIsRefusedByTheStoreA
   const RaisedError error = raised_by([&] { insert(text); });
   EXPECT_EQ(error.Number, error_number::kValueTooLong);
   EXPECT_EQ(innermost_description(error.Description),
-            "The value is too long: column PRODUCT.PRODUCTREMARK takes at most 255 characters.");
+            "The value is too long: column PRODUCT.PRODUCTREMARK takes at most 255 characters");
   EXPECT_EQ(all_rows(), before);
   // An update stores the remark as it stands.
   add_product();

@@ -202,7 +202,7 @@ class Lexer {
 
 void lex(std::string_view text, LexedStatement& out) {
   constexpr std::size_t kLongest = std::size_t{1} << 30;  // positions are 32 bits wide, and so is the store's limit
-  if (text.size() > kLongest) refuse("The statement is too long.");
+  if (text.size() > kLongest) refuse("The statement is too long");
   out.text = text;
   out.tokens.clear();
   out.literals.clear();

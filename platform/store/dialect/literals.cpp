@@ -36,7 +36,7 @@ Variant literal_value(const LexedStatement& lexed, std::uint32_t token) {
   if (lexed.tokens[token].kind != TokenKind::number) return characters_of(lexed, lexed.tokens[token]);
   const std::string_view digits = inside_of(lexed, lexed.tokens[token]);
   return variant_of(required(
-      read_number(digits), [&] { return "The number '" + std::string(digits) + "' is out of the range of numbers."; }));
+      read_number(digits), [&] { return "The number '" + std::string(digits) + "' is out of the range of numbers"; }));
 }
 
 std::optional<std::string_view> text_as_it_stands(const LexedStatement& lexed, const Parameter& parameter) {

@@ -115,11 +115,11 @@ std::optional<bool> read_boolean(std::string_view text) {
 }
 
 std::string unreadable_number(std::string_view text) {
-  return "Conversion failed when converting the text value '" + std::string(text) + "' to a number.";
+  return "Conversion failed when converting the text value '" + std::string(text) + "' to a number";
 }
 
 std::string unreadable_boolean(std::string_view text) {
-  return "Conversion failed when converting the text value '" + std::string(text) + "' to data type bit.";
+  return "Conversion failed when converting the text value '" + std::string(text) + "' to data type bit";
 }
 
 }  // namespace mercato::store::dialect

@@ -28,8 +28,8 @@ std::optional<bool> read_boolean(std::string_view text);
 // The texts of failed conversions.
 std::string unreadable_number(std::string_view text);
 std::string unreadable_boolean(std::string_view text);
-inline constexpr const char* kUnreadableMoney = "Cannot convert a text value to money. The text has incorrect syntax.";
+inline constexpr const char* kUnreadableMoney = "Cannot convert a text value to money. The text has incorrect syntax";
 inline constexpr const char* kUnreadableDate =
-    "Conversion failed when converting date and/or time from character string.";
+    "Conversion failed when converting date and/or time from character string";
 
 }  // namespace mercato::store::dialect

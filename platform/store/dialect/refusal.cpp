@@ -8,7 +8,7 @@ namespace mercato::store::dialect {
 void refuse(std::string description) { raise(error_number::kStatementRefused, "SQLite store", std::move(description)); }
 
 std::string place_text(std::string_view text, std::size_t position) {
-  return " (character " + std::to_string(text::length(text.substr(0, position)) + 1) + ").";
+  return " (character " + std::to_string(text::length(text.substr(0, position)) + 1) + ")";
 }
 
 void refuse_syntax(std::string_view text, std::size_t begin, std::size_t end) {
@@ -19,7 +19,7 @@ void refuse_syntax(std::string_view text, std::size_t begin, std::size_t end) {
 
 void refuse_syntax(const LexedStatement& lexed, std::uint32_t token) {
   if (lexed.tokens[token].kind == TokenKind::end) {
-    if (token == 0) refuse("The statement is empty.");
+    if (token == 0) refuse("The statement is empty");
     --token;
   }
   refuse_syntax(lexed.text, lexed.tokens[token].begin, lexed.tokens[token].end);

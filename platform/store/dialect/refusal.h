@@ -1,4 +1,5 @@
-// How the dialect refuses a statement: the server's own words, and the place in characters from 1.
+// How the dialect refuses a statement: the server's own words, without a full stop at the end, and the place in
+// characters from 1.
 #pragma once
 
 #include <cstdint>
@@ -11,11 +12,11 @@ namespace mercato::store::dialect {
 
 // Raises kStatementRefused with this description.
 [[noreturn]] void refuse(std::string description);
-// "Incorrect syntax near 'X' (character 17)."; at the end of the statement X is its last token.
+// "Incorrect syntax near 'X' (character 17)"; at the end of the statement X is its last token.
 [[noreturn]] void refuse_syntax(const LexedStatement& lexed, std::uint32_t token);
 // The same for any stretch of the text.
 [[noreturn]] void refuse_syntax(std::string_view text, std::size_t begin, std::size_t end);
-// " (character 17)."
+// " (character 17)"
 std::string place_text(std::string_view text, std::size_t position);
 
 }  // namespace mercato::store::dialect

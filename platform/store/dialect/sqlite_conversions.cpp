@@ -31,7 +31,7 @@ int precedence(ColumnType type) {
 }
 
 [[noreturn]] void refuse_conversion(const char* from, const char* to) {
-  refuse("Implicit conversion from data type " + std::string(from) + " to " + to + " is not allowed.");
+  refuse("Implicit conversion from data type " + std::string(from) + " to " + to + " is not allowed");
 }
 
 }  // namespace

@@ -72,7 +72,7 @@ class DefinitionTranslator : TokenReader {
  private:
   void create_table() {
     const std::string table = expect_table_name();
-    if (tables_.find(table) != nullptr) refuse("There is already an object named '" + table + "' in the database.");
+    if (tables_.find(table) != nullptr) refuse("There is already an object named '" + table + "' in the database");
     expect_symbol('(');
     do table_element();
     while (accept_symbol(','));
@@ -88,7 +88,7 @@ class DefinitionTranslator : TokenReader {
     for (const ColumnDefinition& column : columns_)
       if (column.identity && !is_assigned_key(column))
         raise(error_number::kFeatureNotAvailable, "SQLite store",
-              "The identity column '" + column.name + "' must be the primary key of its table.");
+              "The identity column '" + column.name + "' must be the primary key of its table");
 
     std::string sql = "CREATE TABLE " + quoted(table) + " (";
     for (std::size_t i = 0; i < parts.size(); ++i) sql += (i == 0 ? "" : ", ") + parts[i];
@@ -110,7 +110,7 @@ class DefinitionTranslator : TokenReader {
       ColumnDefinition column = column_definition();
       const auto same = [&](const ColumnDefinition& other) { return text::equal_names(other.name, column.name); };
       if (std::any_of(columns_.begin(), columns_.end(), same))
-        refuse("Column names in each table must be unique. Column name '" + column.name + "' is given more than once.");
+        refuse("Column names in each table must be unique. Column name '" + column.name + "' is given more than once");
       columns_.push_back(std::move(column));
     }
   }
@@ -195,14 +195,14 @@ class DefinitionTranslator : TokenReader {
   static void set_width(ColumnDefinition& column, std::int64_t width) {
     constexpr std::int64_t kWidest = 8000;
     if (width < 1 || width > kWidest)
-      refuse("The size (" + std::to_string(width) + ") given to the column '" + column.name + "' is out of range.");
+      refuse("The size (" + std::to_string(width) + ") given to the column '" + column.name + "' is out of range");
     column.width = static_cast<std::int32_t>(width);
     column.declared += "(" + std::to_string(width) + ")";
   }
 
   void identity(ColumnDefinition& column) {
     if (column.type != ColumnType::long_integer && column.type != ColumnType::short_integer)
-      refuse("Identity column '" + column.name + "' must be of data type int or smallint.");
+      refuse("Identity column '" + column.name + "' must be of data type int or smallint");
     column.identity = true;
     column.nullable = false;
     if (!accept_symbol('(')) return;
@@ -212,7 +212,7 @@ class DefinitionTranslator : TokenReader {
     expect_symbol(')');
     if (seed != 1 || increment != 1)
       raise(error_number::kFeatureNotAvailable, "SQLite store",
-            "The identity column '" + column.name + "' can only count from 1 in steps of 1.");
+            "The identity column '" + column.name + "' can only count from 1 in steps of 1");
   }
 
   // A literal, bare or in brackets, as the store keeps values of that type; or the current date.
@@ -253,7 +253,7 @@ class DefinitionTranslator : TokenReader {
   ColumnDefinition& defined(const std::string& name) {
     for (ColumnDefinition& column : columns_)
       if (text::equal_names(column.name, name)) return column;
-    refuse("Column name '" + name + "' does not exist in the target table.");
+    refuse("Column name '" + name + "' does not exist in the target table");
   }
 
   bool is_assigned_key(const ColumnDefinition& column) const {
@@ -338,7 +338,7 @@ class DefinitionTranslator : TokenReader {
   const TableInfo& expect_table() {
     const std::string name = expect_table_name();
     const TableInfo* table = tables_.find(name);
-    if (table == nullptr) refuse("Invalid object name '" + name + "'.");
+    if (table == nullptr) refuse("Invalid object name '" + name + "'");
     result_.table = table->name;
     return *table;
   }
@@ -353,7 +353,7 @@ class DefinitionTranslator : TokenReader {
     const std::vector<KeyColumn> columns = key_columns();
     result_.statements.push_back(index_sql(index, unique, table.name, columns, [&table](const std::string& name) {
       const auto position = table.find(name);
-      if (!position) refuse("Column name '" + name + "' does not exist in the target table.");
+      if (!position) refuse("Column name '" + name + "' does not exist in the target table");
       return IndexedColumn{table.columns[*position].type, table.columns[*position].nullable};
     }));
   }
@@ -364,7 +364,7 @@ class DefinitionTranslator : TokenReader {
     const ColumnDefinition column = column_definition();
     if (!keys_.empty() || column.identity) fail();
     if (table.find(column.name))
-      refuse("Column names in each table must be unique. Column name '" + column.name + "' is given more than once.");
+      refuse("Column names in each table must be unique. Column name '" + column.name + "' is given more than once");
     result_.statements.push_back("ALTER TABLE " + quoted(table.name) + " ADD COLUMN " + column_sql(column));
   }
 

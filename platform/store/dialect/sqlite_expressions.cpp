@@ -173,8 +173,7 @@ Expression SqliteTranslator::in_list(const Scope& scope, Expression left, bool n
     Query inner = query(&scope);
     expect_symbol(')');
     if (inner.columns().size() != 1)
-      refuse(
-          "Only one expression can be specified in the select list when the subquery is not introduced with EXISTS.");
+      refuse("Only one expression can be specified in the select list when the subquery is not introduced with EXISTS");
     const ColumnType type = common_type(left, make_value({}, inner.columns().front().type));
     left = converted(std::move(left), type);
     return make_condition(collated(left) + operation + subselect(inner, type) + ")");
@@ -228,7 +227,7 @@ Expression SqliteTranslator::signed_value(const Scope& scope) {
   if (!any) return operand;
   if (is_condition(operand)) fail();
   if (operand.type == ColumnType::text) operand = converted(std::move(operand), ColumnType::real);
-  if (operand.type == ColumnType::date) refuse("Operand data type datetime is invalid for minus operator.");
+  if (operand.type == ColumnType::date) refuse("Operand data type datetime is invalid for minus operator");
   if (!negative) return operand;
   if (operand.form == Expression::Form::literal) {
     operand.form = Expression::Form::signed_literal;
@@ -254,9 +253,9 @@ Expression SqliteTranslator::arithmetic(char operation, Expression left, Express
   if (left.type == ColumnType::date || right.type == ColumnType::date) {
     const bool adds = operation == '+';
     if (!adds && operation != '-')
-      refuse("Operand data type datetime is invalid for the operator '" + std::string(1, operation) + "'.");
+      refuse("Operand data type datetime is invalid for the operator '" + std::string(1, operation) + "'");
     if (left.type == right.type || right.type == ColumnType::date) {
-      if (!adds || left.type == right.type) refuse("Two dates cannot be added or subtracted. Use DATEDIFF.");
+      if (!adds || left.type == right.type) refuse("Two dates cannot be added or subtracted. Use DATEDIFF");
       std::swap(left, right);
     }
     return make_value("mercato_add_days(" + left.sql + ", " + (adds ? "" : "-") +
@@ -337,8 +336,7 @@ Expression SqliteTranslator::bracketed(const Scope& scope) {
     Query inner = query(&scope);
     expect_symbol(')');
     if (inner.columns().size() != 1)
-      refuse(
-          "Only one expression can be specified in the select list when the subquery is not introduced with EXISTS.");
+      refuse("Only one expression can be specified in the select list when the subquery is not introduced with EXISTS");
     const ColumnType type = inner.arms.front().items.front().type;
     return make_value("(" + render(inner) + ")", type);
   }

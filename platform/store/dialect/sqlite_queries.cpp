@@ -17,7 +17,7 @@ Query SqliteTranslator::query(const Scope* outer) {
     if (query.arms.back().items.size() != query.arms.front().items.size())
       refuse(
           "All queries combined using a UNION operator must have an equal number of expressions in their target "
-          "lists.");
+          "lists");
   }
   unify_arms(query);
   if (accept_word("ORDER")) order_by(query);
@@ -105,7 +105,7 @@ void SqliteTranslator::check_grouped(const Arm& arm, const std::vector<const Col
         if (&column == item.column)
           remember("Column '" + source.name + "." + column.name +
                    "' is invalid in the select list because it is not contained in either an aggregate function or the "
-                   "GROUP BY clause.");
+                   "GROUP BY clause");
   }
 }
 
@@ -125,7 +125,7 @@ void SqliteTranslator::select_list(Arm& arm) {
   const Scope& scope = *arm.scope;
   do {
     if (accept_symbol('*')) {
-      if (scope.sources.empty()) refuse("Must specify table to select from.");
+      if (scope.sources.empty()) refuse("Must specify table to select from");
       for (const Source& source : scope.sources) add_star(arm, source);
       continue;
     }
@@ -139,7 +139,7 @@ void SqliteTranslator::select_list(Arm& arm) {
       if (source != scope.sources.end())
         add_star(arm, *source);
       else
-        remember("The column prefix '" + name + "' does not match with a table name or alias name used in the query.");
+        remember("The column prefix '" + name + "' does not match with a table name or alias name used in the query");
       continue;
     }
     Expression item = value(scope);
@@ -222,7 +222,7 @@ void SqliteTranslator::table_primary(Scope& scope, std::string& sql) {
     std::string names;
     for (std::size_t i = 0; i < source.derived.size(); ++i) {
       if (source.derived[i].name.empty())
-        refuse("No column name was specified for column " + std::to_string(i + 1) + " of '" + source.name + "'.");
+        refuse("No column name was specified for column " + std::to_string(i + 1) + " of '" + source.name + "'");
       names += (i > 0 ? ", " : "") + quoted(source.derived[i].name);
     }
     const std::string rows = quoted("rows of " + source.name);
@@ -232,7 +232,7 @@ void SqliteTranslator::table_primary(Scope& scope, std::string& sql) {
     const std::string table = expect_table_name();
     source.table = tables_.find(table);
     source.missing = source.table == nullptr;
-    if (source.missing) remember("Invalid object name '" + table + "'.");
+    if (source.missing) remember("Invalid object name '" + table + "'");
     const bool has_alias = accept_word("AS") || at_name();
     source.name = has_alias ? expect_name() : source.missing ? table : source.table->name;
     sql += quoted(source.missing ? table : source.table->name) + " AS " + quoted(source.name);
@@ -244,7 +244,7 @@ void SqliteTranslator::add_source(Scope& scope, Source source) {
   for (const Source& other : scope.sources)
     if (text::equal_names(other.name, source.name))
       refuse("The objects \"" + other.name + "\" and \"" + source.name +
-             "\" in the FROM clause have the same exposed names. Use correlation names to distinguish them.");
+             "\" in the FROM clause have the same exposed names. Use correlation names to distinguish them");
   scope.sources.push_back(std::move(source));
 }
 
@@ -362,7 +362,7 @@ void SqliteTranslator::translate_query(bool identified) {
     const Source* const source = source_of_rows(top);
     if (source == nullptr)
       raise(error_number::kFeatureNotAvailable, "SQLite store",
-            "The rows of this statement cannot be changed: each has to be one row of one table.");
+            "The rows of this statement cannot be changed: each has to be one row of one table");
     result_.table = source->table->name;
     arm.items.push_back(make_value(quoted(source->name) + ".rowid", ColumnType::unknown));
     result_.identified = true;

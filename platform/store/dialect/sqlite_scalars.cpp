@@ -84,7 +84,7 @@ constexpr DatePart kDateParts[] = {
 constexpr std::string_view kReservedFunctions[] = {"LEFT", "RIGHT", "COALESCE", "CONVERT", "NULLIF"};
 
 [[noreturn]] void refuse_count(const std::string& name) {
-  refuse("The function " + name + " was called with a wrong number of arguments.");
+  refuse("The function " + name + " was called with a wrong number of arguments");
 }
 
 }  // namespace
@@ -172,7 +172,7 @@ Expression SqliteTranslator::function_call(const Scope& scope) {
   }
   if (known) refuse_count(name);
   refuse("'" + std::string(lexed_.text.substr(lexed_.tokens[at].begin, name.size())) +
-         "' is not a recognized built-in function name.");
+         "' is not a recognized built-in function name");
 }
 
 Expression SqliteTranslator::aggregate(const Scope& scope, const std::string& name) {
@@ -191,7 +191,7 @@ Expression SqliteTranslator::aggregate(const Scope& scope, const std::string& na
   if (name == "MIN" || name == "MAX") return make_value(text::to_lower(name) + argument, operand.type);
   if (operand.type == ColumnType::text || operand.type == ColumnType::date)
     refuse("Operand data type " + std::string(operand.type == ColumnType::text ? "nvarchar" : "datetime") +
-           " is invalid for " + text::to_lower(name) + " operator.");
+           " is invalid for " + text::to_lower(name) + " operator");
   if (name == "SUM")
     return make_value("sum" + argument, operand.type == ColumnType::boolean ? ColumnType::long_integer : operand.type);
   switch (operand.type) {

@@ -38,7 +38,7 @@ void SqliteTranslator::remember(std::string refusal) {
 const TableInfo& SqliteTranslator::expect_table() {
   const std::string name = expect_table_name();
   const TableInfo* table = tables_.find(name);
-  if (table == nullptr) refuse("Invalid object name '" + name + "'.");
+  if (table == nullptr) refuse("Invalid object name '" + name + "'");
   result_.table = table->name;
   return *table;
 }
@@ -69,7 +69,7 @@ Expression SqliteTranslator::resolve(const Scope& scope, std::string_view source
       for (const Column& column : candidate.columns()) {
         if (!text::equal_names(column.name, name)) continue;
         if (found.column != nullptr) {
-          remember("Ambiguous column name '" + std::string(name) + "'.");
+          remember("Ambiguous column name '" + std::string(name) + "'");
           return found;
         }
         found.sql = quoted(candidate.name) + "." + quoted(column.name);
@@ -81,9 +81,9 @@ Expression SqliteTranslator::resolve(const Scope& scope, std::string_view source
     if (found.column != nullptr) return found;
     if (!source.empty() && source_known) break;
   }
-  remember(source.empty() || source_known ? "Invalid column name '" + std::string(name) + "'."
+  remember(source.empty() || source_known ? "Invalid column name '" + std::string(name) + "'"
                                           : "The multi-part identifier \"" + std::string(source) + "." +
-                                                std::string(name) + "\" could not be bound.");
+                                                std::string(name) + "\" could not be bound");
   return found;
 }
 
@@ -104,10 +104,10 @@ std::vector<const Column*> SqliteTranslator::insert_targets(const TableInfo& tab
   do {
     const std::string name = expect_name();
     const auto position = table.find(name);
-    if (!position) remember("Invalid column name '" + name + "'.");
+    if (!position) remember("Invalid column name '" + name + "'");
     const Column* const target = position ? &table.columns[*position] : &kUnknown;
     if (position && std::find(targets.begin(), targets.end(), target) != targets.end())
-      refuse("The column name '" + name + "' is specified more than once in the column list of an INSERT.");
+      refuse("The column name '" + name + "' is specified more than once in the column list of an INSERT");
     targets.push_back(target);
   } while (accept_symbol(','));
   expect_symbol(')');
@@ -126,7 +126,7 @@ std::string SqliteTranslator::insert_row(const std::vector<const Column*>& targe
     ++count;
   } while (accept_symbol(','));
   expect_symbol(')');
-  if (count != targets.size()) remember("Column name or number of supplied values does not match table definition.");
+  if (count != targets.size()) remember("Column name or number of supplied values does not match table definition");
   return sql + ")";
 }
 
@@ -150,7 +150,7 @@ void SqliteTranslator::translate_insert() {
   } else {
     Query rows = query(nullptr);
     if (rows.columns().size() != targets.size()) {
-      remember("The select list for the INSERT statement has another number of items than the insert list.");
+      remember("The select list for the INSERT statement has another number of items than the insert list");
     } else {
       for (Arm& arm : rows.arms)
         for (std::size_t i = 0; i < targets.size(); ++i) arm.items[i] = stored(std::move(arm.items[i]), *targets[i]);
@@ -174,7 +174,7 @@ void SqliteTranslator::translate_update() {
     expect_symbol('=');
     static const Column kUnknown;
     const Column& of = target.column != nullptr ? *target.column : kUnknown;
-    if (of.assigned) remember("Cannot update identity column '" + of.name + "'.");
+    if (of.assigned) remember("Cannot update identity column '" + of.name + "'");
     sql += separator + quoted(of.name) + " = " + stored(value(scope), of).sql;
     separator = ", ";
   } while (accept_symbol(','));

@@ -41,7 +41,7 @@ bool SqliteCursor::next() {
   check_call_limit();
   if (detached_)
     raise(error_number::kObjectClosed, std::string(kFailureSource),
-          "The connection that these rows are read from has been closed.");
+          "The connection that these rows are read from has been closed");
   if (kept_at_ < kept_.size()) return ++kept_at_, true;
   if (std::exchange(row_ahead_, false)) return true;
   if (running_) return step();

@@ -34,7 +34,7 @@ class MemoryStore {
     std::error_code failure;
     std::string folder = (fs::temp_directory_path(failure) / "mercato-memory-XXXXXX").string();
     if (failure || !mkdtemp(folder.data()))
-      refuse_to_open("There is no room for the store in memory: no folder can be made below the temporary folder.");
+      refuse_to_open("There is no room for the store in memory: no folder can be made below the temporary folder");
     folder_ = folder;
   }
   MemoryStore(const MemoryStore&) = delete;
@@ -60,18 +60,18 @@ bool says_yes(const std::optional<std::string>& property) {
 void check_path(const std::string& path, bool create) {
   struct stat status {};
   if (stat(path.c_str(), &status) == 0) {
-    if (S_ISDIR(status.st_mode)) refuse_to_open("'" + path + "' is a folder, not a store. Correct Data Source.");
+    if (S_ISDIR(status.st_mode)) refuse_to_open("'" + path + "' is a folder, not a store. Correct Data Source");
     return;
   }
   if (errno != ENOENT)
-    refuse_to_open("The store '" + path + "' cannot be reached: " + std::generic_category().message(errno) + ".");
+    refuse_to_open("The store '" + path + "' cannot be reached: " + std::generic_category().message(errno));
   const fs::path folder = fs::path(path).parent_path();
   std::error_code failure;
   if (!folder.empty() && !fs::is_directory(folder, failure))
     refuse_to_open("There is no folder '" + folder.string() + "' for the store '" + path +
-                   "'. Create it, or correct Data Source.");
+                   "'. Create it, or correct Data Source");
   if (!create)
-    refuse_to_open("There is no store at '" + path + "'. Create it with `mercato init`, or correct Data Source.");
+    refuse_to_open("There is no store at '" + path + "'. Create it with `mercato init`, or correct Data Source");
 }
 
 // As a file name of the engine that says: nobody changes this file, so no locks and no files beside it are needed.
@@ -94,7 +94,7 @@ std::string immutable_name(const std::string& path) {
 
 Database::Database(const std::string& connection_string) {
   path_ = connection_property(connection_string, "Data Source").value_or("");
-  if (path_.empty()) refuse_to_open("The connection string has no Data Source. It has to name the store file.");
+  if (path_.empty()) refuse_to_open("The connection string has no Data Source. It has to name the store file");
   in_memory_ = path_ == kMemory;
   if (in_memory_) {
     static const MemoryStore memory;
@@ -103,7 +103,7 @@ Database::Database(const std::string& connection_string) {
   if (const auto timeout = connection_property(connection_string, "Busy Timeout")) {
     const auto read = std::from_chars(timeout->data(), timeout->data() + timeout->size(), busy_timeout_ms_);
     if (read.ec != std::errc() || read.ptr != timeout->data() + timeout->size() || busy_timeout_ms_ < 0)
-      refuse_to_open("Busy Timeout has to be a number of milliseconds, not '" + *timeout + "'.");
+      refuse_to_open("Busy Timeout has to be a number of milliseconds, not '" + *timeout + "'");
   }
   const bool create = in_memory_ || says_yes(connection_property(connection_string, "Create"));
   check_path(path_, create);
@@ -154,7 +154,7 @@ void Database::configure() {
   if (const std::int64_t version = query_integer("PRAGMA user_version"); version > kStoreVersion)
     refuse_to_open("The store '" + path_ + "' was written by a newer version of this program (store version " +
                    std::to_string(version) + ", this one knows " + std::to_string(kStoreVersion) +
-                   "). Use the newer version.");
+                   "). Use the newer version");
   // Readers and a writer do not wait for each other; the setting stays in the file.
   if (sqlite3_db_readonly(engine, "main") == 0) run_when_free("PRAGMA journal_mode=WAL");
   set_durable_commits(true);

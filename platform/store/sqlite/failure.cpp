@@ -37,7 +37,7 @@ RaisedError violation(int code, const std::string& words, const TableInfo* table
         return {kValueTooLong,
                 {},
                 "The value is too long: column " + table->name + "." + column->name + " takes at most " +
-                    std::to_string(column->width) + " characters.",
+                    std::to_string(column->width) + " characters",
                 {},
                 0};
       if (const Column* column = guarded_column(table, object, &dialect::range_constraint))
@@ -48,13 +48,13 @@ RaisedError violation(int code, const std::string& words, const TableInfo* table
                 0};
       return {kConstraintViolated, {}, "The change violates a check of the store (" + words + ").", {}, 0};
     case SQLITE_CONSTRAINT_NOTNULL:
-      return {kConstraintViolated, {}, object + " may not be Null (" + words + ").", {}, 0};
+      return {kConstraintViolated, {}, object + " may not be Null (" + words + ")", {}, 0};
     case SQLITE_CONSTRAINT_UNIQUE:
     case SQLITE_CONSTRAINT_PRIMARYKEY:
     case SQLITE_CONSTRAINT_ROWID:
-      return {kConstraintViolated, {}, "There is already a row with this key (" + words + ").", {}, 0};
+      return {kConstraintViolated, {}, "There is already a row with this key (" + words + ")", {}, 0};
     default:
-      return {kConstraintViolated, {}, "The change violates a constraint of the store (" + words + ").", {}, 0};
+      return {kConstraintViolated, {}, "The change violates a constraint of the store (" + words + ")", {}, 0};
   }
 }
 
@@ -82,35 +82,35 @@ RaisedError describe(sqlite3* engine, int code, const std::string& path, long wa
   };
   const auto full = [&] {
     return failure(kStoreFailure, "The disk is full: the store " + quoted(path) +
-                                      " cannot grow. Free some space, then repeat the call (" + words + ").");
+                                      " cannot grow. Free some space, then repeat the call (" + words + ")");
   };
   switch (code & 0xFF) {
     case SQLITE_CONSTRAINT:
       return violation(code, words, table);
     case SQLITE_TOOBIG:
-      return failure(kValueTooLong, "The value is larger than the store can hold (" + words + ").");
+      return failure(kValueTooLong, "The value is larger than the store can hold (" + words + ")");
     case SQLITE_ERROR:
     case SQLITE_MISMATCH:
     case SQLITE_SCHEMA:
     case SQLITE_RANGE:
-      return failure(kStatementRefused, "The store refused the statement: " + words + ".");
+      return failure(kStatementRefused, "The store refused the statement: " + words);
     case SQLITE_FULL:
       return full();
     case SQLITE_READONLY:
       return failure(kStoreFailure,
                      "The store " + quoted(path) +
                          " is read-only. Give this process the right to write to the file and its folder (" + words +
-                         ").");
+                         ")");
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
       return failure(kStoreFailure, "Another process or connection holds the store " + quoted(path) +
                                         ", and did not let go of it in " + std::to_string(waited_ms) +
-                                        " milliseconds (" + words + ").");
+                                        " milliseconds (" + words + ")");
     case SQLITE_CORRUPT:
       return failure(kStoreFailure,
-                     "The store " + quoted(path) + " is damaged. Bring it back from a backup (" + words + ").");
+                     "The store " + quoted(path) + " is damaged. Bring it back from a backup (" + words + ")");
     case SQLITE_NOTADB:
-      return failure(kStoreFailure, quoted(path) + " is not a store. Correct Data Source (" + words + ").");
+      return failure(kStoreFailure, quoted(path) + " is not a store. Correct Data Source (" + words + ")");
     case SQLITE_NOMEM:
       return failure(kOutOfMemory, {});
     case SQLITE_IOERR:
@@ -119,10 +119,10 @@ RaisedError describe(sqlite3* engine, int code, const std::string& path, long wa
       if (says_full(system_error)) return full();
       std::string reason = words;
       if (system_error != 0) reason += ": " + std::generic_category().message(system_error);
-      return failure(kStoreFailure, "The store " + quoted(path) + " cannot be read or written (" + reason + ").");
+      return failure(kStoreFailure, "The store " + quoted(path) + " cannot be read or written (" + reason + ")");
     }
     default:
-      return failure(kStoreFailure, "The store " + quoted(path) + " reported a failure (" + words + ").");
+      return failure(kStoreFailure, "The store " + quoted(path) + " reported a failure (" + words + ")");
   }
 }
 

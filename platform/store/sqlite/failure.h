@@ -14,7 +14,8 @@ namespace mercato::store::sqlite {
 // Of every failure that this driver reports.
 inline constexpr std::string_view kFailureSource = "SQLite store";
 
-// The failure behind an extended result code that the engine has just given. The engine's own words stand in the text.
+// The failure behind an extended result code that the engine has just given. The engine's own words stand in the text,
+// which has no full stop at its end: the message that it becomes part of puts one there.
 // `path` is the store, `waited_ms` how long a lock was waited for, `table` the one that the statement wrote, or null.
 RaisedError failure_of(sqlite3* engine, int code, const std::string& path, long waited_ms,
                        const TableInfo* table = nullptr);

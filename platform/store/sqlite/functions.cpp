@@ -144,7 +144,7 @@ void date_text(const Call& call) {
   const auto written = write_date(civil_at(call, 0), call.whole(1));
   if (!written)
     return call.fail(std::to_string(call.whole(1)) +
-                     " is not a valid style number when converting from datetime to a character string.");
+                     " is not a valid style number when converting from datetime to a character string");
   call.answer(std::string_view(*written));
 }
 
@@ -173,7 +173,7 @@ void lower(const Call& call) { call.answer(std::string_view(text::to_lower(call.
 
 void substring(const Call& call) {
   const std::int64_t start = call.whole(1), length = call.whole(2);
-  if (length < 0) return call.fail("Invalid length parameter passed to the substring function.");
+  if (length < 0) return call.fail("Invalid length parameter passed to the substring function");
   // A start before the text uses up some of the length.
   const std::int64_t begin = std::max<std::int64_t>(start, 1);
   const std::int64_t end = start > INT32_MAX || length > INT32_MAX ? INT64_MAX : start + length;
@@ -185,7 +185,7 @@ void substring(const Call& call) {
 
 void right(const Call& call) {
   const std::int64_t length = call.whole(1);
-  if (length < 0) return call.fail("Invalid length parameter passed to the right function.");
+  if (length < 0) return call.fail("Invalid length parameter passed to the right function");
   call.answer(text::right(call.text(0), static_cast<std::size_t>(length)));
 }
 
@@ -212,7 +212,7 @@ char32_t escape_character(const Call& call) {
   const std::string_view escape = call.text(2);
   if (escape.size() != 1 || static_cast<unsigned char>(escape[0]) >= 0x80)
     raise(error_number::kStatementRefused, "SQLite store",
-          "The invalid escape character \"" + std::string(escape) + "\" was specified in a LIKE predicate.");
+          "The invalid escape character \"" + std::string(escape) + "\" was specified in a LIKE predicate");
   return static_cast<unsigned char>(escape[0]);
 }
 

@@ -60,6 +60,21 @@ std::string update_text(const TableInfo& table, std::span<const std::size_t> col
   raise(error_number::kStoreFailure, std::string(kFailureSource), std::move(description));
 }
 
+std::string lost_with_it(int statements) {
+  return ". The last " + std::to_string(statements) + " statements of this run were lost with it";
+}
+
+// In the words of the server whose dialect the library writes.
+void refuse_assigned(const TableInfo& table, bool updates, std::span<const std::size_t> columns) {
+  for (const std::size_t column : columns) {
+    if (!table.columns[column].assigned) continue;
+    raise(error_number::kStatementRefused, std::string(kFailureSource),
+          updates ? "Cannot update identity column '" + table.columns[column].name + "'"
+                  : "Cannot insert explicit value for identity column in table '" + table.name +
+                        "' when IDENTITY_INSERT is set to OFF");
+  }
+}
+
 }  // namespace
 
 SqliteSession::~SqliteSession() { reset(); }
@@ -197,10 +212,11 @@ void SqliteSession::update_row(const TableInfo& table, const RowIdentity& row, s
   sqlite3_bind_int64(running.get(), static_cast<int>(columns.size() + 1), row.number);
   before_write();
   step_write(running);
-  if (sqlite3_changes64(database_.engine()) == 0) refuse("The row to be changed is no longer in " + table.name + ".");
+  const bool found = sqlite3_changes64(database_.engine()) > 0;
   after_write();
 }
 
+  if (!found) refuse("The row to be changed is no longer in " + table.name);
 RunningStatement SqliteSession::row_writer(const TableInfo& table, bool updates, std::span<const std::size_t> columns) {
   std::uint64_t hash = std::hash<std::string>()(table.name) + (updates ? 1 : 0);
   for (const std::size_t column : columns) hash = hash * 0x100000001B3u + column;
@@ -334,7 +350,7 @@ void SqliteSession::commit_group() {
     commit_engine_transaction();
   } catch (Raised& failed) {
     RaisedError error = failed.error();
-    error.Description += " The last " + std::to_string(statements) + " statements of this run were lost with it.";
+    error.Description += lost_with_it(statements);
     throw Raised(std::move(error));
   }
   unflushed_ = true;
@@ -359,7 +375,7 @@ void SqliteSession::note(RaisedError& failed) {
     if (std::exchange(defined_, false)) forget_schema();
     if (mode_ == Mode::transaction) lost_ = failed.Description;
     if (const int statements = std::exchange(group_statements_, 0); mode_ == Mode::run && statements > 0)
-      failed.Description += " The last " + std::to_string(statements) + " statements of this run were lost with it.";
+      failed.Description += lost_with_it(statements);
   }
 }
 

@@ -99,20 +99,20 @@ TEST(DialectLexer, TextWithoutAnEndIsRefused) {
   const RaisedError failure = refusal_of("A='Ö' AND B='it''s");
   EXPECT_EQ(failure.Number, error_number::kStatementRefused);
   EXPECT_EQ(failure.Source, "SQLite store");
-  EXPECT_EQ(failure.Description, "Unclosed quotation mark after the character string 'it''s' (character 13).");
+  EXPECT_EQ(failure.Description, "Unclosed quotation mark after the character string 'it''s' (character 13)");
 }
 
 TEST(DialectLexer, NameOrCommentWithoutAnEndIsRefused) {
   EXPECT_EQ(refusal_of("SELECT [a").Description,
-            "Unclosed quotation mark after the character string 'a' (character 8).");
+            "Unclosed quotation mark after the character string 'a' (character 8)");
   EXPECT_EQ(refusal_of("\"a\"\"").Description,
-            "Unclosed quotation mark after the character string 'a\"\"' (character 1).");
-  EXPECT_EQ(refusal_of("A /* b").Description, "Missing end comment mark '*/' (character 3).");
+            "Unclosed quotation mark after the character string 'a\"\"' (character 1)");
+  EXPECT_EQ(refusal_of("A /* b").Description, "Missing end comment mark '*/' (character 3)");
 }
 
 // The marks of literals in a shape are such characters, so no statement may bring its own.
 TEST(DialectLexer, ControlCharactersOutsideOfTextsAreRefused) {
-  EXPECT_EQ(refusal_of("A=\x01").Description, "Incorrect syntax near '\x01' (character 3).");
+  EXPECT_EQ(refusal_of("A=\x01").Description, "Incorrect syntax near '\x01' (character 3)");
   EXPECT_EQ(refusal_of(std::string_view("A\0", 2)).Number, error_number::kStatementRefused);
   EXPECT_EQ(refusal_of("A='\x01'").Number, 0);
 }
@@ -190,15 +190,15 @@ TEST(DialectLexer, UnreadableLiteralsAreRefused) {
   };
   EXPECT_EQ(refusal("'abc'", Conversion::number).Number, error_number::kStatementRefused);
   EXPECT_EQ(refusal("'abc'", Conversion::number).Description,
-            "Conversion failed when converting the text value 'abc' to a number.");
+            "Conversion failed when converting the text value 'abc' to a number");
   EXPECT_EQ(refusal("'nan'", Conversion::number).Number, error_number::kStatementRefused);
   EXPECT_EQ(refusal("'+-5'", Conversion::number).Number, error_number::kStatementRefused);
   EXPECT_EQ(refusal("'&H10'", Conversion::money).Number, error_number::kStatementRefused);
   EXPECT_EQ(refusal("'13/13/2026'", Conversion::date).Description,
-            "Conversion failed when converting date and/or time from character string.");
+            "Conversion failed when converting date and/or time from character string");
   EXPECT_EQ(refusal("'2026-02-30'", Conversion::date).Number, error_number::kStatementRefused);
   EXPECT_EQ(refusal("'maybe'", Conversion::boolean).Description,
-            "Conversion failed when converting the text value 'maybe' to data type bit.");
+            "Conversion failed when converting the text value 'maybe' to data type bit");
   EXPECT_EQ(refusal("1e999", Conversion::none).Number, error_number::kStatementRefused);
 }
 

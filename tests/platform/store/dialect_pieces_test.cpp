@@ -50,11 +50,11 @@ TEST(DialectPieces, ValueThatEndsItsLiteralIsRefused) {
   for (const char* text :
        {"' OR '1'='1", "x' OR B='y", "x'; DELETE T; SELECT '", "'' OR ' --", "a'''; DROP TABLE T --", "' + '"})
     EXPECT_NE(quoted_value(text), "") << text;
-  EXPECT_EQ(quoted_value("x' OR B='y"), "Incorrect syntax near 'x' OR B='y' (character 26).");
+  EXPECT_EQ(quoted_value("x' OR B='y"), "Incorrect syntax near 'x' OR B='y' (character 26)");
 }
 
 TEST(DialectPieces, StrayQuoteIsRefused) {
-  EXPECT_EQ(quoted_value("it's"), "Unclosed quotation mark after the character string ' AND C=1' (character 30).");
+  EXPECT_EQ(quoted_value("it's"), "Unclosed quotation mark after the character string ' AND C=1' (character 30)");
   EXPECT_NE(quoted_value("'"), "");
   EXPECT_NE(quoted_value("'''"), "");
 }
@@ -87,7 +87,7 @@ TEST(DialectPieces, BareValueIsOneLiteral) {
   for (const char* text :
        {"5 OR 1=1", "A", "1,2", "(5)", "5)", "'x' OR 'y'", "- -5", "-null", "-'5'", "5;", "nullx", "GETDATE()"})
     EXPECT_NE(bare_value(text), "") << text;
-  EXPECT_EQ(bare_value("5 OR 1=1"), "Incorrect syntax near '5 OR 1=1' (character 25).");
+  EXPECT_EQ(bare_value("5 OR 1=1"), "Incorrect syntax near '5 OR 1=1' (character 25)");
 }
 
 TEST(DialectPieces, EmptyBareValueIsLeftToTheGrammar) {
@@ -117,7 +117,7 @@ TEST(DialectPieces, NumberMayBeFollowedByAWordAtOnce) {
 TEST(DialectPieces, CommentsAreRefusedInBuiltStatements) {
   Sql minus;
   minus << "SELECT A FROM T WHERE B=C-" << -5 << " AND D=1";
-  EXPECT_EQ(refusal_of(minus), "Incorrect syntax near '--' (character 26).");
+  EXPECT_EQ(refusal_of(minus), "Incorrect syntax near '--' (character 26)");
   EXPECT_NE(with_clause("B=1 -- "), "");
   EXPECT_NE(with_clause("B=1 /* x */"), "");
   EXPECT_EQ(refusal_of(Sql::verbatim("SELECT 1 -- x")), "");
@@ -156,8 +156,8 @@ TEST(DialectPieces, ClauseMayHoldAnythingThatStaysAClause) {
 }
 
 TEST(DialectPieces, ClauseMayNotLeaveItsPlace) {
-  EXPECT_EQ(with_clause("1=1) OR (1=1"), "Incorrect syntax near ')' (character 27).");
-  EXPECT_EQ(with_clause("A=1; DROP TABLE T"), "Incorrect syntax near ';' (character 27).");
+  EXPECT_EQ(with_clause("1=1) OR (1=1"), "Incorrect syntax near ')' (character 27)");
+  EXPECT_EQ(with_clause("A=1; DROP TABLE T"), "Incorrect syntax near ';' (character 27)");
   EXPECT_NE(with_clause("(A=1"), "");
   EXPECT_NE(with_clause("A=1)"), "");
   EXPECT_NE(with_clause("A='"), "");

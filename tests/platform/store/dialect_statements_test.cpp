@@ -224,7 +224,7 @@ TEST(DialectStatements, TheOneThatTheServerRefusesIsRefused) {
   DialectStore store;
   create_tables(store);
   EXPECT_EQ(store.refusal("SELECT * FROM UNSPSCCodes WHERE Parent Code = '10'UNSPSCCode = 20"),
-            "Incorrect syntax near 'Code' (character 40).");
+            "Incorrect syntax near 'Code' (character 40)");
 }
 
 // Two conditions with a second WHERE, as the extension of a statement in small letters makes them.
@@ -232,7 +232,7 @@ TEST(DialectStatements, SecondWhereIsRefused) {
   DialectStore store;
   create_tables(store);
   EXPECT_EQ(store.refusal("select * from catalog where CATALOGID=5 WHERE (ACTIVE=1)"),
-            "Incorrect syntax near 'WHERE' (character 41).");
+            "Incorrect syntax near 'WHERE' (character 41)");
 }
 
 // Ids joined by blanks.
@@ -240,9 +240,9 @@ TEST(DialectStatements, ListWithoutCommasIsRefused) {
   DialectStore store;
   create_tables(store);
   EXPECT_EQ(store.refusal("SELECT * FROM PROPERTY WHERE (PROPERTYID IN (1 2))"),
-            "Incorrect syntax near '2' (character 48).");
+            "Incorrect syntax near '2' (character 48)");
   EXPECT_EQ(store.refusal("SELECT * FROM PROPERTY WHERE (PROPERTYID IN ())"),
-            "Incorrect syntax near ')' (character 46).");
+            "Incorrect syntax near ')' (character 46)");
 }
 
 TEST(DialectStatements, SearchesUseTheIndices) {

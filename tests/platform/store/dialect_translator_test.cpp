@@ -130,9 +130,9 @@ TEST_F(DialectTranslator, TextAndNumberCompareAsNumbers) {
       {"ID + 4 IN (SELECT CODE FROM PART WHERE ID = 3)", "3"},
   });
   EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE ID = 'abc'"),
-            "Conversion failed when converting the text value 'abc' to a number.");
+            "Conversion failed when converting the text value 'abc' to a number");
   EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE Name = 5"),
-            "Conversion failed when converting the text value 'Bolt' to a number.");
+            "Conversion failed when converting the text value 'Bolt' to a number");
 }
 
 TEST_F(DialectTranslator, DateAndTextCompareAsDates) {
@@ -151,9 +151,9 @@ TEST_F(DialectTranslator, DateAndTextCompareAsDates) {
       {"SINCE > 46000", "1,2,3"},
   });
   EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE SINCE = 'soon'"),
-            "Conversion failed when converting date and/or time from character string.");
+            "Conversion failed when converting date and/or time from character string");
   EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE SINCE = Name"),
-            "Conversion failed when converting date and/or time from character string.");
+            "Conversion failed when converting date and/or time from character string");
 }
 
 TEST_F(DialectTranslator, MoneyIsExact) {
@@ -206,9 +206,9 @@ TEST_F(DialectTranslator, WrittenValuesBecomeWhatTheirColumnKeeps) {
   EXPECT_EQ(store.run("SELECT Name, CODE, PRICE, QTY, KIND FROM PART WHERE ID = 1"),
             (Rows{{"Mar  1 2024 12:00AM", "-5", "-15000", "-2.0", "-3"}}));
   EXPECT_EQ(store.refusal("UPDATE PART SET KIND = SINCE"),
-            "Implicit conversion from data type datetime to float is not allowed.");
+            "Implicit conversion from data type datetime to float is not allowed");
   EXPECT_EQ(store.refusal("UPDATE PART SET KIND = 'x'"),
-            "Conversion failed when converting the text value 'x' to a number.");
+            "Conversion failed when converting the text value 'x' to a number");
 }
 
 TEST_F(DialectTranslator, RowsAreInsertedInEveryForm) {
@@ -226,14 +226,13 @@ TEST_F(DialectTranslator, RowsAreInsertedInEveryForm) {
   store.run("DELETE FROM part WHERE NOT EXISTS (SELECT * FROM KINDS WHERE KINDS.KIND = part.kind)");
   EXPECT_EQ(store.list("SELECT ID FROM PART"), "1,2,3");
   expect_refusals({
-      {"INSERT INTO KINDS VALUES (1, 'x')",
-       "Column name or number of supplied values does not match table definition."},
+      {"INSERT INTO KINDS VALUES (1, 'x')", "Column name or number of supplied values does not match table definition"},
       {"INSERT INTO KINDS (KIND) SELECT KIND, LABEL FROM KINDS",
-       "The select list for the INSERT statement has another number of items than the insert list."},
+       "The select list for the INSERT statement has another number of items than the insert list"},
       {"INSERT INTO KINDS (KIND, kind) VALUES (1, 2)",
-       "The column name 'kind' is specified more than once in the column list of an INSERT."},
-      {"INSERT INTO KINDS (NOSUCH) VALUES (1)", "Invalid column name 'NOSUCH'."},
-      {"INSERT INTO KINDS (KIND) VALUES (LABEL)", "Invalid column name 'LABEL'."},
+       "The column name 'kind' is specified more than once in the column list of an INSERT"},
+      {"INSERT INTO KINDS (NOSUCH) VALUES (1)", "Invalid column name 'NOSUCH'"},
+      {"INSERT INTO KINDS (KIND) VALUES (LABEL)", "Invalid column name 'LABEL'"},
   });
 }
 
@@ -245,8 +244,8 @@ TEST_F(DialectTranslator, TopBoundsTheRows) {
   EXPECT_EQ(store.list("SELECT TOP 0 ID FROM PART"), "");
   EXPECT_EQ(store.list("SELECT ID FROM PART WHERE ID IN (SELECT TOP 1 ID FROM PART ORDER BY ID DESC)"), "4");
   EXPECT_EQ(store.list("SELECT TOP 1 ID FROM PART UNION SELECT 9"), "1,9");
-  EXPECT_EQ(store.refusal("SELECT TOP -1 ID FROM PART"), "Incorrect syntax near '-' (character 12).");
-  EXPECT_EQ(store.refusal("SELECT TOP 1.5 ID FROM PART"), "Incorrect syntax near '1.5' (character 12).");
+  EXPECT_EQ(store.refusal("SELECT TOP -1 ID FROM PART"), "Incorrect syntax near '-' (character 12)");
+  EXPECT_EQ(store.refusal("SELECT TOP 1.5 ID FROM PART"), "Incorrect syntax near '1.5' (character 12)");
 }
 
 TEST_F(DialectTranslator, NamesAreFoundHoweverTheyAreWritten) {
@@ -268,73 +267,73 @@ TEST_F(DialectTranslator, NamesAreFoundHoweverTheyAreWritten) {
 
 TEST_F(DialectTranslator, UnknownNamesAreRefused) {
   expect_refusals({
-      {"SELECT * FROM NOSUCH", "Invalid object name 'NOSUCH'."},
-      {"SELECT X, Y FROM NOSUCH WHERE Z = 1", "Invalid object name 'NOSUCH'."},
-      {"SELECT NOSUCH FROM PART", "Invalid column name 'NOSUCH'."},
-      {"SELECT PART.NOSUCH FROM PART", "Invalid column name 'NOSUCH'."},
-      {"SELECT P.ID FROM PART", "The multi-part identifier \"P.ID\" could not be bound."},
-      {"SELECT PART.ID FROM PART P", "The multi-part identifier \"PART.ID\" could not be bound."},
+      {"SELECT * FROM NOSUCH", "Invalid object name 'NOSUCH'"},
+      {"SELECT X, Y FROM NOSUCH WHERE Z = 1", "Invalid object name 'NOSUCH'"},
+      {"SELECT NOSUCH FROM PART", "Invalid column name 'NOSUCH'"},
+      {"SELECT PART.NOSUCH FROM PART", "Invalid column name 'NOSUCH'"},
+      {"SELECT P.ID FROM PART", "The multi-part identifier \"P.ID\" could not be bound"},
+      {"SELECT PART.ID FROM PART P", "The multi-part identifier \"PART.ID\" could not be bound"},
       {"SELECT P.* FROM PART",
-       "The column prefix 'P' does not match with a table name or alias name used in the query."},
-      {"SELECT KIND FROM PART, KINDS", "Ambiguous column name 'KIND'."},
+       "The column prefix 'P' does not match with a table name or alias name used in the query"},
+      {"SELECT KIND FROM PART, KINDS", "Ambiguous column name 'KIND'"},
       {"SELECT * FROM PART, PART",
        "The objects \"PART\" and \"PART\" in the FROM clause have the same exposed names. Use correlation names to "
-       "distinguish them."},
-      {"UPDATE NOSUCH SET A = 1", "Invalid object name 'NOSUCH'."},
-      {"UPDATE PART SET NOSUCH = 1", "Invalid column name 'NOSUCH'."},
-      {"DELETE FROM NOSUCH", "Invalid object name 'NOSUCH'."},
-      {"INSERT NOSUCH VALUES (1)", "Invalid object name 'NOSUCH'."},
-      {"SELECT NOSUCH(ID) FROM PART", "'NOSUCH' is not a recognized built-in function name."},
-      {"SELECT * FROM sqlite_schema", "Invalid object name 'sqlite_schema'."},
-      {"SELECT rowid FROM PART", "Invalid column name 'rowid'."},
-      {"SELECT @x FROM PART", "Invalid column name '@x'."},
+       "distinguish them"},
+      {"UPDATE NOSUCH SET A = 1", "Invalid object name 'NOSUCH'"},
+      {"UPDATE PART SET NOSUCH = 1", "Invalid column name 'NOSUCH'"},
+      {"DELETE FROM NOSUCH", "Invalid object name 'NOSUCH'"},
+      {"INSERT NOSUCH VALUES (1)", "Invalid object name 'NOSUCH'"},
+      {"SELECT NOSUCH(ID) FROM PART", "'NOSUCH' is not a recognized built-in function name"},
+      {"SELECT * FROM sqlite_schema", "Invalid object name 'sqlite_schema'"},
+      {"SELECT rowid FROM PART", "Invalid column name 'rowid'"},
+      {"SELECT @x FROM PART", "Invalid column name '@x'"},
   });
 }
 
 TEST_F(DialectTranslator, WhatIsNoStatementIsRefused) {
   expect_refusals({
-      {"", "The statement is empty."},
-      {"  -- nothing", "The statement is empty."},
-      {"EXEC sp_who", "Incorrect syntax near 'EXEC' (character 1)."},
-      {"PRAGMA writable_schema=1", "Incorrect syntax near 'PRAGMA' (character 1)."},
-      {"ATTACH 'x' AS y", "Incorrect syntax near 'ATTACH' (character 1)."},
-      {"SELECT", "Incorrect syntax near 'SELECT' (character 1)."},
-      {"SELECT FROM PART", "Incorrect syntax near 'FROM' (character 8)."},
-      {"SELECT ID FROM", "Incorrect syntax near 'FROM' (character 11)."},
-      {"SELECT ID, FROM PART", "Incorrect syntax near 'FROM' (character 12)."},
-      {"SELECT ID FROM PART WHERE", "Incorrect syntax near 'WHERE' (character 21)."},
-      {"SELECT ID FROM PART WHERE ID", "Incorrect syntax near 'ID' (character 27)."},
-      {"SELECT ID FROM PART WHERE ID =", "Incorrect syntax near '=' (character 30)."},
-      {"SELECT ID FROM PART WHERE (ID = 1", "Incorrect syntax near '1' (character 33)."},
-      {"SELECT ID FROM PART WHERE ID = 1)", "Incorrect syntax near ')' (character 33)."},
-      {"SELECT ID FROM PART WHERE ID = 1 ID = 2", "Incorrect syntax near 'ID' (character 34)."},
-      {"SELECT ID FROM PART WHERE NOT ID", "Incorrect syntax near 'ID' (character 31)."},
-      {"SELECT ID FROM PART WHERE (ID = 1) + 1 = 2", "Incorrect syntax near '+' (character 36)."},
-      {"SELECT (ID = 1) FROM PART", "Incorrect syntax near 'FROM' (character 17)."},
-      {"SELECT ID FROM PART; SELECT 1", "More than one statement (character 22)."},
-      {"SELECT ID FROM PART SELECT 1", "Incorrect syntax near 'SELECT' (character 21)."},
-      {"SELECT ID FROM PART WHERE ID == 1", "Incorrect syntax near '=' (character 31)."},
-      {"SELECT ID FROM PART WHERE ID LIMIT 1", "Incorrect syntax near 'LIMIT' (character 30)."},
-      {"SELECT ID || 'x' FROM PART", "Incorrect syntax near '|' (character 12)."},
-      {"SELECT ID FROM main.PART", "Incorrect syntax near '.' (character 20)."},
-      {"SELECT ID FROM PART ORDER BY 'x'", "Incorrect syntax near ''x'' (character 30)."},
-      {"SELECT ID FROM PART GROUP BY 1", "Incorrect syntax near '1' (character 30)."},
+      {"", "The statement is empty"},
+      {"  -- nothing", "The statement is empty"},
+      {"EXEC sp_who", "Incorrect syntax near 'EXEC' (character 1)"},
+      {"PRAGMA writable_schema=1", "Incorrect syntax near 'PRAGMA' (character 1)"},
+      {"ATTACH 'x' AS y", "Incorrect syntax near 'ATTACH' (character 1)"},
+      {"SELECT", "Incorrect syntax near 'SELECT' (character 1)"},
+      {"SELECT FROM PART", "Incorrect syntax near 'FROM' (character 8)"},
+      {"SELECT ID FROM", "Incorrect syntax near 'FROM' (character 11)"},
+      {"SELECT ID, FROM PART", "Incorrect syntax near 'FROM' (character 12)"},
+      {"SELECT ID FROM PART WHERE", "Incorrect syntax near 'WHERE' (character 21)"},
+      {"SELECT ID FROM PART WHERE ID", "Incorrect syntax near 'ID' (character 27)"},
+      {"SELECT ID FROM PART WHERE ID =", "Incorrect syntax near '=' (character 30)"},
+      {"SELECT ID FROM PART WHERE (ID = 1", "Incorrect syntax near '1' (character 33)"},
+      {"SELECT ID FROM PART WHERE ID = 1)", "Incorrect syntax near ')' (character 33)"},
+      {"SELECT ID FROM PART WHERE ID = 1 ID = 2", "Incorrect syntax near 'ID' (character 34)"},
+      {"SELECT ID FROM PART WHERE NOT ID", "Incorrect syntax near 'ID' (character 31)"},
+      {"SELECT ID FROM PART WHERE (ID = 1) + 1 = 2", "Incorrect syntax near '+' (character 36)"},
+      {"SELECT (ID = 1) FROM PART", "Incorrect syntax near 'FROM' (character 17)"},
+      {"SELECT ID FROM PART; SELECT 1", "More than one statement (character 22)"},
+      {"SELECT ID FROM PART SELECT 1", "Incorrect syntax near 'SELECT' (character 21)"},
+      {"SELECT ID FROM PART WHERE ID == 1", "Incorrect syntax near '=' (character 31)"},
+      {"SELECT ID FROM PART WHERE ID LIMIT 1", "Incorrect syntax near 'LIMIT' (character 30)"},
+      {"SELECT ID || 'x' FROM PART", "Incorrect syntax near '|' (character 12)"},
+      {"SELECT ID FROM main.PART", "Incorrect syntax near '.' (character 20)"},
+      {"SELECT ID FROM PART ORDER BY 'x'", "Incorrect syntax near ''x'' (character 30)"},
+      {"SELECT ID FROM PART GROUP BY 1", "Incorrect syntax near '1' (character 30)"},
       {"SELECT 1 UNION SELECT 1, 2",
-       "All queries combined using a UNION operator must have an equal number of expressions in their target lists."},
+       "All queries combined using a UNION operator must have an equal number of expressions in their target lists"},
       {"SELECT ID FROM PART WHERE ID IN (SELECT 1, 2)",
-       "Only one expression can be specified in the select list when the subquery is not introduced with EXISTS."},
+       "Only one expression can be specified in the select list when the subquery is not introduced with EXISTS"},
       {"SELECT P.Name, COUNT(*) FROM PART P",
        "Column 'P.Name' is invalid in the select list because it is not contained in either an aggregate function or "
-       "the GROUP BY clause."},
+       "the GROUP BY clause"},
       {"SELECT * FROM KINDS GROUP BY KIND",
        "Column 'KINDS.LABEL' is invalid in the select list because it is not contained in either an aggregate function "
-       "or the GROUP BY clause."},
-      {"SELECT *", "Must specify table to select from."},
-      {"SELECT SUM(Name) FROM PART", "Operand data type nvarchar is invalid for sum operator."},
-      {"UPDATE PART SET ID = 1 FROM KINDS", "Incorrect syntax near 'FROM' (character 24)."},
-      {"SET ROWCOUNT 5", "Incorrect syntax near 'ROWCOUNT' (character 5)."},
+       "or the GROUP BY clause"},
+      {"SELECT *", "Must specify table to select from"},
+      {"SELECT SUM(Name) FROM PART", "Operand data type nvarchar is invalid for sum operator"},
+      {"UPDATE PART SET ID = 1 FROM KINDS", "Incorrect syntax near 'FROM' (character 24)"},
+      {"SET ROWCOUNT 5", "Incorrect syntax near 'ROWCOUNT' (character 5)"},
       {"SELECT ID FROM PART ORDER BY 2",
-       "The ORDER BY position number 2 is out of range of the number of items in the select list (character 30)."},
+       "The ORDER BY position number 2 is out of range of the number of items in the select list (character 30)"},
   });
   EXPECT_EQ(store.refusal("SELECT ID FROM PART WHERE ID = 1;"), "taken");
 }
@@ -416,12 +415,12 @@ TEST_F(DialectTranslator, ScalarFunctionsAnswerAsOnTheServer) {
       {"MIN(SINCE) FROM PART", "2025-12-31T23:00:00"},
   });
   expect_refusals({
-      {"SELECT LEN()", "The function LEN was called with a wrong number of arguments."},
-      {"SELECT SUBSTRING('a', 1, -1)", "Invalid length parameter passed to the substring function."},
-      {"SELECT CAST('x' AS int)", "Conversion failed when converting the text value 'x' to a number."},
-      {"SELECT CAST('x' AS geometry)", "Type geometry is not a defined system type (character 20)."},
+      {"SELECT LEN()", "The function LEN was called with a wrong number of arguments"},
+      {"SELECT SUBSTRING('a', 1, -1)", "Invalid length parameter passed to the substring function"},
+      {"SELECT CAST('x' AS int)", "Conversion failed when converting the text value 'x' to a number"},
+      {"SELECT CAST('x' AS geometry)", "Type geometry is not a defined system type (character 20)"},
       {"SELECT ID FROM PART WHERE Name LIKE 'x' ESCAPE 'ab'",
-       "The invalid escape character \"ab\" was specified in a LIKE predicate."},
+       "The invalid escape character \"ab\" was specified in a LIKE predicate"},
   });
 }
 
@@ -467,9 +466,9 @@ TEST_F(DialectTranslator, DateFunctionsAnswerAsOnTheServer) {
       {"SINCE + 0.5 FROM PART WHERE ID=1", "2026-07-01T12:00:00"},
   });
   expect_refusals({
-      {"SELECT DATEADD(fortnight, 1, '1/1/2026')", "'fortnight' is not a recognized datepart (character 16)."},
+      {"SELECT DATEADD(fortnight, 1, '1/1/2026')", "'fortnight' is not a recognized datepart (character 16)"},
       {"SELECT CONVERT(nvarchar(9), SINCE, 999) FROM PART",
-       "999 is not a valid style number when converting from datetime to a character string."},
+       "999 is not a valid style number when converting from datetime to a character string"},
       {"SELECT DATEADD(year, 9999, '1/1/2026')", "Overflow"},
       {"SELECT GETDATE() + 1e300", "Overflow"},
       {"SELECT CAST(-1e9 AS datetime)", "Overflow"},
@@ -562,7 +561,7 @@ TEST_F(DialectTranslator, NestingIsBounded) {
            std::string(static_cast<std::size_t>(depth), ')');
   };
   EXPECT_EQ(store.list(nested(28)), "1");
-  EXPECT_EQ(store.refusal(nested(100000)), "Some part of the statement is nested too deeply (character 58).");
+  EXPECT_EQ(store.refusal(nested(100000)), "Some part of the statement is nested too deeply (character 58)");
   std::string subselects = "1";
   for (int i = 0; i < 14; ++i)
     subselects = "(SELECT MAX(ID) FROM PART WHERE ID = 1 AND (ID <> 2 OR ID IN (" + subselects + ")))";

@@ -28,12 +28,12 @@ TEST(DriverFor, NoProviderMeansSqliteAndAnyCaseServes) {
 TEST(DriverFor, AnUnknownProviderIsRefusedWithTheKnownOnes) {
   EXPECT_EQ(
       failure_of([] { driver_for("Provider=Nosuch;Data Source=x"); }),
-      (RaisedError{kStoreFailure, "Mercato", "There is no store provider 'Nosuch'. Known providers: SQLite.", {}, 0}));
+      (RaisedError{kStoreFailure, "Mercato", "There is no store provider 'Nosuch'. Known providers: SQLite", {}, 0}));
 }
 
 TEST(DriverFor, ABlankStringIsRefused) {
   EXPECT_EQ(failure_of([] { driver_for("  "); }),
-            (RaisedError{kStoreFailure, "Mercato", "The connection string is blank. It has to name a store.", {}, 0}));
+            (RaisedError{kStoreFailure, "Mercato", "The connection string is blank. It has to name a store", {}, 0}));
 }
 
 struct Conversion {

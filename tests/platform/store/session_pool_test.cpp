@@ -65,7 +65,7 @@ TEST_F(SessionPool, AQueryThatIsLeftOpenEndsWhenItsSessionIsGivenBack) {
   EXPECT_EQ(test::failure_of([&] { walk.cursor->next(); }),
             (RaisedError{error_number::kObjectClosed,
                          "SQLite store",
-                         "The connection that these rows are read from has been closed.",
+                         "The connection that these rows are read from has been closed",
                          {},
                          0}));
   EXPECT_EQ(run(*acquire_session(store_).get(), "DELETE FROM T").affected, 2);

@@ -90,7 +90,7 @@ class SqliteOpening : public testing::Test {
 
 TEST_F(SqliteOpening, AMissingFileIsNotCreatedUnasked) {
   EXPECT_EQ(refusal(existing_),
-            "There is no store at '" + path_ + "'. Create it with `mercato init`, or correct Data Source.");
+            "There is no store at '" + path_ + "'. Create it with `mercato init`, or correct Data Source");
   EXPECT_FALSE(std::filesystem::exists(path_));
   create();
   EXPECT_EQ(query_one(*open(existing_), "SELECT N FROM T"), Variant(1));
@@ -100,22 +100,22 @@ TEST_F(SqliteOpening, AMissingFolderIsNamed) {
   const std::string path = folder_.path("none/store.db");
   EXPECT_EQ(refusal("Create=Yes;Data Source=" + path), "There is no folder '" + folder_.path("none") +
                                                            "' for the store '" + path +
-                                                           "'. Create it, or correct Data Source.");
+                                                           "'. Create it, or correct Data Source");
 }
 
 TEST_F(SqliteOpening, AFolderIsNoStore) {
   EXPECT_EQ(refusal("Data Source=" + folder_.path()),
-            "'" + folder_.path() + "' is a folder, not a store. Correct Data Source.");
+            "'" + folder_.path() + "' is a folder, not a store. Correct Data Source");
 }
 
 TEST_F(SqliteOpening, AStringWithoutAFileIsRefused) {
-  EXPECT_EQ(refusal("Provider=SQLite"), "The connection string has no Data Source. It has to name the store file.");
-  EXPECT_EQ(refusal("Data Source=x;Busy Timeout=soon"), "Busy Timeout has to be a number of milliseconds, not 'soon'.");
+  EXPECT_EQ(refusal("Provider=SQLite"), "The connection string has no Data Source. It has to name the store file");
+  EXPECT_EQ(refusal("Data Source=x;Busy Timeout=soon"), "Busy Timeout has to be a number of milliseconds, not 'soon'");
 }
 
 TEST_F(SqliteOpening, AnotherKindOfFileIsNoStore) {
   std::ofstream(path_) << std::string(5000, 'x');
-  EXPECT_EQ(refusal(existing_), "'" + path_ + "' is not a store. Correct Data Source (file is not a database).");
+  EXPECT_EQ(refusal(existing_), "'" + path_ + "' is not a store. Correct Data Source (file is not a database)");
 }
 
 TEST_F(SqliteOpening, TheFirstDefinitionMarksTheStoreAndANewerOneIsRefused) {
@@ -126,7 +126,7 @@ TEST_F(SqliteOpening, TheFirstDefinitionMarksTheStoreAndANewerOneIsRefused) {
   EXPECT_EQ(refusal(existing_),
             "The store '" + path_ +
                 "' was written by a newer version of this program (store version 2, this one knows 1). "
-                "Use the newer version.");
+                "Use the newer version");
 }
 
 TEST_F(SqliteOpening, AReadOnlyFileIsReadAndNotWritten) {
@@ -142,7 +142,7 @@ TEST_F(SqliteOpening, AReadOnlyFileIsReadAndNotWritten) {
   EXPECT_EQ(answer,
             "1: The store '" + path_ +
                 "' is read-only. Give this process the right to write to the file and its folder (attempt to write a "
-                "readonly database).");
+                "readonly database)");
 }
 
 TEST_F(SqliteOpening, AReadOnlyFolderCanBeReadToo) {
@@ -160,7 +160,7 @@ TEST_F(SqliteOpening, AReadOnlyFolderCanBeReadToo) {
   EXPECT_EQ(answer,
             "1: The store '" + path_ +
                 "' is read-only. Give this process the right to write to the file and its folder (attempt to write a "
-                "readonly database).");
+                "readonly database)");
 }
 
 TEST_F(SqliteOpening, AFileThatMayNotBeReadIsRefused) {
@@ -172,7 +172,7 @@ TEST_F(SqliteOpening, AFileThatMayNotBeReadIsRefused) {
     return failure_of([&] { open(existing_); }).Description;
   });
   EXPECT_EQ(answer,
-            "The store '" + path_ + "' cannot be read or written (unable to open database file: Permission denied).");
+            "The store '" + path_ + "' cannot be read or written (unable to open database file: Permission denied)");
 }
 
 // Another process that holds the write lock until this one lets it go.
@@ -221,7 +221,7 @@ TEST_F(SqliteOpening, AStoreThatAnotherProcessWritesIsReadAndWaitedFor) {
   EXPECT_EQ(failure.Number, kStoreFailure);
   const std::string begin =
       "Another process or connection holds the store '" + path_ + "', and did not let go of it in ";
-  const std::string end = " milliseconds (database is locked).";
+  const std::string end = " milliseconds (database is locked)";
   ASSERT_EQ(failure.Description.substr(0, begin.size()), begin);
   ASSERT_EQ(failure.Description.substr(failure.Description.size() - end.size()), end);
   EXPECT_GE(std::stol(failure.Description.substr(begin.size())), 100);
