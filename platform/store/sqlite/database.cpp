@@ -176,12 +176,8 @@ StatementHandle Database::prepare(std::string_view sql) {
   sqlite3_stmt* statement = nullptr;
   const int code = sqlite3_prepare_v3(engine_.get(), sql.data(), static_cast<int>(sql.size()),
                                       SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
-  if (code == SQLITE_OK) return StatementHandle(statement);
-  RaisedError refused = failure(code);
-  // The position is one in the engine's own SQL, so that is shown with it.
-  if (const int offset = sqlite3_error_offset(engine_.get()); offset >= 0)
-    refused.Description += " At character " + std::to_string(offset + 1) + " of: " + std::string(sql);
-  throw Raised(std::move(refused));
+  if (code != SQLITE_OK) raise(code);
+  return StatementHandle(statement);
 }
 
 void Database::run(const char* sql) {
