@@ -69,6 +69,7 @@ class Session {
 
   // Writes one row of updatable recordsets: the columns with these positions in `table.columns`, values of the
   // columns' own types, as `to_column_type` makes them, or Null.
+  // Raises kStatementRefused for an assigned column: only a statement may name one.
   // Returns the new row's identity, the number being the assigned key where the table has one.
   virtual RowIdentity insert_row(const TableInfo& table, std::span<const std::size_t> columns,
                                  std::span<const Variant> values) = 0;

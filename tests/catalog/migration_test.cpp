@@ -60,6 +60,7 @@ TEST_F(NewCatalog, IsNotWrittenWhenAnythingIsWrongAndNobodyVotes) {
       {Array{}, Array{}, error_number::kConstraintViolated},
       {Array{"CATALOGNAME"}, Array{kNull}, error_number::kConstraintViolated},
       {Array{"CATALOGNAME"}, Array{std::string(256, 'x')}, error_number::kValueTooLong},
+      {Array{"CATALOGNAME", "CatalogID"}, Array{"Tools", -1}, error_number::kStatementRefused},
   };
   for (const auto& row : cases) {
     Root<TCatalog> fresh;

@@ -378,6 +378,43 @@ TEST_F(PropertyUpdate, SkipsTheKeyWhateverItsValue) {
   EXPECT_EQ(properties()[0], (Rows::value_type{1, "newer", std::int16_t{3}, false, "default"}));
 }
 
+// Once the property got the new id, and its values hung on nothing.
+TEST_F(PropertyUpdate, OfTheKeyUnderANameInAnotherCaseIsRefusedByTheStore) {
+  const auto before = all_rows();
+  const RaisedError raised = raised_by([&] { update(Array{"DATATYPE", "propertyid"}, Array{1, 99}); });
+  EXPECT_EQ(raised,
+            (RaisedError{error_number::kStatementRefused, "SQLite store",
+                         message("80040E14", "Mercato.Property.Update", "Cannot update identity column 'PROPERTYID'"),
+                         "", 0}));
+  EXPECT_EQ(vote(), Vote::abort);
+  EXPECT_EQ(all_rows(), before);
+}
+
+TEST_F(PropertyTest, InsertedWithAKeyIsRefusedByTheStore) {
+  const RaisedError raised = raised_by([&] {
+    property_->Insert20(Array{"PROPERTYID", "PROPERTYNAME"}, Array{99, "colour"});
+  });
+  EXPECT_EQ(raised.Number, error_number::kStatementRefused);
+  EXPECT_EQ(raised.Description,
+            message("80040E14", "Mercato.Property.Insert",
+                    "Cannot insert explicit value for identity column in table 'PROPERTY' when IDENTITY_INSERT is set "
+                    "to OFF"));
+  EXPECT_EQ(vote(), Vote::abort);
+  EXPECT_TRUE(properties().empty());
+}
+
+// Once what the failing call had inserted stayed, under an id that no call can name.
+TEST_F(PropertyTest, InsertedBehindTheLastIdThatALongHoldsIsRefusedAndNothingOfItStays) {
+  add_property(2147483647, "last");
+  const Rows before = properties();
+  EXPECT_EQ(raised_by([&] { property_->Insert21("next", 1, "", false); }).Number, error_number::kValueTooLong);
+  EXPECT_EQ(properties(), before);
+  EXPECT_EQ(raised_by([&] {
+              execute({"INSERT INTO PROPERTY (PROPERTYID, PROPERTYNAME) VALUES (2147483648, 'beyond')"});
+            }).Number,
+            error_number::kValueTooLong);
+}
+
 TEST_F(PropertyUpdate, ToAnotherTypeDeletesTheEnumRowsOnAConnectionOfItsOwn) {
   for (const Variant& type : {Variant(1), Variant("2"), Variant(std::int16_t{4}), Variant()}) {
     execute({"UPDATE PROPERTYENUM SET VALUE = 'red'"});

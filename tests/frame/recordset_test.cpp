@@ -224,6 +224,30 @@ TEST_F(RecordsetTest, ChangedFieldsAreWrittenAndNoOthers) {
   EXPECT_EQ(stored("SELECT PROPERTYNAME FROM PROPERTY WHERE PROPERTYID=1"), Variant("P1"));
 }
 
+// Once a recordset wrote whatever key it was given.
+TEST_F(RecordsetTest, AnAssignedKeyIsRefusedInTheWordsOfTheServer) {
+  const auto added = open_writable(Sql("SELECT * FROM PROPERTY WHERE 0=1"));
+  added->AddNew();
+  added->SetValue("PROPERTYNAME", Variant("NEW"));
+  added->SetValue("PropertyID", Variant(kNull));
+  EXPECT_EQ(failure_of([&] { added->Update(); }),
+            (RaisedError{kStatementRefused,
+                         "SQLite store",
+                         "Cannot insert explicit value for identity column in table 'PROPERTY' when IDENTITY_INSERT is "
+                         "set to OFF",
+                         {},
+                         0}));
+  EXPECT_EQ(stored("SELECT COUNT(*) FROM PROPERTY"), Variant(0));
+
+  add_properties(1);
+  const auto changed = open_writable(Sql("SELECT * FROM PROPERTY"));
+  changed->SetValue("PROPERTYNAME", Variant("other"));
+  changed->SetValue("PROPERTYID", Variant(1));
+  EXPECT_EQ(failure_of([&] { changed->Update(); }),
+            (RaisedError{kStatementRefused, "SQLite store", "Cannot update identity column 'PROPERTYID'", {}, 0}));
+  EXPECT_EQ(stored("SELECT PROPERTYNAME FROM PROPERTY"), Variant("P1"));
+}
+
 TEST_F(RecordsetTest, MovingOnWritesWhatWasChanged) {
   add_properties(2);
   const auto recordset = open_writable(Sql("SELECT * FROM PROPERTY ORDER BY PROPERTYID"));

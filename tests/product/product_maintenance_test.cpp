@@ -370,12 +370,21 @@ TEST_F(ProductMaintenance, NameInAnotherCaseEscapesItsRuleAndReachesItsColumn) {
   EXPECT_EQ(recorder.group_changes(), (std::vector<std::vector<Variant>>{{0, 1}}));
 }
 
-TEST_F(ProductMaintenance, NewProductMayBringItsOwnIdUnlessItIsTaken) {
-  EXPECT_EQ(product_->Insert20(fields({"PRODUCTID"}), values({77})), 77);
-  EXPECT_EQ(product("PARTNUMBER", 77), Variant("A1"));
-  EXPECT_EQ(raised_by([&] { product_->Insert20(fields({"PRODUCTID"}), values({77})); }).Number,
-            error_number::kConstraintViolated);
-  EXPECT_EQ(product_->Insert20(fields(), values()), 78);
+// Once the id was taken from the caller, -1 too, and the last long made every later insert fail.
+TEST_F(ProductMaintenance, NewProductWithAnIdOfItsOwnIsRefusedByTheStore) {
+  const ExpectedFailure expected(
+      "80040E14", "SQLite store",
+      "Cannot insert explicit value for identity column in table 'PRODUCT' when IDENTITY_INSERT is set to OFF",
+      {kInsertLabel});
+  for (const std::int32_t id : {77, -1, 2147483647}) {
+    Root<Product> fresh;
+    Recorder recorder;
+    EXPECT_EQ(raised_by([&] { fresh->Insert20(fields({"ProductID"}), values({id})); }),
+              (RaisedError{error_number::kStatementRefused, "SQLite store", expected.description, "", 0}));
+    EXPECT_EQ(recorder.log, expected.log);
+    EXPECT_EQ(fresh.context().vote_of_last_call(), Vote::none);
+  }
+  EXPECT_EQ(product_->Insert20(fields(), values()), 1);
 }
 
 TEST_F(ProductMaintenance, CallersArraysStayAsTheyWere) {
@@ -628,6 +637,23 @@ TEST_F(ProductUpdate, OfAnUnknownIdIsRaisedWithTheSourceOfTheUpdate) {
 TEST_F(ProductUpdate, SkipsTheIdAmongTheFields) {
   EXPECT_TRUE(product_->Update20(1, Array{"PRODUCTID", "URL"}, Array{"no number at all", "new"}));
   EXPECT_EQ(product("URL"), Variant("new"));
+}
+
+// Once a product got the new id, and whatever hung on the old one hung on nothing.
+TEST_F(ProductUpdate, OfTheIdUnderANameInAnotherCaseIsRefusedByTheStore) {
+  execute({"INSERT INTO PRODUCTBUYER (PRODUCTID, USERID) VALUES (1, 'ann')"});
+  const auto before = all_rows();
+  Recorder recorder;
+  const ExpectedFailure expected("80040E14", "SQLite store", "Cannot update identity column 'PRODUCTID'",
+                                 {kUpdateLabel});
+  EXPECT_EQ(raised_by([&] {
+              product_->Update20(1, Array{"ProductID", "MULTIPLEBUYER"}, Array{71, 0});
+            }),
+            (RaisedError{error_number::kStatementRefused, "SQLite store", expected.description, "", 0}));
+  EXPECT_EQ(recorder.log, expected.log);
+  EXPECT_EQ(recorder.statements, (Statements{kSelectFirst, kDeleteBuyers}));
+  EXPECT_EQ(vote(), Vote::abort);
+  EXPECT_EQ(all_rows(), before);
 }
 
 TEST_F(ProductUpdate, WithWhatNoColumnTakesLeavesEverythingAsItWas) {

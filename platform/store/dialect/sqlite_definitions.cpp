@@ -265,7 +265,8 @@ class DefinitionTranslator : TokenReader {
   std::string column_sql(const ColumnDefinition& column) const {
     // The store numbers rows and never gives a number twice.
     if (is_assigned_key(column))
-      return quoted(column.name) + " " + std::string(kAssignedKeyType) + " PRIMARY KEY AUTOINCREMENT";
+      return quoted(column.name) + " " + std::string(kAssignedKeyType) + " PRIMARY KEY AUTOINCREMENT" +
+             check_sql(column);
     std::string sql = quoted(column.name) + " " + column.declared;
     if (!column.nullable) sql += " NOT NULL";
     if (!column.default_sql.empty()) sql += " DEFAULT " + column.default_sql;

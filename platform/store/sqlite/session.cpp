@@ -228,6 +228,7 @@ RunningStatement SqliteSession::row_writer(const TableInfo& table, bool updates,
   }
   if (row_writers_.size() == kMostRowWriters) row_writers_.clear();
   auto statement = std::make_shared<CachedStatement>();
+  refuse_assigned(table, updates, columns);
   statement->translation.table = table.name;
   statement->translation.statements = {updates ? update_text(table, columns) : insert_text(table, columns)};
   row_writers_.emplace(hash, RowWriter{table.name, updates, {columns.begin(), columns.end()}, statement});
