@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <tuple>
 
 #include "tests/catalog/rights_fixture.h"
@@ -168,9 +169,65 @@ TEST_F(NewFavoriteFolder, WithoutANameOrAUserIsNotWrittenAndNobodyIsTold) {
 TEST_F(NewFavoriteFolder, IsWrittenAsItIsUnderANameInAnotherCase) {
   EXPECT_EQ(insert(Array{"FolderName", "USERID"}, Array{"", "ann"}), 1);
   EXPECT_EQ(insert(Array{"FolderName", "UserID"}, Array{"Ann's", ""}), 2);
-  EXPECT_EQ(insert(Array{"FOLDERNAME"}, Array{" "}), 3);
   EXPECT_EQ(vote(), Vote::commit);
-  EXPECT_EQ(folders(), (Rows{{1, "ann", ""}, {2, "", "Ann's"}, {3, kNull, " "}}));
+  EXPECT_EQ(folders(), (Rows{{1, "ann", ""}, {2, "", "Ann's"}}));
+}
+
+// Once the folder was nobody's: no call finds or deletes it.
+TEST_F(NewFavoriteFolder, ThatNamesNoUserIsRefusedByTheStore) {
+  Recorder recorder;
+  const FailureTrail expected =
+      trail({error_number::kConstraintViolated, "SQLite store",
+             "FAVORITEFOLDERS.USERID may not be Null (NOT NULL constraint failed: FAVORITEFOLDERS.USERID)", "", 0},
+            {kInsert});
+  EXPECT_EQ(raised_by([&] { insert(Array{"FOLDERNAME"}, Array{"Writing"}); }), expected.raised);
+  EXPECT_EQ(recorder.log, expected.log);
+  EXPECT_EQ(vote(), Vote::none);
+  EXPECT_TRUE(folders().empty());
+}
+
+// Once -1, the answer of a refusal, came back with the row written.
+TEST_F(NewFavoriteFolder, WithAnIdOfItsOwnIsRefusedByTheStore) {
+  const FailureTrail expected = trail({error_number::kStatementRefused, "SQLite store",
+                                       "Cannot insert explicit value for identity column in table 'FAVORITEFOLDERS' "
+                                       "when IDENTITY_INSERT is set to OFF",
+                                       "", 0},
+                                      {kInsert});
+  EXPECT_EQ(raised_by([&] {
+              insert(Array{"FOLDERID", "FOLDERNAME", "USERID"}, Array{-1, "Writing", "ann"});
+            }),
+            expected.raised);
+  EXPECT_EQ(vote(), Vote::none);
+  EXPECT_TRUE(folders().empty());
+}
+
+// Once an object whose insert had failed kept everybody else from writing until it was released.
+TEST_F(NewFavoriteFolder, ThatFailedKeepsNobodyFromWriting) {
+  EXPECT_EQ(raised_by([&] { insert(Array{"FOLDERNAME"}, Array{"Writing"}); }).Number,
+            error_number::kConstraintViolated);
+  EXPECT_EQ(outcome(), Outcome::open);
+  execute_on(connection_string() + ";Busy Timeout=0",
+             {"INSERT INTO FAVORITEFOLDERS (USERID, FOLDERNAME) VALUES ('bob', 'Tools')"});
+  EXPECT_EQ(insert(Array{"FOLDERNAME", "USERID"}, Array{"Writing", "ann"}), 2);
+  EXPECT_EQ(outcome(), Outcome::committed);
+}
+
+// Once it waited ten seconds for itself, and blamed another process.
+TEST_F(NewFavoriteFolder, OfAThreadWithAnOpenTransactionFailsAtOnceAndSaysSo) {
+  add_folder("ann", "Writing");
+  Root<TCatalog> other;
+  EXPECT_TRUE(other->UpdateFavoriteFolderName(1, "ann", "Art"));  // casts no vote
+  EXPECT_EQ(other.context().outcome_of_last_call(), Outcome::open);
+  const auto began = std::chrono::steady_clock::now();
+  const RaisedError raised = raised_by([&] { insert(Array{"FOLDERNAME", "USERID"}, Array{"Tools", "ann"}); });
+  EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(5));
+  EXPECT_EQ(raised, trail({error_number::kStoreFailure, "SQLite store",
+                           "An object of this thread holds an open transaction on the store '" + store_path().string() +
+                               "'. It has to vote, or to be released, first (database is "
+                               "locked)",
+                           "", 0},
+                          {kInsert})
+                        .raised);
 }
 
 TEST_F(NewFavoriteFolder, MayHaveANameThatTheUserHasAlready) {
