@@ -212,6 +212,7 @@ CodeOutcome TUNSPSC::UploadCodeRow(const ConnectionPtr& connection, const std::s
 void TUNSPSC::tell(const std::function<void(UnspscUploadObserver&)>& news) {
   if (!observer_) return;
   try {
+    if (observer_->waits()) StoreRun::before_waiting();
     news(*observer_);
   } catch (...) {
     // One that throws is not heard.

@@ -27,6 +27,9 @@ struct UploadedCode {
 class UnspscUploadObserver {
  public:
   virtual ~UnspscUploadObserver() = default;
+  // Whether it may wait, for a person or a file say. Before each news the upload then lets others see and write; an
+  // observer that only keeps what it hears says no, and spares a commit for each code.
+  virtual bool waits() const { return true; }
   // Once for each public call, before its first code; rows without a code are among the items.
   virtual void on_start(std::size_t items) { static_cast<void>(items); }
   // After each code, also one that stands in the file a second time.

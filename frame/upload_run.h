@@ -5,6 +5,7 @@
 
 #include <optional>
 
+#include "platform/store/call_limit.h"
 #include "platform/store/unit_of_work.h"
 
 namespace mercato {
@@ -21,7 +22,12 @@ class StoreRun {
   // Ends the run: what was written is durable when this returns. Raises what the store raises.
   void finish();
 
+  // Before the thread waits for something that is not the store: the statements of its run reach everybody, and others
+  // can write meanwhile. Collaborators are waited for so without a word, unless they say that they never wait.
+  static void before_waiting() { store::UnitOfWork::before_waiting(); }
+
  private:
+  store::OutermostCall call_;  // a store that stays locked is waited for once in a run
   std::optional<store::UnitOfWork> unit_;
   std::optional<store::UnitOfWork::Current> current_;
 };

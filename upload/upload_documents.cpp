@@ -1,10 +1,14 @@
 #include "upload/upload_documents.h"
 
 #include "frame/lib_error_handling.h"
+#include "frame/upload_run.h"
 
 namespace mercato::upload {
 
 bool load_document(xml::Document& document, std::string_view iStringOrUrl, bool iIsUrl) {
+  // A shorter text is read in a few milliseconds: a run holds others off for longer anyway.
+  constexpr std::size_t kLongText = 1'000'000;
+  if (iIsUrl || iStringOrUrl.size() > kLongText) StoreRun::before_waiting();
   return iIsUrl ? document.load(iStringOrUrl) : document.load_text(iStringOrUrl);
 }
 

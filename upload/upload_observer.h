@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "frame/upload_run.h"
+
 namespace mercato {
 
 enum class UploadOutcome {
@@ -36,6 +38,9 @@ struct UploadRecord {
 class UploadObserver {
  public:
   virtual ~UploadObserver() = default;
+  // Whether it may wait, for a person or a file say. Before each news the upload then lets others see and write; an
+  // observer that only keeps what it hears says no, and spares a commit for each record.
+  virtual bool waits() const { return true; }
   // Once for each public call, before its first record.
   virtual void on_start(std::size_t records) { static_cast<void>(records); }
   // After each record, also the one whose failure ends the call.
@@ -65,6 +70,8 @@ enum class PartNumberOutcome {
 class PriceUploadObserver {
  public:
   virtual ~PriceUploadObserver() = default;
+  // As `UploadObserver::waits`.
+  virtual bool waits() const { return true; }
   // Once for each call, before its first part number.
   virtual void on_start(std::size_t part_numbers) { static_cast<void>(part_numbers); }
   // After each line, also the one whose failure ends the call.
@@ -83,6 +90,7 @@ template <class Observer, class Tell>
 void tell(Observer* observer, Tell tell_it) {
   if (!observer) return;
   try {
+    if (observer->waits()) StoreRun::before_waiting();
     tell_it(*observer);
   } catch (...) {
   }

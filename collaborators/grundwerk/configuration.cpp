@@ -9,6 +9,7 @@ const ClassTable& Configuration::table() {
       ClassTable::of<Configuration>("Grundwerk.Configuration", "{6C0D8A52-41F7-4B0E-9D63-2A7E5B91C0F4}",
                                     TransactionAttribute::undeclared)
           .collaborator()
+          .never_waits()
           .method("GetParameter", &Configuration::GetParameter, {"section", "name"})
           .method("GetWebRootFolder", &Configuration::GetWebRootFolder)
           .method("PrepareParameters", &Configuration::PrepareParameters, {"flag"})

@@ -50,6 +50,7 @@ const ClassTable& ReferentialChecker::table() {
       ClassTable::of<ReferentialChecker>("Grundwerk.ReferentialChecker", "{B85E2D17-0C3A-4F96-A1D4-7E60C9F2385B}",
                                          TransactionAttribute::undeclared)
           .collaborator()
+          .never_waits()
           .method("RunBeforeDelete", &ReferentialChecker::RunBeforeDelete, {"owner", "fields", "values"})
           .method("CheckReferences", &ReferentialChecker::CheckReferences, {"application", "table", "fields", "values"})
           .method("CheckBeforeDelete", &ReferentialChecker::CheckBeforeDelete,

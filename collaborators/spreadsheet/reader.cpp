@@ -9,6 +9,7 @@ const ClassTable& SpreadsheetReader::table() {
       ClassTable::of<SpreadsheetReader>("Spreadsheet.Reader", "{3F5A9D14-8C27-4E6B-A0D9-51B7C2E8466F}",
                                         TransactionAttribute::undeclared)
           .collaborator()
+          .never_waits()
           .method("Open", &SpreadsheetReader::Open, {"sFile"})
           .method("UsedArea", &SpreadsheetReader::UsedArea)
           .method("ReadRow", &SpreadsheetReader::ReadRow, {"nColumns"})

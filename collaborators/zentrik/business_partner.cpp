@@ -12,6 +12,7 @@ const ClassTable& BusinessPartner::table() {
       ClassTable::of<BusinessPartner>("Zentrik.BusinessPartner", "{92F6E05B-A84D-4C71-8E3B-5D17F0A2C694}",
                                       TransactionAttribute::undeclared)
           .collaborator()
+          .never_waits()
           .method("GetBusinessPartnerID", &BusinessPartner::GetBusinessPartnerID, {"business_id"})
           .method("GetPartnerDefaultBuyer", &BusinessPartner::GetPartnerDefaultBuyer, {"partner_id"});
   return table;

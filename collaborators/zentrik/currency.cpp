@@ -50,6 +50,7 @@ const ClassTable& Currency::table() {
       ClassTable::of<Currency>("Zentrik.Currency", "{47B0F8C9-13E5-4D6A-95C2-E8A4D07B6F1E}",
                                TransactionAttribute::undeclared)
           .collaborator()
+          .never_waits()
           .method("ConvertAmount", &Currency::ConvertAmount, {"source", "target", "amount", "date"})
           .method("GetAllCurrencies", &Currency::GetAllCurrencies);
   return table;

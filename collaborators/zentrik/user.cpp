@@ -9,6 +9,7 @@ const ClassTable& User::table() {
   static const ClassTable table =
       ClassTable::of<User>("Zentrik.User", "{D3A71C40-5E86-4B29-B7F2-04C81E96A5D3}", TransactionAttribute::undeclared)
           .collaborator()
+          .never_waits()
           .method("BuyerCheckSecond", &User::BuyerCheckSecond, {"user_id", "trimmed"})
           .method("GetUserPropertyGroup", &User::GetUserPropertyGroup, {"user_id"})
           .method("BuyerCheckFirst", &User::BuyerCheckFirst, {"user_id"});

@@ -152,6 +152,13 @@ class ClassTable {
     collaborator_ = true;
     return *this;
   }
+  // Its methods wait for nothing but the store: no network, no slow file, no person. A run then keeps its statements
+  // together across calls of it; before calls of any other component it commits them. The library's own classes need
+  // not say so.
+  ClassTable& never_waits() {
+    may_wait_ = false;
+    return *this;
+  }
 
   const std::string& prog_id() const { return prog_id_; }
   const std::string& class_id() const { return class_id_; }
@@ -163,13 +170,18 @@ class ClassTable {
   const std::vector<std::string>& implements() const { return implements_; }
   const std::vector<MethodInfo>& methods() const { return methods_; }
   bool is_collaborator() const { return collaborator_; }
+  bool may_wait() const { return may_wait_; }
   // By name in any case, the interfaces' operations included; null when there is none.
   const MethodInfo* find(std::string_view name) const;
   ComponentPtr create() const { return create_(); }
 
  private:
   ClassTable(std::string prog_id, std::string class_id, TransactionAttribute attribute, ComponentPtr (*factory)())
-      : prog_id_(std::move(prog_id)), class_id_(std::move(class_id)), attribute_(attribute), create_(factory) {}
+      : prog_id_(std::move(prog_id)),
+        class_id_(std::move(class_id)),
+        attribute_(attribute),
+        may_wait_(!prog_id_.starts_with(std::string(kLibraryName) + ".")),
+        create_(factory) {}
 
   template <class T, class Result, class... Arguments>
   static MethodInfo describe(std::string name, Result (T::*function)(Arguments...),
@@ -228,6 +240,7 @@ class ClassTable {
   std::vector<MethodInfo> methods_;
   std::vector<MethodInfo> interface_methods_;
   bool collaborator_ = false;
+  bool may_wait_;
   ComponentPtr (*create_)();
 };
 

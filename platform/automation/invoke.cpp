@@ -1,6 +1,7 @@
 #include "platform/automation/invoke.h"
 
 #include "platform/store/statement_observer.h"
+#include "platform/store/unit_of_work.h"
 #include "platform/transactions/object_context.h"
 
 namespace mercato {
@@ -36,6 +37,7 @@ Variant invoke(const ComponentPtr& target, std::string_view method_name, std::ve
   const MethodInfo* method = table.find(method_name);
   if (!method) raise(error_number::kNoSuchMethod, {}, table.prog_id() + " has no method " + std::string(method_name));
   complete(arguments, table, *method);
+  if (table.may_wait()) store::UnitOfWork::before_waiting();
   Variant answer;
   if (call_observer && call_observer->on_call(table, *method, arguments, answer)) return answer;
   store::StatementOrigin origin(!table.is_collaborator());

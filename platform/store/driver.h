@@ -77,7 +77,8 @@ class Session {
   virtual void update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
                           std::span<const Variant> values) = 0;
 
-  // Transaction control of the unit of work. `start_transaction` arms it: the engine begins at the first write.
+  // Transaction control of the unit of work. `start_transaction` arms it: the engine begins at the first write, and
+  // holds no lock while nothing has changed.
   virtual void start_transaction() = 0;
   virtual void commit() = 0;    // durable when it returns
   virtual void rollback() = 0;  // never throws for a lost connection
@@ -85,7 +86,7 @@ class Session {
   // has run, and reaches other sessions within a few hundredths of a second, at the latest with the run's next
   // statement. `end_run` makes all of it durable.
   virtual void begin_run() = 0;
-  // Lets other sessions see, and write, at once: before the same thread uses one.
+  // Lets other sessions see, and write, at once: before the same thread uses one, or waits for something.
   virtual void flush_run() = 0;
   virtual void end_run() = 0;
 
@@ -94,6 +95,8 @@ class Session {
   virtual bool reset() noexcept = 0;
   // Whether its store is no longer what the connection string leads to: the file was deleted or replaced.
   virtual bool outdated() const noexcept = 0;
+  // Whether its transaction could go on with any other session: nothing has changed, and no rows are being read.
+  virtual bool unused() const noexcept = 0;
 };
 
 // Makes sessions for one kind of store.

@@ -14,6 +14,7 @@ thread_local constinit UnitOfWork* current_unit = nullptr;
 UnitOfWork::~UnitOfWork() { rollback(); }
 
 Session& UnitOfWork::session(const std::string& connection_string) {
+  if (failed_) throw Raised(*failed_);
   for (Enlisted& enlisted : enlisted_) {
     if (enlisted.connection_string != connection_string) continue;
     if (enlisted_.size() > 1) flush_run(enlisted.session.get());
@@ -31,6 +32,7 @@ Session& UnitOfWork::session(const std::string& connection_string) {
 
 // Two strings may lead to one store, so only the session in use may hold a run's write lock.
 void UnitOfWork::flush_run(const Session* except) {
+  if (failed_) throw Raised(*failed_);
   if (kind_ != Kind::run) return;
   for (Enlisted& enlisted : enlisted_)
     if (enlisted.session.get() != except) enlisted.session->flush_run();
@@ -39,6 +41,7 @@ void UnitOfWork::flush_run(const Session* except) {
 void UnitOfWork::commit() {
   // The sessions go back to the pool at the end; what a failure left undone is rolled back on that way.
   const std::vector<Enlisted> finished = std::exchange(enlisted_, {});
+  if (const auto failed = std::exchange(failed_, std::nullopt)) throw Raised(*failed);
   for (const Enlisted& enlisted : finished) {
     if (kind_ == Kind::transaction)
       enlisted.session->commit();
@@ -50,6 +53,21 @@ void UnitOfWork::commit() {
 void UnitOfWork::rollback() noexcept {
   // A session that goes back to the pool rolls back its transaction and ends its run.
   enlisted_.clear();
+  failed_.reset();
+}
+
+void UnitOfWork::release_unused() noexcept {
+  if (kind_ != Kind::transaction) return;
+  std::erase_if(enlisted_, [](const Enlisted& enlisted) { return enlisted.session->unused(); });
+}
+
+void UnitOfWork::before_waiting() {
+  if (!current_unit) return;
+  try {
+    current_unit->flush_run(nullptr);
+  } catch (const Raised& failed) {
+    current_unit->failed_ = failed.error();
+  }
 }
 
 UnitOfWork* UnitOfWork::current() { return current_unit; }

@@ -3,9 +3,11 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "frame/types/raised_error.h"
 #include "platform/store/driver.h"
 #include "platform/store/session_pool.h"
 
@@ -25,11 +27,17 @@ class UnitOfWork {
   ~UnitOfWork();
 
   Kind kind() const { return kind_; }
-  // The shared session, enlisted at its first use.
+  // The shared session, enlisted at its first use. Raises the failure of `before_waiting`, if there was one.
   Session& session(const std::string& connection_string);
   // Raises what the store raises; everything is rolled back then. A run is made durable.
   void commit();
   void rollback() noexcept;
+  // Gives back the sessions that the transaction has left nothing in: for the time between two calls.
+  void release_unused() noexcept;
+
+  // Before this thread waits for something that is not the store (a document that is fetched, a foreign component, a
+  // person): a run lets others see, and write. What fails here ends the run at its next statement, or its commit.
+  static void before_waiting();
 
   // The unit of work that this thread's connections join, or null.
   static UnitOfWork* current();
@@ -56,6 +64,7 @@ class UnitOfWork {
 
   Kind kind_;
   std::vector<Enlisted> enlisted_;
+  std::optional<RaisedError> failed_;  // a run's statements were lost while nobody could be told
 };
 
 }  // namespace mercato::store

@@ -35,6 +35,10 @@ class Activity {
     return *unit_;
   }
   bool is_open() const { return unit_ != nullptr; }
+  // For the time between two calls.
+  void release_unused_sessions() noexcept {
+    if (unit_) unit_->release_unused();
+  }
 
   // Ends the transaction as the votes say; the votes are then spent, also those of objects that are gone.
   Outcome end() {
@@ -139,6 +143,8 @@ void ContextCall::leave() {
     context.outcome_of_last_call_ = context.activity_->end();
   } else {
     context.outcome_of_last_call_ = Outcome::open;
+    // Objects that only read may be many, and may live long.
+    if (context.owns_transaction_) context.activity_->release_unused_sessions();
   }
 }
 

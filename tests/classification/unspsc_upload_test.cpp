@@ -2,6 +2,9 @@
 // shown for both.
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <thread>
+
 #include "collaborators/spreadsheet/reader.h"
 #include "frame/types/text.h"
 #include "platform/automation/registry.h"
@@ -620,6 +623,30 @@ TEST_P(UnspscUploadOfPairs, ObserverChangesNothingOfWhatIsAskedOfTheStore) {
   EXPECT_EQ(refusals(GetParam() == From::workbook ? from_workbook(workbook(pairs)) : from_document(document(pairs))),
             (Refusals{{"9", 1}}));
   EXPECT_EQ(recorder.statements, unwatched);
+}
+
+// Once nobody saw the codes, and nobody could write, while the observer had its time.
+TEST_F(UnspscUpload, OutsideOfATransactionLetsOthersSeeAndWriteWhileItsObserverWaits) {
+  class Visited : public UnspscUploadObserver {
+   public:
+    explicit Visited(std::function<void()> visit) : visit_(std::move(visit)) {}
+    void on_code(const UploadedCode&) override { visit_(); }
+
+   private:
+    std::function<void()> visit_;
+  };
+  std::vector<std::size_t> seen;
+  Visited observer([&] {
+    std::thread([&] {
+      seen.push_back(codes().size());
+      execute_on(connection_string() + ";Busy Timeout=0",
+                 {"INSERT UNIT (UNITCODE) VALUES ('" + std::to_string(seen.size()) + "')"});
+    }).join();
+  });
+  TUNSPSC library;
+  library.set_observer(&observer);
+  library.UploadFromXLS(workbook(Codes{{"91000000", "Toys"}, {"92000000", "Sports"}}), false, false);
+  EXPECT_EQ(seen, (std::vector<std::size_t>{1, 2}));
 }
 
 TEST_F(UnspscUpload, ObserverIsToldWhyAFileCannotBeRead) {

@@ -23,6 +23,14 @@ TEST(CollaboratorClasses, EachIsKnownByItsProgIdAndAClassIdOfItsOwn) {
   EXPECT_EQ(class_ids.size(), collaborator_classes().size());
 }
 
+// An upload commits before it calls any other one, which costs it a commit for each record.
+TEST(CollaboratorClasses, OnlyThoseOfFilesAndPagesMayWait) {
+  std::set<std::string> may_wait;
+  for (const ClassTable* table : collaborator_classes())
+    if (table->may_wait()) may_wait.insert(table->prog_id());
+  EXPECT_EQ(may_wait, (std::set<std::string>{"Bauteil.DRecordset", "Bauteil.Page", "Grundwerk.Log"}));
+}
+
 TEST(CollaboratorClasses, WhatCalleesMayUpdateIsPassedByReference) {
   const auto by_reference = [](std::string_view class_name, std::string_view method) {
     std::string names;

@@ -32,6 +32,7 @@ class PriceUpload : public UploadRuns, private PriceUploadObserver {
   explicit PriceUpload(UploadSource source);
 
  private:
+  bool waits() const override { return false; }
   void on_price_line(const UploadPriceLine& line) override;
   void on_part_number(const std::string& part_number, PartNumberOutcome outcome) override;
 

@@ -21,6 +21,7 @@ class ProductUpload : public UploadRuns, private UploadObserver {
   explicit ProductUpload(Options options);
 
  private:
+  bool waits() const override { return false; }
   void on_record(const UploadRecord& record) override;
 
   std::size_t take_inventory(const xml::Document& document) override;

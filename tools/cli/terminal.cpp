@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "frame/types/text.h"
+#include "platform/store/unit_of_work.h"
 
 namespace mercato::cli {
 namespace {
@@ -75,7 +76,9 @@ Progress::~Progress() {
 void Progress::advance() {
   ++done_;
   constexpr std::size_t kStep = 20;
-  if (visible_ && (done_ % kStep == 0 || done_ == total_)) std::cerr << "\r" << done_ << " of " << total_ << std::flush;
+  if (!visible_ || (done_ % kStep != 0 && done_ != total_)) return;
+  store::UnitOfWork::before_waiting();  // whoever sits there may have stopped the terminal
+  std::cerr << "\r" << done_ << " of " << total_ << std::flush;
 }
 
 std::string counted(std::size_t count, std::string_view noun) {

@@ -33,6 +33,7 @@ std::string without_zero_pairs(std::string code) {
 
 class Watcher : public UnspscUploadObserver {
  public:
+  bool waits() const override { return false; }
   void on_start(std::size_t items) override { progress_.emplace(items); }
   void on_code(const UploadedCode& code) override {
     progress_->advance();

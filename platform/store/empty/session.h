@@ -22,6 +22,7 @@ class EmptySession final : public Session {
   void end_run() override {}
   bool reset() noexcept override { return true; }
   bool outdated() const noexcept override { return false; }
+  bool unused() const noexcept override { return false; }
 };
 
 }  // namespace mercato::store::empty

@@ -15,6 +15,7 @@
 #include "platform/store/driver.h"
 #include "platform/store/sqlite/failure.h"
 #include "platform/store/sqlite/functions.h"
+#include "platform/store/sqlite/lock_wait.h"
 
 namespace mercato::store::sqlite {
 namespace {
@@ -231,10 +232,19 @@ void Database::flush_to_disk() {
 int Database::wait_for_lock(void* self, int tries) {
   auto& database = *static_cast<Database*>(self);
   const auto now = Clock::now();
-  if (tries == 0) database.wait_began_ = now;
+  if (tries == 0) {
+    database.wait_began_ = now;
+    const std::optional<long> before = futile_wait(database.engine_.get());
+    database.waited_ms_ = before.value_or(0);
+    if (before || held_by_this_thread(database.engine_.get())) return 0;
+  }
   database.waited_ms_ =
       static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(now - database.wait_began_).count());
-  if (database.waited_ms_ >= database.busy_timeout_ms_ || call_limit_passed()) return 0;
+  if (call_limit_passed()) return 0;
+  if (database.waited_ms_ >= database.busy_timeout_ms_) {
+    note_futile_wait(database.engine_.get(), database.waited_ms_);
+    return 0;
+  }
   // Often enough to find the short pause that a run of single statements leaves between its groups.
   std::this_thread::sleep_for(std::chrono::microseconds(tries < 4 ? 50 : 200));
   return 1;

@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "platform/store/dialect/declared_type.h"
+#include "platform/store/sqlite/lock_wait.h"
 
 namespace mercato::store::sqlite {
 namespace {
@@ -41,12 +42,9 @@ RaisedError violation(int code, const std::string& words, const TableInfo* table
                 {},
                 0};
       if (const Column* column = guarded_column(table, object, &dialect::range_constraint))
-        return {kValueTooLong,
-                {},
-                "The value is out of the range of column " + table->name + "." + column->name + ".",
-                {},
-                0};
-      return {kConstraintViolated, {}, "The change violates a check of the store (" + words + ").", {}, 0};
+        return {
+            kValueTooLong, {}, "The value is out of the range of column " + table->name + "." + column->name, {}, 0};
+      return {kConstraintViolated, {}, "The change violates a check of the store (" + words + ")", {}, 0};
     case SQLITE_CONSTRAINT_NOTNULL:
       return {kConstraintViolated, {}, object + " may not be Null (" + words + ")", {}, 0};
     case SQLITE_CONSTRAINT_UNIQUE:
@@ -103,6 +101,9 @@ RaisedError describe(sqlite3* engine, int code, const std::string& path, long wa
                          ")");
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
+      if (engine && held_by_this_thread(engine))
+        return failure(kStoreFailure, "An object of this thread holds an open transaction on the store " +
+                                          quoted(path) + ". It has to vote, or to be released, first (" + words + ")");
       return failure(kStoreFailure, "Another process or connection holds the store " + quoted(path) +
                                         ", and did not let go of it in " + std::to_string(waited_ms) +
                                         " milliseconds (" + words + ")");

@@ -161,7 +161,7 @@ void SqliteSession::bind_literals(const RunningStatement& running, Lifetime life
 void SqliteSession::define(const dialect::Translation& definition) {
   before_write();
   if (!begun_) begin_engine_transaction();
-  defined_ = true;
+  const bool defined_before = std::exchange(defined_, true);
   database_.run("SAVEPOINT definition");
   try {
     for (const std::string& text : definition.statements) database_.run(text.c_str());
@@ -172,8 +172,10 @@ void SqliteSession::define(const dialect::Translation& definition) {
     RaisedError failed = refused.error();
     note(failed);
     if (begun_) database_.run("ROLLBACK TO definition; RELEASE definition");
+    defined_ = defined_before;
     forget_schema();
     if (mode_ == Mode::single) roll_back_engine_transaction();
+    end_idle_transaction();
     throw Raised(std::move(failed));
   }
   forget_schema();
@@ -214,9 +216,9 @@ void SqliteSession::update_row(const TableInfo& table, const RowIdentity& row, s
   step_write(running);
   const bool found = sqlite3_changes64(database_.engine()) > 0;
   after_write();
+  if (!found) refuse("The row to be changed is no longer in " + table.name);
 }
 
-  if (!found) refuse("The row to be changed is no longer in " + table.name);
 RunningStatement SqliteSession::row_writer(const TableInfo& table, bool updates, std::span<const std::size_t> columns) {
   std::uint64_t hash = std::hash<std::string>()(table.name) + (updates ? 1 : 0);
   for (const std::size_t column : columns) hash = hash * 0x100000001B3u + column;
@@ -226,9 +228,9 @@ RunningStatement SqliteSession::row_writer(const TableInfo& table, bool updates,
     if (writer.updates == updates && writer.table == table.name && std::ranges::equal(writer.columns, columns))
       return {database_, writer.statement};
   }
+  refuse_assigned(table, updates, columns);
   if (row_writers_.size() == kMostRowWriters) row_writers_.clear();
   auto statement = std::make_shared<CachedStatement>();
-  refuse_assigned(table, updates, columns);
   statement->translation.table = table.name;
   statement->translation.statements = {updates ? update_text(table, columns) : insert_text(table, columns)};
   row_writers_.emplace(hash, RowWriter{table.name, updates, {columns.begin(), columns.end()}, statement});
@@ -248,8 +250,11 @@ void SqliteSession::before_write() {
   while (!cursors_.empty()) cursors_.back()->drain();
   if (mode_ == Mode::single || begun_) return;
   if (mode_ == Mode::run) {
-    // Whoever waits for the lock gets a chance to take it.
-    std::this_thread::sleep_until(group_ended_ + kGroupPause);
+    // Whoever waits for the lock gets a chance to take it, in every stretch of a group's time once.
+    if (Clock::now() - paused_ >= kGroupTime) {
+      std::this_thread::sleep_until(group_ended_ + kGroupPause);
+      paused_ = Clock::now();
+    }
     group_statements_ = 0;
   }
   begin_engine_transaction();
@@ -263,24 +268,38 @@ void SqliteSession::step_write(const RunningStatement& running) {
   int code = SQLITE_ROW;
   while (code == SQLITE_ROW) code = sqlite3_step(running.get());
   database_.set_interruptible(true);
-  if (code != SQLITE_DONE) throw Raised(failure(code, running.cached().translation.table));
+  if (code == SQLITE_DONE) return;
+  RaisedError failed = failure(code, running.cached().translation.table);
+  sqlite3_reset(running.get());
+  end_idle_transaction();
+  throw Raised(std::move(failed));
 }
 
 void SqliteSession::after_write() {
+  end_idle_transaction();
   if (mode_ != Mode::run) return;
   if (++group_statements_ >= kGroupStatements || group_is_old()) commit_group();
 }
 
 void SqliteSession::begin_engine_transaction() {
   if (!begin_) begin_ = database_.prepare("BEGIN IMMEDIATE");
+  begun_.emplace(database_.engine());
   const int code = sqlite3_step(begin_.get());
   if (code != SQLITE_DONE) {
     RaisedError refused = database_.failure(code);
+    begun_.reset();
     sqlite3_reset(begin_.get());
     throw Raised(std::move(refused));
   }
   sqlite3_reset(begin_.get());
-  begun_ = true;
+  changes_before_ = sqlite3_total_changes64(database_.engine());
+}
+
+// No lock is kept for nothing: a transaction may stay open for as long as its object lives.
+void SqliteSession::end_idle_transaction() {
+  if (mode_ == Mode::transaction && begun_ && !defined_ &&
+      sqlite3_total_changes64(database_.engine()) == changes_before_)
+    roll_back_engine_transaction();
 }
 
 void SqliteSession::commit_engine_transaction() {
@@ -293,14 +312,14 @@ void SqliteSession::commit_engine_transaction() {
     throw Raised(std::move(refused));
   }
   sqlite3_reset(commit_.get());
-  begun_ = false;
+  begun_.reset();
   defined_ = false;
 }
 
 void SqliteSession::roll_back_engine_transaction() noexcept {
   // Fails only when the engine has done it itself.
   if (database_.in_transaction()) sqlite3_exec(database_.engine(), "ROLLBACK", nullptr, nullptr, nullptr);
-  begun_ = false;
+  begun_.reset();
   if (std::exchange(defined_, false)) forget_schema();
 }
 
@@ -372,13 +391,15 @@ RaisedError SqliteSession::failure(int code, std::string_view table) {
 
 void SqliteSession::note(RaisedError& failed) {
   if (begun_ && !database_.in_transaction()) {
-    begun_ = false;
+    begun_.reset();
     if (std::exchange(defined_, false)) forget_schema();
     if (mode_ == Mode::transaction) lost_ = failed.Description;
     if (const int statements = std::exchange(group_statements_, 0); mode_ == Mode::run && statements > 0)
       failed.Description += lost_with_it(statements);
   }
 }
+
+bool SqliteSession::unused() const noexcept { return !begun_ && lost_.empty() && cursors_.empty(); }
 
 bool SqliteSession::reset() noexcept {
   try {

@@ -1,15 +1,16 @@
 // A session on a SQLite store. One thread at a time.
 //
 // Writing: single statements commit one by one and are durable when they return. In a transaction the engine begins at
-// the first write, and holds the write lock from there. In a run the statements of a few hundredths of a second share
-// one engine transaction that is committed without a flush; a process that is killed leaves a prefix of whole
-// statements, and `end_run` flushes once. A write first takes the rest of all open queries into memory, so that no
-// query holds an old state of the store across it.
+// the first write, and holds the write lock from there; after a write that changed nothing it lets go again. In a run
+// the statements of a few hundredths of a second share one engine transaction that is committed without a flush; a
+// process that is killed leaves a prefix of whole statements, and `end_run` flushes once. A write first takes the rest
+// of all open queries into memory, so that no query holds an old state of the store across it.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -17,6 +18,7 @@
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/driver.h"
 #include "platform/store/sqlite/database.h"
+#include "platform/store/sqlite/lock_wait.h"
 #include "platform/store/sqlite/statement_cache.h"
 #include "platform/store/sqlite/tables.h"
 #include "platform/store/sqlite/values.h"
@@ -45,6 +47,7 @@ class SqliteSession final : public Session {
   void end_run() override;
   bool reset() noexcept override;
   bool outdated() const noexcept override { return database_.replaced(); }
+  bool unused() const noexcept override;
 
  private:
   friend class SqliteCursor;
@@ -74,6 +77,7 @@ class SqliteSession final : public Session {
   void after_write();
   void step_write(const RunningStatement& running);
   void begin_engine_transaction();
+  void end_idle_transaction();
   void commit_engine_transaction();
   void roll_back_engine_transaction() noexcept;
   void commit_group();
@@ -98,12 +102,14 @@ class SqliteSession final : public Session {
   std::vector<SqliteCursor*> cursors_;  // those that the engine still runs
 
   Mode mode_ = Mode::single;
-  bool begun_ = false;      // the engine's transaction
-  bool defined_ = false;    // a definition is part of it
-  bool unflushed_ = false;  // a run has committed something without a flush
-  std::string lost_;        // what made the engine undo the transaction, until it is rolled back
+  std::optional<HeldLock> begun_;    // the engine's transaction
+  std::int64_t changes_before_ = 0;  // rows that this session had changed when it began
+  bool defined_ = false;             // a definition is part of it
+  bool unflushed_ = false;           // a run has committed something without a flush
+  std::string lost_;                 // what made the engine undo the transaction, until it is rolled back
   Clock::time_point group_began_;
   Clock::time_point group_ended_;
+  Clock::time_point paused_;  // when a run last let others have their turn
   int group_statements_ = 0;
 };
 

@@ -340,6 +340,45 @@ TEST_P(DriverSuite, AnOpenQueryIsNoReasonForATransactionToFail) {
   EXPECT_EQ(one("SELECT COUNT(*) FROM PLAIN"), Variant(5));
 }
 
+// Once a transaction kept everybody from writing after a write of its own that had failed, or had found no row.
+TEST_P(DriverSuite, ATransactionThatHasChangedNothingIsInNobodysWay) {
+  const std::unique_ptr<Session> other = open();
+  execute("INSERT INTO PRICELINE (ID, GROUPBY) VALUES (1, 'a')");
+  session_->start_transaction();
+  EXPECT_TRUE(session_->unused());
+  EXPECT_EQ(failure_of([&] { execute("INSERT INTO PRICELINE (ID, GROUPBY) VALUES (1, 'a')"); }).Number,
+            kConstraintViolated);
+  run(*other, "INSERT INTO PRICELINE (ID, GROUPBY) VALUES (2, 'a')");
+  EXPECT_EQ(failure_of([&] {
+              insert("PRICELINE", {"ID", "GROUPBY"}, {Variant(1), Variant("a")});
+            }).Number,
+            kConstraintViolated);
+  run(*other, "INSERT INTO PRICELINE (ID, GROUPBY) VALUES (3, 'a')");
+  EXPECT_EQ(execute("DELETE FROM PRICELINE WHERE ID = 4").affected, 0);
+  run(*other, "INSERT INTO PRICELINE (ID, GROUPBY) VALUES (4, 'a')");
+  EXPECT_TRUE(session_->unused());
+  EXPECT_EQ(failure_of([&] { execute("CREATE UNIQUE INDEX UQ ON PRICELINE (GROUPBY)"); }).Number, kConstraintViolated);
+  run(*other, "INSERT INTO PRICELINE (ID, GROUPBY) VALUES (5, 'a')");
+  execute("INSERT INTO PRICELINE (ID, GROUPBY) VALUES (6, 'a')");
+  EXPECT_FALSE(session_->unused());
+  EXPECT_EQ(failure_of([&] { execute("INSERT INTO PRICELINE (ID, GROUPBY) VALUES (6, 'a')"); }).Number,
+            kConstraintViolated);
+  session_->rollback();
+  EXPECT_EQ(one("SELECT MAX(ID) FROM PRICELINE"), Variant(5));
+}
+
+TEST_P(DriverSuite, ASessionThatIsReadFromIsInUse) {
+  execute("INSERT INTO PLAIN (N) VALUES (1)");
+  session_->start_transaction();
+  {
+    const Execution walk = execute("SELECT N FROM PLAIN");
+    ASSERT_TRUE(walk.cursor->next());
+    EXPECT_FALSE(session_->unused());
+  }
+  EXPECT_TRUE(session_->unused());
+  session_->rollback();
+}
+
 TEST_P(DriverSuite, AFailedStatementLeavesTheRestOfItsTransaction) {
   session_->start_transaction();
   execute("INSERT INTO PRICELINE (ID, GROUPBY) VALUES (1, 'a')");

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "tests/platform/store/store_files.h"
 
 namespace mercato::store {
@@ -97,6 +99,56 @@ TEST_F(Units, ATransactionInsideARunFindsTheStoreFreeAndSeesWhatTheRunWrote) {
   run(upload.session(store_), "INSERT INTO T (N) VALUES (3)");
   upload.commit();
   EXPECT_EQ(count(), Variant(3));
+}
+
+// Once a run kept others from seeing and writing while its thread waited for something else.
+TEST_F(Units, ARunLetsOthersWriteWhileItsThreadWaits) {
+  const std::string impatient = "Data Source=" + folder_.path("store.db") + ";Busy Timeout=0";
+  UnitOfWork upload(UnitOfWork::Kind::run);
+  const UnitOfWork::Current running(&upload);
+  run(upload.session(store_), "INSERT INTO T (N) VALUES (1)");
+  UnitOfWork::before_waiting();
+  EXPECT_EQ(count(), Variant(1));
+  run(*acquire_session(impatient).get(), "INSERT INTO T (N) VALUES (2)");
+  run(upload.session(store_), "INSERT INTO T (N) VALUES (3)");
+  upload.commit();
+  EXPECT_EQ(count(), Variant(3));
+}
+
+// Once a thread waited out the time for a lock that only it could have let go of.
+TEST_F(Units, ATransactionOfTheSameThreadIsNotWaitedFor) {
+  UnitOfWork first(UnitOfWork::Kind::transaction);
+  UnitOfWork second(UnitOfWork::Kind::transaction);
+  run(first.session(store_), "INSERT INTO T (N) VALUES (1)");
+  const auto began = std::chrono::steady_clock::now();
+  EXPECT_EQ(
+      failure_of([&] { run(second.session(store_), "INSERT INTO T (N) VALUES (2)"); }),
+      (RaisedError{error_number::kStoreFailure,
+                   "SQLite store",
+                   "An object of this thread holds an open transaction on the store '" + folder_.path("store.db") +
+                       "'. It has to vote, or to be released, first (database is locked)",
+                   {},
+                   0}));
+  EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(5));
+  first.commit();
+  run(second.session(store_), "INSERT INTO T (N) VALUES (2)");
+  second.commit();
+  EXPECT_EQ(count(), Variant(2));
+}
+
+TEST_F(Units, ATransactionGivesBackTheSessionsThatItHasLeftNothingIn) {
+  UnitOfWork unit(UnitOfWork::Kind::transaction);
+  Session* const first = &unit.session(store_);
+  EXPECT_EQ(query_one(*first, "SELECT COUNT(*) FROM T"), Variant(0));
+  unit.release_unused();
+  const PooledSession other = acquire_session(store_);
+  EXPECT_EQ(other.get(), first);
+  run(unit.session(store_), "INSERT INTO T (N) VALUES (1)");
+  unit.release_unused();
+  EXPECT_EQ(query_one(unit.session(store_), "SELECT COUNT(*) FROM T"), Variant(1));
+  EXPECT_EQ(query_one(*other.get(), "SELECT COUNT(*) FROM T"), Variant(0));
+  unit.rollback();
+  EXPECT_EQ(count(), Variant(0));
 }
 
 TEST_F(Units, TwoStringsOfOneStoreDoNotBlockEachOtherInARun) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -134,6 +135,29 @@ TEST_F(Transactions, WithoutAVoteTheTransactionGoesOn) {
   });
   EXPECT_EQ(outcome(root), Outcome::committed);
   EXPECT_EQ(units(), "AB");
+}
+
+// Once each object that had read kept two files open until it was released.
+TEST_F(Transactions, RootsThatHaveOnlyReadHoldNoConnectionBetweenTheirCalls) {
+  const auto open_files_of_the_store = [this] {
+    std::size_t count = 0;
+    std::error_code gone;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+      if (std::filesystem::read_symlink(entry.path(), gone).string().starts_with(store_path().string())) ++count;
+    return count;
+  };
+  std::vector<ComponentPtr> roots;
+  for (int i = 0; i < 50; ++i) {
+    roots.push_back(transactional_root());
+    call(roots.back(), [&] { EXPECT_EQ(units(), ""); });
+    EXPECT_EQ(outcome(roots.back()), Outcome::open);
+  }
+  EXPECT_LE(open_files_of_the_store(), 4u);
+  call(roots[0], [&] { insert("A"); });
+  call(roots[1], [&] { EXPECT_EQ(units(), ""); });
+  call(roots[0], [&] { EXPECT_EQ(units(), "A"); });
+  roots.clear();
+  EXPECT_EQ(units(), "A");
 }
 
 TEST_F(Transactions, AnOpenOneIsUndoneByALaterAbort) {

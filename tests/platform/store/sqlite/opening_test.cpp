@@ -231,6 +231,65 @@ TEST_F(SqliteOpening, AStoreThatAnotherProcessWritesIsReadAndWaitedFor) {
   EXPECT_EQ(failure_of([&] { run(*session, "DELETE FROM T"); }).Description.substr(0, begin.size()), begin);
 }
 
+// Stores that were made before keys had a range have no such check in their tables.
+TEST_F(SqliteOpening, AnOlderStoreGivesItsKeysAsBefore) {
+  sqlite3* engine = nullptr;
+  ASSERT_EQ(sqlite3_open(path_.c_str(), &engine), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(
+                engine, "CREATE TABLE OLD (\"ID\" INTEGER PRIMARY KEY AUTOINCREMENT, \"N\" INT); PRAGMA user_version=1",
+                nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(engine);
+  const std::unique_ptr<Session> session = open(existing_);
+  run(*session, "INSERT INTO OLD (N) VALUES (7)");
+  const TableInfo* const table = session->table("OLD");
+  ASSERT_NE(table, nullptr);
+  const std::vector<std::size_t> columns = {1};
+  const std::vector<Variant> values = {Variant(8)};
+  EXPECT_EQ(session->insert_row(*table, columns, values).number, 2);
+  const std::vector<std::size_t> key = {0};
+  EXPECT_EQ(failure_of([&] { session->insert_row(*table, key, values); }).Number, kStatementRefused);
+}
+
+// Once the failure showed the statement in the words of the engine.
+TEST_F(SqliteOpening, WhatTheEngineDoesNotTakeIsRefusedWithoutItsOwnStatement) {
+  create();
+  const std::unique_ptr<Session> session = open(existing_);
+  std::string many = "SELECT N FROM T";
+  for (int i = 0; i < 600; ++i) many += " UNION ALL SELECT N FROM T";
+  EXPECT_EQ(failure_of([&] { run(*session, many); }),
+            (RaisedError{kStatementRefused,
+                         "SQLite store",
+                         "The store refused the statement: too many terms in compound SELECT",
+                         {},
+                         0}));
+}
+
+// Once each statement of a call waited out the time for a store that stayed locked.
+TEST_F(SqliteOpening, WithinACallTheWaitForALockIsPaidOnce) {
+  create();
+  const LockHolder other(path_);
+  ASSERT_TRUE(other.holds());
+  const std::string patient = existing_ + ";Busy Timeout=1000";
+  const std::unique_ptr<Session> session = open(patient);
+  const auto time_of_a_refusal = [&](Session& on) {
+    const auto began = std::chrono::steady_clock::now();
+    const std::string words = failure_of([&] { run(on, "DELETE FROM T"); }).Description;
+    EXPECT_EQ(words.substr(0, words.find(" in ")),
+              "Another process or connection holds the store '" + path_ + "', and did not let go of it");
+    return std::chrono::steady_clock::now() - began;
+  };
+  {
+    const OutermostCall call;
+    EXPECT_GE(time_of_a_refusal(*session), std::chrono::milliseconds(1000));
+    EXPECT_LT(time_of_a_refusal(*session), std::chrono::milliseconds(900));
+    EXPECT_LT(time_of_a_refusal(*open(patient)), std::chrono::milliseconds(900));
+    EXPECT_EQ(query_one(*session, "SELECT N FROM T"), Variant(1));
+  }
+  const OutermostCall next;
+  EXPECT_GE(time_of_a_refusal(*session), std::chrono::milliseconds(1000));
+}
+
 TEST_F(SqliteOpening, TheWaitForALockEndsWithTheCall) {
   create();
   const LockHolder other(path_);
