@@ -270,9 +270,10 @@ TEST_F(NewFavoriteFolder, IsNotWrittenWhenAnythingIsWrongAndNobodyVotes) {
       {Array{"USERID"}, Array{kNull}, error_number::kInvalidUseOfNull},
       {Array{"FolderName"}, Array{kNull}, error_number::kConstraintViolated},
       {Array{"USERID"}, Array{"ann"}, error_number::kConstraintViolated},
+      {Array{"FOLDERNAME", "UserID"}, Array{"Writing", kNull}, error_number::kConstraintViolated},
       {Array{}, Array{}, error_number::kConstraintViolated},
-      {Array{"FOLDERNAME"}, Array{std::string(256, 'x')}, error_number::kValueTooLong},
-      {Array{"FOLDERNAME"}, Array{std::string(200, '\'')}, error_number::kValueTooLong},
+      {Array{"FOLDERNAME", "USERID"}, Array{std::string(256, 'x'), "ann"}, error_number::kValueTooLong},
+      {Array{"FOLDERNAME", "USERID"}, Array{std::string(200, '\''), "ann"}, error_number::kValueTooLong},
   };
   for (const auto& row : cases) {
     Root<TCatalog> fresh;

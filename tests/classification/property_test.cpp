@@ -407,7 +407,10 @@ TEST_F(PropertyTest, InsertedWithAKeyIsRefusedByTheStore) {
 TEST_F(PropertyTest, InsertedBehindTheLastIdThatALongHoldsIsRefusedAndNothingOfItStays) {
   add_property(2147483647, "last");
   const Rows before = properties();
-  EXPECT_EQ(raised_by([&] { property_->Insert21("next", 1, "", false); }).Number, error_number::kValueTooLong);
+  EXPECT_EQ(raised_by([&] {
+              invoke(property_.object(), "Insert21", {"next", 1, "", false});
+            }).Number,
+            error_number::kValueTooLong);
   EXPECT_EQ(properties(), before);
   EXPECT_EQ(raised_by([&] {
               execute({"INSERT INTO PROPERTY (PROPERTYID, PROPERTYNAME) VALUES (2147483648, 'beyond')"});

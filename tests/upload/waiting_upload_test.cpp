@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "platform/automation/registry.h"
+#include "platform/transactions/object_context.h"
 #include "tests/platform/local_server.h"
 #include "tests/upload/upload_fixture.h"
 

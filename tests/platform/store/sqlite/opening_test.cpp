@@ -9,9 +9,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <fstream>
 
 #include "platform/store/call_limit.h"
+#include "platform/store/unit_of_work.h"
 #include "tests/platform/store/store_files.h"
 
 namespace mercato::store {
@@ -327,6 +330,25 @@ TEST_F(SqliteOpening, AFullDiskIsSaidAndWhatWasWrittenBeforeStands) {
             ("The disk is full: the store '" + path_ + "' cannot grow. Free some space, then repeat the call (")
                 .substr(0, 80 + path_.size()));
   EXPECT_EQ(query_one(*open(existing_), "SELECT COUNT(*) FROM FILLED"), Variant(written));
+}
+
+TEST_F(SqliteOpening, WhatARunLosesBeforeItWaitsIsTheFailureOfItsNextStatement) {
+  run(*open(store_), "CREATE TABLE FILLED (TXT ntext NULL)");
+  const std::string answer = in_another_process([&] {
+    limit_file_size(100 * 1024);
+    UnitOfWork upload(UnitOfWork::Kind::run);
+    const UnitOfWork::Current running(&upload);
+    return failure_of([&] {
+             run(upload.session(existing_), "INSERT INTO FILLED (TXT) VALUES ('" + std::string(200'000, 'x') + "')");
+             UnitOfWork::before_waiting();
+             run(upload.session(existing_), "SELECT TXT FROM FILLED");
+           })
+        .Description;
+  });
+  const std::string begin = "The disk is full: the store '" + path_ + "' cannot grow. ";
+  const std::string end = ". The last 1 statements of this run were lost with it";
+  EXPECT_EQ(answer.substr(0, begin.size()), begin);
+  EXPECT_EQ(answer.substr(answer.size() - std::min(answer.size(), end.size())), end);
 }
 
 TEST_F(SqliteOpening, ATransactionThatTheStoreUndidCanOnlyBeRolledBack) {
