@@ -54,12 +54,12 @@ PriceXML::PriceNodes PriceXML::getPriceNodes(const xml::NodeList& records, const
       Tail{"Mercato.PriceXML.getPriceNodes", no_steps});
 }
 
-// Whether the document still has records. The first answer of the object's life holds for every document after it.
+// Whether the document still has records. Once one had, the answer holds for every document after it.
 bool PriceXML::price_nodes_left2(const xml::Document& document) {
   return method(
       [&] {
-        if (!mPriceNodeList) mPriceNodeList = upload::records_in(kPriceDocument, document);
-        return *mPriceNodeList >= 1;
+        if (mPriceNodeList == 0) mPriceNodeList = upload::records_in(kPriceDocument, document);
+        return mPriceNodeList >= 1;
       },
       Tail{"Mercato.PriceXML.getPriceNodeList2", no_steps});
 }

@@ -12,7 +12,6 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -61,8 +60,8 @@ class PriceXML : public ComponentOf<PriceXML> {
   // listed, and those of part numbers without a product. Raises 5 without the marker, 75 for a key that is no plain
   // part of a file name, both before anything is loaded; 91 while no currencies are loaded, at the first line; what
   // GetErrorsInPriceValues does; kNoSuchField for a field that is no column; and what the store raises. On failure the
-  // array is not cut and the remaining file of an earlier run stays. A second run on the same object decides on its
-  // file by the first one's rest.
+  // array is not cut and the remaining file of an earlier run stays. Once a run of the object has left lines, each
+  // later one writes its file, whatever it leaves.
   void UpdateInsertPricesFromXML(const std::string& iStringOrUrl, bool iIsUrl, Array& iBuyFromPartNrs);
 
   // For hosts in C++: hears of every line of the upload. Null ends it. The caller keeps it alive.
@@ -102,8 +101,8 @@ class PriceXML : public ComponentOf<PriceXML> {
 
   ConnectionPtr mConnection;  // for reading, opened at the first need
   DictionaryPtr mCurrencies;  // their codes are its keys; null until they are loaded
-  // How many records the first document still had when it was asked; that is all that the list is asked for.
-  std::optional<std::size_t> mPriceNodeList;
+  // How many records the first document that had any left still had; that is all that the list is asked for.
+  std::size_t mPriceNodeList = 0;
   PriceUploadObserver* observer_ = nullptr;
   UploadPriceLine* line_ = nullptr;  // what is told of the line under way; null when nobody listens
 };

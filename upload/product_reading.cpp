@@ -64,12 +64,12 @@ xml::NodeList ProductXML::getProductNodes(const xml::NodeList& records, const st
       Tail{"Mercato.ProductXML.getProductNodes", no_steps});
 }
 
-// Whether the document still has records. The first answer of the object's life holds for every document after it.
+// Whether the document still has records. Once one had, the answer holds for every document after it.
 bool ProductXML::product_nodes_left2(const xml::Document& document) {
   return method(
       [&] {
-        if (!mProductNodeList) mProductNodeList = upload::records_in(kProductDocument, document);
-        return *mProductNodeList >= 1;
+        if (mProductNodeList == 0) mProductNodeList = upload::records_in(kProductDocument, document);
+        return mProductNodeList >= 1;
       },
       Tail{"Mercato.ProductXML.getProductNodeList2", no_steps});
 }

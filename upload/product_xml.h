@@ -11,7 +11,6 @@
 
 #include <cstddef>
 #include <initializer_list>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -68,8 +67,8 @@ class ProductXML : public ComponentOf<ProductXML> {
   // left of the document stands in \XMLDownload\remaining_products_<key>.xml below the web root, or no such file is
   // there. Raises 5 without the marker, 75 for a key that is no plain part of a file name, both before anything is
   // loaded, and 91 for a part number that the document lacks (also: that could not be loaded). On failure the array is
-  // not cut and the remaining file of an earlier run stays. A second run on the same object decides on its file by the
-  // first one's rest.
+  // not cut and the remaining file of an earlier run stays. Once a run of the object has left records, each later one
+  // writes its file, whatever it leaves.
   void insertProductsFromXML(const std::string& iStringOrUrl, bool iIsUrl, Array& iBuyFromPartNrs,
                              bool iUpdateOnErrors);
   // updateProductFromXML for each entry as it stands. No marker, no budget, no remaining file. Raises 6 after the entry
@@ -152,8 +151,8 @@ class ProductXML : public ComponentOf<ProductXML> {
   zentrik::BusinessPartner mBusinessPartner;
   ComponentPtr mUnit;
   Variant mUNSPSCImplemented;  // upper-cased; Empty until it is read
-  // How many records the first document still had when it was asked; that is all that the list is asked for.
-  std::optional<std::size_t> mProductNodeList;
+  // How many records the first document that had any left still had; that is all that the list is asked for.
+  std::size_t mProductNodeList = 0;
   BuyerSeparator buyer_separator_;
   UploadObserver* observer_ = nullptr;
   UploadRecord* record_ = nullptr;  // what is told of the record under way; null when nobody listens

@@ -380,11 +380,16 @@ TEST_F(PriceUpload, SourceThatCannotBeLoadedFailsAtTheListOfWhatIsLeft) {
                 .description);
 }
 
-TEST_F(PriceUpload, SecondRunOnAnObjectDecidesOnItsFileByTheFirstDocument) {
+// The first run's "nothing left" used to hold for the second one, which then deleted the older file and wrote none.
+TEST_F(PriceUpload, SecondRunLooksAgainWhenTheFirstLeftNothing) {
   upload_all(band("A-1", "1"), {"A-1"});
+  EXPECT_FALSE(std::filesystem::exists(remaining_prices()));
+  std::ofstream(remaining_prices()) << "old";
   upload_all(band("B-2", "1"), {});
-  EXPECT_FALSE(std::filesystem::exists(remaining_prices())) << "nothing was left of the first document";
+  EXPECT_EQ(remaining({"A-1", "B-2"}), (std::vector<std::string>{"B-2 1"}));
+}
 
+TEST_F(PriceUpload, SecondRunWritesItsFileWhenTheFirstLeftLines) {
   PriceXML other;
   load_currencies(other);
   list = Array();

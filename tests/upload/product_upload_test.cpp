@@ -502,11 +502,16 @@ TEST_F(ProductUpload, PartNumberWithAnApostropheFailsABulkRun) {
   EXPECT_EQ(products(), 1);
 }
 
-TEST_F(ProductUpload, SecondRunOnAnObjectDecidesOnItsFileByTheFirstDocument) {
+// The first run's "nothing left" used to hold for the second one, which then deleted the older file and wrote none.
+TEST_F(ProductUpload, SecondRunLooksAgainWhenTheFirstLeftNothing) {
   insert_all(document(record("A-1", kRequired)), {"A-1"});
+  EXPECT_FALSE(std::filesystem::exists(remaining_file("k")));
+  std::ofstream(remaining_file("k")) << "old";
   insert_all(document(record("B-2", kRequired)), {});
-  EXPECT_FALSE(std::filesystem::exists(remaining_file("k"))) << "nothing was left of the first document";
+  EXPECT_EQ(part_numbers_in(remaining_file("k")), (std::vector<std::string>{"B-2"}));
+}
 
+TEST_F(ProductUpload, SecondRunWritesItsFileWhenTheFirstLeftRecords) {
   ProductXML other;
   list = Array();
   other.insertProductsFromXML("k/\\" + document(record("C-3", kRequired)), false, list, false);
