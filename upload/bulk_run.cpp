@@ -30,12 +30,21 @@ void leave_remaining_file(const BulkRun& run, std::string_view file_key, const x
   const std::string folder = configuration.GetWebRootFolder() + "\\XMLDownload\\";
   const std::string host_folder = files::host_path(folder);
   if (!files::folder_exists(host_folder)) files::create_folder(host_folder);
+  files::delete_abandoned_files(host_folder);
 
   std::string path = folder;
   path.append(run.file_name).append(file_key).append(".xml");
   path = files::host_path(path);
-  if (files::file_exists(path)) files::delete_file(path);
-  if (run.records_left(document)) document.save(path);
+  // An older file is deleted first, as callers know it. But it may be all that is left of the source, so that it keeps
+  // its place until the new one takes it, or until nothing is left.
+  const bool replaces = files::file_exists(path);
+  if (replaces) files::require_deletable(path);
+  // Nothing is left without a root, and asking for its records fails.
+  if (replaces && document.document_element().is_null()) files::delete_file(path);
+  if (run.records_left(document))
+    document.save(path);
+  else if (replaces)
+    files::delete_file(path);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "platform/files/files.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -47,10 +48,23 @@ std::string folder_of(const std::string& path) {
   return folder.empty() ? "." : folder.string();
 }
 
+constexpr std::string_view kBesidePrefix = ".mercato-";
+constexpr std::string_view kBesideSuffix = ".tmp";
+
 std::string name_beside(const std::string& path) {
   static std::atomic<unsigned> counter{0};
   // Its length does not depend on the target's, which may be as long as names can be.
-  return folder_of(path) + "/.mercato-" + std::to_string(::getpid()) + "-" + std::to_string(counter++) + ".tmp";
+  return folder_of(path) + "/" + std::string(kBesidePrefix) + std::to_string(::getpid()) + "-" +
+         std::to_string(counter++) + std::string(kBesideSuffix);
+}
+
+// A writer holds the lock of its file for as long as it lives.
+void delete_if_abandoned(const std::string& path) {
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  struct stat status = {};
+  if (file.get() >= 0 && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+      ::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
+    ::unlink(path.c_str());
 }
 
 // Nothing that is read-only is deleted by force, although the system would only ask whether the folder may be written.
@@ -101,6 +115,12 @@ void delete_file(const std::string& path) {
   if (::unlink(path.c_str()) != 0) fail("delete the file", path, errno, error_number::kFileNotFound);
 }
 
+void require_deletable(const std::string& path) {
+  refuse_read_only(path);
+  if (::access(folder_of(path).c_str(), W_OK | X_OK) != 0)
+    fail("delete the file", path, errno, error_number::kFileNotFound);
+}
+
 std::string read_file(const std::string& path, std::size_t max_bytes) {
   const auto failed = [&](int code) { fail("read the file", path, code, error_number::kFileNotFound); };
   // Not blocking: opening a pipe that nobody writes to must not hang the caller.
@@ -139,12 +159,30 @@ void write_file_atomically(const std::string& path, std::string_view bytes) {
   file.commit();
 }
 
+void delete_abandoned_files(const std::string& folder) noexcept {
+  try {
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+      const std::string name = entry.path().filename().string();
+      if (name.starts_with(kBesidePrefix) && name.ends_with(kBesideSuffix)) delete_if_abandoned(entry.path().string());
+    }
+  } catch (const std::exception&) {  // the folder cannot be read, or no memory is left
+  }
+}
+
 AtomicFile::AtomicFile(std::string path) : path_(std::move(path)) {
-  do {
+  for (;;) {
     beside_ = name_beside(path_);
     descriptor_ = ::open(beside_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  } while (descriptor_ < 0 && errno == EEXIST);  // left behind by a process that had our id and was killed
-  if (descriptor_ < 0) fail("write the file", path_, errno, error_number::kPathNotFound);
+    if (descriptor_ < 0) {
+      if (errno == EEXIST) continue;  // left behind by a process that had our id and was killed
+      fail("write the file", path_, errno, error_number::kPathNotFound);
+    }
+    // Waits for nobody but one who takes it for abandoned before it is locked, and deletes it.
+    while (::flock(descriptor_, LOCK_EX) != 0 && errno == EINTR) {
+    }
+    if (file_exists(beside_)) return;
+    discard();
+  }
 }
 
 AtomicFile::~AtomicFile() { discard(); }

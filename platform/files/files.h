@@ -30,6 +30,10 @@ bool file_exists(const std::string& path);
 // Raises 53 when there is no such file, 70 without permission and for a read-only file, 75 for a folder.
 void delete_file(const std::string& path);
 
+// Raises 70 for a file that is read-only and for one in a folder that may not be written, as delete_file does. Deletes
+// nothing.
+void require_deletable(const std::string& path);
+
 // The whole content. Raises 53 when there is no such file, 70 without permission, 75 for a folder and for a file of
 // more than `max_bytes`.
 std::string read_file(const std::string& path, std::size_t max_bytes = kDefaultMaxBytes);
@@ -37,8 +41,13 @@ std::string read_file(const std::string& path, std::size_t max_bytes = kDefaultM
 // Puts `bytes` in the place of whatever file stood at `path`. See AtomicFile.
 void write_file_atomically(const std::string& path, std::string_view bytes);
 
+// Deletes what writers that were killed have left beside their paths in this folder. What is being written at the
+// moment, by any process, stays. Never raises: what cannot be deleted stays.
+void delete_abandoned_files(const std::string& folder) noexcept;
+
 // A file that is written beside its path and takes the path only when it is complete and on the disk, so that a reader
-// sees the old content or the new, never half of one. Without commit nothing remains.
+// sees the old content or the new, never half of one. Without commit nothing remains; only a process that is killed
+// leaves the file beside it, for delete_abandoned_files.
 // Each call raises 76 when the folder is missing, 70 without permission, else 75.
 class AtomicFile {
  public:

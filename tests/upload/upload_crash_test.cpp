@@ -83,6 +83,56 @@ TEST_F(UploadCrash, UploadThatIsKilledFromOutsideLeavesWholeStatementsAndANewRun
   expect_a_new_run_to_finish_the_job();
 }
 
+// The remaining file used to be deleted before the new one was written. A document that is uploaded under its own key
+// is that file: whoever was killed in between had neither.
+TEST_F(UploadCrash, RemainingFileIsThereAtEveryMomentOfARunUnderItsOwnKeyAndAfterItsDeath) {
+  constexpr int kRest = 3000;
+  constexpr unsigned kSeed = 20260703;
+  SCOPED_TRACE("seed " + std::to_string(kSeed));
+  std::string records = record(part_number(0), kRequired);
+  for (int index = 1; index <= kRest; ++index) records += record(part_number(index), kRequired);
+  const std::filesystem::path path = remaining_file("k");
+  std::filesystem::create_directory(path.parent_path());
+  std::ofstream(path) << document(records);
+  const auto upload_first = [&] {
+    ProductXML upload;
+    Array part_numbers{part_number(0)};
+    upload.insertProductsFromXML("k/\\" + path.string(), true, part_numbers, false);
+  };
+
+  using Clock = std::chrono::steady_clock;
+  std::mt19937 random(kSeed);
+  Clock::duration whole_run{};
+  for (int round = 0; round < 12; ++round) {
+    store::close_idle_sessions();
+    const auto begin = Clock::now();
+    const auto deadline = begin + whole_run * (random() % 100) / 100;
+    const pid_t child = ::fork();
+    if (child == 0) {
+      upload_first();
+      ::_exit(0);
+    }
+    int status = 0;
+    while (::waitpid(child, &status, WNOHANG) == 0) {
+      ASSERT_TRUE(std::filesystem::exists(path)) << "round " << round;
+      if (round > 0 && Clock::now() >= deadline) ::kill(child, SIGKILL);
+    }
+    if (round == 0) {
+      EXPECT_EQ(status, 0);
+      whole_run = Clock::now() - begin;
+    }
+    const std::vector<std::string> left = part_numbers_in(path);
+    EXPECT_EQ(left.size(), static_cast<std::size_t>(kRest) + (left.front() == part_number(0) ? 1 : 0));
+    if (left.front() != part_number(0)) {
+      EXPECT_EQ(products(), 1);
+      std::ofstream(path) << document(records);
+    }
+  }
+  upload_first();
+  const auto files = std::filesystem::directory_iterator(path.parent_path());
+  EXPECT_EQ(std::distance(begin(files), end(files)), 1) << "what the killed runs have left half done is gone";
+}
+
 TEST_F(UploadCrash, WhatAFailedCallHasWrittenSurvivesTheDeathOfTheProcess) {
   const int status = in_another_process([] {
     ProductXML upload;

@@ -1,7 +1,9 @@
 #include "platform/files/files.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -220,6 +222,30 @@ TEST(AtomicFiles, WithoutCommitNothingChangesAndNothingRemains) {
     file.write("half");
   }
   EXPECT_EQ(root.entries(), 0u);
+}
+
+// A process that was killed while it wrote used to leave its half of a file for good.
+TEST(AtomicFiles, WhatAKilledWriterHasLeftIsDeletedAndWhatIsBeingWrittenStays) {
+  const TemporaryFolder root;
+  const std::string path = root / "remaining_products_7.xml";
+  const pid_t child = ::fork();
+  if (child == 0) {
+    AtomicFile file(path);
+    file.write("half");
+    ::kill(::getpid(), SIGKILL);
+  }
+  ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+  EXPECT_EQ(root.entries(), 1u);
+  AtomicFile file(path);
+  file.write("whole");
+  std::ofstream(root / ".mercato.tmp") << "somebody's own";
+  EXPECT_EQ(root.entries(), 3u);
+  delete_abandoned_files(root.path());
+  EXPECT_EQ(root.entries(), 2u);
+  file.commit();
+  EXPECT_EQ(read_file(path), "whole");
+  EXPECT_TRUE(file_exists(root / ".mercato.tmp"));
+  delete_abandoned_files(root / "missing");
 }
 
 TEST(AtomicFiles, AMissingFolderIsPathNotFound) {
