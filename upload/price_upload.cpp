@@ -69,7 +69,8 @@ void PriceXML::UpdateInsertPricesFromXML(const std::string& iStringOrUrl, bool i
                      [&](PriceUploadObserver& observer) { observer.on_start(iBuyFromPartNrs.items.size()); });
         const upload::BulkRun run = {"remaining_prices_", false,
                                      [&](const xml::Document& document, const std::string& part_number) {
-                                       updateInsertPriceFromXMLFile2(document, part_number);
+                                       upload::done_or_left_behind(
+                                           observer_, [&] { updateInsertPriceFromXMLFile2(document, part_number); });
                                      },
                                      [&](const xml::Document& document) { return price_nodes_left2(document); }};
         upload::run_bulk_upload(run, iStringOrUrl, iIsUrl, iBuyFromPartNrs);
@@ -85,10 +86,11 @@ void PriceXML::updateInsertPriceFromXMLFile2(const xml::Document& document, cons
         const Variant product_id = getProductNameOrID(iBuyFromPartNr, Wanted::id);
         if (product_id.is_null()) return report.ended(PartNumberOutcome::no_product);
         const Array prices = readProductPriceFromXML2(document, iBuyFromPartNr)->Items();
-        for (std::size_t index = 0; index < prices.items.size(); ++index) {
-          LineReport line(*this, iBuyFromPartNr, index + 1);
-          line.ended(write_price(product_id.to_long(), *prices.items[index].to<Dictionary>()));
-        }
+        for (std::size_t index = 0; index < prices.items.size(); ++index)
+          upload::done_or_left_behind(observer_, [&] {
+            LineReport line(*this, iBuyFromPartNr, index + 1);
+            line.ended(write_price(product_id.to_long(), *prices.items[index].to<Dictionary>()));
+          });
         for (const xml::Node record : document.select(upload::records_of(kPriceDocument, iBuyFromPartNr)))
           record.remove();
         report.ended(PartNumberOutcome::done);

@@ -69,11 +69,15 @@ void ProductXML::insertProductsFromXML(const std::string& iStringOrUrl, bool iIs
   return method(
       [&] {
         upload::tell(observer_, [&](UploadObserver& observer) { observer.on_start(iBuyFromPartNrs.items.size()); });
-        const upload::BulkRun run = {"remaining_products_", true,
-                                     [&](const xml::Document& document, const std::string& part_number) {
-                                       updateInsertProductFromXML2(document, part_number, iUpdateOnErrors);
-                                     },
-                                     [&](const xml::Document& document) { return product_nodes_left2(document); }};
+        const upload::BulkRun run = {
+            "remaining_products_", true,
+            [&](const xml::Document& document, const std::string& part_number) {
+              const auto handle = [&] { updateInsertProductFromXML2(document, part_number, iUpdateOnErrors); };
+              if (upload::done_or_left_behind(observer_, handle)) return;
+              const xml::Node failed = document.select_first(upload::records_of(kProductDocument, part_number));
+              if (!failed.is_null()) failed.remove();
+            },
+            [&](const xml::Document& document) { return product_nodes_left2(document); }};
         upload::run_bulk_upload(run, iStringOrUrl, iIsUrl, iBuyFromPartNrs);
       },
       Tail{"Mercato.ProductXML.insertProductsFromXML", no_steps});
@@ -87,8 +91,10 @@ void ProductXML::updateProductsFromXML(const std::string& iStringOrUrl, bool iIs
         StoreRun run;
         upload::tell(observer_, [&](UploadObserver& observer) { observer.on_start(iBuyFromPartNrs.items.size()); });
         for (std::int32_t index = iBuyFromPartNrs.lower; index <= iBuyFromPartNrs.upper(); ++index) {
-          updateInsertProductFromXML(iStringOrUrl, iIsUrl, iBuyFromPartNrs.at(index).to_text(), iUpdateOnErrors,
-                                     Branch::update_only);
+          upload::done_or_left_behind(observer_, [&] {
+            updateInsertProductFromXML(iStringOrUrl, iIsUrl, iBuyFromPartNrs.at(index).to_text(), iUpdateOnErrors,
+                                       Branch::update_only);
+          });
           if (index >= kLastShortIndex) raise(error_number::kOverflow);
         }
         run.finish();

@@ -95,6 +95,50 @@ TEST_F(UploadObserving, RecordWhoseFailureEndsTheCallIsToldAsFailed) {
   EXPECT_EQ(listener.heard[1].outcome, UploadOutcome::failed);
 }
 
+class Persistent : public Listener {
+ public:
+  bool goes_on_behind(const RaisedError& failure) override {
+    failures.push_back(failure.Number);
+    return failures.size() < 3;
+  }
+  std::vector<std::int32_t> failures;
+};
+
+// Whoever wanted to go on behind a failure had to write the document out and load it again for each one.
+TEST_F(UploadObserving, InsertsGoOnBehindRecordsThatFailForAsLongAsTheObserverWants) {
+  Persistent persistent;
+  upload.set_observer(&persistent);
+  const std::string failing = kRequired + "<COLOUR>black'n'white</COLOUR>";
+  const std::string text = document(record("A-1", failing) + record("B-2", kRequired) + record("A-1", kRequired) +
+                                    record("C-3", failing) + record("D-4", kRequired));
+  Array list{"A-1", "Z-9", "B-2", "A-1"};
+  upload.insertProductsFromXML("k/\\" + text, false, list, false);
+  EXPECT_EQ(list, (Array{"A-1", "Z-9", "B-2", "A-1"}));
+  EXPECT_EQ(persistent.failures,
+            (std::vector<std::int32_t>{error_number::kStatementRefused, error_number::kObjectNotSet}));
+  std::vector<UploadOutcome> outcomes;
+  for (const UploadRecord& told : persistent.heard) outcomes.push_back(told.outcome);
+  EXPECT_EQ(outcomes, (std::vector<UploadOutcome>{UploadOutcome::failed, UploadOutcome::failed, UploadOutcome::inserted,
+                                                  UploadOutcome::updated}));
+  EXPECT_EQ(part_numbers_in(remaining_file("k")), (std::vector<std::string>{"C-3", "D-4"}));
+
+  list = Array{"C-3", "D-4"};
+  EXPECT_EQ(raised_by([&] { upload.insertProductsFromXML("k/\\" + text, false, list, false); }).Number,
+            error_number::kStatementRefused);
+  EXPECT_EQ(list, (Array{"C-3", "D-4"}));
+  EXPECT_EQ(part_numbers_in(remaining_file("k")), (std::vector<std::string>{"C-3", "D-4"}));
+}
+
+TEST_F(UploadObserving, UpdatesGoOnBehindRecordsThatFail) {
+  add_product("B-2");
+  Persistent persistent;
+  upload.set_observer(&persistent);
+  upload.updateProductsFromXML(document(record("A-1", "<URL>a</URL>") + record("B-2", "<URL>b</URL>")), false,
+                               Array{"A-1", "B-2"}, false);
+  EXPECT_EQ(persistent.failures, (std::vector<std::int32_t>{error_number::kNoCurrentRow}));
+  EXPECT_EQ(product("URL", "B-2").to_text(), "b");
+}
+
 TEST_F(UploadObserving, ObserverChangesNothingOfWhatIsAskedOfTheStore) {
   Statements watched;
   Statements unwatched;
