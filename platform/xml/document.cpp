@@ -39,12 +39,6 @@ NodeType type_of(pugi::xml_node node) {
   }
 }
 
-// Whether a text is a URL and no path: a scheme of more than one letter (a single one is a drive) and "://".
-bool is_url(std::string_view text) {
-  const auto scheme = text.substr(0, text.find("://"));
-  return scheme.size() > 1 && scheme.size() < text.size() && scheme.find_first_of("/\\") == std::string_view::npos;
-}
-
 }  // namespace
 
 NodeType Node::type() const {
@@ -183,6 +177,12 @@ bool Document::load(std::string_view file_or_url) {
     return false;
   }
   return take(std::move(bytes), "The document " + what, true);
+}
+
+bool Document::is_url(std::string_view file_or_url) {
+  const auto scheme = file_or_url.substr(0, file_or_url.find("://"));
+  return scheme.size() > 1 && scheme.size() < file_or_url.size() &&
+         scheme.find_first_of("/\\") == std::string_view::npos;
 }
 
 bool Document::take(std::string bytes, std::string_view what, bool decode) {

@@ -158,6 +158,8 @@ class Document {
   bool load_text(std::string_view text);
   // A file path, in the interface's or the host's form, or a URL of the scheme http, https or file.
   bool load(std::string_view file_or_url);
+  // Whether `load` takes the text for a URL: one with a scheme of more than one letter (a single one is a drive).
+  static bool is_url(std::string_view file_or_url);
   // Empty after a successful load.
   const std::string& error() const { return error_; }
 

@@ -1,6 +1,7 @@
 // Documents that come from a web server.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -18,6 +19,10 @@ const std::string kDocument =
     "<MULTIPLEBUYER>0</MULTIPLEBUYER></Product>"
     "<Product buyfrompartnumber=\"P-2\"/>"
     "</Products>";
+// Something of each of these remains.
+const std::string kWithoutKey = "<Products><Product><PARTNUMBER>M-1</PARTNUMBER></Product></Products>";
+const std::string kPrices =
+    "<ProductPrices><ProductPrice buyfrompartnumber=\"P-1\"><Price>5</Price></ProductPrice></ProductPrices>";
 
 class HttpSources : public testing::Test {
  protected:
@@ -39,7 +44,11 @@ class HttpSources : public testing::Test {
   }
 
   ToolFolder tool_;
+  std::atomic<int> fetched_ = 0;
   LocalServer server_{[this](const std::string& path) {
+    ++fetched_;
+    if (path == "/without-key.xml") return LocalServer::page("200 OK", kWithoutKey);
+    if (path == "/prices.xml") return LocalServer::page("200 OK", kPrices);
     if (path == "/products.xml") return LocalServer::page("200 OK", kDocument);
     if (path == "/moved")
       return LocalServer::page("302 Found", "", "Location: " + server_.url("/products.xml") + "\r\n");
@@ -63,6 +72,22 @@ TEST_F(HttpSources, ADocumentIsCheckedAndUploadedFromItsUrl) {
   EXPECT_EQ(report.at("remaining"), 0);
   const json again = json::parse(tool_.run({"upload", "--json", "--update-only", server_.url("/moved")}).out);
   EXPECT_EQ(again.at("updated"), 1);
+}
+
+// An upload used to fetch its document twice, and an update three times; what is judged is what is uploaded.
+TEST_F(HttpSources, ADocumentIsFetchedOnce) {
+  for (const std::vector<std::string>& command : {std::vector<std::string>{"preview"},
+                                                  {"upload", "--key", "k"},
+                                                  {"upload", "--key", "k", "--update-only"},
+                                                  {"prices", "preview"},
+                                                  {"prices", "upload", "--key", "k"}}) {
+    SCOPED_TRACE(command.front() + command.back());
+    fetched_ = 0;
+    std::vector<std::string> arguments = command;
+    arguments.push_back(server_.url(command.front() == "prices" ? "/prices.xml" : "/without-key.xml"));
+    tool_.run(arguments);
+    EXPECT_EQ(fetched_, 1);
+  }
 }
 
 TEST_F(HttpSources, AStatusOtherThanSuccessIsSaidAndNothingIsWritten) {

@@ -83,6 +83,19 @@ TEST_F(ToolPriceUpload, RunsAgainOnWhatTheTimeForOneRunHasLeftAndLeavesWhatHasNo
   EXPECT_EQ(stored(), (Texts{"1:1", "1:2", "2:1"}));
 }
 
+// Each line that failed used to end the library's run, and to have the whole document written and loaded again.
+TEST_F(ToolPriceUpload, OneRunGoesOnBehindEveryLineThatFails) {
+  Recorder recorder;
+  const std::string failing = "<Colour>red</Colour>";
+  const UploadReport report = upload(line("A", "1", failing) + line("A", "2") + line("B", "1", failing) +
+                                     line("A", "3", failing) + line("C", "1"));
+  EXPECT_EQ(part_numbers_given(recorder), (std::vector<std::size_t>{3}));
+  expect_counts(report, 2, 3, 0);
+  EXPECT_EQ(told(report.refusals),
+            (Texts{"A/1/COLOUR//no such column", "A/3/COLOUR//no such column", "B/1/COLOUR//no such column"}));
+  EXPECT_EQ(stored(), (Texts{"1:2", "3:1"}));
+}
+
 TEST_F(ToolPriceUpload, CountsEveryLineOnce) {
   const UploadReport report = upload(
       line("A", "1") + line("A", "many", "<DiscountPerc>101</DiscountPerc>") +  //

@@ -1,6 +1,9 @@
 // The upload command's own work, with a clock and failures of the test.
 #include "tools/cli/product_upload.h"
 
+#include <functional>
+#include <utility>
+
 #include "frame/types/date.h"
 #include "tests/support/store_fixture.h"
 #include "tests/tools/run_tool.h"
@@ -182,6 +185,77 @@ TEST_F(ToolUpload, UpdatesGoOnBehindAnyNumberOfUnknownPartNumbers) {
   EXPECT_EQ(report.refusals.front().reason, "No product has this part number.");
   EXPECT_EQ(records_given(recorder), (std::vector<std::size_t>{2}));
   EXPECT_EQ(value_of("SELECT URL FROM PRODUCT WHERE BUYFROMPARTNUMBER='P-1'"), Variant("new"));
+}
+
+// Each record that failed used to end the library's run, and to have the whole document written and loaded again.
+TEST_F(ToolUpload, OneRunGoesOnBehindEveryRecordThatFails) {
+  const std::string failing = "<COLOUR>black'n'white</COLOUR>";
+  const std::string text = record("P-1") + record("P-2", failing) + record("P-3", failing) + record("P-4") +
+                           record("P-5", failing) + record("P-3");
+  {
+    Recorder recorder;
+    const UploadReport report = upload(text);
+    EXPECT_EQ(records_given(recorder), (std::vector<std::size_t>{6}));
+    expect_counts(report, 3, 3, 0);
+    EXPECT_EQ(report.stopped_by, "");
+    ASSERT_EQ(report.refusals.size(), 3u);
+    EXPECT_EQ(report.refusals[1].part_number, "P-3");
+    EXPECT_EQ(report.refusals[1].reason, "Incorrect syntax near 'black'n'white' (character 74).");
+  }
+  Recorder recorder;
+  expect_counts(upload(text, true), 2, 4, 0);
+  EXPECT_EQ(records_given(recorder), (std::vector<std::size_t>{5}));
+}
+
+// An upload into a store that was taken away said that everything was applied.
+TEST_F(ToolUpload, NothingIsAppliedWhenTheFileOfTheStoreIsTakenAway) {
+  class Thief : public store::StatementObserver {
+   public:
+    explicit Thief(std::function<void()> deed)
+        : deed_(std::move(deed)), previous_(store::set_statement_observer(this)) {}
+    ~Thief() override { store::set_statement_observer(previous_); }
+    Thief(const Thief&) = delete;
+    Thief& operator=(const Thief&) = delete;
+    void on_statement(std::string_view text, bool) override {
+      if (deed_ && text.find("'P-150'") != std::string_view::npos) std::exchange(deed_, nullptr)();
+    }
+
+   private:
+    std::function<void()> deed_;
+    store::StatementObserver* previous_;
+  };
+  const std::filesystem::path store = store_path();
+  const std::filesystem::path whole = folder() / "whole.db";
+  const auto restore = [&] {
+    store::close_idle_sessions();
+    for (const char* suffix : {"-wal", "-shm"}) std::filesystem::remove(store.string() + suffix);
+    std::filesystem::copy_file(whole, store, std::filesystem::copy_options::overwrite_existing);
+  };
+  store::close_idle_sessions();
+  std::filesystem::copy_file(store, whole);
+  std::filesystem::copy_file(store, folder() / "other.db");
+  const std::pair<const char*, std::function<void()>> deeds[] = {
+      {"moved", [&] { std::filesystem::rename(store, folder() / "moved.db"); }},
+      {"removed", [&] { std::filesystem::remove(store); }},
+      {"replaced", [&] { std::filesystem::rename(folder() / "other.db", store); }}};
+  for (const auto& [name, deed] : deeds) {
+    SCOPED_TRACE(name);
+    std::filesystem::remove(remaining_file());
+    UploadReport report;
+    {
+      const Thief thief(deed);
+      report = upload(records(205));
+    }
+    expect_counts(report, 0, 0, 205);
+    EXPECT_EQ(report.stopped_by,
+              "The file of the store was moved, removed or replaced during the upload: nothing of the document is in "
+              "the store.");
+    EXPECT_EQ(cli::status_of(report), cli::kFailed);
+    EXPECT_EQ(report.remaining_file, remaining_file());
+    EXPECT_EQ(remaining_part_numbers().size(), 205u);
+    restore();
+  }
+  expect_counts(upload_file(remaining_file()), 205, 0, 0);
 }
 
 TEST_F(ToolUpload, EndsWhenMoreRecordsHaveFailedThanMay) {

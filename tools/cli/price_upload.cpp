@@ -72,7 +72,6 @@ std::size_t PriceUpload::take_inventory(const xml::Document& document) {
     ++report_.read;
     const std::optional<std::string> key = record.attribute("buyfrompartnumber");
     if (!key) {
-      ++keyless_;
       report_.unreachable.push_back(about({}, "It has no attribute buyfrompartnumber."));
       continue;
     }
@@ -97,8 +96,7 @@ std::size_t PriceUpload::take_inventory(const xml::Document& document) {
 }
 
 void PriceUpload::call_library(const Document& document, const Array& part_numbers) {
-  failed_line_.reset();
-  // An object decides on its remaining file by the first document it sees.
+  // A new object for each run: one that has once left records writes its file whatever it leaves.
   const auto library = std::dynamic_pointer_cast<PriceXML>(create_root("Mercato.PriceXML"));
   call(library, "GetCheckedPriceList", {kPriceDocumentWithoutFields, false});
   library->set_observer(this);
@@ -122,7 +120,6 @@ void PriceUpload::on_price_line(const UploadPriceLine& line) {
       break;
     case PriceLineOutcome::failed:
       failed_line_ = number;
-      progress_->advance();
       return;
   }
   done_with(line.part_number);
@@ -140,41 +137,25 @@ void PriceUpload::on_part_number(const std::string& part_number, PartNumberOutco
       break;
     }
     case PartNumberOutcome::failed:
-      // The library keeps its own failure and not that of writing out what came before.
-      last_failed_ = true;
-      checkpoint();
+      failed_line_.reset();
       return;
   }
   ++seen_;
 }
 
-// Behind the line that failed the next run goes on with the same part number. A failure that is no line's leaves all of
-// the part number.
-void PriceUpload::refuse_failed(const RaisedError& failure) {
+// A failure that is no line's leaves all of the part number.
+bool PriceUpload::goes_on_behind(const RaisedError& failure) {
+  if (!goes_on_after(failure)) return false;
   const std::string& part_number = pending_[seen_];
   if (failed_line_) {
     const Fault fault = fault_of(failure);
-    refuse(report_, {part_number, *failed_line_, fault.field, fault.value, fault.reason});
-    done_.push_back(part_number);
-    return;
+    refuse(unsettled_, {part_number, *failed_line_, fault.field, fault.value, fault.reason});
+    done_with(part_number);
+  } else {
+    unsettled_.unreachable.push_back(about(part_number, sentence(failure)));
+    ++seen_;
   }
-  report_.unreachable.push_back(about(part_number, sentence(failure)));
-  ++seen_;
-}
-
-void PriceUpload::run_ended() {
-  std::unordered_map<std::string, std::ptrdiff_t> done;
-  for (const std::string& part_number : done_) ++done[part_number];
-  for (const auto& [part_number, count] : done) {
-    std::vector<std::size_t>& lines = lines_.at(part_number);
-    lines.erase(lines.begin(), lines.begin() + count);
-  }
-}
-
-std::size_t PriceUpload::remaining() const {
-  std::size_t lines = keyless_;
-  for (const auto& [part_number, numbers] : lines_) lines += numbers.size();
-  return lines;
+  return true;
 }
 
 }  // namespace mercato::cli

@@ -35,17 +35,14 @@ class PriceUpload : public UploadRuns, private PriceUploadObserver {
   bool waits() const override { return false; }
   void on_price_line(const UploadPriceLine& line) override;
   void on_part_number(const std::string& part_number, PartNumberOutcome outcome) override;
+  bool goes_on_behind(const RaisedError& failure) override;
 
   std::size_t take_inventory(const xml::Document& document) override;
   void call_library(const Document& document, const Array& part_numbers) override;
-  void refuse_failed(const RaisedError& failure) override;
-  void run_ended() override;
-  std::size_t remaining() const override;
 
-  // Which lines of a part number the document still has, by their numbers in the document that was given.
+  // The lines of a part number that runs can reach, by their numbers in the document that was given.
   std::unordered_map<std::string, std::vector<std::size_t>> lines_;
-  std::size_t keyless_ = 0;
-  std::optional<std::size_t> failed_line_;  // the number of the line that ended the run
+  std::optional<std::size_t> failed_line_;  // the next question is about it
 };
 
 }  // namespace mercato::cli

@@ -88,7 +88,7 @@ void ProductUpload::call_library(const Document& document, const Array& part_num
     method = "insertProductsFromXML";
     arguments[0] = source_.file_key + "/\\" + document.text_or_url;
   }
-  // An object decides on its remaining file by the first document it sees.
+  // A new object for each run: one that has once left records writes its file whatever it leaves.
   const auto library = std::dynamic_pointer_cast<ProductXML>(create_root("Mercato.ProductXML"));
   library->SetMultipleBuyerSeparator(buyer_separator_);
   library->set_observer(this);
@@ -101,23 +101,19 @@ void ProductUpload::call_library(const Document& document, const Array& part_num
   buyer_separator_ = library->MultipleBuyerSeparator();
 }
 
-void ProductUpload::refuse_failed(const RaisedError& failure) {
-  const std::string& part_number = pending_[seen_++];
-  refuse(report_, whole_record(part_number, reason_of(failure, update_only_)));
-  done_.push_back(part_number);
-}
-
 void ProductUpload::on_record(const UploadRecord& record) {
-  if (record.outcome == UploadOutcome::failed) {
-    progress_->advance();
-    // The library keeps its own failure and not that of writing out what came before.
-    last_failed_ = true;
-    checkpoint();
-    return;
-  }
+  if (record.outcome == UploadOutcome::failed) return;  // the next question is about it
   record_ended(record);
   ++seen_;
   done_with(record.part_number);
+}
+
+bool ProductUpload::goes_on_behind(const RaisedError& failure) {
+  if (!goes_on_after(failure)) return false;
+  const std::string& part_number = pending_[seen_++];
+  refuse(unsettled_, whole_record(part_number, reason_of(failure, update_only_)));
+  done_with(part_number);
+  return true;
 }
 
 void ProductUpload::record_ended(const UploadRecord& record) {

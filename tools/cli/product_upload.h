@@ -23,11 +23,10 @@ class ProductUpload : public UploadRuns, private UploadObserver {
  private:
   bool waits() const override { return false; }
   void on_record(const UploadRecord& record) override;
+  bool goes_on_behind(const RaisedError& failure) override;
 
   std::size_t take_inventory(const xml::Document& document) override;
   void call_library(const Document& document, const Array& part_numbers) override;
-  void refuse_failed(const RaisedError& failure) override;
-  std::size_t remaining() const override { return pending_.size() + report_.unreachable.size(); }
 
   void record_ended(const UploadRecord& record);
   static void add_findings(std::vector<UploadFinding>& findings, const UploadRecord& record,

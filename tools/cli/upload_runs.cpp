@@ -7,7 +7,9 @@
 #include "frame/lib_error_handling.h"
 #include "platform/files/files.h"
 #include "platform/files/paths.h"
+#include "platform/store/session_pool.h"
 #include "platform/store/unit_of_work.h"
+#include "tools/cli/library.h"
 #include "tools/cli/sentence.h"
 
 namespace mercato::cli {
@@ -20,19 +22,48 @@ xml::Document load(const std::string& text_or_url, bool is_url) {
   return document;
 }
 
+// None when the store cannot be opened: the first run tells why.
+store::PooledSession session_on_store() {
+  try {
+    return store::acquire_session(connection_string());
+  } catch (const Raised&) {
+    return {};
+  }
+}
+
 }  // namespace
 
 UploadReport UploadRuns::run() {
   files::require_plain_file_key(source_.file_key);
-  document_ = {source_.document, true};
-  const std::size_t reachable = take_inventory(load(source_.document, true));
+  std::size_t reachable = 0;
+  {
+    const xml::Document document = load(source_.document, true);
+    document_ = {source_.document, true};
+    if (xml::Document::is_url(source_.document)) document_ = {document.save_text(), false};  // fetched once
+    reachable = take_inventory(document);
+  }
   // The library makes one level of folders only, after it has written the records.
   if (!files::folder_exists(source_.web_root)) files::create_folder(source_.web_root);
+
+  const Document given = document_;
+  const UploadReport beforehand = report_;
+  const std::size_t gone_beforehand = gone_.size();
+  const store::PooledSession store = session_on_store();
   {
     Progress progress(reachable);
     progress_ = &progress;
     run_all();
     progress_ = nullptr;
+  }
+  const bool lost = store && store->outdated();
+  if (lost) {
+    report_ = beforehand;
+    report_.stopped_by =
+        "The file of the store was moved, removed or replaced during the upload: nothing of the document is in the "
+        "store.";
+    document_ = given;
+    gone_.resize(gone_beforehand);
+    file_is_current_ = false;
   }
   try {
     settle_remaining_file();
@@ -40,7 +71,7 @@ UploadReport UploadRuns::run() {
     // What was written is told all the same.
     report_.remaining_file.clear();
     // With nothing pending the library's last run has met the same.
-    const std::string before = pending_.empty() ? "" : report_.stopped_by + " ";
+    const std::string before = pending_.empty() && !lost ? "" : report_.stopped_by + " ";
     report_.stopped_by = before + "What remains could not be put into a file, and stands in the document only: " +
                          sentence(raised.error());
   }
@@ -50,33 +81,25 @@ UploadReport UploadRuns::run() {
 void UploadRuns::run_all() {
   while (!pending_.empty()) {
     const std::optional<RaisedError> failure = run_once(std::min(kind_.most_in_one_run, pending_.size()));
-    if (failure && last_failed_ && goes_on_after(*failure)) {
-      refuse_failed(*failure);
-    } else if (failure) {
+    if (failure)
       report_.stopped_by = reason_to_stop(*failure);  // that record remains, if it was one's
-    } else if (seen_ == 0) {
+    else if (seen_ == 0)
       report_.stopped_by = "The time for one run passed before its first record.";
-    }
-    run_ended();
     pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(seen_));
     file_is_current_ = !failure && kind_.rest == Rest::in_file;
-    if (kind_.rest == Rest::in_document)
-      gone_.insert(gone_.end(), done_.begin(), done_.end());
-    else if (failure)
-      document_ = without(document_, done_);
-    else
+    if (file_is_current_) {
       document_ = {remaining_path(), true};
+      gone_.clear();
+    }
     if (!report_.stopped_by.empty()) return;
   }
 }
 
 std::optional<RaisedError> UploadRuns::run_once(std::size_t count) {
   const std::vector<Variant> entries(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(count));
-  done_.clear();
   seen_ = 0;
-  settled_done_ = 0;
   settled_seen_ = 0;
-  last_failed_ = false;
+  settled_gone_ = gone_.size();
   std::optional<RaisedError> failure;
   try {
     call_library(document_, Array(entries));
@@ -85,9 +108,8 @@ std::optional<RaisedError> UploadRuns::run_once(std::size_t count) {
   }
   if (lost_by_) failure = std::exchange(lost_by_, std::nullopt);
   if (failure && failure->Number == error_number::kStoreFailure) {
-    last_failed_ = false;  // it concerns more than one record
     seen_ = settled_seen_;
-    done_.resize(settled_done_);
+    gone_.resize(settled_gone_);
     unsettled_ = {};
   } else {
     settle();
@@ -97,8 +119,8 @@ std::optional<RaisedError> UploadRuns::run_once(std::size_t count) {
 
 void UploadRuns::done_with(const std::string& part_number) {
   progress_->advance();
-  done_.push_back(part_number);
-  if (done_.size() - settled_done_ >= kCheckpoint && checkpoint()) settle();
+  gone_.push_back(part_number);
+  if (gone_.size() - settled_gone_ >= kCheckpoint && checkpoint()) settle();
 }
 
 bool UploadRuns::checkpoint() {
@@ -114,7 +136,7 @@ bool UploadRuns::checkpoint() {
 
 void UploadRuns::settle() {
   settled_seen_ = seen_;
-  settled_done_ = done_.size();
+  settled_gone_ = gone_.size();
   const UploadReport settled = std::exchange(unsettled_, {});
   report_.inserted += settled.inserted;
   report_.updated += settled.updated;
@@ -130,9 +152,13 @@ void UploadRuns::settle() {
 }
 
 bool UploadRuns::goes_on_after(const RaisedError& failure) {
+  if (stopping_) return false;
   ++failures_;
-  return failures_ <= source_.most_failures && failure.Number != error_number::kStoreFailure &&
-         failure.Number != error_number::kTimeout && failure.Number != error_number::kOutOfMemory;
+  stopping_ = failures_ > source_.most_failures || failure.Number == error_number::kStoreFailure ||
+              failure.Number == error_number::kTimeout || failure.Number == error_number::kOutOfMemory;
+  // The library raises this failure, and not that of writing out what came before.
+  if (stopping_) checkpoint();
+  return !stopping_;
 }
 
 std::string UploadRuns::reason_to_stop(const RaisedError& failure) const {
@@ -147,11 +173,11 @@ void UploadRuns::refuse(UploadReport& report, UploadFinding finding) {
   report.refusals.push_back(std::move(finding));
 }
 
-UploadRuns::Document UploadRuns::without(const Document& document, const PartNumbers& part_numbers) const {
-  const xml::Document loaded = load(document.text_or_url, document.is_url);
+xml::Document UploadRuns::rest_of_document() const {
+  xml::Document document = load(document_.text_or_url, document_.is_url);
   std::unordered_map<std::string, std::size_t> leaving;
-  for (const std::string& part_number : part_numbers) ++leaving[part_number];
-  for (const xml::Node& record : loaded.elements_by_tag_name(kind_.record)) {
+  for (const std::string& part_number : gone_) ++leaving[part_number];
+  for (const xml::Node& record : document.elements_by_tag_name(kind_.record)) {
     const std::optional<std::string> key = record.attribute("buyfrompartnumber");
     if (!key) continue;
     const auto found = leaving.find(*key);
@@ -159,11 +185,11 @@ UploadRuns::Document UploadRuns::without(const Document& document, const PartNum
     --found->second;
     record.remove();
   }
-  return {loaded.save_text(), false};
+  return document;
 }
 
 void UploadRuns::settle_remaining_file() {
-  report_.remaining = remaining();
+  report_.remaining = report_.read - report_.applied() - report_.refused;
   if (report_.remaining > 0) report_.remaining_file = remaining_path();
   if (file_is_current_) return;
   if (report_.remaining == 0) {
@@ -171,9 +197,8 @@ void UploadRuns::settle_remaining_file() {
     if (kind_.rest == Rest::in_file && files::file_exists(remaining_path())) files::delete_file(remaining_path());
     return;
   }
-  if (kind_.rest == Rest::in_document) document_ = without({source_.document, true}, gone_);
   if (!files::folder_exists(remaining_folder())) files::create_folder(remaining_folder());
-  load(document_.text_or_url, document_.is_url).save(remaining_path());
+  rest_of_document().save(remaining_path());
 }
 
 std::string UploadRuns::remaining_folder() const { return files::host_path(source_.web_root + "\\XMLDownload"); }

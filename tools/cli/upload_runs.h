@@ -3,10 +3,11 @@
 // derived class's. One object for one upload; one thread.
 //
 // Each record of the document ends in one of three places: applied, refused, or remaining (in the remaining file). A
-// record whose writing fails stops the library's run; here it is refused with the failure as the reason, and the upload
-// goes on behind it. A failure that is not the record's own (the store is gone, a limit has passed), and one more than
-// `most_failures`, end the upload; what was not reached remains. A store that fails may take the latest writes along:
-// every kCheckpoint records the upload makes sure of them, and what came after that remains too.
+// record whose writing fails is refused with the failure as the reason, and the run goes on behind it. A failure that
+// is not the record's own (the store is gone, a limit has passed), and one more than `most_failures`, end the upload;
+// what was not reached remains. A store that fails may take the latest writes along: every kCheckpoint records the
+// upload makes sure of them, and what came after that remains too. A store whose file is gone, or another one now, has
+// taken everything along: then all of the document remains.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +30,7 @@ struct UploadSource {
   std::string document;  // file or URL
   std::string file_key;
   std::string web_root;
-  std::size_t most_failures = kMostFailures;  // each costs a run of its own
+  std::size_t most_failures = kMostFailures;
 };
 
 class UploadRuns {
@@ -64,37 +65,32 @@ class UploadRuns {
   virtual std::size_t take_inventory(const xml::Document& document) = 0;
   // One call of the library. Tells of each record with `done_with`, of each part number by counting `seen_`.
   virtual void call_library(const Document& document, const Array& part_numbers) = 0;
-  // The run failed in a record (`last_failed_`): refuses it, as done, and makes the next run begin behind it.
-  virtual void refuse_failed(const RaisedError& failure) = 0;
-  virtual void run_ended() {}
-  virtual std::size_t remaining() const = 0;
 
   // A record was applied or refused, and no run has to see it again. What became of it is in `unsettled_` already.
   void done_with(const std::string& part_number);
-  // Writes out what the run has written so far. False when the store cannot: it is lost then.
-  bool checkpoint();
+  // A record has failed: whether the run goes on behind it.
+  bool goes_on_after(const RaisedError& failure);
   static void refuse(UploadReport& report, UploadFinding finding);
-  // The document without the first record of each part number, one for each time that it is named.
-  Document without(const Document& document, const PartNumbers& part_numbers) const;
 
   const UploadSource source_;
   UploadReport report_;
   UploadReport unsettled_;  // what became of records that the store could still lose
   Document document_;       // what the next run reads
   PartNumbers pending_;     // part numbers that no run has dealt with, in document order
-  PartNumbers gone_;        // of records that are dealt with and still stand in the document, of Rest::in_document
-  PartNumbers done_;        // of records that the run under way is done with
+  PartNumbers gone_;        // of records that are dealt with and still stand in the document
   std::size_t seen_ = 0;    // part numbers that the run is done with
-  bool last_failed_ = false;
   Progress* progress_ = nullptr;
 
  private:
   void run_all();
   // One call of the library for the first `count` pending part numbers. The failure that ended it, if any.
   std::optional<RaisedError> run_once(std::size_t count);
+  // Writes out what the run has written so far. False when the store cannot: it is lost then.
+  bool checkpoint();
   void settle();
-  bool goes_on_after(const RaisedError& failure);
   void settle_remaining_file();
+  // The document without the first record of each part number that is gone, one for each time that it is named.
+  xml::Document rest_of_document() const;
   std::string reason_to_stop(const RaisedError& failure) const;
   std::string remaining_folder() const;
   std::string remaining_path() const;
@@ -102,9 +98,10 @@ class UploadRuns {
   const Kind kind_;
   bool file_is_current_ = false;  // the last run has written, or deleted, the remaining file
   std::size_t settled_seen_ = 0;  // what the store cannot lose any more
-  std::size_t settled_done_ = 0;
+  std::size_t settled_gone_ = 0;
   std::optional<RaisedError> lost_by_;
   std::size_t failures_ = 0;
+  bool stopping_ = false;  // a failure ends the run under way
 };
 
 }  // namespace mercato::cli
