@@ -373,6 +373,34 @@ TEST_F(ProductUpload, NoFileRemainsOfADocumentThatIsDone) {
   EXPECT_FALSE(std::filesystem::exists(remaining_file("k")));
 }
 
+TEST_F(ProductUpload, OlderFileGoesAlsoWhenTheRestOfTheDocumentCannotBeAskedFor) {
+  std::filesystem::create_directory(folder() / "web" / "XMLDownload");
+  std::ofstream(remaining_file("k")) << "old";
+  list = Array{"A-1"};
+  EXPECT_EQ(raised_by([&] {
+              upload.insertProductsFromXML("k/\\" + fixture("root-is-the-only-record"), false, list, false);
+            }).Number,
+            error_number::kObjectNotSet);
+  EXPECT_FALSE(std::filesystem::exists(remaining_file("k")));
+}
+
+TEST_F(ProductUpload, OlderFileThatIsReadOnlyStaysAndFailsTheCallWhetherRecordsAreLeftOrNot) {
+  std::filesystem::create_directory(folder() / "web" / "XMLDownload");
+  std::ofstream(remaining_file("k")) << "old";
+  std::filesystem::permissions(remaining_file("k"), std::filesystem::perms::owner_read);
+  const std::string text = document(record("A-1", kRequired) + record("B-2", kRequired));
+  for (const Array& part_numbers : {Array{"A-1"}, Array{"A-1", "B-2"}}) {
+    list = part_numbers;
+    const RaisedError error = raised_by([&] { upload.insertProductsFromXML("k/\\" + text, false, list, false); });
+    EXPECT_EQ(error.Number, error_number::kPermissionDenied);
+    EXPECT_EQ(innermost_description(error.Description),
+              "Cannot delete \"" + remaining_file("k").string() + "\": It is read-only");
+    EXPECT_EQ(list, part_numbers) << "all of these were done";
+    EXPECT_EQ(read_whole(remaining_file("k")), "old");
+  }
+  EXPECT_EQ(products(), 2);
+}
+
 TEST_F(ProductUpload, EmptyListLeavesEverythingInTheRemainingFile) {
   insert_all(fixture("two-records-of-one-part-number"), {});
   EXPECT_EQ(list.lower, 0);
