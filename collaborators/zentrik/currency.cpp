@@ -25,15 +25,20 @@ mercato::Currency converted(mercato::Currency amount, const Rate& rate) {
   return mercato::Currency::from_scaled(result.to_scaled(kDecimals));
 }
 
+// Nothing when the pair has no rate at that date. An older rate never stands in for a latest one that is no rate.
 std::optional<double> latest_rate(const std::string& source, const std::string& target, Date date) {
   Sql sql;
   sql << "SELECT TOP 1 RATE FROM EXCHANGERATE WHERE SOURCECODE = N'" << value(Gen_QuoteSql(source))
       << "' AND TARGETCODE = N'" << value(Gen_QuoteSql(target))
-      << "' AND EFFECTIVEDATE <= " << value(GetSqlLiterals().DateTimeToSql(date))
-      << " AND RATE > 0 ORDER BY EFFECTIVEDATE DESC";
-  const Query rate(sql);
-  if (rate->Eof()) return std::nullopt;
-  return rate->Value("RATE").to_double();
+      << "' AND EFFECTIVEDATE <= " << value(GetSqlLiterals().DateTimeToSql(date)) << " ORDER BY EFFECTIVEDATE DESC";
+  const Query rows(sql);
+  if (rows->Eof()) return std::nullopt;
+  const Variant& rate = rows->Value("RATE");
+  if (rate.is_null() || rate.to_double() <= 0)
+    raise(error_number::kInvalidArgument, "Zentrik.Currency",
+          "The exchange rate from '" + source + "' to '" + target + "' at " + date.iso_text() +
+              " cannot be used: it is " + (rate.is_null() ? "Null" : rate.to_text()));
+  return rate.to_double();
 }
 
 Rate rate_between(const std::string& source, const std::string& target, Date date) {

@@ -95,12 +95,36 @@ TEST_F(CurrencyTest, ThePairComesBeforeAYoungerOppositePair) {
   EXPECT_EQ(converted("EUR", "USD", "1"), "2.0000");
 }
 
-TEST_F(CurrencyTest, ARateThatIsNotAboveZeroIsNone) {
-  add_rate("EUR", "USD", "2026-06-01", "2");
-  add_rate("EUR", "USD", "2026-06-02", "0");
-  add_rate("EUR", "USD", "2026-06-03", "-1");
-  add_rate("EUR", "USD", "2026-06-04", "NULL");
-  EXPECT_EQ(converted("EUR", "USD", "1"), "2.0000");
+// An older rate used to stand in for a latest one of 0 or Null, and nobody heard of it.
+TEST_F(CurrencyTest, ALatestRateThatIsNullOrNotAboveZeroIsRefused) {
+  const struct {
+    const char* rate;
+    const char* shown;
+  } cases[] = {{"0", "0"}, {"-1", "-1"}, {"NULL", "Null"}};
+  int number = 0;
+  for (const auto& row : cases) {
+    const std::string source = "S" + std::to_string(++number);
+    add_rate(source, "T", "2026-06-01", "2");
+    add_rate(source, "T", "2026-06-02", row.rate);
+    add_rate(source, "T", "2026-07-02", "4");
+    const auto refusal = [&](const std::string& day) {
+      return RaisedError{
+          error_number::kInvalidArgument, "Zentrik.Currency",
+          "The exchange rate from '" + source + "' to 'T' at " + day + "T00:00:00 cannot be used: it is " + row.shown,
+          "", 0};
+    };
+    EXPECT_EQ(raised_by([&] { converted(source, "T", "1"); }), refusal("2026-07-01")) << row.rate;
+    EXPECT_EQ(raised_by([&] { converted("T", source, "1"); }), refusal("2026-07-01")) << row.rate;
+    EXPECT_EQ(converted(source, "T", "1", {2026, 6, 1}), "2.0000") << row.rate;
+    EXPECT_EQ(converted(source, "T", "1", {2026, 7, 2}), "4.0000") << row.rate;
+  }
+}
+
+// The opposite pair's rate counts for a pair without a rate only.
+TEST_F(CurrencyTest, TheOppositePairDoesNotStandInForARateThatCannotBeUsed) {
+  add_rate("EUR", "USD", "2026-06-01", "0");
+  add_rate("USD", "EUR", "2026-06-01", "0.5");
+  EXPECT_EQ(raised_by([&] { converted("EUR", "USD", "1"); }).Number, error_number::kInvalidArgument);
   EXPECT_EQ(converted("USD", "EUR", "1"), "0.5000");
 }
 
