@@ -44,10 +44,14 @@ Sql entry_of_node(const std::string& user, const Variant& node) {
   return sql;
 }
 
-// Of several entries for one thing the first counts.
-Right right_of(const RecordsetPtr& entry) {
-  if (entry->Eof()) return Right::none;
-  return entry->Value("VIEWONLY").to_boolean() ? Right::view_only : Right::order;
+// Among several entries for one thing a restriction counts, in whatever order they come.
+Right right_of(const RecordsetPtr& entries) {
+  Right right = Right::none;
+  for (; !entries->Eof(); entries->MoveNext()) {
+    const bool is_restricted = entries->Value("VIEWONLY").to_boolean();
+    if (right != Right::view_only) right = is_restricted ? Right::view_only : Right::order;
+  }
+  return right;
 }
 
 // The rule, on the way from a node up to its root. A restriction wins from anywhere on that way, and nothing below

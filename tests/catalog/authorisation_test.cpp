@@ -611,6 +611,42 @@ TEST_F(RightsOnNodes, WithAnEntryThatSaysNeitherAreANull) {
     }
 }
 
+// The first of two entries for one thing used to count, so that the three calls disagreed by the order of the rows.
+TEST_F(RightsOnNodes, WithSeveralEntriesAreRestrictedByAnyOfThem) {
+  const std::int32_t catalog = 5;
+  for (const std::int32_t node : {kWhole, 2}) {
+    for (const std::vector<int>& entries : {std::vector{0, 1}, std::vector{1, 0}, std::vector{0, 1, 0}}) {
+      execute({"DELETE FROM CATALOGNODEBYUSER"});
+      for (const int view_only : entries) enter("u", catalog, node, node == kWhole ? 0 : 2, view_only);
+      for (const std::int32_t asked : {2, 4}) {
+        EXPECT_TRUE(catalog_->IsViewOnlyCatalogNodeEx("u", asked));
+        EXPECT_FALSE(catalog_->IsOrderCatalogNodeEx("u", asked));
+      }
+      EXPECT_TRUE(catalog_->IsViewOnlyCatalogNode("u", Array{catalog, 1, 2}));
+      EXPECT_TRUE(catalog_->IsViewOnlyCatalogNode("u", Array{catalog, 1, 2, 3, 4}));
+      EXPECT_EQ(catalog_->IsViewOnlyCatalog("u", catalog), node == kWhole);
+      EXPECT_FALSE(catalog_->IsOrderCatalog("u", catalog));
+    }
+  }
+  // Two that both grant grant.
+  execute({"DELETE FROM CATALOGNODEBYUSER"});
+  for (int twice = 0; twice < 2; ++twice) enter("u", 5, kWhole, 0, 0);
+  EXPECT_TRUE(catalog_->IsOrderCatalog("u", 5));
+  EXPECT_FALSE(catalog_->IsViewOnlyCatalogNodeEx("u", 4));
+  EXPECT_TRUE(catalog_->IsOrderCatalogNodeEx("u", 4));
+}
+
+TEST_F(RightsOnNodes, WithANullAmongSeveralEntriesAreANullInAnyOrder) {
+  for (const std::vector<std::string>& entries : {std::vector<std::string>{"NULL", "1"}, {"1", "NULL"}}) {
+    execute({"DELETE FROM CATALOGNODEBYUSER"});
+    for (const std::string& view_only : entries)
+      execute({"INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID, VIEWONLY) VALUES ('u', 5, 2, " + view_only +
+               ")"});
+    EXPECT_EQ(raised_by([&] { catalog_->IsViewOnlyCatalogNodeEx("u", 2); }).Number, error_number::kInvalidUseOfNull);
+    EXPECT_EQ(raised_by([&] { catalog_->IsOrderCatalogNodeEx("u", 2); }).Number, error_number::kInvalidUseOfNull);
+  }
+}
+
 // The path given by the caller
 
 class RightsOnAPath : public CatalogTreeTest {

@@ -9,25 +9,28 @@ namespace {
 using Entry = RightsWalk::Entry;
 using Place = RightsWalk::Place;
 
-// Of several entries for one thing the first counts.
-Entry first_entry(const Sql& sql) {
-  const Rows entries = query_rows(sql);
-  if (entries.empty()) return Entry::none;
-  return entries.front()->Item("VIEWONLY").to_boolean() ? Entry::view_only : Entry::order;
+// Among several entries for one thing a restriction counts.
+Entry entry_of(const Sql& sql) {
+  Entry entry = Entry::none;
+  for (const auto& row : query_rows(sql)) {
+    const bool is_restricted = row->Item("VIEWONLY").to_boolean();
+    if (entry != Entry::view_only) entry = is_restricted ? Entry::view_only : Entry::order;
+  }
+  return entry;
 }
 
 Entry entry_of_catalog(const std::string& user, std::int32_t catalog) {
   Sql sql;
   sql << "SELECT  VIEWONLY FROM CATALOGNODEBYUSER WHERE USERID='" << value(user) << "' AND CATALOGID=" << catalog
       << " AND NODEID IS NULL AND ISPROFILE = 0";
-  return first_entry(sql);
+  return entry_of(sql);
 }
 
 Entry entry_of_node(const std::string& user, std::int32_t node) {
   Sql sql;
   sql << "SELECT  VIEWONLY FROM CATALOGNODEBYUSER WHERE USERID='" << value(user) << "' AND NODEID=" << node
       << " AND ISPROFILE = 0";
-  return first_entry(sql);
+  return entry_of(sql);
 }
 
 bool is_laid_out(const std::string& user, std::int32_t node) {
