@@ -55,12 +55,14 @@ State read_state(const std::string& text) {
 
 std::int64_t page_count_of(std::int64_t rows, std::int64_t page_size) { return (rows + page_size - 1) / page_size; }
 
-store::RowLayoutPtr layout_of(const std::string& connection_string, const std::string& statement) {
+PagedRows rows_of(const std::string& connection_string, const std::string& statement) {
   const ConnectionPtr connection = open_connection(connection_string);
   const auto cursor = connection->session().execute(Sql::verbatim(statement)).cursor;
   if (!cursor)
     raise(error_number::kStatementRefused, "Bauteil.DRecordset", "The statement of a DRecordset has to yield rows");
-  return cursor->layout();
+  PagedRows rows{cursor->layout(), std::nullopt};
+  if (const store::TableInfo* table = connection->session().table(rows.layout->table())) rows.table = *table;
+  return rows;
 }
 
 }  // namespace
@@ -117,8 +119,8 @@ void DRecordset::RestoreState(std::int16_t position, const std::string& state) {
 
 void DRecordset::OpenQuery(const std::string& statement, const std::string& key_fields) {
   opened_.reset();
-  const auto layout = layout_of(connection_string_, statement);
-  opened_ = OpenedQuery{with_page_order(statement, *layout, sort_fields_, key_fields), page_size_};
+  const PagedRows rows = rows_of(connection_string_, statement);
+  opened_ = OpenedQuery{with_page_order(statement, rows, sort_fields_, key_fields), page_size_};
   try {
     go_to_row(first_row_);
   } catch (const Raised&) {

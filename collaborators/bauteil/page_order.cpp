@@ -1,26 +1,26 @@
 #include "collaborators/bauteil/page_order.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "frame/types/raised_error.h"
 #include "frame/types/text.h"
-#include "platform/store/dialect/dialect.h"
+#include "platform/store/dialect/token_reader.h"
 
 namespace mercato::collaborators {
 namespace {
 
 struct Term {
-  std::size_t column;  // of the result
+  std::vector<std::string> name;  // the column's, behind those that qualify it
   bool descending = false;
 };
 
 void add(std::vector<Term>& order, Term term) {
   const bool known =
-      std::any_of(order.begin(), order.end(), [&](const Term& other) { return other.column == term.column; });
-  if (!known) order.push_back(term);
+      std::any_of(order.begin(), order.end(), [&](const Term& other) { return other.name == term.name; });
+  if (!known) order.push_back(std::move(term));
 }
 
 [[noreturn]] void refuse(std::string_view sort_field) {
@@ -29,23 +29,59 @@ void add(std::vector<Term>& order, Term term) {
             "' is no sort field: a column of the result is expected, perhaps with ASC or DESC");
 }
 
-Term sort_term(std::string_view field, const store::RowLayout& result) {
-  const std::size_t blank = field.find(' ');
-  const auto column = result.find(field.substr(0, blank));
-  if (!column) refuse(field);
-  if (blank == std::string_view::npos) return {*column};
-  const std::string_view direction = text::trim(field.substr(blank));
-  if (text::equal_names(direction, "DESC")) return {*column, true};
-  if (!text::equal_names(direction, "ASC")) refuse(field);
-  return {*column};
+// One sort field: a column's name, perhaps with the names that qualify it, each as a statement spells it, and ASC or
+// DESC.
+class SortField : private store::dialect::TokenReader {
+ public:
+  explicit SortField(const store::dialect::LexedStatement& lexed) : TokenReader(lexed) {}
+
+  Term term(const PagedRows& rows) {
+    if (lexed_.comment != store::dialect::LexedStatement::kNoComment) refuse(lexed_.text);
+    Term term;
+    do term.name.push_back(name());
+    while (accept_symbol('.'));
+    // The store knows what the qualified names of its statement are.
+    if (term.name.size() == 1) term.name.front() = column(term.name.front(), rows);
+    term.descending = accept_word("DESC");
+    if (!term.descending) accept_word("ASC");
+    if (!at_end()) refuse(lexed_.text);
+    return term;
+  }
+
+ private:
+  // Columns may be named like words of the language, and are quoted in the statement.
+  std::string name() {
+    if (token().kind == store::dialect::TokenKind::quoted_name) return expect_name();
+    if (token().kind != store::dialect::TokenKind::word) refuse(lexed_.text);
+    std::string word(token_text());
+    ++next_;
+    return word;
+  }
+
+  std::string column(std::string_view name, const PagedRows& rows) const {
+    if (const auto position = rows.layout->find(name)) return rows.layout->columns()[*position].name;
+    if (const auto position = rows.table ? rows.table->find(name) : std::nullopt)
+      return rows.table->columns[*position].name;
+    refuse(lexed_.text);
+  }
+};
+
+Term sort_term(std::string_view field, const PagedRows& rows) {
+  store::dialect::LexedStatement lexed;
+  try {
+    store::dialect::lex(field, lexed);
+  } catch (const Raised&) {  // a name that does not end
+    refuse(field);
+  }
+  return SortField(lexed).term(rows);
 }
 
-std::vector<Term> order_of(const store::RowLayout& result, std::string_view sort_fields, std::string_view key_fields) {
+std::vector<Term> order_of(const PagedRows& rows, std::string_view sort_fields, std::string_view key_fields) {
   std::vector<Term> order;
   if (!text::trim(sort_fields).empty())
-    for (const std::string& field : text::split(sort_fields, ",")) add(order, sort_term(text::trim(field), result));
+    for (const std::string& field : text::split(sort_fields, ",")) add(order, sort_term(text::trim(field), rows));
   for (const std::string& field : text::split(key_fields, ","))
-    if (const auto column = result.find(text::trim(field))) add(order, {*column});
+    if (const auto column = rows.layout->find(text::trim(field))) add(order, {{rows.layout->columns()[*column].name}});
   return order;
 }
 
@@ -66,18 +102,21 @@ std::optional<std::uint32_t> own_order(const std::string& statement) {
 
 }  // namespace
 
-Sql with_page_order(const std::string& statement, const store::RowLayout& result, std::string_view sort_fields,
+Sql with_page_order(const std::string& statement, const PagedRows& rows, std::string_view sort_fields,
                     std::string_view key_fields) {
-  const auto order = order_of(result, sort_fields, key_fields);
+  const auto order = order_of(rows, sort_fields, key_fields);
   const auto own = own_order(statement);
   if (order.empty() || (own && text::trim(sort_fields).empty())) return Sql::verbatim(statement);
   Sql sql = Sql::verbatim(statement.substr(0, own.value_or(statement.size())));
   bool first = true;
   for (const Term& term : order) {
-    first ? sql << " ORDER BY \"" : sql << ", \"";
-    sql << name(result.columns()[term.column].name) << "\"";
-    if (term.descending) sql << " DESC";
+    first ? sql << " ORDER BY " : sql << ", ";
     first = false;
+    for (const std::string& part : term.name) {
+      if (&part != &term.name.front()) sql << ".";
+      sql << name(store::dialect::quoted(part));
+    }
+    if (term.descending) sql << " DESC";
   }
   return sql;
 }

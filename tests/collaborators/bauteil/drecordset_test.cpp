@@ -156,7 +156,10 @@ TEST_F(DRecordsetTest, SortFieldsThatAreNoColumnsOfTheResultAreRefused) {
       {"DESCRIPTION DESC; DROP TABLE COMMODITY", "DESCRIPTION DESC; DROP TABLE COMMODITY"},
       {"DESCRIPTION -- ", "DESCRIPTION --"},
       {"(SELECT USERID FROM USERS)", "(SELECT USERID FROM USERS)"},
-      {"\"DESCRIPTION\"", "\"DESCRIPTION\""},
+      {"[DESCRIPTION", "[DESCRIPTION"},
+      {"DESCRIPTION.", "DESCRIPTION."},
+      {"COMMODITY.DESCRIPTION, [NOBODY] DESC", "[NOBODY] DESC"},
+      {"/**/DESCRIPTION", "/**/DESCRIPTION"},
       {"DESCRIPTION UP", "DESCRIPTION UP"},
   };
   for (const auto& row : cases)
@@ -166,11 +169,45 @@ TEST_F(DRecordsetTest, SortFieldsThatAreNoColumnsOfTheResultAreRefused) {
   EXPECT_EQ(value_of("SELECT COMMODITYCODE FROM COMMODITY"), Variant("A"));
 }
 
-TEST_F(DRecordsetTest, AColumnOfTheTableThatIsNotInTheResultIsNoSortField) {
-  auto rows = paged(10);
-  rows->SetSortFields("DESCRIPTION");
-  EXPECT_EQ(raised_by([&] { rows->OpenQuery("SELECT COMMODITYCODE FROM COMMODITY", "COMMODITYCODE"); }).Number,
-            error_number::kInvalidArgument);
+// "COMMODITY.DESCRIPTION" and "[DESCRIPTION]" used to be refused, as was a column that is not in the result.
+TEST_F(DRecordsetTest, SortFieldsAreColumnsOfTheTableAsAStatementSpellsThem) {
+  add_commodity("A", "'y'", "1");
+  add_commodity("B", "'x'", "1");
+  add_commodity("C", "'z'", "2");
+  const auto order = [&](const std::string& statement, const std::string& fields) {
+    auto rows = paged(10);
+    rows->SetSortFields(fields);
+    rows->OpenQuery(statement, "COMMODITYCODE");
+    return keys(*rows);
+  };
+  const struct {
+    const char* statement;
+    const char* fields;
+    Texts keys;
+  } cases[] = {
+      {kCommodities, "[DESCRIPTION]", {"B", "A", "C"}},
+      {kCommodities, "\"DESCRIPTION\" DESC", {"C", "A", "B"}},
+      {kCommodities, "COMMODITY.DESCRIPTION", {"B", "A", "C"}},
+      {kCommodities, "dbo.COMMODITY.DESCRIPTION DESC", {"C", "A", "B"}},
+      {kCommodities, " [commodity] . [PropertyGroupID] desc , Description asc", {"C", "B", "A"}},
+      {"SELECT COMMODITYCODE FROM COMMODITY", "DESCRIPTION", {"B", "A", "C"}},
+      {"SELECT COMMODITYCODE FROM COMMODITY", "[DESCRIPTION] DESC", {"C", "A", "B"}},
+      {"SELECT COMMODITYCODE FROM COMMODITY WHERE PROPERTYGROUPID = 1", "COMMODITY.DESCRIPTION", {"B", "A"}},
+      {"SELECT C.COMMODITYCODE FROM COMMODITY C", "C.DESCRIPTION", {"B", "A", "C"}},
+      {"SELECT C.COMMODITYCODE FROM COMMODITY C, COMMODITY D WHERE C.COMMODITYCODE = D.COMMODITYCODE",
+       "D.DESCRIPTION",
+       {"B", "A", "C"}},
+  };
+  for (const auto& row : cases)
+    EXPECT_EQ(order(row.statement, row.fields), row.keys) << row.statement << " by " << row.fields;
+}
+
+TEST_F(DRecordsetTest, AQualifiedSortFieldThatTheStatementDoesNotKnowIsRefusedByTheStore) {
+  add_commodity("A", "'a'", "1");
+  EXPECT_EQ(raised_by([&] { sorted_by("UNIT.UNITCODE"); }).Number, error_number::kStatementRefused);
+  EXPECT_EQ(raised_by([&] { sorted_by("COMMODITY.[x\"; DROP TABLE COMMODITY]"); }).Number,
+            error_number::kStatementRefused);
+  EXPECT_EQ(value_of("SELECT COMMODITYCODE FROM COMMODITY"), Variant("A"));
 }
 
 TEST_F(DRecordsetTest, AColumnNamedLikeAKeywordCanBeSortedBy) {
