@@ -76,12 +76,12 @@ std::optional<std::string_view> text_as_it_stands(const LexedStatement& lexed, c
 
 struct Translation {
   StatementKind kind = StatementKind::nothing;
-  std::vector<std::string> statements;  // in the store's own SQL, `?1`... for parameters; one but for definitions
-  std::vector<Parameter> parameters;
-  std::string table;                 // the one table that is read or written; empty for a join
-  std::vector<Column> result;        // of a query; a column of type unknown is typed by its values
-  bool identified = false;           // a last column with the row's identity follows the result
-  bool depends_on_literals = false;  // holds for this very text only, not for every statement of its shape
+  std::vector<std::string> statements;  // in the store's own SQL, `?` for parameters; one but for definitions
+  std::vector<Parameter> parameters;    // in the order of their places
+  std::string table;                    // the one table that is read or written; empty for a join
+  std::vector<Column> result;           // of a query; a column of type unknown is typed by its values
+  bool identified = false;              // a last column with the row's identity follows the result
+  bool depends_on_literals = false;     // holds for this very text only, not for every statement of its shape
 };
 
 // The tables that a statement may name.

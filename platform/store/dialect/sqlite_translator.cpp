@@ -7,6 +7,34 @@
 #include "platform/store/dialect/sqlite_definitions.h"
 
 namespace mercato::store::dialect {
+namespace {
+
+// Makes each `?N` a plain `?` that is bound by its place. The engine looks every numbered one up in a list of them all,
+// so a long list of values would cost its square.
+void number_by_place(Translation& translation) {
+  std::string sql;
+  std::vector<Parameter> parameters;
+  const std::string& numbered = translation.statements.front();
+  char quote = '\0';
+  for (std::size_t i = 0; i < numbered.size(); ++i) {
+    const char c = numbered[i];
+    sql += c;
+    if (quote != '\0') {
+      if (c == quote) quote = '\0';
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    } else if (c == '?') {
+      std::size_t number = 0;
+      for (; i + 1 < numbered.size() && numbered[i + 1] >= '0' && numbered[i + 1] <= '9'; ++i)
+        number = number * 10 + static_cast<std::size_t>(numbered[i + 1] - '0');
+      parameters.push_back(translation.parameters[number - 1]);
+    }
+  }
+  translation.statements.front() = std::move(sql);
+  translation.parameters = std::move(parameters);
+}
+
+}  // namespace
 
 Translation translate_to_sqlite(const LexedStatement& lexed, const TableDirectory& tables, bool identified) {
   return SqliteTranslator(lexed, tables).translate(identified);
@@ -28,6 +56,7 @@ Translation SqliteTranslator::translate(bool identified) {
   else
     fail();
   if (!refusal_.empty()) refuse(refusal_);
+  if (!result_.parameters.empty()) number_by_place(result_);
   return std::move(result_);
 }
 

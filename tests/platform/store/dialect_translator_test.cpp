@@ -555,6 +555,23 @@ TEST_F(DialectTranslator, LongChainsAndListsAreTaken) {
   EXPECT_EQ(ids("ID IN (" + list + ")"), "2,3,4");
 }
 
+// Numbered parameters are looked up in a list of them all: a list of 40,000 codes used to cost its square.
+TEST_F(DialectTranslator, ParametersHaveNoNumbersAndAreBoundByTheirPlaces) {
+  const Translation list = store.prepare("SELECT TOP 2 ID FROM PART WHERE ID IN (7, 8) AND Name = 'x'");
+  EXPECT_EQ(std::count(list.statements.front().begin(), list.statements.front().end(), '?'), 4);
+  EXPECT_EQ(list.statements.front().find("?1"), std::string::npos);
+  std::vector<std::uint32_t> literals;
+  for (const Parameter& parameter : list.parameters) literals.push_back(parameter.literal);
+  EXPECT_EQ(literals, (std::vector<std::uint32_t>{1, 2, 3, 0}));  // the limit stands at the end
+}
+
+TEST_F(DialectTranslator, ValuesThatTheEngineWantsInAnotherOrderOrTwiceKeepTheirPlaces) {
+  EXPECT_EQ(store.one("SELECT TOP 1 CASE 'b' WHEN 'a' THEN 'first' WHEN 'b' THEN 'second' ELSE 'none' END"), "second");
+  EXPECT_EQ(store.one("SELECT CASE WHEN 'abc' LIKE 'a%' AND 'x' IN ('y', 'x') THEN 'yes' ELSE 'no' END"), "yes");
+  EXPECT_EQ(store.one("SELECT CASE WHEN CASE WHEN 'q' IN ('p', 'q') THEN 'abc' END LIKE 'ab_' THEN 1 ELSE 0 END"), "1");
+  EXPECT_EQ(store.one("SELECT 'it''s' AS \"a?1 \"\"b\" FROM PART WHERE ID = 1"), "it's");
+}
+
 TEST_F(DialectTranslator, NestingIsBounded) {
   const auto nested = [](int depth) {
     return "SELECT ID FROM PART WHERE " + std::string(static_cast<std::size_t>(depth), '(') + "ID = 1" +
