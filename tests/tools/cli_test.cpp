@@ -147,8 +147,8 @@ TEST_F(Tool, SaysWhatToDoWithoutAStoreOrWithoutTables) {
   EXPECT_EQ(run({"execute", "-"}, "DROP TABLE PRODUCT;").status, 0);
   const ToolRun empty = run({"find", "x"});
   EXPECT_EQ(empty.status, 1);
-  EXPECT_NE(empty.err.find("\nThe store has no tables yet: `mercato init` creates them.\n"), std::string::npos)
-      << empty.err;
+  EXPECT_EQ(empty.err,
+            "mercato: The store has no table PRODUCT: `mercato init` creates the tables that are missing.\n");
 }
 
 TEST_F(Tool, ReadsTheSettingsFileUnlessTheCommandLineNamesAStore) {
@@ -196,9 +196,9 @@ TEST_F(Tool, ExecutePrintsTheRowsOfQueriesAsJson) {
 }
 
 TEST_F(Tool, SaysWhatIsWrongWithACommandLine) {
-  EXPECT_NE(run({"destroy"}).err.find("The following argument was not expected: destroy"), std::string::npos);
-  EXPECT_NE(run({"product", "destroy"}).err.find("The following argument was not expected: destroy"),
-            std::string::npos);
+  EXPECT_EQ(run({"destroy"}).err, "mercato: There is no command `mercato destroy`; --help says more.\n");
+  EXPECT_EQ(run({"product", "destroy"}).err,
+            "mercato: There is no command `mercato product destroy`; --help says more.\n");
   EXPECT_EQ(run({"product"}).status, 2);
   EXPECT_NE(run({"find", "caf\xE9"}).err.find("Argument 2: is not UTF-8"), std::string::npos);
   EXPECT_EQ(run({"find", "x", "--store", ""}).status, 2);
@@ -298,8 +298,7 @@ TEST_F(Tool, UploadGoesOnBehindEveryRecordThatFails) {
   expect_counts(report, 2, 103, 0);
   EXPECT_EQ(report.at("refusals").size(), 103u);
   EXPECT_EQ(report.at("refusals").at(99).at("partNumber"), "B-100");
-  EXPECT_EQ(report.at("refusals").at(99).at("reason"),
-            "PRODUCT.PRODUCTDESCRIPTION may not be Null (NOT NULL constraint failed: PRODUCT.PRODUCTDESCRIPTION).");
+  EXPECT_EQ(report.at("refusals").at(99).at("reason"), "PRODUCT.PRODUCTDESCRIPTION may not be Null.");
   EXPECT_EQ(report.at("stoppedBy"), "");
   EXPECT_EQ(remaining_file(), "");
 }
@@ -417,7 +416,7 @@ TEST_F(Tool, FindsProductsByNumberAndDescription) {
   EXPECT_EQ(whole.at("properties").at(0), json({{"name", "COLOUR"}, {"value", "white"}}));
   const ToolRun unknown = run({"show", "99999"});
   EXPECT_EQ(unknown.status, 1);
-  EXPECT_EQ(unknown.err, "mercato: Product not present.\n");
+  EXPECT_EQ(unknown.err, "mercato: There is no product 99999.\n");
 }
 
 }  // namespace

@@ -68,7 +68,7 @@ class CommandTest : public testing::Test {
     EXPECT_EQ(whole_store(), before);
   }
   void expect_wrong_usage(const Words& arguments, const std::string& err) {
-    expect_refused(arguments, err + "\nRun with --help for more information.\n", 2);
+    expect_refused(arguments, "mercato: " + err + "; --help says more.\n", 2);
   }
   void write_file(const std::string& name, const std::string& text) { write_whole(tool_.folder() / name, text); }
 

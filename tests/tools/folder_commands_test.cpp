@@ -117,7 +117,7 @@ TEST_F(FolderCommands, TextOfTheCommandLineNeverBecomesAStatement) {
 }
 
 TEST_F(FolderCommands, WrongUsageIsToldBeforeTheStoreIsAsked) {
-  expect_wrong_usage({"folder"}, "A subcommand is required");
+  expect_wrong_usage({"folder"}, "A command is required");
   expect_wrong_usage({"folder", "list"}, "USER is required");
   expect_wrong_usage({"folder", "new", "ann"}, "NAME is required");
 }

@@ -111,7 +111,7 @@ TEST_F(MasterData, EmptyValueClearsAField) {
 }
 
 TEST_F(MasterData, UnknownProductIsNotPresentForAnyCommand) {
-  const std::string not_present = "mercato: Product not present.\n";
+  const std::string not_present = "mercato: There is no product 99.\n";
   const Words commands[] = {
       {"product", "set", "99", "PARTNUMBER=X"},
       {"product", "show", "99"},
@@ -240,9 +240,9 @@ TEST_F(MasterData, PropertyInUseIsNotDeleted) {
 }
 
 TEST_F(MasterData, UnknownPropertyIsSaidToBeMissing) {
-  expect_refused({"property", "delete", "9"}, "mercato: Property not present.\n");
+  expect_refused({"property", "delete", "9"}, "mercato: There is no property 9.\n");
   expect_refused({"property", "delete", "WIDTH"}, "mercato: There is no property WIDTH.\n");
-  expect_refused({"property", "set", "9", "--name", "X"}, "mercato: Property not present.\n");
+  expect_refused({"property", "set", "9", "--name", "X"}, "mercato: There is no property 9.\n");
   const ToolRun too_long = run({"property", "new", std::string(256, 'x')});
   EXPECT_EQ(too_long.status, 1);
   EXPECT_EQ(too_long.err.substr(0, 68), "refused: PROPERTYNAME takes at most 255 characters, not 256\nmercato:");
@@ -294,7 +294,7 @@ TEST_F(MasterData, GroupIsDeletedUnlessSomethingUsesIt) {
                  "mercato: Mercato.PropertyGroup.Delete returned False.\n");
   EXPECT_EQ(answer({"group", "delete", "1"}, 1).at("reasons").size(), 2u);
   expect_done({"group", "delete", "inks"}, "property group 2 deleted.\n");
-  expect_refused({"group", "delete", "2"}, "mercato: Property group not present.\n");
+  expect_refused({"group", "delete", "2"}, "mercato: There is no property group 2.\n");
 }
 
 TEST_F(MasterData, GroupAndPropertyThatAreMissingOrThereAlreadyAreNamed) {
@@ -306,8 +306,8 @@ TEST_F(MasterData, GroupAndPropertyThatAreMissingOrThereAlreadyAreNamed) {
   expect_refused({"group", "apply", "9"}, "mercato: There is no property group 9.\n");
   ASSERT_EQ(run({"group", "add", "pens", "TIP"}).status, 0);
   expect_refused({"group", "add", "pens", "TIP"},
-                 "refused: TIP is in pens already\nmercato: There is already a row with this key (UNIQUE constraint "
-                 "failed: PROPSBYPROPGROUP.PROPERTYGROUPID, PROPSBYPROPGROUP.PROPERTYID).\n");
+                 "refused: TIP is in pens already\nmercato: There is already a row with this key "
+                 "(PROPSBYPROPGROUP.PROPERTYGROUPID, PROPSBYPROPGROUP.PROPERTYID).\n");
 }
 
 // Prices
@@ -366,8 +366,7 @@ TEST_F(MasterData, PriceLineWithAGroupIsChangedOneWithoutIsAddedOnly) {
   expect_refused(
       line("3"),
       "refused: the price line of product 1 from 1/1/2026 up to quantity 99 is there already; a line without a "
-      "group can be added, not changed\nmercato: There is already a row with this key (UNIQUE constraint "
-      "failed: index 'UQ_CATALOGPRODUCTPRICE_PRODUCTID_PRICEEFFECTIVEDATE_QUANTITYTO_GROUPBY').\n");
+      "group can be added, not changed\nmercato: There is already a row with this key.\n");
   const std::string written = "the price line of product 1 from 1/1/2026 up to quantity 99 in group KEY written.\n";
   expect_done(line("5", {"--group", "KEY"}), written);
   expect_done(line("6", {"--group", "KEY"}), written);
@@ -415,11 +414,9 @@ TEST_F(MasterData, CategoryThatIsMissingUsedOrWithoutANameIsRefused) {
   expect_refused({"category", "delete", "Pens"},
                  "refused: 1 question still uses category 1\n"
                  "mercato: Mercato.TCatalog.DeleteProductCategory returned False.\n");
-  expect_refused({"category", "delete", "9"}, "mercato: Catalog doesn't exist.\n");
+  expect_refused({"category", "delete", "9"}, "mercato: There is no category 9.\n");
   expect_refused({"category", "set", "9", "--name", "X"}, "mercato: There is no category 9.\n");
-  expect_refused({"category", "new", ""},
-                 "mercato: PRODUCTCATEGORY.CATEGORYNAME may not be Null (NOT NULL constraint failed: "
-                 "PRODUCTCATEGORY.CATEGORYNAME).\n");
+  expect_wrong_usage({"category", "new", ""}, "NAME: it is blank");
 }
 
 // Favourites
@@ -467,7 +464,7 @@ TEST_F(MasterData, UnitIsListedAndDeletedUnlessAProductUsesIt) {
                  "refused: 2 products still use unit BX\nmercato: Mercato.TUnit.Delete returned False.\n");
   EXPECT_EQ(answer({"unit", "delete", "BX"}, 1),
             json({{"deleted", false}, {"reasons", {"2 products still use unit BX"}}}));
-  expect_refused({"unit", "delete", "QQ"}, "mercato: Unit not found.\n");
+  expect_refused({"unit", "delete", "QQ"}, "mercato: There is no unit QQ.\n");
   expect_done({"unit", "delete", "RM"}, "unit RM deleted.\n");
   expect_done({"unit", "list"}, "CODE\nBX\n");
 }
@@ -479,7 +476,7 @@ TEST_F(MasterData, TextOfTheCommandLineNeverBecomesAStatement) {
   const std::string before = whole_store();
   expect_done({"favorite", "list", hostile}, hostile + " has no favourites.\n");
   expect_done({"category", "list", "--name", hostile}, "No category has a name like this.\n");
-  expect_refused({"unit", "delete", hostile}, "mercato: Unit not found.\n");
+  expect_refused({"unit", "delete", hostile}, "mercato: There is no unit " + hostile + ".\n");
   expect_refused({"property", "delete", hostile}, "mercato: There is no property " + hostile + ".\n");
   expect_refused({"product", "new", "A3", "Paper", "USERID=" + hostile},
                  "refused: there is no user " + hostile +
@@ -494,7 +491,7 @@ TEST_F(MasterData, TextOfTheCommandLineNeverBecomesAStatement) {
 }
 
 TEST_F(MasterData, WrongUsageIsToldBeforeTheStoreIsAsked) {
-  expect_wrong_usage({"product"}, "A subcommand is required");
+  expect_wrong_usage({"product"}, "A command is required");
   expect_wrong_usage({"product", "new", "A3", "Paper", "MINORDERQTY"},
                      "PAIRS: 'MINORDERQTY' is not of the form NAME=VALUE");
   expect_wrong_usage({"product", "set", "1", "=5"}, "PAIRS: '=5' is not of the form NAME=VALUE");

@@ -268,9 +268,11 @@ TEST_F(ToolUpload, EndsWhenMoreRecordsHaveFailedThanMay) {
                                         .most_failures = 2}});
   const UploadReport report = upload.run();
   expect_counts(report, 1, 2, 2);
-  EXPECT_EQ(report.stopped_by,
-            "More than 2 records failed. Mend what they have in common, and upload the remaining file. The last one: "
-            "Incorrect syntax near 'black'n'white' (character 74).");
+  EXPECT_EQ(
+      report.stopped_by,
+      "More than 2 records failed. Mend what they have in common, and upload the remaining file. The last one: "
+      "The library could not make a statement of these values: most often one of them has a quote ('), or one that "
+      "belongs to another is missing.");
   EXPECT_EQ(remaining_part_numbers(), (std::vector<std::string>{"P-4", "P-5"}));
 }
 
@@ -309,7 +311,9 @@ TEST_F(ToolUpload, PreviewJudgesTheOthersBesideARecordThatCannotBeJudged) {
       R"({"read":4,"valid":2,"invalid":2,"records":[)"
       R"({"partNumber":"P-1","name":"About P-1","valid":true,"errors":{}},)"
       R"({"partNumber":"","name":"","valid":false,"errors":{},"reason":"It has no attribute buyfrompartnumber."},)"
-      R"({"partNumber":"P-2","name":"","valid":false,"errors":{},"reason":"Incorrect syntax near '=' (character 74)."},)"
+      R"({"partNumber":"P-2","name":"","valid":false,"errors":{},"reason":)"
+      R"("The library could not make a statement of these values: most often one of them has a quote ('), or one that )"
+      R"(belongs to another is missing."},)"
       R"({"partNumber":"P-3","name":"About P-3","valid":true,"errors":{}}]})"
       "\n");
   EXPECT_EQ(status, cli::kDoneInPart);

@@ -81,9 +81,9 @@ TEST_F(RightsCommands, OfUsersWithQuotesAndBlanksAreKept) {
   for (const Words& question : {Words{"rights", "explain", "O'Neil", "1"}, Words{"rights", "populate", "O'Neil"}}) {
     const ToolRun done = run(question);
     EXPECT_EQ(done.status, 1);
-    EXPECT_EQ(done.err.substr(0, done.err.find('\n')),
-              "refused: the library puts a user's id into its questions about rights as it stands, so that it cannot "
-              "ask for O'Neil, which has a quote");
+    EXPECT_EQ(done.err,
+              "mercato: the library puts a user's id into its statements as it stands, so that it cannot ask for "
+              "O'Neil, which has a quote.\n");
   }
   EXPECT_EQ(whole_store(), before);
   expect_done({"rights", "clear", "O'Neil"}, "1 right of O'Neil removed.\n");
@@ -105,7 +105,7 @@ TEST_F(RightsCommands, ThatMakeNoSenseAreRefused) {
   expect_wrong_usage({"rights", "assign", "ann"}, "CATALOG is required");
   expect_wrong_usage({"rights", "assign", " ", "1"}, "USER: it is blank");
   expect_wrong_usage({"rights", "clear", ""}, "USER: it is blank");
-  expect_wrong_usage({"rights"}, "A subcommand is required");
+  expect_wrong_usage({"rights"}, "A command is required");
   EXPECT_EQ(run({"rights", "explain", "ann", "five"}).status, 2);
   const ToolRun too_long = run({"rights", "assign", std::string(61, 'x'), "1"});
   EXPECT_EQ(too_long.status, 1);

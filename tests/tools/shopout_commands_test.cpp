@@ -103,7 +103,7 @@ TEST_F(ShopOutCommands, TieThatCannotBeIsRefused) {
       "refused: there is no business partner 99\nrefused: partner 1 is tied to catalogue 1 already\n" + none);
   expect_refused({"shopout", "tie", "1", "--node", "4", "3", "3"},
                  "refused: there is no node 4 in catalogue 1\nrefused: partner 3 is named twice\n" + none);
-  expect_refused({"shopout", "tie", "9", "1"}, "mercato: Catalog not present.\n");
+  expect_refused({"shopout", "tie", "9", "1"}, "mercato: There is no catalogue 9.\n");
   expect_refused({"shopout", "replace", "1", "--node", "1", "99"},
                  "refused: there is no business partner 99\nmercato: the partners stay as they were.\n");
   EXPECT_EQ(answer({"shopout", "replace", "1", "99"}, 1),
@@ -125,7 +125,7 @@ TEST_F(ShopOutCommands, TextOfTheCommandLineNeverBecomesAStatement) {
 }
 
 TEST_F(ShopOutCommands, WrongUsageIsToldBeforeTheStoreIsAsked) {
-  expect_wrong_usage({"shopout"}, "A subcommand is required");
+  expect_wrong_usage({"shopout"}, "A command is required");
   expect_wrong_usage({"shopout", "tie", "1"}, "PARTNERS is required");
   expect_wrong_usage({"shopout", "show", "40000"}, "NODE: Value 40000 not in range 1 to 32767");
   expect_wrong_usage({"shopout", "tie", "1", "40000"}, "PARTNERS: Value 40000 not in range 1 to 32767");

@@ -74,7 +74,7 @@ TEST_F(OnATerminal, ColoursAreLeftOutOnRequest) {
   EXPECT_EQ(shown_by({"preview", "records.xml", "--no-color"}), plain);
   EXPECT_EQ(shown_by({"preview", "records.xml", "--color", "never"}), plain);
   EXPECT_EQ(shown_by_shell("export NO_COLOR=1; " + tool_.command({"preview", "records.xml"})), plain);
-  EXPECT_EQ(shown_by({"show", "99999", "--no-color"}), "mercato: Product not present.\r\n");
+  EXPECT_EQ(shown_by({"show", "99999", "--no-color"}), "mercato: There is no product 99999.\r\n");
 }
 
 TEST_F(OnATerminal, NothingOfItGoesThroughAPipe) {
@@ -91,11 +91,11 @@ TEST_F(OnATerminal, NothingOfItGoesThroughAPipe) {
 
 // The failure used to be coloured whenever the output was a terminal, also on its way into a file.
 TEST_F(OnATerminal, AFailureIsColouredOnlyWhereItIsRead) {
-  EXPECT_EQ(shown_by({"show", "99999"}), "\x1b[31mmercato: \x1b[0mProduct not present.\r\n");
+  EXPECT_EQ(shown_by({"show", "99999"}), "\x1b[31mmercato: \x1b[0mThere is no product 99999.\r\n");
   EXPECT_EQ(shown_by_shell(tool_.command({"show", "99999"}) + " 2>failure"), "");
-  EXPECT_EQ(file("failure"), "mercato: Product not present.\n");
+  EXPECT_EQ(file("failure"), "mercato: There is no product 99999.\n");
   EXPECT_EQ(shown_by_shell(tool_.command({"show", "99999"}) + " >output"),
-            "\x1b[31mmercato: \x1b[0mProduct not present.\r\n");
+            "\x1b[31mmercato: \x1b[0mThere is no product 99999.\r\n");
 }
 
 TEST_F(OnATerminal, ProgressIsWrittenOverItselfAndWipedAtTheEnd) {

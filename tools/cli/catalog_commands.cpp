@@ -111,6 +111,7 @@ int insert(const NewCatalog& given, const OutputOptions& output) {
     // The library writes the empty text as it is.
     values.items.push_back(value.empty() ? Variant(kNull) : Variant(value));
   }
+  expect_no_assigned_field(kTable, fields);
   const std::int32_t id = explaining([&](const RaisedError&) { return reasons_against_write(kTable, fields, values); },
                                      [&] {
                                        return call(create_root(kWriter), "InsertCatalog", {fields, values}).to_long();
@@ -153,17 +154,6 @@ int expire(const WhichCatalog& given, const OutputOptions& output) {
                 "catalogue " + shown(catalog) + " is no longer active; " + counted(disabled, "product") + " disabled.");
 }
 
-const CLI::Validator& is_pair() {
-  static const CLI::Validator validator(
-      [](const std::string& text) {
-        const std::size_t equals = text.find('=');
-        return equals != std::string::npos && equals > 0 ? std::string()
-                                                         : "'" + text + "' is not of the form NAME=VALUE";
-      },
-      "");
-  return validator;
-}
-
 constexpr const char* kWhich = "The catalogue's id, or its name when only one has it";
 
 }  // namespace catalog_commands
@@ -191,7 +181,10 @@ void add_catalog_commands(Menu& menu) {
                   draw_catalog);
     command.add_option("CATALOG", given.catalog, kWhich)->required();
     command.add_option("--user", given.user, "Show what this user may do")->type_name("USER")->check(is_no_blank());
-    command.add_option("--depth", given.depth, "The most levels")->type_name("N")->check(is_positive());
+    command.add_option("--depth", given.depth, "The most levels")
+        ->type_name("N")
+        ->check(is_whole_number())
+        ->check(is_positive());
   }
   {
     const auto [command, given] =

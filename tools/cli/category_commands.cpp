@@ -102,7 +102,7 @@ void add_category_commands(Menu& menu) {
   {
     const auto [command, given] = group.add("new", "Create a category and print its id",
                                             "  mercato category new 'Recycled paper' --unspsc 10101010\n", insert);
-    command.add_option("NAME", given.name, "The name")->required();
+    command.add_option("NAME", given.name, "The name")->required()->check(is_no_blank());
     command.add_option("--unspsc", given.code, "The code that its products begin with")->type_name("CODE");
   }
   {

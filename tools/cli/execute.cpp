@@ -66,7 +66,7 @@ int execute(const std::string& script, const OutputOptions& output) {
         const auto line = 1 + std::count(text.data(), statement.data(), '\n');
         RaisedError error = raised.error();
         error.Description = "Statement " + std::to_string(statements + 1) + ", line " + std::to_string(line) + ": " +
-                            sentence(error) + " Nothing of the script was kept";
+                            own_sentence(error) + " Nothing of the script was kept";
         throw Raised(std::move(error));
       }
     }

@@ -8,6 +8,7 @@
 #include "tools/cli/listing.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/refusal.h"
+#include "tools/cli/rights_walk.h"
 
 namespace mercato::cli {
 namespace favorite_commands {
@@ -16,6 +17,7 @@ constexpr const char* kProgId = "Mercato.Product";
 constexpr std::int32_t kOrdinary = 0;
 constexpr std::int32_t kWarehouse = 1;
 constexpr std::int32_t kAll = -1;  // types, and folders
+constexpr std::int32_t kTopLevel = 0;
 
 struct NewFavorite {
   std::string user;
@@ -34,6 +36,12 @@ struct FavoriteUser {
   std::string user;
 };
 
+Reasons reasons_against_favorite(const std::string& user) {
+  Reasons reasons = reasons_against_user(user);
+  if (reasons.empty()) reasons = reasons_against_write("FAVORITES", Array{"USERID"}, Array{user});
+  return reasons;
+}
+
 // No call of the library lists them.
 Rows favorites_of(const std::string& user) {
   Sql sql;
@@ -47,11 +55,25 @@ Rows favorites_of(const std::string& user) {
 
 bool is_warehouse(const Dictionary& favorite) { return text_of(favorite, "WAREHOUSEFAVORITE") == "1"; }
 
+// An unknown folder would be taken, too.
+void require_folder(const std::string& user, std::int32_t folder) {
+  if (folder == kTopLevel) return;
+  Sql sql;
+  sql << "SELECT FOLDERID FROM FAVORITEFOLDERS WHERE FOLDERID = " << folder << " AND USERID = N'"
+      << value(Gen_QuoteSql(user)) << "'";
+  if (query_rows(sql).empty())
+    raise(error_number::kInvalidArgument, {}, user + " has no folder " + std::to_string(folder));
+}
+
 int add(const NewFavorite& given, const OutputOptions& output) {
+  expect_row("PRODUCT", given.product_id);  // an unknown product would be marked, too
+  require_folder(given.user, given.folder);
   const ComponentPtr products = create_root(kProgId);
-  call(products, "GetProductEx", {given.product_id});  // an unknown product would be marked, too
-  call(products, "CreateFavoriteEx",
-       {given.user, given.product_id, given.warehouse ? kWarehouse : kOrdinary, given.folder});
+  explaining([&](const RaisedError&) { return reasons_against_favorite(given.user); },
+             [&] {
+               return call(products, "CreateFavoriteEx",
+                           {given.user, given.product_id, given.warehouse ? kWarehouse : kOrdinary, given.folder});
+             });
   // One that exists raises nothing: the vote tells.
   const bool added = products->context()->vote_of_last_call() == Vote::commit;
   const std::string words = "product " + std::to_string(given.product_id) + " is " +
@@ -69,7 +91,11 @@ int remove(const WhichFavorites& given, const OutputOptions& output) {
     if (favorite->Item("PRODUCTID").to_long() == given.product_id && wanted_type && wanted_folder) ++there;
   }
   const std::int32_t type = given.warehouse ? kWarehouse : given.ordinary ? kOrdinary : kAll;
-  call(create_root(kProgId), "DeleteFavoriteEx", {given.user, given.product_id, type, given.folder});
+  explaining(
+      [&](const RaisedError&) { return reasons_against_favorite(given.user); },
+      [&] {
+        return call(create_root(kProgId), "DeleteFavoriteEx", {given.user, given.product_id, type, given.folder});
+      });
   const gateway::Json json = {{"removed", there}};
   // Deleting nothing is no failure of the library's.
   if (there == 0)
@@ -107,8 +133,8 @@ void add_favorite_commands(Menu& menu) {
   using namespace favorite_commands;
   Menu::Group group = menu.group("favorite", "Add, remove and list favourites of users");
   const auto add_common = [](CLI::App& command, std::string& user, std::int32_t& product_id) {
-    command.add_option("USER", user, "The user's id")->required();
-    command.add_option("PRODUCT", product_id, "The product's id")->required();
+    command.add_option("USER", user, "The user's id")->required()->check(is_no_blank());
+    command.add_option("PRODUCT", product_id, "The product's id")->required()->check(is_whole_number());
   };
   {
     const auto [command, given] = group.add("add", "Mark a product",
@@ -119,6 +145,7 @@ void add_favorite_commands(Menu& menu) {
     command.add_flag("--warehouse", given.warehouse, "As a warehouse favourite");
     command.add_option("--folder", given.folder, "The id of a folder; else the top level")
         ->type_name("N")
+        ->check(is_whole_number())
         ->check(is_not_negative());
   }
   {
@@ -131,12 +158,13 @@ void add_favorite_commands(Menu& menu) {
     command.add_flag("--ordinary", given.ordinary, "Ordinary favourites only")->excludes(warehouse);
     command.add_option("--folder", given.folder, "In this folder only; 0 is the top level")
         ->type_name("N")
+        ->check(is_whole_number())
         ->check(is_not_negative());
   }
   {
     const auto [command, given] =
         group.add("list", "List the favourites of a user", "  mercato favorite list MARTA.NOWAK\n", list);
-    command.add_option("USER", given.user, "The user's id")->required();
+    command.add_option("USER", given.user, "The user's id")->required()->check(is_no_blank());
   }
 }
 

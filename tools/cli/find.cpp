@@ -11,6 +11,7 @@
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
 #include "tools/cli/listing.h"
+#include "tools/cli/refusal.h"
 #include "tools/cli/terminal.h"
 #include "tools/gateway/json_values.h"
 
@@ -139,6 +140,7 @@ int find(const std::string& term, std::int32_t most, const OutputOptions& output
 }
 
 int show(std::int32_t product_id, const OutputOptions& output) {
+  expect_row("PRODUCT", product_id);
   const ComponentPtr products = create_root("Mercato.Product");
   const auto record = call(products, "GetProductEx", {product_id}).to<Dictionary>();
   // What the record of GetProductEx lacks.

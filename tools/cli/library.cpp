@@ -6,7 +6,6 @@
 #include "collaborators/grundwerk/settings.h"
 #include "platform/automation/invoke.h"
 #include "platform/store/call_limit.h"
-#include "platform/store/session_pool.h"
 #include "platform/transactions/object_context.h"
 
 namespace mercato::cli {
@@ -40,14 +39,6 @@ Variant call_without_vote(std::string_view prog_id, std::string_view method, std
   Variant result = call(object, method, arguments);
   object->context()->release();
   return result;
-}
-
-bool store_is_empty() noexcept {
-  try {
-    return store::acquire_session(connection_string())->table("PRODUCT") == nullptr;
-  } catch (...) {
-    return false;
-  }
 }
 
 }  // namespace mercato::cli

@@ -38,7 +38,4 @@ Variant call(const ComponentPtr& object, std::string_view method, std::initializ
 // the method and the commit raise.
 Variant call_without_vote(std::string_view prog_id, std::string_view method, std::initializer_list<Variant> arguments);
 
-// Whether the store answers and has no tables yet. Never raises.
-bool store_is_empty() noexcept;
-
 }  // namespace mercato::cli

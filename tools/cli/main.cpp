@@ -56,12 +56,16 @@ void add_common_options(CLI::App& app, CommandLine& line) {
   app.add_flag("--scripted", line.scripted, "rpc only: open the methods that script collaborators and clock");
   app.add_flag("--json", line.output.json, "Print one line of JSON for programs");
   app.add_flag("--no-color", line.no_color, "Print without colours");
-  app.add_option("--color", line.color, "Colours: auto (on a terminal only), always, never")
+  app.add_option_function<std::string>(
+         "--color",
+         [&line](const std::string& when) {
+           line.color = when == "always"  ? ColorChoice::always
+                        : when == "never" ? ColorChoice::never
+                                          : ColorChoice::automatic;
+         },
+         "Colours: on a terminal only (auto), always or never")
       ->type_name("WHEN")
-      ->transform(CLI::CheckedTransformer(
-          std::map<std::string, ColorChoice>{
-              {"auto", ColorChoice::automatic}, {"always", ColorChoice::always}, {"never", ColorChoice::never}},
-          CLI::ignore_case));
+      ->transform(CLI::IsMember(std::vector<std::string>{"auto", "always", "never"}, CLI::ignore_case));
 }
 
 void add_commands(Menu& menu, CommandLine& line) {
@@ -144,7 +148,9 @@ void add_commands(Menu& menu, CommandLine& line) {
                                        "  mercato show 5\n"
                                        "  mercato show --json 5\n",
                                        [](const CommandLine& given) { return show(given.product_id, given.output); });
-  show_command.add_option("ID", line.product_id, "The product's id, as `find` prints it")->required();
+  show_command.add_option("ID", line.product_id, "The product's id, as `find` prints it")
+      ->required()
+      ->check(is_whole_number());
 
   CLI::App& execute_command =
       add_command("execute", "Run the statements of a script in the library's SQL dialect, all or none",
@@ -168,7 +174,6 @@ int report(const RaisedError& error, const CommandLine& line) {
   std::cerr << alarming("mercato: ") << shown(sentence(error), 2000) << '\n';
   if (line.output.trace)
     std::cerr << "Number " << error.Number << ", source " << error.Source << ":\n" << error.Description << '\n';
-  if (store_is_empty()) std::cerr << "The store has no tables yet: `mercato init` creates them.\n";
   return kFailed;
 }
 
@@ -197,6 +202,21 @@ int run(CommandLine& line) {
     std::cerr << "mercato: " << failure.what() << '\n';
     return kFailed;
   }
+}
+
+// What is wrong with a command line, said after as much of it as was understood.
+std::string fault_of(const CLI::App& app, const CLI::ParseError& error) {
+  if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) return error.what();
+  const CLI::App* command = &app;
+  std::string words = app.get_name();
+  while (!command->get_subcommands().empty()) {
+    command = command->get_subcommands().front();
+    words += " " + command->get_name();
+  }
+  const std::string extra = app.remaining(true).front();
+  if (extra.starts_with("-")) return "`" + words + "` has no option " + extra;
+  if (!command->get_subcommands(nullptr).empty()) return "There is no command `" + words + " " + extra + "`";
+  return "'" + extra + "' is more than `" + words + "` takes";
 }
 
 // Output that is lost is a failure, unless whoever reads it has had enough.
@@ -247,18 +267,19 @@ int main(int count, char** texts) {
       if (!mercato::text::is_valid(texts[number]))
         throw CLI::ValidationError("Argument " + std::to_string(number), "is not UTF-8");
     app.parse(count, texts);
-    if (!line.command) throw CLI::RequiredError::Subcommand(1);
+    if (!line.command) throw CLI::RequiredError("A command");
     const CLI::App* command = app.get_subcommands().front();
     line.arguments = command->remaining();
     std::erase(line.arguments, "--");
     for (const std::string& argument : line.arguments)
       if (argument.starts_with("--"))
-        throw CLI::ExtrasError(
-            "call", {argument + " (a text argument that begins so is written as JSON: '\"" + argument + "\"')"});
+        throw CLI::ValidationError(argument, "an argument that begins so is a text in JSON: '\"" + argument + "\"'");
     if (line.scripted && command->get_name() != "rpc")
       throw CLI::ValidationError("--scripted", "is for `mercato rpc` only");
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kDone : kUsage;
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error);  // help
+    std::cerr << alarming("mercato: ") << shown(fault_of(app, error), 2000) << "; --help says more.\n";
+    return kUsage;
   }
   return status_of_output(run(line));
 }

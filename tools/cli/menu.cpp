@@ -6,10 +6,10 @@
 namespace mercato::cli {
 namespace {
 
-CLI::Validator is_number(bool (*good)(double), const char* description) {
+CLI::Validator is_number_that(bool (*good)(double), const char* description) {
   return {[good, description](const std::string& text) {
             const auto number = text::parse_number(text);
-            return number && good(*number) ? std::string() : "'" + text + "' is no number " + description;
+            return number && good(*number) ? std::string() : "'" + text + "' is no number" + description;
           },
           ""};
 }
@@ -31,6 +31,33 @@ CLI::App& Menu::add(CLI::App& parent, const char* name, const char* description,
   return *added;
 }
 
+const CLI::Validator& is_pair() {
+  static const CLI::Validator validator(
+      [](const std::string& text) {
+        const std::size_t equals = text.find('=');
+        return equals != std::string::npos && equals > 0 ? std::string()
+                                                         : "'" + text + "' is not of the form NAME=VALUE";
+      },
+      "");
+  return validator;
+}
+
+const CLI::Validator& is_whole_number() {
+  static const CLI::Validator validator(
+      [](const std::string& text) {
+        std::int32_t number = 0;
+        return CLI::detail::lexical_cast(text, number) ? std::string()
+                                                       : "'" + text + "' is no whole number up to 2147483647";
+      },
+      "");
+  return validator;
+}
+
+const CLI::Validator& is_number() {
+  static const CLI::Validator validator = is_number_that([](double) { return true; }, "");
+  return validator;
+}
+
 const CLI::Validator& is_date() {
   static const CLI::Validator validator(
       [](const std::string& text) {
@@ -41,12 +68,12 @@ const CLI::Validator& is_date() {
 }
 
 const CLI::Validator& is_positive() {
-  static const CLI::Validator validator = is_number([](double number) { return number > 0; }, "above 0");
+  static const CLI::Validator validator = is_number_that([](double number) { return number > 0; }, " above 0");
   return validator;
 }
 
 const CLI::Validator& is_not_negative() {
-  static const CLI::Validator validator = is_number([](double number) { return number >= 0; }, "of 0 or more");
+  static const CLI::Validator validator = is_number_that([](double number) { return number >= 0; }, " of 0 or more");
   return validator;
 }
 

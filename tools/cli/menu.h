@@ -81,6 +81,12 @@ void add_catalog_commands(Menu& menu);
 void add_rights_commands(Menu& menu);
 void add_unspsc_commands(Menu& menu);
 
+// NAME=VALUE.
+const CLI::Validator& is_pair();
+// A whole number of 32 bits, as ids are.
+const CLI::Validator& is_whole_number();
+// Any number.
+const CLI::Validator& is_number();
 // A date as the library takes it.
 const CLI::Validator& is_date();
 // A text with more in it than blanks.

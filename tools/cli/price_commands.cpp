@@ -45,11 +45,11 @@ Date date_of(const std::string& text) { return *Date::parse(text); }  // the com
 std::string quantity_text(double quantity) { return text::number_text(quantity); }
 
 // The lines of an unknown product would be listed, and written, too.
-void require_product(const ComponentPtr& products, std::int32_t id) { call(products, "GetProductEx", {id}); }
+void require_product(std::int32_t id) { expect_row("PRODUCT", id); }
 
 int list(const PricedProduct& given, const OutputOptions& output) {
+  require_product(given.id);
   const ComponentPtr products = create_root(kProgId);
-  require_product(products, given.id);
   gateway::Json lines = gateway::Json::array();
   Table table({"FROM", "UNTIL", "TO QUANTITY", "GROUP", "PRICE", "CURRENCY", "DISCOUNT %", "DISCOUNT", "TAX %"});
   call(products, "GetProductPriceLines", {given.id})
@@ -68,8 +68,8 @@ int list(const PricedProduct& given, const OutputOptions& output) {
 }
 
 int set(const PriceLine& given, const OutputOptions& output) {
+  require_product(given.id);
   const ComponentPtr products = create_root(kProgId);
-  require_product(products, given.id);
   const Date from = date_of(given.from);
   Array fields{"CURRENCYCODE", "PRICE"};
   Array values{given.currency, given.price};
@@ -105,6 +105,7 @@ int set(const PriceLine& given, const OutputOptions& output) {
 }
 
 int price_for(const PriceQuestion& given, const OutputOptions& output) {
+  require_product(given.id);
   const Date date = given.date.empty() ? Date(std::floor(clock::now().days())) : date_of(given.date);
   const auto attributes =
       call(create_root(kProgId), "getCatalogPriceAttributes", {given.id, date, given.currency, given.quantity})
@@ -132,7 +133,7 @@ void add_price_commands(Menu& menu) {
                                             "  mercato price list 1\n"
                                             "The freight is not among what the library lists; `price for` tells it.\n",
                                             list);
-    command.add_option("ID", given.id, "The product's id")->required();
+    command.add_option("ID", given.id, "The product's id")->required()->check(is_whole_number());
   }
   {
     const auto [command, given] = group.add(
@@ -144,7 +145,7 @@ void add_price_commands(Menu& menu) {
         "A line is known by product, date, quantity and group. With a group a line that is there is changed; without\n"
         "one a line can be added only. Dates are 2026-07-01, 7/1/2026 (month first) or \"1 July 2026\".\n",
         set);
-    command.add_option("ID", given.id, "The product's id")->required();
+    command.add_option("ID", given.id, "The product's id")->required()->check(is_whole_number());
     command.add_option("--from", given.from, "The first day")->type_name("DATE")->check(is_date())->required();
     command.add_option("--until", given.until, "The last day")->type_name("DATE")->check(is_date());
     command.add_option("--to-quantity", given.to_quantity, "The largest quantity that it holds for")
@@ -153,7 +154,7 @@ void add_price_commands(Menu& menu) {
         ->required();
     command.add_option("--currency", given.currency, "The code of its currency")->type_name("CODE")->required();
     const auto add_number = [&command = command](const char* name, std::string& number, const char* description) {
-      return command.add_option(name, number, description)->type_name("X")->check(CLI::Number);
+      return command.add_option(name, number, description)->type_name("X")->check(is_number());
     };
     add_number("--price", given.price, "The price of one")->required();
     add_number("--discount-percent", given.discount_percent, "Discount in percent, rounded to two decimals");
@@ -168,7 +169,7 @@ void add_price_commands(Menu& menu) {
                                             "  mercato price for 1 --quantity 40 --currency USD --date 2026-09-01\n"
                                             "Exit status 1 when no line holds.\n",
                                             price_for);
-    command.add_option("ID", given.id, "The product's id")->required();
+    command.add_option("ID", given.id, "The product's id")->required()->check(is_whole_number());
     command.add_option("--quantity", given.quantity, "The quantity")->type_name("N")->check(is_positive())->required();
     command.add_option("--currency", given.currency, "The code of the currency wanted")->type_name("CODE")->required();
     command.add_option("--date", given.date, "The day; else today")->type_name("DATE")->check(is_date());

@@ -43,7 +43,7 @@ Fault fault_of(const RaisedError& failure) {
   const std::string words = sentence(failure);
   switch (failure.Number) {
     case error_number::kConstraintViolated:
-      if (words.find("UNIQUE") == std::string::npos) break;
+      if (own_sentence(failure).find("UNIQUE") == std::string::npos) break;
       return {
           {},
           {},

@@ -52,17 +52,6 @@ Pair split_pair(const std::string& text) {
   return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
-const CLI::Validator& is_pair() {
-  static const CLI::Validator validator(
-      [](const std::string& text) {
-        const std::size_t equals = text.find('=');
-        return equals != std::string::npos && equals > 0 ? std::string()
-                                                         : "'" + text + "' is not of the form NAME=VALUE";
-      },
-      "");
-  return validator;
-}
-
 struct FieldValues {
   Array fields;
   Array values;
@@ -106,6 +95,7 @@ int insert(const NewProduct& given, const OutputOptions& output) {
     const Pair pair = split_pair(text);
     row.add(text::to_upper(pair.name), pair.value);
   }
+  expect_no_assigned_field(kTable, row.fields);
   const std::int32_t id =
       explaining([&](const RaisedError&) { return reasons_against_write(kTable, row.fields, row.values); },
                  [&] {
@@ -130,6 +120,7 @@ Reasons reasons_against_update(const FieldValues& row) {
 Variant no_value_of(std::string_view field) { return field == "PROPERTYGROUPID" ? Variant(-1) : Variant(kNull); }
 
 int update(const ProductPairs& given, const OutputOptions& output) {
+  expect_row(kTable, given.id);
   const ComponentPtr products = create_root(kProgId);
   FieldValues row;
   for (const std::string& text : given.pairs) {
@@ -137,6 +128,7 @@ int update(const ProductPairs& given, const OutputOptions& output) {
     const std::string field = text::to_upper(pair.name);
     row.add(field, pair.value.empty() ? no_value_of(field) : Variant(pair.value));
   }
+  expect_no_assigned_field(kTable, row.fields);
   // Where category links follow the codes, an update without UNSPSCCODE takes the code for cleared, and the product out
   // of its categories: the present one goes along.
   if (!row.has("UNSPSCCODE")) {
@@ -154,9 +146,8 @@ int show_one(const ProductId& given, const OutputOptions& output) { return show(
 
 // Disable and Enable take an unknown id for done.
 int set_visibility(std::int32_t id, const char* method, bool disabled, const OutputOptions& output) {
-  const ComponentPtr products = create_root(kProgId);
-  call(products, "GetProductEx", {id});  // raises when there is no such product
-  call(products, method, {id});
+  expect_row(kTable, id);
+  call(create_root(kProgId), method, {id});
   return answer(output, {{"id", id}, {"disabled", disabled}}, named(id) + (disabled ? " disabled." : " enabled."));
 }
 int disable(const ProductId& given, const OutputOptions& output) {
@@ -171,8 +162,8 @@ int remove(const ProductId& given, const OutputOptions& output) {
 }
 
 int check(const OrderQuantity& given, const OutputOptions& output) {
+  expect_row(kTable, given.id);  // an unknown product has no quantity that fits
   const ComponentPtr products = create_root(kProgId);
-  call(products, "GetProductEx", {given.id});  // an unknown product has no quantity that fits
   const bool fits = call(products, "CheckLotSize", {given.id, given.quantity}).to_boolean();
   const double minimum = call(products, "getMinOrderQty", {given.id}).to_double();
   const double multiple = call(products, "getMultipleOf", {given.id}).to_double();
@@ -208,8 +199,8 @@ int list_properties(const ComponentPtr& products, std::int32_t id, const OutputO
 }
 
 int set_properties(const ProductPairs& given, const OutputOptions& output) {
+  expect_row(kTable, given.id);  // values of nothing would be written, too
   const ComponentPtr products = create_root(kProgId);
-  call(products, "GetProductEx", {given.id});  // values of nothing would be written, too
   if (given.pairs.empty()) return list_properties(products, given.id, output);
 
   struct Change {
@@ -245,7 +236,7 @@ CLI::Option* add_pairs(CLI::App& command, std::vector<std::string>& pairs, const
 }
 
 void add_id(CLI::App& command, std::int32_t& id) {
-  command.add_option("ID", id, "The product's id, as `find` prints it")->required();
+  command.add_option("ID", id, "The product's id, as `find` prints it")->required()->check(is_whole_number());
 }
 
 }  // namespace product_commands
@@ -303,7 +294,10 @@ void add_product_commands(Menu& menu) {
                   "Exit status 1 when it does not fit.\n",
                   check);
     add_id(command, given.id);
-    command.add_option("--quantity", given.quantity, "The quantity to order")->type_name("N")->required();
+    command.add_option("--quantity", given.quantity, "The quantity to order")
+        ->type_name("N")
+        ->check(is_positive())
+        ->required();
   }
   {
     const auto [command, given] = group.add("properties", "Set properties of a product, or list them",

@@ -100,6 +100,7 @@ int update_property(const PropertyChange& given, const OutputOptions& output) {
   add("DATATYPE", given.type);
   add("DEFAULTVALUE", given.default_value);
   const std::int32_t id = id_of(kProperties, given.property);
+  expect_row("PROPERTY", id);
   const bool updated =
       explaining([&](const RaisedError&) { return reasons_against_write("PROPERTY", fields, values); },
                  [&] {
@@ -213,7 +214,7 @@ void add_properties(Menu& menu) {
                                             "  mercato property new GRAMMAGE --type number --external\n"
                                             "Values of an external property survive a change of the product's group.\n",
                                             insert_property);
-    command.add_option("NAME", given.name, "The name; it need not be the only one")->required();
+    command.add_option("NAME", given.name, "The name; it need not be the only one")->required()->check(is_no_blank());
     add_type(command, given.type, "What its values are; text when it is not given");
     command.add_option("--default", given.default_value, "What a product gets with its group")->type_name("VALUE");
     command.add_flag("--external", given.external, "No group owns it");
@@ -246,7 +247,7 @@ void add_groups(Menu& menu) {
   {
     const auto [command, given] = group.add("new", "Create a property group and print its id",
                                             "  mercato group new 'Copy paper'\n", insert_group);
-    command.add_option("NAME", given.which, "The name; it need not be the only one")->required();
+    command.add_option("NAME", given.which, "The name; it need not be the only one")->required()->check(is_no_blank());
   }
   group.add("list", "List the property groups with their properties", "  mercato group list\n", list_groups);
   {

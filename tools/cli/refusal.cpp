@@ -13,6 +13,7 @@
 #include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/listing.h"
+#include "tools/cli/sentence.h"
 #include "tools/cli/terminal.h"
 
 namespace mercato::cli {
@@ -35,6 +36,7 @@ constexpr Noun kNouns[] = {
     {"PROPERTY", "property", "properties"},
     {"PROPERTYGROUP", "property group", "property groups"},
     {"COMMODITY", "commodity", "commodities"},
+    {"CATALOG", "catalogue", "catalogues"},
     {"UNIT", "unit", "units"},
     {"HAZARDOUSCLASS", "hazardous class", "hazardous classes"},
     {"UNSPSCCODES", "UNSPSC code", "UNSPSC codes"},
@@ -110,6 +112,14 @@ std::string dangling(std::string_view table, const store::Column& column, const 
   return {};
 }
 
+// A copy: other questions run on the same store.
+std::optional<store::TableInfo> table_of(std::string_view table) {
+  const auto session = store::acquire_session(connection_string());
+  const store::TableInfo* found = session->table(table);
+  if (!found) return std::nullopt;
+  return *found;
+}
+
 }  // namespace
 
 Reasons reasons_against_delete(std::string_view table, const Variant& key) {
@@ -126,13 +136,7 @@ Reasons reasons_against_delete(std::string_view table, const Variant& key) {
 }
 
 Reasons reasons_against_write(std::string_view table, const Array& fields, const Array& values) {
-  // A copy: the checker's questions run on the same store.
-  const auto info = [&]() -> std::optional<store::TableInfo> {
-    const auto session = store::acquire_session(connection_string());
-    const store::TableInfo* found = session->table(table);
-    if (!found) return std::nullopt;
-    return *found;
-  }();
+  const std::optional<store::TableInfo> info = table_of(table);
   if (!info) return {};
   Reasons reasons;
   for (std::int32_t index = fields.lower; index <= fields.upper(); ++index) {
@@ -148,6 +152,38 @@ Reasons reasons_against_write(std::string_view table, const Array& fields, const
     if (!reason.empty()) reasons.push_back(std::move(reason));
   }
   return reasons;
+}
+
+void expect_row(std::string_view table, const Variant& key) {
+  const std::optional<store::TableInfo> info = table_of(table);
+  if (!info || info->key.size() != 1) return;
+  const store::Column& column = info->columns[info->key.front()];
+  Sql sql;
+  sql << "SELECT " << name(column.name) << " FROM " << name(table) << " WHERE " << name(column.name) << " = ";
+  if (column.type == store::ColumnType::text)
+    sql << "N'" << value(Gen_QuoteSql(key.to_text())) << "'";
+  else
+    sql << key.to_long();
+  if (query_rows(sql).empty())
+    raise(error_number::kInvalidArgument, {}, "There is no " + noun_of(table) + " " + key.to_text());
+}
+
+void expect_no_assigned_field(std::string_view table, const Array& fields) {
+  const std::optional<store::TableInfo> info = table_of(table);
+  if (!info) return;
+  for (const Variant& field : fields.items)
+    if (const auto position = info->find(field.to_text()); position && info->columns[*position].assigned)
+      raise(error_number::kInvalidArgument, {}, "The store gives out " + field.to_text() + " itself: leave it out");
+}
+
+RaisedError told_with(const RaisedError& error, const Reasons& reasons) {
+  if (error.Number != error_number::kStatementRefused || reasons.empty()) {
+    print_reasons(reasons);
+    return error;
+  }
+  std::string words;
+  for (const std::string& reason : reasons) words += (words.empty() ? "" : "; ") + reason;
+  return told_as(error, words);
 }
 
 void print_reasons(const Reasons& reasons) {
@@ -166,6 +202,7 @@ int refuse(const OutputOptions& output, gateway::Json values, const std::string&
 }
 
 int delete_row(const Deletion& deletion, const OutputOptions& output) {
+  expect_row(deletion.table, deletion.key);
   const auto reasons = [&] { return reasons_against_delete(deletion.table, deletion.key); };
   const bool deleted =
       explaining([&](const RaisedError&) { return reasons(); },

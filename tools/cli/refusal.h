@@ -1,6 +1,6 @@
 // Why the library refuses, in words. It looks up what the library and its reference checker went by, and changes
-// nothing. The library's own words are never replaced: the reasons are printed in front of them, each on a line of
-// standard error that begins with "refused: ". Main thread.
+// nothing. The reasons are printed in front of the library's own words, each on a line of standard error that begins
+// with "refused: ". Main thread.
 #pragma once
 
 #include <string>
@@ -22,19 +22,29 @@ Reasons reasons_against_delete(std::string_view table, const Variant& key);
 // nothing ("there is no business partner 99").
 Reasons reasons_against_write(std::string_view table, const Array& fields, const Array& values);
 
-void print_reasons(const Reasons& reasons);
+// These raise 5 with a sentence, before the library is asked.
+// "There is no unit QQ", when no row of the table has this key.
+void expect_row(std::string_view table, const Variant& key);
+// When one of the fields is a key that the store gives out.
+void expect_no_assigned_field(std::string_view table, const Array& fields);
 
-// Runs the work. When it raises, the reasons that `explain` finds for the failure are printed before it goes on.
+void print_reasons(const Reasons& reasons);
+// The failure to go on with, once the reasons are told: they are printed, or take the place of words about a statement,
+// which say nothing to whoever wrote none.
+RaisedError told_with(const RaisedError& error, const Reasons& reasons);
+
+// Runs the work. When it raises, the reasons that `explain` finds for the failure are told with it.
 template <class Work, class Explain>
 auto explaining(Explain explain, Work work) {
   try {
     return work();
   } catch (const Raised& raised) {
+    Reasons reasons;
     try {
-      print_reasons(explain(raised.error()));
+      reasons = explain(raised.error());
     } catch (const Raised&) {  // it is the failure itself that has to be told
     }
-    throw;
+    throw Raised(told_with(raised.error(), reasons));
   }
 }
 

@@ -303,7 +303,7 @@ void add_rights_commands(Menu& menu) {
                   "catalogue, lets the user order. Profiles do not count. Node ids are those of `catalog tree`.\n",
                   explain);
     command.add_option("USER", given.user, "The user's id")->required()->check(is_no_blank());
-    command.add_option("NODE", given.node, "The node's id")->required();
+    command.add_option("NODE", given.node, "The node's id")->required()->check(is_whole_number());
   }
   {
     const auto [command, given] =

@@ -80,8 +80,8 @@ RightsWalk walk_rights(NodeTree& tree, const std::string& user, std::int32_t nod
 
 std::vector<std::string> reasons_against_user(const std::string& user) {
   if (user.find('\'') == std::string::npos) return {};
-  return {"the library puts a user's id into its questions about rights as it stands, so that it cannot ask for " +
-          user + ", which has a quote"};
+  return {"the library puts a user's id into its statements as it stands, so that it cannot ask for " + user +
+          ", which has a quote"};
 }
 
 }  // namespace mercato::cli

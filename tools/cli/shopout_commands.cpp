@@ -157,7 +157,7 @@ std::vector<std::int32_t> partners_at(const Place& place) {
 
 // The library ties whatever it is given.
 Reasons reasons_against_ties(const Partners& given) {
-  call(create_root(kReader), "GetCatalog", {given.place.catalog});  // raises for one that is not there
+  expect_row("CATALOG", given.place.catalog);
   Reasons reasons;
   if (given.place.node != kNoNode) {
     Sql sql;
@@ -194,6 +194,7 @@ int partners(const Place& given, const OutputOptions& output) {
     table.add({std::to_string(id), is_known ? shown(text_of(*partner->second, "BUSINESSID"), 30) : "",
                is_known ? shown(text_of(*partner->second, "PARTNERNAME")) : ""});
   }
+  if (table.empty()) expect_row("CATALOG", given.catalog);
   return answer_list(output, "partners", std::move(json), table, "No partner is tied to " + named(given) + ".");
 }
 
@@ -223,6 +224,8 @@ int replace(const Partners& given, const OutputOptions& output) {
 
 int untie(const Place& given, const OutputOptions& output) {
   const std::size_t present = partners_at(given).size();
+  // What a catalogue that is gone has left can be untied.
+  if (present == 0) expect_row("CATALOG", given.catalog);
   const bool deleted = call_without_vote(kWriter, "DeleteCatalogNodeByBP", {given.node, given.catalog}).to_boolean();
   const gateway::Json json = {{"untied", deleted ? present : 0}};
   // The library does not tell why.
@@ -265,7 +268,7 @@ void add_shopout_commands(Menu& menu) {
                                             "  mercato shopout account CHLOE.MERCIER 11\n"
                                             "  mercato shopout account CHLOE.MERCIER 11 --password\n",
                                             account);
-    command.add_option("USER", given.user, "The user's id")->required();
+    command.add_option("USER", given.user, "The user's id")->required()->check(is_no_blank());
     add_node(command, given.node);
     command.add_flag("--password", given.password, "Print the password, too");
   }

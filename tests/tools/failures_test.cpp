@@ -1,0 +1,325 @@
+// What a user sees when a command fails: one line that says what is wrong, where, and what to do. Every command of the
+// tool has its place in these tables.
+#include <filesystem>
+#include <set>
+#include <sstream>
+
+#include "tests/tools/command_fixture.h"
+
+namespace mercato::test {
+namespace {
+
+constexpr const char* kSeed = R"(
+INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('BX', 'Box');
+INSERT INTO CURRENCY (CURRENCYCODE) VALUES ('EUR');
+INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, UNITCODE) VALUES ('A1', 'Pen', 'BX');
+INSERT INTO PROPERTY (PROPERTYNAME, DATATYPE) VALUES ('COLOUR', 1);
+INSERT INTO PROPERTYGROUP (PROPERTYGROUPNAME) VALUES ('pens');
+INSERT INTO PROPSBYPROPGROUP (PROPERTYGROUPID, PROPERTYID) VALUES (1, 1);
+INSERT INTO PRODUCTCATEGORY (CATEGORYNAME) VALUES ('Writing');
+INSERT INTO FAVORITEFOLDERS (USERID, FOLDERNAME) VALUES ('ann', 'Desk');
+INSERT INTO CATALOG (CATALOGNAME, ACTIVE) VALUES ('House', 1);
+INSERT INTO CATALOGNODE (CATALOGID, NODENAME) VALUES (1, 'Office');
+)";
+
+const std::string kLong(300, 'x');
+const std::string kNoWholeNumber = "' is no whole number up to 2147483647; --help says more.\n";
+const std::string kQuotedUser =
+    "mercato: the library puts a user's id into its statements as it stands, so that it cannot ask for O'Neil, which "
+    "has a quote.\n";
+
+struct Failure {
+  Words command;
+  std::string err;
+  int status = 1;
+};
+
+const std::vector<Failure>& failures() {
+  static const std::vector<Failure> failures = {
+      // The command line
+      {{}, "mercato: A command is required; --help says more.\n", 2},
+      {{"nosuch"}, "mercato: There is no command `mercato nosuch`; --help says more.\n", 2},
+      {{"product"}, "mercato: A command is required; --help says more.\n", 2},
+      {{"product", "nosuch"}, "mercato: There is no command `mercato product nosuch`; --help says more.\n", 2},
+      {{"find", "a", "--nope"}, "mercato: `mercato find` has no option --nope; --help says more.\n", 2},
+      {{"--color", "purple", "find", "a"},
+       "mercato: --color: purple not in {auto,always,never}; --help says more.\n",
+       2},
+      {{"find", "a", "--scripted"}, "mercato: --scripted: is for `mercato rpc` only; --help says more.\n", 2},
+      {{"find", "a", "--store", " "}, "mercato: --store: it is blank; --help says more.\n", 2},
+      {{"init", "x"}, "mercato: 'x' is more than `mercato init` takes; --help says more.\n", 2},
+      {{"version", "x"}, "mercato: 'x' is more than `mercato version` takes; --help says more.\n", 2},
+      {{"rpc", "x"}, "mercato: 'x' is more than `mercato rpc` takes; --help says more.\n", 2},
+      {{"property", "list", "x"}, "mercato: 'x' is more than `mercato property list` takes; --help says more.\n", 2},
+      {{"group", "list", "x"}, "mercato: 'x' is more than `mercato group list` takes; --help says more.\n", 2},
+      {{"category", "list", "x"}, "mercato: 'x' is more than `mercato category list` takes; --help says more.\n", 2},
+      {{"shopout", "list", "x"}, "mercato: 'x' is more than `mercato shopout list` takes; --help says more.\n", 2},
+      {{"unit", "list", "x"}, "mercato: 'x' is more than `mercato unit list` takes; --help says more.\n", 2},
+      {{"catalog", "list", "x"}, "mercato: 'x' is more than `mercato catalog list` takes; --help says more.\n", 2},
+      {{"folder", "list"}, "mercato: USER is required; --help says more.\n", 2},
+      {{"favorite", "list", ""}, "mercato: USER: it is blank; --help says more.\n", 2},
+      {{"rights", "show", " "}, "mercato: USER: it is blank; --help says more.\n", 2},
+      {{"rights", "clear", ""}, "mercato: USER: it is blank; --help says more.\n", 2},
+
+      // The settings and the store
+      {{"find", "a", "--config", "nowhere.toml"}, "mercato: The settings file 'nowhere.toml' cannot be read.\n", 2},
+      {{"find", "a", "--config", "folder"}, "mercato: The settings file 'folder' cannot be read.\n", 2},
+      {{"find", "a", "--config", "unknown.toml"}, "mercato: unknown.toml, line 1: unknown key 'shop'.\n", 2},
+      {{"find", "a", "--config", "limit.toml"},
+       "mercato: limit.toml, line 2: 'call_seconds' has to be a number of seconds, 0 or more.\n",
+       2},
+      {{"find", "a", "--store", "Provider=Nope;Data Source=x"},
+       "mercato: There is no store provider 'Nope'. Known providers: SQLite.\n"},
+      {{"find", "a", "--store", "nonsense"},
+       "mercato: The connection string has no Data Source. It has to name the store file.\n"},
+      {{"find", "a", "--store", "Data Source=nowhere.db"},
+       "mercato: There is no store at 'nowhere.db'. Create it with `mercato init`, or correct Data Source.\n"},
+      {{"init", "--store", "Data Source=nowhere/x.db"},
+       "mercato: There is no folder 'nowhere' for the store 'nowhere/x.db'. Create it, or correct Data Source.\n"},
+      {{"init", "--store", "Data Source=folder"}, "mercato: 'folder' is a folder, not a store. Correct Data Source.\n"},
+      {{"find", "a", "--store", "Data Source=empty.db"},
+       "mercato: The store has no table PRODUCT: `mercato init` creates the tables that are missing.\n"},
+      {{"catalog", "tree", "1", "--store", "Data Source=empty.db"},
+       "mercato: The store has no table CATALOG: `mercato init` creates the tables that are missing.\n"},
+
+      // Documents and scripts
+      {{"preview", "nowhere.xml"}, "mercato: Cannot read the file \"nowhere.xml\": No such file or directory.\n"},
+      {{"preview", "folder"}, "mercato: Cannot read the file \"folder\": Is a directory.\n"},
+      {{"preview", "text.txt"},
+       "mercato: The document \"text.txt\" cannot be loaded: Line 1, column 1: text stands outside the root "
+       "element.\n"},
+      {{"preview", "gopher://x/y"}, "mercato: Cannot fetch \"gopher://x/y\": only http, https and file are fetched.\n"},
+      {{"upload", "nowhere.xml"}, "mercato: Cannot read the file \"nowhere.xml\": No such file or directory.\n"},
+      {{"upload", "text.txt", "--on-errors", "perhaps"},
+       "mercato: --on-errors: perhaps not in {write,skip}; --help says more.\n",
+       2},
+      {{"prices", "preview", "nowhere.xml"},
+       "mercato: Cannot read the file \"nowhere.xml\": No such file or directory.\n"},
+      {{"prices", "upload", "folder"}, "mercato: Cannot read the file \"folder\": Is a directory.\n"},
+      {{"execute", "nowhere.sql"}, "mercato: Cannot read the file \"nowhere.sql\": No such file or directory.\n"},
+      {{"execute", "text.txt"},
+       "mercato: Statement 1, line 1: Incorrect syntax near 'hello' (character 1). Nothing of the script was kept.\n"},
+      {{"execute", "doubled.sql"},
+       "mercato: Statement 1, line 1: There is already a row with this key (UNIT.UNITCODE). Nothing of the script was "
+       "kept.\n"},
+      {{"unspsc", "load"}, "mercato: FILE is required; --help says more.\n", 2},
+      {{"unspsc", "tree", "99"}, "mercato: There is no UNSPSC code 99.\n"},
+      {{"catalog", "load", "nowhere.csv", "--name", "X"},
+       "mercato: Cannot read the file \"nowhere.csv\": No such file or directory.\n"},
+      {{"catalog", "load", "text.txt", "--name", "X"},
+       "mercato: The first line of the file has no column for the id of a node; name it with --id-column, or put "
+       "commas "
+       "between the columns if it has others.\n"},
+
+      // Calls
+      {{"call", "Mercato.Product"}, "mercato: METHOD is required; --help says more.\n", 2},
+      {{"call", "Mercato.Product", "GetGTIN", "--text"},
+       "mercato: --text: an argument that begins so is a text in JSON: '\"--text\"'; --help says more.\n",
+       2},
+      {{"describe", "Mercato.Nobody"}, "{\"code\":-32602,\"message\":\"Nobody answers to 'Mercato.Nobody'\"}\n"},
+
+      // Products
+      {{"find"}, "mercato: TERM is required; --help says more.\n", 2},
+      {{"find", "a", "--limit", "0"}, "mercato: --limit: Value 0 not in range 1 to 32000; --help says more.\n", 2},
+      {{"show", "9"}, "mercato: There is no product 9.\n"},
+      {{"show", "-1"}, "mercato: There is no product -1.\n"},
+      {{"show", "five"}, "mercato: ID: 'five" + kNoWholeNumber, 2},
+      {{"show", "99999999999"}, "mercato: ID: '99999999999" + kNoWholeNumber, 2},
+      {{"product", "show", "9"}, "mercato: There is no product 9.\n"},
+      {{"product", "new", "A2"}, "mercato: DESCRIPTION is required; --help says more.\n", 2},
+      {{"product", "new", "A2", "Ink", "PRODUCTID=5"},
+       "mercato: The store gives out PRODUCTID itself: leave it out.\n"},
+      {{"product", "new", "A2", "Ink", "BUSINESSPARTNERID=9"},
+       "refused: there is no business partner 9\n"
+       "mercato: The product record you are trying to insert has an invalid reference to another record.\n"},
+      {{"product", "new", "A2", "Ink", "PRODUCTEXPIRYDATE=2026-13-45"},
+       "refused: PRODUCTEXPIRYDATE takes a date such as 2026-07-01 or 7/1/2026, not '2026-13-45'\n"
+       "mercato: Type mismatch.\n"},
+      {{"product", "new", kLong, "Ink"},
+       "refused: PARTNUMBER takes at most 50 characters, not 300\n"
+       "mercato: The value is too long: column PRODUCT.PARTNUMBER takes at most 50 characters.\n"},
+      {{"product", "set", "9", "PARTNUMBER=X"}, "mercato: There is no product 9.\n"},
+      {{"product", "set", "-1", "PARTNUMBER=X"}, "mercato: There is no product -1.\n"},
+      {{"product", "set", "1", "productid=2"}, "mercato: The store gives out PRODUCTID itself: leave it out.\n"},
+      {{"product", "set", "1", "PARTNUMBER="},
+       "refused: PARTNUMBER is empty\nmercato: PRODUCT.PARTNUMBER may not be Null.\n"},
+      {{"product", "set", "1", "MINORDERQTY=ten"},
+       "refused: MINORDERQTY takes a number, not 'ten'\nmercato: Type mismatch.\n"},
+      {{"product", "set", "1", "NOPE=1"},
+       "refused: there is no field NOPE\nmercato: Item cannot be found in the collection corresponding to the "
+       "requested "
+       "name or ordinal: NOPE.\n"},
+      {{"product", "set", "1", "NOPE"}, "mercato: PAIRS: 'NOPE' is not of the form NAME=VALUE; --help says more.\n", 2},
+      {{"product", "disable", "9"}, "mercato: There is no product 9.\n"},
+      {{"product", "enable", "9"}, "mercato: There is no product 9.\n"},
+      {{"product", "delete", "9"}, "mercato: There is no product 9.\n"},
+      {{"product", "check", "9", "--quantity", "1"}, "mercato: There is no product 9.\n"},
+      {{"product", "check", "1", "--quantity", "-5"},
+       "mercato: --quantity: '-5' is no number above 0; --help says more.\n",
+       2},
+      {{"product", "properties", "9"}, "mercato: There is no product 9.\n"},
+      {{"product", "properties", "1", "WIDTH=1"}, "mercato: There is no property WIDTH.\n"},
+
+      // Prices
+      {{"price", "list", "9"}, "mercato: There is no product 9.\n"},
+      {{"price", "set", "9", "--from", "2026-01-01", "--to-quantity", "9", "--currency", "EUR", "--price", "1"},
+       "mercato: There is no product 9.\n"},
+      {{"price", "set", "1", "--from", "2026-01-01", "--to-quantity", "9", "--currency", "EUR", "--price", "cheap"},
+       "mercato: --price: 'cheap' is no number; --help says more.\n",
+       2},
+      {{"price", "set", "1", "--from", "2026-02-30", "--to-quantity", "9", "--currency", "EUR", "--price", "1"},
+       "mercato: --from: '2026-02-30' is no date; write 2026-07-01 or 7/1/2026; --help says more.\n",
+       2},
+      {{"price", "set", "1", "--from", "2026-01-01", "--to-quantity", "9", "--currency", "DKK", "--price", "1"},
+       "refused: there is no currency DKK\n"
+       "mercato: The catalog product price record you are trying to insert has an invalid reference to another "
+       "record.\n"},
+      {{"price", "for", "9", "--quantity", "1", "--currency", "EUR"}, "mercato: There is no product 9.\n"},
+      {{"price", "for", "1", "--quantity", "1", "--currency", "EUR", "--date", "2026-01-01"},
+       "mercato: no price line holds for product 1, quantity 1, on 1/1/2026.\n"},
+
+      // Properties, groups, categories, units
+      {{"property", "new", ""}, "mercato: NAME: it is blank; --help says more.\n", 2},
+      {{"property", "new", kLong},
+       "refused: PROPERTYNAME takes at most 255 characters, not 300\n"
+       "mercato: The value is too long: column PROPERTY.PROPERTYNAME takes at most 255 characters.\n"},
+      {{"property", "set", "9", "--name", "X"}, "mercato: There is no property 9.\n"},
+      {{"property", "delete", "9"}, "mercato: There is no property 9.\n"},
+      {{"property", "delete", "WIDTH"}, "mercato: There is no property WIDTH.\n"},
+      {{"group", "new", " "}, "mercato: NAME: it is blank; --help says more.\n", 2},
+      {{"group", "add", "pens", "WIDTH"}, "mercato: There is no property WIDTH.\n"},
+      {{"group", "add", "pens", "COLOUR"},
+       "refused: COLOUR is in pens already\n"
+       "mercato: There is already a row with this key (PROPSBYPROPGROUP.PROPERTYGROUPID, "
+       "PROPSBYPROPGROUP.PROPERTYID).\n"},
+      {{"group", "apply", "9"}, "mercato: There is no property group 9.\n"},
+      {{"group", "delete", "9"}, "mercato: There is no property group 9.\n"},
+      {{"category", "new", ""}, "mercato: NAME: it is blank; --help says more.\n", 2},
+      {{"category", "set", "9", "--name", "X"}, "mercato: There is no category 9.\n"},
+      {{"category", "delete", "9"}, "mercato: There is no category 9.\n"},
+      {{"unit", "delete", "Q'Q"}, "mercato: There is no unit Q'Q.\n"},
+      {{"unit", "delete", "BX"},
+       "refused: 1 product still uses unit BX\nmercato: Mercato.TUnit.Delete returned False.\n"},
+
+      // Users, their favourites and rights
+      {{"favorite", "add", "ann", "9"}, "mercato: There is no product 9.\n"},
+      {{"favorite", "add", "ann", "1", "--folder", "9"}, "mercato: ann has no folder 9.\n"},
+      {{"favorite", "add", "bob", "1", "--folder", "1"}, "mercato: bob has no folder 1.\n"},
+      {{"favorite", "add", "ann", "1", "--folder", "1.5"}, "mercato: --folder: '1.5" + kNoWholeNumber, 2},
+      {{"favorite", "add", "O'Neil", "1"}, kQuotedUser},
+      {{"favorite", "remove", "O'Neil", "1"}, kQuotedUser},
+      {{"favorite", "remove", "ann", "1"}, "mercato: product 1 is no such favourite of ann.\n"},
+      {{"folder", "new", "ann", "Desk"},
+       "refused: ann has a folder Desk already: 1\nmercato: no folder was created.\n"},
+      {{"folder", "rename", "ann", "9", "X"}, "mercato: ann has no folder 9.\n"},
+      {{"folder", "show", "bob", "1"}, "mercato: bob has no folder 1.\n"},
+      {{"folder", "delete", "ann", "0"}, "mercato: ann has no folder 0.\n"},
+      {{"rights", "explain", "ann", "9"}, "mercato: There is no node 9.\n"},
+      {{"rights", "explain", "ann", "one"}, "mercato: NODE: 'one" + kNoWholeNumber, 2},
+      {{"rights", "explain", "O'Neil", "1"}, kQuotedUser},
+      {{"rights", "assign", "ann", "9"}, "mercato: There is no catalogue 9.\n"},
+      {{"rights", "populate", "O'Neil"}, kQuotedUser},
+
+      // Catalogues and partners
+      {{"catalog", "show", "9"}, "mercato: There is no catalogue 9.\n"},
+      {{"catalog", "tree", "9"}, "mercato: There is no catalogue 9.\n"},
+      {{"catalog", "tree", "1", "--depth", "two"}, "mercato: --depth: 'two" + kNoWholeNumber, 2},
+      {{"catalog", "tree", "1", "--user", "O'Neil"}, kQuotedUser},
+      {{"catalog", "new", "Next", "CATALOGID=7"}, "mercato: The store gives out CATALOGID itself: leave it out.\n"},
+      {{"catalog", "new", "Next", "ACTIVE=maybe"},
+       "refused: ACTIVE takes a whole number, not 'maybe'\nmercato: Type mismatch.\n"},
+      {{"catalog", "copy", "9"}, "mercato: There is no catalogue 9.\n"},
+      {{"catalog", "migrate", "1", "9"}, "mercato: There is no catalogue 9.\n"},
+      {{"catalog", "expire", "9"}, "mercato: There is no catalogue 9.\n"},
+      {{"shopout", "show", "1"}, "mercato: Node 1 is no shop-out folder with a partner.\n"},
+      {{"shopout", "account", "ann", "40000"},
+       "mercato: NODE: Value 40000 not in range 1 to 32767; --help says more.\n",
+       2},
+      {{"shopout", "partners", "9"}, "mercato: There is no catalogue 9.\n"},
+      {{"shopout", "tie", "9", "1"}, "mercato: There is no catalogue 9.\n"},
+      {{"shopout", "tie", "1", "9"}, "refused: there is no business partner 9\nmercato: no partner was tied.\n"},
+      {{"shopout", "replace", "1", "9"},
+       "refused: there is no business partner 9\nmercato: the partners stay as they were.\n"},
+      {{"shopout", "untie", "9"}, "mercato: There is no catalogue 9.\n"},
+      {{"shopout", "untie", "1"}, "mercato: no partner is tied to catalogue 1.\n"},
+  };
+  return failures;
+}
+
+class Failures : public CommandTest {
+ protected:
+  Failures() : CommandTest(kSeed) {
+    std::filesystem::create_directory(tool_.folder() / "folder");
+    write_file("empty.db", "");
+    write_file("text.txt", "hello\n");
+    write_file("unknown.toml", "[shop]\nname = \"x\"\n");
+    write_file("limit.toml", "[limits]\ncall_seconds = \"soon\"\n");
+    write_file("doubled.sql", "INSERT UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('BX', 'again');");
+  }
+  // The names below "Subcommands:" of a help text.
+  Words commands_in(const Words& command) {
+    Words words = command;
+    words.emplace_back("--help");
+    std::istringstream help(run(words).out);
+    Words names;
+    bool listed = false;
+    for (std::string line; std::getline(help, line);) {
+      if (line.empty()) listed = false;
+      if (listed && line.starts_with("  ") && line[2] != ' ') names.push_back(line.substr(2, line.find(' ', 2) - 2));
+      if (line == "Subcommands:") listed = true;
+    }
+    return names;
+  }
+};
+
+TEST_F(Failures, AreToldInWordsOfTheUser) {
+  const std::string before = whole_store();
+  for (const Failure& failure : failures()) {
+    std::string line = "mercato";
+    for (const std::string& word : failure.command) line += " " + word;
+    SCOPED_TRACE(line);
+    const ToolRun done = run(failure.command);
+    EXPECT_EQ(done.err, failure.err);
+    EXPECT_EQ(done.status, failure.status);
+    EXPECT_EQ(done.out, "");
+  }
+  EXPECT_EQ(whole_store(), before);
+}
+
+TEST_F(Failures, OfEveryCommandAreInTheTable) {
+  std::set<Words> told;
+  for (const Failure& failure : failures())
+    for (std::size_t words = 1; words <= std::min<std::size_t>(failure.command.size(), 2); ++words)
+      told.emplace(failure.command.begin(), failure.command.begin() + static_cast<std::ptrdiff_t>(words));
+  const Words groups = commands_in({});
+  EXPECT_GE(groups.size(), 23u);
+  for (const std::string& group : groups) {
+    EXPECT_TRUE(told.contains({group})) << group;
+    for (const std::string& command : commands_in({group}))
+      EXPECT_TRUE(told.contains({group, command})) << group << ' ' << command;
+  }
+}
+
+// A statement of the library's was shown, and the place of a quote in it.
+TEST_F(Failures, OfALibraryStatementAreShownWithATraceOnly) {
+  const ToolRun traced = run({"rights", "explain", "O'Neil", "1", "--trace"});
+  EXPECT_NE(traced.err.find(kQuotedUser), std::string::npos) << traced.err;
+  EXPECT_NE(traced.err.find("Unclosed quotation mark after the character string ' AND NODEID = 1' (character 51)."),
+            std::string::npos)
+      << traced.err;
+}
+
+TEST_F(Failures, OfARecordWithAQuoteWhereTheLibraryTakesNoneAreTold) {
+  write_file(
+      "records.xml",
+      "<Products><Product buyfrompartnumber=\"P-1\"><PARTNUMBER>P1</PARTNUMBER><PRODUCTDESCRIPTION>Pen"
+      "</PRODUCTDESCRIPTION><MULTIPLEBUYER>0</MULTIPLEBUYER><COLOUR>black'n'white</COLOUR></Product></Products>");
+  EXPECT_EQ(
+      answer({"upload", "records.xml"}, 3).at("refusals"),
+      json::parse(R"([{"partNumber":"P-1","field":"","value":"","reason":"The library could not make a statement )"
+                  R"(of these values: most often one of them has a quote ('), or one that belongs to another is )"
+                  R"(missing."}])"));
+}
+
+}  // namespace
+}  // namespace mercato::test
