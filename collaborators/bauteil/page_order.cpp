@@ -1,7 +1,7 @@
 #include "collaborators/bauteil/page_order.h"
 
-#include <algorithm>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -16,12 +16,6 @@ struct Term {
   std::vector<std::string> name;  // the column's, behind those that qualify it
   bool descending = false;
 };
-
-void add(std::vector<Term>& order, Term term) {
-  const bool known =
-      std::any_of(order.begin(), order.end(), [&](const Term& other) { return other.name == term.name; });
-  if (!known) order.push_back(std::move(term));
-}
 
 [[noreturn]] void refuse(std::string_view sort_field) {
   raise(error_number::kInvalidArgument, "Bauteil.DRecordset",
@@ -78,10 +72,14 @@ Term sort_term(std::string_view field, const PagedRows& rows) {
 
 std::vector<Term> order_of(const PagedRows& rows, std::string_view sort_fields, std::string_view key_fields) {
   std::vector<Term> order;
+  std::set<std::vector<std::string>> known;
+  const auto add = [&](Term term) {
+    if (known.insert(term.name).second) order.push_back(std::move(term));
+  };
   if (!text::trim(sort_fields).empty())
-    for (const std::string& field : text::split(sort_fields, ",")) add(order, sort_term(text::trim(field), rows));
+    for (const std::string& field : text::split(sort_fields, ",")) add(sort_term(text::trim(field), rows));
   for (const std::string& field : text::split(key_fields, ","))
-    if (const auto column = rows.layout->find(text::trim(field))) add(order, {{rows.layout->columns()[*column].name}});
+    if (const auto column = rows.layout->find(text::trim(field))) add({{rows.layout->columns()[*column].name}});
   return order;
 }
 

@@ -3,7 +3,6 @@
 #include "frame/types/text.h"
 
 namespace mercato::cli {
-
 namespace {
 
 constexpr std::string_view kBegin = "\r\n DESC: ";
