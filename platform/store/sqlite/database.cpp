@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
@@ -57,6 +58,19 @@ bool says_yes(const std::optional<std::string>& property) {
   return property && (text::equal_names(*property, "Yes") || text::equal_names(*property, "True") || *property == "1");
 }
 
+constexpr int kLongLogPages = 4000;
+
+// Nobody but the owner, unless the connection string says otherwise.
+mode_t file_mode(const std::string& connection_string) {
+  unsigned mode = 0600;
+  if (const auto given = connection_property(connection_string, "File Mode")) {
+    const auto read = std::from_chars(given->data(), given->data() + given->size(), mode, 8);
+    if (read.ec != std::errc() || read.ptr != given->data() + given->size() || mode > 0777)
+      refuse_to_open("File Mode has to be an octal number such as 660, not '" + *given + "'");
+  }
+  return mode;
+}
+
 // Says what is wrong with the path before the engine gets to say less.
 void check_path(const std::string& path, bool create) {
   struct stat status {};
@@ -75,7 +89,14 @@ void check_path(const std::string& path, bool create) {
     refuse_to_open("There is no store at '" + path + "'. Create it with `mercato init`, or correct Data Source");
 }
 
-// As a file name of the engine that says: nobody changes this file, so no locks and no files beside it are needed.
+bool is_unusable(int code) { return (code & 0xFF) == SQLITE_CORRUPT || (code & 0xFF) == SQLITE_NOTADB; }
+
+[[noreturn]] void refuse_as_unusable(std::string description) {
+  throw UnusableStore({error_number::kStoreFailure, std::string(kFailureSource), std::move(description), {}, 0});
+}
+
+}  // namespace
+
 std::string immutable_name(const std::string& path) {
   std::string name = "file:";
   for (const char c : path) {
@@ -90,8 +111,6 @@ std::string immutable_name(const std::string& path) {
   }
   return name + "?immutable=1";
 }
-
-}  // namespace
 
 Database::Database(const std::string& connection_string) {
   path_ = connection_property(connection_string, "Data Source").value_or("");
@@ -108,6 +127,9 @@ Database::Database(const std::string& connection_string) {
   }
   const bool create = in_memory_ || says_yes(connection_property(connection_string, "Create"));
   check_path(path_, create);
+  // Made without being opened: closing a file lets go of all locks that this process has on it. What hinders it hinders
+  // the engine, too, which says so.
+  if (const mode_t mode = file_mode(connection_string); create) mknod(path_.c_str(), S_IFREG | mode, 0);
 
   open(path_, SQLITE_OPEN_READWRITE | (create ? SQLITE_OPEN_CREATE : 0));
   // A store that was left in order needs no files beside it to be read, but the engine would make them: in a folder
@@ -116,21 +138,35 @@ Database::Database(const std::string& connection_string) {
   if (read_only && access((path_ + "-wal").c_str(), F_OK) != 0 &&
       faccessat(AT_FDCWD, fs::absolute(path_).parent_path().c_str(), W_OK, AT_EACCESS) != 0)
     open(immutable_name(path_), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+  file_ = identity_of(path_);
+  // Before the engine reads the first page, and with it the log.
+  if (log_belongs_to_another_file())
+    refuse_as_unusable(
+        "The log '" + log_path(path_) + "' does not belong to the store '" + path_ +
+        "' that it stands beside: the store's file was exchanged, for a backup perhaps. Nothing was changed. "
+        "Put a backup in place with `mercato store restore`, or move the log away, with '" +
+        note_path(path_) + "', to use the file as it is");
+  mark_ = mark_on_disk();
   configure();
-
-  struct stat status {};
-  if (stat(path_.c_str(), &status) == 0) {
-    device_ = status.st_dev;
-    inode_ = status.st_ino;
-  }
+  log_file_ = identity_of(log_path(path_));
 }
 
 Database::~Database() {
-  // The files beside the store now belong to its successor: closing must neither empty nor remove them.
-  if (engine_ && replaced()) {
+  if (!engine_) return;
+  if (replaced()) {
+    // The files beside the store now belong to its successor: closing must neither empty nor remove them.
     int keep = 1;
     sqlite3_file_control(engine_.get(), "main", SQLITE_FCNTL_PERSIST_WAL, &keep);
     sqlite3_db_config(engine_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    return;
+  }
+  engine_.reset();
+  // The last one out takes the note along with the log.
+  if (noted_log_ == 0 || identity_of(log_path(path_))) return;
+  try {
+    if (const auto note = read_log_note(path_); note && note->log == noted_log_) unlink(note_path(path_).c_str());
+  } catch (...) {
+    // Without a log the note means nothing.
   }
 }
 
@@ -153,9 +189,9 @@ void Database::configure() {
   register_functions(engine);
 
   if (const std::int64_t version = query_integer("PRAGMA user_version"); version > kStoreVersion)
-    refuse_to_open("The store '" + path_ + "' was written by a newer version of this program (store version " +
-                   std::to_string(version) + ", this one knows " + std::to_string(kStoreVersion) +
-                   "). Use the newer version");
+    refuse_as_unusable("The store '" + path_ + "' was written by a newer version of this program (store version " +
+                       std::to_string(version) + ", this one knows " + std::to_string(kStoreVersion) +
+                       "). Use the newer version");
   // Readers and a writer do not wait for each other; the setting stays in the file.
   if (sqlite3_db_readonly(engine, "main") == 0) run_when_free("PRAGMA journal_mode=WAL");
   set_durable_commits(true);
@@ -164,13 +200,115 @@ void Database::configure() {
   run("PRAGMA secure_delete=OFF");
   // 16 MB of pages. The file is not mapped: a foreign hand that cuts it would end the process, not the statement.
   run("PRAGMA cache_size=-16384");
-  run("PRAGMA wal_autocheckpoint=4000");
+  sqlite3_wal_hook(engine, &Database::checkpoint_long_log, this);
   run("PRAGMA journal_size_limit=67108864");
 }
 
+// The engine's own handle: closing another one on this file would let go of the locks of all.
+std::uint32_t Database::mark_on_disk() const noexcept {
+  sqlite3_file* file = nullptr;
+  std::array<unsigned char, 4> bytes{};
+  if (sqlite3_file_control(engine_.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK || !file ||
+      !file->pMethods || file->pMethods->xRead(file, bytes.data(), bytes.size(), kPlaceOfMark) != SQLITE_OK)
+    return 0;
+  return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
+std::optional<std::uint64_t> Database::log_in_use() const noexcept {
+  sqlite3_file* log = nullptr;
+  std::array<unsigned char, kLogHeaderBytes> header{};
+  if (sqlite3_file_control(engine_.get(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &log) != SQLITE_OK || !log ||
+      !log->pMethods || log->pMethods->xRead(log, header.data(), header.size(), 0) != SQLITE_OK)
+    return std::nullopt;
+  return number_of_log(header.data());
+}
+
+bool Database::log_belongs_to_another_file() const {
+  if (in_memory_) return false;
+  // With an empty file the engine throws the log away.
+  if (std::error_code unreadable; fs::file_size(path_, unreadable) == 0) return false;
+  // Others may begin a new log between two looks: what counts is what stood still.
+  for (int tries = 0; tries < 10; ++tries) {
+    const auto log = log_in_force(path_);
+    const auto note = log ? read_log_note(path_) : std::nullopt;
+    // A log without a note is another program's.
+    if (!note || note->log != *log) return false;
+    // Where both files are new, the folder was copied or brought back as a whole.
+    const bool exchanged =
+        note->log_file == identity_of(log_path(path_)) && note->store_file != file_ && store_is_newer_than_log(path_);
+    if (!exchanged && note->admits(mark_on_disk())) return false;
+    if (tries > 0 && log_in_force(path_) == log && read_log_note(path_) == note) return true;
+    // A restore moves the old log away just after it has put the new file in place.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return false;
+}
+
 bool Database::replaced() const noexcept {
-  struct stat status {};
-  return stat(path_.c_str(), &status) != 0 || status.st_ino != inode_ || status.st_dev != device_;
+  if (identity_of(path_) != file_) return true;
+  if (in_memory_) return false;
+  try {
+    if (log_file_ && identity_of(log_path(path_)) != log_file_) return true;
+    const std::uint32_t mark = mark_on_disk();
+    if (mark == mark_) return false;
+    // It came with a checkpoint, or somebody has written over the file.
+    const auto note = read_log_note(path_);
+    if (!note || !note->admits(mark)) return true;
+    mark_ = mark;
+    return false;
+  } catch (...) {
+    return false;  // out of memory: asked again soon
+  }
+}
+
+void Database::refuse_if_replaced() const {
+  if (replaced())
+    refuse_to_open("The store '" + path_ +
+                   "' was moved, deleted or exchanged while it was in use, and what was written last is not in it. Put "
+                   "its file back, or a backup, then repeat the call");
+}
+
+void Database::after_commit() {
+  refuse_if_replaced();
+  if (in_memory_) return;
+  if (const auto log = log_in_use(); log && *log != noted_log_) note_log(*log);
+}
+
+// What hinders it is no failure of the commit before: the next one tries again.
+void Database::note_log(std::uint64_t log) {
+  // A query that is open may stand on an older state of the store.
+  if (in_transaction() || sqlite3_txn_state(engine_.get(), "main") != SQLITE_TXN_NONE) return;
+  if (const auto note = read_log_note(path_); note && note->log == log) {
+    noted_log_ = log;
+    return;
+  }
+  const bool durable = durable_;
+  try {
+    sqlite3_busy_handler(engine_.get(), nullptr, nullptr);
+    set_durable_commits(false);
+    run("BEGIN IMMEDIATE");
+    const auto known = static_cast<std::uint32_t>(query_integer("PRAGMA application_id"));
+    std::uint32_t mark = 0;
+    while (mark == 0 || mark == known) sqlite3_randomness(sizeof mark, &mark);
+    const auto note = read_log_note(path_);
+    const bool noted = note && note->log == log;
+    if (!noted && log_in_use() == log && write_log_note(path_, {log, file_, log_file_, {mark_on_disk(), known, mark}}))
+      run(("PRAGMA application_id=" + std::to_string(static_cast<std::int32_t>(mark))).c_str());
+    run("COMMIT");
+    noted_log_ = log;
+  } catch (const Raised&) {
+    if (in_transaction()) sqlite3_exec(engine_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+  }
+  sqlite3_busy_handler(engine_.get(), &Database::wait_for_lock, this);
+  if (durable) set_durable_commits(true);
+}
+
+void Database::admit_mark(std::uint32_t mark) {
+  auto note = read_log_note(path_);
+  if (!note) return;
+  note->marks.push_back(mark);
+  // Without its note a log is replayed unasked.
+  if (!write_log_note(path_, *note)) unlink(note_path(path_).c_str());
 }
 
 StatementHandle Database::prepare(std::string_view sql) {
@@ -214,7 +352,13 @@ RaisedError Database::failure(int code, const TableInfo* table) const {
   return failure_of(engine_.get(), code, path_, waited_ms_, table);
 }
 
+void Database::raise(int code) const {
+  if (is_unusable(code)) throw UnusableStore(failure(code));
+  throw Raised(failure(code));
+}
+
 void Database::set_durable_commits(bool durable) {
+  durable_ = durable;
   run(in_memory_ ? "PRAGMA synchronous=OFF" : durable ? "PRAGMA synchronous=FULL" : "PRAGMA synchronous=NORMAL");
 }
 
@@ -248,6 +392,13 @@ int Database::wait_for_lock(void* self, int tries) {
   // Often enough to find the short pause that a run of single statements leaves between its groups.
   std::this_thread::sleep_for(std::chrono::microseconds(tries < 4 ? 50 : 200));
   return 1;
+}
+
+// As the engine would do it by itself, but never into a file that was put in the store's place.
+int Database::checkpoint_long_log(void* self, sqlite3* engine, const char* name, int pages) {
+  if (pages >= kLongLogPages && !static_cast<const Database*>(self)->replaced())
+    sqlite3_wal_checkpoint_v2(engine, name, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  return SQLITE_OK;
 }
 
 int Database::interrupts(void* self) {

@@ -3,16 +3,17 @@
 #pragma once
 
 #include <sqlite3.h>
-#include <sys/types.h>
 
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "frame/types/raised_error.h"
 #include "platform/store/row_layout.h"
+#include "platform/store/sqlite/log_owner.h"
 
 namespace mercato::store::sqlite {
 
@@ -24,6 +25,15 @@ struct FinalizeStatement {
 };
 using StatementHandle = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
 
+// The store's file itself is what is wrong: it is damaged or no store, of a newer version, or has the log of another
+// file beside it.
+struct UnusableStore : Raised {
+  using Raised::Raised;
+};
+
+// As a file name of the engine that says: nobody changes this file, so no locks and no files beside it are needed.
+std::string immutable_name(const std::string& path);
+
 class Database {
  public:
   // Raises what `sqlite_driver` says.
@@ -33,9 +43,16 @@ class Database {
   ~Database();
 
   sqlite3* engine() const { return engine_.get(); }
+  const std::string& path() const { return path_; }
   bool in_transaction() const { return sqlite3_get_autocommit(engine_.get()) == 0; }
-  // Whether the file behind the connection string is another one by now, or gone.
+  // Whether the file behind the connection string is another one by now, was overwritten from outside, or is gone; the
+  // same for its log.
   bool replaced() const noexcept;
+  // After every commit: raises kStoreFailure when what was committed went into a file that is the store no longer, and
+  // notes whose log it is, once for each log.
+  void after_commit();
+  // The same without the note.
+  void refuse_if_replaced() const;
 
   // One that is going to be kept.
   StatementHandle prepare(std::string_view sql);
@@ -47,11 +64,14 @@ class Database {
   // What the engine has just reported; kTimeout when the call limit is what ended the statement.
   // `table` is the one that the statement wrote, if any.
   RaisedError failure(int code, const TableInfo* table = nullptr) const;
-  [[noreturn]] void raise(int code) const { throw Raised(failure(code)); }
+  [[noreturn]] void raise(int code) const;
 
   // While false, a statement is not ended by the call limit: for single writes inside a group of them, which the engine
   // would undo as a whole.
   void set_interruptible(bool interruptible) { interruptible_ = interruptible; }
+
+  // The open transaction will give the file this mark.
+  void admit_mark(std::uint32_t mark);
 
   // Whether a commit is durable when it returns; as opened, it is.
   void set_durable_commits(bool durable);
@@ -66,7 +86,12 @@ class Database {
   void open(const std::string& name, int flags);
   void configure();
   void run_when_free(const char* sql);
+  std::uint32_t mark_on_disk() const noexcept;
+  std::optional<std::uint64_t> log_in_use() const noexcept;
+  bool log_belongs_to_another_file() const;
+  void note_log(std::uint64_t log);
   static int wait_for_lock(void* self, int tries);
+  static int checkpoint_long_log(void* self, sqlite3* engine, const char* name, int pages);
   static int interrupts(void* self);
 
   std::string path_;  // as given, so that a relative one is followed from where the process stands
@@ -75,8 +100,11 @@ class Database {
   long waited_ms_ = 0;
   bool interruptible_ = true;
   bool in_memory_ = false;
-  dev_t device_ = 0;
-  ino_t inode_ = 0;
+  bool durable_ = true;
+  std::optional<FileIdentity> file_;
+  std::optional<FileIdentity> log_file_;
+  mutable std::uint32_t mark_ = 0;  // that the file was last seen to carry
+  std::uint64_t noted_log_ = 0;     // the log whose note is known to be there
   std::unique_ptr<sqlite3, CloseEngine> engine_;
 };
 

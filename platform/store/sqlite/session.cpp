@@ -277,6 +277,7 @@ void SqliteSession::step_write(const RunningStatement& running) {
 
 void SqliteSession::after_write() {
   end_idle_transaction();
+  if (mode_ == Mode::single) database_.after_commit();
   if (mode_ != Mode::run) return;
   if (++group_statements_ >= kGroupStatements || group_is_old()) commit_group();
 }
@@ -314,6 +315,7 @@ void SqliteSession::commit_engine_transaction() {
   sqlite3_reset(commit_.get());
   begun_.reset();
   defined_ = false;
+  database_.after_commit();
 }
 
 void SqliteSession::roll_back_engine_transaction() noexcept {
@@ -357,7 +359,9 @@ void SqliteSession::end_run() {
   flush_run();
   mode_ = Mode::single;
   database_.set_durable_commits(true);
-  if (std::exchange(unflushed_, false)) database_.flush_to_disk();
+  if (!std::exchange(unflushed_, false)) return;
+  database_.flush_to_disk();
+  database_.refuse_if_replaced();
 }
 
 bool SqliteSession::group_is_old() const {
