@@ -1,5 +1,6 @@
 #include "tools/gateway/tables.h"
 
+#include <optional>
 #include <string_view>
 
 #include "frame/schema.h"
@@ -7,6 +8,7 @@
 #include "frame/types/text.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/driver.h"
+#include "platform/store/session_pool.h"
 
 namespace mercato::gateway {
 namespace {
@@ -30,27 +32,60 @@ Definition read_definition(std::string_view statement) {
   return {false, word(2), word(4)};
 }
 
+bool exists(store::Session& session, const Definition& definition) {
+  return definition.is_table ? session.table(definition.name) != nullptr
+                             : session.has_index(definition.indexed_table, definition.name);
+}
+
+// Calls `each` with the definition and its statement.
+template <class Each>
+void for_each_definition(Each each) {
+  for (const SchemaText& schema : schema_texts())
+    for (const std::string_view statement : store::dialect::split_script(schema.text))
+      each(read_definition(statement), statement);
+}
+
+// Nothing when somebody else created a table meanwhile, who then has created all of them.
+std::optional<CreatedTables> try_to_create(store::Session& session) {
+  CreatedTables created;
+  Definition under_way;
+  session.start_transaction();
+  try {
+    for_each_definition([&](const Definition& definition, std::string_view statement) {
+      if (exists(session, definition)) {
+        ++created.existing;
+        return;
+      }
+      under_way = definition;
+      session.execute(Sql::verbatim(std::string(statement)));
+      (definition.is_table ? created.tables : created.indexes).push_back(definition.name);
+    });
+    session.commit();
+  } catch (const Raised&) {
+    session.rollback();
+    // The first definition waits for whoever writes; from then on nobody else does.
+    if (created.tables.empty() && created.indexes.empty() && !under_way.name.empty() && exists(session, under_way))
+      return std::nullopt;
+    throw;
+  }
+  return created;
+}
+
 }  // namespace
 
 CreatedTables create_tables(const std::string& connection_string) {
   const auto session = store::driver_for(connection_string).open("Create=Yes;" + connection_string);
-  CreatedTables created;
-  session->start_transaction();
-  for (const SchemaText& schema : schema_texts()) {
-    for (const std::string_view statement : store::dialect::split_script(schema.text)) {
-      const Definition definition = read_definition(statement);
-      const bool exists = definition.is_table ? session->table(definition.name) != nullptr
-                                              : session->has_index(definition.indexed_table, definition.name);
-      if (exists) {
-        ++created.existing;
-        continue;
-      }
-      session->execute(Sql::verbatim(std::string(statement)));
-      (definition.is_table ? created.tables : created.indexes).push_back(definition.name);
-    }
-  }
-  session->commit();
-  return created;
+  for (;;)
+    if (std::optional<CreatedTables> created = try_to_create(*session)) return *std::move(created);
+}
+
+std::vector<std::string> missing_tables(const std::string& connection_string) {
+  const store::PooledSession session = store::acquire_session(connection_string);
+  std::vector<std::string> missing;
+  for_each_definition([&](const Definition& definition, std::string_view) {
+    if (!exists(*session.get(), definition)) missing.push_back(definition.name);
+  });
+  return missing;
 }
 
 }  // namespace mercato::gateway
