@@ -262,6 +262,7 @@ int main(int count, char** texts) {
   add_catalog_commands(menu);
   add_rights_commands(menu);
   add_unspsc_commands(menu);
+  add_store_commands(menu);
   try {
     for (int number = 1; number < count; ++number)
       if (!mercato::text::is_valid(texts[number]))

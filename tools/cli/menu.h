@@ -80,6 +80,7 @@ void add_unit_commands(Menu& menu);
 void add_catalog_commands(Menu& menu);
 void add_rights_commands(Menu& menu);
 void add_unspsc_commands(Menu& menu);
+void add_store_commands(Menu& menu);
 
 // NAME=VALUE.
 const CLI::Validator& is_pair();

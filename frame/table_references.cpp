@@ -1,0 +1,84 @@
+#include "frame/table_references.h"
+
+#include <array>
+
+#include "platform/store/session_pool.h"
+
+namespace mercato {
+
+// Not here: codes of UNSPSC, which products and categories may carry before the codes are loaded, and contracts, which
+// are another system's.
+std::span<const TableReference> table_references() {
+  using enum ReferenceKind;
+  static constexpr auto kReferences = std::to_array<TableReference>({
+      {"ALTERNATIVEPRODUCTS", "ALTERNATIVEPRODUCT", "PRODUCT", "PRODUCTID"},
+      {"ALTERNATIVEPRODUCTS", "ORIGINALPRODUCT", "PRODUCT", "PRODUCTID"},
+      {"ATTACHEDFILE", "PRODUCTID", "PRODUCT", "PRODUCTID"},
+      {"CATALOGNODE", "CATALOGID", "CATALOG", "CATALOGID"},
+      {"CATALOGNODE", "CATEGORYID", "PRODUCTCATEGORY", "CATEGORYID"},
+      {"CATALOGNODE", "PARENTNODEID", "CATALOGNODE", "NODEID"},
+      {"CATALOGNODEBYBP", "BUSINESSPARTNERID", "BUSINESSPARTNER", "BUSINESSPARTNERID"},
+      {"CATALOGNODEBYBP", "CATALOGID", "CATALOG", "CATALOGID"},
+      {"CATALOGNODEBYBP", "NODEID", "CATALOGNODE", "NODEID"},
+      {"CATALOGNODEBYUSER", "CATALOGID", "CATALOG", "CATALOGID"},
+      {"CATALOGNODEBYUSER", "NODEID", "CATALOGNODE", "NODEID"},
+      {"CATALOGPRODUCTPRICE", "CURRENCYCODE", "CURRENCY", "CURRENCYCODE", text},
+      {"CATALOGPRODUCTPRICE", "PRODUCTID", "PRODUCT", "PRODUCTID"},
+      {"COMMODITY", "PROPERTYGROUPID", "PROPERTYGROUP", "PROPERTYGROUPID"},
+      {"COMMODITY", "TAXCODE", "TAXCODES", "TAXCODE", text},
+      {"EXCHANGERATE", "SOURCECODE", "CURRENCY", "CURRENCYCODE", text},
+      {"EXCHANGERATE", "TARGETCODE", "CURRENCY", "CURRENCYCODE", text},
+      {"FAQISSUE", "FAQCATEGORYID", "FAQCATEGORY", "FAQCATEGORYID"},
+      {"FAQISSUE", "PRODUCTCATEGORYID", "PRODUCTCATEGORY", "CATEGORYID"},
+      {"FAQISSUE", "PRODUCTID", "PRODUCT", "PRODUCTID"},
+      {"FAVORITES", "FOLDERID", "FAVORITEFOLDERS", "FOLDERID"},
+      {"FAVORITES", "PRODUCTID", "PRODUCT", "PRODUCTID"},
+      {"PRODUCT", "BUSINESSPARTNERID", "BUSINESSPARTNER", "BUSINESSPARTNERID"},
+      {"PRODUCT", "CLASSCODE", "HAZARDOUSCLASS", "CLASSCODE", text},
+      {"PRODUCT", "COMMODITYCODE", "COMMODITY", "COMMODITYCODE", text},
+      {"PRODUCT", "MANUFACTURERID", "MANUFACTURER", "MANUFACTURERID", text},
+      {"PRODUCT", "PROPERTYGROUPID", "PROPERTYGROUP", "PROPERTYGROUPID"},
+      {"PRODUCT", "UNITCODE", "UNIT", "UNITCODE", text},
+      {"PRODUCT", "USERID", "USERS", "USERID", text},
+      {"PRODUCTBUYER", "PRODUCTID", "PRODUCT", "PRODUCTID"},
+      {"PRODUCTBUYER", "USERID", "USERS", "USERID", text},
+      {"PRODUCTPROPVALUE", "PRODUCTID", "PRODUCT", "PRODUCTID"},
+      {"PRODUCTPROPVALUE", "PROPERTYID", "PROPERTY", "PROPERTYID"},
+      {"PRODUCTSBYCATEGORY", "CATEGORYID", "PRODUCTCATEGORY", "CATEGORYID"},
+      {"PRODUCTSBYCATEGORY", "PRODUCTID", "PRODUCT", "PRODUCTID"},
+      {"PROPERTYENUM", "PROPERTYID", "PROPERTY", "PROPERTYID"},
+      {"PROPSBYPROPGROUP", "PROPERTYGROUPID", "PROPERTYGROUP", "PROPERTYGROUPID"},
+      {"PROPSBYPROPGROUP", "PROPERTYID", "PROPERTY", "PROPERTYID"},
+      {"USERNODE", "CATALOGID", "CATALOG", "CATALOGID"},
+      {"USERNODE", "NODEID", "CATALOGNODE", "NODEID"},
+      {"USERS", "PROPERTYGROUPID", "PROPERTYGROUP", "PROPERTYGROUPID"},
+      {"VISIBILITIESBYCATEGORY", "CATEGORYID", "PRODUCTCATEGORY", "CATEGORYID"},
+      {"VISIBILITIESBYCATEGORY", "VISIBILITYID", "FAQVISIBILITY", "VISIBILITYID"},
+  });
+  return kReferences;
+}
+
+std::vector<DanglingRows> find_dangling_rows(const std::string& connection_string) {
+  const store::PooledSession session = store::acquire_session(connection_string);
+  std::vector<DanglingRows> found;
+  for (const TableReference& reference : table_references()) {
+    if (!session->table(reference.table) || !session->table(reference.to_table)) continue;
+    Sql sql;
+    sql << "SELECT COUNT(*), MIN(R." << name(reference.column) << ") FROM " << name(reference.table) << " R WHERE R."
+        << name(reference.column);
+    if (reference.kind == ReferenceKind::number)
+      sql << " > 0";
+    else
+      sql << " <> ''";
+    sql << " AND NOT EXISTS (SELECT 1 FROM " << name(reference.to_table) << " T WHERE T." << name(reference.to_column)
+        << " = R." << name(reference.column) << ")";
+    const store::Execution query = session->execute(sql);
+    std::vector<Variant> row;
+    if (!query.cursor->next()) continue;
+    query.cursor->read(row);
+    if (const std::int32_t rows = row[0].to_long(); rows > 0) found.push_back({reference, rows, row[1].to_text()});
+  }
+  return found;
+}
+
+}  // namespace mercato

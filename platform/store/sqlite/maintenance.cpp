@@ -1,0 +1,267 @@
+#include "platform/store/sqlite/maintenance.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+#include <system_error>
+
+#include "platform/store/sqlite/database.h"
+#include "platform/store/sqlite/driver.h"
+#include "platform/store/sqlite/failure.h"
+#include "platform/store/sqlite/functions.h"
+#include "platform/store/sqlite/log_owner.h"
+
+namespace mercato::store::sqlite {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct CloseEngine {
+  void operator()(sqlite3* engine) const noexcept { sqlite3_close(engine); }
+};
+using Engine = std::unique_ptr<sqlite3, CloseEngine>;
+
+[[noreturn]] void refuse(std::string description) {
+  raise(error_number::kStoreFailure, std::string(kFailureSource), std::move(description));
+}
+
+[[noreturn]] void refuse_for_the_system(const std::string& what, const std::string& path) {
+  refuse(what + " '" + path + "': " + std::generic_category().message(errno));
+}
+
+void require_sqlite(const std::string& connection_string) {
+  if (&driver_for(connection_string) != &sqlite_driver())
+    raise(error_number::kFeatureNotAvailable, std::string(kFailureSource),
+          "Only a store in a file of SQLite is checked, backed up and restored here");
+}
+
+void check(sqlite3* engine, int code, const std::string& path) {
+  if (code != SQLITE_OK) throw Raised(failure_of(engine, code, path, 0));
+}
+
+Engine open_engine(const std::string& name, const std::string& path, int flags) {
+  sqlite3* opened = nullptr;
+  const int code = sqlite3_open_v2(name.c_str(), &opened, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
+  Engine engine(opened);
+  check(opened, code, path);
+  register_functions(opened);
+  return engine;
+}
+
+// A file that nobody uses, as it stands.
+Engine open_at_rest(const std::string& path) {
+  return open_engine(immutable_name(path), path, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+}
+
+std::vector<std::string> faults_of(sqlite3* engine, const std::string& path) {
+  std::vector<std::string> faults;
+  const auto collect = [](void* all, int, char** values, char**) {
+    if (values[0] && std::string_view(values[0]) != "ok")
+      static_cast<std::vector<std::string>*>(all)->push_back(values[0]);
+    return 0;
+  };
+  const int code = sqlite3_exec(engine, "PRAGMA integrity_check", collect, &faults, nullptr);
+  // A fault that ends the check is one of those that it looks for.
+  if ((code & 0xFF) == SQLITE_CORRUPT)
+    faults.push_back(sqlite3_errmsg(engine));
+  else
+    check(engine, code, path);
+  return faults;
+}
+
+std::int64_t integer_of(sqlite3* engine, const char* query, const std::string& path) {
+  std::int64_t number = 0;
+  const auto read = [](void* result, int, char** values, char**) {
+    *static_cast<std::int64_t*>(result) = values[0] ? std::strtoll(values[0], nullptr, 10) : 0;
+    return 0;
+  };
+  check(engine, sqlite3_exec(engine, query, read, &number, nullptr), path);
+  return number;
+}
+
+// A new file without a name of its own yet: gone, unless it gets one.
+class FileInTheMaking {
+ public:
+  // With these rights; what was left of an earlier one is overwritten.
+  FileInTheMaking(std::string path, mode_t mode) : path_(std::move(path)) {
+    unlink(path_.c_str());
+    if (mknod(path_.c_str(), S_IFREG | mode, 0) != 0) refuse_for_the_system("There can be no file", path_);
+  }
+  FileInTheMaking(const FileInTheMaking&) = delete;
+  FileInTheMaking& operator=(const FileInTheMaking&) = delete;
+  ~FileInTheMaking() {
+    if (!path_.empty()) unlink(path_.c_str());
+  }
+  const std::string& path() const { return path_; }
+
+  // To the disk, and then in the place of whatever has that name.
+  void rename_to(const std::string& name) {
+    flush(path_);
+    if (rename(path_.c_str(), name.c_str()) != 0) refuse_for_the_system("There can be no file", name);
+    path_.clear();
+    flush(fs::absolute(name).parent_path().string());
+  }
+
+ private:
+  static void flush(const std::string& path) {
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool flushed = file >= 0 && fsync(file) == 0;
+    const int reason = errno;
+    if (file >= 0) close(file);
+    errno = reason;
+    if (!flushed) refuse_for_the_system("This cannot be brought to the disk:", path);
+  }
+
+  std::string path_;
+};
+
+// All pages of one store into another, in a transaction of that one; the engine's code. `on_lock` runs when the other
+// one is locked.
+template <class OnLock>
+int copy_pages(sqlite3* from, sqlite3* to, OnLock on_lock) {
+  sqlite3_backup* copy = sqlite3_backup_init(to, "main", from, "main");
+  if (!copy) return sqlite3_extended_errcode(to);
+  int code = sqlite3_backup_step(copy, 1);
+  if (code == SQLITE_OK || code == SQLITE_DONE) on_lock();
+  if (code == SQLITE_OK) code = sqlite3_backup_step(copy, -1);
+  const int finished = sqlite3_backup_finish(copy);
+  return code == SQLITE_DONE ? finished : code;
+}
+
+// A mark that no log knows, so that none that is found beside the file is taken for its own.
+void give_new_mark(const std::string& path) {
+  std::array<unsigned char, 4> mark;
+  sqlite3_randomness(mark.size(), mark.data());
+  const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  const bool written = file >= 0 && pwrite(file, mark.data(), mark.size(), kPlaceOfMark) == mark.size();
+  if (file >= 0) close(file);
+  if (!written) refuse_for_the_system("There can be no file", path);
+}
+
+void copy_to_file(sqlite3* from, const std::string& from_path, const std::string& path) {
+  const Engine copy = open_engine(path, path, SQLITE_OPEN_READWRITE);
+  // Nobody misses a half-written copy; a whole one is flushed when it gets its name.
+  constexpr const char* kUnguarded = "PRAGMA synchronous=OFF; PRAGMA journal_mode=MEMORY";
+  check(copy.get(), sqlite3_exec(copy.get(), kUnguarded, nullptr, nullptr, nullptr), path);
+  const int code = copy_pages(from, copy.get(), [] {});
+  if ((code & 0xFF) == SQLITE_CORRUPT || (code & 0xFF) == SQLITE_NOTADB)
+    throw UnusableStore(failure_of(nullptr, code, from_path, 0));
+  check(copy.get(), code, path);
+}
+
+// The file gets its name when `accept` has seen it and did not raise.
+template <class Accept>
+void back_up(const Database& store, const std::string& file, Accept accept) {
+  FileInTheMaking copy(file + "-new", 0600);
+  copy_to_file(store.engine(), store.path(), copy.path());
+  give_new_mark(copy.path());
+  accept(copy.path());
+  copy.rename_to(file);
+}
+
+Engine open_backup(const std::string& backup) {
+  struct stat status {};
+  if (stat(backup.c_str(), &status) != 0) refuse_for_the_system("There is no backup", backup);
+  if (!S_ISREG(status.st_mode)) refuse("'" + backup + "' is no file, and so no backup");
+  if (log_in_force(backup))
+    refuse("The backup '" + backup + "' has a log beside it, '" + log_path(backup) +
+           "': it was copied while the store was in use. `mercato store backup --store 'Data Source=" + backup +
+           "' FILE` makes a whole one of both");
+  Engine engine = open_at_rest(backup);
+  if (sqlite3_exec(engine.get(), "PRAGMA user_version", nullptr, nullptr, nullptr) == SQLITE_NOTADB)
+    refuse("'" + backup + "' is no store of this program");
+  const std::int64_t version = integer_of(engine.get(), "PRAGMA user_version", backup);
+  if (version == 0) refuse("'" + backup + "' is no store of this program");
+  if (version > kStoreVersion)
+    refuse("The backup '" + backup + "' was written by a newer version of this program (store version " +
+           std::to_string(version) + ", this one knows " + std::to_string(kStoreVersion) + ")");
+  if (const auto faults = faults_of(engine.get(), backup); !faults.empty())
+    refuse("The backup '" + backup + "' is damaged (" + faults.front() + "). The store was not touched");
+  return engine;
+}
+
+std::string free_name_for(const std::string& store) {
+  std::string name = store + ".before-restore";
+  for (int number = 2; identity_of(name); ++number) name = store + ".before-restore-" + std::to_string(number);
+  return name;
+}
+
+// Moves what stands beside the store out of the way of its successor, or along with what is kept.
+void clear_way(const std::string& from, const std::string& kept) {
+  if (kept.empty() ? unlink(from.c_str()) == 0 : rename(from.c_str(), kept.c_str()) == 0) return;
+  if (errno != ENOENT) refuse_for_the_system("This stands in the way of the restored store:", from);
+}
+
+std::string exchange(const std::string& path, sqlite3* backup, const std::string& backup_path, bool keep) {
+  struct stat status {};
+  const bool exists = stat(path.c_str(), &status) == 0;
+  FileInTheMaking copy(path + "-new", exists ? status.st_mode & 0777 : 0600);
+  copy_to_file(backup, backup_path, copy.path());
+  give_new_mark(copy.path());
+
+  const std::string kept = exists && keep ? free_name_for(path) : "";
+  if (!kept.empty() && link(path.c_str(), kept.c_str()) != 0) refuse_for_the_system("There can be no file", kept);
+  // From the first moment on nobody takes the old log for the new file's.
+  const auto log = log_in_force(path);
+  if (const auto note = read_log_note(path); log && (!note || note->log != *log))
+    write_log_note(path, {*log, identity_of(path), identity_of(log_path(path)), {}});
+  copy.rename_to(path);
+  clear_way(log_path(path), kept.empty() ? "" : log_path(kept));
+  clear_way(note_path(path), kept.empty() ? "" : note_path(kept));
+  clear_way(path + "-shm", "");
+  return kept;
+}
+
+}  // namespace
+
+std::vector<std::string> check_store(const std::string& connection_string) {
+  require_sqlite(connection_string);
+  const Database store(connection_string);
+  std::vector<std::string> faults = faults_of(store.engine(), store.path());
+  if (faults.empty() && integer_of(store.engine(), "PRAGMA user_version", store.path()) == 0)
+    faults.push_back("no version is noted in the file");
+  return faults;
+}
+
+void back_up_store(const std::string& connection_string, const std::string& file) {
+  require_sqlite(connection_string);
+  if (identity_of(file)) refuse("There is a file '" + file + "' already. Give the backup another name, or delete it");
+  const Database store(connection_string);
+  back_up(store, file, [&](const std::string& copy) {
+    const Engine written = open_at_rest(copy);
+    if (const auto faults = faults_of(written.get(), copy); !faults.empty())
+      refuse("The store '" + store.path() + "' is damaged (" + faults.front() +
+             "), and was not backed up. Bring it back from an older backup");
+  });
+}
+
+std::string restore_store(const std::string& connection_string, const std::string& backup, bool keep) {
+  require_sqlite(connection_string);
+  const Engine source = open_backup(backup);
+  const std::string path = connection_property(connection_string, "Data Source").value_or("");
+  if (identity_of(path) == identity_of(backup)) refuse("'" + backup + "' is the store itself");
+  if (path.empty() || path == ":memory:" || identity_of(path)) {
+    try {
+      Database store(connection_string);
+      std::string kept;
+      if (keep) back_up(store, kept = free_name_for(store.path()), [](const std::string&) {});
+      const auto mark = static_cast<std::uint32_t>(integer_of(source.get(), "PRAGMA application_id", backup));
+      const int code = copy_pages(source.get(), store.engine(), [&] { store.admit_mark(mark); });
+      if (code != SQLITE_OK) store.raise(code);
+      store.refuse_if_replaced();
+      return kept;
+    } catch (const UnusableStore&) {
+      // Its file makes room.
+    }
+  }
+  return exchange(path, source.get(), backup, keep);
+}
+
+}  // namespace mercato::store::sqlite
