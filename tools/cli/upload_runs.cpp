@@ -35,6 +35,7 @@ store::PooledSession session_on_store() {
 
 UploadReport UploadRuns::run() {
   files::require_plain_file_key(source_.file_key);
+  const store::PooledSession store = session_on_store();
   std::size_t reachable = 0;
   {
     const xml::Document document = load(source_.document, true);
@@ -48,7 +49,6 @@ UploadReport UploadRuns::run() {
   const Document given = document_;
   const UploadReport beforehand = report_;
   const std::size_t gone_beforehand = gone_.size();
-  const store::PooledSession store = session_on_store();
   {
     Progress progress(reachable);
     progress_ = &progress;

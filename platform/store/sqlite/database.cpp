@@ -146,7 +146,7 @@ Database::Database(const std::string& connection_string) {
         "' that it stands beside: the store's file was exchanged, for a backup perhaps. Nothing was changed. "
         "Put a backup in place with `mercato store restore`, or move the log away, with '" +
         note_path(path_) + "', to use the file as it is");
-  mark_ = mark_on_disk();
+  mark_ = mark_on_disk().value_or(0);
   configure();
   log_file_ = identity_of(log_path(path_));
 }
@@ -205,12 +205,15 @@ void Database::configure() {
 }
 
 // The engine's own handle: closing another one on this file would let go of the locks of all.
-std::uint32_t Database::mark_on_disk() const noexcept {
+// Nothing when it cannot be read, which the engine will find out, too. An empty file has the mark 0.
+std::optional<std::uint32_t> Database::mark_on_disk() const noexcept {
   sqlite3_file* file = nullptr;
-  std::array<unsigned char, 4> bytes{};
   if (sqlite3_file_control(engine_.get(), "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK || !file ||
-      !file->pMethods || file->pMethods->xRead(file, bytes.data(), bytes.size(), kPlaceOfMark) != SQLITE_OK)
-    return 0;
+      !file->pMethods)
+    return std::nullopt;
+  std::array<unsigned char, 4> bytes{};
+  const int code = file->pMethods->xRead(file, bytes.data(), bytes.size(), kPlaceOfMark);
+  if (code != SQLITE_OK && code != SQLITE_IOERR_SHORT_READ) return std::nullopt;
   return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 | bytes[3];
 }
 
@@ -236,7 +239,8 @@ bool Database::log_belongs_to_another_file() const {
     // Where both files are new, the folder was copied or brought back as a whole.
     const bool exchanged =
         note->log_file == identity_of(log_path(path_)) && note->store_file != file_ && store_is_newer_than_log(path_);
-    if (!exchanged && note->admits(mark_on_disk())) return false;
+    const auto mark = mark_on_disk();
+    if (!exchanged && (!mark || note->admits(*mark))) return false;
     if (tries > 0 && log_in_force(path_) == log && read_log_note(path_) == note) return true;
     // A restore moves the old log away just after it has put the new file in place.
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -249,12 +253,12 @@ bool Database::replaced() const noexcept {
   if (in_memory_) return false;
   try {
     if (log_file_ && identity_of(log_path(path_)) != log_file_) return true;
-    const std::uint32_t mark = mark_on_disk();
-    if (mark == mark_) return false;
+    const auto mark = mark_on_disk();
+    if (!mark || *mark == mark_) return false;
     // It came with a checkpoint, or somebody has written over the file.
     const auto note = read_log_note(path_);
-    if (!note || !note->admits(mark)) return true;
-    mark_ = mark;
+    if (!note || !note->admits(*mark)) return true;
+    mark_ = *mark;
     return false;
   } catch (...) {
     return false;  // out of memory: asked again soon
@@ -292,7 +296,9 @@ void Database::note_log(std::uint64_t log) {
     while (mark == 0 || mark == known) sqlite3_randomness(sizeof mark, &mark);
     const auto note = read_log_note(path_);
     const bool noted = note && note->log == log;
-    if (!noted && log_in_use() == log && write_log_note(path_, {log, file_, log_file_, {mark_on_disk(), known, mark}}))
+    const auto on_disk = mark_on_disk();
+    if (!noted && on_disk && log_in_use() == log &&
+        write_log_note(path_, {log, file_, log_file_, {*on_disk, known, mark}}))
       run(("PRAGMA application_id=" + std::to_string(static_cast<std::int32_t>(mark))).c_str());
     run("COMMIT");
     noted_log_ = log;

@@ -86,7 +86,7 @@ class Database {
   void open(const std::string& name, int flags);
   void configure();
   void run_when_free(const char* sql);
-  std::uint32_t mark_on_disk() const noexcept;
+  std::optional<std::uint32_t> mark_on_disk() const noexcept;
   std::optional<std::uint64_t> log_in_use() const noexcept;
   bool log_belongs_to_another_file() const;
   void note_log(std::uint64_t log);

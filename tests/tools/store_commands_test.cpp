@@ -1,0 +1,120 @@
+// The commands that keep the store's file, the creation of a store by several at once, and a store that goes away.
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "tests/tools/command_fixture.h"
+
+namespace mercato::test {
+namespace {
+
+class StoreCommands : public CommandTest {
+ protected:
+  std::string path(const std::string& name) const { return tool_.folder() / name; }
+};
+
+TEST_F(StoreCommands, ANewStoreIsInOrder) {
+  expect_done({"store", "check"}, "The store is in order.\n");
+  EXPECT_EQ(answer({"store", "check"}), json::parse(R"({"damage":[],"missing":[],"dangling":[]})"));
+}
+
+TEST_F(StoreCommands, RowsThatLeadNowhereAreToldOneReferenceALine) {
+  execute(
+      "INSERT PROPERTY (PROPERTYNAME) VALUES ('colour');\n"
+      "INSERT PRODUCTPROPVALUE (PROPERTYID, PRODUCTID, VALUE) VALUES (1, 7, 'red');\n"
+      "INSERT PRODUCTPROPVALUE (PROPERTYID, PRODUCTID, VALUE) VALUES (1, 8, 'red');\n"
+      "INSERT CATALOGNODE (CATALOGID, NODENAME) VALUES (3, 'lost');\n");
+  const ToolRun done = run({"store", "check"});
+  EXPECT_EQ(done.status, 3);
+  EXPECT_EQ(done.out,
+            "leads nowhere: 1 row of CATALOGNODE with a CATALOGID that is in no row of CATALOG, such as 3\n"
+            "leads nowhere: 2 rows of PRODUCTPROPVALUE with a PRODUCTID that is in no row of PRODUCT, such as 7\n");
+  EXPECT_EQ(answer({"store", "check"}, 3).at("dangling").at(1),
+            json::parse(R"({"table":"PRODUCTPROPVALUE","column":"PRODUCTID","refersTo":"PRODUCT","rows":2,)"
+                        R"("example":"7"})"));
+}
+
+TEST_F(StoreCommands, MissingTablesAndIndexesAreNamed) {
+  execute("DROP TABLE FAQCATEGORY;\nDROP TABLE USERNODE;\n");
+  const ToolRun done = run({"store", "check"});
+  EXPECT_EQ(done.status, 1);
+  EXPECT_EQ(done.out,
+            "missing: USERNODE\nmissing: IX_USERNODE_USERID\nmissing: FAQCATEGORY\n"
+            "Tables or indexes are missing: `mercato init` creates them, without rows.\n");
+}
+
+TEST_F(StoreCommands, ADamagedStoreIsToldAndBroughtBack) {
+  execute("INSERT UNIT (UNITCODE) VALUES ('EA');\n");
+  expect_done({"store", "backup", "kept.db"}, "The store was backed up to kept.db.\n");
+  std::string bytes = read_whole(path("mercato.db"));
+  bytes.replace(bytes.size() / 2, 9000, 9000, '\7');
+  write_whole(path("mercato.db"), bytes);
+  const json found = answer({"store", "check"}, 1);
+  EXPECT_FALSE(found.at("damage").empty());
+  EXPECT_EQ(run({"store", "backup", "never.db"}).status, 1);
+  EXPECT_FALSE(std::filesystem::exists(path("never.db")));
+  expect_done({"store", "restore", "kept.db"},
+              "The store was restored from kept.db. What was there before is kept as mercato.db.before-restore.\n");
+  expect_done({"store", "check"}, "The store is in order.\n");
+  EXPECT_EQ(rows("SELECT UNITCODE FROM UNIT;"), "UNITCODE\nEA\n");
+  EXPECT_EQ(answer({"store", "restore", "kept.db", "--discard-old"}),
+            json::parse(R"({"restored":"kept.db","kept":""})"));
+}
+
+TEST_F(StoreCommands, AFileThatIsThereIsNoPlaceForABackup) {
+  write_file("kept.db", "dear");
+  expect_refused({"store", "backup", "kept.db"},
+                 "mercato: There is a file 'kept.db' already. Give the backup another name, or delete it.\n");
+  EXPECT_EQ(read_whole(path("kept.db")), "dear");
+  expect_refused({"store", "restore", "kept.db"}, "mercato: 'kept.db' is no store of this program.\n");
+}
+
+// Several at once fell over each other's tables, and under a umask of 002 the whole group could write the store.
+TEST(StoreCreation, BySeveralAtOnceIsDoneByOneAndFoundDoneByTheOthers) {
+  const ToolFolder tool;
+  const ToolRun all =
+      tool.run_line("umask 002; for i in 1 2 3 4 5 6; do mercato init --json >$i.out 2>&1 & done; wait; cat ?.out");
+  EXPECT_EQ(all.err, "");
+  std::istringstream lines(all.out);
+  int creators = 0;
+  int processes = 0;
+  for (std::string line; std::getline(lines, line); ++processes) {
+    const json answer = json::parse(line, nullptr, false);
+    ASSERT_TRUE(answer.is_object()) << line;
+    if (answer.at("tables").empty())
+      EXPECT_TRUE(answer.at("indexes").empty()) << line;
+    else
+      ++creators;
+  }
+  EXPECT_EQ(processes, 6);
+  EXPECT_EQ(creators, 1);
+  struct stat status {};
+  ASSERT_EQ(stat((tool.folder() / "mercato.db").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0600u);
+  EXPECT_EQ(tool.run({"store", "check"}).out, "The store is in order.\n");
+}
+
+// The upload said "applied 3000" with exit status 0, and nothing was in any file.
+TEST_F(StoreCommands, AnUploadIntoAStoreThatGoesAwayClaimsNothing) {
+  std::string records;
+  for (int i = 0; i < 1500; ++i) {
+    const std::string key = std::to_string(i);
+    records += "<Product buyfrompartnumber=\"P" + key + "\"><PARTNUMBER>M" + key +
+               "</PARTNUMBER><PRODUCTDESCRIPTION>About it</PRODUCTDESCRIPTION><MULTIPLEBUYER>0</MULTIPLEBUYER>"
+               "</Product>";
+  }
+  write_file("records.xml", "<Products>" + records + "</Products>");
+  // As soon as the upload has written something.
+  const ToolRun upload = tool_.run_line(
+      "mercato upload records.xml >upload.out 2>upload.err & p=$!\n"
+      "while [ ! -s mercato.db-wal ]; do sleep 0.01; done\n"
+      "rm mercato.db; wait $p; echo $? >status; cat upload.out; cat upload.err >&2");
+  EXPECT_EQ(read_whole(path("status")), "1\n");
+  EXPECT_EQ(upload.out, "");
+  EXPECT_EQ(upload.err,
+            "mercato: The store was moved, deleted or exchanged while the upload ran, so nothing of the document is in "
+            "it for certain. Put the store in its place, then upload the whole document again.\n");
+}
+
+}  // namespace
+}  // namespace mercato::test
