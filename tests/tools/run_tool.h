@@ -4,23 +4,13 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "tests/platform/temporary_folder.h"
+#include "tests/platform/whole_files.h"
 
 namespace mercato::test {
-
-inline std::string read_whole(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void write_whole(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
 
 struct ToolRun {
   int status = -1;

@@ -175,7 +175,7 @@ Engine open_backup(const std::string& backup) {
            "': it was copied while the store was in use. `mercato store backup --store 'Data Source=" + backup +
            "' FILE` makes a whole one of both");
   Engine engine = open_at_rest(backup);
-  if (sqlite3_exec(engine.get(), "PRAGMA user_version", nullptr, nullptr, nullptr) == SQLITE_NOTADB)
+  if ((sqlite3_exec(engine.get(), "PRAGMA user_version", nullptr, nullptr, nullptr) & 0xFF) == SQLITE_NOTADB)
     refuse("'" + backup + "' is no store of this program");
   const std::int64_t version = integer_of(engine.get(), "PRAGMA user_version", backup);
   if (version == 0) refuse("'" + backup + "' is no store of this program");
@@ -244,9 +244,10 @@ void back_up_store(const std::string& connection_string, const std::string& file
 
 std::string restore_store(const std::string& connection_string, const std::string& backup, bool keep) {
   require_sqlite(connection_string);
-  const Engine source = open_backup(backup);
   const std::string path = connection_property(connection_string, "Data Source").value_or("");
-  if (identity_of(path) == identity_of(backup)) refuse("'" + backup + "' is the store itself");
+  if (const auto file = identity_of(backup); file && file == identity_of(path))
+    refuse("'" + backup + "' is the store itself");
+  const Engine source = open_backup(backup);
   if (path.empty() || path == ":memory:" || identity_of(path)) {
     try {
       Database store(connection_string);

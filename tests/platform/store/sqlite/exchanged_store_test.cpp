@@ -13,7 +13,7 @@
 #include "platform/store/unit_of_work.h"
 #include "tests/platform/store/integrity.h"
 #include "tests/platform/store/store_files.h"
-#include "tests/tools/run_tool.h"
+#include "tests/platform/whole_files.h"
 
 namespace mercato::store {
 namespace {

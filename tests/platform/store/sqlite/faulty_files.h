@@ -190,7 +190,8 @@ class FaultyFiles {
             break;
           case 1: {
             const std::size_t sectors = change.bytes.size() / kSector;
-            if (!change.truncates) apply(content.durable, change, sectors > 0 ? random_(sectors) * kSector : 0);
+            if (!change.truncates)
+              apply(content.durable, change, sectors > 0 ? random_(static_cast<unsigned>(sectors)) * kSector : 0);
             break;
           }
           default:

@@ -14,7 +14,7 @@
 #include "platform/store/call_limit.h"
 #include "platform/store/unit_of_work.h"
 #include "tests/platform/store/store_files.h"
-#include "tests/tools/run_tool.h"
+#include "tests/platform/whole_files.h"
 
 namespace mercato::store::sqlite {
 namespace {
@@ -48,7 +48,9 @@ class Maintenance : public testing::Test {
     write_whole(path, bytes);
   }
   void expect_refused(const std::function<void()>& work, const std::string& description) {
-    EXPECT_EQ(failure_of(work), (RaisedError{error_number::kStoreFailure, "SQLite store", description, {}, 0}));
+    const RaisedError failure = failure_of(work);
+    EXPECT_EQ(failure.Number, error_number::kStoreFailure);
+    EXPECT_EQ(failure.Description, description);
   }
 
   test::Folder folder_;
