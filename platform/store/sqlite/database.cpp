@@ -139,16 +139,17 @@ Database::Database(const std::string& connection_string) {
       faccessat(AT_FDCWD, fs::absolute(path_).parent_path().c_str(), W_OK, AT_EACCESS) != 0)
     open(immutable_name(path_), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
   file_ = identity_of(path_);
+  if (const char* name = sqlite3_db_filename(engine_.get(), "main")) files_ = name;
   // Before the engine reads the first page, and with it the log.
   if (log_belongs_to_another_file())
     refuse_as_unusable(
-        "The log '" + log_path(path_) + "' does not belong to the store '" + path_ +
+        "The log '" + log_path(files_) + "' does not belong to the store '" + path_ +
         "' that it stands beside: the store's file was exchanged, for a backup perhaps. Nothing was changed. "
         "Put a backup in place with `mercato store restore`, or move the log away, with '" +
-        note_path(path_) + "', to use the file as it is");
+        note_path(files_) + "', to use the file as it is");
   mark_ = mark_on_disk().value_or(0);
   configure();
-  log_file_ = identity_of(log_path(path_));
+  log_file_ = identity_of(log_path(files_));
 }
 
 Database::~Database() {
@@ -162,9 +163,9 @@ Database::~Database() {
   }
   engine_.reset();
   // The last one out takes the note along with the log.
-  if (noted_log_ == 0 || identity_of(log_path(path_))) return;
+  if (noted_log_ == 0 || identity_of(log_path(files_))) return;
   try {
-    if (const auto note = read_log_note(path_); note && note->log == noted_log_) unlink(note_path(path_).c_str());
+    if (const auto note = read_log_note(files_); note && note->log == noted_log_) unlink(note_path(files_).c_str());
   } catch (...) {
     // Without a log the note means nothing.
   }
@@ -232,16 +233,16 @@ bool Database::log_belongs_to_another_file() const {
   if (std::error_code unreadable; fs::file_size(path_, unreadable) == 0) return false;
   // Others may begin a new log between two looks: what counts is what stood still.
   for (int tries = 0; tries < 10; ++tries) {
-    const auto log = log_in_force(path_);
-    const auto note = log ? read_log_note(path_) : std::nullopt;
+    const auto log = log_in_force(files_);
+    const auto note = log ? read_log_note(files_) : std::nullopt;
     // A log without a note is another program's.
     if (!note || note->log != *log) return false;
     // Where both files are new, the folder was copied or brought back as a whole.
     const bool exchanged =
-        note->log_file == identity_of(log_path(path_)) && note->store_file != file_ && store_is_newer_than_log(path_);
+        note->log_file == identity_of(log_path(files_)) && note->store_file != file_ && store_is_newer_than_log(files_);
     const auto mark = mark_on_disk();
     if (!exchanged && (!mark || note->admits(*mark))) return false;
-    if (tries > 0 && log_in_force(path_) == log && read_log_note(path_) == note) return true;
+    if (tries > 0 && log_in_force(files_) == log && read_log_note(files_) == note) return true;
     // A restore moves the old log away just after it has put the new file in place.
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
@@ -252,11 +253,11 @@ bool Database::replaced() const noexcept {
   if (identity_of(path_) != file_) return true;
   if (in_memory_) return false;
   try {
-    if (log_file_ && identity_of(log_path(path_)) != log_file_) return true;
+    if (log_file_ && identity_of(log_path(files_)) != log_file_) return true;
     const auto mark = mark_on_disk();
     if (!mark || *mark == mark_) return false;
     // It came with a checkpoint, or somebody has written over the file.
-    const auto note = read_log_note(path_);
+    const auto note = read_log_note(files_);
     if (!note || !note->admits(*mark)) return true;
     mark_ = *mark;
     return false;
@@ -282,7 +283,7 @@ void Database::after_commit() {
 void Database::note_log(std::uint64_t log) {
   // A query that is open may stand on an older state of the store.
   if (in_transaction() || sqlite3_txn_state(engine_.get(), "main") != SQLITE_TXN_NONE) return;
-  if (const auto note = read_log_note(path_); note && note->log == log) {
+  if (const auto note = read_log_note(files_); note && note->log == log) {
     noted_log_ = log;
     return;
   }
@@ -294,11 +295,11 @@ void Database::note_log(std::uint64_t log) {
     const auto known = static_cast<std::uint32_t>(query_integer("PRAGMA application_id"));
     std::uint32_t mark = 0;
     while (mark == 0 || mark == known) sqlite3_randomness(sizeof mark, &mark);
-    const auto note = read_log_note(path_);
+    const auto note = read_log_note(files_);
     const bool noted = note && note->log == log;
     const auto on_disk = mark_on_disk();
     if (!noted && on_disk && log_in_use() == log &&
-        write_log_note(path_, {log, file_, log_file_, {*on_disk, known, mark}}))
+        write_log_note(files_, {log, file_, log_file_, {*on_disk, known, mark}}))
       run(("PRAGMA application_id=" + std::to_string(static_cast<std::int32_t>(mark))).c_str());
     run("COMMIT");
     noted_log_ = log;
@@ -310,11 +311,11 @@ void Database::note_log(std::uint64_t log) {
 }
 
 void Database::admit_mark(std::uint32_t mark) {
-  auto note = read_log_note(path_);
+  auto note = read_log_note(files_);
   if (!note) return;
   note->marks.push_back(mark);
   // Without its note a log is replayed unasked.
-  if (!write_log_note(path_, *note)) unlink(note_path(path_).c_str());
+  if (!write_log_note(files_, *note)) unlink(note_path(files_).c_str());
 }
 
 StatementHandle Database::prepare(std::string_view sql) {

@@ -95,6 +95,8 @@ class Database {
   static int interrupts(void* self);
 
   std::string path_;  // as given, so that a relative one is followed from where the process stands
+  std::string
+      files_;  // what the names of the files beside the store begin with: the same for all who get there by links
   long busy_timeout_ms_ = 10000;
   std::chrono::steady_clock::time_point wait_began_;
   long waited_ms_ = 0;

@@ -262,7 +262,7 @@ std::string restore_store(const std::string& connection_string, const std::strin
       // Its file makes room.
     }
   }
-  return exchange(path, source.get(), backup, keep);
+  return exchange(fs::is_symlink(path) ? fs::canonical(path).string() : path, source.get(), backup, keep);
 }
 
 }  // namespace mercato::store::sqlite

@@ -245,6 +245,25 @@ TEST_F(ExchangedStore, TheLogOfAnotherProgramIsReadAndReplayed) {
   EXPECT_EQ(count(store_), Variant(5));
 }
 
+TEST_F(ExchangedStore, WhoeverComesByALinkSharesTheNote) {
+  fs::create_symlink(path_, folder_.path("link.db"));
+  const std::string linked = "Data Source=" + folder_.path("link.db");
+  const PooledSession direct = acquire_session(store_);
+  run(*direct.get(), "INSERT INTO T (N) VALUES (2)");
+  // The one moves the other's log into the file, and begins the next.
+  for (int round = 0; round < 3; ++round) {
+    run(*acquire_session(linked).get(), "INSERT INTO T (N) VALUES (3)");
+    close_idle_sessions();
+    sqlite3* engine = nullptr;
+    ASSERT_EQ(sqlite3_open(path_.c_str(), &engine), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(engine, "PRAGMA wal_checkpoint(TRUNCATE)", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(engine);
+    run(*direct.get(), "INSERT INTO T (N) VALUES (4)");
+  }
+  EXPECT_FALSE(fs::exists(folder_.path("link.db-owner")));
+  EXPECT_EQ(count(linked), Variant(8));
+}
+
 TEST_F(ExchangedStore, TheNoteOfALogGoesWithIt) {
   run(*acquire_session(store_).get(), "INSERT INTO T (N) VALUES (2)");
   EXPECT_TRUE(fs::exists(path_ + "-owner"));
