@@ -161,11 +161,12 @@ Database::~Database() {
     sqlite3_db_config(engine_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     return;
   }
+  const auto log = log_in_use();
   engine_.reset();
   // The last one out takes the note along with the log.
-  if (noted_log_ == 0 || identity_of(log_path(files_))) return;
+  if (!log || identity_of(log_path(files_))) return;
   try {
-    if (const auto note = read_log_note(files_); note && note->log == noted_log_) unlink(note_path(files_).c_str());
+    if (const auto note = read_log_note(files_); note && note->log == *log) unlink(note_path(files_).c_str());
   } catch (...) {
     // Without a log the note means nothing.
   }

@@ -265,8 +265,15 @@ TEST_F(ExchangedStore, WhoeverComesByALinkSharesTheNote) {
 }
 
 TEST_F(ExchangedStore, TheNoteOfALogGoesWithIt) {
-  run(*acquire_session(store_).get(), "INSERT INTO T (N) VALUES (2)");
+  PooledSession writer = acquire_session(store_);
+  PooledSession reader = acquire_session(store_);
+  run(*writer.get(), "INSERT INTO T (N) VALUES (2)");
+  EXPECT_EQ(query_one(*reader.get(), "SELECT COUNT(*) FROM T"), Variant(2));
+  writer.release();
+  close_idle_sessions();
   EXPECT_TRUE(fs::exists(path_ + "-owner"));
+  // The last one out need not have written.
+  reader.release();
   close_idle_sessions();
   EXPECT_FALSE(fs::exists(path_ + "-owner"));
   EXPECT_FALSE(fs::exists(path_ + "-wal"));
