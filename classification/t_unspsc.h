@@ -31,7 +31,7 @@ class TUNSPSC : public ComponentOf<TUNSPSC> {
   // The result has an entry for each code that was refused, as read, with the reason as a 16-bit number (CodeOutcome);
   // of a code that was refused twice the first. A code goes in only behind the one above it. With bOverwrite a code
   // that exists gets the new description; with bUpdCommodity a code that was written goes into COMMODITY as well, as
-  // read. A statement that fails is no failure: its code is refused. No vote.
+  // read. A statement that fails is no failure: its code is refused. Only the call limit ends the call. No vote.
   //
   // UploadFromXLS raises eUnableToLoadXML, source "Mercato.UNSPSC.UploadFromXLS", unlogged and without a vote: "MS
   // Excel should be installed to upload from XLS" when there is no component that reads workbooks, "Unable to load XLS"
@@ -60,8 +60,8 @@ class TUNSPSC : public ComponentOf<TUNSPSC> {
     bool commodities;
   };
   // Writes one pair and notes its refusal.
-  void upload_code(const ConnectionPtr& connection, const std::string& code, const std::string& description,
-                   Wishes wishes, Dictionary& refusals);
+  void upload_code(const ConnectionPtr& connection, std::size_t item, const std::string& code,
+                   const std::string& description, Wishes wishes, Dictionary& refusals);
   CodeOutcome UploadCodeRow(const ConnectionPtr& connection, const std::string& code, const std::string& description,
                             Wishes wishes);
   void tell(const std::function<void(UnspscUploadObserver&)>& news);

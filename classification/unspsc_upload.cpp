@@ -81,10 +81,13 @@ DictionaryPtr TUNSPSC::UploadFromXLS(const std::string& sFile, bool bOverwrite, 
         tell(
             [&](UnspscUploadObserver& observer) { observer.on_start(static_cast<std::size_t>(last_row - first_row)); });
         workbook.ReadRow(0);  // the heading
+        std::size_t item = 0;
         for (Variant row = workbook.ReadRow(2); !row.is_null(); row = workbook.ReadRow(2)) {
+          ++item;
           const std::string code = row.to_array().at(0).to_text();
           if (is_blank(code)) continue;
-          upload_code(connection, code, row.to_array().at(1).to_text(), {bOverwrite, bUpdCommodity}, *refused_codes);
+          upload_code(connection, item, code, row.to_array().at(1).to_text(), {bOverwrite, bUpdCommodity},
+                      *refused_codes);
         }
         run.finish();
         Sql_CloseConnection(connection);
@@ -131,11 +134,12 @@ DictionaryPtr TUNSPSC::UploadFromXML(const std::string& sFile, bool bOverwrite, 
         StoreRun run;
         auto refused_codes = std::make_shared<Dictionary>();
         tell([&](UnspscUploadObserver& observer) { observer.on_start(items.size()); });
-        for (const xml::Node& item : items) {
-          const xml::NodeList children = item.children();
+        for (std::size_t item = 1; item <= items.size(); ++item) {
+          const xml::NodeList children = items.item(item - 1).children();
           const std::string code = children.item(0).typed_value();
           if (is_blank(code)) continue;
-          upload_code(connection, code, children.item(1).typed_value(), {bOverwrite, bUpdCommodity}, *refused_codes);
+          upload_code(connection, item, code, children.item(1).typed_value(), {bOverwrite, bUpdCommodity},
+                      *refused_codes);
         }
         run.finish();
         Sql_CloseConnection(connection);
@@ -151,11 +155,18 @@ DictionaryPtr TUNSPSC::UploadFromXML(const std::string& sFile, bool bOverwrite, 
            }});
 }
 
-void TUNSPSC::upload_code(const ConnectionPtr& connection, const std::string& code, const std::string& description,
-                          Wishes wishes, Dictionary& refusals) {
-  const CodeOutcome outcome = UploadCodeRow(connection, code, description, wishes);
+void TUNSPSC::upload_code(const ConnectionPtr& connection, std::size_t item, const std::string& code,
+                          const std::string& description, Wishes wishes, Dictionary& refusals) {
+  bool taken = true;
+  tell([&](UnspscUploadObserver& observer) { taken = observer.takes(code); });
+  const std::size_t failures = connection->Errors().size();
+  const CodeOutcome outcome = taken ? UploadCodeRow(connection, code, description, wishes) : CodeOutcome::malformed;
+  // The failures of its statements were passed over, and a timeout may be among them: it ends the call all the same.
+  check_call_limit();
+  for (std::size_t passed_over = failures; passed_over < connection->Errors().size(); ++passed_over)
+    tell([&](UnspscUploadObserver& observer) { observer.on_failure(connection->Errors()[passed_over]); });
   if (outcome != CodeOutcome::written && !refusals.Exists(code)) refusals.Add(code, static_cast<std::int16_t>(outcome));
-  tell([&](UnspscUploadObserver& observer) { observer.on_code({code, description, outcome}); });
+  tell([&](UnspscUploadObserver& observer) { observer.on_code({code, description, outcome, item}); });
 }
 
 CodeOutcome TUNSPSC::UploadCodeRow(const ConnectionPtr& connection, const std::string& code,

@@ -1,6 +1,7 @@
 #include "frame/upload_run.h"
 
 #include "frame/types/raised_error.h"
+#include "platform/store/call_limit.h"
 
 namespace mercato {
 
@@ -23,5 +24,7 @@ void StoreRun::finish() {
   if (unit_) unit_->commit();
   unit_.reset();
 }
+
+void check_call_limit() { store::check_call_limit_now(); }
 
 }  // namespace mercato

@@ -32,4 +32,8 @@ class StoreRun {
   std::optional<store::UnitOfWork::Current> current_;
 };
 
+// Raises kTimeout when the call from outside has run out of time: for an upload that passes over the failures of its
+// statements, and would pass over that one too.
+void check_call_limit();
+
 }  // namespace mercato

@@ -2,12 +2,14 @@
 // shown for both.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <thread>
 
 #include "collaborators/spreadsheet/reader.h"
 #include "frame/types/text.h"
 #include "platform/automation/registry.h"
+#include "platform/store/call_limit.h"
 #include "tests/classification/unspsc_fixture.h"
 #include "tests/support/hostile_texts.h"
 
@@ -515,6 +517,27 @@ TEST_F(UnspscUploadFromDocument, DocumentThatFailsTheSchemaIsRaisedInItsWordsUnl
   }
 }
 
+// A schema that includes one of its neighbours was "Schema not found".
+TEST_F(UnspscUploadFromDocument, SchemaMayIncludeItsNeighbours) {
+  file("installed/xmlschemas/types.xsd",
+       "<schema xmlns='http://www.w3.org/2001/XMLSchema'><simpleType name='Code'><restriction base='string'>"
+       "<pattern value='9[0-9]{7}'/></restriction></simpleType></schema>");
+  install_schema(
+      "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'><xs:include schemaLocation='types.xsd'/>"
+      "<xs:element name='UNSPSC_ITEMS'><xs:complexType><xs:sequence><xs:element name='UNSPSC_ITEM' "
+      "maxOccurs='unbounded'><xs:complexType><xs:sequence><xs:element name='CODE' type='Code'/>"
+      "<xs:element name='DESCRIPTION'/></xs:sequence></xs:complexType></xs:element></xs:sequence></xs:complexType>"
+      "</xs:element></xs:schema>");
+  EXPECT_EQ(refusals(from_document(document({{"91000000", "Toys"}}))), Refusals{});
+  EXPECT_EQ(raised_by([&] {
+              from_document(document({{"81000000", "Toys"}}));
+            }),
+            (RaisedError{eUnableToLoadXML, "Mercato.UNSPSC.UploadFromXML",
+                         "Element 'CODE': [facet 'pattern'] The value '81000000' is not accepted by the pattern "
+                         "'9[0-9]{7}'.",
+                         "", 0}));
+}
+
 TEST_F(UnspscUploadFromDocument, WithoutASchemaTheUploadSaysSoUnlogged) {
   const RaisedError expected = {eUnableToLoadXML, "Mercato.UNSPSC.UploadFromXML", "Schema not found", "", 0};
   const auto expect_not_found = [&] {
@@ -591,8 +614,10 @@ TEST_F(UnspscUpload, ObjectWithoutATransactionServerLoadsToo) {
 class Listener : public UnspscUploadObserver {
  public:
   void on_start(std::size_t items) override { told.push_back("items " + std::to_string(items)); }
+  void on_failure(const RaisedError& failure) override { told.push_back("failure " + std::to_string(failure.Number)); }
   void on_code(const UploadedCode& code) override {
-    told.push_back(code.code + " " + code.description + " " + std::to_string(static_cast<int>(code.outcome)));
+    told.push_back(code.code + " " + code.description + " " + std::to_string(static_cast<int>(code.outcome)) + " of " +
+                   std::to_string(code.item));
   }
   void on_unreadable(const std::string& reason) override { told.push_back(reason); }
 
@@ -604,7 +629,62 @@ TEST_P(UnspscUploadOfPairs, ObserverIsToldOfEachCode) {
   t_unspsc_->object()->set_observer(&listener);
   const Codes pairs = {{"91000000", "Toys"}, {"", "none"}, {"9", "nine"}, {"9", "again"}};
   GetParam() == From::workbook ? from_workbook(workbook(pairs)) : from_document(document(pairs));
-  EXPECT_EQ(listener.told, (std::vector<std::string>{"items 4", "91000000 Toys 0", "9 nine 1", "9 again 1"}));
+  EXPECT_EQ(listener.told,
+            (std::vector<std::string>{"items 4", "91000000 Toys 0 of 1", "9 nine 1 of 3", "9 again 1 of 4"}));
+}
+
+TEST_P(UnspscUploadOfPairs, ObserverIsToldOfFailuresThatArePassedOver) {
+  Listener listener;
+  t_unspsc_->object()->set_observer(&listener);
+  Recorder recorder;
+  recorder.fail_on = "UPDATE UNSPSCCODES";
+  const Codes pairs = {{"91000000", "Toys"}, {"91000000", "again"}};
+  GetParam() == From::workbook ? from_workbook(workbook(pairs), {true, false})
+                               : from_document(document(pairs), {true, false});
+  EXPECT_EQ(listener.told,
+            (std::vector<std::string>{
+                "items 2", "91000000 Toys 0 of 1", "failure " + std::to_string(error_number::kConstraintViolated),
+                "failure " + std::to_string(refused_on_request().Number), "91000000 again 2 of 2"}));
+}
+
+TEST_P(UnspscUploadOfPairs, CodesThatTheObserverDoesNotTakeAreMalformedAndTheStoreIsNotAsked) {
+  class Strict : public Listener {
+   public:
+    bool takes(const std::string& code) override { return code.find(',') == std::string::npos; }
+  } strict;
+  t_unspsc_->object()->set_observer(&strict);
+  Recorder recorder;
+  const Codes pairs = {{"91000000", "Toys"}, {"9,100,00", "Commas"}};
+  EXPECT_EQ(refusals(GetParam() == From::workbook ? from_workbook(workbook(pairs)) : from_document(document(pairs))),
+            (Refusals{{"9,100,00", 1}}));
+  EXPECT_EQ(recorder.statements, Statements{"INSERT INTO UNSPSCCODES VALUES ('','91',1, N'Toys')"});
+  EXPECT_EQ(strict.told, (std::vector<std::string>{"items 2", "91000000 Toys 0 of 1", "9,100,00 Commas 1 of 2"}));
+}
+
+// The timeout was passed over like any other failure of a statement: the call answered normally, gave what it had not
+// reached as codes that exist, and kept the rest.
+TEST_P(UnspscUploadOfPairs, CallLimitEndsTheUploadWithAnAbortVote) {
+  class Slow : public UnspscUploadObserver {
+   public:
+    void on_code(const UploadedCode&) override {
+      while (!store::call_limit_passed()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+  } slow;
+  t_unspsc_->object()->set_observer(&slow);
+  const Codes pairs = {{"91000000", "Toys"}, {"92000000", "Sports"}, {"93000000", "Games"}};
+  Recorder recorder;
+  const FailureTrail expected = trail(
+      {error_number::kTimeout, "Mercato", "Timeout expired: the call ran longer than its limit of 0.5 seconds", "", 0},
+      {{GetParam() == From::workbook ? "Mercato.UNSPSC.UploadFromXLS" : "Mercato.UNSPSC.UploadFromXML"}});
+  const RaisedError raised = raised_by([&] {
+    const store::CallLimit limit(0.5);
+    GetParam() == From::workbook ? from_workbook(workbook(pairs)) : from_document(document(pairs));
+  });
+  EXPECT_EQ(raised, expected.raised);
+  EXPECT_EQ(recorder.log, expected.log);
+  EXPECT_EQ(vote(), Vote::abort);
+  EXPECT_EQ(outcome(), Outcome::rolledback);
+  EXPECT_EQ(codes(), StoredRows{});
 }
 
 TEST_P(UnspscUploadOfPairs, ObserverChangesNothingOfWhatIsAskedOfTheStore) {
