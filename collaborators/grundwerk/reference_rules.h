@@ -14,7 +14,11 @@
 
 namespace mercato::collaborators {
 
-enum class KeyKind { number, text };
+enum class KeyKind {
+  number,
+  text,
+  code,  // a text whose owner knows it with and without the blanks around it
+};
 
 enum class Checked {
   before_write,   // a value of the referring column has to be there

@@ -261,6 +261,16 @@ TEST_F(UnspscWriting, CodeThatSomethingRefersToStaysAndNothingIsRaisedOrLogged) 
   EXPECT_EQ(all_rows(), before);
 }
 
+// The code is deleted without the blanks around it, but it was looked for with them: one that is used was deleted.
+TEST_F(UnspscWriting, CodeThatSomethingRefersToStaysAlsoWithBlanksAroundIt) {
+  execute({"INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, UNSPSCCODE) VALUES ('P', 'D', '101015')"});
+  for (const std::string code : {" 101015", "101015 ", "  101015  "}) {
+    EXPECT_FALSE(remove(code));
+    EXPECT_EQ(vote(), Vote::abort);
+  }
+  EXPECT_TRUE(exists("101015"));
+}
+
 TEST_F(UnspscWriting, UnknownCodeIsRaisedAsNotFound) {
   Recorder recorder;
   const FailureTrail expected = trail({eUNSPSCCodeNotFound, "Mercato.UNSPSCCode.Delete", "UNSPSCCode not found", "", 0},

@@ -173,6 +173,16 @@ TEST_F(ReferentialCheckerTest, ARowThatIsReferredToHasToStay) {
   }
 }
 
+// Its owner deletes a UNSPSC code without the blanks around it; of a unit they are a part.
+TEST_F(ReferentialCheckerTest, ACodeIsLookedForWithoutTheBlanksAroundItAndATextWithThem) {
+  execute(
+      {"INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, UNSPSCCODE, UNITCODE) VALUES ('P', 'P', '1020', 'KG')"});
+  EXPECT_FALSE(may_go("UNSPSCCODES", "UNSPSCCODE", " 1020 "));
+  EXPECT_TRUE(may_go("UNSPSCCODES", "UNSPSCCODE", "10 20"));
+  EXPECT_FALSE(may_go("UNIT", "UNITCODE", "KG "));
+  EXPECT_TRUE(may_go("UNIT", "UNITCODE", " KG"));
+}
+
 TEST_F(ReferentialCheckerTest, TheCheckSeesWhatItsTransactionHasWritten) {
   store::UnitOfWork unit(store::UnitOfWork::Kind::transaction);
   const store::UnitOfWork::Current current(&unit);
