@@ -1,69 +1,60 @@
 #include "collaborators/grundwerk/log.h"
 
-#include <spdlog/logger.h>
-#include <spdlog/sinks/rotating_file_sink.h>
+#include <spdlog/pattern_formatter.h>
 
 #include <algorithm>
-#include <chrono>
-#include <memory>
-#include <mutex>
+#include <cstdio>
 #include <string_view>
 
 #include "collaborators/grundwerk/settings.h"
+#include "frame/types/text.h"
+#include "platform/files/turning_file.h"
 
 namespace mercato::collaborators {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::size_t kLargestFile = 10'000'000;
-constexpr std::size_t kOlderFiles = 5;
-constexpr auto kRetry = std::chrono::seconds(30);  // opening a file that resists takes long
+constexpr int kOlderFiles = 5;
 constexpr std::int32_t kInformation = 1;
 
-// The log file that is open, if any.
-struct OpenFile {
-  std::mutex guard;
-  std::string path;
-  std::shared_ptr<spdlog::logger> logger;
-  Clock::time_point retry_at;
-};
-
-std::shared_ptr<spdlog::logger> open_logger(const std::string& path) {
-  auto file = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(path, kLargestFile, kOlderFiles);
-  auto logger = std::make_shared<spdlog::logger>("Grundwerk.Log", std::move(file));
-  logger->set_pattern("%Y-%m-%dT%H:%M:%S.%e%z %l %v");
-  logger->flush_on(spdlog::level::info);
-  logger->set_error_handler([](const std::string&) {});  // the default one writes to the host's standard error
-  return logger;
-}
-
-// Null while the file cannot be opened.
-std::shared_ptr<spdlog::logger> logger_of(const std::string& path) {
-  static OpenFile open;
-  const std::lock_guard lock(open.guard);
-  if (path != open.path) {
-    open.path = path;
-    open.logger.reset();
-    open.retry_at = {};
-  }
-  if (!open.logger && Clock::now() >= open.retry_at) {
-    try {
-      open.logger = open_logger(path);
-    } catch (const spdlog::spdlog_ex&) {
-      open.retry_at = Clock::now() + kRetry;
+// Control characters would steer the terminal that shows the log: each is written as its number, "\x1B" for an escape.
+// Tabs stay. Of a text that is not UTF-8 no byte beyond ASCII is trusted.
+void append_harmless(std::string& record, std::string_view text) {
+  const bool is_utf8 = text::is_valid(text);
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    auto byte = static_cast<unsigned char>(text[at]);
+    const auto next = at + 1 < text.size() ? static_cast<unsigned char>(text[at + 1]) : 0u;
+    // U+0080 to U+009F, in two bytes.
+    const bool is_upper_control = is_utf8 && byte == 0xC2 && next >= 0x80 && next <= 0x9F;
+    if (is_upper_control) byte = static_cast<unsigned char>(text[++at]);
+    if (is_upper_control || (byte < 0x20 && byte != '\t') || byte == 0x7F || (byte >= 0x80 && !is_utf8)) {
+      char number[5];
+      std::snprintf(number, sizeof number, "\\x%02X", static_cast<unsigned>(byte));
+      record += number;
+    } else {
+      record += static_cast<char>(byte);
     }
   }
-  return open.logger;
 }
 
 // Each line that is not empty on one of its own, behind `lead`. All three kinds of line ends count.
 void append_lines(std::string& record, std::string_view text, std::string_view lead) {
   for (std::size_t begin = 0; begin < text.size();) {
     const std::size_t end = std::min(text.find_first_of("\r\n", begin), text.size());
-    if (end > begin) record.append(record.empty() ? "" : lead).append(text.substr(begin, end - begin));
+    if (end > begin) {
+      if (!record.empty()) record += lead;
+      append_harmless(record, text.substr(begin, end - begin));
+    }
     begin = end + 1;
   }
+}
+
+// With the host's time and the severity in front.
+std::string stamped(const std::string& record, std::int32_t severity) {
+  thread_local spdlog::pattern_formatter formatter("%Y-%m-%dT%H:%M:%S.%e%z %l %v");
+  spdlog::memory_buf_t line;
+  formatter.format({"", severity == kInformation ? spdlog::level::info : spdlog::level::err, record}, line);
+  return {line.data(), line.size()};
 }
 
 }  // namespace
@@ -80,14 +71,12 @@ const ClassTable& Log::table() {
 Variant Log::WriteEntry(std::string& source, std::string& text, std::int32_t& severity) {
   const auto current = settings();
   if (current->log_file.empty()) return {};
-  const auto logger = logger_of(current->log_file);
-  if (!logger) return {};
   constexpr std::string_view kSetIn = "\n    ";
   std::string record;
   append_lines(record, source, kSetIn);
   if (record.empty()) record = "-";
   append_lines(record, text, kSetIn);
-  logger->log(severity == kInformation ? spdlog::level::info : spdlog::level::err, record);
+  files::append_record({current->log_file, kLargestFile, kOlderFiles}, stamped(record, severity));
   return {};
 }
 

@@ -1,6 +1,7 @@
 // Grundwerk.Log: one record per entry in the log file that the settings name, which turns over at 10 MB and keeps five
-// older ones. A record is a line with the host's time, severity and source, and below it the text, line by line and set
-// in, so that no text can pass for a record:
+// older ones, however many processes write to it. A record is a line with the host's time, severity and source, and
+// below it the text, line by line and set in, so that no text can pass for a record. Control characters stand in it as
+// their numbers ("\x1B"):
 //
 //   2026-07-01T08:30:00.125+02:00 error Mercato.Unit.Delete
 //       ERROR 0x800400CA

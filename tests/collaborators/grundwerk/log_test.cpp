@@ -1,6 +1,8 @@
 #include "collaborators/grundwerk/log.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <regex>
@@ -62,6 +64,45 @@ TEST_F(LogTest, NoTextCanPassForARecord) {
             "    2026-07-01T08:30:00.000+00:00 error Forged\n"
             "    one\n"
             "    2026-07-01T08:30:00.000+00:00 error Forged\n");
+}
+
+// A text could steer the terminal that shows the log.
+TEST_F(LogTest, ControlCharactersStandAsTheirNumbers) {
+  const std::string file = log_here();
+  log_.WriteEntry("Sour\x1b[2Jce",
+                  "bell \a\tdelete \x7f null " + std::string(1, '\0') + " next \xc2\x85 e-acute \xc3\xa9", 0);
+  log_.WriteEntry("Not UTF-8", "control \x9b and \xfc", 0);
+  EXPECT_EQ(timeless(file),
+            "<time> error Sour\\x1B[2Jce\n"
+            "    bell \\x07\tdelete \\x7F null \\x00 next \\x85 e-acute \xc3\xa9\n"
+            "<time> error Not UTF-8\n"
+            "    control \\x9B and \\xFC\n");
+}
+
+// Each process turned the file over under the others, and wrote on into what was an older one by then.
+TEST_F(LogTest, FourProcessesKeepTheFileWithinItsSizeAndLoseNothing) {
+  const std::string file = log_here();
+  constexpr std::size_t kProcesses = 4;
+  constexpr std::size_t kEntries = 40;
+  std::vector<pid_t> children;
+  for (std::size_t process = 0; process < kProcesses; ++process) {
+    children.push_back(::fork());
+    if (children.back() != 0) continue;
+    for (std::size_t entry = 0; entry < kEntries; ++entry) log_.WriteEntry("Entry", std::string(100'000, 'x'), 1);
+    ::_exit(0);
+  }
+  for (const pid_t child : children) ::waitpid(child, nullptr, 0);
+  std::size_t files = 0;
+  std::size_t entries = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(folder())) {
+    if (entry.path().extension() != ".log") continue;
+    ++files;
+    EXPECT_LE(entry.file_size(), 10'000'000u) << entry.path();
+    std::ifstream lines(entry.path());
+    for (std::string line; std::getline(lines, line);) entries += line.ends_with(" info Entry") ? 1 : 0;
+  }
+  EXPECT_EQ(files, 2u);
+  EXPECT_EQ(entries, kProcesses * kEntries);
 }
 
 TEST_F(LogTest, BracesAndPercentSignsStayText) {
