@@ -4,7 +4,10 @@
 #include <libxml/xmlschemas.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <new>
 #include <utility>
+#include <vector>
 
 #include "frame/types/raised_error.h"
 #include "platform/files/files.h"
@@ -60,17 +63,79 @@ bool is_schema_element(const xmlNode* node, std::string_view name) {
          std::string_view(reinterpret_cast<const char*>(node->name)) == name;
 }
 
-// Why a parsed schema is not for us; the library itself would fetch what a schema names.
-std::string objection_to(const xmlDoc* document) {
-  if (document->intSubset) return "it has a DOCTYPE";
-  const xmlNode* const root = xmlDocGetRootElement(document);
-  if (!root || !is_schema_element(root, "schema")) return "it is no XML schema";
-  if (!attribute(root, "targetNamespace").empty()) return "it is for a target namespace";
-  for (const xmlNode* child = root->children; child; child = child->next)
-    for (const char* other : {"include", "import", "redefine"})
-      if (is_schema_element(child, other)) return std::string("it reads another schema (") + other + ")";
-  return {};
-}
+// What a schema file, and those that it includes, put into one document. The library itself would fetch whatever a
+// schema names, from wherever it is.
+class JoinedSchema {
+ public:
+  explicit JoinedSchema(std::string_view file) : file_(files::host_path(file)) {}
+
+  // Raises 5 with the reason when one of the files is not for us, and what reading a file raises.
+  ParsedDocument join() {
+    ParsedDocument joined(xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0")));
+    // A prefix that leaves those of the files alone, which their own children bring along.
+    xmlNode* const root = xmlNewDocNode(joined.get(), nullptr, reinterpret_cast<const xmlChar*>("schema"), nullptr);
+    if (!joined || !root) throw std::bad_alloc();
+    xmlDocSetRootElement(joined.get(), root);
+    xmlSetNs(root, xmlNewNs(root, reinterpret_cast<const xmlChar*>(kSchemaNamespace),
+                            reinterpret_cast<const xmlChar*>("joined-schema")));
+    names_ = {file_.filename().string()};
+    for (std::size_t next = 0; next < names_.size(); ++next) add(names_[next], root);
+    return joined;
+  }
+
+ private:
+  void add(const std::string name, xmlNode* root) {  // a copy: the list of names grows
+    const std::string text = files::read_file((file_.parent_path() / name).string(), kMostSchemaBytes - bytes_);
+    bytes_ += text.size();
+    const ParsedDocument document(xmlReadMemory(text.data(), static_cast<int>(text.size()), "schema", nullptr, kAlone));
+    const bool is_first = name == names_.front();
+    const auto refuse = [&](const std::string& reason) {
+      raise(error_number::kInvalidArgument, {}, (is_first ? "it " : name + ", which it includes, ") + reason);
+    };
+    if (!document) refuse("is not well-formed");
+    if (document->intSubset) refuse("has a DOCTYPE");
+    const xmlNode* const from = xmlDocGetRootElement(document.get());
+    if (!from || !is_schema_element(from, "schema")) refuse("is no XML schema");
+    if (!attribute(from, "targetNamespace").empty()) refuse("is for a target namespace");
+    // Those of a file hold for its own components, so that all files have to agree.
+    for (const char* defaults : {"blockDefault", "finalDefault"}) {
+      const std::string value = attribute(from, defaults);
+      if (is_first && !value.empty())
+        xmlNewProp(root, reinterpret_cast<const xmlChar*>(defaults), reinterpret_cast<const xmlChar*>(value.c_str()));
+      else if (value != attribute(root, defaults))
+        refuse(std::string("has another ") + defaults);
+    }
+    for (xmlNode* child = from->children; child; child = child->next) {
+      if (child->type != XML_ELEMENT_NODE) continue;
+      for (const char* other : {"import", "redefine"})
+        if (is_schema_element(child, other)) refuse(std::string("reads another schema (") + other + ")");
+      if (is_schema_element(child, "include"))
+        include(attribute(child, "schemaLocation"), refuse);
+      else
+        adopt(child, from, root);
+    }
+  }
+
+  template <class Refuse>
+  void include(const std::string& location, Refuse refuse) {
+    if (location.empty() || location == "." || location == ".." || location.find_first_of("/\\:%") != std::string::npos)
+      refuse("includes a schema that is not beside it (" + location + ")");
+    if (std::find(names_.begin(), names_.end(), location) == names_.end()) names_.push_back(location);
+  }
+
+  // A copy with the namespaces that the names in it are written with.
+  static void adopt(xmlNode* child, const xmlNode* from, xmlNode* root) {
+    xmlNode* const copy = xmlDocCopyNode(child, root->doc, 1);
+    if (!copy) throw std::bad_alloc();
+    for (const xmlNs* declared = from->nsDef; declared; declared = declared->next)
+      xmlNewNs(copy, declared->href, declared->prefix);  // none that the copy has already
+    xmlAddChild(root, copy);
+  }
+
+  std::filesystem::path file_;
+  std::vector<std::string> names_;  // of the file and all that are included, each once
+  std::size_t bytes_ = 0;
+};
 
 }  // namespace
 
@@ -89,18 +154,18 @@ bool Schema::load(std::string_view file) {
     error_ = "The schema \"" + std::string(file) + "\" cannot be loaded: " + reason + ".";
     return false;
   };
-  std::string text;
-  try {
-    text = files::read_file(files::host_path(file), kMostSchemaBytes);
-  } catch (const Raised& failure) {
-    error_ = failure.error().Description + ".";
-    return false;
-  }
   xmlInitParser();
   auto compiled = std::make_unique<Compiled>();
-  compiled->document.reset(xmlReadMemory(text.data(), static_cast<int>(text.size()), "schema", nullptr, kAlone));
-  if (!compiled->document) return fail("it is not well-formed");
-  if (const std::string objection = objection_to(compiled->document.get()); !objection.empty()) return fail(objection);
+  try {
+    compiled->document = JoinedSchema(file).join();
+  } catch (const Raised& failure) {
+    const std::string& reason = failure.error().Description;
+    if (failure.error().Number == error_number::kInvalidArgument) return fail(reason);
+    error_ = reason + ".";
+    return false;
+  } catch (const std::bad_alloc&) {
+    return fail("there is no memory for it");
+  }
   const SchemaParser parser(xmlSchemaNewDocParserCtxt(compiled->document.get()));
   if (!parser) return fail("there is no memory for it");
   FirstFault fault;

@@ -110,16 +110,75 @@ TEST_F(SchemaTest, SchemaForATargetNamespaceIsNotLoaded) {
                  "it is for a target namespace");
 }
 
-TEST_F(SchemaTest, NothingBesideTheFileIsEverRead) {
+TEST_F(SchemaTest, SchemaMayIncludeThoseBesideIt) {
+  // Each file has a prefix of its own; one has none, and means something else by a name without one.
+  written(
+      "<schema xmlns='http://www.w3.org/2001/XMLSchema'><include schemaLocation='numbers.xml'/>"
+      "<include schemaLocation='schema.xml'/><simpleType name='Word'><restriction base='string'>"
+      "<maxLength value='3'/></restriction></simpleType></schema>",
+      "words.xml");
+  written(
+      "<x:schema xmlns:x='http://www.w3.org/2001/XMLSchema'><x:include schemaLocation='words.xml'/>"
+      "<x:simpleType name='Small'><x:restriction base='x:int'><x:maxInclusive value='9'/></x:restriction>"
+      "</x:simpleType><x:element name='SMALL' type='Small'/></x:schema>",
+      "numbers.xml");
+  load(
+      "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'><xs:include schemaLocation='words.xml'/>"
+      "<xs:element name='LIST'><xs:complexType><xs:sequence><xs:element name='W' type='Word'/>"
+      "<xs:element ref='SMALL'/></xs:sequence></xs:complexType></xs:element></xs:schema>");
+  EXPECT_EQ(fault("<LIST><W>abc</W><SMALL>9</SMALL></LIST>"), "");
+  EXPECT_EQ(
+      fault("<LIST><W>abcd</W><SMALL>9</SMALL></LIST>"),
+      "Element 'W': [facet 'maxLength'] The value has a length of '4'; this exceeds the allowed maximum length of "
+      "'3'.");
+  EXPECT_EQ(fault("<LIST><W>abc</W><SMALL>10</SMALL></LIST>"),
+            "Element 'SMALL': [facet 'maxInclusive'] The value '10' is greater than the maximum value allowed ('9').");
+}
+
+TEST_F(SchemaTest, WhatIsIncludedIsHeldToTheSameRules) {
+  const std::string including = kBegin + std::string("<xs:include schemaLocation='other.xml'/>") + kEnd;
+  const std::string path = written(including);
+  EXPECT_FALSE(schema_.load(path));
+  EXPECT_EQ(schema_.error(), "Cannot read the file \"" + (folder_ / "other.xml") + "\": No such file or directory.");
+  const struct {
+    std::string text;
+    const char* reason;
+  } table[] = {
+      {"<xs:schema", "is not well-formed"},
+      {"<LIST/>", "is no XML schema"},
+      {"<!DOCTYPE x>" + kList, "has a DOCTYPE"},
+      {"<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='urn:x'/>", "is for a target namespace"},
+      {"<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' blockDefault='extension'/>", "has another blockDefault"},
+      {kBegin + std::string("<xs:import namespace='urn:x' schemaLocation='schema.xml'/>") + kEnd,
+       "reads another schema (import)"},
+      {kBegin + std::string("<xs:include schemaLocation='/etc/passwd'/>") + kEnd,
+       "includes a schema that is not beside it (/etc/passwd)"},
+  };
+  for (const auto& row : table) {
+    written(row.text, "other.xml");
+    expect_refused(including, std::string("other.xml, which it includes, ") + row.reason);
+  }
+}
+
+TEST_F(SchemaTest, NothingBesideTheFolderIsEverRead) {
   std::atomic<int> asked = 0;
   const LocalServer server([&](const std::string&) {
     ++asked;
     return LocalServer::page("200 OK", kList);
   });
   written(kList, "other.xml");
+  const std::vector<std::string> all_elsewhere = {server.url("/other.xml"),
+                                                  "./other.xml",
+                                                  "../other.xml",
+                                                  "a\\other.xml",
+                                                  "..",
+                                                  "other.xml%23",
+                                                  "file:other.xml",
+                                                  ""};
+  for (const std::string& elsewhere : all_elsewhere)
+    expect_refused(kBegin + ("<xs:include schemaLocation='" + elsewhere + "'/>") + kEnd,
+                   "it includes a schema that is not beside it (" + elsewhere + ")");
   for (const std::string& other : {server.url("/other.xml"), std::string("other.xml")}) {
-    expect_refused(kBegin + ("<xs:include schemaLocation='" + other + "'/>") + kEnd,
-                   "it reads another schema (include)");
     expect_refused(kBegin + ("<xs:import namespace='urn:x' schemaLocation='" + other + "'/>") + kEnd,
                    "it reads another schema (import)");
     expect_refused(kBegin + ("<xs:redefine schemaLocation='" + other + "'/>") + kEnd,
