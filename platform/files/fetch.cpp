@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <optional>
@@ -68,7 +69,7 @@ std::string transfer(const std::string& url, const FetchLimits& limits) {
   const auto failed = [](const std::string& reason) { raise(error_number::kPathFileAccess, {}, reason); };
   const std::unique_ptr<CURL, Close> handle(curl_easy_init());
   if (!handle) failed("no transfer can be set up");
-  Body body{{}, limits.max_bytes, false};
+  Body body{{}, std::min(limits.max_bytes, limits.max_received), false};
 
   const auto set = [&](CURLoption option, auto value) {
     if (curl_easy_setopt(handle.get(), option, value) != CURLE_OK) failed("a setting of the transfer was refused");
@@ -79,13 +80,15 @@ std::string transfer(const std::string& url, const FetchLimits& limits) {
   set(CURLOPT_FOLLOWLOCATION, 1L);
   set(CURLOPT_MAXREDIRS, static_cast<long>(limits.max_redirects));
   set(CURLOPT_TIMEOUT, static_cast<long>(limits.timeout_seconds));
+  set(CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(body.max_bytes));  // when the server announces more
   set(CURLOPT_NOSIGNAL, 1L);  // a signal handler would be the whole process's
   set(CURLOPT_USERAGENT, "mercato");
   set(CURLOPT_WRITEFUNCTION, &append);
   set(CURLOPT_WRITEDATA, &body);
 
   const CURLcode outcome = curl_easy_perform(handle.get());
-  if (body.too_large) failed("the answer has more than " + std::to_string(limits.max_bytes) + " bytes");
+  if (body.too_large || outcome == CURLE_FILESIZE_EXCEEDED)
+    failed("the answer has more than " + std::to_string(body.max_bytes) + " bytes");
   if (outcome == CURLE_TOO_MANY_REDIRECTS) {
     failed("the server redirects more than " + std::to_string(limits.max_redirects) + " times");
   }

@@ -11,7 +11,9 @@ namespace mercato::files {
 
 struct FetchLimits {
   std::size_t max_bytes = kDefaultMaxBytes;
-  int timeout_seconds = 60;  // of the whole transfer, redirects included
+  std::size_t max_received = std::size_t{256}
+                             << 20;  // of a server, which may send without an end; counts if it is less
+  int timeout_seconds = 60;          // of the whole transfer, redirects included
   int max_redirects = 5;
 };
 

@@ -85,6 +85,18 @@ TEST_F(Fetch, MoreBytesThanTheLimitAreAFailureWhetherAnnouncedOrNot) {
   EXPECT_EQ(fetch(server_.url("/unsized"), limits).body.size(), 1'000'000u);
 }
 
+// An answer without an end took 2 GB before it was given up.
+TEST_F(Fetch, WhatAServerSendsIsBoundedMoreTightlyThanAFile) {
+  EXPECT_LE(FetchLimits{}.max_received, std::size_t{256} << 20);
+  FetchLimits limits;
+  limits.max_received = 999'999;
+  EXPECT_EQ(reason("/large", limits), "the answer has more than 999999 bytes.");
+  EXPECT_EQ(reason("/unsized", limits), "the answer has more than 999999 bytes.");
+  const TemporaryFolder root;
+  write_file_atomically(root / "large.xml", std::string(1'000'000, 'x'));
+  EXPECT_EQ(fetch("file://" + (root / "large.xml"), limits).body.size(), 1'000'000u);
+}
+
 TEST_F(Fetch, AnAnswerThatBreaksOffIsAFailure) { EXPECT_EQ(reason("/cut"), "Transferred a partial file."); }
 
 TEST_F(Fetch, SecretsOfTheUrlStandInNoMessage) {
