@@ -109,6 +109,7 @@ Workbook& Workbook::operator=(Workbook&&) noexcept = default;
 bool Workbook::open(std::string_view file) {
   state_.reset();
   error_.clear();
+  row_number_ = 0;
   std::string reason;
   try {
     const std::string path = files::host_path(file);
@@ -147,6 +148,7 @@ bool Workbook::next_row(std::size_t columns, std::vector<std::string>& texts) {
       if (std::none_of(row->cells.begin(), row->cells.end(),
                        [&](const RawCell& cell) { return state.has_content(cell); }))
         continue;
+      row_number_ = row->number;
       texts.resize(columns);
       for (const RawCell& cell : row->cells) {
         const auto place = static_cast<std::size_t>(cell.column - state.area->first_column);

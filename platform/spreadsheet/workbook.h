@@ -50,11 +50,14 @@ class Workbook {
   // nothing. Rows without content are passed over; the first call gives the area's first row. False at the end. Raises
   // 91 when no workbook is open, 75 when the file has changed under the reader.
   bool next_row(std::size_t columns, std::vector<std::string>& texts);
+  // The number of the row that next_row gave last, counted from 1; 0 before the first.
+  std::int32_t row_number() const { return row_number_; }
 
  private:
   struct State;
   Limits limits_;
   std::string error_;
+  std::int32_t row_number_ = 0;
   std::unique_ptr<State> state_;
 };
 

@@ -205,6 +205,19 @@ TEST_F(WorkbookTest, ManyRowsComeInTheirOrder) {
   for (std::size_t index = 0; index < all.size(); ++index) ASSERT_EQ(all[index][0], std::to_string((index + 1) * 7));
 }
 
+TEST_F(WorkbookTest, RowsAreKnownByTheirNumbers) {
+  const std::string path = folder_ / "rows.xlsx";
+  write_workbook(path, WorkbookContent{row(3, text_cell("B3", "a")) + row(4, "") + row(9, text_cell("B9", "b"))});
+  spreadsheet::Workbook workbook;
+  ASSERT_TRUE(workbook.open(path)) << workbook.error();
+  EXPECT_EQ(workbook.row_number(), 0);
+  std::vector<std::string> texts;
+  ASSERT_TRUE(workbook.next_row(1, texts));
+  EXPECT_EQ(workbook.row_number(), 3);
+  ASSERT_TRUE(workbook.next_row(1, texts));
+  EXPECT_EQ(workbook.row_number(), 9);
+}
+
 TEST_F(WorkbookTest, PathIsWrittenAsTheInterfaceDoesOrAsTheHostDoes) {
   std::string path = written(workbook_parts({row(1, number_cell("A1", "5"))}));
   Workbook workbook;
