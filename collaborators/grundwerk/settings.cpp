@@ -14,6 +14,8 @@
 namespace mercato::collaborators {
 namespace {
 
+constexpr std::size_t kMostBytes = std::size_t{1} << 20;
+
 struct SettingsInForce {
   std::mutex guard;
   std::shared_ptr<const Settings> settings = std::make_shared<const Settings>();
@@ -57,8 +59,15 @@ class SettingsFile {
     std::ifstream file(path_);
     if (!file || std::filesystem::is_directory(path_))
       raise(error_number::kFileNotFound, {}, "The settings file '" + path_ + "' cannot be read");
+    // A byte more than there may be, so that a device that never ends is found out.
+    std::string text(kMostBytes + 1, '\0');
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    if (text.size() > kMostBytes)
+      raise(error_number::kInvalidArgument, {},
+            "The settings file '" + path_ + "' has more than " + std::to_string(kMostBytes) + " bytes");
     try {
-      return toml::parse(file, path_);
+      return toml::parse(text, path_);
     } catch (const toml::parse_error& error) {
       refuse(error.source(), std::string(error.description()));
     }

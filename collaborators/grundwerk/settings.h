@@ -47,7 +47,8 @@ std::string connection_string_of(std::string_view application);
 //   call_seconds = 300
 //
 // What the file leaves out keeps its default. Raises 53 when the file cannot be read; 5, with the file, the line and
-// what is wrong there, for a text that is no TOML, an unknown key, a value of another type, a name that stands twice.
+// what is wrong there, for a text that is no TOML, an unknown key, a value of another type, a name that stands twice,
+// and for a file of more than 1 MB.
 Settings read_settings(const std::string& path);
 
 }  // namespace mercato::collaborators
