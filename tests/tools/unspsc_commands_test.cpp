@@ -1,9 +1,11 @@
 // mercato unspsc: what the commands say in words and as JSON, and why a code or a file is refused.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "tests/support/workbook_files.h"
+#include "tests/tools/locked_store.h"
 #include "tests/tools/run_tool.h"
 
 namespace mercato::test {
@@ -66,11 +68,13 @@ TEST_F(UnspscCommands, RefusedCodesAreListedWithTheReason) {
                {"92000000", std::string(501, 'x')}});
   const std::string refused =
       "Refused:\n"
-      "CODE      DESCRIPTION                               REASON\n"
-      "91000000  Toys again                                exists already; --overwrite gives it the new description\n"
-      "93101500  Orphan                                    the code above it, 9310, is missing\n"
-      "9100      Short                                     not a code: 8 or 10 digits, pairs of zeros at the end only\n"
-      "92000000  " +
+      "ROW  CODE      DESCRIPTION                               REASON\n"
+      "3    91000000  Toys again                                exists already; --overwrite gives it the new "
+      "description\n"
+      "4    93101500  Orphan                                    the code above it, 9310, is missing\n"
+      "5    9100      Short                                     not a code: 8 or 10 digits, pairs of zeros at the end "
+      "only\n"
+      "6    92000000  " +
       std::string(39, 'x') + "…  DESCRIPTION takes at most 500 characters, not 501\n\n";
   expect({"unspsc", "load", "codes.xlsx"}, 3, refused + "5 codes read, 1 written, 4 refused.\n");
   EXPECT_EQ(rows("SELECT DESCRIPTION FROM UNSPSCCODES"), "DESCRIPTION\nToys\n");
@@ -85,7 +89,8 @@ TEST_F(UnspscCommands, CommodityThatExistsIsTold) {
             {"written", 0},
             {"refused", 1},
             {"refusals",
-             {{{"code", "91000000"},
+             {{{"item", 1},
+               {"code", "91000000"},
                {"description", "Toys"},
                {"number", 3},
                {"reason", "written, but the commodity exists already; --overwrite gives it the new description"}}}}}));
@@ -93,32 +98,78 @@ TEST_F(UnspscCommands, CommodityThatExistsIsTold) {
             json({{"read", 1}, {"written", 1}, {"refused", 0}, {"refusals", json::array()}}));
 }
 
-TEST_F(UnspscCommands, FileThatCannotBeReadIsRefusedWithTheReason) {
-  write_whole(file("codes.xlsx"), "Code,Title\n");
-  expect(
-      {"unspsc", "load", "codes.xlsx"}, 1, "",
-      "refused: The workbook \"codes.xlsx\" cannot be loaded: it is no zip archive.\nmercato: Unable to load XLS.\n");
-  expect({"unspsc", "load", "missing.xml"}, 1, "",
-         "refused: Cannot read the file \"missing.xml\": No such file or directory.\nmercato: Unable to load XML.\n");
-  write_whole(file("codes.XML"), "<UNSPSC_ITEMS><UNSPSC_ITEM/></UNSPSC_ITEMS>");
-  expect({"unspsc", "load", "codes.XML"}, 1, "",
-         "refused: the document does not fit its schema\n"
-         "mercato: Element 'UNSPSC_ITEM': Missing child element(s). Expected is ( CODE ).\n");
-  write_workbook(file("codes.xlsx"), WorkbookContent{});
-  expect({"unspsc", "load", "codes.xlsx"}, 1, "",
-         "refused: the sheet has no used cells\nmercato: Object variable or With block variable not set.\n");
+// Cells shown as 30,100,000 or 1E000000, and line breaks around a code, wrote over other codes or into segments of
+// their own: the library takes whatever reads as a number for a code.
+TEST_F(UnspscCommands, CodesInAnotherFormThanDigitsAreRefusedWithTheirRows) {
   write_workbook(file("codes.xlsx"),
-                 WorkbookContent{row(1, text_cell("A1", "Code")) + row(32768, text_cell("A32768", "92000000"))});
-  expect({"unspsc", "load", "codes.xlsx"}, 1, "",
-         "refused: the used cells of the sheet reach beyond row or column 32,767, where the count ends\n"
-         "mercato: Overflow.\n");
-  write_whole(
-      file("mercato.toml"),
-      "[connections]\nMercato = 'Provider=SQLite;Data Source=mercato.db'\n[folders]\ninstall_dir = 'nowhere'\n");
+                 WorkbookContent{row(2, text_cell("B2", "Code") + text_cell("C2", "Title")) +
+                                 row(3, text_cell("B3", "10000000") + text_cell("C3", "Ten")) +
+                                 row(7, text_cell("B7", "10,00,00") + text_cell("C7", "Commas")) +
+                                 row(9, text_cell("B9", "1E000000") + text_cell("C9", "An exponent")) +
+                                 row(10, text_cell("C10", "no code")) +
+                                 row(11, text_cell("B11", "30,100,000") + text_cell("C11", "Thousands"))});
+  const std::string reason =
+      "not written in digits alone, without signs, blanks and line breaks; in a spreadsheet give the cell the format "
+      "Text\n";
+  expect({"unspsc", "load", "codes.xlsx", "--overwrite"}, 3,
+         "Refused:\n"
+         "ROW  CODE        DESCRIPTION  REASON\n"
+         "7    10,00,00    Commas       " +
+             reason + "9    1E000000    An exponent  " + reason + "11   30,100,000  Thousands    " + reason +
+             "\n4 codes read, 1 written, 3 refused.\n");
+  write_whole(file("codes.xml"),
+              "<UNSPSC_ITEMS><UNSPSC_ITEM><CODE>\n1000000</CODE><DESCRIPTION>Broken</DESCRIPTION></UNSPSC_ITEM>"
+              "<UNSPSC_ITEM><CODE> </CODE><DESCRIPTION>None</DESCRIPTION></UNSPSC_ITEM>"
+              "<UNSPSC_ITEM><CODE> 20000000 </CODE><DESCRIPTION>Blanks</DESCRIPTION></UNSPSC_ITEM></UNSPSC_ITEMS>");
+  const json refused = answer({"unspsc", "load", "codes.xml"}, 3);
+  EXPECT_EQ(refused.at("refusals").at(0).at("item"), 1);
+  EXPECT_EQ(refused.at("refusals").at(1).at("item"), 3);
+  EXPECT_EQ(refused.at("refusals").at(1).at("reason").get<std::string>() + "\n", reason);
+  EXPECT_EQ(rows("SELECT PARENTCODE, UNSPSCCODE, DESCRIPTION FROM UNSPSCCODES"),
+            "PARENTCODE  UNSPSCCODE  DESCRIPTION\n            10          Ten\n");
+}
+
+// A store that was locked or read-only was told as thousands of codes that exist already, after minutes.
+TEST_F(UnspscCommands, StoreThatCannotBeWrittenIsToldAtOnceAndInOneLine) {
   write_codes(kToys);
+  const std::string begin = "mercato: Nothing of codes.xlsx was loaded, since the store cannot be written. ";
+  {
+    const LockedStore locked(file("mercato.db"));
+    const ToolRun done =
+        run({"unspsc", "load", "codes.xlsx", "--store", "Provider=SQLite;Data Source=mercato.db;Busy Timeout=100"});
+    EXPECT_EQ(done.status, 1);
+    EXPECT_EQ(done.out, "");
+    EXPECT_EQ(done.err.substr(0, begin.size()), begin);
+    EXPECT_NE(done.err.find("holds the store 'mercato.db'"), std::string::npos) << done.err;
+    EXPECT_EQ(std::count(done.err.begin(), done.err.end(), '\n'), 1);
+  }
+  EXPECT_EQ(rows("SELECT * FROM UNSPSCCODES"), "0 rows\n");
+}
+
+// What an upload passes over may be a store that fails in its midst: then nothing of the file is kept, and no code is
+// said to exist.
+TEST_F(UnspscCommands, StoreThatFailsInTheMidstOfAFileIsToldAndKeepsNothingOfIt) {
+  write_codes(kToys);
+  run({"execute", "-"}, "DROP TABLE COMMODITY");
+  const ToolRun done = run({"unspsc", "load", "codes.xml", "--commodities"});
+  EXPECT_EQ(done.status, 1);
+  EXPECT_EQ(done.out, "");
+  EXPECT_EQ(done.err,
+            "mercato: Nothing of codes.xml was loaded, since the store cannot be written. Invalid object name "
+            "'COMMODITY'.\n");
+  EXPECT_EQ(rows("SELECT * FROM UNSPSCCODES"), "0 rows\n");
+}
+
+TEST_F(UnspscCommands, UploadBeyondTheCallLimitIsToldAndKeepsNothing) {
+  Codes many;
+  for (int code = 10; code < 100; ++code)
+    for (int below = 0; below < 100; ++below)
+      many.emplace_back(std::to_string(code) + (below < 10 ? "0" : "") + std::to_string(below) + "0000", "x");
+  write_codes(many);
+  write_whole(file("mercato.toml"),
+              "[connections]\nMercato = 'Provider=SQLite;Data Source=mercato.db'\n[limits]\ncall_seconds = 0.05\n");
   expect({"unspsc", "load", "codes.xml"}, 1, "",
-         "refused: Cannot read the file \"nowhere/xmlschemas/UNSPSC_Schema.xml\": No such file or directory.\n"
-         "mercato: Schema not found.\n");
+         "mercato: Nothing of codes.xml was loaded: it takes longer than call_seconds of the settings allows.\n");
   EXPECT_EQ(rows("SELECT * FROM UNSPSCCODES"), "0 rows\n");
 }
 
@@ -127,7 +178,9 @@ TEST_F(UnspscCommands, FullDiskLosesTheUploadAndSaysSo) {
   for (int code = 10; code < 100; ++code) many.emplace_back(std::to_string(code) + "000000", std::string(400, 'x'));
   write_codes(many);
   const ToolRun done = tool_.run({"unspsc", "load", "codes.xlsx"}, {}, full_disk_after(100));
-  EXPECT_NE(done.status, 0);
+  EXPECT_EQ(done.status, 1);
+  EXPECT_EQ(done.out, "");
+  EXPECT_NE(done.err.find("The disk is full: the store 'mercato.db' cannot grow."), std::string::npos) << done.err;
   EXPECT_EQ(rows("SELECT * FROM UNSPSCCODES"), "0 rows\n");
 }
 

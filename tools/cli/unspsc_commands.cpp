@@ -1,16 +1,22 @@
 // mercato unspsc: the UNSPSC codes.
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <optional>
 
 #include "classification/t_unspsc.h"
 #include "frame/lib_error_handling.h"
+#include "frame/lib_sql.h"
 #include "frame/types/text.h"
+#include "platform/files/files.h"
+#include "platform/spreadsheet/workbook.h"
 #include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/listing.h"
 #include "tools/cli/menu.h"
+#include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal.h"
+#include "tools/cli/sentence.h"
 
 namespace mercato::cli {
 namespace unspsc_commands {
@@ -31,10 +37,22 @@ std::string without_zero_pairs(std::string code) {
   return code;
 }
 
+bool is_digits(const std::string& code) {
+  return std::ranges::all_of(code, [](char character) { return character >= '0' && character <= '9'; });
+}
+
 class Watcher : public UnspscUploadObserver {
  public:
   bool waits() const override { return false; }
   void on_start(std::size_t items) override { progress_.emplace(items); }
+  // The library takes "30,100,000" and "1E000000" for codes, and would write over others with them.
+  bool takes(const std::string& code) override { return is_digits(code); }
+  // A row that exists or does not fit is refused for itself. All else says that the store takes no rows.
+  void on_failure(const RaisedError& failure) override {
+    const bool is_of_row =
+        failure.Number == error_number::kConstraintViolated || failure.Number == error_number::kValueTooLong;
+    if (!is_of_row && !store_failure) store_failure = failure;
+  }
   void on_code(const UploadedCode& code) override {
     progress_->advance();
     ++read;
@@ -43,12 +61,13 @@ class Watcher : public UnspscUploadObserver {
     else
       refused.push_back(code);
   }
-  void on_unreadable(const std::string& reason) override { unreadable = {reason}; }
+  void on_unreadable(const std::string& reason) override { unreadable = reason; }
 
   std::size_t read = 0;
   std::size_t written = 0;
   std::vector<UploadedCode> refused;
-  Reasons unreadable;
+  std::optional<RaisedError> store_failure;  // the first
+  std::string unreadable;                    // why the file is
   void end_progress() { progress_.reset(); }
 
  private:
@@ -64,6 +83,10 @@ std::string reason_of(const UploadedCode& code, bool overwrite) {
   };
   switch (code.outcome) {
     case CodeOutcome::malformed:
+      // What reads as a number, but for characters that are no digits, is a code that is shown in another form.
+      if (text::parse_number(code.code) && !is_digits(code.code))
+        return "not written in digits alone, without signs, blanks and line breaks; in a spreadsheet give the cell the "
+               "format Text";
       return "not a code: 8 or 10 digits, pairs of zeros at the end only";
     case CodeOutcome::code_exists:
       return not_taken_by("UNSPSCCODES", "exists already");
@@ -83,40 +106,98 @@ bool is_document(const std::string& file) {
   return text::to_lower(file).ends_with(".xml") || file.find("://") != std::string::npos;
 }
 
-// What the library's own words leave open.
-Reasons reasons_against_file(const RaisedError& failure, const Watcher& watcher, bool is_document) {
-  if (!watcher.unreadable.empty()) return watcher.unreadable;
-  if (is_document)
-    return failure.Number == eUnableToLoadXML ? Reasons{"the document does not fit its schema"} : Reasons{};
-  if (failure.Number == error_number::kOverflow)
-    return {"the used cells of the sheet reach beyond row or column 32,767, where the count ends"};
-  if (failure.Number == error_number::kObjectNotSet) return {"the sheet has no used cells"};
-  return {};
+// What became of the file, and what to do, where the library's own words leave it open; else nothing.
+std::string words_for(const RaisedError& failure, const Watcher& watcher, const std::string& file) {
+  switch (failure.Number) {
+    case error_number::kOverflow:
+      return "The used cells of " + file +
+             " reach beyond row or column 32,767, where the count ends; split the file, or delete what is not needed";
+    case error_number::kObjectNotSet:
+      return is_document(file) ? std::string()
+                               : "The first sheet of " + file + " is empty; it needs a heading and codes";
+    case error_number::kTimeout:
+      return "Nothing of " + file + " was loaded: it takes longer than call_seconds of the settings allows";
+    case eUnableToLoadXML:
+      if (watcher.unreadable.empty())
+        return "The document " + file + " does not fit its schema: " + innermost_description(failure.Description);
+      return watcher.unreadable +
+             (is_document(file) || !files::file_exists(file) ? "" : " It has to be a workbook of the format .xlsx");
+    default:
+      return {};
+  }
+}
+
+// The words become the innermost ones of the failure, which --trace shows whole.
+[[noreturn]] void raise_in_words(RaisedError failure, const std::string& words) {
+  if (!words.empty()) failure.Description += Err_FormatMessage(words, failure.Number, "mercato unspsc load");
+  throw Raised(std::move(failure));
+}
+
+[[noreturn]] void raise_unwritable(const std::string& file, RaisedError failure) {
+  failure.Description = "Nothing of " + file + " was loaded, since the store cannot be written. " + failure.Description;
+  throw Raised(std::move(failure));
+}
+
+// The library passes over statements that fail, so that of a store that cannot be written it would say of every code
+// that it exists. A write that changes nothing is tried before.
+void require_writable_store(const std::string& file) {
+  try {
+    const OneTransaction never_committed;
+    open_connection(connection_string())
+        ->Execute(LiteralPiece("UPDATE UNSPSCCODES SET DESCRIPTION = DESCRIPTION WHERE 0 = 1"));
+  } catch (const Raised& raised) {
+    raise_unwritable(file, raised.error());
+  }
+}
+
+// Of a workbook the numbers of the rows below the heading, as far as it can still be read; of a document nothing: its
+// items are counted.
+std::vector<std::int32_t> rows_of_items(const std::string& file) {
+  std::vector<std::int32_t> rows;
+  spreadsheet::Workbook workbook;
+  if (is_document(file) || !workbook.open(file)) return rows;
+  std::vector<std::string> none;
+  suppressing_failures([&] {
+    for (workbook.next_row(0, none); workbook.next_row(0, none);) rows.push_back(workbook.row_number());
+  });
+  return rows;
 }
 
 int load(const CodesFile& given, const OutputOptions& output) {
+  require_writable_store(given.file);
   Watcher watcher;
   const auto object = std::dynamic_pointer_cast<TUNSPSC>(create_root("Mercato.TUNSPSC"));
   object->set_observer(&watcher);
-  explaining(
-      [&](const RaisedError& failure) { return reasons_against_file(failure, watcher, is_document(given.file)); },
-      [&] {
-        call(object, is_document(given.file) ? "UploadFromXML" : "UploadFromXLS",
-             {given.file, given.overwrite, given.commodities});
-      });
+  try {
+    call(object, is_document(given.file) ? "UploadFromXML" : "UploadFromXLS",
+         {given.file, given.overwrite, given.commodities});
+  } catch (const Raised& raised) {
+    watcher.end_progress();
+    raise_in_words(raised.error(), words_for(raised.error(), watcher, given.file));
+  }
   watcher.end_progress();
+  if (watcher.store_failure) {
+    object->context()->SetAbort();
+    object->context()->release();
+    raise_unwritable(given.file, *watcher.store_failure);
+  }
   // The upload casts no vote: its transaction ends with the object, here, where a commit that fails is heard.
   object->context()->release();
 
   gateway::Json list = gateway::Json::array();
-  Table table({"CODE", "DESCRIPTION", "REASON"});
+  const bool in_rows = !is_document(given.file);
+  Table table({in_rows ? "ROW" : "ITEM", "CODE", "DESCRIPTION", "REASON"});
+  const std::vector<std::int32_t> rows =
+      watcher.refused.empty() ? std::vector<std::int32_t>() : rows_of_items(given.file);
   for (const UploadedCode& code : watcher.refused) {
     const std::string reason = reason_of(code, given.overwrite);
-    list.push_back({{"code", code.code},
+    const std::size_t place = code.item <= rows.size() ? static_cast<std::size_t>(rows[code.item - 1]) : code.item;
+    list.push_back({{in_rows ? "row" : "item", place},
+                    {"code", code.code},
                     {"description", code.description},
                     {"number", static_cast<int>(code.outcome)},
                     {"reason", reason}});
-    table.add({shown(code.code), shown(code.description, 40), reason});
+    table.add({std::to_string(place), shown(code.code), shown(code.description, 40), reason});
   }
   if (!watcher.refused.empty() && !output.json) {
     std::cout << "Refused:\n";
@@ -157,7 +238,7 @@ int tree(const Branch& given, const OutputOptions& output) {
   const std::string code = without_zero_pairs(given.code);
   std::string indent;
   if (!code.empty()) {
-    if (code.size() < 2 || !call(codes, "IsUNSPSCCodeExists", {code}).to_boolean())
+    if (code.size() < 2 || !is_digits(code) || !call(codes, "IsUNSPSCCodeExists", {code}).to_boolean())
       raise(error_number::kInvalidArgument, {}, "There is no UNSPSC code " + given.code);
     table.add({shown(code), shown(call(codes, "getUNSPSCDescription", {code}).to_text())});
     indent = "  ";
