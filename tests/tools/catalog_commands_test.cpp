@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <iostream>
+#include <sstream>
 
 #include "bench/support/data_folder.h"
 #include "tests/support/another_process.h"
@@ -173,6 +174,45 @@ TEST_F(CatalogCommands, TreeOfAThousandLevelsIsDrawn) {
   const json nodes = answer({"catalog", "tree", "Deep"}).at("nodes");
   ASSERT_EQ(nodes.size(), 1000u);
   EXPECT_EQ(nodes.back().at("LEVEL"), 1000);
+}
+
+// The lines in front of the nodes took the square of the levels: 16 GB for a chain of 60,000.
+TEST_F(CatalogCommands, LinesAreDrawnTo64LevelsAndDeeperOnesNameTheirLevel) {
+  std::string text = "id,parent,name\nr,,root\n";
+  for (int level = 2; level <= 60'000; ++level)
+    text += std::to_string(level) + "," + (level == 2 ? "r" : std::to_string(level - 1)) + ",n\n";
+  text += "x,r,beside\ny,65,beside\n";
+  write_file("deep.csv", text);
+  ASSERT_EQ(run({"catalog", "load", "deep.csv", "--name", "Deep"}).status, 0);
+  const ToolRun tree = tool_.run({"catalog", "tree", "Deep"}, "", "ulimit -v 1000000; export LC_ALL=C");
+  EXPECT_EQ(tree.status, 0) << tree.err;
+  std::vector<std::string> lines;
+  std::istringstream out(tree.out);
+  for (std::string line; std::getline(out, line);) lines.push_back(line);
+  ASSERT_EQ(lines.size(), 60'003u);
+  std::string front = "|   ";
+  for (int level = 3; level < 64; ++level) front += "    ";
+  EXPECT_EQ(lines[1], "8 root");
+  EXPECT_EQ(lines[2], "|-- 9 n");
+  EXPECT_EQ(lines[64], front + "`-- 71 n");
+  EXPECT_EQ(lines[65], front + "    level 65: 72 n");
+  EXPECT_EQ(lines[66], front + "    level 66: 73 n");
+  EXPECT_EQ(lines[60'000], front + "    level 60000: 60007 n");
+  EXPECT_EQ(lines[60'001], front + "    level 66: 60009 beside");
+  EXPECT_EQ(lines[60'002], "`-- 60008 beside");
+}
+
+// The tool's own walks went on for as long as they took.
+TEST_F(CatalogCommands, WalksOfTheToolKeepToTheCallLimit) {
+  std::string text = "id,parent,name\nr,,root\n";
+  for (int level = 2; level <= 3000; ++level)
+    text += std::to_string(level) + "," + (level == 2 ? "r" : std::to_string(level - 1)) + ",n\n";
+  write_file("deep.csv", text);
+  ASSERT_EQ(run({"catalog", "load", "deep.csv", "--name", "Deep"}).status, 0);
+  write_file("mercato.toml",
+             "[connections]\nMercato = 'Provider=SQLite;Data Source=mercato.db'\n[limits]\ncall_seconds = 0.2\n");
+  expect_refused({"catalog", "tree", "Deep", "--user", "ann"},
+                 "mercato: Timeout expired: the call ran longer than its limit of 0.2 seconds.\n");
 }
 
 // Catalogues themselves

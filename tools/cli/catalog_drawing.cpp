@@ -26,6 +26,10 @@ struct Lines {
 constexpr Lines kBoxes = {"├── ", "└── ", "│   ", "    "};
 constexpr Lines kPlain = {"|-- ", "`-- ", "|   ", "    "};
 
+// Lines are drawn to so many levels; below them each node says on which it stands. A chain of nodes would else take the
+// square of its length.
+constexpr std::size_t kDrawnLevels = 64;
+
 // Whether the locale says that the terminal takes UTF-8.
 const Lines& lines_of_terminal() {
   for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
@@ -61,7 +65,7 @@ std::string words_for(const std::optional<Rights>& rights) {
 struct Drawn {
   const CatalogNode* node;
   std::size_t level;       // 1: no line leads to it
-  std::string branches;    // what is drawn in front of it
+  bool last;               // among its siblings
   std::size_t hidden = 0;  // nodes below it, when it stands on the last level that is wanted
 };
 
@@ -88,31 +92,25 @@ class Drawing {
   const std::vector<const CatalogNode*>& nodes() const { return nodes_; }
   const Reasons& problems() const { return problems_; }
 
-  std::vector<Drawn> draw(std::size_t depth, const Lines& lines) const {
-    struct Waiting {
-      const CatalogNode* node;
-      std::size_t level;
-      std::string branches;  // in front of what is below it
-      bool last;
-    };
-    std::vector<Waiting> waiting;
-    const auto put = [&](const std::vector<const CatalogNode*>& siblings, std::size_t level, const std::string& front) {
+  std::vector<Drawn> draw(std::size_t depth) const {
+    std::vector<Drawn> waiting;
+    const auto put = [&](const std::vector<const CatalogNode*>& siblings, std::size_t level) {
       for (auto node = siblings.rbegin(); node != siblings.rend(); ++node)
-        waiting.push_back({*node, level, front, node == siblings.rbegin()});
+        waiting.push_back({*node, level, node == siblings.rbegin()});
     };
     std::vector<Drawn> drawn;
-    put(tops_, 1, "");
+    put(tops_, 1);
     while (!waiting.empty()) {
-      const Waiting at = std::move(waiting.back());
+      store::check_call_limit();
+      const Drawn at = waiting.back();
       waiting.pop_back();
-      const bool is_top = at.level == 1;
-      drawn.push_back({at.node, at.level, is_top ? "" : at.branches + (at.last ? lines.last_child : lines.child)});
+      drawn.push_back(at);
       const auto below = children_.find(at.node->id);
       if (below == children_.end()) continue;
       if (depth != 0 && at.level == depth)
         drawn.back().hidden = count_below(at.node->id);
       else
-        put(below->second, at.level + 1, is_top ? "" : at.branches + (at.last ? lines.below : lines.beside));
+        put(below->second, at.level + 1);
     }
     return drawn;
   }
@@ -138,6 +136,7 @@ class Drawing {
     for (std::vector<std::int32_t> waiting = {node}; !waiting.empty();) {
       const std::int32_t at = waiting.back();
       waiting.pop_back();
+      store::check_call_limit();
       if (!reached.insert(at).second) continue;
       if (const auto below = children_.find(at); below != children_.end())
         for (const CatalogNode* child : below->second) waiting.push_back(child->id);
@@ -153,6 +152,29 @@ class Drawing {
   std::vector<const CatalogNode*> tops_;
   std::map<std::int32_t, std::vector<const CatalogNode*>> children_;
   Reasons problems_;
+};
+
+// What is drawn in front of the nodes, asked in the order of the tree.
+class Branches {
+ public:
+  explicit Branches(const Lines& lines) : lines_(lines) {}
+
+  std::string in_front_of(const Drawn& line) {
+    std::string front;
+    for (std::size_t level = 2; level < std::min(line.level, kDrawnLevels + 1); ++level)
+      front += last_[level - 1] ? lines_.below : lines_.beside;
+    if (line.level > kDrawnLevels)
+      front += "level " + std::to_string(line.level) + ": ";
+    else if (line.level > 1)
+      front += line.last ? lines_.last_child : lines_.child;
+    last_.resize(line.level);
+    last_.back() = line.last;
+    return front;
+  }
+
+ private:
+  const Lines& lines_;
+  std::vector<bool> last_;  // of the node on each level above the next one
 };
 
 // Products by category.
@@ -171,6 +193,9 @@ gateway::Json or_null(const std::optional<std::int32_t>& number) {
 }  // namespace
 
 int draw_catalog(const DrawnCatalog& given, const OutputOptions& output) {
+  if (const Reasons reasons = reasons_against_user(given.user); !reasons.empty())
+    raise(error_number::kInvalidArgument, {}, reasons.front());
+  const store::CallLimit limit = call_limit();
   const CatalogName catalog = find_catalog(given.catalog);
   NodeTree tree;
   const Drawing drawing(tree, catalog.id);
@@ -178,13 +203,14 @@ int draw_catalog(const DrawnCatalog& given, const OutputOptions& output) {
   const ComponentPtr catalogs = create_root("Mercato.Catalog");
   const auto rights_on = [&](const CatalogNode& node) -> std::optional<Rights> {
     if (tree.endless(node.id)) return std::nullopt;  // the library would ask for ever
-    return explaining([&](const RaisedError&) { return reasons_against_user(given.user); },
-                      [&] { return ask_rights(catalogs, given.user, node.id); });
+    return ask_rights(catalogs, given.user, node.id);
   };
 
   gateway::Json list = gateway::Json::array();
   std::string text;
-  for (const Drawn& line : drawing.draw(static_cast<std::size_t>(given.depth), lines_of_terminal())) {
+  Branches branches(lines_of_terminal());
+  for (const Drawn& line : drawing.draw(static_cast<std::size_t>(given.depth))) {
+    store::check_call_limit();
     const CatalogNode& node = *line.node;
     std::optional<std::int32_t> count;
     if (node.type == kCategoryNode && node.category)
@@ -203,7 +229,7 @@ int draw_catalog(const DrawnCatalog& given, const OutputOptions& output) {
                              : gateway::Json(nullptr);
     list.push_back(std::move(row));
 
-    text += line.branches + std::to_string(node.id) + " " + shown(node.name);
+    text += branches.in_front_of(line) + std::to_string(node.id) + " " + shown(node.name);
     if (count) text += " (" + counted(static_cast<std::size_t>(*count), "product") + ")";
     if (line.hidden > 0) text += " (" + counted(line.hidden, "node") + " below)";
     if (!given.user.empty()) text += "  " + words_for(rights);

@@ -53,6 +53,7 @@ struct RightsPlan {
 };
 
 RightsPlan plan_rights(NodeTree& tree, const CatalogName& from, const CatalogName& to) {
+  const store::CallLimit limit = call_limit();
   RightsPlan plan;
   Sql sql;
   sql << "SELECT DISTINCT CN.NODEID, CN.NODENAME FROM CATALOGNODE CN "
@@ -132,6 +133,7 @@ struct FavoritesPlan {
 // Asks as the library will, so that the rights have to be moved before.
 FavoritesPlan plan_favorites(NodeTree& tree, OneTransaction& transaction, const CatalogName& from,
                              const CatalogName& to) {
+  const store::CallLimit limit = call_limit();
   FavoritesPlan plan;
   Sql sql;
   sql << "SELECT F.USERID, P.PRODUCTID, P.PARTNUMBER, COUNT(*) AS N FROM FAVORITES F INNER JOIN PRODUCT P ON "

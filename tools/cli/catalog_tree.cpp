@@ -96,6 +96,7 @@ WayUp NodeTree::way_up(std::int32_t node) {
   WayUp way;
   std::set<std::int32_t> seen;
   for (std::optional<std::int32_t> next = node; next;) {
+    store::check_call_limit();
     if (!seen.insert(*next).second) {
       way.end = WayUp::End::circle;
       return way;

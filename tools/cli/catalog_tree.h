@@ -51,7 +51,7 @@ class NodeTree {
   // Null when there is none.
   const CatalogNode* find(std::int32_t node);
   // Goes through other catalogues and nodes without one, as the library does. Of a node that is not there: no nodes,
-  // missing_parent.
+  // missing_parent. Asks the call limit at each step.
   WayUp way_up(std::int32_t node);
   // The names from the root down, trimmed, with backslashes between them: what the library calls its hierarchy. For a
   // way that does not end at a root it begins where the way ends.

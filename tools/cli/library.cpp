@@ -6,6 +6,7 @@
 #include "collaborators/grundwerk/settings.h"
 #include "platform/automation/invoke.h"
 #include "platform/store/call_limit.h"
+#include "platform/store/session_pool.h"
 #include "platform/transactions/object_context.h"
 
 namespace mercato::cli {
@@ -24,8 +25,10 @@ void apply_settings(const StoreOptions& options) {
 
 std::string connection_string() { return collaborators::connection_string_of("Mercato"); }
 
+store::CallLimit call_limit() { return store::CallLimit(collaborators::settings()->call_seconds); }
+
 Variant call(const ComponentPtr& object, std::string_view method, std::vector<Variant>& arguments) {
-  const store::CallLimit call_limit(collaborators::settings()->call_seconds);
+  const store::CallLimit limit = call_limit();
   return invoke(object, method, arguments);
 }
 

@@ -65,6 +65,7 @@ const char* words_for(RightsWalk::Entry entry) {
 
 // No call of the library lists them.
 int show(const Holder& given, const OutputOptions& output) {
+  const store::CallLimit limit = call_limit();
   Sql sql;
   sql << "SELECT E.CATALOGID, C.CATALOGNAME, E.NODEID, E.LEVEL, E.VIEWONLY FROM (SELECT *" << of_holder(given)
       << ") E LEFT JOIN CATALOG C ON C.CATALOGID = E.CATALOGID ORDER BY E.CATALOGID, E.LEVEL, E.NODEID";
@@ -137,6 +138,7 @@ struct WrongParents {
 WrongParents wrong_parents(const std::string& user) {
   Sql sql;
   sql << "SELECT DISTINCT NODEID, CATALOGID" << of_holder({user, false}) << " AND NODEID IS NOT NULL ORDER BY NODEID";
+  const store::CallLimit limit = call_limit();
   NodeTree tree;
   WrongParents wrong;
   for (const DictionaryPtr& row : query_rows(sql)) {
@@ -237,6 +239,7 @@ std::vector<Verdict> verdicts_of(const RightsWalk& walk) {
 }
 
 int explain(const Question& given, const OutputOptions& output) {
+  const store::CallLimit limit = call_limit();
   NodeTree tree;
   const RightsWalk walk = explaining([&](const RaisedError&) { return reasons_against_user(given.user); },
                                      [&] { return walk_rights(tree, given.user, given.node); });
