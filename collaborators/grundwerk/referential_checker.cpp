@@ -32,6 +32,9 @@ bool row_exists(const std::string& table, const std::string& column, KeyKind kin
     case KeyKind::text:
       sql << "N'" << value(Gen_QuoteSql(key.to_text())) << "'";
       break;
+    case KeyKind::code:
+      sql << "N'" << value(Gen_QuoteSql(text::trim(key.to_text()))) << "'";
+      break;
   }
   return !Query(sql)->Eof();
 }

@@ -20,6 +20,7 @@ namespace {
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 constexpr std::size_t kLongestName = 255;
 constexpr std::size_t kMostReasons = 20;
+constexpr std::size_t kMostBytes = std::size_t{64} << 20;  // a million nodes have less
 
 struct FileNode {
   std::size_t line;
@@ -235,7 +236,7 @@ void write_nodes(const FileNodes& nodes, std::int32_t catalog) {
 }  // namespace
 
 int load_catalog(const LoadedCatalog& given, const OutputOptions& output) {
-  const std::vector<CsvRow> rows = read_csv(files::read_file(given.file));
+  const std::vector<CsvRow> rows = read_csv(files::read_file(given.file, kMostBytes));
   if (rows.empty()) raise(error_number::kInvalidArgument, {}, "The file is empty");
   FileNodes nodes = read_nodes(rows, find_columns(rows.front(), given));
   if (nodes.empty()) raise(error_number::kInvalidArgument, {}, "The file has no nodes below its first line");

@@ -22,8 +22,11 @@ class Reader {
   bool at_end() const { return text_.empty(); }
   CsvRow read_row() {
     CsvRow row{line_, {}};
-    do row.fields.push_back(at('"') ? quoted() : plain());
-    while (take(','));
+    do {
+      if (++fields_ > kMostCsvFields)
+        fail(line_, "the file has more than " + std::to_string(kMostCsvFields) + " fields; load it in parts");
+      row.fields.push_back(at('"') ? quoted() : plain());
+    } while (take(','));
     end_line();
     for (const std::string& field : row.fields)
       if (!text::is_valid(field)) fail(row.line, "this is not UTF-8; save the file in that encoding");
@@ -72,6 +75,7 @@ class Reader {
 
   std::string_view text_;
   std::size_t line_ = 1;
+  std::size_t fields_ = 0;
 };
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include <algorithm>
+#include <array>
 #include <iostream>
-#include <iterator>
 
 #include "frame/connection.h"
 #include "frame/recordset.h"
@@ -16,9 +16,24 @@
 namespace mercato::cli {
 namespace {
 
+constexpr std::size_t kMostBytes = std::size_t{256} << 20;
+
+std::string read_input() {
+  std::string text;
+  std::array<char, 65536> piece;
+  do {
+    std::cin.read(piece.data(), piece.size());
+    text.append(piece.data(), static_cast<std::size_t>(std::cin.gcount()));
+    if (text.size() > kMostBytes)
+      raise(error_number::kPathFileAccess, {},
+            "Cannot read the script: it has more than " + std::to_string(kMostBytes) + " bytes");
+  } while (std::cin);
+  return text;
+}
+
 std::string read_script(const std::string& name) {
   constexpr std::string_view kMark = "\xEF\xBB\xBF";
-  std::string text = name == "-" ? std::string(std::istreambuf_iterator<char>(std::cin), {}) : files::read_file(name);
+  std::string text = name == "-" ? read_input() : files::read_file(name, kMostBytes);
   if (text.starts_with(kMark)) text.erase(0, kMark.size());
   return text;
 }

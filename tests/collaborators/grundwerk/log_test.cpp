@@ -99,7 +99,8 @@ TEST_F(LogTest, FourProcessesKeepTheFileWithinItsSizeAndLoseNothing) {
     ++files;
     EXPECT_LE(entry.file_size(), 10'000'000u) << entry.path();
     std::ifstream lines(entry.path());
-    for (std::string line; std::getline(lines, line);) entries += line.ends_with(" info Entry") ? 1 : 0;
+    for (std::string line; std::getline(lines, line);)
+      if (line.ends_with(" info Entry")) ++entries;
   }
   EXPECT_EQ(files, 2u);
   EXPECT_EQ(entries, kProcesses * kEntries);
