@@ -6,7 +6,6 @@
 #include "collaborators/grundwerk/settings.h"
 #include "platform/automation/invoke.h"
 #include "platform/store/call_limit.h"
-#include "platform/store/session_pool.h"
 #include "platform/transactions/object_context.h"
 
 namespace mercato::cli {
