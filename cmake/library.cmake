@@ -26,7 +26,7 @@ endif()
 target_include_directories(mercato PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/mercato>)
 target_compile_features(mercato PUBLIC cxx_std_20)
 target_link_libraries(mercato PRIVATE SQLite::SQLite3 pugixml::pugixml CURL::libcurl fmt::fmt spdlog::spdlog ICU::uc ICU::i18n LibXml2::LibXml2 PkgConfig::LIBZIP ${CMAKE_DL_LIBS})
-set_target_properties(mercato PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+set_target_properties(mercato PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "")
 add_library(mercato::mercato ALIAS mercato)
 # Nobody puts other functions in the place of the library's own, so its calls of itself need no table to go through.
 target_compile_options(mercato PRIVATE -fno-semantic-interposition)

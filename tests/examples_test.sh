@@ -22,7 +22,6 @@ for class in product/product upload/product_xml upload/price_xml catalog/catalog
 done
 c++ -fsyntax-only "$work/all.cpp" $(pkg-config --cflags mercato)
 
-export LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name 'libmercato.so')")
 store=$work/example.db
 tool=$work/prefix/bin/mercato
 "$tool" init --store "Provider=SQLite;Data Source=$store" >/dev/null
@@ -30,6 +29,7 @@ tool=$work/prefix/bin/mercato
 INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, BUYFROMPARTNUMBER) VALUES (N'A-1', N'Desk lamp', N'S-1');
 SQL
 
+export LD_LIBRARY_PATH=$(dirname "$(find "$work/prefix" -name 'libmercato.so')")
 for program in "$work/build/find_product" "$work/by_pkg_config"; do
   output=$("$program" "$store" S-1)
   grep -qx 'PRODUCTDESCRIPTION: Desk lamp' <<<"$output" || { echo "unexpected: $output"; exit 1; }
