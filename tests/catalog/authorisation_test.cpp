@@ -9,11 +9,10 @@
 
 #include "frame/lib_error_handling.h"
 #include "tests/catalog/tree_fixture.h"
+#include "tests/support/messages.h"
 
 namespace mercato::test {
 namespace {
-
-const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";
 
 // The statements of the walks.
 std::string catalog_entry(const std::string& user, std::int32_t catalog) {

@@ -6,11 +6,10 @@
 
 #include "frame/lib_error_handling.h"
 #include "tests/catalog/tree_fixture.h"
+#include "tests/support/messages.h"
 
 namespace mercato::test {
 namespace {
-
-const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";
 
 class Catalogs : public CatalogTreeTest {};
 

@@ -44,7 +44,7 @@ class Turns {
 constexpr std::int32_t kFirst = 5;
 constexpr std::int32_t kSecond = 6;
 constexpr std::int32_t kTwin = 100;
-constexpr int kNodes = 40;
+constexpr int kNodeCount = 40;
 constexpr int kUsers = 6;
 
 struct Entries {
@@ -72,7 +72,7 @@ class ConcurrentRights : public CatalogTreeTest {
       script += "INSERT INTO CATALOGNODE (NODEID, CATALOGID, PARENTNODEID, NODENAME) VALUES (" + std::to_string(id) +
                 ", " + std::to_string(catalog) + ", " + parent + ", '" + name + "');";
     };
-    for (std::int32_t node = 1; node <= kNodes; ++node) {
+    for (std::int32_t node = 1; node <= kNodeCount; ++node) {
       if (node > 1 && below(5) != 0) parents_[node] = 1 + below(node - 1);
       const std::string name = "node " + std::to_string(node);
       const auto parent = [&](std::int32_t shift) {
@@ -90,7 +90,7 @@ class ConcurrentRights : public CatalogTreeTest {
       Entries& entries = entries_[user(number)];
       if (number % 3 != 0) entries.catalog = number % 3 == 2;
       if (entries.catalog) enter(user(number), "NULL", 0, *entries.catalog);
-      for (std::int32_t node = 1; node <= kNodes; ++node) {
+      for (std::int32_t node = 1; node <= kNodeCount; ++node) {
         if (below(4) != 0) continue;
         entries.nodes[node] = below(3) == 0;
         enter(user(number), std::to_string(node), level_of(node), entries.nodes[node]);
@@ -139,7 +139,7 @@ class ConcurrentRights : public CatalogTreeTest {
   std::vector<Question> questions() {
     std::vector<Question> all;
     for (const auto& [who, entries] : entries_)
-      for (std::int32_t node = 1; node <= kNodes; ++node)
+      for (std::int32_t node = 1; node <= kNodeCount; ++node)
         for (const bool twin : {false, true}) {
           const std::int32_t id = twin ? node + kTwin : node;
           const std::string id_of_user = who;

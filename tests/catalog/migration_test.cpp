@@ -8,8 +8,8 @@
 namespace mercato::test {
 namespace {
 
-const std::string kNewCatalog = "SELECT * FROM CATALOG WHERE 0=1";
-const Level kInsert = {"Mercato.TCatalog.InsertCatalog"};
+const std::string kTargetCatalog = "SELECT * FROM CATALOG WHERE 0=1";
+const Level kInsertTarget = {"Mercato.TCatalog.InsertCatalog"};
 const Level kExpire = {"Mercato.TCatalog.ExpireCatalog"};
 const Level kMoveRights = {"Mercato.TCatalog.ChangeAuthorizationsForUser"};
 const Level kMoveFavorites = {"Mercato.TCatalog.ChangeFavorites"};
@@ -28,7 +28,7 @@ TEST_F(NewCatalog, IsWrittenFieldByFieldAsItIs) {
   EXPECT_EQ(insert(Array{"catalogname", "SupplierCatalogID", "ACTIVE", "VERSION"}, Array{"Tools", "", 1, " "}), 1);
   EXPECT_EQ(vote(), Vote::commit);
   EXPECT_EQ(outcome(), Outcome::committed);
-  EXPECT_EQ(recorder.statements, Statements{kNewCatalog});
+  EXPECT_EQ(recorder.statements, Statements{kTargetCatalog});
   EXPECT_TRUE(recorder.log.empty());
   EXPECT_EQ(catalogs(), (Rows{{1, "Tools", kNull, kOne, kZero, "", " ", kZero, kNull}}));
 }
@@ -69,7 +69,7 @@ TEST_F(NewCatalog, IsNotWrittenWhenAnythingIsWrongAndNobodyVotes) {
     EXPECT_EQ(raised.Number, row.number) << raised.Description;
     ASSERT_EQ(recorder.log.size(), 1u);
     EXPECT_NE(recorder.log[0].text.find(" METHOD: Mercato.TCatalog.InsertCatalog\r\n"), std::string::npos);
-    EXPECT_EQ(recorder.statements, Statements{kNewCatalog});
+    EXPECT_EQ(recorder.statements, Statements{kTargetCatalog});
     EXPECT_EQ(fresh.context().vote_of_last_call(), Vote::none);
     EXPECT_EQ(fresh.context().outcome_of_last_call(), Outcome::open);
   }
@@ -78,7 +78,7 @@ TEST_F(NewCatalog, IsNotWrittenWhenAnythingIsWrongAndNobodyVotes) {
 
 TEST_F(NewCatalog, ThatTheStoreRefusesIsLoggedAndRaisedWithoutAVote) {
   RefusingRecorder recorder(1);
-  const FailureTrail expected = trail(refused_on_request(), {kInsert});
+  const FailureTrail expected = trail(refused_on_request(), {kInsertTarget});
   EXPECT_EQ(raised_by([&] { insert(Array{"CATALOGNAME"}, Array{"Tools"}); }), expected.raised);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(vote(), Vote::none);

@@ -6,8 +6,8 @@ namespace mercato::test {
 namespace {
 
 const std::string kNewTies = "SELECT * FROM  CATALOGNODEBYBP WHERE 0=1";
-const Level kInsert = {"Mercato.Catalog.InsertCatalogNodeByBP"};
-const Level kUpdate = {"Mercato.Catalog.UpdateCatalogNodeByBP()"};
+const Level kInsertTies = {"Mercato.Catalog.InsertCatalogNodeByBP"};
+const Level kUpdateTies = {"Mercato.Catalog.UpdateCatalogNodeByBP()"};
 
 class PartnerNodes : public CatalogRightsTest {
  protected:
@@ -176,7 +176,7 @@ TEST_F(NewPartners, AreTiedAsAWholeOrNotAtAll) {
   const auto work = [&] { insert(5, 1, "1;2;3"); };
   for (const char* partner : {"1", "2", "3"})
     expect_nothing_left("INSERT", "CATALOGNODEBYBP", std::string("NEW.BUSINESSPARTNERID = ") + partner, work);
-  expect_whole_or_nothing({kNewTies}, work, [](std::size_t) { return std::vector<Level>{kInsert}; });
+  expect_whole_or_nothing({kNewTies}, work, [](std::size_t) { return std::vector<Level>{kInsertTies}; });
 }
 
 // Updating
@@ -287,7 +287,7 @@ TEST_F(PartnersThatCannotBeDeleted, EndTheCallWhenTheListIsLonger) {
   const auto before = all_rows();
   const RaisedError no_row = {error_number::kNoCurrentRow, "Mercato",
                               std::string(error_number::default_description(error_number::kNoCurrentRow)), "", 0};
-  const FailureTrail expected = trail(no_row, {kUpdate});
+  const FailureTrail expected = trail(no_row, {kUpdateTies});
   std::int16_t node = 5, catalog = 1;
   Variant partners = "30;31;32";
   EXPECT_EQ(raised_by([&] { t_catalog_->UpdateCatalogNodeByBP(node, catalog, partners); }), expected.raised);
@@ -322,8 +322,8 @@ TEST_F(ChangedPartners, StayAsTheyWereWhenAnythingFails) {
 TEST_F(ChangedPartners, ThatCannotBeReadAreLoggedByTheFactoryToo) {
   const auto before = all_rows();
   RefusingRecorder recorder(1);
-  const FailureTrail expected =
-      trail(refused_on_request(), {{"Lib_SQL.SQL_GetWritableRecordset", refused_while_executing(kReading)}, kUpdate});
+  const FailureTrail expected = trail(
+      refused_on_request(), {{"Lib_SQL.SQL_GetWritableRecordset", refused_while_executing(kReading)}, kUpdateTies});
   std::int16_t node = 5, catalog = 1;
   Variant partners = "30;31";
   EXPECT_EQ(raised_by([&] { t_catalog_->UpdateCatalogNodeByBP(node, catalog, partners); }), expected.raised);

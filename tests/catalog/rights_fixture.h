@@ -11,8 +11,6 @@
 
 namespace mercato::test {
 
-inline const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";
-
 // Flags and levels are 16 bits wide in the store.
 inline const Variant kZero = std::int16_t{0};
 inline const Variant kOne = std::int16_t{1};

@@ -14,7 +14,6 @@ namespace mercato::test {
 namespace {
 
 using Statements = std::vector<std::string>;
-const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";
 
 struct Issue {
   std::int32_t product = 5;

@@ -21,8 +21,6 @@ using Calls = std::vector<ComponentCall>;
 using Log = std::vector<LogEntry>;
 using Rows = std::vector<std::vector<Variant>>;
 
-inline const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";
-inline const std::string kRefused = "refused on request";
 inline const std::string kCheckBeforeDelete = "Grundwerk.ReferentialChecker.CheckBeforeDelete";
 // What the first connection of a thread asks.
 inline const Calls kConnectionStringCalls = {{"Grundwerk.Configuration.PrepareConnections", {false}},

@@ -13,8 +13,6 @@ namespace mercato::test {
 namespace {
 
 using Statements = std::vector<std::string>;
-const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";
-const std::string kRefused = "refused on request";
 
 // The reading half
 

@@ -9,8 +9,6 @@
 namespace mercato::test {
 namespace {
 
-const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";
-
 // The reading half
 
 class UnspscReading : public UnspscTest {

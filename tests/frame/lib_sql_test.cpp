@@ -17,7 +17,6 @@ namespace {
 
 constexpr LiteralPiece kUnits("SELECT UNITCODE, UNITDESCRIPTION FROM UNIT ORDER BY UNITCODE");
 const std::string kUnitsText = "SELECT UNITCODE, UNITDESCRIPTION FROM UNIT ORDER BY UNITCODE";
-const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";
 const std::string kRefusal = "Error(s) from connection object:  (1)refused on request[-2147217900]";
 
 using Statements = std::vector<std::string>;

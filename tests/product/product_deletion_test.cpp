@@ -13,8 +13,6 @@
 namespace mercato::test {
 namespace {
 
-constexpr const char* kNoText = "Application-defined or object-defined error";
-
 class ProductDeletion : public ProductTest {
  protected:
   void SetUp() override {

@@ -12,8 +12,6 @@ namespace {
 
 using Rows = std::vector<std::vector<Variant>>;
 
-constexpr const char* kNoText = "Application-defined or object-defined error";
-
 std::int16_t small(int number) { return static_cast<std::int16_t>(number); }
 
 // Favourites

@@ -14,7 +14,8 @@ namespace mercato::test {
 
 using Statements = std::vector<std::string>;
 
-inline const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";
+// What a failure says that was raised without a text.
+inline constexpr const char* kNoText = "Application-defined or object-defined error";
 
 class ProductTest : public StoreTest {
  protected:

@@ -23,7 +23,6 @@ constexpr const char* kInsertLabel = "Mercato.Product.Insert";
 constexpr const char* kUpdateLabel = "Mercato.Product.Update";
 constexpr const char* kBadReference =
     "The product record you are trying to insert has an invalid reference to another record";
-constexpr const char* kNoText = "Application-defined or object-defined error";
 
 using Calls = std::vector<ComponentCall>;
 

@@ -13,7 +13,7 @@
 namespace mercato::test {
 namespace {
 
-const Date kJuly = Date::from_civil({2026, 7, 1});
+const Date kFirstOfJuly = Date::from_civil({2026, 7, 1});
 const std::set<std::int32_t> kUnstorable = {error_number::kStatementRefused, error_number::kValueTooLong};
 
 // Quotes at both ends, and between them no single one.
@@ -69,7 +69,7 @@ class PricesHostileText : public ProductTest {
 TEST_F(PricesHostileText, AsAFieldNameIsNoColumn) {
   for (const char* action : {"insert", "insertupdate", "update"})
     expect_nothing_changes({error_number::kNoSuchField}, [&](const std::string& text) {
-      product_->InsertUpdatePriceEx(1, kJuly, 10, "A", {"PRICE", text}, {6, 7}, action);
+      product_->InsertUpdatePriceEx(1, kFirstOfJuly, 10, "A", {"PRICE", text}, {6, 7}, action);
     });
 }
 
@@ -77,30 +77,31 @@ TEST_F(PricesHostileText, AsAGroupToLookForFindsNoLine) {
   std::set<std::int32_t> numbers = kUnstorable;
   numbers.insert(error_number::kNoCurrentRow);
   expect_nothing_changes(numbers, [&](const std::string& text) {
-    product_->InsertUpdatePriceEx(1, kJuly, 10, text, {"PRICE"}, {6}, "update");
+    product_->InsertUpdatePriceEx(1, kFirstOfJuly, 10, text, {"PRICE"}, {6}, "update");
   });
 }
 
 TEST_F(PricesHostileText, AsAnActionIsAnUpdate) {
   expect_nothing_changes({error_number::kNoCurrentRow}, [&](const std::string& text) {
-    product_->InsertUpdatePrice(1, kJuly, 10, {"PRICE"}, {6}, text);
+    product_->InsertUpdatePrice(1, kFirstOfJuly, 10, {"PRICE"}, {6}, text);
   });
 }
 
 TEST_F(PricesHostileText, AsACurrencyRefersToNothing) {
   expect_nothing_changes({-2147221497, error_number::kStatementRefused}, [&](const std::string& text) {
-    product_->InsertPrice(1, kJuly, 20, {"CURRENCYCODE"}, {text});
+    product_->InsertPrice(1, kFirstOfJuly, 20, {"CURRENCYCODE"}, {text});
   });
 }
 
 TEST_F(PricesHostileText, AsACurrencyToConvertToHasNoRate) {
-  expect_nothing_changes({error_number::kInvalidArgument, error_number::kStatementRefused},
-                         [&](const std::string& text) { product_->getCatalogPriceAttributes(1, kJuly, text, 5); });
+  expect_nothing_changes(
+      {error_number::kInvalidArgument, error_number::kStatementRefused},
+      [&](const std::string& text) { product_->getCatalogPriceAttributes(1, kFirstOfJuly, text, 5); });
 }
 
 TEST_F(PricesHostileText, AsAGroupOfTheSelectionIsNeverSeen) {
   for (const std::string& text : hostile_texts())
-    EXPECT_EQ(product_->getCatalogPriceAttributesEx(1, kJuly, "EUR", 5, text)->Item("PRICE"),
+    EXPECT_EQ(product_->getCatalogPriceAttributesEx(1, kFirstOfJuly, "EUR", 5, text)->Item("PRICE"),
               Variant(Currency::from_text("5")));
   EXPECT_EQ(all_rows(), before_);
 }
@@ -119,7 +120,7 @@ TEST_F(PricesHostileText, AsAWrittenGroupIsThatTextOrIsRefused) {
   for (const std::string& text : hostile_texts()) {
     SCOPED_TRACE(text.substr(0, 40));
     try {
-      EXPECT_TRUE(product_->InsertPrice(1, kJuly, ++quantity, {"GROUPBY", "PRICE"}, {text, 6}));
+      EXPECT_TRUE(product_->InsertPrice(1, kFirstOfJuly, ++quantity, {"GROUPBY", "PRICE"}, {text, 6}));
     } catch (const Raised& failure) {
       EXPECT_TRUE(kUnstorable.contains(failure.error().Number)) << failure.error().Description;
       EXPECT_TRUE(text.size() > 50 || text.find('\0') != std::string::npos || !text::is_valid(text));
@@ -128,7 +129,7 @@ TEST_F(PricesHostileText, AsAWrittenGroupIsThatTextOrIsRefused) {
     EXPECT_EQ(rows("SELECT GROUPBY FROM CATALOGPRODUCTPRICE WHERE QUANTITYTO > 10"),
               (std::vector<std::vector<Variant>>{{text}}));
     // And that line is the one that the text finds.
-    EXPECT_TRUE(product_->InsertUpdatePriceEx(1, kJuly, quantity, text, {"PRICE"}, {7}, "update"));
+    EXPECT_TRUE(product_->InsertUpdatePriceEx(1, kFirstOfJuly, quantity, text, {"PRICE"}, {7}, "update"));
     EXPECT_EQ(rows("SELECT PRICE FROM CATALOGPRODUCTPRICE WHERE QUANTITYTO > 10"),
               (std::vector<std::vector<Variant>>{{Currency::from_text("7")}}));
     execute({"DELETE FROM CATALOGPRODUCTPRICE WHERE QUANTITYTO > 10"});
@@ -139,8 +140,9 @@ TEST_F(PricesHostileText, AsAWrittenGroupIsThatTextOrIsRefused) {
 
 TEST_F(PricesHostileText, AsANumberOrDateIsNone) {
   for (const char* field : {"PRICE", "DISCOUNTPERC", "PRICEEXPIRYDATE", "QUANTITYTO", "PRODUCTID"})
-    expect_nothing_changes({error_number::kTypeMismatch},
-                           [&](const std::string& text) { product_->InsertPrice(1, kJuly, 20, {field}, {text}); });
+    expect_nothing_changes({error_number::kTypeMismatch}, [&](const std::string& text) {
+      product_->InsertPrice(1, kFirstOfJuly, 20, {field}, {text});
+    });
 }
 
 TEST_F(PricesHostileText, AsACommodityOrUserHasNoProperties) {

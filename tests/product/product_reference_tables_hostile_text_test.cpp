@@ -9,16 +9,16 @@
 namespace mercato::test {
 namespace {
 
-struct TextArgument {
+struct ReferenceTextArgument {
   std::string method;
   std::vector<Variant> arguments;
   std::size_t position;   // of the text
   bool in_array = false;  // the text is the first element of the array there
 };
 
-const std::vector<TextArgument>& text_arguments() {
+const std::vector<ReferenceTextArgument>& reference_text_arguments() {
   static const std::vector<Variant> products = {Variant(), "", 5, "PRODUCTID", "PRODUCTID", "PRODUCTID", "1=1"};
-  static const std::vector<TextArgument> arguments = {
+  static const std::vector<ReferenceTextArgument> arguments = {
       {"GetProductsAsDRecordSet", products, 1},
       {"GetProductsAsDRecordSet", products, 3},
       {"GetProductsAsDRecordSet", products, 4},
@@ -49,7 +49,7 @@ class ReferenceTablesHostileText : public ProductTest {
          "INSERT INTO TAXCODES (TAXCODE, DESCRIPTION) VALUES ('T1', 'high')",
          "INSERT INTO MANUFACTURER (MANUFACTURERID, MANUFACTURERNAME) VALUES ('M1', 'maker')"});
   }
-  Variant call(const TextArgument& argument, const std::string& text) {
+  Variant call(const ReferenceTextArgument& argument, const std::string& text) {
     std::vector<Variant> arguments = argument.arguments;
     arguments[argument.position] = argument.in_array ? Variant(Array{text}) : Variant(text);
     return invoke(product_.object(), argument.method, arguments);
@@ -62,7 +62,7 @@ class ReferenceTablesHostileText : public ProductTest {
 
 TEST_F(ReferenceTablesHostileText, LeavesAllTablesAsTheyWere) {
   const auto before = all_rows();
-  for (const TextArgument& argument : text_arguments()) {
+  for (const ReferenceTextArgument& argument : reference_text_arguments()) {
     for (const std::string& text : hostile_texts()) {
       try {
         call(argument, text);
@@ -77,7 +77,7 @@ TEST_F(ReferenceTablesHostileText, LeavesAllTablesAsTheyWere) {
 TEST_F(ReferenceTablesHostileText, BetweenQuotesFindsNothing) {
   for (const std::string& text : hostile_texts()) {
     SCOPED_TRACE(text.substr(0, 40));
-    const auto found_nothing = [&](const TextArgument& argument) {
+    const auto found_nothing = [&](const ReferenceTextArgument& argument) {
       try {
         const Variant result = call(argument, text);
         if (argument.in_array) return invoke(result.to<Component>(), "RowCount", {}) == Variant(0);
@@ -86,7 +86,7 @@ TEST_F(ReferenceTablesHostileText, BetweenQuotesFindsNothing) {
         return failure.error().Number == error_number::kStatementRefused && is_unstorable(text);
       }
     };
-    for (const TextArgument& argument : text_arguments()) {
+    for (const ReferenceTextArgument& argument : reference_text_arguments()) {
       if (!argument.in_array && argument.method != "GetChargeType" && argument.method != "GetTaxcodeInformation")
         continue;
       EXPECT_TRUE(found_nothing(argument)) << argument.method;

@@ -6,6 +6,11 @@
 
 namespace mercato::test {
 
+// What a reading call sets first.
+inline const std::string kIsolation = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";
+// Why a statement that a test has refused fails.
+inline const std::string kRefused = "refused on request";
+
 // One wrapping: `number` in capital hexadecimal digits, such as "800400CB".
 inline std::string message(const std::string& number, const std::string& method, const std::string& description) {
   return "\r\nERROR 0x" + number + "\r\n METHOD: " + method + "\r\n DESC: " + description + ".\r\n";

@@ -5,7 +5,7 @@ namespace mercato::test {
 namespace {
 
 // Two folders of ann's with a favourite in each, one in her root, one of bob's.
-constexpr const char* kSeed = R"(
+constexpr const char* kFolderSeed = R"(
 INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION) VALUES ('A1', 'Pen');
 INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION) VALUES ('A2', 'Ink');
 INSERT INTO FAVORITEFOLDERS (USERID, FOLDERNAME) VALUES ('ann', 'Writing');
@@ -19,7 +19,7 @@ INSERT INTO FAVORITES (USERID, PRODUCTID, WAREHOUSEFAVORITE, FOLDERID, PRESENT) 
 
 class FolderCommands : public CommandTest {
  protected:
-  FolderCommands() : CommandTest(kSeed) {}
+  FolderCommands() : CommandTest(kFolderSeed) {}
 };
 
 TEST_F(FolderCommands, FoldersAreCreatedAndListedByName) {

@@ -9,7 +9,7 @@ namespace {
 
 // Two products in boxes, the first with limits for its orders, a supplier, a buyer, three currencies, two of them with
 // a rate.
-constexpr const char* kSeed = R"(
+constexpr const char* kMasterDataSeed = R"(
 INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('BX', 'box');
 INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('RM', 'ream');
 INSERT INTO USERS (USERID, ISACTIVE, ISBUYER) VALUES ('ann', 1, 1);
@@ -24,7 +24,7 @@ INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, UNITCODE) VALUES ('A2', 'In
 
 class MasterData : public CommandTest {
  protected:
-  MasterData() : CommandTest(kSeed) {}
+  MasterData() : CommandTest(kMasterDataSeed) {}
 };
 
 // Products

@@ -17,7 +17,7 @@ namespace {
 using nlohmann::json;
 
 // Two catalogues, the first with a tree of three levels.
-constexpr const char* kSeed = R"(
+constexpr const char* kRightsSeed = R"(
 INSERT INTO CATALOG (CATALOGNAME, ACTIVE) VALUES ('House', 1);
 INSERT INTO CATALOG (CATALOGNAME) VALUES ('Next');
 INSERT INTO CATALOGNODE (CATALOGID, NODENAME) VALUES (1, 'Office');
@@ -28,7 +28,7 @@ INSERT INTO CATALOGNODE (CATALOGID, NODENAME) VALUES (2, 'Other');
 
 class RightsCommands : public CommandTest {
  protected:
-  RightsCommands() { execute(kSeed); }
+  RightsCommands() { execute(kRightsSeed); }
   // A right of the user on a catalogue, or on one of its nodes.
   void entitle(const std::string& user, const std::string& node, int level, bool view_only = false) {
     execute("INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID, LEVEL, VIEWONLY) VALUES ('" + user + "', 1, " +

@@ -5,7 +5,7 @@ namespace mercato::test {
 namespace {
 
 // Catalogue 1 with the shop-out folders 1, of two partners, and 2, of none, and the node 3; catalogue 2 with node 4.
-constexpr const char* kSeed = R"(
+constexpr const char* kShopOutSeed = R"(
 INSERT INTO BUSINESSPARTNER (BUSINESSID, PARTNERNAME) VALUES ('ACME', 'Acme Tools');
 INSERT INTO BUSINESSPARTNER (BUSINESSID) VALUES ('BOLT');
 INSERT INTO BUSINESSPARTNER (BUSINESSID) VALUES ('CORK');
@@ -25,7 +25,7 @@ INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID, SHAREDID) VALUES ('O''
 
 class ShopOutCommands : public CommandTest {
  protected:
-  ShopOutCommands() : CommandTest(kSeed) {}
+  ShopOutCommands() : CommandTest(kShopOutSeed) {}
   std::string ties() { return rows("SELECT NODEID, CATALOGID, BUSINESSPARTNERID FROM CATALOGNODEBYBP"); }
 };
 

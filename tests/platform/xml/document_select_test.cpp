@@ -6,23 +6,12 @@
 
 #include "platform/xml/document.h"
 #include "tests/platform/failure.h"
+#include "tests/platform/xml/loaded_document.h"
 
 namespace mercato::xml {
 namespace {
 
 using test::failure_of;
-
-Document loaded(std::string_view text) {
-  Document document;
-  EXPECT_TRUE(document.load_text(text)) << document.error();
-  return document;
-}
-
-std::vector<std::string> values(const NodeList& list) {
-  std::vector<std::string> values;
-  for (const Node node : list) values.push_back(node.typed_value());
-  return values;
-}
 
 using Texts = std::vector<std::string>;
 

@@ -12,6 +12,7 @@
 #include "tests/platform/failure.h"
 #include "tests/platform/local_server.h"
 #include "tests/platform/temporary_folder.h"
+#include "tests/platform/xml/loaded_document.h"
 
 namespace mercato::xml {
 namespace {
@@ -19,19 +20,6 @@ namespace {
 using test::failure_of;
 using test::LocalServer;
 using test::TemporaryFolder;
-
-Document loaded(std::string_view text) {
-  Document document;
-  EXPECT_TRUE(document.load_text(text)) << document.error();
-  EXPECT_EQ(document.error(), "");
-  return document;
-}
-
-std::vector<std::string> values(const NodeList& list) {
-  std::vector<std::string> values;
-  for (const Node node : list) values.push_back(node.typed_value());
-  return values;
-}
 
 using Texts = std::vector<std::string>;
 
