@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
 #include <functional>
 #include <iostream>
 #include <map>
@@ -15,16 +14,11 @@
 #include <thread>
 
 #include "tests/catalog/tree_fixture.h"
+#include "tests/support/length_of_run.h"
 #include "tests/support/refusing_recorder.h"
 
 namespace mercato::test {
 namespace {
-
-// MERCATO_TEST_SECONDS has another length for a longer run.
-std::chrono::duration<double> length_of_run() {
-  const char* seconds = std::getenv("MERCATO_TEST_SECONDS");
-  return std::chrono::duration<double>(seconds ? std::atof(seconds) : 2.0);
-}
 
 // Two states that one writer goes to and fro between. Odd while it writes.
 class Turns {
@@ -265,7 +259,7 @@ TEST_F(ConcurrentRights, AreRightWhileOthersChangeThem) {
     });
   });
   const auto start = std::chrono::steady_clock::now();
-  while (!stopped_ && std::chrono::steady_clock::now() - start < length_of_run())
+  while (!stopped_ && std::chrono::steady_clock::now() - start < length_of_run(2))
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   stopped_ = true;
   for (std::thread& thread : threads) thread.join();

@@ -4,6 +4,7 @@
 #include "platform/store/unit_of_work.h"
 #include "tests/platform/store/integrity.h"
 #include "tests/support/another_process.h"
+#include "tests/support/length_of_run.h"
 #include "tests/support/refusing_recorder.h"
 #include "tests/upload/upload_fixture.h"
 
@@ -75,8 +76,9 @@ TEST_F(UploadCrash, UploadThatDiesAtAnyStatementLeavesWholeOnesAndANewRunFinishe
 }
 
 TEST_F(UploadCrash, UploadThatIsKilledFromOutsideLeavesWholeStatementsAndANewRunFinishesTheJob) {
-  std::mt19937 random(20260702);
-  for (int round = 0; round < 4; ++round) {
+  std::mt19937 random(seed_of_run(20260702));
+  const auto end = std::chrono::steady_clock::now() + length_of_run(0);
+  for (int round = 0; round < 4 || std::chrono::steady_clock::now() < end; ++round) {
     in_another_process([] { upload_all(); }, std::chrono::milliseconds(20 + static_cast<int>(random() % 200)));
     expect_whole_statements();
   }
