@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "frame/contracts.h"
+#include "frame/lib_mts.h"
 #include "frame/method.h"
 
 namespace mercato {
@@ -33,6 +34,9 @@ void write_entry(grundwerk::Log& log, const std::string& source, const std::stri
   else
     log.WriteEntry(source, text, severity);
 }
+
+// Its texts are short enough to need no memory.
+RaisedError out_of_memory() { return completed({error_number::kOutOfMemory, {}, {}, {}, 0}); }
 
 }  // namespace
 
@@ -122,18 +126,32 @@ namespace detail {
 
 RaisedError failure_in_flight() {
   try {
-    throw;
-  } catch (const Raised& failure) {
-    return failure.error();
+    try {
+      throw;
+    } catch (const Raised& failure) {
+      return failure.error();
+    } catch (const std::bad_alloc&) {
+      throw;
+    } catch (const std::exception& failure) {
+      return {error_number::kStoreFailure, std::string(kLibraryName), failure.what(), {}, 0};
+    }
   } catch (const std::bad_alloc&) {
-    return {error_number::kOutOfMemory,
-            std::string(kLibraryName),
-            std::string(error_number::default_description(error_number::kOutOfMemory)),
-            {},
-            0};
-  } catch (const std::exception& failure) {
-    return {error_number::kStoreFailure, std::string(kLibraryName), failure.what(), {}, 0};
+    return out_of_memory();
   }
+}
+
+RaisedError copy_of_current_error() {
+  try {
+    return current_error();
+  } catch (const std::bad_alloc&) {
+    return current_error() = out_of_memory();
+  }
+}
+
+void leave_without_memory() {
+  Mts_SetAbort();
+  current_error() = out_of_memory();
+  raise(error_number::kOutOfMemory);
 }
 
 }  // namespace detail

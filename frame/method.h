@@ -73,8 +73,16 @@ inline constexpr auto no_steps = [] {};
 
 namespace detail {
 
-// The failure that is being handled, in the one form that travels. Call in a catch block only.
+// The failure that is being handled, in the one form that travels; kOutOfMemory when there is no memory for it. Call in
+// a catch block only.
 RaisedError failure_in_flight();
+
+// A copy of the current error, which is kOutOfMemory when there is no memory for one.
+RaisedError copy_of_current_error();
+
+// Leaves a tail that found no memory for its steps. The steps did not come to their vote, so the transaction is rolled
+// back: what the call wrote must not stand for want of memory.
+[[noreturn]] void leave_without_memory();
 
 template <class Body>
 decltype(auto) run_body(Body& body, TailSwitch& armed) {
@@ -86,11 +94,15 @@ decltype(auto) run_body(Body& body, TailSwitch& armed) {
 
 template <class Steps>
 Variant run_steps(Steps& steps) {
-  if constexpr (std::is_void_v<std::invoke_result_t<Steps&>>) {
-    steps();
-    return kMissing;
-  } else {
-    return steps();
+  try {
+    if constexpr (std::is_void_v<std::invoke_result_t<Steps&>>) {
+      steps();
+      return kMissing;
+    } else {
+      return steps();
+    }
+  } catch (const std::bad_alloc&) {
+    leave_without_memory();
   }
 }
 
@@ -125,13 +137,15 @@ auto method(Body body, Tail<Steps, Preset, Label> tail) {
     if (!armed.armed()) throw Raised(detail::failure_in_flight());
     current_error() = detail::failure_in_flight();
   }
-  const RaisedError pending = current_error();
+  RaisedError pending = detail::copy_of_current_error();
   const Variant info = detail::run_steps(tail.steps);
-  current_error() = pending;  // the steps' own calls arm tails of their own
-  if constexpr (std::is_invocable_v<Label&>)
-    Err_LogAndRaise(tail.label(), info);
-  else
-    Err_LogAndRaise(tail.label, info);
+  current_error() = std::move(pending);  // the steps' own calls arm tails of their own
+  raising_out_of_memory([&] {
+    if constexpr (std::is_invocable_v<Label&>)
+      Err_LogAndRaise(tail.label(), info);
+    else
+      Err_LogAndRaise(tail.label, info);
+  });
   if constexpr (std::is_same_v<Preset, std::nullptr_t>) {
     if constexpr (!std::is_void_v<Value>) return Value{};
   } else {

@@ -1,6 +1,7 @@
 #include "frame/recordset.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "platform/store/call_limit.h"
@@ -171,13 +172,18 @@ void Recordset::advance() {
 
 void Recordset::fetch_rest() {
   if (!cursor_) return;
-  connection_->reporting([this] {
-    if (updatable_) states_.push_back({cursor_->identity(), {}, false});
-    while (cursor_->next()) {
-      cursor_->read(rows_.emplace_back());
+  try {
+    connection_->reporting([this] {
       if (updatable_) states_.push_back({cursor_->identity(), {}, false});
-    }
-  });
+      while (cursor_->next()) {
+        cursor_->read(rows_.emplace_back());
+        if (updatable_) states_.push_back({cursor_->identity(), {}, false});
+      }
+    });
+  } catch (const std::bad_alloc&) {
+    Close();  // a part of the rows must not pass for all of them
+    throw;
+  }
   cursor_.reset();
 }
 
@@ -186,8 +192,13 @@ void Recordset::fetch_rest() {
 void Recordset::AddNew() {
   require_updatable();
   write_current_row_if_dirty();
-  states_.push_back({{}, {}, true});
   rows_.emplace_back(layout_->size(), Variant(kNull));
+  try {
+    states_.push_back({{}, {}, true});
+  } catch (const std::bad_alloc&) {
+    rows_.pop_back();  // a row has a state
+    throw;
+  }
   current_ = rows_.size() - 1;
 }
 

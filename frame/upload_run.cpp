@@ -1,6 +1,5 @@
 #include "frame/upload_run.h"
 
-#include "frame/types/raised_error.h"
 #include "platform/store/call_limit.h"
 
 namespace mercato {
@@ -14,7 +13,7 @@ StoreRun::StoreRun() {
 StoreRun::~StoreRun() {
   try {
     finish();
-  } catch (const Raised&) {
+  } catch (...) {
     // The call fails already, with a failure that says more.
   }
 }

@@ -75,7 +75,7 @@ std::span<const ClassTable* const> library_classes() {
 
 }  // namespace mercato
 
-std::int32_t DllGetClassObject(const char* class_id, mercato::ClassObject** class_object) {
+std::int32_t DllGetClassObject(const char* class_id, mercato::ClassObject** class_object) try {
   if (!class_id || !class_object) return mercato::kNullPointer;
   *class_object = nullptr;
   for (const mercato::ClassTable* table : mercato::library_classes()) {
@@ -84,6 +84,8 @@ std::int32_t DllGetClassObject(const char* class_id, mercato::ClassObject** clas
     return *class_object ? mercato::kOk : mercato::kOutOfMemoryResult;
   }
   return mercato::kClassNotAvailable;
+} catch (const std::exception&) {
+  return mercato::kOutOfMemoryResult;
 }
 
 std::int32_t DllCanUnloadNow() { return mercato::holds == 0 ? mercato::kOk : mercato::kFalse; }

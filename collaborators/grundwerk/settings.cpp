@@ -174,10 +174,11 @@ std::shared_ptr<const Settings> settings() {
   return settings_in_force().settings;
 }
 
-void set_settings(Settings settings) {
-  auto next = std::make_shared<const Settings>(std::move(settings));
+void set_settings(Settings settings) { set_settings(std::make_shared<const Settings>(std::move(settings))); }
+
+void set_settings(std::shared_ptr<const Settings> settings) {
   const std::lock_guard lock(settings_in_force().guard);
-  settings_in_force().settings = std::move(next);
+  settings_in_force().settings.swap(settings);
 }
 
 std::string connection_string_of(std::string_view application) {

@@ -28,6 +28,7 @@ struct Settings {
 // The settings in force. They never change; `set_settings` puts others in their place.
 std::shared_ptr<const Settings> settings();
 void set_settings(Settings settings);
+void set_settings(std::shared_ptr<const Settings> settings);  // never null
 
 // The connection string in force of an application. Raises 5 when it has none.
 std::string connection_string_of(std::string_view application);

@@ -1,5 +1,8 @@
 #include "frame/types/collection.h"
 
+#include <new>
+#include <utility>
+
 #include "frame/types/raised_error.h"
 #include "frame/types/text.h"
 
@@ -8,8 +11,14 @@ namespace mercato {
 void Collection::Add(Variant item) { entries_.push_back({std::nullopt, std::move(item)}); }
 
 void Collection::Add(Variant item, std::string key) {
-  if (!positions_.emplace(text::to_upper(key), entries_.size()).second) raise(error_number::kDuplicateKey);
-  entries_.push_back({std::move(key), std::move(item)});
+  const auto [position, is_new] = positions_.emplace(text::to_upper(key), entries_.size());
+  if (!is_new) raise(error_number::kDuplicateKey);
+  try {
+    entries_.push_back({std::move(key), std::move(item)});
+  } catch (const std::bad_alloc&) {
+    positions_.erase(position);  // it leads to no entry
+    throw;
+  }
 }
 
 const Collection::Entry& Collection::entry_at(std::int32_t position) const {

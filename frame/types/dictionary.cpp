@@ -58,13 +58,13 @@ std::uint32_t Dictionary::locate_text(std::string_view key, std::size_t hash) co
 }
 
 void Dictionary::append(Variant key, Variant item, std::size_t hash) {
+  // Room in the index first: nothing may fail between the entry and its place there.
+  const std::size_t size = entries_.size() + 1;
+  const bool indexed = !index_.empty() || size >= kIndexFrom;
+  if (indexed && size * 2 > index_.size()) rebuild_index();
   entries_.push_back({std::move(key), std::move(item), hash, false});
   ++live_;
-  if (index_.empty() && entries_.size() < kIndexFrom) return;
-  if (entries_.size() * 2 > index_.size()) {
-    rebuild_index();
-    return;
-  }
+  if (!indexed) return;
   const std::size_t mask = index_.size() - 1;
   std::size_t slot = hash & mask;
   while (index_[slot] != kNone) slot = (slot + 1) & mask;
@@ -72,10 +72,11 @@ void Dictionary::append(Variant key, Variant item, std::size_t hash) {
 }
 
 void Dictionary::rebuild_index() {
-  std::erase_if(entries_, [](const Entry& entry) { return entry.removed; });
   std::size_t size = 32;
-  while (size < entries_.size() * 4) size *= 2;
-  index_.assign(size, kNone);
+  while (size < (live_ + 1) * 4) size *= 2;
+  std::vector<std::uint32_t> index(size, kNone);  // positions change once this one has its memory
+  std::erase_if(entries_, [](const Entry& entry) { return entry.removed; });
+  index_.swap(index);
   for (std::uint32_t position = 0; position < entries_.size(); ++position) {
     std::size_t slot = entries_[position].hash & (size - 1);
     while (index_[slot] != kNone) slot = (slot + 1) & (size - 1);

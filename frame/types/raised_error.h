@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -83,5 +84,15 @@ RaisedError completed(RaisedError error);
 // Raises the completed failure.
 [[noreturn]] void raise(std::int32_t number, std::string source, std::string description);
 [[noreturn]] void raise(std::int32_t number);
+
+// Runs the work. A failed allocation is raised as kOutOfMemory, which needs no memory itself.
+template <class Work>
+decltype(auto) raising_out_of_memory(Work work) {
+  try {
+    return work();
+  } catch (const std::bad_alloc&) {
+    raise(error_number::kOutOfMemory);
+  }
+}
 
 }  // namespace mercato

@@ -57,6 +57,14 @@ class Variant {
   };
 
   Variant() = default;
+  // A copy that finds no memory leaves nothing behind. The standard library's own copy does not see to that: a variant
+  // of types like these it takes for one that always has a value, and destroys what was never made.
+  Variant(const Variant& other)
+      : value_(std::visit([]<class T>(const T& held) { return Value(std::in_place_type<T>, held); }, other.value_)) {}
+  Variant(Variant&&) noexcept = default;
+  Variant& operator=(const Variant& other) { return *this = Variant(other); }
+  Variant& operator=(Variant&&) noexcept = default;
+  ~Variant() = default;
   Variant(Null) : value_(Null{}) {}
   Variant(Missing) : value_(Missing{}) {}
   Variant(bool flag) : value_(flag) {}
@@ -134,9 +142,9 @@ class Variant {
  private:
   [[noreturn]] static void raise_type_mismatch();
 
-  std::variant<Empty, Null, Missing, bool, std::int16_t, std::int32_t, double, Currency, Date, std::string,
-               std::shared_ptr<const Array>, ObjectPtr>
-      value_;
+  using Value = std::variant<Empty, Null, Missing, bool, std::int16_t, std::int32_t, double, Currency, Date,
+                             std::string, std::shared_ptr<const Array>, ObjectPtr>;
+  Value value_;
 };
 
 struct Array {

@@ -216,21 +216,22 @@ class ClassTable {
     const auto write_back = [&] {
       (
           [&] {
-            if constexpr (kByReference<Arguments>) values[Index] = std::get<Index>(converted);
+            if constexpr (kByReference<Arguments>) values[Index] = Variant(std::move(std::get<Index>(converted)));
           }(),
           ...);
     };
-    // What a failing method did to its arguments is seen by the caller too.
-    struct WriteBack {
-      const decltype(write_back)& step;
-      ~WriteBack() { step(); }
-    } guard{write_back};
-    if constexpr (std::is_void_v<Result>) {
-      (self.*function)(std::get<Index>(converted)...);
-      return {};
-    } else {
-      return Variant((self.*function)(std::get<Index>(converted)...));
+    Variant result;
+    try {
+      if constexpr (std::is_void_v<Result>)
+        (self.*function)(std::get<Index>(converted)...);
+      else
+        result = Variant((self.*function)(std::get<Index>(converted)...));
+    } catch (...) {
+      write_back();  // what a failing method did to its arguments is seen by the caller too
+      throw;
     }
+    write_back();
+    return result;
   }
 
   std::string prog_id_;

@@ -31,7 +31,9 @@ void complete(std::vector<Variant>& arguments, const ClassTable& table, const Me
 
 CallObserver* set_call_observer(CallObserver* observer) { return std::exchange(call_observer, observer); }
 
-Variant invoke(const ComponentPtr& target, std::string_view method_name, std::vector<Variant>& arguments) {
+namespace {
+
+Variant call_method(const ComponentPtr& target, std::string_view method_name, std::vector<Variant>& arguments) {
   if (!target) raise(error_number::kObjectNotSet);
   const ClassTable& table = target->class_table();
   const MethodInfo* method = table.find(method_name);
@@ -47,9 +49,17 @@ Variant invoke(const ComponentPtr& target, std::string_view method_name, std::ve
   return result;
 }
 
+}  // namespace
+
+Variant invoke(const ComponentPtr& target, std::string_view method, std::vector<Variant>& arguments) {
+  return raising_out_of_memory([&] { return call_method(target, method, arguments); });
+}
+
 Variant invoke(const ComponentPtr& target, std::string_view method, std::initializer_list<Variant> arguments) {
-  std::vector<Variant> values(arguments);
-  return invoke(target, method, values);
+  return raising_out_of_memory([&] {
+    std::vector<Variant> values(arguments);
+    return call_method(target, method, values);
+  });
 }
 
 }  // namespace mercato

@@ -13,7 +13,7 @@ namespace mercato {
 // Calls a method by its name in any case, under the target's context. `arguments` is completed with the defaults of
 // what was left out, and holds after the call, failed or not, what became of the arguments by reference. Raises 438 for
 // an unknown method, 450 for too many arguments, 449 for one that is missing and has no default, what conversions of
-// arguments raise, and what the method raises.
+// arguments raise, what the method raises, and 7 when there is no memory for the call.
 Variant invoke(const ComponentPtr& target, std::string_view method, std::vector<Variant>& arguments);
 // The same for arguments whose updates nobody wants.
 Variant invoke(const ComponentPtr& target, std::string_view method, std::initializer_list<Variant> arguments);

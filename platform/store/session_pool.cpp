@@ -1,7 +1,9 @@
 #include "platform/store/session_pool.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -63,9 +65,11 @@ class Pool {
   std::vector<Idle> idle_;  // in the order of their return
 };
 
-// Never destroyed: a thread that outlives main may still give a session back.
+// Never destroyed: a thread that outlives main may still give a session back. In memory of its own: the process may end
+// for want of any.
 Pool& pool() {
-  static Pool* const instance = new Pool;
+  alignas(Pool) static std::byte memory[sizeof(Pool)];
+  static Pool* const instance = new (memory) Pool;
   return *instance;
 }
 

@@ -15,11 +15,13 @@ thread_local ObjectContext* current_context = nullptr;
 thread_local ObjectPtr current_application;
 
 const ClassTable& class_of(std::string_view prog_id) {
-  const ClassTable* table = registered_class(prog_id);
-  if (!table)
-    raise(error_number::kCannotCreateObject, {},
-          "Component can't create object: nobody answers to '" + std::string(prog_id) + "'");
-  return *table;
+  return raising_out_of_memory([&]() -> const ClassTable& {
+    const ClassTable* table = registered_class(prog_id);
+    if (!table)
+      raise(error_number::kCannotCreateObject, {},
+            "Component can't create object: nobody answers to '" + std::string(prog_id) + "'");
+    return *table;
+  });
 }
 
 }  // namespace
@@ -96,9 +98,11 @@ ComponentPtr ObjectContext::CreateInstance(std::string_view iProgId) {
   const ClassTable& table = class_of(iProgId);
   // Without a transaction to join, a class that requires one begins its own.
   const bool begins = !activity_ && table.attribute() == TransactionAttribute::required;
-  auto object = table.create();
-  object->set_context(std::make_shared<ObjectContext>(begins ? std::make_shared<Activity>() : activity_, begins));
-  return object;
+  return raising_out_of_memory([&] {
+    auto object = table.create();
+    object->set_context(std::make_shared<ObjectContext>(begins ? std::make_shared<Activity>() : activity_, begins));
+    return object;
+  });
 }
 
 ObjectPtr ObjectContext::Item(std::string_view iName) {
@@ -126,8 +130,10 @@ struct ContextCall::State {
 ContextCall::ContextCall(std::shared_ptr<ObjectContext> context) : context_(std::move(context)) {
   if (!context_) return;
   // Without a transaction of its own the object works wherever its caller does.
-  store::UnitOfWork* unit = context_->activity_ ? &context_->activity_->unit() : nullptr;
-  state_ = std::make_unique<State>(context_.get(), unit);
+  raising_out_of_memory([this] {
+    store::UnitOfWork* unit = context_->activity_ ? &context_->activity_->unit() : nullptr;
+    state_ = std::make_unique<State>(context_.get(), unit);
+  });
   if (context_->depth_++ == 0) context_->vote_of_last_call_ = Vote::none;
 }
 
@@ -149,7 +155,7 @@ void ContextCall::leave() {
 }
 
 void ContextCall::finish() {
-  if (context_) leave();
+  if (context_) raising_out_of_memory([this] { leave(); });
 }
 
 ContextCall::~ContextCall() {
@@ -161,15 +167,19 @@ ContextCall::~ContextCall() {
 }
 
 ComponentPtr create_root(const ClassTable& table) {
-  const bool required = table.attribute() == TransactionAttribute::required;
-  auto object = table.create();
-  object->set_context(std::make_shared<ObjectContext>(required ? std::make_shared<Activity>() : nullptr, required));
-  return object;
+  return raising_out_of_memory([&] {
+    const bool required = table.attribute() == TransactionAttribute::required;
+    auto object = table.create();
+    object->set_context(std::make_shared<ObjectContext>(required ? std::make_shared<Activity>() : nullptr, required));
+    return object;
+  });
 }
 
 ComponentPtr create_root(std::string_view prog_id) { return create_root(class_of(prog_id)); }
 
-ComponentPtr create_plain(std::string_view prog_id) { return class_of(prog_id).create(); }
+ComponentPtr create_plain(std::string_view prog_id) {
+  return raising_out_of_memory([&] { return class_of(prog_id).create(); });
+}
 
 void set_application(ObjectPtr application) { current_application = std::move(application); }
 

@@ -134,10 +134,10 @@ Document::Document(const Limits& limits) : limits_(limits), tree_(std::make_shar
 Document::~Document() = default;
 
 // A document that was moved from is an empty one.
-Document::Document(Document&& other) noexcept
-    : limits_(other.limits_),
-      error_(std::exchange(other.error_, {})),
-      tree_(std::exchange(other.tree_, std::make_shared<Tree>())) {}
+Document::Document(Document&& other) : Document(other.limits_) {
+  std::swap(error_, other.error_);
+  std::swap(tree_, other.tree_);
+}
 
 Document& Document::operator=(Document&& other) noexcept {
   std::swap(limits_, other.limits_);

@@ -150,7 +150,7 @@ class Document {
   Document() : Document(Limits{}) {}  // an empty document
   explicit Document(const Limits& limits);
   ~Document();
-  Document(Document&&) noexcept;
+  Document(Document&&);
   Document& operator=(Document&&) noexcept;
 
   // Both replace the content and answer whether the document was loaded; when not, the document is empty and `error`

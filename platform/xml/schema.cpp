@@ -44,9 +44,17 @@ std::string without_line_end(std::string text) {
 // Keeps the first fault that the library reports.
 struct FirstFault {
   std::string text;
-  static void keep(void* self, xmlErrorPtr error) {
-    auto& text = static_cast<FirstFault*>(self)->text;
-    if (text.empty() && error->message && error->level >= XML_ERR_ERROR) text = without_line_end(error->message);
+  bool no_memory = false;
+  // Called by the library, through which no exception may pass.
+  static void keep(void* self, xmlErrorPtr error) noexcept {
+    auto& fault = *static_cast<FirstFault*>(self);
+    if (error->code == XML_ERR_NO_MEMORY) fault.no_memory = true;
+    try {
+      if (fault.text.empty() && error->message && error->level >= XML_ERR_ERROR)
+        fault.text = without_line_end(error->message);
+    } catch (const std::bad_alloc&) {
+      fault.no_memory = true;
+    }
   }
 };
 
@@ -92,7 +100,11 @@ class JoinedSchema {
     const auto refuse = [&](const std::string& reason) {
       raise(error_number::kInvalidArgument, {}, (is_first ? "it " : name + ", which it includes, ") + reason);
     };
-    if (!document) refuse("is not well-formed");
+    if (!document) {
+      if (const xmlError* const error = xmlGetLastError(); error && error->code == XML_ERR_NO_MEMORY)
+        throw std::bad_alloc();
+      refuse("is not well-formed");
+    }
     if (document->intSubset) refuse("has a DOCTYPE");
     const xmlNode* const from = xmlDocGetRootElement(document.get());
     if (!from || !is_schema_element(from, "schema")) refuse("is no XML schema");
@@ -160,17 +172,17 @@ bool Schema::load(std::string_view file) {
     compiled->document = JoinedSchema(file).join();
   } catch (const Raised& failure) {
     const std::string& reason = failure.error().Description;
+    if (failure.error().Number == error_number::kOutOfMemory) throw;
     if (failure.error().Number == error_number::kInvalidArgument) return fail(reason);
     error_ = reason + ".";
     return false;
-  } catch (const std::bad_alloc&) {
-    return fail("there is no memory for it");
   }
   const SchemaParser parser(xmlSchemaNewDocParserCtxt(compiled->document.get()));
-  if (!parser) return fail("there is no memory for it");
+  if (!parser) raise(error_number::kOutOfMemory);
   FirstFault fault;
   xmlSchemaSetParserStructuredErrors(parser.get(), FirstFault::keep, &fault);
   compiled->schema.reset(xmlSchemaParse(parser.get()));
+  if (fault.no_memory) raise(error_number::kOutOfMemory);
   if (!compiled->schema) return fail(fault.text.empty() ? "it is no XML schema" : fault.text);
   compiled_ = std::move(compiled);
   return true;
@@ -196,10 +208,15 @@ std::string Schema::fault_of(const Document& document) const {
 
   constexpr std::size_t kPiece = std::size_t{1} << 20;
   const auto is_well_formed = [&] { return parser->wellFormed != 0 && parser->nsWellFormed != 0; };
-  for (std::size_t at = 0; at < text.size() && fault.text.empty() && is_well_formed(); at += kPiece) {
+  for (std::size_t at = 0; at < text.size() && fault.text.empty() && !fault.no_memory && is_well_formed();
+       at += kPiece) {
     const std::size_t size = std::min(kPiece, text.size() - at);
-    xmlParseChunk(parser.get(), text.data() + at, static_cast<int>(size), at + size == text.size() ? 1 : 0);
+    // Without memory the parser stops, and takes what it has read for well-formed.
+    if (xmlParseChunk(parser.get(), text.data() + at, static_cast<int>(size), at + size == text.size() ? 1 : 0) ==
+        XML_ERR_NO_MEMORY)
+      fault.no_memory = true;
   }
+  if (fault.no_memory) raise(error_number::kOutOfMemory);
   if (fault.text.empty() && !is_well_formed()) {  // such as a prefix that nothing declares
     const xmlError* const error = xmlCtxtGetLastError(parser.get());
     fault.text = without_line_end(error && error->message ? error->message : "The document is not well-formed");

@@ -38,6 +38,7 @@ std::string Tree::parse(std::string text) {
   buffer_ = std::move(text);
   const auto result =
       document_.load_buffer_inplace(buffer_.data(), buffer_.size(), pugi::parse_full, pugi::encoding_utf8);
+  if (result.status == pugi::status_out_of_memory) raise(error_number::kOutOfMemory);
   if (!result) return "Byte " + std::to_string(result.offset) + ": " + result.description();
   // What is saved is UTF-8, whatever was read.
   if (auto encoding = document_.first_child().attribute("encoding");
@@ -183,12 +184,13 @@ void Tree::forget(pugi::xml_node subtree) {
 }
 
 void Tree::remove(pugi::xml_node node) {
-  forget(node);
-  copy_.reset();
   if (!bin_) {
     bin_ = document_.append_child(pugi::node_element);
+    if (!bin_) raise(error_number::kOutOfMemory);
     bin_.set_name("removed");
   }
+  forget(node);
+  copy_.reset();
   bin_.append_move(node);
 }
 

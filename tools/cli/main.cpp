@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <iostream>
+#include <new>
 
 #include "collaborators/grundwerk/settings.h"
 #include "frame/types/raised_error.h"
@@ -18,6 +19,7 @@
 #include "tools/cli/menu.h"
 #include "tools/cli/sentence.h"
 #include "tools/cli/terminal.h"
+#include "tools/gateway/memory_reserve.h"
 #include "tools/gateway/tables.h"
 
 namespace mercato::cli {
@@ -198,6 +200,8 @@ int run(CommandLine& line) {
     return line.command(line.output);
   } catch (const Raised& raised) {
     return report(raised.error(), line);
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (const std::exception& failure) {
     std::cerr << "mercato: " << failure.what() << '\n';
     return kFailed;
@@ -232,8 +236,9 @@ int status_of_output(int status) {
 }  // namespace
 }  // namespace mercato::cli
 
-int main(int count, char** texts) {
+int main(int count, char** texts) try {
   using namespace mercato::cli;
+  mercato::gateway::keep_memory_reserve();
   // Whoever reads the output may stop; writing then fails, and the objects are released in order.
   std::signal(SIGPIPE, SIG_IGN);
   // A file that may not grow any further is a failure like others.
@@ -283,4 +288,7 @@ int main(int count, char** texts) {
     return kUsage;
   }
   return status_of_output(run(line));
+} catch (const std::bad_alloc&) {
+  std::cerr << "mercato: Out of memory.\n";
+  return mercato::cli::kFailed;
 }

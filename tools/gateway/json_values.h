@@ -27,6 +27,27 @@ Json rows_to_json(Recordset& recordset, ObjectTable& objects);
 // bits is a double. Raises 457 for a Collection that repeats a key.
 Variant from_json(const JsonInput& json, ObjectTable& objects);
 
+// Takes a value apart from the inside, so that its end asks for no memory: a JSON value that is destroyed as a whole
+// asks for as much as its members take, and ends the process when there is none.
+template <class Value>
+void take_apart(Value& json) noexcept {
+  if (json.is_array()) {
+    auto& items = json.template get_ref<typename Value::array_t&>();
+    for (Value& item : items) take_apart(item);
+    items.clear();
+  } else if (json.is_object()) {
+    auto& members = json.template get_ref<typename Value::object_t&>();
+    for (auto& member : members) take_apart(member.second);
+    members.clear();
+  }
+}
+// A value of any size that ends so.
+template <class Value>
+struct LargeValue {
+  Value json;
+  ~LargeValue() { take_apart(json); }
+};
+
 // The text of a JSON value on one line. Bytes that are no UTF-8 are replaced.
 std::string line_of(const Json& json);
 

@@ -1,19 +1,19 @@
 #include "tools/gateway/line_reader.h"
 
 #include <algorithm>
+#include <new>
 #include <streambuf>
 
 namespace mercato::gateway {
 
 bool LineReader::fill() {
   if (!ahead_.empty()) return true;
-  constexpr std::streamsize kBlock = std::streamsize{1} << 16;
   std::streambuf& bytes = *stream_.rdbuf();
   using Traits = std::streambuf::traits_type;
   if (Traits::eq_int_type(bytes.sgetc(), Traits::eof())) return false;
   // What has arrived, and one byte at least: asking for more would wait for it.
-  block_.resize(static_cast<std::size_t>(std::clamp<std::streamsize>(bytes.in_avail(), 1, kBlock)));
-  const std::streamsize count = bytes.sgetn(block_.data(), static_cast<std::streamsize>(block_.size()));
+  const auto wanted = std::clamp<std::streamsize>(bytes.in_avail(), 1, kBlock);
+  const std::streamsize count = bytes.sgetn(block_.data(), wanted);
   ahead_ = std::string_view(block_).substr(0, static_cast<std::size_t>(count));
   return true;
 }
@@ -25,21 +25,25 @@ LineReader::Read LineReader::next(std::string& line) {
   line.clear();
 
   bool anything = false;
-  bool too_long = false;
+  Read read = Read::line;
   for (bool ended = false; !ended && fill();) {
     anything = true;
     const std::size_t end = ahead_.find('\n');
     const std::string_view part = ahead_.substr(0, end);
     ended = end != std::string_view::npos;
     ahead_.remove_prefix(part.size() + (ended ? 1 : 0));
-    too_long = too_long || part.size() > longest_ - line.size();
-    if (too_long)
-      line = std::string();
-    else
-      line += part;
+    if (read != Read::line) continue;
+    try {
+      if (part.size() > longest_ - line.size())
+        read = Read::too_long;
+      else
+        line += part;
+    } catch (const std::bad_alloc&) {
+      read = Read::no_memory;
+    }
+    if (read != Read::line) line = std::string();
   }
-  if (!anything) return Read::end;
-  return too_long ? Read::too_long : Read::line;
+  return anything ? read : Read::end;
 }
 
 }  // namespace mercato::gateway

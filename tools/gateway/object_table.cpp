@@ -1,11 +1,19 @@
 #include "tools/gateway/object_table.h"
 
+#include <new>
+
 namespace mercato::gateway {
 
 std::int64_t ObjectTable::handle_of(const ObjectPtr& object) {
-  const auto [known, is_new] = handles_.try_emplace(object.get(), last_handle_ + 1);
-  if (is_new) objects_.emplace(++last_handle_, object);
-  return known->second;
+  if (const auto known = handles_.find(object.get()); known != handles_.end()) return known->second;
+  const auto place = objects_.emplace(last_handle_ + 1, object).first;
+  try {
+    handles_.emplace(object.get(), place->first);
+  } catch (const std::bad_alloc&) {
+    objects_.erase(place);  // an object has both or none
+    throw;
+  }
+  return ++last_handle_;
 }
 
 ObjectPtr ObjectTable::find(std::int64_t handle) const {

@@ -45,10 +45,11 @@ void check_bounds(std::string_view line) {
     throw RefusedLine(kParseError, "The line holds more than " + std::to_string(kMaxValues) + " values", nullptr);
 }
 
-JsonInput parse(std::string_view line) {
+void parse(std::string_view line, JsonInput& json) {
   check_bounds(line);
   try {
-    return JsonInput::parse(line.begin(), line.end());
+    nlohmann::detail::json_sax_dom_parser<JsonInput> builder(json);
+    JsonInput::sax_parse(line.begin(), line.end(), &builder);
   } catch (const JsonInput::exception& failure) {
     // "[json.exception.parse_error.101] parse error at line 1, column 2: ...": the reader's own words begin behind the
     // name.
@@ -76,7 +77,9 @@ bool read_id(const JsonInput& id, Json& out) {
 }  // namespace
 
 Request read_request(std::string_view line) {
-  JsonInput json = parse(line);
+  LargeValue<JsonInput> read;
+  parse(line, read.json);
+  JsonInput& json = read.json;
   Request request;
   const auto refuse = [&](const char* reason) { throw RefusedLine(kInvalidRequest, reason, request.id); };
   if (json.is_array()) refuse("One line is one request: batches are not taken");

@@ -17,6 +17,11 @@ inline constexpr std::size_t kMaxDepth = 200;
 inline constexpr std::size_t kMaxValues = 8'000'000;
 
 struct Request {
+  Request() = default;
+  Request(Request&&) = default;
+  Request& operator=(Request&&) = default;
+  ~Request() { take_apart(params); }
+
   bool notification = false;  // without an id: nobody waits for an answer
   Json id;
   std::string method;

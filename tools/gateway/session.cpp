@@ -174,7 +174,7 @@ const Session::Method* Session::find_method(std::string_view name) {
 }
 
 Session::Session(Options options)
-    : options_(options), script_(objects_, options.scripted), settings_before_(*collaborators::settings()) {
+    : options_(options), script_(objects_, options.scripted), settings_before_(collaborators::settings()) {
   forget_thread_state();
 }
 
@@ -201,7 +201,8 @@ std::string Session::answer_to_too_long_line() {
 }
 
 std::optional<std::string> Session::answer(std::string_view line) {
-  Json answer = {{"jsonrpc", "2.0"}, {"id", nullptr}};
+  LargeValue<Json> whole{Json{{"jsonrpc", "2.0"}, {"id", nullptr}}};
+  Json& answer = whole.json;
   bool notification = false;
   try {
     Request request = read_request(line);
@@ -213,6 +214,8 @@ std::optional<std::string> Session::answer(std::string_view line) {
     answer["error"] = refused.to_json();
   } catch (const RpcError& error) {
     answer["error"] = error.to_json();
+  } catch (const std::bad_alloc&) {
+    answer["error"] = RpcError(kInternalError, "Out of memory").to_json();
   } catch (const std::exception& failure) {
     answer["error"] = RpcError(kInternalError, failure.what()).to_json();
   }
@@ -316,16 +319,14 @@ Json Session::call_method(const ComponentPtr& target, const MethodInfo& method, 
     if (options_.trace) json["statements"] = std::move(watch.statements);
   };
 
+  Json result;
   script_.begin_watch(options_.trace);
   try {
     const store::CallLimit call_limit(collaborators::settings()->call_seconds);
     current_error() = pending;
     const Variant value = invoke(target, method.name, arguments);
     const bool has_result = method.property ? reads_property : !method.result.empty();
-    Json result = {{"value", has_result ? to_json(value, objects_) : Json{{"$", "nothing"}}}};
-    watch = script_.end_watch();
-    add_rest(result);
-    return result;
+    result = {{"value", has_result ? to_json(value, objects_) : Json{{"$", "nothing"}}}};
   } catch (const Raised& raised) {
     watch = script_.end_watch();
     Json data = failure_data(raised.error());
@@ -335,6 +336,9 @@ Json Session::call_method(const ComponentPtr& target, const MethodInfo& method, 
     script_.end_watch();
     throw;
   }
+  watch = script_.end_watch();
+  add_rest(result);
+  return result;
 }
 
 Json Session::release(const Params& params) {

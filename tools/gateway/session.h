@@ -4,6 +4,7 @@
 // session's. They are put back when it ends. The classes have to be registered before.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,7 +33,8 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // The answer to one line, without a line end; nothing for a notification. Never throws but for want of memory.
+  // The answer to one line, without a line end; nothing for a notification. Throws std::bad_alloc alone,
+  // when there is no memory even to say so.
   std::optional<std::string> answer(std::string_view line);
   // The answer to a line that was too long to be read.
   static std::string answer_to_too_long_line();
@@ -67,7 +69,7 @@ class Session {
   Options options_;
   ObjectTable objects_;
   Script script_;
-  collaborators::Settings settings_before_;
+  std::shared_ptr<const collaborators::Settings> settings_before_;
 };
 
 }  // namespace mercato::gateway

@@ -1,5 +1,6 @@
 #include "platform/store/sqlite/cursor.h"
 
+#include <new>
 #include <utility>
 
 #include "frame/types/raised_error.h"
@@ -77,10 +78,15 @@ void SqliteCursor::drain() {
     if (identified_) row.identity = read_identity();
     kept_.push_back(std::move(row));
   };
-  // The engine stands on the current row, unless that one is still ahead.
-  keep();
-  kept_at_ = std::exchange(row_ahead_, false) ? 0 : 1;
-  while (running_ && step()) keep();
+  try {
+    // The engine stands on the current row, unless that one is still ahead.
+    keep();
+    kept_at_ = std::exchange(row_ahead_, false) ? 0 : 1;
+    while (running_ && step()) keep();
+  } catch (const std::bad_alloc&) {
+    detach();  // the row that found no room must not be missed in silence
+    throw;
+  }
 }
 
 void SqliteCursor::detach() noexcept {

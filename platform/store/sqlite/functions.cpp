@@ -327,6 +327,7 @@ constexpr Function kFunctions[] = {
 };
 
 void require(sqlite3* database, int code) {
+  if (code == SQLITE_NOMEM) raise(error_number::kOutOfMemory);
   if (code != SQLITE_OK) raise(error_number::kStoreFailure, "SQLite store", sqlite3_errmsg(database));
 }
 

@@ -410,7 +410,7 @@ bool SqliteSession::reset() noexcept {
     while (!cursors_.empty()) cursors_.back()->detach();
     if (mode_ == Mode::run) end_run();
     rollback();
-    return true;
+    return !database_.in_transaction();  // without memory the engine cannot roll back; closing it does
   } catch (...) {
     return false;
   }

@@ -25,8 +25,8 @@ const TableInfo* Tables::known(std::string_view name) const {
 bool Tables::has_index(std::string_view table, std::string_view name) const {
   const StatementHandle statement = database_.prepare(
       "SELECT 1 FROM sqlite_schema WHERE type = 'index' AND tbl_name = ?1 COLLATE NOCASE AND name = ?2 COLLATE NOCASE");
-  sqlite3_bind_text64(statement.get(), 1, table.data(), table.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
-  sqlite3_bind_text64(statement.get(), 2, name.data(), name.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+  sqlite3_bind_text64(statement.get(), 1, table.data(), table.size(), SQLITE_STATIC, SQLITE_UTF8);
+  sqlite3_bind_text64(statement.get(), 2, name.data(), name.size(), SQLITE_STATIC, SQLITE_UTF8);
   const int code = sqlite3_step(statement.get());
   if (code != SQLITE_ROW && code != SQLITE_DONE) database_.raise(code);
   return code == SQLITE_ROW;
@@ -49,15 +49,16 @@ bool Tables::refresh() {
 }
 
 std::unique_ptr<TableInfo> Tables::load(std::string_view name) const {
-  const auto text_of = [](const StatementHandle& statement, int position) {
+  const auto text_of = [this](const StatementHandle& statement, int position) {
     const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), position));
-    return std::string(bytes ? bytes : "");
+    if (!bytes) database_.raise(SQLITE_NOMEM);
+    return std::string(bytes);
   };
   const StatementHandle statement = database_.prepare(
       "SELECT t.name, c.name, c.type, c.\"notnull\", c.pk FROM sqlite_schema t, pragma_table_info(t.name) c "
       "WHERE t.type = 'table' AND t.name = ?1 COLLATE NOCASE AND t.name NOT LIKE 'sqlite~_%' ESCAPE '~' ORDER BY "
       "c.cid");
-  sqlite3_bind_text64(statement.get(), 1, name.data(), name.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+  sqlite3_bind_text64(statement.get(), 1, name.data(), name.size(), SQLITE_STATIC, SQLITE_UTF8);
 
   auto table = std::make_unique<TableInfo>();
   std::vector<std::pair<int, std::size_t>> key;  // place in the key, position of the column

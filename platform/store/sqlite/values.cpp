@@ -18,9 +18,11 @@ void assign_text(Variant& out, std::string_view text) {
     out = text;
 }
 
+// Only a text that found no memory has no bytes.
 std::string_view text_of(sqlite3_value* value) {
   const auto* bytes = reinterpret_cast<const char*>(sqlite3_value_text(value));
-  return {bytes ? bytes : "", static_cast<std::size_t>(sqlite3_value_bytes(value))};
+  if (!bytes) raise(error_number::kOutOfMemory);
+  return {bytes, static_cast<std::size_t>(sqlite3_value_bytes(value))};
 }
 
 // "2026-07-01T08:30:00", the one form that is written.

@@ -1,0 +1,462 @@
+// Each allocation of a call fails once, and from then on, for a list of calls that stands for all. The call then fails
+// as one without memory, or does what it always does; the store is whole; and the same call succeeds afterwards.
+//
+// Where a call has many allocations, a sample of them is tried, from a seed that is printed. MERCATO_ALLOCATIONS=all
+// tries each of them, MERCATO_ALLOCATION_SEED=N the sample of an earlier run.
+#include <sqlite3.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <random>
+#include <set>
+#include <sstream>
+
+#include "frame/lib_mts.h"
+#include "frame/lib_sql.h"
+#include "frame/method.h"
+#include "frame/types/collection.h"
+#include "frame/types/dictionary.h"
+#include "platform/automation/invoke.h"
+#include "platform/spreadsheet/workbook.h"
+#include "platform/store/dialect/dialect.h"
+#include "platform/store/sqlite/functions.h"
+#include "platform/transactions/object_context.h"
+#include "platform/xml/document.h"
+#include "platform/xml/schema.h"
+#include "product/product.h"
+#include "tests/allocation/failing_allocations.h"
+#include "tests/support/store_fixture.h"
+#include "tests/support/workbook_files.h"
+
+namespace mercato::test {
+namespace {
+
+std::string read_whole(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string sample(const std::string& name) { return std::string(MERCATO_SOURCE_DIR) + "/samples/" + name; }
+
+bool tries_all() {
+  const char* const wish = std::getenv("MERCATO_ALLOCATIONS");
+  return wish && std::string_view(wish) == "all";
+}
+
+unsigned seed() {
+  static const unsigned chosen = [] {
+    const char* const wish = std::getenv("MERCATO_ALLOCATION_SEED");
+    const unsigned number = wish ? static_cast<unsigned>(std::strtoul(wish, nullptr, 10)) : std::random_device{}();
+    std::cout << "MERCATO_ALLOCATION_SEED=" << number << std::endl;
+    return number;
+  }();
+  return chosen;
+}
+
+// What a call answers, as one text to compare.
+std::string shown(const Variant& value) {
+  if (value.is_null()) return "null";
+  if (value.is_array()) {
+    std::string text = "[";
+    for (const Variant& item : value.array_value().items) text += shown(item) + ",";
+    return text + "]";
+  }
+  if (!value.is_object()) return value.is_missing() ? "missing" : value.to_text();
+  std::string text = "{";
+  if (const auto* dictionary = dynamic_cast<const Dictionary*>(value.object_value().get()))
+    dictionary->for_each(
+        [&](const Variant& key, const Variant& item) { text += shown(key) + ":" + shown(item) + ","; });
+  return text + "}";
+}
+
+// A call by name, and what it answers. Only the call itself may have to be told that there is no memory: what the test
+// needs for itself is not in question.
+using Work = std::function<std::string()>;
+Work call_of(const char* prog_id, const char* method, std::vector<Variant> arguments) {
+  return [prog_id, method, arguments] {
+    std::vector<Variant> values = raising_out_of_memory([&] { return arguments; });
+    const Variant answer = invoke(create_root(prog_id), method, values);
+    return raising_out_of_memory([&] {
+      std::string text = shown(answer);
+      for (const Variant& value : values) text += " " + shown(value);
+      return text;
+    });
+  };
+}
+
+class AllocationFailure : public StoreTest {
+ protected:
+  void SetUp() override {
+    StoreTest::SetUp();
+    spare_libxml2(false);
+    for (const char* script : {"reference.sql", "catalog.sql"}) {
+      const std::string text = read_whole(sample(script));
+      for (const std::string_view statement : store::dialect::split_script(text)) execute({std::string(statement)});
+    }
+    execute({"INSERT PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, BUYFROMPARTNUMBER) VALUES ('M-1', 'Paper', 'QM-1')",
+             "INSERT PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, BUYFROMPARTNUMBER) VALUES ('M-2', 'Pen', 'QM-2')"});
+    store::close_idle_sessions();
+    std::filesystem::copy_file(store_path(), folder() / "prepared.db");
+  }
+
+  // Brings the store back to what it was before the call.
+  void begin_again() const {
+    forget_thread_state();
+    store::close_idle_sessions();
+    for (const char* end : {"-wal", "-shm"}) std::filesystem::remove(store_path().string() + end);
+    std::filesystem::copy_file(folder() / "prepared.db", store_path(),
+                               std::filesystem::copy_options::overwrite_existing);
+  }
+
+  // What the engine itself says of the store.
+  std::string integrity() const {
+    sqlite3* engine = nullptr;
+    sqlite3_open(store_path().c_str(), &engine);
+    store::sqlite::register_functions(engine);  // the indexes are in the library's order of texts
+    std::string said;
+    sqlite3_exec(
+        engine, "PRAGMA integrity_check",
+        [](void* out, int, char** columns, char**) {
+          *static_cast<std::string*>(out) += columns[0];
+          return 0;
+        },
+        &said, nullptr);
+    sqlite3_close(engine);
+    return said;
+  }
+
+  // Which allocations fail: the first ones, and some or all of the others.
+  static std::set<std::int64_t> chosen(std::int64_t allocations) {
+    constexpr std::int64_t kFirst = 20, kSample = 60;
+    std::set<std::int64_t> numbers;
+    for (std::int64_t nth = 1; nth <= (tries_all() ? allocations : std::min(kFirst, allocations)); ++nth)
+      numbers.insert(nth);
+    std::mt19937 random(seed());
+    std::uniform_int_distribution<std::int64_t> any(1, allocations);
+    for (std::int64_t more = 0; more < kSample; ++more) numbers.insert(any(random));
+    return numbers;
+  }
+
+  enum class Wrote { whatever, nothing, passing_over_failures };
+
+  // `work` answers what has to be the same whenever it does not fail, unless it passes over failures of single
+  // statements. `wrote`: what a failed call leaves.
+  void check(const Work& work, Wrote wrote, const std::set<std::int32_t>& also_fails_with = {}) {
+    begin_again();
+    const std::string expected = work();  // what is made once for the process is there from now on
+    begin_again();
+    const auto rows_before = all_rows();
+    begin_again();
+    std::int64_t allocations = 0;
+    {
+      const FailingAllocations counting(0, Failing::once);
+      work();
+      allocations = allocations_asked_for();
+    }
+    ASSERT_GT(allocations, 0);
+    std::size_t failures = 0;
+    for (const Failing how : {Failing::once, Failing::from_then_on}) {
+      for (const std::int64_t nth : chosen(allocations)) {
+        begin_again();
+        SCOPED_TRACE("allocation " + std::to_string(nth) + " of " + std::to_string(allocations) +
+                     (how == Failing::once ? " failed once" : " failed, and all later ones"));
+        if (std::getenv("MERCATO_ALLOCATION_TRACE")) std::cerr << nth << (how == Failing::once ? "" : "+") << std::endl;
+        std::string answer;
+        std::int32_t raised = 0;
+        std::string words;
+        {
+          const FailingAllocations failing(nth, how);
+          try {
+            answer = work();
+          } catch (const Raised& failure) {
+            raised = failure.error().Number;
+            try {
+              words = failure.error().Description;
+            } catch (const std::bad_alloc&) {
+            }
+          } catch (const std::bad_alloc&) {
+            raised = -1;
+            words = "bad_alloc";
+          }
+        }
+        failures += raised != 0;
+        if (raised == 0) {
+          if (wrote != Wrote::passing_over_failures) {
+            EXPECT_EQ(answer, expected);
+          }
+        } else if (raised != error_number::kOutOfMemory && !also_fails_with.contains(raised)) {
+          ADD_FAILURE() << "raised " << raised << ": " << words;
+        }
+        EXPECT_EQ(integrity(), "ok");
+        if (raised != 0 && wrote == Wrote::nothing) {
+          EXPECT_EQ(all_rows(), rows_before);
+        }
+        forget_thread_state();
+        EXPECT_NO_THROW(work());
+      }
+    }
+    EXPECT_GT(failures, 0u);
+  }
+};
+
+// Values
+
+// A copy of a text that found no memory destroyed a value that was never made: the heap was corrupt.
+TEST(ValueWithoutMemory, CopyThatFindsNoMemoryLeavesNothingBehind) {
+  const Variant text(std::string(100, 'x'));
+  for (const std::int64_t nth : {1, 2, 3}) {
+    std::vector<Variant> copies(2);
+    try {
+      const FailingAllocations failing(nth, Failing::once);
+      copies[0] = text;
+      copies.emplace_back(text);
+    } catch (const std::bad_alloc&) {
+    }
+    EXPECT_TRUE(allocation_failed());
+    EXPECT_TRUE(copies[0].is_empty() || copies[0] == text);
+    EXPECT_EQ(copies.size(), 2u);
+  }
+}
+
+TEST(ValueWithoutMemory, AssignmentThatFindsNoMemoryKeepsTheValue) {
+  const Variant text(std::string(100, 'x'));
+  Variant value(std::string(50, 'y'));
+  const FailingAllocations failing(1, Failing::from_then_on);
+  EXPECT_THROW(value = text, std::bad_alloc);
+  EXPECT_EQ(value.text_value().size(), 50u);
+}
+
+// The index of the keys kept the places of entries that had been cleared away.
+TEST(ValueWithoutMemory, DictionaryWhoseIndexFindsNoMemoryIsUnchanged) {
+  for (std::int64_t nth = 1;; ++nth) {
+    Dictionary dictionary;
+    for (std::int32_t key = 0; key < 16; ++key) dictionary.Add(key, key);
+    for (std::int32_t key = 0; key < 8; ++key) dictionary.Remove(key);
+    std::int32_t added = 16;
+    try {
+      const FailingAllocations failing(nth, Failing::once);
+      for (; added < 64; ++added) dictionary.Add(added, added);
+    } catch (const std::bad_alloc&) {
+    }
+    EXPECT_EQ(dictionary.Count(), added - 8);
+    for (std::int32_t key = 0; key < 64; ++key)
+      EXPECT_EQ(dictionary.Exists(Variant(key)), key >= 8 && key < added) << key << " after allocation " << nth;
+    dictionary.Add("one more", 1);
+    EXPECT_EQ(dictionary.Item("one more"), Variant(1));
+    if (!allocation_failed()) break;
+  }
+}
+
+// The key was known before its entry was there, and led behind the last one.
+TEST(ValueWithoutMemory, CollectionWhoseEntryFindsNoMemoryDoesNotKnowItsKey) {
+  for (std::int64_t nth = 1;; ++nth) {
+    Collection collection;
+    const std::string key(40, 'k');
+    bool added = false;
+    try {
+      const FailingAllocations failing(nth, Failing::once);
+      collection.Add(1, key);
+      added = true;
+    } catch (const std::bad_alloc&) {
+    }
+    EXPECT_EQ(collection.Count(), added ? 1 : 0);
+    if (!added) collection.Add(2, key);
+    EXPECT_EQ(collection.Item(std::string_view(key)), Variant(added ? 1 : 2));
+    if (!allocation_failed()) break;
+  }
+}
+
+// The tail of a method
+
+// A failure that found no memory for its message left as another exception, past the host that catches Raised; and
+// without the vote of its steps.
+TEST_F(AllocationFailure, TailRaisesAndTheTransactionIsRolledBackWhateverItFindsNoMemoryFor) {
+  bool failed = true;
+  for (std::int64_t nth = 1; failed; ++nth) {
+    for (const Failing how : {Failing::once, Failing::from_then_on}) {
+      const ComponentPtr object = create_root("Mercato.Product");
+      ContextCall under_way(object->context());
+      std::int32_t number = 0;
+      try {
+        const FailingAllocations failing(nth, how);
+        method([] { raise(5, "A source of its own", "A description that is longer than a few letters"); },
+               Tail{"Mercato.Product.A label of some length", [] {
+                      std::string info(100, 'i');
+                      Mts_SetAbort();
+                      return Variant(std::move(info));
+                    }});
+      } catch (const Raised& failure) {
+        number = failure.error().Number;
+      }
+      failed = allocation_failed();
+      EXPECT_TRUE(number == 5 || (failed && number == error_number::kOutOfMemory)) << number << ", allocation " << nth;
+      under_way.finish();
+      EXPECT_EQ(object->context()->vote_of_last_call(), Vote::abort) << nth;
+      EXPECT_EQ(object->context()->outcome_of_last_call(), Outcome::rolledback) << nth;
+    }
+  }
+}
+
+// Calls
+
+TEST_F(AllocationFailure, ObjectIsCreatedCalledAndReleased) {
+  check(call_of("Mercato.Unit", "GetAllUnits", {}), Wrote::nothing);
+}
+
+TEST_F(AllocationFailure, ProductIsRead) { check(call_of("Mercato.Product", "GetProductEx", {1}), Wrote::nothing); }
+
+TEST_F(AllocationFailure, ProductIsReadByAHostInItsOwnLanguage) {
+  check(
+      [] {
+        Root<Product> product;
+        const CollectionPtr fields = product->GetProduct(1);
+        return raising_out_of_memory([&] { return shown(fields->Item("PARTNUMBER")); });
+      },
+      Wrote::nothing);
+}
+
+TEST_F(AllocationFailure, ProductsAreFoundByAPartOfTheirNumber) {
+  check(call_of("Mercato.Product", "GetCatalogProductsByPartNumber", {"M-%", 10, false}), Wrote::nothing);
+}
+
+TEST_F(AllocationFailure, ProductIsInserted) {
+  check(call_of("Mercato.Product", "Insert20",
+                {Array{"PARTNUMBER", "PRODUCTDESCRIPTION", "UNITCODE", "PRODUCTREMARK"},
+                 Array{"M-3", "A pencil with a long description", "EA", std::string(200, 'r')}}),
+        Wrote::nothing);
+}
+
+TEST_F(AllocationFailure, ProductIsUpdated) {
+  check(call_of("Mercato.Product", "Update20",
+                {1, Array{"PRODUCTDESCRIPTION", "PRODUCTREMARK"}, Array{"Better paper", std::string(200, 'r')}}),
+        Wrote::nothing);
+}
+
+TEST_F(AllocationFailure, ProductIsDeleted) { check(call_of("Mercato.Product", "Delete", {2}), Wrote::nothing); }
+
+TEST_F(AllocationFailure, PriceLineIsWritten) {
+  check(call_of("Mercato.Product", "InsertUpdatePriceEx",
+                {1, Date::from_civil({2026, 7, 1}), 10.0, "", Array{"CURRENCYCODE", "PRICE"}, Array{"EUR", 12.5},
+                 "insertupdate"}),
+        Wrote::nothing);
+}
+
+TEST_F(AllocationFailure, CatalogIsCopied) {
+  check(call_of("Mercato.TCatalog", "CopyCatalog", {1, 1, "The copy of the catalogue"}), Wrote::nothing);
+}
+
+TEST_F(AllocationFailure, RightsOfAUserAreExpanded) {
+  check(call_of("Mercato.TCatalog", "PopulateUserNodes", {"MARTA.NOWAK"}), Wrote::nothing);
+}
+
+// Uploads. Each statement of theirs stands when it has run, so what a failed one wrote stays.
+
+TEST_F(AllocationFailure, ProductsAreUploaded) {
+  const std::string document =
+      "<Products><Product buyfrompartnumber=\"QM-1\"><PARTNUMBER>M-1</PARTNUMBER><PRODUCTDESCRIPTION>Paper with a "
+      "longer description</PRODUCTDESCRIPTION><UNIT>EA</UNIT><PRODUCTREMARK>Ordered by the "
+      "box</PRODUCTREMARK></Product><Product "
+      "buyfrompartnumber=\"QM-9\"><PARTNUMBER>M-9</PARTNUMBER><PRODUCTDESCRIPTION>Ink</PRODUCTDESCRIPTION><UNIT>"
+      "EA</UNIT><MULTIPLEBUYER>0</MULTIPLEBUYER></Product></Products>";
+  check(call_of("Mercato.ProductXML", "updateProductsFromXML", {"k/\\" + document, false, Array{"QM-1", "QM-9"}, true}),
+        Wrote::whatever);
+}
+
+TEST_F(AllocationFailure, PricesAreUploaded) {
+  const std::string document =
+      "<ProductPrices><ProductPrice buyfrompartnumber=\"QM-1\"><CurrencyCode>EUR</CurrencyCode><Price>4.35</Price>"
+      "<QuantityTo>49</QuantityTo><PriceEffectiveDate>1/1/2026</PriceEffectiveDate><PriceExpiryDate>12/31/2035"
+      "</PriceExpiryDate><GROUPBY/></ProductPrice></ProductPrices>";
+  check(call_of("Mercato.PriceXML", "UpdateInsertPricesFromXML", {"k/\\" + document, false, Array{"QM-1"}}),
+        Wrote::whatever);
+}
+
+TEST_F(AllocationFailure, CodesAreLoadedFromAWorkbook) {
+  const std::string path = (folder() / "codes.xlsx").string();
+  write_workbook(path, codes_content({{"91000000", "Toys"}, {"91100000", "Toys of wood, for the smallest"}}));
+  check(call_of("Mercato.TUNSPSC", "UploadFromXLS", {path, false, true}), Wrote::passing_over_failures,
+        {eUnableToLoadXML});
+}
+
+TEST_F(AllocationFailure, CodesAreLoadedFromADocument) {
+  const std::string path = (folder() / "codes.xml").string();
+  std::ofstream(path)
+      << "<UNSPSC_ITEMS><UNSPSC_ITEM><CODE>91000000</CODE><DESCRIPTION>Toys</DESCRIPTION></UNSPSC_ITEM></UNSPSC_ITEMS>";
+  spare_libxml2(true);
+  check(call_of("Mercato.TUNSPSC", "UploadFromXML", {path, false, true}), Wrote::passing_over_failures,
+        {eUnableToLoadXML});
+}
+
+// The ground
+
+TEST_F(AllocationFailure, StoreIsOpenedAndAsked) {
+  check(
+      [this] {
+        return raising_out_of_memory([&] {
+          const auto connection = open_connection(connection_string());
+          return shown(connection
+                           ->Execute(Sql::verbatim("SELECT PARTNUMBER FROM PRODUCT WHERE PRODUCTDESCRIPTION LIKE "
+                                                   "'%p_p%' ORDER BY PARTNUMBER"))
+                           ->Value(std::size_t{0}));
+        });
+      },
+      Wrote::nothing);
+}
+
+TEST_F(AllocationFailure, DocumentIsLoadedSearchedChangedAndWritten) {
+  const std::string text = read_whole(sample("prices.xml"));
+  const std::string path = (folder() / "out.xml").string();
+  check(
+      [&] {
+        return raising_out_of_memory([&] {
+          xml::Document document;
+          if (!document.load_text(text)) return "not loaded: " + document.error();
+          const auto lines = document.select("//ProductPrice[@buyfrompartnumber = 'QM-PAP-001']");
+          const std::size_t count = lines.size();
+          lines.item(0).remove();
+          const std::size_t left = document.select("//ProductPrice[@buyfrompartnumber='QM-PAP-001']").size();
+          document.save(path);
+          return std::to_string(count) + " " + std::to_string(left) + " " + std::to_string(document.save_text().size());
+        });
+      },
+      Wrote::nothing);
+}
+
+TEST_F(AllocationFailure, DocumentIsJudgedByASchema) {
+  spare_libxml2(true);
+  const std::string schema = std::string(MERCATO_SOURCE_DIR) + "/xmlschemas/UNSPSC_Schema.xml";
+  check(
+      [&] {
+        return raising_out_of_memory([&] {
+          xml::Schema judge;
+          if (!judge.load(schema)) return "not loaded: " + judge.error();
+          xml::Document document;
+          if (!document.load_text("<a><b>A text that is longer than a few letters</b></a>")) return document.error();
+          return judge.fault_of(document);
+        });
+      },
+      Wrote::nothing);
+}
+
+TEST_F(AllocationFailure, WorkbookIsRead) {
+  const std::string path = (folder() / "codes.xlsx").string();
+  write_workbook(path, codes_content({{"91000000", "Toys"}, {"91100000", "Toys of wood, for the smallest"}}));
+  check(
+      [&] {
+        return raising_out_of_memory([&] {
+          spreadsheet::Workbook workbook;
+          if (!workbook.open(path)) raise(error_number::kPathFileAccess, {}, workbook.error());
+          std::string all;
+          for (std::vector<std::string> texts; workbook.next_row(2, texts);) all += texts[0] + texts[1] + "\n";
+          return all;
+        });
+      },
+      Wrote::nothing, {error_number::kPathFileAccess});
+}
+
+}  // namespace
+}  // namespace mercato::test
