@@ -174,9 +174,9 @@ std::shared_ptr<const Settings> settings() {
   return settings_in_force().settings;
 }
 
-void set_settings(Settings settings) { set_settings(std::make_shared<const Settings>(std::move(settings))); }
+void set_settings(Settings settings) { restore_settings(std::make_shared<const Settings>(std::move(settings))); }
 
-void set_settings(std::shared_ptr<const Settings> settings) {
+void restore_settings(std::shared_ptr<const Settings> settings) {
   const std::lock_guard lock(settings_in_force().guard);
   settings_in_force().settings.swap(settings);
 }

@@ -28,7 +28,8 @@ struct Settings {
 // The settings in force. They never change; `set_settings` puts others in their place.
 std::shared_ptr<const Settings> settings();
 void set_settings(Settings settings);
-void set_settings(std::shared_ptr<const Settings> settings);  // never null
+// Puts settings back that were in force before; never null.
+void restore_settings(std::shared_ptr<const Settings> settings);
 
 // The connection string in force of an application. Raises 5 when it has none.
 std::string connection_string_of(std::string_view application);

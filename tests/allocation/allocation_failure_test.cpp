@@ -314,7 +314,7 @@ TEST_F(AllocationFailure, ProductIsReadByAHostInItsOwnLanguage) {
       [] {
         Root<Product> product;
         const CollectionPtr fields = product->GetProduct(1);
-        return raising_out_of_memory([&] { return shown(fields->Item("PARTNUMBER")); });
+        return raising_out_of_memory([&] { return shown(fields->Item(std::string_view("PARTNUMBER"))); });
       },
       Wrote::nothing);
 }
@@ -340,8 +340,8 @@ TEST_F(AllocationFailure, ProductIsDeleted) { check(call_of("Mercato.Product", "
 
 TEST_F(AllocationFailure, PriceLineIsWritten) {
   check(call_of("Mercato.Product", "InsertUpdatePriceEx",
-                {1, Date::from_civil({2026, 7, 1}), 10.0, "", Array{"CURRENCYCODE", "PRICE"}, Array{"EUR", 12.5},
-                 "insertupdate"}),
+                {1, Date::from_civil({2026, 7, 1}), 10.0, "A", Array{"CURRENCYCODE", "PRICE", "GROUPBY"},
+                 Array{"EUR", 12.5, "A"}, "insertupdate"}),
         Wrote::nothing);
 }
 
@@ -362,7 +362,7 @@ TEST_F(AllocationFailure, ProductsAreUploaded) {
       "box</PRODUCTREMARK></Product><Product "
       "buyfrompartnumber=\"QM-9\"><PARTNUMBER>M-9</PARTNUMBER><PRODUCTDESCRIPTION>Ink</PRODUCTDESCRIPTION><UNIT>"
       "EA</UNIT><MULTIPLEBUYER>0</MULTIPLEBUYER></Product></Products>";
-  check(call_of("Mercato.ProductXML", "updateProductsFromXML", {"k/\\" + document, false, Array{"QM-1", "QM-9"}, true}),
+  check(call_of("Mercato.ProductXML", "updateProductsFromXML", {document, false, Array{"QM-1", "QM-9"}, true}),
         Wrote::whatever);
 }
 
@@ -371,8 +371,19 @@ TEST_F(AllocationFailure, PricesAreUploaded) {
       "<ProductPrices><ProductPrice buyfrompartnumber=\"QM-1\"><CurrencyCode>EUR</CurrencyCode><Price>4.35</Price>"
       "<QuantityTo>49</QuantityTo><PriceEffectiveDate>1/1/2026</PriceEffectiveDate><PriceExpiryDate>12/31/2035"
       "</PriceExpiryDate><GROUPBY/></ProductPrice></ProductPrices>";
-  check(call_of("Mercato.PriceXML", "UpdateInsertPricesFromXML", {"k/\\" + document, false, Array{"QM-1"}}),
-        Wrote::whatever);
+  const std::string with_key = "k/\\" + document;
+  check(
+      [&] {
+        const ComponentPtr upload = create_root("Mercato.PriceXML");
+        // What every upload needs first: the currencies.
+        invoke(upload, "GetCheckedPriceList", {"<ProductPrices><ProductPrice/></ProductPrices>", false});
+        std::vector<Variant> arguments = raising_out_of_memory([&] {
+          return std::vector<Variant>{with_key, false, Array{"QM-1"}};
+        });
+        invoke(upload, "UpdateInsertPricesFromXML", arguments);
+        return raising_out_of_memory([&] { return shown(arguments[2]); });
+      },
+      Wrote::whatever);
 }
 
 TEST_F(AllocationFailure, CodesAreLoadedFromAWorkbook) {

@@ -189,7 +189,7 @@ Session::~Session() {
   }
   if (options_.scripted) {
     clock::restore_clock();
-    collaborators::set_settings(settings_before_);
+    collaborators::restore_settings(settings_before_);
   }
   forget_thread_state();
 }
