@@ -79,7 +79,7 @@ class SlowPartners : public ComponentOf<SlowPartners> {
   }
   Variant GetBusinessPartnerID(const std::string&) {
     meanwhile();
-    return -1;
+    return 1;
   }
   static inline std::function<void()> meanwhile;
 };
