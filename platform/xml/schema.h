@@ -1,7 +1,7 @@
 // XML Schema 1.0: a schema file, and documents judged by it. One thread at a time; different schemas are independent.
-// A schema may include others that lie in its own folder, by their plain names. Nothing else is ever read: a schema with
-// a DOCTYPE, one that imports or redefines others or includes one from elsewhere, is refused, and what a document says
-// about schemas of its own is not followed.
+// A schema may include others that lie in its own folder, by their plain names. Nothing else is ever read: a schema
+// with a DOCTYPE, one that imports or redefines others or includes one from elsewhere, is refused, and what a document
+// says about schemas of its own is not followed.
 #pragma once
 
 #include <memory>

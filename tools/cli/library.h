@@ -31,8 +31,8 @@ void apply_settings(const StoreOptions& options);
 // The connection string in force.
 std::string connection_string();
 
-// What lives as long as one call may take, by the settings in force: for a walk that a command takes itself. Calls of the
-// library within it are parts of that one.
+// What lives as long as one call may take, by the settings in force: for a walk that a command takes itself. Calls of
+// the library within it are parts of that one.
 store::CallLimit call_limit();
 
 // Calls a method by name, within the call limit of the settings. Raises what the method raises.
