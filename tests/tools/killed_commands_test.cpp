@@ -24,7 +24,6 @@ class KilledCommands : public CommandTest {
     for (int i = 1; i < kNodes; ++i)
       nodes += std::to_string(i) + "," + std::to_string(i / 2) + ",node " + std::to_string(i) + "\n";
     write_file("nodes.csv", nodes);
-    execute("INSERT PROPERTY (PROPERTYNAME) VALUES ('COLOUR');\n");
   }
   // All of it or nothing.
   void write_script(int round) {
