@@ -357,12 +357,10 @@ TEST_F(AllocationFailure, RightsOfAUserAreExpanded) {
 
 TEST_F(AllocationFailure, ProductsAreUploaded) {
   const std::string document =
-      "<Products><Product buyfrompartnumber=\"QM-1\"><PARTNUMBER>M-1</PARTNUMBER><PRODUCTDESCRIPTION>Paper with a "
-      "longer description</PRODUCTDESCRIPTION><UNIT>EA</UNIT><PRODUCTREMARK>Ordered by the "
-      "box</PRODUCTREMARK></Product><Product "
-      "buyfrompartnumber=\"QM-9\"><PARTNUMBER>M-9</PARTNUMBER><PRODUCTDESCRIPTION>Ink</PRODUCTDESCRIPTION><UNIT>"
-      "EA</UNIT><MULTIPLEBUYER>0</MULTIPLEBUYER></Product></Products>";
-  check(call_of("Mercato.ProductXML", "updateProductsFromXML", {document, false, Array{"QM-1", "QM-9"}, true}),
+      "<Products><Product buyfrompartnumber=\"QM-1\"><URL>https://quillmarch.example/p/QM-1</URL><COLOUR>white"
+      "</COLOUR></Product><Product buyfrompartnumber=\"QM-2\"><PRODUCTDESCRIPTION>A pen that writes for longer than "
+      "others</PRODUCTDESCRIPTION><UNIT>EA</UNIT></Product></Products>";
+  check(call_of("Mercato.ProductXML", "updateProductsFromXML", {document, false, Array{"QM-1", "QM-2"}, false}),
         Wrote::whatever);
 }
 
@@ -376,10 +374,11 @@ TEST_F(AllocationFailure, PricesAreUploaded) {
       [&] {
         const ComponentPtr upload = create_root("Mercato.PriceXML");
         // What every upload needs first: the currencies.
-        invoke(upload, "GetCheckedPriceList", {"<ProductPrices><ProductPrice/></ProductPrices>", false});
-        std::vector<Variant> arguments = raising_out_of_memory([&] {
-          return std::vector<Variant>{with_key, false, Array{"QM-1"}};
+        std::vector<Variant> arguments = raising_out_of_memory([] {
+          return std::vector<Variant>{"<ProductPrices><ProductPrice/></ProductPrices>", false};
         });
+        invoke(upload, "GetCheckedPriceList", arguments);
+        arguments = raising_out_of_memory([&] { return std::vector<Variant>{with_key, false, Array{"QM-1"}}; });
         invoke(upload, "UpdateInsertPricesFromXML", arguments);
         return raising_out_of_memory([&] { return shown(arguments[2]); });
       },
