@@ -80,11 +80,10 @@ Work call_of(const char* prog_id, const char* method, std::vector<Variant> argum
   return [prog_id, method, arguments] {
     std::vector<Variant> values = raising_out_of_memory([&] { return arguments; });
     const Variant answer = invoke(create_root(prog_id), method, values);
-    return raising_out_of_memory([&] {
-      std::string text = shown(answer);
-      for (const Variant& value : values) text += " " + shown(value);
-      return text;
-    });
+    stop_failing();
+    std::string text = shown(answer);
+    for (const Variant& value : values) text += " " + shown(value);
+    return text;
   };
 }
 
@@ -314,7 +313,8 @@ TEST_F(AllocationFailure, ProductIsReadByAHostInItsOwnLanguage) {
       [] {
         Root<Product> product;
         const CollectionPtr fields = product->GetProduct(1);
-        return raising_out_of_memory([&] { return shown(fields->Item(std::string_view("PARTNUMBER"))); });
+        stop_failing();
+        return shown(fields->Item(std::string_view("PARTNUMBER")));
       },
       Wrote::nothing);
 }
@@ -380,7 +380,8 @@ TEST_F(AllocationFailure, PricesAreUploaded) {
         invoke(upload, "GetCheckedPriceList", arguments);
         arguments = raising_out_of_memory([&] { return std::vector<Variant>{with_key, false, Array{"QM-1"}}; });
         invoke(upload, "UpdateInsertPricesFromXML", arguments);
-        return raising_out_of_memory([&] { return shown(arguments[2]); });
+        stop_failing();
+        return shown(arguments[2]);
       },
       Wrote::whatever);
 }

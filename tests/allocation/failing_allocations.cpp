@@ -66,7 +66,9 @@ const bool installed = [] {
 FailingAllocations::FailingAllocations(std::int64_t nth, Failing how) { state = {installed, how, nth, 0, false}; }
 void spare_libxml2(bool spared) { libxml2_spared = spared; }
 
-FailingAllocations::~FailingAllocations() { state.armed = false; }
+FailingAllocations::~FailingAllocations() { stop_failing(); }
+
+void stop_failing() { state.armed = false; }
 
 std::int64_t allocations_asked_for() { return state.asked; }
 bool allocation_failed() { return state.failed; }

@@ -20,6 +20,9 @@ class FailingAllocations {
   FailingAllocations& operator=(const FailingAllocations&) = delete;
 };
 
+// Ends it earlier: what follows is the test's own.
+void stop_failing();
+
 // Whether those of libxml2 never fail: its judge of schemas ends the process when one does.
 void spare_libxml2(bool spared);
 
