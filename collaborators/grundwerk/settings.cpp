@@ -1,8 +1,16 @@
 #include "collaborators/grundwerk/settings.h"
 
-#define TOML_HEADER_ONLY 1
 #include <dlfcn.h>
+
+// The parser asserts in places what a file may break, such as a key behind a bracket, and has a check with a message
+// behind it. Only the check may act: an assertion would end the process, and where assertions are off they are
+// assumptions.
+#define TOML_HEADER_ONLY 1
+#define TOML_ASSERT(condition) static_cast<void>(0)
+#pragma push_macro("NDEBUG")
+#undef NDEBUG
 #include <toml++/toml.h>
+#pragma pop_macro("NDEBUG")
 
 #include <filesystem>
 #include <fstream>

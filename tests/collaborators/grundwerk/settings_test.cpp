@@ -108,6 +108,12 @@ TEST_F(SettingsFileTest, ATextThatIsNoTomlIsRefusedWithItsLine) {
   EXPECT_EQ(refusal.substr(0, 9), ", line 2:") << refusal;
 }
 
+// A bracket without a name behind it ended the process, by an assertion of the parser.
+TEST_F(SettingsFileTest, ABracketWithoutANameIsRefusedWithItsLine) {
+  EXPECT_EQ(refusal_of("\n[!]\n"),
+            ", line 2: Error while parsing key: expected bare key starting character or string delimiter, saw '!'");
+}
+
 TEST_F(SettingsFileTest, AMissingFileIsNoSettings) {
   const RaisedError error = test::failure_of([] { read_settings("/nowhere/mercato.toml"); });
   EXPECT_EQ(error, (RaisedError{error_number::kFileNotFound, "Mercato",
