@@ -518,7 +518,7 @@ TEST_F(CatalogMigration, OntoItselfOrOntoRightsThatMayNotGoIsRefused) {
                  "mercato: a catalogue is no successor of its own.\n");
   expect_refused({"catalog", "migrate", "1", "2", "--only-if-empty"},
                  "refused: catalogue 2 Next has 1 right already; without --only-if-empty they are replaced\n"
-                 "mercato: Mercato.TCatalog.ChangeAuthorizationsForUser returned False.\n");
+                 "mercato: nothing was migrated.\n");
   expect_refused({"catalog", "migrate", "1", "9"}, "mercato: There is no catalogue 9.\n");
   execute("DELETE FROM CATALOGNODEBYUSER WHERE CATALOGID = 2");
   EXPECT_EQ(answer({"catalog", "migrate", "1", "2", "--only-if-empty"}).at("rights").at("moved"), 3);

@@ -198,8 +198,7 @@ const std::vector<Failure>& failures() {
       {{"category", "set", "9", "--name", "X"}, "mercato: There is no category 9.\n"},
       {{"category", "delete", "9"}, "mercato: There is no category 9.\n"},
       {{"unit", "delete", "Q'Q"}, "mercato: There is no unit Q'Q.\n"},
-      {{"unit", "delete", "BX"},
-       "refused: 1 product still uses unit BX\nmercato: Mercato.TUnit.Delete returned False.\n"},
+      {{"unit", "delete", "BX"}, "refused: 1 product still uses unit BX\nmercato: unit BX stays.\n"},
 
       // Users, their favourites and rights
       {{"favorite", "add", "ann", "9"}, "mercato: There is no product 9.\n"},

@@ -223,7 +223,7 @@ int migrate_catalog(const CatalogMigration& given, const OutputOptions& output) 
                             {"catalogue " + shown(from) + " has none, and the " + counted(replaced, "right") +
                              " of catalogue " + shown(to) + " would be deleted; --replace does so"});
   if (!transaction.call(kWriter, "ChangeAuthorizationsForUser", {from.id, to.id, !given.only_if_empty}).to_boolean())
-    return refuse_migration(output, "Mercato.TCatalog.ChangeAuthorizationsForUser returned False.",
+    return refuse_migration(output, "nothing was migrated.",
                             {"catalogue " + shown(to) + " has " + counted(replaced, "right") +
                              " already; without --only-if-empty they are replaced"});
   const std::size_t rights_moved = rights_on(to.id);
@@ -235,7 +235,7 @@ int migrate_catalog(const CatalogMigration& given, const OutputOptions& output) 
   const std::size_t favorites_before = favorites_on(from.id);
   const std::size_t all_before = all_favorites();
   if (!transaction.call(kWriter, "ChangeFavorites", {from.id, to.id}).to_boolean())
-    return refuse_migration(output, "Mercato.TCatalog.ChangeFavorites returned False.", {});
+    return refuse_migration(output, "nothing was migrated; the library does not say why.", {});
   const std::size_t favorites_lost = all_before - all_favorites();
   if (!given.dry_run) transaction.commit();
 

@@ -78,8 +78,7 @@ int add(const NewFavorite& given, const OutputOptions& output) {
   const bool added = products->context()->vote_of_last_call() == Vote::commit;
   const std::string words = "product " + std::to_string(given.product_id) + " is " +
                             (given.warehouse ? "a warehouse favourite" : "a favourite") + " of " + given.user;
-  if (!added)
-    return refuse(output, {{"added", added}}, "Mercato.Product.CreateFavoriteEx voted abort.", {words + " already"});
+  if (!added) return refuse(output, {{"added", added}}, "no favourite was added.", {words + " already"});
   return answer(output, {{"added", added}}, words + " now.");
 }
 

@@ -101,8 +101,7 @@ int insert(const NewProduct& given, const OutputOptions& output) {
                  [&] {
                    return call(create_root(kProgId), "Insert20", {row.fields, row.values}).to_long();
                  });
-  if (id == -1)
-    return refuse(output, {{"id", id}}, "Mercato.Product.Insert20 returned -1.", reasons_for_quiet_stop(row));
+  if (id == -1) return refuse(output, {{"id", id}}, "no product was created.", reasons_for_quiet_stop(row));
   return answer(output, {{"id", id}}, named(id) + " created.");
 }
 
@@ -173,9 +172,7 @@ int check(const OrderQuantity& given, const OutputOptions& output) {
   if (multiple != 0) limits += (limits.empty() ? "" : ", ") + ("in multiples of " + text::number_text(multiple));
   const gateway::Json json = {{"fits", fits}, {"minimum", minimum}, {"multiple", multiple}};
   const std::string order = text::number_text(given.quantity) + " of " + named(given.id);
-  if (!fits)
-    return refuse(output, json, "Mercato.Product.CheckLotSize returned False.",
-                  {order + " cannot be ordered: " + limits});
+  if (!fits) return refuse(output, json, "the quantity does not fit.", {order + " cannot be ordered: " + limits});
   return answer(output, json, order + " can be ordered" + (limits.empty() ? "" : ": " + limits) + ".");
 }
 

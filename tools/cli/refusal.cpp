@@ -208,9 +208,9 @@ int delete_row(const Deletion& deletion, const OutputOptions& output) {
       explaining([&](const RaisedError&) { return reasons(); },
                  [&] { return call(create_root(deletion.prog_id), deletion.method, {deletion.key}).to_boolean(); });
   const gateway::Json json = {{"deleted", deleted}};
-  if (!deleted)
-    return refuse(output, json, std::string(deletion.prog_id) + "." + deletion.method + " returned False.", reasons());
-  return answer(output, json, noun_of(deletion.table) + " " + deletion.key.to_text() + " deleted.");
+  const std::string row = noun_of(deletion.table) + " " + deletion.key.to_text();
+  if (!deleted) return refuse(output, json, row + " stays.", reasons());
+  return answer(output, json, row + " deleted.");
 }
 
 }  // namespace mercato::cli

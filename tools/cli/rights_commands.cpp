@@ -110,7 +110,7 @@ int assign(const Assignment& given, const OutputOptions& output) {
           })
           .to_boolean();
   if (!assigned)
-    return refuse(output, {{"assigned", false}}, "Mercato.TCatalog.UpdateUserCatalogIDs returned False.", {});
+    return refuse(output, {{"assigned", false}}, "the rights stay as they were; the library does not say why.", {});
   transaction.commit();
   std::string words = described(holder) + " has " + counted(ids.items.size(), "catalogue") + " now; " +
                       counted(replaced, "earlier right") + " replaced.";
@@ -122,7 +122,7 @@ int clear(const Holder& given, const OutputOptions& output) {
   OneTransaction transaction;
   const std::size_t before = count_entries(given);
   if (!transaction.call(kWriter, "ClearUserCatalogIDs", {given.id, given.is_profile}).to_boolean())
-    return refuse(output, {{"cleared", false}}, "Mercato.TCatalog.ClearUserCatalogIDs returned False.", {});
+    return refuse(output, {{"cleared", false}}, "the rights stay as they were; the library does not say why.", {});
   transaction.commit();
   return answer(output, {{"cleared", true}, {"removed", before}},
                 counted(before, "right") + " of " + described(given) + " removed.");
@@ -171,7 +171,7 @@ int populate(const LaidOutUser& given, const OutputOptions& output) {
       },
       [&] { return transaction.call(kWriter, "PopulateUserNodes", {given.user}).to_boolean(); });
   if (!populated)
-    return refuse(output, {{"populated", false}}, "Mercato.TCatalog.PopulateUserNodes returned False.", {});
+    return refuse(output, {{"populated", false}}, "no node was laid out; the library does not say why.", {});
   Sql sql;
   sql << "SELECT COUNT(*) AS N, COUNT(DISTINCT NODEID) AS NODES FROM USERNODE WHERE USERID = N'"
       << value(Gen_QuoteSql(given.user)) << "'";

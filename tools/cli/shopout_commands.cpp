@@ -228,8 +228,7 @@ int untie(const Place& given, const OutputOptions& output) {
   if (present == 0) expect_row("CATALOG", given.catalog);
   const bool deleted = call_without_vote(kWriter, "DeleteCatalogNodeByBP", {given.node, given.catalog}).to_boolean();
   const gateway::Json json = {{"untied", deleted ? present : 0}};
-  // The library does not tell why.
-  if (!deleted) return refuse(output, json, "Mercato.TCatalog.DeleteCatalogNodeByBP returned False.", {});
+  if (!deleted) return refuse(output, json, "the partners stay tied; the library does not say why.", {});
   if (present == 0) return refuse(output, json, "no partner is tied to " + named(given) + ".", {});
   return answer(output, json, counted(present, "partner") + " untied from " + named(given) + ".");
 }
