@@ -3,10 +3,22 @@
 #include <limits>
 
 #include "frame/method.h"
+#include "frame/types/decimal.h"
 #include "frame/types/text.h"
 #include "platform/transactions/object_context.h"
 
 namespace mercato {
+namespace {
+
+// On the zero date the text form is a time alone, which a store reads as a time of its own zero date.
+std::string date_with_its_day(Date date) {
+  std::string text = date.text();
+  if (text.find('/') != std::string::npos) return text;
+  constexpr const char* kZeroDate = "12/30/1899";
+  return text == Date().text() ? kZeroDate : kZeroDate + (" " + text);
+}
+
+}  // namespace
 
 ComponentPtr Gen_GetComponent(std::string_view progId) {
   return method(
@@ -28,7 +40,8 @@ double Gen_NullToZero(const Variant& iValue) { return iValue.is_null() ? 0 : iVa
 Variant Gen_Lookup(std::string_view iName, const Array& iFields, const Array& iValues) {
   for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
     // The index is 16 bits wide.
-    if (index > std::numeric_limits<std::int16_t>::max()) raise(error_number::kOverflow);
+    using Index = std::numeric_limits<std::int16_t>;
+    if (index < Index::min() || index > Index::max()) raise(error_number::kOverflow);
     const Variant& field = iFields.at(index);
     if (field.is_text() && field.text_value() == iName) return iValues.at(index);
   }
@@ -41,8 +54,11 @@ std::string Gen_SqlValue(const Variant& iValue) {
     case Variant::Type::null:
       return "null";
     case Variant::Type::date:
+      return "'" + date_with_its_day(iValue.date_value()) + "'";
     case Variant::Type::text:
-      return "'" + Gen_QuoteSql(iValue.to_text()) + "'";
+      return "'" + Gen_QuoteSql(iValue.text_value()) + "'";
+    case Variant::Type::real:
+      return plain_decimal_text(iValue.double_value());
     case Variant::Type::boolean:
       return iValue.boolean_value() ? "1" : "0";
     default:

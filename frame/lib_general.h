@@ -17,12 +17,12 @@ ComponentPtr Gen_GetComponent(std::string_view progId);
 // 0 for Null, else the value as a double; raises 13 for a text that reads as no number.
 double Gen_NullToZero(const Variant& iValue);
 
-// The value at the first name that equals `iName` exactly, else Null. Raises 6 when the search passes index 32767, 9
-// when the arrays' bounds differ.
+// The value at the first name that equals `iName` exactly, else Null. Raises 6 when the search meets an index below
+// -32768 or beyond 32767, 9 when the arrays' bounds differ.
 Variant Gen_Lookup(std::string_view iName, const Array& iFields, const Array& iValues);
 
-// The literal of a value: null, '...' with its quotes doubled for texts and dates, 1 or 0 for Booleans, else its text
-// form.
+// The literal of a value: null, '...' with its quotes doubled for texts and dates, 1 or 0 for Booleans, else its plain
+// decimal form. A store reads it as that very value: a date has its day also where its text form is a time alone.
 std::string Gen_SqlValue(const Variant& iValue);
 
 // Quotes doubled, none put around. Null stays Null.

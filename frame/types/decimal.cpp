@@ -130,4 +130,11 @@ double round_half_to_even(double number, int decimals) {
   return is_whole(number) ? number : decimal.rounded(decimals).to_double();
 }
 
+std::string plain_decimal_text(double number) {
+  char digits[400];  // the smallest numbers have some 340 places
+  // A zero has no sign in a statement.
+  const auto result = std::to_chars(digits, digits + sizeof digits, number + 0.0, std::chars_format::fixed);
+  return {digits, result.ptr};
+}
+
 }  // namespace mercato

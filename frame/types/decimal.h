@@ -4,6 +4,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <string>
 
 namespace mercato {
 
@@ -45,5 +46,9 @@ class Decimal {
 // Halves to the even digit, decided on the decimal number: 12.345 gives 12.34, 12.355 gives 12.36. A whole number stays
 // as it is. Raises 6 when it is not finite.
 double round_half_to_even(double number, int decimals);
+
+// The shortest text without an exponent that reads back as the same number, such as 0.30000000000000004: how numbers
+// stand in statements. text::number_text is what callers see.
+std::string plain_decimal_text(double number);
 
 }  // namespace mercato

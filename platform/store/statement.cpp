@@ -2,7 +2,7 @@
 
 #include <charconv>
 
-#include "frame/types/text.h"
+#include "frame/types/decimal.h"
 
 namespace mercato {
 
@@ -18,7 +18,7 @@ Sql& Sql::operator<<(std::int32_t number) {
   return append(PieceKind::value, {digits, static_cast<std::size_t>(result.ptr - digits)});
 }
 
-Sql& Sql::operator<<(double number) { return append(PieceKind::value, text::number_text(number)); }
+Sql& Sql::operator<<(double number) { return append(PieceKind::value, plain_decimal_text(number)); }
 
 Sql& Sql::operator<<(const Sql& other) {
   const auto offset = static_cast<std::uint32_t>(text_.size());

@@ -43,10 +43,18 @@ TEST(GenSqlValue, IsTheLiteralOfEveryType) {
       {"", "''"},
       {Date::from_civil({2026, 7, 1, 8, 30, 0}), "'7/1/2026 8:30:00 AM'"},
       {Date::from_civil({2026, 7, 1}), "'7/1/2026'"},
+      {Date(), "'12/30/1899'"},
+      {Date::from_civil({1899, 12, 30, 8, 30, 0}), "'12/30/1899 8:30:00 AM'"},
+      {Date::from_civil({1899, 12, 29, 18, 0, 0}), "'12/29/1899 6:00:00 PM'"},
       {true, "1"},
       {false, "0"},
       {3.5, "3.5"},
       {5.0, "5"},
+      {-0.0, "0"},
+      {0.00001, "0.00001"},
+      {1e15, "1000000000000000"},
+      {1.0 / 3, "0.3333333333333333"},
+      {-(0.1 + 0.2), "-0.30000000000000004"},
       {std::int16_t{-3}, "-3"},
       {70000, "70000"},
       {Currency::from_text("12.3400"), "12.34"},
@@ -69,6 +77,15 @@ TEST(GenLookup, UsesTheArraysOwnBounds) {
   const Array fields(std::vector<Variant>{"a", "b"}, 5);
   EXPECT_EQ(Gen_Lookup("b", fields, Array(std::vector<Variant>{1, 2}, 5)), Variant(2));
   EXPECT_EQ(outcome_of([&] { return Gen_Lookup("b", fields, Array{1, 2}).to_text(); }), "raises 9");
+}
+
+// The index was checked upwards only.
+TEST(GenLookup, HasAnIndexOf16BitsDownwardsToo) {
+  const Array fields(std::vector<Variant>{"a", "b"}, -32769);
+  const Array values(std::vector<Variant>{1, 2}, -32769);
+  EXPECT_EQ(outcome_of([&] { return Gen_Lookup("b", fields, values).to_text(); }), "raises 6");
+  EXPECT_EQ(Gen_Lookup("b", Array(std::vector<Variant>{"a", "b"}, -32768), Array(std::vector<Variant>{1, 2}, -32768)),
+            Variant(2));
 }
 
 TEST(GenLookup, HasAnIndexOf16Bits) {

@@ -387,10 +387,23 @@ TEST_F(ProductPrices, HaveDatesFromTheYear100To9999) {
   EXPECT_TRUE(recorder.statements.empty());
 }
 
-TEST_F(ProductPrices, OfTheZeroDateAreNotFoundAgainSinceTheStoreReadsATimeAloneAsOfAnotherDay) {
-  EXPECT_TRUE(product_->InsertPrice(1, Date(), 10, {"GROUPBY"}, {"A"}));
-  EXPECT_EQ(raised_by([&] { product_->InsertUpdatePriceEx(1, Date(), 10, "A", {}, {}, "update"); }).Number,
-            error_number::kNoCurrentRow);
+// A line of the zero date was looked for at a time alone, which the store reads as one of another day, and written
+// twice.
+TEST_F(ProductPrices, OfTheZeroDateAreFoundAgain) {
+  for (const Date date : {Date(), Date::from_civil({1899, 12, 30, 8, 30, 0})})
+    for (int i = 0; i < 2; ++i)
+      EXPECT_TRUE(product_->InsertUpdatePriceEx(1, date, 10, "A", {"GROUPBY"}, {"A"}, "insertupdate"));
+  EXPECT_EQ(rows("SELECT PRICEEFFECTIVEDATE FROM CATALOGPRODUCTPRICE ORDER BY PRICEEFFECTIVEDATE"),
+            (std::vector<std::vector<Variant>>{{Date()}, {Date::from_civil({1899, 12, 30, 8, 30, 0})}}));
+}
+
+// Quantities were looked for in 15 digits, so that such a line was never found again.
+TEST_F(ProductPrices, OfAQuantityThatFifteenDigitsDoNotTellAreFoundAgain) {
+  for (const double quantity : {1.0 / 3, 0.1 + 0.2, 123456789012345678.0, 1e-7, 1e300})
+    for (int i = 0; i < 2; ++i)
+      EXPECT_TRUE(product_->InsertUpdatePriceEx(1, kJuly, quantity, "A", {"GROUPBY"}, {"A"}, "insertupdate"));
+  EXPECT_EQ(rows("SELECT QUANTITYTO FROM CATALOGPRODUCTPRICE ORDER BY QUANTITYTO"),
+            (std::vector<std::vector<Variant>>{{1e-7}, {0.1 + 0.2}, {1.0 / 3}, {123456789012345678.0}, {1e300}}));
 }
 
 TEST_F(ProductPrices, AreLookedForWithDateAndQuantityAsTheirTextForms) {
@@ -401,10 +414,10 @@ TEST_F(ProductPrices, AreLookedForWithDateAndQuantityAsTheirTextForms) {
   } cases[] = {
       {Date::from_civil({2026, 12, 31, 20, 5, 9}), 0.1,
        "PRICEEFFECTIVEDATE='12/31/2026 8:05:09 PM' AND QUANTITYTO=0.1"},
-      {kJuly, 1e15, "PRICEEFFECTIVEDATE='7/1/2026' AND QUANTITYTO=1E+15"},
+      {kJuly, 1e15, "PRICEEFFECTIVEDATE='7/1/2026' AND QUANTITYTO=1000000000000000"},
       {kJuly, -2.5, "PRICEEFFECTIVEDATE='7/1/2026' AND QUANTITYTO=-2.5"},
-      {kJuly, 0.1 + 0.2, "PRICEEFFECTIVEDATE='7/1/2026' AND QUANTITYTO=0.3"},
-      {Date(), 999999999, "PRICEEFFECTIVEDATE='12:00:00 AM' AND QUANTITYTO=999999999"},
+      {kJuly, 0.1 + 0.2, "PRICEEFFECTIVEDATE='7/1/2026' AND QUANTITYTO=0.30000000000000004"},
+      {Date(), 999999999, "PRICEEFFECTIVEDATE='12/30/1899' AND QUANTITYTO=999999999"},
   };
   for (const auto& row : cases) {
     Recorder recorder;
@@ -550,7 +563,8 @@ TEST_F(ProductPrices, AreSelectedForQuantitiesInTheirTextForm) {
   const struct {
     double quantity;
     const char* text;
-  } cases[] = {{2.5, "2.5"}, {0.1, "0.1"}, {-0.5, "-0.5"}, {1e15, "1E+15"}, {123456.789, "123456.789"}, {-1.5, "-1.5"}};
+  } cases[] = {{2.5, "2.5"},  {0.1, "0.1"}, {-0.5, "-0.5"}, {1e15, "1000000000000000"}, {123456.789, "123456.789"},
+               {-1.5, "-1.5"}};
   for (const auto& row : cases) {
     Recorder recorder;
     product_->getCatalogPriceAttributes(1, kToday, "EUR", row.quantity);
