@@ -151,7 +151,8 @@ DictionaryPtr PriceXML::getTypeAndRangeErrors(Dictionary& price) {
         if (dates_good) {
           const Variant expiry = price.Item("PriceExpiryDate");
           const Variant effective = price.Item("PriceEffectiveDate");
-          if (expiry.to_date() <= effective.to_date()) {
+          // By the calendar: before the zero date a later time of a day is a smaller number.
+          if (expiry.to_date().iso_text() <= effective.to_date().iso_text()) {
             bad("PriceEffectiveDate", effective, "not before the expiry date");
             bad("PriceExpiryDate", expiry, "not after the effective date");
           }

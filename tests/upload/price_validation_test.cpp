@@ -86,6 +86,17 @@ TEST_F(PriceValidation, EachRuleReportsItsFieldAsItIsWritten) {
   }
 }
 
+// Before the zero date a later time of a day is a smaller number, so that such dates compared backwards.
+TEST_F(PriceValidation, DatesBeforeTheZeroDateCompareByTheirTimesToo) {
+  const auto errors_between = [&](const std::string& effective, const std::string& expiry) {
+    return errors_of(fields_with({{"PriceEffectiveDate", effective}, {"PriceExpiryDate", expiry}}));
+  };
+  EXPECT_EQ(errors_between("12/29/1899 6:00:00 AM", "12/29/1899 6:00:00 PM"), Fields{});
+  EXPECT_EQ(errors_between("12/29/1899 6:00:00 PM", "12/29/1899 6:00:00 AM"),
+            (Fields{{"PriceEffectiveDate", "12/29/1899 6:00:00 PM"}, {"PriceExpiryDate", "12/29/1899 6:00:00 AM"}}));
+  EXPECT_EQ(errors_between("12/29/1899 6:00:00 PM", "12/30/1899 6:00:00 AM"), Fields{});
+}
+
 TEST_F(PriceValidation, ExpiryHasToBeLaterThanTheEffectiveDate) {
   const auto errors_with_expiry = [&](const std::string& date) {
     return errors_of(fields_with({{"PriceExpiryDate", date}}));
