@@ -1,7 +1,7 @@
 #include "frame/types/text.h"
 
-#include <unicode/locid.h>
-#include <unicode/unistr.h>
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
 
 #include <charconv>
 #include <cmath>
@@ -35,16 +35,23 @@ std::size_t prefix_bytes(std::string_view text, std::size_t count) {
   return position;
 }
 
-template <class AsciiCase, class UnicodeCase>
-std::string changed_case(std::string_view text, AsciiCase ascii_case, UnicodeCase unicode_case) {
+// Bytes that are no UTF-8 become the replacement character.
+template <class AsciiCase>
+std::string changed_case(std::string_view text, AsciiCase ascii_case, UChar32 (*unicode_case)(UChar32)) {
   std::string result;
   if (is_ascii(text)) {
     result = text;
     for (char& byte : result) byte = ascii_case(byte);
     return result;
   }
-  auto unicode = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<std::int32_t>(text.size())));
-  unicode_case(unicode).toUTF8String(result);
+  result.reserve(text.size());
+  const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  for (std::size_t position = 0; position < text.size();) {
+    UChar32 character = 0;
+    U8_NEXT(bytes, position, text.size(), character);
+    constexpr UChar32 kReplacement = 0xFFFD;
+    append(result, static_cast<char32_t>(character < 0 ? kReplacement : unicode_case(character)));
+  }
   return result;
 }
 
@@ -110,23 +117,22 @@ std::string_view trim(std::string_view text) {
   return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-std::string to_upper(std::string_view text) {
-  return changed_case(
-      text, [](char byte) { return ascii_upper(byte); },
-      [](icu::UnicodeString & unicode) -> auto& { return unicode.toUpper(icu::Locale::getRoot()); });
-}
+std::string to_upper(std::string_view text) { return changed_case(text, ascii_upper, u_toupper); }
 
-std::string to_lower(std::string_view text) {
-  return changed_case(
-      text, [](char byte) { return ascii_lower(byte); },
-      [](icu::UnicodeString & unicode) -> auto& { return unicode.toLower(icu::Locale::getRoot()); });
-}
+std::string to_lower(std::string_view text) { return changed_case(text, ascii_lower, u_tolower); }
 
 bool equal_names(std::string_view left, std::string_view right) {
   if (left.size() != right.size()) return false;
   for (std::size_t position = 0; position < left.size(); ++position)
     if (ascii_upper(left[position]) != ascii_upper(right[position])) return false;
   return true;
+}
+
+void append(std::string& text, char32_t character) {
+  std::uint8_t bytes[U8_MAX_LENGTH];
+  std::size_t length = 0;
+  U8_APPEND_UNSAFE(bytes, length, character);
+  text.append(reinterpret_cast<const char*>(bytes), length);
 }
 
 std::string replace_all(std::string_view text, std::string_view what, std::string_view with) {

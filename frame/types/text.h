@@ -26,11 +26,15 @@ std::string_view without_last(std::string_view text, std::size_t count);
 // Without the blanks (U+0020 only) at both ends.
 std::string_view trim(std::string_view text);
 
+// One letter stays one letter: a small sharp s has no capital here, so that a name with it is no name with SS.
 std::string to_upper(std::string_view text);
 std::string to_lower(std::string_view text);
 
 // Whether the two are equal but for the case of ASCII letters: names of columns, classes and methods.
 bool equal_names(std::string_view left, std::string_view right);
+
+// Appends one character, which is no surrogate and not beyond U+10FFFF.
+void append(std::string& text, char32_t character);
 
 std::string replace_all(std::string_view text, std::string_view what, std::string_view with);
 

@@ -357,7 +357,7 @@ TEST_F(DialectTranslator, ScalarFunctionsAnswerAsOnTheServer) {
       {"LEN('ab  ')", "2"},
       {"LEN(N'漢字')", "2"},
       {"LEN(123)", "3"},
-      {"UPPER(N'straße ä')", "STRASSE Ä"},
+      {"UPPER(N'straße ä')", "STRAßE Ä"},
       {"LOWER('ÄB')", "äb"},
       {"LTRIM('  a ') + '|'", "a |"},
       {"RTRIM(' a  ') + '|'", " a|"},
