@@ -6,7 +6,7 @@
 #include "frame/lib_general.h"
 #include "frame/types/decimal.h"
 #include "frame/types/raised_error.h"
-#include "frame/types/text.h"
+#include "frame/types/same_text.h"
 #include "frame/util.h"
 
 namespace mercato::collaborators {
@@ -63,7 +63,7 @@ const ClassTable& Currency::table() {
 
 mercato::Currency Currency::ConvertAmount(const std::string& source, const std::string& target,
                                           mercato::Currency amount, Date date) {
-  if (text::equal_names(source, target)) return amount;
+  if (text::same(source, target)) return amount;
   return converted(amount, rate_between(source, target, date));
 }
 

@@ -6,6 +6,7 @@
 #include <numeric>
 
 #include "frame/types/raised_error.h"
+#include "frame/types/same_text.h"
 
 namespace mercato::store::sqlite {
 namespace {
@@ -14,11 +15,6 @@ int compare_by(const UCollator* collator, std::string_view left, std::string_vie
   UErrorCode status = U_ZERO_ERROR;
   return ucol_strcollUTF8(collator, left.data(), static_cast<std::int32_t>(left.size()), right.data(),
                           static_cast<std::int32_t>(right.size()), &status);
-}
-
-std::string_view without_trailing_blanks(std::string_view text) {
-  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  return text;
 }
 
 [[noreturn]] void refuse(UErrorCode status) {
@@ -33,6 +29,9 @@ struct Root {
     collator.reset(ucol_open("", &status));
     if (U_FAILURE(status)) refuse(status);
     ucol_setStrength(collator.get(), UCOL_SECONDARY);
+    // Marks may stand in any order.
+    ucol_setAttribute(collator.get(), UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
+    if (U_FAILURE(status)) refuse(status);
     rank_characters();
   }
 
@@ -71,8 +70,8 @@ TextOrder::TextOrder() : ranks_(&root().ranks) {
 }
 
 int TextOrder::compare(std::string_view left, std::string_view right) const {
-  left = without_trailing_blanks(left);
-  right = without_trailing_blanks(right);
+  left = text::without_trailing_blanks(left);
+  right = text::without_trailing_blanks(right);
   const std::array<std::uint8_t, 256>& ranks = *ranks_;
   const std::size_t common = std::min(left.size(), right.size());
   std::size_t i = 0;
@@ -91,7 +90,10 @@ int TextOrder::compare(std::string_view left, std::string_view right) const {
     if (left_rank == right_rank) return 0;
     if (rank_at(left, i + 1) != 0 && rank_at(right, i + 1) != 0) return left_rank < right_rank ? -1 : 1;
   }
-  return compare_by(collator_.get(), left, right);
+  if (left == right) return 0;
+  if (const int order = compare_by(collator_.get(), left, right); order != 0) return order;
+  // ICU passes over characters that show nothing and over forms of a letter; they count all the same.
+  return text::compare_folded(left, right);
 }
 
 }  // namespace mercato::store::sqlite

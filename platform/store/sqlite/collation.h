@@ -1,5 +1,5 @@
-// How texts are compared and sorted: without regard to case and trailing blanks, but with regard to accents, in the
-// order of ICU's root locale. A comparer serves one thread at a time; make one for each connection.
+// How texts are compared and sorted: the same are those that text::same says, the others stand in the order of ICU's
+// root locale, as people expect. A comparer serves one thread at a time; make one for each connection.
 #pragma once
 
 #include <unicode/ucol.h>

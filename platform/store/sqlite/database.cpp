@@ -204,6 +204,40 @@ void Database::configure() {
   run("PRAGMA cache_size=-16384");
   sqlite3_wal_hook(engine, &Database::checkpoint_long_log, this);
   run("PRAGMA journal_size_limit=67108864");
+  bring_up_to_date();
+}
+
+// Puts the indexes of an older store into the order of texts that this version compares by.
+void Database::bring_up_to_date() {
+  constexpr const char* kVersion = "PRAGMA user_version";
+  const auto is_current = [&] {
+    const std::int64_t version = query_integer(kVersion);
+    return version == 0 || version == kStoreVersion;
+  };
+  if (is_current()) return;
+  if (sqlite3_db_readonly(engine_.get(), "main") == 1) {
+    // The two orders differ for few texts. Where there are none, the store is as good as a newer one.
+    const StatementHandle check = prepare("SELECT integrity_check FROM pragma_integrity_check(1)");
+    const int code = sqlite3_step(check.get());
+    if (code != SQLITE_ROW) raise(code);
+    if (std::string_view(reinterpret_cast<const char*>(sqlite3_column_text(check.get(), 0))) == "ok") return;
+    refuse_to_open("The store '" + path_ + "' was written by an older version of this program, whose order of texts " +
+                   "differs for some that it holds. Open it once with the right to write.");
+  }
+  // Once begun it is worth its end, however long the call may take that happens to be the first.
+  interruptible_ = false;
+  run("BEGIN IMMEDIATE");
+  try {
+    if (!is_current()) {  // nobody else was faster
+      run("REINDEX");
+      run((kVersion + ("=" + std::to_string(kStoreVersion))).c_str());
+    }
+    run("COMMIT");
+  } catch (const Raised&) {
+    sqlite3_exec(engine_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+    throw;
+  }
+  interruptible_ = true;
 }
 
 // The engine's own handle: closing another one on this file would let go of the locks of all.
@@ -350,7 +384,8 @@ std::int64_t Database::query_integer(const char* sql) {
 
 RaisedError Database::failure(int code, const TableInfo* table) const {
   const int kind = code & 0xFF;
-  if ((kind == SQLITE_INTERRUPT || kind == SQLITE_BUSY) && call_limit_passed()) {
+  // SQLITE_ERROR: one of our functions has asked the limit.
+  if ((kind == SQLITE_INTERRUPT || kind == SQLITE_BUSY || kind == SQLITE_ERROR) && call_limit_passed()) {
     try {
       check_call_limit_now();
     } catch (const Raised& passed) {

@@ -17,8 +17,9 @@
 
 namespace mercato::store::sqlite {
 
-// The version of the store's layout, kept in its header. 0: not marked yet, no tables were defined.
-inline constexpr std::int64_t kStoreVersion = 1;
+// The version of the store's layout, kept in its header. 0: not marked yet, no tables were defined. 1: its indexes are
+// in an order of texts that passes over characters that show nothing.
+inline constexpr std::int64_t kStoreVersion = 2;
 
 struct FinalizeStatement {
   void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
@@ -85,6 +86,7 @@ class Database {
 
   void open(const std::string& name, int flags);
   void configure();
+  void bring_up_to_date();
   void run_when_free(const char* sql);
   std::optional<std::uint32_t> mark_on_disk() const noexcept;
   std::optional<std::uint64_t> log_in_use() const noexcept;

@@ -15,6 +15,7 @@
 #include "frame/types/raised_error.h"
 #include "frame/types/text.h"
 #include "platform/clock/clock.h"
+#include "platform/store/call_limit.h"
 #include "platform/store/dialect/like_prefix.h"
 #include "platform/store/dialect/readings.h"
 #include "platform/store/sqlite/collation.h"
@@ -240,6 +241,7 @@ std::size_t find_text(const TextOrder& order, std::string_view searched, std::st
   guarded += '|';
   std::string candidate;
   while (from < text.size()) {
+    check_call_limit();
     const std::string_view rest = text.substr(from);
     const std::string_view piece = text::left(rest, characters);
     candidate.assign(piece);
@@ -331,21 +333,33 @@ void require(sqlite3* database, int code) {
   if (code != SQLITE_OK) raise(error_number::kStoreFailure, "SQLite store", sqlite3_errmsg(database));
 }
 
-int compare_texts(void* order, int left_size, const void* left, int right_size, const void* right) {
-  return static_cast<const TextOrder*>(order)->compare(
-      {static_cast<const char*>(left), static_cast<std::size_t>(left_size)},
-      {static_cast<const char*>(right), static_cast<std::size_t>(right_size)});
+struct Collation {
+  TextOrder order;
+  sqlite3* database;
+};
+
+int compare_texts(void* self, int left_size, const void* left, int right_size, const void* right) {
+  const auto& collation = *static_cast<const Collation*>(self);
+  const std::string_view left_text(static_cast<const char*>(left), static_cast<std::size_t>(left_size));
+  const std::string_view right_text(static_cast<const char*>(right), static_cast<std::size_t>(right_size));
+  try {
+    return collation.order.compare(left_text, right_text);
+  } catch (...) {
+    // Without memory. A comparison cannot fail, but the statement can be given up.
+    sqlite3_interrupt(collation.database);
+    return left_text.compare(right_text);
+  }
 }
 
 }  // namespace
 
 void register_functions(sqlite3* database) {
   // Owned by the collation, which the connection drops last of all; functions only borrow it.
-  auto order = std::make_unique<TextOrder>();
-  TextOrder* const borrowed = order.get();
-  require(database, sqlite3_create_collation_v2(database, "MERCATO", SQLITE_UTF8, order.get(), compare_texts,
-                                                [](void* owned) { delete static_cast<TextOrder*>(owned); }));
-  order.release();
+  auto collation = std::make_unique<Collation>(Collation{TextOrder(), database});
+  TextOrder* const borrowed = &collation->order;
+  require(database, sqlite3_create_collation_v2(database, "MERCATO", SQLITE_UTF8, collation.get(), compare_texts,
+                                                [](void* owned) { delete static_cast<Collation*>(owned); }));
+  collation.release();
   for (const Function& function : kFunctions) {
     const int flags = SQLITE_UTF8 | SQLITE_INNOCUOUS | (function.deterministic ? SQLITE_DETERMINISTIC : 0);
     require(database, sqlite3_create_function_v2(database, function.name, function.arguments, flags, borrowed,

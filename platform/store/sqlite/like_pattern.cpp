@@ -1,9 +1,12 @@
 #include "platform/store/sqlite/like_pattern.h"
 
-#include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
+
+#include "frame/types/same_text.h"
+#include "frame/types/text.h"
+#include "platform/store/call_limit.h"
 
 namespace mercato::store::sqlite {
 namespace {
@@ -22,11 +25,9 @@ char folded(char byte) { return kFolding[static_cast<unsigned char>(byte)]; }
 
 bool is_ascii(char32_t character) { return character < 0x80; }
 
+// Beyond ASCII, patterns and texts are folded before they are looked at.
 char32_t folded_character(char32_t character) {
-  if (is_ascii(character)) return static_cast<unsigned char>(folded(static_cast<char>(character)));
-  const auto result = static_cast<char32_t>(u_foldCase(static_cast<UChar32>(character), U_FOLD_CASE_DEFAULT));
-  // The Kelvin sign and the long s stay what they are, so that bytes below 128 only ever match their like.
-  return is_ascii(result) ? character : result;
+  return is_ascii(character) ? static_cast<unsigned char>(folded(static_cast<char>(character))) : character;
 }
 
 // The character at `position`, which moves behind it. A byte that is no UTF-8 is a character of its own, beyond all
@@ -51,35 +52,44 @@ char32_t next_character(std::string_view text, std::size_t& position) {
   return static_cast<char32_t>(character);
 }
 
+// Of a stray byte a question mark.
 std::string utf8_of(char32_t character) {
-  std::uint8_t bytes[4];
-  std::int32_t length = 0;
-  UBool failed = false;
-  U8_APPEND(bytes, length, 4, static_cast<std::uint32_t>(character), failed);
-  return failed ? std::string(1, '?')
-                : std::string(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length));
+  std::string text;
+  text::append(text, character <= 0x10FFFF ? character : U'?');
+  return text;
 }
 
 }  // namespace
 
 LikePattern::LikePattern(std::string_view pattern, char32_t escape, const TextOrder& order)
     : order_(order), pieces_(1) {
+  std::string characters;  // that stand for themselves, up to the next wildcard: neighbours may compose
+  const auto end_characters = [&] {
+    add_characters(characters, pieces_.back());
+    characters.clear();
+  };
   for (std::size_t position = 0; position < pattern.size();) {
-    const std::size_t begin = position;
+    check_call_limit();
+    std::size_t begin = position;
     char32_t character = next_character(pattern, position);
     const bool escaped = escape != 0 && character == escape && position < pattern.size();
-    if (escaped) character = next_character(pattern, position);
-    Piece& piece = pieces_.back();
-    if (!escaped && character == '%') {
-      pieces_.emplace_back();
-    } else if (!escaped && character == '_') {
-      piece.elements.push_back({Element::Kind::any});
-    } else if (!escaped && character == '[') {
-      position = read_set(pattern, begin, piece);
-    } else {
-      piece.elements.push_back({Element::Kind::character, folded_character(character)});
+    if (escaped) {
+      begin = position;
+      character = next_character(pattern, position);
     }
+    if (escaped || (character != '%' && character != '_' && character != '[')) {
+      characters += pattern.substr(begin, position - begin);
+      continue;
+    }
+    end_characters();
+    if (character == '%')
+      pieces_.emplace_back();
+    else if (character == '_')
+      pieces_.back().elements.push_back({Element::Kind::any});
+    else
+      position = read_set(pattern, begin, pieces_.back());
   }
+  end_characters();
   for (Piece& piece : pieces_) {
     const auto plain = [](const Element& each) {
       return each.kind == Element::Kind::character && is_ascii(each.character);
@@ -89,35 +99,48 @@ LikePattern::LikePattern(std::string_view pattern, char32_t escape, const TextOr
   }
 }
 
+void LikePattern::add_characters(std::string_view characters, Piece& piece) const {
+  const std::string folded = text::folded(characters);
+  for (std::size_t position = 0; position < folded.size();)
+    piece.elements.push_back({Element::Kind::character, next_character(folded, position)});
+}
+
 // A set ends at its first ]. One without an end matches nothing.
 std::size_t LikePattern::read_set(std::string_view pattern, std::size_t open, Piece& piece) {
   const std::size_t close = pattern.find(']', open + 1);
-  std::string_view inner = pattern.substr(open + 1, (close == kNot ? pattern.size() : close) - open - 1);
+  const bool ends = close != kNot;
+  const std::string inner = ends ? text::folded(pattern.substr(open + 1, close - open - 1)) : std::string();
+  const auto [known, is_new] = known_sets_.emplace(inner, static_cast<std::uint32_t>(sets_.size()));
+  if (is_new) sets_.push_back(set_of(inner));
+  const Set& set = sets_[known->second];
+  // A single character that is a plain one needs no set: this is how wildcards are written as themselves.
+  if (!set.negated && set.ranges.size() == 1 && set.ranges[0].first == set.ranges[0].last)
+    piece.elements.push_back({Element::Kind::character, set.ranges[0].first});
+  else
+    piece.elements.push_back({Element::Kind::set, known->second});
+  return ends ? close + 1 : pattern.size();
+}
+
+LikePattern::Set LikePattern::set_of(std::string_view inner) const {
   Set set;
-  if (close != kNot) {
-    set.negated = !inner.empty() && inner.front() == '^';
-    if (set.negated) inner.remove_prefix(1);
-    for (std::size_t position = 0; position < inner.size();) {
-      Range range{};
-      range.first = range.last = folded_character(next_character(inner, position));
-      if (position + 1 < inner.size() && inner[position] == '-') {
-        ++position;
-        range.last = folded_character(next_character(inner, position));
-      }
-      set.ranges.push_back(range);
+  set.negated = !inner.empty() && inner.front() == '^';
+  if (set.negated) inner.remove_prefix(1);
+  for (std::size_t position = 0; position < inner.size();) {
+    check_call_limit();
+    Range range{};
+    range.first = range.last = next_character(inner, position);
+    if (position + 1 < inner.size() && inner[position] == '-') {
+      ++position;
+      range.last = next_character(inner, position);
     }
-    for (char32_t c = 0; is_ascii(c); ++c)
-      set.ascii[c] = std::any_of(set.ranges.begin(), set.ranges.end(),
-                                 [&](const Range& range) { return in_range(range, folded_character(c)); });
-    // A single character that is a plain one needs no set: this is how wildcards are written as themselves.
-    if (!set.negated && set.ranges.size() == 1 && set.ranges[0].first == set.ranges[0].last) {
-      piece.elements.push_back({Element::Kind::character, set.ranges[0].first});
-      return close + 1;
+    set.ranges.push_back(range);
+    if (range.first == range.last) {
+      if (is_ascii(range.first)) set.ascii[range.first] = true;
+      continue;
     }
+    for (char32_t c = 0; is_ascii(c); ++c) set.ascii[c] = set.ascii[c] || in_range(range, folded_character(c));
   }
-  piece.elements.push_back({Element::Kind::set, static_cast<char32_t>(sets_.size())});
-  sets_.push_back(std::move(set));
-  return close == kNot ? pattern.size() : close + 1;
+  return set;
 }
 
 // A range holds what sorts between its ends.
@@ -131,8 +154,10 @@ bool LikePattern::in_range(const Range& range, char32_t character) const {
 bool LikePattern::contains(const Set& set, char32_t character) const {
   if (set.ranges.empty() && !set.negated) return false;
   const bool found = is_ascii(character) ? set.ascii[character]
-                                         : std::any_of(set.ranges.begin(), set.ranges.end(),
-                                                       [&](const Range& range) { return in_range(range, character); });
+                                         : std::any_of(set.ranges.begin(), set.ranges.end(), [&](const Range& range) {
+                                             check_call_limit();
+                                             return in_range(range, character);
+                                           });
   return found != set.negated;
 }
 
@@ -162,19 +187,25 @@ std::size_t LikePattern::match_at(const Piece& piece, std::string_view text, std
 }
 
 std::size_t LikePattern::find(const Piece& piece, std::string_view text, std::size_t begin) const {
+  // An element is at least one byte, so a piece never begins where it would not end.
+  if (text.size() < piece.elements.size()) return kNot;
+  const std::size_t last = text.size() - piece.elements.size();
   if (!piece.plain.empty()) {
     const char first = piece.plain.front();
-    for (; begin + piece.plain.size() <= text.size(); ++begin) {
+    for (; begin <= last; ++begin) {
       if (folded(text[begin]) != first) continue;
+      check_call_limit();
       if (const std::size_t end = match_at(piece, text, begin); end != kNot) return end;
     }
     return kNot;
   }
-  for (;;) {
+  while (begin <= last) {
+    check_call_limit();
     if (const std::size_t end = match_at(piece, text, begin); end != kNot) return end;
-    if (begin >= text.size()) return kNot;
+    if (begin == text.size()) return kNot;
     next_character(text, begin);
   }
+  return kNot;
 }
 
 bool LikePattern::ends_with(const Piece& piece, std::string_view text, std::size_t begin) const {
@@ -190,6 +221,12 @@ bool LikePattern::ends_with(const Piece& piece, std::string_view text, std::size
 }
 
 bool LikePattern::matches(std::string_view text) const {
+  const bool is_plain = std::all_of(text.begin(), text.end(), [](char byte) { return (byte & 0x80) == 0; });
+  return is_plain ? matches_folded(text) : matches_folded(text::folded(text));
+}
+
+// A text of ASCII characters may come as it is.
+bool LikePattern::matches_folded(std::string_view text) const {
   const Piece& first = pieces_.front();
   std::size_t position = match_at(first, text, 0);
   if (position == kNot) return false;

@@ -1,12 +1,14 @@
 // A LIKE pattern, made ready once and matched against many texts: % any characters, _ one, [a-f] and [^a] one of or
-// none of a set; all else is itself without regard to case. Accents and trailing blanks count on both sides. Immutable
-// once made, but it leans on a TextOrder, so one thread at a time.
+// none of a set; all else is itself without regard to case and composition. Accents and trailing blanks count on both
+// sides. Immutable once made, but it leans on a TextOrder, so one thread at a time. Making it and matching end with
+// kTimeout when the call limit passes.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/store/sqlite/collation.h"
@@ -18,7 +20,7 @@ class LikePattern {
   // `escape`: a character that takes the meaning from the one behind it; 0 for none. `order` outlives the pattern.
   LikePattern(std::string_view pattern, char32_t escape, const TextOrder& order);
 
-  // Takes time in proportion to the length of the text times that of the longest piece between two %.
+  // Takes at most time in proportion to the length of the text times that of the longest piece between two %.
   bool matches(std::string_view text) const;
 
  private:
@@ -41,10 +43,13 @@ class LikePattern {
     std::string plain;  // the same as bytes in lower case, when all are ASCII characters
   };
 
+  void add_characters(std::string_view characters, Piece& piece) const;
   std::size_t read_set(std::string_view pattern, std::size_t open, Piece& piece);
+  Set set_of(std::string_view inner) const;
   bool in_range(const Range& range, char32_t character) const;
   bool contains(const Set& set, char32_t character) const;
   bool fits(const Element& element, char32_t character) const;
+  bool matches_folded(std::string_view text) const;
   // One past the matching bytes when the piece stands at `begin`, else npos.
   std::size_t match_at(const Piece& piece, std::string_view text, std::size_t begin) const;
   std::size_t find(const Piece& piece, std::string_view text, std::size_t begin) const;
@@ -52,6 +57,7 @@ class LikePattern {
 
   const TextOrder& order_;
   std::vector<Set> sets_;
+  std::unordered_map<std::string, std::uint32_t> known_sets_;  // by what stands between their brackets
   std::vector<Piece> pieces_;  // at least one; the first stands at the begin of the text and the last at its end
 };
 

@@ -37,6 +37,17 @@ TEST_F(CurrencyTest, OneCodeGivesTheAmountItself) {
   EXPECT_EQ(converted("", "", "1"), "1.0000");
 }
 
+// A code with blanks behind it passed the reference check, but had no rate to itself.
+TEST_F(CurrencyTest, CodesAreTheSameAsTheStoreComparesTexts) {
+  EXPECT_EQ(converted("EUR ", "EUR", "12.3456"), "12.3456");
+  EXPECT_EQ(converted("eur", "EUR  ", "12.3456"), "12.3456");
+  EXPECT_EQ(converted("\u00C4UR", "a\u0308ur", "12.3456"), "12.3456");
+  EXPECT_EQ(raised_by([&] { converted("EUR\u200B", "EUR", "1"); }).Number, error_number::kInvalidArgument);
+  EXPECT_EQ(raised_by([&] { converted(" EUR", "EUR", "1"); }).Number, error_number::kInvalidArgument);
+  add_rate("EUR", "USD", "2026-06-01", "2");
+  EXPECT_EQ(converted("EUR ", "usd  ", "1"), "2.0000");
+}
+
 TEST_F(CurrencyTest, ConversionIsExactAndRoundsOnceHalfToEven) {
   const struct {
     const char* rate;

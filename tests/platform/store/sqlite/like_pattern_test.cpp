@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <random>
 #include <string>
+
+#include "platform/store/call_limit.h"
+#include "tests/platform/failure.h"
 
 namespace mercato::store::sqlite {
 namespace {
@@ -88,7 +92,21 @@ TEST(LikePattern, MatchesAsTheServerDoes) {
       {"abc", "abc ", false},
       {"abc%", "abc ", true},
       {" abc", "abc", false},
-      {"k", "\xE2\x84\xAA", false},
+      {"k", "\xE2\x84\xAA", true},
+      // Composed and decomposed letters are the same, and one character.
+      {"Müller", "mu\u0308ller", true},
+      {"mu\u0308ll%", "MÜLLER", true},
+      {"M_ller", "Mu\u0308ller", true},
+      {"%[ü]%", "Mu\u0308ller", true},
+      {"[u\u0308]", "Ü", true},
+      {"[^u]", "u\u0308", true},
+      {"mu%", "mu\u0308ller", false},
+      {"\u01F0%", "J\u030Cx", true},
+      {"a_\u0301", "ab\u0301", true},
+      // What shows nothing counts.
+      {"bob", "bob\u200B", false},
+      {"bob_", "bob\u200B", true},
+      {"fi", "ﬁ", false},
   };
   for (const auto& each : cases)
     EXPECT_EQ(matches(each.pattern, each.text), each.expected) << each.pattern << " | " << each.text;
@@ -141,6 +159,30 @@ TEST(LikePattern, ManyWildcardsDoNotMultiply) {
   for (int i = 0; i < 1000; ++i) pattern += "%a";
   EXPECT_FALSE(matches(pattern + "%b", std::string(5000, 'a')));
   EXPECT_TRUE(matches(pattern, std::string(5000, 'a')));
+}
+
+// Patterns like these ran for minutes and hours, whatever the call's limit.
+TEST(LikePattern, EndsWithTheCall) {
+  const auto outcome = [](const std::string& pattern, const std::string& text) {
+    const CallLimit limit(0.05);
+    const auto begin = std::chrono::steady_clock::now();
+    const std::int32_t number = mercato::test::failure_of([&] { matches(pattern, text); }).Number;
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+    return number;
+  };
+  const std::string many(1'000'000, 'a');
+  EXPECT_EQ(outcome("%" + std::string(500'000, '_') + "b%", many), error_number::kTimeout);
+  EXPECT_EQ(outcome("%" + many.substr(0, 500'000) + "b%", many), error_number::kTimeout);
+  std::string sets;
+  for (int i = 0; i < 60'000; ++i) sets += "[" + std::to_string(i) + "a-fx-z]";
+  EXPECT_EQ(outcome(sets, many), error_number::kTimeout);
+}
+
+TEST(LikePattern, AlikeSetsCostLittle) {
+  std::string sets;
+  for (int i = 0; i < 60'000; ++i) sets += "[a-f]";
+  EXPECT_TRUE(matches(sets, std::string(60'000, 'c')));
+  EXPECT_FALSE(matches(sets, std::string(60'000, 'x')));
 }
 
 }  // namespace

@@ -1,0 +1,22 @@
+// When two texts are the same for the store, and for whoever compares what it keeps: without regard to case and
+// trailing blanks. A composed letter is the same as its decomposed form. All else counts: accents, and characters that
+// show nothing. Any thread.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace mercato::text {
+
+bool same(std::string_view left, std::string_view right);
+
+// The order of the folded texts' bytes; trailing blanks count. Allocates only for texts with characters beyond U+02FF.
+int compare_folded(std::string_view left, std::string_view right);
+
+// The one form of all texts that differ in case and composition only. Bytes that are no UTF-8 stay as they are; a text
+// with such bytes is not composed.
+std::string folded(std::string_view text);
+
+std::string_view without_trailing_blanks(std::string_view text);
+
+}  // namespace mercato::text
