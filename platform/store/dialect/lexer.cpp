@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "frame/types/text.h"
+#include "platform/store/call_limit.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/dialect/like_prefix.h"
 #include "platform/store/dialect/refusal.h"
@@ -98,6 +99,7 @@ class Lexer {
   }
 
   void step() {
+    check_call_limit();
     const char c = text_[position_];
     switch (kind_of(c)) {
       case CharKind::blank:
@@ -184,6 +186,7 @@ class Lexer {
     }
     int depth = 0;  // these comments nest
     do {
+      check_call_limit();
       if (position_ + 1 >= text_.size()) refuse("Missing end comment mark '*/'" + place_text(text_, begin));
       const char first = text_[position_], second = text_[position_ + 1];
       const bool opens = first == '/' && second == '*', closes = first == '*' && second == '/';

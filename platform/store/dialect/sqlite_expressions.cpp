@@ -1,4 +1,5 @@
 #include "frame/types/text.h"
+#include "platform/store/call_limit.h"
 #include "platform/store/dialect/like_prefix.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/sqlite_translator.h"
@@ -27,6 +28,14 @@ SqliteTranslator::Nesting::Nesting(SqliteTranslator& translator) : depth_(transl
   ++depth_;
 }
 
+void SqliteTranslator::count_terms(std::size_t count) {
+  check_call_limit();
+  constexpr std::size_t kMostTerms = 20000;
+  terms_ += count;
+  if (terms_ > kMostTerms)
+    refuse("The statement has more than 20000 terms outside of lists. Put values into a list: COLUMN IN (1, 2, 3).");
+}
+
 // A long chain becomes a balanced tree: SQLite bounds the depth of an expression, and a chain is as deep as it is long.
 Expression SqliteTranslator::joined_conditions(std::vector<Expression> operands, std::string_view operation) const {
   if (operands.size() == 1) return std::move(operands.front());
@@ -46,6 +55,24 @@ Expression SqliteTranslator::joined_conditions(std::vector<Expression> operands,
   return make_condition(chain(chain, 0, operands.size()));
 }
 
+// Takes a comparison into the list of the one before it, when both compare the same column: A = 1 OR A = 2 is A IN (1,
+// 2), which the engine plans in proportion to its length.
+bool SqliteTranslator::joins_list(Expression& list, const Expression& next) {
+  if (next.compared.empty() || next.compared != list.compared) return false;
+  list.values += ", " + next.values;
+  list.sql.clear();  // written when the list is complete
+  terms_ -= 2;
+  return true;
+}
+
+// Whether what was read from that token on is one literal, perhaps with a sign.
+bool SqliteTranslator::is_literal_since(std::uint32_t begin) const {
+  const TokenKind last = lexed_.tokens[next_ - 1].kind;
+  const bool is_number = last == TokenKind::number;
+  const bool is_text = last == TokenKind::text || last == TokenKind::national_text;
+  return (next_ == begin + 1 && (is_number || is_text)) || (next_ == begin + 2 && is_number);
+}
+
 // A condition, or the one value that stands in its place; whoever calls says which of the two it needs.
 Expression SqliteTranslator::condition(const Scope& scope) {
   const Nesting nesting(*this);
@@ -53,9 +80,12 @@ Expression SqliteTranslator::condition(const Scope& scope) {
   while (at_word("OR")) {
     if (!is_condition(operands.back())) fail();
     ++next_;
-    operands.push_back(conjunction(scope));
-    if (!is_condition(operands.back())) fail();
+    Expression operand = conjunction(scope);
+    if (!is_condition(operand)) fail();
+    if (!joins_list(operands.back(), operand)) operands.push_back(std::move(operand));
   }
+  for (Expression& operand : operands)
+    if (operand.sql.empty()) operand.sql = operand.compared + " IN (" + operand.values + ")";
   return joined_conditions(std::move(operands), " OR ");
 }
 
@@ -111,12 +141,18 @@ Expression SqliteTranslator::predicate(const Scope& scope) {
   Expression left = value(scope);
   if (is_condition(left)) return left;
   if (const std::string operation = comparison_operator(); !operation.empty()) {
+    const std::uint32_t begin = next_;
     Expression right = value(scope);
     if (is_condition(right)) fail();
     unify(left, right);
     // The left operand's collation counts, then the right one's.
     const bool by_column = right.form == Expression::Form::column;
-    return make_condition((by_column ? left.sql : collated(left)) + operation + right.sql);
+    Expression result = make_condition((by_column ? left.sql : collated(left)) + operation + right.sql);
+    if (operation == " = " && left.form == Expression::Form::column && is_literal_since(begin)) {
+      result.compared = left.sql;
+      result.values = right.sql;
+    }
+    return result;
   }
   if (accept_word("IS")) {
     const bool negated = accept_word("NOT");
@@ -179,9 +215,20 @@ Expression SqliteTranslator::in_list(const Scope& scope, Expression left, bool n
     return make_condition(collated(left) + operation + subselect(inner, type) + ")");
   }
   std::vector<Expression> operands{std::move(left)};
+  std::size_t literals = 0;
+  bool only_literals = true;
   do {
+    const std::uint32_t begin = next_;
+    const std::size_t terms = terms_;
     operands.push_back(value(scope));
     if (is_condition(operands.back())) fail();
+    if (only_literals && is_literal_since(begin)) {
+      ++literals;
+      terms_ = terms;
+    } else if (only_literals) {
+      only_literals = false;
+      count_terms(literals);
+    }
   } while (accept_symbol(','));
   expect_symbol(')');
   unify(operands);
@@ -305,6 +352,7 @@ Expression SqliteTranslator::literal() {
 }
 
 Expression SqliteTranslator::primary(const Scope& scope) {
+  count_terms(1);
   switch (token().kind) {
     case TokenKind::number:
     case TokenKind::text:

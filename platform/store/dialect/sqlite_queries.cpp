@@ -161,6 +161,7 @@ void SqliteTranslator::select_list(Arm& arm) {
 
 void SqliteTranslator::add_star(Arm& arm, const Source& source) {
   for (const Column& column : source.columns()) {
+    count_terms(1);
     Expression item = make_value(quoted(source.name) + "." + quoted(column.name), column.type);
     item.form = Expression::Form::column;
     item.column = &column;
@@ -204,6 +205,7 @@ std::string SqliteTranslator::join_operator() {
 }
 
 void SqliteTranslator::table_primary(Scope& scope, std::string& sql) {
+  count_terms(1);
   Source source;
   if (accept_symbol('(')) {
     if (!at_word("SELECT")) {
@@ -263,6 +265,7 @@ void SqliteTranslator::order_by(Query& query) {
 
 // A column of the result, by its place or its own name, comes before a column of the tables.
 std::string SqliteTranslator::order_item(Query& query) {
+  count_terms(1);
   const std::vector<Column>& columns = query.columns();
   const bool one_arm = query.arms.size() == 1;
   if (token().kind == TokenKind::number) {

@@ -149,7 +149,10 @@ std::string SqliteTranslator::insert_row(const std::vector<const Column*>& targe
   std::size_t count = 0;
   expect_symbol('(');
   do {
+    const std::size_t terms = terms_;
+    const std::uint32_t begin = next_;
     Expression item = value(nothing);
+    if (is_literal_since(begin)) terms_ = terms;
     if (count < targets.size()) item = stored(std::move(item), *targets[count]);
     sql += (count == 0 ? "(" : ", ") + item.sql;
     ++count;

@@ -37,6 +37,8 @@ struct Expression {
   std::uint32_t parameter = 0;     // of a literal: its number
   const Column* column = nullptr;  // of a column: what the table says of it
   bool enclosed = false;           // a condition in brackets
+  std::string compared;            // of a condition that compares a column with literals for equality: the column,
+  std::string values;              // and the literals, with commas between them
   bool fraction = false;           // a literal number with decimals or an exponent
 
   bool is_literal() const { return form == Form::literal || form == Form::signed_literal; }
@@ -140,6 +142,8 @@ class SqliteTranslator : TokenReader {
   std::string comparison_operator();
   Expression expect_condition(const Scope& scope);
   Expression joined_conditions(std::vector<Expression> operands, std::string_view operation) const;
+  bool joins_list(Expression& list, const Expression& next);
+  bool is_literal_since(std::uint32_t begin) const;
 
   // Function calls.
   bool at_function() const;
@@ -178,6 +182,11 @@ class SqliteTranslator : TokenReader {
   void set_conversion(const Expression& literal, Conversion conversion);
   std::string new_parameter(std::uint32_t token);
 
+  // Asks the call limit, and counts: the engine plans a statement without asking, in time that grows with the square of
+  // its terms, so more than it plans in a moment are refused. Lists of literals and rows of values cost it little and
+  // are not counted.
+  void count_terms(std::size_t count);
+
   // Nesting is bounded, as the stack is.
   class Nesting {
    public:
@@ -195,6 +204,7 @@ class SqliteTranslator : TokenReader {
   std::string refusal_;          // the first name that was not found
   bool aggregate_seen_ = false;  // in the select list that is being read
   int depth_ = 0;
+  std::size_t terms_ = 0;  // as `count_terms` counts
 };
 
 // A value that stands for itself.

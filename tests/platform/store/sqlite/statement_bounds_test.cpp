@@ -1,0 +1,111 @@
+// Statements that ran for minutes, whatever the call's limit: the engine plans and compiles without asking, and so did
+// the functions that statements call.
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "platform/store/call_limit.h"
+#include "tests/platform/store/store_files.h"
+
+namespace mercato::store {
+namespace {
+
+using namespace error_number;
+using test::failure_of;
+using test::query_one;
+using test::run;
+
+class StatementBounds : public testing::Test {
+ protected:
+  StatementBounds() : session_(driver_for(folder_.store()).open(folder_.store())) {
+    run(*session_, "CREATE TABLE T (N int NULL, M int NULL, NAME nvarchar(20) NULL)");
+    run(*session_, "INSERT INTO T (N, M, NAME) VALUES (7, 8, 'x'), (250000, 1, 'y'), (NULL, 2, 'z')");
+  }
+  // Conditions on the numbers from 0 on, joined.
+  static std::string joined(int count, std::string_view condition, std::string_view by) {
+    std::string text;
+    for (int i = 0; i < count; ++i) {
+      if (i > 0) text += by;
+      text += condition;
+      text += std::to_string(i);
+    }
+    return text;
+  }
+  Variant count_where(const std::string& condition) {
+    return query_one(*session_, "SELECT COUNT(*) FROM T WHERE " + condition);
+  }
+  // How a statement with a limit of a twentieth of a second ends; soon.
+  std::int32_t outcome_within_a_call(const std::string& sql) {
+    const CallLimit limit(0.05);
+    const auto begin = std::chrono::steady_clock::now();
+    const std::int32_t number = failure_of([&] {
+                                  if (const auto cursor = run(*session_, sql).cursor) cursor->next();
+                                }).Number;
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(3));
+    return number;
+  }
+
+  test::Folder folder_;
+  std::unique_ptr<Session> session_;
+};
+
+TEST_F(StatementBounds, ManyEqualitiesOnOneColumnAreAList) {
+  EXPECT_EQ(count_where(joined(300'000, "N = ", " OR ")), Variant(2));
+  EXPECT_EQ(count_where("NOT (" + joined(1'000, "N=", " OR ") + ")"), Variant(1));
+  EXPECT_EQ(count_where("N = 7 OR N = 250000"), Variant(2));
+  EXPECT_EQ(count_where("N = 7 OR M = 1 OR M = 2 OR N = -7"), Variant(3));
+  EXPECT_EQ(count_where("NAME = 'X' OR NAME = N'y '"), Variant(2));
+  EXPECT_EQ(count_where("N = '7' OR N = 250000.0 OR N = NULL"), Variant(2));
+}
+
+TEST_F(StatementBounds, MoreTermsThanTheEngineCanPlanAreRefused) {
+  const std::string expected =
+      "The statement has more than 20000 terms outside of lists. Put values into a list: COLUMN IN (1, 2, 3).";
+  for (const std::string& condition : {
+           joined(30'000, "N <> ", " AND "),
+           joined(30'000, "M = 1 OR N = ", " OR "),
+           "1 = " + joined(30'000, "", " + "),
+           "1 = CASE" + joined(30'000, " WHEN N = 1 THEN ", "") + " END",
+           "N IN (M, " + joined(30'000, "", ", ") + ")",
+           "N IN (" + joined(30'000, "", ", ") + ", M)",
+       }) {
+    const RaisedError failure = failure_of([&] { count_where(condition); });
+    EXPECT_EQ(failure.Number, kStatementRefused);
+    EXPECT_EQ(failure.Description, expected);
+  }
+  EXPECT_EQ(failure_of([&] { run(*session_, "SELECT " + joined(30'000, "N AS A", ", ") + " FROM T"); }).Description,
+            expected);
+  EXPECT_EQ(failure_of([&] { run(*session_, "SELECT 1 FROM " + joined(30'000, "T A", ", ")); }).Description, expected);
+  EXPECT_EQ(failure_of([&] { run(*session_, "SELECT N FROM T ORDER BY " + joined(30'000, "N + ", ", ")); }).Description,
+            expected);
+}
+
+TEST_F(StatementBounds, ListsAndRowsOfValuesAreNotCounted) {
+  EXPECT_EQ(count_where("N IN (" + joined(30'000, "", ", ") + ", 250000)"), Variant(2));
+  EXPECT_EQ(run(*session_, "INSERT INTO T (N, M) VALUES (" + joined(40'000, "1, ", "), (") + ")").affected, 40'000);
+}
+
+TEST_F(StatementBounds, WhatTakesTooLongEndsWithTheCall) {
+  const std::string many(500'000, 'a');
+  EXPECT_EQ(outcome_within_a_call("SELECT COUNT(*) FROM T WHERE CHARINDEX('" + many + "b', '" + many + many + "') > 0"),
+            kTimeout);
+  EXPECT_EQ(
+      outcome_within_a_call("SELECT COUNT(*) FROM T WHERE '" + many + "' LIKE '%" + many.substr(0, 250'000) + "b%'"),
+      kTimeout);
+  EXPECT_EQ(outcome_within_a_call("SELECT COUNT(*) FROM T WHERE N IN (" + joined(3'000'000, "", ",") + ")"), kTimeout);
+  EXPECT_EQ(outcome_within_a_call("SELECT COUNT(*) FROM T /*" + std::string(50'000'000, ' ') + "*/"), kTimeout);
+}
+
+// The engine would undo the whole group of a run with a statement that it ends itself.
+TEST_F(StatementBounds, AStatementOfARunThatEndsWithTheCallLeavesTheOthersStanding) {
+  const std::string many(500'000, 'a');
+  session_->begin_run();
+  run(*session_, "UPDATE T SET M = 100 WHERE N = 7");
+  EXPECT_EQ(outcome_within_a_call("UPDATE T SET M = 200 WHERE CHARINDEX('" + many + "b', '" + many + many + "') > 0"),
+            kTimeout);
+  session_->end_run();
+  EXPECT_EQ(count_where("M = 100"), Variant(1));
+}
+
+}  // namespace
+}  // namespace mercato::store
