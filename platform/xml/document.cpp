@@ -8,6 +8,7 @@
 #include "platform/files/files.h"
 #include "platform/files/paths.h"
 #include "platform/xml/encoding.h"
+#include "platform/xml/entities.h"
 #include "platform/xml/tree.h"
 #include "platform/xml/well_formed.h"
 
@@ -193,6 +194,12 @@ bool Document::take(std::string bytes, std::string_view what, bool decode) {
     error_ = judgement.fault;
     const auto subset = bytes.begin() + static_cast<std::ptrdiff_t>(judgement.subset_begin);
     std::fill_n(subset, judgement.subset_end - judgement.subset_begin, ' ');
+    if (error_.empty() && !judgement.references.empty()) {
+      error_ = expand_entities(bytes, judgement, limits_.max_depth);
+      if (error_.empty() && bytes.size() > limits_.max_bytes)
+        error_ = "it has more than " + std::to_string(limits_.max_bytes) + " bytes";
+      if (error_.empty()) error_ = judge(bytes, limits_.max_depth).fault;
+    }
   }
   if (error_.empty()) {
     auto tree = std::make_shared<Tree>();

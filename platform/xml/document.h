@@ -3,11 +3,11 @@
 // independent. Nodes and lists share ownership of the tree they came from: they stay readable when the Document is gone
 // or has loaded something else, and a removed node stays readable as long as anything holds it.
 //
-// What is read: well-formed XML 1.x in UTF-8, or from files and URLs also in UTF-16 with a byte order mark and in
-// ISO-8859-1 or windows-1252 by declaration. Nothing outside the document is ever loaded: no DTD, no external entity.
-// A DOCTYPE is accepted, its internal subset is dropped unread, and a reference to any entity but the five predefined
-// ones makes a document not loadable. Namespaces are not resolved: a name is what is written, prefix included.
-// White space alone between tags is no node.
+// What is read: well-formed XML 1.x in UTF-8, or from files and URLs also in UTF-16 and UTF-32 with a byte order mark
+// and in any encoding that ICU knows by declaration. Nothing outside the document is ever loaded: no DTD, no external
+// entity. A DOCTYPE is accepted. Of its internal subset only the internal entities are read, and put in their places
+// within bounds; a reference to any other entity makes a document not loadable. Namespaces are not resolved: a name is
+// what is written, prefix included. White space alone between tags is no node.
 #pragma once
 
 #include <cstddef>

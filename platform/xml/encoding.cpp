@@ -12,24 +12,36 @@
 namespace mercato::xml {
 namespace {
 
-constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
-constexpr std::string_view kUtf16LittleMark = "\xFF\xFE";
-constexpr std::string_view kUtf16BigMark = "\xFE\xFF";
+struct Mark {
+  std::string_view bytes;
+  const char* converter;  // nullptr: as it is
+};
+// The longer ones first, as one begins like another.
+constexpr std::array kMarks = {
+    Mark{{"\xFF\xFE\0\0", 4}, "UTF-32LE"}, Mark{{"\0\0\xFE\xFF", 4}, "UTF-32BE"}, Mark{"\xEF\xBB\xBF", nullptr},
+    Mark{"\xFF\xFE", "UTF-16LE"},          Mark{"\xFE\xFF", "UTF-16BE"},
+};
 
-struct Known {
-  std::string_view declared;  // in small letters
-  const char* converter;      // nullptr: as it is
-};
-constexpr std::array kKnown = {
-    Known{"utf-8", nullptr},           Known{"utf8", nullptr},        Known{"us-ascii", nullptr},
-    Known{"iso-8859-1", "ISO-8859-1"}, Known{"latin1", "ISO-8859-1"}, Known{"windows-1252", "windows-1252"},
-    Known{"cp1252", "windows-1252"},
-};
+constexpr std::string_view kDeclaration = "<?xml";
+// The same in all encodings of the EBCDIC family, which also agree on the letters of a declaration.
+constexpr std::string_view kEbcdicDeclaration = "\x4C\x6F\xA7\x94\x93";
+constexpr const char* kAnyEbcdic = "ibm-37";
+
+// What is text as it stands: the judge of the document sees whether it is.
+bool is_utf8(std::string_view declared) {
+  return declared.empty() || declared == "utf-8" || declared == "utf8" || declared == "us-ascii";
+}
+
+// Only a name that ICU lists: for others it would look for a file.
+bool is_known(const std::string& declared) {
+  UErrorCode status = U_ZERO_ERROR;
+  return ucnv_countAliases(declared.c_str(), &status) > 0 && U_SUCCESS(status);
+}
 
 // The value of the pseudo attribute "encoding" of the declaration, empty without one. Whether the declaration is
 // well-formed is judged later, on the text in UTF-8.
 std::string declared_encoding(std::string_view bytes) {
-  if (!bytes.starts_with("<?xml")) return {};
+  if (!bytes.starts_with(kDeclaration)) return {};
   const std::string_view declaration = bytes.substr(0, bytes.find("?>"));
   const auto name = declaration.find("encoding");
   if (name == std::string_view::npos) return {};
@@ -74,23 +86,26 @@ std::string convert(std::string& bytes, const char* from, std::size_t max_bytes)
 }  // namespace
 
 std::string to_utf8(std::string& bytes, std::size_t max_bytes) {
-  const std::string_view view = bytes;
-  if (view.starts_with(std::string_view("\xFF\xFE\0\0", 4)) || view.starts_with(std::string_view("\0\0\xFE\xFF", 4))) {
-    return "the encoding UTF-32 is not read";
+  for (const Mark& mark : kMarks) {
+    if (!bytes.starts_with(mark.bytes)) continue;
+    bytes.erase(0, mark.bytes.size());
+    return mark.converter == nullptr ? std::string() : convert(bytes, mark.converter, max_bytes);
   }
-  if (view.starts_with(kUtf16LittleMark) || view.starts_with(kUtf16BigMark)) {
-    const char* converter = view.starts_with(kUtf16LittleMark) ? "UTF-16LE" : "UTF-16BE";
-    bytes.erase(0, kUtf16LittleMark.size());
-    return convert(bytes, converter, max_bytes);
+  std::string declared;
+  if (bytes.starts_with(kEbcdicDeclaration)) {
+    constexpr std::size_t kLongestDeclaration = 200;
+    std::string begin = bytes.substr(0, kLongestDeclaration);
+    if (std::string fault = convert(begin, kAnyEbcdic, max_bytes); !fault.empty()) return fault;
+    declared = declared_encoding(begin);
+  } else {
+    declared = declared_encoding(bytes);
+    if (is_utf8(declared)) return {};
   }
-  const bool marked = view.starts_with(kUtf8Mark);
-  if (marked) bytes.erase(0, kUtf8Mark.size());
-  const std::string declared = declared_encoding(bytes);
-  if (marked || declared.empty()) return {};
-  const auto* known = std::find_if(kKnown.begin(), kKnown.end(),
-                                   [&](const Known& candidate) { return candidate.declared == declared; });
-  if (known == kKnown.end()) return "the encoding \"" + declared.substr(0, 40) + "\" is not read";
-  return known->converter == nullptr ? std::string() : convert(bytes, known->converter, max_bytes);
+  const std::string shown = "\"" + declared.substr(0, 40) + "\"";
+  if (!is_known(declared)) return "the encoding " + shown + " is not read";
+  if (std::string fault = convert(bytes, declared.c_str(), max_bytes); !fault.empty()) return fault;
+  // The declaration was found in the bytes as they are, so another beginning means that it does not tell the truth.
+  return bytes.starts_with(kDeclaration) ? std::string() : "it is not in the encoding " + shown + " that it declares";
 }
 
 }  // namespace mercato::xml

@@ -82,8 +82,13 @@ std::string shown(std::string_view name) {
 // there.
 class Judge {
  public:
-  Judge(const std::string& text, std::size_t max_depth)
-      : p_(text.data()), end_(text.data() + text.size()), max_depth_(max_depth) {}
+  Judge(const std::string& text, std::size_t max_depth, const EntityTexts* known, Judgement& judgement)
+      : begin_(text.data()),
+        p_(text.data()),
+        end_(text.data() + text.size()),
+        max_depth_(max_depth),
+        judgement_(judgement),
+        known_(known != nullptr ? *known : judgement.entities) {}
 
   void document() {
     if (p_ == end_) fail(p_, "the document is empty");
@@ -113,9 +118,6 @@ class Judge {
     }
     if (!has_root) fail(p_, "there is no root element");
   }
-
-  const char* subset_begin() const { return subset_begin_; }
-  const char* subset_end() const { return subset_end_; }
 
  private:
   bool at(std::string_view token) const {
@@ -185,35 +187,43 @@ class Judge {
     return {begin, static_cast<std::size_t>(p_ - begin)};
   }
 
-  void reference() {
-    const char* begin = p_++;
-    if (*p_ == '#') {
-      ++p_;
-      const bool hexadecimal = *p_ == 'x';
-      if (hexadecimal) ++p_;
-      const char* digits = p_;
-      char32_t c = 0;
-      for (;; ++p_) {
-        const char lower = static_cast<char>(*p_ | 0x20);
-        int digit = -1;
-        if (*p_ >= '0' && *p_ <= '9') digit = *p_ - '0';
-        if (hexadecimal && lower >= 'a' && lower <= 'f') digit = lower - 'a' + 10;
-        if (digit < 0) break;
-        // Beyond the last character there is no need to be exact.
-        c = std::min<char32_t>(c * (hexadecimal ? 16 : 10) + static_cast<char32_t>(digit), 0x110000);
-      }
-      if (p_ == digits || *p_ != ';') fail(begin, "a character reference is incomplete");
-      if (!is_legal(c)) fail(begin, "a reference to a character that XML does not allow");
-    } else {
-      if (!is(*p_, kNameStart) && static_cast<unsigned char>(*p_) < 0x80) fail(begin, "a stray &");
-      const std::string_view entity = name("an entity reference");
-      if (*p_ != ';') fail(begin, "a stray &");
-      constexpr std::string_view kPredefined[] = {"amp", "lt", "gt", "quot", "apos"};
-      if (std::find(std::begin(kPredefined), std::end(kPredefined), entity) == std::end(kPredefined)) {
-        fail(begin, "the entity &" + shown(entity) + "; is not expanded here");
-      }
+  // The character of a reference "&#...;", which is passed.
+  char32_t character_reference() {
+    const char* begin = p_;
+    p_ += 2;
+    const bool hexadecimal = *p_ == 'x';
+    if (hexadecimal) ++p_;
+    const char* digits = p_;
+    char32_t c = 0;
+    for (;; ++p_) {
+      const char lower = static_cast<char>(*p_ | 0x20);
+      int digit = -1;
+      if (*p_ >= '0' && *p_ <= '9') digit = *p_ - '0';
+      if (hexadecimal && lower >= 'a' && lower <= 'f') digit = lower - 'a' + 10;
+      if (digit < 0) break;
+      // Beyond the last character there is no need to be exact.
+      c = std::min<char32_t>(c * (hexadecimal ? 16 : 10) + static_cast<char32_t>(digit), 0x110000);
     }
+    if (p_ == digits || *p_ != ';') fail(begin, "a character reference is incomplete");
+    if (!is_legal(c)) fail(begin, "a reference to a character that XML does not allow");
     ++p_;
+    return c;
+  }
+
+  void reference(bool in_value) {
+    if (p_[1] == '#') {
+      character_reference();
+      return;
+    }
+    const char* begin = p_++;
+    if (!is(*p_, kNameStart) && static_cast<unsigned char>(*p_) < 0x80) fail(begin, "a stray &");
+    const std::string_view entity = name("an entity reference");
+    if (*p_ != ';') fail(begin, "a stray &");
+    ++p_;
+    constexpr std::string_view kPredefined[] = {"amp", "lt", "gt", "quot", "apos"};
+    if (std::find(std::begin(kPredefined), std::end(kPredefined), entity) != std::end(kPredefined)) return;
+    if (known_.find(entity) == known_.end()) fail(begin, "the entity &" + shown(entity) + "; is not expanded here");
+    judgement_.references.push_back({position(begin), position(p_), in_value});
   }
 
   // Answers the value as written.
@@ -234,7 +244,7 @@ class Judge {
       if (p_ == end_) fail(begin, "the value of the attribute " + shown(attribute_name) + " never ends");
       if (*p_ == '<') fail(p_, "a < stands in the value of the attribute " + shown(attribute_name));
       if (*p_ == '&') {
-        reference();
+        reference(true);
       } else if (*p_ == '"' || *p_ == '\'') {
         ++p_;
       } else {
@@ -324,7 +334,7 @@ class Judge {
       while (is(*p_, kPlainText)) ++p_;
       if (*p_ == '<' || p_ == end_) return;
       if (*p_ == '&') {
-        reference();
+        reference(false);
       } else if (*p_ == ']') {
         if (at("]]>")) fail(p_, "]]> stands in text");
         ++p_;
@@ -415,7 +425,7 @@ class Judge {
       if (p_ == end_) fail(begin, "the DOCTYPE never ends");
       if (*p_ == '"' || *p_ == '\'') {
         literal();
-      } else if (*p_ == '[' && subset_begin_ == nullptr) {
+      } else if (*p_ == '[' && judgement_.subset_end == 0) {
         internal_subset();
       } else if (is(*p_, kNameChar | kSpace)) {
         ++p_;
@@ -427,13 +437,19 @@ class Judge {
   }
 
   void internal_subset() {
-    subset_begin_ = p_++;
+    const char* begin = p_++;
     while (*p_ != ']') {
-      if (p_ == end_) fail(subset_begin_, "the DOCTYPE never ends");
+      if (p_ == end_) fail(begin, "the DOCTYPE never ends");
       if (at("<!--")) {
         comment();
       } else if (at("<?")) {
         instruction();
+      } else if (at("<!ENTITY")) {
+        entity_declaration();
+      } else if (*p_ == '%' && !is(p_[1], kSpace)) {
+        // What a parameter entity would bring is not read, so what follows it may not be what it says.
+        declares_ = false;
+        ++p_;
       } else if (*p_ == '"' || *p_ == '\'') {
         literal();
       } else if (is(*p_, kLegal)) {
@@ -442,43 +458,72 @@ class Judge {
         wide();
       }
     }
-    subset_end_ = ++p_;
+    ++p_;
+    judgement_.subset_begin = position(begin);
+    judgement_.subset_end = position(p_);
   }
+
+  // Keeps an internal entity. Of any other declaration the beginning is passed; what is left is no concern.
+  void entity_declaration() {
+    p_ += 8;
+    if (!skip_space() || *p_ == '%') return;
+    const std::string entity(name("an entity"));
+    skip_space();
+    const char quote = *p_;
+    if (quote != '"' && quote != '\'') return;
+    const char* begin = p_++;
+    std::string text;
+    while (*p_ != quote) {
+      if (p_ == end_) fail(begin, "a literal in the DOCTYPE never ends");
+      const char* piece = p_;
+      if (*p_ == '&' && p_[1] == '#') {
+        text::append(text, character_reference());
+        continue;
+      }
+      if (is(*p_, kLegal)) {
+        ++p_;
+      } else {
+        wide();
+      }
+      text.append(piece, p_);
+    }
+    ++p_;
+    // The first declaration of a name counts.
+    if (declares_) judgement_.entities.emplace(entity, std::move(text));
+  }
+
+  std::size_t position(const char* at) const { return static_cast<std::size_t>(at - begin_); }
 
   static constexpr std::size_t kFewAttributes = 16;
 
+  const char* begin_;
   const char* p_;
   const char* end_;
   std::size_t max_depth_;
+  Judgement& judgement_;
+  const EntityTexts& known_;
   std::vector<std::string_view> open_;
   std::vector<std::string_view> attributes_;  // of the tag at hand
   bool has_doctype_ = false;
-  const char* subset_begin_ = nullptr;
-  const char* subset_end_ = nullptr;
+  bool declares_ = true;  // what stands in the internal subset counts
 };
-
-std::string sentence(const std::string& text, const Fault& fault) {
-  const std::string_view before(text.data(), static_cast<std::size_t>(fault.at - text.data()));
-  const auto line = std::count(before.begin(), before.end(), '\n') + 1;
-  const auto line_begin = before.rfind('\n') + 1;  // npos + 1 is 0
-  const std::size_t column = text::length(before.substr(line_begin)) + 1;
-  return "Line " + std::to_string(line) + ", column " + std::to_string(column) + ": " + fault.reason;
-}
 
 }  // namespace
 
-Judgement judge(const std::string& text, std::size_t max_depth) {
-  Judge judge(text, max_depth);
+std::string fault_at(std::string_view text, std::size_t position, const std::string& reason) {
+  const std::string_view before = text.substr(0, position);
+  const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+  const auto line_begin = before.rfind('\n') + 1;  // npos + 1 is 0
+  const std::size_t column = text::length(before.substr(line_begin)) + 1;
+  return "Line " + std::to_string(line) + ", column " + std::to_string(column) + ": " + reason;
+}
+
+Judgement judge(const std::string& text, std::size_t max_depth, const EntityTexts* known) {
   Judgement judgement;
   try {
-    judge.document();
+    Judge(text, max_depth, known, judgement).document();
   } catch (const Fault& fault) {
-    judgement.fault = sentence(text, fault);
-    return judgement;
-  }
-  if (judge.subset_begin() != nullptr) {
-    judgement.subset_begin = static_cast<std::size_t>(judge.subset_begin() - text.data());
-    judgement.subset_end = static_cast<std::size_t>(judge.subset_end() - text.data());
+    judgement.fault = fault_at(text, static_cast<std::size_t>(fault.at - text.data()), fault.reason);
   }
   return judgement;
 }

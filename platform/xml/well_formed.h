@@ -3,10 +3,23 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace mercato::xml {
+
+// What the entities of an internal subset stand for, by their names.
+using EntityTexts = std::map<std::string, std::string, std::less<>>;
+
+// A reference to one of them, "&" and ";" included.
+struct Reference {
+  std::size_t begin;
+  std::size_t end;
+  bool in_value;  // of an attribute
+};
 
 struct Judgement {
   // Empty when the text is well-formed, else a sentence such as
@@ -15,13 +28,19 @@ struct Judgement {
   // Where the internal subset of the DOCTYPE stands, brackets included; both 0 without one.
   std::size_t subset_begin = 0;
   std::size_t subset_end = 0;
+  EntityTexts entities;               // that the subset declares
+  std::vector<Reference> references;  // to them, in their order
 };
 
 // Checks: UTF-8 and legal characters; names; one root and nothing but comments and instructions beside it; start
 // and end tags that match; attributes quoted, separated, not repeated, without "<"; references only to the five
-// predefined entities and to legal characters; comments, CDATA, instructions and the DOCTYPE closed. Elements
-// nested deeper than `max_depth` are a fault too. Not checked: what stands in an internal subset, other than that it
-// ends; namespaces.
-Judgement judge(const std::string& text, std::size_t max_depth);
+// predefined entities, to those of the internal subset and to legal characters; comments, CDATA, instructions and the
+// DOCTYPE closed. Elements nested deeper than `max_depth` are a fault too. Not checked: what else stands in an internal
+// subset, other than that it ends; what an entity stands for; namespaces. `known`: entities of the document around the
+// text.
+Judgement judge(const std::string& text, std::size_t max_depth, const EntityTexts* known = nullptr);
+
+// A fault's sentence for that position.
+std::string fault_at(std::string_view text, std::size_t position, const std::string& reason);
 
 }  // namespace mercato::xml

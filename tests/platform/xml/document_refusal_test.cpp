@@ -212,7 +212,88 @@ TEST(Entities, ABombOfEntitiesIsRefused) {
     const std::string before = "&e" + std::to_string(i - 1) + ";";
     text += "<!ENTITY e" + std::to_string(i) + " \"" + before + before + "\">";
   }
-  EXPECT_EQ(reason(text + "]>\n<a>&e29;</a>"), "Line 2, column 4: the entity &e29; is not expanded here.");
+  EXPECT_EQ(reason(text + "]>\n<a>&e29;</a>"),
+            "Line 2, column 4: the entity &e29; cannot be expanded: the document would become too large.");
+  EXPECT_EQ(reason(text + "]>\n<a b='&e29;'/>"),
+            "Line 2, column 7: the entity &e29; cannot be expanded: the document would become too large.");
+}
+
+// Many that are each within the bound are not within it together.
+TEST(Entities, AllOfThemTogetherAreBounded) {
+  const std::string text = "<!DOCTYPE a [<!ENTITY e \"" + std::string(100'000, 'x') + "\">]>\n<a>";
+  std::string references;
+  for (int i = 0; i < 100; ++i) references += "&e;";
+  EXPECT_EQ(reason(text + references + "</a>"),
+            "Line 2, column 4: its entities cannot be expanded: the document would become too large.");
+  Document document;
+  EXPECT_TRUE(document.load_text(text + references.substr(0, 3 * 50) + "</a>")) << document.error();
+}
+
+// Documents with entities of their own could not be loaded.
+TEST(Entities, InternalOnesStandForTheirTexts) {
+  const auto read = [](const std::string& subset, const std::string& content) {
+    Document document;
+    if (!document.load_text("<!DOCTYPE a [" + subset + "]><a>" + content + "</a>")) return document.error();
+    return document.document_element().save_text();
+  };
+  const struct {
+    std::string subset, content, expected;
+  } cases[] = {
+      {"<!ENTITY e 'x'>", "[&e;]", "<a>[x]</a>\n"},
+      {"<!ENTITY e \"it's\">", "&e;<b c='&e;' d=\"&e;\"/>", "<a>it's<b c=\"it's\" d=\"it's\"/></a>\n"},
+      {"<!ENTITY e 'say \"x\"'>", "<b c=\"&e;\"/>", "<a>\n  <b c=\"say &quot;x&quot;\"/>\n</a>\n"},
+      {"<!ENTITY e 'x'><!ENTITY f '(&e;)'>", "&f;&f;", "<a>(x)(x)</a>\n"},
+      {"<!ENTITY f '(&e;)'><!ENTITY e 'x'>", "&f;", "<a>(x)</a>\n"},
+      {"<!ENTITY e '<b>x</b>'>", "&e;", "<a>\n  <b>x</b>\n</a>\n"},
+      {"<!ENTITY e '<b c=\"&f;\"/>'><!ENTITY f 'x'>", "&e;", "<a>\n  <b c=\"x\"/>\n</a>\n"},
+      {"<!ENTITY e '&#252;&#x20AC;'>", "&e;", "<a>\u00FC\u20AC</a>\n"},
+      {"<!ENTITY e 'R&#38;D'>", "x", "<a>x</a>\n"},
+      {"<!ENTITY e 'R&#38;amp;D'>", "&e;", "<a>R&amp;D</a>\n"},
+      {"<!ENTITY e '&amp;&lt;'>", "&e;", "<a>&amp;&lt;</a>\n"},
+      {"<!ENTITY e 'first'><!ENTITY e 'second'>", "&e;", "<a>first</a>\n"},
+      {"<!ENTITY amp 'x'>", "&amp;", "<a>&amp;</a>\n"},
+      {"<!ENTITY gr\u00F6\u00DFe 'x'>", "&gr\u00F6\u00DFe;", "<a>x</a>\n"},
+      {"<!--<!ENTITY e 'no'>--><?p <!ENTITY e 'no'>?><!ENTITY e 'x'>", "&e;", "<a>x</a>\n"},
+      {"<!ENTITY e 'x'>", "<![CDATA[&e;]]><!--&e;-->", "<a><![CDATA[&e;]]><!--&e;--></a>\n"},
+      {"<!ENTITY % p 'x'><!ENTITY e 'x'>", "&e;", "<a>x</a>\n"},
+  };
+  for (const auto& each : cases)
+    EXPECT_EQ(read(each.subset, each.content), each.expected) << each.subset << each.content;
+}
+
+TEST(Entities, WhatIsNoEntityOfTheDocumentIsRefusedWithItsPlace) {
+  const struct {
+    std::string subset, content, expected;
+  } cases[] = {
+      {"<!ENTITY e '&e;'>", "&e;", "Line 2, column 4: the entity &e; cannot be expanded: it refers to itself."},
+      {"<!ENTITY e '&f;'><!ENTITY f '&e;'>", "\n&e;",
+       "Line 3, column 1: the entity &e; cannot be expanded: it refers to itself."},
+      {"<!ENTITY e '<b>'>", "&e;</b>", "Line 2, column 7: the end tag </b> does not match the start tag <a>."},
+      {"<!ENTITY e '<b>'>", "&e;",
+       "Line 2, column 4: the entity &e; cannot be expanded: its text is not well-formed there."},
+      {"<!ENTITY e '</a><a>'>", "&e;",
+       "Line 2, column 4: the entity &e; cannot be expanded: its text is not well-formed there."},
+      {"<!ENTITY e '<'>", "<b c='&e;'/>",
+       "Line 2, column 10: the entity &e; cannot be expanded: its text is not well-formed there."},
+      {"<!ENTITY e '&#38;'>", "&e;lt;",
+       "Line 2, column 4: the entity &e; cannot be expanded: its text is not well-formed there."},
+      {"<!ENTITY e '&nbsp;'>", "&e;",
+       "Line 2, column 4: the entity &e; cannot be expanded: its text is not well-formed there."},
+      {"<!ENTITY e '&#0;'>", "x", "Line 1, column 26: a reference to a character that XML does not allow."},
+      {"%p;<!ENTITY e 'x'>", "&e;", "Line 2, column 4: the entity &e; is not expanded here."},
+      {"<!ENTITY e SYSTEM 'x'>", "&e;", "Line 2, column 4: the entity &e; is not expanded here."},
+      {"<!ENTITY % e 'x'>", "&e;", "Line 2, column 4: the entity &e; is not expanded here."},
+  };
+  for (const auto& each : cases)
+    EXPECT_EQ(reason("<!DOCTYPE a [" + each.subset + "]>\n<a>" + each.content + "</a>"), each.expected)
+        << each.subset << each.content;
+}
+
+TEST(Entities, ALongChainOfThemIsRefused) {
+  std::string text = "<!DOCTYPE a [<!ENTITY e0 \"x\">";
+  for (int i = 1; i < 100'000; ++i) text += "<!ENTITY e" + std::to_string(i) + " \"&e" + std::to_string(i - 1) + ";\">";
+  EXPECT_EQ(reason(text + "]>\n<a>&e99999;</a>"),
+            "Line 2, column 4: the entity &e99999; cannot be expanded: entities are nested deeper than 50.");
 }
 
 class Encodings : public testing::Test {
@@ -261,6 +342,51 @@ TEST_F(Encodings, DeclaredSingleByteEncodingsAreConverted) {
   EXPECT_EQ(read("<?xml version='1.0' encoding='Windows-1252'?><a>\x80\xE4</a>"), "\xE2\x82\xAC\xC3\xA4");
 }
 
+// Only two of them were read.
+TEST_F(Encodings, EveryEncodingThatIcuKnowsIsRead) {
+  const struct {
+    const char* encoding;
+    const char* bytes;
+    const char* expected;
+  } cases[] = {
+      {"ISO-8859-15", "\xA4\xE4", "\u20AC\u00E4"},
+      {"iso-8859-2", "\xB1", "\u0105"},
+      {"windows-1250", "\x9Cwi\xEAto", "\u015Bwi\u0119to"},
+      {"windows-1251", "\xC4\xE0", "\u0414\u0430"},
+      {"KOI8-R", "\xE4", "\u0414"},
+      {"IBM850", "\x84", "\u00E4"},
+      {"macintosh", "\x8A", "\u00E4"},
+      {"Shift_JIS", "\x93\xFA", "\u65E5"},
+      {"EUC-JP", "\xC6\xFC", "\u65E5"},
+      {"ISO-2022-JP", "\x1B$BF|\x1B(B", "\u65E5"},
+      {"GB18030", "\xC8\xD5", "\u65E5"},
+      {"Big5", "\xA4\xE9", "\u65E5"},
+      {"EUC-KR", "\xC0\xCF", "\uC77C"},
+  };
+  for (const auto& each : cases)
+    EXPECT_EQ(read("<?xml version='1.0' encoding='" + std::string(each.encoding) + "'?><a>" + each.bytes + "</a>"),
+              each.expected)
+        << each.encoding;
+}
+
+TEST_F(Encodings, Utf32IsReadByItsMark) {
+  const auto utf32 = [](std::u32string_view text, bool big) {
+    std::string bytes;
+    for (const char32_t c : text)
+      for (int i = 0; i < 4; ++i) bytes += static_cast<char>((c >> (8 * (big ? 3 - i : i))) & 0xFF);
+    return bytes;
+  };
+  EXPECT_EQ(read(utf32(U"\xFEFF<a>\u00E4</a>", true)), "\u00E4");
+  EXPECT_EQ(read(utf32(U"\xFEFF<a>\u00E4</a>", false)), "\u00E4");
+}
+
+TEST_F(Encodings, ADocumentInEbcdicIsReadByItsDeclaration) {
+  // <?xml version="1.0" encoding="IBM037"?><a>x</a>
+  EXPECT_EQ(read("\x4C\x6F\xA7\x94\x93\x40\xA5\x85\x99\xA2\x89\x96\x95\x7E\x7F\xF1\x4B\xF0\x7F\x40\x85\x95\x83"
+                 "\x96\x84\x89\x95\x87\x7E\x7F\xC9\xC2\xD4\xF0\xF3\xF7\x7F\x6F\x6E\x4C\x81\x6E\xA7\x4C\x61\x81\x6E"),
+            "x");
+}
+
 TEST_F(Encodings, WhatWasReadInAnotherEncodingIsSavedAsUtf8) {
   files::write_file_atomically(folder_ / "a.xml", "<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE4</a>");
   Document document;
@@ -275,8 +401,12 @@ TEST_F(Encodings, ATextIsUtf8WhateverItDeclares) {
 }
 
 TEST_F(Encodings, OtherAndBrokenEncodingsAreRefused) {
-  EXPECT_EQ(read("<?xml version='1.0' encoding='EBCDIC-CP-US'?><a/>"), "the encoding \"ebcdic-cp-us\" is not read.");
-  EXPECT_EQ(read(std::string("\xFF\xFE\0\0<\0\0\0", 8)), "the encoding UTF-32 is not read.");
+  EXPECT_EQ(read("<?xml version='1.0' encoding='klingon'?><a/>"), "the encoding \"klingon\" is not read.");
+  EXPECT_EQ(read("<?xml version='1.0' encoding='../x'?><a/>"), "the encoding \"../x\" is not read.");
+  EXPECT_EQ(read("<?xml version='1.0' encoding='EBCDIC-CP-US'?><a/>"),
+            "it is not in the encoding \"ebcdic-cp-us\" that it declares.");
+  EXPECT_EQ(read("<?xml version='1.0' encoding='Shift_JIS'?><a>\x93</a>"),
+            "it cannot be converted from shift_jis to UTF-8.");
   EXPECT_EQ(read(utf16(u"<a/>", true)), "Line 1, column 2: no name can start here, and a tag needs one.");
   EXPECT_EQ(read(utf16(u"\xFEFF<a>\xD800</a>", true)), "it cannot be converted from UTF-16LE to UTF-8.");
   EXPECT_EQ(read(utf16(u"\xFEFF<a/>", true) + "x"), "it cannot be converted from UTF-16LE to UTF-8.");
