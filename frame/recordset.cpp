@@ -233,7 +233,7 @@ void Recordset::write_row(std::size_t row) {
     store::Session& session = connection_->session();
     const store::TableInfo* const table = session.table(layout_->table());
     if (!table)
-      raise(error_number::kStoreFailure, {}, "There is no table " + layout_->table() + " in the store any more.");
+      raise(error_number::kStoreFailure, {}, "There is no table " + layout_->table() + " in the store any more");
     RowState& state = states_[row];
     std::vector<std::size_t> columns;
     std::vector<Variant> values;

@@ -33,7 +33,7 @@ void SqliteTranslator::count_terms(std::size_t count) {
   constexpr std::size_t kMostTerms = 20000;
   terms_ += count;
   if (terms_ > kMostTerms)
-    refuse("The statement has more than 20000 terms outside of lists. Put values into a list: COLUMN IN (1, 2, 3).");
+    refuse("The statement has more than 20000 terms outside of lists. Put values into a list: COLUMN IN (1, 2, 3)");
 }
 
 // A long chain becomes a balanced tree: SQLite bounds the depth of an expression, and a chain is as deep as it is long.

@@ -222,7 +222,7 @@ void Database::bring_up_to_date() {
     if (code != SQLITE_ROW) raise(code);
     if (std::string_view(reinterpret_cast<const char*>(sqlite3_column_text(check.get(), 0))) == "ok") return;
     refuse_to_open("The store '" + path_ + "' was written by an older version of this program, whose order of texts " +
-                   "differs for some that it holds. Open it once with the right to write.");
+                   "differs for some that it holds. Open it once with the right to write");
   }
   // Once begun it is worth its end, however long the call may take that happens to be the first.
   interruptible_ = false;

@@ -60,7 +60,7 @@ TEST_F(StatementBounds, ManyEqualitiesOnOneColumnAreAList) {
 
 TEST_F(StatementBounds, MoreTermsThanTheEngineCanPlanAreRefused) {
   const std::string expected =
-      "The statement has more than 20000 terms outside of lists. Put values into a list: COLUMN IN (1, 2, 3).";
+      "The statement has more than 20000 terms outside of lists. Put values into a list: COLUMN IN (1, 2, 3)";
   for (const std::string& condition : {
            joined(30'000, "N <> ", " AND "),
            joined(30'000, "M = 1 OR N = ", " OR "),
