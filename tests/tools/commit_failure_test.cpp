@@ -57,7 +57,7 @@ TEST_F(CommitFailure, IsTheFailureOfTheCallWhoseTransactionIsRolledBack) {
   EXPECT_EQ(error.at("code"), -32000);
   EXPECT_EQ(error.at("message"),
             "The disk is full: the store 'mercato.db' cannot grow. Free some space, then repeat the call (disk "
-            "I/O error).");
+            "I/O error)");
   EXPECT_EQ(error.at("data").at("number"), -2147467259);
   EXPECT_EQ(error.at("data").at("vote"), "commit");
   EXPECT_EQ(error.at("data").at("outcome"), "rolledback");
