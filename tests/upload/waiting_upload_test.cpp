@@ -89,7 +89,7 @@ TEST_F(WaitingUpload, ForACollaboratorLetsOthersSeeAndWrite) {
   register_class(SlowPartners::table());
   SlowPartners::meanwhile = [this] { visit(); };
   const auto record_of = [](const std::string& part_number) {
-    return record(part_number, kRequired + "<URL>new</URL><BUSINESSPARTNERID>ACME</BUSINESSPARTNERID>");
+    return record(part_number, kRequired + "<URL>new</URL><BUSINESSID>ACME</BUSINESSID>");
   };
   upload("insertProductsFromXML", "key/\\" + document(record_of("A-1") + record_of("B-2")), false);
   register_class(usual);
