@@ -718,9 +718,13 @@ TEST_F(UnspscUpload, OutsideOfATransactionLetsOthersSeeAndWriteWhileItsObserverW
   std::vector<std::size_t> seen;
   Visited observer([&] {
     std::thread([&] {
-      seen.push_back(codes().size());
-      execute_on(connection_string() + ";Busy Timeout=0",
-                 {"INSERT UNIT (UNITCODE) VALUES ('" + std::to_string(seen.size()) + "')"});
+      try {
+        seen.push_back(codes().size());
+        execute_on(connection_string() + ";Busy Timeout=0",
+                   {"INSERT UNIT (UNITCODE) VALUES ('" + std::to_string(seen.size()) + "')"});
+      } catch (const Raised& failure) {
+        ADD_FAILURE() << failure.error().Description;
+      }
     }).join();
   });
   TUNSPSC library;
