@@ -187,6 +187,21 @@ TEST_F(ExchangedStore, AWriterNoticesABackupThatWasCopiedOverItsStore) {
   expect_refused_and_untouched();
 }
 
+// The engine itself moves a long log into whatever file it holds.
+TEST_F(ExchangedStore, AWriterDoesNotMoveItsLongLogIntoABackup) {
+  back_up_and_go_on();
+  {
+    const PooledSession session = acquire_session(store_);
+    run(*session.get(), "CREATE TABLE FILLED (TXT ntext NULL)");
+    fs::copy_file(backup_, path_, fs::copy_options::overwrite_existing);
+    session->start_transaction();
+    const std::string big(1 << 20, 'x');
+    for (int i = 0; i < 20; ++i) run(*session.get(), "INSERT INTO FILLED (TXT) VALUES ('" + big + "')");
+    expect_gone([&] { session->commit(); });
+  }
+  expect_refused_and_untouched();
+}
+
 TEST_F(ExchangedStore, ALogThatWasMovedAwayLeavesTheBackupInForce) {
   back_up_and_go_on();
   die_with_a_log();
