@@ -284,25 +284,29 @@ bool Database::log_belongs_to_another_file() const {
   return false;
 }
 
-bool Database::replaced() const noexcept {
-  if (identity_of(path_) != file_) return true;
-  if (in_memory_) return false;
+// Nothing when the file carries another mark than before, and no note says which ones it may.
+std::optional<bool> Database::is_same_file() const noexcept {
+  if (identity_of(path_) != file_) return false;
+  if (in_memory_) return true;
   try {
-    if (log_file_ && identity_of(log_path(files_)) != log_file_) return true;
+    if (log_file_ && identity_of(log_path(files_)) != log_file_) return false;
     const auto mark = mark_on_disk();
-    if (!mark || *mark == mark_) return false;
+    if (!mark || *mark == mark_) return true;
     // It came with a checkpoint, or somebody has written over the file.
     const auto note = read_log_note(files_);
-    if (!note || !note->admits(*mark)) return true;
+    if (!note) return std::nullopt;
+    if (!note->admits(*mark)) return false;
     mark_ = *mark;
-    return false;
+    return true;
   } catch (...) {
-    return false;  // out of memory: asked again soon
+    return true;  // out of memory: asked again soon
   }
 }
 
+bool Database::replaced() const noexcept { return is_same_file() != true; }
+
 void Database::refuse_if_replaced() const {
-  if (replaced())
+  if (is_same_file() == false)
     refuse_to_open("The store '" + path_ +
                    "' was moved, deleted or exchanged while it was in use, and what was written last is not in it. Put "
                    "its file back, or a backup, then repeat the call");

@@ -47,7 +47,7 @@ class Database {
   const std::string& path() const { return path_; }
   bool in_transaction() const { return sqlite3_get_autocommit(engine_.get()) == 0; }
   // Whether the file behind the connection string is another one by now, was overwritten from outside, or is gone; the
-  // same for its log.
+  // same for its log. True in doubt, too.
   bool replaced() const noexcept;
   // After every commit: raises kStoreFailure when what was committed went into a file that is the store no longer, and
   // notes whose log it is, once for each log.
@@ -91,14 +91,14 @@ class Database {
   std::optional<std::uint32_t> mark_on_disk() const noexcept;
   std::optional<std::uint64_t> log_in_use() const noexcept;
   bool log_belongs_to_another_file() const;
+  std::optional<bool> is_same_file() const noexcept;
   void note_log(std::uint64_t log);
   static int wait_for_lock(void* self, int tries);
   static int checkpoint_long_log(void* self, sqlite3* engine, const char* name, int pages);
   static int interrupts(void* self);
 
-  std::string path_;  // as given, so that a relative one is followed from where the process stands
-  std::string
-      files_;  // what the names of the files beside the store begin with: the same for all who get there by links
+  std::string path_;   // as given, so that a relative one is followed from where the process stands
+  std::string files_;  // what the names of the files beside it begin with: the same for all who come by links
   long busy_timeout_ms_ = 10000;
   std::chrono::steady_clock::time_point wait_began_;
   long waited_ms_ = 0;

@@ -176,6 +176,28 @@ TEST_F(ExchangedStore, ALiveProcessNoticesABackupThatWasCopiedOverItsStore) {
   expect_refused_and_untouched();
 }
 
+TEST_F(ExchangedStore, AnIdleReaderNoticesABackupThatWasCopiedOverItsStore) {
+  back_up_and_go_on();
+  EXPECT_EQ(count(store_), Variant(2));
+  fs::copy_file(backup_, path_, fs::copy_options::overwrite_existing);
+  const CallLimit next_call(0);
+  EXPECT_EQ(count(store_), Variant(1));
+}
+
+// Without the note nobody knows which marks are right: no commit fails for that.
+TEST_F(ExchangedStore, ACommitIsNotRefusedBecauseANoteWasLost) {
+  const PooledSession session = acquire_session(store_);
+  for (int i = 0; i < 5; ++i) {
+    run(*session.get(), "INSERT INTO T (N) VALUES (2)");
+    fs::remove(path_ + "-owner");
+    sqlite3* engine = nullptr;
+    ASSERT_EQ(sqlite3_open(path_.c_str(), &engine), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(engine, "PRAGMA wal_checkpoint(TRUNCATE)", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(engine);
+  }
+  EXPECT_EQ(count(store_), Variant(6));
+}
+
 TEST_F(ExchangedStore, AWriterNoticesABackupThatWasCopiedOverItsStore) {
   back_up_and_go_on();
   {
