@@ -19,7 +19,7 @@ using nlohmann::json;
 
 // A catalogue with two roots, and a successor that has the twin of one part of it. Products 1 and 3 are the same
 // article; ann has all, bob may look at all, cyd has two nodes.
-constexpr const char* kSeed = R"(
+constexpr const char* kCatalogSeed = R"(
 INSERT INTO CATALOG (CATALOGNAME, ACTIVE, VERSION) VALUES ('House', 1, 'a');
 INSERT INTO CATALOG (CATALOGNAME) VALUES ('Next');
 INSERT INTO PRODUCTCATEGORY (CATEGORYNAME) VALUES ('pens');
@@ -48,7 +48,7 @@ INSERT INTO USERNODE (USERID, CATALOGID, NODEID) VALUES ('cyd', 1, 2);
 
 class CatalogCommands : public CommandTest {
  protected:
-  CatalogCommands() { execute(kSeed); }
+  CatalogCommands() { execute(kCatalogSeed); }
 };
 
 const std::string kLegend = ", or the whole catalogue is his; orders, view only: what the entries on its way up say\n";
@@ -558,7 +558,7 @@ TEST_F(CatalogMigration, WhoseFavouritesFailLeavesTheRightsToo) {
 class KilledMigration : public StoreTest {};
 
 TEST_F(KilledMigration, LeavesRightsAndFavouritesAsTheyWereWhereverItDies) {
-  run_on_engine(store_path(), std::string("BEGIN;") + kSeed + kMigrationSeed + "COMMIT;");
+  run_on_engine(store_path(), std::string("BEGIN;") + kCatalogSeed + kMigrationSeed + "COMMIT;");
   const auto before = all_rows();
   for (unsigned statement = 1;; ++statement) {
     SCOPED_TRACE("death at statement " + std::to_string(statement));

@@ -73,7 +73,7 @@ constexpr const char* kRecycledProducts = R"(<Products>
   </Product>
 </Products>)";
 
-constexpr const char* kPrices = R"(<ProductPrices>
+constexpr const char* kStoryPrices = R"(<ProductPrices>
   <ProductPrice buyfrompartnumber="FP-80"><CurrencyCode>EUR</CurrencyCode><Price>5</Price><QuantityTo>10</QuantityTo>
     <PriceEffectiveDate>1/1/2026</PriceEffectiveDate><PriceExpiryDate>12/31/2026</PriceExpiryDate></ProductPrice>
   <ProductPrice buyfrompartnumber="FP-80"><CurrencyCode>EUR</CurrencyCode><Price>4.5</Price><QuantityTo>100</QuantityTo>
@@ -283,21 +283,21 @@ struct Story {
 
   void prices_are_uploaded() {
     const Texts all = {"FP-80", "FP-120", "FP-PEN", "FP-GONE"};
-    const RaisedError too_early = office.refusal_of([&] { office.upload_prices("spring", kPrices, all); });
+    const RaisedError too_early = office.refusal_of([&] { office.upload_prices("spring", kStoryPrices, all); });
     EXPECT_EQ(too_early.Number, error_number::kObjectNotSet) << "nobody has loaded the currencies";
 
     // A blank quantity is a fault here and none below; the part that is gone is not even mentioned.
-    EXPECT_EQ(office.preview_prices(kPrices),
+    EXPECT_EQ(office.preview_prices(kStoryPrices),
               (Texts{"FP-80, Copy paper A4, 80 g: sound", "FP-120, Tinted paper A4, 120 g: faulty",
                      "FP-PEN, Ballpoint pen: faulty"}));
-    EXPECT_EQ(office.faults_of_prices(kPrices, "FP-120"),
+    EXPECT_EQ(office.faults_of_prices(kStoryPrices, "FP-120"),
               (std::map<std::string, Record>{{"PRICE 1", {{"QuantityTo", ""}}}}));
-    EXPECT_EQ(office.faults_of_prices(kPrices, "FP-PEN"),
+    EXPECT_EQ(office.faults_of_prices(kStoryPrices, "FP-PEN"),
               (std::map<std::string, Record>{{"PRICE 1", {}},
                                              {"PRICE 2", {{"DiscountAmount", "1"}, {"Price", "1"}}},
                                              {"PRICE 3", {{"CurrencyCode", "GBP"}}}}));
 
-    EXPECT_EQ(office.upload_prices("spring", kPrices, all), all);
+    EXPECT_EQ(office.upload_prices("spring", kStoryPrices, all), all);
     EXPECT_EQ(office.count("CATALOGPRODUCTPRICE"), 5);
     EXPECT_EQ(office.count("CATALOGPRODUCTPRICE WHERE QUANTITYTO = 999999999"), 2);
     EXPECT_EQ(office.remaining_prices("spring", "FP-GONE"), 1);
