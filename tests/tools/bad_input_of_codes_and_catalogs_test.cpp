@@ -81,7 +81,7 @@ TEST_F(BadInputOfCodesAndCatalogs, StoreForCodes) {
   expect_line({"unspsc", "load", "codes.xlsx", "--store", store("nowhere.db")},
               begin + "There is no store at 'nowhere.db'. Create it with `mercato init`, or correct Data Source.");
   expect_line({"unspsc", "load", "codes.xlsx", "--store", store("empty.db") + ";Create=Yes"},
-              begin + "Invalid object name 'UNSPSCCODES'.\nThe store has no tables yet: `mercato init` creates them.");
+              begin + "The store has no table UNSPSCCODES: `mercato init` creates the tables that are missing.");
   expect_line({"unspsc", "load", "codes.xlsx", "--store", store("codes.xlsx")},
               begin + "'codes.xlsx' is not a store. Correct Data Source (file is not a database).");
 }
@@ -114,8 +114,8 @@ TEST_F(BadInputOfCodesAndCatalogs, Catalogue) {
   expect_line({"catalog", "tree", "x'; --"}, "There is no catalogue x'; --.");
   expect_line({"catalog", "tree", "house"}, "The name house stands for more than one catalogue: use the id.");
   expect_line({"catalog", "tree", "1", "--user", "O'Neil"},
-              "the library puts a user's id into its questions about rights as it stands, so that it cannot ask for "
-              "O'Neil, which has a quote.");
+              "the library puts a user's id into its statements as it stands, so that it cannot ask for O'Neil, "
+              "which has a quote.");
 }
 
 // What comes from outside is bounded before it is kept.

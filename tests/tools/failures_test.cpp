@@ -200,6 +200,13 @@ const std::vector<Failure>& failures() {
       {{"unit", "delete", "Q'Q"}, "mercato: There is no unit Q'Q.\n"},
       {{"unit", "delete", "BX"}, "refused: 1 product still uses unit BX\nmercato: unit BX stays.\n"},
 
+      // The store's file
+      {{"store", "check", "x"}, "mercato: 'x' is more than `mercato store check` takes; --help says more.\n", 2},
+      {{"store", "backup"}, "mercato: FILE is required; --help says more.\n", 2},
+      {{"store", "backup", "/nowhere/x"},
+       "mercato: There can be no file '/nowhere/x-new': No such file or directory.\n"},
+      {{"store", "restore", "nowhere.db"}, "mercato: There is no backup 'nowhere.db': No such file or directory.\n"},
+
       // Users, their favourites and rights
       {{"favorite", "add", "ann", "9"}, "mercato: There is no product 9.\n"},
       {{"favorite", "add", "ann", "1", "--folder", "9"}, "mercato: ann has no folder 9.\n"},
@@ -303,7 +310,7 @@ TEST_F(Failures, OfEveryCommandAreInTheTable) {
 TEST_F(Failures, OfALibraryStatementAreShownWithATraceOnly) {
   const ToolRun traced = run({"rights", "explain", "O'Neil", "1", "--trace"});
   EXPECT_NE(traced.err.find(kQuotedUser), std::string::npos) << traced.err;
-  EXPECT_NE(traced.err.find("Unclosed quotation mark after the character string ' AND NODEID = 1' (character 51)."),
+  EXPECT_NE(traced.err.find("Unclosed quotation mark after the character string ' AND NODEID = 1' (character 51)"),
             std::string::npos)
       << traced.err;
 }

@@ -200,7 +200,9 @@ TEST_F(ToolUpload, OneRunGoesOnBehindEveryRecordThatFails) {
     EXPECT_EQ(report.stopped_by, "");
     ASSERT_EQ(report.refusals.size(), 3u);
     EXPECT_EQ(report.refusals[1].part_number, "P-3");
-    EXPECT_EQ(report.refusals[1].reason, "Incorrect syntax near 'black'n'white' (character 74).");
+    EXPECT_EQ(report.refusals[1].reason,
+              "The library could not make a statement of these values: most often one of them has a quote ('), or one "
+              "that belongs to another is missing.");
   }
   Recorder recorder;
   expect_counts(upload(text, true), 2, 4, 0);

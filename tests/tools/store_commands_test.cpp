@@ -106,14 +106,21 @@ TEST_F(StoreCommands, AnUploadIntoAStoreThatGoesAwayClaimsNothing) {
   write_file("records.xml", "<Products>" + records + "</Products>");
   // As soon as the upload has written something.
   const ToolRun upload = tool_.run_line(
-      "mercato upload records.xml >upload.out 2>upload.err & p=$!\n"
+      "mercato upload records.xml --key gone >upload.out 2>upload.err & p=$!\n"
       "while [ ! -s mercato.db-wal ]; do sleep 0.01; done\n"
       "rm mercato.db; wait $p; echo $? >status; cat upload.out; cat upload.err >&2");
   EXPECT_EQ(read_whole(path("status")), "1\n");
-  EXPECT_EQ(upload.out, "");
-  EXPECT_EQ(upload.err,
-            "mercato: The store was moved, deleted or exchanged while the upload ran, so nothing of the document is in "
-            "it for certain. Put the store in its place, then upload the whole document again.\n");
+  EXPECT_EQ(
+      upload.out,
+      "read         1500  records of the document\n"
+      "valid           0  written with all their fields\n"
+      "repaired        0  written without the fields listed above\n"
+      "written         0  applied: 0 inserted, 0 updated\n"
+      "skipped         0  refused\n"
+      "remaining    1500  in web/XMLDownload/remaining_products_gone.xml\n"
+      "The upload was ended early: The file of the store was moved, removed or replaced during the upload, and "
+      "nothing of the document is in the store. Put the file back, or a backup, and upload the document again.\n");
+  EXPECT_EQ(upload.err, "");
 }
 
 }  // namespace

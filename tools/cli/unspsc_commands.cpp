@@ -134,7 +134,7 @@ std::string words_for(const RaisedError& failure, const Watcher& watcher, const 
 }
 
 [[noreturn]] void raise_unwritable(const std::string& file, RaisedError failure) {
-  failure.Description = "Nothing of " + file + " was loaded, since the store cannot be written. " + failure.Description;
+  failure.Description = "Nothing of " + file + " was loaded, since the store cannot be written. " + sentence(failure);
   throw Raised(std::move(failure));
 }
 

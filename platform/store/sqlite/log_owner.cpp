@@ -100,8 +100,9 @@ bool store_is_newer_than_log(const std::string& store) {
   struct stat file {};
   struct stat log {};
   if (stat(store.c_str(), &file) != 0 || stat(log_path(store).c_str(), &log) != 0) return false;
-  // The time of the last change of the file or of its name, which nobody can set.
-  return std::pair(file.st_ctim.tv_sec, file.st_ctim.tv_nsec) > std::pair(log.st_ctim.tv_sec, log.st_ctim.tv_nsec);
+  // The time of the last change of the file or of its name, which nobody can set. Within one tick of the clock the file
+  // counts as the newer one: a refusal can be undone, a replayed log cannot.
+  return std::pair(file.st_ctim.tv_sec, file.st_ctim.tv_nsec) >= std::pair(log.st_ctim.tv_sec, log.st_ctim.tv_nsec);
 }
 
 std::uint64_t number_of_log(const unsigned char* header) { return big_endian(header + kNumberInHeader); }
