@@ -24,10 +24,6 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
-[[noreturn]] void refuse_to_open(std::string description) {
-  mercato::raise(error_number::kStoreFailure, std::string(kFailureSource), std::move(description));
-}
-
 // The store called `:memory:`: a file in a private folder of the process, gone with it. The engine's own memory stores
 // let readers and a writer wait for each other for ever on one thread, which no store on a file does.
 class MemoryStore {
@@ -36,7 +32,7 @@ class MemoryStore {
     std::error_code failure;
     std::string folder = (fs::temp_directory_path(failure) / "mercato-memory-XXXXXX").string();
     if (failure || !mkdtemp(folder.data()))
-      refuse_to_open("There is no room for the store in memory: no folder can be made below the temporary folder");
+      raise_store_failure("There is no room for the store in memory: no folder can be made below the temporary folder");
     folder_ = folder;
   }
   MemoryStore(const MemoryStore&) = delete;
@@ -66,7 +62,7 @@ mode_t file_mode(const std::string& connection_string) {
   if (const auto given = connection_property(connection_string, "File Mode")) {
     const auto read = std::from_chars(given->data(), given->data() + given->size(), mode, 8);
     if (read.ec != std::errc() || read.ptr != given->data() + given->size() || mode > 0777)
-      refuse_to_open("File Mode has to be an octal number such as 660, not '" + *given + "'");
+      raise_store_failure("File Mode has to be an octal number such as 660, not '" + *given + "'");
   }
   return mode;
 }
@@ -75,18 +71,18 @@ mode_t file_mode(const std::string& connection_string) {
 void check_path(const std::string& path, bool create) {
   struct stat status {};
   if (stat(path.c_str(), &status) == 0) {
-    if (S_ISDIR(status.st_mode)) refuse_to_open("'" + path + "' is a folder, not a store. Correct Data Source");
+    if (S_ISDIR(status.st_mode)) raise_store_failure("'" + path + "' is a folder, not a store. Correct Data Source");
     return;
   }
   if (errno != ENOENT)
-    refuse_to_open("The store '" + path + "' cannot be reached: " + std::generic_category().message(errno));
+    raise_store_failure("The store '" + path + "' cannot be reached: " + std::generic_category().message(errno));
   const fs::path folder = fs::path(path).parent_path();
   std::error_code failure;
   if (!folder.empty() && !fs::is_directory(folder, failure))
-    refuse_to_open("There is no folder '" + folder.string() + "' for the store '" + path +
-                   "'. Create it, or correct Data Source");
+    raise_store_failure("There is no folder '" + folder.string() + "' for the store '" + path +
+                        "'. Create it, or correct Data Source");
   if (!create)
-    refuse_to_open("There is no store at '" + path + "'. Create it with `mercato init`, or correct Data Source");
+    raise_store_failure("There is no store at '" + path + "'. Create it with `mercato init`, or correct Data Source");
 }
 
 bool is_unusable(int code) { return (code & 0xFF) == SQLITE_CORRUPT || (code & 0xFF) == SQLITE_NOTADB; }
@@ -114,7 +110,7 @@ std::string immutable_name(const std::string& path) {
 
 Database::Database(const std::string& connection_string) {
   path_ = connection_property(connection_string, "Data Source").value_or("");
-  if (path_.empty()) refuse_to_open("The connection string has no Data Source. It has to name the store file");
+  if (path_.empty()) raise_store_failure("The connection string has no Data Source. It has to name the store file");
   in_memory_ = path_ == kMemory;
   if (in_memory_) {
     static const MemoryStore memory;
@@ -123,7 +119,7 @@ Database::Database(const std::string& connection_string) {
   if (const auto timeout = connection_property(connection_string, "Busy Timeout")) {
     const auto read = std::from_chars(timeout->data(), timeout->data() + timeout->size(), busy_timeout_ms_);
     if (read.ec != std::errc() || read.ptr != timeout->data() + timeout->size() || busy_timeout_ms_ < 0)
-      refuse_to_open("Busy Timeout has to be a number of milliseconds, not '" + *timeout + "'");
+      raise_store_failure("Busy Timeout has to be a number of milliseconds, not '" + *timeout + "'");
   }
   const bool create = in_memory_ || says_yes(connection_property(connection_string, "Create"));
   check_path(path_, create);
@@ -221,8 +217,9 @@ void Database::bring_up_to_date() {
     const int code = sqlite3_step(check.get());
     if (code != SQLITE_ROW) raise(code);
     if (std::string_view(reinterpret_cast<const char*>(sqlite3_column_text(check.get(), 0))) == "ok") return;
-    refuse_to_open("The store '" + path_ + "' was written by an older version of this program, whose order of texts " +
-                   "differs for some that it holds. Open it once with the right to write");
+    raise_store_failure("The store '" + path_ +
+                        "' was written by an older version of this program, whose order of texts " +
+                        "differs for some that it holds. Open it once with the right to write");
   }
   // Once begun it is worth its end, however long the call may take that happens to be the first.
   interruptible_ = false;
@@ -307,9 +304,10 @@ bool Database::replaced() const noexcept { return is_same_file() != true; }
 
 void Database::refuse_if_replaced() const {
   if (is_same_file() == false)
-    refuse_to_open("The store '" + path_ +
-                   "' was moved, deleted or exchanged while it was in use, and what was written last is not in it. Put "
-                   "its file back, or a backup, then repeat the call");
+    raise_store_failure(
+        "The store '" + path_ +
+        "' was moved, deleted or exchanged while it was in use, and what was written last is not in it. Put "
+        "its file back, or a backup, then repeat the call");
 }
 
 void Database::after_commit() {

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "platform/store/dialect/declared_type.h"
 #include "platform/store/sqlite/lock_wait.h"
@@ -134,6 +135,10 @@ RaisedError failure_of(sqlite3* engine, int code, const std::string& path, long 
   failure.Source = kFailureSource;
   if (failure.Description.empty()) failure.Description = default_description(failure.Number);
   return failure;
+}
+
+void raise_store_failure(std::string description) {
+  raise(kStoreFailure, std::string(kFailureSource), std::move(description));
 }
 
 }  // namespace mercato::store::sqlite

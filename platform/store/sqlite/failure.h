@@ -19,5 +19,7 @@ inline constexpr std::string_view kFailureSource = "SQLite store";
 // `path` is the store, `waited_ms` how long a lock was waited for, `table` the one that the statement wrote, or null.
 RaisedError failure_of(sqlite3* engine, int code, const std::string& path, long waited_ms,
                        const TableInfo* table = nullptr);
+// A failure of the store that the engine does not report: kStoreFailure with this description.
+[[noreturn]] void raise_store_failure(std::string description);
 
 }  // namespace mercato::store::sqlite

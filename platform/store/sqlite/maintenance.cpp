@@ -28,12 +28,8 @@ struct CloseEngine {
 };
 using Engine = std::unique_ptr<sqlite3, CloseEngine>;
 
-[[noreturn]] void refuse(std::string description) {
-  raise(error_number::kStoreFailure, std::string(kFailureSource), std::move(description));
-}
-
 [[noreturn]] void refuse_for_the_system(const std::string& what, const std::string& path) {
-  refuse(what + " '" + path + "': " + std::generic_category().message(errno));
+  raise_store_failure(what + " '" + path + "': " + std::generic_category().message(errno));
 }
 
 void require_sqlite(const std::string& connection_string) {
@@ -169,21 +165,21 @@ void back_up(const Database& store, const std::string& file, Accept accept) {
 Engine open_backup(const std::string& backup) {
   struct stat status {};
   if (stat(backup.c_str(), &status) != 0) refuse_for_the_system("There is no backup", backup);
-  if (!S_ISREG(status.st_mode)) refuse("'" + backup + "' is no file, and so no backup");
+  if (!S_ISREG(status.st_mode)) raise_store_failure("'" + backup + "' is no file, and so no backup");
   if (log_in_force(backup))
-    refuse("The backup '" + backup + "' has a log beside it, '" + log_path(backup) +
-           "': it was copied while the store was in use. `mercato store backup --store 'Data Source=" + backup +
-           "' FILE` makes a whole one of both");
+    raise_store_failure("The backup '" + backup + "' has a log beside it, '" + log_path(backup) +
+                        "': it was copied while the store was in use. `mercato store backup --store 'Data Source=" +
+                        backup + "' FILE` makes a whole one of both");
   Engine engine = open_at_rest(backup);
   if ((sqlite3_exec(engine.get(), "PRAGMA user_version", nullptr, nullptr, nullptr) & 0xFF) == SQLITE_NOTADB)
-    refuse("'" + backup + "' is no store of this program");
+    raise_store_failure("'" + backup + "' is no store of this program");
   const std::int64_t version = integer_of(engine.get(), "PRAGMA user_version", backup);
-  if (version == 0) refuse("'" + backup + "' is no store of this program");
+  if (version == 0) raise_store_failure("'" + backup + "' is no store of this program");
   if (version > kStoreVersion)
-    refuse("The backup '" + backup + "' was written by a newer version of this program (store version " +
-           std::to_string(version) + ", this one knows " + std::to_string(kStoreVersion) + ")");
+    raise_store_failure("The backup '" + backup + "' was written by a newer version of this program (store version " +
+                        std::to_string(version) + ", this one knows " + std::to_string(kStoreVersion) + ")");
   if (const auto faults = faults_of(engine.get(), backup); !faults.empty())
-    refuse("The backup '" + backup + "' is damaged (" + faults.front() + "). The store was not touched");
+    raise_store_failure("The backup '" + backup + "' is damaged (" + faults.front() + "). The store was not touched");
   return engine;
 }
 
@@ -232,13 +228,14 @@ std::vector<std::string> check_store(const std::string& connection_string) {
 
 void back_up_store(const std::string& connection_string, const std::string& file) {
   require_sqlite(connection_string);
-  if (identity_of(file)) refuse("There is a file '" + file + "' already. Give the backup another name, or delete it");
+  if (identity_of(file))
+    raise_store_failure("There is a file '" + file + "' already. Give the backup another name, or delete it");
   const Database store(connection_string);
   back_up(store, file, [&](const std::string& copy) {
     const Engine written = open_at_rest(copy);
     if (const auto faults = faults_of(written.get(), copy); !faults.empty())
-      refuse("The store '" + store.path() + "' is damaged (" + faults.front() +
-             "), and was not backed up. Bring it back from an older backup");
+      raise_store_failure("The store '" + store.path() + "' is damaged (" + faults.front() +
+                          "), and was not backed up. Bring it back from an older backup");
   });
 }
 
@@ -246,7 +243,7 @@ std::string restore_store(const std::string& connection_string, const std::strin
   require_sqlite(connection_string);
   const std::string path = connection_property(connection_string, "Data Source").value_or("");
   if (const auto file = identity_of(backup); file && file == identity_of(path))
-    refuse("'" + backup + "' is the store itself");
+    raise_store_failure("'" + backup + "' is the store itself");
   const Engine source = open_backup(backup);
   if (path.empty() || path == ":memory:" || identity_of(path)) {
     try {

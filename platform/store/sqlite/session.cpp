@@ -56,10 +56,6 @@ std::string update_text(const TableInfo& table, std::span<const std::size_t> col
          std::to_string(columns.size() + 1);
 }
 
-[[noreturn]] void refuse(std::string description) {
-  raise(error_number::kStoreFailure, std::string(kFailureSource), std::move(description));
-}
-
 std::string lost_with_it(int statements) {
   return ". The last " + std::to_string(statements) + " statements of this run were lost with it";
 }
@@ -216,7 +212,7 @@ void SqliteSession::update_row(const TableInfo& table, const RowIdentity& row, s
   step_write(running);
   const bool found = sqlite3_changes64(database_.engine()) > 0;
   after_write();
-  if (!found) refuse("The row to be changed is no longer in " + table.name);
+  if (!found) raise_store_failure("The row to be changed is no longer in " + table.name);
 }
 
 RunningStatement SqliteSession::row_writer(const TableInfo& table, bool updates, std::span<const std::size_t> columns) {
@@ -333,7 +329,7 @@ void SqliteSession::commit() {
   if (!lost_.empty()) {
     const std::string reason = lost_;
     rollback();
-    refuse("Nothing of this transaction stands: the store undid it after a failure. " + reason);
+    raise_store_failure("Nothing of this transaction stands: the store undid it after a failure. " + reason);
   }
   mode_ = Mode::single;
   if (begun_) commit_engine_transaction();
@@ -382,7 +378,8 @@ void SqliteSession::commit_group() {
 }
 
 void SqliteSession::refuse_if_lost() const {
-  if (!lost_.empty()) refuse("This transaction can only be rolled back: the store undid it after a failure. " + lost_);
+  if (!lost_.empty())
+    raise_store_failure("This transaction can only be rolled back: the store undid it after a failure. " + lost_);
 }
 
 RaisedError SqliteSession::failure(int code, std::string_view table) {
