@@ -49,11 +49,11 @@ bool is_word_part(char c) { return kWordParts[static_cast<unsigned char>(c)]; }
 
 // What stands in a shape for a literal. A statement cannot hold these characters itself outside of its texts and
 // names, so that no statement has the shape of another that is not its like.
-constexpr char kWholeNumber = '\x01';
-constexpr char kFraction = '\x02';
-constexpr char kText = '\x03';
-constexpr char kNationalText = '\x04';
-constexpr char kPrefixPattern = '\x05';  // a text behind LIKE that says how matching texts begin
+constexpr char kWholeNumberMark = '\x01';
+constexpr char kFractionMark = '\x02';
+constexpr char kTextMark = '\x03';
+constexpr char kNationalTextMark = '\x04';
+constexpr char kPrefixPatternMark = '\x05';  // a text behind LIKE that says how matching texts begin
 
 std::uint64_t hash_of(std::string_view text) {
   constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15u;
@@ -147,7 +147,7 @@ class Lexer {
         while (is_digit(at(end))) ++end;
       }
     }
-    add_literal(TokenKind::number, position_, end, whole ? kWholeNumber : kFraction);
+    add_literal(TokenKind::number, position_, end, whole ? kWholeNumberMark : kFractionMark);
   }
 
   // One past the closing character of what begins at `open`, doubled ones skipped.
@@ -165,7 +165,7 @@ class Lexer {
   void text_literal(TokenKind kind, std::size_t prefix) {
     const std::size_t begin = position_ + prefix + 1;
     const bool is_prefix = !like_prefix(text_.substr(begin, 1)).empty() && follows_like();
-    const char mark = is_prefix ? kPrefixPattern : kind == TokenKind::text ? kText : kNationalText;
+    const char mark = is_prefix ? kPrefixPatternMark : kind == TokenKind::text ? kTextMark : kNationalTextMark;
     add_literal(kind, position_, closing(begin - 1, '\''), mark);
   }
 
