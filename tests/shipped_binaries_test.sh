@@ -33,7 +33,7 @@ check_hardening() {
   grep -q 'GNU_RELRO' <<<"$segments" || fail "$1: its tables of addresses can be written"
   grep -Eq 'FLAGS.*\bNOW\b' <<<"$dynamic" || fail "$1: its functions are bound late, so that their table can be written"
   grep -Eq 'GNU_STACK .* RW ' <<<"$segments" || fail "$1: its stack can be executed"
-  [ "$build_type" = Debug ] || nm -D --undefined-only "$1" | grep -q __stack_chk_fail || fail "$1: has no stack protector"
+  [ "$build_type" = Debug ] || grep -q __stack_chk_fail <<<"$(nm -D --undefined-only "$1")" || fail "$1: has no stack protector"
 }
 
 # The tool starts in a folder that has a file without content for each library that the two need.
@@ -68,6 +68,6 @@ if unprotected=$(grep -vE -- ' -fstack-protector-strong -U_FORTIFY_SOURCE -D_FOR
   fail "compiled without protection: $unprotected"
 fi
 if unoptimised=$(grep -vE -- ' -O[123] ' <<<"$commands"); then fail "compiled without the optimiser: $unoptimised"; fi
-ninja -C "$work/release" -t commands mercato_tool | grep -Fq -- '-rpath,"\$ORIGIN/../lib:\$ORIGIN/../lib/by-architecture"' ||
+grep -Fq -- '-rpath,"\$ORIGIN/../lib:\$ORIGIN/../lib/by-architecture"' <<<"$(ninja -C "$work/release" -t commands mercato_tool)" ||
   fail "an installed tool does not find its library by architecture"
 echo "shipped binaries are as they should be"
