@@ -44,13 +44,21 @@ Sql entry_of_node(const std::string& user, const Variant& node) {
   return sql;
 }
 
-// Among several entries for one thing a restriction counts, in whatever order they come.
+// Among several entries for one thing a restriction counts, in whatever order they come. Where none restricts, one with
+// a Null raises 94.
 Right right_of(const RecordsetPtr& entries) {
   Right right = Right::none;
+  bool has_null = false;
   for (; !entries->Eof(); entries->MoveNext()) {
-    const bool is_restricted = entries->Value("VIEWONLY").to_boolean();
-    if (right != Right::view_only) right = is_restricted ? Right::view_only : Right::order;
+    const Variant& view_only = entries->Value("VIEWONLY");
+    if (view_only.is_null())
+      has_null = true;
+    else if (view_only.to_boolean())
+      return Right::view_only;
+    else
+      right = Right::order;
   }
+  if (has_null) raise(error_number::kInvalidUseOfNull);
   return right;
 }
 

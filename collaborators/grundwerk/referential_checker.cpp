@@ -33,7 +33,9 @@ bool row_exists(const std::string& table, const std::string& column, KeyKind kin
       sql << "N'" << value(Gen_QuoteSql(key.to_text())) << "'";
       break;
     case KeyKind::code:
-      sql << "N'" << value(Gen_QuoteSql(text::trim(key.to_text()))) << "'";
+      // Its owner deletes it without the blanks around it; a row may hold it with them.
+      sql << "N'" << value(Gen_QuoteSql(text::trim(key.to_text()))) << "' OR " << name(column) << " = N'"
+          << value(Gen_QuoteSql(key.to_text())) << "'";
       break;
   }
   return !Query(sql)->Eof();

@@ -635,12 +635,20 @@ TEST_F(RightsOnNodes, WithSeveralEntriesAreRestrictedByAnyOfThem) {
   EXPECT_TRUE(catalog_->IsOrderCatalogNodeEx("u", 4));
 }
 
-TEST_F(RightsOnNodes, WithANullAmongSeveralEntriesAreANullInAnyOrder) {
-  for (const std::vector<std::string>& entries : {std::vector<std::string>{"NULL", "1"}, {"1", "NULL"}}) {
+TEST_F(RightsOnNodes, WithANullAmongSeveralEntriesAreRestrictedOrANullInAnyOrder) {
+  const auto enter = [&](const std::vector<std::string>& entries) {
     execute({"DELETE FROM CATALOGNODEBYUSER"});
     for (const std::string& view_only : entries)
       execute({"INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID, VIEWONLY) VALUES ('u', 5, 2, " + view_only +
                ")"});
+  };
+  for (const std::vector<std::string>& entries : {std::vector<std::string>{"NULL", "1"}, {"1", "NULL"}}) {
+    enter(entries);
+    EXPECT_TRUE(catalog_->IsViewOnlyCatalogNodeEx("u", 2));
+    EXPECT_FALSE(catalog_->IsOrderCatalogNodeEx("u", 2));
+  }
+  for (const std::vector<std::string>& entries : {std::vector<std::string>{"NULL", "0"}, {"0", "NULL"}}) {
+    enter(entries);
     EXPECT_EQ(raised_by([&] { catalog_->IsViewOnlyCatalogNodeEx("u", 2); }).Number, error_number::kInvalidUseOfNull);
     EXPECT_EQ(raised_by([&] { catalog_->IsOrderCatalogNodeEx("u", 2); }).Number, error_number::kInvalidUseOfNull);
   }

@@ -267,6 +267,9 @@ TEST_F(UnspscWriting, CodeThatSomethingRefersToStaysAlsoWithBlanksAroundIt) {
     EXPECT_EQ(vote(), Vote::abort);
   }
   EXPECT_TRUE(exists("101015"));
+  execute({"UPDATE PRODUCT SET UNSPSCCODE = ' 101015'"});
+  EXPECT_FALSE(remove(" 101015"));
+  EXPECT_TRUE(exists("101015"));
 }
 
 TEST_F(UnspscWriting, UnknownCodeIsRaisedAsNotFound) {

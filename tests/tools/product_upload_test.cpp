@@ -249,9 +249,10 @@ TEST_F(ToolUpload, NothingIsAppliedWhenTheFileOfTheStoreIsTakenAway) {
       report = upload(records(205));
     }
     expect_counts(report, 0, 0, 205);
-    EXPECT_EQ(report.stopped_by,
-              "The file of the store was moved, removed or replaced during the upload, and nothing of the document is "
-              "in the store. Put the file back, or a backup, and upload the document again.");
+    EXPECT_EQ(
+        report.stopped_by,
+        "The file of the store was moved, removed or replaced during the upload, so that nothing of the document is "
+        "in the store for certain. Put the file back, or a backup, and upload the whole document again.");
     EXPECT_EQ(cli::status_of(report), cli::kFailed);
     EXPECT_EQ(report.remaining_file, remaining_file());
     EXPECT_EQ(remaining_part_numbers().size(), 205u);

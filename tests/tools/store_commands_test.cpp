@@ -118,8 +118,9 @@ TEST_F(StoreCommands, AnUploadIntoAStoreThatGoesAwayClaimsNothing) {
       "written         0  applied: 0 inserted, 0 updated\n"
       "skipped         0  refused\n"
       "remaining    1500  in web/XMLDownload/remaining_products_gone.xml\n"
-      "The upload was ended early: The file of the store was moved, removed or replaced during the upload, and "
-      "nothing of the document is in the store. Put the file back, or a backup, and upload the document again.\n");
+      "The upload was ended early: The file of the store was moved, removed or replaced during the upload, so that "
+      "nothing of the document is in the store for certain. Put the file back, or a backup, and upload the whole "
+      "document again.\n");
   EXPECT_EQ(upload.err, "");
 }
 

@@ -59,8 +59,8 @@ UploadReport UploadRuns::run() {
   if (lost) {
     report_ = beforehand;
     report_.stopped_by =
-        "The file of the store was moved, removed or replaced during the upload, and nothing of the document is in the "
-        "store. Put the file back, or a backup, and upload the document again.";
+        "The file of the store was moved, removed or replaced during the upload, so that nothing of the document is in "
+        "the store for certain. Put the file back, or a backup, and upload the whole document again.";
     document_ = given;
     gone_.resize(gone_beforehand);
     file_is_current_ = false;

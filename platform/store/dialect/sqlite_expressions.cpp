@@ -33,7 +33,9 @@ void SqliteTranslator::count_terms(std::size_t count) {
   constexpr std::size_t kMostTerms = 20000;
   terms_ += count;
   if (terms_ > kMostTerms)
-    refuse("The statement has more than 20000 terms outside of lists. Put values into a list: COLUMN IN (1, 2, 3)");
+    refuse(
+        "The statement has more than 20000 terms outside of lists of plain values. Put values into one: COLUMN IN (1, "
+        "2, 3)");
 }
 
 // A long chain becomes a balanced tree: SQLite bounds the depth of an expression, and a chain is as deep as it is long.
@@ -222,7 +224,9 @@ Expression SqliteTranslator::in_list(const Scope& scope, Expression left, bool n
     const std::size_t terms = terms_;
     operands.push_back(value(scope));
     if (is_condition(operands.back())) fail();
-    if (only_literals && is_literal_since(begin)) {
+    const bool is_null =
+        next_ == begin + 1 && text::equal_names(lexed_.text.substr(lexed_.tokens[begin].begin, 4), "NULL");
+    if (only_literals && (is_null || is_literal_since(begin))) {
       ++literals;
       terms_ = terms;
     } else if (only_literals) {

@@ -311,6 +311,7 @@ void Database::refuse_if_replaced() const {
 }
 
 void Database::after_commit() {
+  forget_futile_wait();
   refuse_if_replaced();
   if (in_memory_) return;
   if (const auto log = log_in_use(); log && *log != noted_log_) note_log(*log);

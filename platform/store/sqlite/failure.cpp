@@ -31,6 +31,15 @@ const Column* guarded_column(const TableInfo* table, std::string_view constraint
   return column == table->columns.end() ? nullptr : &*column;
 }
 
+const Column* assigned_column(const TableInfo& table) {
+  const auto column = std::ranges::find_if(table.columns, &Column::assigned);
+  return column == table.columns.end() ? nullptr : &*column;
+}
+
+RaisedError out_of_range(const TableInfo& table, const Column& column) {
+  return {kValueTooLong, {}, "The value is out of the range of column " + table.name + "." + column.name, {}, 0};
+}
+
 RaisedError violation(int code, const std::string& words, const TableInfo* table) {
   const std::string object(object_of(words));
   switch (code) {
@@ -43,8 +52,7 @@ RaisedError violation(int code, const std::string& words, const TableInfo* table
                 {},
                 0};
       if (const Column* column = guarded_column(table, object, &dialect::range_constraint))
-        return {
-            kValueTooLong, {}, "The value is out of the range of column " + table->name + "." + column->name, {}, 0};
+        return out_of_range(*table, *column);
       return {kConstraintViolated, {}, "The change violates a check of the store (" + words + ")", {}, 0};
     case SQLITE_CONSTRAINT_NOTNULL:
       return {kConstraintViolated, {}, object + " may not be Null (" + words + ")", {}, 0};
@@ -88,8 +96,11 @@ RaisedError describe(sqlite3* engine, int code, const std::string& path, long wa
       return violation(code, words, table);
     case SQLITE_TOOBIG:
       return failure(kValueTooLong, "The value is larger than the store can hold (" + words + ")");
-    case SQLITE_ERROR:
     case SQLITE_MISMATCH:
+      // A key that 64 bits do not hold never gets as far as the check of its range.
+      if (const Column* const key = table ? assigned_column(*table) : nullptr) return out_of_range(*table, *key);
+      [[fallthrough]];
+    case SQLITE_ERROR:
     case SQLITE_SCHEMA:
     case SQLITE_RANGE:
       return failure(kStatementRefused, "The store refused the statement: " + words);

@@ -67,6 +67,8 @@ void note_futile_wait(sqlite3* engine, long milliseconds) {
   last_futile_wait = {call_under_way(), std::string(file_of(engine)), milliseconds};
 }
 
+void forget_futile_wait() noexcept { last_futile_wait.call = 0; }
+
 std::optional<long> futile_wait(sqlite3* engine) {
   const FutileWait& last = last_futile_wait;
   if (call_under_way() == 0 || last.call != call_under_way() || last.file != file_of(engine)) return std::nullopt;

@@ -25,6 +25,8 @@ bool held_by_this_thread(sqlite3* engine);
 
 // The call that is under way has waited for this store so many milliseconds, and did not get the lock.
 void note_futile_wait(sqlite3* engine, long milliseconds);
+// The lock was had after all: it is worth waiting for again.
+void forget_futile_wait() noexcept;
 // How long it has waited in vain already, if it has.
 std::optional<long> futile_wait(sqlite3* engine);
 

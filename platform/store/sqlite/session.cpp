@@ -6,6 +6,7 @@
 
 #include "frame/types/raised_error.h"
 #include "platform/store/call_limit.h"
+#include "platform/store/dialect/refusal.h"
 #include "platform/store/sqlite/cursor.h"
 #include "platform/store/sqlite/failure.h"
 #include "platform/store/sqlite/values.h"
@@ -113,6 +114,9 @@ CachedStatementPtr SqliteSession::translated(bool identified) {
   refresh_schema();
   auto statement = std::make_shared<CachedStatement>();
   statement->translation = dialect::translate_to_sqlite(lexed_, tables_, identified);
+  if (const int most = sqlite3_limit(database_.engine(), SQLITE_LIMIT_VARIABLE_NUMBER, -1);
+      statement->translation.parameters.size() > static_cast<std::size_t>(most))
+    dialect::refuse("The statement has more than " + std::to_string(most) + " values. Send them in several statements");
   if (statement->translation.kind == dialect::StatementKind::query)
     statement->layout = std::make_shared<const RowLayout>(statement->translation.result, statement->translation.table);
   if (statement->translation.kind != dialect::StatementKind::definition)

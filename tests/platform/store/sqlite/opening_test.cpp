@@ -373,6 +373,24 @@ TEST_F(SqliteOpening, WithinACallTheWaitForALockIsPaidOnce) {
   EXPECT_GE(time_of_a_refusal(*session), std::chrono::milliseconds(1000));
 }
 
+// A call that got the lock in the end was refused at once for its rest, whenever somebody else wrote.
+TEST_F(SqliteOpening, WithinACallThatHadTheLockSinceItIsWaitedForAnew) {
+  create();
+  const std::string patient = existing_ + ";Busy Timeout=300";
+  const std::unique_ptr<Session> session = open(patient);
+  const OutermostCall call;
+  for (int turn = 0; turn < 2; ++turn) {
+    {
+      const LockHolder other(path_);
+      ASSERT_TRUE(other.holds());
+      const auto began = std::chrono::steady_clock::now();
+      EXPECT_EQ(failure_of([&] { run(*session, "DELETE FROM T"); }).Number, kStoreFailure);
+      EXPECT_GE(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(300));
+    }
+    run(*session, "UPDATE T SET N = 2");
+  }
+}
+
 TEST_F(SqliteOpening, TheWaitForALockEndsWithTheCall) {
   create();
   const LockHolder other(path_);

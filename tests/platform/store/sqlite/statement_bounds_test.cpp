@@ -60,7 +60,8 @@ TEST_F(StatementBounds, ManyEqualitiesOnOneColumnAreAList) {
 
 TEST_F(StatementBounds, MoreTermsThanTheEngineCanPlanAreRefused) {
   const std::string expected =
-      "The statement has more than 20000 terms outside of lists. Put values into a list: COLUMN IN (1, 2, 3)";
+      "The statement has more than 20000 terms outside of lists of plain values. Put values into one: COLUMN IN (1, 2, "
+      "3)";
   for (const std::string& condition : {
            joined(30'000, "N <> ", " AND "),
            joined(30'000, "M = 1 OR N = ", " OR "),
@@ -82,7 +83,13 @@ TEST_F(StatementBounds, MoreTermsThanTheEngineCanPlanAreRefused) {
 
 TEST_F(StatementBounds, ListsAndRowsOfValuesAreNotCounted) {
   EXPECT_EQ(count_where("N IN (" + joined(30'000, "", ", ") + ", 250000)"), Variant(2));
+  EXPECT_EQ(count_where("N IN (NULL, " + joined(30'000, "", ", ") + ")"), Variant(1));
   EXPECT_EQ(run(*session_, "INSERT INTO T (N, M) VALUES (" + joined(40'000, "1, ", "), (") + ")").affected, 40'000);
+}
+
+TEST_F(StatementBounds, MoreValuesThanTheEngineTakesAreRefusedInWordsOfTheLibrary) {
+  EXPECT_EQ(failure_of([&] { count_where("N IN (" + joined(300'000, "", ", ") + ")"); }).Description,
+            "The statement has more than 250000 values. Send them in several statements");
 }
 
 TEST_F(StatementBounds, WhatTakesTooLongEndsWithTheCall) {
