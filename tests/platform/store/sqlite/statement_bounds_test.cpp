@@ -88,7 +88,7 @@ TEST_F(StatementBounds, ListsAndRowsOfValuesAreNotCounted) {
 }
 
 TEST_F(StatementBounds, MoreValuesThanTheEngineTakesAreRefusedInWordsOfTheLibrary) {
-  EXPECT_EQ(failure_of([&] { count_where("N IN (" + joined(300'000, "", ", ") + ")"); }).Description,
+  EXPECT_EQ(failure_of([&] { count_where("NAME IN ('" + joined(300'000, "", "', '") + "')"); }).Description,
             "The statement has more than 250000 values. Send them in several statements");
 }
 
