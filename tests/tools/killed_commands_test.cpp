@@ -70,7 +70,7 @@ class KilledCommands : public KilledByChance {
 };
 
 TEST_F(KilledCommands, LeaveAStoreInOrderWithRightSums) {
-  RandomRounds rounds(4);
+  RandomRounds rounds(3);
   int products = 0;
   while (rounds.next()) {
     write_script(rounds.round());
@@ -193,7 +193,7 @@ TEST_F(KilledTransactions, AreWholeOrNotThere) {
   };
   std::map<std::string, Undisturbed> undisturbed;
   const std::string before = whole_store();
-  RandomRounds rounds(5);
+  RandomRounds rounds(4);
   const unsigned first = rounds.below(static_cast<unsigned>(commands.size()));
   while (rounds.next()) {
     const std::string& command = commands[(first + static_cast<unsigned>(rounds.round())) % commands.size()];
