@@ -195,6 +195,8 @@ class AllocationFailure : public StoreTest {
           EXPECT_EQ(all_rows(), rows_before);
         }
         forget_thread_state();
+        // The engine does without some allocations. What was done all the same, as a deletion, cannot be done twice.
+        if (raised == 0) begin_again();
         EXPECT_NO_THROW(work());
       }
     }
