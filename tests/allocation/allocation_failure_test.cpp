@@ -420,6 +420,47 @@ TEST_F(AllocationFailure, StoreIsOpenedAndAsked) {
       Wrote::nothing);
 }
 
+// A session that found no memory while it was closed ended the process: its destructor made the name of the log.
+TEST_F(AllocationFailure, SessionIsClosedWhateverItFindsNoMemoryFor) {
+  bool failed = true;
+  for (std::int64_t nth = 1; failed; ++nth) {
+    SCOPED_TRACE("allocation " + std::to_string(nth));
+    begin_again();
+    execute({"INSERT HAZARDOUSCLASS (CLASSCODE) VALUES ('X')"});
+    {
+      const FailingAllocations failing(nth, Failing::once);
+      EXPECT_NO_THROW(store::close_idle_sessions());
+      failed = allocation_failed();
+    }
+    EXPECT_EQ(integrity(), "ok");
+  }
+}
+
+// The note of a new log found no memory, and the statement that stood was told as failed.
+TEST_F(AllocationFailure, StatementThatIsToldAsFailedIsNotThere) {
+  begin_again();
+  const auto rows_before = all_rows();
+  bool failed = true;
+  for (std::int64_t nth = 1; failed; ++nth) {
+    SCOPED_TRACE("allocation " + std::to_string(nth));
+    begin_again();
+    const auto session = store::acquire_session(connection_string());
+    session->execute(Sql::verbatim("SELECT CLASSCODE FROM HAZARDOUSCLASS"), {});
+    bool raised = false;
+    {
+      const FailingAllocations failing(nth, Failing::once);
+      try {
+        raising_out_of_memory(
+            [&] { session->execute(Sql::verbatim("INSERT HAZARDOUSCLASS (CLASSCODE) VALUES ('X')"), {}); });
+      } catch (const Raised&) {
+        raised = true;
+      }
+      failed = allocation_failed();
+    }
+    EXPECT_EQ(all_rows() == rows_before, raised);
+  }
+}
+
 TEST_F(AllocationFailure, DocumentIsLoadedSearchedChangedAndWritten) {
   const std::string text = read_whole(sample("prices.xml"));
   const std::string path = (folder() / "out.xml").string();

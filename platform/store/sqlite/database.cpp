@@ -159,12 +159,12 @@ Database::~Database() {
   }
   const auto log = log_in_use();
   engine_.reset();
-  // The last one out takes the note along with the log.
-  if (!log || identity_of(log_path(files_))) return;
   try {
+    // The last one out takes the note along with the log.
+    if (!log || identity_of(log_path(files_))) return;
     if (const auto note = read_log_note(files_); note && note->log == *log) unlink(note_path(files_).c_str());
   } catch (...) {
-    // Without a log the note means nothing.
+    // Out of memory. Without a log the note means nothing.
   }
 }
 
@@ -321,12 +321,12 @@ void Database::after_commit() {
 void Database::note_log(std::uint64_t log) {
   // A query that is open may stand on an older state of the store.
   if (in_transaction() || sqlite3_txn_state(engine_.get(), "main") != SQLITE_TXN_NONE) return;
-  if (const auto note = read_log_note(files_); note && note->log == log) {
-    noted_log_ = log;
-    return;
-  }
   const bool durable = durable_;
   try {
+    if (const auto note = read_log_note(files_); note && note->log == log) {
+      noted_log_ = log;
+      return;
+    }
     sqlite3_busy_handler(engine_.get(), nullptr, nullptr);
     set_durable_commits(false);
     run("BEGIN IMMEDIATE");
@@ -341,11 +341,16 @@ void Database::note_log(std::uint64_t log) {
       run(("PRAGMA application_id=" + std::to_string(static_cast<std::int32_t>(mark))).c_str());
     run("COMMIT");
     noted_log_ = log;
-  } catch (const Raised&) {
+  } catch (...) {  // out of memory among them
     if (in_transaction()) sqlite3_exec(engine_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
   }
   sqlite3_busy_handler(engine_.get(), &Database::wait_for_lock, this);
-  if (durable) set_durable_commits(true);
+  if (!durable) return;
+  try {
+    set_durable_commits(true);
+  } catch (...) {
+    // Out of memory: before the next write.
+  }
 }
 
 void Database::admit_mark(std::uint32_t mark) {
@@ -405,7 +410,9 @@ void Database::raise(int code) const {
 
 void Database::set_durable_commits(bool durable) {
   durable_ = durable;
+  durability_settled_ = false;
   run(in_memory_ ? "PRAGMA synchronous=OFF" : durable ? "PRAGMA synchronous=FULL" : "PRAGMA synchronous=NORMAL");
+  durability_settled_ = true;
 }
 
 void Database::flush_to_disk() {

@@ -76,6 +76,10 @@ class Database {
 
   // Whether a commit is durable when it returns; as opened, it is.
   void set_durable_commits(bool durable);
+  // Before a write: makes up for a setting that found no memory.
+  void settle_durability() {
+    if (!durability_settled_) set_durable_commits(durable_);
+  }
   // Makes everything durable that was committed, also what was committed without a flush.
   void flush_to_disk();
 
@@ -105,6 +109,7 @@ class Database {
   bool interruptible_ = true;
   bool in_memory_ = false;
   bool durable_ = true;
+  bool durability_settled_ = true;
   std::optional<FileIdentity> file_;
   std::optional<FileIdentity> log_file_;
   mutable std::uint32_t mark_ = 0;  // that the file was last seen to carry

@@ -248,6 +248,7 @@ void SqliteSession::bind_row(const RunningStatement& running, std::span<const Va
 
 void SqliteSession::before_write() {
   while (!cursors_.empty()) cursors_.back()->drain();
+  if (!begun_) database_.settle_durability();
   if (mode_ == Mode::single || begun_) return;
   if (mode_ == Mode::run) {
     // Whoever waits for the lock gets a chance to take it, in every stretch of a group's time once.
