@@ -1,6 +1,7 @@
 #include "platform/store/sqlite/session.h"
 
 #include <algorithm>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -248,7 +249,12 @@ void SqliteSession::bind_row(const RunningStatement& running, std::span<const Va
 
 void SqliteSession::before_write() {
   while (!cursors_.empty()) cursors_.back()->drain();
-  if (!begun_) database_.settle_durability();
+  if (!begun_) {
+    // An earlier one that found no memory is made up for.
+    roll_back_engine_transaction();
+    if (database_.in_transaction()) throw std::bad_alloc();
+    database_.settle_durability();
+  }
   if (mode_ == Mode::single || begun_) return;
   if (mode_ == Mode::run) {
     // Whoever waits for the lock gets a chance to take it, in every stretch of a group's time once.
@@ -320,7 +326,7 @@ void SqliteSession::commit_engine_transaction() {
 }
 
 void SqliteSession::roll_back_engine_transaction() noexcept {
-  // Fails only when the engine has done it itself.
+  // Fails only without memory; what comes next tries again.
   if (database_.in_transaction()) sqlite3_exec(database_.engine(), "ROLLBACK", nullptr, nullptr, nullptr);
   begun_.reset();
   if (std::exchange(defined_, false)) forget_schema();
