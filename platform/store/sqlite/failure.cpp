@@ -141,6 +141,14 @@ RaisedError describe(sqlite3* engine, int code, const std::string& path, long wa
 
 }  // namespace
 
+RaisedError out_of_range(const TableInfo& table, const Column& column) {
+  return {kValueTooLong,
+          std::string(kFailureSource),
+          "The value is out of the range of column " + table.name + "." + column.name,
+          {},
+          0};
+}
+
 RaisedError failure_of(sqlite3* engine, int code, const std::string& path, long waited_ms, const TableInfo* table) {
   RaisedError failure = describe(engine, code, path, waited_ms, table);
   failure.Source = kFailureSource;

@@ -1,6 +1,7 @@
 #include "platform/store/sqlite/session.h"
 
 #include <algorithm>
+#include <limits>
 #include <new>
 #include <thread>
 #include <utility>
@@ -203,7 +204,13 @@ RowIdentity SqliteSession::insert_row(const TableInfo& table, std::span<const st
   before_write();
   step_write(running);
   const std::int64_t number = sqlite3_last_insert_rowid(database_.engine());
+  const auto key = std::ranges::find_if(table.columns, &Column::assigned);
+  const bool fits = key == table.columns.end() || number <= std::numeric_limits<std::int32_t>::max();
+  // The tables of an older store do not check the keys that they give.
+  if (!fits)
+    database_.run(("DELETE FROM " + quoted_name(table.name) + " WHERE _rowid_ = " + std::to_string(number)).c_str());
   after_write();
+  if (!fits) throw Raised(out_of_range(table, *key));
   return {number, {}};
 }
 

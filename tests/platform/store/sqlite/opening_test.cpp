@@ -334,6 +334,43 @@ TEST_F(SqliteOpening, AnOlderStoreGivesItsKeysAsBefore) {
   EXPECT_EQ(failure_of([&] { session->insert_row(*table, key, values); }).Number, kStatementRefused);
 }
 
+// Such a key could not be read as a long: the call failed with an overflow, and its row stayed.
+TEST_F(SqliteOpening, AKeyBeyondALongInAnOlderStoreIsRefusedAndNothingOfItsRowStays) {
+  sqlite3* engine = nullptr;
+  ASSERT_EQ(sqlite3_open(path_.c_str(), &engine), SQLITE_OK);
+  ASSERT_EQ(
+      sqlite3_exec(engine,
+                   "CREATE TABLE OLD (\"ID\" INTEGER PRIMARY KEY AUTOINCREMENT, \"N\" INT); PRAGMA user_version=1;"
+                   "INSERT INTO OLD VALUES (2147483646, 1)",
+                   nullptr, nullptr, nullptr),
+      SQLITE_OK);
+  sqlite3_close(engine);
+  const std::unique_ptr<Session> session = open(existing_);
+  const std::vector<std::size_t> columns = {1};
+  const auto insert = [&](std::int32_t value) {
+    const std::vector<Variant> values = {Variant(value)};
+    return session->insert_row(*session->table("OLD"), columns, values).number;
+  };
+  const auto sum = [&] { return query_one(*session, "SELECT SUM(N) FROM OLD").to_long(); };
+  EXPECT_EQ(insert(2), 2147483647);
+  const RaisedError refused{kValueTooLong, "SQLite store", "The value is out of the range of column OLD.ID", {}, 0};
+  EXPECT_EQ(failure_of([&] { insert(4); }), refused);
+  EXPECT_EQ(sum(), 3);
+
+  session->start_transaction();
+  run(*session, "INSERT INTO OLD (ID, N) VALUES (7, 8)");
+  EXPECT_EQ(failure_of([&] { insert(16); }), refused);
+  session->commit();
+  EXPECT_EQ(sum(), 11);
+
+  session->begin_run();
+  run(*session, "INSERT INTO OLD (ID, N) VALUES (8, 32)");
+  EXPECT_EQ(failure_of([&] { insert(64); }), refused);
+  run(*session, "INSERT INTO OLD (ID, N) VALUES (9, 128)");
+  session->end_run();
+  EXPECT_EQ(sum(), 171);
+}
+
 // Once the failure showed the statement in the words of the engine.
 TEST_F(SqliteOpening, WhatTheEngineDoesNotTakeIsRefusedWithoutItsOwnStatement) {
   create();
