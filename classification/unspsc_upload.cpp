@@ -45,15 +45,26 @@ std::optional<Place> place_of(const std::string& code) {
   return place;
 }
 
-// Runs a statement whose failure is no failure. The count of changed rows is only touched when it succeeds.
+// Runs a statement whose failure is no failure, but for one that finds no memory: like the timeout, it ends the call.
+template <class Statement>
+void ignoring_failures(Statement statement) {
+  try {
+    raising_out_of_memory(statement);
+  } catch (const Raised& failure) {
+    if (failure.error().Number == error_number::kOutOfMemory) throw;
+    current_error() = {};
+  }
+}
+
+// The count of changed rows is only touched when the statement succeeds.
 void execute_ignoring_failures(const ConnectionPtr& connection, const Sql& sql, std::int64_t& affected) {
-  suppressing_failures([&] { connection->ExecuteAffecting(sql, affected); });
+  ignoring_failures([&] { connection->ExecuteAffecting(sql, affected); });
 }
 
 // Whether the statement says that the row is missing. One that fails says nothing.
 bool is_missing(const ConnectionPtr& connection, const Sql& sql) {
   bool missing = false;
-  suppressing_failures([&] { missing = connection->Execute(sql)->Eof(); });
+  ignoring_failures([&] { missing = connection->Execute(sql)->Eof(); });
   return missing;
 }
 
