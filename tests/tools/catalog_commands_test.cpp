@@ -292,6 +292,21 @@ TEST_F(CatalogCommands, FileMayHaveHeadersOfItsOwn) {
                  "mercato: The file has no column key in its first line.\n");
 }
 
+// A category was not found by its name when that was written with other characters for the same letters, or had a blank
+// behind it in the store; a catalogue not when its letters beyond ASCII stood in another case.
+TEST_F(CatalogCommands, NameIsTheSameInAnyCaseCompositionAndWithBlanksBehindIt) {
+  execute(
+      "INSERT INTO PRODUCTCATEGORY (CATEGORYNAME) VALUES ('Möbel');"
+      "INSERT INTO PRODUCTCATEGORY (CATEGORYNAME) VALUES ('Lamps ')");
+  write_file("office.csv", "id,parent,name,category\n1,,Desks,MO\u0308BEL\n2,,Light,lamps\n");
+  EXPECT_EQ(answer({"catalog", "load", "office.csv", "--name", "Büro "}),
+            json({{"id", 3}, {"nodes", 2}, {"roots", 2}}));
+  EXPECT_EQ(rows("SELECT N.NODENAME, C.CATEGORYNAME FROM CATALOGNODE N, PRODUCTCATEGORY C WHERE N.CATEGORYID = "
+                 "C.CATEGORYID AND N.CATALOGID = 3 ORDER BY N.NODEID"),
+            "NODENAME  CATEGORYNAME\nDesks     Möbel\nLight     Lamps \n");
+  EXPECT_EQ(answer({"catalog", "show", "BÜRO"}), answer({"catalog", "show", "3"}));
+}
+
 TEST_F(CatalogCommands, FileWithFaultsIsNotLoadedAndEachIsToldWithItsLine) {
   const std::string head = "id,parent,name,category\n";
   const struct {

@@ -52,6 +52,15 @@ TEST_F(FolderCommands, FolderThatCannotBeIsRefused) {
   EXPECT_EQ(answer({"folder", "new", "ann", ""}, 1), json({{"id", -1}, {"reasons", {"a folder needs a name"}}}));
 }
 
+// A name with letters beyond ASCII was found in its own case only, and not with a blank behind it.
+TEST_F(FolderCommands, NameIsTheSameInAnyCaseCompositionAndWithBlanksBehindIt) {
+  execute("INSERT INTO FAVORITEFOLDERS (USERID, FOLDERNAME) VALUES ('ann', 'Büro ')");
+  const std::string decomposed = "BU\u0308RO";
+  expect_refused({"folder", "new", "ann", decomposed},
+                 "refused: ann has a folder " + decomposed + " already: 4\nmercato: no folder was created.\n");
+  expect_done({"folder", "rename", "ann", decomposed, "Desk"}, "folder 4 is called Desk now.\n");
+}
+
 TEST_F(FolderCommands, FolderIsRenamedByItsNameOrItsId) {
   expect_done({"folder", "rename", "ann", "writing", "Every week"}, "folder 1 is called Every week now.\n");
   EXPECT_EQ(answer({"folder", "rename", "ann", "2", "Tools"}), json({{"renamed", true}}));

@@ -197,6 +197,14 @@ TEST_F(MasterData, ProductPropertiesAreAddedAndChanged) {
   expect_done({"product", "properties", "1", "4=5"}, "1 value added, 0 values changed.\n");
 }
 
+// One with letters beyond ASCII was found when it was written with the very same characters only.
+TEST_F(MasterData, NameOfAPropertyIsTheSameInAnyCaseAndComposition) {
+  execute("INSERT INTO PROPERTY (PROPERTYNAME, DATATYPE) VALUES ('Höhe', 1)");
+  expect_done({"product", "properties", "1", "HÖHE=5"}, "1 value added, 0 values changed.\n");
+  expect_done({"product", "properties", "1", "HO\u0308HE=6"}, "0 values added, 1 value changed.\n");
+  expect_done({"product", "properties", "1"}, "ID  PROPERTY  VALUE\n1   Höhe      6\n");
+}
+
 TEST_F(MasterData, PropertyIsCreatedListedChangedAndDeleted) {
   expect_done({"property", "list"}, "There are no properties.\n");
   expect_done({"property", "new", "FORMAT", "--default", "A4"}, "property 1 created.\n");

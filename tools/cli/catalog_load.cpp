@@ -5,6 +5,7 @@
 
 #include "frame/lib_sql.h"
 #include "frame/recordset.h"
+#include "frame/types/same_text.h"
 #include "frame/types/text.h"
 #include "platform/files/files.h"
 #include "tools/cli/catalog_commands.h"
@@ -161,6 +162,7 @@ void check_circles(const FileNodes& nodes, Faults& faults) {
 
 // Categories by id, or by name when only one has it.
 void tie_to_categories(FileNodes& nodes, Faults& faults) {
+  const auto key_of = [](const std::string& name) { return text::folded(text::without_trailing_blanks(name)); };
   const auto any = std::ranges::any_of(nodes, [](const FileNode& node) { return !node.category_text.empty(); });
   if (!any) return;
   std::map<std::string, std::int32_t> by_id;
@@ -168,7 +170,7 @@ void tie_to_categories(FileNodes& nodes, Faults& faults) {
   for (const DictionaryPtr& row : query_rows(LiteralPiece("SELECT CATEGORYID, CATEGORYNAME FROM PRODUCTCATEGORY"))) {
     const std::int32_t id = row->Item("CATEGORYID").to_long();
     by_id[std::to_string(id)] = id;
-    by_name[text::to_upper(text_of(*row, "CATEGORYNAME"))].push_back(id);
+    by_name[key_of(text_of(*row, "CATEGORYNAME"))].push_back(id);
   }
   for (FileNode& node : nodes) {
     if (node.category_text.empty()) continue;
@@ -176,7 +178,7 @@ void tie_to_categories(FileNodes& nodes, Faults& faults) {
       node.category = id->second;
       continue;
     }
-    const auto named = by_name.find(text::to_upper(node.category_text));
+    const auto named = by_name.find(key_of(node.category_text));
     if (named == by_name.end())
       faults.push_back({node.line, "there is no category " + node.category_text +
                                        "; create it with `mercato category new`, or leave the field empty"});

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <set>
 
+#include "frame/types/same_text.h"
 #include "frame/types/text.h"
 #include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
@@ -48,7 +49,7 @@ CatalogName find_catalog(const std::string& id_or_name) {
       ->for_each([&](const Variant& key, const Variant& name) {
         const CatalogName catalog{key.to_long(), name.to_text()};
         if (is_id && catalog.id == id) of_this_id = catalog;
-        if (text::equal_names(catalog.name, id_or_name)) of_this_name.push_back(catalog);
+        if (text::same(catalog.name, id_or_name)) of_this_name.push_back(catalog);
       });
   if (of_this_id) return *of_this_id;
   if (of_this_name.empty()) raise(error_number::kInvalidArgument, {}, "There is no catalogue " + id_or_name);

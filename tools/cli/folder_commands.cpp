@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "frame/lib_general.h"
-#include "frame/types/text.h"
+#include "frame/types/same_text.h"
 #include "platform/transactions/object_context.h"
 #include "tools/cli/favorites.h"
 #include "tools/cli/library.h"
@@ -57,7 +57,7 @@ Folder folder_of(const std::string& user, const std::string& which) {
   std::vector<Folder> of_this_name;
   for (Folder& folder : folders_of(user)) {
     if (std::to_string(folder.id) == which) return folder;
-    if (text::equal_names(folder.name, which)) of_this_name.push_back(std::move(folder));
+    if (text::same(folder.name, which)) of_this_name.push_back(std::move(folder));
   }
   if (of_this_name.empty()) raise(error_number::kInvalidArgument, {}, user + " has no folder " + which);
   if (of_this_name.size() > 1)
@@ -70,7 +70,7 @@ std::string named(const Folder& folder) { return "folder " + std::to_string(fold
 Reasons reasons_against_name(const std::string& user, const std::string& name) {
   if (name.empty()) return {"a folder needs a name"};
   for (const Folder& folder : folders_of(user))
-    if (text::equal_names(folder.name, name))
+    if (text::same(folder.name, name))
       return {user + " has a folder " + name + " already: " + std::to_string(folder.id)};
   return reasons_against_write("FAVORITEFOLDERS", Array{"USERID", "FOLDERNAME"}, Array{user, name});
 }

@@ -6,7 +6,7 @@
 #include "frame/connection.h"
 #include "frame/lib_sql.h"
 #include "frame/recordset.h"
-#include "frame/types/text.h"
+#include "frame/types/same_text.h"
 #include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
 
@@ -85,7 +85,7 @@ std::int32_t id_of(const Kind& kind, const std::string& text) {
 
   std::size_t found = 0;
   for (const DictionaryPtr& row : all_of(kind)) {
-    if (!text::equal_names(text_of(*row, kind.name_column), text)) continue;
+    if (!text::same(text_of(*row, kind.name_column), text)) continue;
     id = row->Item(kind.id_column).to_long();
     ++found;
   }

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "frame/lib_general.h"
+#include "frame/types/same_text.h"
 #include "frame/types/text.h"
 #include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
@@ -211,7 +212,7 @@ int set_properties(const ProductPairs& given, const OutputOptions& output) {
   for (const std::string& text : given.pairs) {
     const auto [property, value] = split_pair(text);
     const auto row = std::find_if(held.begin(), held.end(), [&, &name = property](const DictionaryPtr& candidate) {
-      return text::equal_names(text_of(*candidate, "PROPERTYNAME"), name);
+      return text::same(text_of(*candidate, "PROPERTYNAME"), name);
     });
     const bool is_new = row == held.end();
     changes.push_back({is_new ? id_of(kProperties, property) : (*row)->Item("PROPERTYID").to_long(), is_new, value});
