@@ -83,7 +83,7 @@ TEST_F(BadInputOfCodesAndCatalogs, StoreForCodes) {
   expect_line({"unspsc", "load", "codes.xlsx", "--store", store("empty.db") + ";Create=Yes"},
               begin + "The store has no table UNSPSCCODES: `mercato init` creates the tables that are missing.");
   expect_line({"unspsc", "load", "codes.xlsx", "--store", store("codes.xlsx")},
-              begin + "'codes.xlsx' is not a store. Correct Data Source (file is not a database).");
+              begin + "'codes.xlsx' is not a store. Correct Data Source.");
 }
 
 TEST_F(BadInputOfCodesAndCatalogs, Code) {

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "tests/tools/command_fixture.h"
+#include "tests/tools/locked_store.h"
 
 namespace mercato::test {
 namespace {
@@ -304,6 +305,63 @@ TEST_F(Failures, OfEveryCommandAreInTheTable) {
     for (const std::string& command : commands_in({group}))
       EXPECT_TRUE(told.contains({group, command})) << group << ' ' << command;
   }
+}
+
+// The engine's own words stood behind each of these, and of a lock how many milliseconds were waited.
+TEST_F(Failures, OfAStoreThatIsHeldOrIsNoneOfOursAreToldInWordsOfTheUser) {
+  write_file("other.db", std::string(5000, 'x'));
+  execute("INSERT INTO UNIT (UNITCODE) VALUES ('EA')");
+  write_file("more.sql", "INSERT INTO UNIT (UNITCODE) VALUES ('KG');");
+  write_file("records.xml",
+             "<Products><Product buyfrompartnumber=\"P-1\"><PARTNUMBER>P1</PARTNUMBER><PRODUCTDESCRIPTION>Pen"
+             "</PRODUCTDESCRIPTION><MULTIPLEBUYER>0</MULTIPLEBUYER></Product></Products>");
+  std::filesystem::copy_file(tool_.folder() / "mercato.db", tool_.folder() / "newer.db");
+  {
+    sqlite3* engine = nullptr;
+    ASSERT_EQ(sqlite3_open((tool_.folder() / "newer.db").c_str(), &engine), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(engine, "PRAGMA user_version=99", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(engine);
+  }
+  const std::string before = whole_store();
+  const std::string held = "Another process or connection holds the store 'mercato.db'. Wait until it is done, then ";
+  const std::string locked = "Provider=SQLite;Data Source=mercato.db;Busy Timeout=50";
+  const std::string other = "Provider=SQLite;Data Source=other.db";
+  const std::string newer = "Provider=SQLite;Data Source=newer.db";
+  const std::string no_store = "mercato: 'other.db' is not a store. Correct Data Source.\n";
+  const std::string too_new =
+      "mercato: The store 'newer.db' was written by a newer version of this program (store version 99, this one knows "
+      "2). Use the newer version.\n";
+  const std::vector<Failure> table = {
+      {{"product", "disable", "1", "--store", locked}, "mercato: " + held + "repeat the command.\n"},
+      {{"unit", "delete", "EA", "--store", locked}, "mercato: " + held + "repeat the command.\n"},
+      {{"property", "new", "WIDTH", "--store", locked}, "mercato: " + held + "repeat the command.\n"},
+      {{"execute", "more.sql", "--store", locked},
+       "mercato: Statement 1, line 1: " + held + "repeat the command. Nothing of the script was kept.\n"},
+      {{"find", "pen", "--store", other}, no_store},
+      {{"init", "--store", other}, no_store},
+      {{"execute", "more.sql", "--store", other}, "mercato: 'other.db' is not a store. Correct Data Source.\n"},
+      {{"find", "pen", "--store", newer}, too_new},
+      {{"store", "check", "--store", newer}, too_new},
+      {{"store", "restore", "newer.db"},
+       "mercato: The backup 'newer.db' was written by a newer version of this program (store version 99, this one "
+       "knows 2).\n"},
+  };
+  {
+    const LockedStore holder(tool_.folder() / "mercato.db");
+    for (const Failure& failure : table) {
+      std::string line = "mercato";
+      for (const std::string& word : failure.command) line += " " + word;
+      SCOPED_TRACE(line);
+      const ToolRun done = run(failure.command);
+      EXPECT_EQ(done.err, failure.err);
+      EXPECT_EQ(done.status, failure.status);
+      EXPECT_EQ(done.out, "");
+    }
+    const ToolRun traced = run({"unit", "delete", "EA", "--store", locked, "--trace"});
+    EXPECT_NE(traced.err.find(" milliseconds (database is locked)"), std::string::npos) << traced.err;
+    EXPECT_EQ(answer({"upload", "records.xml", "--store", locked}, 1).at("stoppedBy"), held + "repeat the command.");
+  }
+  EXPECT_EQ(whole_store(), before);
 }
 
 // A statement of the library's was shown, and the place of a quote in it.

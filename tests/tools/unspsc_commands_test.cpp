@@ -139,9 +139,9 @@ TEST_F(UnspscCommands, StoreThatCannotBeWrittenIsToldAtOnceAndInOneLine) {
         run({"unspsc", "load", "codes.xlsx", "--store", "Provider=SQLite;Data Source=mercato.db;Busy Timeout=100"});
     EXPECT_EQ(done.status, 1);
     EXPECT_EQ(done.out, "");
-    EXPECT_EQ(done.err.substr(0, begin.size()), begin);
-    EXPECT_NE(done.err.find("holds the store 'mercato.db'"), std::string::npos) << done.err;
-    EXPECT_EQ(std::count(done.err.begin(), done.err.end(), '\n'), 1);
+    EXPECT_EQ(done.err, begin +
+                            "Another process or connection holds the store 'mercato.db'. Wait until it is done, then "
+                            "repeat the command.\n");
   }
   EXPECT_EQ(rows("SELECT * FROM UNSPSCCODES"), "0 rows\n");
 }
@@ -155,8 +155,8 @@ TEST_F(UnspscCommands, StoreThatFailsInTheMidstOfAFileIsToldAndKeepsNothingOfIt)
   EXPECT_EQ(done.status, 1);
   EXPECT_EQ(done.out, "");
   EXPECT_EQ(done.err,
-            "mercato: Nothing of codes.xml was loaded, since the store cannot be written. Invalid object name "
-            "'COMMODITY'.\n");
+            "mercato: Nothing of codes.xml was loaded, since the store cannot be written. The store has no table "
+            "COMMODITY: `mercato init` creates the tables that are missing.\n");
   EXPECT_EQ(rows("SELECT * FROM UNSPSCCODES"), "0 rows\n");
 }
 

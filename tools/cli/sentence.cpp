@@ -8,8 +8,10 @@ namespace {
 constexpr std::string_view kBegin = "\r\n DESC: ";
 constexpr std::string_view kEnd = ".\r\n";
 
+constexpr std::string_view kStoreSource = "SQLite store";  // of every failure that the driver reports
+
 // "(UNIQUE constraint failed: UNIT.UNITCODE)" keeps the column that the text does not name yet.
-void cut_words_of_engine(std::string& text) {
+void cut_words_of_constraint(std::string& text) {
   constexpr std::string_view kFailed = " constraint failed: ";
   const std::size_t failed = text.rfind(kFailed);
   const std::size_t begin = text.rfind(" (", failed);
@@ -18,6 +20,25 @@ void cut_words_of_engine(std::string& text) {
   const std::string object = text.substr(failed + kFailed.size(), end - failed - kFailed.size());
   const bool is_told = object.starts_with("index ") || text.substr(0, begin).find(object) != std::string::npos;
   text.replace(begin, end + 1 - begin, is_told ? std::string() : " (" + object + ")");
+}
+
+// "The store 'x' is read-only. ... (attempt to write a readonly database)": the engine's words stand in brackets behind
+// the store's name. Only the system's reason is kept of them.
+void cut_words_of_store(std::string& text) {
+  const std::size_t begin = text.find(" (", text.rfind('\'') + 1);
+  const std::size_t end = text.rfind(')');
+  if (begin == std::string::npos || end == std::string::npos || end < begin) return;
+  const std::string_view inside = std::string_view(text).substr(begin + 2, end - begin - 2);
+  if (inside.starts_with("store version ")) return;  // the library's own words
+  constexpr std::string_view kHeld = ", and did not let go of it in ";
+  if (const std::size_t held = text.find(kHeld); held != std::string::npos && held < begin) {
+    text.replace(held, end + 1 - held, ". Wait until it is done, then repeat the command");
+    return;
+  }
+  const std::size_t colon = inside.rfind(": ");
+  const bool has_reason =
+      colon != std::string::npos && std::string_view(text).substr(0, begin).ends_with(" cannot be read or written");
+  text.replace(begin, end + 1 - begin, has_reason ? " (" + std::string(inside.substr(colon + 2)) + ")" : "");
 }
 
 // About a statement of the library's; one of a script is told with its place there.
@@ -65,7 +86,10 @@ std::string own_sentence(const RaisedError& error) {
 std::string sentence(const RaisedError& error) {
   std::string text = own_sentence(error);
   if (error.Number == error_number::kStatementRefused) return about_statement(std::move(text));
-  if (error.Number == error_number::kConstraintViolated) cut_words_of_engine(text);
+  if (error.Number == error_number::kConstraintViolated)
+    cut_words_of_constraint(text);
+  else if (error.Source == kStoreSource)
+    cut_words_of_store(text);
   return text;
 }
 

@@ -134,8 +134,9 @@ std::string words_for(const RaisedError& failure, const Watcher& watcher, const 
 }
 
 [[noreturn]] void raise_unwritable(const std::string& file, RaisedError failure) {
-  failure.Description = "Nothing of " + file + " was loaded, since the store cannot be written. " + sentence(failure);
-  throw Raised(std::move(failure));
+  std::string words = "Nothing of " + file + " was loaded, since the store cannot be written. " + sentence(failure);
+  words.pop_back();  // the full stop, which every description gets
+  throw Raised(told_as(std::move(failure), words));
 }
 
 // The library passes over statements that fail, so that of a store that cannot be written it would say of every code
