@@ -36,10 +36,6 @@ const Column* assigned_column(const TableInfo& table) {
   return column == table.columns.end() ? nullptr : &*column;
 }
 
-RaisedError out_of_range(const TableInfo& table, const Column& column) {
-  return {kValueTooLong, {}, "The value is out of the range of column " + table.name + "." + column.name, {}, 0};
-}
-
 RaisedError violation(int code, const std::string& words, const TableInfo* table) {
   const std::string object(object_of(words));
   switch (code) {
