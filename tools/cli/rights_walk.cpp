@@ -12,10 +12,17 @@ using Place = RightsWalk::Place;
 // Among several entries for one thing a restriction counts.
 Entry entry_of(const Sql& sql) {
   Entry entry = Entry::none;
+  bool has_null = false;
   for (const auto& row : query_rows(sql)) {
-    const bool is_restricted = row->Item("VIEWONLY").to_boolean();
-    if (entry != Entry::view_only) entry = is_restricted ? Entry::view_only : Entry::order;
+    const Variant view_only = row->Item("VIEWONLY");
+    if (view_only.is_null())
+      has_null = true;
+    else if (view_only.to_boolean())
+      return Entry::view_only;
+    else
+      entry = Entry::order;
   }
+  if (has_null) raise(error_number::kInvalidUseOfNull);
   return entry;
 }
 
