@@ -121,6 +121,28 @@ TEST_F(Tool, ExecuteKeepsAllOfAScriptOrNothing) {
   EXPECT_EQ(run({"execute", "nowhere.sql"}).status, 1);
 }
 
+// A script had no limit.
+TEST_F(Tool, EachStatementOfAScriptKeepsToTheCallLimit) {
+  write_whole(path("mercato.toml"),
+              "[connections]\nMercato = 'Provider=SQLite;Data Source=mercato.db'\n[limits]\ncall_seconds = 1\n");
+  std::string script = "CREATE TABLE DIGIT (N int NOT NULL);\n";
+  for (int i = 0; i < 10; ++i) script += "INSERT DIGIT (N) VALUES (" + std::to_string(i) + ");\n";
+  ASSERT_EQ(run({"execute", "-"}, script).status, 0);
+  const std::string million = "SELECT COUNT(*) FROM DIGIT A, DIGIT B, DIGIT C, DIGIT D, DIGIT E, DIGIT F";
+  const ToolRun ended = run({"execute", "-"}, "DELETE DIGIT WHERE N = 1;\n" + million + ", DIGIT G, DIGIT H, DIGIT I;");
+  EXPECT_EQ(ended.status, 1);
+  EXPECT_EQ(
+      ended.err,
+      "mercato: Statement 2, line 2: Timeout expired: the call ran longer than its limit of 1 seconds. Nothing of "
+      "the script was kept.\n");
+  // All together take longer.
+  std::string many;
+  for (int i = 0; i < 100; ++i) many += million + ";";
+  const ToolRun done = run({"execute", "--json", "-"}, many);
+  EXPECT_EQ(done.err, "");
+  EXPECT_EQ(json::parse(done.out).at("results").size(), 100u);
+}
+
 TEST_F(Tool, TellsWrongUsageFromRefusal) {
   EXPECT_EQ(run({}).status, 2);
   EXPECT_EQ(run({"destroy"}).status, 2);
