@@ -103,6 +103,10 @@ const std::vector<Failure>& failures() {
       {{"execute", "doubled.sql"},
        "mercato: Statement 1, line 1: There is already a row with this key (UNIT.UNITCODE). Nothing of the script was "
        "kept.\n"},
+      {{"execute", "unclosed.sql"},
+       "mercato: Statement 2, line 3: Unclosed quotation mark after the character string 'KG);' (character 30). "
+       "Nothing "
+       "of the script was kept.\n"},
       {{"unspsc", "load"}, "mercato: FILE is required; --help says more.\n", 2},
       {{"unspsc", "tree", "99"}, "mercato: There is no UNSPSC code 99.\n"},
       {{"catalog", "load", "nowhere.csv", "--name", "X"},
@@ -262,6 +266,10 @@ class Failures : public CommandTest {
     write_file("unknown.toml", "[shop]\nname = \"x\"\n");
     write_file("limit.toml", "[limits]\ncall_seconds = \"soon\"\n");
     write_file("doubled.sql", "INSERT UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('BX', 'again');");
+    // The place was missing, and the library was blamed.
+    write_file("unclosed.sql",
+               "INSERT UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('EA', 'each');\n-- kilograms\n"
+               "INSERT UNIT (UNITCODE) VALUES('KG);");
   }
   // The names below "Subcommands:" of a help text.
   Words commands_in(const Words& command) {

@@ -48,7 +48,8 @@ void check_pieces(const Sql& statement);
 // The value of a literal token: long or double for a number, text without its quotes and with doubled ones single.
 Variant literal_value(const LexedStatement& lexed, std::uint32_t token);
 
-// The statements of a script, without the `;` between them. Raises what `lex` raises.
+// The statements of a script, without the `;` between them. What is no sequence of tokens, and all behind it, belongs
+// to the last one: `lex` refuses that one, with the place in it.
 std::vector<std::string_view> split_script(std::string_view script);
 
 enum class StatementKind : std::uint8_t {

@@ -2,6 +2,7 @@
 #include <bit>
 #include <cstring>
 
+#include "frame/types/raised_error.h"
 #include "frame/types/text.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/dialect/dialect.h"
@@ -73,13 +74,32 @@ std::uint64_t hash_of(std::string_view text) {
 
 class Lexer {
  public:
-  Lexer(std::string_view text, LexedStatement& out) : text_(text), out_(out) {}
+  Lexer(std::string_view text, LexedStatement& out) : text_(text), out_(out) {
+    constexpr std::size_t kLongest = std::size_t{1} << 30;  // positions are 32 bits wide, and so is the store's limit
+    if (text.size() > kLongest) refuse("The statement is too long");
+    out.text = text;
+    out.tokens.clear();
+    out.literals.clear();
+    out.shape.clear();
+    out.comment = LexedStatement::kNoComment;
+  }
 
   void run() {
     while (position_ < text_.size()) step();
     add(TokenKind::end, text_.size(), text_.size());
     out_.shape.append(text_, copied_);
     out_.shape_hash = hash_of(out_.shape);
+  }
+
+  // The same, in which the text from the first fault on is one token.
+  void run_over_a_fault() {
+    try {
+      run();
+    } catch (const Raised& fault) {
+      if (fault.error().Number != error_number::kStatementRefused) throw;
+      add(TokenKind::word, position_, text_.size());
+      add(TokenKind::end, text_.size(), text_.size());
+    }
   }
 
  private:
@@ -184,15 +204,17 @@ class Lexer {
       position_ = std::min(text_.find('\n', begin), text_.size());
       return;
     }
+    std::size_t end = begin;
     int depth = 0;  // these comments nest
     do {
       check_call_limit();
-      if (position_ + 1 >= text_.size()) refuse("Missing end comment mark '*/'" + place_text(text_, begin));
-      const char first = text_[position_], second = text_[position_ + 1];
+      if (end + 1 >= text_.size()) refuse("Missing end comment mark '*/'" + place_text(text_, begin));
+      const char first = text_[end], second = text_[end + 1];
       const bool opens = first == '/' && second == '*', closes = first == '*' && second == '/';
       depth += opens ? 1 : closes ? -1 : 0;
-      position_ += opens || closes ? 2 : 1;
+      end += opens || closes ? 2 : 1;
     } while (depth > 0);
+    position_ = end;
   }
 
   std::string_view text_;
@@ -203,20 +225,11 @@ class Lexer {
 
 }  // namespace
 
-void lex(std::string_view text, LexedStatement& out) {
-  constexpr std::size_t kLongest = std::size_t{1} << 30;  // positions are 32 bits wide, and so is the store's limit
-  if (text.size() > kLongest) refuse("The statement is too long");
-  out.text = text;
-  out.tokens.clear();
-  out.literals.clear();
-  out.shape.clear();
-  out.comment = LexedStatement::kNoComment;
-  Lexer(text, out).run();
-}
+void lex(std::string_view text, LexedStatement& out) { Lexer(text, out).run(); }
 
 std::vector<std::string_view> split_script(std::string_view script) {
   LexedStatement lexed;
-  lex(script, lexed);
+  Lexer(script, lexed).run_over_a_fault();
   std::vector<std::string_view> statements;
   std::uint32_t first = 0;
   for (std::uint32_t i = 0; i < lexed.tokens.size(); ++i) {

@@ -210,5 +210,20 @@ TEST(DialectLexer, ScriptIsCutAtItsSemicolons) {
   EXPECT_EQ(statements[2], "D");
 }
 
+// The fault of a script was told without its statement.
+TEST(DialectLexer, WhatCannotBeReadInAScriptBelongsToItsLastStatement) {
+  const struct {
+    const char* script;
+    std::vector<std::string_view> statements;
+  } cases[] = {
+      {"A; B 'c; D;\n", {"A", "B 'c; D;\n"}}, {"A;\n -- b\n 'c", {"A", "'c"}},  {"A; /* b; */ /* c;", {"A", "/* c;"}},
+      {"A; B /* c;", {"A", "B /* c;"}},       {"A; \x01; B", {"A", "\x01; B"}}, {"[A", {"[A"}},
+  };
+  for (const auto& each : cases) {
+    EXPECT_EQ(split_script(each.script), each.statements) << each.script;
+    EXPECT_EQ(refusal_of(std::string(each.statements.back())).Number, error_number::kStatementRefused) << each.script;
+  }
+}
+
 }  // namespace
 }  // namespace mercato::store::dialect
