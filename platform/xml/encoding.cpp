@@ -27,15 +27,24 @@ constexpr std::string_view kDeclaration = "<?xml";
 constexpr std::string_view kEbcdicDeclaration = "\x4C\x6F\xA7\x94\x93";
 constexpr const char* kAnyEbcdic = "ibm-37";
 
+// "<?" in units of more than one byte, in which the letters of a declaration are those of ASCII with zeros beside them.
+constexpr std::array kWideBeginnings = {
+    Mark{{"<\0?\0", 4}, "UTF-16LE"},
+    Mark{{"\0<\0?", 4}, "UTF-16BE"},
+    Mark{{"<\0\0\0?\0\0\0", 8}, "UTF-32LE"},
+    Mark{{"\0\0\0<\0\0\0?", 8}, "UTF-32BE"},
+};
+
 // What is text as it stands: the judge of the document sees whether it is.
 bool is_utf8(std::string_view declared) {
   return declared.empty() || declared == "utf-8" || declared == "utf8" || declared == "us-ascii";
 }
 
-// Only a name that ICU lists: for others it would look for a file.
-bool is_known(const std::string& declared) {
+// ICU's own name, empty for one that it does not list: for such it would look for a file.
+std::string_view known_name(const std::string& declared) {
   UErrorCode status = U_ZERO_ERROR;
-  return ucnv_countAliases(declared.c_str(), &status) > 0 && U_SUCCESS(status);
+  const char* name = ucnv_getAlias(declared.c_str(), 0, &status);
+  return name == nullptr || U_FAILURE(status) ? std::string_view() : std::string_view(name);
 }
 
 // The value of the pseudo attribute "encoding" of the declaration, empty without one. Whether the declaration is
@@ -91,9 +100,15 @@ std::string to_utf8(std::string& bytes, std::size_t max_bytes) {
     bytes.erase(0, mark.bytes.size());
     return mark.converter == nullptr ? std::string() : convert(bytes, mark.converter, max_bytes);
   }
+  constexpr std::size_t kLongestDeclaration = 200;
+  const auto wide = std::find_if(kWideBeginnings.begin(), kWideBeginnings.end(),
+                                 [&bytes](const Mark& begin) { return bytes.starts_with(begin.bytes); });
   std::string declared;
-  if (bytes.starts_with(kEbcdicDeclaration)) {
-    constexpr std::size_t kLongestDeclaration = 200;
+  if (wide != kWideBeginnings.end()) {
+    std::string begin = bytes.substr(0, 4 * kLongestDeclaration);
+    std::erase(begin, '\0');
+    declared = declared_encoding(begin);
+  } else if (bytes.starts_with(kEbcdicDeclaration)) {
     std::string begin = bytes.substr(0, kLongestDeclaration);
     if (std::string fault = convert(begin, kAnyEbcdic, max_bytes); !fault.empty()) return fault;
     declared = declared_encoding(begin);
@@ -102,8 +117,12 @@ std::string to_utf8(std::string& bytes, std::size_t max_bytes) {
     if (is_utf8(declared)) return {};
   }
   const std::string shown = "\"" + declared.substr(0, 40) + "\"";
-  if (!is_known(declared)) return "the encoding " + shown + " is not read";
-  if (std::string fault = convert(bytes, declared.c_str(), max_bytes); !fault.empty()) return fault;
+  const std::string_view name = known_name(declared);
+  if (name.empty()) return "the encoding " + shown + " is not read";
+  const char* from = declared.c_str();
+  // "UTF-16" and "UTF-32" leave the order of the bytes to the beginning.
+  if (wide != kWideBeginnings.end() && std::string_view(wide->converter).starts_with(name)) from = wide->converter;
+  if (std::string fault = convert(bytes, from, max_bytes); !fault.empty()) return fault;
   // The declaration was found in the bytes as they are, so another beginning means that it does not tell the truth.
   return bytes.starts_with(kDeclaration) ? std::string() : "it is not in the encoding " + shown + " that it declares";
 }

@@ -6,9 +6,9 @@
 
 namespace mercato::xml {
 
-// Converts in place, by the byte order mark, which it drops, or else by the declared encoding: UTF-16 and UTF-32 with a
-// mark, and every encoding that ICU knows. Returns the reason why it could not be done, empty when it was. `bytes` is
-// not checked for being UTF-8 when it claims to be.
+// Converts in place, by the byte order mark, which it drops, or else by the declared encoding, which may be any that
+// ICU knows. Returns the reason why it could not be done, empty when it was. `bytes` is not checked for being UTF-8
+// when it claims to be.
 std::string to_utf8(std::string& bytes, std::size_t max_bytes);
 
 }  // namespace mercato::xml

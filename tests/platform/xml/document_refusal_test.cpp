@@ -320,6 +320,13 @@ class Encodings : public testing::Test {
     return bytes;
   }
 
+  static std::string utf32(std::u32string_view text, bool big) {
+    std::string bytes;
+    for (const char32_t c : text)
+      for (int i = 0; i < 4; ++i) bytes += static_cast<char>((c >> (8 * (big ? 3 - i : i))) & 0xFF);
+    return bytes;
+  }
+
   TemporaryFolder folder_;
 };
 
@@ -370,14 +377,24 @@ TEST_F(Encodings, EveryEncodingThatIcuKnowsIsRead) {
 }
 
 TEST_F(Encodings, Utf32IsReadByItsMark) {
-  const auto utf32 = [](std::u32string_view text, bool big) {
-    std::string bytes;
-    for (const char32_t c : text)
-      for (int i = 0; i < 4; ++i) bytes += static_cast<char>((c >> (8 * (big ? 3 - i : i))) & 0xFF);
-    return bytes;
-  };
   EXPECT_EQ(read(utf32(U"\xFEFF<a>\u00E4</a>", true)), "\u00E4");
   EXPECT_EQ(read(utf32(U"\xFEFF<a>\u00E4</a>", false)), "\u00E4");
+}
+
+// Their declarations were not seen.
+TEST_F(Encodings, Utf16AndUtf32AreReadByTheirDeclarationToo) {
+  const std::u16string long_text(1000, u'\u20AC');
+  for (const bool little : {true, false}) {
+    for (const std::u16string& name : {std::u16string(little ? u"UTF-16LE" : u"utf-16be"), std::u16string(u"UTF-16"),
+                                       std::u16string(u"ISO-10646-UCS-2")}) {
+      const std::u16string head = u"<?xml version='1.0' encoding='" + name + u"'?>";
+      EXPECT_EQ(read(utf16(head + u"<a>\u00E4\u20AC\U0001F600</a>", little)), "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80");
+      EXPECT_EQ(read(utf16(head + u"<a>" + long_text + u"</a>", little)).size(), 3000u);
+    }
+    for (const std::u32string& name : {std::u32string(little ? U"UTF-32LE" : U"utf-32be"), std::u32string(U"UTF-32")})
+      EXPECT_EQ(read(utf32(U"<?xml version='1.0' encoding=\"" + name + U"\"?><a>\u00E4\U0001F600</a>", !little)),
+                "\u00E4\U0001F600");
+  }
 }
 
 TEST_F(Encodings, ADocumentInEbcdicIsReadByItsDeclaration) {
@@ -408,6 +425,16 @@ TEST_F(Encodings, OtherAndBrokenEncodingsAreRefused) {
   EXPECT_EQ(read("<?xml version='1.0' encoding='Shift_JIS'?><a>\x93</a>"),
             "it cannot be converted from shift_jis to UTF-8.");
   EXPECT_EQ(read(utf16(u"<a/>", true)), "Line 1, column 2: no name can start here, and a tag needs one.");
+  EXPECT_EQ(read(utf16(u"<?xml version='1.0' encoding='UTF-16BE'?><a/>", true)),
+            "it is not in the encoding \"utf-16be\" that it declares.");
+  EXPECT_EQ(read(utf16(u"<?xml version='1.0' encoding='UTF-8'?><a/>", false)),
+            "it is not in the encoding \"utf-8\" that it declares.");
+  EXPECT_EQ(read("<?xml version='1.0' encoding='UTF-16LE'?><a/> "),
+            "it is not in the encoding \"utf-16le\" that it declares.");
+  EXPECT_EQ(read(utf32(U"<?xml version='1.0' encoding='klingon'?><a/>", false)),
+            "the encoding \"klingon\" is not read.");
+  EXPECT_EQ(read(utf16(u"<?xml version='1.0' encoding='UTF-16LE'?><a>\xD800</a>", true)),
+            "it cannot be converted from UTF-16LE to UTF-8.");
   EXPECT_EQ(read(utf16(u"\xFEFF<a>\xD800</a>", true)), "it cannot be converted from UTF-16LE to UTF-8.");
   EXPECT_EQ(read(utf16(u"\xFEFF<a/>", true) + "x"), "it cannot be converted from UTF-16LE to UTF-8.");
   EXPECT_EQ(read(utf16(u"\xFEFF", true)), "Line 1, column 1: the document is empty.");
