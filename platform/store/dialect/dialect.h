@@ -82,6 +82,7 @@ struct Translation {
   std::string table;                    // the one table that is read or written; empty for a join
   std::vector<Column> result;           // of a query; a column of type unknown is typed by its values
   bool identified = false;              // a last column with the row's identity follows the result
+  std::size_t most_united = 1;          // of the queries that UNION joins in one place
   bool depends_on_literals = false;     // holds for this very text only, not for every statement of its shape
 };
 

@@ -19,6 +19,7 @@ Query SqliteTranslator::query(const Scope* outer) {
           "All queries combined using a UNION operator must have an equal number of expressions in their target "
           "lists");
   }
+  result_.most_united = std::max(result_.most_united, query.arms.size());
   unify_arms(query);
   if (accept_word("ORDER")) order_by(query);
   return query;

@@ -116,9 +116,7 @@ CachedStatementPtr SqliteSession::translated(bool identified) {
   refresh_schema();
   auto statement = std::make_shared<CachedStatement>();
   statement->translation = dialect::translate_to_sqlite(lexed_, tables_, identified);
-  if (const int most = sqlite3_limit(database_.engine(), SQLITE_LIMIT_VARIABLE_NUMBER, -1);
-      statement->translation.parameters.size() > static_cast<std::size_t>(most))
-    dialect::refuse("The statement has more than " + std::to_string(most) + " values. Send them in several statements");
+  refuse_beyond_bounds(statement->translation);
   if (statement->translation.kind == dialect::StatementKind::query)
     statement->layout = std::make_shared<const RowLayout>(statement->translation.result, statement->translation.table);
   if (statement->translation.kind != dialect::StatementKind::definition)
@@ -393,6 +391,19 @@ void SqliteSession::commit_group() {
   }
   unflushed_ = true;
   group_ended_ = Clock::now();
+}
+
+// Before the engine does so in its own words.
+void SqliteSession::refuse_beyond_bounds(const dialect::Translation& translation) const {
+  const auto most = [this](int bound) {
+    return static_cast<std::size_t>(sqlite3_limit(database_.engine(), bound, -1));
+  };
+  if (const std::size_t values = most(SQLITE_LIMIT_VARIABLE_NUMBER); translation.parameters.size() > values)
+    dialect::refuse("The statement has more than " + std::to_string(values) +
+                    " values. Send them in several statements");
+  if (const std::size_t queries = most(SQLITE_LIMIT_COMPOUND_SELECT); translation.most_united > queries)
+    dialect::refuse("The statement joins more than " + std::to_string(queries) +
+                    " queries with UNION. Send them in several statements");
 }
 
 void SqliteSession::refuse_if_lost() const {

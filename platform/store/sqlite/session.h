@@ -82,6 +82,7 @@ class SqliteSession final : public Session {
   void roll_back_engine_transaction() noexcept;
   void commit_group();
   bool group_is_old() const;
+  void refuse_beyond_bounds(const dialect::Translation& translation) const;
   void refuse_if_lost() const;
 
   // The failure that the engine has just reported, while writing that table if one is named.

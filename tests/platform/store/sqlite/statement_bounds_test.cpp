@@ -92,6 +92,31 @@ TEST_F(StatementBounds, MoreValuesThanTheEngineTakesAreRefusedInWordsOfTheLibrar
             "The statement has more than 250000 values. Send them in several statements");
 }
 
+// The engine refused it in its own words.
+TEST_F(StatementBounds, MoreQueriesInAUnionThanTheEngineTakesAreRefusedInWordsOfTheLibrary) {
+  const std::string expected = "The statement joins more than 500 queries with UNION. Send them in several statements";
+  for (const std::string& by : {std::string(" UNION "), std::string(" UNION ALL ")}) {
+    const std::string most = joined(500, "SELECT N FROM T WHERE M = ", by);
+    const std::string more = most + by + "SELECT N FROM T";
+    EXPECT_EQ(count_where("N IN (" + most + ")"), Variant(2));
+    for (const std::string& sql : {
+             more,
+             joined(5'000, "SELECT N FROM T WHERE M = ", by),
+             "SELECT COUNT(*) FROM T WHERE N IN (" + more + ")",
+             "SELECT 1 FROM (" + more + ") A",
+             "INSERT INTO T (N) " + more,
+             "DELETE FROM T WHERE N IN (" + more + ")",
+         }) {
+      const RaisedError failure = failure_of([&] { run(*session_, sql); });
+      EXPECT_EQ(failure.Number, kStatementRefused);
+      EXPECT_EQ(failure.Description, expected);
+    }
+  }
+  EXPECT_EQ(count_where("N IN (SELECT N FROM T UNION " + joined(400, "SELECT N FROM T WHERE M = ", " UNION ") +
+                        ") OR N IN (" + joined(400, "SELECT N FROM T WHERE M = ", " UNION ") + ")"),
+            Variant(2));
+}
+
 TEST_F(StatementBounds, WhatTakesTooLongEndsWithTheCall) {
   const std::string many(500'000, 'a');
   EXPECT_EQ(outcome_within_a_call("SELECT COUNT(*) FROM T WHERE CHARINDEX('" + many + "b', '" + many + many + "') > 0"),
