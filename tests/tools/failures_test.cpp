@@ -104,9 +104,8 @@ const std::vector<Failure>& failures() {
        "mercato: Statement 1, line 1: There is already a row with this key (UNIT.UNITCODE). Nothing of the script was "
        "kept.\n"},
       {{"execute", "unclosed.sql"},
-       "mercato: Statement 2, line 3: Unclosed quotation mark after the character string 'KG);' (character 30). "
-       "Nothing "
-       "of the script was kept.\n"},
+       "mercato: Statement 2, line 3: Unclosed quotation mark after the character string 'KG);' (character 31). "
+       "Nothing of the script was kept.\n"},
       {{"unspsc", "load"}, "mercato: FILE is required; --help says more.\n", 2},
       {{"unspsc", "tree", "99"}, "mercato: There is no UNSPSC code 99.\n"},
       {{"catalog", "load", "nowhere.csv", "--name", "X"},
