@@ -207,8 +207,7 @@ const std::vector<Failure>& failures() {
       // The store's file
       {{"store", "check", "x"}, "mercato: 'x' is more than `mercato store check` takes; --help says more.\n", 2},
       {{"store", "backup"}, "mercato: FILE is required; --help says more.\n", 2},
-      {{"store", "backup", "/nowhere/x"},
-       "mercato: There can be no file '/nowhere/x-new': No such file or directory.\n"},
+      {{"store", "backup", "/nowhere/x"}, "mercato: There is no folder '/nowhere' for the backup '/nowhere/x'.\n"},
       {{"store", "restore", "nowhere.db"}, "mercato: There is no backup 'nowhere.db': No such file or directory.\n"},
 
       // Users, their favourites and rights

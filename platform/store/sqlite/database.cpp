@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -247,7 +248,7 @@ std::optional<std::uint32_t> Database::mark_on_disk() const noexcept {
   std::array<unsigned char, 4> bytes{};
   const int code = file->pMethods->xRead(file, bytes.data(), bytes.size(), kPlaceOfMark);
   if (code != SQLITE_OK && code != SQLITE_IOERR_SHORT_READ) return std::nullopt;
-  return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 | bytes[3];
+  return mark_of(bytes.data());
 }
 
 std::optional<std::uint64_t> Database::log_in_use() const noexcept {
@@ -287,14 +288,19 @@ std::optional<bool> Database::is_same_file() const noexcept {
   if (in_memory_) return true;
   try {
     if (log_file_ && identity_of(log_path(files_)) != log_file_) return false;
-    const auto mark = mark_on_disk();
-    if (!mark || *mark == mark_) return true;
-    // It came with a checkpoint, or somebody has written over the file.
-    const auto note = read_log_note(files_);
-    if (!note) return std::nullopt;
-    if (!note->admits(*mark)) return false;
-    mark_ = *mark;
-    return true;
+    for (auto mark = mark_on_disk();;) {
+      if (!mark || *mark == mark_) return true;
+      // It came with a checkpoint, or somebody has written over the file.
+      const auto note = read_log_note(files_);
+      if (note && note->admits(*mark)) {
+        mark_ = *mark;
+        return true;
+      }
+      // Between the two looks others may have given the file another mark, and begun a log whose note forgets this one.
+      const auto now = mark_on_disk();
+      if (now == mark) return note ? std::optional(false) : std::nullopt;
+      mark = now;
+    }
   } catch (...) {
     return true;  // out of memory: asked again soon
   }
@@ -357,6 +363,11 @@ void Database::admit_mark(std::uint32_t mark) {
   auto note = read_log_note(files_);
   if (!note) return;
   note->marks.push_back(mark);
+  // What stood in the file before its present mark does not come back. More marks behind it than a note holds take a
+  // reader who keeps the log from being moved through as many restores: then the oldest of them go.
+  const auto present = std::ranges::find(note->marks, mark_on_disk().value_or(note->marks.front()));
+  if (present != note->marks.end()) note->marks.erase(note->marks.begin(), present);
+  if (note->marks.size() > kMostMarks) note->marks.erase(note->marks.begin() + 1);
   // Without its note a log is replayed unasked.
   if (!write_log_note(files_, *note)) unlink(note_path(files_).c_str());
 }

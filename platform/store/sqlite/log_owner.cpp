@@ -47,6 +47,10 @@ std::optional<FileIdentity> identity_of(const std::string& path) noexcept {
   return FileIdentity{status.st_dev, status.st_ino};
 }
 
+std::uint32_t mark_of(const unsigned char* bytes) {
+  return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
 bool LogNote::admits(std::uint32_t mark) const { return std::ranges::find(marks, mark) != marks.end(); }
 
 std::string log_path(const std::string& store) { return store + "-wal"; }
@@ -60,7 +64,7 @@ std::optional<LogNote> read_log_note(const std::string& store) {
   if (!(in >> title >> note.log) || title != kTitle) return std::nullopt;
   note.store_file = read_identity(in);
   note.log_file = read_identity(in);
-  if (!(in >> marks) || marks > 100) return std::nullopt;
+  if (!(in >> marks) || marks > kMostMarks) return std::nullopt;
   note.marks.resize(marks);
   for (std::uint32_t& mark : note.marks) in >> mark;
   std::string end;

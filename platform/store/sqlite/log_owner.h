@@ -8,6 +8,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,6 +26,9 @@ std::optional<FileIdentity> identity_of(const std::string& path) noexcept;
 
 // Where the mark stands in a store file, four bytes, the highest first.
 inline constexpr int kPlaceOfMark = 68;
+std::uint32_t mark_of(const unsigned char* bytes);
+
+inline constexpr std::size_t kMostMarks = 100;
 
 struct LogNote {
   std::uint64_t log = 0;

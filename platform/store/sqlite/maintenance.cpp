@@ -82,13 +82,14 @@ std::int64_t integer_of(sqlite3* engine, const char* query, const std::string& p
   return number;
 }
 
-// A new file without a name of its own yet: gone, unless it gets one.
+// A new file, of its owner alone and without a name of its own yet: gone, unless it gets one.
 class FileInTheMaking {
  public:
-  // With these rights; what was left of an earlier one is overwritten.
-  FileInTheMaking(std::string path, mode_t mode) : path_(std::move(path)) {
-    unlink(path_.c_str());
-    if (mknod(path_.c_str(), S_IFREG | mode, 0) != 0) refuse_for_the_system("There can be no file", path_);
+  // Beside the file of that name.
+  explicit FileInTheMaking(const std::string& name) : path_(name + "-new-XXXXXX") {
+    const int file = mkostemp(path_.data(), O_CLOEXEC);
+    if (file < 0) refuse_for_the_system("There can be no file", name);
+    close(file);
   }
   FileInTheMaking(const FileInTheMaking&) = delete;
   FileInTheMaking& operator=(const FileInTheMaking&) = delete;
@@ -96,6 +97,13 @@ class FileInTheMaking {
     if (!path_.empty()) unlink(path_.c_str());
   }
   const std::string& path() const { return path_; }
+
+  void take_rights_of(const struct stat& status) {
+    // As far as the system lets: only its master gives files to others, and anyone to a group of theirs.
+    [[maybe_unused]] const bool given = chown(path_.c_str(), status.st_uid, status.st_gid) == 0 ||
+                                        chown(path_.c_str(), static_cast<uid_t>(-1), status.st_gid) == 0;
+    if (chmod(path_.c_str(), status.st_mode & 0777) != 0) refuse_for_the_system("There can be no file", path_);
+  }
 
   // To the disk, and then in the place of whatever has that name.
   void rename_to(const std::string& name) {
@@ -132,13 +140,14 @@ int copy_pages(sqlite3* from, sqlite3* to, OnLock on_lock) {
 }
 
 // A mark that no log knows, so that none that is found beside the file is taken for its own.
-void give_new_mark(const std::string& path) {
+std::uint32_t give_new_mark(const std::string& path) {
   std::array<unsigned char, 4> mark;
   sqlite3_randomness(mark.size(), mark.data());
   const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
   const bool written = file >= 0 && pwrite(file, mark.data(), mark.size(), kPlaceOfMark) == mark.size();
   if (file >= 0) close(file);
   if (!written) refuse_for_the_system("There can be no file", path);
+  return mark_of(mark.data());
 }
 
 void copy_to_file(sqlite3* from, const std::string& from_path, const std::string& path) {
@@ -155,7 +164,7 @@ void copy_to_file(sqlite3* from, const std::string& from_path, const std::string
 // The file gets its name when `accept` has seen it and did not raise.
 template <class Accept>
 void back_up(const Database& store, const std::string& file, Accept accept) {
-  FileInTheMaking copy(file + "-new", 0600);
+  FileInTheMaking copy(file);
   copy_to_file(store.engine(), store.path(), copy.path());
   give_new_mark(copy.path());
   accept(copy.path());
@@ -198,9 +207,10 @@ void clear_way(const std::string& from, const std::string& kept) {
 std::string exchange(const std::string& path, sqlite3* backup, const std::string& backup_path, bool keep) {
   struct stat status {};
   const bool exists = stat(path.c_str(), &status) == 0;
-  FileInTheMaking copy(path + "-new", exists ? status.st_mode & 0777 : 0600);
+  FileInTheMaking copy(path);
   copy_to_file(backup, backup_path, copy.path());
   give_new_mark(copy.path());
+  if (exists) copy.take_rights_of(status);
 
   const std::string kept = exists && keep ? free_name_for(path) : "";
   if (!kept.empty() && link(path.c_str(), kept.c_str()) != 0) refuse_for_the_system("There can be no file", kept);
@@ -230,6 +240,9 @@ void back_up_store(const std::string& connection_string, const std::string& file
   require_sqlite(connection_string);
   if (identity_of(file))
     raise_store_failure("There is a file '" + file + "' already. Give the backup another name, or delete it");
+  const fs::path folder = fs::path(file).parent_path();
+  if (std::error_code unreadable; !folder.empty() && !fs::is_directory(folder, unreadable))
+    raise_store_failure("There is no folder '" + folder.string() + "' for the backup '" + file + "'");
   const Database store(connection_string);
   back_up(store, file, [&](const std::string& copy) {
     const Engine written = open_at_rest(copy);
@@ -248,12 +261,16 @@ std::string restore_store(const std::string& connection_string, const std::strin
   if (path.empty() || path == ":memory:" || identity_of(path)) {
     try {
       Database store(connection_string);
+      // With the backup's own mark the store could not be told from the backup when that is copied over it.
+      FileInTheMaking copy(store.path());
+      copy_to_file(source.get(), backup, copy.path());
+      const std::uint32_t mark = give_new_mark(copy.path());
+      const Engine marked = open_at_rest(copy.path());
       std::string kept;
       if (keep) back_up(store, kept = free_name_for(store.path()), [](const std::string&) {});
-      const auto mark = static_cast<std::uint32_t>(integer_of(source.get(), "PRAGMA application_id", backup));
-      const int code = copy_pages(source.get(), store.engine(), [&] { store.admit_mark(mark); });
+      const int code = copy_pages(marked.get(), store.engine(), [&] { store.admit_mark(mark); });
       if (code != SQLITE_OK) store.raise(code);
-      store.refuse_if_replaced();
+      store.after_commit();
       return kept;
     } catch (const UnusableStore&) {
       // Its file makes room.

@@ -10,6 +10,7 @@
 #include <functional>
 
 #include "platform/store/call_limit.h"
+#include "platform/store/sqlite/maintenance.h"
 #include "platform/store/unit_of_work.h"
 #include "tests/platform/store/integrity.h"
 #include "tests/platform/store/store_files.h"
@@ -39,6 +40,14 @@ class ExchangedStore : public testing::Test {
     fs::copy_file(path_, backup_);
     run(*acquire_session(store_).get(), "INSERT INTO T (N) VALUES (2)");
     close_idle_sessions();
+  }
+  // Becomes the backup once more while it is in use, and writes to it after that.
+  void restore_and_go_on() {
+    const PooledSession live = acquire_session(store_);
+    run(*live.get(), "INSERT INTO T (N) VALUES (2)");
+    sqlite::back_up_store(store_, backup_);
+    sqlite::restore_store(store_, backup_, false);
+    for (int i = 0; i < 3; ++i) run(*live.get(), "INSERT INTO T (N) VALUES (3)");
   }
   // A process that dies, with more rows in its log than in the file.
   void die_with_a_log() {
@@ -165,6 +174,45 @@ TEST_F(ExchangedStore, AnotherStoreMovedOverAStoreWithALogIsNotOverwritten) {
   die_with_a_log();
   fs::remove(path_);
   fs::copy_file(backup_, path_);
+  expect_refused_and_untouched();
+}
+
+// A store that had been restored carried its backup's mark: the log was replayed over the backup, which was damaged.
+TEST_F(ExchangedStore, ABackupThatWasRestoredBeforeAndIsCopiedOverTheStoreIsNotOverwritten) {
+  restore_and_go_on();
+  die_with_a_log();
+  fs::copy_file(backup_, path_, fs::copy_options::overwrite_existing);
+  expect_refused_and_untouched();
+}
+
+TEST_F(ExchangedStore, ABackupIsNotOverwrittenByTheLogIntoWhichItWasRestored) {
+  sqlite::back_up_store(store_, backup_);
+  close_idle_sessions();
+  const pid_t child = fork();
+  if (child == 0) {
+    try {
+      const PooledSession idle = acquire_session(store_);
+      sqlite::restore_store(store_, backup_, false);
+      kill(getpid(), SIGKILL);
+    } catch (...) {
+    }
+    _exit(1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFSIGNALED(status));
+  fs::copy_file(backup_, path_, fs::copy_options::overwrite_existing);
+  expect_refused_and_untouched();
+}
+
+TEST_F(ExchangedStore, ALiveProcessNoticesThatABackupWhichWasRestoredBeforeIsCopiedOverItsStore) {
+  restore_and_go_on();
+  {
+    const PooledSession live = acquire_session(store_);
+    run(*live.get(), "INSERT INTO T (N) VALUES (4)");
+    fs::copy_file(backup_, path_, fs::copy_options::overwrite_existing);
+    expect_gone([&] { run(*live.get(), "INSERT INTO T (N) VALUES (5)"); });
+  }
   expect_refused_and_untouched();
 }
 

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "platform/store/call_limit.h"
+#include "platform/store/sqlite/database.h"
 #include "platform/store/unit_of_work.h"
 #include "tests/platform/store/store_files.h"
 #include "tests/platform/whole_files.h"
@@ -46,6 +47,10 @@ class Maintenance : public testing::Test {
     std::string bytes = read_whole(path);
     bytes.replace(bytes.size() / 2, 3000, 3000, 'x');
     write_whole(path, bytes);
+  }
+  void expect_nothing_half_made() {
+    for (const auto& entry : fs::directory_iterator(folder_.path()))
+      EXPECT_EQ(entry.path().string().find("-new"), std::string::npos) << entry.path();
   }
   void expect_refused(const std::function<void()>& work, const std::string& description) {
     const RaisedError failure = failure_of(work);
@@ -117,7 +122,7 @@ TEST_F(Maintenance, ADamagedStoreIsNotBackedUp) {
   damage(path_);
   EXPECT_EQ(failure_of([&] { back_up_store(store_, backup_); }).Number, error_number::kStoreFailure);
   EXPECT_FALSE(fs::exists(backup_));
-  EXPECT_FALSE(fs::exists(backup_ + "-new"));
+  expect_nothing_half_made();
 }
 
 TEST_F(Maintenance, ARestoredStoreIsSeenByLiveSessionsAndTheOldOneIsKept) {
@@ -161,6 +166,44 @@ TEST_F(Maintenance, ARestoreWithoutKeepingLeavesNothingBeside) {
   back_up_store(store_, backup_);
   EXPECT_EQ(restore_store(store_, backup_, false), "");
   EXPECT_FALSE(fs::exists(path_ + ".before-restore"));
+  expect_nothing_half_made();
+}
+
+// With more than a hundred restores into one log the note of the log was no longer read.
+TEST_F(Maintenance, ANoteKeepsTheMarkOfTheFileAndTheLastOnes) {
+  Database store(store_);
+  store.run("INSERT INTO T (N) VALUES (2)");
+  store.after_commit();
+  const auto before = read_log_note(path_);
+  ASSERT_TRUE(before);
+  for (std::uint32_t mark = 1; mark <= 250; ++mark) store.admit_mark(mark);
+  const auto note = read_log_note(path_);
+  ASSERT_TRUE(note);
+  EXPECT_EQ(note->marks.size(), kMostMarks);
+  EXPECT_TRUE(note->admits(before->marks.front()));
+  EXPECT_TRUE(note->admits(250));
+  EXPECT_FALSE(note->admits(1));
+}
+
+// The one who restored a damaged store took the group's rights to it away.
+TEST_F(Maintenance, AStoreThatIsExchangedKeepsItsRights) {
+  back_up_store(store_, backup_);
+  close_idle_sessions();
+  write_whole(path_, "no store at all");
+  fs::permissions(path_, fs::perms(0664));
+  const mode_t before = umask(077);
+  restore_store(store_, backup_, false);
+  umask(before);
+  struct stat status {};
+  ASSERT_EQ(stat(path_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0664u);
+  expect_nothing_half_made();
+}
+
+TEST_F(Maintenance, ABackupIntoAMissingFolderNamesTheFolder) {
+  const std::string folder = folder_.path("none");
+  expect_refused([&] { back_up_store(store_, folder + "/x"); },
+                 "There is no folder '" + folder + "' for the backup '" + folder + "/x'");
 }
 
 TEST_F(Maintenance, AStoreThatIsNoneOrNotThereMakesRoomForTheBackup) {
