@@ -187,9 +187,25 @@ Engine open_backup(const std::string& backup) {
   if (version > kStoreVersion)
     raise_store_failure("The backup '" + backup + "' was written by a newer version of this program (store version " +
                         std::to_string(version) + ", this one knows " + std::to_string(kStoreVersion) + ")");
-  if (const auto faults = faults_of(engine.get(), backup); !faults.empty())
-    raise_store_failure("The backup '" + backup + "' is damaged (" + faults.front() + "). The store was not touched");
   return engine;
+}
+
+// What is going to be the store: whole, of this version, and with a mark of its own. With the backup's mark the store
+// could not be told from the backup when that is copied over it. Who uses the store looks at its version when it is
+// opened, and not again, so that an older backup is brought up to date here. Returns the mark.
+std::uint32_t copy_backup(sqlite3* backup, const std::string& backup_path, const std::string& path) {
+  copy_to_file(backup, backup_path, path);
+  {
+    const Engine copy = open_engine(path, path, SQLITE_OPEN_READWRITE);
+    if (integer_of(copy.get(), "PRAGMA user_version", path) != kStoreVersion) {
+      const std::string current = "REINDEX; PRAGMA user_version=" + std::to_string(kStoreVersion);
+      check(copy.get(), sqlite3_exec(copy.get(), current.c_str(), nullptr, nullptr, nullptr), path);
+    }
+    if (const auto faults = faults_of(copy.get(), path); !faults.empty())
+      raise_store_failure("The backup '" + backup_path + "' is damaged (" + faults.front() +
+                          "). The store was not touched");
+  }
+  return give_new_mark(path);
 }
 
 std::string free_name_for(const std::string& store) {
@@ -208,8 +224,7 @@ std::string exchange(const std::string& path, sqlite3* backup, const std::string
   struct stat status {};
   const bool exists = stat(path.c_str(), &status) == 0;
   FileInTheMaking copy(path);
-  copy_to_file(backup, backup_path, copy.path());
-  give_new_mark(copy.path());
+  copy_backup(backup, backup_path, copy.path());
   if (exists) copy.take_rights_of(status);
 
   const std::string kept = exists && keep ? free_name_for(path) : "";
@@ -261,10 +276,8 @@ std::string restore_store(const std::string& connection_string, const std::strin
   if (path.empty() || path == ":memory:" || identity_of(path)) {
     try {
       Database store(connection_string);
-      // With the backup's own mark the store could not be told from the backup when that is copied over it.
-      FileInTheMaking copy(store.path());
-      copy_to_file(source.get(), backup, copy.path());
-      const std::uint32_t mark = give_new_mark(copy.path());
+      const FileInTheMaking copy(store.path());
+      const std::uint32_t mark = copy_backup(source.get(), backup, copy.path());
       const Engine marked = open_at_rest(copy.path());
       std::string kept;
       if (keep) back_up(store, kept = free_name_for(store.path()), [](const std::string&) {});

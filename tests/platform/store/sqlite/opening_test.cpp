@@ -15,6 +15,7 @@
 #include <fstream>
 
 #include "platform/store/call_limit.h"
+#include "platform/store/sqlite/maintenance.h"
 #include "platform/store/unit_of_work.h"
 #include "tests/platform/store/integrity.h"
 #include "tests/platform/store/store_files.h"
@@ -198,6 +199,17 @@ TEST_F(StoreOfVersion1, IsPutIntoOrderWhateverTheCallMayTake) {
   const CallLimit limit(1e-9);
   open(existing_);
   EXPECT_EQ(test::integrity_of(path_), "ok");
+}
+
+// Whoever has the store open does not look at its version again.
+TEST_F(StoreOfVersion1, IsPutIntoTheNewOrderWhenItIsRestoredIntoAStoreInUse) {
+  create_with(look_alikes());
+  const std::string in_use = folder_.store("in-use.db");
+  const std::unique_ptr<Session> session = open(in_use);
+  run(*session, "CREATE TABLE T (NAME nvarchar(20) NULL)");
+  sqlite::restore_store(in_use, path_, false);
+  EXPECT_EQ(query_one(*session, bobs_), Variant(25));
+  EXPECT_EQ(test::integrity_of(folder_.path("in-use.db")), "ok");
 }
 
 TEST_F(StoreOfVersion1, IsReadAsItIsByWhoMayNotWriteWhenTheOrdersAgree) {
