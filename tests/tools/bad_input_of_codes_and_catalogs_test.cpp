@@ -122,7 +122,7 @@ TEST_F(BadInputOfCodesAndCatalogs, Catalogue) {
 TEST_F(BadInputOfCodesAndCatalogs, ScriptAndSettingsWithoutAnEnd) {
   set_length("large.sql", (std::uintmax_t{256} << 20) + 1);
   expect_line({"execute", "large.sql"}, "Cannot read the file \"large.sql\": it has more than 268435456 bytes.");
-  const ToolRun endless = tool_.run_line("ulimit -v 2000000; mercato execute - </dev/zero");
+  const ToolRun endless = tool_.run_line(little_memory(2000000) + "; mercato execute - </dev/zero");
   EXPECT_EQ(endless.status, 1);
   EXPECT_EQ(endless.err, "mercato: Cannot read the script: it has more than 268435456 bytes.\n");
   const ToolRun settings = run({"catalog", "list", "--config", "/dev/zero"});

@@ -184,7 +184,7 @@ TEST_F(CatalogCommands, LinesAreDrawnTo64LevelsAndDeeperOnesNameTheirLevel) {
   text += "x,r,beside\ny,65,beside\n";
   write_file("deep.csv", text);
   ASSERT_EQ(run({"catalog", "load", "deep.csv", "--name", "Deep"}).status, 0);
-  const ToolRun tree = tool_.run({"catalog", "tree", "Deep"}, "", "ulimit -v 1000000; export LC_ALL=C");
+  const ToolRun tree = tool_.run({"catalog", "tree", "Deep"}, "", little_memory(1000000) + "; export LC_ALL=C");
   EXPECT_EQ(tree.status, 0) << tree.err;
   std::vector<std::string> lines;
   std::istringstream out(tree.out);

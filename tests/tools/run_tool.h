@@ -21,6 +21,16 @@ struct ToolRun {
 // What the shell does first so that no file of the tool can grow beyond so many blocks, as on a full disk.
 inline std::string full_disk_after(int blocks) { return "trap '' XFSZ; ulimit -f " + std::to_string(blocks); }
 
+// What the shell does first so that the tool gets no more than so many kilobytes of address space. Nothing under a
+// sanitizer, which takes more than any limit leaves.
+inline std::string little_memory([[maybe_unused]] int kilobytes) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  return ":";
+#else
+  return "ulimit -v " + std::to_string(kilobytes);
+#endif
+}
+
 class ToolFolder {
  public:
   // Works in the folder, without a terminal. `first` is what the shell does before.
@@ -42,8 +52,12 @@ class ToolFolder {
   const TemporaryFolder& folder() const { return folder_; }
 
  private:
+  // Under a sanitizer each of many short processes would look for leaks when it ends, which takes longer than its work.
+  // The commands run in the test program, too, which looks for them.
   ToolRun in_shell(const std::string& command) const {
-    const int result = std::system(("cd " + quoted(folder_.path()) + " && {\n" + command + "\n} >.out 2>.err").c_str());
+    const int result = std::system(
+        ("export ASAN_OPTIONS=detect_leaks=0; cd " + quoted(folder_.path()) + " && {\n" + command + "\n} >.out 2>.err")
+            .c_str());
     return {WIFEXITED(result) ? WEXITSTATUS(result) : -1, read_whole(folder_ / ".out"), read_whole(folder_ / ".err")};
   }
   static std::string quoted(const std::string& text) {
