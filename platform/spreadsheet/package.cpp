@@ -50,11 +50,19 @@ void refuse_other_formats(std::FILE* file) {
   if (!bytes.starts_with("PK")) throw Unreadable("it is no zip archive");
 }
 
-std::string text_of(zip_error_t& error) {
-  std::string text = zip_error_strerror(&error);
-  zip_error_fini(&error);
-  return text;
-}
+// The library's own error, which holds memory.
+class Failure {
+ public:
+  Failure() { zip_error_init(&error_); }
+  ~Failure() { zip_error_fini(&error_); }
+  Failure(const Failure&) = delete;
+  Failure& operator=(const Failure&) = delete;
+  zip_error_t* get() { return &error_; }
+  std::string text() { return zip_error_strerror(&error_); }
+
+ private:
+  zip_error_t error_;
+};
 
 }  // namespace
 
@@ -73,17 +81,15 @@ Package::Package(const std::string& path, const Limits& limits) {
   refuse_other_formats(file.get());
   most_part_bytes_ = std::min(limits.max_part_bytes, std::max(limits.free_part_bytes, size * limits.max_ratio));
 
-  zip_error_t error;
-  zip_error_init(&error);
-  zip_source_t* const source = zip_source_filep_create(file.get(), 0, -1, &error);
-  if (!source) throw Unreadable("it is no zip archive: " + text_of(error));
+  Failure failure;
+  zip_source_t* const source = zip_source_filep_create(file.get(), 0, -1, failure.get());
+  if (!source) throw Unreadable("it is no zip archive: " + failure.text());
   file.release();  // the source closes it
-  archive_.reset(zip_open_from_source(source, ZIP_RDONLY, &error));
+  archive_.reset(zip_open_from_source(source, ZIP_RDONLY, failure.get()));
   if (!archive_) {
     zip_source_free(source);
-    throw Unreadable("it is no whole zip archive: " + text_of(error));
+    throw Unreadable("it is no whole zip archive: " + failure.text());
   }
-  zip_error_fini(&error);
 }
 
 bool Package::has(const std::string& name) const {
@@ -100,9 +106,9 @@ PartStream Package::open(const std::string& name) const {
   if (zip_stat_index(archive_.get(), index, 0, &status) == 0 && (status.valid & ZIP_STAT_ENCRYPTION_METHOD) != 0 &&
       status.encryption_method != ZIP_EM_NONE)
     throw Unreadable("it is encrypted");
-  zip_file_t* const file = zip_fopen_index(archive_.get(), index, 0);
+  PartStream::File file(zip_fopen_index(archive_.get(), index, 0));
   if (!file) throw Unreadable("its part " + name + " cannot be unpacked: " + zip_strerror(archive_.get()));
-  return {file, name, most_part_bytes_};
+  return {std::move(file), name, most_part_bytes_};
 }
 
 }  // namespace mercato::spreadsheet

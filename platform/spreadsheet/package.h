@@ -28,18 +28,20 @@ class Unreadable : public std::exception {
 // One part, unpacked from its beginning to its end. Must not outlive its package.
 class PartStream {
  public:
-  PartStream(zip_file_t* file, std::string name, std::uint64_t most_bytes)
-      : file_(file), name_(std::move(name)), left_(most_bytes) {}
+  struct Close {
+    void operator()(zip_file_t* file) const noexcept { zip_fclose(file); }
+  };
+  using File = std::unique_ptr<zip_file_t, Close>;
+
+  PartStream(File file, std::string name, std::uint64_t most_bytes)
+      : file_(std::move(file)), name_(std::move(name)), left_(most_bytes) {}
 
   // Fills the buffer as far as there is content; 0 at the end, where the checksum has been compared. Throws Unreadable
   // when the part is damaged or grows beyond its limit.
   std::size_t read(std::span<char> buffer);
 
  private:
-  struct Close {
-    void operator()(zip_file_t* file) const noexcept { zip_fclose(file); }
-  };
-  std::unique_ptr<zip_file_t, Close> file_;
+  File file_;
   std::string name_;
   std::uint64_t left_;
 };
