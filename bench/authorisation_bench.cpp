@@ -16,7 +16,7 @@
 
 #include "bench/support/bare_store.h"
 #include "bench/support/bench_store.h"
-#include "bench/support/csv.h"
+#include "bench/support/component_files.h"
 #include "bench/support/data_folder.h"
 #include "bench/support/medians.h"
 #include "bench/support/program.h"

@@ -17,11 +17,11 @@
 
 #include "bench/support/bare_store.h"
 #include "bench/support/bench_store.h"
-#include "bench/support/components_to_products.h"
 #include "bench/support/data_folder.h"
+#include "bench/support/measured_upload.h"
 #include "bench/support/medians.h"
+#include "bench/support/product_converter.h"
 #include "bench/support/program.h"
-#include "bench/support/upload.h"
 #include "frame/connection.h"
 #include "frame/lib_general.h"
 #include "platform/store/dialect/dialect.h"
@@ -29,7 +29,7 @@
 #include "platform/store/sqlite/statement_cache.h"
 #include "platform/transactions/object_context.h"
 #include "product/product.h"
-#include "tools/gateway/session.h"
+#include "tools/gateway/gateway_session.h"
 
 namespace mercato::bench {
 namespace {

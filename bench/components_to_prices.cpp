@@ -1,12 +1,11 @@
 // components_to_prices [-n LINES] [COMPONENTS.csv[.gz]] > prices.xml
-#include "bench/support/components_to_prices.h"
-
 #include <unistd.h>
 
 #include <cstdlib>
 #include <iostream>
 
 #include "bench/support/data_folder.h"
+#include "bench/support/price_converter.h"
 
 int main(int argc, char** argv) try {
   std::size_t limit = mercato::bench::kAllLines;

@@ -1,12 +1,11 @@
 // components_to_products [-n RECORDS] [-a ATTRIBUTES.csv.gz] [COMPONENTS.csv[.gz]] > products.xml
-#include "bench/support/components_to_products.h"
-
 #include <unistd.h>
 
 #include <cstdlib>
 #include <iostream>
 
 #include "bench/support/data_folder.h"
+#include "bench/support/product_converter.h"
 
 int main(int argc, char** argv) try {
   std::size_t limit = mercato::bench::kAllRecords;

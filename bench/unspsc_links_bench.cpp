@@ -15,10 +15,10 @@
 #include "bench/support/bench_store.h"
 #include "bench/support/program.h"
 #include "frame/lib_mts.h"
-#include "frame/unspsc_lib.h"
 #include "platform/store/session_pool.h"
 #include "platform/transactions/object_context.h"
 #include "product/product.h"
+#include "records/unspsc_links.h"
 
 namespace mercato::bench {
 namespace {

@@ -12,10 +12,10 @@
 #include "bench/support/bare_store.h"
 #include "bench/support/bench_store.h"
 #include "bench/support/compared_upload.h"
-#include "bench/support/components_to_products.h"
 #include "bench/support/data_folder.h"
+#include "bench/support/measured_upload.h"
+#include "bench/support/product_converter.h"
 #include "bench/support/program.h"
-#include "bench/support/upload.h"
 
 namespace mercato::bench {
 namespace {

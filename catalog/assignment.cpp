@@ -4,8 +4,8 @@
 #include "catalog/t_catalog.h"
 #include "catalog/t_catalog_internal.h"
 #include "frame/lib_general.h"
-#include "frame/types/text.h"
 #include "frame/voted_method.h"
+#include "values/text.h"
 
 namespace mercato {
 namespace {

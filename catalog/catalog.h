@@ -12,11 +12,11 @@
 #include <string>
 #include <string_view>
 
-#include "frame/component.h"
+#include "frame/business_class.h"
 #include "frame/connection.h"
 #include "frame/recordset.h"
-#include "frame/types/collection.h"
-#include "frame/types/dictionary.h"
+#include "values/collection.h"
+#include "values/dictionary.h"
 
 namespace mercato {
 

@@ -3,8 +3,8 @@
 #include <unordered_set>
 
 #include "catalog/t_catalog.h"
-#include "frame/types/dictionary.h"
 #include "frame/voted_method.h"
+#include "values/dictionary.h"
 
 namespace mercato {
 namespace {

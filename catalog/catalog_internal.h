@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "frame/recordset.h"
-#include "frame/types/dictionary.h"
-#include "frame/types/variant.h"
+#include "values/dictionary.h"
+#include "values/variant.h"
 
 namespace mercato {
 

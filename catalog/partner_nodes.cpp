@@ -3,8 +3,8 @@
 #include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
 #include "catalog/t_catalog.h"
-#include "frame/types/text.h"
 #include "frame/voted_method.h"
+#include "values/text.h"
 
 namespace mercato {
 namespace {

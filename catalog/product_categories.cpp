@@ -5,9 +5,9 @@
 #include "frame/contracts.h"
 #include "frame/lib_general.h"
 #include "frame/paged_read.h"
-#include "frame/types/text.h"
-#include "frame/unspsc_lib.h"
 #include "frame/voted_method.h"
+#include "records/unspsc_links.h"
+#include "values/text.h"
 
 namespace mercato {
 namespace {

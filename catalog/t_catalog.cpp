@@ -3,7 +3,7 @@
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"
 #include "frame/method.h"
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato {
 

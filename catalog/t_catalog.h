@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <string>
 
-#include "frame/component.h"
+#include "frame/business_class.h"
 #include "frame/connection.h"
 
 namespace mercato {

@@ -2,9 +2,9 @@
 
 #include <string_view>
 
-#include "frame/clock.h"
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"
+#include "frame/library_clock.h"
 #include "frame/method.h"
 
 namespace mercato {

@@ -3,9 +3,9 @@
 #include "classification/code_table.h"
 #include "frame/contracts.h"
 #include "frame/paged_read.h"
-#include "frame/types/text.h"
 #include "frame/util.h"
 #include "frame/voted_method.h"
+#include "values/text.h"
 
 namespace mercato {
 

@@ -8,7 +8,7 @@
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"
 #include "frame/method.h"
-#include "frame/types/dictionary.h"
+#include "values/dictionary.h"
 
 namespace mercato {
 

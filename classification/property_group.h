@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "frame/component.h"
+#include "frame/business_class.h"
 
 namespace mercato {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "frame/component.h"
+#include "frame/business_class.h"
 
 namespace mercato {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "frame/component.h"
+#include "frame/business_class.h"
 
 namespace mercato {
 

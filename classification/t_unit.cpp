@@ -3,7 +3,7 @@
 #include "classification/code_table.h"
 #include "frame/contracts.h"
 #include "frame/lib_general.h"
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato {
 

@@ -7,9 +7,9 @@
 #include <string>
 
 #include "classification/unspsc_upload_observer.h"
-#include "frame/component.h"
+#include "frame/business_class.h"
 #include "frame/connection.h"
-#include "frame/types/dictionary.h"
+#include "values/dictionary.h"
 
 namespace mercato {
 

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "frame/component.h"
-#include "frame/types/dictionary.h"
+#include "frame/business_class.h"
+#include "values/dictionary.h"
 
 namespace mercato {
 

@@ -1,8 +1,8 @@
 #include "classification/unspsc.h"
 
 #include "frame/lib_general.h"
-#include "frame/types/text.h"
 #include "frame/voted_method.h"
+#include "values/text.h"
 
 namespace mercato {
 

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string>
 
-#include "frame/component.h"
-#include "frame/types/dictionary.h"
+#include "frame/business_class.h"
+#include "values/dictionary.h"
 
 namespace mercato {
 

@@ -10,8 +10,8 @@
 #include "frame/lib_sql.h"
 #include "frame/method.h"
 #include "frame/spreadsheet.h"
-#include "frame/types/text.h"
 #include "frame/upload_run.h"
+#include "values/text.h"
 
 namespace mercato {
 namespace {

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "frame/types/raised_error.h"
+#include "values/raised_error.h"
 
 namespace mercato {
 

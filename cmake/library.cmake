@@ -1,5 +1,5 @@
 # libmercato: every source of the folders below, and the table definitions as text.
-set(MERCATO_FOLDERS frame platform collaborators product upload catalog classification server)
+set(MERCATO_FOLDERS values platform frame records collaborators product upload catalog classification server)
 if(MERCATO_ONLY)
   set(MERCATO_FOLDERS ${MERCATO_ONLY})
 endif()

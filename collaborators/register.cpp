@@ -7,7 +7,7 @@
 #include "collaborators/grundwerk/referential_checker.h"
 #include "collaborators/spreadsheet/reader.h"
 #include "collaborators/zentrik/business_partner.h"
-#include "collaborators/zentrik/currency.h"
+#include "collaborators/zentrik/currency_rates.h"
 #include "collaborators/zentrik/user.h"
 
 namespace mercato::collaborators {

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "frame/types/raised_error.h"
-#include "frame/types/variant.h"
 #include "platform/store/session_pool.h"
 #include "platform/store/statement.h"
+#include "values/raised_error.h"
+#include "values/variant.h"
 
 namespace mercato {
 

@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "frame/lib_general.h"
-#include "frame/types/dictionary.h"
 #include "platform/automation/invoke.h"
+#include "values/dictionary.h"
 
 namespace mercato {
 

@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "frame/connection.h"
-#include "frame/types/raised_error.h"
-#include "frame/types/variant.h"
+#include "values/raised_error.h"
+#include "values/variant.h"
 
 namespace mercato {
 

@@ -3,9 +3,9 @@
 #include <limits>
 
 #include "frame/method.h"
-#include "frame/types/decimal.h"
-#include "frame/types/text.h"
 #include "platform/transactions/object_context.h"
+#include "values/decimal.h"
+#include "values/text.h"
 
 namespace mercato {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "frame/types/variant.h"
 #include "platform/automation/component.h"
+#include "values/variant.h"
 
 namespace mercato {
 

@@ -2,8 +2,8 @@
 
 #include "frame/contracts.h"
 #include "frame/method.h"
-#include "frame/types/text.h"
 #include "platform/transactions/object_context.h"
+#include "values/text.h"
 
 namespace mercato {
 namespace {

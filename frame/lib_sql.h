@@ -7,7 +7,7 @@
 
 #include "frame/connection.h"
 #include "frame/recordset.h"
-#include "frame/types/dictionary.h"
+#include "values/dictionary.h"
 
 namespace mercato {
 

@@ -2,8 +2,8 @@
 
 #include "frame/contracts.h"
 #include "frame/lib_sql.h"
-#include "frame/types/text.h"
 #include "platform/store/dialect/dialect.h"
+#include "values/text.h"
 
 namespace mercato {
 

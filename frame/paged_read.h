@@ -6,9 +6,9 @@
 #include <optional>
 #include <string>
 
-#include "frame/types/variant.h"
 #include "platform/automation/component.h"
 #include "platform/store/statement.h"
+#include "values/variant.h"
 
 namespace mercato {
 

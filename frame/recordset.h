@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "frame/connection.h"
-#include "frame/types/variant.h"
 #include "platform/store/driver.h"
+#include "values/variant.h"
 
 namespace mercato {
 

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "frame/lib_general.h"
-#include "frame/types/raised_error.h"
 #include "fuzz/fuzz_store.h"
 #include "platform/store/call_limit.h"
+#include "values/raised_error.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "frame/types/raised_error.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/sqlite/functions.h"
+#include "values/raised_error.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "collaborators/grundwerk/settings.h"
 #include "frame/connection.h"
 #include "frame/recordset.h"
-#include "frame/schema.h"
+#include "frame/schema_texts.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/session_pool.h"
 #include "server/server.h"

@@ -9,12 +9,12 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
 #include "fuzz/fuzz_store.h"
-#include "tools/cli/catalog_commands.h"
-#include "tools/cli/csv.h"
+#include "tools/cli/catalog/catalog_commands.h"
 #include "tools/cli/library.h"
+#include "tools/cli/terminal/csv.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace {
 

@@ -6,10 +6,10 @@
 #include <string>
 
 #include "collaborators/grundwerk/settings.h"
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
 #include "platform/store/call_limit.h"
 #include "tests/platform/temporary_folder.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <limits>
 
 #include "frame/lib_sql.h"
-#include "frame/types/text.h"
 #include "product/product_internal.h"
+#include "values/text.h"
 
 namespace mercato {
 

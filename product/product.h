@@ -19,11 +19,11 @@
 #include <string>
 #include <string_view>
 
-#include "frame/component.h"
+#include "frame/business_class.h"
 #include "frame/connection.h"
 #include "frame/recordset.h"
-#include "frame/types/collection.h"
-#include "frame/types/dictionary.h"
+#include "values/collection.h"
+#include "values/dictionary.h"
 
 namespace mercato {
 
@@ -115,7 +115,7 @@ class Product : public ComponentOf<Product> {
   bool ValidateProductAgainstUserCatalogs(const std::string& i_sProductID, const Array& i_aCatalogIDs);
 
   // Maintenance (product_maintenance.cpp). What becomes of each field's value is told by the table in
-  // frame/product_row.cpp.
+  // records/product_row.cpp.
 
   // A new product: returns its id, or -1 after a quiet stop, which raises, logs and writes nothing and casts no vote.
   // A quiet stop is an empty PRODUCTDESCRIPTION or PARTNUMBER, a PRODUCTREMARK or BUYFROMCONTACTINFO of more than 255

@@ -4,9 +4,9 @@
 #include <string_view>
 
 #include "frame/contracts.h"
-#include "frame/files.h"
-#include "frame/types/text.h"
+#include "frame/file_access.h"
 #include "product/product_internal.h"
+#include "values/text.h"
 
 namespace mercato {
 

@@ -2,8 +2,8 @@
 #include <algorithm>
 
 #include "frame/contracts.h"
-#include "frame/product_row.h"
 #include "product/product_internal.h"
+#include "records/product_row.h"
 
 namespace mercato {
 

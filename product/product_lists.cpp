@@ -1,6 +1,6 @@
 // Lists of products, and the check against a user's catalogues.
-#include "frame/clock.h"
 #include "frame/lib_general.h"
+#include "frame/library_clock.h"
 #include "frame/util.h"
 #include "product/product_internal.h"
 

@@ -1,8 +1,8 @@
 // Writing products: the two generic writers, what stands around them, and single property values.
 #include "frame/contracts.h"
-#include "frame/product_row.h"
-#include "frame/unspsc_lib.h"
 #include "product/product_internal.h"
+#include "records/product_row.h"
+#include "records/unspsc_links.h"
 
 namespace mercato {
 namespace {

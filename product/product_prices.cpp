@@ -3,9 +3,9 @@
 #include <string_view>
 
 #include "frame/contracts.h"
-#include "frame/price_line.h"
 #include "frame/util.h"
 #include "product/product_internal.h"
+#include "records/price_line.h"
 
 namespace mercato {
 

@@ -4,8 +4,8 @@
 
 #include "frame/contracts.h"
 #include "frame/lib_general.h"
-#include "frame/types/decimal.h"
 #include "product/product_internal.h"
+#include "values/decimal.h"
 
 namespace mercato {
 namespace {

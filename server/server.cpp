@@ -17,12 +17,12 @@
 #include "classification/unit.h"
 #include "classification/unspsc.h"
 #include "collaborators/register.h"
-#include "frame/types/text.h"
 #include "platform/automation/registry.h"
 #include "platform/transactions/object_context.h"
 #include "product/product.h"
 #include "upload/price_xml.h"
 #include "upload/product_xml.h"
+#include "values/text.h"
 
 namespace mercato {
 namespace {

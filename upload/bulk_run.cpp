@@ -1,12 +1,12 @@
 #include "upload/bulk_run.h"
 
-#include "frame/clock.h"
 #include "frame/contracts.h"
-#include "frame/files.h"
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
+#include "frame/file_access.h"
+#include "frame/library_clock.h"
 #include "frame/upload_run.h"
 #include "upload/upload_documents.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace mercato::upload {
 namespace {

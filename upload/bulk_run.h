@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "frame/documents.h"
-#include "frame/types/variant.h"
+#include "values/variant.h"
 
 namespace mercato::upload {
 

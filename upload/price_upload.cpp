@@ -1,9 +1,9 @@
 // The upload, and the way of one price line: read, judge, look up, write. What becomes of a field on its way into its
-// column is told in frame/price_line.cpp.
-#include "frame/price_line.h"
-#include "frame/types/text.h"
+// column is told in records/price_line.cpp.
+#include "records/price_line.h"
 #include "upload/bulk_run.h"
 #include "upload/price_xml_internal.h"
+#include "values/text.h"
 
 namespace mercato {
 

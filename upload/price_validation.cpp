@@ -3,10 +3,10 @@
 // zero date, and is a field of the price from then on.
 #include <unordered_map>
 
-#include "frame/types/collection.h"
-#include "frame/types/text.h"
 #include "frame/util.h"
 #include "upload/price_xml_internal.h"
+#include "values/collection.h"
+#include "values/text.h"
 
 namespace mercato {
 namespace {

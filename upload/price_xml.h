@@ -18,9 +18,9 @@
 #include "frame/connection.h"
 #include "frame/contracts.h"
 #include "frame/documents.h"
-#include "frame/types/date.h"
-#include "frame/types/dictionary.h"
 #include "upload/upload_observer.h"
+#include "values/date.h"
+#include "values/dictionary.h"
 
 namespace mercato {
 

@@ -1,9 +1,9 @@
 // What is no standard field is a property: its name and value go to PROPERTY and PRODUCTPROPVALUE. A name that is not
 // known becomes an external property for texts. The values go into the statements as they stand: one with an apostrophe
 // breaks its statement, and the store refuses it.
-#include "frame/types/text.h"
 #include "frame/util.h"
 #include "upload/product_xml_internal.h"
+#include "values/text.h"
 
 namespace mercato {
 namespace {

@@ -1,8 +1,8 @@
 // Documents to dictionaries. The plain readers load the document at each call; those that end in 2 work on a loaded
 // one. The two are not equivalent: a part number that the document lacks is an empty dictionary for the one and a
 // failure for the other, and only the plain one fills up a GTIN.
-#include "frame/types/text.h"
 #include "upload/product_xml_internal.h"
+#include "values/text.h"
 
 namespace mercato {
 

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <unordered_map>
 
-#include "frame/types/text.h"
 #include "frame/util.h"
 #include "upload/product_xml_internal.h"
+#include "values/text.h"
 
 namespace mercato {
 namespace {

@@ -17,10 +17,10 @@
 #include "frame/connection.h"
 #include "frame/contracts.h"
 #include "frame/documents.h"
-#include "frame/product_row.h"
-#include "frame/types/collection.h"
-#include "frame/types/dictionary.h"
+#include "records/product_row.h"
 #include "upload/upload_observer.h"
+#include "values/collection.h"
+#include "values/dictionary.h"
 
 namespace mercato {
 
@@ -125,7 +125,7 @@ class ProductXML : public ComponentOf<ProductXML> {
   void read_unspsc_setting();
   bool unspsc_in_use() const;
 
-  // Writing (product_upload.cpp, product_row.cpp, product_properties.cpp).
+  // Writing (product_upload.cpp, product_row_writing.cpp, product_properties.cpp).
   bool updateInsertProductFromXML(const std::string& iStringOrUrl, bool iIsUrl, const std::string& iBuyFromPartNr,
                                   bool iUpdateOnErrors, Branch branch);
   void updateInsertProductFromXML2(const xml::Document& document, const std::string& iBuyFromPartNr,

@@ -1,6 +1,6 @@
 // Shared by the files of class ProductXML: product_reading.cpp (documents to dictionaries), product_validation.cpp
-// (judging and repairing them), product_upload.cpp (the calls that write, record by record), product_row.cpp (PRODUCT
-// and its buyers), product_properties.cpp (PROPERTY and PRODUCTPROPVALUE).
+// (judging and repairing them), product_upload.cpp (the calls that write, record by record), product_row_writing.cpp
+// (PRODUCT and its buyers), product_properties.cpp (PROPERTY and PRODUCTPROPVALUE).
 #pragma once
 
 #include <string>

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "frame/types/raised_error.h"
 #include "frame/upload_run.h"
+#include "values/raised_error.h"
 
 namespace mercato {
 

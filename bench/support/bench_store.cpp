@@ -3,11 +3,11 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "bench/support/components_to_products.h"
+#include "bench/support/product_converter.h"
 #include "collaborators/grundwerk/settings.h"
 #include "frame/connection.h"
 #include "frame/lib_sql.h"
-#include "frame/schema.h"
+#include "frame/schema_texts.h"
 #include "platform/store/session_pool.h"
 #include "server/server.h"
 

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "frame/types/raised_error.h"
+#include "values/raised_error.h"
 
 namespace mercato::bench {
 

@@ -6,7 +6,7 @@
 
 #include "collaborators/bauteil/page_order.h"
 #include "frame/lib_sql.h"
-#include "frame/types/raised_error.h"
+#include "values/raised_error.h"
 
 namespace mercato::collaborators {
 namespace {

@@ -1,7 +1,7 @@
 #include "collaborators/bauteil/page.h"
 
 #include "collaborators/grundwerk/settings.h"
-#include "frame/types/raised_error.h"
+#include "values/raised_error.h"
 
 namespace mercato::collaborators {
 namespace {

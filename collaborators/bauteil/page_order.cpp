@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
 #include "platform/store/dialect/token_reader.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace mercato::collaborators {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato::collaborators {
 

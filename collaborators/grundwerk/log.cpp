@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "collaborators/grundwerk/settings.h"
-#include "frame/types/text.h"
 #include "platform/files/turning_file.h"
+#include "values/text.h"
 
 namespace mercato::collaborators {
 namespace {

@@ -5,8 +5,8 @@
 #include "collaborators/grundwerk/reference_rules.h"
 #include "collaborators/query.h"
 #include "frame/lib_general.h"
-#include "frame/types/text.h"
 #include "platform/automation/invoke.h"
+#include "values/text.h"
 
 namespace mercato::collaborators {
 namespace {

@@ -17,7 +17,7 @@
 #include <mutex>
 #include <utility>
 
-#include "frame/types/raised_error.h"
+#include "values/raised_error.h"
 
 namespace mercato::collaborators {
 namespace {

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "collaborators/grundwerk/by_name.h"
-#include "frame/types/variant.h"
+#include "values/variant.h"
 
 namespace mercato::collaborators {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato {
 

@@ -26,9 +26,9 @@
 #include <utility>
 #include <vector>
 
-#include "frame/types/raised_error.h"
-#include "frame/types/variant.h"
 #include "platform/automation/component.h"
+#include "values/raised_error.h"
+#include "values/variant.h"
 
 namespace mercato {
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string_view>
 
-#include "frame/types/object.h"
+#include "values/object.h"
 
 namespace mercato {
 

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <shared_mutex>
 
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato {
 namespace {

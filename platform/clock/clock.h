@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "frame/types/date.h"
+#include "values/date.h"
 
 namespace mercato::clock {
 

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string_view>
 
-#include "frame/types/raised_error.h"
+#include "values/raised_error.h"
 
 namespace mercato::files {
 namespace {

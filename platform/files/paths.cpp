@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "frame/types/raised_error.h"
+#include "values/raised_error.h"
 
 namespace mercato::files {
 namespace {

@@ -6,7 +6,7 @@
 #include <chrono>
 #include <cmath>
 
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato::spreadsheet {
 namespace {

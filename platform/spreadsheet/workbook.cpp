@@ -6,11 +6,11 @@
 #include <new>
 #include <utility>
 
-#include "frame/types/date.h"
-#include "frame/types/raised_error.h"
 #include "platform/files/paths.h"
 #include "platform/spreadsheet/parts.h"
 #include "platform/spreadsheet/sheet.h"
+#include "values/date.h"
+#include "values/raised_error.h"
 
 namespace mercato::spreadsheet {
 namespace {

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace mercato::store {
 namespace {

@@ -1,8 +1,8 @@
 #include "platform/store/driver.h"
 
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
 #include "platform/store/sqlite/driver.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace mercato::store {
 namespace {

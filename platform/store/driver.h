@@ -16,9 +16,9 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/types/variant.h"
 #include "platform/store/row_layout.h"
 #include "platform/store/statement.h"
+#include "values/variant.h"
 
 namespace mercato::store {
 

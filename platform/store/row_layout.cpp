@@ -3,7 +3,7 @@
 #include <bit>
 #include <cstring>
 
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato::store {
 namespace {

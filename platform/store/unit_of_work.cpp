@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "frame/types/raised_error.h"
+#include "values/raised_error.h"
 
 namespace mercato::store {
 namespace {

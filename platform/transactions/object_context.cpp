@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <optional>
 
-#include "frame/types/raised_error.h"
 #include "platform/automation/registry.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/unit_of_work.h"
+#include "values/raised_error.h"
 
 namespace mercato {
 namespace {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "frame/types/raised_error.h"
 #include "platform/files/fetch.h"
 #include "platform/files/files.h"
 #include "platform/files/paths.h"
@@ -11,6 +10,7 @@
 #include "platform/xml/entities.h"
 #include "platform/xml/tree.h"
 #include "platform/xml/well_formed.h"
+#include "values/raised_error.h"
 
 namespace mercato::xml {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <set>
 
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato::xml {
 namespace {

@@ -5,7 +5,7 @@
 #include <limits>
 #include <string>
 
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato::xml {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "frame/types/raised_error.h"
+#include "values/raised_error.h"
 
 namespace mercato::xml {
 namespace {

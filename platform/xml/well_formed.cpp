@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato::xml {
 namespace {

@@ -18,8 +18,6 @@
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"
 #include "frame/method.h"
-#include "frame/types/collection.h"
-#include "frame/types/dictionary.h"
 #include "platform/automation/invoke.h"
 #include "platform/spreadsheet/workbook.h"
 #include "platform/store/dialect/dialect.h"
@@ -32,6 +30,8 @@
 #include "tests/allocation/failing_allocations.h"
 #include "tests/support/store_fixture.h"
 #include "tests/support/workbook_files.h"
+#include "values/collection.h"
+#include "values/dictionary.h"
 
 namespace mercato::test {
 namespace {
@@ -93,7 +93,7 @@ class AllocationFailure : public StoreTest {
   void SetUp() override {
     StoreTest::SetUp();
     spare_libxml2(false);
-    for (const char* script : {"reference.sql", "catalog.sql"}) {
+    for (const char* script : {"reference.sql", "house_catalog.sql"}) {
       const std::string text = read_whole(sample(script));
       for (const std::string_view statement : store::dialect::split_script(text)) execute({std::string(statement)});
     }

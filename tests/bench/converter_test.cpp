@@ -3,10 +3,10 @@
 #include <fstream>
 #include <set>
 
-#include "bench/support/components_to_prices.h"
-#include "bench/support/components_to_products.h"
-#include "bench/support/csv.h"
+#include "bench/support/component_files.h"
 #include "bench/support/data_folder.h"
+#include "bench/support/price_converter.h"
+#include "bench/support/product_converter.h"
 #include "platform/transactions/object_context.h"
 #include "tests/support/store_fixture.h"
 #include "upload/price_xml.h"

@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "bench/support/csv.h"
+#include "bench/support/component_files.h"
 #include "bench/support/data_folder.h"
 #include "classification/property.h"
-#include "frame/types/text.h"
 #include "platform/transactions/object_context.h"
 #include "product/product.h"
 #include "tests/support/store_fixture.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {

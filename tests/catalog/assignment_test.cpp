@@ -4,8 +4,8 @@
 #include <functional>
 #include <thread>
 
-#include "frame/types/text.h"
 #include "tests/catalog/rights_fixture.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {

@@ -4,9 +4,9 @@
 #include <functional>
 #include <tuple>
 
-#include "frame/types/text.h"
 #include "tests/catalog/catalog_fixture.h"
 #include "tests/support/hostile_texts.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {

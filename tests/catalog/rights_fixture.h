@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
-#include "frame/types/text.h"
 #include "platform/store/call_limit.h"
 #include "tests/catalog/catalog_fixture.h"
 #include "tests/support/refusing_recorder.h"
+#include "values/text.h"
 
 namespace mercato::test {
 

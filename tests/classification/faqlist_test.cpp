@@ -4,11 +4,11 @@
 
 #include <functional>
 
-#include "frame/types/text.h"
 #include "platform/transactions/object_context.h"
 #include "tests/support/failure_trail.h"
 #include "tests/support/hostile_texts.h"
 #include "tests/support/store_fixture.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {

@@ -7,9 +7,9 @@
 #include "classification/property.h"
 #include "classification/property_group.h"
 #include "classification/r_property_group.h"
-#include "frame/types/text.h"
 #include "tests/classification/property_fixture.h"
 #include "tests/support/hostile_texts.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {

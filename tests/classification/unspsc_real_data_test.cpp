@@ -3,7 +3,7 @@
 
 #include <map>
 
-#include "bench/support/csv.h"
+#include "bench/support/component_files.h"
 #include "bench/support/data_folder.h"
 #include "tests/classification/unspsc_fixture.h"
 

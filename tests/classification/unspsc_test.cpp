@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "frame/types/text.h"
 #include "tests/classification/unspsc_fixture.h"
 #include "tests/support/hostile_texts.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {

@@ -7,11 +7,11 @@
 #include <thread>
 
 #include "collaborators/spreadsheet/reader.h"
-#include "frame/types/text.h"
 #include "platform/automation/registry.h"
 #include "platform/store/call_limit.h"
 #include "tests/classification/unspsc_fixture.h"
 #include "tests/support/hostile_texts.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {

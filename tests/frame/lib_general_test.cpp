@@ -4,9 +4,9 @@
 
 #include "frame/lib_mts.h"
 #include "platform/transactions/object_context.h"
-#include "tests/frame/types/conversions.h"
 #include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"
+#include "tests/values/conversions.h"
 
 namespace mercato::test {
 namespace {

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "frame/types/text.h"
 #include "tests/product/product_fixture.h"
 #include "tests/support/hostile_texts.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {

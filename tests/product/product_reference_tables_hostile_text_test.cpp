@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "frame/lib_error_handling.h"
-#include "frame/types/text.h"
 #include "tests/product/product_fixture.h"
 #include "tests/support/hostile_texts.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {

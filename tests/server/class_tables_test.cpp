@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "frame/types/text.h"
 #include "server/server.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {

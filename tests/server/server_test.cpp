@@ -9,11 +9,11 @@
 
 #include "collaborators/grundwerk/log.h"
 #include "collaborators/register.h"
-#include "frame/types/text.h"
 #include "platform/automation/invoke.h"
 #include "platform/automation/registry.h"
 #include "platform/transactions/object_context.h"
 #include "tests/support/store_fixture.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {

@@ -14,7 +14,7 @@
 #include "frame/connection.h"
 #include "frame/lib_sql.h"
 #include "frame/recordset.h"
-#include "frame/schema.h"
+#include "frame/schema_texts.h"
 #include "platform/automation/invoke.h"
 #include "platform/clock/clock.h"
 #include "platform/store/session_pool.h"

@@ -1,5 +1,5 @@
 // The commands that keep catalogues: list, draw, load, copy, expire, migrate.
-#include "tools/cli/catalog_commands.h"
+#include "tools/cli/catalog/catalog_commands.h"
 
 #include <gtest/gtest.h>
 

@@ -414,7 +414,7 @@ TEST_F(Tool, UploadOfWhatIsNoDocumentSaysSo) {
 TEST_F(Tool, FindsProductsByNumberAndDescription) {
   ASSERT_EQ(run({"execute", kSamples + "reference.sql"}).status, 0);
   ASSERT_EQ(run({"upload", "--on-errors", "write", kSamples + "products.xml"}).status, 0);
-  ASSERT_EQ(run({"execute", kSamples + "catalog.sql"}).status, 0);
+  ASSERT_EQ(run({"execute", kSamples + "house_catalog.sql"}).status, 0);
   const json by_number = json::parse(run({"find", "--json", "M-100007"}).out);
   ASSERT_EQ(by_number.at("products").size(), 1u);
   EXPECT_EQ(by_number.at("products").at(0).at("supplierPartNumber"), "QM-PAP-001");

@@ -536,9 +536,9 @@ const std::pair<const char*, Words> kGroups[] = {
 TEST(Samples, ExamplesOfTheHelpWorkOnThem) {
   const std::string samples = std::string(MERCATO_SOURCE_DIR) + "/samples/";
   const ToolFolder tool;
-  for (const Words& step :
-       {Words{"init"}, Words{"execute", samples + "reference.sql"},
-        Words{"upload", "--on-errors", "write", samples + "products.xml"}, Words{"execute", samples + "catalog.sql"}})
+  for (const Words& step : {Words{"init"}, Words{"execute", samples + "reference.sql"},
+                            Words{"upload", "--on-errors", "write", samples + "products.xml"},
+                            Words{"execute", samples + "house_catalog.sql"}})
     ASSERT_EQ(tool.run(step).status, 0) << step[0];
   write_whole(tool.folder() / "nodes.csv", "id,parent_id,name,category\n1,,Office,\n2,1,Pens,Writing\n");
   write_whole(tool.folder() / "themes.csv", "code,above,title\n2,1,Space\n1,,All\n");

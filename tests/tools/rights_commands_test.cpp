@@ -9,7 +9,7 @@
 #include "platform/transactions/object_context.h"
 #include "tests/support/refusing_recorder.h"
 #include "tests/tools/command_fixture.h"
-#include "tools/cli/rights_walk.h"
+#include "tools/cli/catalog/rights_walk.h"
 
 namespace mercato::test {
 namespace {

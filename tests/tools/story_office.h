@@ -10,12 +10,12 @@
 #include <utility>
 #include <vector>
 
-#include "frame/schema.h"
-#include "frame/types/collection.h"
-#include "frame/types/dictionary.h"
-#include "frame/types/raised_error.h"
+#include "frame/schema_texts.h"
 #include "tests/support/store_fixture.h"
 #include "tests/tools/run_tool.h"
+#include "values/collection.h"
+#include "values/dictionary.h"
+#include "values/raised_error.h"
 
 namespace mercato::test {
 

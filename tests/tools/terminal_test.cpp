@@ -1,5 +1,5 @@
 // What the program shows on a terminal, and that nothing of it goes anywhere else.
-#include "tools/cli/terminal.h"
+#include "tools/cli/terminal/terminal.h"
 
 #include <gtest/gtest.h>
 #include <pty.h>

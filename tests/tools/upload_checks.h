@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tests/tools/run_tool.h"
-#include "tools/cli/upload_report.h"
+#include "tools/cli/upload/upload_report.h"
 
 namespace mercato::test {
 

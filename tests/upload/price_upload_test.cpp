@@ -1,7 +1,5 @@
 #include <random>
 
-#include "frame/types/date.h"
-#include "frame/types/text.h"
 #include "platform/automation/registry.h"
 #include "platform/transactions/object_context.h"
 #include "product/product.h"
@@ -10,6 +8,8 @@
 #include "tests/support/hostile_texts.h"
 #include "tests/support/refusing_recorder.h"
 #include "tests/upload/price_fixture.h"
+#include "values/date.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {

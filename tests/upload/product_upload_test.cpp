@@ -1,7 +1,7 @@
-#include "frame/types/date.h"
 #include "platform/automation/registry.h"
 #include "platform/transactions/object_context.h"
 #include "tests/upload/upload_fixture.h"
+#include "values/date.h"
 
 namespace mercato::test {
 namespace {

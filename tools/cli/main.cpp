@@ -9,18 +9,18 @@
 #include <new>
 
 #include "collaborators/grundwerk/settings.h"
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
 #include "platform/store/driver.h"
 #include "platform/store/statement_observer.h"
 #include "server/server.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
-#include "tools/cli/sentence.h"
-#include "tools/cli/terminal.h"
+#include "tools/cli/terminal/sentence.h"
+#include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/memory_reserve.h"
-#include "tools/gateway/tables.h"
+#include "tools/gateway/table_creation.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace mercato::cli {
 namespace {

@@ -1,7 +1,7 @@
 #include "tools/cli/menu.h"
 
-#include "frame/types/date.h"
-#include "frame/types/text.h"
+#include "values/date.h"
+#include "values/text.h"
 
 namespace mercato::cli {
 namespace {

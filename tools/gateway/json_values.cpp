@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "frame/recordset.h"
-#include "frame/types/collection.h"
-#include "frame/types/dictionary.h"
-#include "frame/types/raised_error.h"
 #include "platform/automation/class_table.h"
 #include "platform/automation/component.h"
 #include "tools/gateway/rpc_error.h"
+#include "values/collection.h"
+#include "values/dictionary.h"
+#include "values/raised_error.h"
 
 namespace mercato::gateway {
 namespace {

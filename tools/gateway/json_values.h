@@ -9,8 +9,8 @@
 #include <string>
 
 #include "frame/recordset.h"
-#include "frame/types/variant.h"
 #include "tools/gateway/object_table.h"
+#include "values/variant.h"
 
 namespace mercato::gateway {
 

@@ -5,7 +5,7 @@
 #include <map>
 #include <unordered_map>
 
-#include "frame/types/object.h"
+#include "values/object.h"
 
 namespace mercato::gateway {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato::gateway {
 namespace {

@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "frame/types/raised_error.h"
 #include "platform/automation/invoke.h"
 #include "platform/store/statement_observer.h"
 #include "tools/gateway/json_values.h"
+#include "values/raised_error.h"
 
 namespace mercato::gateway {
 

@@ -5,7 +5,7 @@
 #include <istream>
 #include <ostream>
 
-#include "tools/gateway/session.h"
+#include "tools/gateway/gateway_session.h"
 
 namespace mercato::gateway {
 

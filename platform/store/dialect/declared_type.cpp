@@ -2,7 +2,7 @@
 
 #include <charconv>
 
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato::store::dialect {
 namespace {

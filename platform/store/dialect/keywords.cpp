@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "frame/types/text.h"
+#include "values/text.h"
 
 namespace mercato::store::dialect {
 namespace {

@@ -1,7 +1,7 @@
-#include "frame/types/text.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/dialect/readings.h"
 #include "platform/store/dialect/refusal.h"
+#include "values/text.h"
 
 namespace mercato::store::dialect {
 namespace {

@@ -3,8 +3,8 @@
 #include <charconv>
 #include <cmath>
 
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace mercato::store::dialect {
 namespace {

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <variant>
 
-#include "frame/types/currency.h"
-#include "frame/types/date.h"
+#include "values/currency.h"
+#include "values/date.h"
 
 namespace mercato::store::dialect {
 

@@ -1,7 +1,7 @@
 #include "platform/store/dialect/refusal.h"
 
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace mercato::store::dialect {
 

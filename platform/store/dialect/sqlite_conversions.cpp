@@ -1,8 +1,8 @@
 #include <algorithm>
 
-#include "frame/types/raised_error.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/sqlite_translator.h"
+#include "values/raised_error.h"
 
 namespace mercato::store::dialect {
 namespace {

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
 #include "platform/store/dialect/declared_type.h"
 #include "platform/store/dialect/readings.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/token_reader.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace mercato::store::dialect {
 namespace {

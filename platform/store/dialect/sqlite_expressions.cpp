@@ -1,8 +1,8 @@
-#include "frame/types/text.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/dialect/like_prefix.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/sqlite_translator.h"
+#include "values/text.h"
 
 namespace mercato::store::dialect {
 namespace {

@@ -1,9 +1,9 @@
 #include <algorithm>
 
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/sqlite_translator.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace mercato::store::dialect {
 

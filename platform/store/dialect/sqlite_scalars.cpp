@@ -1,10 +1,10 @@
 #include <array>
 
-#include "frame/types/text.h"
 #include "platform/store/dialect/declared_type.h"
 #include "platform/store/dialect/keywords.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/sqlite_translator.h"
+#include "values/text.h"
 
 namespace mercato::store::dialect {
 namespace {

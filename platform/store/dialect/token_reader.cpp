@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "frame/types/text.h"
 #include "platform/store/dialect/keywords.h"
 #include "platform/store/dialect/refusal.h"
+#include "values/text.h"
 
 namespace mercato::store::dialect {
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <numeric>
 
-#include "frame/types/raised_error.h"
-#include "frame/types/same_text.h"
+#include "values/raised_error.h"
+#include "values/same_text.h"
 
 namespace mercato::store::sqlite {
 namespace {

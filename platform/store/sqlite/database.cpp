@@ -12,12 +12,12 @@
 #include <system_error>
 #include <thread>
 
-#include "frame/types/text.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/driver.h"
 #include "platform/store/sqlite/failure.h"
 #include "platform/store/sqlite/functions.h"
 #include "platform/store/sqlite/lock_wait.h"
+#include "values/text.h"
 
 namespace mercato::store::sqlite {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "frame/types/date.h"
+#include "values/date.h"
 
 namespace mercato::store::sqlite {
 

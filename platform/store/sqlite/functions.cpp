@@ -10,10 +10,6 @@
 #include <string>
 #include <string_view>
 
-#include "frame/types/currency.h"
-#include "frame/types/date.h"
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
 #include "platform/clock/clock.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/dialect/like_prefix.h"
@@ -21,6 +17,10 @@
 #include "platform/store/sqlite/collation.h"
 #include "platform/store/sqlite/date_arithmetic.h"
 #include "platform/store/sqlite/like_pattern.h"
+#include "values/currency.h"
+#include "values/date.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace mercato::store::sqlite {
 namespace {

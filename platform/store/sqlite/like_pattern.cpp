@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "frame/types/same_text.h"
-#include "frame/types/text.h"
 #include "platform/store/call_limit.h"
+#include "values/same_text.h"
+#include "values/text.h"
 
 namespace mercato::store::sqlite {
 namespace {

@@ -6,13 +6,13 @@
 #include <thread>
 #include <utility>
 
-#include "frame/types/raised_error.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/sqlite/cursor.h"
 #include "platform/store/sqlite/failure.h"
 #include "platform/store/sqlite/values.h"
 #include "platform/store/statement_observer.h"
+#include "values/raised_error.h"
 
 namespace mercato::store::sqlite {
 namespace {

@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "frame/types/text.h"
 #include "platform/store/dialect/declared_type.h"
+#include "values/text.h"
 
 namespace mercato::store::sqlite {
 

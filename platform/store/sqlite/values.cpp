@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-#include "frame/types/raised_error.h"
+#include "values/raised_error.h"
 
 namespace mercato::store::sqlite {
 namespace {

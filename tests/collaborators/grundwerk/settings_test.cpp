@@ -4,7 +4,7 @@
 
 #include <fstream>
 
-#include "tests/platform/failure.h"
+#include "tests/platform/failure_of.h"
 #include "tests/platform/temporary_folder.h"
 
 namespace mercato::collaborators {

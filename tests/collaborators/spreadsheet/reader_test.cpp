@@ -5,7 +5,7 @@
 #include "platform/automation/invoke.h"
 #include "platform/transactions/object_context.h"
 #include "server/server.h"
-#include "tests/platform/failure.h"
+#include "tests/platform/failure_of.h"
 #include "tests/platform/temporary_folder.h"
 #include "tests/support/workbook_files.h"
 

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "frame/types/dictionary.h"
 #include "platform/automation/invoke.h"
 #include "platform/automation/registry.h"
 #include "platform/store/statement_observer.h"
 #include "platform/transactions/object_context.h"
-#include "tests/platform/failure.h"
+#include "tests/platform/failure_of.h"
+#include "values/dictionary.h"
 
 namespace mercato {
 namespace {

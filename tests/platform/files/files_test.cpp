@@ -10,7 +10,7 @@
 #include <string>
 #include <thread>
 
-#include "tests/platform/failure.h"
+#include "tests/platform/failure_of.h"
 #include "tests/platform/temporary_folder.h"
 
 namespace mercato::files {

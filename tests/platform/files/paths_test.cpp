@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/platform/failure.h"
+#include "tests/platform/failure_of.h"
 
 namespace mercato::files {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/platform/failure.h"
+#include "tests/platform/failure_of.h"
 #include "tests/platform/store/dialect_store.h"
 
 namespace mercato::store::dialect::test {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/store/dialect/dialect.h"
-#include "tests/platform/failure.h"
+#include "tests/platform/failure_of.h"
 
 namespace mercato::store::dialect {
 namespace {

@@ -11,11 +11,11 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/types/raised_error.h"
-#include "frame/types/text.h"
 #include "platform/store/dialect/declared_type.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/sqlite/functions.h"
+#include "values/raised_error.h"
+#include "values/text.h"
 
 namespace mercato::store::dialect::test {
 

@@ -4,7 +4,7 @@
 #include <climits>
 
 #include "platform/clock/clock.h"
-#include "tests/platform/failure.h"
+#include "tests/platform/failure_of.h"
 #include "tests/platform/store/dialect_store.h"
 
 namespace mercato::store::dialect::test {

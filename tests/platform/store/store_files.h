@@ -6,7 +6,7 @@
 
 #include "platform/store/driver.h"
 #include "platform/store/session_pool.h"
-#include "tests/platform/failure.h"
+#include "tests/platform/failure_of.h"
 #include "tests/platform/temporary_folder.h"
 
 namespace mercato::store::test {

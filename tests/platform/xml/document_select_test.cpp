@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/xml/document.h"
-#include "tests/platform/failure.h"
+#include "tests/platform/failure_of.h"
 #include "tests/platform/xml/loaded_document.h"
 
 namespace mercato::xml {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/files/files.h"
-#include "tests/platform/failure.h"
+#include "tests/platform/failure_of.h"
 #include "tests/platform/local_server.h"
 #include "tests/platform/temporary_folder.h"
 #include "tests/platform/xml/loaded_document.h"

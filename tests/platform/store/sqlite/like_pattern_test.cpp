@@ -7,7 +7,7 @@
 #include <string>
 
 #include "platform/store/call_limit.h"
-#include "tests/platform/failure.h"
+#include "tests/platform/failure_of.h"
 
 namespace mercato::store::sqlite {
 namespace {

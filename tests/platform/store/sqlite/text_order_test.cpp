@@ -7,10 +7,10 @@
 #include <thread>
 #include <vector>
 
-#include "frame/types/same_text.h"
-#include "frame/types/text.h"
 #include "platform/store/dialect/like_prefix.h"
 #include "platform/store/sqlite/collation.h"
+#include "values/same_text.h"
+#include "values/text.h"
 
 namespace mercato::store::sqlite {
 namespace {

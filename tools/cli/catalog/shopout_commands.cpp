@@ -1,0 +1,304 @@
+// mercato shopout: nodes that lead to a partner's own shop, the accounts of users there, and the partners that are tied
+// to nodes and catalogues.
+#include <algorithm>
+#include <iostream>
+#include <map>
+#include <set>
+
+#include "frame/lib_general.h"
+#include "frame/lib_sql.h"
+#include "platform/transactions/object_context.h"
+#include "tools/cli/library.h"
+#include "tools/cli/menu.h"
+#include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/listing.h"
+#include "values/text.h"
+
+namespace mercato::cli {
+namespace shopout_commands {
+
+constexpr const char* kReader = "Mercato.Catalog";
+constexpr const char* kWriter = "Mercato.TCatalog";
+constexpr std::int32_t kNoNode = 0;          // the whole catalogue
+constexpr std::int32_t kGreatestId = 32767;  // these calls take ids of 16 bits
+
+struct NoOptions {};
+struct WhichFolder {
+  std::int32_t node = 0;
+};
+struct WhichAccount {
+  std::string user;
+  std::int32_t node = 0;
+  bool password = false;
+};
+struct Place {
+  std::int32_t catalog = 0;
+  std::int32_t node = kNoNode;
+};
+struct Partners {
+  Place place;
+  std::vector<std::int32_t> partners;
+};
+
+// Reading
+
+Rows rows_of(const Variant& recordset) {
+  Rows rows;
+  for (const RecordsetPtr records = recordset.to<Recordset>(); !records->Eof(); records->MoveNext())
+    rows.push_back(Sql_GetRecordAsDictionary(records));
+  return rows;
+}
+
+// The folder with its partners in one row: the library gives one for each. Null when there is none.
+struct Folder {
+  DictionaryPtr row;
+  std::vector<std::int32_t> partners;
+};
+Folder folder_at(const ComponentPtr& catalogs, std::int32_t node) {
+  Folder folder;
+  for (const DictionaryPtr& row : rows_of(call(catalogs, "GetShopOutFolderDetails", {node}))) {
+    folder.partners.push_back(row->Item("BUSINESSPARTNERID").to_long());
+    folder.row = row;
+  }
+  if (folder.row) folder.row->Remove("BUSINESSPARTNERID");
+  std::sort(folder.partners.begin(), folder.partners.end());
+  return folder;
+}
+
+gateway::Json json_of(const Folder& folder) {
+  gateway::Json json = to_json(*folder.row);
+  json["PARTNERS"] = folder.partners;
+  return json;
+}
+
+// What the store knows of the partners, by id.
+std::map<std::int32_t, DictionaryPtr> known_partners() {
+  std::map<std::int32_t, DictionaryPtr> partners;
+  for (const DictionaryPtr& row :
+       query_rows(LiteralPiece("SELECT BUSINESSPARTNERID, BUSINESSID, PARTNERNAME FROM BUSINESSPARTNER")))
+    partners[row->Item("BUSINESSPARTNERID").to_long()] = row;
+  return partners;
+}
+
+std::string joined_names(const std::vector<std::int32_t>& ids) {
+  const auto known = known_partners();
+  std::string names;
+  for (const std::int32_t id : ids) {
+    const auto partner = known.find(id);
+    if (!names.empty()) names += ", ";
+    names += std::to_string(id);
+    if (partner != known.end()) names += " " + shown(text_of(*partner->second, "BUSINESSID"));
+  }
+  return names;
+}
+
+int list(const NoOptions&, const OutputOptions& output) {
+  const ComponentPtr catalogs = create_root(kReader);
+  std::set<std::int32_t> ids;  // a folder is there once for each partner
+  const Variant found = call(catalogs, "GetAllShopOutCatalogFolders", {});
+  for (const Variant& id : found.to_array().items) ids.insert(id.to_long());
+  gateway::Json json = gateway::Json::array();
+  Table table({"NODE", "CATALOG", "NAME", "ADDRESS", "PARTNERS"});
+  for (const std::int32_t id : ids) {
+    const Folder folder = folder_at(catalogs, id);
+    json.push_back(json_of(folder));
+    table.add({std::to_string(id), text_of(*folder.row, "CATALOGID"), shown(text_of(*folder.row, "NODENAME"), 40),
+               shown(text_of(*folder.row, "NODEURL"), 80), joined_names(folder.partners)});
+  }
+  return answer_list(output, "folders", std::move(json), table, "There are no shop-out folders with a partner.");
+}
+
+int show(const WhichFolder& given, const OutputOptions& output) {
+  const Folder folder = folder_at(create_root(kReader), given.node);
+  if (!folder.row)
+    raise(error_number::kInvalidArgument, {},
+          "Node " + std::to_string(given.node) + " is no shop-out folder with a partner");
+  Table table({"FIELD", "VALUE"});
+  folder.row->for_each([&](const Variant& column, const Variant& value) {
+    if (!value.is_null()) table.add({column.to_text(), shown(value.to_text(), 200)});
+  });
+  table.add({"PARTNERS", joined_names(folder.partners)});
+  if (output.json) return answer(output, json_of(folder), {});
+  table.print(std::cout);
+  return kDone;
+}
+
+int account(const WhichAccount& given, const OutputOptions& output) {
+  // The user goes into the statement as he stands.
+  const Variant accounts =
+      call(create_root(kReader), "GetFolderAuthenticationDetails", {Gen_QuoteSql(given.user), given.node});
+  gateway::Json json = gateway::Json::array();
+  Table table(given.password ? std::vector<std::string>{"ACCOUNT", "PASSWORD"} : std::vector<std::string>{"ACCOUNT"});
+  for (const DictionaryPtr& row : rows_of(accounts)) {
+    if (row->Item("SHAREDID").is_null()) continue;  // a right without an account
+    if (!given.password) row->Remove("SHAREDPWD");
+    json.push_back(to_json(*row));
+    std::vector<std::string> cells = {shown(text_of(*row, "SHAREDID"))};
+    if (given.password) cells.push_back(shown(text_of(*row, "SHAREDPWD")));
+    table.add(std::move(cells));
+  }
+  return answer_list(output, "accounts", std::move(json), table,
+                     given.user + " has no account at node " + std::to_string(given.node) + ".");
+}
+
+// Ties
+
+std::string named(const Place& place) {
+  const std::string catalog = "catalogue " + std::to_string(place.catalog);
+  return place.node == kNoNode ? catalog : "node " + std::to_string(place.node) + " of " + catalog;
+}
+
+std::vector<std::int32_t> partners_at(const Place& place) {
+  std::vector<std::int32_t> partners;
+  const std::string ids = call(create_root(kReader), "GetBPFromCatalogNodeByBP", {place.node, place.catalog}).to_text();
+  for (const std::string& id : text::split(ids, ";")) partners.push_back(Variant(id).to_long());
+  return partners;
+}
+
+// The library ties whatever it is given.
+Reasons reasons_against_ties(const Partners& given) {
+  expect_row("CATALOG", given.place.catalog);
+  Reasons reasons;
+  if (given.place.node != kNoNode) {
+    Sql sql;
+    sql << "SELECT NODEID FROM CATALOGNODE WHERE NODEID = " << given.place.node
+        << " AND CATALOGID = " << given.place.catalog;
+    if (query_rows(sql).empty())
+      reasons.push_back("there is no node " + std::to_string(given.place.node) + " in catalogue " +
+                        std::to_string(given.place.catalog));
+  }
+  const auto known = known_partners();
+  std::set<std::int32_t> once;
+  for (const std::int32_t partner : given.partners) {
+    const std::string id = std::to_string(partner);
+    if (!known.contains(partner)) reasons.push_back("there is no business partner " + id);
+    if (!once.insert(partner).second) reasons.push_back("partner " + id + " is named twice");
+  }
+  return reasons;
+}
+
+std::string joined(const std::vector<std::int32_t>& ids) {
+  std::string list;
+  for (const std::int32_t id : ids) list += (list.empty() ? "" : ";") + std::to_string(id);
+  return list;
+}
+
+int partners(const Place& given, const OutputOptions& output) {
+  const auto known = known_partners();
+  gateway::Json json = gateway::Json::array();
+  Table table({"ID", "PARTNER", "NAME"});
+  for (const std::int32_t id : partners_at(given)) {
+    const auto partner = known.find(id);
+    const bool is_known = partner != known.end();
+    json.push_back(is_known ? to_json(*partner->second) : gateway::Json{{"BUSINESSPARTNERID", id}});
+    table.add({std::to_string(id), is_known ? shown(text_of(*partner->second, "BUSINESSID"), 30) : "",
+               is_known ? shown(text_of(*partner->second, "PARTNERNAME")) : ""});
+  }
+  if (table.empty()) expect_row("CATALOG", given.catalog);
+  return answer_list(output, "partners", std::move(json), table, "No partner is tied to " + named(given) + ".");
+}
+
+int tie(const Partners& given, const OutputOptions& output) {
+  Reasons reasons = reasons_against_ties(given);
+  const auto present = partners_at(given.place);
+  for (const std::int32_t partner : given.partners)
+    if (std::find(present.begin(), present.end(), partner) != present.end())
+      reasons.push_back("partner " + std::to_string(partner) + " is tied to " + named(given.place) + " already");
+  if (!reasons.empty()) return refuse(output, {{"tied", false}}, "no partner was tied.", reasons);
+  const bool tied = call(create_root(kWriter), "InsertCatalogNodeByBP",
+                         {given.place.node, given.place.catalog, joined(given.partners)})
+                        .to_boolean();
+  return answer(output, {{"tied", tied}},
+                counted(given.partners.size(), "partner") + " tied to " + named(given.place) + ".");
+}
+
+int replace(const Partners& given, const OutputOptions& output) {
+  const Reasons reasons = reasons_against_ties(given);
+  if (!reasons.empty()) return refuse(output, {{"replaced", false}}, "the partners stay as they were.", reasons);
+  const bool replaced = call_without_vote(kWriter, "UpdateCatalogNodeByBP",
+                                          {given.place.node, given.place.catalog, joined(given.partners)})
+                            .to_boolean();
+  return answer(output, {{"replaced", replaced}},
+                named(given.place) + " has " + counted(given.partners.size(), "partner") + " now.");
+}
+
+int untie(const Place& given, const OutputOptions& output) {
+  const std::size_t present = partners_at(given).size();
+  // What a catalogue that is gone has left can be untied.
+  if (present == 0) expect_row("CATALOG", given.catalog);
+  const bool deleted = call_without_vote(kWriter, "DeleteCatalogNodeByBP", {given.node, given.catalog}).to_boolean();
+  const gateway::Json json = {{"untied", deleted ? present : 0}};
+  if (!deleted) return refuse(output, json, "the partners stay tied; the library does not say why.", {});
+  if (present == 0) return refuse(output, json, "no partner is tied to " + named(given) + ".", {});
+  return answer(output, json, counted(present, "partner") + " untied from " + named(given) + ".");
+}
+
+void add_node(CLI::App& command, std::int32_t& node) {
+  command.add_option("NODE", node, "The folder's node id")->required()->check(CLI::Range(1, kGreatestId));
+}
+
+void add_place(CLI::App& command, Place& place) {
+  command.add_option("CATALOG", place.catalog, "The catalogue's id")->required()->check(CLI::Range(1, kGreatestId));
+  command.add_option("--node", place.node, "The id of one of its nodes; else the catalogue as a whole")
+      ->type_name("N")
+      ->check(CLI::Range(1, kGreatestId));
+}
+
+void add_partners(CLI::App& command, Partners& given) {
+  add_place(command, given.place);
+  command.add_option("PARTNERS", given.partners, "The ids of the partners")
+      ->required()
+      ->check(CLI::Range(1, kGreatestId));
+}
+
+}  // namespace shopout_commands
+
+void add_shopout_commands(Menu& menu) {
+  using namespace shopout_commands;
+  Menu::Group group =
+      menu.group("shopout", "Shop-out folders, their accounts, and the partners of nodes and catalogues");
+  group.add("list", "List the shop-out folders that have a partner", "  mercato shopout list\n", list);
+  {
+    const auto [command, given] = group.add("show", "Print one shop-out folder", "  mercato shopout show 11\n", show);
+    add_node(command, given.node);
+  }
+  {
+    const auto [command, given] = group.add("account", "Print the account that a user has at a shop-out folder",
+                                            "  mercato shopout account CHLOE.MERCIER 11\n"
+                                            "  mercato shopout account CHLOE.MERCIER 11 --password\n",
+                                            account);
+    command.add_option("USER", given.user, "The user's id")->required()->check(is_no_blank());
+    add_node(command, given.node);
+    command.add_flag("--password", given.password, "Print the password, too");
+  }
+  {
+    const auto [command, given] = group.add("partners", "List the partners of a catalogue or of one of its nodes",
+                                            "  mercato shopout partners 1\n"
+                                            "  mercato shopout partners 1 --node 11\n",
+                                            partners);
+    add_place(command, given);
+  }
+  {
+    const auto [command, given] = group.add("tie", "Tie partners to a catalogue or to one of its nodes",
+                                            "  mercato shopout tie 1 2 3\n"
+                                            "  mercato shopout tie 1 --node 11 4\n",
+                                            tie);
+    add_partners(command, given);
+  }
+  {
+    const auto [command, given] = group.add("replace", "Tie these partners, and no others",
+                                            "  mercato shopout replace 1 4\n"
+                                            "  mercato shopout replace 1 --node 11 7\n",
+                                            replace);
+    add_partners(command, given);
+  }
+  {
+    const auto [command, given] = group.add("untie", "Take all partners from a catalogue or from one of its nodes",
+                                            "  mercato shopout untie 1\n"
+                                            "  mercato shopout untie 1 --node 11\n",
+                                            untie);
+    add_place(command, given);
+  }
+}
+
+}  // namespace mercato::cli

@@ -1,0 +1,288 @@
+// mercato property and mercato group: what properties there are, and which go together.
+#include <algorithm>
+#include <array>
+#include <map>
+#include <optional>
+#include <string_view>
+
+#include "platform/transactions/object_context.h"
+#include "tools/cli/library.h"
+#include "tools/cli/menu.h"
+#include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/listing.h"
+
+namespace mercato::cli {
+namespace property_commands {
+
+constexpr const char* kPropertyProgId = "Mercato.Property";
+constexpr const char* kGroupProgId = "Mercato.PropertyGroup";
+
+constexpr std::int16_t kEnumerated = 3;
+constexpr std::array<std::string_view, 4> kTypeNames = {"text", "number", "enum", "date"};  // data types 1 to 4
+
+struct NoOptions {};
+struct NewProperty {
+  std::string name;
+  std::int16_t type = 1;
+  std::string default_value;
+  bool external = false;
+};
+struct PropertyChange {
+  std::string property;
+  std::optional<std::string> name;
+  std::optional<std::int16_t> type;
+  std::optional<std::string> default_value;
+};
+struct Named {
+  std::string which;  // id or name
+};
+struct Membership {
+  std::string group;
+  std::string property;
+  bool mandatory = false;
+  bool show = false;
+};
+
+std::string type_name(const Variant& type) {
+  if (type.is_null()) return {};
+  const std::int32_t number = type.to_long();
+  const bool known = number >= 1 && number <= static_cast<std::int32_t>(kTypeNames.size());
+  return known ? std::string(kTypeNames[static_cast<std::size_t>(number - 1)]) : type.to_text();
+}
+
+// Properties
+
+int insert_property(const NewProperty& given, const OutputOptions& output) {
+  const Array fields{"PROPERTYNAME", "DEFAULTVALUE"};
+  const Array values{given.name, given.default_value};
+  const std::int32_t id =
+      explaining([&](const RaisedError&) { return reasons_against_write("PROPERTY", fields, values); },
+                 [&] {
+                   return call(create_root(kPropertyProgId), "Insert21",
+                               {given.name, given.type, given.default_value, given.external})
+                       .to_long();
+                 });
+  return answer(output, {{"id", id}}, "property " + std::to_string(id) + " created.");
+}
+
+int list_properties(const NoOptions&, const OutputOptions& output) {
+  const ComponentPtr properties = create_root(kPropertyProgId);
+  gateway::Json list = gateway::Json::array();
+  Table table({"ID", "NAME", "TYPE", "EXTERNAL", "DEFAULT", "CHOICES"});
+  for (const DictionaryPtr& row : all_of(kProperties)) {
+    gateway::Json choices = gateway::Json::array();
+    std::string words;
+    if (const Variant& type = row->Item("DATATYPE"); !type.is_null() && type.to_long() == kEnumerated)
+      call(properties, "getPropertyEnums", {row->Item("PROPERTYID")})
+          .to<Dictionary>()
+          ->for_each([&](const Variant&, const Variant& choice) {
+            choices.push_back(choice.to_text());
+            words += (words.empty() ? "" : ", ") + choice.to_text();
+          });
+    gateway::Json json = to_json(*row);
+    json["CHOICES"] = std::move(choices);
+    list.push_back(std::move(json));
+    table.add({text_of(*row, "PROPERTYID"), shown(text_of(*row, "PROPERTYNAME")), type_name(row->Item("DATATYPE")),
+               text_of(*row, "EXTERNAL"), shown(text_of(*row, "DEFAULTVALUE"), 30), shown(words)});
+  }
+  return answer_list(output, "properties", std::move(list), table, "There are no properties.");
+}
+
+int update_property(const PropertyChange& given, const OutputOptions& output) {
+  Array fields;
+  Array values;
+  const auto add = [&](const char* field, const auto& value) {
+    if (!value) return;
+    fields.items.emplace_back(field);
+    values.items.emplace_back(*value);
+  };
+  add("PROPERTYNAME", given.name);
+  add("DATATYPE", given.type);
+  add("DEFAULTVALUE", given.default_value);
+  const std::int32_t id = id_of(kProperties, given.property);
+  expect_row("PROPERTY", id);
+  const bool updated =
+      explaining([&](const RaisedError&) { return reasons_against_write("PROPERTY", fields, values); },
+                 [&] {
+                   return call(create_root(kPropertyProgId), "Update20", {id, fields, values}).to_boolean();
+                 });
+  return answer(output, {{"updated", updated}}, "property " + std::to_string(id) + " changed.");
+}
+
+int delete_property(const Named& given, const OutputOptions& output) {
+  return delete_row({kPropertyProgId, "Delete", "PROPERTY", id_of(kProperties, given.which)}, output);
+}
+
+// Groups
+
+int insert_group(const Named& given, const OutputOptions& output) {
+  const std::int32_t id = explaining(
+      [&](const RaisedError&) {
+        return reasons_against_write("PROPERTYGROUP", Array{"PROPERTYGROUPNAME"}, Array{given.which});
+      },
+      [&] { return call(create_root(kGroupProgId), "Insert", {given.which}).to_long(); });
+  return answer(output, {{"id", id}}, "property group " + std::to_string(id) + " created.");
+}
+
+// No call of the library tells them.
+std::map<std::int32_t, Rows> members_by_group() {
+  std::map<std::int32_t, Rows> members;
+  for (const DictionaryPtr& row : query_rows(LiteralPiece(
+           "SELECT PROPSBYPROPGROUP.PROPERTYGROUPID, PROPSBYPROPGROUP.PROPERTYID, PROPERTY.PROPERTYNAME, MANDATORY, "
+           "SHOWINPRODUCTSHEET FROM PROPSBYPROPGROUP INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = "
+           "PROPERTY.PROPERTYID ORDER BY PROPERTY.PROPERTYNAME")))
+    members[row->Item("PROPERTYGROUPID").to_long()].push_back(row);
+  return members;
+}
+
+int list_groups(const NoOptions&, const OutputOptions& output) {
+  const auto members = members_by_group();
+  gateway::Json list = gateway::Json::array();
+  Table table({"ID", "NAME", "PROPERTIES"});
+  for (const DictionaryPtr& row : all_of(kPropertyGroups)) {
+    gateway::Json json = to_json(*row);
+    json["PROPERTIES"] = gateway::Json::array();
+    std::string words;
+    if (const auto of_group = members.find(row->Item("PROPERTYGROUPID").to_long()); of_group != members.end())
+      for (const DictionaryPtr& member : of_group->second) {
+        gateway::Json property = to_json(*member);
+        property.erase("PROPERTYGROUPID");
+        json["PROPERTIES"].push_back(std::move(property));
+        words += (words.empty() ? "" : ", ") + text_of(*member, "PROPERTYNAME") +
+                 (text_of(*member, "MANDATORY") == "yes" ? " (mandatory)" : "");
+      }
+    list.push_back(std::move(json));
+    table.add({text_of(*row, "PROPERTYGROUPID"), shown(text_of(*row, "PROPERTYGROUPNAME")), shown(words, 200)});
+  }
+  return answer_list(output, "groups", std::move(list), table, "There are no property groups.");
+}
+
+int add_member(const Membership& given, const OutputOptions& output) {
+  // The library takes any two ids.
+  const DictionaryPtr group = one_of(kPropertyGroups, id_of(kPropertyGroups, given.group));
+  const DictionaryPtr property = one_of(kProperties, id_of(kProperties, given.property));
+  const std::string property_name = text_of(*property, "PROPERTYNAME");
+  const std::string group_name = text_of(*group, "PROPERTYGROUPNAME");
+  const auto explain = [&](const RaisedError& error) {
+    if (error.Number != error_number::kConstraintViolated) return Reasons();
+    return Reasons{property_name + " is in " + group_name + " already"};
+  };
+  explaining(explain, [&] {
+    return call(create_root(kGroupProgId), "AddPropertyToPropertyGroupEx",
+                {group->Item("PROPERTYGROUPID"), property->Item("PROPERTYID"), given.mandatory, given.show});
+  });
+  return answer(output, {{"added", true}},
+                property_name + " added to " + group_name + "; `group apply` brings its products in line.");
+}
+
+int apply_group(const Named& given, const OutputOptions& output) {
+  constexpr std::int32_t kAllProducts = -1;
+  const DictionaryPtr group = one_of(kPropertyGroups, id_of(kPropertyGroups, given.which));
+  const Variant& id = group->Item("PROPERTYGROUPID");
+  const bool applied = call(create_root(kGroupProgId), "UpdateGroupChange", {id, kAllProducts}).to_boolean();
+  return answer(output, {{"applied", applied}},
+                "the products of " + text_of(*group, "PROPERTYGROUPNAME") + " are in line with it.");
+}
+
+int delete_group(const Named& given, const OutputOptions& output) {
+  return delete_row({kGroupProgId, "Delete", "PROPERTYGROUP", id_of(kPropertyGroups, given.which)}, output);
+}
+
+// `type` becomes the data type that the option names.
+template <class Type>
+void add_type(CLI::App& command, Type& type, const char* description) {
+  command
+      .add_option_function<std::string>(
+          "--type",
+          [&type](const std::string& name) {
+            const auto* found = std::find(kTypeNames.begin(), kTypeNames.end(), name);
+            type = static_cast<std::int16_t>(found - kTypeNames.begin() + 1);
+          },
+          description)
+      ->type_name("text|number|enum|date")
+      ->transform(CLI::IsMember(std::vector<std::string>(kTypeNames.begin(), kTypeNames.end()), CLI::ignore_case));
+}
+
+constexpr const char* kWhichProperty = "The property's id, or its name when only one has it";
+constexpr const char* kWhichGroup = "The group's id, or its name when only one has it";
+
+void add_properties(Menu& menu) {
+  Menu::Group group = menu.group("property", "Create, list, change and delete properties");
+  {
+    const auto [command, given] = group.add("new", "Create a property and print its id",
+                                            "  mercato property new FORMAT --default A4\n"
+                                            "  mercato property new GRAMMAGE --type number --external\n"
+                                            "Values of an external property survive a change of the product's group.\n",
+                                            insert_property);
+    command.add_option("NAME", given.name, "The name; it need not be the only one")->required()->check(is_no_blank());
+    add_type(command, given.type, "What its values are; text when it is not given");
+    command.add_option("--default", given.default_value, "What a product gets with its group")->type_name("VALUE");
+    command.add_flag("--external", given.external, "No group owns it");
+  }
+  group.add("list", "List the properties", "  mercato property list\n", list_properties);
+  {
+    const auto [command, given] = group.add("set", "Change a property",
+                                            "  mercato property set SHEETS --default 250\n"
+                                            "  mercato property set 3 --name WEIGHT --type number\n"
+                                            "Another type than enum takes the property's choices away.\n",
+                                            update_property);
+    command.add_option("PROPERTY", given.property, kWhichProperty)->required();
+    auto* changes = command.add_option_group("Changes", "At least one of");
+    changes->add_option("--name", given.name, "The new name")->type_name("NAME");
+    add_type(*changes, given.type, "The new type");
+    changes->add_option("--default", given.default_value, "The new default")->type_name("VALUE");
+    changes->require_option(1, 0);
+  }
+  {
+    const auto [command, given] = group.add("delete", "Delete a property and its places in groups",
+                                            "  mercato property delete FORMAT\n"
+                                            "A property that a product has a value of stays.\n",
+                                            delete_property);
+    command.add_option("PROPERTY", given.which, kWhichProperty)->required();
+  }
+}
+
+void add_groups(Menu& menu) {
+  Menu::Group group = menu.group("group", "Create, list, fill, apply and delete property groups");
+  {
+    const auto [command, given] = group.add("new", "Create a property group and print its id",
+                                            "  mercato group new 'Copy paper'\n", insert_group);
+    command.add_option("NAME", given.which, "The name; it need not be the only one")->required()->check(is_no_blank());
+  }
+  group.add("list", "List the property groups with their properties", "  mercato group list\n", list_groups);
+  {
+    const auto [command, given] = group.add("add", "Add a property to a group",
+                                            "  mercato group add 'Copy paper' SHEETS --mandatory\n"
+                                            "Products that are in the group already get it with `group apply`.\n",
+                                            add_member);
+    command.add_option("GROUP", given.group, kWhichGroup)->required();
+    command.add_option("PROPERTY", given.property, kWhichProperty)->required();
+    command.add_flag("--mandatory", given.mandatory, "A requisition has to fill it in");
+    command.add_flag("--show", given.show, "It stands in the product sheet");
+  }
+  {
+    const auto [command, given] =
+        group.add("apply", "Bring the properties of all products of a group in line with it",
+                  "  mercato group apply 'Copy paper'\n"
+                  "What a product lacks comes with its default; what neither the group has nor is external goes.\n",
+                  apply_group);
+    command.add_option("GROUP", given.which, kWhichGroup)->required();
+  }
+  {
+    const auto [command, given] = group.add("delete", "Delete a property group",
+                                            "  mercato group delete 'Copy paper'\n"
+                                            "A group that a product, commodity or user has stays.\n",
+                                            delete_group);
+    command.add_option("GROUP", given.which, kWhichGroup)->required();
+  }
+}
+
+}  // namespace property_commands
+
+void add_property_commands(Menu& menu) {
+  using namespace property_commands;
+  add_properties(menu);
+  add_groups(menu);
+}
+
+}  // namespace mercato::cli

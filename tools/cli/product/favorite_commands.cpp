@@ -1,0 +1,170 @@
+// mercato favorite: the products that users have marked.
+#include <optional>
+
+#include "frame/lib_general.h"
+#include "platform/transactions/object_context.h"
+#include "tools/cli/catalog/rights_walk.h"
+#include "tools/cli/library.h"
+#include "tools/cli/menu.h"
+#include "tools/cli/product/favorites.h"
+#include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/listing.h"
+
+namespace mercato::cli {
+namespace favorite_commands {
+
+constexpr const char* kProgId = "Mercato.Product";
+constexpr std::int32_t kOrdinary = 0;
+constexpr std::int32_t kWarehouse = 1;
+constexpr std::int32_t kAll = -1;  // types, and folders
+constexpr std::int32_t kTopLevel = 0;
+
+struct NewFavorite {
+  std::string user;
+  std::int32_t product_id = 0;
+  bool warehouse = false;
+  std::int32_t folder = 0;
+};
+struct WhichFavorites {
+  std::string user;
+  std::int32_t product_id = 0;
+  bool warehouse = false;
+  bool ordinary = false;
+  std::int32_t folder = kAll;
+};
+struct FavoriteUser {
+  std::string user;
+};
+
+Reasons reasons_against_favorite(const std::string& user) {
+  Reasons reasons = reasons_against_user(user);
+  if (reasons.empty()) reasons = reasons_against_write("FAVORITES", Array{"USERID"}, Array{user});
+  return reasons;
+}
+
+// No call of the library lists them.
+Rows favorites_of(const std::string& user) {
+  Sql sql;
+  sql << "SELECT FAVORITES.PRODUCTID, PRODUCT.PARTNUMBER, PRODUCT.PRODUCTDESCRIPTION, FAVORITES.WAREHOUSEFAVORITE, "
+         "FAVORITES.FOLDERID, FAVORITEFOLDERS.FOLDERNAME FROM FAVORITES LEFT JOIN PRODUCT ON FAVORITES.PRODUCTID = "
+         "PRODUCT.PRODUCTID LEFT JOIN FAVORITEFOLDERS ON FAVORITES.FOLDERID = FAVORITEFOLDERS.FOLDERID WHERE "
+         "FAVORITES.PRESENT > 0 AND FAVORITES.USERID = N'"
+      << value(Gen_QuoteSql(user)) << "' ORDER BY FAVORITES.FOLDERID, FAVORITES.PRODUCTID";
+  return query_rows(sql);
+}
+
+bool is_warehouse(const Dictionary& favorite) { return text_of(favorite, "WAREHOUSEFAVORITE") == "1"; }
+
+// An unknown folder would be taken, too.
+void require_folder(const std::string& user, std::int32_t folder) {
+  if (folder == kTopLevel) return;
+  Sql sql;
+  sql << "SELECT FOLDERID FROM FAVORITEFOLDERS WHERE FOLDERID = " << folder << " AND USERID = N'"
+      << value(Gen_QuoteSql(user)) << "'";
+  if (query_rows(sql).empty())
+    raise(error_number::kInvalidArgument, {}, user + " has no folder " + std::to_string(folder));
+}
+
+int add(const NewFavorite& given, const OutputOptions& output) {
+  expect_row("PRODUCT", given.product_id);  // an unknown product would be marked, too
+  require_folder(given.user, given.folder);
+  const ComponentPtr products = create_root(kProgId);
+  explaining([&](const RaisedError&) { return reasons_against_favorite(given.user); },
+             [&] {
+               return call(products, "CreateFavoriteEx",
+                           {given.user, given.product_id, given.warehouse ? kWarehouse : kOrdinary, given.folder});
+             });
+  // One that exists raises nothing: the vote tells.
+  const bool added = products->context()->vote_of_last_call() == Vote::commit;
+  const std::string words = "product " + std::to_string(given.product_id) + " is " +
+                            (given.warehouse ? "a warehouse favourite" : "a favourite") + " of " + given.user;
+  if (!added) return refuse(output, {{"added", added}}, "no favourite was added.", {words + " already"});
+  return answer(output, {{"added", added}}, words + " now.");
+}
+
+int remove(const WhichFavorites& given, const OutputOptions& output) {
+  std::size_t there = 0;
+  for (const DictionaryPtr& favorite : favorites_of(given.user)) {
+    const bool wanted_type = is_warehouse(*favorite) ? !given.ordinary : !given.warehouse;
+    const bool wanted_folder = given.folder == kAll || favorite->Item("FOLDERID").to_long() == given.folder;
+    if (favorite->Item("PRODUCTID").to_long() == given.product_id && wanted_type && wanted_folder) ++there;
+  }
+  const std::int32_t type = given.warehouse ? kWarehouse : given.ordinary ? kOrdinary : kAll;
+  explaining(
+      [&](const RaisedError&) { return reasons_against_favorite(given.user); },
+      [&] {
+        return call(create_root(kProgId), "DeleteFavoriteEx", {given.user, given.product_id, type, given.folder});
+      });
+  const gateway::Json json = {{"removed", there}};
+  // Deleting nothing is no failure of the library's.
+  if (there == 0)
+    return refuse(output, json,
+                  "product " + std::to_string(given.product_id) + " is no such favourite of " + given.user + ".", {});
+  return answer(output, json, counted(there, "favourite") + " removed.");
+}
+
+int list(const FavoriteUser& given, const OutputOptions& output) {
+  return list_favorites(given.user, std::nullopt, given.user + " has no favourites.", output);
+}
+
+}  // namespace favorite_commands
+
+int list_favorites(const std::string& user, std::optional<std::int32_t> folder, const std::string& none,
+                   const OutputOptions& output) {
+  using namespace favorite_commands;
+  gateway::Json json = gateway::Json::array();
+  Table table({"ID", "PART NUMBER", "DESCRIPTION", "KIND", "FOLDER"});
+  for (const DictionaryPtr& row : favorites_of(user)) {
+    const std::string id = text_of(*row, "FOLDERID");
+    if (folder && id != std::to_string(*folder)) continue;
+    json.push_back(to_json(*row));
+    const std::string name = text_of(*row, "FOLDERNAME");
+    table.add({text_of(*row, "PRODUCTID"), shown(text_of(*row, "PARTNUMBER"), 30),
+               shown(text_of(*row, "PRODUCTDESCRIPTION"), 50), is_warehouse(*row) ? "warehouse" : "ordinary",
+               id == "0"      ? ""
+               : name.empty() ? id
+                              : id + " " + shown(name)});
+  }
+  return answer_list(output, "favorites", std::move(json), table, none);
+}
+
+void add_favorite_commands(Menu& menu) {
+  using namespace favorite_commands;
+  Menu::Group group = menu.group("favorite", "Add, remove and list favourites of users");
+  const auto add_common = [](CLI::App& command, std::string& user, std::int32_t& product_id) {
+    command.add_option("USER", user, "The user's id")->required()->check(is_no_blank());
+    command.add_option("PRODUCT", product_id, "The product's id")->required()->check(is_whole_number());
+  };
+  {
+    const auto [command, given] = group.add("add", "Mark a product",
+                                            "  mercato favorite add MARTA.NOWAK 1\n"
+                                            "  mercato favorite add MARTA.NOWAK 1 --warehouse\n",
+                                            add);
+    add_common(command, given.user, given.product_id);
+    command.add_flag("--warehouse", given.warehouse, "As a warehouse favourite");
+    command.add_option("--folder", given.folder, "The id of a folder; else the top level")
+        ->type_name("N")
+        ->check(is_whole_number())
+        ->check(is_not_negative());
+  }
+  {
+    const auto [command, given] = group.add("remove", "Take marks away: of both kinds, in all folders",
+                                            "  mercato favorite remove MARTA.NOWAK 1 --ordinary --folder 0\n"
+                                            "  mercato favorite remove MARTA.NOWAK 1\n",
+                                            remove);
+    add_common(command, given.user, given.product_id);
+    auto* warehouse = command.add_flag("--warehouse", given.warehouse, "Warehouse favourites only");
+    command.add_flag("--ordinary", given.ordinary, "Ordinary favourites only")->excludes(warehouse);
+    command.add_option("--folder", given.folder, "In this folder only; 0 is the top level")
+        ->type_name("N")
+        ->check(is_whole_number())
+        ->check(is_not_negative());
+  }
+  {
+    const auto [command, given] =
+        group.add("list", "List the favourites of a user", "  mercato favorite list MARTA.NOWAK\n", list);
+    command.add_option("USER", given.user, "The user's id")->required()->check(is_no_blank());
+  }
+}
+
+}  // namespace mercato::cli

@@ -1,0 +1,311 @@
+// mercato product: one product at a time.
+#include <algorithm>
+
+#include "frame/lib_general.h"
+#include "platform/transactions/object_context.h"
+#include "tools/cli/library.h"
+#include "tools/cli/menu.h"
+#include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/listing.h"
+#include "values/same_text.h"
+#include "values/text.h"
+
+namespace mercato::cli {
+namespace product_commands {
+
+constexpr const char* kProgId = "Mercato.Product";
+constexpr const char* kTable = "PRODUCT";
+
+// What FIELD=VALUE stands for, in help texts.
+constexpr const char* kFieldsHelp =
+    "A FIELD is a column of PRODUCT, in any case: UNITCODE, COMMODITYCODE, BUSINESSPARTNERID, PROPERTYGROUPID,\n"
+    "UNSPSCCODE, MINORDERQTY, MULTIPLEOF, GTIN, USERID, PRODUCTEFFECTIVITYDATE, PRODUCTEXPIRYDATE and so on, as "
+    "`show`\n"
+    "prints them. Dates are 2026-07-01, 7/1/2026 (month first) or \"1 July 2026\". An empty text clears a text field "
+    "or a\n"
+    "date; -1 takes PROPERTYGROUPID, BUSINESSPARTNERID and NUMBER away. The supplier (BUSINESSPARTNERID) and the "
+    "buyer\n"
+    "(USERID) have to exist; other codes are taken as they are.\n";
+
+struct ProductId {
+  std::int32_t id = 0;
+};
+struct NewProduct {
+  std::string part_number;
+  std::string description;
+  std::vector<std::string> pairs;
+};
+struct ProductPairs {
+  std::int32_t id = 0;
+  std::vector<std::string> pairs;
+};
+struct OrderQuantity {
+  std::int32_t id = 0;
+  double quantity = 0;
+};
+
+struct Pair {
+  std::string name;
+  std::string value;
+};
+Pair split_pair(const std::string& text) {
+  const std::size_t equals = text.find('=');
+  return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+struct FieldValues {
+  Array fields;
+  Array values;
+
+  void add(const std::string& field, Variant value) {
+    fields.items.emplace_back(field);
+    values.items.push_back(std::move(value));
+  }
+  bool has(std::string_view field) const {
+    return std::any_of(fields.items.begin(), fields.items.end(),
+                       [&](const Variant& given) { return given.text_value() == field; });
+  }
+};
+
+std::string named(std::int32_t id) { return "product " + std::to_string(id); }
+
+// Insert20 stops without a word at these.
+Reasons reasons_for_quiet_stop(const FieldValues& given) {
+  constexpr std::size_t kLongestText = 255;
+  Reasons reasons;
+  for (std::int32_t index = given.fields.lower; index <= given.fields.upper(); ++index) {
+    const std::string& field = given.fields.at(index).text_value();
+    const std::string& value = given.values.at(index).text_value();
+    const std::size_t length = text::length(value);
+    if ((field == "PARTNUMBER" || field == "PRODUCTDESCRIPTION") && value.empty())
+      reasons.push_back(field + " is empty");
+    if ((field == "PRODUCTREMARK" || field == "BUYFROMCONTACTINFO") && length > kLongestText)
+      reasons.push_back(field + " takes at most " + std::to_string(kLongestText) + " characters, not " +
+                        std::to_string(length));
+    if ((field == "PRODUCTEFFECTIVITYDATE" || field == "PRODUCTEXPIRYDATE") && value == "-1")
+      reasons.push_back(field + " takes a date, not '-1'");
+  }
+  return reasons;
+}
+
+int insert(const NewProduct& given, const OutputOptions& output) {
+  FieldValues row;
+  row.add("PARTNUMBER", given.part_number);
+  row.add("PRODUCTDESCRIPTION", given.description);
+  for (const std::string& text : given.pairs) {
+    const Pair pair = split_pair(text);
+    row.add(text::to_upper(pair.name), pair.value);
+  }
+  expect_no_assigned_field(kTable, row.fields);
+  const std::int32_t id =
+      explaining([&](const RaisedError&) { return reasons_against_write(kTable, row.fields, row.values); },
+                 [&] {
+                   return call(create_root(kProgId), "Insert20", {row.fields, row.values}).to_long();
+                 });
+  if (id == -1) return refuse(output, {{"id", id}}, "no product was created.", reasons_for_quiet_stop(row));
+  return answer(output, {{"id", id}}, named(id) + " created.");
+}
+
+Reasons reasons_against_update(const FieldValues& row) {
+  constexpr std::size_t kGtinLength = 14;
+  Reasons reasons = reasons_against_write(kTable, row.fields, row.values);
+  for (std::int32_t index = row.fields.lower; index <= row.fields.upper(); ++index)
+    if (const Variant& value = row.values.at(index);
+        row.fields.at(index) == Variant("GTIN") && value.is_text() && text::length(value.text_value()) > kGtinLength)
+      reasons.push_back("GTIN takes at most " + std::to_string(kGtinLength) + " characters");
+  return reasons;
+}
+
+// Null clears a column, but a product leaves its group with -1 only.
+Variant no_value_of(std::string_view field) { return field == "PROPERTYGROUPID" ? Variant(-1) : Variant(kNull); }
+
+int update(const ProductPairs& given, const OutputOptions& output) {
+  expect_row(kTable, given.id);
+  const ComponentPtr products = create_root(kProgId);
+  FieldValues row;
+  for (const std::string& text : given.pairs) {
+    const Pair pair = split_pair(text);
+    const std::string field = text::to_upper(pair.name);
+    row.add(field, pair.value.empty() ? no_value_of(field) : Variant(pair.value));
+  }
+  expect_no_assigned_field(kTable, row.fields);
+  // Where category links follow the codes, an update without UNSPSCCODE takes the code for cleared, and the product out
+  // of its categories: the present one goes along.
+  if (!row.has("UNSPSCCODE")) {
+    const auto present = call(products, "GetProductFields", {Array{"UNSPSCCODE"}, given.id}).to<Dictionary>();
+    row.add("UNSPSCCODE", text_of(*present, "UNSPSCCODE"));
+  }
+  const bool updated = explaining([&](const RaisedError&) { return reasons_against_update(row); },
+                                  [&] {
+                                    return call(products, "Update20", {given.id, row.fields, row.values}).to_boolean();
+                                  });
+  return answer(output, {{"updated", updated}}, named(given.id) + " changed.");
+}
+
+int show_one(const ProductId& given, const OutputOptions& output) { return show(given.id, output); }
+
+// Disable and Enable take an unknown id for done.
+int set_visibility(std::int32_t id, const char* method, bool disabled, const OutputOptions& output) {
+  expect_row(kTable, id);
+  call(create_root(kProgId), method, {id});
+  return answer(output, {{"id", id}, {"disabled", disabled}}, named(id) + (disabled ? " disabled." : " enabled."));
+}
+int disable(const ProductId& given, const OutputOptions& output) {
+  return set_visibility(given.id, "Disable", true, output);
+}
+int enable(const ProductId& given, const OutputOptions& output) {
+  return set_visibility(given.id, "Enable", false, output);
+}
+
+int remove(const ProductId& given, const OutputOptions& output) {
+  return delete_row({kProgId, "Delete", kTable, given.id}, output);
+}
+
+int check(const OrderQuantity& given, const OutputOptions& output) {
+  expect_row(kTable, given.id);  // an unknown product has no quantity that fits
+  const ComponentPtr products = create_root(kProgId);
+  const bool fits = call(products, "CheckLotSize", {given.id, given.quantity}).to_boolean();
+  const double minimum = call(products, "getMinOrderQty", {given.id}).to_double();
+  const double multiple = call(products, "getMultipleOf", {given.id}).to_double();
+
+  std::string limits;
+  if (minimum != 0) limits = "at least " + text::number_text(minimum);
+  if (multiple != 0) limits += (limits.empty() ? "" : ", ") + ("in multiples of " + text::number_text(multiple));
+  const gateway::Json json = {{"fits", fits}, {"minimum", minimum}, {"multiple", multiple}};
+  const std::string order = text::number_text(given.quantity) + " of " + named(given.id);
+  if (!fits) return refuse(output, json, "the quantity does not fit.", {order + " cannot be ordered: " + limits});
+  return answer(output, json, order + " can be ordered" + (limits.empty() ? "" : ": " + limits) + ".");
+}
+
+// The values that the product has, by the names of their properties.
+Rows values_of(const ComponentPtr& products, std::int32_t id) {
+  Rows rows;
+  call(products, "GetProductProperties", {id}).to<Dictionary>()->for_each([&](const Variant&, const Variant& row) {
+    rows.push_back(row.to<Dictionary>());
+  });
+  return rows;
+}
+
+int list_properties(const ComponentPtr& products, std::int32_t id, const OutputOptions& output) {
+  gateway::Json list = gateway::Json::array();
+  Table table({"ID", "PROPERTY", "VALUE"});
+  for (const DictionaryPtr& row : values_of(products, id)) {
+    list.push_back(to_json(*row));
+    table.add({text_of(*row, "PROPERTYID"), shown(text_of(*row, "PROPERTYNAME")), shown(text_of(*row, "VALUE"), 200)});
+  }
+  return answer_list(output, "properties", std::move(list), table, named(id) + " has no properties.");
+}
+
+int set_properties(const ProductPairs& given, const OutputOptions& output) {
+  expect_row(kTable, given.id);  // values of nothing would be written, too
+  const ComponentPtr products = create_root(kProgId);
+  if (given.pairs.empty()) return list_properties(products, given.id, output);
+
+  struct Change {
+    std::int32_t property_id;
+    bool is_new;
+    std::string value;
+  };
+  // All names are known before the first value is written.
+  const Rows held = values_of(products, given.id);
+  std::vector<Change> changes;
+  for (const std::string& text : given.pairs) {
+    const auto [property, value] = split_pair(text);
+    const auto row = std::find_if(held.begin(), held.end(), [&, &name = property](const DictionaryPtr& candidate) {
+      return text::same(text_of(*candidate, "PROPERTYNAME"), name);
+    });
+    const bool is_new = row == held.end();
+    changes.push_back({is_new ? id_of(kProperties, property) : (*row)->Item("PROPERTYID").to_long(), is_new, value});
+  }
+  for (const Change& change : changes)
+    if (change.is_new)
+      call(products, "InsertProductPropertyValue", {given.id, change.property_id, change.value});
+    else  // goes into the statement as it stands
+      call(products, "UpdateProductPropertyValue", {given.id, change.property_id, Gen_QuoteSql(change.value)});
+  const auto inserted = static_cast<std::size_t>(
+      std::count_if(changes.begin(), changes.end(), [](const Change& change) { return change.is_new; }));
+  const std::size_t updated = changes.size() - inserted;
+  return answer(output, {{"inserted", inserted}, {"updated", updated}},
+                counted(inserted, "value") + " added, " + counted(updated, "value") + " changed.");
+}
+
+CLI::Option* add_pairs(CLI::App& command, std::vector<std::string>& pairs, const char* description, const char* form) {
+  return command.add_option("PAIRS", pairs, description)->option_text(form)->check(is_pair());
+}
+
+void add_id(CLI::App& command, std::int32_t& id) {
+  command.add_option("ID", id, "The product's id, as `find` prints it")->required()->check(is_whole_number());
+}
+
+}  // namespace product_commands
+
+void add_product_commands(Menu& menu) {
+  using namespace product_commands;
+  Menu::Group group = menu.group("product", "Create, change, check, hide and delete products");
+  const std::string new_examples =
+      "  mercato product new M-900001 'Copy paper, A4, recycled' unitcode=RM commoditycode=OFFICE multipleof=5\n"
+      "  mercato product new M-900002 'Stapler' BUSINESSPARTNERID=1 PRODUCTEFFECTIVITYDATE=2026-07-01\n" +
+      std::string(kFieldsHelp);
+  {
+    const auto [command, given] = group.add("new", "Create a product and print its id", new_examples.c_str(), insert);
+    command.add_option("PARTNUMBER", given.part_number, "The part number")->required();
+    command.add_option("DESCRIPTION", given.description, "The description")->required();
+    add_pairs(command, given.pairs, "More fields", "FIELD=VALUE...");
+  }
+  const std::string set_examples =
+      "  mercato product set 1 PRODUCTREMARK='Delivered on pallets' minorderqty=10\n"
+      "  mercato product set 1 PROPERTYGROUPID=1   # the group's properties come with it, others go\n"
+      "  mercato product set 1 PRODUCTEXPIRYDATE=   # an empty value clears the field\n" +
+      std::string(kFieldsHelp);
+  {
+    const auto [command, given] = group.add("set", "Change fields of a product", set_examples.c_str(), update);
+    add_id(command, given.id);
+    add_pairs(command, given.pairs, "The fields", "FIELD=VALUE...")->required();
+  }
+  {
+    const auto [command, given] = group.add("show", "Print one product with its properties, as `mercato show`",
+                                            "  mercato product show 1\n", show_one);
+    add_id(command, given.id);
+  }
+  {
+    const auto [command, given] =
+        group.add("disable", "Hide a product from searches", "  mercato product disable 1\n", disable);
+    add_id(command, given.id);
+  }
+  {
+    const auto [command, given] =
+        group.add("enable", "Show a hidden product again", "  mercato product enable 1\n", enable);
+    add_id(command, given.id);
+  }
+  {
+    const auto [command, given] =
+        group.add("delete", "Delete a product with its prices, properties, categories, favourites and buyers",
+                  "  mercato product delete 277\n"
+                  "A product that a question refers to stays.\n",
+                  remove);
+    add_id(command, given.id);
+  }
+  {
+    const auto [command, given] =
+        group.add("check", "Check an order quantity against the product's minimum and multiple",
+                  "  mercato product check 1 --quantity 20\n"
+                  "Exit status 1 when it does not fit.\n",
+                  check);
+    add_id(command, given.id);
+    command.add_option("--quantity", given.quantity, "The quantity to order")
+        ->type_name("N")
+        ->check(is_positive())
+        ->required();
+  }
+  {
+    const auto [command, given] = group.add("properties", "Set properties of a product, or list them",
+                                            "  mercato product properties 1\n"
+                                            "  mercato product properties 1 COLOUR=cream SHEETS=250\n"
+                                            "A property that the product lacks is added to it.\n",
+                                            set_properties);
+    add_id(command, given.id);
+    add_pairs(command, given.pairs, "Values by the names of their properties", "NAME=VALUE...");
+  }
+}
+
+}  // namespace mercato::cli

@@ -1,0 +1,216 @@
+#include "tools/cli/refusal_reasons.h"
+
+#include <algorithm>
+#include <iostream>
+#include <iterator>
+#include <optional>
+
+#include "collaborators/grundwerk/reference_rules.h"
+#include "frame/contracts.h"
+#include "platform/store/driver.h"
+#include "platform/store/session_pool.h"
+#include "platform/transactions/object_context.h"
+#include "tools/cli/library.h"
+#include "tools/cli/terminal/listing.h"
+#include "tools/cli/terminal/sentence.h"
+#include "tools/cli/terminal/terminal.h"
+#include "values/text.h"
+
+namespace mercato::cli {
+namespace {
+
+using collaborators::Checked;
+using collaborators::KeyKind;
+using collaborators::Reference;
+
+// What the rows of a table are called.
+struct Noun {
+  std::string_view table;
+  const char* one;
+  const char* several;
+};
+constexpr Noun kNouns[] = {
+    {"PRODUCT", "product", "products"},
+    {"PRODUCTPROPVALUE", "value of a product", "values of products"},
+    {"PRODUCTCATEGORY", "category", "categories"},
+    {"PROPERTY", "property", "properties"},
+    {"PROPERTYGROUP", "property group", "property groups"},
+    {"COMMODITY", "commodity", "commodities"},
+    {"CATALOG", "catalogue", "catalogues"},
+    {"UNIT", "unit", "units"},
+    {"HAZARDOUSCLASS", "hazardous class", "hazardous classes"},
+    {"UNSPSCCODES", "UNSPSC code", "UNSPSC codes"},
+    {"USERS", "user", "users"},
+    {"BUSINESSPARTNER", "business partner", "business partners"},
+    {"CURRENCY", "currency", "currencies"},
+    {"FAQISSUE", "question", "questions"},
+};
+
+// Of a table that nobody has named, a deployment's own: "row of STOCK".
+std::string noun_of(std::string_view table, bool several = false) {
+  const auto* noun = std::find_if(std::begin(kNouns), std::end(kNouns),
+                                  [&](const Noun& known) { return text::equal_names(known.table, table); });
+  if (noun == std::end(kNouns)) return (several ? "rows of " : "row of ") + std::string(table);
+  return several ? noun->several : noun->one;
+}
+
+std::int32_t rows_that_refer(const Reference& reference, const Variant& key) {
+  Sql sql;
+  sql << "SELECT COUNT(*) AS USES FROM " << name(reference.from_table) << " WHERE " << name(reference.from_column)
+      << " = ";
+  if (reference.kind == KeyKind::number)
+    sql << key.to_long();
+  else
+    sql << "N'" << value(Gen_QuoteSql(key.to_text())) << "'";
+  return query_rows(sql).at(0)->Item("USES").to_long();
+}
+
+const char* wanted_by(store::ColumnType type) {
+  switch (type) {
+    case store::ColumnType::date:
+      return "a date such as 2026-07-01 or 7/1/2026";
+    case store::ColumnType::short_integer:
+    case store::ColumnType::long_integer:
+      return "a whole number";
+    case store::ColumnType::boolean:
+      return "1 or 0";
+    default:
+      return "a number";
+  }
+}
+
+// Nothing when the column takes the value.
+std::string misfit(const store::Column& column, const Variant& value) {
+  if (value.is_null()) return column.nullable ? std::string() : column.name + " is empty";
+  const std::string text = value.to_text();
+  const std::size_t length = text::length(text);
+  if (column.type == store::ColumnType::text && column.width > 0 && length > static_cast<std::size_t>(column.width))
+    return column.name + " takes at most " + std::to_string(column.width) + " characters, not " +
+           std::to_string(length);
+  try {
+    store::to_column_type(value, column.type);
+    return {};
+  } catch (const Raised& raised) {
+    if (raised.error().Number == error_number::kOverflow) return column.name + " does not go as far as " + text;
+    return column.name + " takes " + wanted_by(column.type) + ", not '" + text + "'";
+  }
+}
+
+// Nothing when no rule is asked for this column, or the reference resolves.
+std::string dangling(std::string_view table, const store::Column& column, const Variant& value) {
+  if (value.is_null()) return {};
+  const auto rules = collaborators::reference_rules();
+  for (const Reference& reference : rules->references) {
+    if (reference.checked != Checked::before_write || !text::equal_names(reference.from_table, table) ||
+        !text::equal_names(reference.from_column, column.name))
+      continue;
+    if (reference.kind == KeyKind::number && value.to_long() == -1) continue;  // stands for none
+    grundwerk::ReferentialChecker checker;
+    if (!checker.CheckReferences(std::string(table), Array{column.name}, Array{value}))
+      return "there is no " + noun_of(reference.to_table) + " " + value.to_text();
+  }
+  return {};
+}
+
+// A copy: other questions run on the same store.
+std::optional<store::TableInfo> table_of(std::string_view table) {
+  const auto session = store::acquire_session(connection_string());
+  const store::TableInfo* found = session->table(table);
+  if (!found) return std::nullopt;
+  return *found;
+}
+
+}  // namespace
+
+Reasons reasons_against_delete(std::string_view table, const Variant& key) {
+  Reasons reasons;
+  const auto rules = collaborators::reference_rules();
+  for (const Reference& reference : rules->references) {
+    if (reference.checked != Checked::before_delete || !text::equal_names(reference.to_table, table)) continue;
+    const std::int32_t uses = rows_that_refer(reference, key);
+    if (uses > 0)
+      reasons.push_back(std::to_string(uses) + " " + noun_of(reference.from_table, uses > 1) +
+                        (uses == 1 ? " still uses " : " still use ") + noun_of(table) + " " + key.to_text());
+  }
+  return reasons;
+}
+
+Reasons reasons_against_write(std::string_view table, const Array& fields, const Array& values) {
+  const std::optional<store::TableInfo> info = table_of(table);
+  if (!info) return {};
+  Reasons reasons;
+  for (std::int32_t index = fields.lower; index <= fields.upper(); ++index) {
+    const std::string field = fields.at(index).to_text();
+    const auto position = info->find(field);
+    if (!position) {
+      reasons.push_back("there is no field " + field);
+      continue;
+    }
+    const store::Column& column = info->columns[*position];
+    std::string reason = misfit(column, values.at(index));
+    if (reason.empty()) reason = dangling(table, column, values.at(index));
+    if (!reason.empty()) reasons.push_back(std::move(reason));
+  }
+  return reasons;
+}
+
+void expect_row(std::string_view table, const Variant& key) {
+  const std::optional<store::TableInfo> info = table_of(table);
+  if (!info || info->key.size() != 1) return;
+  const store::Column& column = info->columns[info->key.front()];
+  Sql sql;
+  sql << "SELECT " << name(column.name) << " FROM " << name(table) << " WHERE " << name(column.name) << " = ";
+  if (column.type == store::ColumnType::text)
+    sql << "N'" << value(Gen_QuoteSql(key.to_text())) << "'";
+  else
+    sql << key.to_long();
+  if (query_rows(sql).empty())
+    raise(error_number::kInvalidArgument, {}, "There is no " + noun_of(table) + " " + key.to_text());
+}
+
+void expect_no_assigned_field(std::string_view table, const Array& fields) {
+  const std::optional<store::TableInfo> info = table_of(table);
+  if (!info) return;
+  for (const Variant& field : fields.items)
+    if (const auto position = info->find(field.to_text()); position && info->columns[*position].assigned)
+      raise(error_number::kInvalidArgument, {}, "The store gives out " + field.to_text() + " itself: leave it out");
+}
+
+RaisedError told_with(const RaisedError& error, const Reasons& reasons) {
+  if (error.Number != error_number::kStatementRefused || reasons.empty()) {
+    print_reasons(reasons);
+    return error;
+  }
+  std::string words;
+  for (const std::string& reason : reasons) words += (words.empty() ? "" : "; ") + reason;
+  return told_as(error, words);
+}
+
+void print_reasons(const Reasons& reasons) {
+  for (const std::string& reason : reasons) std::cerr << bad("refused: ") << shown(reason, 500) << '\n';
+}
+
+int refuse(const OutputOptions& output, gateway::Json values, const std::string& result, const Reasons& reasons) {
+  if (output.json) {
+    values["reasons"] = reasons.empty() ? Reasons{result} : reasons;
+    std::cout << gateway::line_of(values) << '\n';
+  } else {
+    print_reasons(reasons);
+    std::cerr << bad("mercato: ") << result << '\n';
+  }
+  return kFailed;
+}
+
+int delete_row(const Deletion& deletion, const OutputOptions& output) {
+  expect_row(deletion.table, deletion.key);
+  const auto reasons = [&] { return reasons_against_delete(deletion.table, deletion.key); };
+  const bool deleted =
+      explaining([&](const RaisedError&) { return reasons(); },
+                 [&] { return call(create_root(deletion.prog_id), deletion.method, {deletion.key}).to_boolean(); });
+  const gateway::Json json = {{"deleted", deleted}};
+  const std::string row = noun_of(deletion.table) + " " + deletion.key.to_text();
+  if (!deleted) return refuse(output, json, row + " stays.", reasons());
+  return answer(output, json, row + " deleted.");
+}
+
+}  // namespace mercato::cli

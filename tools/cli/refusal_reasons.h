@@ -1,0 +1,64 @@
+// Why the library refuses, in words. It looks up what the library and its reference checker went by, and changes
+// nothing. The reasons are printed in front of the library's own words, each on a line of standard error that begins
+// with "refused: ". Main thread.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/cli/commands.h"
+#include "tools/gateway/json_values.h"
+#include "values/raised_error.h"
+#include "values/variant.h"
+
+namespace mercato::cli {
+
+using Reasons = std::vector<std::string>;
+
+// What still uses the row of this key, by the rules in force: "3 products still use unit BX".
+Reasons reasons_against_delete(std::string_view table, const Variant& key);
+// Which of the values no row of the table can hold: names that are no columns, values that do not fit, references to
+// nothing ("there is no business partner 99").
+Reasons reasons_against_write(std::string_view table, const Array& fields, const Array& values);
+
+// These raise 5 with a sentence, before the library is asked.
+// "There is no unit QQ", when no row of the table has this key.
+void expect_row(std::string_view table, const Variant& key);
+// When one of the fields is a key that the store gives out.
+void expect_no_assigned_field(std::string_view table, const Array& fields);
+
+void print_reasons(const Reasons& reasons);
+// The failure to go on with, once the reasons are told: they are printed, or take the place of words about a statement,
+// which say nothing to whoever wrote none.
+RaisedError told_with(const RaisedError& error, const Reasons& reasons);
+
+// Runs the work. When it raises, the reasons that `explain` finds for the failure are told with it.
+template <class Work, class Explain>
+auto explaining(Explain explain, Work work) {
+  try {
+    return work();
+  } catch (const Raised& raised) {
+    Reasons reasons;
+    try {
+      reasons = explain(raised.error());
+    } catch (const Raised&) {  // it is the failure itself that has to be told
+    }
+    throw Raised(told_with(raised.error(), reasons));
+  }
+}
+
+// A refusal that is a result: the reasons, then what came back. As JSON the values with the member "reasons", which has
+// what came back when there are none. Returns kFailed.
+int refuse(const OutputOptions& output, gateway::Json values, const std::string& result, const Reasons& reasons);
+
+// Deletes the row of this key through a method that returns whether it did, and says so, or why not.
+struct Deletion {
+  const char* prog_id;
+  const char* method;
+  const char* table;
+  Variant key;
+};
+int delete_row(const Deletion& deletion, const OutputOptions& output);
+
+}  // namespace mercato::cli

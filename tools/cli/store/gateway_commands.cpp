@@ -1,0 +1,59 @@
+#include <iostream>
+
+#include "tools/cli/commands.h"
+#include "tools/cli/library.h"
+#include "tools/gateway/describe.h"
+#include "tools/gateway/gateway_session.h"
+#include "tools/gateway/serve.h"
+
+namespace mercato::cli {
+namespace {
+
+gateway::JsonInput argument_from(const std::string& text) {
+  try {
+    return gateway::JsonInput::parse(text);
+  } catch (const gateway::JsonInput::exception&) {
+    return text;
+  }
+}
+
+int report(const gateway::RpcError& error) {
+  std::cerr << gateway::line_of(error.to_json()) << '\n';
+  return kFailed;
+}
+
+}  // namespace
+
+int serve_rpc(bool trace, bool scripted) {
+  std::ios::sync_with_stdio(false);
+  gateway::Session session({.trace = trace, .scripted = scripted});
+  gateway::serve(session, std::cin, std::cout);
+  return kDone;
+}
+
+int call_once(const std::string& prog_id, const std::string& method, const std::vector<std::string>& arguments,
+              bool trace) {
+  gateway::JsonInput args = gateway::JsonInput::array();
+  for (const std::string& argument : arguments) args.push_back(argument_from(argument));
+  try {
+    gateway::Session session({.trace = trace, .scripted = false});
+    const gateway::JsonInput object = session.perform("create", {{"progId", prog_id}}).at("object").get<std::int64_t>();
+    const gateway::Json result = session.perform("call", {{"object", object}, {"method", method}, {"args", args}});
+    session.perform("release", {{"object", object}});
+    std::cout << gateway::line_of(result) << '\n';
+    return kDone;
+  } catch (const gateway::RpcError& error) {
+    return report(error);
+  }
+}
+
+int describe_classes(const std::string& prog_id) {
+  try {
+    std::cout << gateway::describe(prog_id).dump(2) << '\n';
+    return kDone;
+  } catch (const gateway::RpcError& error) {
+    return report(error);
+  }
+}
+
+}  // namespace mercato::cli

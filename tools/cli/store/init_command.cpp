@@ -1,0 +1,29 @@
+#include <iostream>
+
+#include "tools/cli/commands.h"
+#include "tools/cli/library.h"
+#include "tools/cli/terminal/terminal.h"
+#include "tools/gateway/json_values.h"
+#include "tools/gateway/table_creation.h"
+
+namespace mercato::cli {
+
+int init(const OutputOptions& output) {
+  const gateway::CreatedTables created = gateway::create_tables(connection_string());
+  if (output.json) {
+    const gateway::Json json = {
+        {"tables", created.tables}, {"indexes", created.indexes}, {"existing", created.existing}};
+    std::cout << gateway::line_of(json) << '\n';
+    return kDone;
+  }
+  for (const std::string& table : created.tables) std::cout << "created table " << table << '\n';
+  if (created.tables.empty() && created.indexes.empty())
+    std::cout << "Nothing to create: all " << created.existing << " tables and indexes are there.\n";
+  else
+    std::cout << good(counted(created.tables.size(), "table") + " and " + std::to_string(created.indexes.size()) +
+                      " indexes created")
+              << (created.existing > 0 ? ", " + std::to_string(created.existing) + " were there already" : "") << ".\n";
+  return kDone;
+}
+
+}  // namespace mercato::cli

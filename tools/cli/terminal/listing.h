@@ -1,0 +1,55 @@
+// What the library lists and returns, on its way to a table or to JSON. Main thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/store/statement.h"
+#include "tools/cli/commands.h"
+#include "tools/cli/terminal/terminal.h"
+#include "tools/gateway/json_values.h"
+#include "values/dictionary.h"
+
+namespace mercato::cli {
+
+using Rows = std::vector<DictionaryPtr>;  // column name to value
+
+// One line of JSON, or the words on a line. Returns kDone.
+int answer(const OutputOptions& output, const gateway::Json& json, const std::string& words);
+// The list as the JSON member `name`, or the table, or for an empty list `none` on a line. Returns kDone.
+int answer_list(const OutputOptions& output, const char* name, gateway::Json list, const Table& table,
+                const std::string& none);
+
+// Columns to values in the gateway's forms.
+gateway::Json to_json(const Dictionary& row);
+// "" for Null and for a column that is not there, "yes" and "no" for Booleans.
+std::string text_of(const Dictionary& row, std::string_view column);
+
+// The rows of a query that no call of the library answers.
+Rows query_rows(const Sql& sql);
+
+// Things that the library lists by pages.
+struct Kind {
+  const char* noun;
+  const char* prog_id;
+  const char* list_method;  // with the arguments page, state, page size and ids
+  const char* id_column;
+  const char* name_column;
+};
+inline constexpr Kind kProperties = {"property", "Mercato.Property", "GetPropertyData", "PROPERTYID", "PROPERTYNAME"};
+inline constexpr Kind kPropertyGroups = {"property group", "Mercato.RPropertyGroup", "GetPropertyGroupData",
+                                         "PROPERTYGROUPID", "PROPERTYGROUPNAME"};
+inline constexpr Kind kCategories = {"category", "Mercato.Catalog", "GetProductCategoryData", "CATEGORYID",
+                                     "CATEGORYNAME"};
+
+// All of them, page by page, by id; or those with these ids, which are joined with commas.
+Rows all_of(const Kind& kind, const std::string& ids = {});
+// Raises 5, naming it, when there is none.
+DictionaryPtr one_of(const Kind& kind, std::int32_t id);
+// The id that the text is, or the id of the one thing of this name (in any case). Raises 5 when no name fits, or
+// several do. An id is not looked up.
+std::int32_t id_of(const Kind& kind, const std::string& text);
+
+}  // namespace mercato::cli

@@ -1,0 +1,96 @@
+#include "tools/cli/terminal/sentence.h"
+
+#include "values/text.h"
+
+namespace mercato::cli {
+namespace {
+
+constexpr std::string_view kBegin = "\r\n DESC: ";
+constexpr std::string_view kEnd = ".\r\n";
+
+constexpr std::string_view kStoreSource = "SQLite store";  // of every failure that the driver reports
+
+// "(UNIQUE constraint failed: UNIT.UNITCODE)" keeps the column that the text does not name yet.
+void cut_words_of_constraint(std::string& text) {
+  constexpr std::string_view kFailed = " constraint failed: ";
+  const std::size_t failed = text.rfind(kFailed);
+  const std::size_t begin = text.rfind(" (", failed);
+  const std::size_t end = text.find(')', failed);
+  if (failed == std::string::npos || begin == std::string::npos || end == std::string::npos) return;
+  const std::string object = text.substr(failed + kFailed.size(), end - failed - kFailed.size());
+  const bool is_told = object.starts_with("index ") || text.substr(0, begin).find(object) != std::string::npos;
+  text.replace(begin, end + 1 - begin, is_told ? std::string() : " (" + object + ")");
+}
+
+// "The store 'x' is read-only. ... (attempt to write a readonly database)": the engine's words stand in brackets behind
+// the store's name. Only the system's reason is kept of them.
+void cut_words_of_store(std::string& text) {
+  const std::size_t begin = text.find(" (", text.rfind('\'') + 1);
+  const std::size_t end = text.rfind(')');
+  if (begin == std::string::npos || end == std::string::npos || end < begin) return;
+  const std::string_view inside = std::string_view(text).substr(begin + 2, end - begin - 2);
+  if (inside.starts_with("store version ")) return;  // the library's own words
+  constexpr std::string_view kHeld = ", and did not let go of it in ";
+  if (const std::size_t held = text.find(kHeld); held != std::string::npos && held < begin) {
+    text.replace(held, end + 1 - held, ". Wait until it is done, then repeat the command");
+    return;
+  }
+  const std::size_t colon = inside.rfind(": ");
+  const bool has_reason =
+      colon != std::string::npos && std::string_view(text).substr(0, begin).ends_with(" cannot be read or written");
+  text.replace(begin, end + 1 - begin, has_reason ? " (" + std::string(inside.substr(colon + 2)) + ")" : "");
+}
+
+// About a statement of the library's; one of a script is told with its place there.
+std::string about_statement(std::string text) {
+  constexpr std::string_view kNoTable = "Invalid object name '";
+  const auto begins = [&](std::string_view words) { return text.starts_with(words); };
+  if (begins("Unclosed quotation mark") || begins("Incorrect syntax near") || begins("Missing end comment mark") ||
+      begins("More than one statement"))
+    return "The library could not make a statement of these values: most often one of them has a quote ('), or one "
+           "that belongs to another is missing.";
+  if (begins(kNoTable)) {
+    const std::size_t end = text.find('\'', kNoTable.size());
+    return "The store has no table " + text.substr(kNoTable.size(), end - kNoTable.size()) +
+           ": `mercato init` creates the tables that are missing.";
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string innermost_description(std::string_view description) {
+  const std::size_t begin = description.rfind(kBegin);
+  if (begin == std::string_view::npos) return std::string(description);
+  std::string_view innermost = description.substr(begin + kBegin.size());
+  // The first end that no further text of the description follows: one before the information of its own level.
+  const std::size_t info = innermost.find(".\r\n INFO: ");
+  const std::size_t end = info != std::string_view::npos ? info : innermost.find(kEnd);
+  return std::string(innermost.substr(0, end));
+}
+
+RaisedError told_as(RaisedError error, const std::string& words) {
+  error.Description += std::string(kBegin) + words + std::string(kEnd);
+  return error;
+}
+
+std::string own_sentence(const RaisedError& error) {
+  std::string text(text::trim(innermost_description(error.Description)));
+  // Some raises carry their sentence in the source.
+  const bool says_nothing = text.empty() || text == error_number::default_description(error.Number);
+  if (says_nothing && (text.empty() || error.Source.find(' ') != std::string::npos)) text = error.Source;
+  if (!text.empty() && text.back() != '.') text += '.';
+  return text;
+}
+
+std::string sentence(const RaisedError& error) {
+  std::string text = own_sentence(error);
+  if (error.Number == error_number::kStatementRefused) return about_statement(std::move(text));
+  if (error.Number == error_number::kConstraintViolated)
+    cut_words_of_constraint(text);
+  else if (error.Source == kStoreSource)
+    cut_words_of_store(text);
+  return text;
+}
+
+}  // namespace mercato::cli

@@ -1,0 +1,161 @@
+#include "tools/cli/upload/price_document.h"
+
+#include <memory>
+#include <unordered_set>
+
+#include "platform/transactions/object_context.h"
+#include "tools/cli/library.h"
+#include "tools/cli/terminal/sentence.h"
+#include "upload/price_xml.h"
+#include "values/text.h"
+
+namespace mercato::cli {
+namespace {
+
+constexpr std::size_t kAll = static_cast<std::size_t>(-1);
+
+bool is_percentage(const std::string& name) {
+  const std::string upper = text::to_upper(name);
+  return upper == "DISCOUNTPERC" || upper == "PRICETAXPERCENTAGE";
+}
+
+UploadFinding about(const std::string& part_number, std::string reason) {
+  return {.part_number = part_number, .line = 0, .field = {}, .value = {}, .reason = std::move(reason)};
+}
+
+}  // namespace
+
+std::optional<Fault> fault_of(const xml::Node& record) {
+  for (xml::Node around = record.parent(); !around.is_null(); around = around.parent())
+    if (around.name() == kPriceRecord) return Fault{{}, {}, "it stands within another price line"};
+  std::unordered_set<std::string> names;
+  for (const xml::Node& field : record.children()) {
+    if (field.type() != xml::NodeType::kElement) continue;
+    const std::string name(field.name());
+    if (!names.insert(name).second) return Fault{name, field.typed_value(), "the field stands twice"};
+    if (is_percentage(name) && !Variant(field.typed_value()).is_numeric())
+      return Fault{name, field.typed_value(), "not a number"};
+  }
+  return std::nullopt;
+}
+
+Fault fault_of(const RaisedError& failure) {
+  const std::string words = sentence(failure);
+  switch (failure.Number) {
+    case error_number::kConstraintViolated:
+      if (own_sentence(failure).find("UNIQUE") == std::string::npos) break;
+      return {
+          {},
+          {},
+          "it is there already; only a line with the empty group, <GROUPBY/>, can be changed, any other just added"};
+    case error_number::kNoSuchField: {
+      const std::size_t name = words.rfind(": ");
+      if (name == std::string::npos) break;
+      return {words.substr(name + 2, words.size() - name - 3), {}, "no such column"};
+    }
+    case error_number::kTypeMismatch:
+      return {{}, {}, "a value does not fit its column"};
+    default:
+      break;
+  }
+  return {{}, {}, words};
+}
+
+PriceUpload::PriceUpload(UploadSource source)
+    : UploadRuns(std::move(source), {kPriceRecord, "remaining_prices_", Rest::in_file, kAll}) {}
+
+std::size_t PriceUpload::take_inventory(const xml::Document& document) {
+  std::unordered_map<std::string, std::size_t> numbers;
+  std::size_t reachable = 0;
+  std::vector<xml::Node> faulty;
+  for (const xml::Node& record : document.elements_by_tag_name(kPriceRecord)) {
+    ++report_.read;
+    const std::optional<std::string> key = record.attribute("buyfrompartnumber");
+    if (!key) {
+      report_.unreachable.push_back(about({}, "It has no attribute buyfrompartnumber."));
+      continue;
+    }
+    const std::size_t number = ++numbers[*key];
+    if (const auto fault = fault_of(record)) {
+      refuse(report_, {*key, number, fault->field, fault->value, fault->reason});
+      faulty.push_back(record);
+      continue;
+    }
+    std::vector<std::size_t>& lines = lines_[*key];
+    lines.push_back(number);
+    if (key->find('\'') == std::string::npos) {
+      ++reachable;
+      if (lines.size() == 1) pending_.push_back(*key);
+    } else if (lines.size() == 1) {
+      report_.unreachable.push_back(about(*key, "No run finds a part number with an apostrophe."));
+    }
+  }
+  for (const xml::Node& record : faulty) record.remove();
+  if (!faulty.empty()) document_ = {document.save_text(), false};
+  return reachable;
+}
+
+void PriceUpload::call_library(const Document& document, const Array& part_numbers) {
+  // A new object for each run: one that has once left records writes its file whatever it leaves.
+  const auto library = std::dynamic_pointer_cast<PriceXML>(create_root("Mercato.PriceXML"));
+  call(library, "GetCheckedPriceList", {kPriceDocumentWithoutFields, false});
+  library->set_observer(this);
+  std::vector<Variant> arguments = {source_.file_key + "/\\" + document.text_or_url, document.is_url, part_numbers};
+  call(library, "UpdateInsertPricesFromXML", arguments);
+}
+
+void PriceUpload::on_price_line(const UploadPriceLine& line) {
+  const std::size_t number = lines_.at(line.part_number).at(line.number - 1);
+  switch (line.outcome) {
+    case PriceLineOutcome::added:
+      ++unsettled_.inserted;
+      break;
+    case PriceLineOutcome::changed:
+      ++unsettled_.updated;
+      break;
+    case PriceLineOutcome::left_out:
+      ++unsettled_.refused;
+      for (const UploadField& field : line.bad)
+        unsettled_.refusals.push_back({line.part_number, number, field.field, field.value, field.reason});
+      break;
+    case PriceLineOutcome::failed:
+      failed_line_ = number;
+      return;
+  }
+  done_with(line.part_number);
+}
+
+void PriceUpload::on_part_number(const std::string& part_number, PartNumberOutcome outcome) {
+  switch (outcome) {
+    case PartNumberOutcome::done:
+      break;
+    case PartNumberOutcome::no_product: {
+      const std::size_t lines = lines_.at(part_number).size();
+      unsettled_.unreachable.push_back(
+          about(part_number, "No product has this part number; it has " + counted(lines, "line") + "."));
+      for (std::size_t line = 0; line < lines; ++line) progress_->advance();
+      break;
+    }
+    case PartNumberOutcome::failed:
+      failed_line_.reset();
+      return;
+  }
+  ++seen_;
+}
+
+// A failure that is no line's leaves all of the part number.
+bool PriceUpload::goes_on_behind(const RaisedError& failure) {
+  if (!goes_on_after(failure)) return false;
+  const std::string& part_number = pending_[seen_];
+  if (failed_line_) {
+    const Fault fault = fault_of(failure);
+    refuse(unsettled_, {part_number, *failed_line_, fault.field, fault.value, fault.reason});
+    done_with(part_number);
+  } else {
+    unsettled_.unreachable.push_back(about(part_number, sentence(failure)));
+    ++seen_;
+  }
+  return true;
+}
+
+}  // namespace mercato::cli

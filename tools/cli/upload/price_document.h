@@ -1,0 +1,48 @@
+// The upload of a ProductPrice document: each element "ProductPrice" is a record, applied when its price line was added
+// or changed. Lines of part numbers without a product remain. One object for one upload; one thread.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "tools/cli/upload/upload_runs.h"
+#include "upload/upload_observer.h"
+
+namespace mercato::cli {
+
+inline constexpr const char* kPriceRecord = "ProductPrice";
+// A document for loading the currencies: the library judges nothing before it has them.
+inline constexpr const char* kPriceDocumentWithoutFields = "<ProductPrices><ProductPrice/></ProductPrices>";
+
+// Why a run would end at a record instead of judging it: a field stands twice in it, a percentage is no number; or it
+// stands within another record, and would leave the document with that.
+struct Fault {
+  std::string field;
+  std::string value;
+  std::string reason;
+};
+std::optional<Fault> fault_of(const xml::Node& record);
+// What the failure of one record says, in the words of what happened.
+Fault fault_of(const RaisedError& failure);
+
+class PriceUpload : public UploadRuns, private PriceUploadObserver {
+ public:
+  explicit PriceUpload(UploadSource source);
+
+ private:
+  bool waits() const override { return false; }
+  void on_price_line(const UploadPriceLine& line) override;
+  void on_part_number(const std::string& part_number, PartNumberOutcome outcome) override;
+  bool goes_on_behind(const RaisedError& failure) override;
+
+  std::size_t take_inventory(const xml::Document& document) override;
+  void call_library(const Document& document, const Array& part_numbers) override;
+
+  // The lines of a part number that runs can reach, by their numbers in the document that was given.
+  std::unordered_map<std::string, std::vector<std::size_t>> lines_;
+  std::optional<std::size_t> failed_line_;  // the next question is about it
+};
+
+}  // namespace mercato::cli

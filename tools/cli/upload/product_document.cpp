@@ -1,0 +1,151 @@
+#include "tools/cli/upload/product_document.h"
+
+#include <memory>
+#include <unordered_set>
+
+#include "platform/transactions/object_context.h"
+#include "tools/cli/library.h"
+#include "tools/cli/terminal/sentence.h"
+#include "upload/product_xml.h"
+
+namespace mercato::cli {
+namespace {
+
+constexpr const char* kRecord = "Product";
+// An update reads the document anew for each record and has no time budget: a call is kept short, and gets a document
+// of its own records.
+constexpr std::size_t kUpdatesInOneCall = 100;
+constexpr std::size_t kAll = static_cast<std::size_t>(-1);
+constexpr const char* kNoProduct = "No product has this part number.";
+
+bool has_blank_ends(const std::string& text) { return !text.empty() && (text.front() == ' ' || text.back() == ' '); }
+
+// Why the failure of one record says so little, in the words of what happened.
+std::string reason_of(const RaisedError& failure, bool update_only) {
+  if (failure.Number == error_number::kNoCurrentRow)
+    return update_only ? kNoProduct
+                       : "The product was not saved: a required field is missing, or a value does not fit.";
+  return sentence(failure);
+}
+
+UploadFinding whole_record(const std::string& part_number, std::string reason) {
+  return {.part_number = part_number, .line = 0, .field = {}, .value = {}, .reason = std::move(reason)};
+}
+
+}  // namespace
+
+ProductUpload::ProductUpload(Options options)
+    : UploadRuns(std::move(options.source),
+                 {kRecord, "remaining_products_", options.update_only ? Rest::in_document : Rest::in_file,
+                  options.update_only ? kUpdatesInOneCall : kAll}),
+      write_on_errors_(options.write_on_errors),
+      update_only_(options.update_only) {}
+
+std::size_t ProductUpload::take_inventory(const xml::Document& document) {
+  std::unordered_set<std::string> known;
+  const ComponentPtr products = create_root("Mercato.Product");
+  // Asked beforehand: a run ends at the first update that finds none.
+  const auto has_product = [&](const std::string& part_number) {
+    return call(products, "GetProductIDFromSupplierPartNum", {part_number}).to_long() != -1;
+  };
+  for (const xml::Node& record : document.elements_by_tag_name(kRecord)) {
+    ++report_.read;
+    const auto unreachable = [&](const std::string& part_number, const char* reason) {
+      report_.unreachable.push_back(whole_record(part_number, reason));
+    };
+    std::optional<std::string> key = record.attribute("buyfrompartnumber");
+    if (!key) {
+      unreachable({}, "It has no attribute buyfrompartnumber.");
+    } else if (update_only_ && !known.insert(*key).second) {
+      refuse(report_, whole_record(*key, "It stands in the document before; an update reads the first one only."));
+      gone_.push_back(std::move(*key));
+    } else if (update_only_ && !has_product(*key)) {
+      refuse(report_, whole_record(*key, kNoProduct));
+      gone_.push_back(std::move(*key));
+    } else if (!update_only_ && key->find('\'') != std::string::npos) {
+      unreachable(*key, "No run finds a part number with an apostrophe.");
+    } else if (!update_only_ && has_blank_ends(*key)) {
+      unreachable(*key, "No run finds a part number with blanks at its ends.");
+    } else {
+      pending_.push_back(std::move(*key));
+      if (update_only_) records_.push_back(record.save_text());
+    }
+  }
+  return pending_.size();
+}
+
+void ProductUpload::call_library(const Document& document, const Array& part_numbers) {
+  std::vector<Variant> arguments = {document.text_or_url, document.is_url, part_numbers, write_on_errors_};
+  const char* method = "updateProductsFromXML";
+  if (update_only_) {
+    const auto first = records_.end() - static_cast<std::ptrdiff_t>(pending_.size());
+    std::string text = "<Products>";
+    for (std::size_t number = 0; number < part_numbers.items.size(); ++number)
+      text += first[static_cast<std::ptrdiff_t>(number)];
+    arguments[0] = text + "</Products>";
+    arguments[1] = false;
+  } else {
+    method = "insertProductsFromXML";
+    arguments[0] = source_.file_key + "/\\" + document.text_or_url;
+  }
+  // A new object for each run: one that has once left records writes its file whatever it leaves.
+  const auto library = std::dynamic_pointer_cast<ProductXML>(create_root("Mercato.ProductXML"));
+  library->SetMultipleBuyerSeparator(buyer_separator_);
+  library->set_observer(this);
+  try {
+    call(library, method, arguments);
+  } catch (const Raised&) {
+    buyer_separator_ = library->MultipleBuyerSeparator();
+    throw;
+  }
+  buyer_separator_ = library->MultipleBuyerSeparator();
+}
+
+void ProductUpload::on_record(const UploadRecord& record) {
+  if (record.outcome == UploadOutcome::failed) return;  // the next question is about it
+  record_ended(record);
+  ++seen_;
+  done_with(record.part_number);
+}
+
+bool ProductUpload::goes_on_behind(const RaisedError& failure) {
+  if (!goes_on_after(failure)) return false;
+  const std::string& part_number = pending_[seen_++];
+  refuse(unsettled_, whole_record(part_number, reason_of(failure, update_only_)));
+  done_with(part_number);
+  return true;
+}
+
+void ProductUpload::record_ended(const UploadRecord& record) {
+  switch (record.outcome) {
+    case UploadOutcome::inserted:
+    case UploadOutcome::updated:
+      ++(record.outcome == UploadOutcome::inserted ? unsettled_.inserted : unsettled_.updated);
+      if (!record.dropped.empty()) ++unsettled_.repaired;
+      add_findings(unsettled_.dropped, record, record.dropped);
+      add_findings(unsettled_.cut, record, record.cut);
+      break;
+    case UploadOutcome::given_up:
+    case UploadOutcome::nothing_written:
+      if (record.dropped.empty()) {
+        refuse(unsettled_, whole_record(record.part_number, "None of its fields can be written."));
+      } else {
+        ++unsettled_.refused;
+        add_findings(unsettled_.refusals, record, record.dropped);
+      }
+      break;
+    case UploadOutcome::empty:
+      refuse(unsettled_, whole_record(record.part_number, "The record has no fields."));
+      break;
+    case UploadOutcome::failed:
+      break;
+  }
+}
+
+void ProductUpload::add_findings(std::vector<UploadFinding>& findings, const UploadRecord& record,
+                                 const std::vector<UploadField>& fields) {
+  for (const UploadField& field : fields)
+    findings.push_back({record.part_number, 0, field.field, field.value, field.reason});
+}
+
+}  // namespace mercato::cli

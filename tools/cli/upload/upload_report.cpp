@@ -1,0 +1,76 @@
+#include "tools/cli/upload/upload_report.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <iostream>
+
+#include "tools/cli/library.h"
+#include "tools/cli/terminal/terminal.h"
+
+namespace mercato::cli {
+
+std::string file_key_for(const std::string& document) {
+  std::string key = std::filesystem::path(document).stem().string();
+  for (char& character : key)
+    if (std::isalnum(static_cast<unsigned char>(character)) == 0 && character != '-' && character != '_')
+      character = '_';
+  return key + "-" + std::to_string(::getpid());
+}
+
+gateway::Json to_json(const std::vector<UploadFinding>& findings) {
+  gateway::Json list = gateway::Json::array();
+  for (const UploadFinding& finding : findings) {
+    gateway::Json one = {{"partNumber", finding.part_number}};
+    if (finding.line > 0) one["line"] = finding.line;
+    one["field"] = finding.field;
+    one["value"] = finding.value;
+    one["reason"] = finding.reason;
+    list.push_back(std::move(one));
+  }
+  return list;
+}
+
+void print_findings(const char* heading, const std::vector<UploadFinding>& findings) {
+  if (findings.empty()) return;
+  const bool with_lines = std::ranges::any_of(findings, [](const UploadFinding& one) { return one.line > 0; });
+  std::vector<std::string> headings = {"PART NUMBER", "FIELD", "VALUE", "REASON"};
+  if (with_lines) headings.insert(headings.begin() + 1, "LINE");
+  Table table(std::move(headings));
+  for (const UploadFinding& finding : findings) {
+    std::vector<std::string> row = {shown(finding.part_number), shown(finding.field), shown(finding.value, 30),
+                                    shown(finding.reason, 200)};
+    if (with_lines) row.insert(row.begin() + 1, finding.line > 0 ? std::to_string(finding.line) : "");
+    table.add(std::move(row));
+  }
+  std::cout << heading << '\n';
+  table.print(std::cout);
+  std::cout << '\n';
+}
+
+void print_count(const char* label, std::size_t number, const std::string& meaning) {
+  constexpr std::size_t kLabelWidth = 9;
+  constexpr std::size_t kNumberWidth = 8;
+  std::string line = label;
+  const std::string text = std::to_string(number);
+  line.append(kLabelWidth - line.size(), ' ');
+  line.append(text.size() < kNumberWidth ? kNumberWidth - text.size() : 1, ' ');
+  std::cout << line << text << meaning << '\n';
+}
+
+void print_rest(const UploadReport& report) {
+  print_count("remaining", report.remaining,
+              report.remaining_file.empty() ? "  no remaining file" : "  in " + report.remaining_file);
+  if (report.read == 0) std::cout << bad("The document has no record of this kind.") << '\n';
+  if (!report.stopped_by.empty())
+    std::cout << bad("The upload was ended early: ") << shown(report.stopped_by, 500) << '\n';
+}
+
+int status_of(const UploadReport& report) {
+  if (!report.stopped_by.empty() || report.read == 0) return kFailed;
+  return report.refused + report.remaining > 0 ? kDoneInPart : kDone;
+}
+
+}  // namespace mercato::cli
