@@ -11,6 +11,7 @@
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"
 #include "frame/method.h"
+#include "frame/tails.h"
 
 namespace mercato {
 
@@ -72,10 +73,7 @@ auto read_row_and_vote(std::string_view label, CursorType cursor, Open open, con
         Mts_SetComplete();
         return result;
       },
-      Tail{label, [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{label, closing_and_aborting(opened)});
 }
 
 template <class Open, class Statement>
@@ -88,10 +86,7 @@ void execute_and_vote(std::string_view label, Open open, Statement statement) {
         execute_and_close(connection, sql);
         Mts_SetComplete();
       },
-      Tail{label, [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{label, closing_and_aborting(connection)});
 }
 
 }  // namespace mercato

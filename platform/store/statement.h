@@ -2,15 +2,18 @@
 // what was put in; the marks let the store refuse a text in which a value is anything but one literal, or a name
 // anything but one name. A value type; one thread at a time.
 //
-//   Sql sql;
-//   sql << "SELECT USERID FROM COMMODITY WHERE COMMODITYCODE='" << value(Gen_QuoteSql(code)) << "'";
-//   sql << "SELECT * FROM PRODUCT WHERE PRODUCTID=" << iProductID;
+//   return Sql("SELECT USERID FROM COMMODITY WHERE COMMODITYCODE='") << value(Gen_QuoteSql(code)) << "'";
+//
+//   Sql sql("SELECT * FROM PRODUCT WHERE PRODUCTID=");
+//   sql << iProductID;
+//   if (only_active) sql << " AND DISABLED=0";
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace mercato {
@@ -59,20 +62,30 @@ class Sql {
   // A statement that somebody outside of the library wrote whole.
   static Sql verbatim(std::string text);
 
-  Sql& operator<<(LiteralPiece piece) {
-    if (text_.empty()) text_.reserve(kUsualLength);
+  Sql& operator<<(LiteralPiece piece) & {
+    make_room();
     text_ += piece.text();
     return *this;
   }
-  Sql& operator<<(ValuePiece piece) { return append(PieceKind::value, piece.text); }
-  Sql& operator<<(NamePiece piece) { return append(PieceKind::name, piece.text); }
-  Sql& operator<<(ClausePiece piece) { return append(PieceKind::clause, piece.text); }
+  Sql& operator<<(ValuePiece piece) & { return append(PieceKind::value, piece.text); }
+  Sql& operator<<(NamePiece piece) & { return append(PieceKind::name, piece.text); }
+  Sql& operator<<(ClausePiece piece) & { return append(PieceKind::clause, piece.text); }
   // Numbers are values in their plain decimal form.
-  Sql& operator<<(std::int16_t number) { return *this << std::int32_t{number}; }
-  Sql& operator<<(std::int32_t number);
-  Sql& operator<<(double number);
+  Sql& operator<<(std::int16_t number) & { return *this << std::int32_t{number}; }
+  Sql& operator<<(std::int32_t number) &;
+  Sql& operator<<(double number) &;
   // Another statement's pieces, marks included.
-  Sql& operator<<(const Sql& other);
+  Sql& operator<<(const Sql& other) &;
+
+  // The same for a statement that is one expression, which is moved along from piece to piece.
+  Sql operator<<(LiteralPiece piece) && { return std::move(*this << piece); }
+  Sql operator<<(ValuePiece piece) && { return std::move(*this << piece); }
+  Sql operator<<(NamePiece piece) && { return std::move(*this << piece); }
+  Sql operator<<(ClausePiece piece) && { return std::move(*this << piece); }
+  Sql operator<<(std::int16_t number) && { return std::move(*this << number); }
+  Sql operator<<(std::int32_t number) && { return std::move(*this << number); }
+  Sql operator<<(double number) && { return std::move(*this << number); }
+  Sql operator<<(const Sql& other) && { return std::move(*this << other); }
 
   const std::string& text() const { return text_; }
   const std::vector<Mark>& marks() const { return marks_; }
@@ -82,6 +95,9 @@ class Sql {
   static constexpr std::size_t kUsualLength = 160;
   static constexpr std::size_t kUsualMarks = 8;
 
+  void make_room() {
+    if (text_.capacity() < kUsualLength) text_.reserve(kUsualLength);
+  }
   Sql& append(PieceKind kind, std::string_view text);
 
   std::string text_;
