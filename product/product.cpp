@@ -168,7 +168,7 @@ DictionaryPtr numbered_rows(std::string_view label, ConnectionPtr (*open)(), con
         opened.close();
         return numbered;
       },
-      Tail{label, [&] { opened.close(); }});
+      Tail{label, closing(opened)});
 }
 
 }  // namespace product

@@ -93,10 +93,7 @@ bool Product::IReferentialIntegrity_Exists(const Variant&, const Array& iFields,
         Mts_SetComplete();
         return in_use;
       },
-      Tail{label, [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{label, closing_and_aborting(connection)});
 }
 
 bool Product::IReferentialIntegrity_BeforeDelete(const Variant&, const Array& iFields, const Array& iValues) {
@@ -106,19 +103,15 @@ bool Product::IReferentialIntegrity_BeforeDelete(const Variant&, const Array& iF
         connection = GetConnection();
         for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
           if (text::to_upper(iFields.at(index).to_text()) != "USERID") continue;
-          Sql sql;
-          sql << "DELETE FROM FAVORITES WHERE USERID = '" << value(iValues.at(index).text_or_empty()) << "'";
-          connection->Execute(sql);
+          const std::string user = iValues.at(index).text_or_empty();
+          connection->Execute(Sql("DELETE FROM FAVORITES WHERE USERID = '") << value(user) << "'");
           break;
         }
         Sql_CloseConnection(connection);
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Product.BeforeDelete", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.BeforeDelete", closing_and_aborting(connection)});
 }
 
 bool Product::Delete(std::int32_t iProductID) {
@@ -132,18 +125,13 @@ bool Product::Delete(std::int32_t iProductID) {
         if (!checker.RunBeforeDelete("Product", fields, values)) raise_still_referred_to();
         DeleteProductDependents("Product", fields, values);
         connection = GetConnection();
-        Sql sql;
-        sql << "DELETE FROM PRODUCT WHERE PRODUCTID = " << iProductID;
-        const std::int64_t deleted = execute_and_close(connection, sql);
+        const std::int64_t deleted =
+            execute_and_close(connection, Sql("DELETE FROM PRODUCT WHERE PRODUCTID = ") << iProductID);
         if (deleted == 0) raise(eProductNotFound, "Mercato.Product.Delete", "Product not present");
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Product.Delete", [&] {
-             checker.release();
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.Delete", closing_and_aborting(checker, connection)});
 }
 
 void Product::DeleteProductDependents(const std::string& /*owner*/, const Array& fields, const Array& values) {
@@ -153,10 +141,8 @@ void Product::DeleteProductDependents(const std::string& /*owner*/, const Array&
         const std::string field = fields.at(0).to_text();
         const std::string id = values.at(0).to_text();
         const auto delete_rows = [&](LiteralPiece table, std::string_view column) {
-          Sql sql;
-          sql << table << name(column) << "=" << value(id);
           connection = GetConnection();
-          return execute_and_close(connection, sql);
+          return execute_and_close(connection, Sql(table) << name(column) << "=" << value(id));
         };
         if (delete_rows("DELETE FROM attachedfile WHERE ", field) > 0) {
           // Without a row the folder is left alone, whatever it holds.
@@ -172,10 +158,7 @@ void Product::DeleteProductDependents(const std::string& /*owner*/, const Array&
         delete_rows("DELETE FROM productbuyer WHERE ", field);
         Mts_SetComplete();
       },
-      Tail{"Mercato.Product.BeforeDelete", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.BeforeDelete", closing_and_aborting(connection)});
 }
 
 std::string Product::GetAttachmentFolder(std::int32_t product_id) {
@@ -184,15 +167,11 @@ std::string Product::GetAttachmentFolder(std::int32_t product_id) {
 }
 
 void Product::Disable(std::int32_t iProductID) {
-  Sql sql;
-  sql << "UPDATE PRODUCT SET DISABLED = 1 WHERE PRODUCTID = " << iProductID;
-  set_visibility("Mercato.Product.Disable", sql);
+  set_visibility("Mercato.Product.Disable", Sql("UPDATE PRODUCT SET DISABLED = 1 WHERE PRODUCTID = ") << iProductID);
 }
 
 void Product::Enable(std::int32_t iProductID) {
-  Sql sql;
-  sql << "UPDATE PRODUCT SET DISABLED = 0 WHERE PRODUCTID = " << iProductID;
-  set_visibility("Mercato.Product.Enable", sql);
+  set_visibility("Mercato.Product.Enable", Sql("UPDATE PRODUCT SET DISABLED = 0 WHERE PRODUCTID = ") << iProductID);
 }
 
 void Product::set_visibility(std::string_view label, const Sql& sql) {

@@ -42,8 +42,8 @@ void Product::CreateFavoriteEx(const std::string& i_sUserID, std::int32_t i_lPro
       [&]() -> Answer<bool> {
         const bool warehouse = i_lFavoriteType == WarehouseFavorite;
         const std::int32_t folder = std::max(i_lFolderID, kTopLevel);
-        Sql sql;
-        sql << "SELECT * FROM FAVORITES WHERE USERID='" << value(i_sUserID) << "' AND PRODUCTID=" << i_lProductID;
+        Sql sql = Sql("SELECT * FROM FAVORITES WHERE USERID='")
+                  << value(i_sUserID) << "' AND PRODUCTID=" << i_lProductID;
         warehouse ? sql << " AND WAREHOUSEFAVORITE=1" : sql << " AND WAREHOUSEFAVORITE=0";
         sql << " AND FOLDERID= " << folder;
         opened.connection = GetConnection();
@@ -61,18 +61,14 @@ void Product::CreateFavoriteEx(const std::string& i_sUserID, std::int32_t i_lPro
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Product.CreateFavoriteEx", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.CreateFavoriteEx", closing_and_aborting(opened)});
 }
 
 // The type and the folder -1 stand for all here, unlike above.
 void Product::DeleteFavoriteEx(const std::string& i_sUserID, std::int32_t i_lProductID, std::int32_t i_lFavoriteType,
                                std::int32_t i_lFolderID) {
   execute_and_vote("Mercato.Product.DeleteFavoriteEx", GetConnection, [&] {
-    Sql sql;
-    sql << "DELETE FROM FAVORITES WHERE USERID='" << value(i_sUserID) << "' AND PRODUCTID=" << i_lProductID;
+    Sql sql = Sql("DELETE FROM FAVORITES WHERE USERID='") << value(i_sUserID) << "' AND PRODUCTID=" << i_lProductID;
     if (!IsDefaultLong(i_lFavoriteType))
       i_lFavoriteType == WarehouseFavorite ? sql << " AND WAREHOUSEFAVORITE = 1" : sql << " AND WAREHOUSEFAVORITE = 0";
     if (i_lFolderID != kAllFolders) sql << " AND FOLDERID = " << i_lFolderID;
@@ -104,9 +100,8 @@ bool Product::InsertMultipleBuyers(const Array& iFields, const Array& iValues) {
           raise_invalid_reference(
               "The productbuyer record you are trying to insert has an invalid reference to another record");
 
-        Sql sql;
-        // Null is no literal here: the store misses one.
-        sql << "SELECT * FROM PRODUCT WHERE PRODUCTID=" << value(product_id.text_or_empty());
+        // Null makes no literal here, and the store refuses the statement.
+        const Sql sql = Sql("SELECT * FROM PRODUCT WHERE PRODUCTID=") << value(product_id.text_or_empty());
         const RecordsetPtr product = open_updatable(sql, opened.connection, CursorType::fixed);
         if (!product->Value("MULTIPLEBUYER").to_boolean())
           raise_invalid_reference("This productid doesn't have multiple buyer defined in product table");
@@ -115,16 +110,14 @@ bool Product::InsertMultipleBuyers(const Array& iFields, const Array& iValues) {
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Product.InsertMultipleBuyers", [&] { opened.close(); }});
+      Tail{"Mercato.Product.InsertMultipleBuyers", closing(opened)});
 }
 
 std::string Product::GetBuyerFromCommodity(const std::string& iCommodity) {
   return read_and_vote(
       "Mercato.Product.getbuyerfromcommodity", CursorType::forward_only, GetReadConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT USERID FROM COMMODITY WHERE COMMODITYCODE = '" << value(Gen_QuoteSql(iCommodity)) << "'";
-        return sql;
+        return Sql("SELECT USERID FROM COMMODITY WHERE COMMODITYCODE = '") << value(Gen_QuoteSql(iCommodity)) << "'";
       },
       [](const RecordsetPtr& row) { return row->Value("USERID").text_or_empty(); });
 }
@@ -136,8 +129,8 @@ std::string Product::GetDefaultProductBuyer(std::int32_t iProductID) {
       [&] {
         of_product.connection = GetReadConnection();
         of_commodity.connection = GetReadConnection();
-        Sql product_sql;
-        product_sql << "SELECT USERID, COMMODITYCODE, BUSINESSPARTNERID FROM PRODUCT WHERE PRODUCTID=" << iProductID;
+        const Sql product_sql = Sql("SELECT USERID, COMMODITYCODE, BUSINESSPARTNERID FROM PRODUCT WHERE PRODUCTID=")
+                                << iProductID;
         of_product.rows = open_read_only(product_sql, of_product.connection);
         const RecordsetPtr& product = of_product.rows;
         if (product->Eof()) raise(eProductNotFound, "Mercato.Product.GetProduct", "Product not present");
@@ -145,9 +138,8 @@ std::string Product::GetDefaultProductBuyer(std::int32_t iProductID) {
         std::string buyer = product->Value("USERID").text_or_empty();
         const Variant& commodity = product->Value("COMMODITYCODE");
         if (product->Value("USERID").is_null() && !commodity.is_null()) {
-          Sql commodity_sql;
-          commodity_sql << "SELECT USERID FROM COMMODITY WHERE COMMODITYCODE='"
-                        << value(Gen_QuoteSql(commodity.to_text())) << "'";
+          const Sql commodity_sql = Sql("SELECT USERID FROM COMMODITY WHERE COMMODITYCODE='")
+                                    << value(Gen_QuoteSql(commodity.to_text())) << "'";
           of_commodity.rows = open_read_only(commodity_sql, of_commodity.connection);
           buyer = of_commodity.rows->Value("USERID").text_or_empty();
         }
@@ -161,11 +153,7 @@ std::string Product::GetDefaultProductBuyer(std::int32_t iProductID) {
         Mts_SetComplete();
         return buyer;
       },
-      Tail{"Mercato.Product.GetDefaultProductBuyer", [&] {
-             of_product.close();
-             of_commodity.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.GetDefaultProductBuyer", closing_and_aborting(of_product, of_commodity)});
 }
 
 DictionaryPtr Product::GetBuyersForProducts(const Array& i_aProductList) {
@@ -173,9 +161,9 @@ DictionaryPtr Product::GetBuyersForProducts(const Array& i_aProductList) {
   RecordsetPtr buyers = Recordset::create();
   return method(
       [&] {
-        Sql sql;
-        sql << "SELECT PRODUCTID,USERID,MULTIPLEBUYER FROM PRODUCT"
-               " WHERE PRODUCTID IN (";
+        Sql sql(
+            "SELECT PRODUCTID,USERID,MULTIPLEBUYER FROM PRODUCT"
+            " WHERE PRODUCTID IN (");
         bool first = true;
         for (const Variant& id : i_aProductList.items) {
           if (!first) sql << ",";
@@ -194,8 +182,8 @@ DictionaryPtr Product::GetBuyersForProducts(const Array& i_aProductList) {
             opened.rows->MoveNext();
           } else if (equals(multiple_buyer, 1)) {
             // The walk does not move on: the product comes round again, and the recordset is still open then.
-            Sql list;
-            list << "SELECT PRODUCTID,USERID FROM PRODUCTBUYER WHERE PRODUCTID = " << value(product_id.to_text());
+            const Sql list = Sql("SELECT PRODUCTID,USERID FROM PRODUCTBUYER WHERE PRODUCTID = ")
+                             << value(product_id.to_text());
             buyers->Open(list, opened.connection, CursorType::forward_only, LockType::read_only, -1);
             for (; !buyers->Eof(); buyers->MoveNext()) buyer_of->Add(product_id, buyers->Value("USERID"));
           }
@@ -205,11 +193,7 @@ DictionaryPtr Product::GetBuyersForProducts(const Array& i_aProductList) {
         Mts_SetComplete();
         return buyer_of;
       },
-      Tail{"Mercato.Product.getBuyersForProducts", [&] {
-             Sql_CloseRecordset(buyers);
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.getBuyersForProducts", closing_and_aborting(buyers, opened)});
 }
 
 }  // namespace mercato

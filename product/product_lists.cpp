@@ -39,8 +39,7 @@ DictionaryPtr Product::GetProductsByCriteria(std::int32_t i_nStockItem, const Va
   return read_and_vote(
       "Mercato.Product.GetProductsByCriteria", CursorType::forward_only, GetReadConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT PRODUCTID,PRODUCTDESCRIPTION,PARTNUMBER FROM PRODUCT";
+        Sql sql("SELECT PRODUCTID,PRODUCTDESCRIPTION,PARTNUMBER FROM PRODUCT");
         bool conditioned = i_nStockItem != kBothStockAndNonStock;
         if (conditioned) sql << " WHERE STOCKITEM = " << i_nStockItem;
         if (!i_lSupplierID.is_missing()) {
@@ -65,16 +64,15 @@ DictionaryPtr Product::GetProductsByBuyer(const std::string& i_sBuyerId) {
         auto products = std::make_shared<Dictionary>();
         opened.connection = GetReadConnection();
 
-        Sql default_buyer;
-        default_buyer << "SELECT PRODUCTID, PARTNUMBER FROM PRODUCT WHERE USERID ='" << value(buyer) << "'";
+        const Sql default_buyer = Sql("SELECT PRODUCTID, PARTNUMBER FROM PRODUCT WHERE USERID ='")
+                                  << value(buyer) << "'";
         opened.rows = open_read_only(default_buyer, opened.connection, CursorType::keyset);
         for (; !opened.rows->Eof(); opened.rows->MoveNext())
           products->Add(opened.rows->Value("PRODUCTID"), opened.rows->Value("PARTNUMBER"));
         Sql_CloseRecordset(opened.rows);
 
-        Sql one_of_the_buyers;
-        one_of_the_buyers
-            << "SELECT DISTINCT P.PRODUCTID, P.PARTNUMBER FROM PRODUCT P, PRODUCTBUYER PB WHERE PB.USERID ='"
+        const Sql one_of_the_buyers =
+            Sql("SELECT DISTINCT P.PRODUCTID, P.PARTNUMBER FROM PRODUCT P, PRODUCTBUYER PB WHERE PB.USERID ='")
             << value(buyer) << "' and PB.PRODUCTID = P.PRODUCTID";
         opened.rows = open_read_only(one_of_the_buyers, opened.connection, CursorType::keyset);
         for (; !opened.rows->Eof(); opened.rows->MoveNext()) {
@@ -85,20 +83,15 @@ DictionaryPtr Product::GetProductsByBuyer(const std::string& i_sBuyerId) {
         Mts_SetComplete();
         return products;
       },
-      Tail{"Mercato.Product.GetProductByBuyer", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.GetProductByBuyer", closing_and_aborting(opened)});
 }
 
 DictionaryPtr Product::GetProductsByPartNumber(const std::string& i_sPartNumber) {
   return read_and_vote(
       "Mercato.Product.GetProductsByPartNumber", CursorType::keyset, GetReadConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT PRODUCTID, PRODUCTDESCRIPTION FROM PRODUCT WHERE PARTNUMBER = '"
-            << value(Gen_QuoteSql(i_sPartNumber)) << "'";
-        return sql;
+        return Sql("SELECT PRODUCTID, PRODUCTDESCRIPTION FROM PRODUCT WHERE PARTNUMBER = '")
+               << value(Gen_QuoteSql(i_sPartNumber)) << "'";
       },
       listed_by_id(column("PRODUCTDESCRIPTION")));
 }
@@ -107,10 +100,8 @@ DictionaryPtr Product::GetProductsBySupplier(const std::string& iSupplierID) {
   return read_and_vote(
       "Mercato.Product.GetProductsBySupplier", CursorType::forward_only, GetReadConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT PRODUCTID, PARTNUMBER, BUYFROMPARTNUMBER FROM PRODUCT WHERE BUSINESSPARTNERID = "
-            << value(iSupplierID);
-        return sql;
+        return Sql("SELECT PRODUCTID, PARTNUMBER, BUYFROMPARTNUMBER FROM PRODUCT WHERE BUSINESSPARTNERID = ")
+               << value(iSupplierID);
       },
       listed_by_id(columns("PARTNUMBER", "BUYFROMPARTNUMBER")));
 }
@@ -119,8 +110,7 @@ DictionaryPtr Product::GetPartNumbersForProducts(const Variant& i_aProductIDs) {
   return read_and_vote(
       "Mercato.Product.GetPartNumbersForProducts", CursorType::keyset, GetReadConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT PRODUCTID,PARTNUMBER FROM PRODUCT";
+        Sql sql("SELECT PRODUCTID,PARTNUMBER FROM PRODUCT");
         if (i_aProductIDs.is_missing()) return sql;
         bool first = true;
         for (const Variant& id : i_aProductIDs.to_array().items) {
@@ -138,32 +128,31 @@ DictionaryPtr Product::GetPartNumbersForProducts(const Variant& i_aProductIDs) {
 RecordsetPtr Product::GetProductsByProductCategory(std::int32_t iCategoryID) {
   return method(
       [&] {
-        Sql sql;
-        sql << "SELECT P.PRODUCTID, P.PARTNUMBER, P.PRODUCTDESCRIPTION FROM PRODUCT P "
-               "INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = C.PRODUCTID ";
+        Sql sql(
+            "SELECT P.PRODUCTID, P.PARTNUMBER, P.PRODUCTDESCRIPTION FROM PRODUCT P "
+            "INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = C.PRODUCTID ");
         if (iCategoryID != 0) sql << "WHERE C.CATEGORYID = " << iCategoryID << " ";
         sql << "ORDER BY P.PRODUCTDESCRIPTION";
         return Sql_GetDisconnectedRecordset(sql, GetConnectionString(), true);
       },
-      Tail{"Mercato.Product.GetProductsByProductCategory", [] { Mts_SetAbort(); }});
+      Tail{"Mercato.Product.GetProductsByProductCategory", Mts_SetAbort});
 }
 
 RecordsetPtr Product::GetAlternativeProducts(std::int32_t i_lProductID, std::int32_t i_lStockItemFlag) {
   return method(
       [&] {
-        Sql sql;
-        sql << "SELECT ALTERNATIVEPRODUCTS.*, PRODUCT.IMAGEFILENAME, PRODUCT.TECHNICALIMAGE, "
-               "PRODUCT.PRODUCTDESCRIPTION "
-               "FROM ALTERNATIVEPRODUCTS INNER JOIN PRODUCT ON "
-               "ALTERNATIVEPRODUCTS.ALTERNATIVEPRODUCT = PRODUCT.PRODUCTID "
-               "WHERE ALTERNATIVEPRODUCTS.ORIGINALPRODUCT = "
-            << i_lProductID;
+        Sql sql = Sql("SELECT ALTERNATIVEPRODUCTS.*, PRODUCT.IMAGEFILENAME, PRODUCT.TECHNICALIMAGE, "
+                      "PRODUCT.PRODUCTDESCRIPTION "
+                      "FROM ALTERNATIVEPRODUCTS INNER JOIN PRODUCT ON "
+                      "ALTERNATIVEPRODUCTS.ALTERNATIVEPRODUCT = PRODUCT.PRODUCTID "
+                      "WHERE ALTERNATIVEPRODUCTS.ORIGINALPRODUCT = ")
+                  << i_lProductID;
         if (!IsDefaultLong(i_lStockItemFlag)) sql << " AND PRODUCT.STOCKITEM = " << i_lStockItemFlag;
         RecordsetPtr alternatives = Sql_GetDisconnectedRecordset(sql, GetConnectionString(), true);
         Mts_SetComplete();
         return alternatives;
       },
-      Tail{"Mercato.Product.GetAlternativeProducts", [] { Mts_SetAbort(); }});
+      Tail{"Mercato.Product.GetAlternativeProducts", Mts_SetAbort});
 }
 
 bool Product::ValidateProductAgainstUserCatalogs(const std::string& i_sProductID, const Array& i_aCatalogIDs) {
@@ -172,16 +161,15 @@ bool Product::ValidateProductAgainstUserCatalogs(const std::string& i_sProductID
       [&] {
         if (i_aCatalogIDs.at(0).is_empty()) return false;
         const std::string today = GetSqlLiterals().DateTimeToSql(clock::now());
-        Sql sql;
-        sql << "SELECT DISTINCT P.PRODUCTID "
-               "FROM PRODUCT P, PRODUCTSBYCATEGORY PBC, CATALOGNODE CN "
-               "WHERE P.PRODUCTID = "
-            << value(i_sProductID) << " AND (P.PRODUCTEFFECTIVITYDATE <= " << value(today)
-            << " OR P.PRODUCTEFFECTIVITYDATE IS NULL) "
-               "AND P.DISABLED = 0 "
-               "AND PBC.PRODUCTID = P.PRODUCTID "
-               "AND CN.CATEGORYID = PBC.CATEGORYID "
-               "AND (";
+        Sql sql = Sql("SELECT DISTINCT P.PRODUCTID "
+                      "FROM PRODUCT P, PRODUCTSBYCATEGORY PBC, CATALOGNODE CN "
+                      "WHERE P.PRODUCTID = ")
+                  << value(i_sProductID) << " AND (P.PRODUCTEFFECTIVITYDATE <= " << value(today)
+                  << " OR P.PRODUCTEFFECTIVITYDATE IS NULL) "
+                     "AND P.DISABLED = 0 "
+                     "AND PBC.PRODUCTID = P.PRODUCTID "
+                     "AND CN.CATEGORYID = PBC.CATEGORYID "
+                     "AND (";
         bool first = true;
         for (const Variant& catalog : i_aCatalogIDs.items) {
           first ? sql << "CN.CATALOGID = " : sql << " OR CN.CATALOGID = ";
@@ -197,10 +185,7 @@ bool Product::ValidateProductAgainstUserCatalogs(const std::string& i_sProductID
         Mts_SetComplete();
         return found;
       },
-      Tail{"Mercato.Product.ValidateProductAgainstUserCatalogs", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.ValidateProductAgainstUserCatalogs", closing_and_aborting(opened)});
 }
 
 }  // namespace mercato

@@ -49,7 +49,7 @@ std::int32_t Product::Insert20(const Array& iFields, const Array& iValues) {
         Mts_SetComplete();
         return product_id;
       },
-      Tail{"Mercato.Product.Insert", [&] { opened.close(); }, kNotInserted});
+      Tail{"Mercato.Product.Insert", closing(opened), kNotInserted});
 }
 
 bool Product::Update20(std::int32_t iProductID, const Array& iFields, const Array& iValues) {
@@ -64,9 +64,7 @@ bool Product::Update20(std::int32_t iProductID, const Array& iFields, const Arra
         stamp_product_row(*opened.rows);
         // A Null is no answer: such a product cannot be updated.
         if (!opened.rows->Value("MULTIPLEBUYER").to_boolean()) {
-          Sql buyers;
-          buyers << "DELETE FROM productbuyer WHERE PRODUCTID=" << iProductID;
-          opened.connection->Execute(buyers);
+          opened.connection->Execute(Sql("DELETE FROM productbuyer WHERE PRODUCTID=") << iProductID);
         }
         opened.rows->Update();
         follow_group_change(*opened.rows, *written, former.property_group, iProductID, *opened.connection);
@@ -77,10 +75,7 @@ bool Product::Update20(std::int32_t iProductID, const Array& iFields, const Arra
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Product.Update", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.Update", closing_and_aborting(opened)});
 }
 
 std::int32_t Product::Insert(const Variant& iUnitCode, const Variant& iPropGroupID, const Variant& iManID,
@@ -111,10 +106,7 @@ Variant Product::SetUpdateDateToNow(std::int32_t iProductID) {
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Product.SetUpdateDateToNow", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.SetUpdateDateToNow", closing_and_aborting(opened)});
 }
 
 void Product::InsertProductPropertyValue(std::int32_t iProductID, std::int32_t iPropertyId, const std::string& iValue) {
@@ -132,18 +124,13 @@ void Product::InsertProductPropertyValue(std::int32_t iProductID, std::int32_t i
         opened.close();
         Mts_SetComplete();
       },
-      Tail{"Mercato.Product.InsertProductPropertyValue", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.InsertProductPropertyValue", closing_and_aborting(opened)});
 }
 
 void Product::UpdateProductPropertyValue(std::int32_t iProductID, std::int32_t iPropertyId, const std::string& iValue) {
   execute_and_vote("Mercato.Product.UpdateProductPropertyValue", GetConnection, [&] {
-    Sql sql;
-    sql << "UPDATE PRODUCTPROPVALUE SET VALUE='" << value(iValue) << "' WHERE PRODUCTID=" << iProductID
-        << " AND PROPERTYID=" << iPropertyId;
-    return sql;
+    return Sql("UPDATE PRODUCTPROPVALUE SET VALUE='")
+           << value(iValue) << "' WHERE PRODUCTID=" << iProductID << " AND PROPERTYID=" << iPropertyId;
   });
 }
 

@@ -33,11 +33,10 @@ enum class Lines { all, without_group };
 
 Sql lines_that_hold(Lines lines, std::int32_t product_id, Date at, double quantity) {
   const std::string date = GetSqlLiterals().DateTimeToSql(at);
-  Sql sql;
-  sql << "SELECT CURRENCYCODE, PRICE, DISCOUNTPERC, DISCOUNTAMOUNT, "
-         "PRICETAXPERCENTAGE, FREIGHTCOST FROM CATALOGPRODUCTPRICE "
-         "WHERE PRODUCTID="
-      << product_id << " AND ";
+  Sql sql = Sql("SELECT CURRENCYCODE, PRICE, DISCOUNTPERC, DISCOUNTAMOUNT, "
+                "PRICETAXPERCENTAGE, FREIGHTCOST FROM CATALOGPRODUCTPRICE "
+                "WHERE PRODUCTID=")
+            << product_id << " AND ";
   if (lines == Lines::without_group) sql << "(GROUPBY='' OR GROUPBY IS NULL) AND ";
   if (!IsDefaultDouble(quantity))
     sql << "PRICEEFFECTIVEDATE<=" << value(date) << " AND (PRICEEXPIRYDATE>=" << value(date)
@@ -93,10 +92,7 @@ bool Product::InsertUpdatePrice(std::int32_t iProductID, Date iPriceEffDate, dou
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Product.InsertUpdatePrice", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.InsertUpdatePrice", closing_and_aborting(opened)});
 }
 
 bool Product::InsertPrice(std::int32_t iProductID, Date iPriceEffDate, double iQuantityTo, const Array& iFields,
@@ -138,10 +134,7 @@ DictionaryPtr Product::getCatalogPriceAttributes(std::int32_t i_lProductID, Date
         Mts_SetComplete();
         return attributes;
       },
-      Tail{"Mercato.Product.getCatalogPriceAttributes", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.getCatalogPriceAttributes", closing_and_aborting(opened)});
 }
 
 DictionaryPtr Product::getCatalogPriceAttributesEx(std::int32_t i_lProductID, Date i_dDate,
@@ -155,24 +148,22 @@ DictionaryPtr Product::getCatalogPriceAttributesEx(std::int32_t i_lProductID, Da
 }
 
 DictionaryPtr Product::GetProductPriceLines(std::int32_t iProductID) {
-  Sql sql;
-  sql << "SELECT * FROM CATALOGPRODUCTPRICE WHERE PRODUCTID=" << iProductID;
-  return product::numbered_rows("Mercato.Product.GetProductPriceLines", GetReadConnection, sql, kListedColumns);
+  return product::numbered_rows("Mercato.Product.GetProductPriceLines", GetReadConnection,
+                                Sql("SELECT * FROM CATALOGPRODUCTPRICE WHERE PRODUCTID=") << iProductID,
+                                kListedColumns);
 }
 
 double Product::GetPriceFromPriceLines(std::int32_t i_lProductID, double i_fQuantity) {
-  Sql sql;
-  sql << "SELECT PRICE, QUANTITYTO FROM CATALOGPRODUCTPRICE"
-         " WHERE PRODUCTID ="
-      << i_lProductID << " AND QUANTITYTO <= " << i_fQuantity << " ORDER BY QUANTITYTO DESC";
+  const Sql sql = Sql("SELECT PRICE, QUANTITYTO FROM CATALOGPRODUCTPRICE"
+                      " WHERE PRODUCTID =")
+                  << i_lProductID << " AND QUANTITYTO <= " << i_fQuantity << " ORDER BY QUANTITYTO DESC";
   return first_price("Mercato.Product.GetPriceFromPriceLines", GetReadConnection, sql);
 }
 
 double Product::GetPriceFromPriceLinesByGroup(std::int32_t i_lProductID, const std::string& i_sGroupBy) {
-  Sql sql;
-  sql << "SELECT PRICE, GROUPBY FROM CATALOGPRODUCTPRICE"
-         " WHERE PRODUCTID ="
-      << i_lProductID << " AND GROUPBY = " << value(i_sGroupBy) << " ORDER BY GROUPBY DESC";
+  const Sql sql = Sql("SELECT PRICE, GROUPBY FROM CATALOGPRODUCTPRICE"
+                      " WHERE PRODUCTID =")
+                  << i_lProductID << " AND GROUPBY = " << value(i_sGroupBy) << " ORDER BY GROUPBY DESC";
   return first_price("Mercato.Product.GetPriceFromPriceLinesByGroup", GetReadConnection, sql);
 }
 

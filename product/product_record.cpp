@@ -72,18 +72,15 @@ const Dictionary& record_keys() {
 
 DictionaryPtr Product::GetProductEx(std::int32_t i_lProductID) {
   ConnectionPtr connection = GetReadConnection();
-  Sql sql;
-  sql << "SELECT * FROM PRODUCT WHERE PRODUCTID=" << i_lProductID;
-  const RecordsetPtr row = connection->Execute(sql);
+  const RecordsetPtr row = connection->Execute(Sql("SELECT * FROM PRODUCT WHERE PRODUCTID=") << i_lProductID);
   if (row->Eof()) raise(eProductNotFound, "Mercato.Product.GetProductEx", "Product not present");
 
   const auto charge_type = [&]() -> Variant {
     const Variant& commodity = row->Value("COMMODITYCODE");
     if (commodity.is_null()) return "";
     ConnectionPtr second = GetReadConnection();
-    Sql charge_sql;
-    charge_sql << "SELECT CHARGETYPECODE FROM COMMODITY WHERE COMMODITYCODE='"
-               << value(Gen_QuoteSql(commodity.to_text())) << "'";
+    const Sql charge_sql = Sql("SELECT CHARGETYPECODE FROM COMMODITY WHERE COMMODITYCODE='")
+                           << value(Gen_QuoteSql(commodity.to_text())) << "'";
     const RecordsetPtr charge = second->Execute(charge_sql);
     Variant code = charge->Eof() ? Variant("") : charge->Value("CHARGETYPECODE");
     Sql_CloseConnection(second);
@@ -116,7 +113,7 @@ CollectionPtr Product::GetProduct(std::int32_t iProductID) {
         });
         return fields;
       },
-      Tail{"Mercato.Product.getProduct", [] { Mts_SetAbort(); }});
+      Tail{"Mercato.Product.getProduct", Mts_SetAbort});
 }
 
 DictionaryPtr Product::GetProductFields(const Array& i_aProductFieldNames, std::int32_t i_lProductID,
@@ -127,8 +124,7 @@ DictionaryPtr Product::GetProductFields(const Array& i_aProductFieldNames, std::
         if (IsDefaultLong(i_lProductID) && IsDefaultString(i_sGTIN))
           raise(kObjectErrorBase, "GetProductFields",
                 "Both optional arguments cannot be empty - you should pass i_lProductId or i_sGTIN");
-        Sql sql;
-        sql << "SELECT * FROM PRODUCT WHERE";
+        Sql sql("SELECT * FROM PRODUCT WHERE");
         if (!IsDefaultLong(i_lProductID))
           sql << " PRODUCTID = " << i_lProductID;
         else
@@ -157,16 +153,14 @@ std::string Product::getManufacturerID(std::int32_t iProductID) {
 }
 
 std::string Product::GetProductDescription(std::int32_t i_lProductID) {
-  Sql sql;
-  sql << "SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE PRODUCTID = '" << i_lProductID << "'";
+  const Sql sql = Sql("SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE PRODUCTID = '") << i_lProductID << "'";
   return read_row_and_vote("Mercato.Product.GetProductDescription", CursorType::dynamic, GetReadConnection, sql,
                            {eProductIdNotFound, "Mercato.Product.GetProductDescription", "Productid Not found"},
                            [](const Recordset& row) { return row.Value("PRODUCTDESCRIPTION").text_or_empty(); });
 }
 
 std::string Product::GetGTIN(std::int32_t i_lProductID) {
-  Sql sql;
-  sql << "SELECT GTIN FROM PRODUCT WHERE PRODUCTID =" << i_lProductID;
+  const Sql sql = Sql("SELECT GTIN FROM PRODUCT WHERE PRODUCTID =") << i_lProductID;
   return read_row_and_vote("Mercato.Product.getGTIN", CursorType::dynamic, GetReadConnection, sql,
                            {eProductIdNotFound, "Mercato.Product.GetGTIN", "ProductId not Found"},
                            [](const Recordset& row) { return row.Value("GTIN").text_or_empty(); });
@@ -175,11 +169,7 @@ std::string Product::GetGTIN(std::int32_t i_lProductID) {
 std::string Product::GetCategoryName(std::int32_t iCategoryID) {
   return read_and_vote(
       "Mercato.Product.GetCategoryName", CursorType::forward_only, GetReadConnection,
-      [&] {
-        Sql sql;
-        sql << "SELECT CATEGORYNAME FROM PRODUCTCATEGORY WHERE CATEGORYID=" << iCategoryID;
-        return sql;
-      },
+      [&] { return Sql("SELECT CATEGORYNAME FROM PRODUCTCATEGORY WHERE CATEGORYID=") << iCategoryID; },
       [](const RecordsetPtr& row) { return row->Eof() ? std::string() : row->Value("CATEGORYNAME").to_text(); });
 }
 
@@ -187,9 +177,7 @@ std::string Product::GetDefaultBuyer(const std::string& iCommodityCode) {
   return read_and_vote(
       "Mercato.Product.getDefaultBuyer", CursorType::forward_only, GetReadConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT USERID FROM COMMODITY WHERE COMMODITYCODE='" << value(Gen_QuoteSql(iCommodityCode)) << "'";
-        return sql;
+        return Sql("SELECT USERID FROM COMMODITY WHERE COMMODITYCODE='") << value(Gen_QuoteSql(iCommodityCode)) << "'";
       },
       [](const RecordsetPtr& row) { return row->Eof() ? std::string() : row->Value("USERID").to_text(); });
 }
@@ -206,7 +194,7 @@ std::int32_t Product::GetMaxProductId() {
         Sql_CloseConnection(connection);
         return id;
       },
-      Tail{"Mercato.Product.GetMaxProductId", [&] { Sql_CloseConnection(connection); }});
+      Tail{"Mercato.Product.GetMaxProductId", closing(connection)});
 }
 
 }  // namespace mercato

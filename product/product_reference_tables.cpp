@@ -13,8 +13,7 @@ constexpr std::int32_t kDefaultPageSize = 10;
 // The statement, its rows restricted to these codes when any were given; without an element the store refuses it.
 Sql with_codes(Sql statement, std::string_view column, const Variant& codes) {
   if (codes.is_missing()) return statement;
-  Sql condition;
-  condition << name(column) << " IN (";
+  Sql condition = Sql() << name(column) << " IN (";
   bool first = true;
   for (const Variant& code : codes.to_array().items) {
     if (!first) condition << ",";
@@ -33,8 +32,7 @@ ComponentPtr Product::GetProductsAsDRecordSet(const ComponentPtr& i_oPage, const
                                               const std::string& i_sWhereClause) {
   return method(
       [&] {
-        Sql sql;
-        sql << "SELECT " << clause(i_sFields) << " FROM PRODUCT";
+        Sql sql = Sql("SELECT ") << clause(i_sFields) << " FROM PRODUCT";
         if (!i_sWhereClause.empty()) sql << " WHERE " << clause(i_sWhereClause);
         ComponentPtr products =
             PagedRead({sql, i_sKeyFields, unless_empty(i_sSortFields)},
@@ -43,7 +41,7 @@ ComponentPtr Product::GetProductsAsDRecordSet(const ComponentPtr& i_oPage, const
         Mts_SetComplete();
         return products;
       },
-      Tail{"Mercato.Product.GetProductsAsDRecordSet", [] { Mts_SetAbort(); }});
+      Tail{"Mercato.Product.GetProductsAsDRecordSet", Mts_SetAbort});
 }
 
 ComponentPtr Product::GetCommodityData(const ComponentPtr& i_oPage, const std::string& i_sPersistedStateInfo,
@@ -89,8 +87,8 @@ bool Product::DeleteCommodity(const std::string& iCommodityCode) {
   return method(
       [&]() -> Answer<bool> {
         if (!checker.CheckBeforeDelete("COMMODITY", Array{"COMMODITYCODE"}, Array{iCommodityCode})) return refused;
-        Sql sql;
-        sql << "DELETE FROM COMMODITY WHERE COMMODITYCODE = '" << value(Gen_QuoteSql(iCommodityCode)) << "'";
+        const Sql sql = Sql("DELETE FROM COMMODITY WHERE COMMODITYCODE = '")
+                        << value(Gen_QuoteSql(iCommodityCode)) << "'";
         connection = GetConnection();
         if (execute_and_close(connection, sql) == 0)
           raise(eCommodityNotFound, "Mercato.Commodity.Delete", "Commodity " + iCommodityCode + " not present");
@@ -109,10 +107,8 @@ bool Product::DeleteCommodity(const std::string& iCommodityCode) {
 void Product::InsertManufacturer(const std::string& iManufacturerCode, const std::string& iManufacturerName) {
   execute_and_vote("Mercato.Manufacturer.InsertManufacturer", GetConnection, [&] {
     // Both as they stand: a name with a quote is refused.
-    Sql sql;
-    sql << "INSERT INTO MANUFACTURER (MANUFACTURERID, MANUFACTURERNAME) VALUES('" << value(iManufacturerCode) << "', '"
-        << value(iManufacturerName) << "')";
-    return sql;
+    return Sql("INSERT INTO MANUFACTURER (MANUFACTURERID, MANUFACTURERNAME) VALUES('")
+           << value(iManufacturerCode) << "', '" << value(iManufacturerName) << "')";
   });
 }
 
@@ -120,10 +116,8 @@ std::string Product::GetChargeType(const std::string& iCommodityCode) {
   return read_and_vote(
       "Mercato.Product.getChargetype", CursorType::forward_only, GetReadConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT CHARGETYPECODE FROM COMMODITY WHERE COMMODITYCODE='" << value(Gen_QuoteSql(iCommodityCode))
-            << "'";
-        return sql;
+        return Sql("SELECT CHARGETYPECODE FROM COMMODITY WHERE COMMODITYCODE='")
+               << value(Gen_QuoteSql(iCommodityCode)) << "'";
       },
       [](const RecordsetPtr& row) {
         return row->Eof() ? std::string() : row->Value("CHARGETYPECODE").text_or_empty();
@@ -131,8 +125,7 @@ std::string Product::GetChargeType(const std::string& iCommodityCode) {
 }
 
 std::string Product::GetBisItemCode(const std::string& i_lCommodity) {
-  Sql sql;
-  sql << "SELECT BISITEMCODE FROM COMMODITY WHERE COMMODITYCODE = '" << value(i_lCommodity) << "'";
+  const Sql sql = Sql("SELECT BISITEMCODE FROM COMMODITY WHERE COMMODITYCODE = '") << value(i_lCommodity) << "'";
   return read_row_and_vote("Mercato.Product.GetBisItemCode", CursorType::forward_only, GetReadConnection, sql,
                            {eCommodityNotFound, "Mercato.Product.GetBisItemCode", "CommodityCode is Not found"},
                            [](const Recordset& row) { return row.Value("BISITEMCODE").text_or_empty(); });
@@ -142,9 +135,9 @@ DictionaryPtr Product::GetTaxcodeInformation(const std::string& istrCommodityCod
   Opened opened;
   return method(
       [&] {
-        Sql sql;
-        sql << "SELECT COMMODITY.TAXCODE, TAXCODES.DESCRIPTION, TAXCODES.LEDGERACCOUNT FROM COMMODITY, TAXCODES "
-               "WHERE COMMODITY.TAXCODE = TAXCODES.TAXCODE AND COMMODITY.COMMODITYCODE='"
+        const Sql sql =
+            Sql("SELECT COMMODITY.TAXCODE, TAXCODES.DESCRIPTION, TAXCODES.LEDGERACCOUNT FROM COMMODITY, TAXCODES "
+                "WHERE COMMODITY.TAXCODE = TAXCODES.TAXCODE AND COMMODITY.COMMODITYCODE='")
             << value(Gen_QuoteSql(istrCommodityCode)) << "'";
         opened.connection = GetReadConnection();
         opened.rows = open_read_only(sql, opened.connection);
@@ -169,7 +162,7 @@ DictionaryPtr Product::GetAllTaxCodes() {
         Mts_SetComplete();
         return tax_codes;
       },
-      Tail{"Product.GetAllTaxCodes", [] { Mts_SetAbort(); }});
+      Tail{"Product.GetAllTaxCodes", Mts_SetAbort});
 }
 
 Variant Product::getAllServiceProducts() {
@@ -187,11 +180,7 @@ Variant Product::getAllServiceProducts() {
 bool Product::IsServiceProduct(std::int32_t iProductID) {
   return read_and_close(
       "Mercato.Product.IsServiceProduct", CursorType::forward_only, GetConnection,
-      [&] {
-        Sql sql;
-        sql << "SELECT SERVICEITEM FROM PRODUCT WHERE PRODUCTID =" << iProductID;
-        return sql;
-      },
+      [&] { return Sql("SELECT SERVICEITEM FROM PRODUCT WHERE PRODUCTID =") << iProductID; },
       [](const RecordsetPtr& row) {
         if (row->Eof() || row->Value("SERVICEITEM").is_null()) return false;
         return row->Value("SERVICEITEM").to_boolean();

@@ -13,73 +13,61 @@ namespace {
 constexpr std::array<std::string_view, 4> kPropertyColumns = {"PROPERTYID", "PROPERTYNAME", "DATATYPE", "VALUE"};
 
 Sql values_of_product(std::int32_t product_id) {
-  Sql sql;
-  sql << "SELECT VALUE, DATATYPE, PROPERTYNAME, MANDATORY, PROPERTY.PROPERTYID "
-         "FROM PRODUCT INNER JOIN PROPSBYPROPGROUP ON PRODUCT.PROPERTYGROUPID = PROPSBYPROPGROUP.PROPERTYGROUPID "
-         "INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = PROPERTY.PROPERTYID "
-         "INNER JOIN PRODUCTPROPVALUE ON PROPSBYPROPGROUP.PROPERTYID = PRODUCTPROPVALUE.PROPERTYID "
-         "WHERE PRODUCT.PRODUCTID = "
-      << product_id << " AND PRODUCTPROPVALUE.PRODUCTID = " << product_id;
-  return sql;
+  return Sql("SELECT VALUE, DATATYPE, PROPERTYNAME, MANDATORY, PROPERTY.PROPERTYID "
+             "FROM PRODUCT INNER JOIN PROPSBYPROPGROUP ON PRODUCT.PROPERTYGROUPID = PROPSBYPROPGROUP.PROPERTYGROUPID "
+             "INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = PROPERTY.PROPERTYID "
+             "INNER JOIN PRODUCTPROPVALUE ON PROPSBYPROPGROUP.PROPERTYID = PRODUCTPROPVALUE.PROPERTYID "
+             "WHERE PRODUCT.PRODUCTID = ")
+         << product_id << " AND PRODUCTPROPVALUE.PRODUCTID = " << product_id;
 }
 
 Sql defaults_of_commodity(const std::string& commodity_code) {
-  Sql sql;
-  sql << "SELECT DEFAULTVALUE, DATATYPE, PROPERTYNAME, MANDATORY, PROPERTY.PROPERTYID "
-         "FROM COMMODITY INNER JOIN PROPSBYPROPGROUP ON COMMODITY.PROPERTYGROUPID = PROPSBYPROPGROUP.PROPERTYGROUPID "
-         "INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = PROPERTY.PROPERTYID "
-         "WHERE COMMODITY.COMMODITYCODE = '"
-      << value(Gen_QuoteSql(commodity_code)) << "'";
-  return sql;
+  return Sql("SELECT DEFAULTVALUE, DATATYPE, PROPERTYNAME, MANDATORY, PROPERTY.PROPERTYID "
+             "FROM COMMODITY INNER JOIN PROPSBYPROPGROUP ON COMMODITY.PROPERTYGROUPID = "
+             "PROPSBYPROPGROUP.PROPERTYGROUPID "
+             "INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = PROPERTY.PROPERTYID "
+             "WHERE COMMODITY.COMMODITYCODE = '")
+         << value(Gen_QuoteSql(commodity_code)) << "'";
 }
 
 Sql defaults_of_group(std::int32_t group) {
-  Sql sql;
-  sql << "SELECT DEFAULTVALUE, DATATYPE, PROPERTYNAME, MANDATORY, PROPERTY.PROPERTYID "
-         "FROM PROPSBYPROPGROUP "
-         "INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = PROPERTY.PROPERTYID "
-         "WHERE PROPSBYPROPGROUP.PROPERTYGROUPID = "
-      << group;
-  return sql;
+  return Sql("SELECT DEFAULTVALUE, DATATYPE, PROPERTYNAME, MANDATORY, PROPERTY.PROPERTYID "
+             "FROM PROPSBYPROPGROUP "
+             "INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = PROPERTY.PROPERTYID "
+             "WHERE PROPSBYPROPGROUP.PROPERTYGROUPID = ")
+         << group;
 }
 
 Sql properties_of_products_commodity(std::int32_t product_id) {
-  Sql sql;
-  sql << "SELECT dbo.PROPERTY.PROPERTYID FROM dbo.PRODUCT "
-         " INNER JOIN dbo.COMMODITY ON dbo.Product.COMMODITYCODE = dbo.COMMODITY.COMMODITYCODE "
-         " INNER JOIN dbo.PROPERTYGROUP ON dbo.COMMODITY.PROPERTYGROUPID = dbo.PropertyGroup.PROPERTYGROUPID "
-         " INNER JOIN dbo.PROPSBYPROPGROUP ON dbo.PropertyGroup.PROPERTYGROUPID = "
-         "dbo.PROPSBYPROPGROUP.PROPERTYGROUPID "
-         " INNER JOIN dbo.PROPERTY ON dbo.PROPSBYPROPGROUP.PROPERTYID = dbo.Property.PROPERTYID "
-         " WHERE dbo.PRODUCT.PRODUCTID = "
-      << product_id;
-  return sql;
+  return Sql("SELECT dbo.PROPERTY.PROPERTYID FROM dbo.PRODUCT "
+             " INNER JOIN dbo.COMMODITY ON dbo.Product.COMMODITYCODE = dbo.COMMODITY.COMMODITYCODE "
+             " INNER JOIN dbo.PROPERTYGROUP ON dbo.COMMODITY.PROPERTYGROUPID = dbo.PropertyGroup.PROPERTYGROUPID "
+             " INNER JOIN dbo.PROPSBYPROPGROUP ON dbo.PropertyGroup.PROPERTYGROUPID = "
+             "dbo.PROPSBYPROPGROUP.PROPERTYGROUPID "
+             " INNER JOIN dbo.PROPERTY ON dbo.PROPSBYPROPGROUP.PROPERTYID = dbo.Property.PROPERTYID "
+             " WHERE dbo.PRODUCT.PRODUCTID = ")
+         << product_id;
 }
 
 Sql properties_of_products_group(std::int32_t product_id) {
-  Sql sql;
-  sql << "SELECT PROPERTY.PROPERTYID FROM PROPERTY "
-         " INNER JOIN PROPSBYPROPGROUP ON PROPERTY.PROPERTYID = PROPSBYPROPGROUP.PROPERTYID "
-         " INNER JOIN PRODUCT ON PROPSBYPROPGROUP.PROPERTYGROUPID = PRODUCT.PROPERTYGROUPID "
-         " WHERE PRODUCT.PRODUCTID = "
-      << product_id;
-  return sql;
+  return Sql("SELECT PROPERTY.PROPERTYID FROM PROPERTY "
+             " INNER JOIN PROPSBYPROPGROUP ON PROPERTY.PROPERTYID = PROPSBYPROPGROUP.PROPERTYID "
+             " INNER JOIN PRODUCT ON PROPSBYPROPGROUP.PROPERTYGROUPID = PRODUCT.PROPERTYGROUPID "
+             " WHERE PRODUCT.PRODUCTID = ")
+         << product_id;
 }
 
 Sql properties_of_commodity(const std::string& commodity_code) {
-  Sql sql;
-  sql << "SELECT PROPERTYNAME "
-         "FROM COMMODITY INNER JOIN PROPSBYPROPGROUP ON COMMODITY.PROPERTYGROUPID = PROPSBYPROPGROUP.PROPERTYGROUPID "
-         "INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = PROPERTY.PROPERTYID "
-         "WHERE COMMODITY.COMMODITYCODE = '"
-      << value(Gen_QuoteSql(commodity_code)) << "'";
-  return sql;
+  return Sql("SELECT PROPERTYNAME "
+             "FROM COMMODITY INNER JOIN PROPSBYPROPGROUP ON COMMODITY.PROPERTYGROUPID = "
+             "PROPSBYPROPGROUP.PROPERTYGROUPID "
+             "INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = PROPERTY.PROPERTYID "
+             "WHERE COMMODITY.COMMODITYCODE = '")
+         << value(Gen_QuoteSql(commodity_code)) << "'";
 }
 
 Sql properties_of_group(std::int32_t group) {
-  Sql sql;
-  sql << "SELECT PROPERTYID FROM PROPSBYPROPGROUP WHERE PROPERTYGROUPID =" << group;
-  return sql;
+  return Sql("SELECT PROPERTYID FROM PROPSBYPROPGROUP WHERE PROPERTYGROUPID =") << group;
 }
 
 std::int32_t group_of_user(const std::string& user_id) { return zentrik::User().GetUserPropertyGroup(user_id); }
@@ -116,12 +104,7 @@ bool asks_for_nothing(const Variant& limit) { return Gen_NullToZero(limit) == 0;
 template <class Open>
 double limit_of(std::string_view label, Open open, LiteralPiece statement, std::int32_t product_id) {
   return read_and_vote(
-      label, CursorType::forward_only, open,
-      [&] {
-        Sql sql;
-        sql << statement << product_id;
-        return sql;
-      },
+      label, CursorType::forward_only, open, [&] { return Sql(statement) << product_id; },
       [](const RecordsetPtr& row) { return row->Eof() ? 0.0 : Gen_NullToZero(row->Value(std::size_t{0})); });
 }
 
@@ -156,12 +139,7 @@ DictionaryPtr Product::GetRequisitionLineProperties(const std::string& iUserID, 
         Mts_SetComplete();
         return lines;
       },
-      Tail{"Mercato.Product.getRequisitionLineProperties", [&] {
-             of_product.close();
-             of_commodity.close();
-             of_user.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.getRequisitionLineProperties", closing_and_aborting(of_product, of_commodity, of_user)});
 }
 
 bool Product::RequisitionPropertiesPresent(std::int32_t iProductID, const std::string& iUserID) {
@@ -175,10 +153,7 @@ bool Product::RequisitionPropertiesPresent(std::int32_t iProductID, const std::s
         Mts_SetComplete();
         return present;
       },
-      Tail{"Mercato.Product.RequisitionPropertiesPresent", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.RequisitionPropertiesPresent", closing_and_aborting(opened)});
 }
 
 bool Product::RequisitionCommodityPropertiesPresent(const std::string& iCommodityCode, const std::string& iUserID) {
@@ -191,17 +166,13 @@ bool Product::RequisitionCommodityPropertiesPresent(const std::string& iCommodit
         Mts_SetComplete();
         return of_commodity || of_user;
       },
-      Tail{"Mercato.Product.RequisitionCommodityPropertiesPresent", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Product.RequisitionCommodityPropertiesPresent", closing_and_aborting(opened)});
 }
 
 DictionaryPtr Product::GetProductProperties(std::int32_t iProductID) {
-  Sql sql;
-  sql << "SELECT PROPERTY.PROPERTYID, PROPERTYNAME, DATATYPE, VALUE FROM PROPERTY, PRODUCTPROPVALUE WHERE "
-         "PROPERTY.PROPERTYID = PRODUCTPROPVALUE.PROPERTYID AND PRODUCTPROPVALUE.PRODUCTID="
-      << iProductID << " ORDER BY PROPERTYNAME";
+  const Sql sql = Sql("SELECT PROPERTY.PROPERTYID, PROPERTYNAME, DATATYPE, VALUE FROM PROPERTY, PRODUCTPROPVALUE WHERE "
+                      "PROPERTY.PROPERTYID = PRODUCTPROPVALUE.PROPERTYID AND PRODUCTPROPVALUE.PRODUCTID=")
+                  << iProductID << " ORDER BY PROPERTYNAME";
   return product::numbered_rows("Mercato.Product.GetProductProperties", GetReadConnection, sql, kPropertyColumns);
 }
 
@@ -211,9 +182,7 @@ bool Product::CheckLotSize(std::int32_t iProductID, double iQuantity) {
       "Mercato.Product.Checklotsize", CursorType::forward_only, GetReadConnection,
       [&] {
         quantity = Decimal::of(iQuantity);
-        Sql sql;
-        sql << "SELECT MINORDERQTY, MULTIPLEOF FROM PRODUCT WHERE PRODUCTID=" << iProductID;
-        return sql;
+        return Sql("SELECT MINORDERQTY, MULTIPLEOF FROM PRODUCT WHERE PRODUCTID=") << iProductID;
       },
       [&](const RecordsetPtr& row) {
         if (row->Eof()) return false;

@@ -26,15 +26,14 @@ std::int32_t Product::getProductIDFromPartNum(const std::string& iPartNum, const
       "Mercato.Product.getProductIDFromPartNum", CursorType::forward_only, GetReadConnection,
       [&] {
         const std::string term = escaped_twice(iPartNum);
-        Sql sql;
-        sql << "SELECT DISTINCT TOP 1 PRODUCTSBYCATEGORY.PRODUCTID "
-               " FROM PRODUCTSBYCATEGORY "
-               " INNER JOIN PRODUCT ON PRODUCTSBYCATEGORY.PRODUCTID = PRODUCT.PRODUCTID "
-               " INNER JOIN PRODUCTCATEGORY ON PRODUCTSBYCATEGORY.CATEGORYID = PRODUCTCATEGORY.CATEGORYID "
-               " INNER JOIN CATALOGNODE ON PRODUCTCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID "
-               " WHERE (PRODUCTDESCRIPTION LIKE '%"
-            << value(term) << "%' OR PARTNUMBER LIKE '%" << value(term) << "%' OR BUYFROMPARTNUMBER LIKE '%"
-            << value(term) << "%')  AND (PRODUCT.DISABLED = 0)";
+        Sql sql = Sql("SELECT DISTINCT TOP 1 PRODUCTSBYCATEGORY.PRODUCTID "
+                      " FROM PRODUCTSBYCATEGORY "
+                      " INNER JOIN PRODUCT ON PRODUCTSBYCATEGORY.PRODUCTID = PRODUCT.PRODUCTID "
+                      " INNER JOIN PRODUCTCATEGORY ON PRODUCTSBYCATEGORY.CATEGORYID = PRODUCTCATEGORY.CATEGORYID "
+                      " INNER JOIN CATALOGNODE ON PRODUCTCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID "
+                      " WHERE (PRODUCTDESCRIPTION LIKE '%")
+                  << value(term) << "%' OR PARTNUMBER LIKE '%" << value(term) << "%' OR BUYFROMPARTNUMBER LIKE '%"
+                  << value(term) << "%')  AND (PRODUCT.DISABLED = 0)";
         if (iCatalogString != kAllCatalogs) sql << " AND CATALOGNODE.CATALOGID IN " << clause(iCatalogString);
         return sql;
       },
@@ -47,13 +46,13 @@ std::int32_t Product::countProductIDsFromPartNum(const std::string& iPartNum, co
       [&] {
         // Escaped once, unlike the lookup above: for a quote or a percent sign the two do not agree.
         const std::string term = Gen_EscapeLike(iPartNum);
-        Sql sql;
-        sql << "SELECT COUNT(DISTINCT dbo.PRODUCTSBYCATEGORY.PRODUCTID) As CNT "
-               " FROM dbo.PRODUCTSBYCATEGORY "
-               " INNER JOIN dbo.PRODUCT ON dbo.PRODUCTSBYCATEGORY.PRODUCTID = dbo.PRODUCT.PRODUCTID "
-               " INNER JOIN dbo.PRODUCTCATEGORY ON dbo.PRODUCTSBYCATEGORY.CATEGORYID = dbo.PRODUCTCATEGORY.CATEGORYID "
-               " INNER JOIN dbo.CATALOGNODE ON dbo.PRODUCTCATEGORY.CATEGORYID = dbo.CATALOGNODE.CATEGORYID "
-               " WHERE (PRODUCTDESCRIPTION LIKE '%"
+        Sql sql =
+            Sql("SELECT COUNT(DISTINCT dbo.PRODUCTSBYCATEGORY.PRODUCTID) As CNT "
+                " FROM dbo.PRODUCTSBYCATEGORY "
+                " INNER JOIN dbo.PRODUCT ON dbo.PRODUCTSBYCATEGORY.PRODUCTID = dbo.PRODUCT.PRODUCTID "
+                " INNER JOIN dbo.PRODUCTCATEGORY ON dbo.PRODUCTSBYCATEGORY.CATEGORYID = dbo.PRODUCTCATEGORY.CATEGORYID "
+                " INNER JOIN dbo.CATALOGNODE ON dbo.PRODUCTCATEGORY.CATEGORYID = dbo.CATALOGNODE.CATEGORYID "
+                " WHERE (PRODUCTDESCRIPTION LIKE '%")
             << value(term) << "%' OR PARTNUMBER LIKE '%" << value(term) << "%' OR BUYFROMPARTNUMBER LIKE '%"
             << value(term) << "%')  AND (DISABLED = 0)";
         if (iCatalogString != kAllCatalogs) sql << " AND dbo.CATALOGNODE.CATALOGID IN " << clause(iCatalogString);
@@ -67,14 +66,12 @@ std::int32_t Product::countStockProductIDsFromPartNum(const std::string& iPartNu
       "Mercato.Product.countStockProductIDsFromPartNum", CursorType::forward_only, GetReadConnection,
       [&] {
         const std::string term = escaped_twice(iPartNum);
-        Sql sql;
-        sql << "SELECT COUNT(DISTINCT PRODUCTID) As CNT "
-               "FROM PRODUCT "
-               "WHERE "
-               "(PRODUCTDESCRIPTION LIKE '%"
-            << value(term) << "%' OR  PARTNUMBER LIKE '%" << value(term) << "%' OR  BUYFROMPARTNUMBER LIKE '%"
-            << value(term) << "%') AND DISABLED = 0 AND STOCKITEM = 1";
-        return sql;
+        return Sql("SELECT COUNT(DISTINCT PRODUCTID) As CNT "
+                   "FROM PRODUCT "
+                   "WHERE "
+                   "(PRODUCTDESCRIPTION LIKE '%")
+               << value(term) << "%' OR  PARTNUMBER LIKE '%" << value(term) << "%' OR  BUYFROMPARTNUMBER LIKE '%"
+               << value(term) << "%') AND DISABLED = 0 AND STOCKITEM = 1";
       },
       count_or_zero);
 }
@@ -85,16 +82,16 @@ DictionaryPtr Product::GetCatalogProductsByPartNumber(const std::string& i_sPart
       "Mercato.Product.GetCatalogProductsByPartNumber", CursorType::keyset, GetReadConnection,
       [&] {
         if (i_lMaxNumberOfRows == std::numeric_limits<std::int32_t>::max()) raise(error_number::kOverflow);
-        Sql sql;
-        sql << "SELECT DISTINCT TOP " << i_lMaxNumberOfRows + 1
-            << " "
-               "PRODUCTSBYCATEGORY.PRODUCTID, PRODUCT.PARTNUMBER, PRODUCT.PRODUCTDESCRIPTION "
-               "FROM PRODUCTSBYCATEGORY "
-               "INNER JOIN PRODUCT ON PRODUCTSBYCATEGORY.PRODUCTID = PRODUCT.PRODUCTID "
-               "INNER JOIN PRODUCTCATEGORY ON PRODUCTSBYCATEGORY.CATEGORYID = PRODUCTCATEGORY.CATEGORYID "
-               "INNER JOIN CATALOGNODE ON PRODUCTCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID "
-               "WHERE PARTNUMBER LIKE '"
-            << value(Gen_QuoteSql(i_sPartNumber)) << "' AND PRODUCT.DISABLED = 0";
+        Sql sql = Sql("SELECT DISTINCT TOP ")
+                  << i_lMaxNumberOfRows + 1
+                  << " "
+                     "PRODUCTSBYCATEGORY.PRODUCTID, PRODUCT.PARTNUMBER, PRODUCT.PRODUCTDESCRIPTION "
+                     "FROM PRODUCTSBYCATEGORY "
+                     "INNER JOIN PRODUCT ON PRODUCTSBYCATEGORY.PRODUCTID = PRODUCT.PRODUCTID "
+                     "INNER JOIN PRODUCTCATEGORY ON PRODUCTSBYCATEGORY.CATEGORYID = PRODUCTCATEGORY.CATEGORYID "
+                     "INNER JOIN CATALOGNODE ON PRODUCTCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID "
+                     "WHERE PARTNUMBER LIKE '"
+                  << value(Gen_QuoteSql(i_sPartNumber)) << "' AND PRODUCT.DISABLED = 0";
         if (i_sCatalogString != kAllCatalogs) sql << " AND CATALOGNODE.CATALOGID IN " << clause(i_sCatalogString);
         return sql;
       },
@@ -115,10 +112,8 @@ std::int32_t Product::GetProductIDFromSupplierPartNum(const std::string& iSuppli
   return read_and_vote(
       "Mercato.Product.GetProductIDFromSupplierPartNum", CursorType::forward_only, GetReadConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT TOP 1 PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='"
-            << value(Gen_QuoteSql(iSupplierPartNumber)) << "'";
-        return sql;
+        return Sql("SELECT TOP 1 PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='")
+               << value(Gen_QuoteSql(iSupplierPartNumber)) << "'";
       },
       id_or_none);
 }
@@ -130,8 +125,8 @@ std::int32_t Product::GetProductIdFromPartNumSource(const std::string& i_sPartNu
       [&] {
         // An equality with a text made for LIKE: callers never find a part number with a percent sign.
         std::string part_number = i_sPartNumber;
-        Sql sql;
-        sql << "SELECT TOP 1 PRODUCTID FROM PRODUCT WHERE PARTNUMBER = '" << value(QuoteForLike(part_number)) << "'";
+        Sql sql = Sql("SELECT TOP 1 PRODUCTID FROM PRODUCT WHERE PARTNUMBER = '")
+                  << value(QuoteForLike(part_number)) << "'";
         if (!IsDefaultLong(i_lStockItemFlag)) sql << " AND STOCKITEM = " << i_lStockItemFlag;
         if (!IsDefaultLong(i_lDisabledFlag)) sql << " AND DISABLED = " << i_lDisabledFlag;
         return sql;
