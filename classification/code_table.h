@@ -8,6 +8,7 @@
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"
 #include "frame/method.h"
+#include "frame/tails.h"
 
 namespace mercato::classification {
 
@@ -43,7 +44,7 @@ inline std::string first_code(std::string_view label, const Sql& sql, std::strin
         Sql_CloseConnection(connection);
         return code;
       },
-      Tail{label, [&] { Sql_CloseConnection(connection); }});
+      Tail{label, closing(connection)});
 }
 
 // Whether a table that votes aborts in the tails of its private checks.

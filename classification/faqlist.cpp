@@ -19,7 +19,7 @@ DictionaryPtr descriptions_by_id(std::string_view label, const Sql& sql, std::st
         for (; !rows->Eof(); rows->MoveNext()) descriptions->Add(rows->Value(id), rows->Value(description));
         return descriptions;
       },
-      Tail{label, [] { Mts_SetAbort(); }});
+      Tail{label, Mts_SetAbort});
 }
 
 }  // namespace
@@ -62,7 +62,7 @@ std::int32_t Faqlist::AddIssue(std::int32_t& iProductID, std::int32_t& iProductC
         connection->Close();
         return id;
       },
-      Tail{"Zentrik.Faqlist.AddIssue()", [] { Mts_SetAbort(); }});
+      Tail{"Zentrik.Faqlist.AddIssue()", Mts_SetAbort});
 }
 
 DictionaryPtr Faqlist::GetFAQCategories() {

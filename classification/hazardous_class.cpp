@@ -21,8 +21,8 @@ DictionaryPtr HazardousClass::GetAllHazardousClass() {
 }
 
 std::string HazardousClass::getHazardousClassFromDescription(const std::string& iDescription) {
-  Sql sql;
-  sql << "SELECT CLASSCODE FROM HAZARDOUSCLASS WHERE CLASSDESCRIPTION = N'" << value(Gen_QuoteSql(iDescription)) << "'";
+  const Sql sql = Sql("SELECT CLASSCODE FROM HAZARDOUSCLASS WHERE CLASSDESCRIPTION = N'")
+                  << value(Gen_QuoteSql(iDescription)) << "'";
   return classification::first_code("Mercato.HazardousClass.getHazardousClassFromDescription", sql, "CLASSCODE");
 }
 

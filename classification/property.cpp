@@ -52,12 +52,7 @@ template <class Convert>
 auto column_of(std::int32_t id, LiteralPiece statement, std::string_view label, std::string_view source,
                Convert convert) {
   return read_and_vote(
-      label, CursorType::fixed, GetConnection,
-      [&] {
-        Sql sql;
-        sql << statement << id;
-        return sql;
-      },
+      label, CursorType::fixed, GetConnection, [&] { return Sql(statement) << id; },
       [&](const RecordsetPtr& rows) {
         if (rows->Eof())
           raise(ePropertyNotFound, std::string(source), "Property " + std::to_string(id) + " not present");
@@ -76,10 +71,8 @@ bool Property::Delete(std::int32_t& iPropertyId) {
       [&]() -> Answer<bool> {
         if (!checker.CheckBeforeDelete("PROPERTY", Array{kKeyField}, Array{iPropertyId})) return refused;
         const auto remove = [&](LiteralPiece statement) {
-          Sql sql;
-          sql << statement << iPropertyId;
           connection = GetConnection();
-          return execute_and_close(connection, sql);
+          return execute_and_close(connection, Sql(statement) << iPropertyId);
         };
         remove("DELETE FROM propertyenum WHERE propertyid = ");
         remove("DELETE FROM propsbypropgroup WHERE propertyid = ");
@@ -87,11 +80,7 @@ bool Property::Delete(std::int32_t& iPropertyId) {
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Property.Delete", [&] {
-             checker.release();
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Property.Delete", closing_and_aborting(checker, connection)});
 }
 
 void Property::DeleteUserProperties(std::string&) {
@@ -121,10 +110,7 @@ std::int16_t Property::Insert20(const Array& iFields, const Array& iValues) {
         Mts_SetComplete();
         return id;
       },
-      Tail{"Mercato.Property.Insert", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Property.Insert", closing_and_aborting(opened)});
 }
 
 std::int16_t Property::Insert(std::string& iPropertyName, std::int16_t& iDataType) {
@@ -148,7 +134,7 @@ std::int32_t Property::Insert21(std::string& iPropertyName, std::int16_t& iDataT
         Mts_SetComplete();
         return id;
       },
-      Tail{"Mercato.Property.Insert21", [] { Mts_SetAbort(); }});
+      Tail{"Mercato.Property.Insert21", Mts_SetAbort});
 }
 
 bool Property::Update20(std::int32_t iPropertyId, const Array& iFields, const Array& iValues) {
@@ -156,9 +142,8 @@ bool Property::Update20(std::int32_t iPropertyId, const Array& iFields, const Ar
   return method(
       [&] {
         opened.connection = GetConnection();
-        Sql sql;
-        sql << "SELECT * FROM PROPERTY WHERE PROPERTYID=" << iPropertyId;
-        opened.rows = open_updatable(sql, opened.connection, CursorType::fixed);
+        opened.rows = open_updatable(Sql("SELECT * FROM PROPERTY WHERE PROPERTYID=") << iPropertyId, opened.connection,
+                                     CursorType::fixed);
         if (opened.rows->Eof()) raise_not_present();
         for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
           const std::string field = iFields.at(index).to_text();
@@ -173,10 +158,7 @@ bool Property::Update20(std::int32_t iPropertyId, const Array& iFields, const Ar
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Property.Update", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Property.Update", closing_and_aborting(opened)});
 }
 
 Variant Property::Update(std::int32_t& iPropertyId, std::string& iPropertyName, std::int16_t& iDataType) {
@@ -187,15 +169,10 @@ void Property::DeleteEnums(std::int32_t iPropertyId) {
   ConnectionPtr connection;
   method(
       [&] {
-        Sql sql;
-        sql << "DELETE FROM propertyenum WHERE propertyid=" << iPropertyId;
         connection = GetConnection();
-        execute_and_close(connection, sql);
+        execute_and_close(connection, Sql("DELETE FROM propertyenum WHERE propertyid=") << iPropertyId);
       },
-      Tail{"Mercato.Property.DeleteEnums", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Property.DeleteEnums", closing_and_aborting(connection)});
 }
 
 // Reading
@@ -227,10 +204,8 @@ std::int32_t Property::GetPropertyIDFromName(const std::string& i_sPropertyName)
   return read_and_vote(
       "Mercato.Property.GetPropertyIDFromName", CursorType::fixed, GetConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT PROPERTYID FROM PROPERTY WHERE PROPERTYNAME="
-            << value(GetSqlLiterals().NameToSql(i_sPropertyName));
-        return sql;
+        return Sql("SELECT PROPERTYID FROM PROPERTY WHERE PROPERTYNAME=")
+               << value(GetSqlLiterals().NameToSql(i_sPropertyName));
       },
       [](const RecordsetPtr& rows) { return rows->Eof() ? 0 : rows->Value(kKeyField).to_long(); });
 }
@@ -238,11 +213,7 @@ std::int32_t Property::GetPropertyIDFromName(const std::string& i_sPropertyName)
 DictionaryPtr Property::getPropertyEnums(std::int32_t iPropertyId) {
   return read_and_vote(
       "Mercato.Property.getPropertyEnums", CursorType::fixed, GetConnection,
-      [&] {
-        Sql sql;
-        sql << "SELECT SEQUENCEID, VALUE FROM PROPERTYENUM WHERE PROPERTYID=" << iPropertyId;
-        return sql;
-      },
+      [&] { return Sql("SELECT SEQUENCEID, VALUE FROM PROPERTYENUM WHERE PROPERTYID=") << iPropertyId; },
       [](const RecordsetPtr& rows) {
         auto enums = std::make_shared<Dictionary>();
         for (; !rows->Eof(); rows->MoveNext())
@@ -267,8 +238,8 @@ bool Property::IReferentialIntegrity_Exists(const Variant&, const Array& iFields
           const std::string field = iFields.at(index).to_text();
           if (text::to_upper(field) != kKeyField) continue;
           connection = GetConnection();
-          Sql sql;
-          sql << "SELECT * FROM PROPERTY WHERE " << name(field) << "=" << value(iValues.at(index).text_or_empty());
+          const Sql sql = Sql("SELECT * FROM PROPERTY WHERE ")
+                          << name(field) << "=" << value(iValues.at(index).text_or_empty());
           exists = !connection->Execute(sql)->Eof();
           Sql_CloseConnection(connection);
           break;
@@ -276,10 +247,7 @@ bool Property::IReferentialIntegrity_Exists(const Variant&, const Array& iFields
         Mts_SetComplete();
         return exists;
       },
-      Tail{"Mercato.Property.Exists", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Property.Exists", closing_and_aborting(connection)});
 }
 
 }  // namespace mercato

@@ -8,6 +8,7 @@
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"
 #include "frame/method.h"
+#include "frame/tails.h"
 #include "values/dictionary.h"
 
 namespace mercato {
@@ -53,9 +54,9 @@ struct GroupProperties {
 // A product and a property that it has a value of, the property Null for a product without any; the rows of a product
 // stand together. All rows are in memory, so that no connection is held during the walk.
 RecordsetPtr read_product_properties(std::int32_t group, std::int32_t product) {
-  Sql sql;
-  sql << "SELECT dbo.PRODUCT.PRODUCTID, dbo.PRODUCTPROPVALUE.PROPERTYID FROM dbo.PRODUCT LEFT JOIN "
-         "dbo.PRODUCTPROPVALUE ON dbo.PRODUCTPROPVALUE.PRODUCTID=dbo.PRODUCT.PRODUCTID ";
+  Sql sql(
+      "SELECT dbo.PRODUCT.PRODUCTID, dbo.PRODUCTPROPVALUE.PROPERTYID FROM dbo.PRODUCT LEFT JOIN "
+      "dbo.PRODUCTPROPVALUE ON dbo.PRODUCTPROPVALUE.PRODUCTID=dbo.PRODUCT.PRODUCTID ");
   if (product == kAllProductsOfTheGroup)
     sql << "WHERE dbo.PRODUCT.PROPERTYGROUPID = " << group;
   else
@@ -70,10 +71,10 @@ RecordsetPtr read_product_properties(std::int32_t group, std::int32_t product) {
 GroupProperties::GroupProperties(std::int32_t group) {
   Opened opened;
 
-  Sql members;
-  members << "SELECT PROPERTY.DEFAULTVALUE, PROPSBYPROPGROUP.PROPERTYID FROM PROPERTY INNER JOIN PROPSBYPROPGROUP ON "
-             "PROPERTY.PROPERTYID = PROPSBYPROPGROUP.PROPERTYID WHERE PROPSBYPROPGROUP.PROPERTYGROUPID = "
-          << group;
+  const Sql members =
+      Sql("SELECT PROPERTY.DEFAULTVALUE, PROPSBYPROPGROUP.PROPERTYID FROM PROPERTY INNER JOIN PROPSBYPROPGROUP ON "
+          "PROPERTY.PROPERTYID = PROPSBYPROPGROUP.PROPERTYID WHERE PROPSBYPROPGROUP.PROPERTYGROUPID = ")
+      << group;
   opened.connection = GetReadConnection();
   opened.rows = opened.connection->Execute(members);
   for (; !opened.rows->Eof(); opened.rows->MoveNext())
@@ -96,15 +97,12 @@ void change_value(const Sql& sql) {
 }
 
 void delete_value(std::int16_t property, std::int32_t product) {
-  Sql sql;
-  sql << "DELETE FROM PRODUCTPROPVALUE WHERE PROPERTYID = " << property << " AND PRODUCTID = " << product;
-  change_value(sql);
+  change_value(Sql("DELETE FROM PRODUCTPROPVALUE WHERE PROPERTYID = ") << property << " AND PRODUCTID = " << product);
 }
 
 void insert_value(std::int16_t property, std::int32_t product, const std::string& text) {
-  Sql sql;
-  sql << "INSERT INTO PRODUCTPROPVALUE (PROPERTYID, PRODUCTID, VALUE) VALUES (" << property << "," << product << ",'"
-      << value(Gen_QuoteSql(text)) << "')";
+  const Sql sql = Sql("INSERT INTO PRODUCTPROPVALUE (PROPERTYID, PRODUCTID, VALUE) VALUES (")
+                  << property << "," << product << ",'" << value(Gen_QuoteSql(text)) << "')";
   change_value(sql);
 }
 
@@ -142,7 +140,7 @@ bool PropertyGroup::UpdateGroupChange(std::int32_t& iPropertyGroupId, std::int32
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.PropertyGroup.UpdateGroupChange", [] { Mts_SetAbort(); }});
+      Tail{"Mercato.PropertyGroup.UpdateGroupChange", Mts_SetAbort});
 }
 
 bool PropertyGroup::CanDelete(std::int32_t& iPropertyGroupId) {
@@ -153,10 +151,8 @@ bool PropertyGroup::CanDelete(std::int32_t& iPropertyGroupId) {
         bool is_unused = checker.CheckBeforeDelete("PROPERTYGROUP", Array{"PROPERTYGROUPID"}, Array{iPropertyGroupId});
         if (is_unused) {
           const auto rows_reported = [&](LiteralPiece statement) {
-            Sql sql;
-            sql << statement << iPropertyGroupId;
             connection = GetReadConnection();
-            return execute_and_close(connection, sql);
+            return execute_and_close(connection, Sql(statement) << iPropertyGroupId);
           };
           // These refuse where a store counts the rows of a query. One that does not reports 0 or less.
           const std::int64_t products = rows_reported("SELECT PROPERTYGROUPID FROM PRODUCT WHERE PROPERTYGROUPID = ");
@@ -167,10 +163,7 @@ bool PropertyGroup::CanDelete(std::int32_t& iPropertyGroupId) {
         Mts_SetComplete();
         return is_unused;
       },
-      Tail{"Mercato.PropertyGroup.CanDelete", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.PropertyGroup.CanDelete", closing_and_aborting(connection)});
 }
 
 bool PropertyGroup::Delete(std::int32_t& iPropertyGroupId) {
@@ -180,10 +173,8 @@ bool PropertyGroup::Delete(std::int32_t& iPropertyGroupId) {
         const bool can_delete = CanDelete(iPropertyGroupId);
         if (can_delete) {
           const auto remove = [&](LiteralPiece statement) {
-            Sql sql;
-            sql << statement << iPropertyGroupId;
             connection = GetWriteConnection();
-            return execute_and_close(connection, sql);
+            return execute_and_close(connection, Sql(statement) << iPropertyGroupId);
           };
           remove("DELETE FROM propsbypropgroup WHERE propertygroupid = ");
           if (remove("DELETE FROM propertygroup WHERE propertygroupid = ") == 0)
@@ -193,10 +184,7 @@ bool PropertyGroup::Delete(std::int32_t& iPropertyGroupId) {
         Mts_SetComplete();
         return can_delete;
       },
-      Tail{"Mercato.PropertyGroup.Delete", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.PropertyGroup.Delete", closing_and_aborting(connection)});
 }
 
 ComponentPtr PropertyGroup::GetPropertyGroupData(const ComponentPtr&, const std::string&, std::int16_t, const Variant&,
@@ -218,7 +206,7 @@ std::int32_t PropertyGroup::Insert(std::string& iPropertyGroupName) {
         Mts_SetComplete();
         return id;
       },
-      Tail{"Mercato.PropertyGroup.Insert", [] { Mts_SetAbort(); }});
+      Tail{"Mercato.PropertyGroup.Insert", Mts_SetAbort});
 }
 
 namespace {
@@ -237,7 +225,7 @@ void add_membership(std::string_view label, std::int32_t group, std::int32_t pro
         row->Update();
         Mts_SetComplete();
       },
-      Tail{label, [] { Mts_SetAbort(); }});
+      Tail{label, Mts_SetAbort});
 }
 
 }  // namespace

@@ -20,22 +20,18 @@ bool THazardousClass::Delete(std::string& iClassCode) {
   return method(
       [&]() -> Answer<bool> {
         if (!canDeleteHazardousClass(iClassCode)) return refused;
-        Sql sql;
-        sql << "DELETE FROM HAZARDOUSCLASS WHERE CLASSCODE = N'" << value(Gen_QuoteSql(iClassCode)) << "'";
+        const Sql sql = Sql("DELETE FROM HAZARDOUSCLASS WHERE CLASSCODE = N'")
+                        << value(Gen_QuoteSql(iClassCode)) << "'";
         if (classification::delete_rows(connection, sql) == 0)
           raise(eHazardousClassNotFound, "Mercato.THazardousClass.Delete", "HazardousClass not found");
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.THazardousClass.Delete", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.THazardousClass.Delete", closing_and_aborting(connection)});
 }
 
 bool THazardousClass::canDeleteHazardousClass(const std::string& iClassCode) {
-  Sql sql;
-  sql << "SELECT * FROM PRODUCT WHERE CLASSCODE = N'" << value(Gen_QuoteSql(iClassCode)) << "'";
+  const Sql sql = Sql("SELECT * FROM PRODUCT WHERE CLASSCODE = N'") << value(Gen_QuoteSql(iClassCode)) << "'";
   return classification::is_unused("Mercato.THazardousClass.canDeleteHazardousClass", sql,
                                    classification::TailVote::none);
 }

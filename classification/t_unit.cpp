@@ -23,25 +23,21 @@ bool TUnit::Delete(std::string& iUnitCode) {
       [&]() -> Answer<bool> {
         if (!checker.CheckBeforeDelete("UNIT", Array{"UNITCODE"}, Array{iUnitCode})) return refused;
         if (!canDeleteUnit(iUnitCode)) return refused;
-        Sql sql;
-        sql << "DELETE FROM UNIT WHERE UNITCODE = '" << value(Gen_QuoteSql(iUnitCode)) << "'";
+        const Sql sql = Sql("DELETE FROM UNIT WHERE UNITCODE = '") << value(Gen_QuoteSql(iUnitCode)) << "'";
         if (classification::delete_rows(connection, sql) == 0)
           raise(eUnitNotFound, "Mercato.Unit.Delete", "Unit not found");
         checker.release();
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Unit.Delete", [&] {
-             checker.release();
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Unit.Delete", closing_and_aborting(checker, connection)});
 }
 
 bool TUnit::canDeleteUnit(const std::string& iUnitCode) {
-  Sql sql;
-  sql << "SELECT * FROM PRODUCT WHERE UNITCODE = '" << value(Gen_QuoteSql(iUnitCode)) << "'";
-  return classification::is_unused("Mercato.Unit.canDeleteUnit", sql, classification::TailVote::abort);
+  return classification::is_unused("Mercato.Unit.canDeleteUnit",
+                                   Sql("SELECT * FROM PRODUCT WHERE UNITCODE = '")
+                                       << value(Gen_QuoteSql(iUnitCode)) << "'",
+                                   classification::TailVote::abort);
 }
 
 bool TUnit::IReferentialIntegrity_BeforeDelete(const Variant&, const Array&, const Array&) {
@@ -57,9 +53,8 @@ bool TUnit::IReferentialIntegrity_Exists(const Variant&, const Array& iFields, c
         for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
           if (text::to_upper(iFields.at(index).to_text()) != "UNITCODE") continue;
           connection = open_connection(shared_connection_string(), Isolation::read_committed);
-          Sql sql;
-          sql << "SELECT UNITCODE FROM UNIT WHERE UNITCODE = '"
-              << value(Gen_QuoteSql(iValues.at(index).text_or_empty())) << "'";
+          const Sql sql = Sql("SELECT UNITCODE FROM UNIT WHERE UNITCODE = '")
+                          << value(Gen_QuoteSql(iValues.at(index).text_or_empty())) << "'";
           exists = !connection->Execute(sql)->Eof();
           break;
         }
@@ -67,10 +62,7 @@ bool TUnit::IReferentialIntegrity_Exists(const Variant&, const Array& iFields, c
         Mts_SetComplete();
         return exists;
       },
-      Tail{"Mercato.Unit.Exists", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Unit.Exists", closing_and_aborting(connection)});
 }
 
 }  // namespace mercato

@@ -27,20 +27,16 @@ bool TUNSPSC::Delete(std::string& iUNSPSCCode) {
         if (!checker.CheckBeforeDelete("UNSPSCCodes", Array{"UNSPSCCode"}, Array{iUNSPSCCode})) return refused;
         const std::string_view code = text::trim(iUNSPSCCode);
         const std::string_view parent = text::length(code) > 2 ? text::without_last(code, 2) : std::string_view();
-        Sql sql;  // the segment stands in it unquoted
-        sql << "DELETE FROM UNSPSCCODES WHERE PARENTCODE = '" << value(Gen_QuoteSql(parent)) << "' and UNSPSCCODE = '"
-            << value(text::right(code, 2)) << "'";
+        // Quotes of the segment are not doubled.
+        const Sql sql = Sql("DELETE FROM UNSPSCCODES WHERE PARENTCODE = '")
+                        << value(Gen_QuoteSql(parent)) << "' and UNSPSCCODE = '" << value(text::right(code, 2)) << "'";
         if (classification::delete_rows(connection, sql) == 0)
           raise(eUNSPSCCodeNotFound, "Mercato.UNSPSCCode.Delete", "UNSPSCCode not found");
         checker.release();
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.UNSPSCCode.Delete", [&] {
-             checker.release();
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.UNSPSCCode.Delete", closing_and_aborting(checker, connection)});
 }
 
 bool TUNSPSC::IReferentialIntegrity_BeforeDelete(const Variant&, const Array&, const Array&) {
@@ -60,9 +56,8 @@ bool TUNSPSC::IReferentialIntegrity_Exists(const Variant&, const Array& iFields,
           if (text::length(code) < 2) raise(error_number::kInvalidArgument);
           connection = open_connection(shared_connection_string(), Isolation::read_committed);
           // No store understands this: a blank in a name, and no AND.
-          Sql sql;
-          sql << "SELECT * FROM UNSPSCCodes WHERE Parent Code = '" << value(text::without_last(code, 2))
-              << "'UNSPSCCode = " << value(text::right(code, 2));
+          const Sql sql = Sql("SELECT * FROM UNSPSCCodes WHERE Parent Code = '")
+                          << value(text::without_last(code, 2)) << "'UNSPSCCode = " << value(text::right(code, 2));
           connection->Execute(sql);
           break;
         }
@@ -70,10 +65,7 @@ bool TUNSPSC::IReferentialIntegrity_Exists(const Variant&, const Array& iFields,
         Mts_SetComplete();
         return false;
       },
-      Tail{"Mercato.UNSPSCCode.Exists", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.UNSPSCCode.Exists", closing_and_aborting(connection)});
 }
 
 }  // namespace mercato

@@ -25,9 +25,8 @@ DictionaryPtr Unit::GetAllUnits() {
 
 std::string Unit::getUnitCodeFromDescription(std::string& iUnitDescription) {
   const std::string wanted = Gen_QuoteSql(iUnitDescription);
-  Sql sql;
-  sql << "SELECT UNITCODE FROM UNIT WHERE UNITCODE='" << value(wanted) << "' OR UNITDESCRIPTION = '" << value(wanted)
-      << "'";
+  const Sql sql = Sql("SELECT UNITCODE FROM UNIT WHERE UNITCODE='")
+                  << value(wanted) << "' OR UNITDESCRIPTION = '" << value(wanted) << "'";
   return classification::first_code("Mercato.Unit.getUnitCodeFromDescription", sql, "UNITCODE");
 }
 

@@ -27,8 +27,7 @@ DictionaryPtr UNSPSC::GetAllUNSPSCCodes(std::int16_t iLevelNumber, const std::st
       "Mercato.UNSPSC.getAllUNSPSCCodes", CursorType::forward_only,
       [] { return open_connection(shared_connection_string()); },
       [&] {
-        Sql sql;
-        sql << "SELECT * FROM UNSPSCCodes WHERE LEVELNUMBER = " << value(std::to_string(iLevelNumber));
+        Sql sql = Sql("SELECT * FROM UNSPSCCodes WHERE LEVELNUMBER = ") << value(std::to_string(iLevelNumber));
         if (!iParentCode.empty()) sql << " AND PARENTCODE = '" << value(iParentCode) << "'";
         sql << " ORDER BY LEVELNUMBER, PARENTCODE, UNSPSCCODE";
         return sql;
@@ -66,9 +65,7 @@ bool UNSPSC::CheckifChildExists(const std::string& i_sParentCode) {
       "Mercato.UNSPSC.CheckifChildExists", CursorType::keyset,
       [] { return open_connection(shared_connection_string()); },
       [&] {
-        Sql sql;
-        sql << "SELECT * FROM UNSPSCCodes WHERE PARENTCODE LIKE '" << value(Gen_EscapeLike(i_sParentCode)) << "%'";
-        return sql;
+        return Sql("SELECT * FROM UNSPSCCodes WHERE PARENTCODE LIKE '") << value(Gen_EscapeLike(i_sParentCode)) << "%'";
       },
       [](const RecordsetPtr& rows) { return rows->RecordCount() > 0; });
 }

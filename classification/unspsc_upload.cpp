@@ -56,9 +56,17 @@ void ignoring_failures(Statement statement) {
   }
 }
 
-// The count of changed rows is only touched when the statement succeeds.
-void execute_ignoring_failures(const ConnectionPtr& connection, const Sql& sql, std::int64_t& affected) {
+// Whether the statement changed a row. One that fails changed none.
+bool changes_a_row(const ConnectionPtr& connection, const Sql& sql) {
+  std::int64_t affected = 0;
   ignoring_failures([&] { connection->ExecuteAffecting(sql, affected); });
+  return affected > 0;
+}
+
+// Inserts a row, or else, where that is wished, updates the one that is there.
+template <class Update>
+bool is_written(const ConnectionPtr& connection, const Sql& insert, bool overwrite, Update update) {
+  return changes_a_row(connection, insert) || (overwrite && changes_a_row(connection, update()));
 }
 
 // Whether the statement says that the row is missing. One that fails says nothing.
@@ -189,45 +197,32 @@ CodeOutcome TUNSPSC::UploadCodeRow(const ConnectionPtr& connection, const std::s
   const std::string quoted_description = Gen_QuoteSql(description);
 
   if (!place->parent.empty()) {
-    Sql sql;
-    sql << "Select * from UNSPSCCODES WHERE PARENTCODE = '" << value(Gen_QuoteSql(text::without_last(place->parent, 2)))
-        << "' and UNSPSCCODE = '" << value(Gen_QuoteSql(text::right(place->parent, 2))) << "'";
+    const Sql sql = Sql("Select * from UNSPSCCODES WHERE PARENTCODE = '")
+                    << value(Gen_QuoteSql(text::without_last(place->parent, 2))) << "' and UNSPSCCODE = '"
+                    << value(Gen_QuoteSql(text::right(place->parent, 2))) << "'";
     if (is_missing(connection, sql)) return CodeOutcome::no_parent;
   }
 
-  std::int64_t affected = 0;
-  {
-    Sql sql;
-    sql << "INSERT INTO UNSPSCCODES VALUES ('" << value(parent) << "','" << value(segment) << "',"
-        << value(std::to_string(place->level)) << ", N'" << value(quoted_description) << "')";
-    execute_ignoring_failures(connection, sql, affected);
-  }
-  if (affected <= 0) {
-    if (!wishes.overwrite) return CodeOutcome::code_exists;
-    Sql sql;
-    sql << "UPDATE UNSPSCCODES SET DESCRIPTION = N'" << value(quoted_description) << "' WHERE PARENTCODE = '"
-        << value(parent) << "' AND UNSPSCCODE = '" << value(segment) << "'";
-    execute_ignoring_failures(connection, sql, affected);
-    if (affected <= 0) return CodeOutcome::code_exists;
-  }
+  const Sql insert_code = Sql("INSERT INTO UNSPSCCODES VALUES ('")
+                          << value(parent) << "','" << value(segment) << "'," << value(std::to_string(place->level))
+                          << ", N'" << value(quoted_description) << "')";
+  const auto update_code = [&] {
+    return Sql("UPDATE UNSPSCCODES SET DESCRIPTION = N'")
+           << value(quoted_description) << "' WHERE PARENTCODE = '" << value(parent) << "' AND UNSPSCCODE = '"
+           << value(segment) << "'";
+  };
+  if (!is_written(connection, insert_code, wishes.overwrite, update_code)) return CodeOutcome::code_exists;
   if (!wishes.commodities) return CodeOutcome::written;
 
   const std::string whole_code = Gen_QuoteSql(code);
-  affected = 0;
-  {
-    Sql sql;
-    sql << "INSERT INTO COMMODITY(COMMODITYCODE, DESCRIPTION) VALUES ('" << value(whole_code) << "', N'"
-        << value(quoted_description) << "')";
-    execute_ignoring_failures(connection, sql, affected);
-  }
-  if (affected <= 0) {
-    if (!wishes.overwrite) return CodeOutcome::commodity_exists;
-    Sql sql;
-    sql << "UPDATE COMMODITY SET DESCRIPTION = N'" << value(quoted_description) << "' WHERE COMMODITYCODE = '"
-        << value(whole_code) << "'";
-    execute_ignoring_failures(connection, sql, affected);
-    if (affected <= 0) return CodeOutcome::commodity_exists;
-  }
+  const Sql insert_commodity = Sql("INSERT INTO COMMODITY(COMMODITYCODE, DESCRIPTION) VALUES ('")
+                               << value(whole_code) << "', N'" << value(quoted_description) << "')";
+  const auto update_commodity = [&] {
+    return Sql("UPDATE COMMODITY SET DESCRIPTION = N'")
+           << value(quoted_description) << "' WHERE COMMODITYCODE = '" << value(whole_code) << "'";
+  };
+  if (!is_written(connection, insert_commodity, wishes.overwrite, update_commodity))
+    return CodeOutcome::commodity_exists;
   return CodeOutcome::written;
 }
 
