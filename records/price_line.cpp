@@ -12,11 +12,10 @@ constexpr int kPercentageDecimals = 2;
 
 Sql lookup(const PriceLinePolicy& policy, PriceLineAction action, const PriceLineKey& key) {
   if (action == PriceLineAction::insert) return LiteralPiece("SELECT * FROM CATALOGPRODUCTPRICE WHERE 0=1");
-  Sql sql;
-  sql << "SELECT * FROM CATALOGPRODUCTPRICE WHERE PRODUCTID=" << key.product_id
-      << " AND PRICEEFFECTIVEDATE=" << value(Gen_SqlValue(key.effective_date)) << " AND QUANTITYTO=" << key.quantity_to
-      << policy.group_comparison << value(GetSqlLiterals().TextToSql(key.group));
-  return sql;
+  return Sql("SELECT * FROM CATALOGPRODUCTPRICE WHERE PRODUCTID=")
+         << key.product_id << " AND PRICEEFFECTIVEDATE=" << value(Gen_SqlValue(key.effective_date))
+         << " AND QUANTITYTO=" << key.quantity_to << policy.group_comparison
+         << value(GetSqlLiterals().TextToSql(key.group));
 }
 
 void begin_line(Recordset& line, const PriceLineKey& key) {

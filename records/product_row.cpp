@@ -229,9 +229,8 @@ RecordsetPtr new_product_row(const ConnectionPtr& connection) {
 }
 
 RecordsetPtr open_product_row(std::int32_t product_id, const ConnectionPtr& connection) {
-  Sql sql;
-  sql << "SELECT * FROM PRODUCT WHERE PRODUCTID=" << product_id;
-  RecordsetPtr row = open_updatable(sql, connection, CursorType::fixed);
+  RecordsetPtr row =
+      open_updatable(Sql("SELECT * FROM PRODUCT WHERE PRODUCTID=") << product_id, connection, CursorType::fixed);
   if (row->Eof()) raise(eProductNotFound, "Mercato.Product.Update", "Product not present");
   return row;
 }
@@ -251,9 +250,7 @@ void follow_group_change(const Recordset& row, const WrittenProductFields& writt
                          std::int32_t product_id, Connection& connection) {
   if (!written.has_property_group || written.property_group == old_group) return;
   if (row.Value("PROPERTYGROUPID").is_null()) {
-    Sql sql;
-    sql << "DELETE FROM productpropvalue WHERE productid=" << product_id;
-    connection.Execute(sql);
+    connection.Execute(Sql("DELETE FROM productpropvalue WHERE productid=") << product_id);
   } else {
     update_group_change(written.property_group, product_id);
   }

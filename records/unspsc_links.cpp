@@ -8,6 +8,7 @@
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"
 #include "frame/method.h"
+#include "frame/tails.h"
 #include "values/text.h"
 
 namespace mercato {
@@ -21,15 +22,16 @@ void remove_if_present(Dictionary& set, const Variant& key) {
   if (set.Exists(key)) set.Remove(key);
 }
 
-// The ids of a set as the inside of a list.
-Sql& operator<<(Sql& sql, const Dictionary& set) {
+// The ids of a set, with commas between them.
+Sql ids_of(const Dictionary& set) {
+  Sql ids;
   bool first = true;
   set.for_each([&](const Variant& id, const Variant&) {
-    if (!first) sql << ",";
-    sql << value(id.to_text());
+    if (!first) ids << ",";
+    ids << value(id.to_text());
     first = false;
   });
-  return sql;
+  return ids;
 }
 
 struct Links {
@@ -55,9 +57,8 @@ std::int32_t next_place(std::int32_t place) {
 std::int32_t place_or_none(const Variant& sequence) { return sequence.is_null() ? 0 : sequence.to_long(); }
 
 void insert_link(ConnectionPtr& connection, std::int32_t product_id, std::int32_t category_id, std::int32_t place) {
-  Sql sql;
-  sql << "INSERT INTO PRODUCTSBYCATEGORY (PRODUCTID, CATEGORYID, SEQUENCE) VALUES (" << product_id << "," << category_id
-      << "," << place << ")";
+  const Sql sql = Sql("INSERT INTO PRODUCTSBYCATEGORY (PRODUCTID, CATEGORYID, SEQUENCE) VALUES (")
+                  << product_id << "," << category_id << "," << place << ")";
   connection = GetConnection();
   execute_and_close(connection, sql);
 }
@@ -100,8 +101,7 @@ bool unspsc_links_wanted() {
 
 DictionaryPtr GetProductCategoriesForUNSPSCCode(const std::string& code) {
   const std::size_t length = text::length(code);
-  Sql sql;
-  sql << "SELECT CATEGORYID FROM PRODUCTCATEGORY WHERE UNSPSCCODE IN (";
+  Sql sql("SELECT CATEGORYID FROM PRODUCTCATEGORY WHERE UNSPSCCODE IN (");
   for (std::size_t begin = 0; begin < length; begin += kSegment) {
     if (begin > 0) sql << ",";
     sql << "'" << value(Gen_QuoteSql(text::left(code, begin + kSegment))) << "'";
@@ -111,21 +111,18 @@ DictionaryPtr GetProductCategoriesForUNSPSCCode(const std::string& code) {
 }
 
 DictionaryPtr GetProductCategoriesForProduct(std::int32_t product_id) {
-  Sql sql;
-  sql << "SELECT CATEGORYID FROM PRODUCTSBYCATEGORY WHERE PRODUCTID=" << product_id;
-  return id_set("Mercato.UNSPSCLib.GetProductCategoriesForProduct", TailCloses::yes, sql, "CATEGORYID");
+  return id_set("Mercato.UNSPSCLib.GetProductCategoriesForProduct", TailCloses::yes,
+                Sql("SELECT CATEGORYID FROM PRODUCTSBYCATEGORY WHERE PRODUCTID=") << product_id, "CATEGORYID");
 }
 
 DictionaryPtr GetProductsForUNSPSCCode(const std::string& code) {
-  Sql sql;
-  sql << "SELECT PRODUCTID FROM PRODUCT WHERE UNSPSCCODE LIKE '" << value(code) << "%'";
-  return id_set("Mercato.UNSPSCLib.GetProductsForUNSPSCCode", TailCloses::no, sql, "PRODUCTID");
+  return id_set("Mercato.UNSPSCLib.GetProductsForUNSPSCCode", TailCloses::no,
+                Sql("SELECT PRODUCTID FROM PRODUCT WHERE UNSPSCCODE LIKE '") << value(code) << "%'", "PRODUCTID");
 }
 
 void GetProductsForProductCategory(std::int32_t category_id, const DictionaryPtr& products,
                                    std::int32_t& max_sequence) {
-  Sql sql;
-  sql << "SELECT PRODUCTID, SEQUENCE FROM PRODUCTSBYCATEGORY WHERE CATEGORYID=" << category_id;
+  const Sql sql = Sql("SELECT PRODUCTID, SEQUENCE FROM PRODUCTSBYCATEGORY WHERE CATEGORYID=") << category_id;
   for_each_row("Mercato.UNSPSCLib.GetProductsForProductCategory", TailCloses::yes, sql, [&](const Recordset& row) {
     products->Set(row.Value("PRODUCTID"), Variant());
     const std::int32_t place = place_or_none(row.Value("SEQUENCE"));
@@ -134,10 +131,9 @@ void GetProductsForProductCategory(std::int32_t category_id, const DictionaryPtr
 }
 
 void GetMaxSequenceNrsForProductCategories(const DictionaryPtr& categories) {
-  Sql sql;
-  sql << "SELECT CATEGORYID, MAX(SEQUENCE) AS SEQUENCE FROM PRODUCTSBYCATEGORY GROUP BY CATEGORYID "
-         "HAVING CATEGORYID IN ("
-      << *categories << ")";
+  const Sql sql = Sql("SELECT CATEGORYID, MAX(SEQUENCE) AS SEQUENCE FROM PRODUCTSBYCATEGORY GROUP BY CATEGORYID "
+                      "HAVING CATEGORYID IN (")
+                  << ids_of(*categories) << ")";
   for_each_row("Mercato.UNSPSCLib.GetMaxSequenceNrsForProductCategories", TailCloses::yes, sql,
                [&](const Recordset& row) { categories->Set(row.Value("CATEGORYID"), row.Value("SEQUENCE")); });
 }
@@ -156,9 +152,8 @@ void UpdateProductLinksForUNSPSCCode(std::int32_t product_id, const std::string&
         const auto current = is_new ? std::make_shared<Dictionary>() : GetProductCategoriesForProduct(product_id);
         const Links links = links_to_change(std::move(of_old_code), std::move(of_new_code), *current);
         if (links.lost->Count() > 0) {
-          Sql sql;
-          sql << "DELETE FROM PRODUCTSBYCATEGORY WHERE PRODUCTID=" << product_id << " AND CATEGORYID IN ("
-              << *links.lost << ")";
+          const Sql sql = Sql("DELETE FROM PRODUCTSBYCATEGORY WHERE PRODUCTID=")
+                          << product_id << " AND CATEGORYID IN (" << ids_of(*links.lost) << ")";
           connection = GetConnection();
           execute_and_close(connection, sql);
         }
@@ -169,10 +164,7 @@ void UpdateProductLinksForUNSPSCCode(std::int32_t product_id, const std::string&
           });
         }
       },
-      Tail{"Mercato.UNSPSCLib.UpdateProductLinksForUNSPSCCode", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.UNSPSCLib.UpdateProductLinksForUNSPSCCode", closing_and_aborting(connection)});
 }
 
 void UpdateProductCategoryLinksForUNSPSCCode(std::int32_t category_id, const std::string& old_code,
@@ -191,9 +183,8 @@ void UpdateProductCategoryLinksForUNSPSCCode(std::int32_t category_id, const std
         if (!is_new) GetProductsForProductCategory(category_id, current, place);
         const Links links = links_to_change(std::move(of_old_code), std::move(of_new_code), *current);
         if (links.lost->Count() > 0) {
-          Sql sql;
-          sql << "DELETE FROM PRODUCTSBYCATEGORY WHERE CATEGORYID=" << category_id << " AND PRODUCTID IN ("
-              << *links.lost << ")";
+          const Sql sql = Sql("DELETE FROM PRODUCTSBYCATEGORY WHERE CATEGORYID=")
+                          << category_id << " AND PRODUCTID IN (" << ids_of(*links.lost) << ")";
           connection = GetConnection();
           execute_and_close(connection, sql);
         }
@@ -202,10 +193,7 @@ void UpdateProductCategoryLinksForUNSPSCCode(std::int32_t category_id, const std
           insert_link(connection, product.to_long(), category_id, place);
         });
       },
-      Tail{"Mercato.UNSPSCLib.UpdateProductCategoryLinksForUNSPSCCode", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.UNSPSCLib.UpdateProductCategoryLinksForUNSPSCCode", closing_and_aborting(connection)});
 }
 
 }  // namespace mercato
