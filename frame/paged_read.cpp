@@ -44,9 +44,7 @@ Sql with_ids(Sql statement, std::string_view column, const Variant& ids) {
     if (index > given.lower) list += ' ';
     list += given.at(index).to_text();
   }
-  Sql condition;
-  condition << name(column) << " IN (" << clause(list) << ")";
-  return with_condition(std::move(statement), condition);
+  return with_condition(std::move(statement), Sql() << name(column) << " IN (" << clause(list) << ")");
 }
 
 }  // namespace mercato

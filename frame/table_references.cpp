@@ -63,9 +63,8 @@ std::vector<DanglingRows> find_dangling_rows(const std::string& connection_strin
   std::vector<DanglingRows> found;
   for (const TableReference& reference : table_references()) {
     if (!session->table(reference.table) || !session->table(reference.to_table)) continue;
-    Sql sql;
-    sql << "SELECT COUNT(*), MIN(R." << name(reference.column) << ") FROM " << name(reference.table) << " R WHERE R."
-        << name(reference.column);
+    Sql sql = Sql("SELECT COUNT(*), MIN(R.") << name(reference.column) << ") FROM " << name(reference.table)
+                                             << " R WHERE R." << name(reference.column);
     if (reference.kind == ReferenceKind::number)
       sql << " > 0";
     else
