@@ -23,8 +23,7 @@ bool refers_to_nothing(const Variant& key) {
 }
 
 bool row_exists(const std::string& table, const std::string& column, KeyKind kind, const Variant& key) {
-  Sql sql;
-  sql << "SELECT TOP 1 " << name(column) << " FROM " << name(table) << " WHERE " << name(column) << " = ";
+  Sql sql = Sql("SELECT TOP 1 ") << name(column) << " FROM " << name(table) << " WHERE " << name(column) << " = ";
   switch (kind) {
     case KeyKind::number:
       sql << key.to_long();

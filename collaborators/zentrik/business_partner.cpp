@@ -19,18 +19,16 @@ const ClassTable& BusinessPartner::table() {
 }
 
 Variant BusinessPartner::GetBusinessPartnerID(const std::string& business_id) {
-  Sql sql;
-  sql << "SELECT BUSINESSPARTNERID FROM BUSINESSPARTNER WHERE BUSINESSID = N'" << value(Gen_QuoteSql(business_id))
-      << "'";
+  const Sql sql = Sql("SELECT BUSINESSPARTNERID FROM BUSINESSPARTNER WHERE BUSINESSID = N'")
+                  << value(Gen_QuoteSql(business_id)) << "'";
   const Query partner(sql);
   return partner->Eof() ? Variant(std::int32_t{-1}) : partner->Value("BUSINESSPARTNERID");
 }
 
 std::string BusinessPartner::GetPartnerDefaultBuyer(const Variant& partner_id) {
   if (partner_id.is_null()) return {};
-  Sql sql;
-  sql << "SELECT DEFAULTBUYER FROM BUSINESSPARTNER WHERE BUSINESSPARTNERID = " << partner_id.to_long()
-      << " AND DEFAULTBUYER IS NOT NULL";
+  const Sql sql = Sql("SELECT DEFAULTBUYER FROM BUSINESSPARTNER WHERE BUSINESSPARTNERID = ")
+                  << partner_id.to_long() << " AND DEFAULTBUYER IS NOT NULL";
   const Query partner(sql);
   return partner->Eof() ? std::string() : partner->Value("DEFAULTBUYER").to_text();
 }

@@ -27,10 +27,10 @@ mercato::Currency converted(mercato::Currency amount, const Rate& rate) {
 
 // Nothing when the pair has no rate at that date. An older rate never stands in for a latest one that is no rate.
 std::optional<double> latest_rate(const std::string& source, const std::string& target, Date date) {
-  Sql sql;
-  sql << "SELECT TOP 1 RATE FROM EXCHANGERATE WHERE SOURCECODE = N'" << value(Gen_QuoteSql(source))
-      << "' AND TARGETCODE = N'" << value(Gen_QuoteSql(target))
-      << "' AND EFFECTIVEDATE <= " << value(GetSqlLiterals().DateTimeToSql(date)) << " ORDER BY EFFECTIVEDATE DESC";
+  const Sql sql = Sql("SELECT TOP 1 RATE FROM EXCHANGERATE WHERE SOURCECODE = N'")
+                  << value(Gen_QuoteSql(source)) << "' AND TARGETCODE = N'" << value(Gen_QuoteSql(target))
+                  << "' AND EFFECTIVEDATE <= " << value(GetSqlLiterals().DateTimeToSql(date))
+                  << " ORDER BY EFFECTIVEDATE DESC";
   const Query rows(sql);
   if (rows->Eof()) return std::nullopt;
   const Variant& rate = rows->Value("RATE");

@@ -17,22 +17,21 @@ const ClassTable& User::table() {
 }
 
 bool User::BuyerCheckSecond(const std::string&, const Variant& trimmed) {
-  Sql sql;
-  sql << "SELECT USERID FROM USERS WHERE USERID = N'" << value(Gen_QuoteSql(trimmed.to_text())) << "' AND ISBUYER = 1";
+  const Sql sql = Sql("SELECT USERID FROM USERS WHERE USERID = N'")
+                  << value(Gen_QuoteSql(trimmed.to_text())) << "' AND ISBUYER = 1";
   return !Query(sql)->Eof();
 }
 
 std::int32_t User::GetUserPropertyGroup(const std::string& user_id) {
-  Sql sql;
-  sql << "SELECT PROPERTYGROUPID FROM USERS WHERE USERID = N'" << value(Gen_QuoteSql(user_id))
-      << "' AND PROPERTYGROUPID IS NOT NULL";
+  const Sql sql = Sql("SELECT PROPERTYGROUPID FROM USERS WHERE USERID = N'")
+                  << value(Gen_QuoteSql(user_id)) << "' AND PROPERTYGROUPID IS NOT NULL";
   const Query user(sql);
   return user->Eof() ? 0 : user->Value("PROPERTYGROUPID").to_long();
 }
 
 bool User::BuyerCheckFirst(const std::string& user_id) {
-  Sql sql;
-  sql << "SELECT USERID FROM USERS WHERE USERID = N'" << value(Gen_QuoteSql(user_id)) << "' AND ISACTIVE = 1";
+  const Sql sql = Sql("SELECT USERID FROM USERS WHERE USERID = N'")
+                  << value(Gen_QuoteSql(user_id)) << "' AND ISACTIVE = 1";
   return !Query(sql)->Eof();
 }
 
