@@ -4,6 +4,7 @@
 
 #include "collaborators/grundwerk/reference_rules.h"
 #include "collaborators/query.h"
+#include "frame/contracts.h"
 #include "frame/lib_general.h"
 #include "platform/automation/invoke.h"
 #include "values/text.h"
@@ -22,8 +23,9 @@ bool refers_to_nothing(const Variant& key) {
   return key.is_null() || key.is_empty() || key.is_missing() || (key.is_text() && text::trim(key.text_value()).empty());
 }
 
-bool row_exists(const std::string& table, const std::string& column, KeyKind kind, const Variant& key) {
-  Sql sql = Sql("SELECT TOP 1 ") << name(column) << " FROM " << name(table) << " WHERE " << name(column) << " = ";
+// The end of a statement that reads the rows with this key.
+Sql from_rows_with(const std::string& table, const std::string& column, KeyKind kind, const Variant& key) {
+  Sql sql = Sql(" FROM ") << name(table) << " WHERE " << name(column) << " = ";
   switch (kind) {
     case KeyKind::number:
       sql << key.to_long();
@@ -37,7 +39,11 @@ bool row_exists(const std::string& table, const std::string& column, KeyKind kin
           << value(Gen_QuoteSql(key.to_text())) << "'";
       break;
   }
-  return !Query(sql)->Eof();
+  return sql;
+}
+
+bool row_exists(const std::string& table, const std::string& column, KeyKind kind, const Variant& key) {
+  return !Query(Sql("SELECT TOP 1 ") << name(column) << from_rows_with(table, column, kind, key))->Eof();
 }
 
 bool resolves(const Reference& reference, const Variant& key) {
@@ -90,6 +96,32 @@ bool ReferentialChecker::CheckBeforeDelete(const std::string&, const std::string
     const Variant key = value_of(reference.to_column, fields.to_array(), values.to_array());
     return !refers_to_nothing(key) && row_exists(reference.from_table, reference.from_column, reference.kind, key);
   });
+}
+
+std::vector<ReferringRows> rows_that_refer(std::string_view table, const Variant& key) {
+  std::vector<ReferringRows> referring;
+  const auto rules = reference_rules();
+  for (const Reference& reference : rules->references) {
+    if (reference.checked != Checked::before_delete || !text::equal_names(reference.to_table, table)) continue;
+    const Query query(Sql("SELECT COUNT(*) AS USES")
+                      << from_rows_with(reference.from_table, reference.from_column, reference.kind, key));
+    if (const std::int32_t rows = query->Value("USES").to_long(); rows > 0) referring.push_back({reference, rows});
+  }
+  return referring;
+}
+
+std::optional<Reference> unresolved_reference(std::string_view table, std::string_view column, const Variant& value) {
+  if (value.is_null()) return std::nullopt;
+  const auto rules = reference_rules();
+  for (const Reference& reference : rules->references) {
+    if (reference.checked != Checked::before_write || !text::equal_names(reference.from_table, table) ||
+        !text::equal_names(reference.from_column, column))
+      continue;
+    if (reference.kind == KeyKind::number && value.to_long() == -1) continue;
+    grundwerk::ReferentialChecker checker;
+    if (!checker.CheckReferences(std::string(table), Array{column}, Array{value})) return reference;
+  }
+  return std::nullopt;
 }
 
 }  // namespace mercato::collaborators

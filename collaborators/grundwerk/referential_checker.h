@@ -6,8 +6,13 @@
 // raises, and what a class that is asked raises.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "collaborators/grundwerk/reference_rules.h"
 #include "platform/automation/class_table.h"
 
 namespace mercato::collaborators {
@@ -26,5 +31,20 @@ class ReferentialChecker : public ComponentOf<ReferentialChecker> {
   bool CheckBeforeDelete(const std::string& application, const std::string& table, const Variant& fields,
                          const Variant& values);
 };
+
+// For hosts that say why the checker refuses. Both go by the rules in force, in their order, and raise what the class
+// raises.
+
+struct ReferringRows {
+  Reference reference;
+  std::int32_t rows;  // at least 1
+};
+// Which rows keep the row of this key from being deleted.
+std::vector<ReferringRows> rows_that_refer(std::string_view table, const Variant& key);
+
+// The reference that the value of this column holds, when the row that it names does not exist. Null refers to nothing,
+// and neither does -1 in a column of numbers. The component Grundwerk.ReferentialChecker is asked, which may be a
+// deployment's own.
+std::optional<Reference> unresolved_reference(std::string_view table, std::string_view column, const Variant& value);
 
 }  // namespace mercato::collaborators

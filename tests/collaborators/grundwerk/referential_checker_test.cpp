@@ -217,5 +217,42 @@ TEST_F(ReferentialCheckerTest, ADeploymentCanAddARule) {
   EXPECT_FALSE(references("PRODUCT", Array{"UNITCODE"}, Array{"KG"}));
 }
 
+// What hosts say of a refusal
+
+TEST_F(ReferentialCheckerTest, RowsThatReferAreCountedForEachRule) {
+  execute({"INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, PROPERTYGROUPID) VALUES ('A', 'a', 5)",
+           "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, PROPERTYGROUPID) VALUES ('B', 'b', 5)",
+           "INSERT INTO USERS (USERID, PROPERTYGROUPID) VALUES ('anna', 5)"});
+  const auto referring = rows_that_refer("propertygroup", 5);
+  ASSERT_EQ(referring.size(), 2u);
+  EXPECT_EQ(referring[0].reference.from_table, "PRODUCT");
+  EXPECT_EQ(referring[0].rows, 2);
+  EXPECT_EQ(referring[1].reference.from_table, "USERS");
+  EXPECT_EQ(referring[1].rows, 1);
+  EXPECT_TRUE(rows_that_refer("PROPERTYGROUP", 6).empty());
+  EXPECT_TRUE(rows_that_refer("NOWHERE", 5).empty());
+  EXPECT_FALSE(may_go("PROPERTYGROUP", "PROPERTYGROUPID", 5));
+}
+
+// The count asked for the code as given, and said nothing of a product that the checker refused for.
+TEST_F(ReferentialCheckerTest, RowsThatReferToACodeAreCountedWithAndWithoutItsBlanks) {
+  execute({"INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, UNSPSCCODE) VALUES ('A', 'a', '44101501')"});
+  ASSERT_EQ(rows_that_refer("UNSPSCCODES", " 44101501").size(), 1u);
+  EXPECT_EQ(rows_that_refer("UNSPSCCODES", " 44101501")[0].rows, 1);
+  EXPECT_FALSE(may_go("UNSPSCCODES", "UNSPSCCODE", " 44101501"));
+}
+
+TEST_F(ReferentialCheckerTest, TheReferenceThatLeadsNowhereIsTold) {
+  execute({"INSERT INTO USERS (USERID) VALUES ('anna')"});
+  const auto unresolved = unresolved_reference("product", "userid", "bert");
+  ASSERT_TRUE(unresolved);
+  EXPECT_EQ(unresolved->to_table, "USERS");
+  EXPECT_FALSE(unresolved_reference("PRODUCT", "USERID", "anna"));
+  EXPECT_FALSE(unresolved_reference("PRODUCT", "USERID", kNull));
+  EXPECT_TRUE(unresolved_reference("PRODUCT", "BUSINESSPARTNERID", 7));
+  EXPECT_FALSE(unresolved_reference("PRODUCT", "BUSINESSPARTNERID", "-1"));
+  EXPECT_FALSE(unresolved_reference("PRODUCT", "UNITCODE", "QQ"));  // no rule asks for it
+}
+
 }  // namespace
 }  // namespace mercato::collaborators
