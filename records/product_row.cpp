@@ -110,20 +110,38 @@ Rule rule_of(ProductWritePolicy policy, std::string_view field) {
   return as_given;
 }
 
-bool is_empty_text(const Variant& value) { return !value.is_null() && value.to_text().empty(); }
-
 void null_when_empty(Variant& value) {
-  if (is_empty_text(value)) value = kNull;
+  if (!value.is_null() && value.to_text().empty()) value = kNull;
 }
 
 bool equals_number(const Variant& value, double number) { return value.is_numeric() && value.to_double() == number; }
 
-enum class Verdict { write, skip, stop };
-
-Verdict apply_limit(Variant& value) {
-  null_when_empty(value);
-  return !value.is_null() && text::length(value.to_text()) > kLongestText ? Verdict::stop : Verdict::write;
+std::optional<ProductFieldFault> fault_of(Rule rule, const Variant& value) {
+  using Kind = ProductFieldFault::Kind;
+  if (value.is_null()) return std::nullopt;
+  switch (rule) {
+    case required:
+      if (value.to_text().empty()) return ProductFieldFault{Kind::empty};
+      return std::nullopt;
+    case limited_text:
+    case limited_text_quoted:
+      if (text::length(value.to_text()) > kLongestText) return ProductFieldFault{Kind::too_long, kLongestText};
+      return std::nullopt;
+    case date:
+      if (value.to_text() == "-1") return ProductFieldFault{Kind::no_date};
+      return std::nullopt;
+    case gtin_within_length: {
+      const std::string gtin = value.to_text();
+      const bool is_blank = text::trim(gtin).empty();
+      if (!is_blank && text::length(gtin) > kGtinLength) return ProductFieldFault{Kind::too_long, kGtinLength};
+      return std::nullopt;
+    }
+    default:
+      return std::nullopt;
+  }
 }
+
+enum class Verdict { write, skip, stop };
 
 // The first buyer goes into the row, the list is kept for the buyer rows.
 Verdict take_buyers(Variant& value, WrittenProductFields& written, BuyerSeparator& separator) {
@@ -138,14 +156,25 @@ Verdict take_buyers(Variant& value, WrittenProductFields& written, BuyerSeparato
 }
 
 Verdict apply(Rule rule, Variant& value, WrittenProductFields& written, BuyerSeparator& separator) {
+  if (fault_of(rule, value)) {
+    if (rule == gtin_within_length) raise(error_number::kInvalidArgument);
+    return Verdict::stop;
+  }
   switch (rule) {
     case as_given:
+    case required:
       return Verdict::write;
     case blank_to_null:
       EmptyToNull(value);
       return Verdict::write;
     case empty_to_null:
+    case limited_text:
+    case date:
       null_when_empty(value);
+      return Verdict::write;
+    case limited_text_quoted:
+      null_when_empty(value);
+      value = Gen_QuoteSql(value);
       return Verdict::write;
     case property_group:
       written.has_property_group = true;
@@ -155,18 +184,6 @@ Verdict apply(Rule rule, Variant& value, WrittenProductFields& written, BuyerSep
     case minus_one_to_null:
       if (equals_number(value, -1)) value = kNull;
       return Verdict::write;
-    case required:
-      return is_empty_text(value) ? Verdict::stop : Verdict::write;
-    case limited_text:
-      return apply_limit(value);
-    case limited_text_quoted: {
-      const Verdict verdict = apply_limit(value);
-      value = Gen_QuoteSql(value);
-      return verdict;
-    }
-    case date:
-      null_when_empty(value);
-      return !value.is_null() && value.to_text() == "-1" ? Verdict::stop : Verdict::write;
     case unspsc_blank_to_null:
       EmptyToNull(value);
       written.unspsc_code = value.text_or_empty();
@@ -176,9 +193,6 @@ Verdict apply(Rule rule, Variant& value, WrittenProductFields& written, BuyerSep
       written.unspsc_code = value.text_or_empty();
       return Verdict::write;
     case gtin_within_length:
-      EmptyToNull(value);
-      if (!value.is_null() && text::length(value.to_text()) > kGtinLength) raise(error_number::kInvalidArgument);
-      [[fallthrough]];
     case gtin:
       EmptyToNull(value);
       if (!value.is_null()) value = full_length_gtin(value.to_text());
@@ -220,6 +234,15 @@ std::optional<WrittenProductFields> write_product_fields(ProductWritePolicy poli
     }
   }
   return written;
+}
+
+std::optional<ProductFieldFault> product_field_fault(ProductWritePolicy policy, std::string_view field,
+                                                     const Variant& value) {
+  return fault_of(rule_of(policy, field), value);
+}
+
+Variant no_value_of(std::string_view field) {
+  return rule_of(ProductWritePolicy::update, field) == property_group ? Variant(-1) : Variant(kNull);
 }
 
 RecordsetPtr new_product_row(const ConnectionPtr& connection) {

@@ -54,6 +54,17 @@ inline std::optional<WrittenProductFields> write_product_fields(ProductWritePoli
   return write_product_fields(policy, row, fields, values, not_asked);
 }
 
+// What the policy's rule for this field finds wrong with a value: a writer then stops quietly, or raises 5 for a GTIN.
+// Nothing when the rule takes it; what the column takes is not asked.
+struct ProductFieldFault {
+  enum class Kind { empty, too_long, no_date } kind;
+  std::size_t most_characters = 0;  // of what is too long
+};
+std::optional<ProductFieldFault> product_field_fault(ProductWritePolicy policy, std::string_view field,
+                                                     const Variant& value);
+// What an update has to be given to clear this field: -1 for the property group, else Null.
+Variant no_value_of(std::string_view field);
+
 // A new row under construction.
 RecordsetPtr new_product_row(const ConnectionPtr& connection);
 // The product's row, to be changed. Whoever asks, without a product it raises eProductNotFound with the source

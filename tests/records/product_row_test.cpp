@@ -192,6 +192,58 @@ TEST_F(ProductRow, QuietStopLeavesTheFieldsBehindItUnwritten) {
   EXPECT_TRUE(row->Value("URL").is_null());
 }
 
+TEST_F(ProductRow, FaultsAreToldForEveryValueThatAWriterStopsOrFailsAt) {
+  using Kind = ProductFieldFault::Kind;
+  struct Case {
+    ProductWritePolicy policy;
+    const char* field;
+    Variant value;
+    std::optional<Kind> kind;
+    std::size_t most_characters = 0;
+  };
+  constexpr auto kPlainInsert = ProductWritePolicy::insert;
+  constexpr auto kPlainUpdate = ProductWritePolicy::update;
+  const Case cases[] = {
+      {kPlainInsert, "PARTNUMBER", "", Kind::empty},
+      {kPlainInsert, "PARTNUMBER", " ", std::nullopt},
+      {kPlainInsert, "PRODUCTDESCRIPTION", "", Kind::empty},
+      {kPlainInsert, "PRODUCTREMARK", std::string(255, 'x'), std::nullopt},
+      {kPlainInsert, "PRODUCTREMARK", std::string(256, 'x'), Kind::too_long, 255},
+      {kInsert, "PRODUCTREMARK", std::string(256, 'x'), Kind::too_long, 255},
+      {kPlainInsert, "BUYFROMCONTACTINFO", std::string(256, 'x'), Kind::too_long, 255},
+      {kPlainInsert, "PRODUCTEFFECTIVITYDATE", "-1", Kind::no_date},
+      {kPlainInsert, "PRODUCTEXPIRYDATE", std::int16_t{-1}, Kind::no_date},
+      {kPlainInsert, "PRODUCTEXPIRYDATE", "", std::nullopt},
+      {kPlainInsert, "PRODUCTEXPIRYDATE", kNull, std::nullopt},
+      {kPlainInsert, "GTIN", std::string(15, '1'), std::nullopt},
+      {kPlainUpdate, "GTIN", std::string(15, '1'), Kind::too_long, 14},
+      {kPlainUpdate, "GTIN", std::string(15, ' '), std::nullopt},
+      {kUpdate, "GTIN", std::string(15, '1'), std::nullopt},
+      {kPlainUpdate, "PARTNUMBER", "", std::nullopt},
+      {kPlainUpdate, "PRODUCTREMARK", std::string(256, 'x'), std::nullopt},
+      {kPlainInsert, "partnumber", "", std::nullopt},
+  };
+  for (const auto& [policy, field, value, kind, most_characters] : cases) {
+    const std::string what = std::string(field) + " " + shown(value);
+    const auto fault = product_field_fault(policy, field, value);
+    ASSERT_EQ(fault.has_value(), kind.has_value()) << what;
+    if (fault) {
+      EXPECT_EQ(fault->kind, *kind) << what;
+      EXPECT_EQ(fault->most_characters, most_characters) << what;
+    }
+    new_row();
+    const std::string outcome = outcome_of(
+        [&, &policy = policy, &field = field, &value = value] { return write(policy, {field}, {value}); }, *row, field);
+    EXPECT_EQ(outcome == "stop" || outcome == "fails 5", kind.has_value()) << what << ": " << outcome;
+  }
+}
+
+TEST_F(ProductRow, EveryFieldIsClearedByNullButTheGroup) {
+  EXPECT_EQ(no_value_of("PROPERTYGROUPID"), Variant(-1));
+  EXPECT_EQ(no_value_of("BUSINESSPARTNERID"), Variant(kNull));
+  EXPECT_EQ(no_value_of("PRODUCTREMARK"), Variant(kNull));
+}
+
 TEST_F(ProductRow, MisspeltContactEmailIsNoColumn) {
   EXPECT_EQ(raised_by([&] { write(kInsert, Array{"BYFROMCONTACTEMAIL"}, Array{"x"}); }).Number,
             error_number::kNoSuchField);
