@@ -1,8 +1,11 @@
 // The uploads of UNSPSC codes: two ways to read pairs of code and description, one way to write them.
+#include "classification/unspsc_upload.h"
+
 #include <cstdint>
 #include <optional>
 
 #include "classification/t_unspsc.h"
+#include "classification/unspsc_code.h"
 #include "frame/contracts.h"
 #include "frame/documents.h"
 #include "frame/lib_general.h"
@@ -19,31 +22,6 @@ namespace {
 constexpr const char* kFromXls = "Mercato.UNSPSC.UploadFromXLS";
 constexpr const char* kFromXml = "Mercato.UNSPSC.UploadFromXML";
 constexpr const char* kSchemaPath = "\\xmlschemas\\UNSPSC_Schema.xml";
-
-// The row of a code: the last of its pairs that is not zero, below all pairs before that.
-struct Place {
-  std::string parent;
-  std::string segment;
-  std::int16_t level = 0;
-};
-
-// Nothing for a malformed code. One of zeros only has neither parent nor segment, and the level 0.
-std::optional<Place> place_of(const std::string& code) {
-  constexpr std::size_t kPair = 2;
-  if (const std::size_t length = text::length(code); length != 8 && length != 10) return std::nullopt;
-  if (!text::parse_number(code)) return std::nullopt;  // what reads as a number has no character beyond ASCII
-  Place place;
-  for (std::size_t at = 0; at < code.size(); at += kPair) {
-    // "1E" is no number, though it is part of one: such a pair is neither zero nor anything else.
-    const std::optional<double> pair = text::parse_number(code.substr(at, kPair));
-    if (pair.value_or(0) != 0) {
-      place = {code.substr(0, at), code.substr(at, kPair), static_cast<std::int16_t>(at / kPair + 1)};
-    } else if (pair && text::parse_number(code.substr(at + kPair)).value_or(0) != 0) {
-      return std::nullopt;
-    }
-  }
-  return place;
-}
 
 // Runs a statement whose failure is no failure, but for one that finds no memory: like the timeout, it ends the call.
 template <class Statement>
@@ -190,7 +168,7 @@ void TUNSPSC::upload_code(const ConnectionPtr& connection, std::size_t item, con
 
 CodeOutcome TUNSPSC::UploadCodeRow(const ConnectionPtr& connection, const std::string& code,
                                    const std::string& description, Wishes wishes) {
-  const std::optional<Place> place = place_of(code);
+  const std::optional<unspsc::Place> place = unspsc::place_of(code);
   if (!place) return CodeOutcome::malformed;
   const std::string parent = Gen_QuoteSql(place->parent);
   const std::string segment = Gen_QuoteSql(place->segment);
@@ -224,6 +202,11 @@ CodeOutcome TUNSPSC::UploadCodeRow(const ConnectionPtr& connection, const std::s
   if (!is_written(connection, insert_commodity, wishes.overwrite, update_commodity))
     return CodeOutcome::commodity_exists;
   return CodeOutcome::written;
+}
+
+void unspsc::require_writable_codes(const std::string& connection_string) {
+  open_connection(connection_string)
+      ->Execute(LiteralPiece("UPDATE UNSPSCCODES SET DESCRIPTION = DESCRIPTION WHERE 0 = 1"));
 }
 
 void TUNSPSC::tell(const std::function<void(UnspscUploadObserver&)>& news) {
