@@ -1,18 +1,20 @@
 // Favourites of users, and the buyers of products.
+#include "product/product_favorites.h"
+
 #include <algorithm>
 
 #include "frame/contracts.h"
+#include "frame/query_rows.h"
 #include "product/product_internal.h"
 #include "records/product_row.h"
 
 namespace mercato {
 
-using product::IsDefaultLong;
+using product::kAllFavoriteTypes;
+using product::kAllFolders;
+using product::kTopLevelFolder;
 
 namespace {
-
-constexpr std::int32_t kAllFolders = -1;
-constexpr std::int32_t kTopLevel = 0;
 
 bool exists(const RecordsetPtr& favorite) {
   if (favorite->Eof()) return false;
@@ -22,13 +24,24 @@ bool exists(const RecordsetPtr& favorite) {
 
 bool equals(const Variant& flag, std::int32_t number) { return !flag.is_null() && flag.to_long() == number; }
 
+// The end of a statement about favourites. The user's id stands in it as it is given. -1 stands for all types, and for
+// all folders.
+Sql from_favorites(std::string_view user_id, std::int32_t product_id, std::int32_t favorite_type,
+                   std::int32_t folder_id) {
+  Sql sql = Sql(" FROM FAVORITES WHERE USERID='") << value(user_id) << "' AND PRODUCTID=" << product_id;
+  if (favorite_type != kAllFavoriteTypes)
+    favorite_type == WarehouseFavorite ? sql << " AND WAREHOUSEFAVORITE = 1" : sql << " AND WAREHOUSEFAVORITE = 0";
+  if (folder_id != kAllFolders) sql << " AND FOLDERID = " << folder_id;
+  return sql;
+}
+
 // The reason stands in the source, where callers look for it; there is no description.
 [[noreturn]] void raise_invalid_reference(std::string reason) { raise(kInvalidReference, std::move(reason), {}); }
 
 }  // namespace
 
 void Product::CreateFavorite(const std::string& i_sUserID, std::int32_t i_lProductID, std::int32_t i_lFavoriteType) {
-  CreateFavoriteEx(i_sUserID, i_lProductID, i_lFavoriteType, kTopLevel);
+  CreateFavoriteEx(i_sUserID, i_lProductID, i_lFavoriteType, kTopLevelFolder);
 }
 
 void Product::DeleteFavorite(const std::string& i_sUserID, std::int32_t i_lProductID, std::int32_t i_lFavoriteType) {
@@ -41,7 +54,7 @@ void Product::CreateFavoriteEx(const std::string& i_sUserID, std::int32_t i_lPro
   method(
       [&]() -> Answer<bool> {
         const bool warehouse = i_lFavoriteType == WarehouseFavorite;
-        const std::int32_t folder = std::max(i_lFolderID, kTopLevel);
+        const std::int32_t folder = std::max(i_lFolderID, kTopLevelFolder);
         Sql sql = Sql("SELECT * FROM FAVORITES WHERE USERID='")
                   << value(i_sUserID) << "' AND PRODUCTID=" << i_lProductID;
         warehouse ? sql << " AND WAREHOUSEFAVORITE=1" : sql << " AND WAREHOUSEFAVORITE=0";
@@ -64,16 +77,33 @@ void Product::CreateFavoriteEx(const std::string& i_sUserID, std::int32_t i_lPro
       Tail{"Mercato.Product.CreateFavoriteEx", closing_and_aborting(opened)});
 }
 
-// The type and the folder -1 stand for all here, unlike above.
 void Product::DeleteFavoriteEx(const std::string& i_sUserID, std::int32_t i_lProductID, std::int32_t i_lFavoriteType,
                                std::int32_t i_lFolderID) {
   execute_and_vote("Mercato.Product.DeleteFavoriteEx", GetConnection, [&] {
-    Sql sql = Sql("DELETE FROM FAVORITES WHERE USERID='") << value(i_sUserID) << "' AND PRODUCTID=" << i_lProductID;
-    if (!IsDefaultLong(i_lFavoriteType))
-      i_lFavoriteType == WarehouseFavorite ? sql << " AND WAREHOUSEFAVORITE = 1" : sql << " AND WAREHOUSEFAVORITE = 0";
-    if (i_lFolderID != kAllFolders) sql << " AND FOLDERID = " << i_lFolderID;
-    return sql;
+    return Sql("DELETE") << from_favorites(i_sUserID, i_lProductID, i_lFavoriteType, i_lFolderID);
   });
+}
+
+std::vector<DictionaryPtr> product::favorites_of(const std::string& connection_string, const std::string& user_id) {
+  const Sql sql =
+      Sql("SELECT FAVORITES.PRODUCTID, PRODUCT.PARTNUMBER, PRODUCT.PRODUCTDESCRIPTION, FAVORITES.WAREHOUSEFAVORITE, "
+          "FAVORITES.FOLDERID, FAVORITEFOLDERS.FOLDERNAME FROM FAVORITES LEFT JOIN PRODUCT ON FAVORITES.PRODUCTID = "
+          "PRODUCT.PRODUCTID LEFT JOIN FAVORITEFOLDERS ON FAVORITES.FOLDERID = FAVORITEFOLDERS.FOLDERID WHERE "
+          "FAVORITES.PRESENT > 0 AND FAVORITES.USERID = N'")
+      << value(Gen_QuoteSql(user_id)) << "' ORDER BY FAVORITES.FOLDERID, FAVORITES.PRODUCTID";
+  return query_rows(connection_string, sql);
+}
+
+std::int32_t product::count_favorites(const std::string& connection_string, const std::string& user_id,
+                                      std::int32_t product_id, std::int32_t favorite_type, std::int32_t folder_id) {
+  const Sql sql = Sql("SELECT COUNT(*) AS FAVORITES")
+                  << from_favorites(Gen_QuoteSql(user_id), product_id, favorite_type, folder_id) << " AND PRESENT > 0";
+  return query_rows(connection_string, sql).at(0)->Item("FAVORITES").to_long();
+}
+
+std::int32_t product::count_favorites_in_folder(const std::string& connection_string, std::int32_t folder_id) {
+  const Sql sql = Sql("SELECT COUNT(*) AS FAVORITES FROM FAVORITES WHERE FOLDERID = ") << folder_id;
+  return query_rows(connection_string, sql).at(0)->Item("FAVORITES").to_long();
 }
 
 // No abort vote in the tail.

@@ -1,4 +1,6 @@
 // Favourites of users, and the buyers of products.
+#include "product/product_favorites.h"
+
 #include <gtest/gtest.h>
 
 #include "frame/lib_error_handling.h"
@@ -182,6 +184,50 @@ TEST_F(ProductFavorites, RefusedStatementsAreLoggedUnderTheNewNames) {
     EXPECT_EQ(recorder.log, expected.log);
     EXPECT_EQ(vote(), Vote::abort);
   }
+}
+
+// What hosts list and count
+
+TEST_F(ProductFavorites, OfAUserAreListedByFolderAndProductWithTheirNames) {
+  add_product("P-1", "paper");
+  execute({"INSERT INTO FAVORITEFOLDERS (USERID, FOLDERNAME) VALUES ('O''Neil', 'Every week')",
+           "INSERT INTO FAVORITES VALUES ('O''Neil', 1, 1, 1, 1)",
+           "INSERT INTO FAVORITES VALUES ('O''Neil', 7, 0, 0, 1)",
+           "INSERT INTO FAVORITES VALUES ('O''Neil', 1, 0, 0, 1)",
+           "INSERT INTO FAVORITES VALUES ('O''Neil', 2, 0, 0, 0)", "INSERT INTO FAVORITES VALUES ('ann', 1, 0, 0, 1)"});
+  Rows listed;
+  for (const DictionaryPtr& row : product::favorites_of(connection_string(), "O'Neil"))
+    listed.push_back({row->Item("PRODUCTID"), row->Item("PARTNUMBER"), row->Item("PRODUCTDESCRIPTION"),
+                      row->Item("WAREHOUSEFAVORITE"), row->Item("FOLDERID"), row->Item("FOLDERNAME")});
+  EXPECT_EQ(listed, (Rows{{1, "P-1", "paper", small(0), 0, kNull},
+                          {7, kNull, kNull, small(0), 0, kNull},
+                          {1, "P-1", "paper", small(1), 1, "Every week"}}));
+  EXPECT_TRUE(product::favorites_of(connection_string(), "bob").empty());
+}
+
+TEST_F(ProductFavorites, AreCountedAsTheyWouldBeDeleted) {
+  const auto make = [&] {
+    execute({"DELETE FROM FAVORITES", "INSERT INTO FAVORITES VALUES ('ann', 1, 0, 0, 1)",
+             "INSERT INTO FAVORITES VALUES ('ann', 1, 1, 0, 1)", "INSERT INTO FAVORITES VALUES ('ann', 1, 0, 3, 1)",
+             "INSERT INTO FAVORITES VALUES ('ann', 2, 0, 3, 1)", "INSERT INTO FAVORITES VALUES ('bob', 1, 0, 3, 1)"});
+  };
+  struct Case {
+    std::int32_t type;
+    std::int32_t folder;
+    std::int32_t count;
+  };
+  for (const auto& [type, folder, count] :
+       {Case{-1, -1, 3}, Case{DefaultFavorite, -1, 2}, Case{WarehouseFavorite, -1, 1}, Case{-1, 0, 2}, Case{-1, 3, 1},
+        Case{WarehouseFavorite, 3, 0}}) {
+    make();
+    EXPECT_EQ(product::count_favorites(connection_string(), "ann", 1, type, folder), count) << type << ", " << folder;
+    product_->DeleteFavoriteEx("ann", 1, type, folder);
+    EXPECT_EQ(favorites().size(), static_cast<std::size_t>(5 - count)) << type << ", " << folder;
+  }
+  make();
+  EXPECT_EQ(product::count_favorites_in_folder(connection_string(), 3), 3);
+  EXPECT_EQ(product::count_favorites_in_folder(connection_string(), 9), 0);
+  EXPECT_EQ(product::count_favorites(connection_string(), "O'Neil", 1, -1, -1), 0);
 }
 
 // Buyers
