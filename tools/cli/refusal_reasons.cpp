@@ -3,12 +3,9 @@
 #include <algorithm>
 #include <iostream>
 #include <iterator>
-#include <optional>
 
-#include "collaborators/grundwerk/reference_rules.h"
-#include "frame/contracts.h"
-#include "platform/store/driver.h"
-#include "platform/store/session_pool.h"
+#include "collaborators/grundwerk/referential_checker.h"
+#include "frame/table_columns.h"
 #include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/listing.h"
@@ -18,10 +15,6 @@
 
 namespace mercato::cli {
 namespace {
-
-using collaborators::Checked;
-using collaborators::KeyKind;
-using collaborators::Reference;
 
 // What the rows of a table are called.
 struct Noun {
@@ -54,17 +47,6 @@ std::string noun_of(std::string_view table, bool several = false) {
   return several ? noun->several : noun->one;
 }
 
-std::int32_t rows_that_refer(const Reference& reference, const Variant& key) {
-  Sql sql;
-  sql << "SELECT COUNT(*) AS USES FROM " << name(reference.from_table) << " WHERE " << name(reference.from_column)
-      << " = ";
-  if (reference.kind == KeyKind::number)
-    sql << key.to_long();
-  else
-    sql << "N'" << value(Gen_QuoteSql(key.to_text())) << "'";
-  return query_rows(sql).at(0)->Item("USES").to_long();
-}
-
 const char* wanted_by(store::ColumnType type) {
   switch (type) {
     case store::ColumnType::date:
@@ -81,62 +63,40 @@ const char* wanted_by(store::ColumnType type) {
 
 // Nothing when the column takes the value.
 std::string misfit(const store::Column& column, const Variant& value) {
-  if (value.is_null()) return column.nullable ? std::string() : column.name + " is empty";
-  const std::string text = value.to_text();
-  const std::size_t length = text::length(text);
-  if (column.type == store::ColumnType::text && column.width > 0 && length > static_cast<std::size_t>(column.width))
-    return column.name + " takes at most " + std::to_string(column.width) + " characters, not " +
-           std::to_string(length);
-  try {
-    store::to_column_type(value, column.type);
-    return {};
-  } catch (const Raised& raised) {
-    if (raised.error().Number == error_number::kOverflow) return column.name + " does not go as far as " + text;
-    return column.name + " takes " + wanted_by(column.type) + ", not '" + text + "'";
-  }
-}
-
-// Nothing when no rule is asked for this column, or the reference resolves.
-std::string dangling(std::string_view table, const store::Column& column, const Variant& value) {
-  if (value.is_null()) return {};
-  const auto rules = collaborators::reference_rules();
-  for (const Reference& reference : rules->references) {
-    if (reference.checked != Checked::before_write || !text::equal_names(reference.from_table, table) ||
-        !text::equal_names(reference.from_column, column.name))
-      continue;
-    if (reference.kind == KeyKind::number && value.to_long() == -1) continue;  // stands for none
-    grundwerk::ReferentialChecker checker;
-    if (!checker.CheckReferences(std::string(table), Array{column.name}, Array{value}))
-      return "there is no " + noun_of(reference.to_table) + " " + value.to_text();
+  switch (column_fault(column, value)) {
+    case ColumnFault::none:
+      return {};
+    case ColumnFault::is_null:
+      return column.name + " is empty";
+    case ColumnFault::too_long:
+      return column.name + " takes at most " + std::to_string(column.width) + " characters, not " +
+             std::to_string(text::length(value.to_text()));
+    case ColumnFault::out_of_range:
+      return column.name + " does not go as far as " + value.to_text();
+    case ColumnFault::wrong_type:
+      return column.name + " takes " + wanted_by(column.type) + ", not '" + value.to_text() + "'";
   }
   return {};
 }
 
-// A copy: other questions run on the same store.
-std::optional<store::TableInfo> table_of(std::string_view table) {
-  const auto session = store::acquire_session(connection_string());
-  const store::TableInfo* found = session->table(table);
-  if (!found) return std::nullopt;
-  return *found;
+// Nothing when no rule is asked for this column, or the reference resolves.
+std::string dangling(std::string_view table, const store::Column& column, const Variant& value) {
+  const auto reference = collaborators::unresolved_reference(table, column.name, value);
+  return reference ? "there is no " + noun_of(reference->to_table) + " " + value.to_text() : std::string();
 }
 
 }  // namespace
 
 Reasons reasons_against_delete(std::string_view table, const Variant& key) {
   Reasons reasons;
-  const auto rules = collaborators::reference_rules();
-  for (const Reference& reference : rules->references) {
-    if (reference.checked != Checked::before_delete || !text::equal_names(reference.to_table, table)) continue;
-    const std::int32_t uses = rows_that_refer(reference, key);
-    if (uses > 0)
-      reasons.push_back(std::to_string(uses) + " " + noun_of(reference.from_table, uses > 1) +
-                        (uses == 1 ? " still uses " : " still use ") + noun_of(table) + " " + key.to_text());
-  }
+  for (const auto& [reference, rows] : collaborators::rows_that_refer(table, key))
+    reasons.push_back(std::to_string(rows) + " " + noun_of(reference.from_table, rows > 1) +
+                      (rows == 1 ? " still uses " : " still use ") + noun_of(table) + " " + key.to_text());
   return reasons;
 }
 
 Reasons reasons_against_write(std::string_view table, const Array& fields, const Array& values) {
-  const std::optional<store::TableInfo> info = table_of(table);
+  const auto info = table_columns(connection_string(), table);
   if (!info) return {};
   Reasons reasons;
   for (std::int32_t index = fields.lower; index <= fields.upper(); ++index) {
@@ -155,21 +115,12 @@ Reasons reasons_against_write(std::string_view table, const Array& fields, const
 }
 
 void expect_row(std::string_view table, const Variant& key) {
-  const std::optional<store::TableInfo> info = table_of(table);
-  if (!info || info->key.size() != 1) return;
-  const store::Column& column = info->columns[info->key.front()];
-  Sql sql;
-  sql << "SELECT " << name(column.name) << " FROM " << name(table) << " WHERE " << name(column.name) << " = ";
-  if (column.type == store::ColumnType::text)
-    sql << "N'" << value(Gen_QuoteSql(key.to_text())) << "'";
-  else
-    sql << key.to_long();
-  if (query_rows(sql).empty())
+  if (!has_row(connection_string(), table, key))
     raise(error_number::kInvalidArgument, {}, "There is no " + noun_of(table) + " " + key.to_text());
 }
 
 void expect_no_assigned_field(std::string_view table, const Array& fields) {
-  const std::optional<store::TableInfo> info = table_of(table);
+  const auto info = table_columns(connection_string(), table);
   if (!info) return;
   for (const Variant& field : fields.items)
     if (const auto position = info->find(field.to_text()); position && info->columns[*position].assigned)

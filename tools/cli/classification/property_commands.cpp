@@ -5,6 +5,8 @@
 #include <optional>
 #include <string_view>
 
+#include "classification/group_members.h"
+#include "classification/property.h"
 #include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
@@ -17,8 +19,7 @@ namespace property_commands {
 constexpr const char* kPropertyProgId = "Mercato.Property";
 constexpr const char* kGroupProgId = "Mercato.PropertyGroup";
 
-constexpr std::int16_t kEnumerated = 3;
-constexpr std::array<std::string_view, 4> kTypeNames = {"text", "number", "enum", "date"};  // data types 1 to 4
+constexpr std::array<std::string_view, 4> kTypeNames = {"text", "number", "enum", "date"};  // of Datatype, in its order
 
 struct NoOptions {};
 struct NewProperty {
@@ -72,7 +73,7 @@ int list_properties(const NoOptions&, const OutputOptions& output) {
   for (const DictionaryPtr& row : all_of(kProperties)) {
     gateway::Json choices = gateway::Json::array();
     std::string words;
-    if (const Variant& type = row->Item("DATATYPE"); !type.is_null() && type.to_long() == kEnumerated)
+    if (const Variant& type = row->Item("DATATYPE"); !type.is_null() && type.to_long() == ENUMPROPERTYTYPE)
       call(properties, "getPropertyEnums", {row->Item("PROPERTYID")})
           .to<Dictionary>()
           ->for_each([&](const Variant&, const Variant& choice) {
@@ -124,13 +125,9 @@ int insert_group(const Named& given, const OutputOptions& output) {
   return answer(output, {{"id", id}}, "property group " + std::to_string(id) + " created.");
 }
 
-// No call of the library tells them.
 std::map<std::int32_t, Rows> members_by_group() {
   std::map<std::int32_t, Rows> members;
-  for (const DictionaryPtr& row : query_rows(LiteralPiece(
-           "SELECT PROPSBYPROPGROUP.PROPERTYGROUPID, PROPSBYPROPGROUP.PROPERTYID, PROPERTY.PROPERTYNAME, MANDATORY, "
-           "SHOWINPRODUCTSHEET FROM PROPSBYPROPGROUP INNER JOIN PROPERTY ON PROPSBYPROPGROUP.PROPERTYID = "
-           "PROPERTY.PROPERTYID ORDER BY PROPERTY.PROPERTYNAME")))
+  for (const DictionaryPtr& row : classification::members_of_all_groups(connection_string()))
     members[row->Item("PROPERTYGROUPID").to_long()].push_back(row);
   return members;
 }

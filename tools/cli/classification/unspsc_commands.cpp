@@ -5,8 +5,9 @@
 #include <optional>
 
 #include "classification/t_unspsc.h"
+#include "classification/unspsc_code.h"
+#include "classification/unspsc_upload.h"
 #include "frame/lib_error_handling.h"
-#include "frame/lib_sql.h"
 #include "platform/files/files.h"
 #include "platform/spreadsheet/workbook.h"
 #include "platform/transactions/object_context.h"
@@ -30,12 +31,6 @@ struct Branch {
   std::string code;  // empty: the whole tree
   int depth = 2;
 };
-
-// A code without the zero pairs at its end, which stand for nothing.
-std::string without_zero_pairs(std::string code) {
-  while (code.size() > 2 && code.size() % 2 == 0 && code.ends_with("00")) code.resize(code.size() - 2);
-  return code;
-}
 
 bool is_digits(const std::string& code) {
   return std::ranges::all_of(code, [](char character) { return character >= '0' && character <= '9'; });
@@ -92,10 +87,8 @@ std::string reason_of(const UploadedCode& code, bool overwrite) {
       return not_taken_by("UNSPSCCODES", "exists already");
     case CodeOutcome::commodity_exists:
       return not_taken_by("COMMODITY", "written, but the commodity exists already");
-    case CodeOutcome::no_parent: {
-      const std::string significant = without_zero_pairs(code.code);
-      return "the code above it, " + significant.substr(0, significant.size() - 2) + ", is missing";
-    }
+    case CodeOutcome::no_parent:
+      return "the code above it, " + unspsc::place_of(code.code).value_or(unspsc::Place{}).parent + ", is missing";
     case CodeOutcome::written:
       break;
   }
@@ -144,8 +137,7 @@ std::string words_for(const RaisedError& failure, const Watcher& watcher, const 
 void require_writable_store(const std::string& file) {
   try {
     const OneTransaction never_committed;
-    open_connection(connection_string())
-        ->Execute(LiteralPiece("UPDATE UNSPSCCODES SET DESCRIPTION = DESCRIPTION WHERE 0 = 1"));
+    unspsc::require_writable_codes(connection_string());
   } catch (const Raised& raised) {
     raise_unwritable(file, raised.error());
   }
@@ -220,7 +212,7 @@ gateway::Json add_branch(const ComponentPtr& codes, const std::string& parent, i
                          Table& table) {
   gateway::Json list = gateway::Json::array();
   if (depth == 0) return list;
-  const auto level = static_cast<std::int16_t>(parent.size() / 2 + 1);
+  const std::int16_t level = unspsc::level_below(parent);
   call(codes, "GetAllUNSPSCCodes", {level, parent})
       .to<Dictionary>()
       ->for_each([&](const Variant& code, const Variant& description) {
@@ -236,7 +228,7 @@ gateway::Json add_branch(const ComponentPtr& codes, const std::string& parent, i
 int tree(const Branch& given, const OutputOptions& output) {
   const ComponentPtr codes = create_root("Mercato.UNSPSC");
   Table table({"CODE", "DESCRIPTION"});
-  const std::string code = without_zero_pairs(given.code);
+  const std::string code = unspsc::without_zero_pairs(given.code);
   std::string indent;
   if (!code.empty()) {
     if (code.size() < 2 || !is_digits(code) || !call(codes, "IsUNSPSCCodeExists", {code}).to_boolean())

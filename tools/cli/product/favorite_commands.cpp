@@ -1,8 +1,10 @@
 // mercato favorite: the products that users have marked.
+#include <algorithm>
 #include <optional>
 
-#include "frame/lib_general.h"
 #include "platform/transactions/object_context.h"
+#include "product/product.h"
+#include "product/product_favorites.h"
 #include "tools/cli/catalog/rights_walk.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
@@ -13,24 +15,24 @@
 namespace mercato::cli {
 namespace favorite_commands {
 
+using product::kAllFavoriteTypes;
+using product::kAllFolders;
+using product::kTopLevelFolder;
+
 constexpr const char* kProgId = "Mercato.Product";
-constexpr std::int32_t kOrdinary = 0;
-constexpr std::int32_t kWarehouse = 1;
-constexpr std::int32_t kAll = -1;  // types, and folders
-constexpr std::int32_t kTopLevel = 0;
 
 struct NewFavorite {
   std::string user;
   std::int32_t product_id = 0;
   bool warehouse = false;
-  std::int32_t folder = 0;
+  std::int32_t folder = kTopLevelFolder;
 };
 struct WhichFavorites {
   std::string user;
   std::int32_t product_id = 0;
   bool warehouse = false;
   bool ordinary = false;
-  std::int32_t folder = kAll;
+  std::int32_t folder = kAllFolders;
 };
 struct FavoriteUser {
   std::string user;
@@ -42,26 +44,11 @@ Reasons reasons_against_favorite(const std::string& user) {
   return reasons;
 }
 
-// No call of the library lists them.
-Rows favorites_of(const std::string& user) {
-  Sql sql;
-  sql << "SELECT FAVORITES.PRODUCTID, PRODUCT.PARTNUMBER, PRODUCT.PRODUCTDESCRIPTION, FAVORITES.WAREHOUSEFAVORITE, "
-         "FAVORITES.FOLDERID, FAVORITEFOLDERS.FOLDERNAME FROM FAVORITES LEFT JOIN PRODUCT ON FAVORITES.PRODUCTID = "
-         "PRODUCT.PRODUCTID LEFT JOIN FAVORITEFOLDERS ON FAVORITES.FOLDERID = FAVORITEFOLDERS.FOLDERID WHERE "
-         "FAVORITES.PRESENT > 0 AND FAVORITES.USERID = N'"
-      << value(Gen_QuoteSql(user)) << "' ORDER BY FAVORITES.FOLDERID, FAVORITES.PRODUCTID";
-  return query_rows(sql);
-}
-
-bool is_warehouse(const Dictionary& favorite) { return text_of(favorite, "WAREHOUSEFAVORITE") == "1"; }
-
 // An unknown folder would be taken, too.
 void require_folder(const std::string& user, std::int32_t folder) {
-  if (folder == kTopLevel) return;
-  Sql sql;
-  sql << "SELECT FOLDERID FROM FAVORITEFOLDERS WHERE FOLDERID = " << folder << " AND USERID = N'"
-      << value(Gen_QuoteSql(user)) << "'";
-  if (query_rows(sql).empty())
+  if (folder == kTopLevelFolder) return;
+  const std::vector<Folder> folders = folders_of(user);
+  if (std::ranges::none_of(folders, [&](const Folder& own) { return own.id == folder; }))
     raise(error_number::kInvalidArgument, {}, user + " has no folder " + std::to_string(folder));
 }
 
@@ -71,8 +58,9 @@ int add(const NewFavorite& given, const OutputOptions& output) {
   const ComponentPtr products = create_root(kProgId);
   explaining([&](const RaisedError&) { return reasons_against_favorite(given.user); },
              [&] {
-               return call(products, "CreateFavoriteEx",
-                           {given.user, given.product_id, given.warehouse ? kWarehouse : kOrdinary, given.folder});
+               return call(
+                   products, "CreateFavoriteEx",
+                   {given.user, given.product_id, given.warehouse ? WarehouseFavorite : DefaultFavorite, given.folder});
              });
   // One that exists raises nothing: the vote tells.
   const bool added = products->context()->vote_of_last_call() == Vote::commit;
@@ -83,13 +71,9 @@ int add(const NewFavorite& given, const OutputOptions& output) {
 }
 
 int remove(const WhichFavorites& given, const OutputOptions& output) {
-  std::size_t there = 0;
-  for (const DictionaryPtr& favorite : favorites_of(given.user)) {
-    const bool wanted_type = is_warehouse(*favorite) ? !given.ordinary : !given.warehouse;
-    const bool wanted_folder = given.folder == kAll || favorite->Item("FOLDERID").to_long() == given.folder;
-    if (favorite->Item("PRODUCTID").to_long() == given.product_id && wanted_type && wanted_folder) ++there;
-  }
-  const std::int32_t type = given.warehouse ? kWarehouse : given.ordinary ? kOrdinary : kAll;
+  const std::int32_t type = given.warehouse ? WarehouseFavorite : given.ordinary ? DefaultFavorite : kAllFavoriteTypes;
+  const std::int32_t there =
+      product::count_favorites(connection_string(), given.user, given.product_id, type, given.folder);
   explaining(
       [&](const RaisedError&) { return reasons_against_favorite(given.user); },
       [&] {
@@ -100,7 +84,7 @@ int remove(const WhichFavorites& given, const OutputOptions& output) {
   if (there == 0)
     return refuse(output, json,
                   "product " + std::to_string(given.product_id) + " is no such favourite of " + given.user + ".", {});
-  return answer(output, json, counted(there, "favourite") + " removed.");
+  return answer(output, json, counted(static_cast<std::size_t>(there), "favourite") + " removed.");
 }
 
 int list(const FavoriteUser& given, const OutputOptions& output) {
@@ -114,13 +98,14 @@ int list_favorites(const std::string& user, std::optional<std::int32_t> folder, 
   using namespace favorite_commands;
   gateway::Json json = gateway::Json::array();
   Table table({"ID", "PART NUMBER", "DESCRIPTION", "KIND", "FOLDER"});
-  for (const DictionaryPtr& row : favorites_of(user)) {
+  for (const DictionaryPtr& row : product::favorites_of(connection_string(), user)) {
     const std::string id = text_of(*row, "FOLDERID");
     if (folder && id != std::to_string(*folder)) continue;
     json.push_back(to_json(*row));
     const std::string name = text_of(*row, "FOLDERNAME");
     table.add({text_of(*row, "PRODUCTID"), shown(text_of(*row, "PARTNUMBER"), 30),
-               shown(text_of(*row, "PRODUCTDESCRIPTION"), 50), is_warehouse(*row) ? "warehouse" : "ordinary",
+               shown(text_of(*row, "PRODUCTDESCRIPTION"), 50),
+               text_of(*row, "WAREHOUSEFAVORITE") == "1" ? "warehouse" : "ordinary",
                id == "0"      ? ""
                : name.empty() ? id
                               : id + " " + shown(name)});

@@ -3,12 +3,11 @@
 #include <utility>
 #include <vector>
 
-#include "frame/connection.h"
-#include "frame/lib_general.h"
-#include "frame/recordset.h"
 #include "platform/transactions/object_context.h"
+#include "product/product_search.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
+#include "tools/cli/product/property_values.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
 #include "tools/cli/terminal/terminal.h"
@@ -54,20 +53,8 @@ class Search {
   std::int32_t by_number(std::string_view method) { return call(products_, method, {term_}).to_long(); }
 
   void find_in_catalogues(std::int32_t most) {
-    const std::string pattern = Gen_EscapeLike(term_);
-    Sql sql;
-    sql << "SELECT DISTINCT TOP " << most
-        << " PRODUCTSBYCATEGORY.PRODUCTID FROM PRODUCTSBYCATEGORY "
-           "INNER JOIN PRODUCT ON PRODUCTSBYCATEGORY.PRODUCTID = PRODUCT.PRODUCTID "
-           "INNER JOIN CATALOGNODE ON PRODUCTSBYCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID "
-           "WHERE (PRODUCTDESCRIPTION LIKE '%"
-        << value(pattern) << "%' OR PARTNUMBER LIKE '%" << value(pattern) << "%' OR BUYFROMPARTNUMBER LIKE '%"
-        << value(pattern) << "%') AND PRODUCT.DISABLED = 0 ORDER BY PRODUCTSBYCATEGORY.PRODUCTID";
-    const auto connection = Connection::create();
-    connection->Open(connection_string(), "", "", -1);
-    const RecordsetPtr rows = connection->Execute(sql);
-    for (; !rows->Eof(); rows->MoveNext())
-      found(rows->Value("PRODUCTID").to_long(), "description or number, catalogue");
+    for (const std::int32_t id : product::products_in_catalogs(connection_string(), term_, most))
+      found(id, "description or number, catalogue");
   }
 
   void found(std::int32_t id, const char* how) {
@@ -83,21 +70,6 @@ class Search {
   bool more_ = false;
   std::int32_t in_catalogues_ = 0;
 };
-
-// The product's properties by name. The library has no public call that reads them for one product.
-std::vector<std::pair<std::string, std::string>> properties_of(std::int32_t product_id) {
-  const auto connection = Connection::create();
-  connection->Open(connection_string(), "", "", -1);
-  Sql sql;
-  sql << "SELECT PROPERTY.PROPERTYNAME, PRODUCTPROPVALUE.VALUE FROM PRODUCTPROPVALUE INNER JOIN PROPERTY ON "
-         "PRODUCTPROPVALUE.PROPERTYID = PROPERTY.PROPERTYID WHERE PRODUCTPROPVALUE.PRODUCTID = "
-      << product_id << " ORDER BY PROPERTY.PROPERTYNAME";
-  std::vector<std::pair<std::string, std::string>> properties;
-  const RecordsetPtr rows = connection->Execute(sql);
-  for (; !rows->Eof(); rows->MoveNext())
-    properties.emplace_back(rows->Value(std::size_t{0}).text_or_empty(), rows->Value(std::size_t{1}).text_or_empty());
-  return properties;
-}
 
 }  // namespace
 
@@ -146,13 +118,14 @@ int show(std::int32_t product_id, const OutputOptions& output) {
   // What the record of GetProductEx lacks.
   const Array further = {"GTIN", "STOCKITEM", "PRICINGMETHOD", "DATEUPDATED"};
   const auto rest = call(products, "GetProductFields", {further, product_id}).to<Dictionary>();
-  const auto properties = properties_of(product_id);
+  const Rows properties = property_values(products, product_id);
 
   if (output.json) {
     gateway::Json fields = to_json(*record);
     fields.update(to_json(*rest));
     gateway::Json property_list = gateway::Json::array();  // names need not be unique
-    for (const auto& [name, value] : properties) property_list.push_back({{"name", name}, {"value", value}});
+    for (const DictionaryPtr& row : properties)
+      property_list.push_back({{"name", text_of(*row, "PROPERTYNAME")}, {"value", text_of(*row, "VALUE")}});
     const gateway::Json json = {{"fields", std::move(fields)}, {"properties", std::move(property_list)}};
     std::cout << gateway::line_of(json) << '\n';
     return kDone;
@@ -168,7 +141,8 @@ int show(std::int32_t product_id, const OutputOptions& output) {
   if (!properties.empty()) {
     std::cout << '\n';
     Table values({"PROPERTY", "VALUE"});
-    for (const auto& [name, value] : properties) values.add({shown(name), shown(value, 200)});
+    for (const DictionaryPtr& row : properties)
+      values.add({shown(text_of(*row, "PROPERTYNAME")), shown(text_of(*row, "VALUE"), 200)});
     values.print(std::cout);
   }
   return kDone;

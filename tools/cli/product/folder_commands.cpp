@@ -3,6 +3,7 @@
 
 #include "frame/lib_general.h"
 #include "platform/transactions/object_context.h"
+#include "product/product_favorites.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/product/favorites.h"
@@ -33,24 +34,8 @@ struct NewName {
   std::string name;
 };
 
-struct Folder {
-  std::int32_t id = 0;
-  std::string name;
-};
-
 // As these calls take a user: as he stands in a statement.
 std::string as_it_stands(const std::string& user) { return Gen_QuoteSql(user); }
-
-// By name.
-std::vector<Folder> folders_of(const std::string& user) {
-  std::vector<Folder> folders;
-  call(create_root(kReader), "GetFavoriteFolders", {as_it_stands(user)})
-      .to<Dictionary>()
-      ->for_each([&](const Variant& id, const Variant& name) {
-        folders.push_back({id.to_long(), name.to_text()});
-      });
-  return folders;
-}
 
 // By its id, or by its name when only one has it. A folder of another user is none.
 Folder folder_of(const std::string& user, const std::string& which) {
@@ -116,9 +101,7 @@ int show(const WhichFolder& given, const OutputOptions& output) {
 int remove(const WhichFolder& given, const OutputOptions& output) {
   // The library deletes the favourites before it looks for the folder: it has to be the user's own.
   const Folder folder = folder_of(given.user, given.which);
-  Sql sql;
-  sql << "SELECT COUNT(*) AS FAVORITES FROM FAVORITES WHERE FOLDERID = " << folder.id;
-  const std::int32_t favorites = query_rows(sql).at(0)->Item("FAVORITES").to_long();
+  const std::int32_t favorites = product::count_favorites_in_folder(connection_string(), folder.id);
   const bool deleted =
       call(create_root(kWriter), "DeleteFavoriteFolder", {folder.id, as_it_stands(given.user)}).to_boolean();
   return answer(output, {{"deleted", deleted}, {"favorites", favorites}},
@@ -129,6 +112,17 @@ constexpr const char* kUser = "The user's id";
 constexpr const char* kWhich = "The folder's id, or its name when only one has it";
 
 }  // namespace folder_commands
+
+std::vector<Folder> folders_of(const std::string& user) {
+  using namespace folder_commands;
+  std::vector<Folder> folders;
+  call(create_root(kReader), "GetFavoriteFolders", {as_it_stands(user)})
+      .to<Dictionary>()
+      ->for_each([&](const Variant& id, const Variant& name) {
+        folders.push_back({id.to_long(), name.to_text()});
+      });
+  return folders;
+}
 
 void add_folder_commands(Menu& menu) {
   using namespace folder_commands;

@@ -3,8 +3,10 @@
 
 #include "frame/lib_general.h"
 #include "platform/transactions/object_context.h"
+#include "records/product_row.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
+#include "tools/cli/product/property_values.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
 #include "values/same_text.h"
@@ -67,23 +69,31 @@ struct FieldValues {
   }
 };
 
+std::string takes_at_most(const ProductFieldFault& fault) {
+  return " takes at most " + std::to_string(fault.most_characters) + " characters";
+}
+
 std::string named(std::int32_t id) { return "product " + std::to_string(id); }
 
 // Insert20 stops without a word at these.
 Reasons reasons_for_quiet_stop(const FieldValues& given) {
-  constexpr std::size_t kLongestText = 255;
   Reasons reasons;
   for (std::int32_t index = given.fields.lower; index <= given.fields.upper(); ++index) {
     const std::string& field = given.fields.at(index).text_value();
     const std::string& value = given.values.at(index).text_value();
-    const std::size_t length = text::length(value);
-    if ((field == "PARTNUMBER" || field == "PRODUCTDESCRIPTION") && value.empty())
-      reasons.push_back(field + " is empty");
-    if ((field == "PRODUCTREMARK" || field == "BUYFROMCONTACTINFO") && length > kLongestText)
-      reasons.push_back(field + " takes at most " + std::to_string(kLongestText) + " characters, not " +
-                        std::to_string(length));
-    if ((field == "PRODUCTEFFECTIVITYDATE" || field == "PRODUCTEXPIRYDATE") && value == "-1")
-      reasons.push_back(field + " takes a date, not '-1'");
+    const auto fault = product_field_fault(ProductWritePolicy::insert, field, given.values.at(index));
+    if (!fault) continue;
+    switch (fault->kind) {
+      case ProductFieldFault::Kind::empty:
+        reasons.push_back(field + " is empty");
+        break;
+      case ProductFieldFault::Kind::too_long:
+        reasons.push_back(field + takes_at_most(*fault) + ", not " + std::to_string(text::length(value)));
+        break;
+      case ProductFieldFault::Kind::no_date:
+        reasons.push_back(field + " takes a date, not '" + value + "'");
+        break;
+    }
   }
   return reasons;
 }
@@ -107,17 +117,14 @@ int insert(const NewProduct& given, const OutputOptions& output) {
 }
 
 Reasons reasons_against_update(const FieldValues& row) {
-  constexpr std::size_t kGtinLength = 14;
   Reasons reasons = reasons_against_write(kTable, row.fields, row.values);
-  for (std::int32_t index = row.fields.lower; index <= row.fields.upper(); ++index)
-    if (const Variant& value = row.values.at(index);
-        row.fields.at(index) == Variant("GTIN") && value.is_text() && text::length(value.text_value()) > kGtinLength)
-      reasons.push_back("GTIN takes at most " + std::to_string(kGtinLength) + " characters");
+  for (std::int32_t index = row.fields.lower; index <= row.fields.upper(); ++index) {
+    const std::string& field = row.fields.at(index).text_value();
+    const auto fault = product_field_fault(ProductWritePolicy::update, field, row.values.at(index));
+    if (fault && fault->kind == ProductFieldFault::Kind::too_long) reasons.push_back(field + takes_at_most(*fault));
+  }
   return reasons;
 }
-
-// Null clears a column, but a product leaves its group with -1 only.
-Variant no_value_of(std::string_view field) { return field == "PROPERTYGROUPID" ? Variant(-1) : Variant(kNull); }
 
 int update(const ProductPairs& given, const OutputOptions& output) {
   expect_row(kTable, given.id);
@@ -177,19 +184,10 @@ int check(const OrderQuantity& given, const OutputOptions& output) {
   return answer(output, json, order + " can be ordered" + (limits.empty() ? "" : ": " + limits) + ".");
 }
 
-// The values that the product has, by the names of their properties.
-Rows values_of(const ComponentPtr& products, std::int32_t id) {
-  Rows rows;
-  call(products, "GetProductProperties", {id}).to<Dictionary>()->for_each([&](const Variant&, const Variant& row) {
-    rows.push_back(row.to<Dictionary>());
-  });
-  return rows;
-}
-
 int list_properties(const ComponentPtr& products, std::int32_t id, const OutputOptions& output) {
   gateway::Json list = gateway::Json::array();
   Table table({"ID", "PROPERTY", "VALUE"});
-  for (const DictionaryPtr& row : values_of(products, id)) {
+  for (const DictionaryPtr& row : property_values(products, id)) {
     list.push_back(to_json(*row));
     table.add({text_of(*row, "PROPERTYID"), shown(text_of(*row, "PROPERTYNAME")), shown(text_of(*row, "VALUE"), 200)});
   }
@@ -207,7 +205,7 @@ int set_properties(const ProductPairs& given, const OutputOptions& output) {
     std::string value;
   };
   // All names are known before the first value is written.
-  const Rows held = values_of(products, given.id);
+  const Rows held = property_values(products, given.id);
   std::vector<Change> changes;
   for (const std::string& text : given.pairs) {
     const auto [property, value] = split_pair(text);
@@ -237,11 +235,7 @@ void add_id(CLI::App& command, std::int32_t& id) {
   command.add_option("ID", id, "The product's id, as `find` prints it")->required()->check(is_whole_number());
 }
 
-}  // namespace product_commands
-
-void add_product_commands(Menu& menu) {
-  using namespace product_commands;
-  Menu::Group group = menu.group("product", "Create, change, check, hide and delete products");
+void add_writing(Menu::Group& group) {
   const std::string new_examples =
       "  mercato product new M-900001 'Copy paper, A4, recycled' unitcode=RM commoditycode=OFFICE multipleof=5\n"
       "  mercato product new M-900002 'Stapler' BUSINESSPARTNERID=1 PRODUCTEFFECTIVITYDATE=2026-07-01\n" +
@@ -262,6 +256,9 @@ void add_product_commands(Menu& menu) {
     add_id(command, given.id);
     add_pairs(command, given.pairs, "The fields", "FIELD=VALUE...")->required();
   }
+}
+
+void add_showing_and_hiding(Menu::Group& group) {
   {
     const auto [command, given] = group.add("show", "Print one product with its properties, as `mercato show`",
                                             "  mercato product show 1\n", show_one);
@@ -285,6 +282,9 @@ void add_product_commands(Menu& menu) {
                   remove);
     add_id(command, given.id);
   }
+}
+
+void add_check_and_properties(Menu::Group& group) {
   {
     const auto [command, given] =
         group.add("check", "Check an order quantity against the product's minimum and multiple",
@@ -306,6 +306,24 @@ void add_product_commands(Menu& menu) {
     add_id(command, given.id);
     add_pairs(command, given.pairs, "Values by the names of their properties", "NAME=VALUE...");
   }
+}
+
+}  // namespace product_commands
+
+Rows property_values(const ComponentPtr& products, std::int32_t product_id) {
+  Rows rows;
+  call(products, "GetProductProperties", {product_id})
+      .to<Dictionary>()
+      ->for_each([&](const Variant&, const Variant& row) { rows.push_back(row.to<Dictionary>()); });
+  return rows;
+}
+
+void add_product_commands(Menu& menu) {
+  using namespace product_commands;
+  Menu::Group group = menu.group("product", "Create, change, check, hide and delete products");
+  add_writing(group);
+  add_showing_and_hiding(group);
+  add_check_and_properties(group);
 }
 
 }  // namespace mercato::cli

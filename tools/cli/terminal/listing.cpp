@@ -5,6 +5,7 @@
 
 #include "frame/connection.h"
 #include "frame/lib_sql.h"
+#include "frame/query_rows.h"
 #include "frame/recordset.h"
 #include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
@@ -52,11 +53,7 @@ void add_rows(Rows& rows, const RecordsetPtr& records) {
 
 }  // namespace
 
-Rows query_rows(const Sql& sql) {
-  Rows rows;
-  add_rows(rows, open_connection(connection_string())->Execute(sql));
-  return rows;
-}
+Rows query_rows(const Sql& sql) { return mercato::query_rows(connection_string(), sql); }
 
 Rows all_of(const Kind& kind, const std::string& ids) {
   constexpr std::int32_t kPageSize = 100;
