@@ -50,7 +50,7 @@ Json describe(std::string_view prog_id) {
   } else if (const ClassTable* table = registered_class(prog_id)) {
     tables.push_back(table);
   } else {
-    throw RpcError(kInvalidParams, "Nobody answers to '" + std::string(prog_id) + "'");
+    refuse("Nobody answers to '" + std::string(prog_id) + "'");
   }
   Json classes = Json::array();
   for (const ClassTable* table : tables) classes.push_back(describe_class(*table));

@@ -4,19 +4,15 @@
 // session's. They are put back when it ends. The classes have to be registered before.
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "collaborators/grundwerk/settings.h"
-#include "platform/automation/component.h"
 #include "tools/gateway/json_values.h"
+#include "tools/gateway/object_calls.h"
 #include "tools/gateway/object_table.h"
 #include "tools/gateway/rpc_error.h"
 #include "tools/gateway/script.h"
-#include "values/raised_error.h"
 
 namespace mercato::gateway {
 
@@ -43,33 +39,9 @@ class Session {
   Json perform(const std::string& method, const JsonInput& params);
 
  private:
-  class Params;
-  struct Method;
-  static const Method* find_method(std::string_view name);
-
-  Json create(const Params& params);
-  Json call(const Params& params);
-  Json release(const Params& params);
-  Json execute(const Params& params);
-  Json stub(const Params& params);
-  Json unstub(const Params& params);
-  Json calls(const Params& params);
-  Json configure(const Params& params);
-  Json fail(const Params& params);
-  Json limit(const Params& params);
-  Json clock(const Params& params);
-  Json function(const Params& params);
-
-  Json call_method(const ComponentPtr& target, const MethodInfo& method, std::vector<Variant> arguments,
-                   const RaisedError& pending);
-  template <class Work>
-  Json watched(Work work);
-  std::vector<Variant> arguments_of(const MethodInfo& method, const JsonInput& args);
-
-  Options options_;
   ObjectTable objects_;
-  Script script_;
-  std::shared_ptr<const collaborators::Settings> settings_before_;
+  ObjectCalls calls_;
+  std::optional<Script> script_;  // when scripted
 };
 
 }  // namespace mercato::gateway

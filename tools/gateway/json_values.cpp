@@ -88,8 +88,6 @@ Json object_to_json(const ObjectPtr& object, ObjectTable& objects) {
   return json;
 }
 
-[[noreturn]] void refuse(const std::string& reason) { throw RpcError(kInvalidParams, reason); }
-
 const JsonInput& member(const JsonInput& json, const char* name) {
   const auto found = json.find(name);
   if (found == json.end()) refuse(std::string("A value of this form has a member \"") + name + "\"");

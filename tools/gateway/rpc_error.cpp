@@ -8,4 +8,6 @@ Json RpcError::to_json() const {
   return error;
 }
 
+void refuse(std::string reason) { throw RpcError(kInvalidParams, std::move(reason)); }
+
 }  // namespace mercato::gateway

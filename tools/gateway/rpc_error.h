@@ -33,4 +33,7 @@ class RpcError : public std::exception {
   Json data_;
 };
 
+// The parameters of a request are no good: throws kInvalidParams.
+[[noreturn]] void refuse(std::string reason);
+
 }  // namespace mercato::gateway
