@@ -5,7 +5,9 @@
 #include <unicode/unistr.h>
 #include <unicode/utf8.h>
 
-#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdint>
 
 #include "values/raised_error.h"
 #include "values/text.h"
@@ -13,24 +15,128 @@
 namespace mercato::text {
 namespace {
 
+constexpr UChar32 folded_ascii(UChar32 character) {
+  return character >= 'A' && character <= 'Z' ? character - 'A' + 'a' : character;
+}
+
 UChar32 folded_character(UChar32 character) {
+  if (character < 0x80) return folded_ascii(character);
   // The long s is another letter than s for whoever sorts texts, and the iota below a letter is a mark, of which
   // folding would make a letter.
   constexpr UChar32 kLongS = 0x17F, kIotaSubscript = 0x345;
   return character == kLongS || character == kIotaSubscript ? character : u_foldCase(character, U_FOLD_CASE_DEFAULT);
 }
 
-// Whether a text may have characters whose fold is not the composed form of what its decomposed form folds to. The
-// marks that compose begin at U+0300; the capital I with a dot folds to an i and a dot, which have no composed form.
-bool composes(std::string_view text) {
-  constexpr unsigned char kFirstMark = 0xCC;  // leads U+0300
-  constexpr std::string_view kDottedCapitalI = "\u0130";
-  return std::any_of(text.begin(), text.end(),
-                     [](char byte) { return static_cast<unsigned char>(byte) >= kFirstMark; }) ||
-         text.find(kDottedCapitalI) != std::string_view::npos;
+struct Normalizers {
+  Normalizers() {
+    UErrorCode status = U_ZERO_ERROR;
+    decomposing = icu::Normalizer2::getNFDInstance(status);
+    composing = icu::Normalizer2::getNFCInstance(status);
+    check(status);
+  }
+  static void check(UErrorCode status) {
+    if (U_FAILURE(status))
+      raise(error_number::kStoreFailure, {}, std::string("Texts cannot be compared: ") + u_errorName(status));
+  }
+  const icu::Normalizer2* decomposing = nullptr;
+  const icu::Normalizer2* composing = nullptr;
+};
+
+const Normalizers& normalizers() {
+  static const Normalizers instance;
+  return instance;
 }
 
-// A text's characters, each folded by itself, byte by byte. A stray byte is itself.
+// What a folded text is: decomposed, each character folded, composed.
+icu::UnicodeString folded_and_composed(const icu::UnicodeString& text) {
+  UErrorCode status = U_ZERO_ERROR;
+  const icu::UnicodeString characters = normalizers().decomposing->normalize(text, status);
+  icu::UnicodeString folded;
+  for (std::int32_t i = 0; i < characters.length(); i = characters.moveIndex32(i, 1))
+    folded.append(folded_character(characters.char32At(i)));
+  icu::UnicodeString composed = normalizers().composing->normalize(folded, status);
+  Normalizers::check(status);
+  return composed;
+}
+
+std::string folded_and_composed(std::string_view text) {
+  std::string result;
+  folded_and_composed(icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())}))
+      .toUTF8String(result);
+  return result;
+}
+
+// Whether folding the character alone comes to the same as folding the text in which it stands: it joins with none
+// before it, and its fold is the composed form of what its decomposed form folds to.
+bool folds_alone(UChar32 character) {
+  const UChar32 folded = folded_character(character);
+  return normalizers().decomposing->hasBoundaryBefore(character) &&
+         normalizers().composing->hasBoundaryBefore(folded) &&
+         folded_and_composed(icu::UnicodeString(character)) == icu::UnicodeString(folded);
+}
+
+// The same, found once for a block of characters. Those beyond the blocks are seldom: each is looked at anew.
+bool is_known_to_fold_alone(UChar32 character) {
+  constexpr UChar32 kBlockSize = 64, kEnd = 0x30000;
+  struct Block {
+    std::atomic<bool> known;
+    std::atomic<std::uint64_t> folds_alone;  // a bit for each character
+  };
+  static std::array<Block, kEnd / kBlockSize> blocks;
+  if (character >= kEnd) return folds_alone(character);
+  Block& block = blocks[static_cast<std::size_t>(character / kBlockSize)];
+  if (!block.known.load(std::memory_order_acquire)) {
+    std::uint64_t bits = 0;
+    const UChar32 first = character / kBlockSize * kBlockSize;
+    for (UChar32 i = 0; i < kBlockSize; ++i)
+      if (folds_alone(first + i)) bits |= std::uint64_t{1} << i;
+    block.folds_alone.store(bits, std::memory_order_relaxed);
+    block.known.store(true, std::memory_order_release);
+  }
+  return (block.folds_alone.load(std::memory_order_relaxed) >> (character % kBlockSize) & 1) != 0;
+}
+
+// Whether a text has characters that do not fold alone. Below U+0300, where the marks begin, that is only the capital
+// I with a dot: it folds to an i and a dot, which have no composed form.
+bool composes(std::string_view text) {
+  constexpr std::uint8_t kFirstMark = 0xCC;  // leads U+0300
+  constexpr std::uint8_t kDottedCapitalI[] = {0xC4, 0xB0};
+  const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  for (std::size_t position = 0; position < text.size();) {
+    const std::uint8_t byte = bytes[position];
+    if (byte < kFirstMark) {
+      ++position;
+      if (byte == kDottedCapitalI[0] && position < text.size() && bytes[position] == kDottedCapitalI[1]) return true;
+      continue;
+    }
+    UChar32 character = 0;
+    U8_NEXT(bytes, position, text.size(), character);
+    if (character >= 0 && !is_known_to_fold_alone(character)) return true;
+  }
+  return false;
+}
+
+// Writes the fold of the character at `position`, which moves behind it. A stray byte is itself.
+inline void append_folded(const std::uint8_t* bytes, std::size_t size, std::size_t& position, std::uint8_t* written,
+                          std::size_t& length) {
+  const std::size_t begin = position;
+  if (bytes[begin] < 0x80) {
+    ++position;
+    written[length++] = static_cast<std::uint8_t>(folded_ascii(bytes[begin]));
+    return;
+  }
+  UChar32 character = 0;
+  U8_NEXT(bytes, position, size, character);
+  if (character < 0) {
+    position = begin + 1;
+    written[length++] = bytes[begin];
+  } else {
+    const auto folded = static_cast<char32_t>(folded_character(character));
+    U8_APPEND_UNSAFE(written, length, folded);
+  }
+}
+
+// A text's characters, each folded by itself, byte by byte.
 class FoldedBytes {
  public:
   explicit FoldedBytes(std::string_view text) : text_(text) {}
@@ -46,18 +152,8 @@ class FoldedBytes {
 
  private:
   void read() {
-    const std::size_t begin = position_;
-    UChar32 character = 0;
-    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text_.data());
-    U8_NEXT(bytes, position_, text_.size(), character);
     given_ = length_ = 0;
-    if (character < 0) {
-      position_ = begin + 1;
-      bytes_[length_++] = static_cast<std::uint8_t>(text_[begin]);
-    } else {
-      const auto folded = static_cast<char32_t>(folded_character(character));
-      U8_APPEND_UNSAFE(bytes_, length_, folded);
-    }
+    append_folded(reinterpret_cast<const std::uint8_t*>(text_.data()), text_.size(), position_, bytes_, length_);
   }
 
   std::string_view text_;
@@ -65,25 +161,6 @@ class FoldedBytes {
   std::uint8_t bytes_[U8_MAX_LENGTH] = {};
   std::size_t length_ = 0, given_ = 0;
 };
-
-std::string folded_and_composed(std::string_view text) {
-  UErrorCode status = U_ZERO_ERROR;
-  const icu::Normalizer2* const decomposed = icu::Normalizer2::getNFDInstance(status);
-  const icu::Normalizer2* const composed = icu::Normalizer2::getNFCInstance(status);
-  icu::UnicodeString folded;
-  if (U_SUCCESS(status)) {
-    const auto characters = decomposed->normalize(
-        icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())}), status);
-    for (std::int32_t i = 0; i < characters.length(); i = characters.moveIndex32(i, 1))
-      folded.append(folded_character(characters.char32At(i)));
-    folded = composed->normalize(folded, status);
-  }
-  if (U_FAILURE(status))
-    raise(error_number::kStoreFailure, {}, std::string("Texts cannot be compared: ") + u_errorName(status));
-  std::string result;
-  folded.toUTF8String(result);
-  return result;
-}
 
 }  // namespace
 
@@ -94,10 +171,13 @@ std::string_view without_trailing_blanks(std::string_view text) {
 
 std::string folded(std::string_view text) {
   if (composes(text) && is_valid(text)) return folded_and_composed(text);
-  std::string result;
-  result.reserve(text.size());
-  FoldedBytes bytes(text);
-  for (int byte = bytes.next(); byte >= 0; byte = bytes.next()) result += static_cast<char>(byte);
+  // Folding makes three bytes of two at most.
+  std::string result(text.size() + text.size() / 2, '\0');
+  auto* const written = reinterpret_cast<std::uint8_t*>(result.data());
+  const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  std::size_t length = 0;
+  for (std::size_t position = 0; position < text.size();) append_folded(bytes, text.size(), position, written, length);
+  result.resize(length);
   return result;
 }
 

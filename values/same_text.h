@@ -10,7 +10,7 @@ namespace mercato::text {
 
 bool same(std::string_view left, std::string_view right);
 
-// The order of the folded texts' bytes; trailing blanks count. Allocates only for texts with characters beyond U+02FF.
+// The order of the folded texts' bytes; trailing blanks count. Allocates only for texts with characters that compose.
 int compare_folded(std::string_view left, std::string_view right);
 
 // The one form of all texts that differ in case and composition only. Bytes that are no UTF-8 stay as they are; a text

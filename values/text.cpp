@@ -3,6 +3,7 @@
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -47,12 +48,106 @@ std::string changed_case(std::string_view text, AsciiCase ascii_case, UChar32 (*
   result.reserve(text.size());
   const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
   for (std::size_t position = 0; position < text.size();) {
+    if (bytes[position] < 0x80u) {
+      result += ascii_case(text[position++]);
+      continue;
+    }
     UChar32 character = 0;
     U8_NEXT(bytes, position, text.size(), character);
     constexpr UChar32 kReplacement = 0xFFFD;
     append(result, static_cast<char32_t>(character < 0 ? kReplacement : unicode_case(character)));
   }
   return result;
+}
+
+// Reading a number, from both ends of its text
+
+constexpr bool is_blank(char byte) { return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n'; }
+
+void skip_blanks(std::string_view& text) {
+  while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
+}
+
+std::optional<double> read_hexadecimal(std::string_view digits) {
+  std::uint64_t bits = 0;
+  const char* const end = digits.data() + digits.size();
+  const auto [stop, problem] = std::from_chars(digits.data(), end, bits, 16);
+  if (problem != std::errc{} || stop != end || bits > UINT32_MAX) return std::nullopt;
+  // Four digits are a 16-bit pattern, more a 32-bit one.
+  return digits.size() <= 4 ? static_cast<std::int16_t>(bits) : static_cast<std::int32_t>(bits);
+}
+
+// Takes brackets, or one sign at either end, and a "$" in front. Whether the number is negative; nothing when there are
+// too many of them.
+std::optional<bool> take_sign(std::string_view& text) {
+  const bool bracketed = text.size() > 2 && text.front() == '(' && text.back() == ')';
+  if (bracketed) {
+    text = text.substr(1, text.size() - 2);
+    skip_blanks(text);
+  }
+  bool negative = bracketed;
+  bool has_sign = bracketed;
+  bool has_currency = false;
+  while (!text.empty() && (text.front() == '+' || text.front() == '-' || text.front() == '$')) {
+    bool& has_one = text.front() == '$' ? has_currency : has_sign;
+    if (has_one) return std::nullopt;
+    has_one = true;
+    if (text.front() == '-') negative = true;
+    text.remove_prefix(1);
+    skip_blanks(text);
+  }
+  if (!has_sign && !text.empty() && (text.back() == '-' || text.back() == '+')) {
+    negative = text.back() == '-';
+    text.remove_suffix(1);
+    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+  }
+  return negative;
+}
+
+// Takes digits and a point, and adds them to `number`. Commas between the digits before the point are passed over.
+// False when there is no digit.
+bool take_digits(std::string_view& text, std::string& number) {
+  bool any_digit = false;
+  bool decimals = false;
+  std::size_t position = 0;
+  for (; position < text.size(); ++position) {
+    const char byte = text[position];
+    if (is_digit(byte))
+      any_digit = true;
+    else if (byte == '.' && !decimals)
+      decimals = true;
+    else if (byte == ',' && any_digit && !decimals)
+      continue;
+    else
+      break;
+    number += byte;
+  }
+  text.remove_prefix(position);
+  return any_digit;
+}
+
+// Adds the exponent that is all of the text to `number`; nothing of an empty text. False when the text is no exponent.
+bool take_exponent(std::string_view text, std::string& number) {
+  if (text.empty()) return true;
+  const char letter = ascii_upper(text.front());
+  if (letter != 'E' && letter != 'D') return false;
+  text.remove_prefix(1);
+  number += 'e';
+  if (!text.empty() && (text.front() == '+' || text.front() == '-')) {
+    number += text.front();
+    text.remove_prefix(1);
+  }
+  number += text;
+  return !text.empty() && std::all_of(text.begin(), text.end(), is_digit);
+}
+
+// What is too small reads as 0, what is too large as no number.
+std::optional<double> read_decimal(const std::string& number) {
+  double value = 0;
+  const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
+  if (result.ec == std::errc{}) return value;
+  if (result.ec != std::errc::result_out_of_range || std::strtod(number.c_str(), nullptr) > 1) return std::nullopt;
+  return 0;
 }
 
 }  // namespace
@@ -163,92 +258,17 @@ std::vector<std::string> split(std::string_view text, std::string_view separator
 }
 
 std::optional<double> parse_number(std::string_view text) {
-  constexpr std::string_view kBlank = " \t\r\n";
-  const auto skip_blank = [&] {
-    while (!text.empty() && kBlank.find(text.front()) != kBlank.npos) text.remove_prefix(1);
-  };
-  skip_blank();
-  while (!text.empty() && kBlank.find(text.back()) != kBlank.npos) text.remove_suffix(1);
-  if (text.empty()) return std::nullopt;
+  skip_blanks(text);
+  while (!text.empty() && is_blank(text.back())) text.remove_suffix(1);
+  if (text.size() > 2 && text[0] == '&' && ascii_upper(text[1]) == 'H') return read_hexadecimal(text.substr(2));
 
-  if (text.size() > 2 && text[0] == '&' && ascii_upper(text[1]) == 'H') {
-    std::uint64_t bits = 0;
-    const auto result = std::from_chars(text.data() + 2, text.data() + text.size(), bits, 16);
-    if (result.ec != std::errc{} || result.ptr != text.data() + text.size() || bits > UINT32_MAX) return std::nullopt;
-    // Four digits are a 16-bit pattern, more a 32-bit one.
-    return text.size() <= 6 ? double{static_cast<double>(static_cast<std::int16_t>(bits))}
-                            : double{static_cast<double>(static_cast<std::int32_t>(bits))};
-  }
-
-  bool negative = false;
-  const bool bracketed = text.size() > 2 && text.front() == '(' && text.back() == ')';
-  if (bracketed) {
-    negative = true;
-    text = text.substr(1, text.size() - 2);
-    skip_blank();
-  }
-  bool signed_already = bracketed;
-  bool currency = false;
-  while (!text.empty() && (text.front() == '+' || text.front() == '-' || text.front() == '$')) {
-    if (text.front() == '$') {
-      if (currency) return std::nullopt;
-      currency = true;
-    } else {
-      if (signed_already) return std::nullopt;
-      signed_already = true;
-      negative = text.front() == '-';
-    }
-    text.remove_prefix(1);
-    skip_blank();
-  }
-  if (!signed_already && !text.empty() && (text.back() == '-' || text.back() == '+')) {
-    negative = text.back() == '-';
-    text.remove_suffix(1);
-    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  }
-
-  std::string digits;
-  digits.reserve(text.size());
-  bool any_digit = false;
-  bool decimals = false;
-  std::size_t position = 0;
-  for (; position < text.size(); ++position) {
-    const char byte = text[position];
-    if (is_digit(byte)) {
-      any_digit = true;
-      digits.push_back(byte);
-    } else if (byte == '.' && !decimals) {
-      decimals = true;
-      digits.push_back(byte);
-    } else if (byte == ',' && any_digit && !decimals) {
-      continue;  // a thousands separator
-    } else {
-      break;
-    }
-  }
-  if (!any_digit) return std::nullopt;
-  if (position < text.size()) {
-    const char exponent = ascii_upper(text[position]);
-    if (exponent != 'E' && exponent != 'D') return std::nullopt;
-    digits.push_back('e');
-    ++position;
-    if (position < text.size() && (text[position] == '+' || text[position] == '-')) digits.push_back(text[position++]);
-    if (position == text.size()) return std::nullopt;
-    for (; position < text.size(); ++position) {
-      if (!is_digit(text[position])) return std::nullopt;
-      digits.push_back(text[position]);
-    }
-  }
-  double number = 0;
-  const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  if (result.ec == std::errc::result_out_of_range) {
-    // Too small reads as 0, too large as no number.
-    if (std::strtod(digits.c_str(), nullptr) > 1) return std::nullopt;
-    number = 0;
-  } else if (result.ec != std::errc{}) {
-    return std::nullopt;
-  }
-  return negative ? -number : number;
+  const std::optional<bool> negative = take_sign(text);
+  std::string number;
+  number.reserve(text.size());
+  if (!negative || !take_digits(text, number) || !take_exponent(text, number)) return std::nullopt;
+  const std::optional<double> amount = read_decimal(number);
+  if (!amount) return std::nullopt;
+  return *negative ? -*amount : *amount;
 }
 
 std::string number_text(double number) {
