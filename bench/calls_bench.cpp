@@ -26,7 +26,7 @@
 #include "frame/lib_general.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/session_pool.h"
-#include "platform/store/sqlite/statement_cache.h"
+#include "platform/store/shape_cache.h"
 #include "platform/transactions/object_context.h"
 #include "product/product.h"
 #include "tools/gateway/gateway_session.h"
@@ -141,11 +141,11 @@ Sql record_statement(const std::string& product_id) {
 template <class Build>
 void statement_overhead(benchmark::State& state, Build build, const std::string& argument) {
   using namespace store;
-  sqlite::StatementCache cache;
+  ShapeCache<ShapedStatement> cache;
   dialect::LexedStatement lexed;
   const auto insert = [&](const Sql& sql) {
     dialect::lex(sql.text(), lexed);
-    cache.insert(std::make_shared<sqlite::CachedStatement>(), lexed, false);
+    cache.insert(std::make_shared<ShapedStatement>(), lexed, false, false);
   };
   for (int other = 0; other < 100; ++other)
     insert(Sql::verbatim("SELECT C" + std::to_string(other) + " FROM T WHERE C = 1"));

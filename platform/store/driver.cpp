@@ -1,23 +1,85 @@
 #include "platform/store/driver.h"
 
-#include "platform/store/sqlite/driver.h"
+#include <algorithm>
+#include <utility>
+
+#include "platform/store/dialect/dialect.h"
+#include "platform/store/statement_observer.h"
 #include "values/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::store {
-namespace {
 
-struct KnownDriver {
-  std::string_view provider;
-  Driver& (*driver)();
-};
+Session::Session(std::string_view failure_source)
+    : failure_source_(failure_source), lexed_(std::make_unique<dialect::LexedStatement>()) {}
 
-// The first one also serves a connection string that names no provider.
-constexpr KnownDriver kKnownDrivers[] = {
-    {"SQLite", &sqlite_driver},
-};
+Session::~Session() = default;
 
-}  // namespace
+Execution Session::execute(const Sql& statement, ExecuteOptions options) {
+  observe_statement(statement.text());
+  check_call_limit_now();
+  refuse_if_lost();
+  before_statement();
+  if (is_last_setting(statement)) return {};
+  dialect::lex(statement.text(), *lexed_);
+  dialect::check_pieces(statement, *lexed_);
+  Execution execution = run(*lexed_, options);
+  if (execution.nothing_to_do && statement.marks().empty()) last_setting_ = statement.text();
+  return execution;
+}
+
+bool Session::is_last_setting(const Sql& statement) const {
+  return !last_setting_.empty() && statement.text() == last_setting_ && statement.marks().empty();
+}
+
+RowIdentity Session::insert_row(const TableInfo& table, std::span<const std::size_t> columns,
+                                std::span<const Variant> values) {
+  refuse_if_lost();
+  refuse_assigned(table, columns, false);
+  return insert(table, columns, values);
+}
+
+void Session::update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+                         std::span<const Variant> values) {
+  refuse_if_lost();
+  refuse_assigned(table, columns, true);
+  update(table, row, columns, values);
+}
+
+// In the words of the server whose dialect the library writes.
+void Session::refuse_assigned(const TableInfo& table, std::span<const std::size_t> columns, bool updates) const {
+  for (const std::size_t column : columns) {
+    if (!table.columns[column].assigned) continue;
+    fail(error_number::kStatementRefused, updates ? "Cannot update identity column '" + table.columns[column].name + "'"
+                                                  : "Cannot insert explicit value for identity column in table '" +
+                                                        table.name + "' when IDENTITY_INSERT is set to OFF");
+  }
+}
+
+void Session::commit() {
+  if (!lost_.empty()) {
+    const std::string reason = lost_;
+    rollback();
+    fail(error_number::kStoreFailure,
+         "Nothing of this transaction stands: the store undid it after a failure. " + reason);
+  }
+  commit_transaction();
+}
+
+void Session::rollback() {
+  roll_back_transaction();
+  lost_.clear();
+}
+
+void Session::refuse_if_lost() const {
+  if (!lost_.empty())
+    fail(error_number::kStoreFailure,
+         "This transaction can only be rolled back: the store undid it after a failure. " + lost_);
+}
+
+void Session::fail(std::int32_t number, std::string description) const {
+  raise(number, std::string(failure_source_), std::move(description));
+}
 
 std::optional<std::string> connection_property(std::string_view connection_string, std::string_view key) {
   for (std::size_t begin = 0; begin <= connection_string.size();) {
@@ -29,20 +91,6 @@ std::optional<std::string> connection_property(std::string_view connection_strin
     begin = end + 1;
   }
   return std::nullopt;
-}
-
-Driver& driver_for(const std::string& connection_string) {
-  if (text::trim(connection_string).empty())
-    raise(error_number::kStoreFailure, {}, "The connection string is blank. It has to name a store");
-  const auto provider = connection_property(connection_string, "Provider");
-  if (!provider) return kKnownDrivers[0].driver();
-  std::string known;
-  for (const KnownDriver& candidate : kKnownDrivers) {
-    if (text::equal_names(candidate.provider, *provider)) return candidate.driver();
-    if (!known.empty()) known += ", ";
-    known += candidate.provider;
-  }
-  raise(error_number::kStoreFailure, {}, "There is no store provider '" + *provider + "'. Known providers: " + known);
 }
 
 Variant to_column_type(const Variant& value, ColumnType type) {

@@ -1,10 +1,12 @@
 // What a store has to offer. A driver implements these interfaces for one engine; nothing above them knows which.
-// Statements arrive in the library's one dialect; the driver translates, caches and prepares. A session is used by
-// one thread at a time; sessions of different threads work side by side.
+// What every driver does alike stands here once, in functions that are not virtual: no driver can leave it out. They
+// call the driver's part, which is protected. A session is used by one thread at a time; sessions of different threads
+// work side by side.
 //
 // Failures are raised with the numbers of raised_error.h: kStatementRefused for a statement that the store does not
 // take, kConstraintViolated, kValueTooLong, kTimeout beyond the call limit, kStoreFailure for the rest, each with the
-// engine's own words and what to do about it where that is known, without a full stop at the end.
+// engine's own words and what to do about it where that is known, without a full stop at the end. Those that every
+// store knows have their words in failures.h.
 #pragma once
 
 #include <cstddef>
@@ -16,11 +18,17 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/store/call_limit.h"
 #include "platform/store/row_layout.h"
 #include "platform/store/statement.h"
 #include "values/variant.h"
 
 namespace mercato::store {
+
+namespace dialect {
+struct LexedStatement;
+}
+class Upkeep;
 
 // Which row of a table: its assigned number where the engine has one, else the values of its key.
 struct RowIdentity {
@@ -34,12 +42,18 @@ class Cursor {
  public:
   virtual ~Cursor() = default;
   virtual const RowLayoutPtr& layout() const = 0;
-  // Moves to the next row, the first one at the first call; false at the end.
-  virtual bool next() = 0;
+  // Moves to the next row, the first one at the first call; false at the end. Raises kTimeout beyond the call limit.
+  bool next() {
+    check_call_limit();
+    return advance();
+  }
   // The values of the current row, in the order of the layout; `row` is resized.
   virtual void read(std::vector<Variant>& row) = 0;
   // The current row's identity; only of a query that was run with `identified`.
   virtual RowIdentity identity() = 0;
+
+ private:
+  virtual bool advance() = 0;
 };
 
 struct ExecuteOptions {
@@ -52,15 +66,22 @@ struct ExecuteOptions {
 struct Execution {
   std::unique_ptr<Cursor> cursor;  // null for a statement without rows
   std::int64_t affected = 0;       // rows changed; 0 for a query
+  // The engine was asked nothing: the statement sets what the store keeps anyway. The same text is taken at once from
+  // now on; such a setting stands before many a query.
+  bool nothing_to_do = false;
 };
 
 // One physical connection.
 class Session {
  public:
-  virtual ~Session() = default;
+  virtual ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
 
-  // Checks the pieces, runs one statement. Refuses a text that holds more than one.
-  virtual Execution execute(const Sql& statement, ExecuteOptions options = {}) = 0;
+  // Runs one statement; refuses a text that holds more than one. First the observer sees it and the call limit is
+  // asked; then it is refused when the transaction is lost; then it is lexed and its pieces are checked, so that no
+  // engine ever gets a value that is anything but one literal.
+  Execution execute(const Sql& statement, ExecuteOptions options = {});
 
   // A table by name in any case; null when there is none. Valid until the session's next statement.
   virtual const TableInfo* table(std::string_view name) = 0;
@@ -71,17 +92,17 @@ class Session {
   // columns' own types, as `to_column_type` makes them, or Null.
   // Raises kStatementRefused for an assigned column: only a statement may name one.
   // Returns the new row's identity, the number being the assigned key where the table has one.
-  virtual RowIdentity insert_row(const TableInfo& table, std::span<const std::size_t> columns,
-                                 std::span<const Variant> values) = 0;
+  RowIdentity insert_row(const TableInfo& table, std::span<const std::size_t> columns, std::span<const Variant> values);
   // Raises kStoreFailure when the row is no longer there.
-  virtual void update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
-                          std::span<const Variant> values) = 0;
+  void update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+                  std::span<const Variant> values);
 
   // Transaction control of the unit of work. `start_transaction` arms it: the engine begins at the first write, and
-  // holds no lock while nothing has changed.
+  // holds no lock while nothing has changed. When the engine undoes a transaction by itself, every later statement and
+  // the commit are refused until it is rolled back: nothing runs outside of the transaction that its caller believes in.
   virtual void start_transaction() = 0;
-  virtual void commit() = 0;    // durable when it returns
-  virtual void rollback() = 0;  // never throws for a lost connection
+  void commit();    // durable when it returns
+  void rollback();  // never throws for a lost connection
   // A run of single statements that need not be flushed one by one: each stands for everybody on this session when it
   // has run, and reaches other sessions within a few hundredths of a second, at the latest with the run's next
   // statement. `end_run` makes all of it durable.
@@ -97,13 +118,48 @@ class Session {
   virtual bool outdated() const noexcept = 0;
   // Whether its transaction could go on with any other session: nothing has changed, and no rows are being read.
   virtual bool unused() const noexcept = 0;
+
+ protected:
+  // `failure_source`: the source of this driver's failures, a literal: "SQLite store".
+  explicit Session(std::string_view failure_source);
+
+  // The driver's part of the calls above.
+  // Before a statement is looked at: what the session owes others by now. In a run, letting them see and write.
+  virtual void before_statement() {}
+  // The text is `statement.text`. Its shape (shape_cache.h) is for a driver that translates.
+  virtual Execution run(const dialect::LexedStatement& statement, ExecuteOptions options) = 0;
+  virtual RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
+                             std::span<const Variant> values) = 0;
+  virtual void update(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+                      std::span<const Variant> values) = 0;
+  virtual void commit_transaction() = 0;
+  virtual void roll_back_transaction() = 0;
+
+  // For the driver: the engine has undone the transaction by itself, with a failure of this description.
+  void lose_transaction(const std::string& reason) { lost_ = reason; }
+  bool has_lost_transaction() const noexcept { return !lost_.empty(); }
+  // Raises with the driver's source.
+  [[noreturn]] void fail(std::int32_t number, std::string description) const;
+
+ private:
+  bool is_last_setting(const Sql& statement) const;
+  void refuse_if_lost() const;
+  void refuse_assigned(const TableInfo& table, std::span<const std::size_t> columns, bool updates) const;
+
+  std::string_view failure_source_;
+  std::unique_ptr<dialect::LexedStatement> lexed_;  // its room serves one statement after the other
+  std::string last_setting_;                        // the latest one that asked nothing of the engine
+  std::string lost_;                                // why the engine undid the transaction, until it is rolled back
 };
 
-// Makes sessions for one kind of store.
+// Makes sessions for one kind of store. What not every kind can do is a capability: a function that each driver answers,
+// with its reason beside the answer.
 class Driver {
  public:
   virtual ~Driver() = default;
   virtual std::unique_ptr<Session> open(const std::string& connection_string) = 0;
+  // Checks, backs up and restores stores of this kind; null where that is not the library's to do (upkeep.h).
+  virtual const Upkeep* upkeep() const = 0;
 };
 
 // The value as a column of that type holds it; Null stays Null, Empty clears the column and gives Null too, True is 1
@@ -114,9 +170,5 @@ Variant to_column_type(const Variant& value, ColumnType type);
 
 // "Key=Value;Key=Value", keys in any case; the value of the first occurrence, trimmed, or nothing.
 std::optional<std::string> connection_property(std::string_view connection_string, std::string_view key);
-
-// The driver that the connection string's Provider names ("SQLite", also when none is named).
-// Raises kStoreFailure for an unknown provider, naming the known ones; for a blank string too.
-Driver& driver_for(const std::string& connection_string);
 
 }  // namespace mercato::store

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/store/call_limit.h"
+#include "platform/store/known_drivers.h"
 
 namespace mercato::store {
 namespace {

@@ -13,7 +13,7 @@ class StatementObserver {
   virtual void on_statement(std::string_view text, bool by_library) = 0;
 };
 
-// The thread's observer, or null. Drivers call `observe_statement`; the statement writers of updatable rows do not.
+// The thread's observer, or null. `Session::execute` calls `observe_statement`; what writes updatable rows does not.
 StatementObserver* set_statement_observer(StatementObserver* observer);  // returns the one before
 void observe_statement(std::string_view text);
 

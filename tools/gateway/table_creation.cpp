@@ -5,7 +5,7 @@
 
 #include "frame/schema_texts.h"
 #include "platform/store/dialect/dialect.h"
-#include "platform/store/driver.h"
+#include "platform/store/known_drivers.h"
 #include "platform/store/session_pool.h"
 #include "values/raised_error.h"
 #include "values/text.h"

@@ -10,11 +10,12 @@ class EmptyCursor final : public Cursor {
   EmptyCursor() : layout_(std::make_shared<const RowLayout>(std::vector<Column>())) {}
 
   const RowLayoutPtr& layout() const override { return layout_; }
-  bool next() override { return false; }
   void read(std::vector<Variant>& row) override { row.clear(); }
   RowIdentity identity() override { return {}; }
 
  private:
+  bool advance() override { return false; }
+
   RowLayoutPtr layout_;
 };
 

@@ -10,6 +10,8 @@ class EmptyDriver final : public Driver {
   std::unique_ptr<Session> open(const std::string& /*connection_string*/) override {
     return std::make_unique<empty::EmptySession>();
   }
+  // There is nothing to keep.
+  const Upkeep* upkeep() const override { return nullptr; }
 };
 
 }  // namespace

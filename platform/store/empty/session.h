@@ -7,22 +7,26 @@ namespace mercato::store::empty {
 
 class EmptySession final : public Session {
  public:
-  Execution execute(const Sql& statement, ExecuteOptions options) override;
+  EmptySession() : Session("Empty store") {}
+
   const TableInfo* table(std::string_view name) override;
   bool has_index(std::string_view table, std::string_view name) override;
-  RowIdentity insert_row(const TableInfo& table, std::span<const std::size_t> columns,
-                         std::span<const Variant> values) override;
-  void update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
-                  std::span<const Variant> values) override;
   void start_transaction() override {}
-  void commit() override {}
-  void rollback() override {}
   void begin_run() override {}
   void flush_run() override {}
   void end_run() override {}
   bool reset() noexcept override { return true; }
   bool outdated() const noexcept override { return false; }
   bool unused() const noexcept override { return false; }
+
+ protected:
+  Execution run(const dialect::LexedStatement& statement, ExecuteOptions options) override;
+  RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
+                     std::span<const Variant> values) override;
+  void update(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+              std::span<const Variant> values) override;
+  void commit_transaction() override {}
+  void roll_back_transaction() override {}
 };
 
 }  // namespace mercato::store::empty

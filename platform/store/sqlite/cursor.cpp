@@ -3,7 +3,7 @@
 #include <new>
 #include <utility>
 
-#include "platform/store/call_limit.h"
+#include "platform/store/failures.h"
 #include "platform/store/sqlite/failure.h"
 #include "platform/store/sqlite/session.h"
 #include "platform/store/sqlite/values.h"
@@ -38,11 +38,8 @@ bool SqliteCursor::step() {
   throw Raised(std::move(failure));
 }
 
-bool SqliteCursor::next() {
-  check_call_limit();
-  if (detached_)
-    raise(error_number::kObjectClosed, std::string(kFailureSource),
-          "The connection that these rows are read from has been closed");
+bool SqliteCursor::advance() {
+  if (detached_) throw Raised(of_this_store(rows_closed()));
   if (kept_at_ < kept_.size()) return ++kept_at_, true;
   if (std::exchange(row_ahead_, false)) return true;
   if (running_) return step();

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/store/driver.h"
-#include "platform/store/sqlite/statement_cache.h"
+#include "platform/store/sqlite/running_statement.h"
 
 namespace mercato::store::sqlite {
 
@@ -19,7 +19,6 @@ class SqliteCursor final : public Cursor {
   ~SqliteCursor() override;
 
   const RowLayoutPtr& layout() const override { return layout_; }
-  bool next() override;
   void read(std::vector<Variant>& row) override;
   RowIdentity identity() override;
 
@@ -37,6 +36,7 @@ class SqliteCursor final : public Cursor {
     RowIdentity identity;
   };
 
+  bool advance() override;
   bool step();
   void read_row(std::vector<Variant>& row) const;
   RowIdentity read_identity() const;

@@ -1,5 +1,6 @@
 #include "platform/store/sqlite/driver.h"
 
+#include "platform/store/sqlite/maintenance.h"
 #include "platform/store/sqlite/session.h"
 
 namespace mercato::store {
@@ -10,6 +11,11 @@ class SqliteDriver final : public Driver {
   std::unique_ptr<Session> open(const std::string& connection_string) override {
     return std::make_unique<sqlite::SqliteSession>(connection_string);
   }
+  // The store is a file, which nobody else looks after.
+  const Upkeep* upkeep() const override { return &upkeep_; }
+
+ private:
+  sqlite::FileUpkeep upkeep_;
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/store/dialect/declared_type.h"
+#include "platform/store/failures.h"
 #include "platform/store/sqlite/lock_wait.h"
 
 namespace mercato::store::sqlite {
@@ -41,23 +42,18 @@ RaisedError violation(int code, const std::string& words, const TableInfo* table
   switch (code) {
     case SQLITE_CONSTRAINT_CHECK:
       if (const Column* column = guarded_column(table, object, &dialect::width_constraint))
-        return {kValueTooLong,
-                {},
-                "The value is too long: column " + table->name + "." + column->name + " takes at most " +
-                    std::to_string(column->width) + " characters",
-                {},
-                0};
+        return value_too_long(*table, *column);
       if (const Column* column = guarded_column(table, object, &dialect::range_constraint))
-        return out_of_range(*table, *column);
-      return {kConstraintViolated, {}, "The change violates a check of the store (" + words + ")", {}, 0};
+        return value_out_of_range(*table, *column);
+      return check_violated(words);
     case SQLITE_CONSTRAINT_NOTNULL:
-      return {kConstraintViolated, {}, object + " may not be Null (" + words + ")", {}, 0};
+      return value_missing(object, words);
     case SQLITE_CONSTRAINT_UNIQUE:
     case SQLITE_CONSTRAINT_PRIMARYKEY:
     case SQLITE_CONSTRAINT_ROWID:
-      return {kConstraintViolated, {}, "There is already a row with this key (" + words + ")", {}, 0};
+      return key_is_taken(words);
     default:
-      return {kConstraintViolated, {}, "The change violates a constraint of the store (" + words + ")", {}, 0};
+      return constraint_violated(words);
   }
 }
 
@@ -94,12 +90,12 @@ RaisedError describe(sqlite3* engine, int code, const std::string& path, long wa
       return failure(kValueTooLong, "The value is larger than the store can hold (" + words + ")");
     case SQLITE_MISMATCH:
       // A key that 64 bits do not hold never gets as far as the check of its range.
-      if (const Column* const key = table ? assigned_column(*table) : nullptr) return out_of_range(*table, *key);
+      if (const Column* const key = table ? assigned_column(*table) : nullptr) return value_out_of_range(*table, *key);
       [[fallthrough]];
     case SQLITE_ERROR:
     case SQLITE_SCHEMA:
     case SQLITE_RANGE:
-      return failure(kStatementRefused, "The store refused the statement: " + words);
+      return statement_refused(words);
     case SQLITE_FULL:
       return full();
     case SQLITE_READONLY:
@@ -137,17 +133,13 @@ RaisedError describe(sqlite3* engine, int code, const std::string& path, long wa
 
 }  // namespace
 
-RaisedError out_of_range(const TableInfo& table, const Column& column) {
-  return {kValueTooLong,
-          std::string(kFailureSource),
-          "The value is out of the range of column " + table.name + "." + column.name,
-          {},
-          0};
+RaisedError of_this_store(RaisedError failure) {
+  failure.Source = kFailureSource;
+  return failure;
 }
 
 RaisedError failure_of(sqlite3* engine, int code, const std::string& path, long waited_ms, const TableInfo* table) {
-  RaisedError failure = describe(engine, code, path, waited_ms, table);
-  failure.Source = kFailureSource;
+  RaisedError failure = of_this_store(describe(engine, code, path, waited_ms, table));
   if (failure.Description.empty()) failure.Description = default_description(failure.Number);
   return failure;
 }

@@ -14,7 +14,8 @@ namespace mercato::store::sqlite {
 // Of every failure that this driver reports.
 inline constexpr std::string_view kFailureSource = "SQLite store";
 
-RaisedError out_of_range(const TableInfo& table, const Column& column);
+// With that source.
+RaisedError of_this_store(RaisedError failure);
 
 // The failure behind an extended result code that the engine has just given. The engine's own words stand in the text,
 // which has no full stop at its end: the message that it becomes part of puts one there.

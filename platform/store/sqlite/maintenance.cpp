@@ -13,7 +13,6 @@
 #include <system_error>
 
 #include "platform/store/sqlite/database.h"
-#include "platform/store/sqlite/driver.h"
 #include "platform/store/sqlite/failure.h"
 #include "platform/store/sqlite/functions.h"
 #include "platform/store/sqlite/log_owner.h"
@@ -32,13 +31,7 @@ using Engine = std::unique_ptr<sqlite3, CloseEngine>;
   raise_store_failure(what + " '" + path + "': " + std::generic_category().message(errno));
 }
 
-void require_sqlite(const std::string& connection_string) {
-  if (&driver_for(connection_string) != &sqlite_driver())
-    raise(error_number::kFeatureNotAvailable, std::string(kFailureSource),
-          "Only a store in a file of SQLite is checked, backed up and restored here");
-}
-
-void check(sqlite3* engine, int code, const std::string& path) {
+void require_ok(sqlite3* engine, int code, const std::string& path) {
   if (code != SQLITE_OK) throw Raised(failure_of(engine, code, path, 0));
 }
 
@@ -46,7 +39,7 @@ Engine open_engine(const std::string& name, const std::string& path, int flags) 
   sqlite3* opened = nullptr;
   const int code = sqlite3_open_v2(name.c_str(), &opened, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
   Engine engine(opened);
-  check(opened, code, path);
+  require_ok(opened, code, path);
   register_functions(opened);
   return engine;
 }
@@ -68,7 +61,7 @@ std::vector<std::string> faults_of(sqlite3* engine, const std::string& path) {
   if ((code & 0xFF) == SQLITE_CORRUPT)
     faults.push_back(sqlite3_errmsg(engine));
   else
-    check(engine, code, path);
+    require_ok(engine, code, path);
   return faults;
 }
 
@@ -78,7 +71,7 @@ std::int64_t integer_of(sqlite3* engine, const char* query, const std::string& p
     *static_cast<std::int64_t*>(result) = values[0] ? std::strtoll(values[0], nullptr, 10) : 0;
     return 0;
   };
-  check(engine, sqlite3_exec(engine, query, read, &number, nullptr), path);
+  require_ok(engine, sqlite3_exec(engine, query, read, &number, nullptr), path);
   return number;
 }
 
@@ -154,16 +147,16 @@ void copy_to_file(sqlite3* from, const std::string& from_path, const std::string
   const Engine copy = open_engine(path, path, SQLITE_OPEN_READWRITE);
   // Nobody misses a half-written copy; a whole one is flushed when it gets its name.
   constexpr const char* kUnguarded = "PRAGMA synchronous=OFF; PRAGMA journal_mode=MEMORY";
-  check(copy.get(), sqlite3_exec(copy.get(), kUnguarded, nullptr, nullptr, nullptr), path);
+  require_ok(copy.get(), sqlite3_exec(copy.get(), kUnguarded, nullptr, nullptr, nullptr), path);
   const int code = copy_pages(from, copy.get(), [] {});
   if ((code & 0xFF) == SQLITE_CORRUPT || (code & 0xFF) == SQLITE_NOTADB)
     throw UnusableStore(failure_of(nullptr, code, from_path, 0));
-  check(copy.get(), code, path);
+  require_ok(copy.get(), code, path);
 }
 
 // The file gets its name when `accept` has seen it and did not raise.
 template <class Accept>
-void back_up(const Database& store, const std::string& file, Accept accept) {
+void copy_checked(const Database& store, const std::string& file, Accept accept) {
   FileInTheMaking copy(file);
   copy_to_file(store.engine(), store.path(), copy.path());
   give_new_mark(copy.path());
@@ -199,7 +192,7 @@ std::uint32_t copy_backup(sqlite3* backup, const std::string& backup_path, const
     const Engine copy = open_engine(path, path, SQLITE_OPEN_READWRITE);
     if (integer_of(copy.get(), "PRAGMA user_version", path) != kStoreVersion) {
       const std::string current = "REINDEX; PRAGMA user_version=" + std::to_string(kStoreVersion);
-      check(copy.get(), sqlite3_exec(copy.get(), current.c_str(), nullptr, nullptr, nullptr), path);
+      require_ok(copy.get(), sqlite3_exec(copy.get(), current.c_str(), nullptr, nullptr, nullptr), path);
     }
     if (const auto faults = faults_of(copy.get(), path); !faults.empty())
       raise_store_failure("The backup '" + backup_path + "' is damaged (" + faults.front() +
@@ -242,8 +235,7 @@ std::string exchange(const std::string& path, sqlite3* backup, const std::string
 
 }  // namespace
 
-std::vector<std::string> check_store(const std::string& connection_string) {
-  require_sqlite(connection_string);
+std::vector<std::string> FileUpkeep::check(const std::string& connection_string) const {
   const Database store(connection_string);
   std::vector<std::string> faults = faults_of(store.engine(), store.path());
   if (faults.empty() && integer_of(store.engine(), "PRAGMA user_version", store.path()) == 0)
@@ -251,15 +243,14 @@ std::vector<std::string> check_store(const std::string& connection_string) {
   return faults;
 }
 
-void back_up_store(const std::string& connection_string, const std::string& file) {
-  require_sqlite(connection_string);
+void FileUpkeep::back_up(const std::string& connection_string, const std::string& file) const {
   if (identity_of(file))
     raise_store_failure("There is a file '" + file + "' already. Give the backup another name, or delete it");
   const fs::path folder = fs::path(file).parent_path();
   if (std::error_code unreadable; !folder.empty() && !fs::is_directory(folder, unreadable))
     raise_store_failure("There is no folder '" + folder.string() + "' for the backup '" + file + "'");
   const Database store(connection_string);
-  back_up(store, file, [&](const std::string& copy) {
+  copy_checked(store, file, [&](const std::string& copy) {
     const Engine written = open_at_rest(copy);
     if (const auto faults = faults_of(written.get(), copy); !faults.empty())
       raise_store_failure("The store '" + store.path() + "' is damaged (" + faults.front() +
@@ -267,8 +258,7 @@ void back_up_store(const std::string& connection_string, const std::string& file
   });
 }
 
-std::string restore_store(const std::string& connection_string, const std::string& backup, bool keep) {
-  require_sqlite(connection_string);
+std::string FileUpkeep::restore(const std::string& connection_string, const std::string& backup, bool keep) const {
   const std::string path = connection_property(connection_string, "Data Source").value_or("");
   if (const auto file = identity_of(backup); file && file == identity_of(path))
     raise_store_failure("'" + backup + "' is the store itself");
@@ -280,7 +270,7 @@ std::string restore_store(const std::string& connection_string, const std::strin
       const std::uint32_t mark = copy_backup(source.get(), backup, copy.path());
       const Engine marked = open_at_rest(copy.path());
       std::string kept;
-      if (keep) back_up(store, kept = free_name_for(store.path()), [](const std::string&) {});
+      if (keep) copy_checked(store, kept = free_name_for(store.path()), [](const std::string&) {});
       const int code = copy_pages(marked.get(), store.engine(), [&] { store.admit_mark(mark); });
       if (code != SQLITE_OK) store.raise(code);
       store.after_commit();

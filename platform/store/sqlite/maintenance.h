@@ -1,26 +1,18 @@
-// What keeps a store file alive: its check, its backup while others work, and the way back. Any thread.
-// The connection string is the store's; another provider than SQLite raises kFeatureNotAvailable.
+// The check, the backup and the restoring of a store file, by the engine's own means where it has them. Any thread.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "platform/store/upkeep.h"
+
 namespace mercato::store::sqlite {
 
-// The engine's judgement of every page, row and index, a sentence for each fault; empty: sound. Writes nothing.
-// Raises what opening the store raises.
-std::vector<std::string> check_store(const std::string& connection_string);
-
-// Copies the store as it is at this moment to a new file, which has its name when it is whole, checked and on the disk.
-// Others go on reading and writing. Raises kStoreFailure when there is such a file, when the store is damaged (there is
-// no file then), and when the file cannot be written.
-void back_up_store(const std::string& connection_string, const std::string& file);
-
-// Makes the store what the backup is. A store that can be used is written over in one transaction: others wait for it,
-// and read the old store until it stands. One that cannot be used, or is not there, is exchanged for a copy of the
-// backup. What was there before is kept beside the store, unless `keep` is false; the result is the name of that file,
-// empty when nothing was kept. Raises kStoreFailure, and leaves the store as it is, when the backup is missing, is
-// damaged, is no store of this program, or has a log beside it; else what opening and writing the store raise.
-std::string restore_store(const std::string& connection_string, const std::string& backup, bool keep);
+class FileUpkeep final : public Upkeep {
+ public:
+  std::vector<std::string> check(const std::string& connection_string) const override;
+  void back_up(const std::string& connection_string, const std::string& file) const override;
+  std::string restore(const std::string& connection_string, const std::string& backup, bool keep) const override;
+};
 
 }  // namespace mercato::store::sqlite

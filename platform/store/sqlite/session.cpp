@@ -6,12 +6,11 @@
 #include <thread>
 #include <utility>
 
-#include "platform/store/call_limit.h"
 #include "platform/store/dialect/refusal.h"
+#include "platform/store/failures.h"
 #include "platform/store/sqlite/cursor.h"
 #include "platform/store/sqlite/failure.h"
 #include "platform/store/sqlite/values.h"
-#include "platform/store/statement_observer.h"
 #include "values/raised_error.h"
 
 namespace mercato::store::sqlite {
@@ -63,81 +62,64 @@ std::string lost_with_it(int statements) {
   return ". The last " + std::to_string(statements) + " statements of this run were lost with it";
 }
 
-// In the words of the server whose dialect the library writes.
-void refuse_assigned(const TableInfo& table, bool updates, std::span<const std::size_t> columns) {
-  for (const std::size_t column : columns) {
-    if (!table.columns[column].assigned) continue;
-    raise(error_number::kStatementRefused, std::string(kFailureSource),
-          updates ? "Cannot update identity column '" + table.columns[column].name + "'"
-                  : "Cannot insert explicit value for identity column in table '" + table.name +
-                        "' when IDENTITY_INSERT is set to OFF");
-  }
-}
-
 }  // namespace
 
 SqliteSession::~SqliteSession() { reset(); }
 
 // Statements
 
-Execution SqliteSession::execute(const Sql& statement, ExecuteOptions options) {
-  observe_statement(statement.text());
-  check_call_limit_now();
-  refuse_if_lost();
+// What a run has gathered for too long reaches the others with its next statement, whatever becomes of that one.
+void SqliteSession::before_statement() {
   if (group_is_old()) commit_group();
-  if (is_last_setting(statement)) return {};
-  dialect::lex(statement.text(), lexed_);
-  dialect::check_pieces(statement, lexed_);
-  const CachedStatementPtr cached = translated(options.identified);
+}
+
+Execution SqliteSession::run(const dialect::LexedStatement& statement, ExecuteOptions options) {
+  const CachedStatementPtr cached = translated(statement, options.identified);
   switch (cached->translation.kind) {
     case dialect::StatementKind::nothing:
-      if (statement.marks().empty()) last_setting_ = statement.text();
-      return {};
+      return {.cursor = nullptr, .affected = 0, .nothing_to_do = true};
     case dialect::StatementKind::query:
-      return {open_cursor(cached, options.identified), 0};
+      return {open_cursor(cached, statement, options.identified), 0};
     case dialect::StatementKind::definition:
       define(cached->translation);
       return {};
     case dialect::StatementKind::insert:
     case dialect::StatementKind::update:
     case dialect::StatementKind::remove:
-      return {nullptr, change(cached)};
+      return {nullptr, change(cached, statement)};
   }
   raise(error_number::kInvalidArgument);
 }
 
-bool SqliteSession::is_last_setting(const Sql& statement) const {
-  return !last_setting_.empty() && statement.text() == last_setting_ && statement.marks().empty();
-}
-
-CachedStatementPtr SqliteSession::translated(bool identified) {
-  if (CachedStatementPtr cached = statements_.find(lexed_, identified)) return cached;
+CachedStatementPtr SqliteSession::translated(const dialect::LexedStatement& lexed, bool identified) {
+  if (CachedStatementPtr cached = statements_.find(lexed, identified)) return cached;
   // Somebody else may have defined the table that this one names.
   refresh_schema();
   auto statement = std::make_shared<CachedStatement>();
-  statement->translation = dialect::translate_to_sqlite(lexed_, tables_, identified);
+  statement->translation = dialect::translate_to_sqlite(lexed, tables_, identified);
   refuse_beyond_bounds(statement->translation);
   if (statement->translation.kind == dialect::StatementKind::query)
     statement->layout = std::make_shared<const RowLayout>(statement->translation.result, statement->translation.table);
   if (statement->translation.kind != dialect::StatementKind::definition)
-    statements_.insert(statement, lexed_, identified);
+    statements_.insert(statement, lexed, identified, statement->translation.depends_on_literals);
   return statement;
 }
 
-std::unique_ptr<Cursor> SqliteSession::open_cursor(CachedStatementPtr statement, bool identified) {
+std::unique_ptr<Cursor> SqliteSession::open_cursor(CachedStatementPtr statement, const dialect::LexedStatement& lexed,
+                                                   bool identified) {
   for (;;) {
     RunningStatement running(database_, std::move(statement));
-    bind_literals(running, Lifetime::copied);
+    bind_literals(running, lexed, Lifetime::copied);
     auto cursor = std::make_unique<SqliteCursor>(*this, std::move(running));
     // Prepared for the tables of an earlier day: the columns may be others by now.
     if (!cursor->was_reprepared() || !refresh_schema()) return cursor;
-    statement = translated(identified);
+    statement = translated(lexed, identified);
   }
 }
 
-std::int64_t SqliteSession::change(const CachedStatementPtr& statement) {
+std::int64_t SqliteSession::change(const CachedStatementPtr& statement, const dialect::LexedStatement& lexed) {
   const RunningStatement running(database_, statement);
-  bind_literals(running, Lifetime::outlives_statement);
+  bind_literals(running, lexed, Lifetime::outlives_statement);
   before_write();
   step_write(running);
   const std::int64_t affected = sqlite3_changes64(database_.engine());
@@ -145,14 +127,15 @@ std::int64_t SqliteSession::change(const CachedStatementPtr& statement) {
   return affected;
 }
 
-void SqliteSession::bind_literals(const RunningStatement& running, Lifetime lifetime) {
+void SqliteSession::bind_literals(const RunningStatement& running, const dialect::LexedStatement& lexed,
+                                  Lifetime lifetime) {
   int position = 0;
   for (const dialect::Parameter& parameter : running.cached().translation.parameters) {
     ++position;
-    const auto text = dialect::text_as_it_stands(lexed_, parameter);
+    const auto text = dialect::text_as_it_stands(lexed, parameter);
     const int code =
         text ? bind_text(running.get(), position, *text, lifetime)
-             : bind_value(running.get(), position, dialect::parameter_value(lexed_, parameter), Lifetime::copied);
+             : bind_value(running.get(), position, dialect::parameter_value(lexed, parameter), Lifetime::copied);
     if (code != SQLITE_OK) throw Raised(failure(code));
   }
 }
@@ -194,9 +177,8 @@ const TableInfo* SqliteSession::table(std::string_view name) {
 
 bool SqliteSession::has_index(std::string_view table, std::string_view name) { return tables_.has_index(table, name); }
 
-RowIdentity SqliteSession::insert_row(const TableInfo& table, std::span<const std::size_t> columns,
-                                      std::span<const Variant> values) {
-  refuse_if_lost();
+RowIdentity SqliteSession::insert(const TableInfo& table, std::span<const std::size_t> columns,
+                                  std::span<const Variant> values) {
   const RunningStatement running = row_writer(table, false, columns);
   bind_row(running, values);
   before_write();
@@ -208,13 +190,12 @@ RowIdentity SqliteSession::insert_row(const TableInfo& table, std::span<const st
   if (!fits)
     database_.run(("DELETE FROM " + quoted_name(table.name) + " WHERE _rowid_ = " + std::to_string(number)).c_str());
   after_write();
-  if (!fits) throw Raised(out_of_range(table, *key));
+  if (!fits) throw Raised(of_this_store(value_out_of_range(table, *key)));
   return {number, {}};
 }
 
-void SqliteSession::update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
-                               std::span<const Variant> values) {
-  refuse_if_lost();
+void SqliteSession::update(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+                           std::span<const Variant> values) {
   const RunningStatement running = row_writer(table, true, columns);
   bind_row(running, values);
   sqlite3_bind_int64(running.get(), static_cast<int>(columns.size() + 1), row.number);
@@ -234,7 +215,6 @@ RunningStatement SqliteSession::row_writer(const TableInfo& table, bool updates,
     if (writer.updates == updates && writer.table == table.name && std::ranges::equal(writer.columns, columns))
       return {database_, writer.statement};
   }
-  refuse_assigned(table, updates, columns);
   if (row_writers_.size() == kMostRowWriters) row_writers_.clear();
   auto statement = std::make_shared<CachedStatement>();
   statement->translation.table = table.name;
@@ -341,19 +321,13 @@ void SqliteSession::roll_back_engine_transaction() noexcept {
 
 void SqliteSession::start_transaction() { mode_ = Mode::transaction; }
 
-void SqliteSession::commit() {
-  if (!lost_.empty()) {
-    const std::string reason = lost_;
-    rollback();
-    raise_store_failure("Nothing of this transaction stands: the store undid it after a failure. " + reason);
-  }
+void SqliteSession::commit_transaction() {
   mode_ = Mode::single;
   if (begun_) commit_engine_transaction();
 }
 
-void SqliteSession::rollback() {
+void SqliteSession::roll_back_transaction() {
   roll_back_engine_transaction();
-  lost_.clear();
   mode_ = Mode::single;
 }
 
@@ -406,11 +380,6 @@ void SqliteSession::refuse_beyond_bounds(const dialect::Translation& translation
                     " queries with UNION. Send them in several statements");
 }
 
-void SqliteSession::refuse_if_lost() const {
-  if (!lost_.empty())
-    raise_store_failure("This transaction can only be rolled back: the store undid it after a failure. " + lost_);
-}
-
 RaisedError SqliteSession::failure(int code, std::string_view table) {
   RaisedError failed = database_.failure(code, tables_.known(table));
   note(failed);
@@ -423,13 +392,13 @@ void SqliteSession::note(RaisedError& failed) {
   if (begun_ && !database_.in_transaction()) {
     begun_.reset();
     if (std::exchange(defined_, false)) forget_schema();
-    if (mode_ == Mode::transaction) lost_ = failed.Description;
+    if (mode_ == Mode::transaction) lose_transaction(failed.Description);
     if (const int statements = std::exchange(group_statements_, 0); mode_ == Mode::run && statements > 0)
       failed.Description += lost_with_it(statements);
   }
 }
 
-bool SqliteSession::unused() const noexcept { return !begun_ && lost_.empty() && cursors_.empty(); }
+bool SqliteSession::unused() const noexcept { return !begun_ && !has_lost_transaction() && cursors_.empty(); }
 
 bool SqliteSession::reset() noexcept {
   try {

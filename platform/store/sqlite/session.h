@@ -17,9 +17,11 @@
 
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/driver.h"
+#include "platform/store/shape_cache.h"
 #include "platform/store/sqlite/database.h"
+#include "platform/store/sqlite/failure.h"
 #include "platform/store/sqlite/lock_wait.h"
-#include "platform/store/sqlite/statement_cache.h"
+#include "platform/store/sqlite/running_statement.h"
 #include "platform/store/sqlite/tables.h"
 #include "platform/store/sqlite/values.h"
 
@@ -29,25 +31,29 @@ class SqliteCursor;
 
 class SqliteSession final : public Session {
  public:
-  explicit SqliteSession(const std::string& connection_string) : database_(connection_string) {}
+  explicit SqliteSession(const std::string& connection_string)
+      : Session(kFailureSource), database_(connection_string) {}
   ~SqliteSession() override;
 
-  Execution execute(const Sql& statement, ExecuteOptions options) override;
   const TableInfo* table(std::string_view name) override;
   bool has_index(std::string_view table, std::string_view name) override;
-  RowIdentity insert_row(const TableInfo& table, std::span<const std::size_t> columns,
-                         std::span<const Variant> values) override;
-  void update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
-                  std::span<const Variant> values) override;
   void start_transaction() override;
-  void commit() override;
-  void rollback() override;
   void begin_run() override;
   void flush_run() override;
   void end_run() override;
   bool reset() noexcept override;
   bool outdated() const noexcept override { return database_.replaced(); }
   bool unused() const noexcept override;
+
+ protected:
+  void before_statement() override;
+  Execution run(const dialect::LexedStatement& statement, ExecuteOptions options) override;
+  RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
+                     std::span<const Variant> values) override;
+  void update(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+              std::span<const Variant> values) override;
+  void commit_transaction() override;
+  void roll_back_transaction() override;
 
  private:
   friend class SqliteCursor;
@@ -63,12 +69,12 @@ class SqliteSession final : public Session {
     CachedStatementPtr statement;
   };
 
-  bool is_last_setting(const Sql& statement) const;
-  CachedStatementPtr translated(bool identified);
-  std::unique_ptr<Cursor> open_cursor(CachedStatementPtr statement, bool identified);
-  std::int64_t change(const CachedStatementPtr& statement);
+  CachedStatementPtr translated(const dialect::LexedStatement& lexed, bool identified);
+  std::unique_ptr<Cursor> open_cursor(CachedStatementPtr statement, const dialect::LexedStatement& lexed,
+                                      bool identified);
+  std::int64_t change(const CachedStatementPtr& statement, const dialect::LexedStatement& lexed);
   void define(const dialect::Translation& definition);
-  void bind_literals(const RunningStatement& running, Lifetime lifetime);
+  void bind_literals(const RunningStatement& running, const dialect::LexedStatement& lexed, Lifetime lifetime);
   RunningStatement row_writer(const TableInfo& table, bool updates, std::span<const std::size_t> columns);
   void bind_row(const RunningStatement& running, std::span<const Variant> values);
 
@@ -83,7 +89,6 @@ class SqliteSession final : public Session {
   void commit_group();
   bool group_is_old() const;
   void refuse_beyond_bounds(const dialect::Translation& translation) const;
-  void refuse_if_lost() const;
 
   // The failure that the engine has just reported, while writing that table if one is named.
   RaisedError failure(int code, std::string_view table = {});
@@ -94,12 +99,10 @@ class SqliteSession final : public Session {
 
   Database database_;
   Tables tables_{database_};
-  StatementCache statements_;
+  ShapeCache<CachedStatement> statements_;
   std::unordered_multimap<std::uint64_t, RowWriter> row_writers_;
   StatementHandle begin_;
   StatementHandle commit_;
-  dialect::LexedStatement lexed_;
-  std::string last_setting_;  // one that asks nothing of the engine: the same text before many a query, lexed once
   std::vector<SqliteCursor*> cursors_;  // those that the engine still runs
 
   Mode mode_ = Mode::single;
@@ -107,7 +110,6 @@ class SqliteSession final : public Session {
   std::int64_t changes_before_ = 0;  // rows that this session had changed when it began
   bool defined_ = false;             // a definition is part of it
   bool unflushed_ = false;           // a run has committed something without a flush
-  std::string lost_;                 // what made the engine undo the transaction, until it is rolled back
   Clock::time_point group_began_;
   Clock::time_point group_ended_;
   Clock::time_point paused_;  // when a run last let others have their turn

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "platform/store/call_limit.h"
+#include "platform/store/known_drivers.h"
 #include "platform/store/statement_observer.h"
 #include "tests/platform/store/store_files.h"
 

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/store/dialect/dialect.h"
 #include "platform/store/empty/driver.h"
+#include "platform/store/known_drivers.h"
+#include "platform/store/statement_observer.h"
+#include "platform/store/upkeep.h"
 #include "tests/platform/store/store_files.h"
 
 namespace mercato::store {
@@ -71,6 +75,161 @@ TEST(ToColumnType, RefusesWhatCannotBeConverted) {
   EXPECT_EQ(failure_of([] { to_column_type(Variant(""), ColumnType::date); }).Number, kTypeMismatch);
   EXPECT_EQ(failure_of([] { to_column_type(Variant(""), ColumnType::money); }).Number, kTypeMismatch);
   EXPECT_EQ(failure_of([] { to_column_type(Variant(40000), ColumnType::short_integer); }).Number, kOverflow);
+}
+
+// A driver that writes down what it is asked, and what reached the others before.
+class WritingSession : public Session, private StatementObserver {
+ public:
+  WritingSession() : Session("Test store"), observer_(set_statement_observer(this)) {}
+  ~WritingSession() override { set_statement_observer(observer_); }
+
+  std::vector<std::string> log;
+  bool sets_only = false;  // statements ask nothing of this engine
+  TableInfo goods{
+      "GOODS", {{"ID", ColumnType::long_integer, 0, false, true}, {"NAME", ColumnType::text, 10, true, false}}, {0}};
+
+  using Session::lose_transaction;
+  const TableInfo* table(std::string_view) override { return &goods; }
+  bool has_index(std::string_view, std::string_view) override { return false; }
+  void start_transaction() override { log.emplace_back("start"); }
+  void begin_run() override {}
+  void flush_run() override {}
+  void end_run() override {}
+  bool reset() noexcept override { return true; }
+  bool outdated() const noexcept override { return false; }
+  bool unused() const noexcept override { return !has_lost_transaction(); }
+
+ protected:
+  void before_statement() override { log.emplace_back("before"); }
+  Execution run(const dialect::LexedStatement& statement, ExecuteOptions) override {
+    log.push_back("run " + std::string(statement.text));
+    return {.cursor = nullptr, .affected = 0, .nothing_to_do = sets_only};
+  }
+  RowIdentity insert(const TableInfo&, std::span<const std::size_t>, std::span<const Variant>) override {
+    log.emplace_back("insert");
+    return {};
+  }
+  void update(const TableInfo&, const RowIdentity&, std::span<const std::size_t>, std::span<const Variant>) override {
+    log.emplace_back("update");
+  }
+  void commit_transaction() override { log.emplace_back("commit"); }
+  void roll_back_transaction() override { log.emplace_back("roll back"); }
+
+ private:
+  void on_statement(std::string_view text, bool) override { log.push_back("seen " + std::string(text)); }
+
+  StatementObserver* observer_;
+};
+
+using Log = std::vector<std::string>;
+
+TEST(EverySession, ShowsAStatementToItsObserverAndMakesReadyBeforeTheDriverGetsIt) {
+  WritingSession session;
+  session.execute(Sql("SELECT 1"));
+  EXPECT_EQ(session.log, (Log{"seen SELECT 1", "before", "run SELECT 1"}));
+}
+
+TEST(EverySession, KeepsFromTheDriverAValueThatIsNotOneLiteral) {
+  WritingSession session;
+  const std::string hostile = "x' OR 'a'='a";
+  EXPECT_EQ(failure_of([&] { session.execute(Sql("SELECT A FROM B WHERE C='") << value(hostile) << "'"); }).Number,
+            kStatementRefused);
+  EXPECT_EQ(failure_of([&] { session.execute(Sql("SELECT A FROM B ORDER BY ") << name("C; DROP")); }).Number,
+            kStatementRefused);
+  EXPECT_EQ(failure_of([&] { session.execute(Sql("SELECT A FROM B") << clause(" -- all")); }).Number,
+            kStatementRefused);
+  EXPECT_EQ(failure_of([&] { session.execute(Sql("SELECT 'no end")); }).Number, kStatementRefused);
+  EXPECT_EQ(session.log,
+            (Log{"seen SELECT A FROM B WHERE C='x' OR 'a'='a'", "before", "seen SELECT A FROM B ORDER BY C; DROP",
+                 "before", "seen SELECT A FROM B -- all", "before", "seen SELECT 'no end", "before"}));
+}
+
+TEST(EverySession, AsksTheCallLimitAfterTheObserverAndBeforeAnythingElse) {
+  WritingSession session;
+  session.lose_transaction("The disk is full");
+  const CallLimit limit(1e-9);
+  EXPECT_EQ(failure_of([&] { session.execute(Sql("SELECT 'no end")); }),
+            (RaisedError{
+                kTimeout, "Mercato", "Timeout expired: the call ran longer than its limit of 1E-09 seconds", {}, 0}));
+  EXPECT_EQ(session.log, Log{"seen SELECT 'no end"});
+}
+
+TEST(EverySession, TakesASettingThatAskedNothingWithoutAnotherLookUntilAnotherCame) {
+  WritingSession session;
+  session.sets_only = true;
+  for (int i = 0; i < 2; ++i) session.execute(Sql("set A"));
+  session.execute(Sql("set B"));
+  session.execute(Sql("set A"));
+  // One with pieces is looked at each time.
+  for (int i = 0; i < 2; ++i) session.execute(Sql("set ") << name("C"));
+  EXPECT_EQ(session.log, (Log{"seen set A", "before", "run set A", "seen set A", "before", "seen set B", "before",
+                              "run set B", "seen set A", "before", "run set A", "seen set C", "before", "run set C",
+                              "seen set C", "before", "run set C"}));
+}
+
+TEST(EverySession, RefusesAColumnThatTheStoreAssignsInTheServersWords) {
+  WritingSession session;
+  const std::size_t columns[] = {1, 0};
+  const Variant values[] = {Variant("bolt"), Variant(7)};
+  EXPECT_EQ(failure_of([&] { session.insert_row(session.goods, columns, values); }),
+            (RaisedError{kStatementRefused,
+                         "Test store",
+                         "Cannot insert explicit value for identity column in table 'GOODS' when IDENTITY_INSERT is "
+                         "set to OFF",
+                         {},
+                         0}));
+  EXPECT_EQ(failure_of([&] { session.update_row(session.goods, {}, columns, values); }),
+            (RaisedError{kStatementRefused, "Test store", "Cannot update identity column 'ID'", {}, 0}));
+  EXPECT_EQ(session.log, Log{});
+  session.insert_row(session.goods, std::span(columns).first(1), std::span(values).first(1));
+  session.update_row(session.goods, {}, std::span(columns).first(1), std::span(values).first(1));
+  EXPECT_EQ(session.log, (Log{"insert", "update"}));
+}
+
+TEST(EverySession, TakesNothingButARollbackOnceItsTransactionIsLost) {
+  WritingSession session;
+  session.start_transaction();
+  session.lose_transaction("The disk is full");
+  const RaisedError refused{kStoreFailure,
+                            "Test store",
+                            "This transaction can only be rolled back: the store undid it after a failure. The disk is "
+                            "full",
+                            {},
+                            0};
+  EXPECT_EQ(failure_of([&] { session.execute(Sql("SELECT 'no end")); }), refused);
+  const std::size_t assigned[] = {0};
+  const Variant values[] = {Variant(7)};
+  EXPECT_EQ(failure_of([&] { session.insert_row(session.goods, assigned, values); }), refused);
+  EXPECT_EQ(failure_of([&] { session.update_row(session.goods, {}, assigned, values); }), refused);
+  EXPECT_FALSE(session.unused());
+  session.rollback();
+  session.execute(Sql("SELECT 1"));
+  EXPECT_EQ(session.log, (Log{"start", "seen SELECT 'no end", "roll back", "seen SELECT 1", "before", "run SELECT 1"}));
+}
+
+TEST(EverySession, FailsTheCommitOfALostTransactionAndRollsItBack) {
+  WritingSession session;
+  session.start_transaction();
+  session.lose_transaction("The disk is full");
+  EXPECT_EQ(failure_of([&] { session.commit(); }),
+            (RaisedError{kStoreFailure,
+                         "Test store",
+                         "Nothing of this transaction stands: the store undid it after a failure. The disk is full",
+                         {},
+                         0}));
+  session.commit();
+  EXPECT_EQ(session.log, (Log{"start", "roll back", "commit"}));
+}
+
+TEST(Upkeep, IsForStoresInFilesOnly) {
+  EXPECT_EQ(failure_of([] { upkeep_of(empty_driver()); }),
+            (RaisedError{kFeatureNotAvailable,
+                         "Mercato",
+                         "Only a store in a file is checked, backed up and restored here. Use the means of the store's "
+                         "own server",
+                         {},
+                         0}));
+  EXPECT_NE(driver_for("Provider=SQLite").upkeep(), nullptr);
 }
 
 TEST(EmptyDriver, TakesEverythingAndFindsNothing) {

@@ -2,7 +2,7 @@
 #include <iostream>
 
 #include "frame/table_references.h"
-#include "platform/store/sqlite/maintenance.h"
+#include "platform/store/upkeep.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/terminal/listing.h"
@@ -30,7 +30,7 @@ std::string described(const DanglingRows& dangling) {
 
 int check(const NoOptions&, const OutputOptions& output) {
   const std::string store = connection_string();
-  const std::vector<std::string> damage = store::sqlite::check_store(store);
+  const std::vector<std::string> damage = store::check_store(store);
   // What is damaged cannot be trusted to answer.
   std::vector<std::string> missing;
   std::vector<DanglingRows> dangling;
@@ -63,13 +63,13 @@ int check(const NoOptions&, const OutputOptions& output) {
 }
 
 int back_up(const WhichFile& given, const OutputOptions& output) {
-  store::sqlite::back_up_store(connection_string(), given.file);
+  store::back_up_store(connection_string(), given.file);
   return answer(output, {{"backup", given.file}},
                 good("The store was backed up") + " to " + shown(given.file, 500) + ".");
 }
 
 int restore(const Restoring& given, const OutputOptions& output) {
-  const std::string kept = store::sqlite::restore_store(connection_string(), given.file, !given.discard);
+  const std::string kept = store::restore_store(connection_string(), given.file, !given.discard);
   return answer(output, {{"restored", given.file}, {"kept", kept}},
                 good("The store was restored") + " from " + shown(given.file, 500) + "." +
                     (kept.empty() ? "" : " What was there before is kept as " + shown(kept, 500) + "."));

@@ -10,8 +10,8 @@
 #include <functional>
 
 #include "platform/store/call_limit.h"
-#include "platform/store/sqlite/maintenance.h"
 #include "platform/store/unit_of_work.h"
+#include "platform/store/upkeep.h"
 #include "tests/platform/store/integrity.h"
 #include "tests/platform/store/store_files.h"
 #include "tests/platform/whole_files.h"
@@ -45,8 +45,8 @@ class ExchangedStore : public testing::Test {
   void restore_and_go_on() {
     const PooledSession live = acquire_session(store_);
     run(*live.get(), "INSERT INTO T (N) VALUES (2)");
-    sqlite::back_up_store(store_, backup_);
-    sqlite::restore_store(store_, backup_, false);
+    back_up_store(store_, backup_);
+    restore_store(store_, backup_, false);
     for (int i = 0; i < 3; ++i) run(*live.get(), "INSERT INTO T (N) VALUES (3)");
   }
   // A process that dies, with more rows in its log than in the file.
@@ -186,13 +186,13 @@ TEST_F(ExchangedStore, ABackupThatWasRestoredBeforeAndIsCopiedOverTheStoreIsNotO
 }
 
 TEST_F(ExchangedStore, ABackupIsNotOverwrittenByTheLogIntoWhichItWasRestored) {
-  sqlite::back_up_store(store_, backup_);
+  back_up_store(store_, backup_);
   close_idle_sessions();
   const pid_t child = fork();
   if (child == 0) {
     try {
       const PooledSession idle = acquire_session(store_);
-      sqlite::restore_store(store_, backup_, false);
+      restore_store(store_, backup_, false);
       kill(getpid(), SIGKILL);
     } catch (...) {
     }

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/store/sqlite/maintenance.h"
 #include "platform/store/unit_of_work.h"
+#include "platform/store/upkeep.h"
 #include "tests/platform/store/sqlite/faulty_files.h"
 #include "tests/platform/store/store_files.h"
 #include "tests/support/random_rounds.h"
@@ -83,7 +83,7 @@ class Faults : public testing::Test {
   }
   // The highest step.
   int expect_sound(int promised) {
-    EXPECT_EQ(sqlite::check_store(store_), std::vector<std::string>());
+    EXPECT_EQ(check_store(store_), std::vector<std::string>());
     const PooledSession session = acquire_session(store_);
     const auto steps = query(*session.get(), "SELECT COUNT(*), MAX(N) FROM STEP").at(0);
     const int last = steps[1].is_null() ? 0 : steps[1].to_long();

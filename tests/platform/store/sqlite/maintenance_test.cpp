@@ -1,6 +1,4 @@
 // The check of a store, its backup while others work, and the way back.
-#include "platform/store/sqlite/maintenance.h"
-
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -14,6 +12,7 @@
 #include "platform/store/call_limit.h"
 #include "platform/store/sqlite/database.h"
 #include "platform/store/unit_of_work.h"
+#include "platform/store/upkeep.h"
 #include "tests/platform/store/store_files.h"
 #include "tests/platform/whole_files.h"
 

@@ -15,8 +15,9 @@
 #include <fstream>
 
 #include "platform/store/call_limit.h"
-#include "platform/store/sqlite/maintenance.h"
+#include "platform/store/known_drivers.h"
 #include "platform/store/unit_of_work.h"
+#include "platform/store/upkeep.h"
 #include "tests/platform/store/integrity.h"
 #include "tests/platform/store/store_files.h"
 
@@ -207,7 +208,7 @@ TEST_F(StoreOfVersion1, IsPutIntoTheNewOrderWhenItIsRestoredIntoAStoreInUse) {
   const std::string in_use = folder_.store("in-use.db");
   const std::unique_ptr<Session> session = open(in_use);
   run(*session, "CREATE TABLE T (NAME nvarchar(20) NULL)");
-  sqlite::restore_store(in_use, path_, false);
+  restore_store(in_use, path_, false);
   EXPECT_EQ(query_one(*session, bobs_), Variant(25));
   EXPECT_EQ(test::integrity_of(folder_.path("in-use.db")), "ok");
 }

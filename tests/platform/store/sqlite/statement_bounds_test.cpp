@@ -5,6 +5,7 @@
 #include <chrono>
 
 #include "platform/store/call_limit.h"
+#include "platform/store/known_drivers.h"
 #include "tests/platform/store/store_files.h"
 #include "tests/support/processor_time.h"
 

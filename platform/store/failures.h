@@ -1,0 +1,24 @@
+// The failures that every store knows, in the library's words: number and description, without a source. `words` are the
+// engine's own, which stand in brackets behind. Any thread.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/store/row_layout.h"
+#include "values/raised_error.h"
+
+namespace mercato::store {
+
+RaisedError statement_refused(const std::string& words);
+RaisedError value_too_long(const TableInfo& table, const Column& column);
+RaisedError value_out_of_range(const TableInfo& table, const Column& column);
+// `column` with its table: "PRODUCT.NAME".
+RaisedError value_missing(const std::string& column, const std::string& words);
+RaisedError key_is_taken(const std::string& words);
+RaisedError check_violated(const std::string& words);
+RaisedError constraint_violated(const std::string& words);
+// Rows are read whose session is gone, or was given back.
+RaisedError rows_closed();
+
+}  // namespace mercato::store
