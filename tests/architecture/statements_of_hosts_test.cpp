@@ -55,16 +55,17 @@ std::vector<std::filesystem::path> sources_of(const std::filesystem::path& place
 }
 
 TEST(StatementsOfHosts, AreFoundInASource) {
-  for (const char* statement : {R"(query("SELECT UNITCODE FROM UNIT");)", R"(query("select * from UNIT");)", R"(query(" Select 1");)",
-        R"(query("INSERT INTO UNIT VALUES ('BX')");)", R"(query("insert UNIT (UNITCODE) VALUES ('BX')");)",
-        R"(query("UPDATE UNIT SET UNITCODE = 'BX'");)", R"(query("DELETE FROM UNIT");)",
-        R"(query("delete UNIT WHERE 0=1");)", R"(query("UPDATE " + table);)", "Sql sql;", "return Sql(text);",
-        "Sql::verbatim(text)", "query(LiteralPiece(kText));"
-       })
+  for (const char* statement :
+       {R"c(query("SELECT UNITCODE FROM UNIT");)c", R"c(query("select * from UNIT");)c", R"c(query(" Select 1");)c",
+        R"c(query("INSERT INTO UNIT VALUES ('BX')");)c", R"c(query("insert UNIT (UNITCODE) VALUES ('BX')");)c",
+        R"c(query("UPDATE UNIT SET UNITCODE = 'BX'");)c", R"c(query("DELETE FROM UNIT");)c",
+        R"c(query("delete UNIT WHERE 0=1");)c", R"c(query("UPDATE " + table);)c", "Sql sql;", "return Sql(text);",
+        "Sql::verbatim(text)", "query(LiteralPiece(kText));"})
     EXPECT_TRUE(has_statement(statement)) << statement;
-  for (const char* other : {R"(add("delete", "Delete a unit");)", R"(add("Update20");)", "// SELECT UNITCODE FROM UNIT",
-                            "Gen_QuoteSql(user);", R"(add("https://host", "x"); // Sql)",
-                            R"(add("Insert and update the products of a document");)"})
+  for (const char* other :
+       {R"c(add("delete", "Delete a unit");)c", R"c(add("Update20");)c", "// SELECT UNITCODE FROM UNIT",
+        "Gen_QuoteSql(user);", R"c(add("https://host", "x"); // Sql)c",
+        R"c(add("Insert and update the products of a document");)c"})
     EXPECT_FALSE(has_statement(other)) << other;
 }
 
