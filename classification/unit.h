@@ -1,5 +1,4 @@
-// Units of measure, reading half. Never starts a transaction, never votes. Rows are created outside of this library.
-// One object serves one call at a time; nothing is kept between calls.
+// Units of measure, reading half: class Mercato.Unit.
 #pragma once
 
 #include <string>
@@ -9,23 +8,33 @@
 
 namespace mercato {
 
+/// Units of measure, reading half. The rows are created outside of this library.
+///
+/// Never starts a transaction and never votes. Every method that is not retired may raise what the store raises
+/// (0x80040E14 for a refused statement, 0x80004005 for a store that cannot be reached).
+///
+/// An object serves one call at a time and keeps nothing between calls.
 class Unit : public ComponentOf<Unit> {
  public:
+  /// The class as it describes itself: ProgID, class id, methods and their arguments.
   static const ClassTable& table();
 
-  // Retired: raises -1 at every call. Use Mercato.TUnit.Delete.
+  /// Retired: logs and raises -1 at every call, with the advice in the place of the label. Use Mercato.TUnit.Delete.
   bool Delete(std::string& iUnitCode);
 
-  // All unit codes, code to code, in no particular order; empty when there are none.
-  // A failure is logged and raised under "Mercato.Unit.getAllUnits".
+  /// All unit codes, each to itself, in no particular order; empty when there are none. A failure is logged and raised
+  /// under "Mercato.Unit.getAllUnits".
   DictionaryPtr GetAllUnits();
 
-  // The unit code for a code or a description; "" when neither fits. Of several units with the description the one that
-  // comes first. A failure is logged and raised under "Mercato.Unit.getUnitCodeFromDescription".
+  /// The code of the unit with this code or description, "" when neither fits. Of several units that fit the first one
+  /// counts. The argument is not changed. A failure is logged and raised under
+  /// "Mercato.Unit.getUnitCodeFromDescription".
   std::string getUnitCodeFromDescription(std::string& iUnitDescription);
 
-  // Retired: raise -1 at every call. Use those of Mercato.TUnit.
+  /// Retired: logs and raises -1 at every call, with the advice in the place of the label. Use that of Mercato.TUnit.
   bool IReferentialIntegrity_BeforeDelete(const Variant& i_vUnread, const Array& iFields, const Array& iValues);
+
+  /// Retired: logs and raises -1 at every call, with the advice in the place of the label. Use that of Mercato.TUnit.
   bool IReferentialIntegrity_Exists(const Variant& i_vUnread, const Array& iFields, const Array& iValues);
 };
 

@@ -1,6 +1,4 @@
-// UNSPSC codes, reading half. Never starts a transaction, never votes. A code is pairs of digits, each pair a level
-// below the one before it; a row of UNSPSCCODES holds one pair and, as its parent, all pairs above it. One object
-// serves one call at a time; nothing is kept between calls.
+// UNSPSC codes, reading half: class Mercato.UNSPSC. unspsc_code.h says how a code is made up.
 #pragma once
 
 #include <cstdint>
@@ -11,35 +9,46 @@
 
 namespace mercato {
 
+/// UNSPSC codes, reading half. Never starts a transaction and never votes.
+///
+/// Every method that is not retired may raise what the store raises (0x80040E14 for a refused statement, 0x80004005 for
+/// a store that cannot be reached). Codes are whole ones, without pairs of zeros at their end. No argument is changed.
+///
+/// An object serves one call at a time and keeps nothing between calls.
 class UNSPSC : public ComponentOf<UNSPSC> {
  public:
+  /// The class as it describes itself: ProgID, class id, methods and their arguments.
   static const ClassTable& table();
 
-  // Retired: raises -1 at every call. Use Mercato.TUNSPSC.Delete.
+  /// Retired: logs and raises -1 at every call, with the advice in the place of the label. Use Mercato.TUNSPSC.Delete.
   bool Delete(std::string& iUNSPSCCode);
 
-  // The codes of one level (1 is the top), with an empty parent those of all parents: full code to description (Null
-  // when it has none), ordered by parent and code. The parent goes into the statement unquoted: one with a quote makes
-  // the store refuse it. A failure is logged and raised under "Mercato.UNSPSC.getAllUNSPSCCodes".
+  /// The codes of one level below one parent, or below all parents when the parent is empty: code to description, which
+  /// may be Null, ordered by parent and code. Level 1 is the top. The parent goes into the statement as it stands: the
+  /// store refuses one with a quote. A failure is logged and raised under "Mercato.UNSPSC.getAllUNSPSCCodes".
   DictionaryPtr GetAllUNSPSCCodes(std::int16_t iLevelNumber, const std::string& iParentCode);
 
-  // The description of a full code; "" when there is no such code, or none is given. Raises 5 for a code of one
-  // character, 6 for one of more than 65535, and 94 for a description that is Null. Failures of the lookup pass as they
-  // are.
+  /// The description of a code, "" for an unknown code and for the empty text. Raises 5 for a code of one character, 6
+  /// for one of more than 65,535 characters, and 94 for a description that is Null, all unlogged; a failure of the
+  /// look-up is logged and raised as in GetAllUNSPSCCodes.
   std::string getUNSPSCDescription(std::string& i_UNSPSCCode);
-  // Whether the full code exists. False, without asking the store, for an empty one. Raises as getUNSPSCDescription.
+
+  /// Whether a code exists. False, without asking the store, for the empty text. Raises 5, 6 and what the look-up
+  /// raises, as getUNSPSCDescription does.
   bool IsUNSPSCCodeExists(std::string& i_UNSPSCCode);
 
-  // Whether any code stands below this one, at whatever depth: also when its own child is missing. The empty code has
-  // everything below it. A failure is logged and raised under "Mercato.UNSPSC.CheckifChildExists".
+  /// Whether any code stands below this one, at whatever depth, also where the codes between them are missing. The
+  /// empty text has every code below it. A failure is logged and raised under "Mercato.UNSPSC.CheckifChildExists".
   bool CheckifChildExists(const std::string& i_sParentCode);
 
-  // Retired: raise -1 at every call. Use those of Mercato.TUNSPSC.
+  /// Retired: logs and raises -1 at every call, with the advice in the place of the label. Use that of Mercato.TUNSPSC.
   bool IReferentialIntegrity_BeforeDelete(const Variant& i_vUnread, const Array& iFields, const Array& iValues);
+
+  /// Retired: logs and raises -1 at every call, with the advice in the place of the label. Use that of Mercato.TUNSPSC.
   bool IReferentialIntegrity_Exists(const Variant& i_vUnread, const Array& iFields, const Array& iValues);
 
  private:
-  // The codes among which a full code has to be, its level and parent.
+  // All codes of this code's level that have the same parent.
   DictionaryPtr siblings_of(const std::string& code);
 };
 
