@@ -1,5 +1,4 @@
-// Whether the product tables use a record of somebody else, what goes with one, and the deletion and hiding of
-// products.
+// The questions of the reference checker, and the deletion and hiding of products.
 #include <array>
 #include <string_view>
 
@@ -14,7 +13,8 @@ namespace {
 
 enum class ValueForm { as_it_stands, quoted, like };
 
-// Where a key of somebody else may be in use, by the upper-cased name of the field that holds it.
+// Where the tables of products may refer to a row of another table. The field that holds its key is written in
+// capitals.
 struct UsesOfField {
   std::string_view field;
   ValueForm form;
@@ -31,7 +31,7 @@ constexpr UsesOfField kUses[] = {
      ValueForm::quoted,
      {"SELECT PRODUCTID FROM PRODUCT WHERE ", "SELECT USERID FROM COMMODITY WHERE ",
       "SELECT USERID FROM FAVORITES WHERE "}},
-    // The name is that of a table: no column has it, so the store refuses the question.
+    // No column has this name, which is that of a table: the store refuses the statement.
     {"UNSPSCCODES",
      ValueForm::like,
      {"SELECT UNSPSCCODE FROM PRODUCT WHERE ", "SELECT UNSPSCCODE FROM PRODUCTCATEGORY WHERE ", ""}},
@@ -39,7 +39,7 @@ constexpr UsesOfField kUses[] = {
 
 using UseStatements = std::array<Sql, 3>;
 
-// The statements that ask for one key. All are empty for a field that is not in the table.
+// The statements that look for one key. All are empty for a field that kUses does not have.
 UseStatements statements_for(const std::string& field, const std::string& key) {
   UseStatements statements;
   const std::string upper_field = text::to_upper(field);
@@ -84,7 +84,7 @@ bool Product::IReferentialIntegrity_Exists(const Variant&, const Array& iFields,
         if (!iFields.items.empty()) {
           statements = statements_for(iFields.at(iFields.lower).to_text(), iValues.at(iFields.lower).text_or_empty());
           connection = GetReadConnection();
-          // The first is asked even when it is empty: that is how a field that nobody knows fails.
+          // The first one runs even when it is empty: the store refuses it, and so an unknown field fails.
           in_use = !connection->Execute(statements[0])->Eof();
           for (std::size_t i = 1; i < statements.size(); ++i)
             if (!statements[i].text().empty() && !connection->Execute(statements[i])->Eof()) in_use = true;
@@ -183,7 +183,7 @@ void Product::set_visibility(std::string_view label, const Sql& sql) {
         Mts_SetComplete();
       },
       Tail{label, [&]() -> Variant {
-             std::string errors = Err_ConnectionErrors(connection);  // closing forgets them
+             std::string errors = Err_ConnectionErrors(connection);  // before closing forgets them
              Sql_CloseConnection(connection);
              Mts_SetAbort();
              return errors;

@@ -61,7 +61,7 @@ void Product::CreateFavoriteEx(const std::string& i_sUserID, std::int32_t i_lPro
         sql << " AND FOLDERID= " << folder;
         opened.connection = GetConnection();
         opened.rows = open_updatable(sql, opened.connection, CursorType::keyset);
-        // Nothing to do, yet the vote is abort.
+        // There is nothing to do, yet the vote is abort.
         if (exists(opened.rows)) return refused;
         opened.rows->AddNew();
         opened.rows->SetValue("USERID", i_sUserID);
@@ -211,13 +211,13 @@ DictionaryPtr Product::GetBuyersForProducts(const Array& i_aProductList) {
             buyer_of->Add(product_id, opened.rows->Value("USERID").text_or_empty());
             opened.rows->MoveNext();
           } else if (equals(multiple_buyer, 1)) {
-            // The walk does not move on: the product comes round again, and the recordset is still open then.
+            // There is no MoveNext: the same product comes again, and finds `buyers` still open.
             const Sql list = Sql("SELECT PRODUCTID,USERID FROM PRODUCTBUYER WHERE PRODUCTID = ")
                              << value(product_id.to_text());
             buyers->Open(list, opened.connection, CursorType::forward_only, LockType::read_only, -1);
             for (; !buyers->Eof(); buyers->MoveNext()) buyer_of->Add(product_id, buyers->Value("USERID"));
           }
-          // Any other value is looked at again and again, until the call limit ends the call.
+          // With any other value the same row is read again and again, until the call limit ends the call.
         }
         opened.close();
         Mts_SetComplete();

@@ -1,5 +1,4 @@
-// Shared by the files of class Product: product.cpp, product_record.cpp, product_search.cpp, product_lists.cpp,
-// product_maintenance.cpp, product_deletion.cpp, product_favorites.cpp.
+// What the files of class Product share. Only they include it.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +12,7 @@
 namespace mercato {
 namespace product {
 
-// An argument that was not given.
+// Whether an optional argument was left out.
 inline bool IsDefaultLong(std::int32_t number) { return number == -1; }
 inline bool IsDefaultString(const std::string& text) { return text.empty(); }
 
@@ -25,13 +24,13 @@ inline std::int32_t id_or_none(const RecordsetPtr& rows) {
   return rows->Eof() ? -1 : rows->Value("PRODUCTID").to_long();
 }
 
-// Price lines and requisition support (product_prices.cpp, product_requisition.cpp).
+// For price lines and requisitions.
 
 inline bool IsDefaultDouble(double number) { return number == -1.0; }
 inline Currency NullToCurrency(const Variant& value) { return value.is_null() ? Currency() : value.to_currency(); }
 
-// The rows of a query in their order: "1", "2", ... to a Dictionary of these columns. Raises 6 beyond 32,767 rows. No
-// vote in either direction; a failure closes, is logged and raised under the label.
+// The rows of a query in their order: "1", "2" and so on to a dictionary of these columns. Raises 6 beyond 32,767 rows.
+// Casts no vote, a failure neither; a failure is logged and raised under the label.
 DictionaryPtr numbered_rows(std::string_view label, ConnectionPtr (*open)(), const Sql& sql,
                             std::span<const std::string_view> columns);
 

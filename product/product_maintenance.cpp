@@ -20,8 +20,8 @@ void require_references(const Recordset& row) {
         {});
 }
 
-// One name more than the old signatures have values for, so that the array of values always runs out. And since
-// TECHNICALIMAGE has no value of its own, the URL lands on it.
+// Ten names for the nine values of the old signatures: the array of values always runs out. TECHNICALIMAGE has no value
+// of its own, so the URL is written to it.
 const Array& names_of_old_signature() {
   static const Array names{"UNITCODE",     "PROPERTYGROUPID", "MANUFACTURERID", "PARTNUMBER",     "PRODUCTDESCRIPTION",
                            "CONFIGURABLE", "PRODUCTREMARK",   "IMAGEFILENAME",  "TECHNICALIMAGE", "URL"};
@@ -30,7 +30,7 @@ const Array& names_of_old_signature() {
 
 }  // namespace
 
-// No abort vote in the tail: a failure behind the writing of the row leaves the row to the transaction.
+// The tail casts no abort vote: a failure behind the writing of the row leaves the row to the transaction.
 std::int32_t Product::Insert20(const Array& iFields, const Array& iValues) {
   Opened opened;
   return method(
@@ -62,7 +62,7 @@ bool Product::Update20(std::int32_t iProductID, const Array& iFields, const Arra
         const auto written = write_product_fields(ProductWritePolicy::update, *opened.rows, iFields, iValues);
         require_references(*opened.rows);
         stamp_product_row(*opened.rows);
-        // A Null is no answer: such a product cannot be updated.
+        // Null raises 94: such a product cannot be updated.
         if (!opened.rows->Value("MULTIPLEBUYER").to_boolean()) {
           opened.connection->Execute(Sql("DELETE FROM productbuyer WHERE PRODUCTID=") << iProductID);
         }

@@ -41,7 +41,7 @@ Sql lines_that_hold(Lines lines, std::int32_t product_id, Date at, double quanti
   if (!IsDefaultDouble(quantity))
     sql << "PRICEEFFECTIVEDATE<=" << value(date) << " AND (PRICEEXPIRYDATE>=" << value(date)
         << " OR PRICEEXPIRYDATE IS NULL) AND QUANTITYTO>=" << quantity << " ORDER BY QUANTITYTO";
-  else  // The quotes behind the literals unbalance it: without a quantity the store refuses the call.
+  else  // The quotes behind the dates have no partner: the store refuses every call without a quantity.
     sql << "PRICEEFFECTIVEDATE<=" << value(date) << "' AND (PRICEEXPIRYDATE>=" << value(date)
         << "' OR PRICEEXPIRYDATE IS NULL)";
   return sql;
@@ -64,7 +64,7 @@ DictionaryPtr price_of(const Recordset& line, const std::string& currency, Date 
   return attributes;
 }
 
-// PRICE of the first row; a product without one is raised with the label as the source.
+// PRICE of the first row. Without a row it raises eProductIdNotFound, with the label as the source.
 template <class Open>
 double first_price(std::string_view label, Open open, const Sql& sql) {
   return read_row_and_vote(label, CursorType::forward_only, open, sql,
@@ -140,7 +140,7 @@ DictionaryPtr Product::getCatalogPriceAttributes(std::int32_t i_lProductID, Date
 DictionaryPtr Product::getCatalogPriceAttributesEx(std::int32_t i_lProductID, Date i_dDate,
                                                    const std::string& i_sCurrencyCode, double i_fQuantity,
                                                    const std::string& i_sGroupBy) {
-  // As above a failure leaves the group behind.
+  // As above, a failure leaves the group behind.
   GroupBy = i_sGroupBy;
   DictionaryPtr attributes = getCatalogPriceAttributes(i_lProductID, i_dDate, i_sCurrencyCode, i_fQuantity);
   GroupBy.clear();

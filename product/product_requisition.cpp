@@ -72,7 +72,7 @@ Sql properties_of_group(std::int32_t group) {
 
 std::int32_t group_of_user(const std::string& user_id) { return zentrik::User().GetUserPropertyGroup(user_id); }
 
-// The properties that the rows offer. Where they come from a default it stands under VALUE too.
+// Adds a line for each property of the rows. Its VALUE is read from the named column, also where that is a default.
 enum class KnownProperties { fail, are_skipped };
 void add_property_lines(Dictionary& lines, Recordset& rows, std::string_view value_column, KnownProperties known) {
   for (; !rows.Eof(); rows.MoveNext()) {
@@ -146,7 +146,7 @@ bool Product::RequisitionPropertiesPresent(std::int32_t iProductID, const std::s
   Opened opened;
   return method(
       [&] {
-        // The first that finds a row decides, and the rest do not run.
+        // The first statement that finds a row decides; those behind it do not run.
         const bool present = finds_a_row(opened, GetReadConnection, properties_of_products_commodity(iProductID)) ||
                              finds_a_row(opened, GetReadConnection, properties_of_products_group(iProductID)) ||
                              finds_a_row(opened, GetReadConnection, properties_of_group(group_of_user(iUserID)));
@@ -160,7 +160,7 @@ bool Product::RequisitionCommodityPropertiesPresent(const std::string& iCommodit
   Opened opened;
   return method(
       [&] {
-        // Both run, whatever the first finds.
+        // Both statements run, whatever the first one finds.
         const bool of_commodity = finds_a_row(opened, GetReadConnection, properties_of_commodity(iCommodityCode));
         const bool of_user = finds_a_row(opened, GetReadConnection, properties_of_group(group_of_user(iUserID)));
         Mts_SetComplete();

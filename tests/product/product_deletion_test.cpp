@@ -1,4 +1,4 @@
-// Whether product tables use a record, what goes with one, and the deletion and hiding of products.
+// The questions of the reference checker, and the deletion and hiding of products.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -244,7 +244,7 @@ TEST_F(ProductDeleted, GoesWithAllThatHangsOnItInThisOrder) {
   for (const char* table : {"PRODUCT", "ATTACHEDFILE", "PRODUCTPROPVALUE", "PRODUCTSBYCATEGORY", "CATALOGPRODUCTPRICE",
                             "FAVORITES", "PRODUCTBUYER"})
     EXPECT_EQ(rows(std::string("SELECT PRODUCTID FROM ") + table), (std::vector<std::vector<Variant>>{{2}})) << table;
-  // What names it as the alternative of another stays.
+  // A row that names it as the alternative of another product stays.
   EXPECT_EQ(rows("SELECT ORIGINALPRODUCT, ALTERNATIVEPRODUCT FROM ALTERNATIVEPRODUCTS"),
             (std::vector<std::vector<Variant>>{{2, 1}}));
   EXPECT_FALSE(std::filesystem::exists(attachments() / "1"));

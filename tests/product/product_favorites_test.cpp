@@ -302,7 +302,7 @@ TEST_F(ProductBuyers, NewOneFailsWhereItsProductCannotBeRead) {
   };
   const Case cases[] = {
       {1, error_number::kInvalidUseOfNull},   // its flag is Null
-      {7, error_number::kNoCurrentRow},       // does not exist; the checker was asked something else
+      {7, error_number::kNoCurrentRow},       // does not exist; the checker's answer is scripted
       {-1, error_number::kStatementRefused},  // Null: the statement misses an id
       {kNull, error_number::kStatementRefused},
   };
@@ -402,7 +402,7 @@ TEST_F(ProductBuyers, DefaultComesFromTheProductElseTheCommodityElseTheSupplier)
       {"NULL, 'NOBODY', NULL", ""},
       {"NULL, NULL, NULL", ""},
       {"'', 'O''N', NULL", ""},              // an empty buyer is no Null: the commodity is not asked
-      {"'', 'O''N', 1", "of the supplier"},  // but it is empty
+      {"'', 'O''N', 1", "of the supplier"},  // but it counts as none, and the supplier is asked
   };
   std::int32_t id = 0;
   for (const Case& product : cases) {

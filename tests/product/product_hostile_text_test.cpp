@@ -89,7 +89,7 @@ TEST_F(ProductHostileText, LeavesAllTablesAsTheyWere) {
       try {
         invoke(product_.object(), argument.method, arguments);
       } catch (const Raised&) {
-        // Refused: as good as harmless.
+        // A refused text does no harm either.
       }
     }
     ASSERT_EQ(all_rows(), before) << argument.method << " argument " << argument.position;

@@ -365,11 +365,11 @@ TEST_F(ProductMaintenance, NameInAnotherCaseEscapesItsRuleAndReachesItsColumn) {
       1);
   EXPECT_EQ(product("PARTNUMBER"), Variant(""));
   EXPECT_EQ(product("GTIN"), Variant("123"));
-  // The group is in the row, so its values are wanted, but it was not remembered.
+  // The row has the group, so its values are created, but for the group that was remembered: 0.
   EXPECT_EQ(recorder.group_changes(), (std::vector<std::vector<Variant>>{{0, 1}}));
 }
 
-// Once the id was taken from the caller, -1 too, and the last long made every later insert fail.
+// An insert used to take its id from the caller, -1 too; after the largest long every later insert failed.
 TEST_F(ProductMaintenance, NewProductWithAnIdOfItsOwnIsRefusedByTheStore) {
   const ExpectedFailure expected(
       "80040E14", "SQLite store",
@@ -434,7 +434,7 @@ TEST_F(ProductMaintenance, NewProductGetsTheValuesOfItsGroupOnlyWhenItHasOne) {
   EXPECT_EQ(recorder.group_changes(), (std::vector<std::vector<Variant>>{{4, 3}}));
 }
 
-// No abort vote is cast: what becomes of the row is the transaction's affair.
+// No abort vote is cast: the transaction decides what becomes of the row.
 TEST_F(ProductMaintenance, FailureBehindTheWritingOfANewProductLeavesItsRowToTheTransaction) {
   {
     Root<Product> fresh;
@@ -638,7 +638,7 @@ TEST_F(ProductUpdate, SkipsTheIdAmongTheFields) {
   EXPECT_EQ(product("URL"), Variant("new"));
 }
 
-// Once a product got the new id, and whatever hung on the old one hung on nothing.
+// A product used to get the new id, and whatever hung on the old id then hung on nothing.
 TEST_F(ProductUpdate, OfTheIdUnderANameInAnotherCaseIsRefusedByTheStore) {
   const auto before = all_rows();
   Recorder recorder;
@@ -681,7 +681,7 @@ TEST_F(ProductUpdate, HasNoQuietStop) {
   }
   for (const char* field : {"PRODUCTEFFECTIVITYDATE", "PRODUCTEXPIRYDATE"}) {
     EXPECT_EQ(raised_by([&] { product_->Update20(1, Array{field}, Array{""}); }).Number, error_number::kTypeMismatch);
-    // A day as the text form of its number: the one before the zero date.
+    // "-1" reads as a number of days here: the day before the zero date.
     EXPECT_TRUE(product_->Update20(1, Array{field}, Array{"-1"}));
     EXPECT_EQ(product(field), Variant(Date(-1)));
   }

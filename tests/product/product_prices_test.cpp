@@ -357,7 +357,7 @@ TEST_F(ProductPrices, WithAValueThatNoLineCanHoldFailAndLeaveNothing) {
   }
   EXPECT_EQ(raised_by([&] { insert({"GROUPBY"}, {std::string(51, 'x')}); }).Number, error_number::kValueTooLong);
   EXPECT_EQ(raised_by([&] { product_->InsertPrice(1, kJuly, std::nan(""), {}, {}); }).Number,
-            error_number::kConstraintViolated);  // no number is what the store takes for Null
+            error_number::kConstraintViolated);  // the store takes what is no number for Null
   EXPECT_TRUE(lines().empty());
 }
 
@@ -380,14 +380,14 @@ TEST_F(ProductPrices, HaveDatesFromTheYear100To9999) {
   }
   EXPECT_EQ(rows("SELECT PRICE FROM CATALOGPRODUCTPRICE"),
             (std::vector<std::vector<Variant>>(4, {Variant(amount("2"))})));
-  // A date beyond them is none of the interface.
+  // The interface has no date beyond them.
   std::vector<Variant> arguments{1, 3e6, 10.0, Array{}, Array{}};
   Recorder recorder;
   EXPECT_EQ(raised_by([&] { invoke(product_.object(), "InsertPrice", arguments); }).Number, error_number::kOverflow);
   EXPECT_TRUE(recorder.statements.empty());
 }
 
-// A line of the zero date was looked for at a time alone, which the store reads as one of another day, and written
+// A line of the zero date used to be looked for by its time alone, which the store reads as another day: it was written
 // twice.
 TEST_F(ProductPrices, OfTheZeroDateAreFoundAgain) {
   for (const Date date : {Date(), Date::from_civil({1899, 12, 30, 8, 30, 0})})
@@ -397,7 +397,7 @@ TEST_F(ProductPrices, OfTheZeroDateAreFoundAgain) {
             (std::vector<std::vector<Variant>>{{Date()}, {Date::from_civil({1899, 12, 30, 8, 30, 0})}}));
 }
 
-// Quantities were looked for in 15 digits, so that such a line was never found again.
+// Quantities used to be looked for with 15 digits, and such a line was never found again.
 TEST_F(ProductPrices, OfAQuantityThatFifteenDigitsDoNotTellAreFoundAgain) {
   for (const double quantity : {1.0 / 3, 0.1 + 0.2, 123456789012345678.0, 1e-7, 1e300})
     for (int i = 0; i < 2; ++i)

@@ -67,7 +67,7 @@ TEST_F(ReferenceTablesHostileText, LeavesAllTablesAsTheyWere) {
       try {
         call(argument, text);
       } catch (const Raised&) {
-        // Refused: as good as harmless.
+        // A refused text does no harm either.
       }
     }
     ASSERT_EQ(all_rows(), before) << argument.method << " argument " << argument.position;

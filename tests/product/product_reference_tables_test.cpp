@@ -137,7 +137,7 @@ TEST_F(ProductReferenceTables, AnItemCodeIsLookedUpAsItStandsSoAQuoteIsRefused) 
   EXPECT_EQ(raised.Number, error_number::kStatementRefused);
   EXPECT_EQ(recorder.log.size(), 1u);
   EXPECT_EQ(vote(), Vote::abort);
-  EXPECT_EQ(product_->GetBisItemCode("C''1"), "B7");  // who doubles it himself finds it
+  EXPECT_EQ(product_->GetBisItemCode("C''1"), "B7");  // a caller who doubles the quote finds it
 }
 
 // Tax codes

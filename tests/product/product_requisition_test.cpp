@@ -348,8 +348,8 @@ TEST_F(ProductRequisition, AQuantityMayBeOrderedInMultiplesAndFromTheLeastOn) {
       {"2.5", "NULL", 2098108952969442.5, true},
       {"0.7", "NULL", 6198436314917868.0, true},
       {"0.7", "NULL", 6198436314917867.0, false},
-      {"2.5", "NULL", 0, true},  // nothing is a multiple of everything
-      {"2.5", "10", 0, false},   // but less than the least
+      {"2.5", "NULL", 0, true},  // 0 is a multiple of every number
+      {"2.5", "10", 0, false},   // but below the minimum
       {"NULL", "10", 10, true},
       {"NULL", "10", 9.99, false},
       {"NULL", "10", 10.01, true},
