@@ -1,4 +1,4 @@
-// What the classes of small tables share: how their rows are listed, looked up and deleted.
+// What the classes of small tables share: how rows are listed, looked up and deleted.
 #pragma once
 
 #include <cstdint>
@@ -47,7 +47,7 @@ inline std::string first_code(std::string_view label, const Sql& sql, std::strin
       Tail{label, closing(connection)});
 }
 
-// Whether a table that votes aborts in the tails of its private checks.
+// Whether the tail of a private check votes abort. The writing classes differ in this.
 enum class TailVote { none, abort };
 
 // Whether no product refers to the code.
@@ -66,9 +66,9 @@ inline bool is_unused(std::string_view label, const Sql& products_that_refer, Ta
            }});
 }
 
-// The number of rows that a delete reports, which is kept in 16 bits: raises 6 beyond them.
+// The number of rows that a delete reports, in 16 bits. Raises 6 beyond 32,767.
 std::int16_t short_count(std::int64_t rows);
-// Runs a delete on a connection of its own and returns that number.
+// Runs a delete on a new connection, closes it, and returns that number.
 std::int16_t delete_rows(ConnectionPtr& connection, const Sql& sql);
 
 }  // namespace mercato::classification

@@ -44,7 +44,7 @@ constexpr std::string_view kKeyField = "PROPERTYID";
 
 ConnectionPtr GetConnection() { return open_connection(shared_connection_string(), Isolation::read_committed); }
 
-// A delete says so too under the name of the update.
+// Delete raises this, too, under the name of Update.
 [[noreturn]] void raise_not_present() { raise(ePropertyNotFound, "Mercato.Property.Update", "Property not present"); }
 
 // What `convert` makes of the one column that the statement reads of a property's row.
@@ -100,11 +100,11 @@ std::int16_t Property::Insert20(const Array& iFields, const Array& iValues) {
             open_updatable(LiteralPiece("SELECT * FROM PROPERTY WHERE 0=1"), opened.connection, CursorType::keyset);
         opened.rows->AddNew();
         for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
-          const std::int16_t narrow = Variant(index).to_short();  // an index beyond 16 bits ends the call
+          const std::int16_t narrow = Variant(index).to_short();  // raises 6 for an index beyond 16 bits
           opened.rows->SetValue(iFields.at(narrow).to_text(), iValues.at(narrow));
         }
         opened.rows->Update();
-        // Too high an id fails here, and the row goes with the transaction.
+        // An id beyond 16 bits raises 6 here; the abort vote takes the row back.
         const std::int16_t id = opened.rows->Value(kKeyField).to_short();
         opened.close();
         Mts_SetComplete();
@@ -150,7 +150,7 @@ bool Property::Update20(std::int32_t iPropertyId, const Array& iFields, const Ar
           if (field == kKeyField) continue;
           const Variant& given = iValues.at(index);
           opened.rows->SetValue(field, given);
-          // In another case the name still reaches its column, but the enum rows stay.
+          // A name in another case reaches its column, too, but the enum rows stay.
           if (field == "DATATYPE" && given.to_short() != ENUMPROPERTYTYPE) DeleteEnums(iPropertyId);
         }
         opened.rows->Update();

@@ -40,8 +40,8 @@ namespace {
 ConnectionPtr GetReadConnection() { return open_connection(shared_connection_string(), Isolation::read_committed); }
 ConnectionPtr GetWriteConnection() { return open_connection(shared_connection_string()); }
 
-// The alignment of products with their group. Ids of properties are kept as they were read and narrowed to 16 bits when
-// a value is changed only.
+// The alignment of products with their group. Ids of properties stay as they were read. They are narrowed to 16 bits
+// only when a value is written or deleted.
 
 constexpr std::int32_t kAllProductsOfTheGroup = -1;
 
@@ -106,7 +106,8 @@ void insert_value(std::int16_t property, std::int32_t product, const std::string
   change_value(sql);
 }
 
-// Gives the product what it lacks of the group, and takes what neither the group nor somebody else owns.
+// Gives the product the properties of the group that it lacks, and takes those that are neither in the group nor
+// external.
 void settle(std::int32_t product, const Dictionary& held, const GroupProperties& group) {
   held.for_each([&](const Variant& property, const Variant&) {
     if (!group.defaults.Exists(property) && !group.external.Exists(property))
@@ -154,7 +155,7 @@ bool PropertyGroup::CanDelete(std::int32_t& iPropertyGroupId) {
             connection = GetReadConnection();
             return execute_and_close(connection, Sql(statement) << iPropertyGroupId);
           };
-          // These refuse where a store counts the rows of a query. One that does not reports 0 or less.
+          // A store that counts the rows of a query refuses here. Any other one reports 0 or less.
           const std::int64_t products = rows_reported("SELECT PROPERTYGROUPID FROM PRODUCT WHERE PROPERTYGROUPID = ");
           const std::int64_t commodities =
               rows_reported("SELECT PROPERTYGROUPID FROM COMMODITY WHERE PROPERTYGROUPID = ");
@@ -180,7 +181,7 @@ bool PropertyGroup::Delete(std::int32_t& iPropertyGroupId) {
           if (remove("DELETE FROM propertygroup WHERE propertygroupid = ") == 0)
             raise(ePropertyGroupNotFound, "Mercato.PropertyGroup.Delete", "Property group not present");
         }
-        // A refused delete votes commit, too.
+        // A refused delete votes commit as well.
         Mts_SetComplete();
         return can_delete;
       },

@@ -49,7 +49,7 @@ bool TUNSPSC::IReferentialIntegrity_Exists(const Variant&, const Array& iFields,
   return method(
       [&] {
         for (std::int32_t index = iFields.lower; index <= iFields.upper(); ++index) {
-          // Asked for by the name of the table: a field UNSPSCCODE is passed over.
+          // The field is named as the table is: a field UNSPSCCODE is passed over.
           if (text::to_upper(iFields.at(index).to_text()) != "UNSPSCCODES") continue;
           const std::string full_code = iValues.at(index).to_text();
           const std::string_view code = text::trim(full_code);

@@ -1,4 +1,4 @@
-// The uploads of UNSPSC codes: two ways to read pairs of code and description, one way to write them.
+// The uploads of UNSPSC codes: two ways to read codes and descriptions, one way to write them.
 #include "classification/unspsc_upload.h"
 
 #include <cstdint>
@@ -23,7 +23,7 @@ constexpr const char* kFromXls = "Mercato.UNSPSC.UploadFromXLS";
 constexpr const char* kFromXml = "Mercato.UNSPSC.UploadFromXML";
 constexpr const char* kSchemaPath = "\\xmlschemas\\UNSPSC_Schema.xml";
 
-// Runs a statement whose failure is no failure, but for one that finds no memory: like the timeout, it ends the call.
+// Runs a statement and passes over its failure. Only want of memory ends the call, as the timeout does.
 template <class Statement>
 void ignoring_failures(Statement statement) {
   try {
@@ -47,7 +47,7 @@ bool is_written(const ConnectionPtr& connection, const Sql& insert, bool overwri
   return changes_a_row(connection, insert) || (overwrite && changes_a_row(connection, update()));
 }
 
-// Whether the statement says that the row is missing. One that fails says nothing.
+// Whether the statement finds no row. One that fails counts as if it had found one.
 bool is_missing(const ConnectionPtr& connection, const Sql& sql) {
   bool missing = false;
   ignoring_failures([&] { missing = connection->Execute(sql)->Eof(); });
@@ -66,7 +66,7 @@ DictionaryPtr TUNSPSC::UploadFromXLS(const std::string& sFile, bool bOverwrite, 
         workbook.create_plainly();
         workbook.Open(sFile);
         const Array area = workbook.UsedArea();
-        // Positions are kept in 16 bits.
+        // Raises 6 for a position beyond 16 bits.
         const auto position = [&](std::size_t which) { return area.items.at(which).to_short(); };
         const std::int16_t first_row = position(0);
         position(1);
@@ -93,7 +93,7 @@ DictionaryPtr TUNSPSC::UploadFromXLS(const std::string& sFile, bool bOverwrite, 
         return refused_codes;
       },
       Tail{kFromXls, [&] {
-             // Without the component or the workbook it ends here: no vote, no entry in the log.
+             // Without the component or the workbook the call ends here, without a vote and a log entry.
              if (!workbook.is_open()) {
                const std::string reason = current_error().Description;
                tell([&](UnspscUploadObserver& observer) { observer.on_unreadable(reason); });
@@ -143,7 +143,7 @@ DictionaryPtr TUNSPSC::UploadFromXML(const std::string& sFile, bool bOverwrite, 
         return refused_codes;
       },
       Tail{kFromXml, [&] {
-             // Without a schema it ends here: no vote, no entry in the log.
+             // Without a schema the call ends here, without a vote and a log entry.
              if (!schema.is_loaded()) {
                tell_reason(current_error().Description);
                raise(eUnableToLoadXML, kFromXml, "Schema not found");
@@ -158,7 +158,7 @@ void TUNSPSC::upload_code(const ConnectionPtr& connection, std::size_t item, con
   tell([&](UnspscUploadObserver& observer) { taken = observer.takes(code); });
   const std::size_t failures = connection->Errors().size();
   const CodeOutcome outcome = taken ? UploadCodeRow(connection, code, description, wishes) : CodeOutcome::malformed;
-  // The failures of its statements were passed over, and a timeout may be among them: it ends the call all the same.
+  // A timeout may be among the failures that were passed over: it ends the call all the same.
   check_call_limit();
   for (std::size_t passed_over = failures; passed_over < connection->Errors().size(); ++passed_over)
     tell([&](UnspscUploadObserver& observer) { observer.on_failure(connection->Errors()[passed_over]); });
@@ -215,7 +215,7 @@ void TUNSPSC::tell(const std::function<void(UnspscUploadObserver&)>& news) {
     if (observer_->waits()) StoreRun::before_waiting();
     news(*observer_);
   } catch (...) {
-    // One that throws is not heard.
+    // An observer that throws is not heard.
   }
 }
 

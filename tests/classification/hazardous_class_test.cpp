@@ -143,7 +143,7 @@ TEST_F(THazardousClassTest, ADeleteThatFailsIsLoggedAndRaisedWithAnAbortVote) {
   EXPECT_EQ(value_of("SELECT COUNT(*) FROM HAZARDOUSCLASS"), Variant(1));
 }
 
-// A count of deleted rows that no 16 bits hold; only a table without its key comes to that.
+// More deleted rows than 16 bits can count, which takes a table without its key.
 TEST_F(THazardousClassTest, MoreRowsThan16BitsCountAreNotDeleted) {
   execute({"DROP TABLE HAZARDOUSCLASS",
            "CREATE TABLE HAZARDOUSCLASS (CLASSCODE nvarchar(20) NOT NULL, CLASSDESCRIPTION nvarchar(50) NULL)",

@@ -68,7 +68,7 @@ class PropertyHostileText : public PropertyStoreTest {
       try {
         call(text);
       } catch (const Raised&) {
-        // Refused: as good as harmless.
+        // A refused text does no harm either.
       }
     });
     EXPECT_EQ(all_rows(), before);
@@ -205,7 +205,7 @@ TEST_F(PropertyHostileText, InRetiredCallsIsNotLookedAt) {
   EXPECT_EQ(all_rows(), before);
 }
 
-// A default was stored by somebody and comes back in a statement.
+// A default that is in the store comes back in a statement.
 TEST_F(PropertyHostileText, AsADefaultReachesTheValuesOfProductsAsItIs) {
   std::string name = "new";
   std::int16_t type = 1;

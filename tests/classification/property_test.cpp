@@ -378,7 +378,7 @@ TEST_F(PropertyUpdate, SkipsTheKeyWhateverItsValue) {
   EXPECT_EQ(properties()[0], (Rows::value_type{1, "newer", std::int16_t{3}, false, "default"}));
 }
 
-// Once the property got the new id, and its values hung on nothing.
+// A property used to get the new id, and its values then hung on nothing.
 TEST_F(PropertyUpdate, OfTheKeyUnderANameInAnotherCaseIsRefusedByTheStore) {
   const auto before = all_rows();
   const RaisedError raised = raised_by([&] { update(Array{"DATATYPE", "propertyid"}, Array{1, 99}); });
@@ -403,7 +403,7 @@ TEST_F(PropertyTest, InsertedWithAKeyIsRefusedByTheStore) {
   EXPECT_TRUE(properties().empty());
 }
 
-// Once what the failing call had inserted stayed, under an id that no call can name.
+// What the failing call had inserted used to stay, under an id that no call can name.
 TEST_F(PropertyTest, InsertedBehindTheLastIdThatALongHoldsIsRefusedAndNothingOfItStays) {
   add_property(2147483647, "last");
   const Rows before = properties();

@@ -190,7 +190,7 @@ TEST_F(TUnitTest, ADeleteThatFailsIsLoggedAndRaisedWithAnAbortVote) {
   EXPECT_EQ(value_of("SELECT COUNT(*) FROM UNIT"), Variant(1));
 }
 
-// A count of deleted rows that no 16 bits hold; only a table without its key comes to that.
+// More deleted rows than 16 bits can count, which takes a table without its key.
 TEST_F(TUnitTest, MoreRowsThan16BitsCountAreNotDeleted) {
   execute({"DROP TABLE UNIT", "CREATE TABLE UNIT (UNITCODE nvarchar(20) NOT NULL, UNITDESCRIPTION nvarchar(50) NULL)",
            "CREATE TABLE DIGIT (N int NOT NULL)"});

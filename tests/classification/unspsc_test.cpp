@@ -259,7 +259,8 @@ TEST_F(UnspscWriting, CodeThatSomethingRefersToStaysAndNothingIsRaisedOrLogged) 
   EXPECT_EQ(all_rows(), before);
 }
 
-// The code is deleted without the blanks around it, but it was looked for with them: one that is used was deleted.
+// A code is deleted without the blanks around it, but references to it used to be looked for with them: a code in use
+// was deleted.
 TEST_F(UnspscWriting, CodeThatSomethingRefersToStaysAlsoWithBlanksAroundIt) {
   execute({"INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, UNSPSCCODE) VALUES ('P', 'D', '101015')"});
   for (const std::string code : {" 101015", "101015 ", "  101015  "}) {
@@ -361,7 +362,7 @@ TEST_F(UnspscWriting, NoTextChangesWhatTheCallsDo) {
       try {
         call();
       } catch (const Raised&) {
-        // Refused: as good as harmless.
+        // A refused text does no harm either.
       }
     }
   }

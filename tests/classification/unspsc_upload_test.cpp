@@ -234,10 +234,10 @@ TEST_P(UnspscUploadOfPairs, FailingStatementsRefuseTheirCodesAndKeepTheTransacti
   EXPECT_EQ(codes().size(), 3u);
   EXPECT_TRUE(recorder.log.empty());
 
-  // One that cannot say whether the parent exists does not keep the code out.
+  // A failing look for the parent does not keep the code out.
   recorder.fail_on = "Select * from";
   EXPECT_EQ(load({{"92100000", "orphan"}}), Refusals{});
-  // The count of rows stays as the failing INSERT left it, so the update is what counts.
+  // A failing INSERT counts as no row, so the update decides.
   recorder.fail_on = "INSERT INTO COMMODITY";
   EXPECT_EQ(load({{"93000000", "x"}}, {false, true}), (Refusals{{"93000000", 3}}));
   recorder.fail_on = "UPDATE UNSPSCCODES";
@@ -255,7 +255,7 @@ TEST_P(UnspscUploadOfPairs, NoTextOfAFileChangesWhatAStatementDoes) {
   add_code("91", "Toys");
   for (const std::string& text : hostile_texts()) {
     SCOPED_TRACE(text.substr(0, 40));
-    // Neither file can hold such a text at all, or no longer one in a cell.
+    // Neither file can hold such a text, and a cell no longer one.
     const bool fits = text::is_valid(text) && text.find('\0') == std::string::npos && text.size() < 100000;
     if (!fits) continue;
     const auto before = all_rows();
@@ -661,8 +661,8 @@ TEST_P(UnspscUploadOfPairs, CodesThatTheObserverDoesNotTakeAreMalformedAndTheSto
   EXPECT_EQ(strict.told, (std::vector<std::string>{"items 2", "91000000 Toys 0 of 1", "9,100,00 Commas 1 of 2"}));
 }
 
-// The timeout was passed over like any other failure of a statement: the call answered normally, gave what it had not
-// reached as codes that exist, and kept the rest.
+// The timeout used to be passed over like any other failure of a statement: the call told the codes that it had not
+// reached as codes that exist, and kept the others.
 TEST_P(UnspscUploadOfPairs, CallLimitEndsTheUploadWithAnAbortVote) {
   class Slow : public UnspscUploadObserver {
    public:
@@ -705,7 +705,7 @@ TEST_P(UnspscUploadOfPairs, ObserverChangesNothingOfWhatIsAskedOfTheStore) {
   EXPECT_EQ(recorder.statements, unwatched);
 }
 
-// Once nobody saw the codes, and nobody could write, while the observer had its time.
+// While the observer waited, nobody used to see the codes, and nobody could write.
 TEST_F(UnspscUpload, OutsideOfATransactionLetsOthersSeeAndWriteWhileItsObserverWaits) {
   class Visited : public UnspscUploadObserver {
    public:
