@@ -27,7 +27,7 @@ void begin_line(Recordset& line, const PriceLineKey& key) {
 
 // What a field's value becomes on its way into the line.
 Variant ruled(const PriceLinePolicy& policy, const std::string& field, const Variant& value) {
-  // Before the name counts, so that a Null fails whatever its field.
+  // Before anything else, so that Null raises 94 whatever its field is.
   const bool is_empty = value.to_text().empty();
   const std::string name = text::to_upper(field);
   if (name == "PRICETAXPERCENTAGE" || name == "DISCOUNTPERC")

@@ -1,5 +1,5 @@
-// The one writer of price lines, the rows of CATALOGPRODUCTPRICE: finds or begins a line, passes the fields through
-// their rules, writes it. Who writes differently says so in a policy, so that the differences stand side by side.
+// The one writer of price lines, the rows of CATALOGPRODUCTPRICE: it finds or begins a line, passes the fields through
+// their rules, and writes it. What its callers do differently stands in policies, side by side.
 // Nothing is kept between calls. Any thread.
 #pragma once
 
@@ -28,11 +28,11 @@ struct PriceLineKey {
   std::int32_t product_id;
   Date effective_date;
   double quantity_to;
-  std::string group;  // to look for. A line without a group holds Null there, which no text equals, "" neither.
+  std::string group;  // to look for. A line without a group has Null, which equals no text, "" neither.
 };
 
-// Writes one line on the open connection, and answers whether it is a new one; its recordset is opened in `opened`, and
-// closed with it. The key's group is not written: the column's value comes from a field, as all others do. Names are
+// Writes one line on the open connection, and tells whether it is a new one. Its recordset is opened in `opened` and
+// closed with it. The key's group is not written: that column's value comes from a field, as all others do. Names are
 // compared in any case and written as given. Raises 94 for a Null among the values, whatever its field, and 13 for a
 // value without a text form; 9 when there are fewer values than fields; kNoCurrentRow for an update that finds no line;
 // kNoSuchField, what conversions to the column's type raise, and what the store raises, kConstraintViolated for a

@@ -15,8 +15,8 @@ namespace mercato {
 
 enum class ProductWritePolicy { insert, update, upload_insert, upload_update };
 
-// What stands between the buyers in a list: empty until somebody sets it. The default takes its place, for good, as
-// soon as a list has to be taken apart.
+// What stands between the buyers in a list. It is empty until somebody sets it; the default takes its place for good as
+// soon as a list is taken apart.
 class BuyerSeparator {
  public:
   static constexpr std::string_view kDefault = ";";
@@ -32,7 +32,7 @@ class BuyerSeparator {
   std::string text_;
 };
 
-// What a writer has to know of the fields that went by.
+// What a writer has to know of the fields that it has written.
 struct WrittenProductFields {
   bool has_property_group = false;
   std::int32_t property_group = 0;  // as given: -1 stands for none
@@ -41,10 +41,10 @@ struct WrittenProductFields {
 };
 
 // Writes each pair to the column of that name in the row under construction, from the lower to the upper bound of the
-// fields; nothing reaches the store. Returns nothing after a quiet stop: a value that the policy rejects without a
-// failure; what stands behind it is then not written. Raises kNoSuchField, what conversions to the column's type raise,
-// 9 when there are fewer values than fields, and 5 for a GTIN that an update finds too long. The separator is asked by
-// the uploads only.
+// fields; nothing reaches the store. Returns nothing after a quiet stop, at a value that the policy rejects without a
+// failure; the fields behind it are then not written. Raises kNoSuchField, what conversions to the column's type raise,
+// 9 when there are fewer values than fields, and 5 for a GTIN that an update finds too long. Only the uploads
+// read the separator.
 std::optional<WrittenProductFields> write_product_fields(ProductWritePolicy policy, Recordset& row, const Array& fields,
                                                          const Array& values, BuyerSeparator& separator);
 // For the writers that know no lists of buyers.
@@ -67,7 +67,7 @@ Variant no_value_of(std::string_view field);
 
 // A new row under construction.
 RecordsetPtr new_product_row(const ConnectionPtr& connection);
-// The product's row, to be changed. Whoever asks, without a product it raises eProductNotFound with the source
+// The product's row, to be changed. Without such a product it raises eProductNotFound, for every caller with the source
 // "Mercato.Product.Update".
 RecordsetPtr open_product_row(std::int32_t product_id, const ConnectionPtr& connection);
 // DATEUPDATED becomes the current date and time.

@@ -53,7 +53,7 @@ std::int32_t next_place(std::int32_t place) {
   return place + 1;
 }
 
-// A category whose products have no place yet begins at 1, like one that has no products.
+// Null counts as 0: a category whose products have no place yet begins at 1, as one without products does.
 std::int32_t place_or_none(const Variant& sequence) { return sequence.is_null() ? 0 : sequence.to_long(); }
 
 void insert_link(ConnectionPtr& connection, std::int32_t product_id, std::int32_t category_id, std::int32_t place) {
@@ -63,8 +63,7 @@ void insert_link(ConnectionPtr& connection, std::int32_t product_id, std::int32_
   execute_and_close(connection, sql);
 }
 
-// What a function that reads does when it fails. The two reads by code leave what they opened to the end of their
-// scope.
+// Whether the tail of a read closes what it opened. The two reads by code leave that to the end of their scope.
 enum class TailCloses { yes, no };
 
 // Visits the rows of a statement on a connection of its own.

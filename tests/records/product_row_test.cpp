@@ -332,7 +332,7 @@ TEST_F(ProductRow, StampIsTheCurrentDateAndTime) {
   EXPECT_EQ(row->Value("DATEUPDATED"), Variant(now));
 }
 
-// Stands in for the class of this name: whether it is called, and with what, is all that counts here.
+// Stands in for the class of this name, and notes with what it is called.
 class GroupChanges : public ComponentOf<GroupChanges> {
  public:
   static const ClassTable& table() {
