@@ -14,10 +14,10 @@ constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::int32_t kSeverityError = 0;
 constexpr std::int32_t kSeverityInformation = 1;
 
-// Chooses the log's second operation. Everything clears it and nothing sets it.
+// Chooses the log's second operation. Every entry clears it, and nothing sets it.
 thread_local bool mbAlternateLog = false;
 
-// A log that cannot be created would log its own failure in the log that cannot be created.
+// Guards against a log that cannot be created: its failure would be logged, in a log that cannot be created.
 thread_local bool logging = false;
 
 class LoggingGuard {

@@ -17,7 +17,7 @@ bool is_blank(std::string_view text) { return text.find_first_not_of(' ') == std
 
 std::string executing(const Sql& sql) { return " executing: '" + sql.text() + "'"; }
 
-// The current object's web application may know the connection string. Whatever fails here is no failure of the call.
+// The current object's web application may know the connection string. A failure here is no failure of the call.
 void ask_application() {
   ObjectContext* context = GetObjectContext();
   if (!context) return;
@@ -56,7 +56,7 @@ void forget_thread_state() {
   current_error() = {};
 }
 
-// Sent on nearly every connection, it makes no recordset that nobody would look at.
+// It runs on nearly every connection, so it makes no recordset: nobody would read it.
 void set_read_committed(Connection& connection) {
   static const Sql statement("set TRANSACTION ISOLATION LEVEL READ COMMITTED");
   connection.reporting([&] { connection.session().execute(statement); });
@@ -198,7 +198,7 @@ DictionaryPtr Sql_GetRecordsAsDictionary(const std::string& iConnectionString, c
             records->Add(key, rows->Value(std::size_t{1}));
             continue;
           }
-          // A doubled key is no failure, Null neither: joined to a text it adds nothing.
+          // A doubled key is only noted in the log. A Null key adds nothing to the text.
           Err_LogInfo("Improper SQL statement '" + iSQL.text() +
                       "' to create a dictionary. The statement resulted in double key value: '" + key.text_or_empty() +
                       "'");

@@ -34,7 +34,7 @@ DictionaryPtr Sql_GetRecordAsDictionary(const RecordsetPtr& iRecordset);
 // Logged under "Lib_SQL.Sql_GetRecordsAsDictionary. SQL: '<statement>'".
 DictionaryPtr Sql_GetRecordsAsDictionary(const std::string& iConnectionString, const Sql& iSQL);
 
-// What a method holds of the store while it runs. Its tail closes it, as its last step before the votes does.
+// What a method holds of the store while it runs. The body closes it before it votes, and the tail after a failure.
 struct Opened {
   ConnectionPtr connection;
   RecordsetPtr rows;
@@ -50,7 +50,7 @@ RecordsetPtr open_read_only(const Sql& sql, const ConnectionPtr& connection,
                             CursorType cursor = CursorType::forward_only);
 RecordsetPtr open_updatable(const Sql& sql, const ConnectionPtr& connection, CursorType cursor);
 
-// What the classes' private members of these names share.
+// What the private members GetConnectionString, GetConnection and AddSqlCondition of the classes share.
 
 // The connection string of this thread: looked up in Grundwerk.Configuration at the first need, then kept.
 const std::string& shared_connection_string();
@@ -62,7 +62,7 @@ void forget_thread_state();
 enum class Isolation { store_default, read_committed };
 // A new open connection.
 ConnectionPtr open_connection(const std::string& connection_string, Isolation isolation = Isolation::store_default);
-// The isolation statement of every connection that is only read from.
+// Sends the isolation statement of every connection that only reads.
 void set_read_committed(Connection& connection);
 // The statement, " WHERE (condition)" or, when "WHERE" occurs in it (exact case), " AND (condition)".
 Sql with_condition(Sql iSQL, const Sql& iCondition);

@@ -6,8 +6,8 @@
 
 namespace mercato {
 
-// Not here: codes of UNSPSC, which products and categories may carry before the codes are loaded, and contracts, which
-// are another system's.
+// Two kinds of references are left out: UNSPSC codes, which products and categories may have before the codes are
+// loaded, and contracts, which another system keeps.
 std::span<const TableReference> table_references() {
   using enum ReferenceKind;
   static constexpr auto kReferences = std::to_array<TableReference>({

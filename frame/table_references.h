@@ -1,5 +1,5 @@
-// Which column of the library's tables refers to a row of which table, and the rows that refer to none. The classes do
-// not ask this: what they check before they write or delete is told to them by their collaborators. Any thread.
+// Which columns of the library's tables refer to which table, and the rows that refer to nothing. The classes do not
+// ask this: before they write or delete, they ask the reference checker. Any thread.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace mercato {
 
 enum class ReferenceKind : std::uint8_t { number, text };
 
-// Null, a blank text and a number of 0 and less refer to nothing: no parent, no group, the top level of the favourites.
+// Null, a blank text and a number below 1 refer to nothing: no parent, no group, the top level of the favourites.
 struct TableReference {
   std::string_view table;
   std::string_view column;
@@ -27,7 +27,7 @@ struct DanglingRows {
   std::int32_t rows = 0;
   std::string example;  // one of the values that lead nowhere
 };
-// Of every reference between tables that are there, in the order of the table. Raises what the store raises.
+// For every reference between tables that are there, in their order. Raises what the store raises.
 std::vector<DanglingRows> find_dangling_rows(const std::string& connection_string);
 
 }  // namespace mercato

@@ -1,4 +1,5 @@
-// The steps of the usual tails, by name: what a method holds is closed, in the order in which it is named, then the vote.
+// The steps of the usual tails, by name: what a method holds is closed, in the order in which it is named; the vote
+// comes last.
 //
 //   Tail{"Mercato.Property.getDataType", closing(opened)}
 //   Tail{"Mercato.Property.Delete", closing_and_aborting(checker, connection)}

@@ -22,8 +22,8 @@ class StoreRun {
   // Ends the run: what was written is durable when this returns. Raises what the store raises.
   void finish();
 
-  // Before the thread waits for something that is not the store: the statements of its run reach everybody, and others
-  // can write meanwhile. Collaborators are waited for so without a word, unless they say that they never wait.
+  // To be called before the thread waits for anything but the store: the statements of its run are committed, and
+  // others can write meanwhile. Calls of collaborators do this themselves, unless their class says that it never waits.
   static void before_waiting() { store::UnitOfWork::before_waiting(); }
 
  private:

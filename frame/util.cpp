@@ -15,8 +15,8 @@ DateFunctions& GetDataFunctions() {
   return functions;
 }
 
-// The three labels of this module have no full stop between the module and the name. GetDataFunctions has nothing that
-// could fail, so its own is never seen.
+// The labels of this module have no full stop between the module and the name. GetDataFunctions cannot fail, so its
+// label is never seen.
 
 bool IsValidDate(const std::string& iDate, std::int32_t& iLocale) {
   return method([&] { return !GetDataFunctions().ParseDate(iDate, iLocale).is_null(); },

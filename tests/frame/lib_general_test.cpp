@@ -79,7 +79,7 @@ TEST(GenLookup, UsesTheArraysOwnBounds) {
   EXPECT_EQ(outcome_of([&] { return Gen_Lookup("b", fields, Array{1, 2}).to_text(); }), "raises 9");
 }
 
-// The index was checked upwards only.
+// Only an index that was too large used to be refused.
 TEST(GenLookup, HasAnIndexOf16BitsDownwardsToo) {
   const Array fields(std::vector<Variant>{"a", "b"}, -32769);
   const Array values(std::vector<Variant>{1, 2}, -32769);
@@ -148,7 +148,7 @@ TEST_F(GenGetComponent, VotesNothingWhenItFails) {
 }
 
 TEST_F(GenGetComponent, HasItsVotesBesideIt) {
-  Mts_SetComplete();  // outside of the transaction server nobody hears them
+  Mts_SetComplete();  // outside of the transaction server votes do nothing
   Mts_SetAbort();
   const ComponentPtr root = create_root("Mercato.TUnit");
   ContextCall call(root->context());

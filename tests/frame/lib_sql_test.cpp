@@ -80,7 +80,7 @@ TEST_F(LibSql, ADisconnectedRecordsetHasTheIsolationStatementOnRequestOnly) {
   }
 }
 
-// The isolation statement stands on a connection that never reads: a failure of the query is none of its errors.
+// The isolation statement runs on a connection that never reads, so a failure of the query is not among its errors.
 TEST_F(LibSql, ADisconnectedRecordsetReadsOnAConnectionOfItsOwn) {
   Recorder recorder;
   recorder.fail_on = "FROM UNIT";

@@ -224,7 +224,7 @@ TEST_F(RecordsetTest, ChangedFieldsAreWrittenAndNoOthers) {
   EXPECT_EQ(stored("SELECT PROPERTYNAME FROM PROPERTY WHERE PROPERTYID=1"), Variant("P1"));
 }
 
-// Once a recordset wrote whatever key it was given.
+// A recordset used to write whatever key it was given.
 TEST_F(RecordsetTest, AnAssignedKeyIsRefusedInTheWordsOfTheServer) {
   const auto added = open_writable(Sql("SELECT * FROM PROPERTY WHERE 0=1"));
   added->AddNew();
