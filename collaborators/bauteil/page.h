@@ -14,8 +14,8 @@ class Page : public ComponentOf<Page> {
  public:
   static const ClassTable& table();
 
-  // Begins a list: from here on there is a new DRecordset, which reads from the connection of the settings in force for
-  // the application in the name, "Mercato" in "MercatoConnection".
+  // Begins a list, with a new DRecordset. That reads from the connection that the settings in force have for the
+  // application in the name, "Mercato" in "MercatoConnection".
   // Raises 5 when the name does not end in "Connection", and when that application has none.
   void RegisterConnection(const std::string& name);
   // The list's DRecordset, shared with the caller. Raises 91 before RegisterConnection.

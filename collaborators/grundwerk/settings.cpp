@@ -2,9 +2,9 @@
 
 #include <dlfcn.h>
 
-// The parser asserts in places what a file may break, such as a key behind a bracket, and has a check with a message
-// behind it. Only the check may act: an assertion would end the process, and where assertions are off they are
-// assumptions.
+// The parser has assertions that a file can violate, such as one for a key behind a bracket; a check with a message
+// stands behind each. An assertion would end the process, and without assertions the compiler takes them for true. So
+// they are taken out, and the check answers.
 #define TOML_HEADER_ONLY 1
 #define TOML_ASSERT(condition) static_cast<void>(0)
 #pragma push_macro("NDEBUG")
@@ -67,7 +67,7 @@ class SettingsFile {
     std::ifstream file(path_);
     if (!file || std::filesystem::is_directory(path_))
       raise(error_number::kFileNotFound, {}, "The settings file '" + path_ + "' cannot be read");
-    // A byte more than there may be, so that a device that never ends is found out.
+    // One byte more than is allowed, so that a file without an end is noticed.
     std::string text(kMostBytes + 1, '\0');
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
     text.resize(static_cast<std::size_t>(file.gcount()));

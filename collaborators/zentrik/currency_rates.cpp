@@ -25,7 +25,8 @@ mercato::Currency converted(mercato::Currency amount, const Rate& rate) {
   return mercato::Currency::from_scaled(result.to_scaled(kDecimals));
 }
 
-// Nothing when the pair has no rate at that date. An older rate never stands in for a latest one that is no rate.
+// Nothing when the pair has no rate at that date. Raises 5 when the latest one cannot be used; no older one takes its
+// place.
 std::optional<double> latest_rate(const std::string& source, const std::string& target, Date date) {
   const Sql sql = Sql("SELECT TOP 1 RATE FROM EXCHANGERATE WHERE SOURCECODE = N'")
                   << value(Gen_QuoteSql(source)) << "' AND TARGETCODE = N'" << value(Gen_QuoteSql(target))

@@ -79,7 +79,7 @@ TEST_F(LogTest, ControlCharactersStandAsTheirNumbers) {
             "    control \\x9B and \\xFC\n");
 }
 
-// Each process turned the file over under the others, and wrote on into what was an older one by then.
+// Each process used to turn the file over while the others wrote on into what was an older file by then.
 TEST_F(LogTest, FourProcessesKeepTheFileWithinItsSizeAndLoseNothing) {
   const std::string file = log_here();
   constexpr std::size_t kProcesses = 4;

@@ -37,7 +37,7 @@ TEST_F(CurrencyTest, OneCodeGivesTheAmountItself) {
   EXPECT_EQ(converted("", "", "1"), "1.0000");
 }
 
-// A code with blanks behind it passed the reference check, but had no rate to itself.
+// A code with blanks behind it passed the reference check, but there was no rate from the code to itself.
 TEST_F(CurrencyTest, CodesAreTheSameAsTheStoreComparesTexts) {
   EXPECT_EQ(converted("EUR ", "EUR", "12.3456"), "12.3456");
   EXPECT_EQ(converted("eur", "EUR  ", "12.3456"), "12.3456");
@@ -106,7 +106,7 @@ TEST_F(CurrencyTest, ThePairComesBeforeAYoungerOppositePair) {
   EXPECT_EQ(converted("EUR", "USD", "1"), "2.0000");
 }
 
-// An older rate used to stand in for a latest one of 0 or Null, and nobody heard of it.
+// An older rate used to take the place of a latest one of 0 or Null, and nobody was told.
 TEST_F(CurrencyTest, ALatestRateThatIsNullOrNotAboveZeroIsRefused) {
   const struct {
     const char* rate;
