@@ -1,6 +1,6 @@
-// Why the library refuses, in words. It looks up what the library and its reference checker went by, and changes
-// nothing. The reasons are printed in front of the library's own words, each on a line of standard error that begins
-// with "refused: ". Main thread.
+// Why the library refuses, in words. The reasons are asked of the library and its reference checker; nothing is
+// changed. They are printed in front of the library's own words, each on a line of standard error that begins with
+// "refused: ". Main thread.
 #pragma once
 
 #include <string>
@@ -25,12 +25,12 @@ Reasons reasons_against_write(std::string_view table, const Array& fields, const
 // These raise 5 with a sentence, before the library is asked.
 // "There is no unit QQ", when no row of the table has this key.
 void expect_row(std::string_view table, const Variant& key);
-// When one of the fields is a key that the store gives out.
+// "The store gives out PRODUCTID itself: leave it out", when one of the fields is such a key.
 void expect_no_assigned_field(std::string_view table, const Array& fields);
 
 void print_reasons(const Reasons& reasons);
-// The failure to go on with, once the reasons are told: they are printed, or take the place of words about a statement,
-// which say nothing to whoever wrote none.
+// Tells the reasons and returns the failure to go on with. They are printed, or they take the place of the failure's
+// words about a statement, which say nothing to a user who wrote none.
 RaisedError told_with(const RaisedError& error, const Reasons& reasons);
 
 // Runs the work. When it raises, the reasons that `explain` finds for the failure are told with it.

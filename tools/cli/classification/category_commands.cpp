@@ -44,7 +44,7 @@ int insert(const NewCategory& given, const OutputOptions& output) {
                  [&] {
                    return call(create_root(kWriter), "InsertProductCategory", {fields, values}).to_boolean();
                  });
-  // The library does not say which it is: the newest of this name.
+  // The library does not tell the id: it is the largest one with this name.
   std::int32_t id = 0;
   for (const Variant& candidate : ids_like(given.name)) id = std::max(id, candidate.to_long());
   return answer(output, {{"created", created}, {"id", id}}, "category " + std::to_string(id) + " created.");
@@ -71,8 +71,8 @@ int list(const CategoryPattern& given, const OutputOptions& output) {
 
 int update(const CategoryChange& given, const OutputOptions& output) {
   const DictionaryPtr present = one_of(kCategories, id_of(kCategories, given.category));
-  // Where product links follow the codes, an update without UNSPSCCODE takes the code for cleared, and the products out
-  // of the category: the present one goes along.
+  // Where product links follow the codes, an update without UNSPSCCODE counts as a cleared code and takes the products
+  // out of the category. So the present code is handed over.
   const std::string code = given.code ? *given.code : text_of(*present, "UNSPSCCODE");
   Array fields{"CATEGORYID", "UNSPSCCODE"};
   Array values{present->Item("CATEGORYID"), code};

@@ -155,7 +155,7 @@ int list_groups(const NoOptions&, const OutputOptions& output) {
 }
 
 int add_member(const Membership& given, const OutputOptions& output) {
-  // The library takes any two ids.
+  // The library takes any two ids, so group and property are looked for here.
   const DictionaryPtr group = one_of(kPropertyGroups, id_of(kPropertyGroups, given.group));
   const DictionaryPtr property = one_of(kProperties, id_of(kProperties, given.property));
   const std::string property_name = text_of(*property, "PROPERTYNAME");
@@ -185,7 +185,7 @@ int delete_group(const Named& given, const OutputOptions& output) {
   return delete_row({kGroupProgId, "Delete", "PROPERTYGROUP", id_of(kPropertyGroups, given.which)}, output);
 }
 
-// `type` becomes the data type that the option names.
+// An option that sets `type` to the data type that it names.
 template <class Type>
 void add_type(CLI::App& command, Type& type, const char* description) {
   command

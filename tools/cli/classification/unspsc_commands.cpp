@@ -42,7 +42,7 @@ class Watcher : public UnspscUploadObserver {
   void on_start(std::size_t items) override { progress_.emplace(items); }
   // The library takes "30,100,000" and "1E000000" for codes, and would write over others with them.
   bool takes(const std::string& code) override { return is_digits(code); }
-  // A row that exists or does not fit is refused for itself. All else says that the store takes no rows.
+  // A row that exists or does not fit is that row's own failure. Any other one says that the store takes no rows.
   void on_failure(const RaisedError& failure) override {
     const bool is_of_row =
         failure.Number == error_number::kConstraintViolated || failure.Number == error_number::kValueTooLong;
@@ -78,7 +78,7 @@ std::string reason_of(const UploadedCode& code, bool overwrite) {
   };
   switch (code.outcome) {
     case CodeOutcome::malformed:
-      // What reads as a number, but for characters that are no digits, is a code that is shown in another form.
+      // It reads as a number, but has other characters than digits: the code is shown in another form.
       if (text::parse_number(code.code) && !is_digits(code.code))
         return "not written in digits alone, without signs, blanks and line breaks; in a spreadsheet give the cell the "
                "format Text";
@@ -99,7 +99,7 @@ bool is_document(const std::string& file) {
   return text::to_lower(file).ends_with(".xml") || file.find("://") != std::string::npos;
 }
 
-// What became of the file, and what to do, where the library's own words leave it open; else nothing.
+// What became of the file, and what to do, where the library's own words do not say it; else nothing.
 std::string words_for(const RaisedError& failure, const Watcher& watcher, const std::string& file) {
   switch (failure.Number) {
     case error_number::kOverflow:
@@ -132,8 +132,8 @@ std::string words_for(const RaisedError& failure, const Watcher& watcher, const 
   throw Raised(told_as(std::move(failure), words));
 }
 
-// The library passes over statements that fail, so that of a store that cannot be written it would say of every code
-// that it exists. A write that changes nothing is tried before.
+// The library passes over statements that fail: in a store that cannot be written it would say of every code that it
+// exists. So writing is tried first.
 void require_writable_store(const std::string& file) {
   try {
     const OneTransaction never_committed;
@@ -143,7 +143,7 @@ void require_writable_store(const std::string& file) {
   }
 }
 
-// Of a workbook the numbers of the rows below the heading, as far as it can still be read; of a document nothing: its
+// The numbers of the rows below the heading, as far as the workbook can still be read. Nothing for a document, whose
 // items are counted.
 std::vector<std::int32_t> rows_of_items(const std::string& file) {
   std::vector<std::int32_t> rows;
@@ -174,7 +174,7 @@ int load(const CodesFile& given, const OutputOptions& output) {
     object->context()->release();
     raise_unwritable(given.file, *watcher.store_failure);
   }
-  // The upload casts no vote: its transaction ends with the object, here, where a commit that fails is heard.
+  // The upload casts no vote, so its transaction ends with the object: here, where a commit that fails is told.
   object->context()->release();
 
   gateway::Json list = gateway::Json::array();

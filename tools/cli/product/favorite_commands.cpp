@@ -44,7 +44,7 @@ Reasons reasons_against_favorite(const std::string& user) {
   return reasons;
 }
 
-// An unknown folder would be taken, too.
+// The library takes an unknown folder, too.
 void require_folder(const std::string& user, std::int32_t folder) {
   if (folder == kTopLevelFolder) return;
   const std::vector<Folder> folders = folders_of(user);
@@ -53,7 +53,7 @@ void require_folder(const std::string& user, std::int32_t folder) {
 }
 
 int add(const NewFavorite& given, const OutputOptions& output) {
-  expect_row("PRODUCT", given.product_id);  // an unknown product would be marked, too
+  expect_row("PRODUCT", given.product_id);  // the library marks an unknown product, too
   require_folder(given.user, given.folder);
   const ComponentPtr products = create_root(kProgId);
   explaining([&](const RaisedError&) { return reasons_against_favorite(given.user); },
@@ -62,7 +62,7 @@ int add(const NewFavorite& given, const OutputOptions& output) {
                    products, "CreateFavoriteEx",
                    {given.user, given.product_id, given.warehouse ? WarehouseFavorite : DefaultFavorite, given.folder});
              });
-  // One that exists raises nothing: the vote tells.
+  // For a favourite that exists the library raises nothing; its vote tells.
   const bool added = products->context()->vote_of_last_call() == Vote::commit;
   const std::string words = "product " + std::to_string(given.product_id) + " is " +
                             (given.warehouse ? "a warehouse favourite" : "a favourite") + " of " + given.user;
@@ -80,7 +80,7 @@ int remove(const WhichFavorites& given, const OutputOptions& output) {
         return call(create_root(kProgId), "DeleteFavoriteEx", {given.user, given.product_id, type, given.folder});
       });
   const gateway::Json json = {{"removed", there}};
-  // Deleting nothing is no failure of the library's.
+  // The library raises nothing when there is nothing to delete.
   if (there == 0)
     return refuse(output, json,
                   "product " + std::to_string(given.product_id) + " is no such favourite of " + given.user + ".", {});

@@ -34,7 +34,7 @@ struct NewName {
   std::string name;
 };
 
-// As these calls take a user: as he stands in a statement.
+// These calls take a user's id as it stands in a statement, with its quotes doubled.
 std::string as_it_stands(const std::string& user) { return Gen_QuoteSql(user); }
 
 // By its id, or by its name when only one has it. A folder of another user is none.
@@ -65,7 +65,8 @@ int insert(const NewFolder& given, const OutputOptions& output) {
   Reasons reasons = reasons_against_name(given.user, given.name);
   if (given.user.empty()) reasons.emplace_back("a folder needs a user");
   if (!reasons.empty()) return refuse(output, {{"id", -1}}, "no folder was created.", reasons);
-  // It tests FOLDERNAME, and would store the apostrophes of this name twice; the one behind it goes in as it is.
+  // The library requires FOLDERNAME, written so, and stores its apostrophes twice. The same column in another case,
+  // behind it, gets the name as it is.
   const Array fields{"USERID", "FOLDERNAME", "FolderName"};
   const Array values{given.user, given.name, given.name};
   const std::int32_t id = call(create_root(kWriter), "InsertFavoriteFolder", {fields, values}).to_long();
@@ -99,7 +100,7 @@ int show(const WhichFolder& given, const OutputOptions& output) {
 }
 
 int remove(const WhichFolder& given, const OutputOptions& output) {
-  // The library deletes the favourites before it looks for the folder: it has to be the user's own.
+  // The library deletes the favourites before it looks whose the folder is, so that is looked for here.
   const Folder folder = folder_of(given.user, given.which);
   const std::int32_t favorites = product::count_favorites_in_folder(connection_string(), folder.id);
   const bool deleted =

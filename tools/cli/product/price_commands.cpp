@@ -44,7 +44,7 @@ Date date_of(const std::string& text) { return *Date::parse(text); }  // the com
 
 std::string quantity_text(double quantity) { return text::number_text(quantity); }
 
-// The lines of an unknown product would be listed, and written, too.
+// The library lists and writes lines of an unknown product, too.
 void require_product(std::int32_t id) { expect_row("PRODUCT", id); }
 
 int list(const PricedProduct& given, const OutputOptions& output) {

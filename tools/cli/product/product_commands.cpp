@@ -136,8 +136,8 @@ int update(const ProductPairs& given, const OutputOptions& output) {
     row.add(field, pair.value.empty() ? no_value_of(field) : Variant(pair.value));
   }
   expect_no_assigned_field(kTable, row.fields);
-  // Where category links follow the codes, an update without UNSPSCCODE takes the code for cleared, and the product out
-  // of its categories: the present one goes along.
+  // Where category links follow the codes, an update without UNSPSCCODE counts as a cleared code and takes the product
+  // out of its categories. So the present code is handed over.
   if (!row.has("UNSPSCCODE")) {
     const auto present = call(products, "GetProductFields", {Array{"UNSPSCCODE"}, given.id}).to<Dictionary>();
     row.add("UNSPSCCODE", text_of(*present, "UNSPSCCODE"));
@@ -151,7 +151,7 @@ int update(const ProductPairs& given, const OutputOptions& output) {
 
 int show_one(const ProductId& given, const OutputOptions& output) { return show(given.id, output); }
 
-// Disable and Enable take an unknown id for done.
+// Disable and Enable raise nothing for an unknown id.
 int set_visibility(std::int32_t id, const char* method, bool disabled, const OutputOptions& output) {
   expect_row(kTable, id);
   call(create_root(kProgId), method, {id});
@@ -169,7 +169,7 @@ int remove(const ProductId& given, const OutputOptions& output) {
 }
 
 int check(const OrderQuantity& given, const OutputOptions& output) {
-  expect_row(kTable, given.id);  // an unknown product has no quantity that fits
+  expect_row(kTable, given.id);  // the library says of an unknown product that no quantity fits
   const ComponentPtr products = create_root(kProgId);
   const bool fits = call(products, "CheckLotSize", {given.id, given.quantity}).to_boolean();
   const double minimum = call(products, "getMinOrderQty", {given.id}).to_double();
@@ -195,7 +195,7 @@ int list_properties(const ComponentPtr& products, std::int32_t id, const OutputO
 }
 
 int set_properties(const ProductPairs& given, const OutputOptions& output) {
-  expect_row(kTable, given.id);  // values of nothing would be written, too
+  expect_row(kTable, given.id);  // the library writes values of an unknown product, too
   const ComponentPtr products = create_root(kProgId);
   if (given.pairs.empty()) return list_properties(products, given.id, output);
 
@@ -218,7 +218,7 @@ int set_properties(const ProductPairs& given, const OutputOptions& output) {
   for (const Change& change : changes)
     if (change.is_new)
       call(products, "InsertProductPropertyValue", {given.id, change.property_id, change.value});
-    else  // goes into the statement as it stands
+    else  // the value goes into the statement as it stands
       call(products, "UpdateProductPropertyValue", {given.id, change.property_id, Gen_QuoteSql(change.value)});
   const auto inserted = static_cast<std::size_t>(
       std::count_if(changes.begin(), changes.end(), [](const Change& change) { return change.is_new; }));

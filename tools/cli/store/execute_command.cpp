@@ -72,7 +72,7 @@ int execute(const std::string& script, const OutputOptions& output) {
     connection->Open(connection_string(), "", "", -1);
     for (const std::string_view statement : store::dialect::split_script(text)) {
       try {
-        const store::CallLimit limit = call_limit();  // of each statement, as a script may be long
+        const store::CallLimit limit = call_limit();  // for each statement, since a script may be long
         std::int64_t affected = 0;
         const RecordsetPtr rows = connection->ExecuteAffecting(Sql::verbatim(std::string(statement)), affected);
         if (rows->State() == 1) output.json ? results.push_back(gateway::rows_to_json(*rows, none)) : print_rows(*rows);

@@ -20,7 +20,7 @@ struct Restoring {
   bool discard = false;
 };
 
-// With the words that a sentence about the column needs.
+// In words: "2 rows of CATALOGNODE with a CATALOGID that is in no row of CATALOG, such as 7".
 std::string described(const DanglingRows& dangling) {
   const TableReference& reference = dangling.reference;
   return counted(static_cast<std::size_t>(dangling.rows), "row") + " of " + std::string(reference.table) + " with a " +
@@ -31,7 +31,7 @@ std::string described(const DanglingRows& dangling) {
 int check(const NoOptions&, const OutputOptions& output) {
   const std::string store = connection_string();
   const std::vector<std::string> damage = store::check_store(store);
-  // What is damaged cannot be trusted to answer.
+  // A damaged store cannot be trusted with further questions.
   std::vector<std::string> missing;
   std::vector<DanglingRows> dangling;
   if (damage.empty()) {
