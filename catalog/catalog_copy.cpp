@@ -30,9 +30,7 @@ void TCatalog::CopyCatalog(std::int32_t ilngCatalogIDOrig, std::int16_t iintDeep
   RecordsetPtr copy;
   method(
       [&] {
-        Sql sql;
-        sql << "SELECT * FROM CATALOG WHERE CATALOGID=" << ilngCatalogIDOrig;
-        original = GetConnection()->Execute(sql);
+        original = GetConnection()->Execute(Sql("SELECT * FROM CATALOG WHERE CATALOGID=") << ilngCatalogIDOrig);
         if (original->Eof())
           raise(eCatalogNotFound, "Mercato.Catalog.CopyCatalog",
                 "Catalog " + std::to_string(ilngCatalogIDOrig) + "  not present");
@@ -81,14 +79,11 @@ std::string TCatalog::GenerateCopyCatalogNames(const std::string& name) {
 void TCatalog::CopyCatalogNodes(std::int32_t original_catalog, std::int32_t new_catalog) {
   method(
       [&] {
-        Sql sql = all_copied_columns();
-        sql << "WHERE CATALOGID = " << original_catalog;
-        RecordsetPtr originals = open_updatable(sql, GetConnection(), CursorType::keyset);
+        RecordsetPtr originals = open_updatable(all_copied_columns() << "WHERE CATALOGID = " << original_catalog,
+                                                GetConnection(), CursorType::keyset);
         if (originals->Eof()) return Sql_CloseDisconnectedRecordset(originals);
 
-        sql = all_copied_columns();
-        sql << "WHERE 0=1";
-        RecordsetPtr copies = open_updatable(sql, GetConnection(), CursorType::keyset);
+        RecordsetPtr copies = open_updatable(all_copied_columns() << "WHERE 0=1", GetConnection(), CursorType::keyset);
         Dictionary twins;  // old NODEID to new NODEID
         for (; !originals->Eof(); originals->MoveNext()) {
           copies->AddNew();
@@ -102,9 +97,9 @@ void TCatalog::CopyCatalogNodes(std::int32_t original_catalog, std::int32_t new_
         Sql_CloseDisconnectedRecordset(originals);
         Sql_CloseDisconnectedRecordset(copies);
 
-        sql = LiteralPiece("SELECT PARENTNODEID FROM CATALOGNODE WHERE CATALOGID = ");
-        sql << new_catalog;
-        RecordsetPtr children = open_updatable(sql, GetConnection(), CursorType::keyset);
+        RecordsetPtr children =
+            open_updatable(Sql("SELECT PARENTNODEID FROM CATALOGNODE WHERE CATALOGID = ") << new_catalog,
+                           GetConnection(), CursorType::keyset);
         for (; !children->Eof(); children->MoveNext()) {
           const Variant parent = children->Value("PARENTNODEID");
           if (parent.is_null()) continue;

@@ -12,10 +12,8 @@ DictionaryPtr Catalog::GetFavoriteFolders(const std::string& i_sUserName) {
   return read_and_close(
       "Mercato.Catalog.GetFavoriteFolders", CursorType::forward_only, GetConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT FOLDERID, FOLDERNAME FROM FAVORITEFOLDERS WHERE USERID = '" << value(i_sUserName)
-            << "' ORDER BY FOLDERNAME";
-        return sql;
+        return Sql("SELECT FOLDERID, FOLDERNAME FROM FAVORITEFOLDERS WHERE USERID = '")
+               << value(i_sUserName) << "' ORDER BY FOLDERNAME";
       },
       names_by_id);
 }
@@ -24,10 +22,8 @@ std::string Catalog::GetFavoriteFolderName(std::int32_t i_lFolderID, const std::
   return read_and_close(
       "Mercato.Catalog.GetFavoriteFolderName", CursorType::forward_only, GetConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT FOLDERNAME FROM FAVORITEFOLDERS WHERE USERID = '" << value(i_sUserName)
-            << "' AND FOLDERID = " << i_lFolderID << " ";
-        return sql;
+        return Sql("SELECT FOLDERNAME FROM FAVORITEFOLDERS WHERE USERID = '")
+               << value(i_sUserName) << "' AND FOLDERID = " << i_lFolderID << " ";
       },
       [](const RecordsetPtr& folder) { return folder->Eof() ? std::string() : folder->Value("FOLDERNAME").to_text(); });
 }
@@ -36,10 +32,8 @@ std::int32_t Catalog::GetFavoriteFolderID(const std::string& i_sFolderName, cons
   return read_and_close(
       "Mercato.Catalog.GetFavoriteFolderID", CursorType::forward_only, GetConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT FOLDERID FROM FAVORITEFOLDERS WHERE USERID = '" << value(i_sUserName) << "' AND FOLDERNAME = '"
-            << value(Gen_QuoteSql(i_sFolderName)) << "'";
-        return sql;
+        return Sql("SELECT FOLDERID FROM FAVORITEFOLDERS WHERE USERID = '")
+               << value(i_sUserName) << "' AND FOLDERNAME = '" << value(Gen_QuoteSql(i_sFolderName)) << "'";
       },
       [](const RecordsetPtr& folder) { return folder->Eof() ? -1 : folder->Value("FOLDERID").to_long(); });
 }
@@ -71,7 +65,7 @@ std::int32_t TCatalog::InsertFavoriteFolder(const Variant& i_aFields, const Vari
         return id;
       },
       // No vote: a refused row leaves the transaction to the caller's next step.
-      Tail{"Mercato.Catalog.InsertFavoriteFolder", [&] { opened.close(); }, -1});
+      Tail{"Mercato.Catalog.InsertFavoriteFolder", closing(opened), -1});
 }
 
 bool TCatalog::UpdateFavoriteFolderName(std::int32_t i_lFolderID, const std::string& i_sUserName,
@@ -84,16 +78,14 @@ bool TCatalog::UpdateFavoriteFolderName(std::int32_t i_lFolderID, const std::str
         connection = GetConnection();
         const std::string user = Gen_QuoteSql(i_sUserName);
         const std::string name = Gen_QuoteSql(i_sNewFolderName);
-        Sql sql;
-        sql << "SELECT * FROM FAVORITEFOLDERS WHERE USERID = '" << value(user) << "' AND FOLDERNAME = '" << value(name)
-            << "' ";
-        namesake.rows = open_updatable(sql, namesake.connection, CursorType::keyset);
-        const bool is_free = namesake.rows->Eof();  // the folder's own name is taken, too
-        if (is_free) {
-          sql = LiteralPiece("UPDATE FAVORITEFOLDERS SET FOLDERNAME= '");
-          sql << value(name) << "' WHERE FOLDERID = " << i_lFolderID << " AND USERID = '" << value(user) << "'";
-          connection->Execute(sql);
-        }
+        namesake.rows = open_updatable(Sql("SELECT * FROM FAVORITEFOLDERS WHERE USERID = '")
+                                           << value(user) << "' AND FOLDERNAME = '" << value(name) << "' ",
+                                       namesake.connection, CursorType::keyset);
+        const bool is_free = namesake.rows->Eof();  // the folder's own name counts as taken, too
+        if (is_free)
+          connection->Execute(Sql("UPDATE FAVORITEFOLDERS SET FOLDERNAME= '")
+                              << value(name) << "' WHERE FOLDERID = " << i_lFolderID << " AND USERID = '" << value(user)
+                              << "'");
         namesake.close();
         Sql_CloseConnection(connection);
         return is_free;  // without a vote
@@ -110,27 +102,19 @@ bool TCatalog::DeleteFavoriteFolder(std::int32_t iFolderID, const std::string& i
   ConnectionPtr folders;
   return method(
       [&] {
-        // Before anything is asked, and whoever's they are: those in the root, too.
-        Sql sql;
-        sql << "DELETE FROM FAVORITES WHERE FOLDERID = " << iFolderID;
+        // Before anything is asked, and for all users. The favourites in the root have the folder id 0.
         favorites = GetConnection();
-        favorites->Execute(sql);
+        favorites->Execute(Sql("DELETE FROM FAVORITES WHERE FOLDERID = ") << iFolderID);
         folders = GetConnection();
         const bool is_folder = iFolderID >= 1;
-        if (is_folder) {
-          // Whether the user has the folder is not looked at.
-          sql = LiteralPiece("DELETE FROM FAVORITEFOLDERS WHERE FOLDERID=");
-          sql << iFolderID << " AND USERID= '" << value(i_sUserID) << "'";
-          folders->Execute(sql);
-        }
+        if (is_folder)  // whether the user has it is not looked at
+          folders->Execute(Sql("DELETE FROM FAVORITEFOLDERS WHERE FOLDERID=")
+                           << iFolderID << " AND USERID= '" << value(i_sUserID) << "'");
         Sql_CloseConnection(folders);
         Mts_SetComplete();
         return is_folder;
       },
-      Tail{"Mercato.Catalog.DeleteFavoriteFolder", [&] {
-             Sql_CloseConnection(favorites);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Catalog.DeleteFavoriteFolder", closing_and_aborting(favorites)});
 }
 
 }  // namespace mercato

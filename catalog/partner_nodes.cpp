@@ -19,6 +19,14 @@ Sql of_tie(LiteralPiece statement, std::int16_t node, std::int16_t catalog) {
   return sql;
 }
 
+// All columns of the ties.
+Sql ties_of(std::int16_t node, std::int16_t catalog) {
+  if (node > 0) return Sql("SELECT * FROM CATALOGNODEBYBP WHERE NODEID = ") << node << " AND CATALOGID = " << catalog;
+  return Sql("SELECT * FROM CATALOGNODEBYBP WHERE NODEID IS NULL "
+             " AND CATALOGID = ")
+         << catalog;
+}
+
 // The list's partners, which also take the list's place in the caller's variable.
 const Array& split_in_place(Variant& list) {
   Array partners;
@@ -68,10 +76,7 @@ bool TCatalog::InsertCatalogNodeByBP(std::int16_t& i_iNoideId, std::int16_t& i_i
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Catalog.InsertCatalogNodeByBP", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Catalog.InsertCatalogNodeByBP", closing_and_aborting(opened)});
 }
 
 bool TCatalog::UpdateCatalogNodeByBP(std::int16_t& i_iNoideId, std::int16_t& i_iCatalogId, Variant& i_aBPValues) {
@@ -79,21 +84,14 @@ bool TCatalog::UpdateCatalogNodeByBP(std::int16_t& i_iNoideId, std::int16_t& i_i
   Opened opened;
   return method(
       [&] {
-        Sql sql;
-        if (i_iNoideId > 0)
-          sql << "SELECT * FROM CATALOGNODEBYBP WHERE NODEID = " << i_iNoideId << " AND CATALOGID = " << i_iCatalogId;
-        else
-          sql << "SELECT * FROM CATALOGNODEBYBP WHERE NODEID IS NULL "
-                 " AND CATALOGID = "
-              << i_iCatalogId;
         opened.connection = GetConnection();
-        opened.rows = SQL_GetWritableRecordset(sql, opened.connection, kBatch);
+        opened.rows = SQL_GetWritableRecordset(ties_of(i_iNoideId, i_iCatalogId), opened.connection, kBatch);
         Sql_CloseConnection(opened.connection);
 
         const Array& partners = split_in_place(i_aBPValues);
         const bool as_many = partners.upper() == opened.rows->RecordCount() - 1;
-        // A delete that fails tells nobody: then as many rows as there are get the partners, and one too many ends the
-        // call, unless the list is empty.
+        // A failed delete goes unnoticed here. The partners then go into the rows that are still there, and one partner
+        // more than rows ends the call. An empty list leaves the rows.
         const bool are_new = !as_many && DeleteCatalogNodeByBP(i_iNoideId, i_iCatalogId);
         if (!as_many && partners.items.empty()) return true;
         for (const Variant& partner : partners.items) {
@@ -112,7 +110,7 @@ bool TCatalog::UpdateCatalogNodeByBP(std::int16_t& i_iNoideId, std::int16_t& i_i
         return true;  // without a vote
       },
       Tail{"Mercato.Catalog.UpdateCatalogNodeByBP()", [&] {
-             Mts_SetAbort();
+             Mts_SetAbort();  // before the closing
              opened.close();
            }});
 }

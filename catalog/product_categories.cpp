@@ -82,9 +82,9 @@ DictionaryPtr Catalog::GetVisibleProductCategories(Variant& iVisibility) {
   return read_and_close(
       "Mercato.Catalog.GetVisibleProductCategories", CursorType::forward_only, GetConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT DISTINCT VBC.CATEGORYID, PC.CATEGORYNAME FROM VISIBILITIESBYCATEGORY VBC "
-               "INNER JOIN PRODUCTCATEGORY PC ON VBC.CATEGORYID = PC.CATEGORYID";
+        Sql sql(
+            "SELECT DISTINCT VBC.CATEGORYID, PC.CATEGORYNAME FROM VISIBILITIESBYCATEGORY VBC "
+            "INNER JOIN PRODUCTCATEGORY PC ON VBC.CATEGORYID = PC.CATEGORYID");
         if (iVisibility.is_array())
           sql << " WHERE VBC.VISIBILITYID IN (" << joined(iVisibility.to_array().items) << ")";
         else
@@ -103,11 +103,11 @@ DictionaryPtr Catalog::GetVisibilitiesByCategories(const Variant& i_aCatergoryID
   return read_and_close(
       "Mercato.Catalog.GetVisibilitiesByCategories", CursorType::forward_only, GetConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT FAQV.VISIBILITYID, FAQV.VISIBILITYDESCRIPTION "
-               "FROM FAQVISIBILITY FAQV WHERE FAQV.VISIBILITYID IN "
-               "(SELECT DISTINCT VBC.VISIBILITYID "
-               "FROM VISIBILITIESBYCATEGORY VBC";
+        Sql sql(
+            "SELECT FAQV.VISIBILITYID, FAQV.VISIBILITYDESCRIPTION "
+            "FROM FAQVISIBILITY FAQV WHERE FAQV.VISIBILITYID IN "
+            "(SELECT DISTINCT VBC.VISIBILITYID "
+            "FROM VISIBILITIESBYCATEGORY VBC");
         if (was_given(i_aCatergoryIDs))
           sql << " WHERE VBC.CATEGORYID IN (" << joined(i_aCatergoryIDs.to_array().items) << ")";
         sql << ")";
@@ -120,10 +120,10 @@ DictionaryPtr Catalog::GetJoinVisibilitiesByCategories(const Variant& i_aCatergo
   return read_and_close(
       "Mercato.Catalog.GetJoinVisibilitiesByCategories", CursorType::forward_only, GetConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT FAQV.VISIBILITYID, FAQV.VISIBILITYDESCRIPTION "
-               "FROM FAQVISIBILITY FAQV WHERE FAQV.VISIBILITYID IN "
-               "(SELECT VBC.VISIBILITYID FROM VISIBILITIESBYCATEGORY VBC";
+        Sql sql(
+            "SELECT FAQV.VISIBILITYID, FAQV.VISIBILITYDESCRIPTION "
+            "FROM FAQVISIBILITY FAQV WHERE FAQV.VISIBILITYID IN "
+            "(SELECT VBC.VISIBILITYID FROM VISIBILITIESBYCATEGORY VBC");
         if (was_given(i_aCatergoryIDs))
           sql << " WHERE VBC.CATEGORYID IN (" << joined(i_aCatergoryIDs.to_array().items) << ")";
         // More than one, however many categories there are.
@@ -137,9 +137,9 @@ DictionaryPtr Catalog::GetVisibilityDescByID(const Variant& i_aVisibilityIDs) {
   return read_and_close(
       "Mercato.Catalog.GetVisibilityDescByID", CursorType::forward_only, GetConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT FAQV.VISIBILITYID, FAQV.VISIBILITYDESCRIPTION "
-               "FROM FAQVISIBILITY FAQV";
+        Sql sql(
+            "SELECT FAQV.VISIBILITYID, FAQV.VISIBILITYDESCRIPTION "
+            "FROM FAQVISIBILITY FAQV");
         if (was_given(i_aVisibilityIDs))
           sql << " WHERE FAQV.VISIBILITYID IN (" << joined(i_aVisibilityIDs.to_array().items) << ")";
         return sql;
@@ -151,8 +151,7 @@ Variant Catalog::GetProductCategoriesByName(const std::string& i_sCategoryName) 
   return read_and_close(
       "Mercato.Catalog.GetProductCategoriesByName", CursorType::keyset, GetConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT CATEGORYID FROM PRODUCTCATEGORY";
+        Sql sql("SELECT CATEGORYID FROM PRODUCTCATEGORY");
         if (!i_sCategoryName.empty()) sql << " WHERE CATEGORYNAME LIKE " << value(Gen_LikePattern(i_sCategoryName));
         return sql;
       },
@@ -180,10 +179,7 @@ bool TCatalog::InsertProductCategory(const Variant& i_aFields, const Variant& i_
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Catalog.InsertProductCategory", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Catalog.InsertProductCategory", closing_and_aborting(opened)});
 }
 
 bool TCatalog::UpdateProductCategory(const Variant& i_aFields, const Variant& i_aValues) {
@@ -191,10 +187,9 @@ bool TCatalog::UpdateProductCategory(const Variant& i_aFields, const Variant& i_
   return method(
       [&] {
         const std::int32_t id = named_category(i_aFields, i_aValues);
-        Sql sql;
-        sql << "SELECT * FROM PRODUCTCATEGORY WHERE CATEGORYID=" << id;
         opened.connection = GetConnection();
-        opened.rows = open_updatable(sql, opened.connection, CursorType::fixed);
+        opened.rows = open_updatable(Sql("SELECT * FROM PRODUCTCATEGORY WHERE CATEGORYID=") << id, opened.connection,
+                                     CursorType::fixed);
         if (opened.rows->Eof())
           raise(eProductCategoryNotFound, "Mercato.Catalog.UpdateProductCategory",
                 "Product Category (" + std::to_string(id) + ") not found");
@@ -208,10 +203,7 @@ bool TCatalog::UpdateProductCategory(const Variant& i_aFields, const Variant& i_
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Catalog.UpdateProductCategory", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Catalog.UpdateProductCategory", closing_and_aborting(opened)});
 }
 
 bool TCatalog::DeleteProductCategory(std::int32_t iCategoryID) {
@@ -221,10 +213,8 @@ bool TCatalog::DeleteProductCategory(std::int32_t iCategoryID) {
       [&]() -> Answer<bool> {
         if (!checker.CheckBeforeDelete("PRODUCTCATEGORY", Array{kCategoryColumn}, Array{iCategoryID})) return refused;
         const auto execute = [&](LiteralPiece statement) {
-          Sql sql = statement;
-          sql << iCategoryID;
           connection = GetConnection();
-          return execute_and_close(connection, sql);
+          return execute_and_close(connection, Sql(statement) << iCategoryID);
         };
         execute("DELETE FROM VISIBILITIESBYCATEGORY WHERE CATEGORYID=");
         execute("DELETE FROM PRODUCTSBYCATEGORY WHERE CATEGORYID=");
@@ -236,11 +226,7 @@ bool TCatalog::DeleteProductCategory(std::int32_t iCategoryID) {
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.Catalog.DeleteProductCategory", [&] {
-             checker.release();
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Catalog.DeleteProductCategory", closing_and_aborting(checker, connection)});
 }
 
 }  // namespace mercato

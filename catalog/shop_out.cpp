@@ -30,14 +30,13 @@ Variant Catalog::GetAllShopOutCatalogFolders() {
 RecordsetPtr Catalog::GetShopOutFolderDetails(std::int16_t& i_iNodeId) {
   return method(
       [&] {
-        Sql sql;
-        sql << "SELECT CN.NODEID, CN.CATALOGID, CN.NODENAME, CN.NODEURL, CN.NODEDESCRIPTION, "
-               "CNBYBP.BUSINESSPARTNERID FROM "
-               "CATALOGNODE CN, CATALOGNODEBYBP CNBYBP WHERE CN.NODEID = "
-            << i_iNodeId
-            << " AND CN.SHOPOUT = 1"
-               " AND CN.NODEID = CNBYBP.NODEID";
-        return read_beside(GetConnection(), sql);
+        return read_beside(GetConnection(),
+                           Sql("SELECT CN.NODEID, CN.CATALOGID, CN.NODENAME, CN.NODEURL, CN.NODEDESCRIPTION, "
+                               "CNBYBP.BUSINESSPARTNERID FROM "
+                               "CATALOGNODE CN, CATALOGNODEBYBP CNBYBP WHERE CN.NODEID = ")
+                               << i_iNodeId
+                               << " AND CN.SHOPOUT = 1"
+                                  " AND CN.NODEID = CNBYBP.NODEID");
       },
       Tail{"Mercato.Catalog.GetShopOutFolderDetails()", no_steps});
 }
@@ -45,11 +44,9 @@ RecordsetPtr Catalog::GetShopOutFolderDetails(std::int16_t& i_iNodeId) {
 RecordsetPtr Catalog::GetFolderAuthenticationDetails(std::string& i_sUserID, std::int16_t& i_iNodeId) {
   return method(
       [&] {
-        // Whatever has the name: a profile's account comes along.
-        Sql sql;
-        sql << "SELECT SHAREDID, SHAREDPWD FROM CATALOGNODEBYUSER WHERE USERID = '" << value(i_sUserID)
-            << "' AND NODEID = " << i_iNodeId;
-        return read_beside(GetConnection(), sql);
+        // The account of a profile with this name comes along.
+        return read_beside(GetConnection(), Sql("SELECT SHAREDID, SHAREDPWD FROM CATALOGNODEBYUSER WHERE USERID = '")
+                                                << value(i_sUserID) << "' AND NODEID = " << i_iNodeId);
       },
       Tail{"Mercato.Catalog.GetFolderAuthenticationDetails()", no_steps});
 }

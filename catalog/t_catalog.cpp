@@ -3,6 +3,7 @@
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"
 #include "frame/method.h"
+#include "frame/tails.h"
 #include "values/text.h"
 
 namespace mercato {
@@ -67,10 +68,7 @@ bool TCatalog::IReferentialIntegrity_Exists(const Variant&, const Array& iFields
         Mts_SetComplete();
         return exists;
       },
-      Tail{"Mercato.Catalog.Exists", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.Catalog.Exists", closing_and_aborting(connection)});
 }
 
 }  // namespace mercato
