@@ -3,6 +3,7 @@
 #include "catalog/catalog_internal.h"
 #include "frame/lib_error_handling.h"
 #include "frame/lib_sql.h"
+#include "values/text.h"
 
 namespace mercato {
 
@@ -109,6 +110,27 @@ DictionaryPtr names_by_id(const RecordsetPtr& rows) {
   auto names = std::make_shared<Dictionary>();
   for (; !rows->Eof(); rows->MoveNext()) names->Add(rows->Value(id), rows->Value(name));
   return names;
+}
+
+std::string hierarchy_of(const std::vector<std::string>& names_upwards) {
+  std::string path;
+  for (auto name = names_upwards.rbegin(); name != names_upwards.rend(); ++name) {
+    if (name != names_upwards.rbegin()) path += '\\';
+    path += text::trim(*name);
+  }
+  return path;
+}
+
+RecordsetPtr held_rows(const Sql& sql) {
+  auto rows = Recordset::create();
+  rows->SetCursorLocation(CursorLocation::client);
+  rows->Open(sql, shared_connection_string(), CursorType::forward_only, LockType::read_only, -1);
+  rows->SetActiveConnection(nullptr);
+  return rows;
+}
+
+std::size_t count_of(const Sql& sql) {
+  return static_cast<std::size_t>(held_rows(sql)->Value(std::size_t{0}).to_long());
 }
 
 void Catalog::CopyCatalog(std::int32_t, std::int16_t, const std::string&) {

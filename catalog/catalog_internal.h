@@ -1,9 +1,11 @@
-// Shared by the files of the catalogue classes: catalog_nodes.cpp, authorisation.cpp, product_categories.cpp,
-// assignment.cpp, favorite_folders.cpp, partner_nodes.cpp. Any thread.
+// What several files of the catalogue classes share. Any thread.
 #pragma once
 
+#include <cstddef>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "frame/recordset.h"
 #include "values/dictionary.h"
@@ -19,5 +21,16 @@ Sql joined(std::span<const Variant> elements);
 
 // The first column of all rows to the second, in their order. Raises 457 when a key comes twice.
 DictionaryPtr names_by_id(const RecordsetPtr& rows);
+
+// What a node is called as a whole: the names from the root down, each trimmed, with a backslash between them. They are
+// given from the node upwards.
+std::string hierarchy_of(const std::vector<std::string>& names_upwards);
+
+// For what no method of the classes answers: nothing is logged when these fail, and a failure is the store's own.
+
+// The rows of a statement, cut loose.
+RecordsetPtr held_rows(const Sql& sql);
+// The number in the only row and column of a statement.
+std::size_t count_of(const Sql& sql);
 
 }  // namespace mercato

@@ -4,7 +4,6 @@
 #include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
 #include "frame/voted_method.h"
-#include "values/text.h"
 
 namespace mercato {
 namespace {
@@ -20,12 +19,20 @@ std::vector<Variant> not_empty(const Array& ids) {
 }
 
 RecordsetPtr name_and_parent(std::int32_t node) {
-  Sql sql;
-  sql << "SELECT NODENAME, PARENTNODEID FROM CATALOGNODE WHERE NODEID = " << node;
-  return Sql_GetDisconnectedRecordset(sql, shared_connection_string(), true);
+  return Sql_GetDisconnectedRecordset(Sql("SELECT NODENAME, PARENTNODEID FROM CATALOGNODE WHERE NODEID = ") << node,
+                                      shared_connection_string(), true);
 }
 
-std::string trimmed_name(const Recordset& node) { return std::string(text::trim(node.Value("NODENAME").to_text())); }
+// The statement for the catalogues in which a product can be reached, or the nodes. Whatever type a node has, its
+// category counts. A list of empty texts restricts nothing.
+Sql places_of_product(std::int32_t product, bool as_nodes, const Sql& allowed_catalogs) {
+  Sql sql = as_nodes ? Sql("SELECT DISTINCT CATALOGNODE.NODEID AS CATALOGID FROM PRODUCTSBYCATEGORY,CATALOGNODE")
+                     : Sql("SELECT DISTINCT CATALOGNODE.CATALOGID AS CATALOGID FROM PRODUCTSBYCATEGORY,CATALOGNODE");
+  sql << " WHERE  PRODUCTSBYCATEGORY.PRODUCTID = " << product
+      << " AND PRODUCTSBYCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID ";
+  if (!allowed_catalogs.text().empty()) sql << "AND CATALOGNODE.CATALOGID IN (" << allowed_catalogs << ") ";
+  return sql;
+}
 
 }  // namespace
 
@@ -38,11 +45,7 @@ DictionaryPtr Catalog::GetAllCatalogs() {
 CollectionPtr Catalog::GetCatalog(std::int32_t iCatalogID) {
   return read_and_close(
       "Mercato.Catalog.getCatalog", CursorType::forward_only, GetConnection,
-      [&] {
-        Sql sql;
-        sql << "select * from catalog where CATALOGID=" << iCatalogID;
-        return sql;
-      },
+      [&] { return Sql("select * from catalog where CATALOGID=") << iCatalogID; },
       [](const RecordsetPtr& row) {
         if (row->Eof()) raise(eCatalogNotFound, "Mercato.Catalog.GetCatalog", "Catalog not present");
         auto record = std::make_shared<Collection>();
@@ -77,14 +80,12 @@ DictionaryPtr Catalog::GetCatalogByBP(std::int32_t i_lBusinessPartnerID) {
   return read_and_close(
       "Mercato.Catalog.GetCatalogByBP", CursorType::forward_only, GetConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT DISTINCT CATALOGNODEBYBP.CATALOGID AS CATALOGID,"
-               " CATALOG.CATALOGNAME AS CATALOGNAME FROM CATALOGNODEBYBP, "
-               " CATALOG WHERE CATALOGNODEBYBP.BUSINESSPARTNERID = "
-            << i_lBusinessPartnerID
-            << " AND CATALOGNODEBYBP.CATALOGID = CATALOG.CATALOGID "
-               " AND CATALOG.ACTIVE=1 ORDER BY CATALOG.CATALOGNAME ";
-        return sql;
+        return Sql("SELECT DISTINCT CATALOGNODEBYBP.CATALOGID AS CATALOGID,"
+                   " CATALOG.CATALOGNAME AS CATALOGNAME FROM CATALOGNODEBYBP, "
+                   " CATALOG WHERE CATALOGNODEBYBP.BUSINESSPARTNERID = ")
+               << i_lBusinessPartnerID
+               << " AND CATALOGNODEBYBP.CATALOGID = CATALOG.CATALOGID "
+                  " AND CATALOG.ACTIVE=1 ORDER BY CATALOG.CATALOGNAME ";
       },
       names_by_id);
 }
@@ -101,16 +102,8 @@ DictionaryPtr Catalog::GetValidProductCatalogs(const Variant& i_aProductIDs, con
         const Array& products = i_aProductIDs.to_array();
         opened.connection = GetConnection();
         for (const Variant& product : products.items) {
-          Sql sql;
-          if (bCatalogNode.to_boolean())
-            sql << "SELECT DISTINCT CATALOGNODE.NODEID AS CATALOGID FROM PRODUCTSBYCATEGORY,CATALOGNODE";
-          else
-            sql << "SELECT DISTINCT CATALOGNODE.CATALOGID AS CATALOGID FROM PRODUCTSBYCATEGORY,CATALOGNODE";
-          sql << " WHERE  PRODUCTSBYCATEGORY.PRODUCTID = " << product.to_long()
-              << " AND PRODUCTSBYCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID ";
-          // Whatever type a node has, its category counts; and a list of empty texts restricts nothing.
-          if (!allowed.text().empty()) sql << "AND CATALOGNODE.CATALOGID IN (" << allowed << ") ";
-          opened.rows = open_read_only(sql, opened.connection);
+          const bool as_nodes = bCatalogNode.to_boolean();
+          opened.rows = open_read_only(places_of_product(product.to_long(), as_nodes, allowed), opened.connection);
           Array ids;
           for (; !opened.rows->Eof(); opened.rows->MoveNext())
             ids.items.push_back(opened.rows->Value("CATALOGID").to_long());
@@ -120,16 +113,15 @@ DictionaryPtr Catalog::GetValidProductCatalogs(const Variant& i_aProductIDs, con
         opened.close();
         return valid;
       },
-      Tail{"Mercato.Catalog.GetValidProductCatalogs", [&] { opened.close(); }});
+      Tail{"Mercato.Catalog.GetValidProductCatalogs", closing(opened)});
 }
 
 std::int16_t Catalog::GetNodeLevel(std::int32_t i_lCatalogID, std::int32_t i_lNodeID) {
   return read_and_close(
       "Mercato.Catalog.GetNodeLevel", CursorType::forward_only, GetConnection,
       [&] {
-        Sql sql;
-        sql << "SELECT NODEID, PARENTNODEID FROM CATALOGNODE WHERE CATALOGID=" << i_lCatalogID << " ORDER BY NODEID";
-        return sql;
+        return Sql("SELECT NODEID, PARENTNODEID FROM CATALOGNODE WHERE CATALOGID=")
+               << i_lCatalogID << " ORDER BY NODEID";
       },
       [&](const RecordsetPtr& nodes) -> std::int16_t {
         if (nodes->Eof()) return -1;
@@ -152,12 +144,12 @@ std::int16_t Catalog::GetNodeLevel(std::int32_t i_lCatalogID, std::int32_t i_lNo
 
 std::string Catalog::GetCatalogNodeHierarchy(std::int32_t& lNodeID) {
   RecordsetPtr node = name_and_parent(lNodeID);
-  std::string path = trimmed_name(*node);
+  std::vector<std::string> names = {node->Value("NODENAME").to_text()};
   while (!node->Value("PARENTNODEID").is_null()) {
     node = name_and_parent(node->Value("PARENTNODEID").to_long());
-    path = trimmed_name(*node) + "\\" + path;
+    names.push_back(node->Value("NODENAME").to_text());
   }
-  return path;
+  return hierarchy_of(names);
 }
 
 }  // namespace mercato
