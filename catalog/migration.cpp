@@ -1,40 +1,101 @@
-// The life of a catalogue: its insertion and its end, and what users take along to its successor.
-#include <unordered_map>
+// What users take along from a catalogue to its successor: the two calls, and the plans of what they would do.
+#include "catalog/migration.h"
 
+#include <optional>
+
+#include "catalog/catalog_internal.h"
+#include "catalog/node_rights.h"
 #include "catalog/t_catalog.h"
 #include "catalog/t_catalog_internal.h"
 #include "frame/lib_general.h"
-#include "frame/voted_method.h"
+#include "frame/method.h"
+#include "frame/tails.h"
 #include "values/text.h"
 
 namespace mercato {
 namespace {
 
-RecordsetPtr read(const Sql& sql) { return Sql_GetDisconnectedRecordset(sql, shared_connection_string(), true); }
+RecordsetPtr read_committed(const Sql& sql) {
+  return Sql_GetDisconnectedRecordset(sql, shared_connection_string(), true);
+}
 
-bool has_rows(const Sql& sql) { return !read(sql)->Eof(); }
+bool has_rows(const Sql& sql) { return !read_committed(sql)->Eof(); }
 
 // Rights
 
-Sql catalog_entries(std::int32_t catalog) {
-  Sql condition;
-  condition << " WHERE CATALOGID = " << catalog << " AND NODEID IS NULL AND PARENTNODEID IS NULL";
-  return condition;
+Sql on_whole_catalog(std::int32_t catalog) {
+  return Sql(" WHERE CATALOGID = ") << catalog << " AND NODEID IS NULL AND PARENTNODEID IS NULL";
+}
+
+// The catalogue's nodes on which somebody has a right.
+Sql nodes_with_rights(std::int32_t catalog) {
+  return Sql("SELECT DISTINCT CN.NODEID, CN.NODENAME FROM CATALOGNODE CN "
+             " INNER JOIN CATALOGNODEBYUSER CU ON CU.NODEID = CN.NODEID "
+             " WHERE CN.CATALOGID = ")
+         << catalog;
+}
+
+// The nodes of this name, of which only the first is looked at.
+Sql twins_of(const Variant& node_name, std::int32_t catalog) {
+  return Sql(" SELECT NODEID, PARENTNODEID FROM CATALOGNODE WHERE  NODENAME = '")
+         << value(Gen_QuoteSql(node_name.to_text())) << "' AND CATALOGID = " << catalog;
 }
 
 // Whether two nodes have the same names all the way up, in any case.
+bool are_equal_paths(const std::string& path, const std::string& other) {
+  return text::to_upper(path) == text::to_upper(other);
+}
+
 bool have_equal_paths(ReadingHalf& catalogs, const Variant& node, const Variant& other) {
   const std::string path = catalogs.GetCatalogNodeHierarchy(node);
-  return text::to_upper(path) == text::to_upper(catalogs.GetCatalogNodeHierarchy(other));
+  return are_equal_paths(path, catalogs.GetCatalogNodeHierarchy(other));
+}
+
+Sql deletion_of_rights(std::int32_t catalog, std::int32_t node) {
+  return Sql(" DELETE FROM CATALOGNODEBYUSER   WHERE CATALOGID = ") << catalog << " AND NODEID = " << node;
+}
+
+Sql move_of_rights(std::int32_t catalog, std::int32_t node, std::int32_t new_catalog, const Recordset& twin) {
+  Sql sql(" UPDATE CATALOGNODEBYUSER SET  CATALOGID = ");
+  sql << new_catalog << " , NODEID = " << twin.Value("NODEID").to_long();
+  if (const Variant& parent = twin.Value("PARENTNODEID"); parent.is_null())
+    sql << " , PARENTNODEID = NULL ";
+  else
+    sql << " , PARENTNODEID = " << parent.to_long();
+  return sql << " WHERE CATALOGID = " << catalog << " AND NODEID = " << node;
 }
 
 // Favourites
 
-struct Offer {
-  Variant product;
-  Variant node;
-};
-using Offers = std::unordered_map<std::string, std::vector<Offer>>;  // by part number, in the order of the rows
+// The favourites F and products P that the catalogue shows on its nodes of type 1.
+Sql favorites_in(std::int32_t catalog) {
+  return Sql(" FROM  FAVORITES F, PRODUCT P "
+             " INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = C.PRODUCTID "
+             " INNER JOIN CATALOGNODE N ON N.CATALOGID = ")
+         << catalog
+         << " AND N.CATEGORYID = C.CATEGORYID AND N.NODETYPE = 1 "
+            " WHERE P.PRODUCTID = F.PRODUCTID";
+}
+
+// By user, as the calls go.
+Sql marked_in(std::int32_t catalog) {
+  return Sql(" SELECT distinct P.PRODUCTID, P.PARTNUMBER, F.USERID") << favorites_in(catalog) << " ORDER BY F.USERID";
+}
+
+// The products with the part numbers of these favourites. In the new catalogue nodes of every type count.
+Sql offers_of(std::int32_t catalog, std::int32_t new_catalog) {
+  return Sql(" SELECT P.PRODUCTID, P.PARTNUMBER, N.NODEID FROM  CATALOGNODE N ,PRODUCT P "
+             " INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = C.PRODUCTID "
+             " Where N.CATEGORYID = C.CATEGORYID And N.CatalogID = ")
+         << new_catalog
+         << " AND P.PARTNUMBER IN "
+            "(SELECT distinct P1.PARTNUMBER FROM  FAVORITES F1, PRODUCT P1  "
+            " INNER JOIN PRODUCTSBYCATEGORY C1 ON P1.PRODUCTID = C1.PRODUCTID "
+            " INNER JOIN CATALOGNODE N1 ON N1.CATALOGID = "
+         << catalog
+         << " AND N1.CATEGORYID = C1.CATEGORYID AND "
+            " N1.NODETYPE = 1  WHERE P1.PRODUCTID = F1.PRODUCTID )";
+}
 
 Offers offers_in(Recordset& rows) {
   Offers offers;
@@ -43,71 +104,37 @@ Offers offers_in(Recordset& rows) {
   return offers;
 }
 
-// The first offer of the part that the user may order; null when there is none.
-const Offer* orderable_offer(const Offers& offers, const Variant& part_number, const Variant& user,
-                             ReadingHalf& catalogs) {
-  const auto same_part = offers.find(part_number.to_text());
+// The first offer of the part from whose node the user may order; null when there is none.
+template <class MayOrder>
+const Offer* orderable_offer(const Offers& offers, const std::string& part_number, MayOrder may_order) {
+  const auto same_part = offers.find(part_number);
   if (same_part == offers.end()) return nullptr;
   for (const Offer& offer : same_part->second)
-    if (catalogs.IsOrderCatalogNodeEx(user, offer.node)) return &offer;
+    if (may_order(offer.node)) return &offer;
   return nullptr;
 }
 
+Sql of_user(const std::string& user) { return Sql(" AND USERID = '") << value(Gen_QuoteSql(user)) << "'"; }
+
+void move_favorites(Recordset& marked, const Offers& offers, Connection& connection) {
+  ReadingHalf catalogs;
+  for (; !marked.Eof(); marked.MoveNext()) {
+    const std::int32_t product = marked.Value("PRODUCTID").to_long();
+    const Variant& user = marked.Value("USERID");
+    const Offer* const offer = orderable_offer(offers, marked.Value("PARTNUMBER").to_text(), [&](const Variant& node) {
+      return catalogs.IsOrderCatalogNodeEx(user, node);
+    });
+    if (offer)
+      connection.Execute(Sql("UPDATE FAVORITES SET PRODUCTID = ")
+                         << offer->product.to_long() << " WHERE PRODUCTID = " << product << of_user(user.to_text()));
+    else if (!offers.empty())
+      connection.Execute(Sql("DELETE FROM FAVORITES WHERE PRODUCTID = ") << product << of_user(user.to_text()));
+    else  // a catalogue without any of the parts ends the favourites of all users of these products
+      connection.Execute(Sql("DELETE FROM FAVORITES WHERE PRODUCTID = ") << product);
+  }
+}
+
 }  // namespace
-
-std::int32_t TCatalog::InsertCatalog(const Variant& iFields, const Variant& iValues) {
-  Opened opened;
-  return method(
-      [&] {
-        opened.connection = GetConnection();
-        opened.rows =
-            open_updatable(LiteralPiece("SELECT * FROM CATALOG WHERE 0=1"), opened.connection, CursorType::keyset);
-        opened.rows->AddNew();
-        const Array& fields = iFields.to_array();
-        const Array& values = iValues.to_array();
-        for (std::int32_t index = fields.lower; index <= fields.upper(); ++index) {
-          const std::int16_t narrow = Variant(index).to_short();  // an index beyond 16 bits ends the call
-          opened.rows->SetValue(fields.at(narrow).to_text(), values.at(narrow));
-        }
-        opened.rows->Update();
-        const std::int32_t id = opened.rows->Value("CATALOGID").to_long();
-        opened.close();
-        Mts_SetComplete();
-        return id;
-      },
-      // No vote: a refused row leaves the transaction to the caller's next step.
-      Tail{"Mercato.TCatalog.InsertCatalog", [&] { opened.close(); }});
-}
-
-bool TCatalog::ExpireCatalog(std::int32_t& lCatalogID) {
-  Opened opened;
-  return method(
-      [&] {
-        Sql sql;
-        sql << "SELECT * FROM CATALOG WHERE CATALOGID = " << lCatalogID;
-        opened.connection = GetConnection();
-        opened.rows = open_updatable(sql, opened.connection, CursorType::keyset);
-        opened.rows->SetValue("ACTIVE", 0);
-        opened.rows->Update();
-        Sql_CloseRecordset(opened.rows);
-        // Also those that another catalogue shows, and those that are disabled already.
-        sql = LiteralPiece(
-            "SELECT DISTINCT P.PRODUCTID, P.DISABLED FROM PRODUCT P "
-            "INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = C.PRODUCTID "
-            " INNER JOIN CATALOGNODE N ON N.CATALOGID = ");
-        sql << lCatalogID << " AND N.CATEGORYID = C.CATEGORYID AND N.NODETYPE = 1";
-        opened.rows = open_batch(sql, opened.connection);
-        for (; !opened.rows->Eof(); opened.rows->MoveNext()) opened.rows->SetValue("DISABLED", 1);
-        opened.rows->UpdateBatch();
-        opened.close();
-        Mts_SetComplete();
-        return true;
-      },
-      Tail{"Mercato.TCatalog.ExpireCatalog", [&] {
-             opened.close();
-             Mts_SetAbort();
-           }});
-}
 
 bool TCatalog::ChangeAuthorizationsForUser(std::int32_t& lCurrentCatalogID, std::int32_t& lNewCatalogID, bool bDelete) {
   ConnectionPtr connection;
@@ -117,61 +144,33 @@ bool TCatalog::ChangeAuthorizationsForUser(std::int32_t& lCurrentCatalogID, std:
   };
   return method(
       [&] {
-        Sql sql;
-        sql << "SELECT CATALOGID FROM CATALOGNODEBYUSER WHERE CATALOGID = " << lNewCatalogID;
-        if (has_rows(sql)) {
+        if (has_rows(Sql("SELECT CATALOGID FROM CATALOGNODEBYUSER WHERE CATALOGID = ") << lNewCatalogID)) {
           if (!bDelete) return false;  // without a vote
-          sql = LiteralPiece("DELETE FROM CATALOGNODEBYUSER WHERE CATALOGID = ");
-          sql << lNewCatalogID;
-          execute(sql);
+          execute(Sql("DELETE FROM CATALOGNODEBYUSER WHERE CATALOGID = ") << lNewCatalogID);
         }
-
-        sql = LiteralPiece("SELECT CATALOGID FROM CATALOGNODEBYUSER");
-        sql << catalog_entries(lCurrentCatalogID);
-        if (has_rows(sql)) {
-          sql = LiteralPiece("UPDATE CATALOGNODEBYUSER SET CATALOGID = ");
-          sql << lNewCatalogID << catalog_entries(lCurrentCatalogID);
-          execute(sql);
-        }
-
-        sql = LiteralPiece(
-            "SELECT DISTINCT CN.NODEID, CN.NODENAME FROM CATALOGNODE CN "
-            " INNER JOIN CATALOGNODEBYUSER CU ON CU.NODEID = CN.NODEID "
-            " WHERE CN.CATALOGID = ");
-        sql << lCurrentCatalogID;
-        const RecordsetPtr nodes = read(sql);
+        if (has_rows(Sql("SELECT CATALOGID FROM CATALOGNODEBYUSER") << on_whole_catalog(lCurrentCatalogID)))
+          execute(Sql("UPDATE CATALOGNODEBYUSER SET CATALOGID = ")
+                  << lNewCatalogID << on_whole_catalog(lCurrentCatalogID));
+        const RecordsetPtr nodes = read_committed(nodes_with_rights(lCurrentCatalogID));
         ReadingHalf catalogs;
         if (!nodes->Eof()) catalogs.create();
         for (; !nodes->Eof(); nodes->MoveNext()) {
           const std::int32_t node = nodes->Value("NODEID").to_long();
-          sql = LiteralPiece(" SELECT NODEID, PARENTNODEID FROM CATALOGNODE WHERE  NODENAME = '");
-          sql << value(Gen_QuoteSql(nodes->Value("NODENAME").to_text())) << "' AND CATALOGID = " << lNewCatalogID;
-          const RecordsetPtr twin = read(sql);
+          const RecordsetPtr twin = read_committed(twins_of(nodes->Value("NODENAME"), lNewCatalogID));
           if (twin->Eof()) {
-            sql = LiteralPiece(" DELETE FROM CATALOGNODEBYUSER   WHERE CATALOGID = ");
-            sql << lCurrentCatalogID << " AND NODEID = " << node;
-          } else {
-            // Only the first node of that name is looked at. One at another path is looked at until the call's time is
-            // up: callers see to it that none stands there.
-            while (!have_equal_paths(catalogs, node, twin->Value("NODEID"))) continue;
-            sql = LiteralPiece(" UPDATE CATALOGNODEBYUSER SET  CATALOGID = ");
-            sql << lNewCatalogID << " , NODEID = " << twin->Value("NODEID").to_long();
-            if (const Variant& parent = twin->Value("PARENTNODEID"); parent.is_null())
-              sql << " , PARENTNODEID = NULL ";
-            else
-              sql << " , PARENTNODEID = " << parent.to_long();
-            sql << " WHERE CATALOGID = " << lCurrentCatalogID << " AND NODEID = " << node;
+            execute(deletion_of_rights(lCurrentCatalogID, node));
+            continue;
           }
-          execute(sql);
+          // A first node of the name at another path is compared again until the call's time is up: callers see to it
+          // that none stands there.
+          while (!have_equal_paths(catalogs, node, twin->Value("NODEID"))) continue;
+          execute(move_of_rights(lCurrentCatalogID, node, lNewCatalogID, *twin));
         }
         Sql_CloseConnection(connection);
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.TCatalog.ChangeAuthorizationsForUser", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.TCatalog.ChangeAuthorizationsForUser", closing_and_aborting(connection)});
 }
 
 bool TCatalog::ChangeFavorites(std::int32_t& lCurrentCatalogID, std::int32_t& lNewCatalogID) {
@@ -179,59 +178,81 @@ bool TCatalog::ChangeFavorites(std::int32_t& lCurrentCatalogID, std::int32_t& lN
   return method(
       [&] {
         connection = GetConnection();
-        Sql sql;
-        sql << " SELECT distinct P.PRODUCTID, P.PARTNUMBER, F.USERID FROM  FAVORITES F, PRODUCT P "
-               " INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = C.PRODUCTID "
-               " INNER JOIN CATALOGNODE N ON N.CATALOGID = "
-            << lCurrentCatalogID
-            << " AND N.CATEGORYID = C.CATEGORYID AND N.NODETYPE = 1 "
-               " WHERE P.PRODUCTID = F.PRODUCTID ORDER BY F.USERID";
-        const RecordsetPtr favorites = read(sql);
-        if (!favorites->Eof()) {
-          // Here nodes of every type count.
-          sql = LiteralPiece(
-              " SELECT P.PRODUCTID, P.PARTNUMBER, N.NODEID FROM  CATALOGNODE N ,PRODUCT P "
-              " INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = C.PRODUCTID "
-              " Where N.CATEGORYID = C.CATEGORYID And N.CatalogID = ");
-          sql << lNewCatalogID
-              << " AND P.PARTNUMBER IN "
-                 "(SELECT distinct P1.PARTNUMBER FROM  FAVORITES F1, PRODUCT P1  "
-                 " INNER JOIN PRODUCTSBYCATEGORY C1 ON P1.PRODUCTID = C1.PRODUCTID "
-                 " INNER JOIN CATALOGNODE N1 ON N1.CATALOGID = "
-              << lCurrentCatalogID
-              << " AND N1.CATEGORYID = C1.CATEGORYID AND "
-                 " N1.NODETYPE = 1  WHERE P1.PRODUCTID = F1.PRODUCTID )";
-          const Offers offers = offers_in(*read(sql));
-          ReadingHalf catalogs;
-          for (; !favorites->Eof(); favorites->MoveNext()) {
-            const std::int32_t product = favorites->Value("PRODUCTID").to_long();
-            const auto user = [&] {
-              Sql condition;
-              condition << " AND USERID = '" << value(Gen_QuoteSql(favorites->Value("USERID").to_text())) << "'";
-              return condition;
-            };
-            const Offer* const offer =
-                orderable_offer(offers, favorites->Value("PARTNUMBER"), favorites->Value("USERID"), catalogs);
-            if (offer) {
-              sql = LiteralPiece("UPDATE FAVORITES SET PRODUCTID = ");
-              sql << offer->product.to_long() << " WHERE PRODUCTID = " << product << user();
-            } else {
-              sql = LiteralPiece("DELETE FROM FAVORITES WHERE PRODUCTID = ");
-              sql << product;
-              // A catalogue without any of the parts ends the favourites of all users of these products.
-              if (!offers.empty()) sql << user();
-            }
-            connection->Execute(sql);
-          }
-        }
+        const RecordsetPtr marked = read_committed(marked_in(lCurrentCatalogID));
+        if (!marked->Eof())
+          move_favorites(*marked, offers_in(*read_committed(offers_of(lCurrentCatalogID, lNewCatalogID))), *connection);
         Sql_CloseConnection(connection);
         Mts_SetComplete();
         return true;
       },
-      Tail{"Mercato.TCatalog.ChangeFavorites", [&] {
-             Sql_CloseConnection(connection);
-             Mts_SetAbort();
-           }});
+      Tail{"Mercato.TCatalog.ChangeFavorites", closing_and_aborting(connection)});
+}
+
+std::vector<RightsMove> plan_rights(NodeTree& tree, std::int32_t from, std::int32_t to) {
+  std::vector<RightsMove> moves;
+  for (const RecordsetPtr nodes = held_rows(nodes_with_rights(from)); !nodes->Eof(); nodes->MoveNext()) {
+    RightsMove& move = moves.emplace_back();
+    move.node = nodes->Value("NODEID").to_long();
+    const RecordsetPtr twin = held_rows(twins_of(nodes->Value("NODENAME"), to));
+    if (twin->Eof()) {
+      move.lost = count_of(Sql("SELECT COUNT(*) AS N FROM CATALOGNODEBYUSER WHERE CATALOGID = ")
+                           << from << " AND NODEID = " << move.node);
+      continue;
+    }
+    move.twin_node = twin->Value("NODEID").to_long();
+    const auto has_path = [&](std::int32_t node) { return tree.way_up(node).end == WayUp::End::root; };
+    move.twin = !has_path(move.node) || !has_path(move.twin_node)                  ? RightsMove::Twin::no_path
+                : are_equal_paths(tree.path(move.node), tree.path(move.twin_node)) ? RightsMove::Twin::same_path
+                                                                                   : RightsMove::Twin::other_path;
+  }
+  return moves;
+}
+
+std::size_t count_rights(std::int32_t catalog) {
+  return count_of(Sql("SELECT COUNT(*) AS N FROM CATALOGNODEBYUSER WHERE CATALOGID = ") << catalog);
+}
+
+std::vector<MarkedProduct> marked_products(std::int32_t catalog) {
+  std::vector<MarkedProduct> products;
+  const RecordsetPtr rows = held_rows(marked_in(catalog) << ", P.PRODUCTID");
+  for (; !rows->Eof(); rows->MoveNext())
+    products.push_back({rows->Value("USERID").text_or_empty(), rows->Value("PRODUCTID").to_long(),
+                        rows->Value("PARTNUMBER").text_or_empty()});
+  return products;
+}
+
+std::size_t count_marks(const MarkedProduct& marked) {
+  return count_of(Sql("SELECT COUNT(*) AS N FROM FAVORITES WHERE PRODUCTID = ")
+                  << marked.product << of_user(marked.user));
+}
+
+std::size_t count_favorites(std::int32_t catalog) {
+  return count_of(Sql("SELECT COUNT(*) AS N FROM FAVORITES WHERE PRODUCTID IN (SELECT P.PRODUCTID")
+                  << favorites_in(catalog) << ")");
+}
+
+std::size_t count_all_favorites() { return count_of(LiteralPiece("SELECT COUNT(*) AS N FROM FAVORITES")); }
+
+Offers offers_for(std::int32_t from, std::int32_t to) { return offers_in(*held_rows(offers_of(from, to))); }
+
+FavoriteFate fate_of(const MarkedProduct& marked, const Offers& offers, NodeTree& tree) {
+  using Kind = FavoriteFate::Kind;
+  if (!offers.contains(marked.part_number)) return {Kind::no_such_part};
+  bool may_view = false;
+  std::optional<std::int32_t> below_circle;
+  const Offer* const offer = orderable_offer(offers, marked.part_number, [&](const Variant& node_id) {
+    const std::int32_t node = node_id.to_long();
+    if (tree.way_up(node).end == WayUp::End::circle) {
+      below_circle = node;
+      return true;  // no further offer is asked about
+    }
+    const RightsTrace rights = trace_rights(marked.user, node);
+    may_view |= rights.is_view_only();
+    return rights.may_order();
+  });
+  if (below_circle) return {Kind::endless, *below_circle};
+  if (offer) return {Kind::moved};
+  return {may_view ? Kind::view_only : Kind::no_right};
 }
 
 }  // namespace mercato
