@@ -1,4 +1,5 @@
-// The catalogues that users and profiles have: reading (Catalog), writing and the flattened nodes (TCatalog).
+// The catalogues that users and profiles have. Catalog reads them; TCatalog writes them, and lays out the nodes of
+// users.
 #include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
 #include "catalog/t_catalog.h"
@@ -95,7 +96,7 @@ Variant Catalog::GetCatalogUsers(std::int32_t i_lCatalogID, bool i_bIsProfile) {
       "Mercato.Catalog.GetCatalogUsers", CursorType::forward_only, GetConnection,
       [&] {
         Sql sql("SELECT DISTINCT USERID FROM CATALOGNODEBYUSER  ");
-        // Without a catalogue there is no WHERE before the AND: the store refuses the statement.
+        // Without a catalogue no WHERE stands before the AND, so the store refuses the statement.
         if (i_lCatalogID != -1) sql << "WHERE CATALOGID = " << i_lCatalogID;
         i_bIsProfile ? sql << " AND ISPROFILE = 1" : sql << " AND ISPROFILE = 0";
         return sql;
@@ -126,7 +127,7 @@ bool TCatalog::UpdateUserCatalogIDs(const std::string& i_sUserID, const Variant&
         opened.connection = GetConnection();
         opened.rows = open_batch(LiteralPiece("SELECT * FROM CATALOGNODEBYUSER WHERE 0=1"), opened.connection);
         if (!ClearUserCatalogIDs(i_sUserID, i_bIsProfile)) return refused;
-        // The rows of the user as given are cleared. The new rows get the user without blanks around him.
+        // The rows of the user as given are cleared. The new rows get the id without blanks around it.
         const std::string user(text::trim(i_sUserID));
         for (const Variant& catalog : i_aCatalogIDs.to_array().items) {
           opened.rows->AddNew();

@@ -13,7 +13,7 @@ Sql roots(std::int32_t catalog) {
          << catalog << " AND PARENTNODEID IS NULL ORDER BY NODEID";
 }
 
-// The user's entries of this level in all catalogues: the statement asks for none.
+// The user's entries of this level. The statement does not name the catalogue, so entries of all catalogues come along.
 Sql entries_of_level(const std::string& user, std::int16_t level) {
   return Sql("SELECT CNU.NODEID as NODEID, CN.NODENAME AS NODENAME FROM CATALOGNODEBYUSER CNU, CATALOGNODE CN WHERE "
              "CNU.USERID='")
@@ -33,7 +33,7 @@ Sql deeper_entries(const std::string& user, std::int32_t catalog, std::int16_t t
 
 // The way from an entry's node up to the root of its tree.
 struct Path {
-  Sql below_root;  // the ids of the nodes on it without the root, with commas between them
+  Sql below_root;  // the ids of all nodes on the way but the root, with commas between them
   Variant root;
 };
 

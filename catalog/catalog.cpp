@@ -149,7 +149,7 @@ bool Catalog::DeleteProductCategory(std::int32_t) {
   Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.DeleteProductCategory");
 }
 
-// The text has a spelling of its own.
+// The text spells the name of its successor in another way.
 std::int32_t Catalog::InsertFavoriteFolder(const Variant&, const Variant&) {
   Err_RaiseDeprecated("This method is depricated, Use Mercato.TCatalog.InsertFavouriteFolder");
 }

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::int16_t kRowAndNodes = 1;
 
-// What a copied row has in common with its original.
+// Copies these columns.
 void take_over(std::initializer_list<std::string_view> columns, const Recordset& original, Recordset& copy) {
   for (const std::string_view column : columns) copy.SetValue(column, original.Value(column));
 }
@@ -63,7 +63,7 @@ std::string TCatalog::GenerateCopyCatalogNames(const std::string& name) {
       [] { return Sql("SELECT * FROM CATALOG ORDER BY CATALOGNAME "); },
       [&](const RecordsetPtr& rows) -> std::string {
         if (rows->Eof()) return "";
-        // Names that differ in case only are two names.
+        // Names are compared exactly: those that differ in case are two names.
         std::unordered_set<std::string> taken;
         for (; !rows->Eof(); rows->MoveNext()) taken.insert(rows->Value("CATALOGNAME").to_text());
         const std::string first = "Copy Of " + name;
@@ -75,7 +75,7 @@ std::string TCatalog::GenerateCopyCatalogNames(const std::string& name) {
       });
 }
 
-// A parent may be written after its children, so that they are tied to their new parents in a second pass.
+// A child may be copied before its parent, so a second pass ties the children to their new parents.
 void TCatalog::CopyCatalogNodes(std::int32_t original_catalog, std::int32_t new_catalog) {
   method(
       [&] {
@@ -103,7 +103,7 @@ void TCatalog::CopyCatalogNodes(std::int32_t original_catalog, std::int32_t new_
         for (; !children->Eof(); children->MoveNext()) {
           const Variant parent = children->Value("PARENTNODEID");
           if (parent.is_null()) continue;
-          // A parent outside of the catalogue has no twin: its children become roots.
+          // A parent outside of the catalogue has no twin. Item then answers Empty, and the child becomes a root.
           children->SetValue("PARENTNODEID", twins.Item(parent));
           children->Update();
         }

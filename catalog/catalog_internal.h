@@ -13,7 +13,7 @@
 
 namespace mercato {
 
-// In a text that stands for several catalogues or partners.
+// Between the ids in a text that names several catalogues or partners.
 inline constexpr std::string_view kBetweenIds = ";";
 
 // The elements' texts with commas between them; in the statement every element is a value of its own.
@@ -22,11 +22,11 @@ Sql joined(std::span<const Variant> elements);
 // The first column of all rows to the second, in their order. Raises 457 when a key comes twice.
 DictionaryPtr names_by_id(const RecordsetPtr& rows);
 
-// What a node is called as a whole: the names from the root down, each trimmed, with a backslash between them. They are
-// given from the node upwards.
+// The path of a node: the names from the root down, each trimmed, with a backslash between them. The names are given
+// from the node upwards.
 std::string hierarchy_of(const std::vector<std::string>& names_upwards);
 
-// For what no method of the classes answers: nothing is logged when these fail, and a failure is the store's own.
+// For what the classes do not answer themselves. These log nothing, and raise what the store raises.
 
 // The rows of a statement, cut loose.
 RecordsetPtr held_rows(const Sql& sql);

@@ -16,7 +16,7 @@ std::int32_t TCatalog::InsertCatalog(const Variant& iFields, const Variant& iVal
         const Array& fields = iFields.to_array();
         const Array& values = iValues.to_array();
         for (std::int32_t index = fields.lower; index <= fields.upper(); ++index) {
-          const std::int16_t narrow = Variant(index).to_short();  // an index beyond 16 bits ends the call
+          const std::int16_t narrow = Variant(index).to_short();  // raises 6 for an index beyond 16 bits
           opened.rows->SetValue(fields.at(narrow).to_text(), values.at(narrow));
         }
         opened.rows->Update();
@@ -25,7 +25,7 @@ std::int32_t TCatalog::InsertCatalog(const Variant& iFields, const Variant& iVal
         Mts_SetComplete();
         return id;
       },
-      // No vote: a refused row leaves the transaction to the caller's next step.
+      // A failure casts no vote: what becomes of the transaction is the caller's to say.
       Tail{"Mercato.TCatalog.InsertCatalog", closing(opened)});
 }
 

@@ -1,4 +1,4 @@
-// Catalogues and the nodes of their trees as such, without anybody's rights.
+// Catalogues and the nodes of their trees, whoever may see them.
 #include <vector>
 
 #include "catalog/catalog.h"
@@ -8,7 +8,7 @@
 namespace mercato {
 namespace {
 
-// Null and Empty: an answer to "which ones" that leaves none.
+// Null and Empty stand for no ids at all, unlike Missing.
 bool is_nothing(const Variant& ids) { return ids.is_null() || ids.is_empty(); }
 
 std::vector<Variant> not_empty(const Array& ids) {
@@ -23,8 +23,8 @@ RecordsetPtr name_and_parent(std::int32_t node) {
                                       shared_connection_string(), true);
 }
 
-// The statement for the catalogues in which a product can be reached, or the nodes. Whatever type a node has, its
-// category counts. A list of empty texts restricts nothing.
+// The catalogues in which a product can be reached, or the nodes. The category of a node counts whatever the node's
+// type is. An empty list restricts nothing.
 Sql places_of_product(std::int32_t product, bool as_nodes, const Sql& allowed_catalogs) {
   Sql sql = as_nodes ? Sql("SELECT DISTINCT CATALOGNODE.NODEID AS CATALOGID FROM PRODUCTSBYCATEGORY,CATALOGNODE")
                      : Sql("SELECT DISTINCT CATALOGNODE.CATALOGID AS CATALOGID FROM PRODUCTSBYCATEGORY,CATALOGNODE");
@@ -62,7 +62,7 @@ const Variant& Catalog::cached_item(std::int32_t catalog, std::string_view colum
     CatalogCache = GetCatalog(catalog);
     CatalogCacheID = catalog;
   }
-  if (!CatalogCache) raise(error_number::kObjectNotSet);  // id 0 of an object that was not asked before
+  if (!CatalogCache) raise(error_number::kObjectNotSet);  // for the id 0 as long as nothing was read
   return CatalogCache->Item(column);
 }
 
@@ -131,7 +131,7 @@ std::int16_t Catalog::GetNodeLevel(std::int32_t i_lCatalogID, std::int32_t i_lNo
           const bool is_the_node = nodes->Value("NODEID").to_long() == i_lNodeID;
           const Variant& parent = nodes->Value("PARENTNODEID");
           if (is_the_node && parent.is_null()) return 1;
-          // Changes of parent are counted, wherever in the tree they are.
+          // This counts the changes of parent, wherever in the tree they are.
           if (!parent.is_null() && parent.to_long() != last_parent) {
             level = Variant(level + 1).to_short();
             last_parent = parent.to_long();

@@ -1,5 +1,5 @@
-// The folders in which users sort their favourites. Folders are flat; the root is no row, its favourites have the
-// folder id 0.
+// The folders in which users sort their favourites. No folder is inside of another. The root has no row: its favourites
+// have the folder id 0.
 #include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
 #include "catalog/t_catalog.h"
@@ -51,10 +51,10 @@ std::int32_t TCatalog::InsertFavoriteFolder(const Variant& i_aFields, const Vari
         for (std::int32_t index = fields.lower; index <= fields.upper(); ++index) {
           const std::string field = fields.at(index).to_text();
           Variant value = values.at(index);
-          // The two are known by these very names; in another case they are columns like any other.
+          // These two names are compared exactly. In another case they are columns like any other.
           const bool is_name = field == "FOLDERNAME";
           if ((is_name || field == "USERID") && value.to_text().empty()) return refused;
-          // Quoted although it goes into no statement: an apostrophe is stored twice.
+          // The name goes into no statement, yet it is quoted: an apostrophe is stored twice.
           if (is_name) value = Gen_QuoteSql(value.to_text());
           opened.rows->SetValue(field, value);
         }
@@ -64,7 +64,7 @@ std::int32_t TCatalog::InsertFavoriteFolder(const Variant& i_aFields, const Vari
         Mts_SetComplete();
         return id;
       },
-      // No vote: a refused row leaves the transaction to the caller's next step.
+      // A failure casts no vote: what becomes of the transaction is the caller's to say.
       Tail{"Mercato.Catalog.InsertFavoriteFolder", closing(opened), -1});
 }
 
@@ -102,7 +102,7 @@ bool TCatalog::DeleteFavoriteFolder(std::int32_t iFolderID, const std::string& i
   ConnectionPtr folders;
   return method(
       [&] {
-        // Before anything is asked, and for all users. The favourites in the root have the folder id 0.
+        // This deletes for all users, and before anything is asked: the folder id 0 deletes the favourites of the root.
         favorites = GetConnection();
         favorites->Execute(Sql("DELETE FROM FAVORITES WHERE FOLDERID = ") << iFolderID);
         folders = GetConnection();

@@ -67,7 +67,7 @@ Sql move_of_rights(std::int32_t catalog, std::int32_t node, std::int32_t new_cat
 
 // Favourites
 
-// The favourites F and products P that the catalogue shows on its nodes of type 1.
+// The favourites (F) of products (P) that the catalogue shows on its nodes of type 1.
 Sql favorites_in(std::int32_t catalog) {
   return Sql(" FROM  FAVORITES F, PRODUCT P "
              " INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = C.PRODUCTID "
@@ -77,12 +77,12 @@ Sql favorites_in(std::int32_t catalog) {
             " WHERE P.PRODUCTID = F.PRODUCTID";
 }
 
-// By user, as the calls go.
+// By user, in the order in which the call moves them.
 Sql marked_in(std::int32_t catalog) {
   return Sql(" SELECT distinct P.PRODUCTID, P.PARTNUMBER, F.USERID") << favorites_in(catalog) << " ORDER BY F.USERID";
 }
 
-// The products with the part numbers of these favourites. In the new catalogue nodes of every type count.
+// The products of the new catalogue with the part numbers of these favourites. Nodes of every type count there.
 Sql offers_of(std::int32_t catalog, std::int32_t new_catalog) {
   return Sql(" SELECT P.PRODUCTID, P.PARTNUMBER, N.NODEID FROM  CATALOGNODE N ,PRODUCT P "
              " INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = C.PRODUCTID "
@@ -129,7 +129,7 @@ void move_favorites(Recordset& marked, const Offers& offers, Connection& connect
                          << offer->product.to_long() << " WHERE PRODUCTID = " << product << of_user(user.to_text()));
     else if (!offers.empty())
       connection.Execute(Sql("DELETE FROM FAVORITES WHERE PRODUCTID = ") << product << of_user(user.to_text()));
-    else  // a catalogue without any of the parts ends the favourites of all users of these products
+    else  // when the new catalogue has none of the parts, the favourites of all users go
       connection.Execute(Sql("DELETE FROM FAVORITES WHERE PRODUCTID = ") << product);
   }
 }
@@ -161,8 +161,8 @@ bool TCatalog::ChangeAuthorizationsForUser(std::int32_t& lCurrentCatalogID, std:
             execute(deletion_of_rights(lCurrentCatalogID, node));
             continue;
           }
-          // A first node of the name at another path is compared again until the call's time is up: callers see to it
-          // that none stands there.
+          // A first node of the name at another path is compared again and again until the call's time is up. Callers
+          // see to it that none stands there.
           while (!have_equal_paths(catalogs, node, twin->Value("NODEID"))) continue;
           execute(move_of_rights(lCurrentCatalogID, node, lNewCatalogID, *twin));
         }

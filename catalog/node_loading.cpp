@@ -35,7 +35,7 @@ std::vector<std::int32_t> numbers_among_siblings(const std::vector<NewNode>& nod
 
 std::vector<std::vector<std::size_t>> circles_among(const std::vector<NewNode>& nodes) {
   std::vector<std::vector<std::size_t>> circles;
-  std::vector<std::optional<std::size_t>> walk_of(nodes.size());  // the walk on which a node was first come to
+  std::vector<std::optional<std::size_t>> walk_of(nodes.size());  // the start of the walk that came to the node first
   for (std::size_t start = 0; start < nodes.size(); ++start) {
     std::optional<std::size_t> at = start;
     for (; at && !walk_of[*at]; at = nodes[*at].parent) walk_of[*at] = start;

@@ -46,13 +46,13 @@ Right right_of(const RecordsetPtr& entries) {
   return right;
 }
 
-// A restriction counts wherever it stands. A grant counts on the catalogue and on the node itself: on an ancestor it is
-// none.
+// A restriction counts wherever it stands. A grant counts on the catalogue and on the node itself, but
+// not on an ancestor.
 bool counts(EntryPlace place, Right entry) {
   return entry == Right::view_only || (entry == Right::order && place != EntryPlace::ancestor);
 }
 
-// Sees a walk for nobody.
+// For a walk that nobody traces.
 struct Untraced {
   void look_at(EntryPlace, std::int32_t, Right, bool) {}
   bool comes_again(std::int32_t) { return false; }

@@ -1,5 +1,5 @@
-// The business partners that are tied to a catalogue as a whole, or to one of its nodes. Of a node's id only those
-// above 0 name a node; any other stands for the whole.
+// The business partners that are tied to a catalogue as a whole, or to one of its nodes. A node's id of 0 or less
+// stands for the whole catalogue.
 #include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
 #include "catalog/t_catalog.h"
@@ -27,7 +27,7 @@ Sql ties_of(std::int16_t node, std::int16_t catalog) {
          << catalog;
 }
 
-// The list's partners, which also take the list's place in the caller's variable.
+// The partners in the list. The caller's variable is left with them as an array.
 const Array& split_in_place(Variant& list) {
   Array partners;
   for (const std::string& partner : text::split(list.to_text(), kBetweenIds)) partners.items.emplace_back(partner);
@@ -56,7 +56,7 @@ std::string Catalog::GetBPFromCatalogNodeByBP(std::int16_t& i_iNodeId, std::int1
         for (; !ties->Eof(); ties->MoveNext()) {
           if (count > 0) partners += kBetweenIds;
           partners += ties->Value("BUSINESSPARTNERID").to_text();
-          count = Variant(count + 1).to_short();  // more rows than 16 bits count end the call
+          count = Variant(count + 1).to_short();  // raises 6 at the 32768th row
         }
         return partners;
       });

@@ -17,7 +17,7 @@ constexpr std::string_view kCodeColumn = "UNSPSCCODE";
 
 // Reading
 
-// A read that was given no ids leaves its restriction out.
+// Without ids a read has no restriction.
 bool was_given(const Variant& ids) { return !ids.is_empty() && !ids.is_missing(); }
 
 // VISIBILITYID to description, nothing when there is none.
@@ -31,7 +31,7 @@ DictionaryPtr visibilities(const RecordsetPtr& rows) {
 
 // Writing
 
-// The empty text is not written; a blank is.
+// The empty text is written as Null, a blank as it is.
 Variant null_for_empty(const Variant& given) {
   const bool is_empty = given.is_empty() || (given.is_text() && given.text_value().empty());
   return is_empty ? Variant(kNull) : given;
@@ -126,7 +126,7 @@ DictionaryPtr Catalog::GetJoinVisibilitiesByCategories(const Variant& i_aCatergo
             "(SELECT VBC.VISIBILITYID FROM VISIBILITIESBYCATEGORY VBC");
         if (was_given(i_aCatergoryIDs))
           sql << " WHERE VBC.CATEGORYID IN (" << joined(i_aCatergoryIDs.to_array().items) << ")";
-        // More than one, however many categories there are.
+        // Two rows are enough, however many categories there are.
         sql << " GROUP BY VBC.VISIBILITYID HAVING COUNT(*)>1)";
         return sql;
       },
@@ -197,7 +197,7 @@ bool TCatalog::UpdateProductCategory(const Variant& i_aFields, const Variant& i_
         const Variant new_code = write_fields(*opened.rows, i_aFields, i_aValues, KeyField::skipped);
         opened.rows->Update();
         opened.close();
-        // An update that does not mention the code treats the links as if it had been cleared.
+        // An update without the code treats the links as if the code had been cleared.
         if (unspsc_links_wanted())
           UpdateProductCategoryLinksForUNSPSCCode(id, old_code.text_or_empty(), new_code.text_or_empty(), false);
         Mts_SetComplete();
@@ -219,7 +219,7 @@ bool TCatalog::DeleteProductCategory(std::int32_t iCategoryID) {
         execute("DELETE FROM VISIBILITIESBYCATEGORY WHERE CATEGORYID=");
         execute("DELETE FROM PRODUCTSBYCATEGORY WHERE CATEGORYID=");
         execute("DELETE FROM CATALOGNODE WHERE CATEGORYID=");
-        // The failure is a catalogue's, not a category's.
+        // The number and the text are those of a missing catalogue.
         if (execute("DELETE FROM PRODUCTCATEGORY WHERE CATEGORYID = ") == 0)
           raise(eCatalogNotFound, "Mercato.Catalog.Delete", "Catalog doesn't exist");
         checker.release();

@@ -6,7 +6,7 @@
 namespace mercato {
 namespace {
 
-// The connection is opened for its string only, and closes when nobody holds it any more.
+// Only the connection's string is used. The connection closes when nobody holds it any more.
 RecordsetPtr read_beside(const ConnectionPtr& connection, const Sql& sql) {
   return Sql_GetDisconnectedRecordset(sql, connection->connection_string(), true);
 }

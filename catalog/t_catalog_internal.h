@@ -1,4 +1,4 @@
-// What the files of TCatalog share: catalog_copy.cpp, assignment.cpp, migration.cpp.
+// What several files of TCatalog share. One thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace mercato {
 
-// The reading half as the writing half asks it: a component of its own, in the same transaction.
+// The reading half, which the writing half asks as a component of its own in the same transaction.
 class ReadingHalf : public ComponentContract {
  public:
   ReadingHalf() : ComponentContract("Mercato.Catalog") {}
