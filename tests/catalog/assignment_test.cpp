@@ -22,7 +22,7 @@ std::string clearing(const std::string& user, bool is_profile = false) {
 
 class CatalogAssignment : public CatalogRightsTest {
  protected:
-  // The list is in no order.
+  // The order of the list is not promised.
   std::vector<std::string> catalogs_of(const std::string& user) {
     auto ids = text::split(catalog_->GetUserCatalogIDs(user), ";");
     std::ranges::sort(ids);
@@ -283,7 +283,7 @@ TEST_F(CatalogAssignment, IsReplacedAsAWholeOrNotAtAll) {
   expect_whole_or_nothing({kNewRights, clearing("ann")}, work, [](std::size_t number) {
     return number == 1 ? std::vector<Level>{kUpdate} : std::vector<Level>{kClear, kUpdate};
   });
-  // The vote of the inner call for commit does not count any more.
+  // The inner call voted commit; the abort that followed it counts.
   for (const int catalog : {2, 3, 4})
     expect_nothing_left("INSERT", "CATALOGNODEBYUSER", "NEW.CATALOGID = " + std::to_string(catalog), work);
 }
@@ -410,7 +410,7 @@ TEST_F(FlattenedNodes, IncludeNodesWithoutACatalogueAndOfAnother) {
 }
 
 TEST_F(FlattenedNodes, OfAUserWithoutCataloguesAreGone) {
-  entitle("ann", 1, false, true);  // of the profile with his name
+  entitle("ann", 1, false, true);  // a profile with the same name
   Recorder recorder;
   EXPECT_TRUE(populate());
   EXPECT_EQ(vote(), Vote::commit);
@@ -442,7 +442,7 @@ TEST_F(FlattenedNodes, OfATreeWithACycleAreSoughtUntilTheCallsTimeIsUp) {
   execute({"UPDATE CATALOGNODE SET PARENTNODEID = 4 WHERE NODEID = 2"});
   entitle_to_node("ann", 1, 2, 1, 2);
   const Statements statements = expect_no_end([&] { populate(); });
-  // Round and round.
+  // The circle is walked more than once.
   EXPECT_GT(std::ranges::count(statements, children_of("2")), 3);
 }
 
@@ -500,7 +500,7 @@ TEST_F(FlattenedNodes, AreRebuiltAsAWholeOrNotAtAll) {
 
 TEST_F(FlattenedNodes, OfTwoPopulationsAtOnceAreThoseOfTheLater) {
   entitle("ann", 1);
-  // Does the second one, on another session, when the first has read what there is to do.
+  // Runs the second call on another session at the moment when the first has read what there is to do.
   class Meanwhile : public Recorder {
    public:
     explicit Meanwhile(std::function<void()> work) : work_(std::move(work)) {}

@@ -52,7 +52,7 @@ std::string of_level(const std::string& user, int level) {
          " AND CNU.NODEID = CN.NODEID AND CNU.ISPROFILE = 0 ORDER BY CN.SEQUENCE";
 }
 
-// A failure of a conversion, as it leaves the tail of this method.
+// A failure of a conversion, as it leaves these tails.
 FailureTrail conversion(std::int32_t number, const std::vector<Level>& levels) {
   return trail({number, "Mercato", std::string(error_number::default_description(number)), "", 0}, levels);
 }
@@ -127,7 +127,7 @@ TEST_F(LaidOutNodes, ThatStandThereTwiceAreADuplicateKey) {
 TEST_F(LaidOutNodes, AreAuthorizedWithAnyEntryOrNone) {
   Recorder recorder;
   EXPECT_TRUE(catalog_->IsAuthorizedCatalogNode("u", 2));
-  EXPECT_TRUE(catalog_->IsAuthorizedCatalogNode("u", 99));  // also one that is gone
+  EXPECT_TRUE(catalog_->IsAuthorizedCatalogNode("u", 99));  // also a node that is gone
   EXPECT_EQ(recorder.statements, (Statements{"SELECT * FROM USERNODE WHERE USERID = 'u'  AND NODEID = 2 ",
                                              "SELECT * FROM USERNODE WHERE USERID = 'u'  AND NODEID = 99 "}));
   EXPECT_EQ(read_vote(), Vote::none);
@@ -348,7 +348,7 @@ TEST_F(TopLevelNodes, BringTheEntriesOfThisLevelInOtherCatalogues) {
 
 TEST_F(TopLevelNodes, AreNotLookedUpForADeepEntryOfARoot) {
   enter("u", 5, 2, 2, 0);
-  enter("u", 5, 6, 3, 0);  // its level does not agree with the tree
+  enter("u", 5, 6, 3, 0);  // a level that is not the node's in the tree
   Recorder recorder;
   EXPECT_EQ(view(), (Ids{2}));
   EXPECT_EQ(recorder.statements, (Statements{top_level(5, "u"), of_level("u", 2), deeper(2), row(6)}));
@@ -372,8 +372,8 @@ TEST_F(TopLevelNodes, OfAUserWithoutEntriesAreANullThatCannotBeConverted) {
 }
 
 TEST_F(TopLevelNodes, AreRefusedWhenAnAncestorIsNotInTheCatalogue) {
-  add_node(9, 5, 99);   // below one that is not there
-  add_node(10, 5, 22);  // below one of another catalogue
+  add_node(9, 5, 99);   // its parent is not there
+  add_node(10, 5, 22);  // its parent is of another catalogue
   enter("u", 5, 1, 1, 0);
   for (const std::int32_t entry : {9, 10, 77}) {
     execute({"DELETE FROM CATALOGNODEBYUSER WHERE LEVEL = 2"});
@@ -447,7 +447,7 @@ TEST_F(WholeCatalog, WithAnEntryThatSaysNeitherIsANull) {
 TEST_F(WholeCatalog, IsAskedForTheUserAsHeStands) {
   enter("o''brien", 5, kWhole, 0, 0);
   enter(" u ", 5, kWhole, 0, 0);
-  // One quote ends the text; two are one quote of it.
+  // A single quote ends the literal; two quotes are one quote in it.
   EXPECT_EQ(raised_by([&] { catalog_->IsOrderCatalog("o'brien", 5); }).Number, error_number::kStatementRefused);
   EXPECT_TRUE(catalog_->IsOrderCatalog("o''brien", 5));
   EXPECT_TRUE(catalog_->IsEntireCatalogAuthorized(5, "o''brien"));
@@ -465,7 +465,7 @@ class RightsOnNodes : public CatalogTreeTest {
     CatalogTest::SetUp();
     add_chain(5, 1, 4);
   }
-  // The walk from the node up, as far as it is asked.
+  // The statements of the walk from the node up to `last`.
   static Statements view_only_walk(std::int32_t node, std::int32_t last) {
     Statements walk = {node_row(node), catalog_entry("u", 5), node_entry("u", node)};
     for (std::int32_t parent = node - 1; parent >= last; --parent) {
@@ -559,7 +559,7 @@ TEST_F(RightsOnNodes, OfANodeThatIsNotThereOrHasNoCatalogueAreNeitherAndSilent) 
 
 TEST_F(RightsOnNodes, EndAtAParentThatIsNotThere) {
   add_node(10, 5, 99);
-  enter("u", 5, 99, 1, 1);  // says nothing: the walk ended
+  enter("u", 5, 99, 1, 1);  // is not read: the walk has ended
   const Statements view_only = {node_row(10), catalog_entry("u", 5), node_entry("u", 10), parent_row(99) + " "};
   const Statements order = {kIsolation,          node_row(10), catalog_entry("u", 5), catalog_entry("u", 5), kIsolation,
                             node_entry("u", 10), kIsolation,   parent_row(99)};
@@ -627,7 +627,7 @@ TEST_F(RightsOnNodes, WithSeveralEntriesAreRestrictedByAnyOfThem) {
       EXPECT_FALSE(catalog_->IsOrderCatalog("u", catalog));
     }
   }
-  // Two that both grant grant.
+  // Two entries that both grant let the user order.
   execute({"DELETE FROM CATALOGNODEBYUSER"});
   for (int twice = 0; twice < 2; ++twice) enter("u", 5, kWhole, 0, 0);
   EXPECT_TRUE(catalog_->IsOrderCatalog("u", 5));
@@ -724,7 +724,7 @@ TEST_F(RightsOnAPath, AreRefusedForWhatIsNoPath) {
       {Array{5, "x", 4}, error_number::kStatementRefused},
       {Array{5, "1,2", 4}, error_number::kStatementRefused},
       {Array{5, 1, "", 4}, error_number::kStatementRefused},
-      {Array{5, "", "", "", 4}, error_number::kStatementRefused},  // two commas are a list
+      {Array{5, "", "", "", 4}, error_number::kStatementRefused},  // the commas alone count as a list
       {Array{5, "x"}, error_number::kStatementRefused},
       {Array{5, ""}, error_number::kStatementRefused},
   };
@@ -799,7 +799,7 @@ TEST_F(RightsOnNodes, ThatTheStoreRefusesPassTheTailsOfTheirMethods) {
   EXPECT_EQ(read_vote(), Vote::none);
 }
 
-// Any tree, any entries: the rules said once more, over sets instead of walks.
+// Any tree and any entries. The rules are written once more here, over sets instead of walks.
 
 struct Forest {
   struct Node {
@@ -835,8 +835,8 @@ struct Forest {
     return !is_restricted(node) &&
            (has(node_entries, node, false) || has(catalog_entries, nodes.at(node).catalog, false));
   }
-  // The view of a catalogue begins at its roots for a user who has the whole, else at the entries that have no other
-  // above them, and at all entries of the same level as the highest of these, wherever they are. Nothing without any.
+  // A user who has the whole catalogue begins at its roots. Another begins at his entries that have no other entry
+  // above them, and at all his entries of the top level, in whatever catalogue. Nothing for a user without entries.
   std::optional<std::set<std::int32_t>> entry_points(std::int32_t catalog) const {
     std::set<std::int32_t> points;
     if (catalog_entries.contains(catalog)) {
@@ -861,7 +861,7 @@ struct Forest {
 
 class AnyTree : public CatalogTreeTest {
  protected:
-  // Two catalogues of up to nine nodes each; entries as dense as it comes.
+  // Two catalogues of up to nine nodes each, with few or many entries.
   static Forest grow(std::mt19937& random) {
     const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
     Forest forest;
@@ -929,7 +929,7 @@ TEST_F(AnyTree, HasTheRightsThatTheRulesGive) {
       ASSERT_EQ(points, *expected);
     }
   }
-  // The trees were worth asking.
+  // The trees had enough of each kind.
   EXPECT_GT(restricted, 200);
   EXPECT_GT(orderable, 200);
   EXPECT_GT(neither, 200);

@@ -30,7 +30,8 @@ class CatalogCrash : public CatalogRightsTest {
              "INSERT INTO FAVORITES (USERID, PRODUCTID, FOLDERID, PRESENT) VALUES ('bob', 1, 0, 1)"});
   }
 
-  // Dies before each statement of the work in turn, those that write rows included; at last the work is done.
+  // The process dies before each statement of the work in turn, also before those that write rows. In the last round
+  // the work is done.
   template <class Work>
   void expect_whole_or_nothing_after_death(Work work, unsigned fewest) {
     const auto before = all_rows();

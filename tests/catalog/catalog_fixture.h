@@ -19,7 +19,7 @@ using Rows = std::vector<std::vector<Variant>>;
 
 class CatalogTest : public StoreTest {
  protected:
-  // Ids are given out from 1. The code is as it stands in the statement.
+  // Ids are given out from 1. The code is written as in a statement.
   void add_category(const std::string& name, const std::string& code = "NULL") const {
     execute({"INSERT INTO PRODUCTCATEGORY (CATEGORYNAME, UNSPSCCODE) VALUES ('" + name + "', " + code + ")"});
   }

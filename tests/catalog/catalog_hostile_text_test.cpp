@@ -22,7 +22,7 @@ class CatalogHostileText : public CatalogTest {
     link(1, 1, 1);
     execute({"INSERT INTO VISIBILITIESBYCATEGORY (CATEGORYID, VISIBILITYID) VALUES (1, 7)",
              "INSERT INTO FAQVISIBILITY (VISIBILITYID, VISIBILITYDESCRIPTION) VALUES (7, 'public')"});
-    // All that a user can have, so that a question for somebody else would find it.
+    // Everything that a user can have. A question for another user would find it.
     execute({"INSERT INTO CATALOGNODE (CATALOGID, NODENAME, CATEGORYID) VALUES (5, 'root', 1)",
              "INSERT INTO CATALOGNODE (CATALOGID, PARENTNODEID, NODENAME) VALUES (5, 1, 'below')",
              "INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, VIEWONLY) VALUES ('u', 5, 1)",
@@ -96,7 +96,7 @@ TEST_F(CatalogHostileText, InTheReadsLeavesAllTablesAsTheyWere) {
       try {
         invoke(catalog_.object(), method, arguments);
       } catch (const Raised&) {
-        // Refused: as good as harmless.
+        // A refusal does no harm.
       }
     }
     ASSERT_EQ(all_rows(), before) << text.substr(0, 40);
@@ -162,7 +162,7 @@ TEST_F(CatalogHostileText, InPlaceOfACatalogueOrANodeIsRefused) {
                 catalog_->IsViewOnlyCatalogNode("v", Array{text, 1});
               }).Number,
               error_number::kTypeMismatch);
-    if (text == "''") continue;  // one whole literal is no harm
+    if (text == "''") continue;  // this is one whole literal
     EXPECT_EQ(raised_by([&] { catalog_->GetValidProductCatalogs(Array{1}, Array{text}); }).Number,
               error_number::kStatementRefused);
     EXPECT_EQ(raised_by([&] { catalog_->GetAllUserAuthorizedCatalogNodes("u", Array{text}); }).Number,
@@ -180,7 +180,7 @@ TEST_F(CatalogHostileText, InPlaceOfACatalogueOrANodeIsRefused) {
 
 TEST_F(CatalogHostileText, InPlaceOfAnIdIsRefusedByTheStore) {
   for (const std::string& text : hostile_texts()) {
-    if (text == "''") continue;  // one whole literal is no harm
+    if (text == "''") continue;  // this is one whole literal
     SCOPED_TRACE(text.substr(0, 40));
     for (const char* method : {"GetVisibleProductCategories", "GetVisibilitiesByCategories",
                                "GetJoinVisibilitiesByCategories", "GetVisibilityDescByID"})
@@ -296,7 +296,7 @@ TEST_F(CatalogHostileText, AsAUserReachesNoFolder) {
       Root<TCatalog> writer;
       writer->UpdateFavoriteFolderName(1, text, "new");
     } catch (const Raised&) {
-      // Refused: as good as harmless.
+      // A refusal does no harm.
     }
     EXPECT_EQ(all_rows(), before);
     try {
@@ -305,7 +305,7 @@ TEST_F(CatalogHostileText, AsAUserReachesNoFolder) {
       EXPECT_EQ(all_rows(), before);
       continue;
     }
-    // The favourites in it go whoever asks.
+    // The favourites in the folder are deleted for all users.
     auto expected = before;
     expected["FAVORITES"].clear();
     EXPECT_EQ(all_rows(), expected);
@@ -377,7 +377,7 @@ TEST_F(CatalogHostileText, ForAReferenceCheckerIsRefused) {
       invoke(t_catalog_.object(), "IReferentialIntegrity_Exists", {Variant(), Array{field}, Array{value}});
     };
     EXPECT_EQ(raised_by([&] { exists(text, 1); }).Number, error_number::kStatementRefused);
-    if (text == "''") continue;  // one whole literal is no harm
+    if (text == "''") continue;  // this is one whole literal
     EXPECT_EQ(raised_by([&] { exists("CATEGORYID", text); }).Number, error_number::kStatementRefused);
     EXPECT_EQ(raised_by([&] { exists("BUSINESSPARTNERID", text); }).Number, error_number::kStatementRefused);
   }

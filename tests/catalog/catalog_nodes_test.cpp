@@ -1,4 +1,4 @@
-// Catalogues and their nodes, without anybody's rights.
+// Catalogues and their nodes, whoever may see them.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -108,7 +108,7 @@ TEST_F(OneCatalog, ThatIsNotThereLeavesTheRememberedOne) {
   catalog_->getName(1);
   Recorder recorder;
   for (const std::int32_t id : {7, 0}) {
-    EXPECT_EQ(raised_by([&] { catalog_->getName(id); }), not_present().raised);  // no tail of its own
+    EXPECT_EQ(raised_by([&] { catalog_->getName(id); }), not_present().raised);  // this method has no tail
     EXPECT_EQ(recorder.log, not_present().log);
     recorder.log.clear();
   }
@@ -321,7 +321,7 @@ class NodeLevel : public CatalogTreeTest {
     add_node(4, 5, 2);
     add_node(5, 6, 3);  // another catalogue's
     add_node(6, 5, kNone, "second root");
-    add_node(7, 5, 2);  // the parent was remembered across the root
+    add_node(7, 5, 2);  // the same parent as before the root: no change
     add_node(8, 5, 1);
     add_node(9, 5, 2);
   }
@@ -396,7 +396,7 @@ class NodeHierarchy : public CatalogTreeTest {
 
 TEST_F(NodeHierarchy, IsTheTrimmedNamesFromTheRootDown) {
   add_node(1, 5, kNone, "  tools ");
-  add_node(2, 6, 1, "hand\\tools");  // wherever its catalogue
+  add_node(2, 6, 1, "hand\\tools");  // a parent of another catalogue counts too
   add_node(3, 5, 2, " ");
   add_node(4, 5, 3, "saws");
   EXPECT_EQ(path(1), "tools");

@@ -23,7 +23,7 @@ TEST_F(CatalogClasses, WritingThroughTheReadingHalfIsRefusedWithTheNameOfTheOthe
   const struct {
     std::string method;
     std::vector<Variant> arguments;
-    std::string named = {};  // where the text spells it otherwise
+    std::string named = {};  // the name in the text, where it is spelled in another way
   } cases[] = {
       {"CopyCatalog", {1, 1, "copy"}},
       {"InsertProductCategory", {Array{"CATEGORYNAME"}, Array{"tools"}}},

@@ -1,5 +1,5 @@
-// Many threads ask for rights while others change them. Every answer is held against rules of its own, not against the
-// class: exactly, when nothing was written while it was asked for; else it has to be one that the two states allow.
+// Many threads ask for rights while others change them. The test has rules of its own to judge the answers by. An
+// answer has to be exactly right when nothing was written meanwhile; else it has to be one that the two states allow.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -20,7 +20,7 @@
 namespace mercato::test {
 namespace {
 
-// Two states that one writer goes to and fro between. Odd while it writes.
+// A count of the turns of one writer between two states. It is odd while the writer writes.
 class Turns {
  public:
   void begin() { ++count_; }
@@ -33,8 +33,8 @@ class Turns {
   std::atomic<unsigned> count_{0};
 };
 
-// The same tree in two catalogues, node n of the first being node n + kTwin of the second, and entries that are all on
-// one of them.
+// Two catalogues with the same tree: node n of the first is node n + kTwin of the second. All entries are on one of the
+// two.
 constexpr std::int32_t kFirst = 5;
 constexpr std::int32_t kSecond = 6;
 constexpr std::int32_t kTwin = 100;
@@ -109,7 +109,7 @@ class ConcurrentRights : public CatalogTreeTest {
     return way;
   }
 
-  // Of a question about a node of the catalogue that has the entries.
+  // The right answer about a node of the catalogue that has the entries.
   struct Rules {
     bool restricted;
     bool granted;
@@ -178,7 +178,7 @@ class ConcurrentRights : public CatalogTreeTest {
     return all;
   }
 
-  // The answer, and what is wrong with it: nothing, as a rule.
+  // Asks, and returns what is wrong with the answer; nothing as a rule.
   std::string ask(Root<Catalog>& catalog, const Question& question) {
     const unsigned before = question.turns->now();
     bool answer = false;
@@ -273,7 +273,7 @@ TEST_F(ConcurrentRights, AreRightWhileOthersChangeThem) {
   EXPECT_GT(exact_, 0u);
   EXPECT_GT(changes_, 1u);
 
-  // At the end all of it is exactly as the last changes left it.
+  // At the end everything is as the last changes left it.
   Root<Catalog> catalog;
   for (const Question& question : all) EXPECT_EQ(ask(catalog, question), "");
   const bool moved = Turns::second_state(moves_.now());

@@ -80,7 +80,7 @@ TEST_F(FavoriteFolders, AreFoundByNameForTheirUserOnly) {
   add_folder("ann", "Ann's");
   Recorder recorder;
   EXPECT_EQ(catalog_->GetFavoriteFolderID("Writing", "ann"), 1);
-  EXPECT_EQ(catalog_->GetFavoriteFolderID("WRITING", "ann"), 1);  // as the store compares
+  EXPECT_EQ(catalog_->GetFavoriteFolderID("WRITING", "ann"), 1);  // the store compares without regard to case
   EXPECT_EQ(catalog_->GetFavoriteFolderID("Ann's", "ann"), 2);
   EXPECT_EQ(catalog_->GetFavoriteFolderID("Writ", "ann"), -1);
   EXPECT_EQ(catalog_->GetFavoriteFolderID("", "ann"), -1);
@@ -152,7 +152,7 @@ TEST_F(NewFavoriteFolder, WithoutANameOrAUserIsNotWrittenAndNobodyIsTold) {
       {Array{"FOLDERNAME", "USERID"}, Array{"Writing", ""}},
       {Array{"FOLDERNAME", "USERID"}, Array{"Writing", Variant()}},
       {Array{"FOLDERNAME", "FOLDERNAME"}, Array{"Writing", ""}},
-      {Array{"USERID", "NOCOLUMN"}, Array{""}},  // what is behind is not looked at
+      {Array{"USERID", "NOCOLUMN"}, Array{""}},  // the fields behind an empty text are not looked at
   };
   for (const auto& [fields, values] : cases) {
     Root<TCatalog> fresh;

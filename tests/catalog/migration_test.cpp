@@ -344,7 +344,7 @@ TEST_F(MovedRights, FindATwinWhoseNameHasQuotesAndBlanks) {
 }
 
 TEST_F(MovedRights, OnANodeOfTheOldCatalogueThatStandUnderAnotherStay) {
-  // The list of nodes asks for the node's catalogue, the move for the right's.
+  // The list of nodes goes by the node's catalogue, the move by that of the right.
   entitle_to_node("ann", 9, 1, std::nullopt, 1);
   EXPECT_TRUE(move());
   EXPECT_EQ(rows("SELECT CATALOGID, NODEID FROM CATALOGNODEBYUSER"), (Rows{{9, 1}}));
@@ -431,7 +431,7 @@ TEST_F(AllRights, AreMovedTogetherOrNotAtAll) {
       all, [&] { move(); },
       [&](std::size_t number) -> std::vector<Level> {
         const std::string& statement = all[number - 1];
-        // A read's isolation is set by the same call of the factory.
+        // The isolation of a read is set by the factory, too.
         if (statement == kIsolation) return isolation_refused(all[number], {kMoveRights});
         if (statement.starts_with("SELECT") || statement.starts_with(" SELECT"))
           return read_refused(statement, {kMoveRights});
@@ -506,7 +506,7 @@ class MovedFavorites : public CatalogRightsTest {
   }
   bool move(std::int32_t from = 1, std::int32_t to = 2) { return t_catalog_->ChangeFavorites(from, to); }
   Rows favorites() const { return rows("SELECT USERID, PRODUCTID FROM FAVORITES ORDER BY USERID, PRODUCTID"); }
-  // What the library itself ran, without the questions about rights.
+  // The statements that change something.
   static Statements changes(const Recorder& recorder) {
     Statements changes;
     for (const std::string& statement : recorder.statements)
@@ -582,7 +582,7 @@ TEST_F(MovedFavorites, AreSoughtOnNodesOfEveryTypeInTheNewCatalogueOnly) {
 
 TEST_F(MovedFavorites, AreComparedByTheirExactPartNumber) {
   offer("Glue", 1);  // 5
-  offer("glue", 2);  // 6: the store finds it equal, the comparison does not
+  offer("glue", 2);  // 6: equal for the store, not for the exact comparison
   offer("nail", 1);  // 7
   offer("nail ", 2);
   entitle("ann", 2);

@@ -11,7 +11,7 @@ const Level kUpdateTies = {"Mercato.Catalog.UpdateCatalogNodeByBP()"};
 
 class PartnerNodes : public CatalogRightsTest {
  protected:
-  // The node is as it stands in a statement.
+  // The node is written as in a statement.
   void tie(const std::string& node, int catalog, int partner) const {
     execute({"INSERT INTO CATALOGNODEBYBP (NODEID, CATALOGID, BUSINESSPARTNERID) VALUES (" + node + ", " +
              std::to_string(catalog) + ", " + std::to_string(partner) + ")"});

@@ -235,7 +235,7 @@ TEST_F(ChangedProductCategory, ThatIsNotThereIsRaisedWithItsId) {
   } cases[] = {
       {Array{"CATEGORYID", "CATEGORYNAME"}, Array{9, "x"}, "9"},
       {Array{"CATEGORYID"}, Array{-2147483648.0}, "-2147483648"},
-      {Array{"CATEGORYNAME"}, Array{"x"}, "0"},  // nobody is named
+      {Array{"CATEGORYNAME"}, Array{"x"}, "0"},  // no category is named
       {Array{}, Array{}, "0"},
   };
   for (const auto& row : cases) {
@@ -304,7 +304,7 @@ TEST_F(ChangedProductCategory, WhoseCodeIsNotMentionedLosesItsLinksButKeepsTheCo
   add_product("2711");
   add_product("50");
   link(1, 1, 1);
-  link(2, 1, 2);  // put there by hand
+  link(2, 1, 2);  // a link that was written by hand
   Recorder recorder;
   EXPECT_TRUE(update(Array{"CATEGORYID", "CATEGORYNAME"}, Array{1, "hand tools"}));
   EXPECT_EQ(categories().front(), (std::vector<Variant>{1, "hand tools", "2711"}));
@@ -412,7 +412,7 @@ TEST_F(DeletedProductCategory, GoesWithItsVisibilitiesLinksAndNodes) {
   EXPECT_EQ(categories(), (Rows{{2, "paper", kNull}}));
   EXPECT_EQ(links(), (Rows{{1, 2, 1}}));
   EXPECT_EQ(rows("SELECT * FROM VISIBILITIESBYCATEGORY"), (Rows{{2, 7}}));
-  // The child of a node that went stays where it was.
+  // The child of a deleted node stays where it was.
   EXPECT_EQ(rows("SELECT NODENAME, PARENTNODEID FROM CATALOGNODE"), (Rows{{"child", 1}}));
 }
 
@@ -666,12 +666,12 @@ TEST_F(ProductCategoryVisibilities, OfCategoriesAreThoseOfAllCategoriesWhenNoneA
 
 TEST_F(ProductCategoryVisibilities, InCommonAreThoseOfMoreThanOneRow) {
   Recorder recorder;
-  // Two of the three are enough.
+  // It is enough that two of the three share one.
   EXPECT_EQ(catalog_->GetJoinVisibilitiesByCategories(Array{1, 2, 4})->Keys(), Array{2});
   EXPECT_EQ(recorder.statements,
             Statements{kShared + " WHERE VBC.CATEGORYID IN (1,2,4) GROUP BY VBC.VISIBILITYID HAVING COUNT(*)>1)"});
   EXPECT_EQ(catalog_->GetJoinVisibilitiesByCategories(Array{1}), nullptr);
-  EXPECT_EQ(catalog_->GetJoinVisibilitiesByCategories(Array{3})->Keys(), Array{3});  // the pair stands there twice
+  EXPECT_EQ(catalog_->GetJoinVisibilitiesByCategories(Array{3})->Keys(), Array{3});  // this pair has two rows
   EXPECT_EQ(catalog_->GetJoinVisibilitiesByCategories(Variant())->Keys(), (Array{1, 2, 3}));
   EXPECT_EQ(recorder.statements.back(), kShared + " GROUP BY VBC.VISIBILITYID HAVING COUNT(*)>1)");
   EXPECT_EQ(read_vote(), Vote::none);

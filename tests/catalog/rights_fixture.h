@@ -57,8 +57,8 @@ class CatalogRightsTest : public CatalogTest {
   static std::string literal(const std::string& text) { return "'" + text::replace_all(text, "'", "''") + "'"; }
   static std::string literal(std::optional<int> number) { return number ? std::to_string(*number) : "NULL"; }
 
-  // The work, refused at each of its statements in turn: it stops there, `levels_at` that number tell its way out, the
-  // vote is abort, and no table has changed.
+  // The work is refused at each of its statements in turn. It stops there, the failure passes the tails that
+  // `levels_at` names for that statement, the vote is abort, and no table has changed.
   template <class Work, class LevelsAt>
   void expect_whole_or_nothing(const Statements& statements, Work work, LevelsAt levels_at) {
     const auto before = all_rows();
@@ -77,7 +77,7 @@ class CatalogRightsTest : public CatalogTest {
     work();
     EXPECT_EQ(recorder.statements, statements);
   }
-  // Only the call's time ends the work, and nothing of it stays. Returns the statements that it ran.
+  // Only the end of the call's time ends the work, and nothing of it stays. Returns the statements that it ran.
   template <class Work>
   Statements expect_no_end(Work work) {
     const auto before = all_rows();
@@ -109,8 +109,8 @@ class CatalogRightsTest : public CatalogTest {
   }
 };
 
-// The way out of a refused read without a connection: the factory's tail, which knows what its first connection
-// reported, and those of the methods above it. The read itself runs on another connection.
+// The tails that a refused read without a connection passes: that of the factory, then those of the methods above it.
+// The read runs on another connection than the factory's, so the factory's tail has nothing to report of it.
 inline std::vector<Level> read_refused(const std::string& statement, std::vector<Level> above) {
   above.insert(above.begin(), {"Lib_SQL.Sql_GetDisconnectedRecordset", " executing: '" + statement + "'"});
   return above;

@@ -170,7 +170,7 @@ TEST_F(ShopOutFolders, ThatCannotBeReadAreLoggedByTheFactoryToo) {
 }
 
 TEST_F(ShopOutFolders, AreNotAskedForInAStoreThatCannotBeNamed) {
-  // The connection that is opened for its string only fails first, outside of the factory.
+  // The connection whose string is used fails first, outside of the factory.
   for (const Reading& reading : readings()) {
     SCOPED_TRACE(reading.method);
     collaborators::Settings settings = *collaborators::settings();
@@ -187,7 +187,7 @@ TEST_F(ShopOutFolders, AreNotAskedForInAStoreThatCannotBeNamed) {
 }
 
 TEST_F(ShopOutFolders, HaveIdsOfSixteenBits) {
-  // The engine takes what the store's own statements would not.
+  // The engine itself writes what the store would refuse.
   run_on_engine(store_path(),
                 "PRAGMA ignore_check_constraints = 1; INSERT INTO CATALOGNODE (NODEID, CATALOGID, NODENAME, SHOPOUT) "
                 "VALUES (70000, 1, 'far', 1); INSERT INTO CATALOGNODEBYBP (NODEID, CATALOGID, BUSINESSPARTNERID) "

@@ -11,7 +11,7 @@
 
 namespace mercato::test {
 
-// What a Dictionary of ids and names holds, in its order.
+// The ids and names in a Dictionary, in its order.
 using Names = std::vector<std::pair<std::int32_t, std::string>>;
 
 class CatalogTreeTest : public CatalogTest {
@@ -29,7 +29,7 @@ class CatalogTreeTest : public CatalogTest {
              std::to_string(id) + ", " + or_null(catalog) + ", " + or_null(parent) + ", '" + name + "', " + sequence +
              ")"});
   }
-  // The user is as he stands in a statement, his quotes doubled.
+  // The user's id is written as in a statement, with its quotes doubled.
   void enter(const std::string& user, std::int32_t catalog, std::int32_t node, int level, int view_only,
              int is_profile = 0) const {
     execute({"INSERT INTO CATALOGNODEBYUSER (USERID, ISPROFILE, CATALOGID, NODEID, LEVEL, VIEWONLY) VALUES ('" + user +
@@ -40,7 +40,7 @@ class CatalogTreeTest : public CatalogTest {
     execute({"INSERT INTO USERNODE (USERID, CATALOGID, NODEID) VALUES ('" + user + "', " + std::to_string(catalog) +
              ", " + std::to_string(node) + ")"});
   }
-  // Each node below the one before it, the first a root.
+  // The first node is a root, each other one is below the one before it.
   void add_chain(std::int32_t catalog, std::int32_t first, std::int32_t last) const {
     for (std::int32_t id = first; id <= last; ++id) add_node(id, catalog, id == first ? kNone : id - 1);
   }
@@ -62,7 +62,7 @@ class CatalogTreeTest : public CatalogTest {
     EXPECT_EQ(raised_by(work), expected.raised);
     EXPECT_EQ(recorder.log, expected.log);
   }
-  // Shows that only the call's time ends the work.
+  // Shows that only the end of the call's time ends the work.
   template <class Work>
   static RaisedError timeout_of(Work work) {
     const store::CallLimit limit(0.2);
