@@ -28,6 +28,11 @@ Sql entry_of_node(const std::string& user, const Variant& node) {
          << value(user) << "' AND NODEID=" << value(node.to_text()) << " AND ISPROFILE = 0";
 }
 
+Sql laid_out_node(const std::string& user, std::int32_t node) {
+  return Sql("SELECT * FROM USERNODE WHERE USERID = '") << value(user) << "' "
+                                                        << " AND NODEID = " << node << " ";
+}
+
 // Of several entries on one thing a restriction counts, in whatever order they come. Where none restricts, an entry
 // with a Null raises 94.
 Right right_of(const RecordsetPtr& entries) {
@@ -110,9 +115,7 @@ std::optional<Right> right_on_node(const std::string& user, std::int32_t node_id
 // How the user sees the node. Closes what it has opened before it asks for the whole catalogue.
 template <class HasWholeCatalog>
 Sight sight_of(const std::string& user, std::int32_t node, Opened& opened, HasWholeCatalog has_whole_catalog) {
-  opened.rows = open_read_only(Sql("SELECT * FROM USERNODE WHERE USERID = '") << value(user) << "' "
-                                                                              << " AND NODEID = " << node << " ",
-                               opened.connection);
+  opened.rows = open_read_only(laid_out_node(user, node), opened.connection);
   if (!opened.rows->Eof()) {
     opened.close();
     return Sight::laid_out;
