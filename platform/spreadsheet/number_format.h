@@ -73,6 +73,8 @@ class NumberFormat {
     bool is_fraction = false;
   };
   class Reader;
+  class NumberText;
+  class DateText;
 
   const Section* section_for(double number, bool& shows_sign) const;
   static std::string number_text(const Section& section, double number, bool negative);
