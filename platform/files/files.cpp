@@ -67,7 +67,7 @@ void delete_if_abandoned(const std::string& path) {
     ::unlink(path.c_str());
 }
 
-// Nothing that is read-only is deleted by force, although the system would only ask whether the folder may be written.
+// What is read-only is not deleted. The system would only ask whether its folder may be written.
 void refuse_read_only(const std::filesystem::path& path) {
   constexpr auto kWritable =
       std::filesystem::perms::owner_write | std::filesystem::perms::group_write | std::filesystem::perms::others_write;
@@ -137,7 +137,7 @@ std::string read_file(const std::string& path, std::size_t max_bytes) {
           "Cannot read the file \"" + path + "\": it has more than " + std::to_string(max_bytes) + " bytes");
   };
   if (static_cast<std::uintmax_t>(status.st_size) > max_bytes) too_large();
-  // One byte more than the file had when it was opened: a last read of zero bytes then ends the loop without growing.
+  // One byte more than the file had when it was opened, so that the read that finds its end needs no more room.
   content.resize(static_cast<std::size_t>(status.st_size) + 1);
   std::size_t filled = 0;
   for (;;) {
@@ -169,7 +169,9 @@ void delete_abandoned_files(const std::string& folder) noexcept {
   }
 }
 
-AtomicFile::AtomicFile(std::string path) : path_(std::move(path)) {
+// The object is made before the file is, so that a failure in here deletes the file again.
+AtomicFile::AtomicFile(std::string path) : AtomicFile() {
+  path_ = std::move(path);
   for (;;) {
     beside_ = name_beside(path_);
     descriptor_ = ::open(beside_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
@@ -177,7 +179,7 @@ AtomicFile::AtomicFile(std::string path) : path_(std::move(path)) {
       if (errno == EEXIST) continue;  // left behind by a process that had our id and was killed
       fail("write the file", path_, errno, error_number::kPathNotFound);
     }
-    // Waits for nobody but one who takes it for abandoned before it is locked, and deletes it.
+    // Only somebody who takes the file for abandoned, and deletes it, can hold the lock before us.
     while (::flock(descriptor_, LOCK_EX) != 0 && errno == EINTR) {
     }
     if (file_exists(beside_)) return;
@@ -197,13 +199,13 @@ void AtomicFile::write(std::string_view bytes) {
 }
 
 void AtomicFile::commit() {
+  const std::string folder_path = folder_of(path_);  // nothing may fail once the file has its name
   if (::fsync(descriptor_) != 0 || ::rename(beside_.c_str(), path_.c_str()) != 0) {
     fail("write the file", path_, errno, error_number::kPathNotFound);
   }
   ::close(std::exchange(descriptor_, -1));
-  // The new name itself must survive a crash too. Some file systems cannot flush a folder; the file is complete then
-  // all the same.
-  const Descriptor folder(::open(folder_of(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  // The new name has to survive a crash too. Where a file system cannot flush a folder, the file is complete anyhow.
+  const Descriptor folder(::open(folder_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (folder.get() >= 0) ::fsync(folder.get());
 }
 

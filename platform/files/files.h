@@ -19,9 +19,9 @@ bool folder_exists(const std::string& path);
 // Raises 76 when the parent is missing, 70 without permission, else 75.
 void create_folder(const std::string& path);
 
-// Deletes the folder with everything in it; links in it go, not what they lead to. Raises 76 when there is no such
-// folder, 70 when it or anything in it is read-only, and nothing is deleted then; 70 without permission, else 75, and
-// what was deleted by then stays deleted.
+// Deletes the folder with everything in it. Of a link only the link is deleted. Raises 76 when there is no such folder,
+// and 70 when it or anything in it is read-only; nothing is deleted then. Raises 70 without permission, else 75; what
+// was deleted before stays deleted.
 void delete_folder(const std::string& path);
 
 // False also for a path that cannot be looked at, and for a folder of that name.
@@ -41,8 +41,8 @@ std::string read_file(const std::string& path, std::size_t max_bytes = kDefaultM
 // Puts `bytes` in the place of whatever file stood at `path`. See AtomicFile.
 void write_file_atomically(const std::string& path, std::string_view bytes);
 
-// Deletes what writers that were killed have left beside their paths in this folder. What is being written at the
-// moment, by any process, stays. Never raises: what cannot be deleted stays.
+// Deletes the files that writers left in this folder when they were killed. A file that any process is still writing
+// stays. Never raises: what cannot be deleted stays.
 void delete_abandoned_files(const std::string& folder) noexcept;
 
 // A file that is written beside its path and takes the path only when it is complete and on the disk, so that a reader
@@ -61,6 +61,7 @@ class AtomicFile {
   void commit();
 
  private:
+  AtomicFile() = default;
   void discard() noexcept;
 
   std::string path_;

@@ -39,7 +39,7 @@ File open_file(const std::string& path, std::uint64_t& size, const Limits& limit
   return file;
 }
 
-// What the first bytes say of a file that is no zip archive.
+// The first bytes tell a file that is no zip archive.
 void refuse_other_formats(std::FILE* file) {
   constexpr std::string_view kCompoundFile = "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1";
   std::array<char, kCompoundFile.size()> begin = {};
@@ -49,6 +49,11 @@ void refuse_other_formats(std::FILE* file) {
   if (bytes == kCompoundFile) throw Unreadable("it is protected by a password, or of the old binary format");
   if (!bytes.starts_with("PK")) throw Unreadable("it is no zip archive");
 }
+
+struct FreeSource {
+  void operator()(zip_source_t* source) const noexcept { zip_source_free(source); }
+};
+using Source = std::unique_ptr<zip_source_t, FreeSource>;
 
 // The library's own error, which holds memory.
 class Failure {
@@ -82,14 +87,12 @@ Package::Package(const std::string& path, const Limits& limits) {
   most_part_bytes_ = std::min(limits.max_part_bytes, std::max(limits.free_part_bytes, size * limits.max_ratio));
 
   Failure failure;
-  zip_source_t* const source = zip_source_filep_create(file.get(), 0, -1, failure.get());
+  Source source(zip_source_filep_create(file.get(), 0, -1, failure.get()));
   if (!source) throw Unreadable("it is no zip archive: " + failure.text());
   file.release();  // the source closes it
-  archive_.reset(zip_open_from_source(source, ZIP_RDONLY, failure.get()));
-  if (!archive_) {
-    zip_source_free(source);
-    throw Unreadable("it is no whole zip archive: " + failure.text());
-  }
+  archive_.reset(zip_open_from_source(source.get(), ZIP_RDONLY, failure.get()));
+  if (!archive_) throw Unreadable("it is no whole zip archive: " + failure.text());
+  source.release();  // the archive frees it
 }
 
 bool Package::has(const std::string& name) const {

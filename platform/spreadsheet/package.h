@@ -36,7 +36,7 @@ class PartStream {
   PartStream(File file, std::string name, std::uint64_t most_bytes)
       : file_(std::move(file)), name_(std::move(name)), left_(most_bytes) {}
 
-  // Fills the buffer as far as there is content; 0 at the end, where the checksum has been compared. Throws Unreadable
+  // Fills the buffer as far as there is content. Returns 0 at the end; the checksum fits then. Throws Unreadable
   // when the part is damaged or grows beyond its limit.
   std::size_t read(std::span<char> buffer);
 

@@ -58,11 +58,23 @@ struct FirstFault {
   }
 };
 
+const xmlChar* xml_text(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
+
+// libxml2 answers null when it finds no memory.
+template <class T>
+T* required(T* made) {
+  if (!made) throw std::bad_alloc();
+  return made;
+}
+
+// Empty when there is none.
 std::string attribute(const xmlNode* element, const char* name) {
-  xmlChar* const value = xmlGetNoNsProp(element, reinterpret_cast<const xmlChar*>(name));
-  std::string text = value ? reinterpret_cast<const char*>(value) : "";
-  xmlFree(value);
-  return text;
+  struct FreeText {
+    void operator()(xmlChar* text) const { xmlFree(text); }
+  };
+  if (!xmlHasNsProp(element, xml_text(name), nullptr)) return {};
+  const std::unique_ptr<xmlChar, FreeText> value(required(xmlGetNoNsProp(element, xml_text(name))));
+  return reinterpret_cast<const char*>(value.get());
 }
 
 bool is_schema_element(const xmlNode* node, std::string_view name) {
@@ -71,28 +83,26 @@ bool is_schema_element(const xmlNode* node, std::string_view name) {
          std::string_view(reinterpret_cast<const char*>(node->name)) == name;
 }
 
-// What a schema file, and those that it includes, put into one document. The library itself would fetch whatever a
-// schema names, from wherever it is.
+// Puts a schema file, and those that it includes, into one document. libxml2 would fetch whatever a schema names, from
+// wherever it is.
 class JoinedSchema {
  public:
   explicit JoinedSchema(std::string_view file) : file_(files::host_path(file)) {}
 
   // Raises 5 with the reason when one of the files is not for us, and what reading a file raises.
   ParsedDocument join() {
-    ParsedDocument joined(xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0")));
-    // A prefix that leaves those of the files alone, which their own children bring along.
-    xmlNode* const root = xmlNewDocNode(joined.get(), nullptr, reinterpret_cast<const xmlChar*>("schema"), nullptr);
-    if (!joined || !root) throw std::bad_alloc();
-    xmlDocSetRootElement(joined.get(), root);
-    xmlSetNs(root, xmlNewNs(root, reinterpret_cast<const xmlChar*>(kSchemaNamespace),
-                            reinterpret_cast<const xmlChar*>("joined-schema")));
+    ParsedDocument joined(required(xmlNewDoc(xml_text("1.0"))));
+    xmlNode* const root = required(xmlNewDocNode(joined.get(), nullptr, xml_text("schema"), nullptr));
+    xmlDocSetRootElement(joined.get(), root);  // owns it from here on
+    // This prefix clashes with none of the files: their children bring their own prefixes along.
+    xmlSetNs(root, required(xmlNewNs(root, xml_text(kSchemaNamespace), xml_text("joined-schema"))));
     names_ = {file_.filename().string()};
     for (std::size_t next = 0; next < names_.size(); ++next) add(names_[next], root);
     return joined;
   }
 
  private:
-  void add(const std::string name, xmlNode* root) {  // a copy: the list of names grows
+  void add(const std::string name, xmlNode* root) {  // by value: names_ grows meanwhile
     const std::string text = files::read_file((file_.parent_path() / name).string(), kMostSchemaBytes - bytes_);
     bytes_ += text.size();
     const ParsedDocument document(xmlReadMemory(text.data(), static_cast<int>(text.size()), "schema", nullptr, kAlone));
@@ -109,11 +119,11 @@ class JoinedSchema {
     const xmlNode* const from = xmlDocGetRootElement(document.get());
     if (!from || !is_schema_element(from, "schema")) refuse("is no XML schema");
     if (!attribute(from, "targetNamespace").empty()) refuse("is for a target namespace");
-    // Those of a file hold for its own components, so that all files have to agree.
+    // A default holds for the components of its own file. In one document all files have to have the same.
     for (const char* defaults : {"blockDefault", "finalDefault"}) {
       const std::string value = attribute(from, defaults);
       if (is_first && !value.empty())
-        xmlNewProp(root, reinterpret_cast<const xmlChar*>(defaults), reinterpret_cast<const xmlChar*>(value.c_str()));
+        required(xmlNewProp(root, xml_text(defaults), xml_text(value.c_str())));
       else if (value != attribute(root, defaults))
         refuse(std::string("has another ") + defaults);
     }
@@ -135,10 +145,9 @@ class JoinedSchema {
     if (std::find(names_.begin(), names_.end(), location) == names_.end()) names_.push_back(location);
   }
 
-  // A copy with the namespaces that the names in it are written with.
+  // Adds a copy, with the namespaces that names inside it use.
   static void adopt(xmlNode* child, const xmlNode* from, xmlNode* root) {
-    xmlNode* const copy = xmlDocCopyNode(child, root->doc, 1);
-    if (!copy) throw std::bad_alloc();
+    xmlNode* const copy = required(xmlDocCopyNode(child, root->doc, 1));
     for (const xmlNs* declared = from->nsDef; declared; declared = declared->next)
       xmlNewNs(copy, declared->href, declared->prefix);  // none that the copy has already
     xmlAddChild(root, copy);
@@ -191,7 +200,7 @@ bool Schema::load(std::string_view file) {
 std::string Schema::fault_of(const Document& document) const {
   if (!compiled_) raise(error_number::kObjectNotSet);
   if (document.document_element().is_null()) return "The document is empty.";
-  // As text once more: this library judges while it reads. The text is ours, so nothing in it leads anywhere.
+  // libxml2 judges while it reads, so the document becomes text again. Nothing in this text leads out of it.
   const std::string text = document.document_element().save_text();
 
   const Validator validator(xmlSchemaNewValidCtxt(compiled_->schema.get()));
@@ -202,7 +211,7 @@ std::string Schema::fault_of(const Document& document) const {
   xmlCtxtUseOptions(parser.get(), kAlone | XML_PARSE_HUGE);
   FirstFault fault;
   xmlSchemaSetValidStructuredErrors(validator.get(), FirstFault::keep, &fault);
-  // Between parser and callbacks; it has to be taken out before either goes.
+  // It sits between the parser and the callbacks, and has to be removed before either of them.
   const Plug plug(xmlSchemaSAXPlug(validator.get(), &parser->sax, &parser->userData));
   if (!plug) raise(error_number::kOutOfMemory);
 

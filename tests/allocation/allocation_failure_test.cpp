@@ -19,6 +19,7 @@
 #include "frame/lib_sql.h"
 #include "frame/method.h"
 #include "platform/automation/invoke.h"
+#include "platform/files/files.h"
 #include "platform/spreadsheet/workbook.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/sqlite/functions.h"
@@ -507,6 +508,43 @@ TEST_F(AllocationFailure, DocumentIsLoadedSearchedChangedAndWritten) {
         });
       },
       Wrote::nothing);
+}
+
+// The file beside the path stayed there, open, when its writer found no memory just after making it.
+TEST_F(AllocationFailure, FileThatIsNotWrittenLeavesNothingBesideItsPath) {
+  namespace fs = std::filesystem;
+  const fs::path path = folder() / "written" / "a-name-that-takes-memory-of-its-own.xml";
+  fs::create_directory(path.parent_path());
+  const auto write = [&](const char* bytes) {
+    return raising_out_of_memory([&] { files::write_file_atomically(path.string(), bytes); });
+  };
+  const auto entries = [](const fs::path& of) { return std::distance(fs::directory_iterator(of), {}); };
+  write("old");
+  std::int64_t allocations = 0;
+  {
+    const FailingAllocations counting(0, Failing::once);
+    write("old");
+    allocations = allocations_asked_for();
+  }
+  ASSERT_GT(allocations, 3);
+  for (std::int64_t nth = 1; nth <= allocations; ++nth) {
+    SCOPED_TRACE("allocation " + std::to_string(nth) + " of " + std::to_string(allocations));
+    write("old");
+    const auto open_before = entries("/proc/self/fd");
+    std::int32_t raised = 0;
+    {
+      const FailingAllocations failing(nth, Failing::once);
+      try {
+        write("new");
+      } catch (const Raised& failure) {
+        raised = failure.error().Number;
+      }
+    }
+    EXPECT_EQ(raised, error_number::kOutOfMemory);
+    EXPECT_EQ(read_whole(path), "old");
+    EXPECT_EQ(entries(path.parent_path()), 1);
+    EXPECT_EQ(entries("/proc/self/fd"), open_before);
+  }
 }
 
 TEST_F(AllocationFailure, DocumentIsJudgedByASchema) {
