@@ -70,102 +70,142 @@ void add_common_options(CLI::App& app, CommandLine& line) {
       ->transform(CLI::IsMember(std::vector<std::string>{"auto", "always", "never"}, CLI::ignore_case));
 }
 
-void add_commands(Menu& menu, CommandLine& line) {
-  const auto add_command = [&](const char* name, const char* description, const char* examples,
-                               int (*command)(const CommandLine&)) -> CLI::App& {
-    return menu.add(name, description, examples, [&line, command](const OutputOptions&) { return command(line); });
-  };
-  add_command("init", "Create the tables in the store; what exists stays as it is",
-              "  mercato init\n"
-              "  mercato init --store 'Provider=SQLite;Data Source=shop.db'\n",
-              [](const CommandLine& given) { return init(given.output); });
+// The commands that stand in no group.
+class SingleCommands {
+ public:
+  SingleCommands(Menu& menu, CommandLine& line) : menu_(menu), line_(line) {}
 
-  add_command(
-      "rpc", "Serve JSON-RPC 2.0 on standard input and output, one request on each line",
-      "  echo '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"create\",\"params\":{\"progId\":\"Mercato.Product\"}}' | "
-      "mercato rpc\n"
-      "  mercato rpc --trace --scripted\n",
-      [](const CommandLine& given) { return serve_rpc(given.output.trace, given.scripted); });
+  // In the order in which the help lists them.
+  void add_all() {
+    add_init();
+    add_rpc();
+    add_call();
+    add_describe();
+    add_preview();
+    add_upload();
+    add_find();
+    add_show();
+    add_execute();
+    add_version();
+  }
 
-  CLI::App& call =
-      add_command("call", "Call one method of a class and print the result as JSON",
-                  "  mercato call PROGID METHOD [ARG...]\n"
-                  "  mercato call Mercato.Product GetMaxProductId\n"
-                  "  mercato call Mercato.Product GetProductFields '[\"PARTNUMBER\",\"GTIN\"]' 5\n"
-                  "  mercato call Mercato.Product GetProductIDFromSupplierPartNum QM-PAP-001\n"
-                  "An argument is JSON; a word that is no JSON is a text. The error is JSON on standard error.\n",
-                  [](const CommandLine& given) {
-                    return call_once(given.prog_id, given.method, given.arguments, given.output.trace);
-                  });
-  call.add_option("PROGID", line.prog_id, "The class, such as Mercato.Product")->required();
-  call.add_option("METHOD", line.method, "The method's name, in any case")->required();
-  call.allow_extras();  // the arguments: a negative number would pass for an option elsewhere
+ private:
+  CLI::App& add(const char* name, const char* description, const char* examples, int (*command)(const CommandLine&)) {
+    return menu_.add(name, description, examples,
+                     [&line = line_, command](const OutputOptions&) { return command(line); });
+  }
 
-  CLI::App& describe = add_command("describe", "Print the public classes, their methods and arguments as JSON",
-                                   "  mercato describe\n"
-                                   "  mercato describe Mercato.Product\n",
-                                   [](const CommandLine& given) { return describe_classes(given.prog_id); });
-  describe.add_option("PROGID", line.prog_id, "One class only");
+  void add_init() {
+    add("init", "Create the tables in the store; what exists stays as it is",
+        "  mercato init\n"
+        "  mercato init --store 'Provider=SQLite;Data Source=shop.db'\n",
+        [](const CommandLine& given) { return init(given.output); });
+  }
 
-  CLI::App& preview_command = add_command(
-      "preview", "Check a Product document without writing anything",
-      "  mercato preview products.xml\n"
-      "  mercato preview --update-only --all products.xml\n"
-      "Exit status 3 when a record is invalid. The checks are stricter than those of the upload, and not the same.\n",
-      [](const CommandLine& given) { return preview(given.preview, given.output); });
-  preview_command.add_option("FILE", line.preview.document, "Product document: a file or a URL")->required();
-  preview_command.add_flag("--update-only", line.preview.update_only, "Only records whose product exists");
-  preview_command.add_flag("--all", line.preview.all, "List the valid records too");
+  void add_rpc() {
+    add("rpc", "Serve JSON-RPC 2.0 on standard input and output, one request on each line",
+        "  echo '{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"create\",\"params\":{\"progId\":\"Mercato.Product\"}}' | "
+        "mercato rpc\n"
+        "  mercato rpc --trace --scripted\n",
+        [](const CommandLine& given) { return serve_rpc(given.output.trace, given.scripted); });
+  }
 
-  CLI::App& upload_command =
-      add_command("upload", "Insert or update the products of a Product document",
-                  "  mercato upload products.xml\n"
-                  "  mercato upload --on-errors write products.xml\n"
-                  "  mercato upload --update-only --json products.xml\n"
-                  "Exit status 3 when a record was refused or is left; each is listed with the reason.\n",
-                  [](const CommandLine& given) { return upload(given.upload, given.output); });
-  upload_command.add_option("FILE", line.upload.document, "Product document: a file or a URL")->required();
-  upload_command
-      .add_option_function<std::string>(
-          "--on-errors", [&line](const std::string& choice) { line.upload.write_on_errors = choice == "write"; },
-          "A record with a bad field: skip it whole (the default), or write what is left of it")
-      ->type_name("write|skip")
-      ->check(CLI::IsMember({"write", "skip"}));
-  upload_command.add_flag("--update-only", line.upload.update_only, "Never create a product");
-  upload_command.add_option("--key", line.upload.file_key, "What the remaining file's name ends in")->type_name("NAME");
+  void add_call() {
+    CLI::App& command =
+        add("call", "Call one method of a class and print the result as JSON",
+            "  mercato call PROGID METHOD [ARG...]\n"
+            "  mercato call Mercato.Product GetMaxProductId\n"
+            "  mercato call Mercato.Product GetProductFields '[\"PARTNUMBER\",\"GTIN\"]' 5\n"
+            "  mercato call Mercato.Product GetProductIDFromSupplierPartNum QM-PAP-001\n"
+            "An argument is JSON; a word that is no JSON is a text. The error is JSON on standard error.\n",
+            [](const CommandLine& given) {
+              return call_once(given.prog_id, given.method, given.arguments, given.output.trace);
+            });
+    command.add_option("PROGID", line_.prog_id, "The class, such as Mercato.Product")->required();
+    command.add_option("METHOD", line_.method, "The method's name, in any case")->required();
+    command.allow_extras();  // the arguments: a negative number would pass for an option elsewhere
+  }
 
-  CLI::App& find_command =
-      add_command("find", "Find products by part number, supplier's number or description",
-                  "  mercato find M-100007\n"
-                  "  mercato find 'paper'\n"
-                  "  mercato find 'M-10%7'      % and _ stand for any text and any character\n",
-                  [](const CommandLine& given) { return find(given.term, given.limit, given.output); });
-  find_command.add_option("TERM", line.term, "What to look for")->required();
-  find_command.add_option("--limit", line.limit, "The most products found by a part of the number")
-      ->type_name("N")
-      ->check(CLI::Range(1, 32000))
-      ->capture_default_str();
+  void add_describe() {
+    CLI::App& command = add("describe", "Print the public classes, their methods and arguments as JSON",
+                            "  mercato describe\n"
+                            "  mercato describe Mercato.Product\n",
+                            [](const CommandLine& given) { return describe_classes(given.prog_id); });
+    command.add_option("PROGID", line_.prog_id, "One class only");
+  }
 
-  CLI::App& show_command = add_command("show", "Print one product with its properties",
-                                       "  mercato show 5\n"
-                                       "  mercato show --json 5\n",
-                                       [](const CommandLine& given) { return show(given.product_id, given.output); });
-  show_command.add_option("ID", line.product_id, "The product's id, as `find` prints it")
-      ->required()
-      ->check(is_whole_number());
+  void add_preview() {
+    CLI::App& command = add(
+        "preview", "Check a Product document without writing anything",
+        "  mercato preview products.xml\n"
+        "  mercato preview --update-only --all products.xml\n"
+        "Exit status 3 when a record is invalid. The checks are stricter than those of the upload, and not the same.\n",
+        [](const CommandLine& given) { return preview(given.preview, given.output); });
+    command.add_option("FILE", line_.preview.document, "Product document: a file or a URL")->required();
+    command.add_flag("--update-only", line_.preview.update_only, "Only records whose product exists");
+    command.add_flag("--all", line_.preview.all, "List the valid records too");
+  }
 
-  CLI::App& execute_command =
-      add_command("execute", "Run the statements of a script in the library's SQL dialect, all or none",
-                  "  mercato execute samples/reference.sql\n"
-                  "  echo \"SELECT UNITCODE FROM UNIT;\" | mercato execute -\n",
-                  [](const CommandLine& given) { return execute(given.script, given.output); });
-  execute_command.add_option("FILE", line.script, "The script, or - for standard input")->required();
+  void add_upload() {
+    CLI::App& command = add("upload", "Insert or update the products of a Product document",
+                            "  mercato upload products.xml\n"
+                            "  mercato upload --on-errors write products.xml\n"
+                            "  mercato upload --update-only --json products.xml\n"
+                            "Exit status 3 when a record was refused or is left; each is listed with the reason.\n",
+                            [](const CommandLine& given) { return upload(given.upload, given.output); });
+    command.add_option("FILE", line_.upload.document, "Product document: a file or a URL")->required();
+    command
+        .add_option_function<std::string>(
+            "--on-errors",
+            [&line = line_](const std::string& choice) { line.upload.write_on_errors = choice == "write"; },
+            "A record with a bad field: skip it whole (the default), or write what is left of it")
+        ->type_name("write|skip")
+        ->check(CLI::IsMember({"write", "skip"}));
+    command.add_flag("--update-only", line_.upload.update_only, "Never create a product");
+    command.add_option("--key", line_.upload.file_key, "What the remaining file's name ends in")->type_name("NAME");
+  }
 
-  add_command("version", "Print the version", "  mercato version\n", [](const CommandLine&) {
-    std::cout << "mercato " << kVersion << '\n';
-    return kDone;
-  });
-}
+  void add_find() {
+    CLI::App& command = add("find", "Find products by part number, supplier's number or description",
+                            "  mercato find M-100007\n"
+                            "  mercato find 'paper'\n"
+                            "  mercato find 'M-10%7'      % and _ stand for any text and any character\n",
+                            [](const CommandLine& given) { return find(given.term, given.limit, given.output); });
+    command.add_option("TERM", line_.term, "What to look for")->required();
+    command.add_option("--limit", line_.limit, "The most products found by a part of the number")
+        ->type_name("N")
+        ->check(CLI::Range(1, 32000))
+        ->capture_default_str();
+  }
+
+  void add_show() {
+    CLI::App& command = add("show", "Print one product with its properties",
+                            "  mercato show 5\n"
+                            "  mercato show --json 5\n",
+                            [](const CommandLine& given) { return show(given.product_id, given.output); });
+    command.add_option("ID", line_.product_id, "The product's id, as `find` prints it")
+        ->required()
+        ->check(is_whole_number());
+  }
+
+  void add_execute() {
+    CLI::App& command = add("execute", "Run the statements of a script in the library's SQL dialect, all or none",
+                            "  mercato execute samples/reference.sql\n"
+                            "  echo \"SELECT UNITCODE FROM UNIT;\" | mercato execute -\n",
+                            [](const CommandLine& given) { return execute(given.script, given.output); });
+    command.add_option("FILE", line_.script, "The script, or - for standard input")->required();
+  }
+
+  void add_version() {
+    add("version", "Print the version", "  mercato version\n", [](const CommandLine&) {
+      std::cout << "mercato " << kVersion << '\n';
+      return kDone;
+    });
+  }
+
+  Menu& menu_;
+  CommandLine& line_;
+};
 
 class StatementPrinter : public store::StatementObserver {
  public:
@@ -254,7 +294,7 @@ int main(int count, char** texts) try {
   add_common_options(app, line);
   Menu menu(
       app, [&line](CLI::App& command) { add_common_options(command, line); }, line.command);
-  add_commands(menu, line);
+  SingleCommands(menu, line).add_all();
   add_product_commands(menu);
   add_price_commands(menu);
   add_prices_commands(menu);
