@@ -14,7 +14,6 @@
 
 namespace mercato::test {
 
-using Statements = std::vector<std::string>;
 using Rows = std::vector<std::vector<Variant>>;
 
 class CatalogTest : public StoreTest {

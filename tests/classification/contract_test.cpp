@@ -32,7 +32,7 @@ TEST_F(ContractTest, EveryMethodIsRetiredAndSaysSo) {
     for (const auto& [method, arguments] : calls) {
       Recorder recorder;
       std::vector<Variant> given = arguments;
-      EXPECT_EQ(raised_by([&] { invoke(contract.object(), method, given); }), expected.raised) << method;
+      EXPECT_EQ(raised_by([&, name = method] { invoke(contract.object(), name, given); }), expected.raised) << method;
       EXPECT_EQ(recorder.log, expected.log);
       EXPECT_TRUE(recorder.statements.empty());
       EXPECT_EQ(contract.context().vote_of_last_call(), Vote::none);

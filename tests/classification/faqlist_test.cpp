@@ -13,8 +13,6 @@
 namespace mercato::test {
 namespace {
 
-using Statements = std::vector<std::string>;
-
 struct Issue {
   std::int32_t product = 5;
   std::int32_t category = 6;

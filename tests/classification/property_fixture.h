@@ -16,7 +16,6 @@
 
 namespace mercato::test {
 
-using Statements = std::vector<std::string>;
 using Calls = std::vector<ComponentCall>;
 using Log = std::vector<LogEntry>;
 using Rows = std::vector<std::vector<Variant>>;

@@ -12,8 +12,6 @@
 namespace mercato::test {
 namespace {
 
-using Statements = std::vector<std::string>;
-
 // The reading half
 
 class UnitTest : public StoreTest {

@@ -14,7 +14,6 @@
 
 namespace mercato::test {
 
-using Statements = std::vector<std::string>;
 using StoredRows = std::vector<std::vector<Variant>>;
 using Codes = std::vector<std::pair<std::string, std::string>>;  // code and description
 using Refusals = std::vector<std::pair<std::string, int>>;

@@ -19,8 +19,6 @@ constexpr LiteralPiece kUnits("SELECT UNITCODE, UNITDESCRIPTION FROM UNIT ORDER 
 const std::string kUnitsText = "SELECT UNITCODE, UNITDESCRIPTION FROM UNIT ORDER BY UNITCODE";
 const std::string kRefusal = "Error(s) from connection object:  (1)refused on request[-2147217900]";
 
-using Statements = std::vector<std::string>;
-
 class LibSql : public StoreTest {
  protected:
   void SetUp() override {

@@ -12,8 +12,6 @@
 
 namespace mercato::test {
 
-using Statements = std::vector<std::string>;
-
 // What a failure says that was raised without a text.
 inline constexpr const char* kNoText = "Application-defined or object-defined error";
 

@@ -10,7 +10,6 @@
 namespace mercato::test {
 namespace {
 
-using Statements = std::vector<std::string>;
 using Links = std::vector<std::string>;
 
 class UnspscLib : public StoreTest {

@@ -23,6 +23,8 @@
 
 namespace mercato::test {
 
+using Statements = std::vector<std::string>;
+
 struct LogEntry {
   std::string source;
   std::string text;
@@ -49,7 +51,7 @@ class Recorder : public store::StatementObserver, public CallObserver {
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
 
-  std::vector<std::string> statements;
+  Statements statements;
   std::vector<LogEntry> log;
   std::vector<ComponentCall> calls;
   // The next statement that contains this text is refused; then it is forgotten.

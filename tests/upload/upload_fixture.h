@@ -17,7 +17,6 @@
 
 namespace mercato::test {
 
-using Statements = std::vector<std::string>;
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
 inline constexpr const char* kReadCommitted = "set TRANSACTION ISOLATION LEVEL READ COMMITTED";

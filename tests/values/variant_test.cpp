@@ -104,7 +104,7 @@ TEST(VariantNumbers, ReadAsDoubles) {
       {kMissing, "raises 13"},
   };
   for (const auto& [value, expected] : cases)
-    EXPECT_EQ(outcome_of([&] { return Variant(value.to_double()).to_text(); }), expected);
+    EXPECT_EQ(outcome_of([&given = value] { return Variant(given.to_double()).to_text(); }), expected);
 }
 
 TEST(VariantBooleans, AreStrictAboutTexts) {
