@@ -12,8 +12,6 @@
 namespace mercato::cli {
 namespace {
 
-constexpr std::size_t kAll = static_cast<std::size_t>(-1);
-
 bool is_percentage(const std::string& name) {
   const std::string upper = text::to_upper(name);
   return upper == "DISCOUNTPERC" || upper == "PRICETAXPERCENTAGE";
@@ -62,7 +60,7 @@ Fault fault_of(const RaisedError& failure) {
 }
 
 PriceUpload::PriceUpload(UploadSource source)
-    : UploadRuns(std::move(source), {kPriceRecord, "remaining_prices_", Rest::in_file, kAll}) {}
+    : UploadRuns(std::move(source), {kPriceRecord, "remaining_prices_", Rest::in_file, kAllRecords}) {}
 
 std::size_t PriceUpload::take_inventory(const xml::Document& document) {
   std::unordered_map<std::string, std::size_t> numbers;

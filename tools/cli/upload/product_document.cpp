@@ -15,7 +15,6 @@ constexpr const char* kRecord = "Product";
 // An update reads the document anew for each record and has no time budget: a call is kept short, and gets a document
 // of its own records.
 constexpr std::size_t kUpdatesInOneCall = 100;
-constexpr std::size_t kAll = static_cast<std::size_t>(-1);
 constexpr const char* kNoProduct = "No product has this part number.";
 
 bool has_blank_ends(const std::string& text) { return !text.empty() && (text.front() == ' ' || text.back() == ' '); }
@@ -37,7 +36,7 @@ UploadFinding whole_record(const std::string& part_number, std::string reason) {
 ProductUpload::ProductUpload(Options options)
     : UploadRuns(std::move(options.source),
                  {kRecord, "remaining_products_", options.update_only ? Rest::in_document : Rest::in_file,
-                  options.update_only ? kUpdatesInOneCall : kAll}),
+                  options.update_only ? kUpdatesInOneCall : kAllRecords}),
       write_on_errors_(options.write_on_errors),
       update_only_(options.update_only) {}
 

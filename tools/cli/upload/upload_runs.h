@@ -47,11 +47,12 @@ class UploadRuns {
     in_file,      // a run takes its records out of the document and writes the rest to the remaining file
     in_document,  // a run leaves the document as it is
   };
+  static constexpr std::size_t kAllRecords = static_cast<std::size_t>(-1);
   struct Kind {
     const char* record;     // the name of the document's record elements
     const char* file_name;  // what the name of the remaining file begins with
     Rest rest;
-    std::size_t most_in_one_run;  // part numbers
+    std::size_t most_in_one_run;  // part numbers; kAllRecords for no bound
   };
   struct Document {
     std::string text_or_url;
