@@ -1,5 +1,7 @@
 #include "tools/cli/menu.h"
 
+#include <CLI/CLI.hpp>
+
 #include "values/date.h"
 #include "values/text.h"
 
@@ -15,6 +17,64 @@ CLI::Validator is_number_that(bool (*good)(double), const char* description) {
 }
 
 }  // namespace
+
+Option* Option::required() {
+  option_.required();
+  return this;
+}
+Option* Option::check(const CLI::Validator& validator) {
+  option_.check(validator);
+  return this;
+}
+Option* Option::between(int least, int most) { return check(CLI::Range(least, most)); }
+Option* Option::type_name(const char* name) {
+  option_.type_name(name);
+  return this;
+}
+Option* Option::option_text(const char* text) {
+  option_.option_text(text);
+  return this;
+}
+Option* Option::excludes(Option* other) {
+  option_.excludes(&other->option_);
+  return this;
+}
+Option* Option::capture_default_str() {
+  option_.capture_default_str();
+  return this;
+}
+
+Option* Command::add_option(const char* name, std::string& given, const char* description) {
+  return keep(app_.add_option(name, given, description));
+}
+Option* Command::add_option(const char* name, std::optional<std::string>& given, const char* description) {
+  return keep(app_.add_option(name, given, description));
+}
+Option* Command::add_option(const char* name, std::vector<std::string>& given, const char* description) {
+  return keep(app_.add_option(name, given, description));
+}
+Option* Command::add_option(const char* name, std::int32_t& given, const char* description) {
+  return keep(app_.add_option(name, given, description));
+}
+Option* Command::add_option(const char* name, std::vector<std::int32_t>& given, const char* description) {
+  return keep(app_.add_option(name, given, description));
+}
+Option* Command::add_option(const char* name, double& given, const char* description) {
+  return keep(app_.add_option(name, given, description));
+}
+Option* Command::add_flag(const char* name, bool& given, const char* description) {
+  return keep(app_.add_flag(name, given, description));
+}
+Option* Command::add_choice(const char* name, const std::vector<std::string>& choices,
+                            std::function<void(const std::string&)> chosen, const char* description) {
+  return keep(app_.add_option_function<std::string>(name, std::move(chosen), description)
+                  ->transform(CLI::IsMember(choices, CLI::ignore_case)));
+}
+Command* Command::add_changes() {
+  auto* changes = app_.add_option_group("Changes", "At least one of");
+  changes->require_option(1, 0);
+  return &changes_.emplace_back(*changes);
+}
 
 Menu::Group Menu::group(const char* name, const char* description) {
   CLI::App* added = app_.add_subcommand(name, description);

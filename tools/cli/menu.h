@@ -1,5 +1,6 @@
 // The commands that stand in groups: `mercato product new`. A file for each group says what its commands are called,
-// what they take and what they do. Used by the main thread while it sets up the command line.
+// what they take and what they do. The header of the option parser, which takes seconds to compile, is menu.cpp's and
+// main.cpp's own. Used by the main thread while it sets up the command line.
 //
 //   struct Hiding { std::int32_t product_id = 0; };
 //   int hide(const Hiding& given, const OutputOptions& output);
@@ -8,15 +9,70 @@
 //   command.add_option("ID", given.product_id, "The product's id")->required();
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <deque>
 #include <functional>
+#include <list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tools/cli/commands.h"
 
+namespace CLI {
+class App;
+class Option;
+class Validator;
+}  // namespace CLI
+
 namespace mercato::cli {
+
+// An option or an argument of a command. Each call returns the option itself.
+class Option {
+ public:
+  explicit Option(CLI::Option& option) : option_(option) {}
+  Option* required();
+  // Several have to be passed in the order in which they were added.
+  Option* check(const CLI::Validator& validator);
+  Option* between(int least, int most);
+  // How help texts call its value, and what they say in place of the name and the value's name.
+  Option* type_name(const char* name);
+  Option* option_text(const char* text);
+  // Only one of the two may be given.
+  Option* excludes(Option* other);
+  // Help texts say what it is when it is not given.
+  Option* capture_default_str();
+
+ private:
+  CLI::Option& option_;
+};
+
+// One command, or a group of its options. A name without dashes is an argument's.
+class Command {
+ public:
+  explicit Command(CLI::App& app) : app_(app) {}
+  Option* add_option(const char* name, std::string& given, const char* description);
+  Option* add_option(const char* name, std::optional<std::string>& given, const char* description);
+  Option* add_option(const char* name, std::vector<std::string>& given, const char* description);
+  Option* add_option(const char* name, std::int32_t& given, const char* description);
+  Option* add_option(const char* name, std::vector<std::int32_t>& given, const char* description);
+  Option* add_option(const char* name, double& given, const char* description);
+  Option* add_flag(const char* name, bool& given, const char* description);
+  // `chosen` gets the one of the choices that was given, in any case.
+  Option* add_choice(const char* name, const std::vector<std::string>& choices,
+                     std::function<void(const std::string&)> chosen, const char* description);
+  // Options of which one has to be given, or more.
+  Command* add_changes();
+
+ private:
+  Option* keep(CLI::Option* option) { return &options_.emplace_back(*option); }
+
+  CLI::App& app_;
+  std::deque<Option> options_;
+  std::list<Command> changes_;
+};
 
 class Menu {
  public:
@@ -30,7 +86,7 @@ class Menu {
 
   template <class Options>
   struct Added {
-    CLI::App& command;
+    Command& command;
     Options& given;  // what the command line gives; owned by the command
   };
 
@@ -40,9 +96,9 @@ class Menu {
     Added<Options> add(const char* name, const char* description, const char* examples,
                        int (*body)(const Options&, const OutputOptions&)) {
       const auto given = std::make_shared<Options>();
-      CLI::App& command = menu_.add(app_, name, description, examples,
-                                    [given, body](const OutputOptions& output) { return body(*given, output); });
-      return {command, *given};
+      CLI::App& app = menu_.add(app_, name, description, examples,
+                                [given, body](const OutputOptions& output) { return body(*given, output); });
+      return {menu_.commands_.emplace_back(app), *given};
     }
 
    private:
@@ -64,10 +120,11 @@ class Menu {
   CLI::App& app_;
   std::function<void(CLI::App&)> common_;
   Body& chosen_;
+  std::list<Command> commands_;
 };
 
-// The groups, each in the file of its name, and what it needs in a namespace of that name: the files are compiled
-// together, since each for itself would spend its time on the parser's header.
+// The groups, each in the file of its name, and what it needs in a namespace of that name, since files are compiled
+// together where a build starts from nothing.
 void add_product_commands(Menu& menu);
 void add_price_commands(Menu& menu);
 void add_prices_commands(Menu& menu);

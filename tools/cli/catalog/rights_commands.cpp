@@ -278,7 +278,7 @@ int explain(const Question& given, const OutputOptions& output) {
   return kDone;
 }
 
-void add_holder(CLI::App& command, Holder& holder) {
+void add_holder(Command& command, Holder& holder) {
   command.add_option("USER", holder.id, "The user's id, or the profile's with --profile")
       ->required()
       ->check(is_no_blank());

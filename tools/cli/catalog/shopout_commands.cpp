@@ -233,22 +233,20 @@ int untie(const Place& given, const OutputOptions& output) {
   return answer(output, json, counted(present, "partner") + " untied from " + named(given) + ".");
 }
 
-void add_node(CLI::App& command, std::int32_t& node) {
-  command.add_option("NODE", node, "The folder's node id")->required()->check(CLI::Range(1, kGreatestId));
+void add_node(Command& command, std::int32_t& node) {
+  command.add_option("NODE", node, "The folder's node id")->required()->between(1, kGreatestId);
 }
 
-void add_place(CLI::App& command, Place& place) {
-  command.add_option("CATALOG", place.catalog, "The catalogue's id")->required()->check(CLI::Range(1, kGreatestId));
+void add_place(Command& command, Place& place) {
+  command.add_option("CATALOG", place.catalog, "The catalogue's id")->required()->between(1, kGreatestId);
   command.add_option("--node", place.node, "The id of one of its nodes; else the catalogue as a whole")
       ->type_name("N")
-      ->check(CLI::Range(1, kGreatestId));
+      ->between(1, kGreatestId);
 }
 
-void add_partners(CLI::App& command, Partners& given) {
+void add_partners(Command& command, Partners& given) {
   add_place(command, given.place);
-  command.add_option("PARTNERS", given.partners, "The ids of the partners")
-      ->required()
-      ->check(CLI::Range(1, kGreatestId));
+  command.add_option("PARTNERS", given.partners, "The ids of the partners")->required()->between(1, kGreatestId);
 }
 
 }  // namespace shopout_commands

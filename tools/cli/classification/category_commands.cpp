@@ -118,10 +118,9 @@ void add_category_commands(Menu& menu) {
                                             "  mercato category set 1 --unspsc 1010\n",
                                             update);
     command.add_option("CATEGORY", given.category, kWhich)->required();
-    auto* changes = command.add_option_group("Changes", "At least one of");
+    Command* changes = command.add_changes();
     changes->add_option("--name", given.name, "The new name")->type_name("NAME");
     changes->add_option("--unspsc", given.code, "The new code; an empty text clears it")->type_name("CODE");
-    changes->require_option(1, 0);
   }
   {
     const auto [command, given] =

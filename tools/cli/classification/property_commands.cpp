@@ -187,17 +187,16 @@ int delete_group(const Named& given, const OutputOptions& output) {
 
 // An option that sets `type` to the data type that it names.
 template <class Type>
-void add_type(CLI::App& command, Type& type, const char* description) {
+void add_type(Command& command, Type& type, const char* description) {
   command
-      .add_option_function<std::string>(
-          "--type",
+      .add_choice(
+          "--type", {kTypeNames.begin(), kTypeNames.end()},
           [&type](const std::string& name) {
             const auto* found = std::find(kTypeNames.begin(), kTypeNames.end(), name);
             type = static_cast<std::int16_t>(found - kTypeNames.begin() + 1);
           },
           description)
-      ->type_name("text|number|enum|date")
-      ->transform(CLI::IsMember(std::vector<std::string>(kTypeNames.begin(), kTypeNames.end()), CLI::ignore_case));
+      ->type_name("text|number|enum|date");
 }
 
 constexpr const char* kWhichProperty = "The property's id, or its name when only one has it";
@@ -224,11 +223,10 @@ void add_properties(Menu& menu) {
                                             "Another type than enum takes the property's choices away.\n",
                                             update_property);
     command.add_option("PROPERTY", given.property, kWhichProperty)->required();
-    auto* changes = command.add_option_group("Changes", "At least one of");
+    Command* changes = command.add_changes();
     changes->add_option("--name", given.name, "The new name")->type_name("NAME");
     add_type(*changes, given.type, "The new type");
     changes->add_option("--default", given.default_value, "The new default")->type_name("VALUE");
-    changes->require_option(1, 0);
   }
   {
     const auto [command, given] = group.add("delete", "Delete a property and its places in groups",

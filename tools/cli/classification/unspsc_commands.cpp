@@ -270,7 +270,7 @@ void add_unspsc_commands(Menu& menu) {
     command.add_option("CODE", given.code, "The code; pairs of zeros at its end may be left out");
     command.add_option("--depth", given.depth, "How many levels below it")
         ->type_name("N")
-        ->check(CLI::Range(1, 10))
+        ->between(1, 10)
         ->capture_default_str();
   }
 }

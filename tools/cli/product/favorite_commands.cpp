@@ -116,7 +116,7 @@ int list_favorites(const std::string& user, std::optional<std::int32_t> folder, 
 void add_favorite_commands(Menu& menu) {
   using namespace favorite_commands;
   Menu::Group group = menu.group("favorite", "Add, remove and list favourites of users");
-  const auto add_common = [](CLI::App& command, std::string& user, std::int32_t& product_id) {
+  const auto add_common = [](Command& command, std::string& user, std::int32_t& product_id) {
     command.add_option("USER", user, "The user's id")->required()->check(is_no_blank());
     command.add_option("PRODUCT", product_id, "The product's id")->required()->check(is_whole_number());
   };

@@ -227,11 +227,11 @@ int set_properties(const ProductPairs& given, const OutputOptions& output) {
                 counted(inserted, "value") + " added, " + counted(updated, "value") + " changed.");
 }
 
-CLI::Option* add_pairs(CLI::App& command, std::vector<std::string>& pairs, const char* description, const char* form) {
+Option* add_pairs(Command& command, std::vector<std::string>& pairs, const char* description, const char* form) {
   return command.add_option("PAIRS", pairs, description)->option_text(form)->check(is_pair());
 }
 
-void add_id(CLI::App& command, std::int32_t& id) {
+void add_id(Command& command, std::int32_t& id) {
   command.add_option("ID", id, "The product's id, as `find` prints it")->required()->check(is_whole_number());
 }
 
