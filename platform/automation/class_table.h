@@ -84,7 +84,7 @@ struct InterfaceType<Variant> {
 template <class T>
 struct InterfaceType<std::shared_ptr<T>> {
   static constexpr std::string_view name = T::kClassName;
-  // Nothing stands for no object.
+  // Nothing is a null pointer.
   static std::shared_ptr<T> from(const Variant& value) {
     if (value.is_missing() || value.is_empty() || (value.is_object() && !value.object_value())) return nullptr;
     return value.to<T>();
@@ -116,7 +116,7 @@ class ClassTable {
   }
   // Of the method declared last.
   ClassTable& deprecated(std::string instead);
-  // The plain name of the result's or an argument's class, where the C++ type is a general one.
+  // Names the class of the result or of an argument, where the C++ type only says that it is an object.
   ClassTable& returns(std::string_view type);
   ClassTable& takes(std::string_view argument, std::string_view type);
 
@@ -137,7 +137,7 @@ class ClassTable {
     return *this;
   }
 
-  // The two operations that reference checkers call.
+  // Adds the two operations that reference checkers call.
   template <class T, class Result>
   ClassTable& implements_referential_integrity(Result (T::*before_delete)(const Variant&, const Array&, const Array&),
                                                Result (T::*exists)(const Variant&, const Array&, const Array&)) {
@@ -147,14 +147,14 @@ class ClassTable {
     interface_methods_.push_back(describe("IReferentialIntegrity_Exists", exists, arguments));
     return *this;
   }
-  // A component beside the library: its statements are not the library's own.
+  // Says that the class is a component beside the library, whose statements are not the library's own.
   ClassTable& collaborator() {
     collaborator_ = true;
     return *this;
   }
-  // Its methods wait for nothing but the store: no network, no slow file, no person. A run then keeps its statements
-  // together across calls of it; before calls of any other component it commits them. The library's own classes need
-  // not say so.
+  // Says that its methods wait for nothing but the store: no network, no slow file, no person. An upload run then keeps
+  // its transaction open across calls of the class; before a call of any other component it commits. The library's own
+  // classes need not say so.
   ClassTable& never_waits() {
     may_wait_ = false;
     return *this;
@@ -162,7 +162,7 @@ class ClassTable {
 
   const std::string& prog_id() const { return prog_id_; }
   const std::string& class_id() const { return class_id_; }
-  // The class's name: what stands behind the full stop of the ProgID.
+  // The class's name: the part of the ProgID behind the full stop.
   std::string_view class_name() const;
   // "_Product"
   std::string default_interface() const { return "_" + std::string(class_name()); }
@@ -227,7 +227,7 @@ class ClassTable {
       else
         result = Variant((self.*function)(std::get<Index>(converted)...));
     } catch (...) {
-      write_back();  // what a failing method did to its arguments is seen by the caller too
+      write_back();  // the caller sees what a failing method did to its arguments, too
       throw;
     }
     write_back();

@@ -1,5 +1,5 @@
-// A component: an object that knows its class table, so that late-bound clients can call it by name, and the context
-// that the transaction server gave it. One call at a time.
+// A component: an object that knows its class table, by which late-bound clients call it, and the context that the
+// transaction server gave it. One call at a time.
 #pragma once
 
 #include <memory>

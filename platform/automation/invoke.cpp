@@ -19,7 +19,7 @@ void complete(std::vector<Variant>& arguments, const ClassTable& table, const Me
   for (std::size_t position = 0; position < arguments.size(); ++position) {
     if (!arguments[position].is_missing()) continue;
     const ArgumentInfo& argument = method.arguments[position];
-    // Where any value is taken, a caller may hand Missing on.
+    // A parameter that takes any value takes Missing, too: a caller may hand on its own optional argument.
     if (position < given && !argument.optional && argument.type == InterfaceType<Variant>::name) continue;
     if (!argument.optional)
       raise(error_number::kArgumentNotOptional, {}, label + ": argument " + argument.name + " is not optional");

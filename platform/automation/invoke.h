@@ -10,19 +10,19 @@
 
 namespace mercato {
 
-// Calls a method by its name in any case, under the target's context. `arguments` is completed with the defaults of
-// what was left out, and holds after the call, failed or not, what became of the arguments by reference. Raises 438 for
-// an unknown method, 450 for too many arguments, 449 for one that is missing and has no default, what conversions of
-// arguments raise, what the method raises, and 7 when there is no memory for the call.
+// Calls a method by its name in any case, under the target's context. Arguments that were left out are added to
+// `arguments` with their defaults. After the call, failed or not, it holds what became of the arguments by reference.
+// Raises 438 for an unknown method, 450 for too many arguments, 449 for one that is missing and has no default, what
+// conversions of arguments raise, what the method raises, and 7 when there is no memory for the call.
 Variant invoke(const ComponentPtr& target, std::string_view method, std::vector<Variant>& arguments);
-// The same for arguments whose updates nobody wants.
+// The same, for a caller that does not want the updated arguments.
 Variant invoke(const ComponentPtr& target, std::string_view method, std::initializer_list<Variant> arguments);
 
 // Watches this thread's late-bound calls.
 class CallObserver {
  public:
   virtual ~CallObserver() = default;
-  // Before the call. True: the call is answered with `result`, the method is not run. May raise in the method's place.
+  // Comes before the call. True: `result` is the answer, and the method is not run. May raise in the method's place.
   virtual bool on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments,
                        Variant& result) = 0;
 };

@@ -8,7 +8,7 @@
 
 namespace mercato {
 
-// Makes a class known, in place of one with the same ProgID. The table must outlive its registration.
+// Makes a class known. It takes the place of a class with the same ProgID. The table must outlive its registration.
 void register_class(const ClassTable& table);
 // Forgets it; does nothing when another class has taken its ProgID.
 void unregister_class(const ClassTable& table);

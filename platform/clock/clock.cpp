@@ -13,7 +13,7 @@ constexpr double kSecondsOfDay = 86400.0;
 
 struct Script {
   std::mutex guard;
-  std::atomic<bool> running{false};  // read without the guard, so that the host's time costs no lock
+  std::atomic<bool> running{false};  // read without a lock, so that the host's time costs none
   double start = 0;                  // seconds since the zero date
   double step = 0;
   double readings = 0;
@@ -36,7 +36,7 @@ CivilTime read() {
   Script& scripted = script();
   if (!scripted.running.load(std::memory_order_acquire)) return host_time();
   const std::lock_guard lock(scripted.guard);
-  // Multiplied, not summed, and cut a little above the fraction, so that ten steps of 0.1 are one second.
+  // Steps are multiplied and not summed, and a little is added before the cut, so that ten steps of 0.1 are one second.
   constexpr double kBelowAnyFraction = 1e-4;
   const double seconds = std::floor(scripted.start + scripted.step * scripted.readings + kBelowAnyFraction);
   scripted.readings += 1;

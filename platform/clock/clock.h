@@ -11,8 +11,7 @@ namespace mercato::clock {
 // Date and time, without fractions of a second.
 Date now();
 
-// Time of day in whole seconds since midnight, 0 to 86399. It wraps at midnight. A reading of its own of the same
-// clock.
+// Time of day in whole seconds since midnight, 0 to 86399; it wraps at midnight. The call is a reading of its own.
 std::int32_t seconds_of_day();
 
 // From here on every reading, of either kind and by any thread, answers the scripted time, and then moves it on by

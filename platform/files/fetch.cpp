@@ -28,7 +28,7 @@ std::optional<std::string> part(const Url& url, CURLUPart which, unsigned flags 
   return std::string(text);
 }
 
-// What of the URL may stand in a log: without whatever could be a secret.
+// The URL as a log may show it: without any part that could be a secret.
 std::string shown(const Url& url) {
   const Url plain(curl_url_dup(url.get()));
   for (const auto secret :
@@ -44,7 +44,7 @@ struct Body {
   bool too_large = false;
 };
 
-// Called by the transfer, through which no exception may pass. Any other answer than `length` ends it.
+// curl calls it. No exception may pass through curl; any other answer than `length` ends the transfer.
 std::size_t append(const char* data, std::size_t, std::size_t length, void* target) noexcept {
   auto& body = *static_cast<Body*>(target);
   if (length > body.max_bytes - body.bytes.size()) {
@@ -81,7 +81,7 @@ std::string transfer(const std::string& url, const FetchLimits& limits) {
   set(CURLOPT_MAXREDIRS, static_cast<long>(limits.max_redirects));
   set(CURLOPT_TIMEOUT, static_cast<long>(limits.timeout_seconds));
   set(CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(body.max_bytes));  // when the server announces more
-  set(CURLOPT_NOSIGNAL, 1L);  // a signal handler would be the whole process's
+  set(CURLOPT_NOSIGNAL, 1L);  // a signal handler would serve the whole process
   set(CURLOPT_USERAGENT, "mercato");
   set(CURLOPT_WRITEFUNCTION, &append);
   set(CURLOPT_WRITEDATA, &body);
@@ -125,7 +125,7 @@ FetchResult fetch(const std::string& url, const FetchLimits& limits) {
       raise(error_number::kPathFileAccess, {}, "only http, https and file are fetched");
     }
     result.ok = true;
-  } catch (const std::exception& failure) {  // out of memory included
+  } catch (const std::exception& failure) {  // also one without memory
     result.body.clear();
     result.error = "Cannot fetch " + name + ": " + failure.what() + ".";
   }

@@ -12,7 +12,7 @@ namespace mercato::files {
 struct FetchLimits {
   std::size_t max_bytes = kDefaultMaxBytes;
   std::size_t max_received = std::size_t{256}
-                             << 20;  // of a server, which may send without an end; counts if it is less
+                             << 20;  // from a server, which could send without end; the lower of the two counts
   int timeout_seconds = 60;          // of the whole transfer, redirects included
   int max_redirects = 5;
 };
@@ -24,9 +24,9 @@ struct FetchResult {
       error;  // one sentence with the URL (less its user name, password and query) and the reason; empty when ok
 };
 
-// Never raises: whatever goes wrong stands in the result. Not ok are also: an answer other than 2xx (the status stands
-// in the text), more bytes, time or redirects than the limits allow, and a redirect to anything but http and https.
-// Of a file URL only an absolute path of this host is read.
+// Never raises: the result tells what went wrong. It is also not ok after an answer other than 2xx (the error names the
+// status), after more bytes, time or redirects than the limits allow, and after a redirect to anything but http and
+// https. A file URL has to name an absolute path of this host.
 FetchResult fetch(const std::string& url, const FetchLimits& limits = {});
 
 }  // namespace mercato::files

@@ -52,7 +52,7 @@ class Appending {
     return ::fstat(descriptor_, &mine) == 0 && ::stat(path_.c_str(), &there) == 0 && mine.st_ino == there.st_ino &&
            mine.st_dev == there.st_dev;
   }
-  // Of what is no plain file nothing can be turned over: its size is 0.
+  // 0 for what is no plain file: it is never turned over.
   std::size_t size() const {
     struct stat mine {};
     return ::fstat(descriptor_, &mine) == 0 && S_ISREG(mine.st_mode) ? static_cast<std::size_t>(mine.st_size) : 0;
@@ -85,7 +85,7 @@ std::string older_name(const fs::path& path, int number) {
 
 bool turn_over(const TurningFile& file) {
   for (int number = file.older; number > 1; --number)
-    ::rename(older_name(file.path, number - 1).c_str(), older_name(file.path, number).c_str());  // those that are there
+    ::rename(older_name(file.path, number - 1).c_str(), older_name(file.path, number).c_str());  // if it exists
   return ::rename(file.path.c_str(), older_name(file.path, 1).c_str()) == 0;
 }
 

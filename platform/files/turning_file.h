@@ -1,6 +1,6 @@
-// A file to which several processes append records, and which turns over: before a record that would make it larger
-// than it may be, NAME.log becomes NAME.1.log, that one NAME.2.log, and so on; the oldest goes. Nothing is kept between
-// two records, so that a file that somebody else turned over, moved or deleted is missed by nobody. Any thread.
+// A file to which several processes append records, and which turns over: before a record that would make it too large,
+// NAME.log becomes NAME.1.log, that one NAME.2.log, and so on; the oldest is dropped. Each record opens the file anew,
+// so anybody may turn it over, move or delete it in between. Any thread.
 #pragma once
 
 #include <cstddef>
@@ -15,8 +15,8 @@ struct TurningFile {
   int older;            // how many files stay beside it
 };
 
-// Appends the record whole, and answers whether it could. A missing folder is created. Never raises, and never waits
-// longer than a tenth of a second: while somebody stands still with the file locked, records go on into it.
+// Appends the whole record, and answers whether it could. A missing folder is created. Never raises, and never waits
+// longer than a tenth of a second: when somebody holds the lock longer, the record is written without it.
 bool append_record(const TurningFile& file, std::string_view record) noexcept;
 
 }  // namespace mercato::files

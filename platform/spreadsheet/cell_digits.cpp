@@ -26,7 +26,7 @@ DecimalDigits decimal_digits_of(double number) {
 }
 
 RoundedDigits rounded(const DecimalDigits& number, int decimals) {
-  // All digits as one whole number, shifted so that its last one is the last number.
+  // All digits as one whole number, shifted so that its last digit is the last decimal.
   const int kept = number.point + decimals;
   std::string all;
   if (kept >= 0) {

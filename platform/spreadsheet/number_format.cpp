@@ -57,7 +57,7 @@ bool NumberFormat::Condition::holds_for(double number) const {
 }
 
 const NumberFormat::Section* NumberFormat::section_for(double number, bool& shows_sign) const {
-  // The last of four is for texts.
+  // The fourth section is for texts.
   const std::size_t count = std::min<std::size_t>(sections_.size(), 3);
   shows_sign = true;
   if (std::any_of(sections_.begin(), sections_.end(), [](const Section& section) { return section.condition; })) {
@@ -156,7 +156,7 @@ class NumberFormat::NumberText {
     scientific_ = place == Place::exponent;
   }
 
-  // To the digits for which there are placeholders.
+  // Rounds to as many digits as there are placeholders for.
   void round(double number) {
     DecimalDigits decimal = decimal_digits_of(number);
     if (!decimal.digits.empty()) decimal.point += 2 * section_.percents - 3 * section_.thousands_off;
@@ -167,7 +167,7 @@ class NumberFormat::NumberText {
     round_scientific(decimal, 0);
     if (fixed_.whole.size() > power_step()) round_scientific(decimal, 1);  // rounded up into one more digit
   }
-  // The power is a multiple of the placeholders before the point.
+  // The power is a multiple of the number of placeholders before the point.
   std::size_t power_step() const { return std::max<std::size_t>(placeholders(Place::whole), 1); }
   void round_scientific(const DecimalDigits& decimal, int shift) {
     const int first = decimal.digits.empty() ? 0 : decimal.point - 1 + shift;
@@ -220,7 +220,7 @@ class NumberFormat::NumberText {
     put_or_fill(placeholder, whole_left_ <= fixed_.whole.size(), [this] { put_whole(whole_left_, whole_left_ - 1); });
     --whole_left_;
   }
-  // Where there is no digit that counts, a 0 stands for one all the same, and a ? is as wide as one.
+  // Without a digit that counts, 0 shows a zero, ? a blank as wide as a digit, and # nothing.
   template <class Put>
   void put_or_fill(char placeholder, bool counts, Put put) {
     if (counts || placeholder == '0')

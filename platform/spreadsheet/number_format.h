@@ -15,7 +15,7 @@
 
 namespace mercato::spreadsheet {
 
-// From which day a workbook counts.
+// The day from which a workbook counts dates.
 enum class DateSystem { from_1900, from_1904 };
 
 class NumberFormat {
@@ -23,7 +23,7 @@ class NumberFormat {
   NumberFormat() = default;  // General
   // A code of more than kLongest bytes is General: no program writes one.
   explicit NumberFormat(std::string_view code);
-  // The formats that have a number and no code. General for an unknown one.
+  // A format that workbooks name by a number and without a code. General for an unknown number.
   static NumberFormat built_in(int id);
 
   std::string text_of(double number, DateSystem dates) const;

@@ -65,11 +65,11 @@ class NumberFormat::Reader {
       } else if (next == '\\' || next == '!') {
         rest_.remove_prefix(1);
         add_literal(section, take_characters(1));
-      } else if (next == '_') {  // as wide as the next character
+      } else if (next == '_') {  // a blank as wide as the next character
         rest_.remove_prefix(1);
         take_characters(1);
         add_literal(section, " ");
-      } else if (next == '*') {  // as often as the column is wide
+      } else if (next == '*') {  // repeats the next character to fill the column: not shown
         rest_.remove_prefix(1);
         take_characters(1);
       } else if (next == '[') {
@@ -99,7 +99,7 @@ class NumberFormat::Reader {
         section.has_text = true;
         section.tokens.push_back({Kind::text, {}});
       } else if (!letters(section)) {
-        // A / between placeholders of digits makes a fraction; between those of dates it is a literal.
+        // A / behind a placeholder of digits makes a fraction; behind one of a date it is a literal.
         if (next == '/' && !section.tokens.empty() && section.tokens.back().kind == Kind::digit)
           section.is_fraction = true;
         add_literal(section, rest_.substr(0, character_size(rest_)));
@@ -127,7 +127,7 @@ class NumberFormat::Reader {
     }
   }
 
-  // Between placeholders they group, behind the last one they scale, elsewhere they are commas.
+  // Between placeholders commas group the digits, behind the last one they scale, elsewhere they are text.
   void commas(Section& section, bool behind_point) {
     const std::size_t count = std::min(rest_.find_first_not_of(','), rest_.size());
     rest_.remove_prefix(count);
@@ -172,7 +172,7 @@ class NumberFormat::Reader {
     } else if (inside[0] == '<' || inside[0] == '>' || inside[0] == '=') {
       section.condition = condition(inside);
     }
-    // Anything else is a colour, or a way to write digits.
+    // Anything else is a colour or a script of digits, and is passed over.
   }
 
   static std::optional<Condition> condition(std::string_view text) {

@@ -21,7 +21,7 @@ struct Day {
   unsigned weekday;  // 0 is Sunday
 };
 
-// The first system counts a 29 February 1900 that never was, so days before it are off by one.
+// The date system from 1900 counts a 29 February 1900, which never was, so that days before it are off by one.
 Day day_of(long long serial) {
   const auto weekday = static_cast<unsigned>((serial + 6) % 7);
   if (serial == 0) return {1900, 1, 0, weekday};
@@ -43,7 +43,7 @@ class NumberFormat::DateText {
       if (token.kind == Kind::subsecond) subsecond_digits_ = std::max(subsecond_digits_, token.count);
       if (token.kind == Kind::half_day) has_halves_ = true;
     }
-    // Rounded once, to the smallest part that is shown, so that no field shows 60.
+    // The moment is rounded once, to the smallest part that is shown, so that no part shows 60.
     constexpr long long kSecondsOfDay = 86400;
     const double unit = std::pow(10.0, static_cast<double>(subsecond_digits_));
     const auto ticks = std::llround(serial * kSecondsOfDay * unit);

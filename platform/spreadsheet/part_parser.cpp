@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kPiece = std::size_t{64} << 10;
 
-// The two editions of the markup, and that of relationships.
+// Namespaces of the two editions of the markup, and of relationships.
 constexpr std::array<std::string_view, 3> kNamespaces = {
     "http://schemas.openxmlformats.org/spreadsheetml/2006/main",
     "http://purl.oclc.org/ooxml/spreadsheetml/main",
@@ -49,7 +49,7 @@ PartParser::PartParser(PartStream stream, std::string part_name, PartHandler& ha
   callbacks.serror = on_error;
   context_.reset(xmlCreatePushParserCtxt(&callbacks, this, nullptr, 0, nullptr));
   if (!context_) throw std::bad_alloc();
-  // Without the second, a & in an attribute would arrive as a reference. There is no entity that it could expand.
+  // Without XML_PARSE_NOENT a & in an attribute would arrive as a reference. There are no entities to expand.
   xmlCtxtUseOptions(context_.get(), XML_PARSE_NONET | XML_PARSE_NOENT);
 }
 

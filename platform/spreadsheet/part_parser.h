@@ -40,7 +40,7 @@ class PartHandler {
   // Each may throw: what it throws comes out of PartParser::advance.
   virtual void open(const Element& element) = 0;
   virtual void close(std::string_view name) = 0;
-  // In as many pieces as it comes.
+  // A text may come in several pieces.
   virtual void text(std::string_view piece) { static_cast<void>(piece); }
 };
 
@@ -69,7 +69,7 @@ class PartParser {
   static void on_error(void* self, _xmlError* error);
 
   bool is_own(const unsigned char* uri);
-  // Exceptions must not pass through the C library: they wait here.
+  // No exception may pass through the C library, so they are kept here until it has returned.
   template <class Work>
   void guarded(Work work);
 

@@ -21,7 +21,7 @@ int number_of(std::string_view text) {
   return number;
 }
 
-// Elements only: what most parts are read for.
+// A handler of elements alone, for parts whose text does not matter.
 class Elements : public PartHandler {
  public:
   explicit Elements(std::function<void(const Element&)> visit) : visit_(std::move(visit)) {}
@@ -45,7 +45,7 @@ void visit_elements(const Package& package, const std::string& part, Elements& e
 std::string_view last_step(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 std::string_view folder_of(std::string_view path) { return path.substr(0, path.rfind('/') + 1); }
 
-// What a relationship of a part in this folder leads to, as the name of a part. Nothing leads out of the archive.
+// The part that a relationship of a part in this folder leads to. Nothing leads out of the archive.
 std::string resolve(std::string_view folder, std::string_view target) {
   const auto refuse = [&] { throw Unreadable("it leads to \"" + std::string(target) + "\", which is no part of it"); };
   if (target.find_first_of("\\:") != std::string_view::npos || target.find('\0') != std::string_view::npos) refuse();
@@ -163,7 +163,7 @@ class SharedTexts::Handler : public PartHandler {
   SharedTexts& texts_;
   const Limits& limits_;
   std::string text_;
-  int phonetic_ = 0;  // readings that are written above a text are no part of it
+  int phonetic_ = 0;  // depth in readings, which are written above a text and are no part of it
   bool takes_text_ = false;
 };
 

@@ -13,7 +13,7 @@ std::optional<std::int32_t> whole_number(std::string_view text) {
   return number;
 }
 
-// The column of a reference such as "AB12"; 0 when it has none, more than any sheet has when it has too many letters.
+// The column of a reference such as "AB12". 0 when it has none; with too many letters, more than any sheet has.
 std::int32_t column_of(std::string_view reference) {
   std::int32_t column = 0;
   for (const char letter : reference) {
@@ -55,7 +55,7 @@ std::string unescaped(std::string_view text) {
     const std::string_view digits = text.substr(at + 2, 4);
     const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), code, 16);
     const bool is_escape = digits.size() == 4 && result.ptr == digits.data() + 4 && text.substr(at + 6, 1) == "_";
-    // Halves of a pair stay as they are written: alone they are no characters.
+    // One half of a surrogate pair is no character and stays as it is written.
     if (!is_escape || (code >= 0xD800 && code < 0xE000)) {
       at += 2;
       continue;

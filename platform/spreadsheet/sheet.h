@@ -21,7 +21,7 @@ struct RawCell {
   CellKind kind = CellKind::number;
   std::uint32_t style = 0;
   bool has_formula = false;
-  std::string value;  // of a shared text its number
+  std::string value;  // a shared text is named by its number
 };
 
 struct RawRow {
@@ -48,12 +48,12 @@ class SheetReader : private PartHandler {
   void open_cell(const Element& element);
   [[noreturn]] void fail(const std::string& reason) const;
 
-  // Where the parser stands. Elements of the sheet that are none of these are passed over.
+  // The element that the parser is in. Other elements of the sheet are passed over.
   bool in_rows_ = false;
   bool in_row_ = false;
   bool in_cell_ = false;
   bool in_inline_text_ = false;
-  int phonetic_ = 0;  // readings that are written above a text are no part of it
+  int phonetic_ = 0;  // depth in readings, which are written above a text and are no part of it
   bool takes_text_ = false;
 
   RawRow row_;

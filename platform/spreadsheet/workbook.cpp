@@ -43,7 +43,7 @@ struct Workbook::State {
     while (const auto row = sheet.next()) take_in(*row);
   }
 
-  // Widens the area by the row's cells, and looks at what they refer to.
+  // Widens the area by the row's cells, and checks what they refer to.
   void take_in(const RawRow& row) {
     for (const RawCell& cell : row.cells) {
       if (!has_content(cell)) continue;
@@ -113,7 +113,7 @@ bool Workbook::open(std::string_view file) {
   std::string reason;
   try {
     const std::string path = files::host_path(file);
-    // Where the name ends for the host is where it has to end for us.
+    // For the host a name ends at a NUL, so it has to end there for us.
     if (path.find('\0') != std::string::npos) throw Unreadable("its name has a NUL");
     state_ = std::make_unique<State>(path, limits_);
     return true;

@@ -31,7 +31,7 @@ class Activity {
   void join(ObjectContext& context) { participants_.push_back(&context); }
   void leave(ObjectContext& context) { std::erase(participants_, &context); }
 
-  // The transaction of a call; begun when there is none yet.
+  // The transaction of a call. Begins one when there is none yet.
   store::UnitOfWork& unit() {
     if (!unit_) unit_ = std::make_unique<store::UnitOfWork>(store::UnitOfWork::Kind::transaction);
     return *unit_;
@@ -42,7 +42,7 @@ class Activity {
     if (unit_) unit_->release_unused();
   }
 
-  // Ends the transaction as the votes say; the votes are then spent, also those of objects that are gone.
+  // Ends the transaction as the votes say. The votes are used up then, also those of objects that no longer exist.
   Outcome end() {
     const bool aborted = abort_of_the_gone_ ||
                          std::any_of(participants_.begin(), participants_.end(), [](const ObjectContext* participant) {
@@ -79,7 +79,7 @@ ObjectContext::~ObjectContext() {
   try {
     release();
   } catch (...) {
-    // The store has rolled back; nobody is left to hear of it.
+    // The store has rolled back. Nobody is left to be told.
   }
   activity_->remember_vote_of(*this);
   activity_->leave(*this);
@@ -96,7 +96,7 @@ void ObjectContext::vote(Vote vote) {
 
 ComponentPtr ObjectContext::CreateInstance(std::string_view iProgId) {
   const ClassTable& table = class_of(iProgId);
-  // Without a transaction to join, a class that requires one begins its own.
+  // A class that requires a transaction begins its own when there is none to join.
   const bool begins = !activity_ && table.attribute() == TransactionAttribute::required;
   return raising_out_of_memory([&] {
     auto object = table.create();
@@ -129,7 +129,7 @@ struct ContextCall::State {
 
 ContextCall::ContextCall(std::shared_ptr<ObjectContext> context) : context_(std::move(context)) {
   if (!context_) return;
-  // Without a transaction of its own the object works wherever its caller does.
+  // An object without a transaction of its own works in whatever its caller works in.
   raising_out_of_memory([this] {
     store::UnitOfWork* unit = context_->activity_ ? &context_->activity_->unit() : nullptr;
     state_ = std::make_unique<State>(context_.get(), unit);
@@ -145,7 +145,7 @@ void ContextCall::leave() {
   if (!context.activity_) {
     context.outcome_of_last_call_ = Outcome::none;
   } else if (context.owns_transaction_ && context.vote_of_last_call_ != Vote::none) {
-    context.outcome_of_last_call_ = Outcome::rolledback;  // what it is when the commit fails
+    context.outcome_of_last_call_ = Outcome::rolledback;  // stands when the commit fails
     context.outcome_of_last_call_ = context.activity_->end();
   } else {
     context.outcome_of_last_call_ = Outcome::open;
@@ -162,7 +162,7 @@ ContextCall::~ContextCall() {
   try {
     finish();
   } catch (...) {
-    // The call's own failure travels on; the store has rolled back.
+    // The call's own failure is what its caller gets; the store has rolled back.
   }
 }
 

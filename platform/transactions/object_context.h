@@ -34,9 +34,9 @@ class ObjectContext : public std::enable_shared_from_this<ObjectContext> {
 
   // Creates a component inside this context. Raises 429 when nobody answers to the ProgID.
   ComponentPtr CreateInstance(std::string_view iProgId);
-  // This object's work may commit.
+  // Votes that the transaction may commit.
   void SetComplete() { vote(Vote::commit); }
-  // The transaction must roll back.
+  // Votes that the transaction rolls back.
   void SetAbort() { vote(Vote::abort); }
   // The web application's object for "Application"; raises 5 when there is none, or for another name.
   ObjectPtr Item(std::string_view iName);
@@ -68,7 +68,7 @@ ObjectContext* GetObjectContext();
 class ContextCall {
  public:
   explicit ContextCall(std::shared_ptr<ObjectContext> context);
-  // The call failed, or was not finished: the vote counts all the same, a failing commit is swallowed.
+  // Of a call that failed or was not finished the vote counts all the same; a failing commit is swallowed.
   ~ContextCall();
   ContextCall(const ContextCall&) = delete;
   ContextCall& operator=(const ContextCall&) = delete;

@@ -159,7 +159,7 @@ bool Document::load_text(std::string_view text) {
 }
 
 bool Document::load(std::string_view file_or_url) {
-  tree_ = std::make_shared<Tree>();  // before the new one is read, so that the two never stand side by side
+  tree_ = std::make_shared<Tree>();  // first, so that the old document and the new one are never in memory together
   const std::string what = "\"" + std::string(file_or_url) + "\"";
   if (is_url(file_or_url)) {
     files::FetchLimits fetch_limits;

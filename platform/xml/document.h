@@ -4,10 +4,10 @@
 // or has loaded something else, and a removed node stays readable as long as anything holds it.
 //
 // What is read: well-formed XML 1.x in UTF-8, or from files and URLs also in UTF-16 and UTF-32 with a byte order mark
-// and in any encoding that ICU knows by declaration. Nothing outside the document is ever loaded: no DTD, no external
-// entity. A DOCTYPE is accepted. Of its internal subset only the internal entities are read, and put in their places
-// within bounds; a reference to any other entity makes a document not loadable. Namespaces are not resolved: a name is
-// what is written, prefix included. White space alone between tags is no node.
+// and in any encoding that they declare and ICU knows. Nothing outside the document is ever loaded: no DTD, no external
+// entity. A DOCTYPE is accepted. Of its internal subset only the internal entities are read; their texts replace the
+// references to them, within bounds. A document that refers to any other entity is not loaded. Namespaces are not
+// resolved: a name is what is written, prefix included. White space alone between tags is no node.
 #pragma once
 
 #include <cstddef>
@@ -170,11 +170,11 @@ class Document {
 
   // XPath 1.0, from the document element. Raises 0x80004005 with the expression and the reason when it is malformed or
   // does not give nodes.
-  // "//NAME[@ATTRIBUTE = 'VALUE']", spelled just so, costs constant time however large the document (the first such
-  // call for a NAME and ATTRIBUTE walks the document once), also after removals. As VALUE is put into the expression as
-  // it stands, one with an apostrophe makes it malformed. "//NAME" is answered from the latest walk when nothing of
-  // that name was removed since. All other expressions are evaluated in full; the first one after a removal costs a
-  // copy of what is left of the document.
+  // "//NAME[@ATTRIBUTE = 'VALUE']", spelled just so, costs constant time however large the document is, also after
+  // removals; the first such call for a NAME and ATTRIBUTE walks the document once. VALUE stands in the expression as
+  // it is, so an apostrophe in it makes the expression malformed. "//NAME" is answered from the latest walk when
+  // nothing of that name was removed since. All other expressions are evaluated in full; the first one
+  // after a removal costs a copy of what is left of the document.
   NodeList select(std::string_view xpath) const;
   // The first of the selection in document order, a null node when it is empty. Failures as select.
   Node select_first(std::string_view xpath) const;

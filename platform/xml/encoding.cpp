@@ -16,14 +16,14 @@ struct Mark {
   std::string_view bytes;
   const char* converter;  // nullptr: as it is
 };
-// The longer ones first, as one begins like another.
+// The longer ones first: the mark of UTF-32LE begins with that of UTF-16LE.
 constexpr std::array kMarks = {
     Mark{{"\xFF\xFE\0\0", 4}, "UTF-32LE"}, Mark{{"\0\0\xFE\xFF", 4}, "UTF-32BE"}, Mark{"\xEF\xBB\xBF", nullptr},
     Mark{"\xFF\xFE", "UTF-16LE"},          Mark{"\xFE\xFF", "UTF-16BE"},
 };
 
 constexpr std::string_view kDeclaration = "<?xml";
-// The same in all encodings of the EBCDIC family, which also agree on the letters of a declaration.
+// "<?xml" is the same in all encodings of the EBCDIC family, and so are the other letters of a declaration.
 constexpr std::string_view kEbcdicDeclaration = "\x4C\x6F\xA7\x94\x93";
 constexpr const char* kAnyEbcdic = "ibm-37";
 
@@ -35,12 +35,12 @@ constexpr std::array kWideBeginnings = {
     Mark{{"\0\0\0<\0\0\0?", 8}, "UTF-32BE"},
 };
 
-// What is text as it stands: the judge of the document sees whether it is.
+// Such bytes are taken as they are; whether they are UTF-8 is judged with the document.
 bool is_utf8(std::string_view declared) {
   return declared.empty() || declared == "utf-8" || declared == "utf8" || declared == "us-ascii";
 }
 
-// ICU's own name, empty for one that it does not list: for such it would look for a file.
+// ICU's own name of the encoding. Empty for one that ICU does not list: opening it would make ICU look for a file.
 std::string_view known_name(const std::string& declared) {
   UErrorCode status = U_ZERO_ERROR;
   const char* name = ucnv_getAlias(declared.c_str(), 0, &status);
@@ -123,7 +123,7 @@ std::string to_utf8(std::string& bytes, std::size_t max_bytes) {
   // "UTF-16" and "UTF-32" leave the order of the bytes to the beginning.
   if (wide != kWideBeginnings.end() && std::string_view(wide->converter).starts_with(name)) from = wide->converter;
   if (std::string fault = convert(bytes, from, max_bytes); !fault.empty()) return fault;
-  // The declaration was found in the bytes as they are, so another beginning means that it does not tell the truth.
+  // Before the conversion the bytes began with a declaration. When they no longer do, the declared encoding is wrong.
   return bytes.starts_with(kDeclaration) ? std::string() : "it is not in the encoding " + shown + " that it declares";
 }
 

@@ -12,7 +12,7 @@ struct Unexpandable {
   std::string reason;
 };
 
-// What stands around a text while it is judged by itself.
+// An entity's text is judged between these.
 constexpr std::string_view kContentBegin = "<x>", kContentEnd = "</x>";
 constexpr std::string_view kValueBegin = "<x y=\"", kValueEnd = "\"/>";
 
@@ -75,7 +75,7 @@ class Expander {
 std::string expand_entities(std::string& text, const Judgement& judgement, std::size_t max_depth) {
   constexpr std::size_t kAlways = 8'000'000, kTimes = 10;
   Expander expander(judgement.entities, max_depth, std::max(kAlways, kTimes * text.size()));
-  // One by one first, so that a fault has its place.
+  // Each entity is judged by itself first, so that the place of a fault is known.
   for (const Reference& reference : judgement.references) {
     const std::string name = text.substr(reference.begin + 1, reference.end - reference.begin - 2);
     try {

@@ -1,5 +1,5 @@
-// Internal entities: the texts that a document's DOCTYPE names, put in the place of the references to them. Bounded, so
-// that a few lines cannot become a flood. Private to this folder. Any thread.
+// Internal entities: texts that a document's DOCTYPE names, and that replace the references to them. The result is
+// bounded, so that a few lines cannot become a flood. Private to this folder. Any thread.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,9 @@
 
 namespace mercato::xml {
 
-// Expands the references of a well-formed document, and those in what they stand for. Answers why it could not, as
-// `Judgement::fault` does, empty when it could; the result is to be judged itself. All expanded texts together may have
-// eight million bytes, or ten times those of the document when that is more.
+// Expands the references of a well-formed document, and those inside the texts of its entities. Returns why it could
+// not, as `Judgement::fault` does, and nothing when it could. The caller has to judge the result again. All expanded
+// texts together may have eight million bytes, or ten times the bytes of the document when that is more.
 std::string expand_entities(std::string& text, const Judgement& judgement, std::size_t max_depth);
 
 }  // namespace mercato::xml

@@ -16,7 +16,7 @@ class Printer {
  public:
   explicit Printer(const Sink& sink) : sink_(sink) {}
 
-  // Walks instead of calling itself: no depth of a document may use up the stack.
+  // A loop and no recursion: a deep document must not use up the stack.
   void print(pugi::xml_node top) {
     pugi::xml_node node = top;
     for (;;) {
@@ -63,7 +63,7 @@ class Printer {
         attributes(node);
         put({"?>"});
         break;
-      default:  // the DOCTYPE; blanks stand in the place of its internal subset
+      default:  // the DOCTYPE; its internal subset is blanks by now
         put({"<!DOCTYPE ", text::trim(node.value()), ">"});
         break;
     }
@@ -103,7 +103,7 @@ class Printer {
   }
 
   void text(std::string_view value) {
-    // White space alone would be taken for indentation, unless it begins with a reference.
+    // A reader takes white space alone for indentation, unless it begins with a reference.
     if (value.find_first_not_of(kWhiteSpace) == std::string_view::npos && !value.empty()) {
       out_ += "&#" + std::to_string(static_cast<int>(value.front())) + ";";
       value.remove_prefix(1);
@@ -115,7 +115,7 @@ class Printer {
   void escape(std::string_view value, std::string_view special) {
     std::size_t plain = 0;
     for (std::size_t i = 0; i < value.size(); ++i) {
-      // Almost every character is above all special ones or a blank; the search is for the rest.
+      // Almost every character is a blank or above all special ones. Only the others are searched for.
       if (value[i] > '>' || value[i] == ' ' || special.find(value[i]) == std::string_view::npos) continue;
       put({value.substr(plain, i - plain), "&"});
       plain = i + 1;

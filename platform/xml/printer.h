@@ -1,5 +1,5 @@
-// A subtree as text that is read back as the same subtree. Private to this folder.
-// Written here because the parser's own output turns carriage returns that were references into line ends and loses
+// Writes a subtree as text that is read back as the same subtree. Private to this folder.
+// The parser's own output does not do that: it turns carriage returns that were references into line ends, and loses
 // text that is white space alone.
 #pragma once
 

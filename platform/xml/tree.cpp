@@ -142,7 +142,7 @@ Tree::KeyIndex& Tree::key_index(std::string_view name, std::string_view attribut
   const auto elements = all(name);
   index.records.reserve(elements->size());
   index.first.reserve(elements->size());
-  // From the last to the first, so that each chain is begun at its end.
+  // From the last element to the first: a chain grows at its front.
   for (auto element = elements->rbegin(); element != elements->rend(); ++element) {
     const auto key = raw_node(element->node).attribute(index.attribute.c_str());
     if (!key) continue;
@@ -162,7 +162,7 @@ void Tree::walk_chain(const Lookup& lookup, const Visit& visit) {
   while (at != KeyIndex::kEnd && visit(index.records[at].node)) at = index.records[at].next;
 }
 
-// Must run while the subtree still stands in its place.
+// Has to run before the subtree is moved.
 void Tree::forget(pugi::xml_node subtree) {
   for (pugi::xml_node node = subtree; node; node = following(node, subtree)) {
     if (node.type() != pugi::node_element) continue;
@@ -177,7 +177,7 @@ void Tree::forget(pugi::xml_node subtree) {
       while (*link != KeyIndex::kEnd && index.records[*link].node != node.internal_object()) {
         link = &index.records[*link].next;
       }
-      // Not in its chain when it was removed before, together with an element above it.
+      // It is not in its chain when it was removed before, together with an element above it.
       if (*link != KeyIndex::kEnd) *link = index.records[*link].next;
     }
   }
@@ -226,11 +226,11 @@ const pugi::xml_document& Tree::copy_without_bin() {
   return *copy_;
 }
 
-// From nodes of the copy to those they were copied from.
+// Replaces nodes of the copy by those that they were copied from.
 void Tree::map_back(Entries& found) const {
   std::unordered_map<void*, pugi::xml_node> originals;
   for (const Entry& entry : found) originals.emplace(entry.node, pugi::xml_node());
-  // Both trees have the same shape, so two walks keep step.
+  // Both trees have the same shape, so both walks come to the same node at the same time.
   pugi::xml_node original = document_;
   for (pugi::xml_node copied = *copy_; copied; copied = following(copied, *copy_)) {
     if (const auto wanted = originals.find(copied.internal_object()); wanted != originals.end())

@@ -29,7 +29,7 @@ class Tree : public std::enable_shared_from_this<Tree> {
 
   pugi::xml_node document_element() const;
   bool is_bin(pugi::xml_node node) const { return bin_ && node == bin_; }
-  // The node that follows in document order among `top` and what is below it, the bin left out; null behind the last.
+  // The next node in document order among `top` and the nodes below it, without the bin; null behind the last.
   pugi::xml_node following(pugi::xml_node node, pugi::xml_node top) const;
 
   NodeList select(std::string_view xpath);
@@ -91,7 +91,7 @@ class Tree : public std::enable_shared_from_this<Tree> {
   std::string buffer_;
   pugi::xml_document document_;
   pugi::xml_node bin_;
-  std::map<std::string, NameIndex, std::less<>> names_;  // of the names that were asked for: a few
+  std::map<std::string, NameIndex, std::less<>> names_;  // only names that were asked for
   std::unique_ptr<pugi::xml_document> copy_;  // for expressions, once there is a bin; dropped at the next removal
 };
 

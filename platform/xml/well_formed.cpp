@@ -11,13 +11,13 @@
 namespace mercato::xml {
 namespace {
 
-// What an ASCII character may be. Bytes above are looked at one character at a time.
+// What an ASCII character may be. Characters beyond ASCII are decoded one by one.
 enum Class : std::uint8_t {
   kNameStart = 1,
   kNameChar = 2,
   kSpace = 4,
-  kPlainText = 8,    // nothing to do for it in text
-  kPlainValue = 16,  // nor in an attribute value
+  kPlainText = 8,    // needs no look in text
+  kPlainValue = 16,  // needs no look in an attribute value
   kLegal = 32,
 };
 
@@ -71,15 +71,14 @@ struct Fault {
 
 [[noreturn]] void fail(const char* at, std::string reason) { throw Fault{at, std::move(reason)}; }
 
-// A name of the document, in a length that suits a sentence.
+// A name of the document, cut to a length that suits a sentence.
 std::string shown(std::string_view name) {
   constexpr std::size_t kLongest = 40;
   const std::string_view cut = text::left(name, kLongest);
   return std::string(cut) + (cut.size() < name.size() ? "..." : "");
 }
 
-// Relies on the NUL behind the last byte of a std::string: NUL is legal nowhere in a document, so every loop ends
-// there.
+// Every loop ends at the NUL behind the last byte of a std::string, because no NUL is legal in a document.
 class Judge {
  public:
   Judge(const std::string& text, std::size_t max_depth, const EntityTexts* known, Judgement& judgement)
@@ -98,7 +97,7 @@ class Judge {
       skip_space();
       if (p_ == end_) break;
       if (*p_ != '<') {
-        if (!is(*p_, kLegal)) wide();  // says what is wrong with the character itself
+        if (!is(*p_, kLegal)) wide();  // its message says what is wrong with the character
         fail(p_, "text stands outside the root element");
       }
       if (at("<?")) {
@@ -149,7 +148,7 @@ class Judge {
     return c;
   }
 
-  // Passes a character that is in none of the classes.
+  // Passes a character that needs a closer look: one beyond ASCII, or an illegal one.
   void wide() {
     if (static_cast<unsigned char>(*p_) < 0x80) fail(p_, "a control character that XML does not allow");
     int length = 0;
@@ -201,7 +200,7 @@ class Judge {
       if (*p_ >= '0' && *p_ <= '9') digit = *p_ - '0';
       if (hexadecimal && lower >= 'a' && lower <= 'f') digit = lower - 'a' + 10;
       if (digit < 0) break;
-      // Beyond the last character there is no need to be exact.
+      // Beyond the last character any number does: it is refused below.
       c = std::min<char32_t>(c * (hexadecimal ? 16 : 10) + static_cast<char32_t>(digit), 0x110000);
     }
     if (p_ == digits || *p_ != ';') fail(begin, "a character reference is incomplete");
@@ -259,7 +258,7 @@ class Judge {
     return {value, static_cast<std::size_t>(p_++ - value)};
   }
 
-  // For an element with more attributes than are compared one by one.
+  // An element with many attributes has them sorted first; those with few are compared one by one.
   void check_many_attributes(const char* tag) {
     if (attributes_.size() < kFewAttributes) return;
     std::sort(attributes_.begin(), attributes_.end());
@@ -298,7 +297,7 @@ class Judge {
       p_ += expected.size();
     } else {
       const std::string_view found = name("a tag");
-      // The same name after all when a character stands behind it that is neither ASCII nor of a name.
+      // It may be the same name all the same, with a character behind it that belongs to no name and is not ASCII.
       if (found != expected) {
         fail(begin, "the end tag </" + shown(found) + "> does not match the start tag <" + shown(expected) + ">");
       }
@@ -447,7 +446,7 @@ class Judge {
       } else if (at("<!ENTITY")) {
         entity_declaration();
       } else if (*p_ == '%' && !is(p_[1], kSpace)) {
-        // What a parameter entity would bring is not read, so what follows it may not be what it says.
+        // Parameter entities are not read. One could bring declarations that count before those that follow it here.
         declares_ = false;
         ++p_;
       } else if (*p_ == '"' || *p_ == '\'') {
@@ -463,7 +462,7 @@ class Judge {
     judgement_.subset_end = position(p_);
   }
 
-  // Keeps an internal entity. Of any other declaration the beginning is passed; what is left is no concern.
+  // Keeps an internal entity. Of any other declaration only the beginning is passed; the caller passes the rest.
   void entity_declaration() {
     p_ += 8;
     if (!skip_space() || *p_ == '%') return;

@@ -1,5 +1,5 @@
-// Judges whether a text is well-formed XML, in one pass and without building anything. The parser behind the tree is
-// fast because it trusts its input; this is what it trusts. Private to this folder. Any thread.
+// Judges whether a text is well-formed XML, in one pass and without building anything. The parser that builds the tree
+// trusts its input, which makes it fast, so the input is judged here first. Private to this folder. Any thread.
 #pragma once
 
 #include <cstddef>

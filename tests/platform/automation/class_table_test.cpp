@@ -270,7 +270,7 @@ TEST_F(Automation, TheLastClassUnderAProgIdAnswersToIt) {
       ClassTable::of<Sample>("TEST.Sample", "{00000000-0000-0000-0000-000000000002}", TransactionAttribute::none);
   register_class(other);
   EXPECT_EQ(registered_class("Test.Sample"), &other);
-  unregister_class(Sample::table());  // no longer its own
+  unregister_class(Sample::table());  // the ProgID belongs to another class by now
   EXPECT_EQ(registered_class("Test.Sample"), &other);
   unregister_class(other);
   EXPECT_EQ(registered_class("Test.Sample"), nullptr);

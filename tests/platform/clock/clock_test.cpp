@@ -97,7 +97,7 @@ TEST(HostClock, TheTimeOfDayIsThatOfTheDate) {
     const CivilTime time = now().civil();
     return (time.hour * 60 + time.minute) * 60 + time.second;
   };
-  // Round midnight the first may be the larger; the readings in between agree with one of the two then.
+  // Around midnight the first may be larger. The readings in between then agree with one of the two.
   const std::int32_t before = of_date();
   const std::int32_t read = seconds_of_day();
   const std::int32_t after = of_date();

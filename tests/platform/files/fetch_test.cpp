@@ -32,7 +32,7 @@ std::string answer(const std::string& path) {
 
 class Fetch : public testing::Test {
  protected:
-  // Expects a failure and answers its reason, the part behind the URL.
+  // Expects a failure. Returns its reason: the text behind the URL.
   std::string reason(const std::string& path, const FetchLimits& limits = {}) {
     const FetchResult result = fetch(server_.url(path), limits);
     EXPECT_FALSE(result.ok);
@@ -85,7 +85,7 @@ TEST_F(Fetch, MoreBytesThanTheLimitAreAFailureWhetherAnnouncedOrNot) {
   EXPECT_EQ(fetch(server_.url("/unsized"), limits).body.size(), 1'000'000u);
 }
 
-// An answer without an end took 2 GB before it was given up.
+// An endless answer took 2 GB before it was given up.
 TEST_F(Fetch, WhatAServerSendsIsBoundedMoreTightlyThanAFile) {
   EXPECT_LE(FetchLimits{}.max_received, std::size_t{256} << 20);
   FetchLimits limits;

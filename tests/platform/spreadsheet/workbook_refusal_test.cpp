@@ -145,7 +145,7 @@ TEST_F(WorkbookRefusal, WhatUnpacksToFarMoreThanTheFileCanHold) {
   const std::string far_more = "its part " + kSheet + " unpacks to far more than the file can hold";
   const std::vector<ArchivePart> bomb = with_rows(std::string(std::size_t{64} << 20, ' '));
   expect_refused(bomb, far_more);
-  // The directory may say what it likes: here that the part is small.
+  // The archive's directory lies: it says that the part is small.
   std::string archive = bytes();
   ASSERT_LT(archive.size(), std::size_t{1} << 20);
   for (std::size_t at = 0; (at = archive.find("PK\x01\x02", at)) != std::string::npos; ++at)

@@ -73,7 +73,7 @@ class Transactions : public StoreTest {
   static Outcome outcome(const ComponentPtr& object) { return object->context()->outcome_of_last_call(); }
   static Vote vote(const ComponentPtr& object) { return object->context()->vote_of_last_call(); }
 
-  // What stands in the store for everybody.
+  // What every other connection sees in the store.
   std::string units() const {
     std::string codes;
     for (const auto& row : rows("SELECT UNITCODE FROM UNIT ORDER BY UNITCODE")) codes += row[0].to_text();
@@ -137,7 +137,7 @@ TEST_F(Transactions, WithoutAVoteTheTransactionGoesOn) {
   EXPECT_EQ(units(), "AB");
 }
 
-// Once each object that had read kept two files open until it was released.
+// Each object that had read used to keep two files open until it was released.
 TEST_F(Transactions, RootsThatHaveOnlyReadHoldNoConnectionBetweenTheirCalls) {
   const auto open_files_of_the_store = [this] {
     std::size_t count = 0;

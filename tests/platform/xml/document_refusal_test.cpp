@@ -1,4 +1,4 @@
-// What is not loadable, and what is although it looks odd; encodings and limits.
+// Documents that are not loaded, odd ones that are, encodings and limits.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -12,7 +12,7 @@ namespace {
 
 using test::TemporaryFolder;
 
-// Why the text is not loadable, less the beginning that all reasons share; empty when it is.
+// Why the text is not loaded, without the beginning that all reasons share. Empty when it is loaded.
 std::string reason(std::string_view text, const Limits& limits = {}) {
   Document document(limits);
   const bool loaded = document.load_text(text);
@@ -218,7 +218,7 @@ TEST(Entities, ABombOfEntitiesIsRefused) {
             "Line 2, column 7: the entity &e29; cannot be expanded: the document would become too large.");
 }
 
-// Many that are each within the bound are not within it together.
+// Each is within the bound, but all together are not.
 TEST(Entities, AllOfThemTogetherAreBounded) {
   const std::string text = "<!DOCTYPE a [<!ENTITY e \"" + std::string(100'000, 'x') + "\">]>\n<a>";
   std::string references;

@@ -55,7 +55,7 @@ TEST(Selecting, AKeyWithAnApostropheMakesTheExpressionMalformed) {
 
 TEST(Selecting, AnApostropheCannotEndTheKeyAndGoOn) {
   const Document document = loaded("<a><P k='1'>x</P><P k='2'>y</P></a>");
-  // Well-formed, but not the plain form: evaluated as what it says.
+  // Well-formed expressions, but not of the plain form: they are evaluated in full.
   EXPECT_EQ(values(document.select("//P[@k = '' or @k = '2']")), (Texts{"y"}));
   EXPECT_EQ(values(document.select("//P[@k = '1'] | //P[@k = '2']")), (Texts{"x", "y"}));
   EXPECT_NE(failure_of([&] { document.select("//P[@k = '1']']"); }).Number, 0);
@@ -129,8 +129,8 @@ TEST(Selecting, NamespaceDeclarationsAreNoKeys) {
   EXPECT_EQ(document.select("//P[@xmlnsx = 'u']").size(), 1u);
 }
 
-// The short way to a record must give what the full evaluation gives. One blank more or less in an expression changes
-// nothing of its meaning and sends it the long way.
+// The quick way to a record must give what the full evaluation gives. One blank more or less does not change what an
+// expression means, but makes it go through the full evaluation.
 class ShortAndLongWay {
  public:
   explicit ShortAndLongWay(std::uint32_t seed) : random_(seed) {}
@@ -219,7 +219,7 @@ TEST(ShortWay, GivesWhatTheFullEvaluationGivesAlsoAfterRemovals) {
   for (int round = 0; round < 60; ++round) {
     const std::string text = ways.document();
     const Document document = loaded(text);
-    // Half of the documents get their first removal before anything was looked up.
+    // In half of the documents nothing is looked up before the first removal.
     if (round % 2 == 0) ways.compare(document);
     for (int removal = 0; removal < 6 && ways.remove_any(document); ++removal) {
       // Several removals between two look-ups, sometimes.
@@ -228,7 +228,7 @@ TEST(ShortWay, GivesWhatTheFullEvaluationGivesAlsoAfterRemovals) {
     ways.compare(document);
     if (testing::Test::HasFailure()) FAIL() << text;
   }
-  EXPECT_GT(ways.found(), 10'000u);  // the comparison was of something
+  EXPECT_GT(ways.found(), 10'000u);  // enough of them found something to compare
 }
 
 }  // namespace

@@ -287,7 +287,7 @@ TEST(Saving, AFailureInTheMiddleLeavesTheOldFileAndNothingElse) {
   for (int i = 0; i < 100'000; ++i) text += "<P>0123456789</P>";
   const Document document = loaded(text + "</a>");
 
-  // A write beyond the limit fails, once it sends no signal.
+  // Without the signal a write beyond the limit fails.
   rlimit before = {};
   ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
   const auto handler = std::signal(SIGXFSZ, SIG_IGN);

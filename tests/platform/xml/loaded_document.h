@@ -1,4 +1,4 @@
-// A document that a test has put together, and the texts in it.
+// Loads a document that a test has written as a text, and reads texts out of it.
 #pragma once
 
 #include <gtest/gtest.h>

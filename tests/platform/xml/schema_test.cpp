@@ -60,7 +60,7 @@ TEST_F(SchemaTest, FirstFaultOfADocumentIsToldAsASentence) {
   EXPECT_EQ(fault("<OTHER/>"), "Element 'OTHER': No matching global declaration available for the validation root.");
   EXPECT_EQ(fault("<LIST xmlns='urn:x'><ITEM>5</ITEM></LIST>"),
             "Element '{urn:x}LIST': No matching global declaration available for the validation root.");
-  // What the document reader reads without namespaces and no reader of namespaces can.
+  // The document reader ignores namespaces and loads these. A reader that knows namespaces cannot.
   EXPECT_EQ(fault("<x:LIST><ITEM>5</ITEM></x:LIST>"), "Namespace prefix x on LIST is not defined.");
   EXPECT_EQ(fault("<LIST x:a='1'><ITEM>5</ITEM></LIST>"),
             "Element 'LIST', attribute 'a': The attribute 'a' is not allowed.");
@@ -111,7 +111,7 @@ TEST_F(SchemaTest, SchemaForATargetNamespaceIsNotLoaded) {
 }
 
 TEST_F(SchemaTest, SchemaMayIncludeThoseBesideIt) {
-  // Each file has a prefix of its own; one has none, and means something else by a name without one.
+  // Each file has a prefix of its own. One has none, so that its names without a prefix mean something else.
   written(
       "<schema xmlns='http://www.w3.org/2001/XMLSchema'><include schemaLocation='numbers.xml'/>"
       "<include schemaLocation='schema.xml'/><simpleType name='Word'><restriction base='string'>"
