@@ -16,7 +16,7 @@ void Collection::Add(Variant item, std::string key) {
   try {
     entries_.push_back({std::move(key), std::move(item)});
   } catch (const std::bad_alloc&) {
-    positions_.erase(position);  // it leads to no entry
+    positions_.erase(position);  // an index without an entry
     throw;
   }
 }

@@ -35,7 +35,7 @@ std::optional<std::int64_t> read_plain_decimal(std::string_view text) {
   if (whole.empty() || whole.find_first_not_of(kDigits) != whole.npos) return std::nullopt;
   if (decimals.find_first_not_of(kDigits) != decimals.npos) return std::nullopt;
 
-  // Counted downwards, since the lowest number is one further from zero than the highest.
+  // Counts downwards: the lowest number is one further from zero than the highest.
   std::int64_t scaled = 0;
   const auto append = [&scaled](int digit) {
     if (__builtin_mul_overflow(scaled, 10, &scaled) || __builtin_sub_overflow(scaled, digit, &scaled))

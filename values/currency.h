@@ -16,8 +16,8 @@ class Currency {
   static constexpr Currency from_scaled(std::int64_t scaled) { return Currency(scaled); }
   // Rounds half to even at four decimals. Raises 6 outside of the range of a 64-bit scaled number.
   static Currency from_double(double amount);
-  // Reads a decimal text exactly ("12.3400"), half to even at four decimals; other forms of a number go through a
-  // double. Raises 13 when the text is no number, 6 when it is too large.
+  // Reads a decimal text such as "12.3400" exactly, half to even at four decimals. Other forms of a number are read
+  // as a double first. Raises 13 when the text is no number, 6 when it is too large.
   static Currency from_text(std::string_view text);
 
   constexpr std::int64_t scaled() const { return scaled_; }

@@ -47,10 +47,10 @@ int full_year(const Word& year) {
   return year.number < 30 ? 2000 + year.number : 1900 + year.number;
 }
 
-// Numbers, names and separators; blanks only separate.
+// A word is a number, a name or a separator. Blanks separate words and are none.
 class Words {
  public:
-  // False for a text with other characters in it, and for one of more words than a date has.
+  // False when the text has other characters, or more words than a date has.
   bool read(std::string_view text) {
     std::size_t position = 0;
     while (position < text.size()) {
@@ -84,7 +84,7 @@ class Words {
   }
 
   std::size_t size() const { return size_; }
-  // One of kind `end` behind the last.
+  // Behind the last word a word of kind `end`.
   const Word& operator[](std::size_t position) const {
     static constexpr Word kEnd;
     return position < size_ ? words_[position] : kEnd;
@@ -252,7 +252,7 @@ class DateText {
   std::string text_;
 };
 
-// The seconds since the zero date; before it the time of day still counts forward.
+// The seconds since the zero date. Before that date, too, the fraction is the time of day and counts forward.
 std::int64_t whole_seconds(double days) {
   const double day = std::trunc(days);
   const double time = std::fabs(days - day);

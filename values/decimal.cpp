@@ -120,7 +120,7 @@ std::strong_ordering Decimal::operator<=>(const Decimal& other) const {
   const int places = count_digits(size()) + exponent_;
   const int other_places = count_digits(other.size()) + other.exponent_;
   if (places != other_places) return digits_ < 0 ? other_places <=> places : places <=> other_places;
-  // As many digits before the point on both sides: filled up to the same exponent both still have at most 38.
+  // Both have as many digits before the point, so that with the same exponent neither has more than 38.
   const int exponent = std::min(exponent_, other.exponent_);
   return digits_ * power_of_ten(exponent_ - exponent) <=> other.digits_ * power_of_ten(other.exponent_ - exponent);
 }

@@ -1,5 +1,5 @@
-// A decimal number, exact: for rules that are told in decimal numbers, where the binary form of a double decides
-// otherwise than a person would. A value type. Any thread.
+// An exact decimal number. It serves rules that people state in decimal numbers: by the binary form of a double such a
+// rule would decide otherwise than a person does. A value type. Any thread.
 #pragma once
 
 #include <compare>
@@ -11,8 +11,8 @@ namespace mercato {
 class Decimal {
  public:
   Decimal() = default;  // 0
-  // The number that was entered: a whole one up to 2^53 as it is, any other as its text form shows it, with at most 15
-  // significant digits. Raises 6 when it is not finite.
+  // The number that somebody entered: a whole number up to 2^53 is taken exactly, any other as its text form shows it,
+  // with at most 15 significant digits. Raises 6 when it is not finite.
   static Decimal of(double number);
   // units / 10^decimals.
   static Decimal of_scaled(std::int64_t units, int decimals) { return {units, -decimals}; }
@@ -47,8 +47,8 @@ class Decimal {
 // as it is. Raises 6 when it is not finite.
 double round_half_to_even(double number, int decimals);
 
-// The shortest text without an exponent that reads back as the same number, such as 0.30000000000000004: how numbers
-// stand in statements. text::number_text is what callers see.
+// The shortest text without an exponent that reads back as the same number, such as 0.30000000000000004. Numbers stand
+// in statements in this form; callers see that of text::number_text.
 std::string plain_decimal_text(double number);
 
 }  // namespace mercato

@@ -8,7 +8,7 @@ namespace mercato {
 namespace {
 
 constexpr std::int32_t kNoSuchKey = 32811;
-constexpr std::size_t kIndexFrom = 9;  // fewer entries are walked
+constexpr std::size_t kIndexFrom = 9;  // with fewer entries a search walks them
 
 std::size_t hash_text(std::string_view text) { return std::hash<std::string_view>{}(text); }
 
@@ -58,7 +58,7 @@ std::uint32_t Dictionary::locate_text(std::string_view key, std::size_t hash) co
 }
 
 void Dictionary::append(Variant key, Variant item, std::size_t hash) {
-  // Room in the index first: nothing may fail between the entry and its place there.
+  // The index gets its room first: once the entry is there, nothing may fail before it is in the index.
   const std::size_t size = entries_.size() + 1;
   const bool indexed = !index_.empty() || size >= kIndexFrom;
   if (indexed && size * 2 > index_.size()) rebuild_index();
@@ -74,7 +74,7 @@ void Dictionary::append(Variant key, Variant item, std::size_t hash) {
 void Dictionary::rebuild_index() {
   std::size_t size = 32;
   while (size < (live_ + 1) * 4) size *= 2;
-  std::vector<std::uint32_t> index(size, kNone);  // positions change once this one has its memory
+  std::vector<std::uint32_t> index(size, kNone);  // nothing changes before this memory is there
   std::erase_if(entries_, [](const Entry& entry) { return entry.removed; });
   index_.swap(index);
   for (std::uint32_t position = 0; position < entries_.size(); ++position) {

@@ -44,10 +44,10 @@ class Dictionary : public Object {
     for (const Entry& entry : entries_)
       if (!entry.removed) visit(entry.key, entry.item);
   }
-  // A dictionary with the keys of this one, in their order, and these items, one for each: for records, whose keys are
-  // worked out once. Raises 9 when the numbers differ.
+  // A dictionary with the keys of this one, in their order, and these items, one for each key. Records use it: their
+  // keys are worked out once. Raises 9 when the numbers differ.
   std::shared_ptr<Dictionary> with_items(std::vector<Variant> items) const;
-  // Room for that many entries, so that a dictionary of known size is built without moving.
+  // Makes room for that many entries, so that adding them moves nothing.
   void reserve(std::size_t count) { entries_.reserve(count); }
 
  private:

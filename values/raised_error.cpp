@@ -49,7 +49,7 @@ constexpr std::array kDescriptions = {
 std::string_view default_description(std::int32_t number) {
   const auto* entry = std::find_if(kDescriptions.begin(), kDescriptions.end(),
                                    [number](const Entry& candidate) { return candidate.number == number; });
-  // A number of somebody's own, raised without a text.
+  // A number that is none of ours, raised without a text.
   return entry == kDescriptions.end() ? "Application-defined or object-defined error" : entry->description;
 }
 

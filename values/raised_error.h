@@ -1,4 +1,4 @@
-// What a failure carries, and the one exception type that carries it.
+// The fields of a failure, and the one exception type that carries them.
 // A value type: copied freely, owned by nobody. Any thread.
 #pragma once
 
@@ -56,7 +56,7 @@ inline constexpr std::int32_t kArgumentNotOptional = 449;
 inline constexpr std::int32_t kWrongNumberOfArguments = 450;
 inline constexpr std::int32_t kDuplicateKey = 457;
 
-// Data access: 0x800A0000 plus the customary number.
+// Data access: 0x800A0000 plus its customary number.
 inline constexpr std::int32_t data_access(std::int32_t number) {
   return static_cast<std::int32_t>(0x800A0000u + static_cast<std::uint32_t>(number));
 }

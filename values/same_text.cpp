@@ -21,8 +21,8 @@ constexpr UChar32 folded_ascii(UChar32 character) {
 
 UChar32 folded_character(UChar32 character) {
   if (character < 0x80) return folded_ascii(character);
-  // The long s is another letter than s for whoever sorts texts, and the iota below a letter is a mark, of which
-  // folding would make a letter.
+  // Folding would make an s of the long s, which sorts as a letter of its own, and a letter of the iota below a letter,
+  // which is a mark.
   constexpr UChar32 kLongS = 0x17F, kIotaSubscript = 0x345;
   return character == kLongS || character == kIotaSubscript ? character : u_foldCase(character, U_FOLD_CASE_DEFAULT);
 }
@@ -47,7 +47,7 @@ const Normalizers& normalizers() {
   return instance;
 }
 
-// What a folded text is: decomposed, each character folded, composed.
+// A folded text by definition: the text is decomposed, each character is folded, and the whole is composed.
 icu::UnicodeString folded_and_composed(const icu::UnicodeString& text) {
   UErrorCode status = U_ZERO_ERROR;
   const icu::UnicodeString characters = normalizers().decomposing->normalize(text, status);
@@ -66,8 +66,8 @@ std::string folded_and_composed(std::string_view text) {
   return result;
 }
 
-// Whether folding the character alone comes to the same as folding the text in which it stands: it joins with none
-// before it, and its fold is the composed form of what its decomposed form folds to.
+// Whether the character may be folded alone, whatever text it stands in: it does not join with the character before it,
+// and its fold is the composed form of what its decomposed form folds to.
 bool folds_alone(UChar32 character) {
   const UChar32 folded = folded_character(character);
   return normalizers().decomposing->hasBoundaryBefore(character) &&
@@ -75,7 +75,7 @@ bool folds_alone(UChar32 character) {
          folded_and_composed(icu::UnicodeString(character)) == icu::UnicodeString(folded);
 }
 
-// The same, found once for a block of characters. Those beyond the blocks are seldom: each is looked at anew.
+// The same, worked out once for a block of characters. Characters beyond the blocks are rare and not remembered.
 bool is_known_to_fold_alone(UChar32 character) {
   constexpr UChar32 kBlockSize = 64, kEnd = 0x30000;
   struct Block {

@@ -1,6 +1,6 @@
-// When two texts are the same for the store, and for whoever compares what it keeps: without regard to case and
-// trailing blanks. A composed letter is the same as its decomposed form. All else counts: accents, and characters that
-// show nothing. Any thread.
+// When two texts are the same for the store, and for whoever compares texts that it keeps. Case, trailing blanks and
+// composition do not count: a composed letter is the same as its decomposed form. All else counts, accents and
+// invisible characters too. Any thread.
 #pragma once
 
 #include <string>

@@ -13,7 +13,7 @@ namespace {
 
 constexpr bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0u) == 0x80u; }
 constexpr bool is_ascii(std::string_view text) {
-  unsigned char bits = 0;  // without a way out the loop takes many bytes at a time
+  unsigned char bits = 0;  // no early exit: the compiler then takes many bytes at a time
   for (char byte : text) bits |= static_cast<unsigned char>(byte);
   return bits < 0x80u;
 }
@@ -77,8 +77,8 @@ std::optional<double> read_hexadecimal(std::string_view digits) {
   return digits.size() <= 4 ? static_cast<std::int16_t>(bits) : static_cast<std::int32_t>(bits);
 }
 
-// Takes brackets, or one sign at either end, and a "$" in front. Whether the number is negative; nothing when there are
-// too many of them.
+// Takes brackets, or one sign at either end, and a "$" in front. Answers whether the number is negative, and nothing
+// when there are two of one kind.
 std::optional<bool> take_sign(std::string_view& text) {
   const bool bracketed = text.size() > 2 && text.front() == '(' && text.back() == ')';
   if (bracketed) {
@@ -126,7 +126,7 @@ bool take_digits(std::string_view& text, std::string& number) {
   return any_digit;
 }
 
-// Adds the exponent that is all of the text to `number`; nothing of an empty text. False when the text is no exponent.
+// Adds the text, which is an exponent or empty, to `number`. False when it is neither.
 bool take_exponent(std::string_view text, std::string& number) {
   if (text.empty()) return true;
   const char letter = ascii_upper(text.front());

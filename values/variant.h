@@ -57,8 +57,8 @@ class Variant {
   };
 
   Variant() = default;
-  // A copy that finds no memory leaves nothing behind. The standard library's own copy does not see to that: a variant
-  // of types like these it takes for one that always has a value, and destroys what was never made.
+  // A copy that finds no memory leaves nothing behind. The standard library's own copy of a variant of such types
+  // assumes that it always has a value, and would destroy one that was never made.
   Variant(const Variant& other)
       : value_(std::visit([]<class T>(const T& held) { return Value(std::in_place_type<T>, held); }, other.value_)) {}
   Variant(Variant&&) noexcept = default;
@@ -81,7 +81,7 @@ class Variant {
   template <class T>
   requires(std::is_base_of_v<Object, T> && !std::is_same_v<T, Object>) Variant(std::shared_ptr<T> object)
       : value_(ObjectPtr(std::move(object))) {}
-  // Everything else, pointers above all, would silently become a Boolean.
+  // Without it anything else, a pointer for instance, would silently become a Boolean.
   template <class T>
   requires(std::is_pointer_v<T> && !std::is_same_v<T, const char*> && !std::is_same_v<T, char*>) Variant(T)
   = delete;
@@ -115,7 +115,7 @@ class Variant {
 
   // Conversions. Empty reads as "", 0, False or the zero date; fractions round half to even.
   std::string to_text() const;
-  // The same, and "" for Null, which adds nothing to a text that it is joined to.
+  // The same, but "" for Null: joined to a text, Null adds nothing.
   std::string text_or_empty() const { return is_null() ? std::string() : to_text(); }
   std::int16_t to_short() const;
   std::int32_t to_long() const;

@@ -29,7 +29,7 @@ TEST(CurrencyFromText, IsExactWithinItsRangeAndRoundsHalfToEven) {
       {"1.00045", "1.0004"},
       {"1.00055", "1.0006"},
       {"1.00045000", "1.0004"},
-      // A double would lose these.
+      // A double has not enough digits for these.
       {"90071992547409.9301", "90071992547409.9301"},
       {"900719925474099.3001", "900719925474099.3001"},
       {"922337203685477.5807", "922337203685477.5807"},

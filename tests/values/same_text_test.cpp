@@ -41,10 +41,10 @@ TEST(SameText, BytesThatAreNoTextStayAsTheyAre) {
   EXPECT_TRUE(same("A\xFF", "a\xFF "));
 }
 
-// Folding a text as a whole is what counts. A mark that composes with nothing makes it take that way.
+// Folding the whole text defines the result. A mark that composes with nothing makes a text take that way.
 constexpr const char* kMark = "x\u0301";
 
-// The quick way, a character alone, has to come to the same end.
+// Folding characters one by one is the quick way. It has to give the same result.
 TEST(SameText, EveryCharacterFoldsAloneAsInALongText) {
   for (char32_t character = 1; character < 0x30400; ++character) {
     if (character >= 0xD800 && character <= 0xDFFF) continue;
@@ -66,7 +66,7 @@ TEST(SameText, RandomTextsFoldInPartsAsTheyFoldAsAWhole) {
     std::string text;
     for (auto left = 1 + below(6); left > 0; --left) append(text, kFirsts[below(std::size(kFirsts))] + below(24));
     if (round % 16 == 0) text.insert(below(text.size() + 1), "\x80");
-    // A text with stray bytes is not composed: the way for it is the quick one, whatever stands in it.
+    // A text with stray bytes is never composed, so there is nothing to compare it with.
     if (is_valid(text)) {
       ASSERT_EQ(folded(text + kMark), folded(text) + kMark) << testing::PrintToString(text);
     }

@@ -64,7 +64,7 @@ TEST(TextCase, IsUnicodes) {
   EXPECT_EQ(to_upper("abc-é-я"), "ABC-É-Я");
   EXPECT_EQ(to_lower("ABC-É-Я"), "abc-é-я");
   EXPECT_EQ(to_upper("i"), "I");
-  // One letter stays one letter, so that no name merges with another.
+  // One letter becomes one letter, so that no two names become one.
   EXPECT_EQ(to_upper("straße ﬁ ΐ"), "STRAßE ﬁ ΐ");
   EXPECT_EQ(to_upper("a\xFFß"), "A\uFFFDß");
 }
