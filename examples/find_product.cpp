@@ -19,7 +19,7 @@ int main(int argument_count, char** arguments) {
     mercato::collaborators::set_settings(settings);
     DllRegisterServer();
 
-    // Each -> is one call under the object's own transaction.
+    // Each -> is one call in the object's own transaction.
     mercato::Root<mercato::Product> product;
     const std::int32_t id = product->GetProductIDFromSupplierPartNum(arguments[2]);
     if (id == -1) {

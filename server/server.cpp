@@ -42,7 +42,7 @@ class TableClassObject final : public ClassObject {
   ComponentPtr CreateInstance() noexcept override {
     try {
       const ComponentPtr object = create_root(table_);
-      // The object's life is watched by an owner that stands beside it.
+      // The object is counted as long as an owner beside it lives.
       struct Hold {
         ComponentPtr object;
         explicit Hold(ComponentPtr held) : object(std::move(held)) { ++holds; }

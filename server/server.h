@@ -1,5 +1,5 @@
 // The four entry points of the shared library, with the C calling convention, and the interfaces that they speak.
-// Results are the customary 32-bit codes: kOk, kFalse for a "no", negative for a failure. No exception leaves them.
+// They return the customary 32-bit codes: kOk, kFalse for a "no", a negative one for a failure. They never throw.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ inline constexpr std::int32_t kClassNotAvailable = static_cast<std::int32_t>(0x8
 inline constexpr std::int32_t kNullPointer = static_cast<std::int32_t>(0x80004003u);
 inline constexpr std::int32_t kOutOfMemoryResult = static_cast<std::int32_t>(0x8007000Eu);
 
-// Makes objects of one class. Counted: whoever received one releases it once.
+// Makes objects of one class. Counted: the receiver releases it once.
 class ClassObject {
  public:
   virtual ~ClassObject() = default;
@@ -39,8 +39,8 @@ extern "C" {
 std::int32_t DllGetClassObject(const char* class_id, mercato::ClassObject** class_object);
 // kOk when no class object, no object made by one and no lock is left, else kFalse.
 std::int32_t DllCanUnloadNow();
-// Makes the ProgIDs of the library, and of the default collaborating components, known to the process's component
-// registry. A component that a host has registered under one of the collaborators' ProgIDs before stays.
+// Registers the ProgIDs of the library, and of the default collaborating components, with the process's component
+// registry. When a host has registered a component of its own under a collaborator's ProgID before, that one stays.
 std::int32_t DllRegisterServer();
 // Forgets them.
 std::int32_t DllUnregisterServer();

@@ -17,7 +17,7 @@
 namespace mercato::test {
 namespace {
 
-// Public members that automation clients have no business with, each with the reason.
+// Public members that automation clients do not need, each with the reason.
 const std::map<std::string, std::string>& members_beside_the_table() {
   static const std::map<std::string, std::string> members = {
       {"table", "is the table"},
@@ -88,7 +88,7 @@ const ClassTable* table_of(const std::string& class_name) {
   return found == tables.end() ? nullptr : *found;
 }
 
-// A property stands in the table once, under its name, and in the header as a reading and a writing function.
+// A property is one entry of the table, under its name, but two functions in the header: one reads, one writes.
 bool writes_property(const ClassTable& table, const std::string& function) {
   if (!function.starts_with("Set")) return false;
   const MethodInfo* property = table.find(function.substr(3));

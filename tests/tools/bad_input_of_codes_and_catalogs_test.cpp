@@ -1,5 +1,5 @@
-// What a user sees of bad input, for the commands that load UNSPSC codes and catalogues and draw them: one line that
-// says what, where and what to do. No number of the engine, no statement and no position in one stands in it.
+// What a user sees after bad input to the commands that load and draw UNSPSC codes and catalogues: one line that says
+// what is wrong, where, and what to do. It shows no number of the engine, no statement and no position in one.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -91,7 +91,7 @@ TEST_F(CatalogCommands, TreeIsDrawnInTheOrderOfItsLevels) {
       "├── 3 Paper (1 product)\n"
       "└── 2 Pens (2 products)\n"
       "4 Tools\n"
-      "└── 5 Pliers\n";  // a category that is left on a folder shows nothing
+      "└── 5 Pliers\n";  // the category of a folder is not shown
   expect_done({"catalog", "tree", "House"}, tree);
   for (const char* locale :
        {"export LC_ALL=C LANG=C.UTF-8", "export LC_ALL= LC_CTYPE=POSIX LANG=C.UTF-8", "unset LC_ALL LC_CTYPE LANG"})
@@ -202,7 +202,7 @@ TEST_F(CatalogCommands, LinesAreDrawnTo64LevelsAndDeeperOnesNameTheirLevel) {
   EXPECT_EQ(lines[60'002], "`-- 60008 beside");
 }
 
-// The tool's own walks went on for as long as they took.
+// No limit ended the tool's own walks.
 TEST_F(CatalogCommands, WalksOfTheToolKeepToTheCallLimit) {
   std::string text = "id,parent,name\nr,,root\n";
   for (int level = 2; level <= 3000; ++level)
@@ -436,7 +436,7 @@ TEST_F(CatalogCommands, TreeOfARealShopIsLoadedDrawnAndCopied) {
 
 // Migrating
 
-// A right that is replaced, and favourites that are moved or lost for every reason there is; one is of the successor.
+// One right is replaced. Favourites are moved, or lost for each possible reason; one is in the successor.
 constexpr const char* kMigrationSeed = R"(
 INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID) VALUES ('eve', 2);
 INSERT INTO FAVORITES (USERID, PRODUCTID, FOLDERID, PRESENT) VALUES ('ann', 1, 0, 1);
@@ -520,7 +520,7 @@ TEST_F(CatalogMigration, ThatWouldNeverEndIsRefused) {
   expect_refused({"catalog", "migrate", "1", "2"}, "refused: the parents of node 7 go in a circle: 7 > 7\n" + rights);
   execute("UPDATE CATALOGNODE SET PARENTNODEID = 0 WHERE NODEID = 7");
   expect_refused({"catalog", "migrate", "1", "2"}, "refused: above node 7 pens a parent is missing, node 0\n" + rights);
-  // No right on that node: it is the favourites that would be asked about for ever.
+  // No right on that node, so that only the walk of the favourites would never end.
   execute("UPDATE CATALOGNODE SET PARENTNODEID = 7 WHERE NODEID = 7; DELETE FROM CATALOGNODEBYUSER WHERE NODEID = 2");
   expect_refused({"catalog", "migrate", "1", "2"},
                  "refused: the parents of node 7 go in a circle: 7 > 7\n"
@@ -588,7 +588,7 @@ TEST_F(KilledMigration, LeavesRightsAndFavouritesAsTheyWereWhereverItDies) {
       store::set_statement_observer(nullptr);
     });
     if (WIFEXITED(status)) {
-      // Dead at any of the two calls' statements, and of the questions around them.
+      // The process dies at each statement of the two calls, and of the questions around them.
       EXPECT_GT(statement, 40u);
       break;
     }

@@ -121,7 +121,7 @@ TEST_F(Tool, ExecuteKeepsAllOfAScriptOrNothing) {
   EXPECT_EQ(run({"execute", "nowhere.sql"}).status, 1);
 }
 
-// A script had no limit.
+// No limit ended a script.
 TEST_F(Tool, EachStatementOfAScriptKeepsToTheCallLimit) {
   write_whole(path("mercato.toml"),
               "[connections]\nMercato = 'Provider=SQLite;Data Source=mercato.db'\n[limits]\ncall_seconds = 1\n");
@@ -135,7 +135,7 @@ TEST_F(Tool, EachStatementOfAScriptKeepsToTheCallLimit) {
       ended.err,
       "mercato: Statement 2, line 2: Timeout expired: the call ran longer than its limit of 1 seconds. Nothing of "
       "the script was kept.\n");
-  // All together take longer.
+  // All statements together take longer than the limit.
   std::string many;
   for (int i = 0; i < 100; ++i) many += million + ";";
   const ToolRun done = run({"execute", "--json", "-"}, many);
@@ -228,7 +228,7 @@ TEST_F(Tool, SaysWhatIsWrongWithACommandLine) {
   EXPECT_EQ(run({"find", "x", "--config", "folder"}).err, "mercato: The settings file 'folder' cannot be read.\n");
   EXPECT_NE(run({"price", "for", "1", "--quantity", "0", "--currency", "EUR"}).err.find("'0' is no number above 0"),
             std::string::npos);
-  // Behind the mark everything is what it says.
+  // Behind -- nothing is an option.
   EXPECT_EQ(run({"find", "--", "-x"}).out.substr(0, 20), "No product has '-x'.");
 }
 
@@ -276,7 +276,7 @@ TEST_F(Tool, UploadsTheSamplesWhole) {
 }
 
 TEST_F(Tool, UploadCountsEveryRecordOnce) {
-  // Doubled, empty, without its key, with a key that no run can find.
+  // Records that stand twice, are empty, have no key, or have a key that no run can find.
   const json report = upload({document(sound_record("A") + sound_record("A") + record("B", "") +
                                        "<Product><PARTNUMBER>lost</PARTNUMBER></Product>" + sound_record("O'NEIL") +
                                        sound_record(" C ") + sound_record("D"))},
@@ -295,8 +295,7 @@ TEST_F(Tool, UploadCountsEveryRecordOnce) {
 }
 
 TEST_F(Tool, UploadGoesOnBehindARecordThatFails) {
-  // B has no description: no product can be saved, and the library's run stops there. A stands twice, on both sides of
-  // it.
+  // B has no description, so that it cannot be saved and the library's run stops there. A stands before and behind it.
   const json report =
       upload({document(sound_record("A", "<COLOUR>red</COLOUR>") + record("B", "<PARTNUMBER>M-B</PARTNUMBER>") +
                        sound_record("A", "<COLOUR>blue</COLOUR>") + sound_record("C"))},
@@ -327,7 +326,7 @@ TEST_F(Tool, UploadGoesOnBehindEveryRecordThatFails) {
 
 // The writes of the last moment are lost with the failure: those records used to count as applied, and were nowhere.
 TEST_F(Tool, UploadStopsWhenTheDiskIsFullAndTheRestCanBeUploadedLater) {
-  constexpr int kRecords = 1500;  // more than the disk has room for, however the store gathers them
+  constexpr int kRecords = 1500;  // more than the disk has room for
   std::string records;
   for (int number = 1; number <= kRecords; ++number)
     records += sound_record("P-" + std::to_string(number), "<COLOUR>c" + std::to_string(number) + "</COLOUR>");

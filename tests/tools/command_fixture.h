@@ -1,5 +1,5 @@
-// Commands of the real program on a store of its own: what they say in words and as JSON, and that a refused one leaves
-// the store as it was.
+// Runs commands of the real program on a store of its own, and looks at what they say in words and as JSON, and that a
+// refused one leaves the store as it was.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -58,7 +58,7 @@ class CommandTest : public testing::Test {
     EXPECT_EQ(done.err, "");
     return json::parse(done.out);
   }
-  // Refused in these words, and nothing is changed.
+  // Expects that the command is refused in these words and changes nothing.
   void expect_refused(const Words& arguments, const std::string& err, int status = 1) {
     const std::string before = whole_store();
     const ToolRun done = run(arguments);

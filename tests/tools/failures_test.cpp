@@ -1,5 +1,5 @@
 // What a user sees when a command fails: one line that says what is wrong, where, and what to do. Every command of the
-// tool has its place in these tables.
+// tool stands in these tables.
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -264,7 +264,7 @@ class Failures : public CommandTest {
     write_file("unknown.toml", "[shop]\nname = \"x\"\n");
     write_file("limit.toml", "[limits]\ncall_seconds = \"soon\"\n");
     write_file("doubled.sql", "INSERT UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('BX', 'again');");
-    // The place was missing, and the library was blamed.
+    // The message named no place and blamed the library.
     write_file("unclosed.sql",
                "INSERT UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('EA', 'each');\n-- kilograms\n"
                "INSERT UNIT (UNITCODE) VALUES('KG);");
@@ -313,7 +313,7 @@ TEST_F(Failures, OfEveryCommandAreInTheTable) {
   }
 }
 
-// The engine's own words stood behind each of these, and of a lock how many milliseconds were waited.
+// The engine's own words stood behind each of these, and behind a lock the milliseconds that were waited.
 TEST_F(Failures, OfAStoreThatIsHeldOrIsNoneOfOursAreToldInWordsOfTheUser) {
   write_file("other.db", std::string(5000, 'x'));
   execute("INSERT INTO UNIT (UNITCODE) VALUES ('EA')");
@@ -370,7 +370,7 @@ TEST_F(Failures, OfAStoreThatIsHeldOrIsNoneOfOursAreToldInWordsOfTheUser) {
   EXPECT_EQ(whole_store(), before);
 }
 
-// A statement of the library's was shown, and the place of a quote in it.
+// The message showed a statement of the library's, and the place of a quote in it.
 TEST_F(Failures, OfALibraryStatementAreShownWithATraceOnly) {
   const ToolRun traced = run({"rights", "explain", "O'Neil", "1", "--trace"});
   EXPECT_NE(traced.err.find(kQuotedUser), std::string::npos) << traced.err;

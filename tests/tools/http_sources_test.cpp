@@ -28,7 +28,7 @@ class HttpSources : public testing::Test {
  protected:
   HttpSources() { EXPECT_EQ(tool_.run({"init"}).status, 0); }
 
-  // Nothing of a document that did not come is written.
+  // A document that does not arrive changes nothing.
   void expect_refused(const std::string& path, const std::string& reason) const {
     const std::string url = server_.url(path);
     for (const char* command : {"preview", "upload"}) {
@@ -74,7 +74,7 @@ TEST_F(HttpSources, ADocumentIsCheckedAndUploadedFromItsUrl) {
   EXPECT_EQ(again.at("updated"), 1);
 }
 
-// An upload used to fetch its document twice, and an update three times; what is judged is what is uploaded.
+// An upload used to fetch its document twice, and an update three times, so that it could judge one and upload another.
 TEST_F(HttpSources, ADocumentIsFetchedOnce) {
   for (const std::vector<std::string>& command : {std::vector<std::string>{"preview"},
                                                   {"upload", "--key", "k"},
@@ -97,7 +97,7 @@ TEST_F(HttpSources, AStatusOtherThanSuccessIsSaidAndNothingIsWritten) {
 
 TEST_F(HttpSources, EndlessRedirectsAreGivenUp) { expect_refused("/round", "the server redirects more than 5 times"); }
 
-// The library's own calls load a document just so.
+// The library's own calls load documents from a web server too.
 TEST_F(HttpSources, ACallTakesAUrlTooAndKeepsItsReasonToItself) {
   const ToolRun read =
       tool_.run({"call", "Mercato.ProductXML", "readBFPartNumbersFromXML", server_.url("/products.xml"), "true"});

@@ -1,5 +1,5 @@
-// Writing commands that are killed at a random moment: the store is in order, and its sums are right. What is one
-// transaction is whole or not there.
+// Writing commands are killed at a random moment. The store is in order then, and its sums are right: of a transaction
+// all is there or nothing.
 #include <chrono>
 #include <filesystem>
 #include <iterator>
@@ -108,8 +108,8 @@ TEST_F(KilledCommands, LeaveAStoreInOrderWithRightSums) {
   EXPECT_EQ(number_of("COMMODITY"), kCodes);
 }
 
-// A store with something of everything that the commands change, which stands there anew for each round; beside it
-// another one, `backup.db`.
+// A store with something of everything that the commands change, made anew for each round; beside it another one,
+// `backup.db`.
 class KilledTransactions : public KilledByChance {
  protected:
   KilledTransactions() {
@@ -212,7 +212,7 @@ TEST_F(KilledTransactions, AreWholeOrNotThere) {
     const std::string left = whole_store();
     if (left == whole.rows) continue;
     EXPECT_EQ(left, before);
-    // Nothing stands in the way of the next one.
+    // The next command is not hindered.
     const ToolRun again = tool_.run_line(command);
     EXPECT_EQ(again.status, 0) << again.err;
     EXPECT_EQ(whole_store(), whole.rows);

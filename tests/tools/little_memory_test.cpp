@@ -20,12 +20,12 @@ class LittleMemory : public testing::Test {
     ASSERT_EQ(tool_.run({"init"}).status, 0);
   }
 
-  // With that many kilobytes of address space.
+  // Runs the tool with that many kilobytes of address space.
   ToolRun run(int kilobytes, const std::vector<std::string>& arguments, const std::string& input = {}) const {
     return tool_.run(arguments, input, "ulimit -v " + std::to_string(kilobytes));
   }
 
-  // The least with which the program does its simplest job; a few kilobytes less are not enough.
+  // The least memory with which the program does its simplest job; a few kilobytes less are not enough.
   int enough_to_start() const {
     int too_little = 1000, enough = 4 << 20;
     while (enough - too_little > 16) {
@@ -65,7 +65,7 @@ TEST_F(LittleMemory, UploadThatFindsNoneIsRefusedWhateverItLacks) {
   }
 }
 
-// The gateway ended with the first line that it had no room for.
+// The gateway ended at the first line that found no memory.
 TEST_F(LittleMemory, GatewayAnswersARequestThatFindsNoneAndServesTheNextOne) {
   const std::string small = R"({"jsonrpc":"2.0","id":1,"method":"create","params":{"progId":"Mercato.Unit"}})";
   std::string ones = "1";

@@ -1,4 +1,4 @@
-// A store that somebody else writes to, and does not let go of while the object lives.
+// Locks a store, as somebody who writes to it, while the object lives.
 #pragma once
 
 #include <sqlite3.h>

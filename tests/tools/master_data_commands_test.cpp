@@ -197,7 +197,7 @@ TEST_F(MasterData, ProductPropertiesAreAddedAndChanged) {
   expect_done({"product", "properties", "1", "4=5"}, "1 value added, 0 values changed.\n");
 }
 
-// One with letters beyond ASCII was found when it was written with the very same characters only.
+// One with letters beyond ASCII was only found when it was written with the very same characters.
 TEST_F(MasterData, NameOfAPropertyIsTheSameInAnyCaseAndComposition) {
   execute("INSERT INTO PROPERTY (PROPERTYNAME, DATATYPE) VALUES ('Höhe', 1)");
   expect_done({"product", "properties", "1", "HÖHE=5"}, "1 value added, 0 values changed.\n");
@@ -359,7 +359,7 @@ TEST_F(MasterData, PriceOfADayWithoutALineIsNotZero) {
                   {"PRICETAXPERCENTAGE", 0},
                   {"FREIGHTCOST", 0},
                   {"reasons", {"no price line holds for product 1, quantity 9, on 12/31/2025."}}}));
-  // A price of nothing is one.
+  // A price of 0 is a price.
   EXPECT_EQ(answer({"price", "for", "1", "--quantity", "9", "--currency", "EUR"}).at("PRICE").at("value"), "0.0000");
 }
 
@@ -518,7 +518,7 @@ TEST_F(MasterData, WrongUsageIsToldBeforeTheStoreIsAsked) {
     EXPECT_EQ(run(command).status, 2) << command[0] << ' ' << command[1];
 }
 
-// In this order each example finds what it needs.
+// The examples run in an order in which each finds what it needs.
 const std::pair<const char*, Words> kGroups[] = {
     {"product", {"new", "set", "show", "disable", "enable", "check", "properties", "delete"}},
     {"price", {"set", "list", "for"}},

@@ -69,7 +69,7 @@ class ToolPriceUpload : public StoreTest {
 };
 
 TEST_F(ToolPriceUpload, RunsAgainOnWhatTheTimeForOneRunHasLeftAndLeavesWhatHasNoProduct) {
-  clock::script_clock(Date::from_civil({2026, 7, 1, 8, 0, 0}), 80);  // at each reading: two part numbers in a run
+  clock::script_clock(Date::from_civil({2026, 7, 1, 8, 0, 0}), 80);  // a run has time for two part numbers
   Recorder recorder;
   const UploadReport report =
       upload(line("A", "1") + line("X", "1") + line("B", "1") + line("A", "2") + line("Y", "1") + line("X", "2"));

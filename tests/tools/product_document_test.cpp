@@ -16,7 +16,7 @@ namespace {
 
 using cli::UploadReport;
 
-// The store is gone at a statement with this text, once.
+// Once, at a statement with this text, the store fails as if it were gone.
 class LostStore : public store::StatementObserver {
  public:
   explicit LostStore(std::string text) : text_(std::move(text)), previous_(store::set_statement_observer(this)) {}
@@ -97,8 +97,7 @@ TEST_F(ToolUpload, RunsAgainOnWhatTheTimeForOneRunHasLeftUntilNothingIs) {
 
 TEST_F(ToolUpload, CountsEveryRecordOnceOverSeveralRuns) {
   let_readings_take(45);
-  // One that fails, one that is refused, one without a key: every place that a record can end in, and two runs at the
-  // end of their time.
+  // One record fails, one is refused, one has no key: each place where a record can end. Two runs end with their time.
   const UploadReport report =
       upload(record("P-1") + "<Product buyfrompartnumber=\"BAD\"><PARTNUMBER>M</PARTNUMBER></Product>" +
              "<Product><PARTNUMBER>lost</PARTNUMBER></Product>" + record("P-2", "<LOTSIZE>ten</LOTSIZE>") +

@@ -87,7 +87,7 @@ TEST(LineReader, PassesOverALineThatIsTooLongAndGoesOnBehindIt) {
   EXPECT_EQ(lines.next(line), LineReader::Read::end);
 }
 
-// An endless line is produced as it is read, so the test itself needs no memory for it.
+// The endless line is made while it is read, so that the test itself needs no memory for it.
 class EndlessLine : public std::streambuf {
  public:
   EndlessLine(std::size_t length, std::string rest) : left_(length), rest_(std::move(rest)), block_(1 << 16, 'x') {}

@@ -193,13 +193,13 @@ TEST_F(RightsCommands, ThatTheLibraryCannotTellAreNotExplained) {
   expect_refused({"rights", "explain", "ann", "4"},
                  "refused: the parents of node 4 go in a circle: 4 > 4\n"
                  "mercato: the library would ask until its time is up.\n");
-  // A restriction ends the walk before the circle does.
+  // The walk meets a restriction before it has gone round the circle.
   execute("INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID, LEVEL, VIEWONLY) VALUES ('ann', 2, 4, 1, 1)");
   EXPECT_EQ(answer({"rights", "explain", "ann", "4"}).at("viewOnly"), true);
 }
 
-// The walk and the class, on any trees: with circles, missing parents, nodes of other catalogues above, nodes without a
-// catalogue, entries that stand twice or say neither.
+// Compares the walk with the class on random trees: with circles, missing parents, nodes of other catalogues above,
+// nodes without a catalogue, and entries that stand twice or say neither.
 
 class AnyExplanation : public StoreTest {
  protected:
@@ -263,7 +263,7 @@ TEST_F(AnyExplanation, SaysWhatTheClassSays) {
         return true;
       });
       if (walk.endless) {
-        // Each costs the call's time.
+        // Each question takes as long as the call limit.
         if (++circles > 8) continue;
         const store::CallLimit limit(0.1);
         EXPECT_EQ(answer_of([&] { return catalog_->IsViewOnlyCatalogNodeEx("u", node); }).failure,
@@ -294,7 +294,7 @@ TEST_F(AnyExplanation, SaysWhatTheClassSays) {
       ++seen[authorized.failure != 0 ? "unanswered" : authorized.is_true ? "sees" : "does not see"];
     }
   }
-  // The trees were worth asking.
+  // The trees gave answers of all kinds.
   for (const char* kind : {"view only", "order", "neither", "sees", "does not see", "unanswered", "null"})
     EXPECT_GT(seen[kind], 30) << kind;
   EXPECT_GT(circles, 8);

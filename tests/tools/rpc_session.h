@@ -1,4 +1,4 @@
-// A living `mercato rpc` in another process, asked one question at a time.
+// Talks to a `mercato rpc` in another process, one question at a time.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@ namespace mercato::test {
 
 class RpcSession {
  public:
-  // The command of a shell that ends in the gateway.
+  // The command is a shell's, and has to end in the gateway.
   explicit RpcSession(std::string command) {
     int ends[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) throw std::runtime_error("no socket");
@@ -31,7 +31,7 @@ class RpcSession {
     socket_ = ends[0];
     if (refused != 0) throw std::runtime_error("no shell");
   }
-  // The end of its input ends the gateway, in peace.
+  // The gateway ends at the end of its input, with status 0.
   ~RpcSession() {
     ::close(socket_);
     int status = -1;

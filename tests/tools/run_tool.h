@@ -18,7 +18,7 @@ struct ToolRun {
   std::string err;
 };
 
-// What the shell does first so that no file of the tool can grow beyond so many blocks, as on a full disk.
+// A command of the shell that keeps files of the tool below so many blocks, as a full disk does.
 inline std::string full_disk_after(int blocks) { return "trap '' XFSZ; ulimit -f " + std::to_string(blocks); }
 
 // What the shell does first so that the tool gets no more than so many kilobytes of address space. Nothing under a

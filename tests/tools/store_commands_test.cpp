@@ -69,7 +69,7 @@ TEST_F(StoreCommands, AFileThatIsThereIsNoPlaceForABackup) {
   expect_refused({"store", "restore", "kept.db"}, "mercato: 'kept.db' is no store of this program.\n");
 }
 
-// Several at once fell over each other's tables, and under a umask of 002 the whole group could write the store.
+// Of several at once one failed at another's tables, and under a umask of 002 the whole group could write the store.
 TEST(StoreCreation, BySeveralAtOnceIsDoneByOneAndFoundDoneByTheOthers) {
   const ToolFolder tool;
   const ToolRun all =

@@ -268,7 +268,7 @@ class GatewayOffice : public Office {
     return Remote(*this, "ProductXML").call("insertProductsFromXML", source, is_url, parts, false).at("args").at(2);
   }
 
-  // The result. A failure of the library travels as one here.
+  // The result. A failure of the library is raised again here.
   json ask(const std::string& method, const json& params) {
     const json answer = session_.answer(method, params);
     if (const auto result = answer.find("result"); result != answer.end()) {

@@ -41,7 +41,7 @@ class OfficeFolder {
   std::string path(const std::string& name) const { return tool_.folder() / name; }
   std::string store() const { return "Provider=SQLite;Data Source=" + path("mercato.db"); }
   std::string rpc() const { return tool_.command({"rpc", "--scripted", "--trace"}); }
-  // What an upload left over, below that name.
+  // What an upload left, in the remaining file of that name.
   std::string remaining(const std::string& name) const { return path("web/XMLDownload/remaining_" + name + ".xml"); }
 
  private:
@@ -52,7 +52,7 @@ class Office {
  public:
   virtual ~Office() = default;
 
-  // What no call writes or tells is written into the store, or read from it.
+  // For what no call writes or tells: statements on the store itself.
   virtual void write(const std::string& statement) = 0;
   virtual std::int32_t count(const std::string& rows) = 0;  // "PRODUCT WHERE DISABLED = 1"
 

@@ -103,7 +103,7 @@ constexpr const char* kRecycledPrices = R"(<ProductPrices>
     <PriceEffectiveDate>7/1/2026</PriceEffectiveDate><PriceExpiryDate>12/31/2027</PriceExpiryDate></ProductPrice>
 </ProductPrices>)";
 
-// Rights on nodes come from outside of the library.
+// No call of the library writes rights on nodes.
 std::string right_on_node(const std::string& user, int node, const std::string& parent, int level, bool view_only) {
   return "INSERT INTO CATALOGNODEBYUSER (USERID, ISPROFILE, CATALOGID, NODEID, PARENTNODEID, LEVEL, VIEWONLY) VALUES "
          "('" +
@@ -152,7 +152,7 @@ struct Story {
   void codes_are_loaded() {
     office.write("INSERT INTO COMMODITY (COMMODITYCODE, DESCRIPTION) VALUES ('10202000', 'Pencils of old')");
 
-    // Seven digits; there already; in use as a commodity, though new as a code; nothing above it.
+    // In turn: it has seven digits; it exists; it is a commodity already, though a new code; nothing stands above it.
     const std::map<std::string, int> refused = {{"1010300", 1}, {"10100000", 2}, {"10202000", 3}, {"40101000", 4}};
     EXPECT_EQ(office.load_codes(kCodes, false), refused);
     EXPECT_EQ(office.outcome(), "open") << "an upload has no vote; what it wrote stands when its object goes";
@@ -170,7 +170,7 @@ struct Story {
     EXPECT_EQ(office.count("UNSPSCCODES"), 10);
     EXPECT_EQ(office.count("COMMODITY"), 10);
 
-    // Who buys a commodity is entered elsewhere.
+    // No call of the library enters who buys a commodity.
     office.write("UPDATE COMMODITY SET USERID = 'boris' WHERE COMMODITYCODE = '10102000'");
   }
 

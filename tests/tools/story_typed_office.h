@@ -201,7 +201,7 @@ class TypedOffice : public Office {
   }
 
  private:
-  // One call. When it has ended, however it did, what it left is noted.
+  // Makes one call, and notes what it left, also when it failed.
   struct Noted {
     TypedOffice& office;
     const ObjectContext& context;

@@ -1,4 +1,4 @@
-// What the program shows on a terminal, and that nothing of it goes anywhere else.
+// What the program shows on a terminal, and nowhere else.
 #include "tools/cli/terminal/terminal.h"
 
 #include <gtest/gtest.h>
@@ -106,7 +106,7 @@ TEST_F(OnATerminal, ProgressIsWrittenOverItselfAndWipedAtTheEnd) {
   const std::string report = shown.substr(std::min(progress.size(), shown.size()));
   EXPECT_EQ(report.substr(0, report.find("\r\n")), "read           45  records of the document");
   EXPECT_EQ(report.find(" of 45"), std::string::npos);
-  // It belongs to standard error: what is piped on has none of it.
+  // Progress goes to standard error, so that a pipe gets none of it.
   EXPECT_EQ(shown_by_shell(tool_.command({"upload", "--json", "records.xml"}) + " >piped"), progress);
   EXPECT_EQ(file("piped").find_first_of("\x1b\r"), std::string::npos);
 }

@@ -146,8 +146,8 @@ TEST_F(UnspscCommands, StoreThatCannotBeWrittenIsToldAtOnceAndInOneLine) {
   EXPECT_EQ(rows("SELECT * FROM UNSPSCCODES"), "0 rows\n");
 }
 
-// What an upload passes over may be a store that fails in its midst: then nothing of the file is kept, and no code is
-// said to exist.
+// An upload passes over codes that it cannot write. When the store itself fails in the midst of it, nothing of the file
+// is kept, and no code is said to exist.
 TEST_F(UnspscCommands, StoreThatFailsInTheMidstOfAFileIsToldAndKeepsNothingOfIt) {
   write_codes(kToys);
   run({"execute", "-"}, "DROP TABLE COMMODITY");

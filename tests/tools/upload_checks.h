@@ -1,4 +1,4 @@
-// What the tests of both upload commands look at.
+// Checks that the tests of both upload commands share.
 #pragma once
 
 #include <gtest/gtest.h>

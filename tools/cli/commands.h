@@ -13,7 +13,7 @@ struct OutputOptions {
   bool trace = false;
 };
 
-// init.cpp
+// init_command.cpp
 int init(const OutputOptions& output);
 
 // gateway_commands.cpp
@@ -23,7 +23,7 @@ int call_once(const std::string& prog_id, const std::string& method, const std::
               bool trace);
 int describe_classes(const std::string& prog_id);
 
-// preview.cpp
+// preview_command.cpp
 struct PreviewOptions {
   std::string document;
   bool update_only = false;  // only the records whose product exists
@@ -31,7 +31,7 @@ struct PreviewOptions {
 };
 int preview(const PreviewOptions& options, const OutputOptions& output);
 
-// upload.cpp
+// upload_command.cpp
 struct UploadOptions {
   std::string document;
   bool write_on_errors = false;
@@ -40,11 +40,11 @@ struct UploadOptions {
 };
 int upload(const UploadOptions& options, const OutputOptions& output);
 
-// find.cpp
+// find_command.cpp
 int find(const std::string& term, std::int32_t most, const OutputOptions& output);
 int show(std::int32_t product_id, const OutputOptions& output);
 
-// execute.cpp: a file's name, or "-" for standard input
+// execute_command.cpp: a file's name, or "-" for standard input
 int execute(const std::string& script, const OutputOptions& output);
 
 }  // namespace mercato::cli

@@ -24,23 +24,23 @@ inline constexpr int kFailed = 1;      // the library or the store refused, or w
 inline constexpr int kUsage = 2;       // the command line, or the settings file, is wrong
 inline constexpr int kDoneInPart = 3;  // some of the document, or of the tree, is bad, was refused, or is left
 
-// Puts the settings in force: the file named, else `mercato.toml` when nothing at all is named and there is one; a
-// connection string of the command line wins. Raises what reading the file raises.
+// Puts the settings in force: those of the file that is named, else those of `mercato.toml` when neither file nor store
+// is named and it exists. A connection string of the command line wins. Raises what reading the file raises.
 void apply_settings(const StoreOptions& options);
 
 // The connection string in force.
 std::string connection_string();
 
-// What lives as long as one call may take, by the settings in force: for a walk that a command takes itself. Calls of
-// the library within it are parts of that one.
+// Limits what runs while it lives as the settings limit one call: for a walk that a command takes itself. Calls of the
+// library within it share the limit.
 store::CallLimit call_limit();
 
 // Calls a method by name, within the call limit of the settings. Raises what the method raises.
 Variant call(const ComponentPtr& object, std::string_view method, std::vector<Variant>& arguments);
 Variant call(const ComponentPtr& object, std::string_view method, std::initializer_list<Variant> arguments);
 
-// Calls a method that casts no vote on an object of its own: what it did is committed when the object goes. Raises what
-// the method and the commit raise.
+// Calls a method that casts no vote, on a new object. What the method did is committed when the object is released.
+// Raises what the method and the commit raise.
 Variant call_without_vote(std::string_view prog_id, std::string_view method, std::initializer_list<Variant> arguments);
 
 }  // namespace mercato::cli

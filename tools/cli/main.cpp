@@ -230,8 +230,8 @@ int run(CommandLine& line) {
   DllRegisterServer();
   StatementPrinter printer;
   try {
-    // A store in memory lives as long as this process: nobody could have created its tables before. One that is not
-    // named is missed by the command that needs it.
+    // A store in memory lives as long as this process, so nobody could have created its tables before. When no store is
+    // named, the command that needs one says so.
     const auto settings = collaborators::settings();
     const auto store = settings->connections.find("Mercato");
     if (store != settings->connections.end() && store::connection_property(store->second, "Data Source") == ":memory:")
@@ -248,7 +248,7 @@ int run(CommandLine& line) {
   }
 }
 
-// What is wrong with a command line, said after as much of it as was understood.
+// What is wrong with a command line, in a sentence that names the command as far as it was understood.
 std::string fault_of(const CLI::App& app, const CLI::ParseError& error) {
   if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) return error.what();
   const CLI::App* command = &app;
@@ -263,7 +263,7 @@ std::string fault_of(const CLI::App& app, const CLI::ParseError& error) {
   return "'" + extra + "' is more than `" + words + "` takes";
 }
 
-// Output that is lost is a failure, unless whoever reads it has had enough.
+// Lost output is a failure, unless its reader has closed the pipe.
 int status_of_output(int status) {
   std::cout.flush();
   if (std::cout) return status;
@@ -279,9 +279,9 @@ int status_of_output(int status) {
 int main(int count, char** texts) try {
   using namespace mercato::cli;
   mercato::gateway::keep_memory_reserve();
-  // Whoever reads the output may stop; writing then fails, and the objects are released in order.
+  // The reader of the output may go away. Writing then fails, and the objects are released in order.
   std::signal(SIGPIPE, SIG_IGN);
-  // A file that may not grow any further is a failure like others.
+  // A file that may not grow any further becomes a failure of the write.
   std::signal(SIGXFSZ, SIG_IGN);
 
   CommandLine line;

@@ -78,7 +78,7 @@ Command* Command::add_changes() {
 
 Menu::Group Menu::group(const char* name, const char* description) {
   CLI::App* added = app_.add_subcommand(name, description);
-  added->require_subcommand(0, 1);  // a word that is none is named; that there is one is checked at the end
+  added->require_subcommand(0, 1);  // the parser names a word that is no command; main checks that there is one
   added->footer("`mercato " + std::string(name) + " COMMAND --help` has examples.");
   return {*this, *added};
 }

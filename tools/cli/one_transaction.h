@@ -1,6 +1,5 @@
-// Several calls of the library that stand or fall together. The objects work without contexts of their own, in the one
-// transaction that this is; their votes count for nothing, so that whoever uses it looks at results and commits. Main
-// thread.
+// Several calls of the library that stand or fall together. The objects have no contexts of their own and work in one
+// transaction. Their votes do not count: the user of this class looks at the results, and commits. Main thread.
 #pragma once
 
 #include <initializer_list>
@@ -21,7 +20,7 @@ class OneTransaction {
   Variant call(std::string_view prog_id, std::string_view method, std::initializer_list<Variant> arguments) {
     return cli::call(create_plain(prog_id), method, arguments);
   }
-  // The last call on the object, which otherwise leaves the store as it was. Raises what the store raises.
+  // The last call on the object. Without it the store stays as it was. Raises what the store raises.
   void commit() {
     current_.reset();
     unit_.commit();

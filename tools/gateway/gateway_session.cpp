@@ -54,7 +54,7 @@ Session::~Session() {
     try {
       perform("release", {{"object", handle}});
     } catch (const std::exception&) {
-      objects_.remove(handle);  // nobody is left to hear of it
+      objects_.remove(handle);  // nobody is left to be told
     }
   }
   script_.reset();

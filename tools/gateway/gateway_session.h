@@ -1,7 +1,7 @@
 // One client of the gateway: its objects, and the JSON-RPC methods by which it creates, calls and releases them.
-// Everything happens on the thread that made the session, which serves nobody else meanwhile: the connection string
-// that the library keeps for the thread, and with `scripted` the settings and the clock of the process, are the
-// session's. They are put back when it ends. The classes have to be registered before.
+// Everything happens on the thread that made the session, which serves nobody else meanwhile: the session has the
+// connection string that the library keeps for the thread, and with `scripted` the settings and the clock of the
+// process. They are put back when it ends. The classes have to be registered before.
 #pragma once
 
 #include <optional>
@@ -29,8 +29,8 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // The answer to one line, without a line end; nothing for a notification. Throws std::bad_alloc alone,
-  // when there is no memory even to say so.
+  // The answer to one line, without a line end; nothing for a notification. Throws nothing but std::bad_alloc, when
+  // there is no memory even for the answer that there is none.
   std::optional<std::string> answer(std::string_view line);
   // The answer to a line that was too long to be read.
   static std::string answer_to_too_long_line();

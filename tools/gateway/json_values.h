@@ -1,6 +1,6 @@
 // Values of the interface as JSON and back. Stateless functions over the session's object table; one thread at a time.
 //
-// Null is null; text, Boolean and array are JSON's own; short and long are integers, a double always has a decimal
+// Null, texts, Booleans and arrays have JSON's own forms. Short and long are integers; a double always has a decimal
 // point or an exponent. Everything else is an object with the member "$": empty, missing, nothing, short, date,
 // currency, array (with another lower bound than 0), dictionary, collection, recordset, object.
 #pragma once
@@ -15,7 +15,7 @@
 namespace mercato::gateway {
 
 using Json = nlohmann::ordered_json;  // what is written: members stay in the order in which they were added
-using JsonInput = nlohmann::json;     // what was read: a member is found fast, however many there are
+using JsonInput = nlohmann::json;     // what was read: finding a member is fast, however many there are
 
 // Objects that have no form of their own get a handle. Raises what fetching a recordset's rows raises.
 Json to_json(const Variant& value, ObjectTable& objects);
@@ -27,8 +27,8 @@ Json rows_to_json(Recordset& recordset, ObjectTable& objects);
 // bits is a double. Raises 457 for a Collection that repeats a key.
 Variant from_json(const JsonInput& json, ObjectTable& objects);
 
-// Takes a value apart from the inside, so that its end asks for no memory: a JSON value that is destroyed as a whole
-// asks for as much as its members take, and ends the process when there is none.
+// Takes a value apart from the inside, so that it can be destroyed without memory. A JSON value that is destroyed as a
+// whole asks for as much memory as its members take, and ends the process when there is none.
 template <class Value>
 void take_apart(Value& json) noexcept {
   if (json.is_array()) {
@@ -41,7 +41,7 @@ void take_apart(Value& json) noexcept {
     members.clear();
   }
 }
-// A value of any size that ends so.
+// A value of any size that is destroyed in this way.
 template <class Value>
 struct LargeValue {
   Value json;

@@ -11,7 +11,7 @@ bool LineReader::fill() {
   std::streambuf& bytes = *stream_.rdbuf();
   using Traits = std::streambuf::traits_type;
   if (Traits::eq_int_type(bytes.sgetc(), Traits::eof())) return false;
-  // What has arrived, and one byte at least: asking for more would wait for it.
+  // Only what has arrived, but one byte at least: a read of more would wait for it.
   const auto wanted = std::clamp<std::streamsize>(bytes.in_avail(), 1, kBlock);
   const std::streamsize count = bytes.sgetn(block_.data(), wanted);
   ahead_ = std::string_view(block_).substr(0, static_cast<std::size_t>(count));

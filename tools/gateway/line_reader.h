@@ -15,8 +15,8 @@ class LineReader {
   // Reads ahead in the stream: nobody else may read from it.
   LineReader(std::istream& stream, std::size_t longest) : stream_(stream), longest_(longest), block_(kBlock, '\0') {}
 
-  // The next line without its end, the last one also when nothing ends it. Waits for no more than the line. Of a line
-  // that is too long, or for which there is no memory, nothing is kept, and the next call goes on behind it.
+  // The next line without its end. The last line may lack the end. Does not wait for more than the line. A line that is
+  // too long, or that finds no memory, is dropped, and the next call goes on behind it.
   Read next(std::string& line);
 
  private:
@@ -28,7 +28,7 @@ class LineReader {
   std::istream& stream_;
   std::size_t longest_;
   std::string block_;
-  std::string_view ahead_;  // of the block, what no line has taken
+  std::string_view ahead_;  // the part of the block that no line has taken
 };
 
 }  // namespace mercato::gateway

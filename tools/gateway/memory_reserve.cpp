@@ -12,7 +12,7 @@ constexpr std::size_t kReserve = std::size_t{4} << 20;
 
 void* reserve = nullptr;
 
-// Called for each allocation that fails; when it returns, the allocation is tried again.
+// C++ calls it when an allocation fails, and tries the allocation again when it returns.
 void give_up_reserve() {
   void* const kept = std::exchange(reserve, nullptr);
   std::free(kept);

@@ -24,7 +24,7 @@ ObjectPtr ObjectTable::find(std::int64_t handle) const {
 void ObjectTable::remove(std::int64_t handle) {
   const auto found = objects_.find(handle);
   if (found == objects_.end()) return;
-  const ObjectPtr object = found->second;  // dies last: its end may call back
+  const ObjectPtr object = found->second;  // released last: its end may call back into this table
   handles_.erase(object.get());
   objects_.erase(found);
 }

@@ -11,7 +11,7 @@
 namespace mercato::gateway {
 namespace {
 
-// Whole, as there is no memory to put it together.
+// A constant, because there is no memory to put it together.
 constexpr std::string_view kNoMemory =
     R"({"jsonrpc":"2.0","id":null,"error":{"code":-32603,"message":"Out of memory"}})";
 
@@ -36,7 +36,7 @@ void serve(Session& session, std::istream& requests, std::ostream& answers) {
         said = *answer;
       }
     } catch (const std::bad_alloc&) {
-      // It is said as it stands.
+      // The constant is the answer.
     }
     answers << said << '\n' << std::flush;
     if (!answers) return;

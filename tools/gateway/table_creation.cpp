@@ -45,7 +45,7 @@ void for_each_definition(Each each) {
       each(read_definition(statement), statement);
 }
 
-// Nothing when somebody else created a table meanwhile, who then has created all of them.
+// Nothing when somebody else created a table meanwhile: all of them exist then.
 std::optional<CreatedTables> try_to_create(store::Session& session) {
   CreatedTables created;
   Definition under_way;
@@ -63,7 +63,7 @@ std::optional<CreatedTables> try_to_create(store::Session& session) {
     session.commit();
   } catch (const Raised&) {
     session.rollback();
-    // The first definition waits for whoever writes; from then on nobody else does.
+    // Only the first definition can meet another writer: from then on we hold the lock.
     if (created.tables.empty() && created.indexes.empty() && !under_way.name.empty() && exists(session, under_way))
       return std::nullopt;
     throw;

@@ -12,8 +12,8 @@ struct CreatedTables {
   std::size_t existing = 0;          // tables and indexes that stayed as they are
 };
 
-// Creates what is missing, the store itself included where the engine keeps it in a file; all of it or nothing. Of
-// several at once one creates, and the others find it done. Raises what the store raises.
+// Creates what is missing, all of it or nothing; also the store itself, where the engine keeps it in a file. Several
+// callers may do so at once: one creates, and the others find it done. Raises what the store raises.
 CreatedTables create_tables(const std::string& connection_string);
 
 // The names of the tables and indexes that it would create. Raises what the store raises.

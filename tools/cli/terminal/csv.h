@@ -1,5 +1,5 @@
-// Comma-separated text: quoted fields, in which quotes are doubled and line ends are text; lines that end with LF or
-// CR LF; blank lines are passed over. Pure; any thread.
+// Comma-separated text. Inside a quoted field quotes are doubled and line ends are text. Lines end with LF or CR LF;
+// blank lines are passed over. Pure; any thread.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,8 @@ struct CsvRow {
   std::vector<std::string> fields;
 };
 
-// So many fields are kept, of a node of a catalogue four as a rule: each costs many times the byte that it may have.
+// A bound for memory: a field takes much more of it than the one byte that it may have in the text. A node of a
+// catalogue has four fields as a rule.
 inline constexpr std::size_t kMostCsvFields = 4'000'000;
 
 // All rows, the header first. Raises 5, naming the line, for a text that is not UTF-8, for a quote that is out of place

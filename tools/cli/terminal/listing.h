@@ -16,9 +16,9 @@ namespace mercato::cli {
 
 using Rows = std::vector<DictionaryPtr>;  // column name to value
 
-// One line of JSON, or the words on a line. Returns kDone.
+// Prints one line of JSON, or the words on a line. Returns kDone.
 int answer(const OutputOptions& output, const gateway::Json& json, const std::string& words);
-// The list as the JSON member `name`, or the table, or for an empty list `none` on a line. Returns kDone.
+// Prints the list as the JSON member `name`, or else the table; `none` when the table is empty. Returns kDone.
 int answer_list(const OutputOptions& output, const char* name, gateway::Json list, const Table& table,
                 const std::string& none);
 
@@ -44,12 +44,12 @@ inline constexpr Kind kPropertyGroups = {"property group", "Mercato.RPropertyGro
 inline constexpr Kind kCategories = {"category", "Mercato.Catalog", "GetProductCategoryData", "CATEGORYID",
                                      "CATEGORYNAME"};
 
-// All of them, page by page, by id; or those with these ids, which are joined with commas.
+// All of them, ordered by id, fetched page by page; or those with these ids, which are joined with commas.
 Rows all_of(const Kind& kind, const std::string& ids = {});
 // Raises 5, naming it, when there is none.
 DictionaryPtr one_of(const Kind& kind, std::int32_t id);
-// The id that the text is, or the id of the one thing of this name (in any case). Raises 5 when no name fits, or
-// several do. An id is not looked up.
+// The text as an id, which is not looked up; or the id of the one thing that has the text as its name, in any case.
+// Raises 5 when none or several have it.
 std::int32_t id_of(const Kind& kind, const std::string& text);
 
 }  // namespace mercato::cli

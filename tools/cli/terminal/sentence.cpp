@@ -22,8 +22,8 @@ void cut_words_of_constraint(std::string& text) {
   text.replace(begin, end + 1 - begin, is_told ? std::string() : " (" + object + ")");
 }
 
-// "The store 'x' is read-only. ... (attempt to write a readonly database)": the engine's words stand in brackets behind
-// the store's name. Only the system's reason is kept of them.
+// In "The store 'x' is read-only. ... (attempt to write a readonly database)" the words in brackets are the engine's.
+// They are cut; only a reason that the system gave stays.
 void cut_words_of_store(std::string& text) {
   const std::size_t begin = text.find(" (", text.rfind('\'') + 1);
   const std::size_t end = text.rfind(')');
@@ -41,7 +41,7 @@ void cut_words_of_store(std::string& text) {
   text.replace(begin, end + 1 - begin, has_reason ? " (" + std::string(inside.substr(colon + 2)) + ")" : "");
 }
 
-// About a statement of the library's; one of a script is told with its place there.
+// What to say of a failure about a statement of the library's. A script's own statements are told with their place.
 std::string about_statement(std::string text) {
   constexpr std::string_view kNoTable = "Invalid object name '";
   const auto begins = [&](std::string_view words) { return text.starts_with(words); };
@@ -63,7 +63,7 @@ std::string innermost_description(std::string_view description) {
   const std::size_t begin = description.rfind(kBegin);
   if (begin == std::string_view::npos) return std::string(description);
   std::string_view innermost = description.substr(begin + kBegin.size());
-  // The first end that no further text of the description follows: one before the information of its own level.
+  // The description ends before the information of its own level, or else at the first end of a sentence.
   const std::size_t info = innermost.find(".\r\n INFO: ");
   const std::size_t end = info != std::string_view::npos ? info : innermost.find(kEnd);
   return std::string(innermost.substr(0, end));

@@ -77,7 +77,7 @@ void Progress::advance() {
   ++done_;
   constexpr std::size_t kStep = 20;
   if (!visible_ || (done_ % kStep != 0 && done_ != total_)) return;
-  store::UnitOfWork::before_waiting();  // whoever sits there may have stopped the terminal
+  store::UnitOfWork::before_waiting();  // the person at the terminal may have stopped its output
   std::cerr << "\r" << done_ << " of " << total_ << std::flush;
 }
 

@@ -10,7 +10,7 @@
 
 namespace mercato::cli {
 
-// Turns colours off for good, on, or leaves it to whether the stream is a terminal and NO_COLOR is unset.
+// Automatic: colours where the stream is a terminal and NO_COLOR is not set.
 enum class ColorChoice { automatic, always, never };
 void choose_colors(ColorChoice choice);
 
@@ -37,7 +37,7 @@ class Table {
   std::vector<std::vector<std::string>> rows_;
 };
 
-// A count that is written over itself on standard error while that is a terminal; else nothing is seen of it.
+// A count on standard error that overwrites itself. It is only shown on a terminal.
 class Progress {
  public:
   explicit Progress(std::size_t total);
