@@ -36,7 +36,7 @@ const std::string kUser = "user7";
 
 fs::path store_file;
 
-// One catalogue: what it is called here, and the nodes that are asked about.
+// One catalogue: its name here, and the nodes that are asked about.
 struct Tree {
   std::string name;
   int catalog = 0;
@@ -220,7 +220,7 @@ class Nodes {
   std::uniform_int_distribution<std::size_t> pick_;
 };
 
-// That both ways give the same answers.
+// Checks that both ways give the same answers.
 void check(const Tree& tree) {
   const Root<Catalog> catalog;
   ByHand by_hand;

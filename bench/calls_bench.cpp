@@ -38,7 +38,7 @@ namespace fs = std::filesystem;
 
 constexpr std::int32_t kProducts = 100'000;
 
-// Found in the last product's description only, so that the search walks to the end.
+// Stands in the last product's description only, so that the search goes through all of them.
 constexpr char kNoSuchText[] = "zzqx-no-such-part";
 
 fs::path store_file;
@@ -108,7 +108,7 @@ void search_by_hand(benchmark::State& state) {
 
 // What every step pays
 
-// With the session below it, which a connection takes at its first statement only.
+// With the session below it: a connection takes one only at its first statement.
 void connection_from_pool(benchmark::State& state) {
   const std::string store = connection_string(store_file);
   for (auto _ : state) {
@@ -119,7 +119,7 @@ void connection_from_pool(benchmark::State& state) {
   }
 }
 
-// The longest statement of the class, with a text of its caller's in three places.
+// The longest statement of the class. A text of its caller stands in three places of it.
 Sql search_statement(const std::string& term) {
   Sql sql;
   sql << "SELECT DISTINCT TOP 1 PRODUCTSBYCATEGORY.PRODUCTID "

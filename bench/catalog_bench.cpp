@@ -44,7 +44,7 @@ void populate_by_hand(const fs::path& path) {
   store.run("COMMIT");
 }
 
-// Knows no order in which parents come first either.
+// As the library, it does not rely on parents coming first.
 void copy_by_hand(const fs::path& path) {
   BareStore store(path);
   store.run("BEGIN IMMEDIATE");
@@ -149,7 +149,7 @@ class CatalogBench {
     figures_.add(name + ": by hand, one transaction", bare_seconds, "s");
     figures_.add(name + " : by hand", seconds / bare_seconds, "x", at_most(3));
     figures_.add(name + " : by hand, processor time", cpu / median(bare, &Cost<Rows>::cpu_seconds), "x");
-    // Four times the nodes; the rest is for caches that they outgrow.
+    // Four times the nodes; what is above 4 is for caches that they outgrow.
     figures_.add(name + " : a quarter of the nodes, processor time",
                  cpu / median(library_quarter, &Cost<Rows>::cpu_seconds), "x", at_most(5));
   }

@@ -29,7 +29,7 @@ constexpr int kRounds = 5;
 constexpr std::int32_t kGroup = 1;
 constexpr std::int32_t kAllProducts = -1;
 
-// What the library does for its caller besides the statements is not in here: it is said how the values have to change.
+// `change` says how the values have to change, which the library finds out for its caller.
 enum class Change { none, insert_all, delete_all };
 
 void by_hand(const fs::path& path, Change change) {

@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 
 constexpr int kRounds = 5;
 
-// The hand knows the fields beforehand; the library meets them call by call.
+// The work by hand knows the fields beforehand; the library gets them with each call.
 constexpr const char* kFields[] = {"UNITCODE",
                                    "MANUFACTURERID",
                                    "PARTNUMBER",

@@ -1,5 +1,6 @@
-// Any bytes as what a caller may supply of a statement: a condition, a list of fields, an order, a pattern of LIKE; on
-// a real store, under the call limit. Whatever comes, it is refused or it runs, it ends in time, and no row is changed.
+// Any bytes as a part of a statement that a caller may supply: a condition, a list of fields, an order, a pattern of
+// LIKE. Whatever they are, the statement is refused or runs on a real store, ends within the call limit and changes no
+// row.
 // The first byte says how often the rest is repeated, so that short inputs make long statements.
 #include <cstdint>
 #include <cstdlib>
@@ -80,7 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   itself << "SELECT MANUFACTURERID FROM MANUFACTURER WHERE N'" << value(quoted) << "' LIKE N'"
          << value(Gen_EscapeLike(text)) << "'";
   for (const Sql* statement : {&condition, &fields, &order, &removal, &pattern}) store.rows_of(*statement);
-  // A text is like itself, when what works as a wildcard in it is marked as no wildcard.
+  // A text is like itself once its wildcards are escaped.
   const int alike = store.rows_of(itself);
   require(alike == 2 || alike == -1);
   require(store.number_of("SELECT COUNT(*) FROM MANUFACTURER") == 2);

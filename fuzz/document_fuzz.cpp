@@ -43,7 +43,7 @@ bool same(const NodeList& left, const NodeList& right) {
   return true;
 }
 
-// The short way to records against the full evaluation.
+// Compares the quick way to records with the full evaluation.
 void compare_selections(const Document& document, const std::string& name, const std::string& value) {
   require(same(document.select("//" + name), document.select("// " + name)));
   require(same(document.select("//" + name + "[@k = '" + value + "']"),
@@ -85,7 +85,7 @@ void exercise(const Document& document) {
     require(element.typed_value().size() <= root.typed_value().size());
   }
 
-  // What is written is read back as what was written, and changes no more.
+  // What is written reads back as the same document, and is written the same again.
   const std::string text = document.save_text();
   Document again(Limits{.max_depth = kDepth});
   require(again.load_text(text));

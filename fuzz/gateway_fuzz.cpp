@@ -1,5 +1,5 @@
-// Feeds whole sessions to the gateway's request reader: whatever the bytes are, each line that is no notification gets
-// one answer, the answer is one line of JSON-RPC, and the session goes on.
+// Any bytes as the requests of a session of the gateway. Whatever they are, each line that is no notification gets one
+// answer, which is one line of JSON-RPC, and the session goes on.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -77,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     exercise_format(bytes);
     return 0;
   }
-  if (which == parts.size() + 1) {  // rows only: the fuzzer need not find the markup around them
+  if (which == parts.size() + 1) {  // as rows: the fuzzer does not have to find the markup around them
     parts = test::workbook_parts({std::string(bytes), {"<t>shared</t>"}, {"0.00"}});
     test::write_archive(path, parts);
   } else if (which == parts.size() + 2) {

@@ -1,5 +1,5 @@
-// The store file as somebody would use it who writes against the engine itself: opened with the settings, the collation
-// and the functions that the library's driver uses, statements prepared once. One thread at a time.
+// The store file for code that is written against the engine itself. It is opened with the settings, the collation and
+// the functions of the library's driver, and statements are prepared once. One thread at a time.
 #pragma once
 
 #include <sqlite3.h>
@@ -32,8 +32,8 @@ class BareStore {
   std::unique_ptr<sqlite3, CloseEngine> engine_;
 };
 
-// Reads every column of the current row, each as what it holds, and answers a sum over all of it, so that nothing of it
-// can be left out.
+// Reads every column of the current row by its type, and returns a sum over all of them, so that the compiler cannot
+// leave the reading out.
 std::size_t read_row(sqlite3_stmt* statement);
 
 }  // namespace mercato::bench

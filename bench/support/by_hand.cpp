@@ -14,7 +14,7 @@
 namespace mercato::bench {
 namespace {
 
-// What the library asks for, literals as question marks, and what one writes by hand for it.
+// Statements of the library, literals as question marks, and what somebody would write by hand for each.
 struct Counterpart {
   std::string_view shape;
   std::string_view sql;
@@ -292,7 +292,7 @@ void play(const Tape& tape, const std::filesystem::path& path, Committing commit
     sqlite3_reset(statement);
   }
   if (committing == Committing::once) store.run("COMMIT");
-  // Without a use of it the reading of the results could be left out.
+  // Uses the results, so that the compiler cannot leave their reading out.
   [[maybe_unused]] volatile std::size_t kept = sum;
 }
 

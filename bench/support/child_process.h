@@ -1,5 +1,5 @@
-// One measurement in a process of its own, so that the peak of its memory is its own and nothing is left over for the
-// next one.
+// Runs one measurement in a process of its own, so that its peak of memory is known and nothing of it disturbs the next
+// one.
 #pragma once
 
 #include <sys/wait.h>

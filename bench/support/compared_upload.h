@@ -64,7 +64,7 @@ class ComparedUpload {
   ComparedUpload(const UploadFiles& files, UploadAll upload_all, ContentsOf contents_of)
       : files_(files), upload_all_(upload_all), contents_of_(contents_of) {}
 
-  // The runs by hand stand between those of the library, so that a busy machine disturbs both alike. Throws when two
+  // Runs by hand and runs of the library take turns, so that a busy machine disturbs both alike. Throws when two
   // runs leave different contents behind.
   Costs run(std::size_t rounds) const {
     const UploadCost recorded = in_child_process([&] { return upload(true); });

@@ -1,4 +1,4 @@
-// What a benchmark found out, one line for each figure: shown at once, and appended to a file of tab-separated fields
+// The figures of a benchmark, one line each: shown at once, and appended to a file of tab-separated fields
 // from which bench/run makes its table.
 #pragma once
 

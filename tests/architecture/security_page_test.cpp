@@ -1,4 +1,4 @@
-// SECURITY.md names the tests that hold the library to its promises. Each of them exists.
+// SECURITY.md names the tests that prove its promises. Each of them exists.
 #include <gtest/gtest.h>
 
 #include <filesystem>

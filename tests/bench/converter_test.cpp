@@ -155,7 +155,7 @@ TEST_F(ConverterTest, AThousandRealRecordsArriveWhole) {
   const Root<ProductXML> upload;
   upload->insertProductsFromXML("thousand/\\" + document.string(), true, part_numbers, false);
 
-  // Counted in the file itself, by other columns than the converter's code names.
+  // Counted in the file itself, in other columns than those that the converter reads.
   std::int64_t products = 0;
   std::int64_t values = 0;
   std::set<std::string> properties;
