@@ -55,59 +55,89 @@ class NumberFormat::Reader {
   Section section() {
     Section section;
     bool behind_point = false;
-    while (!rest_.empty() && rest_.front() != ';') {
-      const char next = rest_.front();
-      if (next == '"') {
+    while (!rest_.empty() && rest_.front() != ';')
+      if (!literal(section) && !word(section) && !placeholder(section, behind_point) && !letters(section))
+        other_character(section);
+    settle_minutes(section);
+    return section;
+  }
+
+  // Text that the format marks as such.
+  bool literal(Section& section) {
+    switch (rest_.front()) {
+      case '"': {
         rest_.remove_prefix(1);
         const std::size_t end = std::min(rest_.find('"'), rest_.size());
         add_literal(section, rest_.substr(0, end));
         rest_.remove_prefix(std::min(end + 1, rest_.size()));
-      } else if (next == '\\' || next == '!') {
+        return true;
+      }
+      case '\\':
+      case '!':
         rest_.remove_prefix(1);
         add_literal(section, take_characters(1));
-      } else if (next == '_') {  // a blank as wide as the next character
+        return true;
+      case '_':  // a blank as wide as the next character
         rest_.remove_prefix(1);
         take_characters(1);
         add_literal(section, " ");
-      } else if (next == '*') {  // repeats the next character to fill the column: not shown
+        return true;
+      case '*':  // repeats the next character to fill the column: not shown
         rest_.remove_prefix(1);
         take_characters(1);
-      } else if (next == '[') {
-        bracket(section);
-      } else if (take("General")) {
-        section.tokens.push_back({Kind::general, {}});
-      } else if (take("AM/PM")) {
-        add_date(section, Kind::half_day, "AM/PM", 5);
-      } else if (take("A/P")) {
-        add_date(section, Kind::half_day, "A/P", 3);
-      } else if (next == '0' || next == '#' || next == '?') {
-        rest_.remove_prefix(1);
-        section.tokens.push_back({Kind::digit, std::string(1, next)});
-      } else if (next == '.') {
-        point(section, behind_point);
-      } else if (next == ',') {
-        commas(section, behind_point);
-      } else if (next == '%') {
-        rest_.remove_prefix(1);
-        ++section.percents;
-        add_literal(section, "%");
-      } else if ((next == 'E' || next == 'e') && rest_.size() > 1 && (rest_[1] == '+' || rest_[1] == '-')) {
-        section.tokens.push_back({Kind::exponent, std::string(1, rest_[1])});
-        rest_.remove_prefix(2);
-      } else if (next == '@') {
-        rest_.remove_prefix(1);
-        section.has_text = true;
-        section.tokens.push_back({Kind::text, {}});
-      } else if (!letters(section)) {
-        // A / behind a placeholder of digits makes a fraction; behind one of a date it is a literal.
-        if (next == '/' && !section.tokens.empty() && section.tokens.back().kind == Kind::digit)
-          section.is_fraction = true;
-        add_literal(section, rest_.substr(0, character_size(rest_)));
-        rest_.remove_prefix(character_size(rest_));
-      }
+        return true;
+      default:
+        return false;
     }
-    settle_minutes(section);
-    return section;
+  }
+
+  bool word(Section& section) {
+    if (rest_.front() == '[')
+      bracket(section);
+    else if (take("General"))
+      section.tokens.push_back({Kind::general, {}});
+    else if (take("AM/PM"))
+      add_date(section, Kind::half_day, "AM/PM", 5);
+    else if (take("A/P"))
+      add_date(section, Kind::half_day, "A/P", 3);
+    else
+      return false;
+    return true;
+  }
+
+  // What stands for a number or a text, or says how a number is written.
+  bool placeholder(Section& section, bool& behind_point) {
+    const char next = rest_.front();
+    if (next == '0' || next == '#' || next == '?') {
+      rest_.remove_prefix(1);
+      section.tokens.push_back({Kind::digit, std::string(1, next)});
+    } else if (next == '.') {
+      point(section, behind_point);
+    } else if (next == ',') {
+      commas(section, behind_point);
+    } else if (next == '%') {
+      rest_.remove_prefix(1);
+      ++section.percents;
+      add_literal(section, "%");
+    } else if ((next == 'E' || next == 'e') && rest_.size() > 1 && (rest_[1] == '+' || rest_[1] == '-')) {
+      section.tokens.push_back({Kind::exponent, std::string(1, rest_[1])});
+      rest_.remove_prefix(2);
+    } else if (next == '@') {
+      rest_.remove_prefix(1);
+      section.has_text = true;
+      section.tokens.push_back({Kind::text, {}});
+    } else {
+      return false;
+    }
+    return true;
+  }
+
+  void other_character(Section& section) {
+    // A / behind a placeholder of digits makes a fraction; behind one of a date it is a literal.
+    if (rest_.front() == '/' && !section.tokens.empty() && section.tokens.back().kind == Kind::digit)
+      section.is_fraction = true;
+    add_literal(section, rest_.substr(0, character_size(rest_)));
+    rest_.remove_prefix(character_size(rest_));
   }
 
   void point(Section& section, bool& behind_point) {

@@ -11,7 +11,7 @@
 #include <span>
 #include <string>
 
-#include "platform/spreadsheet/limits.h"
+#include "platform/spreadsheet/workbook_limits.h"
 
 namespace mercato::spreadsheet {
 

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/spreadsheet/limits.h"
 #include "platform/spreadsheet/part_parser.h"
+#include "platform/spreadsheet/workbook_limits.h"
 
 namespace mercato::spreadsheet {
 

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "platform/files/paths.h"
-#include "platform/spreadsheet/parts.h"
 #include "platform/spreadsheet/sheet.h"
+#include "platform/spreadsheet/workbook_parts.h"
 #include "values/date.h"
 #include "values/raised_error.h"
 

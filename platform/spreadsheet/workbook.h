@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/spreadsheet/limits.h"
+#include "platform/spreadsheet/workbook_limits.h"
 
 namespace mercato::spreadsheet {
 

@@ -6,9 +6,9 @@
 #include "platform/files/fetch.h"
 #include "platform/files/files.h"
 #include "platform/files/paths.h"
+#include "platform/xml/document_tree.h"
 #include "platform/xml/encoding.h"
 #include "platform/xml/entities.h"
-#include "platform/xml/tree.h"
 #include "platform/xml/well_formed.h"
 #include "values/raised_error.h"
 

@@ -1,4 +1,4 @@
-#include "platform/xml/tree.h"
+#include "platform/xml/document_tree.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "platform/spreadsheet/parts.h"
+#include "platform/spreadsheet/workbook_parts.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "platform/xml/printer.h"
+#include "platform/xml/node_printer.h"
 
 #include <algorithm>
 #include <cstddef>

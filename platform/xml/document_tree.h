@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "platform/xml/document.h"
-#include "platform/xml/printer.h"
+#include "platform/xml/node_printer.h"
 
 namespace mercato::xml {
 
