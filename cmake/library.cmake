@@ -1,8 +1,5 @@
 # libmercato: every source of the folders below, and the table definitions as text.
 set(MERCATO_FOLDERS values platform frame records collaborators product upload catalog classification server)
-if(MERCATO_ONLY)
-  set(MERCATO_FOLDERS ${MERCATO_ONLY})
-endif()
 
 set(MERCATO_SOURCES)
 foreach(folder IN LISTS MERCATO_FOLDERS)
@@ -19,10 +16,7 @@ add_custom_command(
   DEPENDS ${MERCATO_SCHEMA} ${PROJECT_SOURCE_DIR}/cmake/embed_schema.cmake
   VERBATIM)
 
-add_library(mercato SHARED ${MERCATO_SOURCES})
-if(NOT MERCATO_ONLY)
-  target_sources(mercato PRIVATE ${schema_source})
-endif()
+add_library(mercato SHARED ${MERCATO_SOURCES} ${schema_source})
 target_include_directories(mercato PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/mercato>)
 target_compile_features(mercato PUBLIC cxx_std_20)
 target_link_libraries(mercato PRIVATE SQLite::SQLite3 pugixml::pugixml CURL::libcurl fmt::fmt spdlog::spdlog ICU::uc ICU::i18n LibXml2::LibXml2 PkgConfig::LIBZIP ${CMAKE_DL_LIBS})

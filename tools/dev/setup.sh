@@ -1,7 +1,7 @@
-# Sourced by ./run, ./test and .ci/run: the packages that the build needs, and the build itself.
+# Sourced by ./run, ./test, .ci/run and tests/long/run: the packages that the build needs, and the build itself.
 
 mercato_packages=(
-  ca-certificates clang-14 cmake g++ ninja-build pkg-config python3 zlib1g-dev
+  ca-certificates cmake g++ ninja-build pkg-config python3 zlib1g-dev
   libbenchmark-dev libcli11-dev libcurl4-openssl-dev libfmt-dev libgtest-dev libicu-dev libpugixml-dev
   libspdlog-dev libsqlite3-dev libtomlplusplus-dev libxml2-dev libzip-dev nlohmann-json3-dev
 )
