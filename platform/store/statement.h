@@ -18,16 +18,25 @@
 
 namespace mercato {
 
+// Clang 14 destroys the wrong temporaries of an expression with a consteval call in it; so GCC alone holds the rule that
+// the text is a literal.
+#ifdef __clang__
+#define MERCATO_CONSTEVAL constexpr
+#else
+#define MERCATO_CONSTEVAL consteval
+#endif
+
 // A piece that only the compiler can make: a literal in the source.
 class LiteralPiece {
  public:
   template <std::size_t Size>
-  consteval LiteralPiece(const char (&text)[Size]) : text_(text, Size - 1) {}  // NOLINT: implicit on purpose
+  MERCATO_CONSTEVAL LiteralPiece(const char (&text)[Size]) : text_(text, Size - 1) {}  // NOLINT: implicit on purpose
   constexpr std::string_view text() const { return text_; }
 
  private:
   std::string_view text_;
 };
+#undef MERCATO_CONSTEVAL
 
 // Pieces that are known at run time only. Each refers to a text that outlives the expression it stands in.
 struct ValuePiece {
