@@ -30,8 +30,12 @@ struct ApprovalNode {
 
 /// The reading half of the catalogue. It never starts a transaction and never votes, and it changes nothing.
 ///
-/// Ids are the store's own and may be any number: one that is not there is no failure, unless a method says so. Names
-/// of the record's fields are columns. Where an argument is passed by reference, it is left as it is.
+/// Ids are the store's own and may be any number: one that is not there is no failure, unless a method says so. An
+/// argument that is passed by reference is left as it is.
+///
+/// Rights are the user's own entries, for a whole catalogue or for a node with everything below it; those of profiles
+/// never count. Where a method asks for a user, his id goes into the statements as it stands, so that the store refuses
+/// one with a quote, unless the method says otherwise; case and trailing blanks do not count.
 ///
 /// Every method may raise what the store raises: 0x80040E14 for a statement that it refuses, 0x80040E31 when the call
 /// takes longer than its limit, 0x80004005 for a store that cannot be read, and 7 when there is no memory. Unless a
@@ -90,9 +94,7 @@ class Catalog : public ComponentOf<Catalog> {
   /// ends with the time of the call only. This method logs nothing itself.
   std::string GetCatalogNodeHierarchy(std::int32_t& lNodeID);
 
-  // Rights. They are the user's own entries, for a whole catalogue or for a node with everything below it; those of
-  // profiles never count. The user's id goes into the statements as it stands, so that the store refuses one with a
-  // quote in it; case and trailing blanks do not count.
+  // Rights
 
   /// The nodes that were laid out flat for the user, by name: NODEID to NODENAME.
   /// `i_aCatalogIDs` is an array of the catalogues that count; Missing stands for all, and an array without elements is
@@ -163,16 +165,15 @@ class Catalog : public ComponentOf<Catalog> {
   /// array without elements is refused by the store. Raises 94 for a Null in the array.
   DictionaryPtr GetVisibleProductCategories(Variant& iVisibility);
 
-  // Visibilities. These three answer VISIBILITYID to VISIBILITYDESCRIPTION, or nothing (null), not an empty Dictionary,
-  // when there is none. Their array may be Empty or Missing for no restriction; an array without elements is refused by
-  // the store. They raise 13 for anything else and 94 for a Null in the array.
-
-  /// The visibilities that at least one of the categories has.
+  /// The visibilities that at least one of the categories has: VISIBILITYID to VISIBILITYDESCRIPTION, or nothing
+  /// (null), not an empty Dictionary, when there is none.
+  /// The argument is an array of ids; Empty and Missing stand for no restriction, and an array without elements is
+  /// refused by the store. Raises 13 for anything else, 94 for a Null in the array.
   DictionaryPtr GetVisibilitiesByCategories(const Variant& i_aCatergoryIDs);
   /// The visibilities that more than one row of the categories has: of three categories it is enough that two share
-  /// one.
+  /// one. Argument, answer and failures are as those of GetVisibilitiesByCategories.
   DictionaryPtr GetJoinVisibilitiesByCategories(const Variant& i_aCatergoryIDs);
-  /// The visibilities with these ids.
+  /// The visibilities with these ids. Argument, answer and failures are as those of GetVisibilitiesByCategories.
   DictionaryPtr GetVisibilityDescByID(const Variant& i_aVisibilityIDs);
 
   /// The ids of the categories with a name like this, as an array in the store's order, or Null when there is none.
@@ -183,12 +184,12 @@ class Catalog : public ComponentOf<Catalog> {
   /// is none. The profile goes into the statement as it stands, so that the store refuses one with a quote.
   std::string GetProfileCatalogIDs(const std::string& i_sProfileID);
   /// The ids of the catalogues in which a user has any entry, for a node too, in the store's order, as "1;2". Empty
-  /// when there is none. Raises 94 for an entry without a catalogue.
+  /// when there is none. The user's id may have quotes. Raises 94 for an entry without a catalogue.
   std::string GetUserCatalogIDs(const std::string& i_sUserID);
   /// Fails at every call: the store refuses the statement for the catalogue -1, and for others the call raises 13.
   Variant GetCatalogUsers(std::int32_t i_lCatalogID = -1, bool i_bIsProfile = false);
 
-  // Folders of favourites. The user goes into the statements as it stands, so that the store refuses one with a quote.
+  // Folders of favourites
 
   /// The folders of a user by name: FOLDERID to FOLDERNAME. Empty when there is none.
   DictionaryPtr GetFavoriteFolders(const std::string& i_sUserName);
@@ -197,24 +198,26 @@ class Catalog : public ComponentOf<Catalog> {
   /// The id of the first folder with this name, or -1 when the user has none. The name may have quotes.
   std::int32_t GetFavoriteFolderID(const std::string& i_sFolderName, const std::string& i_sUserName);
 
-  // Business partners and shop-out folders. The labels of these four end in "()".
+  // Business partners and shop-out folders
 
   /// The ids of the business partners that are tied to a node, or for a node of 0 or less to the whole catalogue, as
   /// "1;2" in the store's order. Empty when there is none.
   /// `i_iCatalogNodeId` is the catalogue's id. Raises 6 for more than 32767 rows, 94 for a tie without a partner.
+  /// Labelled "Mercato.Catalog.GetBPFromCatalogNodeByBP()".
   std::string GetBPFromCatalogNodeByBP(std::int16_t& i_iNodeId, std::int16_t& i_iCatalogNodeId);
   /// The ids of the shop-out folders, an array of 16-bit numbers that may be empty.
   /// Each is there as often as it has partners; a folder without any is not found. Raises 6 for an id beyond 16 bits.
+  /// Labelled "Mercato.Catalog.GetAllShopOutCatalogFolders()".
   Variant GetAllShopOutCatalogFolders();
   /// A shop-out folder: NODEID, CATALOGID, NODENAME, NODEURL, NODEDESCRIPTION and BUSINESSPARTNERID, one row for each
-  /// of its partners, cut loose. No row when the node is no shop-out folder or has no partner.
+  /// of its partners, cut loose. No row when the node is no shop-out folder or has no partner. Labelled
+  /// "Mercato.Catalog.GetShopOutFolderDetails()".
   RecordsetPtr GetShopOutFolderDetails(std::int16_t& i_iNodeId);
   /// The accounts that the user has at a node: SHAREDID and SHAREDPWD of each of his entries, and of those of a profile
-  /// that has his id, cut loose. It may be empty. The user goes into the statement as it stands, so that the store
-  /// refuses one with a quote.
+  /// that has his id, cut loose. It may be empty. Labelled "Mercato.Catalog.GetFolderAuthenticationDetails()".
   RecordsetPtr GetFolderAuthenticationDetails(std::string& i_sUserID, std::int16_t& i_iNodeId);
 
-  // Retired: these raise -1 at every call, with the name of the method that replaces them.
+  // Retired. The text that they raise names the method that replaces them.
 
   /// Retired: raises -1. Use Mercato.TCatalog.CopyCatalog.
   void CopyCatalog(std::int32_t ilngCatalogIDOrig, std::int16_t iintDeepCopyLevel, const std::string& istrCopyName);

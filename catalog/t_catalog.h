@@ -117,20 +117,22 @@ class TCatalog : public ComponentOf<TCatalog> {
   /// commit. The user goes into the statement as it stands, so that the store refuses one with a quote.
   bool DeleteFavoriteFolder(std::int32_t iFolderID, const std::string& i_sUserID);
 
-  // Business partners. A node of 0 or less stands for the whole catalogue. The ids of the partners come as "1;2", and
-  // the variable is left with an array of their texts, so that a second call with it raises 13. These raise 13 or 6 for
-  // a partner that is no id of 16 bits.
+  // Business partners
 
-  /// Ties the partners to a node or a catalogue; true. Those that are tied already are tied again.
+  /// Ties the partners to a node, or for a node of 0 or less to the whole catalogue; true. Those that are tied already
+  /// are tied again.
+  /// `i_aBPValues` has the ids of the partners as "1;2", and is left with an array of their texts, so that a second
+  /// call with it raises 13. Raises 13 or 6 for a partner that is no id of 16 bits.
   bool InsertCatalogNodeByBP(std::int16_t& i_iNoideId, std::int16_t& i_iCatalogId, Variant& i_aBPValues);
-  /// Ties these partners instead of those that are tied; true.
+  /// Ties these partners instead of those that are tied; true. Arguments and failures are as those of
+  /// InsertCatalogNodeByBP.
   /// As many as before take the rows' places in the store's order; else the rows are deleted first. It votes only when
   /// it fails, before it closes. A delete that fails goes unnoticed: then an empty list leaves the rows, fewer partners
   /// take the places of the first rows, and more raise kNoCurrentRow. Labelled
   /// "Mercato.Catalog.UpdateCatalogNodeByBP()".
   bool UpdateCatalogNodeByBP(std::int16_t& i_iNoideId, std::int16_t& i_iCatalogId, Variant& i_aBPValues);
-  /// Takes all partners from a node or a catalogue; true. False, with nothing raised or logged, when that fails. It
-  /// never votes.
+  /// Takes all partners from a node, or for a node of 0 or less from the whole catalogue; true. False, with nothing
+  /// raised or logged, when that fails. It never votes.
   bool DeleteCatalogNodeByBP(std::int16_t& i_iNoideId, std::int16_t& i_iCatalogId);
 
   // For reference checkers
