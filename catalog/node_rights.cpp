@@ -28,11 +28,6 @@ Sql entry_of_node(const std::string& user, const Variant& node) {
          << value(user) << "' AND NODEID=" << value(node.to_text()) << " AND ISPROFILE = 0";
 }
 
-Sql laid_out_node(const std::string& user, std::int32_t node) {
-  return Sql("SELECT * FROM USERNODE WHERE USERID = '") << value(user) << "' "
-                                                        << " AND NODEID = " << node << " ";
-}
-
 // Of several entries on one thing a restriction counts, in whatever order they come. Where none restricts, an entry
 // with a Null raises 94.
 Right right_of(const RecordsetPtr& entries) {
@@ -112,10 +107,11 @@ std::optional<Right> right_on_node(const std::string& user, std::int32_t node_id
   return right;
 }
 
-// How the user sees the node. Closes what it has opened before it asks for the whole catalogue.
+// How a user sees the node. `laid_out` has a row when it was laid out for him, `has_whole_catalog` says whether he has
+// the catalogue; what is open is closed before it is asked.
 template <class HasWholeCatalog>
-Sight sight_of(const std::string& user, std::int32_t node, Opened& opened, HasWholeCatalog has_whole_catalog) {
-  opened.rows = open_read_only(laid_out_node(user, node), opened.connection);
+Sight sight_of(std::int32_t node, const Sql& laid_out, Opened& opened, HasWholeCatalog has_whole_catalog) {
+  opened.rows = open_read_only(laid_out, opened.connection);
   if (!opened.rows->Eof()) {
     opened.close();
     return Sight::laid_out;
@@ -144,7 +140,9 @@ bool Catalog::IsAuthorizedCatalogNode(const std::string& i_sUserID, std::int32_t
   return method(
       [&]() -> Answer<bool> {
         opened.connection = GetConnection();
-        const Sight sight = sight_of(i_sUserID, i_lNodeID, opened, [&](std::int32_t catalog) {
+        const Sql laid_out = Sql("SELECT * FROM USERNODE WHERE USERID = '") << value(i_sUserID) << "' "
+                                                                            << " AND NODEID = " << i_lNodeID << " ";
+        const Sight sight = sight_of(i_lNodeID, laid_out, opened, [&](std::int32_t catalog) {
           return IsEntireCatalogAuthorized(catalog, i_sUserID);
         });
         if (sight == Sight::no_node) return refused;
@@ -237,7 +235,8 @@ RightsTrace trace_rights(const std::string& user, std::int32_t node) {
   RightsTrace trace;
   Opened opened;
   opened.connection = open_connection(shared_connection_string());
-  trace.sight = sight_of(user, node, opened, [&](std::int32_t catalog) {
+  const Sql laid_out = Sql("SELECT NODEID FROM USERNODE WHERE USERID = '") << value(user) << "' AND NODEID = " << node;
+  trace.sight = sight_of(node, laid_out, opened, [&](std::int32_t catalog) {
     return !held_rows(entry_for_whole_catalog(user, catalog))->Eof();
   });
   right_on_node(
