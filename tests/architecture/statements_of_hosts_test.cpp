@@ -16,6 +16,7 @@ namespace {
 const std::vector<std::string>& hosts() {
   static const std::vector<std::string> places = {
       "server",
+      "tools/cli/catalog",
       "tools/cli/classification",
       "tools/cli/product",
       "tools/cli/refusal_reasons.cpp",

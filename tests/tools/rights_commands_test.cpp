@@ -1,15 +1,7 @@
-// The commands that keep rights, and the explanation of one, which has to say what the class says.
+// The commands that keep rights, and the explanation of one.
 #include <gtest/gtest.h>
 
-#include <map>
-#include <random>
-
-#include "catalog/catalog.h"
-#include "platform/store/call_limit.h"
-#include "platform/transactions/object_context.h"
-#include "tests/support/refusing_recorder.h"
 #include "tests/tools/command_fixture.h"
-#include "tools/cli/catalog/rights_walk.h"
 
 namespace mercato::test {
 namespace {
@@ -196,108 +188,6 @@ TEST_F(RightsCommands, ThatTheLibraryCannotTellAreNotExplained) {
   // The walk meets a restriction before it has gone round the circle.
   execute("INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID, LEVEL, VIEWONLY) VALUES ('ann', 2, 4, 1, 1)");
   EXPECT_EQ(answer({"rights", "explain", "ann", "4"}).at("viewOnly"), true);
-}
-
-// Compares the walk with the class on random trees: with circles, missing parents, nodes of other catalogues above,
-// nodes without a catalogue, and entries that stand twice or say neither.
-
-class AnyExplanation : public StoreTest {
- protected:
-  struct Answer {
-    std::int32_t failure = 0;
-    bool is_true = false;
-    bool operator==(const Answer&) const = default;
-  };
-  template <class Ask>
-  static Answer answer_of(Ask ask) {
-    try {
-      return {0, ask()};
-    } catch (const Raised& raised) {
-      return {raised.error().Number, false};
-    }
-  }
-  static std::string grow(std::mt19937& random, int& count) {
-    const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
-    const auto text = [](int number) { return std::to_string(number); };
-    std::string script = "BEGIN; DELETE FROM CATALOGNODE; DELETE FROM CATALOGNODEBYUSER; DELETE FROM USERNODE;";
-    count = 1 + below(14);
-    const int density = 1 + below(6);
-    const auto entry = [&](const std::string& catalog, const std::string& node) {
-      const std::string view_only = below(40) == 0 ? "NULL" : below(3) == 0 ? "1" : "0";
-      script += "INSERT INTO CATALOGNODEBYUSER (USERID, ISPROFILE, CATALOGID, NODEID, VIEWONLY) VALUES ('u', " +
-                std::string(below(10) == 0 ? "1" : "0") + ", " + catalog + ", " + node + ", " + view_only + ");";
-    };
-    for (int node = 1; node <= count; ++node) {
-      const std::string catalog = below(15) == 0 ? "NULL" : text(5 + below(2));
-      std::string parent = "NULL";
-      if (node > 1 && below(6) != 0) parent = text(1 + below(node - 1));
-      if (below(25) == 0) parent = text(1 + below(count));
-      if (below(25) == 0) parent = "999";
-      script += "INSERT INTO CATALOGNODE (NODEID, CATALOGID, PARENTNODEID, NODENAME) VALUES (" + text(node) + ", " +
-                catalog + ", " + parent + ", 'n');";
-      while (below(10) < density) entry(catalog, text(node));
-      if (below(5) == 0)
-        script += "INSERT INTO USERNODE (USERID, CATALOGID, NODEID) VALUES ('u', " + catalog + ", " + text(node) + ");";
-    }
-    for (const int catalog : {5, 6})
-      if (below(3) == 0) entry(text(catalog), "NULL");
-    return script + "COMMIT;";
-  }
-
-  Root<Catalog> catalog_;
-};
-
-TEST_F(AnyExplanation, SaysWhatTheClassSays) {
-  std::mt19937 random(20260705);
-  std::map<std::string, int> seen;
-  int circles = 0;
-  for (int tree = 0; tree < 400; ++tree) {
-    int count = 0;
-    run_on_engine(store_path(), grow(random, count));
-    for (int node = 1; node <= count + 1; ++node) {
-      SCOPED_TRACE("tree " + std::to_string(tree) + ", node " + std::to_string(node));
-      cli::NodeTree nodes;
-      cli::RightsWalk walk;
-      const Answer walked = answer_of([&] {
-        walk = cli::walk_rights(nodes, "u", node);
-        return true;
-      });
-      if (walk.endless) {
-        // Each question takes as long as the call limit.
-        if (++circles > 8) continue;
-        const store::CallLimit limit(0.1);
-        EXPECT_EQ(answer_of([&] { return catalog_->IsViewOnlyCatalogNodeEx("u", node); }).failure,
-                  error_number::kTimeout);
-        continue;
-      }
-      const Answer view_only = answer_of([&] { return catalog_->IsViewOnlyCatalogNodeEx("u", node); });
-      const Answer order = answer_of([&] { return catalog_->IsOrderCatalogNodeEx("u", node); });
-      if (walked.failure != 0) {
-        ASSERT_EQ(view_only, walked);
-        ASSERT_EQ(order, walked);
-        ++seen["null"];
-        continue;
-      }
-      ASSERT_EQ(view_only, (Answer{0, walk.is_view_only()}));
-      ASSERT_EQ(order, (Answer{0, walk.may_order()}));
-      const Answer authorized = answer_of([&] { return catalog_->IsAuthorizedCatalogNode("u", node); });
-      if (walk.seen)
-        ASSERT_EQ(authorized, (Answer{0, *walk.seen != cli::RightsWalk::Seen::nowhere}));
-      else
-        ASSERT_EQ(authorized, (Answer{error_number::kInvalidUseOfNull, false}));
-      if (walk.decisive) {
-        // What decides is an entry, and one of its own kind.
-        ASSERT_LT(*walk.decisive, walk.steps.size());
-        ASSERT_NE(walk.steps[*walk.decisive].entry, cli::RightsWalk::Entry::none);
-      }
-      ++seen[view_only.is_true ? "view only" : order.is_true ? "order" : "neither"];
-      ++seen[authorized.failure != 0 ? "unanswered" : authorized.is_true ? "sees" : "does not see"];
-    }
-  }
-  // The trees gave answers of all kinds.
-  for (const char* kind : {"view only", "order", "neither", "sees", "does not see", "unanswered", "null"})
-    EXPECT_GT(seen[kind], 30) << kind;
-  EXPECT_GT(circles, 8);
 }
 
 }  // namespace

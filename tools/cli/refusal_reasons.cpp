@@ -114,6 +114,12 @@ Reasons reasons_against_write(std::string_view table, const Array& fields, const
   return reasons;
 }
 
+Reasons reasons_against_user(const std::string& user) {
+  if (user.find('\'') == std::string::npos) return {};
+  return {"the library puts a user's id into its statements as it stands, so that it cannot ask for " + user +
+          ", which has a quote"};
+}
+
 void expect_row(std::string_view table, const Variant& key) {
   if (!has_row(connection_string(), table, key))
     raise(error_number::kInvalidArgument, {}, "There is no " + noun_of(table) + " " + key.to_text());

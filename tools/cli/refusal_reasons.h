@@ -21,6 +21,8 @@ Reasons reasons_against_delete(std::string_view table, const Variant& key);
 // Which of the values no row of the table can hold: names that are no columns, values that do not fit, references to
 // nothing ("there is no business partner 99").
 Reasons reasons_against_write(std::string_view table, const Array& fields, const Array& values);
+// That the library cannot ask for this user, whose id it puts into its statements as it stands.
+Reasons reasons_against_user(const std::string& user);
 
 // These raise 5 with a sentence, before the library is asked.
 // "There is no unit QQ", when no row of the table has this key.

@@ -1,9 +1,9 @@
-// mercato catalog: catalogues as such; their trees, files and migrations are in the files that catalog_commands.h
-// names.
+// mercato catalog list, show, new, copy and expire. The other commands of the group have files of their own.
 #include "tools/cli/catalog/catalog_commands.h"
 
+#include "catalog/catalog_lists.h"
 #include "platform/transactions/object_context.h"
-#include "tools/cli/catalog/catalog_tree.h"
+#include "tools/cli/catalog/catalog_names.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/one_transaction.h"
@@ -32,8 +32,6 @@ struct CopiedCatalog {
   std::string name;
   bool without_nodes = false;
 };
-
-std::size_t count_of(const Sql& sql) { return static_cast<std::size_t>(query_rows(sql).at(0)->Item("N").to_long()); }
 
 // The catalogue record, as columns and values.
 DictionaryPtr record_of(const ComponentPtr& catalogs, std::int32_t id) {
@@ -65,32 +63,19 @@ int list(const NoOptions&, const OutputOptions& output) {
 
 int show(const WhichCatalog& given, const OutputOptions& output) {
   const std::int32_t id = find_catalog(given.which).id;
-  const auto count = [&](LiteralPiece statement) {
-    Sql sql = statement;
-    return count_of(sql << id);
-  };
+  const CatalogCounts found = counts_of_catalog(id);
   const struct {
     const char* name;
     std::size_t count;
   } counts[] = {
-      {"nodes", count("SELECT COUNT(*) AS N FROM CATALOGNODE WHERE CATALOGID = ")},
-      {"products",
-       count("SELECT COUNT(DISTINCT C.PRODUCTID) AS N FROM PRODUCTSBYCATEGORY C INNER JOIN CATALOGNODE N ON "
-             "N.CATEGORYID = C.CATEGORYID AND N.NODETYPE = 1 AND N.CATALOGID = ")},
-      {"users",
-       count("SELECT COUNT(DISTINCT USERID) AS N FROM CATALOGNODEBYUSER WHERE ISPROFILE = 0 AND CATALOGID = ")},
-      {"profiles",
-       count("SELECT COUNT(DISTINCT USERID) AS N FROM CATALOGNODEBYUSER WHERE ISPROFILE = 1 AND CATALOGID = ")},
-  };
+      {"nodes", found.nodes}, {"products", found.products}, {"users", found.users}, {"profiles", found.profiles}};
   const DictionaryPtr record = record_of(create_root(kReader), id);
   gateway::Json json = to_json(*record);
   std::string words;
   record->for_each([&](const Variant& column, const Variant&) {
     words += column.to_text() + " = " + shown(text_of(*record, column.to_text()), 200) + "\n";
   });
-  // The record of the class lacks it.
-  Sql sql = LiteralPiece("SELECT CATALOGDESCRIPTION FROM CATALOG WHERE CATALOGID = ");
-  const std::string description = text_of(*query_rows(sql << id).at(0), "CATALOGDESCRIPTION");
+  const std::string description = description_of_catalog(id);
   json["CATALOGDESCRIPTION"] = description;
   words += "CATALOGDESCRIPTION = " + shown(description, 200) + "\n";
   for (const auto& [name, number] : counts) {
@@ -108,7 +93,7 @@ int insert(const NewCatalog& given, const OutputOptions& output) {
     const std::size_t equals = pair.find('=');
     fields.items.emplace_back(text::to_upper(pair.substr(0, equals)));
     const std::string value = pair.substr(equals + 1);
-    // The library writes the empty text as it is.
+    // The library would write the empty text as it is.
     values.items.push_back(value.empty() ? Variant(kNull) : Variant(value));
   }
   expect_no_assigned_field(kTable, fields);
@@ -117,6 +102,15 @@ int insert(const NewCatalog& given, const OutputOptions& output) {
                                        return call(create_root(kWriter), "InsertCatalog", {fields, values}).to_long();
                                      });
   return answer(output, {{"id", id}}, "catalogue " + std::to_string(id) + " created.");
+}
+
+// The catalogue whose id the store gave out last.
+CatalogName newest_of(const Dictionary& catalogs) {
+  CatalogName newest;
+  catalogs.for_each([&](const Variant& id, const Variant& name) {
+    if (id.to_long() > newest.id) newest = {id.to_long(), name.text_or_empty()};
+  });
+  return newest;
 }
 
 int copy(const CopiedCatalog& given, const OutputOptions& output) {
@@ -128,12 +122,8 @@ int copy(const CopiedCatalog& given, const OutputOptions& output) {
                return transaction.call(kWriter, "CopyCatalog", {original.id, level, given.name});
              });
   // The library does not say which it is. Nobody else has written since: it is the newest.
-  const DictionaryPtr newest =
-      query_rows(LiteralPiece("SELECT TOP 1 CATALOGID, CATALOGNAME FROM CATALOG ORDER BY CATALOGID DESC")).at(0);
-  const CatalogName twin{newest->Item("CATALOGID").to_long(), text_of(*newest, "CATALOGNAME")};
-  Sql nodes;
-  nodes << "SELECT COUNT(*) AS N FROM CATALOGNODE WHERE CATALOGID = " << twin.id;
-  const std::size_t count = count_of(nodes);
+  const CatalogName twin = newest_of(*transaction.call(kReader, "GetAllCatalogs", {}).to<Dictionary>());
+  const std::size_t count = count_nodes(twin.id);
   transaction.commit();
   return answer(
       output, {{"id", twin.id}, {"name", twin.name}, {"nodes", count}},
@@ -142,19 +132,119 @@ int copy(const CopiedCatalog& given, const OutputOptions& output) {
 
 int expire(const WhichCatalog& given, const OutputOptions& output) {
   const CatalogName catalog = find_catalog(given.which);
-  const auto enabled = [] {
-    return count_of(LiteralPiece("SELECT COUNT(*) AS N FROM PRODUCT WHERE DISABLED <> 1 OR DISABLED IS NULL"));
-  };
   OneTransaction transaction;
-  const std::size_t before = enabled();
+  const std::size_t before = count_enabled_products();
   transaction.call(kWriter, "ExpireCatalog", {catalog.id});
-  const std::size_t disabled = before - enabled();
+  const std::size_t disabled = before - count_enabled_products();
   transaction.commit();
   return answer(output, {{"expired", true}, {"disabled", disabled}},
                 "catalogue " + shown(catalog) + " is no longer active; " + counted(disabled, "product") + " disabled.");
 }
 
+// What the command line takes
+
 constexpr const char* kWhich = "The catalogue's id, or its name when only one has it";
+
+void add_show(Menu::Group& group) {
+  const auto [command, given] =
+      group.add("show", "Print one catalogue, and how much there is in it", "  mercato catalog show 1\n", show);
+  command.add_option("CATALOG", given.which, kWhich)->required();
+}
+
+void add_tree(Menu::Group& group) {
+  const auto [command, given] =
+      group.add("tree", "Draw the tree of a catalogue",
+                "  mercato catalog tree 1\n"
+                "  mercato catalog tree 'House catalogue 2026' --depth 1\n"
+                "  mercato catalog tree 1 --user CHLOE.MERCIER\n"
+                "Each node has its id, and the products of its category. With --user: [sees] where the node was laid "
+                "out for\n"
+                "the user or he has the whole catalogue, [orders] and [view only] as the entries say. Exit status 3 "
+                "when nodes\n"
+                "hang in a circle or on a node that is not of the catalogue.\n",
+                draw_catalog);
+  command.add_option("CATALOG", given.catalog, kWhich)->required();
+  command.add_option("--user", given.user, "Show what this user may do")->type_name("USER")->check(is_no_blank());
+  command.add_option("--depth", given.depth, "The most levels")
+      ->type_name("N")
+      ->check(is_whole_number())
+      ->check(is_positive());
+}
+
+void add_new(Menu::Group& group) {
+  const auto [command, given] =
+      group.add("new", "Create a catalogue without nodes and print its id",
+                "  mercato catalog new 'Spring 2027'\n"
+                "  mercato catalog new 'Spring 2027' ACTIVE=1 VERSION=2 'CATALOGDESCRIPTION=From March on'\n"
+                "A FIELD is a column of CATALOG, in any case.\n",
+                insert);
+  command.add_option("NAME", given.name, "The name; several catalogues may have it")->required()->check(is_no_blank());
+  command.add_option("PAIRS", given.pairs, "FIELD=VALUE")->check(is_pair());
+}
+
+void add_load(Menu::Group& group) {
+  const auto [command, given] = group.add(
+      "load", "Create a catalogue with the nodes of a file of comma-separated values",
+      "  mercato catalog load nodes.csv --name 'Spring 2027'\n"
+      "  mercato catalog load themes.csv --name Themes --id-column code --parent-column above --name-column title\n"
+      "The first line names the columns: id, parent (or parent_id), name, and category if there is one. A node "
+      "without a\n"
+      "parent is a root; a parent may stand behind its children. A category is an id or a name of `category list`. "
+      "Other\n"
+      "columns are passed over. All of the file is loaded, or nothing: faults are told with their lines.\n",
+      load_catalog);
+  command.add_option("FILE", given.file, "The file, in UTF-8")->required();
+  command.add_option("--name", given.name, "The name of the catalogue")
+      ->type_name("NAME")
+      ->required()
+      ->check(is_no_blank());
+  command.add_option("--description", given.description, "Its description")->type_name("TEXT");
+  command.add_flag("--active", given.active, "Make it active at once");
+  command.add_option("--id-column", given.id_column, "The header of the ids")->type_name("HEADER");
+  command.add_option("--parent-column", given.parent_column, "The header of the parents' ids")->type_name("HEADER");
+  command.add_option("--name-column", given.name_column, "The header of the names")->type_name("HEADER");
+  command.add_option("--category-column", given.category_column, "The header of the categories")->type_name("HEADER");
+}
+
+void add_copy(Menu::Group& group) {
+  const auto [command, given] =
+      group.add("copy", "Copy a catalogue with its nodes",
+                "  mercato catalog copy 1 --name 'House catalogue 2027'\n"
+                "  mercato catalog copy 1 --without-nodes\n"
+                "The copy is not active. Rights, favourites and the partners of shop-out folders are not copied.\n",
+                copy);
+  command.add_option("CATALOG", given.which, kWhich)->required();
+  command.add_option("--name", given.name, "The name of the copy; else \"Copy Of\" and the name")->type_name("NAME");
+  command.add_flag("--without-nodes", given.without_nodes, "The catalogue's own row only");
+}
+
+void add_migrate(Menu::Group& group) {
+  const auto [command, given] =
+      group.add("migrate", "Move the rights and favourites of all users to another catalogue",
+                "  mercato catalog migrate 1 'House catalogue 2027' --dry-run\n"
+                "  mercato catalog migrate 1 'House catalogue 2027'\n"
+                "A right on a node goes to the node of the same names all the way up; a favourite to the product of "
+                "the same\n"
+                "part number, when the user may order it there. All others are deleted, and so are the rights that "
+                "the new\n"
+                "catalogue had. All of it or nothing.\n",
+                migrate_catalog);
+  command.add_option("OLD", given.from, kWhich)->required();
+  command.add_option("NEW", given.to, "Its successor, by id or name")->required();
+  command.add_flag("--only-if-empty", given.only_if_empty, "Refuse when the new catalogue has rights already");
+  command.add_flag("--replace", given.replace,
+                   "Delete its rights also when the old one has none to put in their place");
+  command.add_flag("--dry-run", given.dry_run, "Say what would be moved and lost, and change nothing");
+}
+
+void add_expire(Menu::Group& group) {
+  const auto [command, given] =
+      group.add("expire", "Make a catalogue inactive and disable its products everywhere",
+                "  mercato catalog expire 1\n"
+                "Its products are disabled though another catalogue shows them; `product enable` brings one back.\n",
+                expire);
+  command.add_option("CATALOG", given.which, kWhich)->required();
+}
 
 }  // namespace catalog_commands
 
@@ -162,102 +252,13 @@ void add_catalog_commands(Menu& menu) {
   using namespace catalog_commands;
   Menu::Group group = menu.group("catalog", "List, draw, create, load, copy, expire and migrate catalogues");
   group.add("list", "List the catalogues", "  mercato catalog list\n", list);
-  {
-    const auto [command, given] =
-        group.add("show", "Print one catalogue, and how much there is in it", "  mercato catalog show 1\n", show);
-    command.add_option("CATALOG", given.which, kWhich)->required();
-  }
-  {
-    const auto [command, given] =
-        group.add("tree", "Draw the tree of a catalogue",
-                  "  mercato catalog tree 1\n"
-                  "  mercato catalog tree 'House catalogue 2026' --depth 1\n"
-                  "  mercato catalog tree 1 --user CHLOE.MERCIER\n"
-                  "Each node has its id, and the products of its category. With --user: [sees] where the node was laid "
-                  "out for\n"
-                  "the user or he has the whole catalogue, [orders] and [view only] as the entries say. Exit status 3 "
-                  "when nodes\n"
-                  "hang in a circle or on a node that is not of the catalogue.\n",
-                  draw_catalog);
-    command.add_option("CATALOG", given.catalog, kWhich)->required();
-    command.add_option("--user", given.user, "Show what this user may do")->type_name("USER")->check(is_no_blank());
-    command.add_option("--depth", given.depth, "The most levels")
-        ->type_name("N")
-        ->check(is_whole_number())
-        ->check(is_positive());
-  }
-  {
-    const auto [command, given] =
-        group.add("new", "Create a catalogue without nodes and print its id",
-                  "  mercato catalog new 'Spring 2027'\n"
-                  "  mercato catalog new 'Spring 2027' ACTIVE=1 VERSION=2 'CATALOGDESCRIPTION=From March on'\n"
-                  "A FIELD is a column of CATALOG, in any case.\n",
-                  insert);
-    command.add_option("NAME", given.name, "The name; several catalogues may have it")
-        ->required()
-        ->check(is_no_blank());
-    command.add_option("PAIRS", given.pairs, "FIELD=VALUE")->check(is_pair());
-  }
-  {
-    const auto [command, given] = group.add(
-        "load", "Create a catalogue with the nodes of a file of comma-separated values",
-        "  mercato catalog load nodes.csv --name 'Spring 2027'\n"
-        "  mercato catalog load themes.csv --name Themes --id-column code --parent-column above --name-column title\n"
-        "The first line names the columns: id, parent (or parent_id), name, and category if there is one. A node "
-        "without a\n"
-        "parent is a root; a parent may stand behind its children. A category is an id or a name of `category list`. "
-        "Other\n"
-        "columns are passed over. All of the file is loaded, or nothing: faults are told with their lines.\n",
-        load_catalog);
-    command.add_option("FILE", given.file, "The file, in UTF-8")->required();
-    command.add_option("--name", given.name, "The name of the catalogue")
-        ->type_name("NAME")
-        ->required()
-        ->check(is_no_blank());
-    command.add_option("--description", given.description, "Its description")->type_name("TEXT");
-    command.add_flag("--active", given.active, "Make it active at once");
-    command.add_option("--id-column", given.id_column, "The header of the ids")->type_name("HEADER");
-    command.add_option("--parent-column", given.parent_column, "The header of the parents' ids")->type_name("HEADER");
-    command.add_option("--name-column", given.name_column, "The header of the names")->type_name("HEADER");
-    command.add_option("--category-column", given.category_column, "The header of the categories")->type_name("HEADER");
-  }
-  {
-    const auto [command, given] =
-        group.add("copy", "Copy a catalogue with its nodes",
-                  "  mercato catalog copy 1 --name 'House catalogue 2027'\n"
-                  "  mercato catalog copy 1 --without-nodes\n"
-                  "The copy is not active. Rights, favourites and the partners of shop-out folders are not copied.\n",
-                  copy);
-    command.add_option("CATALOG", given.which, kWhich)->required();
-    command.add_option("--name", given.name, "The name of the copy; else \"Copy Of\" and the name")->type_name("NAME");
-    command.add_flag("--without-nodes", given.without_nodes, "The catalogue's own row only");
-  }
-  {
-    const auto [command, given] =
-        group.add("migrate", "Move the rights and favourites of all users to another catalogue",
-                  "  mercato catalog migrate 1 'House catalogue 2027' --dry-run\n"
-                  "  mercato catalog migrate 1 'House catalogue 2027'\n"
-                  "A right on a node goes to the node of the same names all the way up; a favourite to the product of "
-                  "the same\n"
-                  "part number, when the user may order it there. All others are deleted, and so are the rights that "
-                  "the new\n"
-                  "catalogue had. All of it or nothing.\n",
-                  migrate_catalog);
-    command.add_option("OLD", given.from, kWhich)->required();
-    command.add_option("NEW", given.to, "Its successor, by id or name")->required();
-    command.add_flag("--only-if-empty", given.only_if_empty, "Refuse when the new catalogue has rights already");
-    command.add_flag("--replace", given.replace,
-                     "Delete its rights also when the old one has none to put in their place");
-    command.add_flag("--dry-run", given.dry_run, "Say what would be moved and lost, and change nothing");
-  }
-  {
-    const auto [command, given] =
-        group.add("expire", "Make a catalogue inactive and disable its products everywhere",
-                  "  mercato catalog expire 1\n"
-                  "Its products are disabled though another catalogue shows them; `product enable` brings one back.\n",
-                  expire);
-    command.add_option("CATALOG", given.which, kWhich)->required();
-  }
+  add_show(group);
+  add_tree(group);
+  add_new(group);
+  add_load(group);
+  add_copy(group);
+  add_migrate(group);
+  add_expire(group);
 }
 
 }  // namespace mercato::cli

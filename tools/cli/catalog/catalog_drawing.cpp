@@ -5,10 +5,11 @@
 #include <map>
 #include <set>
 
+#include "catalog/catalog_lists.h"
+#include "catalog/node_tree.h"
 #include "platform/transactions/object_context.h"
 #include "tools/cli/catalog/catalog_commands.h"
-#include "tools/cli/catalog/catalog_tree.h"
-#include "tools/cli/catalog/rights_walk.h"
+#include "tools/cli/catalog/catalog_names.h"
 #include "tools/cli/library.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
@@ -26,8 +27,8 @@ struct Lines {
 constexpr Lines kBoxes = {"├── ", "└── ", "│   ", "    "};
 constexpr Lines kPlain = {"|-- ", "`-- ", "|   ", "    "};
 
-// Lines are drawn to so many levels; below them each node says on which it stands. A chain of nodes would else take the
-// square of its length.
+// Lines are drawn for so many levels. A node below them names its level: lines for all levels of a chain of nodes would
+// take the square of its length.
 constexpr std::size_t kDrawnLevels = 64;
 
 // Whether the locale says that the terminal takes UTF-8.
@@ -116,17 +117,17 @@ class Drawing {
   }
 
  private:
-  // A circle hangs on no root: it is cut above the first of its nodes, which becomes a top.
+  // No root leads to a circle. It is cut above the first of its nodes, which becomes a top.
   void open_circles(NodeTree& tree) {
     std::set<std::int32_t> reached;
     for (const CatalogNode* top : tops_) reach(top->id, reached);
     for (const CatalogNode* node : nodes_) {
       if (reached.contains(node->id)) continue;
-      // What hangs below a circle waits until one of the circle's own nodes comes along.
+      // A node below a circle is passed over: it is reached when the circle is cut at one of the circle's own nodes.
       const WayUp way = tree.way_up(node->id);
       if (way.end != WayUp::End::circle || way.nodes.back()->parent != node->id) continue;
       problems_.push_back("the parents of node " + std::to_string(node->id) + " " + shown(node->name) +
-                          " go in a circle: " + way.circle());
+                          " go in a circle: " + circle_of(way));
       std::erase(children_[*node->parent], node);
       tops_.push_back(node);
       reach(node->id, reached);
@@ -154,7 +155,7 @@ class Drawing {
   Reasons problems_;
 };
 
-// What is drawn in front of the nodes, asked in the order of the tree.
+// What is drawn in front of the nodes. It has to be asked in the order of the tree.
 class Branches {
  public:
   explicit Branches(const Lines& lines) : lines_(lines) {}
@@ -177,18 +178,60 @@ class Branches {
   std::vector<bool> last_;  // of the node on each level above the next one
 };
 
-// Products by category.
-std::map<std::int32_t, std::int32_t> count_products() {
-  std::map<std::int32_t, std::int32_t> counts;
-  for (const DictionaryPtr& row :
-       query_rows(LiteralPiece("SELECT CATEGORYID, COUNT(*) AS PRODUCTS FROM PRODUCTSBYCATEGORY GROUP BY CATEGORYID")))
-    counts[row->Item("CATEGORYID").to_long()] = row->Item("PRODUCTS").to_long();
-  return counts;
-}
+using Count = std::optional<std::int32_t>;
 
-gateway::Json or_null(const std::optional<std::int32_t>& number) {
-  return number ? gateway::Json(*number) : gateway::Json(nullptr);
-}
+// The tree on its way to the terminal: as text and as JSON, line by line.
+class Told {
+ public:
+  explicit Told(const std::string& user) : user_(user), branches_(lines_of_terminal()) {}
+
+  // `products`: of the category that the node shows, if it shows one. `rights`: nothing when they cannot be asked.
+  void add(const Drawn& line, Count products, const std::optional<Rights>& rights) {
+    const CatalogNode& node = *line.node;
+    gateway::Json row = {{"NODEID", node.id},
+                         {"PARENTNODEID", or_null(node.parent)},
+                         {"NODENAME", node.name},
+                         {"NODETYPE", node.type},
+                         {"LEVEL", line.level},
+                         {"CATEGORYID", or_null(node.category)},
+                         {"PRODUCTS", or_null(products)},
+                         {"HIDDEN", line.hidden}};
+    if (!user_.empty())
+      row["RIGHTS"] = rights ? gateway::Json{{"AUTHORIZED", rights->authorized},
+                                             {"VIEWONLY", rights->view_only},
+                                             {"ORDER", rights->order}}
+                             : gateway::Json(nullptr);
+    json_.push_back(std::move(row));
+
+    text_ += branches_.in_front_of(line) + std::to_string(node.id) + " " + shown(node.name);
+    if (products) text_ += " (" + counted(static_cast<std::size_t>(*products), "product") + ")";
+    if (line.hidden > 0) text_ += " (" + counted(line.hidden, "node") + " below)";
+    if (!user_.empty()) text_ += "  " + words_for(rights);
+    text_ += '\n';
+  }
+
+  void print(const CatalogName& catalog, const Drawing& drawing, const OutputOptions& output) {
+    if (output.json) {
+      std::cout << gateway::line_of(gateway::Json{
+                       {"CATALOGID", catalog.id}, {"nodes", std::move(json_)}, {"problems", drawing.problems()}})
+                << '\n';
+      return;
+    }
+    std::cout << bold("catalogue " + shown(catalog) + ", " + counted(drawing.nodes().size(), "node")) << '\n' << text_;
+    if (!user_.empty())
+      std::cout << "sees: the node is laid out for " << shown(user_)
+                << ", or the whole catalogue is his; orders, view only: what the entries on its way up say\n";
+    for (const std::string& problem : drawing.problems()) std::cerr << alarming("wrong: ") << problem << '\n';
+  }
+
+ private:
+  static gateway::Json or_null(Count number) { return number ? gateway::Json(*number) : gateway::Json(nullptr); }
+
+  const std::string& user_;  // empty: nobody's rights
+  Branches branches_;
+  gateway::Json json_ = gateway::Json::array();
+  std::string text_;
+};
 
 }  // namespace
 
@@ -199,54 +242,25 @@ int draw_catalog(const DrawnCatalog& given, const OutputOptions& output) {
   const CatalogName catalog = find_catalog(given.catalog);
   NodeTree tree;
   const Drawing drawing(tree, catalog.id);
-  const std::map<std::int32_t, std::int32_t> products = count_products();
+  const std::map<std::int32_t, std::int32_t> products = product_counts_by_category();
+  const auto products_of = [&](const CatalogNode& node) -> Count {
+    const auto category = node.shown_category();
+    if (!category) return std::nullopt;
+    const auto found = products.find(*category);
+    return found == products.end() ? 0 : found->second;
+  };
   const ComponentPtr catalogs = create_root("Mercato.Catalog");
   const auto rights_on = [&](const CatalogNode& node) -> std::optional<Rights> {
-    if (tree.endless(node.id)) return std::nullopt;  // the library would ask for ever
+    if (given.user.empty() || endless(tree, node.id))
+      return std::nullopt;  // in a circle the library would ask until its time is up
     return ask_rights(catalogs, given.user, node.id);
   };
-
-  gateway::Json list = gateway::Json::array();
-  std::string text;
-  Branches branches(lines_of_terminal());
+  Told told(given.user);
   for (const Drawn& line : drawing.draw(static_cast<std::size_t>(given.depth))) {
     store::check_call_limit();
-    const CatalogNode& node = *line.node;
-    std::optional<std::int32_t> count;
-    if (node.type == kCategoryNode && node.category)
-      count = products.contains(*node.category) ? products.at(*node.category) : 0;
-    std::optional<Rights> rights;
-    if (!given.user.empty()) rights = rights_on(node);
-
-    gateway::Json row = {{"NODEID", node.id},          {"PARENTNODEID", or_null(node.parent)},
-                         {"NODENAME", node.name},      {"NODETYPE", node.type},
-                         {"LEVEL", line.level},        {"CATEGORYID", or_null(node.category)},
-                         {"PRODUCTS", or_null(count)}, {"HIDDEN", line.hidden}};
-    if (!given.user.empty())
-      row["RIGHTS"] = rights ? gateway::Json{{"AUTHORIZED", rights->authorized},
-                                             {"VIEWONLY", rights->view_only},
-                                             {"ORDER", rights->order}}
-                             : gateway::Json(nullptr);
-    list.push_back(std::move(row));
-
-    text += branches.in_front_of(line) + std::to_string(node.id) + " " + shown(node.name);
-    if (count) text += " (" + counted(static_cast<std::size_t>(*count), "product") + ")";
-    if (line.hidden > 0) text += " (" + counted(line.hidden, "node") + " below)";
-    if (!given.user.empty()) text += "  " + words_for(rights);
-    text += '\n';
+    told.add(line, products_of(*line.node), rights_on(*line.node));
   }
-
-  if (output.json) {
-    std::cout << gateway::line_of(gateway::Json{
-                     {"CATALOGID", catalog.id}, {"nodes", std::move(list)}, {"problems", drawing.problems()}})
-              << '\n';
-  } else {
-    std::cout << bold("catalogue " + shown(catalog) + ", " + counted(drawing.nodes().size(), "node")) << '\n' << text;
-    if (!given.user.empty())
-      std::cout << "sees: the node is laid out for " << shown(given.user)
-                << ", or the whole catalogue is his; orders, view only: what the entries on its way up say\n";
-    for (const std::string& problem : drawing.problems()) std::cerr << alarming("wrong: ") << problem << '\n';
-  }
+  told.print(catalog, drawing, output);
   return drawing.problems().empty() ? kDone : kDoneInPart;
 }
 

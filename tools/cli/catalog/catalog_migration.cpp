@@ -2,24 +2,20 @@
 // them.
 #include <algorithm>
 #include <iostream>
-#include <map>
+#include <iterator>
+#include <vector>
 
-#include "frame/lib_general.h"
+#include "catalog/migration.h"
 #include "tools/cli/catalog/catalog_commands.h"
-#include "tools/cli/catalog/catalog_tree.h"
-#include "tools/cli/catalog/rights_walk.h"
+#include "tools/cli/catalog/catalog_names.h"
 #include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
-#include "values/text.h"
 
 namespace mercato::cli {
 namespace {
 
 constexpr const char* kWriter = "Mercato.TCatalog";
-constexpr const char* kReader = "Mercato.Catalog";
-
-std::size_t count_of(const Sql& sql) { return static_cast<std::size_t>(query_rows(sql).at(0)->Item("N").to_long()); }
 
 // What goes, and why.
 struct Loss {
@@ -27,153 +23,83 @@ struct Loss {
   std::string what;  // "on node 7 Office\Paper", "of ann: product 2 (QM-1)"
   std::string why;
 };
-using Losses = std::vector<Loss>;
+// A plan in words: what goes, and why the library's call would fail or never end.
+struct Plan {
+  std::vector<Loss> losses;
+  Reasons obstacles;
+};
 
 // Rights
-
-std::size_t rights_on(std::int32_t catalog) {
-  Sql sql;
-  sql << "SELECT COUNT(*) AS N FROM CATALOGNODEBYUSER WHERE CATALOGID = " << catalog;
-  return count_of(sql);
-}
-std::size_t rights_on_node(std::int32_t catalog, std::int32_t node) {
-  Sql sql;
-  sql << "SELECT COUNT(*) AS N FROM CATALOGNODEBYUSER WHERE CATALOGID = " << catalog << " AND NODEID = " << node;
-  return count_of(sql);
-}
 
 std::string described(NodeTree& tree, std::int32_t node) {
   return "node " + std::to_string(node) + " " + shown(tree.path(node), 200);
 }
 
-// The nodes whose rights go, and the reasons for which the library's call would fail, or never end.
-struct RightsPlan {
-  Losses losses;
-  Reasons obstacles;
-};
+// Why the way up from the node does not lead to a root; nothing when it does.
+Reasons obstacles_above(NodeTree& tree, std::int32_t node) {
+  if (const auto circle = endless(tree, node)) return {*circle};
+  const WayUp way = tree.way_up(node);
+  if (way.end == WayUp::End::root) return {};
+  return {"above " + described(tree, node) + " a parent is missing, node " +
+          std::to_string(way.nodes.back()->parent.value_or(0))};
+}
 
-RightsPlan plan_rights(NodeTree& tree, const CatalogName& from, const CatalogName& to) {
+Plan told_rights(NodeTree& tree, const CatalogName& from, const CatalogName& to) {
   const store::CallLimit limit = call_limit();
-  RightsPlan plan;
-  Sql sql;
-  sql << "SELECT DISTINCT CN.NODEID, CN.NODENAME FROM CATALOGNODE CN "
-         " INNER JOIN CATALOGNODEBYUSER CU ON CU.NODEID = CN.NODEID "
-         " WHERE CN.CATALOGID = "
-      << from.id;
-  for (const DictionaryPtr& row : query_rows(sql)) {
-    const std::int32_t node = row->Item("NODEID").to_long();
-    // The library looks at the first node of this name only.
-    sql = LiteralPiece(" SELECT NODEID, PARENTNODEID FROM CATALOGNODE WHERE  NODENAME = '");
-    sql << value(Gen_QuoteSql(text_of(*row, "NODENAME"))) << "' AND CATALOGID = " << to.id;
-    const Rows candidates = query_rows(sql);
-    if (candidates.empty()) {
-      if (const std::size_t count = rights_on_node(from.id, node); count > 0)
-        plan.losses.push_back({count, "on " + described(tree, node), "catalogue " + shown(to) + " has no such node"});
-      continue;
+  Plan plan;
+  for (const RightsMove& move : plan_rights(tree, from.id, to.id)) {
+    switch (move.twin) {
+      case RightsMove::Twin::none:
+        if (move.lost > 0)
+          plan.losses.push_back(
+              {move.lost, "on " + described(tree, move.node), "catalogue " + shown(to) + " has no such node"});
+        break;
+      case RightsMove::Twin::no_path:
+        for (const std::int32_t end : {move.node, move.twin_node})
+          std::ranges::copy(obstacles_above(tree, end), std::back_inserter(plan.obstacles));
+        break;
+      case RightsMove::Twin::other_path:
+        plan.obstacles.push_back("for " + described(tree, move.node) + " the first of its name in catalogue " +
+                                 shown(to) + " is " + described(tree, move.twin_node) +
+                                 ", and the library looks at no other; rename one of them");
+        break;
+      case RightsMove::Twin::same_path:
+        break;
     }
-    const std::int32_t twin = candidates.front()->Item("NODEID").to_long();
-    bool has_paths = true;
-    for (const std::int32_t end : {node, twin}) {
-      const WayUp way = tree.way_up(end);
-      if (way.end == WayUp::End::root) continue;
-      has_paths = false;
-      plan.obstacles.push_back(way.end == WayUp::End::circle
-                                   ? *tree.endless(end)
-                                   : "above " + described(tree, end) + " a parent is missing, node " +
-                                         std::to_string(way.nodes.back()->parent.value_or(0)));
-    }
-    if (has_paths && text::to_upper(tree.path(node)) != text::to_upper(tree.path(twin)))
-      plan.obstacles.push_back("for " + described(tree, node) + " the first of its name in catalogue " + shown(to) +
-                               " is " + described(tree, twin) +
-                               ", and the library looks at no other; rename one of them");
   }
   return plan;
 }
 
 // Favourites
 
-struct Offer {
-  std::int32_t product;
-  std::int32_t node;
-};
-
-// " FROM ..." of the products that a catalogue shows on its category nodes.
-Sql products_of(std::int32_t catalog) {
-  Sql sql;
-  sql << " FROM PRODUCT P INNER JOIN PRODUCTSBYCATEGORY C ON P.PRODUCTID = C.PRODUCTID INNER JOIN CATALOGNODE N ON "
-         "N.CATALOGID = "
-      << catalog << " AND N.CATEGORYID = C.CATEGORYID AND N.NODETYPE = 1 ";
-  return sql;
+std::string why_lost(FavoriteFate::Kind fate, const CatalogName& to) {
+  switch (fate) {
+    case FavoriteFate::Kind::no_such_part:
+      return "catalogue " + shown(to) + " has no product of this part number";
+    case FavoriteFate::Kind::view_only:
+      return "the user may only view the product in catalogue " + shown(to);
+    default:
+      return "no entry of the user lets him order the product in catalogue " + shown(to);
+  }
 }
 
-std::size_t favorites_on(std::int32_t catalog) {
-  Sql sql;
-  sql << "SELECT COUNT(*) AS N FROM FAVORITES WHERE PRODUCTID IN (SELECT P.PRODUCTID" << products_of(catalog) << ")";
-  return count_of(sql);
-}
-std::size_t all_favorites() { return count_of(LiteralPiece("SELECT COUNT(*) AS N FROM FAVORITES")); }
-
-// By part number, exactly, as the library compares them.
-std::map<std::string, std::vector<Offer>> offers_in(std::int32_t catalog) {
-  Sql sql;
-  sql << "SELECT P.PRODUCTID, P.PARTNUMBER, N.NODEID FROM CATALOGNODE N, PRODUCT P INNER JOIN PRODUCTSBYCATEGORY C ON "
-         "P.PRODUCTID = C.PRODUCTID WHERE N.CATEGORYID = C.CATEGORYID AND N.CATALOGID = "
-      << catalog;
-  std::map<std::string, std::vector<Offer>> offers;
-  for (const DictionaryPtr& row : query_rows(sql))
-    offers[text_of(*row, "PARTNUMBER")].push_back({row->Item("PRODUCTID").to_long(), row->Item("NODEID").to_long()});
-  return offers;
-}
-
-struct FavoritesPlan {
-  Losses losses;
-  Reasons obstacles;
-};
-
-// Asks as the library will, so that the rights have to be moved before.
-FavoritesPlan plan_favorites(NodeTree& tree, OneTransaction& transaction, const CatalogName& from,
-                             const CatalogName& to) {
+// The library asks for the rights in the new catalogue, and so does this: the rights have to be moved before.
+Plan told_favorites(NodeTree& tree, const CatalogName& from, const CatalogName& to) {
   const store::CallLimit limit = call_limit();
-  FavoritesPlan plan;
-  Sql sql;
-  sql << "SELECT F.USERID, P.PRODUCTID, P.PARTNUMBER, COUNT(*) AS N FROM FAVORITES F INNER JOIN PRODUCT P ON "
-         "P.PRODUCTID = F.PRODUCTID WHERE P.PRODUCTID IN (SELECT P.PRODUCTID"
-      << products_of(from.id) << ") GROUP BY F.USERID, P.PRODUCTID, P.PARTNUMBER ORDER BY F.USERID, P.PRODUCTID";
-  const Rows favorites = query_rows(sql);
-  if (favorites.empty()) return plan;
-  const auto offers = offers_in(to.id);
-  for (const DictionaryPtr& row : favorites) {
-    const std::string user = text_of(*row, "USERID");
-    const std::string part = text_of(*row, "PARTNUMBER");
-    const auto lose = [&](const std::string& why) {
-      plan.losses.push_back({static_cast<std::size_t>(row->Item("N").to_long()),
-                             "of " + shown(user) + ": product " + text_of(*row, "PRODUCTID") + " (" + shown(part) + ")",
-                             why});
-    };
-    const auto same_part = offers.find(part);
-    if (same_part == offers.end()) {
-      lose("catalogue " + shown(to) + " has no product of this part number");
-      continue;
-    }
-    bool may_order = false;
-    bool may_view = false;
-    for (const Offer& offer : same_part->second) {
-      if (const auto endless = tree.endless(offer.node)) {
-        plan.obstacles.push_back(*endless);
-        break;
-      }
-      const auto ask = [&](const char* question) {
-        return explaining([&](const RaisedError&) { return reasons_against_user(user); },
-                          [&] {
-                            return transaction.call(kReader, question, {user, offer.node}).to_boolean();
-                          });
-      };
-      if ((may_order = ask("IsOrderCatalogNodeEx"))) break;
-      may_view |= ask("IsViewOnlyCatalogNodeEx");
-    }
-    if (!may_order)
-      lose(may_view ? "the user may only view the product in catalogue " + shown(to)
-                    : "no entry of the user lets him order the product in catalogue " + shown(to));
+  Plan plan;
+  const std::vector<MarkedProduct> products = marked_products(from.id);
+  if (products.empty()) return plan;
+  const Offers offers = offers_for(from.id, to.id);
+  for (const MarkedProduct& marked : products) {
+    const FavoriteFate fate = explaining([&](const RaisedError&) { return reasons_against_user(marked.user); },
+                                         [&] { return fate_of(marked, offers, tree); });
+    if (fate.kind == FavoriteFate::Kind::endless)
+      plan.obstacles.push_back(*endless(tree, fate.node));
+    else if (fate.kind != FavoriteFate::Kind::moved)
+      plan.losses.push_back({count_marks(marked),
+                             "of " + shown(marked.user) + ": product " + std::to_string(marked.product) + " (" +
+                                 shown(marked.part_number) + ")",
+                             why_lost(fate.kind, to)});
   }
   std::ranges::sort(plan.obstacles);
   plan.obstacles.erase(std::unique(plan.obstacles.begin(), plan.obstacles.end()), plan.obstacles.end());
@@ -182,13 +108,21 @@ FavoritesPlan plan_favorites(NodeTree& tree, OneTransaction& transaction, const 
 
 // What was done
 
-gateway::Json to_json(const Losses& losses) {
+struct Moved {
+  std::size_t moved = 0;
+  std::size_t lost = 0;
+  std::size_t replaced = 0;
+  std::size_t left = 0;  // rights on nodes that are not of the catalogue
+  std::vector<Loss> losses;
+};
+
+gateway::Json to_json(const std::vector<Loss>& losses) {
   gateway::Json json = gateway::Json::array();
   for (const Loss& loss : losses) json.push_back({{"count", loss.count}, {"what", loss.what}, {"why", loss.why}});
   return json;
 }
 
-void print_losses(const char* noun, const Losses& losses) {
+void print_losses(const char* noun, const std::vector<Loss>& losses) {
   constexpr std::size_t kMost = 20;
   for (std::size_t position = 0; position < std::min(losses.size(), kMost); ++position)
     std::cout << "  " << bad("lost: ") << counted(losses[position].count, noun) << " " << losses[position].what << "; "
@@ -199,6 +133,33 @@ void print_losses(const char* noun, const Losses& losses) {
 
 int refuse_migration(const OutputOptions& output, const std::string& result, const Reasons& reasons) {
   return refuse(output, {{"migrated", false}}, result, reasons);
+}
+
+int tell_migration(const CatalogName& from, const CatalogName& to, const Moved& rights, const Moved& favorites,
+                   bool dry_run, const OutputOptions& output) {
+  if (output.json)
+    return answer(
+        output,
+        {{"migrated", !dry_run},
+         {"dryRun", dry_run},
+         {"rights",
+          {{"moved", rights.moved},
+           {"lost", rights.lost},
+           {"replaced", rights.replaced},
+           {"left", rights.left},
+           {"losses", to_json(rights.losses)}}},
+         {"favorites", {{"moved", favorites.moved}, {"lost", favorites.lost}, {"losses", to_json(favorites.losses)}}}},
+        {});
+  std::cout << bold("catalogue " + shown(from) + " to " + shown(to)) << '\n'
+            << "rights: " << rights.moved << " moved, " << rights.lost << " lost, " << rights.replaced << " replaced\n";
+  print_losses("right", rights.losses);
+  if (rights.left > 0)
+    std::cout << "  left: " << counted(rights.left, "right") << " on nodes that are not of the catalogue\n";
+  std::cout << "favourites: " << favorites.moved << " moved, " << favorites.lost << " lost\n";
+  print_losses("favourite", favorites.losses);
+  std::cout << (dry_run ? "A dry run: nothing was changed.\n"
+                        : "The nodes laid out for users are as before: `mercato rights populate USER`.\n");
+  return kDone;
 }
 
 }  // namespace
@@ -212,12 +173,12 @@ int migrate_catalog(const CatalogMigration& given, const OutputOptions& output) 
   NodeTree tree;
   OneTransaction transaction;
 
-  const RightsPlan rights = plan_rights(tree, from, to);
-  if (!rights.obstacles.empty())
-    return refuse_migration(output, "the rights cannot be moved; nothing was changed.", rights.obstacles);
-  const std::size_t rights_before = rights_on(from.id);
-  const std::size_t replaced = rights_on(to.id);
-  // As after a migration that is repeated.
+  Plan rights_plan = told_rights(tree, from, to);
+  if (!rights_plan.obstacles.empty())
+    return refuse_migration(output, "the rights cannot be moved; nothing was changed.", rights_plan.obstacles);
+  const std::size_t rights_before = count_rights(from.id);
+  const std::size_t replaced = count_rights(to.id);
+  // A migration that is repeated finds no rights to move.
   if (rights_before == 0 && replaced > 0 && !given.only_if_empty && !given.replace)
     return refuse_migration(output, "there are no rights to move; nothing was changed.",
                             {"catalogue " + shown(from) + " has none, and the " + counted(replaced, "right") +
@@ -226,44 +187,20 @@ int migrate_catalog(const CatalogMigration& given, const OutputOptions& output) 
     return refuse_migration(output, "nothing was migrated.",
                             {"catalogue " + shown(to) + " has " + counted(replaced, "right") +
                              " already; without --only-if-empty they are replaced"});
-  const std::size_t rights_moved = rights_on(to.id);
-  const std::size_t rights_left = rights_on(from.id);
+  Moved rights{count_rights(to.id), 0, replaced, count_rights(from.id), std::move(rights_plan.losses)};
+  rights.lost = rights_before - rights.moved - rights.left;
 
-  const FavoritesPlan favorites = plan_favorites(tree, transaction, from, to);
-  if (!favorites.obstacles.empty())
-    return refuse_migration(output, "the favourites cannot be moved; nothing was changed.", favorites.obstacles);
-  const std::size_t favorites_before = favorites_on(from.id);
-  const std::size_t all_before = all_favorites();
+  Plan favorites_plan = told_favorites(tree, from, to);
+  if (!favorites_plan.obstacles.empty())
+    return refuse_migration(output, "the favourites cannot be moved; nothing was changed.", favorites_plan.obstacles);
+  const std::size_t favorites_before = count_favorites(from.id);
+  const std::size_t all_before = count_all_favorites();
   if (!transaction.call(kWriter, "ChangeFavorites", {from.id, to.id}).to_boolean())
     return refuse_migration(output, "nothing was migrated; the library does not say why.", {});
-  const std::size_t favorites_lost = all_before - all_favorites();
+  Moved favorites{0, all_before - count_all_favorites(), 0, 0, std::move(favorites_plan.losses)};
+  favorites.moved = favorites_before - favorites.lost;
   if (!given.dry_run) transaction.commit();
-
-  const std::size_t rights_lost = rights_before - rights_moved - rights_left;
-  const std::size_t favorites_moved = favorites_before - favorites_lost;
-  if (output.json)
-    return answer(
-        output,
-        {{"migrated", !given.dry_run},
-         {"dryRun", given.dry_run},
-         {"rights",
-          {{"moved", rights_moved},
-           {"lost", rights_lost},
-           {"replaced", replaced},
-           {"left", rights_left},
-           {"losses", to_json(rights.losses)}}},
-         {"favorites", {{"moved", favorites_moved}, {"lost", favorites_lost}, {"losses", to_json(favorites.losses)}}}},
-        {});
-  std::cout << bold("catalogue " + shown(from) + " to " + shown(to)) << '\n'
-            << "rights: " << rights_moved << " moved, " << rights_lost << " lost, " << replaced << " replaced\n";
-  print_losses("right", rights.losses);
-  if (rights_left > 0)
-    std::cout << "  left: " << counted(rights_left, "right") << " on nodes that are not of the catalogue\n";
-  std::cout << "favourites: " << favorites_moved << " moved, " << favorites_lost << " lost\n";
-  print_losses("favourite", favorites.losses);
-  std::cout << (given.dry_run ? "A dry run: nothing was changed.\n"
-                              : "The nodes laid out for users are as before: `mercato rights populate USER`.\n");
-  return kDone;
+  return tell_migration(from, to, rights, favorites, given.dry_run, output);
 }
 
 }  // namespace mercato::cli

@@ -3,9 +3,9 @@
 #include <iostream>
 #include <set>
 
-#include "frame/lib_general.h"
-#include "tools/cli/catalog/catalog_tree.h"
-#include "tools/cli/catalog/rights_walk.h"
+#include "catalog/node_rights.h"
+#include "catalog/rights_entries.h"
+#include "tools/cli/catalog/catalog_names.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/one_transaction.h"
@@ -18,12 +18,8 @@ namespace rights_commands {
 
 constexpr const char* kWriter = "Mercato.TCatalog";
 
-struct Holder {
-  std::string id;
-  bool is_profile = false;
-};
 struct Assignment {
-  Holder holder;
+  RightsHolder holder;
   std::vector<std::string> catalogs;
 };
 struct LaidOutUser {
@@ -34,27 +30,13 @@ struct Question {
   std::int32_t node = 0;
 };
 
-std::string described(const Holder& holder) { return (holder.is_profile ? "profile " : "") + shown(holder.id); }
+std::string described(const RightsHolder& holder) { return (holder.is_profile ? "profile " : "") + shown(holder.id); }
 
-// Those that the holder's rows are compared with: the store passes over blanks behind, and over case.
-Sql of_holder(const Holder& holder) {
-  Sql condition;
-  condition << " FROM CATALOGNODEBYUSER WHERE USERID = N'" << value(Gen_QuoteSql(holder.id)) << "' AND ISPROFILE = ";
-  holder.is_profile ? condition << "1" : condition << "0";
-  return condition;
-}
-
-std::size_t count_entries(const Holder& holder) {
-  Sql sql;
-  sql << "SELECT COUNT(*) AS N" << of_holder(holder);
-  return static_cast<std::size_t>(query_rows(sql).at(0)->Item("N").to_long());
-}
-
-const char* words_for(RightsWalk::Entry entry) {
+const char* words_for(Right entry) {
   switch (entry) {
-    case RightsWalk::Entry::order:
+    case Right::order:
       return "may order";
-    case RightsWalk::Entry::view_only:
+    case Right::view_only:
       return "view only";
     default:
       return "-";
@@ -63,16 +45,12 @@ const char* words_for(RightsWalk::Entry entry) {
 
 // show
 
-// No call of the library lists them.
-int show(const Holder& given, const OutputOptions& output) {
+int show(const RightsHolder& given, const OutputOptions& output) {
   const store::CallLimit limit = call_limit();
-  Sql sql;
-  sql << "SELECT E.CATALOGID, C.CATALOGNAME, E.NODEID, E.LEVEL, E.VIEWONLY FROM (SELECT *" << of_holder(given)
-      << ") E LEFT JOIN CATALOG C ON C.CATALOGID = E.CATALOGID ORDER BY E.CATALOGID, E.LEVEL, E.NODEID";
   NodeTree tree;
   gateway::Json json = gateway::Json::array();
   Table table({"CATALOGUE", "LEVEL", "NODE", "RIGHT"});
-  for (const DictionaryPtr& row : query_rows(sql)) {
+  for (const DictionaryPtr& row : rows_of(entries_of(given))) {
     const Variant& node = row->Item("NODEID");
     const std::string path = node.is_null() ? std::string() : tree.path(node.to_long());
     gateway::Json entry = to_json(*row);
@@ -91,13 +69,13 @@ int show(const Holder& given, const OutputOptions& output) {
 // assign, clear
 
 int assign(const Assignment& given, const OutputOptions& output) {
-  // The library takes catalogues that are not there, and one twice.
+  // The library would take catalogues that are not there, and one twice.
   Array ids;
   std::set<std::int32_t> wanted;
   for (const std::string& which : given.catalogs)
     if (const CatalogName catalog = find_catalog(which); wanted.insert(catalog.id).second)
       ids.items.emplace_back(catalog.id);
-  const Holder& holder = given.holder;
+  const RightsHolder& holder = given.holder;
   OneTransaction transaction;
   const std::size_t replaced = count_entries(holder);
   const bool assigned =
@@ -118,7 +96,7 @@ int assign(const Assignment& given, const OutputOptions& output) {
   return answer(output, {{"assigned", true}, {"catalogs", ids.items.size()}, {"replaced", replaced}}, words);
 }
 
-int clear(const Holder& given, const OutputOptions& output) {
+int clear(const RightsHolder& given, const OutputOptions& output) {
   OneTransaction transaction;
   const std::size_t before = count_entries(given);
   if (!transaction.call(kWriter, "ClearUserCatalogIDs", {given.id, given.is_profile}).to_boolean())
@@ -130,55 +108,38 @@ int clear(const Holder& given, const OutputOptions& output) {
 
 // populate
 
-// What the library would fail at, or never come to an end with: the parents of the nodes that the user has.
-struct WrongParents {
-  Reasons circles;
-  Reasons missing;
-};
-WrongParents wrong_parents(const std::string& user) {
-  Sql sql;
-  sql << "SELECT DISTINCT NODEID, CATALOGID" << of_holder({user, false}) << " AND NODEID IS NOT NULL ORDER BY NODEID";
-  const store::CallLimit limit = call_limit();
-  NodeTree tree;
-  WrongParents wrong;
-  for (const DictionaryPtr& row : query_rows(sql)) {
-    const std::int32_t node = row->Item("NODEID").to_long();
-    if (auto endless = tree.endless(node)) {
-      wrong.circles.push_back(std::move(*endless));
-      continue;
-    }
-    const std::string catalog = text_of(*row, "CATALOGID");
-    const auto in_catalog = [&](const CatalogNode* above) {
-      return above->catalog && std::to_string(*above->catalog) == catalog;
-    };
-    const WayUp way = tree.way_up(node);
-    if (way.end != WayUp::End::root || !std::ranges::all_of(way.nodes, in_catalog))
-      wrong.missing.push_back("node " + std::to_string(node) + " or one above it is not in catalogue " + catalog);
-  }
-  return wrong;
+Reasons circles_above(NodeTree& tree, const WrongParents& wrong) {
+  Reasons reasons;
+  for (const std::int32_t node : wrong.below_circles) reasons.push_back(*endless(tree, node));
+  return reasons;
+}
+
+Reasons reasons_against_laying_out(const std::string& user, const WrongParents& wrong) {
+  Reasons reasons = reasons_against_user(user);
+  for (const auto& [node, catalog] : wrong.outside)
+    reasons.push_back("node " + std::to_string(node) + " or one above it is not in catalogue " +
+                      (catalog ? std::to_string(*catalog) : std::string()));
+  return reasons;
 }
 
 int populate(const LaidOutUser& given, const OutputOptions& output) {
-  const WrongParents wrong = wrong_parents(given.user);
-  if (!wrong.circles.empty())
-    return refuse(output, {{"populated", false}}, "the nodes cannot be laid out; nothing was changed.", wrong.circles);
+  WrongParents wrong;
+  {
+    const store::CallLimit limit = call_limit();
+    NodeTree tree;
+    wrong = wrong_parents(tree, given.user);
+    if (!wrong.below_circles.empty())
+      return refuse(output, {{"populated", false}}, "the nodes cannot be laid out; nothing was changed.",
+                    circles_above(tree, wrong));
+  }
   OneTransaction transaction;
-  const bool populated = explaining(
-      [&](const RaisedError&) {
-        Reasons reasons = reasons_against_user(given.user);
-        reasons.insert(reasons.end(), wrong.missing.begin(), wrong.missing.end());
-        return reasons;
-      },
-      [&] { return transaction.call(kWriter, "PopulateUserNodes", {given.user}).to_boolean(); });
+  const bool populated =
+      explaining([&](const RaisedError&) { return reasons_against_laying_out(given.user, wrong); },
+                 [&] { return transaction.call(kWriter, "PopulateUserNodes", {given.user}).to_boolean(); });
   if (!populated)
     return refuse(output, {{"populated", false}}, "no node was laid out; the library does not say why.", {});
-  Sql sql;
-  sql << "SELECT COUNT(*) AS N, COUNT(DISTINCT NODEID) AS NODES FROM USERNODE WHERE USERID = N'"
-      << value(Gen_QuoteSql(given.user)) << "'";
-  const DictionaryPtr counts = query_rows(sql).at(0);
+  const auto [rows, nodes] = count_laid_out_nodes(given.user);
   transaction.commit();
-  const auto rows = static_cast<std::size_t>(counts->Item("N").to_long());
-  const auto nodes = static_cast<std::size_t>(counts->Item("NODES").to_long());
   std::string words = counted(nodes, "node") + " laid out for " + shown(given.user) + ".";
   if (rows > nodes)
     words += " " + counted(rows - nodes, "row") +
@@ -189,31 +150,46 @@ int populate(const LaidOutUser& given, const OutputOptions& output) {
 
 // explain
 
-const char* words_for(RightsWalk::Place place) {
+const char* words_for(EntryPlace place) {
   switch (place) {
-    case RightsWalk::Place::catalog:
+    case EntryPlace::catalog:
       return "catalogue";
-    case RightsWalk::Place::node:
+    case EntryPlace::node:
       return "node";
     default:
       return "above it";
   }
 }
 
-std::string named(const RightsWalk::Step& step) {
-  return (step.place == RightsWalk::Place::catalog ? "catalogue " : "node ") + std::to_string(step.id) + " " +
-         shown(step.name);
+// A step of the trace, with the name of the thing.
+struct NamedStep {
+  RightsTrace::Step step;
+  std::string name;
+};
+
+std::vector<NamedStep> named_steps(const RightsTrace& trace, NodeTree& tree) {
+  std::vector<NamedStep> steps;
+  for (const RightsTrace::Step& step : trace.steps) {
+    const CatalogNode* node = step.place == EntryPlace::catalog ? nullptr : tree.find(step.id);
+    const std::string name = step.place == EntryPlace::catalog ? name_of_catalog(step.id) : node ? node->name : "";
+    steps.push_back({step, std::string(text::trim(name))});
+  }
+  return steps;
 }
 
-// What the entry of a step comes to.
-std::string effect(const RightsWalk& walk, std::size_t position) {
-  const RightsWalk::Step& step = walk.steps[position];
-  if (walk.decisive == position)
-    return step.entry == RightsWalk::Entry::view_only ? "decides: nothing lifts it" : "decides";
-  if (step.entry != RightsWalk::Entry::order) return "";
-  return step.place == RightsWalk::Place::ancestor ? "lets order from that node only, not from those below it"
-         : walk.is_view_only()                     ? "is overruled"
-                                                   : "is not needed: the node's own entry says the same";
+std::string named(const NamedStep& named) {
+  return (named.step.place == EntryPlace::catalog ? "catalogue " : "node ") + std::to_string(named.step.id) + " " +
+         shown(named.name);
+}
+
+// What the entry of a step does.
+std::string effect(const RightsTrace& trace, std::size_t position) {
+  const RightsTrace::Step& step = trace.steps[position];
+  if (trace.decisive == position) return step.entry == Right::view_only ? "decides: nothing lifts it" : "decides";
+  if (step.entry != Right::order) return "";
+  return step.place == EntryPlace::ancestor ? "lets order from that node only, not from those below it"
+         : trace.is_view_only()             ? "is overruled"
+                                            : "is not needed: the node's own entry says the same";
 }
 
 struct Verdict {
@@ -222,63 +198,67 @@ struct Verdict {
   std::string because;
 };
 
-std::vector<Verdict> verdicts_of(const RightsWalk& walk) {
+std::vector<Verdict> verdicts_of(const RightsTrace& trace, const std::vector<NamedStep>& steps) {
   std::string because = "no entry on the node or the catalogue says so, and none restricts";
-  if (walk.decisive)
-    because = "by the entry on " + named(walk.steps[*walk.decisive]);
-  else if (walk.steps.empty())
+  if (trace.decisive)
+    because = "by the entry on " + named(steps[*trace.decisive]);
+  else if (steps.empty())
     because = "the node has no catalogue";
-  const bool sees = *walk.seen != RightsWalk::Seen::nowhere;
+  const bool sees = trace.sight == Sight::laid_out || trace.sight == Sight::whole_catalog;
   return {{"sees", sees,
-           !sees                                      ? "not laid out (`mercato rights populate`), nor has the user "
-                                                        "the whole catalogue"
-           : *walk.seen == RightsWalk::Seen::laid_out ? "the node is laid out"
-                                                      : "the user has the whole catalogue"},
-          {"orders", walk.may_order(), because},
-          {"view only", walk.is_view_only(), because}};
+           !sees                            ? "not laid out (`mercato rights populate`), nor has the user "
+                                              "the whole catalogue"
+           : trace.sight == Sight::laid_out ? "the node is laid out"
+                                            : "the user has the whole catalogue"},
+          {"orders", trace.may_order(), because},
+          {"view only", trace.is_view_only(), because}};
 }
 
-int explain(const Question& given, const OutputOptions& output) {
-  const store::CallLimit limit = call_limit();
-  NodeTree tree;
-  const RightsWalk walk = explaining([&](const RaisedError&) { return reasons_against_user(given.user); },
-                                     [&] { return walk_rights(tree, given.user, given.node); });
-  const std::string node = "node " + std::to_string(given.node);
-  if (!walk.node) raise(error_number::kInvalidArgument, {}, "There is no " + node);
-  gateway::Json json = {{"user", given.user}, {"node", given.node}};
-  if (walk.endless) return refuse(output, json, "the library would ask until its time is up.", {*walk.endless});
-  if (!walk.seen)
-    return refuse(output, json, "the library cannot say whether the user sees it.", {node + " has no catalogue"});
-
+int tell(const Question& given, const RightsTrace& trace, NodeTree& tree, const OutputOptions& output) {
+  const std::vector<NamedStep> steps = named_steps(trace, tree);
+  const std::vector<Verdict> verdicts = verdicts_of(trace, steps);
   const std::string path = tree.path(given.node);
-  const std::vector<Verdict> verdicts = verdicts_of(walk);
-  json["path"] = path;
-  json["steps"] = gateway::Json::array();
+  gateway::Json json = {{"user", given.user}, {"node", given.node}, {"path", path}, {"steps", gateway::Json::array()}};
   Table table({"LOOKED AT", "ID", "NAME", "ENTRY", "WHAT IT DOES"});
-  for (std::size_t position = 0; position < walk.steps.size(); ++position) {
-    const RightsWalk::Step& step = walk.steps[position];
-    json["steps"].push_back({{"place", words_for(step.place)},
-                             {"id", step.id},
-                             {"name", step.name},
-                             {"entry", step.entry == RightsWalk::Entry::none ? gateway::Json(nullptr)
-                                                                             : gateway::Json(words_for(step.entry))},
-                             {"decides", walk.decisive == position}});
-    table.add({words_for(step.place), std::to_string(step.id), shown(step.name), words_for(step.entry),
-               effect(walk, position)});
+  for (std::size_t position = 0; position < steps.size(); ++position) {
+    const auto& [step, name] = steps[position];
+    json["steps"].push_back(
+        {{"place", words_for(step.place)},
+         {"id", step.id},
+         {"name", name},
+         {"entry", step.entry == Right::none ? gateway::Json(nullptr) : gateway::Json(words_for(step.entry))},
+         {"decides", trace.decisive == position}});
+    table.add(
+        {words_for(step.place), std::to_string(step.id), shown(name), words_for(step.entry), effect(trace, position)});
   }
   json["sees"] = verdicts[0].answer;
   json["orders"] = verdicts[1].answer;
   json["viewOnly"] = verdicts[2].answer;
   if (output.json) return answer(output, json, {});
 
-  std::cout << bold(shown(given.user) + " and " + node + " " + shown(path, 200)) << '\n';
+  std::cout << bold(shown(given.user) + " and node " + std::to_string(given.node) + " " + shown(path, 200)) << '\n';
   table.print(std::cout);
   for (const Verdict& verdict : verdicts)
     std::cout << verdict.question << ": " << (verdict.answer ? good("yes") : "no") << ", " << verdict.because << '\n';
   return kDone;
 }
 
-void add_holder(Command& command, Holder& holder) {
+int explain(const Question& given, const OutputOptions& output) {
+  const store::CallLimit limit = call_limit();
+  NodeTree tree;
+  const RightsTrace trace = explaining([&](const RaisedError&) { return reasons_against_user(given.user); },
+                                       [&] { return trace_rights(given.user, given.node); });
+  const std::string node = "node " + std::to_string(given.node);
+  if (!tree.find(given.node)) raise(error_number::kInvalidArgument, {}, "There is no " + node);
+  const gateway::Json json = {{"user", given.user}, {"node", given.node}};
+  if (trace.endless)
+    return refuse(output, json, "the library would ask until its time is up.", {*endless(tree, given.node)});
+  if (trace.sight == Sight::no_catalog)
+    return refuse(output, json, "the library cannot say whether the user sees it.", {node + " has no catalogue"});
+  return tell(given, trace, tree, output);
+}
+
+void add_holder(Command& command, RightsHolder& holder) {
   command.add_option("USER", holder.id, "The user's id, or the profile's with --profile")
       ->required()
       ->check(is_no_blank());

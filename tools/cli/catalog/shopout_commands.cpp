@@ -5,8 +5,9 @@
 #include <map>
 #include <set>
 
+#include "catalog/catalog_lists.h"
+#include "catalog/node_tree.h"
 #include "frame/lib_general.h"
-#include "frame/lib_sql.h"
 #include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
@@ -42,21 +43,15 @@ struct Partners {
 
 // Reading
 
-Rows rows_of(const Variant& recordset) {
-  Rows rows;
-  for (const RecordsetPtr records = recordset.to<Recordset>(); !records->Eof(); records->MoveNext())
-    rows.push_back(Sql_GetRecordAsDictionary(records));
-  return rows;
-}
-
-// The folder with its partners in one row: the library gives one for each. Null when there is none.
+// The folder with its partners in one row: the library gives a row for each partner. The row is null when there is
+// none.
 struct Folder {
   DictionaryPtr row;
   std::vector<std::int32_t> partners;
 };
 Folder folder_at(const ComponentPtr& catalogs, std::int32_t node) {
   Folder folder;
-  for (const DictionaryPtr& row : rows_of(call(catalogs, "GetShopOutFolderDetails", {node}))) {
+  for (const DictionaryPtr& row : rows_of(call(catalogs, "GetShopOutFolderDetails", {node}).to<Recordset>())) {
     folder.partners.push_back(row->Item("BUSINESSPARTNERID").to_long());
     folder.row = row;
   }
@@ -74,8 +69,7 @@ gateway::Json json_of(const Folder& folder) {
 // What the store knows of the partners, by id.
 std::map<std::int32_t, DictionaryPtr> known_partners() {
   std::map<std::int32_t, DictionaryPtr> partners;
-  for (const DictionaryPtr& row :
-       query_rows(LiteralPiece("SELECT BUSINESSPARTNERID, BUSINESSID, PARTNERNAME FROM BUSINESSPARTNER")))
+  for (const DictionaryPtr& row : rows_of(all_business_partners()))
     partners[row->Item("BUSINESSPARTNERID").to_long()] = row;
   return partners;
 }
@@ -94,7 +88,7 @@ std::string joined_names(const std::vector<std::int32_t>& ids) {
 
 int list(const NoOptions&, const OutputOptions& output) {
   const ComponentPtr catalogs = create_root(kReader);
-  std::set<std::int32_t> ids;  // a folder is there once for each partner
+  std::set<std::int32_t> ids;  // the library names a folder once for each partner
   const Variant found = call(catalogs, "GetAllShopOutCatalogFolders", {});
   for (const Variant& id : found.to_array().items) ids.insert(id.to_long());
   gateway::Json json = gateway::Json::array();
@@ -124,12 +118,12 @@ int show(const WhichFolder& given, const OutputOptions& output) {
 }
 
 int account(const WhichAccount& given, const OutputOptions& output) {
-  // The user goes into the statement as he stands.
+  // The library puts the user's id into its statement as it stands.
   const Variant accounts =
       call(create_root(kReader), "GetFolderAuthenticationDetails", {Gen_QuoteSql(given.user), given.node});
   gateway::Json json = gateway::Json::array();
   Table table(given.password ? std::vector<std::string>{"ACCOUNT", "PASSWORD"} : std::vector<std::string>{"ACCOUNT"});
-  for (const DictionaryPtr& row : rows_of(accounts)) {
+  for (const DictionaryPtr& row : rows_of(accounts.to<Recordset>())) {
     if (row->Item("SHAREDID").is_null()) continue;  // a right without an account
     if (!given.password) row->Remove("SHAREDPWD");
     json.push_back(to_json(*row));
@@ -160,10 +154,9 @@ Reasons reasons_against_ties(const Partners& given) {
   expect_row("CATALOG", given.place.catalog);
   Reasons reasons;
   if (given.place.node != kNoNode) {
-    Sql sql;
-    sql << "SELECT NODEID FROM CATALOGNODE WHERE NODEID = " << given.place.node
-        << " AND CATALOGID = " << given.place.catalog;
-    if (query_rows(sql).empty())
+    NodeTree tree;
+    const CatalogNode* node = tree.find(given.place.node);
+    if (!node || node->catalog != given.place.catalog)
       reasons.push_back("there is no node " + std::to_string(given.place.node) + " in catalogue " +
                         std::to_string(given.place.catalog));
   }
@@ -224,7 +217,7 @@ int replace(const Partners& given, const OutputOptions& output) {
 
 int untie(const Place& given, const OutputOptions& output) {
   const std::size_t present = partners_at(given).size();
-  // What a catalogue that is gone has left can be untied.
+  // Ties that a catalogue left behind when it went can still be untied.
   if (present == 0) expect_row("CATALOG", given.catalog);
   const bool deleted = call_without_vote(kWriter, "DeleteCatalogNodeByBP", {given.node, given.catalog}).to_boolean();
   const gateway::Json json = {{"untied", deleted ? present : 0}};

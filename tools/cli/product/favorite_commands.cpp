@@ -5,7 +5,6 @@
 #include "platform/transactions/object_context.h"
 #include "product/product.h"
 #include "product/product_favorites.h"
-#include "tools/cli/catalog/rights_walk.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/product/favorites.h"

@@ -1,11 +1,11 @@
 #include "tools/cli/terminal/listing.h"
 
+#include <algorithm>
 #include <charconv>
 #include <iostream>
+#include <iterator>
 
-#include "frame/connection.h"
 #include "frame/lib_sql.h"
-#include "frame/query_rows.h"
 #include "frame/recordset.h"
 #include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
@@ -45,15 +45,11 @@ std::string text_of(const Dictionary& row, std::string_view column) {
   return value->to_text();
 }
 
-namespace {
-
-void add_rows(Rows& rows, const RecordsetPtr& records) {
+Rows rows_of(const RecordsetPtr& records) {
+  Rows rows;
   for (; !records->Eof(); records->MoveNext()) rows.push_back(Sql_GetRecordAsDictionary(records));
+  return rows;
 }
-
-}  // namespace
-
-Rows query_rows(const Sql& sql) { return mercato::query_rows(connection_string(), sql); }
 
 Rows all_of(const Kind& kind, const std::string& ids) {
   constexpr std::int32_t kPageSize = 100;
@@ -63,7 +59,7 @@ Rows all_of(const Kind& kind, const std::string& ids) {
       call(create_root(kind.prog_id), kind.list_method, {no_page, "", kPageSize, wanted}).to<Component>();
   Rows rows;
   do {
-    add_rows(rows, call(list, "PageRows", {}).to<Recordset>());
+    std::ranges::move(rows_of(call(list, "PageRows", {}).to<Recordset>()), std::back_inserter(rows));
   } while (call(list, "NextPage", {}).to_boolean());
   return rows;
 }

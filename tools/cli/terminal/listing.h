@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/store/statement.h"
+#include "frame/recordset.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/json_values.h"
@@ -27,8 +27,8 @@ gateway::Json to_json(const Dictionary& row);
 // "" for Null and for a column that is not there, "yes" and "no" for Booleans.
 std::string text_of(const Dictionary& row, std::string_view column);
 
-// The rows of a query that no call of the library answers.
-Rows query_rows(const Sql& sql);
+// All rows that are left.
+Rows rows_of(const RecordsetPtr& records);
 
 // Things that the library lists by pages.
 struct Kind {
