@@ -1,4 +1,4 @@
-// Writing products: the two generic writers, what stands around them, and single property values.
+// Writing products: Insert20 and Update20, the old calls built on them, and single property values.
 #include "frame/contracts.h"
 #include "product/product_internal.h"
 #include "records/product_row.h"

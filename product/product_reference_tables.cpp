@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::int32_t kDefaultPageSize = 10;
 
-// The statement, its rows restricted to these codes when any were given; without an element the store refuses it.
+// The statement, restricted to these codes unless they are Missing. The store refuses it for codes without an element.
 Sql with_codes(Sql statement, std::string_view column, const Variant& codes) {
   if (codes.is_missing()) return statement;
   Sql condition = Sql() << name(column) << " IN (";
@@ -62,7 +62,7 @@ ComponentPtr Product::GetManufacturerData(const ComponentPtr& i_oPage, const std
   return method(
       [&] {
         const Sql sql = with_codes(LiteralPiece("SELECT * FROM MANUFACTURER"), "MANUFACTURERID", i_alManufacturerIDs);
-        // Unlike the commodities, an empty order takes away the one that the list had.
+        // Unlike in GetCommodityData, an empty order takes the order of the list away.
         return PagedRead({sql, "MANUFACTURERID", i_sSortTableFieldNames}, {i_oPage, i_sPersistedStateInfo, i_iPageSize},
                          shared_connection_string_of_application);
       },
