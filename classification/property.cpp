@@ -47,7 +47,7 @@ ConnectionPtr GetConnection() { return open_connection(shared_connection_string(
 // Delete raises this, too, under the name of Update.
 [[noreturn]] void raise_not_present() { raise(ePropertyNotFound, "Mercato.Property.Update", "Property not present"); }
 
-// What `convert` makes of the one column that the statement reads of a property's row.
+// Reads one column of a property's row, and returns what `convert` makes of it.
 template <class Convert>
 auto column_of(std::int32_t id, LiteralPiece statement, std::string_view label, std::string_view source,
                Convert convert) {

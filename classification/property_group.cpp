@@ -51,8 +51,8 @@ struct GroupProperties {
   Dictionary external;                           // property to itself, for each property that no group owns
 };
 
-// A product and a property that it has a value of, the property Null for a product without any; the rows of a product
-// stand together. All rows are in memory, so that no connection is held during the walk.
+// Product and property of each value; a product without a value has one row, with a Null property. The rows of a
+// product stand together. All rows are in memory, so that no connection is held during the walk.
 RecordsetPtr read_product_properties(std::int32_t group, std::int32_t product) {
   Sql sql(
       "SELECT dbo.PRODUCT.PRODUCTID, dbo.PRODUCTPROPVALUE.PROPERTYID FROM dbo.PRODUCT LEFT JOIN "

@@ -14,7 +14,7 @@ std::optional<Place> place_of(const std::string& code) {
   if (!text::parse_number(code)) return std::nullopt;  // what reads as a number has no character beyond ASCII
   Place place;
   for (std::size_t at = 0; at < code.size(); at += kPair) {
-    // "1E" is no number, though it is part of one: such a pair is neither zero nor anything else.
+    // A pair such as "1E" can be part of a number without being one: it is neither a zero pair nor a level.
     const std::optional<double> pair = text::parse_number(code.substr(at, kPair));
     if (pair.value_or(0) != 0) {
       place = {code.substr(0, at), code.substr(at, kPair), static_cast<std::int16_t>(at / kPair + 1)};
