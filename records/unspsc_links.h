@@ -19,8 +19,8 @@ bool unspsc_links_wanted();
 // so that one that exists is refused by the table's key (0x80040E2F).
 void UpdateProductLinksForUNSPSCCode(std::int32_t product_id, const std::string& old_code, const std::string& new_code,
                                      bool is_new);
-// The mirror image: a category's code has changed. New products go to the end of the category. Raises 6 when the places
-// of the category run out.
+// The same from the other side: a category's code has changed. New products go to the end of the category. Raises 6
+// when the places of the category run out.
 void UpdateProductCategoryLinksForUNSPSCCode(std::int32_t category_id, const std::string& old_code,
                                              const std::string& new_code, bool is_new);
 
