@@ -13,7 +13,7 @@ void Connection::Open(const std::string& iConnectionString, const std::string& /
                       const std::string& /*iPassword*/, std::int32_t /*iOptions*/) {
   if (open_) raise(error_number::kObjectOpen);
   errors_.clear();
-  // A session is had now, so that a store that cannot be reached fails here and not at the first statement.
+  // The session is acquired now, so that a store that cannot be reached fails here and not at the first statement.
   reporting([&] {
     if (store::UnitOfWork* const unit = store::UnitOfWork::current()) {
       connection_string_ = iConnectionString;

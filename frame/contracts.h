@@ -124,7 +124,7 @@ class BusinessPartner : public ComponentContract {
   BusinessPartner() : ComponentContract("Zentrik.BusinessPartner") {}
   // A number, -1 when there is no such partner.
   Variant GetBusinessPartnerID(const std::string& business_id) { return call("GetBusinessPartnerID", {business_id}); }
-  // Perhaps empty.
+  // "" for a partner without one.
   std::string GetPartnerDefaultBuyer(const Variant& partner_id) {
     return call("GetPartnerDefaultBuyer", {partner_id}).to_text();
   }
@@ -137,7 +137,7 @@ namespace bauteil {
 // A paged recordset that runs its own statement and survives between page requests.
 class DRecordset : public ComponentContract {
  public:
-  // A new one, plainly created.
+  // Creates one outside of any context.
   DRecordset();
   explicit DRecordset(ComponentPtr component) : ComponentContract("Bauteil.DRecordset", std::move(component)) {}
   void SetConnectionString(const std::string& text) { call("SetConnectionString", {text}); }

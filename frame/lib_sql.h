@@ -11,7 +11,7 @@
 
 namespace mercato {
 
-// Close what is open, then set the variable to nothing. Harmless on nothing.
+// Close what is open, and set the variable to nothing. On nothing they do nothing.
 void Sql_CloseConnection(ConnectionPtr& iConnection);
 void Sql_CloseRecordset(RecordsetPtr& iRecordset);
 // For a recordset that was opened with a connection string. Raises 91 on nothing.
@@ -45,7 +45,7 @@ struct Opened {
 // Runs one statement that yields no rows, closes the connection, and returns the number of rows changed. The connection
 // is a variable of the method, so that the method's tail closes what a failure leaves open.
 std::int64_t execute_and_close(ConnectionPtr& connection, const Sql& sql);
-// A recordset that opens with its statement; the cursor is the one that the caller's interface names.
+// A recordset that is opened with its statement, with the cursor that the caller's interface names.
 RecordsetPtr open_read_only(const Sql& sql, const ConnectionPtr& connection,
                             CursorType cursor = CursorType::forward_only);
 RecordsetPtr open_updatable(const Sql& sql, const ConnectionPtr& connection, CursorType cursor);

@@ -8,7 +8,7 @@
 //           ...
 //           return id;
 //         },
-//         Tail{"Mercato.Product.GetMaxProductId", [&] { Sql_CloseConnection(connection); }});
+//         Tail{"Mercato.Product.GetMaxProductId", closing(connection)});  // tails.h has the usual steps by name
 //   }
 //
 // A body that may be refused returns Answer<T>: `return refused;` leaves through the tail with no error pending, and
@@ -80,8 +80,8 @@ RaisedError failure_in_flight();
 // A copy of the current error, which is kOutOfMemory when there is no memory for one.
 RaisedError copy_of_current_error();
 
-// Leaves a tail that found no memory for its steps. The steps did not come to their vote, so the transaction is rolled
-// back: what the call wrote must not stand for want of memory.
+// Leaves a tail that found no memory for its steps. The steps have not voted, so this votes abort: what the call wrote
+// must not stand for want of memory.
 [[noreturn]] void leave_without_memory();
 
 template <class Body>

@@ -30,7 +30,7 @@ ComponentPtr PagedRead(const PagedQuery& query, const PageRequest& request, cons
       rows->RestoreState(-1, position);
     }
   }
-  // The DRecordset gets a plain text: what a caller supplied is checked while its place in the statement is known.
+  // The DRecordset gets a plain text, in which the caller's own clauses can no longer be told: they are checked before.
   store::dialect::check_pieces(query.statement);
   rows->OpenQuery(query.statement.text(), query.key_fields);
   return rows->component();

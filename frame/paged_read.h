@@ -15,7 +15,7 @@ namespace mercato {
 struct PagedQuery {
   Sql statement;
   std::string key_fields;
-  std::optional<std::string> sort_fields = {};  // handed over when there are some, the empty text too
+  std::optional<std::string> sort_fields = {};  // left out, the list keeps its order; "" takes the order away
 };
 
 struct PageRequest {

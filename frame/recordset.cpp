@@ -196,7 +196,7 @@ void Recordset::AddNew() {
   try {
     states_.push_back({{}, {}, true});
   } catch (const std::bad_alloc&) {
-    rows_.pop_back();  // a row has a state
+    rows_.pop_back();  // no row may be without a state
     throw;
   }
   current_ = rows_.size() - 1;
@@ -241,7 +241,7 @@ void Recordset::write_row(std::size_t row) {
     values.reserve(state.changed.size());
     for (const std::size_t position : state.changed) {
       const std::string& name = layout_->columns()[position].name;
-      // The fields of a whole row stand as the columns do.
+      // The fields of a whole row stand where the table's columns do.
       const bool in_place = position < table->columns.size() && table->columns[position].name == name;
       const auto column = in_place ? position : table->find(name);
       // A computed field has no column to go to.

@@ -30,7 +30,7 @@ class Recordset : public Object {
   static constexpr std::string_view kClassName = "Recordset";
   std::string_view type_name() const override { return kClassName; }
 
-  // Set before Open. Client side: the rows are fetched at once.
+  // To be set before Open. With a cursor at the client, all rows are fetched at once.
   void SetCursorLocation(CursorLocation iLocation) { location_ = iLocation; }
 
   // Runs the query and stands on its first row. Raises kObjectOpen, kObjectClosed for a closed connection, and what the
@@ -41,7 +41,7 @@ class Recordset : public Object {
             std::int32_t iOptions);
   void Open(const Sql& iSource, const std::string& iConnectionString, CursorType iCursorType, LockType iLockType,
             std::int32_t iOptions);
-  // A recordset without any store: rows that somebody computed.
+  // A recordset without a store, made of these rows.
   static std::shared_ptr<Recordset> from_rows(store::RowLayoutPtr layout, std::vector<std::vector<Variant>> rows);
   // For Connection: the streamed result of an executed statement.
   static std::shared_ptr<Recordset> streaming(ConnectionPtr connection, std::unique_ptr<store::Cursor> cursor);
@@ -54,7 +54,7 @@ class Recordset : public Object {
   bool Bof() const;
   // Raises kNoCurrentRow at the end.
   void MoveNext();
-  // Only of held rows; raises kFeatureNotAvailable on a streamed recordset that has moved.
+  // Back to the first row. Raises kFeatureNotAvailable on a streamed recordset that has moved.
   void MoveFirst();
 
   std::size_t FieldCount() const;
@@ -94,7 +94,7 @@ class Recordset : public Object {
   struct RowState {
     store::RowIdentity identity;
     std::vector<std::size_t> changed;  // fields that are not in the store yet
-    bool is_new = false;               // the row itself is not
+    bool is_new = false;               // whether the row itself is not
     bool is_dirty() const { return is_new || !changed.empty(); }
   };
 

@@ -14,7 +14,7 @@ StoreRun::~StoreRun() {
   try {
     finish();
   } catch (...) {
-    // The call fails already, with a failure that says more.
+    // The call is failing already, with a failure that says more.
   }
 }
 

@@ -1,7 +1,7 @@
-// The two forms that most methods of voting classes have: one statement on a connection of its own, then the vote.
-// Their tail closes what is open, votes abort and logs under the label. `open` gives the connection, `statement` the
-// text (it runs before the connection is opened), `read` makes the result of the rows. Reads that cast no vote have the
-// third form.
+// The forms that most methods of voting classes have: one statement on a connection of its own, then the vote. Their
+// tail closes what is open, votes abort and logs under the label. `open` gives the connection; `statement`, which runs
+// before it, the text; `read` makes the result of the rows. read_and_close is the form of reads that cast no vote; its
+// tail casts none either.
 #pragma once
 
 #include <cstdint>
@@ -49,7 +49,7 @@ auto read_and_close(std::string_view label, CursorType cursor, Open open, Statem
   return detail::read_rows(label, cursor, open, statement, read, no_steps, no_steps);
 }
 
-// A row that has to be there: without it the vote is abort, and the failure passes the tail, unlogged.
+// What is raised for a row that has to be there: with an abort vote, past the tail and so unlogged.
 struct MissingRow {
   std::int32_t number;
   std::string_view source;
