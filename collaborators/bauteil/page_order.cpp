@@ -34,7 +34,7 @@ class SortField : private store::dialect::TokenReader {
     Term term;
     do term.name.push_back(name());
     while (accept_symbol('.'));
-    // The store knows what the qualified names of its statement are.
+    // A qualified name is left to the store, which knows the tables of the statement.
     if (term.name.size() == 1) term.name.front() = column(term.name.front(), rows);
     term.descending = accept_word("DESC");
     if (!term.descending) accept_word("ASC");
@@ -64,7 +64,7 @@ Term sort_term(std::string_view field, const PagedRows& rows) {
   store::dialect::LexedStatement lexed;
   try {
     store::dialect::lex(field, lexed);
-  } catch (const Raised&) {  // a name that does not end
+  } catch (const Raised&) {  // the quote of a name is not closed
     refuse(field);
   }
   return SortField(lexed).term(rows);

@@ -37,7 +37,7 @@ void append_harmless(std::string& record, std::string_view text) {
   }
 }
 
-// Each line that is not empty on one of its own, behind `lead`. All three kinds of line ends count.
+// Each line of the text that is not empty, behind `lead`. All three kinds of line ends count.
 void append_lines(std::string& record, std::string_view text, std::string_view lead) {
   for (std::size_t begin = 0; begin < text.size();) {
     const std::size_t end = std::min(text.find_first_of("\r\n", begin), text.size());
@@ -49,7 +49,7 @@ void append_lines(std::string& record, std::string_view text, std::string_view l
   }
 }
 
-// With the host's time and the severity in front.
+// The record, with the host's time and the severity in front.
 std::string stamped(const std::string& record, std::int32_t severity) {
   thread_local spdlog::pattern_formatter formatter("%Y-%m-%dT%H:%M:%S.%e%z %l %v");
   spdlog::memory_buf_t line;

@@ -17,7 +17,7 @@ namespace mercato::collaborators {
 enum class KeyKind {
   number,
   text,
-  code,  // a text whose owner knows it with and without the blanks around it
+  code,  // a text that is the same with and without blanks around it
 };
 
 enum class Checked {
@@ -40,8 +40,8 @@ struct Reference {
 
 struct ReferenceRules {
   std::vector<Reference> references;
-  // By the owner of a row that is to go: the ProgIDs of the classes with dependent rows, which may clear them or
-  // refuse.
+  // By the owner of a row that is to be deleted: the ProgIDs of the classes with dependent rows, which may delete them
+  // or refuse.
   ByName<std::vector<std::string>> dependents;
 };
 
