@@ -39,7 +39,7 @@ constexpr Noun kNouns[] = {
     {"FAQISSUE", "question", "questions"},
 };
 
-// Of a table that nobody has named, a deployment's own: "row of STOCK".
+// For any other table, such as a deployment's own: "row of STOCK".
 std::string noun_of(std::string_view table, bool several = false) {
   const auto* noun = std::find_if(std::begin(kNouns), std::end(kNouns),
                                   [&](const Noun& known) { return text::equal_names(known.table, table); });

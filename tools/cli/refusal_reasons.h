@@ -44,7 +44,7 @@ auto explaining(Explain explain, Work work) {
     Reasons reasons;
     try {
       reasons = explain(raised.error());
-    } catch (const Raised&) {  // it is the failure itself that has to be told
+    } catch (const Raised&) {  // the failure itself is told, without reasons
     }
     throw Raised(told_with(raised.error(), reasons));
   }

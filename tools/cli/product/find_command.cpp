@@ -34,7 +34,7 @@ class Search {
     more_ = arguments[2].to_boolean();
     in_catalogue->for_each([&](const Variant& id, const Variant&) { found(id.to_long(), "part number, catalogue"); });
 
-    // The library's widest lookup names the first product and counts them; which the others are is asked here.
+    // The library's widest look-up tells the first product and how many there are; the others are asked for here.
     found(by_number("getProductIDFromPartNum"), "description or number, catalogue");
     in_catalogues_ = call(products_, "countProductIDsFromPartNum", {term_}).to_long();
     if (in_catalogues_ > 1) find_in_catalogues(most);
@@ -115,7 +115,7 @@ int show(std::int32_t product_id, const OutputOptions& output) {
   expect_row("PRODUCT", product_id);
   const ComponentPtr products = create_root("Mercato.Product");
   const auto record = call(products, "GetProductEx", {product_id}).to<Dictionary>();
-  // What the record of GetProductEx lacks.
+  // The columns that GetProductEx leaves out.
   const Array further = {"GTIN", "STOCKITEM", "PRICINGMETHOD", "DATEUPDATED"};
   const auto rest = call(products, "GetProductFields", {further, product_id}).to<Dictionary>();
   const Rows properties = property_values(products, product_id);
