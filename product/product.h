@@ -28,6 +28,8 @@ enum FavoriteTypes : std::int32_t { DefaultFavorite = 0, WarehouseFavorite = 1 }
 ///   constraint, 0x80040E57 for a text that is too long for its column, 0x80040E31 when the call takes too long,
 ///   0x80004005 for a store that cannot be reached.
 /// - Ids are 32-bit numbers. Any number is allowed; what an id means that no row has, is said where it counts.
+/// - Quantities count the product's unit (UNITCODE). Amounts are in the currency that stands beside them, percentages
+///   are out of 100.
 /// - Texts may hold quotes. "As it stands" says that a text goes into the statement without its quotes doubled: the
 ///   store refuses a quote in it with 0x80040E14.
 ///
@@ -179,14 +181,14 @@ class Product : public ComponentOf<Product> {
   /// of more than 14 characters; 94 for a product whose MULTIPLEBUYER is Null. Label "Mercato.Product.Update".
   bool Update20(std::int32_t iProductID, const Array& iFields, const Array& iValues);
 
-  /// Fails at every call: it hands ten names and nine values to Insert20, which raises 9 before anything is written.
-  /// Returns -1 when a quiet stop of Insert20 comes first. Use Insert20.
+  /// Fails at every call: it hands ten names and nine values to Insert20, which raises 9, under its label, before
+  /// anything is written. Returns -1 when a quiet stop of Insert20 comes first. Use Insert20.
   std::int32_t Insert(const Variant& iUnitCode, const Variant& iPropGroupID, const Variant& iManID,
                       const Variant& iPartNo, const Variant& iProdDescription, const Variant& iConfigurable,
                       const Variant& iProdRemark, const Variant& iImgFile, const Variant& iURL);
 
-  /// Fails at every call: it hands ten names and nine values to Update20, which raises 9 before anything is written.
-  /// Use Update20.
+  /// Fails at every call: it hands ten names and nine values to Update20, which raises 9, under its label, before
+  /// anything is written; for an unknown id eProductNotFound comes first. Use Update20.
   bool Update(std::int32_t iProductID, const Variant& iUnitCode, const Variant& iPropGroupID, const Variant& iManID,
               const Variant& iPartNo, const Variant& iProdDescription, const Variant& iConfigurable,
               const Variant& iProdRemark, const Variant& iImgFile, const Variant& iURL);
@@ -248,16 +250,16 @@ class Product : public ComponentOf<Product> {
   bool InsertUpdatePrice(std::int32_t iProductID, Date iPriceEffDate, double iQuantityTo, const Array& iFields,
                          const Array& iValues, const std::string& iAction);
 
-  /// Adds a price line: InsertUpdatePrice with "insert".
+  /// Adds a price line: InsertUpdatePrice with "insert", under its label.
   bool InsertPrice(std::int32_t iProductID, Date iPriceEffDate, double iQuantityTo, const Array& iFields,
                    const Array& iValues);
 
-  /// Changes a price line: InsertUpdatePrice with "update".
+  /// Changes a price line: InsertUpdatePrice with "update", under its label.
   bool UpdatePrice(std::int32_t iProductID, Date iPriceEffDate, double iQuantityTo, const Array& iFields,
                    const Array& iValues);
 
-  /// InsertUpdatePrice for a line of this group. After a failure the group stays with the object, and its later calls
-  /// look for lines of that group.
+  /// InsertUpdatePrice for a line of this group, under its label. After a failure the group stays with the object, and
+  /// the object's later calls look for lines of that group.
   bool InsertUpdatePriceEx(std::int32_t i_lProductID, Date i_dPriceEffDate, double i_fQuantityTo,
                            const std::string& i_sGroupBy, const Array& i_vFields, const Array& i_vValues,
                            const std::string& i_sAction);
@@ -270,8 +272,8 @@ class Product : public ComponentOf<Product> {
   DictionaryPtr getCatalogPriceAttributes(std::int32_t i_lProductID, Date i_dDate, const std::string& i_sCurrencyCode,
                                           double i_fQuantity = -1.0);
 
-  /// The same as getCatalogPriceAttributes: the group has no effect on the result. After a failure the group stays with
-  /// the object, as in InsertUpdatePriceEx.
+  /// The same as getCatalogPriceAttributes, under its label: the group has no effect on the result. After a failure the
+  /// group stays with the object, as in InsertUpdatePriceEx.
   DictionaryPtr getCatalogPriceAttributesEx(std::int32_t i_lProductID, Date i_dDate, const std::string& i_sCurrencyCode,
                                             double i_fQuantity = -1.0, const std::string& i_sGroupBy = "");
 
