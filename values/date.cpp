@@ -309,6 +309,11 @@ CivilTime Date::civil() const {
   return civil;
 }
 
+double Date::instant() const {
+  const double day = std::trunc(days_);
+  return day + std::fabs(days_ - day);
+}
+
 std::string Date::text() const {
   const CivilTime parts = civil();
   const auto date = [&](DateText& text) {

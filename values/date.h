@@ -45,9 +45,14 @@ class Date {
   // "2026-07-01T08:30:00": sorts as the dates do.
   std::string iso_text() const;
 
-  constexpr auto operator<=>(const Date&) const = default;
+  // By the calendar. The numbers of days do not tell: on a day before the zero date a later time is a smaller number.
+  std::partial_ordering operator<=>(const Date& other) const { return instant() <=> other.instant(); }
+  bool operator==(const Date& other) const { return instant() == other.instant(); }
 
  private:
+  // The days since the zero date, with the time of day added on either side of it.
+  double instant() const;
+
   double days_ = 0;
 };
 

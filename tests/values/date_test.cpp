@@ -161,6 +161,32 @@ TEST(DateDays, OfPartsThatNameNoMomentRaise5) {
     EXPECT_EQ(outcome_of([&] { return Date::from_civil(civil).iso_text(); }), "raises 5");
 }
 
+// The numbers of days were compared: of two times on a day before the zero date the later one came first.
+TEST(DateOrder, IsThatOfTheCalendarOnBothSidesOfTheZeroDate) {
+  const std::vector<std::string> in_order = {
+      "1/1/100 12:00:00 AM",   "1/1/100 12:00:01 AM",    "12/28/1899 11:59:59 PM", "12/29/1899 12:00:00 AM",
+      "12/29/1899 6:00:00 AM", "12/29/1899 6:00:00 PM",  "12/29/1899 11:59:59 PM", "12/30/1899 12:00:00 AM",
+      "12/30/1899 6:00:00 AM", "12/30/1899 11:59:59 PM", "12/31/1899 12:00:00 AM", "7/1/2026 8:30:00 AM",
+      "7/1/2026 8:30:01 AM",   "12/31/9999 11:59:59 PM"};
+  for (std::size_t left = 0; left < in_order.size(); ++left) {
+    for (std::size_t right = 0; right < in_order.size(); ++right) {
+      SCOPED_TRACE(in_order[left] + " and " + in_order[right]);
+      const Date one = Date::parse(in_order[left]).value();
+      const Date other = Date::parse(in_order[right]).value();
+      EXPECT_EQ(one < other, left < right);
+      EXPECT_EQ(one <= other, left <= right);
+      EXPECT_EQ(one > other, left > right);
+      EXPECT_EQ(one == other, left == right);
+    }
+  }
+}
+
+TEST(DateOrder, TakesBothNumbersOfATimeOnTheZeroDateForOne) {
+  EXPECT_EQ(Date(-0.25), Date(0.25));
+  EXPECT_FALSE(Date(-0.25) < Date(0.25));
+  EXPECT_LT(Date(-0.25), Date(0.5));
+}
+
 TEST(DateRoundTrip, KeepsEverySecond) {
   std::mt19937 random(20260701);
   std::uniform_int_distribution<int> year(100, 9999), month(1, 12), day(1, 28), hour(0, 23), minute(0, 59);
