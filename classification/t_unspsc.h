@@ -78,6 +78,7 @@ class TUNSPSC : public ComponentOf<TUNSPSC> {
   CodeOutcome UploadCodeRow(const ConnectionPtr& connection, const std::string& code, const std::string& description,
                             Wishes wishes);
   void tell(const std::function<void(UnspscUploadObserver&)>& news);
+  bool is_cancelled();
 
   UnspscUploadObserver* observer_ = nullptr;
 };

@@ -83,6 +83,7 @@ DictionaryPtr TUNSPSC::UploadFromXLS(const std::string& sFile, bool bOverwrite, 
           ++item;
           const std::string code = row.to_array().at(0).to_text();
           if (is_blank(code)) continue;
+          if (is_cancelled()) break;
           upload_code(connection, item, code, row.to_array().at(1).to_text(), {bOverwrite, bUpdCommodity},
                       *refused_codes);
         }
@@ -135,6 +136,7 @@ DictionaryPtr TUNSPSC::UploadFromXML(const std::string& sFile, bool bOverwrite, 
           const xml::NodeList children = items.item(item - 1).children();
           const std::string code = children.item(0).typed_value();
           if (is_blank(code)) continue;
+          if (is_cancelled()) break;
           upload_code(connection, item, code, children.item(1).typed_value(), {bOverwrite, bUpdCommodity},
                       *refused_codes);
         }
@@ -217,6 +219,12 @@ void TUNSPSC::tell(const std::function<void(UnspscUploadObserver&)>& news) {
   } catch (...) {
     // An observer that throws is not heard.
   }
+}
+
+bool TUNSPSC::is_cancelled() {
+  bool cancelled = false;
+  tell([&](UnspscUploadObserver& observer) { cancelled = observer.cancels(); });
+  return cancelled;
 }
 
 }  // namespace mercato

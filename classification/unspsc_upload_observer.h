@@ -1,4 +1,5 @@
-// How a host in C++ hears of an upload of UNSPSC codes, code by code (t_unspsc.h).
+// Watches an upload of UNSPSC codes code by code: for hosts in C++ that show progress, say why something was refused,
+// and end an upload.
 #pragma once
 
 #include <cstddef>
@@ -9,55 +10,65 @@
 
 namespace mercato {
 
-/// What became of a code. The numbers are those of the upload's result, in which no code is `written`.
+/// What became of a code. The numbers are those of the upload's result, which leaves `written` out.
 enum class CodeOutcome : std::int16_t {
-  written = 0,           ///< The code is in UNSPSCCODES and, where that was asked for, in COMMODITY.
-  malformed = 1,         ///< It is no code, or the observer did not take it.
-  code_exists = 2,       ///< UNSPSCCODES has it already, or the store refused the row.
-  commodity_exists = 3,  ///< COMMODITY has it already, or the store refused the row.
+  written = 0,           ///< In UNSPSCCODES and, where that is asked for, in COMMODITY.
+  malformed = 1,         ///< No 8 or 10 digits, or a pair of zeros before one that is none; or not taken.
+  code_exists = 2,       ///< In UNSPSCCODES; or the store refused the row.
+  commodity_exists = 3,  ///< In COMMODITY; or the store refused the row.
   no_parent = 4,         ///< The code above it is missing.
 };
 
-/// A code of the file, and what became of it.
+/// One code of a file, when it has ended.
 struct UploadedCode {
-  std::string code;         ///< As it was read.
-  std::string description;  ///< As it was read.
+  std::string code;         ///< As read.
+  std::string description;  ///< As read.
   CodeOutcome outcome;      ///< What became of it.
-  std::size_t item;         ///< From 1: the row below the heading, rows without content not counted, or the element.
+  std::size_t item;         ///< Counted from 1: a row with content below the heading, or an element UNSPSC_ITEM.
 };
 
-/// Watches an upload: for hosts that show progress and say why a code was refused.
-///
-/// An observer changes nothing of what the upload does, but for the codes that it does not take. It is called on the
-/// thread of the upload, between its statements. What it throws is dropped.
+/// Hears of each code that TUNSPSC uploads. An observer changes nothing of what the calls do, but for the codes that it
+/// does not take and the upload that it cancels. One that throws is not heard: its exception goes no further, and a
+/// question counts as answered with the default. Called on the thread of the upload, between its statements; it must
+/// not call the object that it watches.
 class UnspscUploadObserver {
  public:
   virtual ~UnspscUploadObserver() = default;
-
-  /// Whether the observer may wait, for a person or a file say. If so, the upload commits before each news, so that
-  /// others can see and write meanwhile. An observer that only keeps what it hears says no, and spares these commits.
+  /// Whether the observer may wait, for a person or a file say.
+  ///
+  /// Before each news the upload then lets others see and write. An observer that only keeps what it hears says no, and
+  /// spares a commit for each code.
+  /// @return True unless overridden.
   virtual bool waits() const { return true; }
-
-  /// Called once for each upload, before its first code. Rows and elements without a code are among the items.
+  /// Told once for each public call, before its first code.
+  /// @param items  How many the file has, from 0; rows without a code are among them.
   virtual void on_start(std::size_t items) { static_cast<void>(items); }
-
-  /// Whether this code is taken. The upload itself takes whatever reads as a number, "30,100,000" too; a host may be
-  /// stricter. A code that is not taken is malformed, and the store is not asked for it.
+  /// Asked whether the code is taken. The upload takes whatever reads as a number for a code, "30,100,000" too; a host
+  /// may be stricter.
+  /// @param code  As read.
+  /// @return False for a code that is not taken: it is malformed, and the store is not asked about it. True unless
+  ///   overridden.
   virtual bool takes(const std::string& code) {
     static_cast<void>(code);
     return true;
   }
-
-  /// Called for each failure of the store that the upload passes over, before on_code for its code. A code that is
-  /// there already is such a failure, and so is a store that cannot be written.
+  /// Told of each failure of the store that the upload passes over, before the code that it belongs to: a code that
+  /// exists is one, but so is a store that cannot be written.
+  /// @param failure  Valid during the call only.
   virtual void on_failure(const RaisedError& failure) { static_cast<void>(failure); }
-
-  /// Called after each code, also after one that stands in the file a second time.
+  /// Told after each code, also after one that stands in the file a second time.
+  /// @param code  Valid during the call only.
   virtual void on_code(const UploadedCode& code) { static_cast<void>(code); }
-
-  /// Called when the file, or the schema for it, cannot be read. The failure that the upload raises does not tell this
-  /// reason.
+  /// Told why the file, or the schema for it, cannot be read, in words; the failure that the call raises does not have
+  /// them.
+  /// @param reason  Words of the reader.
   virtual void on_unreadable(const std::string& reason) { static_cast<void>(reason); }
+  /// Asked before each code, the first included: whether the upload ends here.
+  ///
+  /// An upload that is cancelled ends as one whose file has no further code. The call returns what was refused so far
+  /// and casts no vote, so that what was written goes into the transaction; a host that wants none of it votes abort.
+  /// @return True to end the upload; false unless overridden.
+  virtual bool cancels() { return false; }
 };
 
 }  // namespace mercato

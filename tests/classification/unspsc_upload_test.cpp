@@ -661,6 +661,21 @@ TEST_P(UnspscUploadOfPairs, CodesThatTheObserverDoesNotTakeAreMalformedAndTheSto
   EXPECT_EQ(strict.told, (std::vector<std::string>{"items 2", "91000000 Toys 0 of 1", "9,100,00 Commas 1 of 2"}));
 }
 
+TEST_P(UnspscUploadOfPairs, UploadThatItsObserverCancelsEndsBeforeTheNextCodeAndKeepsWhatWasWritten) {
+  class Impatient : public Listener {
+   public:
+    bool cancels() override { return told.size() == 3; }
+  } impatient;
+  t_unspsc_->object()->set_observer(&impatient);
+  const Codes pairs = {{"91000000", "Toys"}, {"9", "nine"}, {"", "none"}, {"92000000", "Sports"}, {"8", "eight"}};
+  EXPECT_EQ(refusals(GetParam() == From::workbook ? from_workbook(workbook(pairs)) : from_document(document(pairs))),
+            (Refusals{{"9", 1}}));
+  EXPECT_EQ(impatient.told, (std::vector<std::string>{"items 5", "91000000 Toys 0 of 1", "9 nine 1 of 2"}));
+  EXPECT_EQ(vote(), Vote::none);
+  end();
+  EXPECT_EQ(codes().size(), 1u);
+}
+
 // The timeout used to be passed over like any other failure of a statement: the call told the codes that it had not
 // reached as codes that exist, and kept the others.
 TEST_P(UnspscUploadOfPairs, CallLimitEndsTheUploadWithAnAbortVote) {
@@ -697,6 +712,7 @@ TEST_P(UnspscUploadOfPairs, ObserverChangesNothingOfWhatIsAskedOfTheStore) {
    public:
     void on_start(std::size_t) override { throw 1; }
     void on_code(const UploadedCode&) override { throw std::string("no"); }
+    bool cancels() override { throw 2; }
   } rude;
   begin();
   t_unspsc_->object()->set_observer(&rude);
