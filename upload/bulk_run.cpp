@@ -4,7 +4,6 @@
 #include "frame/file_access.h"
 #include "frame/library_clock.h"
 #include "frame/upload_run.h"
-#include "upload/upload_documents.h"
 #include "values/raised_error.h"
 #include "values/text.h"
 
@@ -27,19 +26,16 @@ PrefixedSource parts_of(std::string_view prefixed) {
 
 void leave_remaining_file(const BulkRun& run, std::string_view file_key, const xml::Document& document) {
   grundwerk::Configuration configuration;
-  const std::string folder = configuration.GetWebRootFolder() + "\\XMLDownload\\";
-  const std::string host_folder = files::host_path(folder);
-  if (!files::folder_exists(host_folder)) files::create_folder(host_folder);
-  files::delete_abandoned_files(host_folder);
+  const std::string path = remaining_path(run.kind, configuration.GetWebRootFolder(), file_key);
+  const std::string folder = path.substr(0, path.rfind('/') + 1);
+  if (!files::folder_exists(folder)) files::create_folder(folder);
+  files::delete_abandoned_files(folder);
 
-  std::string path = folder;
-  path.append(run.file_name).append(file_key).append(".xml");
-  path = files::host_path(path);
-  // An older file is deleted first, as callers know it. But it may be all that is left of the source, so that it keeps
-  // its place until the new one takes it, or until nothing is left.
+  // Callers expect an older file to be deleted first. It may be all that is left of the source, though: it keeps its
+  // place until the new one takes it, or until it is certain that nothing is left.
   const bool replaces = files::file_exists(path);
   if (replaces) files::require_deletable(path);
-  // Nothing is left without a root, and asking for its records fails.
+  // A document without a root has nothing left, and the question for its records fails: the older file goes before.
   if (replaces && document.document_element().is_null()) files::delete_file(path);
   if (run.records_left(document))
     document.save(path);
@@ -61,7 +57,7 @@ void run_bulk_upload(const BulkRun& run, std::string_view prefixed_source, bool 
   for (; handled < part_numbers.items.size(); ++handled) {
     if (clock::seconds_of_day() - started >= kBudgetSeconds) break;
     std::string part_number = part_numbers.items[handled].to_text();
-    if (run.trims_entries) part_number = std::string(text::trim(part_number));
+    if (run.kind.trims_entries) part_number = std::string(text::trim(part_number));
     run.handle(document, part_number);
   }
   part_numbers.items.resize(handled);

@@ -7,22 +7,22 @@
 #include <string_view>
 
 #include "frame/documents.h"
+#include "upload/upload_documents.h"
 #include "values/variant.h"
 
 namespace mercato::upload {
 
 struct BulkRun {
-  std::string_view file_name;  // what the name of the remaining file begins with
-  bool trims_entries;          // else part numbers are used as they stand
+  const DocumentKind& kind;
   std::function<void(const xml::Document& document, const std::string& part_number)> handle;
   // Whether a remaining file is to be written.
   std::function<bool(const xml::Document& document)> records_left;
 };
 
 // Handles the listed part numbers of the document until 180 seconds have passed by the clock; a record under way is
-// never cut off. A run across midnight has no end by the budget. Afterwards `part_numbers` holds those handled, from
-// bound 0, and the rest of the document stands in \XMLDownload\<file_name><key>.xml below the web root, or no such file
-// is there. What was written is durable before that file is touched, and when the call fails.
+// never cut off. A run across midnight has no end by the budget. Afterwards `part_numbers` holds
+// those handled, from bound 0, and the rest of the document stands in its remaining file, or no such file is there.
+// What was written is durable before that file is touched, and when the call fails.
 //
 // `prefixed_source` is a file key, the marker "/\" and the text or URL; the first marker counts. Raises 5 without one,
 // 75 for a key that is no plain part of a file name, both before anything is loaded. Whether the document could be

@@ -1,83 +1,77 @@
-// Documents to dictionaries. The plain readers load the document at each call; those that end in 2 work on a loaded one
-// and cannot find a part number with an apostrophe.
-#include "upload/price_xml_internal.h"
+#include "upload/price_reading.h"
 
-namespace mercato {
+#include "frame/method.h"
+#include "upload/upload_documents.h"
 
-using upload::kPriceDocument;
+namespace mercato::upload {
+namespace {
 
-namespace upload {
+DictionaryPtr prices_of(const std::vector<xml::NodeList>& records) {
+  auto prices = std::make_shared<Dictionary>();
+  for (std::size_t index = 0; index < records.size(); ++index)
+    prices->Add(price_key(index + 1), price_of(records[index]));
+  return prices;
+}
 
-DictionaryPtr price_of(const xml::NodeList& fields) {
+}  // namespace
+
+DictionaryPtr price_of(const xml::NodeList& children) {
   auto price = std::make_shared<Dictionary>();
-  price->reserve(fields.size());
-  for (const xml::Node field : fields)
+  price->reserve(children.size());
+  for (const xml::Node field : children)
     if (field.type() == xml::NodeType::kElement) price->Add(field.name(), field.typed_value());
   return price;
 }
 
 std::string price_key(std::size_t number) { return "PRICE " + std::to_string(number); }
 
-}  // namespace upload
-
-namespace {
-
-DictionaryPtr prices_of(const std::vector<xml::NodeList>& records) {
-  auto prices = std::make_shared<Dictionary>();
-  for (std::size_t index = 0; index < records.size(); ++index)
-    prices->Add(upload::price_key(index + 1), upload::price_of(records[index]));
-  return prices;
-}
-
-}  // namespace
-
-DictionaryPtr PriceXML::readProductPriceFromXML(const std::string& iStringOrUrl, bool iIsUrl,
-                                                const std::string& iBuyFromPartNr) {
+DictionaryPtr PriceReader::readProductPriceFromXML(const std::string& iStringOrUrl, bool iIsUrl,
+                                                   const std::string& iBuyFromPartNr) const {
   return method([&] { return prices_of(getPriceNodes(getPriceNodeList(iStringOrUrl, iIsUrl), iBuyFromPartNr)); },
                 Tail{"Mercato.PriceXML.readProductPriceFromXML", no_steps});
 }
 
-xml::NodeList PriceXML::getPriceNodeList(const std::string& iStringOrUrl, bool iIsUrl) {
-  return method([&] { return upload::load_records(kPriceDocument, iStringOrUrl, iIsUrl); },
+xml::NodeList PriceReader::getPriceNodeList(const std::string& iStringOrUrl, bool iIsUrl) const {
+  return method([&] { return load_records(kPriceDocument, iStringOrUrl, iIsUrl); },
                 Tail{"Mercato.PriceXML.getPriceNodeList", no_steps});
 }
 
 // A record without the attribute fails the search, wherever it stands.
-PriceXML::PriceNodes PriceXML::getPriceNodes(const xml::NodeList& records, const std::string& iBuyFromPartNr) {
+PriceReader::PriceNodes PriceReader::getPriceNodes(const xml::NodeList& records, const std::string& iBuyFromPartNr) {
   return method(
       [&] {
         PriceNodes found;
         for (const xml::Node record : records)
-          if (upload::part_number_of(record) == iBuyFromPartNr) found.push_back(record.children());
+          if (part_number_of(record) == iBuyFromPartNr) found.push_back(record.children());
         return found;
       },
       Tail{"Mercato.PriceXML.getPriceNodes", no_steps});
 }
 
-// Whether the document still has records. Once one had, the answer holds for every document after it.
-bool PriceXML::price_nodes_left2(const xml::Document& document) {
+bool PriceReader::price_nodes_left2(const xml::Document& document) {
   return method(
       [&] {
-        if (mPriceNodeList == 0) mPriceNodeList = upload::records_in(kPriceDocument, document);
+        if (mPriceNodeList == 0) mPriceNodeList = records_in(kPriceDocument, document);
         return mPriceNodeList >= 1;
       },
       Tail{"Mercato.PriceXML.getPriceNodeList2", no_steps});
 }
 
-PriceXML::PriceNodes PriceXML::getPriceNodes2(const xml::Document& document, const std::string& iBuyFromPartNr) {
+PriceReader::PriceNodes PriceReader::getPriceNodes2(const xml::Document& document, const std::string& iBuyFromPartNr) {
   return method(
       [&] {
         PriceNodes found;
-        for (const xml::Node record : document.select(upload::records_of(kPriceDocument, iBuyFromPartNr)))
+        for (const xml::Node record : document.select(records_of(kPriceDocument, iBuyFromPartNr)))
           found.push_back(record.children());
         return found;
       },
       Tail{"Mercato.PriceXML.getPriceNodes2", no_steps});
 }
 
-DictionaryPtr PriceXML::readProductPriceFromXML2(const xml::Document& document, const std::string& iBuyFromPartNr) {
+DictionaryPtr PriceReader::readProductPriceFromXML2(const xml::Document& document,
+                                                    const std::string& iBuyFromPartNr) const {
   return method([&] { return prices_of(getPriceNodes2(document, iBuyFromPartNr)); },
                 Tail{"Mercato.PriceXML.readProductPriceFromXML2", no_steps});
 }
 
-}  // namespace mercato
+}  // namespace mercato::upload

@@ -1,5 +1,8 @@
 #include "upload/price_xml.h"
 
+#include "frame/lib_general.h"
+#include "frame/method.h"
+#include "frame/tails.h"
 #include "upload/price_xml_internal.h"
 
 namespace mercato {
@@ -17,15 +20,32 @@ const ClassTable& PriceXML::table() {
   return table;
 }
 
-ConnectionPtr PriceXML::GetConnection() const { return open_connection(shared_connection_string()); }
+PriceXML::PriceXML() : parts_(std::make_unique<Parts>()) {}
 
-const ConnectionPtr& PriceXML::read_connection() {
-  if (!mConnection) {
-    // Kept before it is asked for anything: a refused isolation is not asked for again.
-    mConnection = GetConnection();
-    set_read_committed(*mConnection);
-  }
-  return mConnection;
+PriceXML::~PriceXML() = default;
+
+DictionaryPtr PriceXML::readProductPriceFromXML(const std::string& iStringOrUrl, bool iIsUrl,
+                                                const std::string& iBuyFromPartNr) {
+  return parts_->reader.readProductPriceFromXML(iStringOrUrl, iIsUrl, iBuyFromPartNr);
+}
+
+void PriceXML::set_observer(PriceUploadObserver* observer) { parts_->observer = observer; }
+
+Variant PriceXML::Parts::getProductNameOrID(const std::string& iBuyFromPartNr, Wanted wanted) {
+  RecordsetPtr rows;
+  return method(
+      [&]() -> Variant {
+        Sql sql(wanted == Wanted::name
+                    ? LiteralPiece("SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE BUYFROMPARTNUMBER='")
+                    : LiteralPiece("SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='"));
+        sql << value(Gen_QuoteSql(iBuyFromPartNr)) << "'";
+        rows = read_connection.get()->Execute(sql);
+        Variant found = wanted == Wanted::name ? Variant("") : Variant(kNull);
+        if (!rows->Eof()) found = rows->Value(0).to_text();
+        Sql_CloseRecordset(rows);
+        return found;
+      },
+      Tail{"Mercato.PriceXML.getProductNameOrID", closing(rows)});
 }
 
 }  // namespace mercato

@@ -1,21 +1,32 @@
-// Shared by the files of class PriceXML: price_reading.cpp (documents to dictionaries), price_validation.cpp (judging
-// them), price_upload.cpp (the upload, line by line).
+// What an object of class PriceXML keeps, and the types that do its work.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
-#include "frame/lib_general.h"
-#include "frame/lib_sql.h"
-#include "frame/method.h"
+#include "upload/price_reading.h"
+#include "upload/price_validation.h"
 #include "upload/price_xml.h"
-#include "upload/upload_documents.h"
+#include "upload/upload_connections.h"
+#include "values/date.h"
 
-namespace mercato::upload {
+namespace mercato {
 
-// The one price: field name, as it is written, to text. Raises 457 for a field that stands twice.
-DictionaryPtr price_of(const xml::NodeList& fields);
+struct PriceXML::Parts {
+  // What is asked of a product: without one the name is the empty text, and the id Null.
+  enum class Wanted { name, id };
+  Variant getProductNameOrID(const std::string& iBuyFromPartNr, Wanted wanted);
 
-// The key of a price among those of its part number, from 1.
-std::string price_key(std::size_t number);
+  // The way of the lines of one part number: read, judge, look up, write (price_upload.cpp). It takes them out of the
+  // document, also those that break a rule; those of a part number without a product stay.
+  void updateInsertPriceFromXMLFile2(const xml::Document& document, const std::string& iBuyFromPartNr);
+  PriceLineOutcome write_price(std::int32_t product_id, Dictionary& price,
+                               upload::PriceJudge::Findings* findings) const;
 
-}  // namespace mercato::upload
+  upload::ReadConnection read_connection{Isolation::read_committed};
+  upload::PriceReader reader;
+  upload::PriceJudge judge;
+  PriceUploadObserver* observer = nullptr;
+};
+
+}  // namespace mercato

@@ -1,11 +1,14 @@
 // What is no standard field is a property: its name and value go to PROPERTY and PRODUCTPROPVALUE. A name that is not
 // known becomes an external property for texts. The values go into the statements as they stand: one with an apostrophe
 // breaks its statement, and the store refuses it.
+#include "frame/lib_general.h"
+#include "frame/method.h"
+#include "frame/tails.h"
 #include "frame/util.h"
-#include "upload/product_xml_internal.h"
+#include "upload/product_writing.h"
 #include "values/text.h"
 
-namespace mercato {
+namespace mercato::upload {
 namespace {
 
 enum PropertyType : std::int16_t { kText = 1, kNumber = 2, kEnumeration = 3, kDate = 4 };
@@ -47,46 +50,34 @@ Property create_property(const std::string& name, const ConnectionPtr& connectio
 }
 
 Sql product_id_by(const std::string& part_number) {
-  Sql sql;
-  sql << "SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='" << value(Gen_QuoteSql(part_number)) << "'";
-  return sql;
+  return Sql("SELECT PRODUCTID FROM PRODUCT WHERE BUYFROMPARTNUMBER='") << value(Gen_QuoteSql(part_number)) << "'";
 }
 
 Sql property_by_name(const std::string& name) {
-  Sql sql;
-  sql << "SELECT PROPERTY.PROPERTYID, PROPERTY.DATATYPE FROM PROPERTY WHERE PROPERTY.PROPERTYNAME = '"
-      << value(Gen_QuoteSql(name)) << "'";
-  return sql;
+  return Sql("SELECT PROPERTY.PROPERTYID, PROPERTY.DATATYPE FROM PROPERTY WHERE PROPERTY.PROPERTYNAME = '")
+         << value(Gen_QuoteSql(name)) << "'";
 }
 
 Sql value_by_name(std::int32_t product_id, const std::string& name) {
-  Sql sql;
-  sql << "SELECT PROPERTY.PROPERTYID, VALUE, EXTERNAL , DATATYPE "
-         "FROM PRODUCTPROPVALUE INNER JOIN PROPERTY ON PRODUCTPROPVALUE.PROPERTYID = PROPERTY.PROPERTYID "
-         "WHERE (PRODUCTPROPVALUE.PRODUCTID = "
-      << product_id << ") AND (PROPERTY.PROPERTYNAME = '" << value(Gen_QuoteSql(name)) << "')";
-  return sql;
+  return Sql("SELECT PROPERTY.PROPERTYID, VALUE, EXTERNAL , DATATYPE "
+             "FROM PRODUCTPROPVALUE INNER JOIN PROPERTY ON PRODUCTPROPVALUE.PROPERTYID = PROPERTY.PROPERTYID "
+             "WHERE (PRODUCTPROPVALUE.PRODUCTID = ")
+         << product_id << ") AND (PROPERTY.PROPERTYNAME = '" << value(Gen_QuoteSql(name)) << "')";
 }
 
 // The insert path writes the value of a known property without blanks, every other insert has them.
 Sql close_value_insert(std::int32_t property_id, std::int32_t product_id, const std::string& text) {
-  Sql sql;
-  sql << "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES(" << property_id << ","
-      << product_id << ",'" << value(text) << "')";
-  return sql;
+  return Sql("INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES(")
+         << property_id << "," << product_id << ",'" << value(text) << "')";
 }
 Sql spaced_value_insert(std::int32_t property_id, std::int32_t product_id, const std::string& text) {
-  Sql sql;
-  sql << "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (" << property_id << " ,"
-      << product_id << " ,'" << value(text) << "')";
-  return sql;
+  return Sql("INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (")
+         << property_id << " ," << product_id << " ,'" << value(text) << "')";
 }
 
 Sql value_update(std::int32_t property_id, std::int32_t product_id, const std::string& text) {
-  Sql sql;
-  sql << "UPDATE PRODUCTPROPVALUE SET VALUE = '" << value(text) << "' WHERE PROPERTYID=" << property_id
-      << " AND PRODUCTID=" << product_id;
-  return sql;
+  return Sql("UPDATE PRODUCTPROPVALUE SET VALUE = '")
+         << value(text) << "' WHERE PROPERTYID=" << property_id << " AND PRODUCTID=" << product_id;
 }
 
 std::int32_t first_product_id(const Sql& sql, const ConnectionPtr& connection) {
@@ -100,20 +91,19 @@ template <class Write>
 void for_each_property(const Dictionary& properties, Write write) {
   properties.for_each([&](const Variant& key, const Variant& item) {
     const std::string& name = key.text_value();
-    if (!text::equal_names(name, upload::kSeparatorKey)) write(name, item);
+    if (!text::equal_names(name, kSeparatorKey)) write(name, item);
   });
 }
 
-}  // namespace
-
-void ProductXML::execute_on_new_connection(const Sql& sql) const {
+void execute_on_new_connection(const Sql& sql) {
   ConnectionPtr connection = GetConnection();
   connection->Execute(sql);
   Sql_CloseConnection(connection);
 }
 
-// Does not look whether the product has a value already: the store refuses a second one.
-void ProductXML::insertProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr) {
+}  // namespace
+
+void ProductWriter::insertProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr) {
   Opened opened;
   return method(
       [&] {
@@ -133,15 +123,14 @@ void ProductXML::insertProductProperties(const Dictionary& properties, const std
                                           : spaced_value_insert(property.id, product_id, stored));
         });
       },
-      Tail{"Mercato.ProductXML.insertProductProperties", [&] { opened.close(); }});
+      Tail{"Mercato.ProductXML.insertProductProperties", closing(opened)});
 }
 
-// Replaces the values that the product has and adds the others; those that the record does not name stay.
-void ProductXML::updateProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr) {
+void ProductWriter::updateProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr) {
   Opened opened;
   return method(
       [&] {
-        const std::int32_t product_id = first_product_id(product_id_by(iBuyFromPartNr), read_connection());
+        const std::int32_t product_id = first_product_id(product_id_by(iBuyFromPartNr), read_connection_.get());
 
         for_each_property(properties, [&](const std::string& property_name, const Variant& item) {
           opened.connection = GetConnection();
@@ -162,7 +151,7 @@ void ProductXML::updateProductProperties(const Dictionary& properties, const std
           opened.close();
         });
       },
-      Tail{"Mercato.ProductXML.updateProductProperties", [&] { opened.close(); }});
+      Tail{"Mercato.ProductXML.updateProductProperties", closing(opened)});
 }
 
-}  // namespace mercato
+}  // namespace mercato::upload

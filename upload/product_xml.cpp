@@ -29,11 +29,27 @@ const ClassTable& ProductXML::table() {
   return table;
 }
 
-ConnectionPtr ProductXML::GetConnection() const { return open_connection(shared_connection_string()); }
+ProductXML::ProductXML() : parts_(std::make_unique<Parts>()) {}
 
-const ConnectionPtr& ProductXML::read_connection() {
-  if (!mConnection) mConnection = GetConnection();
-  return mConnection;
+ProductXML::~ProductXML() = default;
+
+CollectionPtr ProductXML::readBFPartNumbersFromXML(const std::string& iStringOrUrl, bool iIsUrl) {
+  return parts_->reader.readBFPartNumbersFromXML(iStringOrUrl, iIsUrl);
 }
+
+DictionaryPtr ProductXML::readOneProductFromXML(const std::string& iStringOrUrl, bool iIsUrl,
+                                                const std::string& iBuyFromPartNr) {
+  return parts_->reader.readOneProductFromXML(iStringOrUrl, iIsUrl, iBuyFromPartNr);
+}
+
+bool ProductXML::InsertUpdateMultipleBuyer(const Variant& i_lProductID, const Variant& sUserid) {
+  return parts_->writer.InsertUpdateMultipleBuyer(i_lProductID, sUserid);
+}
+
+std::string ProductXML::MultipleBuyerSeparator() const { return parts_->separator.text(); }
+
+void ProductXML::SetMultipleBuyerSeparator(const std::string& iSeparator) { parts_->separator.set(iSeparator); }
+
+void ProductXML::set_observer(UploadObserver* observer) { parts_->observer = observer; }
 
 }  // namespace mercato

@@ -1,45 +1,36 @@
-// Shared by the files of class ProductXML: product_reading.cpp (documents to dictionaries), product_validation.cpp
-// (judging and repairing them), product_upload.cpp (the calls that write, record by record), product_row_writing.cpp
-// (PRODUCT and its buyers), product_properties.cpp (PROPERTY and PRODUCTPROPVALUE).
+// What an object of class ProductXML keeps, and the types that do its work.
 #pragma once
 
 #include <string>
-#include <string_view>
 
-#include "frame/lib_general.h"
-#include "frame/lib_sql.h"
-#include "frame/method.h"
+#include "upload/product_reading.h"
+#include "upload/product_repair.h"
+#include "upload/product_validation.h"
+#include "upload/product_writing.h"
 #include "upload/product_xml.h"
-#include "upload/upload_documents.h"
 
 namespace mercato {
-namespace upload {
 
-inline constexpr std::string_view kSeparatorKey = "MULTIPLEBUYERSEPARATOR";
+struct ProductXML::Parts {
+  enum class Branch { insert_or_update, update_only };
 
-}  // namespace upload
+  // The way of one record: read, repair, decide, split, write (product_upload.cpp). The form that ends in 2 takes it
+  // out of a loaded document.
+  bool updateInsertProductFromXML(const std::string& iStringOrUrl, bool iIsUrl, const std::string& iBuyFromPartNr,
+                                  bool iUpdateOnErrors, Branch branch);
+  void updateInsertProductFromXML2(const xml::Document& document, const std::string& iBuyFromPartNr,
+                                   bool iUpdateOnErrors);
+  UploadOutcome write_record(Dictionary& values, bool exists, const std::string& iBuyFromPartNr, bool iUpdateOnErrors,
+                             UploadRecord* told);
 
-// Collects what becomes of one record, and tells the observer when the record has ended, however it did.
-class ProductXML::RecordReport {
- public:
-  RecordReport(ProductXML& upload, const std::string& part_number) : upload_(upload) {
-    if (!upload_.observer_) return;
-    record_.part_number = part_number;
-    upload_.record_ = &record_;
-  }
-  ~RecordReport() {
-    if (!upload_.record_) return;
-    upload_.record_ = nullptr;
-    upload::tell(upload_.observer_, [&](UploadObserver& observer) { observer.on_record(record_); });
-  }
-  RecordReport(const RecordReport&) = delete;
-  RecordReport& operator=(const RecordReport&) = delete;
-
-  void ended(UploadOutcome outcome) { record_.outcome = outcome; }
-
- private:
-  ProductXML& upload_;
-  UploadRecord record_;
+  BuyerSeparator separator;
+  upload::ReadConnection read_connection{Isolation::store_default};
+  upload::ReferenceData known{read_connection};
+  upload::ProductReader reader{separator};
+  upload::ProductJudge judge{known, separator};
+  upload::ProductRepairer repairer{known, separator};
+  upload::ProductWriter writer{read_connection, known, separator};
+  UploadObserver* observer = nullptr;
 };
 
 }  // namespace mercato

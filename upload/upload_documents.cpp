@@ -1,7 +1,9 @@
 #include "upload/upload_documents.h"
 
+#include "frame/file_access.h"
 #include "frame/lib_error_handling.h"
 #include "frame/upload_run.h"
+#include "values/text.h"
 
 namespace mercato::upload {
 
@@ -28,6 +30,24 @@ std::string part_number_of(const xml::Node& record) {
 std::string records_of(const DocumentKind& kind, std::string_view part_number) {
   std::string xpath = "//";
   return xpath.append(kind.record).append("[@buyfrompartnumber = '").append(part_number).append("']");
+}
+
+std::string_view reason_not_found(const DocumentKind& kind, std::string_view part_number) {
+  if (part_number.find('\'') != std::string_view::npos) return "No run finds a part number with an apostrophe.";
+  if (kind.trims_entries && text::trim(part_number) != part_number)
+    return "No run finds a part number with blanks at its ends.";
+  return {};
+}
+
+std::string remaining_path(const DocumentKind& kind, std::string_view web_root, std::string_view file_key) {
+  std::string path(web_root);
+  path.append("\\XMLDownload\\").append(kind.remaining_file).append(file_key).append(".xml");
+  return files::host_path(path);
+}
+
+Variant value_of(const Dictionary& record, std::string_view field) {
+  const Variant* value = record.find(field);
+  return value ? *value : Variant();
 }
 
 std::size_t records_in(const DocumentKind& kind, const xml::Document& document) {

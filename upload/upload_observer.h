@@ -1,7 +1,5 @@
-// Watches an upload record by record: for hosts in C++ that show progress and list what was refused. An observer
-// changes nothing of what the calls do, unless it goes on behind a failure; one that throws is not heard, and its
-// exception goes no further. Called on the thread of the upload, between its statements. Products and price lines have
-// an observer each.
+// Watches an upload record by record: for hosts in C++ that show progress and list what was refused.
+// Products and price lines have an observer each.
 #pragma once
 
 #include <cstddef>
@@ -13,86 +11,113 @@
 
 namespace mercato {
 
+/// What became of the record of a product.
 enum class UploadOutcome {
-  inserted,         // a product that did not exist
-  updated,          // a product that existed, or that the caller said exists
-  given_up,         // it lost a field, and the caller wants all of a record or nothing
-  empty,            // the document has no field for this part number
-  nothing_written,  // no field survived
-  failed,           // parts of the record may be written; the call raises, unless the observer goes on
+  inserted,         ///< A product that did not exist.
+  updated,          ///< A product that existed, or that the caller said exists.
+  given_up,         ///< It lost a field, and the caller wants all of a record or nothing.
+  empty,            ///< The document has no field for this part number.
+  nothing_written,  ///< No field survived.
+  failed,           ///< Parts of the record may be written; the call raises, unless the observer goes on.
 };
 
-// A field that the validation changed, or refused a line for. The reason is a phrase in plain English, such as "no such
-// commodity".
+/// A field that the validation changed, or refused a line for.
 struct UploadField {
-  std::string field;
-  std::string value;  // as the document has it
-  std::string reason;
+  std::string field;   ///< Its name; empty when the whole record is meant.
+  std::string value;   ///< As the document has it.
+  std::string reason;  ///< A phrase in plain English, such as "no such commodity".
 };
 
+/// One record of a product document, when it has ended.
 struct UploadRecord {
-  std::string part_number;
-  UploadOutcome outcome = UploadOutcome::failed;
-  std::vector<UploadField> dropped;
-  std::vector<UploadField> cut;
+  std::string part_number;                        ///< As the call was given it; trimmed in a bulk insert.
+  UploadOutcome outcome = UploadOutcome::failed;  ///< What became of it.
+  std::vector<UploadField> dropped;               ///< Fields that are not written.
+  std::vector<UploadField> cut;                   ///< Fields that are written shortened.
 };
 
+/// Hears of each record that ProductXML writes. An observer changes nothing of what the calls do, unless it goes on
+/// behind a failure. One that throws is not heard: its exception goes no further, and a question
+/// counts as answered with the default. Called on the thread of the upload, between its statements; it must not call
+/// the object that it watches.
 class UploadObserver {
  public:
   virtual ~UploadObserver() = default;
-  // Whether it may wait, for a person or a file say. Before each news the upload then lets others see and write; an
-  // observer that only keeps what it hears says no, and spares a commit for each record.
+  /// Whether the observer may wait, for a person or a file say.
+  ///
+  /// Before each news the upload then lets others see and write. An observer that only keeps what it hears says no, and
+  /// spares a commit for each record.
+  /// @return True unless overridden.
   virtual bool waits() const { return true; }
-  // Once for each public call, before its first record.
+  /// Told once for each public call, before its first record.
+  /// @param records  How many part numbers the caller has listed, from 0; 1 in the calls for one record.
   virtual void on_start(std::size_t records) { static_cast<void>(records); }
-  // After each record, also one that failed.
+  /// Told after each record, also after one that failed.
+  /// @param record  Valid during the call only.
   virtual void on_record(const UploadRecord& record) { static_cast<void>(record); }
-  // Asked by the calls for many records after one that failed: whether they go on behind it instead of raising this
-  // failure. Its element leaves the document then, as if it were written. A part number with an apostrophe ends a bulk
-  // insert all the same, since no element is found by it.
+  /// Asked by the calls for many records after one that failed: whether they go on behind it instead of raising this
+  /// failure.
+  ///
+  /// The element of the record leaves the document then, as if it were written. A part number with an apostrophe ends a
+  /// bulk insert all the same, since no element is found by it.
+  /// @param failure  With the number and the source of its first level; valid during the call only.
+  /// @return True to go on; false, unless overridden, to have the call raise.
   virtual bool goes_on_behind(const RaisedError& failure) {
     static_cast<void>(failure);
     return false;
   }
 };
 
+/// What became of a price line.
 enum class PriceLineOutcome {
-  added,
-  changed,
-  left_out,  // it breaks a rule: nothing of it is written, and it leaves the document
-  failed,    // nothing of the line is written; the call raises, unless the observer goes on
+  added,     ///< A line that did not exist.
+  changed,   ///< A line that existed.
+  left_out,  ///< It breaks a rule: nothing of it is written, and it leaves the document.
+  failed,    ///< Nothing of the line is written; the call raises, unless the observer goes on.
 };
 
+/// One line of a price document, when it has ended.
 struct UploadPriceLine {
-  std::string part_number;
-  std::size_t number = 0;  // among the lines that the document has for this part number, from 1
-  PriceLineOutcome outcome = PriceLineOutcome::failed;
-  std::vector<UploadField> bad;  // of one left out
+  std::string part_number;  ///< As it is listed.
+  std::size_t number = 0;   ///< Among the lines that the document has for this part number, from 1.
+  PriceLineOutcome outcome = PriceLineOutcome::failed;  ///< What became of it.
+  std::vector<UploadField> bad;                         ///< Of one left out.
 };
 
+/// What became of a part number that was listed for a price upload.
 enum class PartNumberOutcome {
-  done,        // its lines were told one by one, and have left the document
-  no_product,  // its lines stay in the document
-  failed,      // its lines stay in the document; the call raises, unless the observer goes on
+  done,        ///< Its lines were told one by one, and have left the document.
+  no_product,  ///< Its lines stay in the document.
+  failed,      ///< Its lines stay in the document; the call raises, unless the observer goes on.
 };
 
+/// Hears of each line that PriceXML writes. What UploadObserver says of throwing, threads and the watched object holds
+/// here, too.
 class PriceUploadObserver {
  public:
   virtual ~PriceUploadObserver() = default;
-  // As `UploadObserver::waits`.
+  /// Whether the observer may wait; as UploadObserver::waits.
+  /// @return True unless overridden.
   virtual bool waits() const { return true; }
-  // Once for each call, before its first part number.
+  /// Told once for each call, before its first part number.
+  /// @param part_numbers  How many the caller has listed, from 0.
   virtual void on_start(std::size_t part_numbers) { static_cast<void>(part_numbers); }
-  // After each line, also one that failed.
+  /// Told after each line, also after one that failed.
+  /// @param line  Valid during the call only.
   virtual void on_price_line(const UploadPriceLine& line) { static_cast<void>(line); }
-  // After the lines of a listed part number.
+  /// Told after the lines of a listed part number.
+  /// @param part_number  As it is listed.
+  /// @param outcome      Of the part number as a whole; its lines have theirs.
   virtual void on_part_number(const std::string& part_number, PartNumberOutcome outcome) {
     static_cast<void>(part_number);
     static_cast<void>(outcome);
   }
-  // Asked after a line that failed: whether the call goes on behind it instead of raising this failure. The line leaves
-  // the document then, with the others of its part number. Asked again, and the same for the part number as a whole,
-  // after one that failed.
+  /// Asked after a line that failed: whether the call goes on behind it instead of raising this failure.
+  ///
+  /// The line leaves the document then, with the others of its part number. Asked again, and with the same effect for
+  /// the part number as a whole, after one that failed.
+  /// @param failure  With the number and the source of its first level; valid during the call only.
+  /// @return True to go on; false, unless overridden, to have the call raise.
   virtual bool goes_on_behind(const RaisedError& failure) {
     static_cast<void>(failure);
     return false;
