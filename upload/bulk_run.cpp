@@ -55,7 +55,7 @@ void run_bulk_upload(const BulkRun& run, std::string_view prefixed_source, bool 
   StoreRun writes;
   std::size_t handled = 0;
   for (; handled < part_numbers.items.size(); ++handled) {
-    if (clock::seconds_of_day() - started >= kBudgetSeconds) break;
+    if (clock::seconds_of_day() - started >= kBudgetSeconds || run.is_cancelled()) break;
     std::string part_number = part_numbers.items[handled].to_text();
     if (run.kind.trims_entries) part_number = std::string(text::trim(part_number));
     run.handle(document, part_number);

@@ -15,12 +15,14 @@ namespace mercato::upload {
 struct BulkRun {
   const DocumentKind& kind;
   std::function<void(const xml::Document& document, const std::string& part_number)> handle;
+  // Whether the run is to end before its next part number.
+  std::function<bool()> is_cancelled;
   // Whether a remaining file is to be written.
   std::function<bool(const xml::Document& document)> records_left;
 };
 
-// Handles the listed part numbers of the document until 180 seconds have passed by the clock; a record under way is
-// never cut off. A run across midnight has no end by the budget. Afterwards `part_numbers` holds
+// Handles the listed part numbers of the document until 180 seconds have passed by the clock or the run is cancelled; a
+// record under way is never cut off. A run across midnight has no end by the budget. Afterwards `part_numbers` holds
 // those handled, from bound 0, and the rest of the document stands in its remaining file, or no such file is there.
 // What was written is durable before that file is touched, and when the call fails.
 //

@@ -96,6 +96,7 @@ void PriceXML::UpdateInsertPricesFromXML(const std::string& iStringOrUrl, bool i
               upload::done_or_left_behind(listening,
                                           [&] { parts_->updateInsertPriceFromXMLFile2(document, part_number); });
             },
+            [&] { return upload::is_cancelled(listening); },
             [&](const xml::Document& document) { return parts_->reader.price_nodes_left2(document); }};
         upload::run_bulk_upload(run, iStringOrUrl, iIsUrl, iBuyFromPartNrs);
       },

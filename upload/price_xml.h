@@ -71,7 +71,7 @@ class PriceXML : public ComponentOf<PriceXML> {
   ///   loaded; 91 and 457 as readProductPriceFromXML, 13 as GetErrorsInPriceValues, with the currencies loaded.
   DictionaryPtr GetCheckedPriceList(const std::string& iStringOrUrl, bool iIsUrl);
 
-  /// Writes the price lines of the listed part numbers until 180 seconds have passed.
+  /// Writes the price lines of the listed part numbers until 180 seconds have passed or the observer cancels the run.
   ///
   /// A line is changed when one of the same product, effective date and quantity is found whose group is the empty
   /// text. One without a group is not found: its like is added, and meets the table's key. A blank QuantityTo is

@@ -106,6 +106,7 @@ void ProductXML::insertProductsFromXML(const std::string& iStringOrUrl, bool iIs
               const xml::Node failed = document.select_first(upload::records_of(kProductDocument, part_number));
               if (!failed.is_null()) failed.remove();
             },
+            [&] { return upload::is_cancelled(listening); },
             [&](const xml::Document& document) { return parts_->reader.product_nodes_left2(document); }};
         upload::run_bulk_upload(run, iStringOrUrl, iIsUrl, iBuyFromPartNrs);
       },
@@ -121,6 +122,7 @@ void ProductXML::updateProductsFromXML(const std::string& iStringOrUrl, bool iIs
         StoreRun run;
         upload::tell(listening, [&](UploadObserver& observer) { observer.on_start(iBuyFromPartNrs.items.size()); });
         for (std::int32_t index = iBuyFromPartNrs.lower; index <= iBuyFromPartNrs.upper(); ++index) {
+          if (upload::is_cancelled(listening)) break;
           upload::done_or_left_behind(listening, [&] {
             parts_->updateInsertProductFromXML(iStringOrUrl, iIsUrl, iBuyFromPartNrs.at(index).to_text(),
                                                iUpdateOnErrors, Parts::Branch::update_only);

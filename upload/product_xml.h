@@ -119,7 +119,7 @@ class ProductXML : public ComponentOf<ProductXML> {
   void updateProductFromXML(const std::string& iStringOrUrl, bool iIsUrl, const std::string& iBuyFromPartNr,
                             bool iUpdateOnErrors);
 
-  /// Inserts or updates the listed records until 180 seconds have passed.
+  /// Inserts or updates the listed records until 180 seconds have passed or the observer cancels the run.
   ///
   /// What is left of the document then stands in `\XMLDownload\remaining_products_<key>.xml` below the web root, or no
   /// such file is there. It is a product document, too. Once a run of the object has left records, each later one
@@ -138,7 +138,7 @@ class ProductXML : public ComponentOf<ProductXML> {
   void insertProductsFromXML(const std::string& iStringOrUrl, bool iIsUrl, Array& iBuyFromPartNrs,
                              bool iUpdateOnErrors);
 
-  /// Updates the product of each listed record.
+  /// Updates the product of each listed record, until all are done or the observer cancels the run.
   ///
   /// The document is loaded anew for each. No marker, no time budget, no remaining file.
   /// @param iStringOrUrl     The document, or where it is.

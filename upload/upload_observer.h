@@ -1,4 +1,4 @@
-// Watches an upload record by record: for hosts in C++ that show progress and list what was refused.
+// Watches an upload record by record: for hosts in C++ that show progress, list what was refused, and end a run.
 // Products and price lines have an observer each.
 #pragma once
 
@@ -37,7 +37,7 @@ struct UploadRecord {
 };
 
 /// Hears of each record that ProductXML writes. An observer changes nothing of what the calls do, unless it goes on
-/// behind a failure. One that throws is not heard: its exception goes no further, and a question
+/// behind a failure or cancels the run. One that throws is not heard: its exception goes no further, and a question
 /// counts as answered with the default. Called on the thread of the upload, between its statements; it must not call
 /// the object that it watches.
 class UploadObserver {
@@ -66,6 +66,13 @@ class UploadObserver {
     static_cast<void>(failure);
     return false;
   }
+  /// Asked by the calls for many records before each of them, the first included: whether the run ends here.
+  ///
+  /// A run that is cancelled ends as one whose time is up. The call returns normally and what was written stays,
+  /// durable. insertProductsFromXML cuts its list to what was done, and the rest of the document is in the remaining
+  /// file; updateProductsFromXML just returns, and the observer has heard of each record that was done.
+  /// @return True to end the run; false unless overridden.
+  virtual bool cancels() { return false; }
 };
 
 /// What became of a price line.
@@ -122,6 +129,13 @@ class PriceUploadObserver {
     static_cast<void>(failure);
     return false;
   }
+  /// Asked before each listed part number, the first included: whether the run ends here. The lines of one part number
+  /// are done together.
+  ///
+  /// A run that is cancelled ends as one whose time is up. The call returns normally, what was written stays, durable,
+  /// the list is cut to what was done, and the rest of the document is in the remaining file.
+  /// @return True to end the run; false unless overridden.
+  virtual bool cancels() { return false; }
 };
 
 namespace upload {
@@ -149,6 +163,14 @@ bool done_or_left_behind(Observer* observer, Work work) {
     if (!goes_on) throw;
     return false;
   }
+}
+
+// Whether the observer ends the run before its next record.
+template <class Observer>
+bool is_cancelled(Observer* observer) {
+  bool cancelled = false;
+  tell(observer, [&](Observer& asked) { cancelled = asked.cancels(); });
+  return cancelled;
 }
 
 }  // namespace upload

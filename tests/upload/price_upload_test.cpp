@@ -570,12 +570,53 @@ TEST_F(PriceUpload, ObserverChangesNothingAndIsNotHeardWhenItThrows) {
     object.UpdateInsertPricesFromXML("k/\\" + price_document(document), false, list);
     *statements = recorder.statements;
     EXPECT_EQ(lines(), 2);
+// Cancels when it has heard of so many part numbers.
+class CancellingPriceListener : public PriceListener {
+ public:
+  explicit CancellingPriceListener(std::size_t part_numbers) : part_numbers_(part_numbers) {}
+  void on_part_number(const std::string& part_number, PartNumberOutcome outcome) override {
+    PriceListener::on_part_number(part_number, outcome);
+    ++heard_;
+  }
+  bool cancels() override { return heard_ == part_numbers_; }
+
+ private:
+  const std::size_t part_numbers_;
+  std::size_t heard_ = 0;
+};
+
+TEST_F(PriceUpload, RunThatItsObserverCancelsEndsBeforeTheNextPartNumberAsIfItsTimeWereUp) {
+  CancellingPriceListener impatient(1);
+  upload.set_observer(&impatient);
+  const std::string three = band("A-1", "1") + band("B-2", "1") + band("A-1", "2") + band("Z-9", "1");
+  EXPECT_EQ(upload_all(three, {"A-1", "B-2", "Z-9"}), (std::vector<std::string>{"A-1"}));
+  EXPECT_EQ(impatient.heard, (std::vector<std::string>{"start 3", "A-1 1 added", "A-1 2 added", "A-1 done"}))
+      << "the lines of a part number are done together";
+  EXPECT_EQ(quantities(), (std::vector<std::string>{"1", "2"}));
+  EXPECT_EQ(remaining({"A-1", "B-2", "Z-9"}), (std::vector<std::string>{"B-2 1", "Z-9 1"}));
+
+  upload.set_observer(nullptr);
+  list = Array{"B-2"};
+  upload.UpdateInsertPricesFromXML("k/\\" + remaining_prices().string(), true, list);
+  EXPECT_EQ(lines(), 3) << "the remaining file finishes the job";
+}
+
+TEST_F(PriceUpload, RunThatIsCancelledBeforeItsFirstPartNumberLeavesEverything) {
+  CancellingPriceListener impatient(0);
+  upload.set_observer(&impatient);
+  EXPECT_EQ(upload_all(band("A-1", "1") + band("B-2", "1"), {"A-1", "B-2"}), std::vector<std::string>{});
+  EXPECT_EQ(impatient.heard, (std::vector<std::string>{"start 2"}));
+  EXPECT_EQ(lines(), 0);
+  EXPECT_EQ(remaining({"A-1", "B-2"}), (std::vector<std::string>{"A-1 1", "B-2 1"}));
+}
+
   }
   EXPECT_EQ(watched, unwatched);
 }
 
 // What a dying process leaves.
 
+    bool cancels() override { throw 3; }
 TEST_F(PriceUpload, UploadThatDiesAtAnyStatementLeavesWholeLines) {
   constexpr int kLines = 150;
   std::string many;

@@ -139,6 +139,76 @@ TEST_F(UploadObserving, UpdatesGoOnBehindRecordsThatFail) {
   EXPECT_EQ(product("URL", "B-2").to_text(), "b");
 }
 
+// Cancels when it has heard of so many records.
+class CancellingListener : public Persistent {
+ public:
+  explicit CancellingListener(std::size_t records) : records_(records) {}
+  bool cancels() override { return heard.size() == records_; }
+
+ private:
+  const std::size_t records_;
+};
+
+TEST_F(UploadObserving, InsertsThatTheObserverCancelsEndBeforeTheNextRecordAsIfTheirTimeWereUp) {
+  CancellingListener impatient(2);
+  upload.set_observer(&impatient);
+  Array list({Variant("A-1"), Variant("B-2"), Variant("C-3"), Variant("D-4")}, 1);
+  upload.insertProductsFromXML("k/\\" + document(record("A-1", kRequired) + record("B-2", kRequired) +
+                                                 record("C-3", kRequired) + record("D-4", kRequired)),
+                               false, list, false);
+  EXPECT_EQ(list, (Array{"A-1", "B-2"}));
+  EXPECT_EQ(products(), 2);
+  EXPECT_EQ(part_numbers_in(remaining_file("k")), (std::vector<std::string>{"C-3", "D-4"}));
+
+  upload.set_observer(nullptr);
+  list = Array{"C-3", "D-4"};
+  upload.insertProductsFromXML("k/\\" + remaining_file("k").string(), true, list, false);
+  EXPECT_EQ(products(), 4) << "the remaining file finishes the job";
+}
+
+TEST_F(UploadObserving, InsertsThatAreCancelledBehindAFailureLeaveWhatWasNotReached) {
+  CancellingListener impatient(1);
+  upload.set_observer(&impatient);
+  Array list{"A-1", "B-2"};
+  upload.insertProductsFromXML(
+      "k/\\" + document(record("A-1", kRequired + "<COLOUR>black'n'white</COLOUR>") + record("B-2", kRequired)), false,
+      list, false);
+  EXPECT_EQ(impatient.failures, (std::vector<std::int32_t>{error_number::kStatementRefused}));
+  EXPECT_EQ(list, Array{"A-1"});
+  EXPECT_EQ(part_numbers_in(remaining_file("k")), (std::vector<std::string>{"B-2"}));
+}
+
+TEST_F(UploadObserving, InsertsThatAreCancelledBeforeTheFirstRecordLeaveEverything) {
+  CancellingListener impatient(0);
+  upload.set_observer(&impatient);
+  Array list{"A-1"};
+  Recorder recorder;
+  upload.insertProductsFromXML("k/\\" + document(record("A-1", kRequired)), false, list, false);
+  EXPECT_EQ(impatient.announced, (std::vector<std::size_t>{1}));
+  EXPECT_EQ(list, Array());
+  EXPECT_EQ(recorder.statements, Statements{});
+  EXPECT_EQ(part_numbers_in(remaining_file("k")), (std::vector<std::string>{"A-1"}));
+}
+
+TEST_F(UploadObserving, UpdatesThatTheObserverCancelsEndBeforeTheNextRecord) {
+  for (const char* part_number : {"A-1", "B-2", "C-3"}) add_product(part_number);
+  CancellingListener impatient(2);
+  upload.set_observer(&impatient);
+  upload.updateProductsFromXML(
+      document(record("A-1", "<URL>a</URL>") + record("B-2", "<URL>b</URL>") + record("C-3", "<URL>c</URL>")), false,
+      Array{"A-1", "B-2", "C-3"}, false);
+  EXPECT_EQ(product("URL", "A-1"), Variant("a"));
+  EXPECT_EQ(product("URL", "B-2"), Variant("b"));
+  EXPECT_TRUE(product("URL", "C-3").is_null());
+}
+
+TEST_F(UploadObserving, CallForOneRecordIsNotCancelled) {
+  CancellingListener impatient(0);
+  upload.set_observer(&impatient);
+  upload.insertProductFromXML(document(record("A-1", kRequired)), false, "A-1", false);
+  EXPECT_EQ(products(), 1);
+}
+
 TEST_F(UploadObserving, ObserverChangesNothingOfWhatIsAskedOfTheStore) {
   Statements watched;
   Statements unwatched;
@@ -158,10 +228,13 @@ TEST_F(UploadObserving, ObserverThatThrowsIsNotHeard) {
    public:
     void on_start(std::size_t) override { throw 1; }
     void on_record(const UploadRecord&) override { throw std::string("no"); }
+    bool cancels() override { throw 2; }
   } rude;
   upload.set_observer(&rude);
   upload.insertProductFromXML(document(record("A-1", kRequired)), false, "A-1", false);
-  EXPECT_EQ(products(), 1);
+  Array list{"B-2"};
+  upload.insertProductsFromXML("k/\\" + document(record("B-2", kRequired)), false, list, false);
+  EXPECT_EQ(products(), 2);
 }
 
 }  // namespace
