@@ -1,3 +1,5 @@
+#include "upload/price_validation.h"
+
 #include "platform/automation/registry.h"
 #include "platform/transactions/object_context.h"
 #include "tests/support/hostile_texts.h"
@@ -209,6 +211,29 @@ TEST_F(PriceValidation, CurrenciesStayForTheLifeOfTheObject) {
   EXPECT_EQ(errors(), (Fields{{"CurrencyCode", "GBP"}})) << "a document without lines loads nothing";
   load_currencies(upload);
   EXPECT_EQ(errors(), Fields{});
+}
+
+// What a judgement would fail at, asked beforehand.
+
+TEST_F(PriceValidation, RecordThatCannotBeJudgedIsToldWithItsFieldAndTheReason) {
+  const auto reason_against = [](const std::string& lines) {
+    xml::Document parsed;
+    EXPECT_TRUE(parsed.load_text(price_document(lines)));
+    const xml::NodeList records = parsed.elements_by_tag_name("ProductPrice");
+    const auto reason = upload::reason_not_judged(records.item(records.size() - 1));
+    return reason ? reason->field + "|" + reason->value + "|" + reason->reason : "none";
+  };
+  EXPECT_EQ(reason_against(price("A-1", fields_with())), "none");
+  EXPECT_EQ(reason_against(price("A-1", "")), "none");
+  EXPECT_EQ(reason_against(price("A-1", fields_with({{"Price", "dear"}}))), "none") << "a finding, and no failure";
+  EXPECT_EQ(reason_against(price("A-1", fields_with({{"DiscountPerc", "101"}}))), "none");
+  EXPECT_EQ(reason_against(price("A-1", fields_with({{"DiscountPerc", "some"}}))), "DiscountPerc|some|not a number");
+  EXPECT_EQ(reason_against(price("A-1", fields_with({{"PRICETAXPERCENTAGE", ""}}))),
+            "PRICETAXPERCENTAGE||not a number");
+  EXPECT_EQ(reason_against(price("A-1", "<Price>1</Price><price>2</price>")), "none") << "two names";
+  EXPECT_EQ(reason_against(price("A-1", "<Price>1</Price><Price>2</Price>")), "Price|2|the field stands twice");
+  EXPECT_EQ(reason_against(price("A-1", "<Lines>" + price("A-1", fields_with()) + "</Lines>")),
+            "||it stands within another price line");
 }
 
 // The preview.

@@ -1,6 +1,7 @@
 #include "platform/automation/registry.h"
 #include "platform/transactions/object_context.h"
 #include "tests/upload/upload_fixture.h"
+#include "upload/upload_documents.h"
 #include "values/date.h"
 
 namespace mercato::test {
@@ -617,6 +618,21 @@ TEST_F(ProductUpload, FailureStopsABulkUpdateAndKeepsWhatWasDone) {
 }
 
 // By name.
+// Products are listed with their blanks trimmed, prices as they stand.
+TEST_F(ProductUpload, PartNumberThatNoBulkRunFindsIsToldWithTheReason) {
+  using upload::kPriceDocument;
+  using upload::kProductDocument;
+  using upload::reason_not_found;
+  EXPECT_EQ(reason_not_found(kProductDocument, "A-1"), "");
+  EXPECT_EQ(reason_not_found(kProductDocument, ""), "");
+  EXPECT_EQ(reason_not_found(kProductDocument, "A 1"), "");
+  EXPECT_EQ(reason_not_found(kProductDocument, " A-1"), "No run finds a part number with blanks at its ends.");
+  EXPECT_EQ(reason_not_found(kProductDocument, "A-1 "), "No run finds a part number with blanks at its ends.");
+  EXPECT_EQ(reason_not_found(kProductDocument, " O'Neil"), "No run finds a part number with an apostrophe.");
+  EXPECT_EQ(reason_not_found(kPriceDocument, " A-1 "), "");
+  EXPECT_EQ(reason_not_found(kPriceDocument, "O'Neil"), "No run finds a part number with an apostrophe.");
+}
+
 
 TEST_F(ProductUpload, BulkInsertIsCalledByNameAndUpdatesItsListInPlaceWithoutAVote) {
   const ComponentPtr object = create_root("Mercato.ProductXML");

@@ -24,7 +24,8 @@ struct CheckedRecord {
   std::string fault;     // of a record that cannot be judged: why
 };
 
-// Nothing for a record that the library's list leaves out: one without content, and of an update one without a product.
+// Nothing for a record that the library's list leaves out: one without content and, among updates, one without a
+// product.
 std::optional<CheckedRecord> judge(const ComponentPtr& reader, const char* method, const xml::Node& element) {
   if (!upload::has_content(element)) return std::nullopt;
   CheckedRecord record;

@@ -1,21 +1,16 @@
 #include "tools/cli/upload/price_document.h"
 
 #include <memory>
-#include <unordered_set>
 
 #include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/sentence.h"
+#include "upload/price_validation.h"
 #include "upload/price_xml.h"
-#include "values/text.h"
 
 namespace mercato::cli {
 namespace {
 
-bool is_percentage(const std::string& name) {
-  const std::string upper = text::to_upper(name);
-  return upper == "DISCOUNTPERC" || upper == "PRICETAXPERCENTAGE";
-}
 
 UploadFinding about(const std::string& part_number, std::string reason) {
   return {.part_number = part_number, .line = 0, .field = {}, .value = {}, .reason = std::move(reason)};
@@ -23,21 +18,7 @@ UploadFinding about(const std::string& part_number, std::string reason) {
 
 }  // namespace
 
-std::optional<Fault> fault_of(const xml::Node& record) {
-  for (xml::Node around = record.parent(); !around.is_null(); around = around.parent())
-    if (around.name() == kPriceRecord) return Fault{{}, {}, "it stands within another price line"};
-  std::unordered_set<std::string> names;
-  for (const xml::Node& field : record.children()) {
-    if (field.type() != xml::NodeType::kElement) continue;
-    const std::string name(field.name());
-    if (!names.insert(name).second) return Fault{name, field.typed_value(), "the field stands twice"};
-    if (is_percentage(name) && !Variant(field.typed_value()).is_numeric())
-      return Fault{name, field.typed_value(), "not a number"};
-  }
-  return std::nullopt;
-}
-
-Fault fault_of(const RaisedError& failure) {
+UploadField told_of(const RaisedError& failure) {
   const std::string words = sentence(failure);
   switch (failure.Number) {
     case error_number::kConstraintViolated:
@@ -60,13 +41,13 @@ Fault fault_of(const RaisedError& failure) {
 }
 
 PriceUpload::PriceUpload(UploadSource source)
-    : UploadRuns(std::move(source), {kPriceRecord, "remaining_prices_", Rest::in_file, kAllRecords}) {}
+    : UploadRuns(std::move(source), {upload::kPriceDocument, Rest::in_file, kAllRecords}) {}
 
 std::size_t PriceUpload::take_inventory(const xml::Document& document) {
   std::unordered_map<std::string, std::size_t> numbers;
   std::size_t reachable = 0;
   std::vector<xml::Node> faulty;
-  for (const xml::Node& record : document.elements_by_tag_name(kPriceRecord)) {
+  for (const xml::Node& record : document.elements_by_tag_name(upload::kPriceDocument.record)) {
     ++report_.read;
     const std::optional<std::string> key = record.attribute("buyfrompartnumber");
     if (!key) {
@@ -74,19 +55,20 @@ std::size_t PriceUpload::take_inventory(const xml::Document& document) {
       continue;
     }
     const std::size_t number = ++numbers[*key];
-    if (const auto fault = fault_of(record)) {
-      refuse(report_, {*key, number, fault->field, fault->value, fault->reason});
+    if (const auto reason = upload::reason_not_judged(record)) {
+      refuse(report_, {*key, number, reason->field, reason->value, reason->reason});
       faulty.push_back(record);
       continue;
     }
     std::vector<std::size_t>& lines = lines_[*key];
     lines.push_back(number);
-    if (key->find('\'') == std::string::npos) {
-      ++reachable;
-      if (lines.size() == 1) pending_.push_back(*key);
-    } else if (lines.size() == 1) {
-      report_.unreachable.push_back(about(*key, "No run finds a part number with an apostrophe."));
-    }
+    const std::string_view reason = upload::reason_not_found(upload::kPriceDocument, *key);
+    if (reason.empty()) ++reachable;
+    if (lines.size() > 1) continue;
+    if (reason.empty())
+      pending_.push_back(*key);
+    else
+      report_.unreachable.push_back(about(*key, std::string(reason)));
   }
   for (const xml::Node& record : faulty) record.remove();
   if (!faulty.empty()) document_ = {document.save_text(), false};
@@ -146,8 +128,8 @@ bool PriceUpload::goes_on_behind(const RaisedError& failure) {
   if (!goes_on_after(failure)) return false;
   const std::string& part_number = pending_[seen_];
   if (failed_line_) {
-    const Fault fault = fault_of(failure);
-    refuse(unsettled_, {part_number, *failed_line_, fault.field, fault.value, fault.reason});
+    const UploadField told = told_of(failure);
+    refuse(unsettled_, {part_number, *failed_line_, told.field, told.value, told.reason});
     done_with(part_number);
   } else {
     unsettled_.unreachable.push_back(about(part_number, sentence(failure)));

@@ -12,20 +12,11 @@
 
 namespace mercato::cli {
 
-inline constexpr const char* kPriceRecord = "ProductPrice";
 // A document for loading the currencies: the library judges nothing before it has them.
 inline constexpr const char* kPriceDocumentWithoutFields = "<ProductPrices><ProductPrice/></ProductPrices>";
 
-// Why a run would end at a record instead of judging it: a field stands twice in it, a percentage is no number; or it
-// stands within another record, and would leave the document with that.
-struct Fault {
-  std::string field;
-  std::string value;
-  std::string reason;
-};
-std::optional<Fault> fault_of(const xml::Node& record);
-// What the failure of one record says, in the words of what happened.
-Fault fault_of(const RaisedError& failure);
+// What the failure of one line means: the field concerned, where it is known, and the reason in plain words.
+UploadField told_of(const RaisedError& failure);
 
 class PriceUpload : public UploadRuns, private PriceUploadObserver {
  public:

@@ -10,6 +10,7 @@
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/upload/price_document.h"
+#include "upload/price_validation.h"
 #include "upload/upload_documents.h"
 #include "values/collection.h"
 #include "values/dictionary.h"
@@ -33,7 +34,7 @@ struct CheckedLine {
   std::size_t number = 0;  // among those of its part number
   std::string product_name;
   std::vector<std::pair<std::string, std::string>> errors;
-  std::optional<Fault> fault;  // of a line that cannot be judged
+  std::optional<UploadField> fault;  // of a line that cannot be judged
 
   State state() const {
     if (fault) return State::invalid;
@@ -44,12 +45,10 @@ struct CheckedLine {
 
 // A line is judged in a document of its own: one that the library cannot read costs no other one its judgement.
 void judge(const ComponentPtr& prices, const xml::Node& record, CheckedLine& line) {
-  if (const auto fault = fault_of(record)) {
-    line.fault = *fault;
-    return;
-  }
+  line.fault = upload::reason_not_judged(record);
+  if (line.fault) return;
   if (!upload::has_content(record)) {
-    line.fault = Fault{{}, {}, "it has no fields"};
+    line.fault = UploadField{{}, {}, "it has no fields"};
     return;
   }
   try {
@@ -59,7 +58,7 @@ void judge(const ComponentPtr& prices, const xml::Node& record, CheckedLine& lin
       line.errors.emplace_back(field.to_text(), value.to_text());
     });
   } catch (const Raised& raised) {
-    line.fault = fault_of(raised.error());
+    line.fault = told_of(raised.error());
   }
 }
 
@@ -77,7 +76,7 @@ std::string product_name_of(const ComponentPtr& prices, const xml::Node& record,
 std::vector<CheckedLine> check(const std::string& path) {
   xml::Document document;
   if (!document.load(path)) raise(eUnableToLoadXML, {}, document.error());
-  const xml::NodeList records = document.elements_by_tag_name(kPriceRecord);
+  const xml::NodeList records = document.elements_by_tag_name(upload::kPriceDocument.record);
   if (records.empty())
     raise(eUnableToLoadXML, {}, "\"" + path + "\" has no element ProductPrice, so there is nothing to check.");
   const ComponentPtr prices = create_root("Mercato.PriceXML");
@@ -90,7 +89,7 @@ std::vector<CheckedLine> check(const std::string& path) {
     CheckedLine& line = lines.emplace_back();
     const auto key = record.attribute("buyfrompartnumber");
     if (!key) {
-      line.fault = Fault{{}, {}, "it has no attribute buyfrompartnumber"};
+      line.fault = UploadField{{}, {}, "it has no attribute buyfrompartnumber"};
       continue;
     }
     line.part_number = *key;

@@ -11,15 +11,12 @@
 namespace mercato::cli {
 namespace {
 
-constexpr const char* kRecord = "Product";
 // An update reads the document anew for each record and has no time budget: a call is kept short, and gets a document
 // of its own records.
 constexpr std::size_t kUpdatesInOneCall = 100;
 constexpr const char* kNoProduct = "No product has this part number.";
 
-bool has_blank_ends(const std::string& text) { return !text.empty() && (text.front() == ' ' || text.back() == ' '); }
-
-// Why the failure of one record says so little, in the words of what happened.
+// What the failure of one record means, also where its own words say little.
 std::string reason_of(const RaisedError& failure, bool update_only) {
   if (failure.Number == error_number::kNoCurrentRow)
     return update_only ? kNoProduct
@@ -35,7 +32,7 @@ UploadFinding whole_record(const std::string& part_number, std::string reason) {
 
 ProductUpload::ProductUpload(Options options)
     : UploadRuns(std::move(options.source),
-                 {kRecord, "remaining_products_", options.update_only ? Rest::in_document : Rest::in_file,
+                 {upload::kProductDocument, options.update_only ? Rest::in_document : Rest::in_file,
                   options.update_only ? kUpdatesInOneCall : kAllRecords}),
       write_on_errors_(options.write_on_errors),
       update_only_(options.update_only) {}
@@ -47,24 +44,20 @@ std::size_t ProductUpload::take_inventory(const xml::Document& document) {
   const auto has_product = [&](const std::string& part_number) {
     return call(products, "GetProductIDFromSupplierPartNum", {part_number}).to_long() != -1;
   };
-  for (const xml::Node& record : document.elements_by_tag_name(kRecord)) {
+  for (const xml::Node& record : document.elements_by_tag_name(upload::kProductDocument.record)) {
     ++report_.read;
-    const auto unreachable = [&](const std::string& part_number, const char* reason) {
-      report_.unreachable.push_back(whole_record(part_number, reason));
-    };
     std::optional<std::string> key = record.attribute("buyfrompartnumber");
     if (!key) {
-      unreachable({}, "It has no attribute buyfrompartnumber.");
+      report_.unreachable.push_back(whole_record({}, "It has no attribute buyfrompartnumber."));
     } else if (update_only_ && !known.insert(*key).second) {
       refuse(report_, whole_record(*key, "It stands in the document before; an update reads the first one only."));
       gone_.push_back(std::move(*key));
     } else if (update_only_ && !has_product(*key)) {
       refuse(report_, whole_record(*key, kNoProduct));
       gone_.push_back(std::move(*key));
-    } else if (!update_only_ && key->find('\'') != std::string::npos) {
-      unreachable(*key, "No run finds a part number with an apostrophe.");
-    } else if (!update_only_ && has_blank_ends(*key)) {
-      unreachable(*key, "No run finds a part number with blanks at its ends.");
+    } else if (const auto reason = upload::reason_not_found(upload::kProductDocument, *key);
+               !update_only_ && !reason.empty()) {
+      report_.unreachable.push_back(whole_record(*key, std::string(reason)));
     } else {
       pending_.push_back(std::move(*key));
       if (update_only_) records_.push_back(record.save_text());

@@ -1,6 +1,7 @@
 #include "tools/cli/upload/upload_runs.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <unordered_map>
 #include <utility>
 
@@ -177,7 +178,7 @@ xml::Document UploadRuns::rest_of_document() const {
   xml::Document document = load(document_.text_or_url, document_.is_url);
   std::unordered_map<std::string, std::size_t> leaving;
   for (const std::string& part_number : gone_) ++leaving[part_number];
-  for (const xml::Node& record : document.elements_by_tag_name(kind_.record)) {
+  for (const xml::Node& record : document.elements_by_tag_name(kind_.document.record)) {
     const std::optional<std::string> key = record.attribute("buyfrompartnumber");
     if (!key) continue;
     const auto found = leaving.find(*key);
@@ -197,14 +198,13 @@ void UploadRuns::settle_remaining_file() {
     if (kind_.rest == Rest::in_file && files::file_exists(remaining_path())) files::delete_file(remaining_path());
     return;
   }
-  if (!files::folder_exists(remaining_folder())) files::create_folder(remaining_folder());
+  const std::string folder = std::filesystem::path(remaining_path()).parent_path().string();
+  if (!files::folder_exists(folder)) files::create_folder(folder);
   rest_of_document().save(remaining_path());
 }
 
-std::string UploadRuns::remaining_folder() const { return files::host_path(source_.web_root + "\\XMLDownload"); }
-
 std::string UploadRuns::remaining_path() const {
-  return remaining_folder() + "/" + kind_.file_name + source_.file_key + ".xml";
+  return upload::remaining_path(kind_.document, source_.web_root, source_.file_key);
 }
 
 }  // namespace mercato::cli

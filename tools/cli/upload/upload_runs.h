@@ -18,6 +18,7 @@
 #include "platform/xml/document.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/cli/upload/upload_report.h"
+#include "upload/upload_documents.h"
 #include "values/raised_error.h"
 #include "values/variant.h"
 
@@ -49,8 +50,7 @@ class UploadRuns {
   };
   static constexpr std::size_t kAllRecords = static_cast<std::size_t>(-1);
   struct Kind {
-    const char* record;     // the name of the document's record elements
-    const char* file_name;  // what the name of the remaining file begins with
+    const upload::DocumentKind& document;
     Rest rest;
     std::size_t most_in_one_run;  // part numbers; kAllRecords for no bound
   };
@@ -93,7 +93,6 @@ class UploadRuns {
   // The document without the first record of each part number that is gone, one for each time that it is named.
   xml::Document rest_of_document() const;
   std::string reason_to_stop(const RaisedError& failure) const;
-  std::string remaining_folder() const;
   std::string remaining_path() const;
 
   const Kind kind_;
