@@ -107,12 +107,9 @@ TEST_F(ProductValidation, ContractCodeWithoutNumberFailsWithTheStore) {
   EXPECT_EQ(error.Number, error_number::kStatementRefused);
   ASSERT_FALSE(recorder.statements.empty());
   EXPECT_EQ(recorder.statements.back(), "SELECT CONTRACTCODE FROM CONTRACTLINES WHERE CONTRACTCODE='K7' AND NUMBER=");
-  // The store's own words stand in the middle.
-  const std::string words = recorder.log.empty() ? "" : innermost_description(recorder.log.front().text);
-  const ExpectedFailure expected("80040E14", error.Source, words,
+  const ExpectedFailure expected("80040E14", "SQLite store", "Incorrect syntax near '=' (character 74)",
                                  {"Mercato.ProductXML.Exists", "Mercato.ProductXML.getErrorFields",
                                   "Mercato.ProductXML.getErrorsInProductValues"});
-  EXPECT_FALSE(words.empty());
   EXPECT_EQ(error.Description, expected.description);
   EXPECT_EQ(recorder.log, expected.log);
 }

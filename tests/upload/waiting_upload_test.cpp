@@ -36,7 +36,8 @@ class WaitingUpload : public UploadTest {
   std::vector<std::int32_t> seen_;
 };
 
-// Once the first entry was seen by nobody, and nobody could write, until the document for the second had come.
+// What the first entry had written was hidden from others, and they could not write, until the document for the second
+// had come.
 TEST_F(WaitingUpload, ForADocumentLetsOthersSeeAndWrite) {
   add_product("A-1");
   add_product("B-2");
