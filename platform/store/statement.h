@@ -67,7 +67,11 @@ class Sql {
   };
 
   Sql() = default;
-  Sql(LiteralPiece piece) : text_(piece.text()) {}  // NOLINT: a literal is a statement
+  // A literal is a statement, and most often the beginning of one.
+  Sql(LiteralPiece piece) {  // NOLINT: implicit on purpose
+    make_room();
+    text_ += piece.text();
+  }
   // A statement that somebody outside of the library wrote whole.
   static Sql verbatim(std::string text);
 
