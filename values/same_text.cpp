@@ -70,8 +70,7 @@ std::string folded_and_composed(std::string_view text) {
 // and its fold is the composed form of what its decomposed form folds to.
 bool folds_alone(UChar32 character) {
   const UChar32 folded = folded_character(character);
-  return normalizers().decomposing->hasBoundaryBefore(character) &&
-         normalizers().composing->hasBoundaryBefore(folded) &&
+  return normalizers().composing->hasBoundaryBefore(folded) &&
          folded_and_composed(icu::UnicodeString(character)) == icu::UnicodeString(folded);
 }
 
