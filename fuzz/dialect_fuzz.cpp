@@ -1,14 +1,17 @@
 // Any bytes as a statement, as the value of one, and as a clause of one: lexed, checked, translated, prepared and run.
-// Whatever comes, it is refused or it runs; a value never changes what the statement does.
+// Whatever comes, it is refused or it runs; a value never changes what the statement does, and a tree holds all of it.
 #include <sqlite3.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/sqlite/functions.h"
+#include "platform/store/sqlite/statement_printer.h"
+#include "tests/platform/store/dialect_printer.h"
 #include "values/raised_error.h"
 
 namespace {
@@ -75,13 +78,22 @@ class OneTable : public TableDirectory {
   sqlite3* database_ = nullptr;
 };
 
+// The tree of a statement that is taken holds all of it.
+void check_tree(const LexedStatement& lexed, const TableDirectory& tables, bool identified) {
+  const std::string lost = test::lost_in_the_tree(lexed, tables, identified);
+  if (lost.empty()) return;
+  std::fprintf(stderr, "%s\n", lost.c_str());
+  std::abort();
+}
+
 void try_statement(const Sql& statement, bool identified) {
   static OneTable tables;
   LexedStatement lexed;
   try {
     lex(statement.text(), lexed);
     check_pieces(statement, lexed);
-    const Translation translation = translate_to_sqlite(lexed, tables, identified);
+    const Translation translation = sqlite::translate(lexed, tables, identified);
+    check_tree(lexed, tables, identified);
     if (translation.kind != StatementKind::definition)
       for (const std::string& sql : translation.statements) tables.run(sql, lexed, translation);
   } catch (const Raised&) {

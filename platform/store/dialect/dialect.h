@@ -94,8 +94,4 @@ class TableDirectory {
   virtual const TableInfo* find(std::string_view name) const = 0;
 };
 
-// Raises kStatementRefused for what is not of the dialect, for unknown tables and columns, and for more than one
-// statement.
-Translation translate_to_sqlite(const LexedStatement& lexed, const TableDirectory& tables, bool identified);
-
 }  // namespace mercato::store::dialect

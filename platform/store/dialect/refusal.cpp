@@ -5,7 +5,18 @@
 
 namespace mercato::store::dialect {
 
-void refuse(std::string description) { raise(error_number::kStatementRefused, "SQLite store", std::move(description)); }
+namespace {
+
+// Callers and logs know the refusals of a statement by this source, whatever the store.
+constexpr const char* kSource = "SQLite store";
+
+}  // namespace
+
+void refuse(std::string description) { raise(error_number::kStatementRefused, kSource, std::move(description)); }
+
+void refuse_feature(std::string description) {
+  raise(error_number::kFeatureNotAvailable, kSource, std::move(description));
+}
 
 std::string place_text(std::string_view text, std::size_t position) {
   return " (character " + std::to_string(text::length(text.substr(0, position)) + 1) + ")";
@@ -23,6 +34,11 @@ void refuse_syntax(const LexedStatement& lexed, std::uint32_t token) {
     --token;
   }
   refuse_syntax(lexed.text, lexed.tokens[token].begin, lexed.tokens[token].end);
+}
+
+void refuse_order_item(const LexedStatement& lexed, std::uint32_t token) {
+  refuse("ORDER BY items must appear in the select list if the statement contains a UNION operator" +
+         place_text(lexed.text, lexed.tokens[token].begin));
 }
 
 }  // namespace mercato::store::dialect

@@ -12,10 +12,14 @@ namespace mercato::store::dialect {
 
 // Raises kStatementRefused with this description.
 [[noreturn]] void refuse(std::string description);
+// Raises kFeatureNotAvailable: the server has it, the library's stores have not.
+[[noreturn]] void refuse_feature(std::string description);
 // "Incorrect syntax near 'X' (character 17)"; at the end of the statement X is its last token.
 [[noreturn]] void refuse_syntax(const LexedStatement& lexed, std::uint32_t token);
 // The same for any stretch of the text.
 [[noreturn]] void refuse_syntax(std::string_view text, std::size_t begin, std::size_t end);
+// What UNION joins can only be sorted by what it shows.
+[[noreturn]] void refuse_order_item(const LexedStatement& lexed, std::uint32_t token);
 // " (character 17)"
 std::string place_text(std::string_view text, std::size_t position);
 

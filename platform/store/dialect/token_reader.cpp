@@ -62,12 +62,14 @@ std::string TokenReader::expect_name() {
 
 std::string TokenReader::expect_table_name() {
   std::string name = expect_name();
-  if (!accept_symbol('.')) return name;
-  if (!text::equal_names(name, "dbo")) {
-    --next_;
-    fail();
-  }
+  if (!at_symbol('.')) return name;
+  expect_schema(name);
   return expect_name();
+}
+
+void TokenReader::expect_schema(std::string_view name) {
+  if (!text::equal_names(name, "dbo")) fail();
+  expect_symbol('.');
 }
 
 std::int64_t TokenReader::expect_whole_number() {

@@ -1,4 +1,4 @@
-// Reads a statement's tokens from left to right. The base of the translators; one thread.
+// Reads a statement's tokens from left to right. The base of the readers; one thread.
 #pragma once
 
 #include <cstdint>
@@ -28,6 +28,8 @@ class TokenReader {
   std::string expect_name();
   // "PRODUCT", "dbo.PRODUCT"
   std::string expect_table_name();
+  // The point behind the one schema that there is.
+  void expect_schema(std::string_view name);
   // A whole number that SQL needs in its text; its literal's position is counted like any other.
   std::int64_t expect_whole_number();
   // Nothing but a closing `;` may be left.
@@ -42,7 +44,7 @@ class TokenReader {
   std::uint32_t next_ = 0;
 };
 
-// A name as SQLite takes it, whatever it is spelled with.
+// A name in quotes, whatever it is spelled with.
 std::string quoted(std::string_view name);
 
 }  // namespace mercato::store::dialect

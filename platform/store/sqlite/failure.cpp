@@ -6,8 +6,8 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/store/dialect/declared_type.h"
 #include "platform/store/failures.h"
+#include "platform/store/sqlite/declared_type.h"
 #include "platform/store/sqlite/lock_wait.h"
 
 namespace mercato::store::sqlite {
@@ -41,9 +41,9 @@ RaisedError violation(int code, const std::string& words, const TableInfo* table
   const std::string object(object_of(words));
   switch (code) {
     case SQLITE_CONSTRAINT_CHECK:
-      if (const Column* column = guarded_column(table, object, &dialect::width_constraint))
+      if (const Column* column = guarded_column(table, object, &width_constraint))
         return value_too_long(*table, *column);
-      if (const Column* column = guarded_column(table, object, &dialect::range_constraint))
+      if (const Column* column = guarded_column(table, object, &range_constraint))
         return value_out_of_range(*table, *column);
       return check_violated(words);
     case SQLITE_CONSTRAINT_NOTNULL:

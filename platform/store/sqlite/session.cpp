@@ -10,6 +10,7 @@
 #include "platform/store/failures.h"
 #include "platform/store/sqlite/cursor.h"
 #include "platform/store/sqlite/failure.h"
+#include "platform/store/sqlite/statement_printer.h"
 #include "platform/store/sqlite/values.h"
 #include "values/raised_error.h"
 
@@ -96,7 +97,7 @@ CachedStatementPtr SqliteSession::translated(const dialect::LexedStatement& lexe
   // Somebody else may have defined the table that this one names.
   refresh_schema();
   auto statement = std::make_shared<CachedStatement>();
-  statement->translation = dialect::translate_to_sqlite(lexed, tables_, identified);
+  statement->translation = translate(lexed, tables_, identified);
   refuse_beyond_bounds(statement->translation);
   if (statement->translation.kind == dialect::StatementKind::query)
     statement->layout = std::make_shared<const RowLayout>(statement->translation.result, statement->translation.table);

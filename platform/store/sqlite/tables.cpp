@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/store/dialect/declared_type.h"
+#include "platform/store/sqlite/declared_type.h"
 #include "values/text.h"
 
 namespace mercato::store::sqlite {
@@ -65,7 +65,7 @@ std::unique_ptr<TableInfo> Tables::load(std::string_view name) const {
   int code = SQLITE_ROW;
   while ((code = sqlite3_step(statement.get())) == SQLITE_ROW) {
     table->name = text_of(statement, 0);
-    const dialect::DeclaredType declared = dialect::read_declared_type(text_of(statement, 2));
+    const DeclaredType declared = read_declared_type(text_of(statement, 2));
     const int place_in_key = sqlite3_column_int(statement.get(), 4);
     Column column;
     column.name = text_of(statement, 1);

@@ -31,9 +31,9 @@ TEST(DialectDefinitions, DeclaredTypesAreReadBack) {
 }
 
 TEST(DialectDefinitions, UnknownDeclaredTypeIsUnknown) {
-  EXPECT_EQ(read_declared_type("GEOMETRY").type, ColumnType::unknown);
-  EXPECT_EQ(read_declared_type("").type, ColumnType::unknown);
-  EXPECT_EQ(read_declared_type("nvarchar(7)").width, 7);
+  EXPECT_EQ(sqlite::read_declared_type("GEOMETRY").type, ColumnType::unknown);
+  EXPECT_EQ(sqlite::read_declared_type("").type, ColumnType::unknown);
+  EXPECT_EQ(sqlite::read_declared_type("nvarchar(7)").width, 7);
 }
 
 TEST(DialectDefinitions, WidthsCountCharacters) {

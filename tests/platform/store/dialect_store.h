@@ -11,9 +11,11 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/store/dialect/declared_type.h"
 #include "platform/store/dialect/dialect.h"
+#include "platform/store/sqlite/declared_type.h"
 #include "platform/store/sqlite/functions.h"
+#include "platform/store/sqlite/statement_printer.h"
+#include "tests/platform/store/dialect_printer.h"
 #include "values/raised_error.h"
 #include "values/text.h"
 
@@ -38,9 +40,12 @@ class DialectStore : public TableDirectory {
     return found == tables_.end() ? nullptr : &found->second;
   }
 
+  // Every statement that is taken is also printed back from its tree.
   Translation translate(std::string_view statement, bool identified = false) {
     lex(statement, lexed_);
-    return translate_to_sqlite(lexed_, *this, identified);
+    Translation translation = sqlite::translate(lexed_, *this, identified);
+    EXPECT_EQ(lost_in_the_tree(lexed_, *this, identified), "") << statement;
+    return translation;
   }
 
   // Prepares the translation, as a proof that SQLite takes it.
@@ -153,7 +158,7 @@ class DialectStore : public TableDirectory {
       info.name = table.front();
       for (const auto& row :
            run_sql("SELECT name, type, \"notnull\", pk FROM pragma_table_info('" + info.name + "')", {})) {
-        const DeclaredType declared = read_declared_type(row[1]);
+        const sqlite::DeclaredType declared = sqlite::read_declared_type(row[1]);
         if (row[3] != "0") info.key.push_back(info.columns.size());
         info.columns.push_back(
             {row[0], declared.type, declared.width, row[2] == "0" && row[3] == "0", declared.assigned});

@@ -1,6 +1,4 @@
-#include "platform/store/dialect/declared_type.h"
-
-#include <charconv>
+#include "platform/store/dialect/type_names.h"
 
 #include "values/text.h"
 
@@ -12,7 +10,6 @@ struct Entry {
   TypeName type;
 };
 
-// The first entry with a declared name is also the one that it is read back by.
 constexpr Entry kTypes[] = {
     {"INT", {"INT", ColumnType::long_integer, false}},
     {"INTEGER", {"INT", ColumnType::long_integer, false}},
@@ -31,8 +28,8 @@ constexpr Entry kTypes[] = {
     {"VARCHAR", {"VARCHAR", ColumnType::text, true}},
     {"NCHAR", {"NCHAR", ColumnType::text, true}},
     {"CHAR", {"CHAR", ColumnType::text, true}},
-    {"NTEXT", {"NTEXT", ColumnType::text, false}},
-    {"TEXT", {"NTEXT", ColumnType::text, false}},
+    {"NTEXT", {kUnlimitedTextType, ColumnType::text, false}},
+    {"TEXT", {kUnlimitedTextType, ColumnType::text, false}},
 };
 
 }  // namespace
@@ -42,20 +39,5 @@ std::optional<TypeName> find_type(std::string_view name) {
     if (text::equal_names(entry.name, name)) return entry.type;
   return std::nullopt;
 }
-
-DeclaredType read_declared_type(std::string_view declared) {
-  DeclaredType result;
-  const std::size_t open = declared.find('(');
-  const auto type = find_type(declared.substr(0, open));
-  if (!type) return result;
-  result.type = type->type;
-  result.assigned = text::equal_names(declared, kAssignedKeyType);
-  if (type->sized && open != std::string_view::npos)
-    std::from_chars(declared.data() + open + 1, declared.data() + declared.size(), result.width);
-  return result;
-}
-
-std::string width_constraint(std::string_view column) { return "width of " + std::string(column); }
-std::string range_constraint(std::string_view column) { return "range of " + std::string(column); }
 
 }  // namespace mercato::store::dialect

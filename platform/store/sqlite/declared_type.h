@@ -1,25 +1,16 @@
-// The column types of the dialect, and how a store's own schema keeps them. Any thread.
+// How a store's own schema keeps the column types of the dialect. Any thread.
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include "platform/store/row_layout.h"
 
-namespace mercato::store::dialect {
+namespace mercato::store::sqlite {
 
-// A type name of the dialect in any case, without width; nothing when it is none. `declared` is the name under which
-// SQLite keeps it, chosen so that its affinity leaves the values as they are.
-struct TypeName {
-  std::string_view declared;
-  ColumnType type;
-  bool sized;  // is, or can be, followed by a width in characters
-};
-std::optional<TypeName> find_type(std::string_view name);
-
-// An assigned key must be declared so to number its rows.
+// A column is declared with the dialect's own name for its type, whose affinity leaves the values as they are. An
+// assigned key must be declared so to number its rows.
 inline constexpr std::string_view kAssignedKeyType = "INTEGER";
 
 // What PRAGMA table_info gives as a column's declared type ("NVARCHAR(50)"), read back. The type is `unknown` when it
@@ -35,4 +26,4 @@ DeclaredType read_declared_type(std::string_view declared);
 std::string width_constraint(std::string_view column);
 std::string range_constraint(std::string_view column);
 
-}  // namespace mercato::store::dialect
+}  // namespace mercato::store::sqlite

@@ -1,0 +1,141 @@
+#include <utility>
+
+#include "platform/store/sqlite/declared_type.h"
+#include "platform/store/sqlite/statement_printer.h"
+#include "values/text.h"
+
+namespace mercato::store::sqlite {
+namespace {
+
+using dialect::ColumnDefinition;
+using dialect::DefaultValue;
+using dialect::Definition;
+using dialect::KeyColumn;
+using dialect::KeyDefinition;
+
+std::string sql_name(std::string_view name) { return '"' + text::replace_all(name, "\"", "\"\"") + '"'; }
+std::string sql_text(std::string_view text) { return "'" + text::replace_all(text, "'", "''") + "'"; }
+
+// As the store keeps values of that type.
+std::string default_sql(const ColumnDefinition& column) {
+  const DefaultValue& given = column.default_value;
+  if (given.kind == DefaultValue::Kind::null) return "NULL";
+  if (given.kind == DefaultValue::Kind::current_date) return "(mercato_now())";
+  const std::string sign = given.negative ? "-" : "";
+  switch (column.type) {
+    case ColumnType::text:
+      return sql_text(sign + given.value.to_text());
+    case ColumnType::date:
+      return sql_text(given.value.date_value().iso_text());
+    case ColumnType::money:
+      return sign + std::to_string(given.value.currency_value().scaled());
+    case ColumnType::boolean:
+      return given.value.boolean_value() ? "1" : "0";
+    default:
+      return sign + given.value.to_text();
+  }
+}
+
+std::string check_sql(const ColumnDefinition& column) {
+  const std::string name = sql_name(column.name);
+  const std::string range = " CONSTRAINT " + sql_name(range_constraint(column.name)) + " CHECK (" + name;
+  switch (column.type) {
+    case ColumnType::short_integer:
+      return range + " BETWEEN -32768 AND 32767)";
+    case ColumnType::long_integer:
+      return range + " BETWEEN -2147483648 AND 2147483647)";
+    case ColumnType::boolean:
+      return range + " BETWEEN 0 AND 1)";
+    case ColumnType::text:
+      if (column.width == 0) return {};
+      return " CONSTRAINT " + sql_name(width_constraint(column.name)) + " CHECK (length(" + name +
+             ") <= " + std::to_string(column.width) + ")";
+    default:
+      return {};
+  }
+}
+
+std::string column_sql(const Definition& definition, const ColumnDefinition& column) {
+  std::string sql = sql_name(column.name) + " ";
+  // The store numbers rows and never gives a number twice.
+  if (definition.is_assigned_key(column))
+    return sql + std::string(kAssignedKeyType) + " PRIMARY KEY AUTOINCREMENT" + check_sql(column);
+  sql += column.type_text;
+  if (!column.nullable) sql += " NOT NULL";
+  if (column.default_value.kind != DefaultValue::Kind::none) sql += " DEFAULT " + default_sql(column);
+  if (column.type == ColumnType::text) sql += " COLLATE MERCATO";
+  return sql + check_sql(column);
+}
+
+// SQLite holds two Nulls for different. A unique index is over something else in their place, which equals itself and
+// no value of any column.
+std::string index_sql(const std::string& index, bool unique, const std::string& table,
+                      const std::vector<KeyColumn>& columns) {
+  std::string sql = unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ";
+  sql += sql_name(index) + " ON " + sql_name(table);
+  const char* separator = " (";
+  for (const KeyColumn& column : columns) {
+    sql += std::exchange(separator, ", ");
+    if (unique && column.nullable) {
+      sql += "IFNULL(" + sql_name(column.name) + ", X'')";
+      if (column.type == ColumnType::text) sql += " COLLATE MERCATO";
+    } else {
+      sql += sql_name(column.name);
+    }
+    if (column.descending) sql += " DESC";
+  }
+  return sql + ")";
+}
+
+// A key is a constraint of its table, or an index when it may hold Nulls. That of an assigned key stands at its column.
+void add_key(const Definition& definition, const KeyDefinition& key, std::vector<std::string>& parts,
+             std::vector<std::string>& indices) {
+  bool any_nullable = false;
+  std::string names, label;
+  for (const KeyColumn& column : key.columns) {
+    const ColumnDefinition& defined = definition.columns[column.position];
+    if (key.primary && definition.is_assigned_key(defined)) return;
+    any_nullable = any_nullable || column.nullable;
+    names += (names.empty() ? "" : ", ") + sql_name(defined.name);
+    label += "_" + defined.name;
+  }
+  if (any_nullable) {
+    const std::string index = key.constraint.empty() ? "UQ_" + definition.table + label : key.constraint;
+    indices.push_back(index_sql(index, true, definition.table, key.columns));
+    return;
+  }
+  const std::string constraint = key.constraint.empty() ? "" : "CONSTRAINT " + sql_name(key.constraint) + " ";
+  parts.push_back(constraint + (key.primary ? "PRIMARY KEY (" : "UNIQUE (") + names + ")");
+}
+
+std::vector<std::string> table_sql(const Definition& definition) {
+  std::vector<std::string> parts;
+  std::vector<std::string> statements{"CREATE TABLE " + sql_name(definition.table)};
+  for (const ColumnDefinition& column : definition.columns) parts.push_back(column_sql(definition, column));
+  for (const KeyDefinition& key : definition.keys) add_key(definition, key, parts, statements);
+  const char* separator = " (";
+  for (const std::string& part : parts) statements.front() += std::exchange(separator, ", ") + part;
+  statements.front() += ")";
+  return statements;
+}
+
+}  // namespace
+
+std::vector<std::string> definition_sql(const Definition& definition) {
+  switch (definition.kind) {
+    case Definition::Kind::create_table:
+      return table_sql(definition);
+    case Definition::Kind::create_index:
+      return {index_sql(definition.index, definition.unique, definition.table, definition.index_columns)};
+    case Definition::Kind::add_column:
+      return {"ALTER TABLE " + sql_name(definition.table) + " ADD COLUMN " +
+              column_sql(definition, definition.columns.front())};
+    case Definition::Kind::drop_table:
+      return {"DROP TABLE " + sql_name(definition.table)};
+    case Definition::Kind::drop_index:
+      return {"DROP INDEX " + sql_name(definition.index)};
+  }
+  return {};
+}
+
+}  // namespace mercato::store::sqlite
