@@ -42,7 +42,7 @@ std::vector<std::vector<std::size_t>> circles_among(const std::vector<NewNode>& 
     if (!at || walk_of[*at] != start) continue;
     std::vector<std::size_t>& circle = circles.emplace_back(1, *at);
     for (std::size_t next = *nodes[*at].parent; next != *at; next = *nodes[next].parent) circle.push_back(next);
-    std::ranges::rotate(circle, std::ranges::min_element(circle));
+    std::rotate(circle.begin(), std::ranges::min_element(circle), circle.end());
   }
   return circles;
 }
