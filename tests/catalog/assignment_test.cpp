@@ -535,6 +535,7 @@ TEST_F(FlattenedNodes, OfTwoPopulationsAtOnceAreThoseOfTheLater) {
 }
 
 TEST_F(FlattenedNodes, OfALevelOfManyThousandAreReadAtOnce) {
+  MERCATO_ONLY_ON_SQLITE(store(), "rows by the thousand are made by a statement of the engine");
   run_on_engine(store_path(),
                 "WITH RECURSIVE N(I) AS (VALUES(1) UNION ALL SELECT I + 1 FROM N WHERE I < 40000) "
                 "INSERT INTO CATALOGNODE (CATALOGID, PARENTNODEID, NODENAME) SELECT 1, 6, 'n' || I FROM N");

@@ -153,6 +153,7 @@ class AnyTrace : public StoreTest {
 };
 
 TEST_F(AnyTrace, SaysWhatTheClassSays) {
+  MERCATO_ONLY_ON_SQLITE(store(), "each tree is a script for the engine");
   std::mt19937 random(20260705);
   std::map<std::string, int> seen;
   int circles = 0;

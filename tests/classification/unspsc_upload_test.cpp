@@ -736,8 +736,7 @@ TEST_F(UnspscUpload, OutsideOfATransactionLetsOthersSeeAndWriteWhileItsObserverW
     std::thread([&] {
       try {
         seen.push_back(codes().size());
-        execute_on(connection_string() + ";Busy Timeout=0",
-                   {"INSERT UNIT (UNITCODE) VALUES ('" + std::to_string(seen.size()) + "')"});
+        execute_on(store().impatient(), {"INSERT UNIT (UNITCODE) VALUES ('" + std::to_string(seen.size()) + "')"});
       } catch (const Raised& failure) {
         ADD_FAILURE() << failure.error().Description;
       }

@@ -26,8 +26,8 @@ class ConnectionTest : public testing::Test {
   }
   void execute(const char* text) const { open()->Execute(Sql::verbatim(text)); }
 
-  store::test::Folder folder_;
-  std::string store_ = folder_.store();
+  store::test::Stores stores_;
+  std::string store_ = stores_.store().connection_string();
 };
 
 TEST_F(ConnectionTest, IsOpenBetweenOpenAndClose) {
@@ -47,8 +47,7 @@ TEST_F(ConnectionTest, IsOpenBetweenOpenAndClose) {
 
 TEST_F(ConnectionTest, OpenFailsForAStoreThatIsNotThereAndKeepsTheFailure) {
   auto connection = Connection::create();
-  const RaisedError failure =
-      failure_of([&] { connection->Open("Data Source=" + folder_.path("none.db"), "", "", -1); });
+  const RaisedError failure = failure_of([&] { connection->Open("Data Source=/nowhere/at/all.db", "", "", -1); });
   EXPECT_EQ(failure.Number, kStoreFailure);
   EXPECT_EQ(connection->State(), 0);
   EXPECT_EQ(connection->Errors(), std::vector{failure});
@@ -60,8 +59,7 @@ TEST_F(ConnectionTest, OpenFailsUnderATransactionToo) {
   store::UnitOfWork unit(store::UnitOfWork::Kind::transaction);
   const store::UnitOfWork::Current current(&unit);
   auto connection = Connection::create();
-  EXPECT_EQ(failure_of([&] { connection->Open("Data Source=" + folder_.path("none.db"), "", "", -1); }).Number,
-            kStoreFailure);
+  EXPECT_EQ(failure_of([&] { connection->Open("Data Source=/nowhere/at/all.db", "", "", -1); }).Number, kStoreFailure);
 }
 
 TEST_F(ConnectionTest, ExecuteStreamsTheRowsOfAQuery) {

@@ -39,8 +39,8 @@ class RecordsetTest : public testing::Test {
     return recordset->Eof() ? Variant(kMissing) : recordset->Value(0);
   }
 
-  store::test::Folder folder_;
-  std::string store_ = folder_.store();
+  store::test::Stores stores_;
+  std::string store_ = stores_.store().connection_string();
   ConnectionPtr connection_ = Connection::create();
 };
 

@@ -1,5 +1,5 @@
-// A store file of its own for each test, created from the library's own definitions, in a folder that goes away with
-// the test; and a record of what the library did: statements, log entries.
+// A store of its own for each test, with the library's own tables, in a folder that goes away with the test; and a record
+// of what the library did: statements, log entries. Which engine the store is of, test_store.h says.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -20,6 +20,7 @@
 #include "platform/store/session_pool.h"
 #include "platform/store/statement_observer.h"
 #include "server/server.h"
+#include "tests/support/test_store.h"
 
 namespace mercato::test {
 
@@ -100,8 +101,8 @@ class StoreTest : public ::testing::Test {
  protected:
   void SetUp() override {
     DllRegisterServer();
-    folder_ = new_folder();
-    std::filesystem::copy_file(empty_store(), store_path());
+    folder_ = make_temporary_folder(place_);
+    store_ = ChosenStore::by_environment().make(folder_, "mercato", Tables::all);
     collaborators::Settings settings;
     settings.connections["Mercato"] = connection_string();
     settings.web_root = (folder_ / "web").string();
@@ -113,13 +114,18 @@ class StoreTest : public ::testing::Test {
     clock::restore_clock();
     forget_thread_state();
     store::close_idle_sessions();
+    store_.reset();
     std::error_code ignored;
     std::filesystem::remove_all(folder_, ignored);
   }
+  // For the constructor of a fixture whose tests want to meet the moments at which a real disk is waited for.
+  void work_on_disk() { place_ = Place::on_disk; }
 
   const std::filesystem::path& folder() const { return folder_; }
-  std::filesystem::path store_path() const { return folder_ / "mercato.db"; }
-  std::string connection_string() const { return "Provider=SQLite;Data Source=" + store_path().string(); }
+  const TestStore& store() const { return *store_; }
+  const std::string& connection_string() const { return store_->connection_string(); }
+  // For tests that have said MERCATO_ONLY_ON_SQLITE.
+  const std::filesystem::path& store_path() const { return store_->file().value(); }
 
   // Runs statements of the library's dialect, one after the other.
   void execute(std::initializer_list<std::string> statements) const { execute_on(connection_string(), statements); }
@@ -169,37 +175,9 @@ class StoreTest : public ::testing::Test {
   }
 
  private:
-  static std::filesystem::path new_folder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "mercato-test-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) throw std::runtime_error("no folder for the test");
-    return pattern;
-  }
-  // Made once for the process, copied for each test.
-  static const std::filesystem::path& empty_store() {
-    struct Template {
-      std::filesystem::path folder = new_folder();
-      std::filesystem::path path = folder / "empty.db";
-      Template() {
-        const std::string store = "Provider=SQLite;Create=Yes;Data Source=" + path.string();
-        auto connection = open_connection(store);
-        for (const SchemaText& schema : schema_texts()) {
-          std::size_t begin = 0;
-          for (std::size_t end; (end = schema.text.find(";\n", begin)) != std::string_view::npos; begin = end + 2)
-            connection->Execute(Sql::verbatim(std::string(schema.text.substr(begin, end - begin))));
-        }
-        connection->Close();
-        store::close_idle_sessions();
-      }
-      ~Template() {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-      }
-    };
-    static const Template made;
-    return made.path;
-  }
-
+  Place place_ = ChosenStore::by_environment().place();
   std::filesystem::path folder_;
+  TestStorePtr store_;
 };
 
 }  // namespace mercato::test

@@ -17,7 +17,7 @@ using Words = std::vector<std::string>;
 
 class CommandTest : public testing::Test {
  protected:
-  CommandTest() { EXPECT_EQ(run({"init"}).status, 0); }
+  explicit CommandTest(Place place = Place::in_memory) : tool_(place) { EXPECT_EQ(run({"init"}).status, 0); }
   // The seed is a script of statements.
   explicit CommandTest(const std::string& seed) : CommandTest() { execute(seed); }
 

@@ -18,6 +18,9 @@ constexpr int kCodes = 90;
 
 class KilledByChance : public CommandTest {
  protected:
+  // In memory most commands would be over before they are killed.
+  KilledByChance() : CommandTest(Place::on_disk) {}
+
   void kill_after(unsigned milliseconds, const std::string& command) {
     const std::string seconds =
         std::to_string(milliseconds / 1000) + "." + std::to_string(1000 + milliseconds % 1000).substr(1);

@@ -210,6 +210,7 @@ TEST_F(ToolUpload, OneRunGoesOnBehindEveryRecordThatFails) {
 
 // An upload into a store that was taken away said that everything was applied.
 TEST_F(ToolUpload, NothingIsAppliedWhenTheFileOfTheStoreIsTakenAway) {
+  MERCATO_ONLY_ON_SQLITE(store(), "the file of the store is moved, removed and replaced");
   class Thief : public store::StatementObserver {
    public:
     explicit Thief(std::function<void()> deed)

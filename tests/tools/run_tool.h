@@ -33,6 +33,8 @@ inline std::string little_memory([[maybe_unused]] int kilobytes) {
 
 class ToolFolder {
  public:
+  explicit ToolFolder(Place place = Place::in_memory) : folder_(place) {}
+
   // Works in the folder, without a terminal. `first` is what the shell does before.
   ToolRun run(const std::vector<std::string>& arguments, const std::string& input = {},
               const std::string& first = {}) const {

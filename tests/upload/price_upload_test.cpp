@@ -232,6 +232,7 @@ TEST_F(PriceUpload, FieldThatStandsTwiceEndsTheRunBeforeTheFirstLineOfItsPartNum
 }
 
 TEST_F(PriceUpload, FailureOfTheStoreKeepsWhatWasWrittenAndAnOlderFile) {
+  MERCATO_ONLY_ON_SQLITE(store(), "a trigger of the engine refuses a row");
   leave_older_file();
   {
     const RefusedRows refused_rows(store_path(), "INSERT", "CATALOGPRODUCTPRICE", "NEW.QUANTITYTO = 200");
@@ -659,7 +660,9 @@ TEST_F(PriceUpload, UploadThatDiesAtAnyStatementLeavesWholeLines) {
       upload_many();
     });
     EXPECT_TRUE(WIFSIGNALED(status)) << "the upload has fewer statements";
-    EXPECT_EQ(store::test::integrity_of(store_path()), "ok");
+    if (store().file()) {
+      EXPECT_EQ(store::test::integrity_of(store_path()), "ok");
+    }
     EXPECT_EQ(value_of("SELECT COUNT(*) FROM CATALOGPRODUCTPRICE WHERE PRICE <> 10 OR CURRENCYCODE <> 'EUR'").to_long(),
               0);
     EXPECT_GE(lines(), last) << "what was in the store stays";

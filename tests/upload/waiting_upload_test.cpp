@@ -16,7 +16,7 @@ class WaitingUpload : public UploadTest {
   void visit() {
     std::thread([this] {
       try {
-        const std::string impatient = connection_string() + ";Busy Timeout=0";
+        const std::string impatient = store().impatient();
         seen_.push_back(value_of("SELECT COUNT(*) FROM PRODUCT WHERE URL = 'new'").to_long());
         execute_on(impatient, {"INSERT UNIT (UNITCODE) VALUES ('" + std::to_string(seen_.size()) + "')"});
       } catch (const Raised& failure) {

@@ -1,5 +1,5 @@
-// What every driver has to do, run against each store of the list below. A new driver adds its line, or is named from
-// outside by the environment variable MERCATO_TEST_STORE, a connection string of a store that may be written to.
+// What every driver has to do, run against each store of the list below, and against the one that MERCATO_TEST_STORE
+// names (test_store.h). A new driver adds its line.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -14,28 +14,39 @@ namespace {
 
 using namespace error_number;
 
+using mercato::test::ChosenStore;
+using mercato::test::Tables;
+using mercato::test::TestStore;
+using mercato::test::TestStorePtr;
+
 struct StoreUnderTest {
   std::string name;
-  std::string connection_string;  // {folder} is the test's own
+  TestStorePtr (*make)(const std::filesystem::path& folder);
 };
 
 void PrintTo(const StoreUnderTest& store, std::ostream* out) { *out << store.name; }
 
 std::vector<StoreUnderTest> stores_under_test() {
   std::vector<StoreUnderTest> stores = {
-      {"SqliteFile", "Provider=SQLite;Data Source={folder}/store.db;Create=Yes"},
-      {"SqliteMemory", "Provider=SQLite;Data Source=:memory:"},
+      {"SqliteFile",
+       [](const std::filesystem::path& folder) { return ChosenStore("sqlite").make(folder, "store", Tables::none); }},
+      {"SqliteMemory",
+       [](const std::filesystem::path&) {
+         return std::make_unique<TestStore>("Provider=SQLite;Data Source=:memory:");
+       }},
   };
-  if (const char* named = std::getenv("MERCATO_TEST_STORE")) stores.push_back({"NamedStore", named});
+  if (std::getenv("MERCATO_TEST_STORE"))
+    stores.push_back({"ChosenStore", [](const std::filesystem::path& folder) {
+                        return ChosenStore::by_environment().make(folder, "chosen", Tables::none);
+                      }});
   return stores;
 }
 
 class DriverSuite : public testing::TestWithParam<StoreUnderTest> {
  protected:
   DriverSuite() {
-    connection_string_ = GetParam().connection_string;
-    if (const std::size_t place = connection_string_.find("{folder}"); place != std::string::npos)
-      connection_string_.replace(place, 8, folder_.path());
+    store_ = GetParam().make(folder_.path());
+    connection_string_ = store_->connection_string();
     session_ = open();
     for (const char* table : {"SUITE", "PLAIN", "PRICELINE"}) drop(table);
     execute(
@@ -65,6 +76,7 @@ class DriverSuite : public testing::TestWithParam<StoreUnderTest> {
   }
 
   Folder folder_;
+  TestStorePtr store_;
   std::string connection_string_;
   std::unique_ptr<Session> session_;
 };

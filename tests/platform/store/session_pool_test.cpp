@@ -3,11 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <filesystem>
 #include <thread>
 #include <vector>
 
-#include "platform/store/call_limit.h"
 #include "tests/platform/store/store_files.h"
 
 namespace mercato::store {
@@ -18,8 +16,8 @@ using test::run;
 
 class SessionPool : public testing::Test {
  protected:
-  test::Folder folder_;
-  std::string store_ = folder_.store();
+  test::Stores stores_;
+  std::string store_ = stores_.store().connection_string();
 };
 
 TEST_F(SessionPool, ASessionThatWasGivenBackServesTheNext) {
@@ -36,7 +34,7 @@ TEST_F(SessionPool, ASessionThatWasGivenBackServesTheNext) {
 
 TEST_F(SessionPool, AnotherStoreGetsItsOwnSession) {
   { const PooledSession session = acquire_session(store_); }
-  const PooledSession other = acquire_session(folder_.store("other.db"));
+  const PooledSession other = acquire_session(stores_.store("other").connection_string());
   run(*other.get(), "CREATE TABLE T (N int NULL)");
   const PooledSession first = acquire_session(store_);
   EXPECT_EQ(first->table("T"), nullptr);
@@ -71,73 +69,6 @@ TEST_F(SessionPool, AQueryThatIsLeftOpenEndsWhenItsSessionIsGivenBack) {
   EXPECT_EQ(run(*acquire_session(store_).get(), "DELETE FROM T").affected, 2);
 }
 
-TEST_F(SessionPool, AFileThatWasReplacedIsOpenedAnew) {
-  {
-    const PooledSession session = acquire_session(store_);
-    run(*session.get(), "CREATE TABLE FORMER (N int NULL)");
-  }
-  // As somebody would do it by hand, the files beside the store left behind.
-  std::filesystem::remove(folder_.path("store.db"));
-  {
-    const PooledSession session = acquire_session(store_);
-    EXPECT_EQ(session->table("FORMER"), nullptr);
-    run(*session.get(), "CREATE TABLE PRESENT (N int NULL)");
-    run(*session.get(), "INSERT INTO PRESENT (N) VALUES (1)");
-  }
-  close_idle_sessions();
-  const PooledSession session = acquire_session(store_);
-  EXPECT_EQ(query_one(*session.get(), "SELECT COUNT(*) FROM PRESENT"), Variant(1));
-}
-
-// A call's steps belong to one store, whatever happens to its file meanwhile; the next call finds the other one.
-TEST_F(SessionPool, AFileThatIsReplacedWithinACallIsNoticedByTheNextCall) {
-  Session* first = nullptr;
-  {
-    const CallLimit call(0);
-    {
-      const PooledSession session = acquire_session(store_);
-      run(*session.get(), "CREATE TABLE FORMER (N int NULL)");
-      first = session.get();
-    }
-    std::filesystem::remove(folder_.path("store.db"));
-    const PooledSession session = acquire_session(store_);
-    EXPECT_EQ(session.get(), first);
-    EXPECT_NE(session->table("FORMER"), nullptr);
-  }
-  const CallLimit next_call(0);
-  const PooledSession session = acquire_session(store_);
-  EXPECT_EQ(session->table("FORMER"), nullptr);
-}
-
-TEST_F(SessionPool, ClosingAStaleSessionLeavesItsSuccessorsFilesAlone) {
-  PooledSession former = acquire_session(store_);
-  run(*former.get(), "CREATE TABLE FORMER (N int NULL)");
-  std::filesystem::rename(folder_.path("store.db"), folder_.path("away.db"));
-  std::filesystem::remove(folder_.path("store.db-wal"));
-  std::filesystem::remove(folder_.path("store.db-shm"));
-  const PooledSession present = acquire_session(store_);
-  run(*present.get(), "CREATE TABLE PRESENT (N int NULL)");
-  run(*present.get(), "INSERT INTO PRESENT (N) VALUES (1)");
-  former.release();
-  close_idle_sessions();
-  const PooledSession other = acquire_session(store_);
-  EXPECT_EQ(query_one(*other.get(), "SELECT COUNT(*) FROM PRESENT"), Variant(1));
-}
-
-TEST_F(SessionPool, TheMemoryStoreIsOneForAllSessionsAndOutlivesThem) {
-  const std::string memory = "Provider=SQLite;Data Source=:memory:";
-  {
-    const PooledSession one = acquire_session(memory);
-    const PooledSession two = acquire_session(memory);
-    run(*one.get(), "CREATE TABLE POOLED (N int NULL)");
-    run(*two.get(), "INSERT INTO POOLED (N) VALUES (1)");
-  }
-  close_idle_sessions();
-  const PooledSession later = acquire_session(memory);
-  EXPECT_EQ(query_one(*later.get(), "SELECT COUNT(*) FROM POOLED"), Variant(1));
-  run(*later.get(), "DROP TABLE POOLED");
-}
-
 TEST_F(SessionPool, ThreadsWorkSideBySide) {
   run(*acquire_session(store_).get(), "CREATE TABLE T (ID int NOT NULL IDENTITY(1,1) PRIMARY KEY, N int NULL)");
   constexpr int kThreads = 4;
@@ -165,7 +96,7 @@ TEST_F(SessionPool, ThreadsWorkSideBySide) {
 
 TEST_F(SessionPool, ThreadsThatOpenANewStoreTogetherAllGetIt) {
   for (int round = 0; round < 10; ++round) {
-    const std::string fresh = folder_.store("fresh" + std::to_string(round) + ".db");
+    const std::string fresh = stores_.store("fresh" + std::to_string(round)).connection_string();
     std::atomic<int> failures{0};
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 4; ++thread)
@@ -180,30 +111,6 @@ TEST_F(SessionPool, ThreadsThatOpenANewStoreTogetherAllGetIt) {
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(failures, 0);
   }
-}
-
-TEST_F(SessionPool, TwoRunsAtOnceGiveEachOtherTurns) {
-  run(*acquire_session(store_).get(), "CREATE TABLE T (N int NULL)");
-  std::vector<std::thread> threads;
-  std::atomic<int> failures{0};
-  // A wait far shorter than the runs: whoever is never let in fails.
-  const std::string impatient = store_ + ";Busy Timeout=400";
-  for (int thread = 0; thread < 2; ++thread) {
-    threads.emplace_back([&] {
-      const PooledSession session = acquire_session(impatient);
-      session->begin_run();
-      const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(1500);
-      try {
-        for (int i = 0; std::chrono::steady_clock::now() < end; ++i)
-          run(*session.get(), "INSERT INTO T (N) VALUES (" + std::to_string(i) + ")");
-        session->end_run();
-      } catch (const Raised&) {
-        ++failures;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(failures, 0);
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
-// Helpers of the store tests: a folder of their own for each test, statements and their rows.
+// Helpers of the store tests: stores of their own for each test, statements and their rows.
 #pragma once
 
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,12 +10,15 @@
 #include "platform/store/session_pool.h"
 #include "tests/platform/failure_of.h"
 #include "tests/platform/temporary_folder.h"
+#include "tests/support/test_store.h"
 
 namespace mercato::store::test {
 
-// A folder for store files; its sessions are closed before it goes.
+// A folder for files of SQLite; its sessions are closed before it goes.
 class Folder {
  public:
+  using Place = mercato::test::Place;
+  explicit Folder(Place place = Place::in_memory) : folder_(place) {}
   ~Folder() { close_idle_sessions(); }
   std::string path(const std::string& name) const { return folder_ / name; }
   std::string path() const { return folder_.path(); }
@@ -24,6 +29,23 @@ class Folder {
 
  private:
   mercato::test::TemporaryFolder folder_;
+};
+
+// Stores without tables, of the kind that the suites run on (test_store.h); their sessions are closed before they go.
+class Stores {
+ public:
+  ~Stores() { close_idle_sessions(); }
+  // The one of that name.
+  const mercato::test::TestStore& store(const std::string& name = "store") {
+    mercato::test::TestStorePtr& store = stores_[name];
+    if (!store) store = chosen_.make(folder_.path(), name, mercato::test::Tables::none);
+    return *store;
+  }
+
+ private:
+  const mercato::test::ChosenStore& chosen_ = mercato::test::ChosenStore::by_environment();
+  mercato::test::TemporaryFolder folder_{chosen_.place()};
+  std::map<std::string, mercato::test::TestStorePtr> stores_;
 };
 
 inline Execution run(Session& session, std::string text) { return session.execute(Sql::verbatim(std::move(text))); }

@@ -139,6 +139,7 @@ TEST_F(Transactions, WithoutAVoteTheTransactionGoesOn) {
 
 // Each object that had read used to keep two files open until it was released.
 TEST_F(Transactions, RootsThatHaveOnlyReadHoldNoConnectionBetweenTheirCalls) {
+  MERCATO_ONLY_ON_SQLITE(store(), "the open files of the store are counted");
   const auto open_files_of_the_store = [this] {
     std::size_t count = 0;
     std::error_code gone;

@@ -58,7 +58,7 @@ class KilledRun : public testing::Test {
     EXPECT_EQ(test::integrity_of(folder_.path("store.db")), "ok");
   }
 
-  test::Folder folder_;
+  test::Folder folder_{test::Folder::Place::on_disk};  // in memory more would be over before the kill
   std::string store_ = folder_.store();
 };
 
@@ -102,7 +102,7 @@ class LateWrite : public testing::Test {
 
   static constexpr const char* kLongWrite = "INSERT INTO MANY (N) SELECT A.N FROM T A, T B, T C";
 
-  test::Folder folder_;
+  test::Folder folder_{test::Folder::Place::on_disk};  // in memory more would be over before the kill
   std::string store_ = folder_.store();
   PooledSession session_ = acquire_session(store_);
 };
