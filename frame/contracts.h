@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "frame/lib_general.h"
-#include "platform/automation/invoke.h"
+#include "platform/transactions/invoke.h"
 #include "values/dictionary.h"
 
 namespace mercato {

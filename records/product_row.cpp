@@ -6,7 +6,7 @@
 #include "frame/lib_general.h"
 #include "frame/lib_sql.h"
 #include "frame/library_clock.h"
-#include "platform/automation/invoke.h"
+#include "platform/transactions/invoke.h"
 #include "values/text.h"
 
 namespace mercato {

@@ -6,7 +6,7 @@
 #include "collaborators/query.h"
 #include "frame/contracts.h"
 #include "frame/lib_general.h"
-#include "platform/automation/invoke.h"
+#include "platform/transactions/invoke.h"
 #include "values/text.h"
 
 namespace mercato::collaborators {

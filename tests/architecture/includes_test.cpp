@@ -6,6 +6,7 @@
 #include <fstream>
 #include <map>
 #include <regex>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,6 +38,43 @@ const std::vector<Room>& rooms() {
   return table;
 }
 
+// Within a floor: which of its rooms a room may include besides itself. A room is the files of one folder, without those
+// of the folders in it; where a single file may do more, or may be seen by more, it stands here by its own name.
+struct Inner {
+  std::string room;
+  std::vector<std::string> may_include;
+};
+
+const std::vector<Inner>& inner_rooms() {
+  static const std::vector<Inner> table = {
+      {"platform/clock", {}},
+      {"platform/files", {}},
+      {"platform/xml", {"platform/files"}},
+      {"platform/spreadsheet", {"platform/files"}},
+      {"platform/automation", {}},
+      {"platform/transactions", {"platform/automation", "platform/store"}},
+      // The contract: it knows the dialect, for every statement is checked before a driver gets it, but no driver.
+      {"platform/store", {"platform/store/dialect"}},
+      {"platform/store/known_drivers.cpp", {"platform/store", "platform/store/sqlite/driver.h"}},
+      // The dialect: of the contract only plain records, and the call limit, which long statements ask.
+      {"platform/store/dialect",
+       {"platform/store/call_limit.h", "platform/store/row_layout.h", "platform/store/statement.h"}},
+      // The drivers: none sees another.
+      {"platform/store/empty", {"platform/store", "platform/store/dialect"}},
+      {"platform/store/sqlite", {"platform/store", "platform/store/dialect", "platform/clock"}},
+
+      {"tools/gateway", {}},
+      {"tools/cli", {"tools/gateway", "tools/cli/terminal"}},
+      {"tools/cli/terminal", {"tools/gateway", "tools/cli/commands.h", "tools/cli/library.h"}},
+      {"tools/cli/catalog", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
+      {"tools/cli/classification", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
+      {"tools/cli/product", {"tools/gateway", "tools/cli", "tools/cli/terminal", "tools/cli/catalog/rights_walk.h"}},
+      {"tools/cli/store", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
+      {"tools/cli/upload", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
+  };
+  return table;
+}
+
 struct Include {
   std::string file;
   std::string path;
@@ -47,22 +85,32 @@ bool is_below(std::string_view path, std::string_view folder) {
   return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
 }
 
-std::vector<Include> includes_of(const Room& room) {
+std::vector<Include> includes_below(const std::string& folder) {
   const std::filesystem::path root = MERCATO_SOURCE_DIR;
   static const std::regex line_form(R"(^\s*#\s*include\s*([<"])([^>"]+)[>"].*)");
   std::vector<Include> includes;
-  if (!std::filesystem::exists(root / room.folder)) return includes;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(root / room.folder)) {
+  if (!std::filesystem::exists(root / folder)) return includes;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root / folder)) {
     const std::filesystem::path& path = entry.path();
     if (path.extension() != ".h" && path.extension() != ".cpp") continue;
-    const std::string file = std::filesystem::relative(path, root / room.folder).string();
+    const std::string file = std::filesystem::relative(path, root).string();
     std::ifstream text(path);
     std::smatch match;
     for (std::string line; std::getline(text, line);)
-      if (std::regex_match(line, match, line_form))
-        includes.push_back({room.folder + "/" + file, match[2], match[1] == "\""});
+      if (std::regex_match(line, match, line_form)) includes.push_back({file, match[2], match[1] == "\""});
   }
   return includes;
+}
+std::vector<Include> includes_of(const Room& room) { return includes_below(room.folder); }
+
+std::string folder_of(const std::string& path) { return path.substr(0, path.rfind('/')); }
+
+// The row of a file: its own, or its folder's; null when there is none.
+const Inner* row_of(const std::string& file) {
+  for (const std::string& name : {file, folder_of(file)})
+    for (const Inner& row : inner_rooms())
+      if (row.room == name) return &row;
+  return nullptr;
 }
 
 TEST(Architecture, EveryRoomIsThere) {
@@ -83,6 +131,41 @@ TEST(Architecture, ArrowsPointDownOnly) {
                            std::any_of(room.may_include.begin(), room.may_include.end(),
                                        [&](const std::string& folder) { return is_below(include.path, folder); });
       EXPECT_TRUE(allowed) << include.file << " includes " << include.path;
+    }
+  }
+}
+
+TEST(Architecture, RoomsOfAFloorIncludeEachOtherOnlyAsTheirRowsSay) {
+  std::size_t seen = 0;
+  for (const char* floor : {"platform", "tools"}) {
+    for (const Include& include : includes_below(floor)) {
+      const Inner* const row = row_of(include.file);
+      ASSERT_NE(row, nullptr) << include.file << " lies in a room without a row";
+      if (!include.quoted || !is_below(include.path, floor)) continue;
+      ++seen;
+      const auto allows = [&](const std::string& room) {
+        return room == include.path || room == folder_of(include.path);
+      };
+      EXPECT_TRUE(folder_of(include.path) == folder_of(include.file) || std::ranges::any_of(row->may_include, allows))
+          << include.file << " includes " << include.path;
+    }
+  }
+  EXPECT_GT(seen, 300U);
+}
+
+// Whoever talks to a store does so by the contract. The tests of a driver and the benchmarks look at its inside.
+TEST(Architecture, NobodyOutsideOfTheStoreIncludesADriver) {
+  const std::filesystem::path root = MERCATO_SOURCE_DIR;
+  std::set<std::string> drivers;
+  for (const auto& entry : std::filesystem::directory_iterator(root / "platform/store"))
+    if (std::filesystem::exists(entry.path() / "driver.h"))
+      drivers.insert("platform/store/" + entry.path().filename().string());
+  EXPECT_EQ(drivers, (std::set<std::string>{"platform/store/empty", "platform/store/sqlite"}));
+  for (const char* floor : {"values", "platform", "frame", "records", "collaborators", "product", "upload", "catalog",
+                            "classification", "server", "tools", "examples"}) {
+    for (const Include& include : includes_below(floor)) {
+      if (is_below(include.file, "platform/store")) continue;
+      EXPECT_FALSE(drivers.contains(folder_of(include.path))) << include.file << " includes " << include.path;
     }
   }
 }

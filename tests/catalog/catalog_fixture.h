@@ -7,7 +7,7 @@
 #include "catalog/catalog.h"
 #include "catalog/t_catalog.h"
 #include "collaborators/grundwerk/settings.h"
-#include "platform/automation/invoke.h"
+#include "platform/transactions/invoke.h"
 #include "platform/transactions/object_context.h"
 #include "tests/support/failure_trail.h"
 #include "tests/support/store_fixture.h"

@@ -4,7 +4,7 @@
 
 #include "classification/t_hazardous_class.h"
 #include "frame/lib_error_handling.h"
-#include "platform/automation/invoke.h"
+#include "platform/transactions/invoke.h"
 #include "platform/transactions/object_context.h"
 #include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "frame/lib_error_handling.h"
-#include "platform/automation/invoke.h"
+#include "platform/transactions/invoke.h"
 #include "platform/transactions/object_context.h"
 #include "tests/support/messages.h"
 #include "tests/support/refusing_recorder.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/automation/invoke.h"
+#include "platform/transactions/invoke.h"
 #include "platform/transactions/object_context.h"
 #include "product/product.h"
 #include "tests/support/messages.h"

@@ -9,8 +9,8 @@
 
 #include "collaborators/grundwerk/log.h"
 #include "collaborators/register.h"
-#include "platform/automation/invoke.h"
 #include "platform/automation/registry.h"
+#include "platform/transactions/invoke.h"
 #include "platform/transactions/object_context.h"
 #include "tests/support/store_fixture.h"
 #include "values/text.h"

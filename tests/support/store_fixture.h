@@ -15,10 +15,10 @@
 #include "frame/lib_sql.h"
 #include "frame/recordset.h"
 #include "frame/schema_texts.h"
-#include "platform/automation/invoke.h"
 #include "platform/clock/clock.h"
 #include "platform/store/session_pool.h"
 #include "platform/store/statement_observer.h"
+#include "platform/transactions/invoke.h"
 #include "server/server.h"
 #include "tests/support/test_store.h"
 

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "collaborators/grundwerk/settings.h"
-#include "platform/automation/invoke.h"
 #include "platform/store/call_limit.h"
+#include "platform/transactions/invoke.h"
 #include "platform/transactions/object_context.h"
 
 namespace mercato::cli {

@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "collaborators/grundwerk/settings.h"
-#include "platform/automation/invoke.h"
 #include "platform/store/statement_observer.h"
+#include "platform/transactions/invoke.h"
 #include "tools/gateway/json_values.h"
 #include "tools/gateway/params.h"
 #include "values/raised_error.h"

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/automation/invoke.h"
+#include "platform/transactions/invoke.h"
 #include "platform/transactions/object_context.h"
 #include "server/server.h"
 #include "tests/platform/failure_of.h"

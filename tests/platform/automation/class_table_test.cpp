@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/automation/invoke.h"
 #include "platform/automation/registry.h"
 #include "platform/store/statement_observer.h"
+#include "platform/transactions/invoke.h"
 #include "platform/transactions/object_context.h"
 #include "tests/platform/failure_of.h"
 #include "values/dictionary.h"

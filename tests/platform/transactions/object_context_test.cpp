@@ -12,9 +12,9 @@
 #include "classification/t_unit.h"
 #include "classification/unit.h"
 #include "frame/lib_mts.h"
-#include "platform/automation/invoke.h"
 #include "platform/automation/registry.h"
 #include "platform/store/call_limit.h"
+#include "platform/transactions/invoke.h"
 #include "tests/support/store_fixture.h"
 #include "values/dictionary.h"
 

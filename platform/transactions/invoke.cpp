@@ -1,4 +1,4 @@
-#include "platform/automation/invoke.h"
+#include "platform/transactions/invoke.h"
 
 #include "platform/store/statement_observer.h"
 #include "platform/store/unit_of_work.h"
