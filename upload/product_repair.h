@@ -4,7 +4,6 @@
 
 #include <string>
 
-#include "platform/automation/component.h"
 #include "records/product_row.h"
 #include "upload/reference_data.h"
 #include "upload/upload_observer.h"

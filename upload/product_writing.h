@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/automation/component.h"
 #include "records/product_row.h"
 #include "upload/reference_data.h"
 #include "upload/upload_connections.h"
