@@ -3,9 +3,13 @@
 #include <utility>
 
 #include "frame/recordset.h"
+#include "platform/store/session_pool.h"
 #include "platform/store/unit_of_work.h"
 
 namespace mercato {
+
+Connection::Connection() = default;
+Connection::~Connection() = default;
 
 std::shared_ptr<Connection> Connection::create() { return std::make_shared<Connection>(); }
 
@@ -19,7 +23,7 @@ void Connection::Open(const std::string& iConnectionString, const std::string& /
       connection_string_ = iConnectionString;
       unit->session(iConnectionString);
     } else {
-      own_ = store::acquire_session(iConnectionString);
+      own_ = std::make_unique<store::PooledSession>(store::acquire_session(iConnectionString));
     }
   });
   open_ = true;
@@ -40,14 +44,18 @@ RecordsetPtr Connection::ExecuteAffecting(const Sql& iStatement, std::int64_t& o
 void Connection::Close() {
   if (!open_) raise(error_number::kObjectClosed);
   open_ = false;
-  own_.release();
+  own_.reset();
   errors_.clear();
 }
 
 store::Session& Connection::session() {
   if (store::UnitOfWork* const unit = store::UnitOfWork::current()) return unit->session(connection_string());
-  if (!own_) own_ = store::acquire_session(connection_string_);
-  return *own_.get();
+  if (!own_) own_ = std::make_unique<store::PooledSession>(store::acquire_session(connection_string_));
+  return *own_->get();
+}
+
+const std::string& Connection::connection_string() const {
+  return own_ ? own_->connection_string() : connection_string_;
 }
 
 }  // namespace mercato

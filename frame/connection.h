@@ -7,18 +7,24 @@
 #include <string>
 #include <vector>
 
-#include "platform/store/session_pool.h"
 #include "platform/store/statement.h"
 #include "values/raised_error.h"
 #include "values/variant.h"
 
 namespace mercato {
 
+namespace store {
+class PooledSession;
+class Session;
+}  // namespace store
+
 class Recordset;
 using RecordsetPtr = std::shared_ptr<Recordset>;
 
 class Connection : public Object, public std::enable_shared_from_this<Connection> {
  public:
+  Connection();
+  ~Connection() override;
   static std::shared_ptr<Connection> create();
   std::string_view type_name() const override { return "Connection"; }
 
@@ -41,7 +47,7 @@ class Connection : public Object, public std::enable_shared_from_this<Connection
   // For Recordset: the session that statements run on now.
   store::Session& session();
   // What it was opened with.
-  const std::string& connection_string() const { return own_ ? own_.connection_string() : connection_string_; }
+  const std::string& connection_string() const;
   // Keeps a failure of the store in Errors and passes it on.
   template <class Work>
   auto reporting(Work work) {
@@ -54,8 +60,8 @@ class Connection : public Object, public std::enable_shared_from_this<Connection
   }
 
  private:
-  store::PooledSession own_;       // outside of a unit of work
-  std::string connection_string_;  // when it was opened in one
+  std::unique_ptr<store::PooledSession> own_;  // outside of a unit of work
+  std::string connection_string_;              // when it was opened in one
   std::vector<RaisedError> errors_;
   bool open_ = false;
 };

@@ -2,6 +2,7 @@
 
 #include "frame/contracts.h"
 #include "frame/method.h"
+#include "platform/store/driver.h"
 #include "platform/transactions/object_context.h"
 #include "values/text.h"
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/store/call_limit.h"
+#include "platform/store/driver.h"
 
 namespace mercato {
 namespace {
@@ -25,6 +26,16 @@ bool is_forward_only(CursorType cursor) {
 }
 
 }  // namespace
+
+struct Recordset::RowState {
+  store::RowIdentity identity;
+  std::vector<std::size_t> changed;  // fields that are not in the store yet
+  bool is_new = false;               // the row itself is not
+  bool is_dirty() const { return is_new || !changed.empty(); }
+};
+
+Recordset::Recordset() = default;
+Recordset::~Recordset() = default;
 
 // Opening and closing
 

@@ -9,10 +9,15 @@
 #include <vector>
 
 #include "frame/connection.h"
-#include "platform/store/driver.h"
 #include "values/variant.h"
 
 namespace mercato {
+
+namespace store {
+class Cursor;
+class RowLayout;
+using RowLayoutPtr = std::shared_ptr<const RowLayout>;
+}  // namespace store
 
 enum class CursorLocation : std::int32_t { server = 2, client = 3 };
 enum class CursorType : std::int32_t { unspecified = -1, forward_only = 0, keyset = 1, dynamic = 2, fixed = 3 };
@@ -26,6 +31,8 @@ enum class LockType : std::int32_t {
 
 class Recordset : public Object {
  public:
+  Recordset();
+  ~Recordset() override;
   static std::shared_ptr<Recordset> create();
   static constexpr std::string_view kClassName = "Recordset";
   std::string_view type_name() const override { return kClassName; }
@@ -90,13 +97,7 @@ class Recordset : public Object {
  private:
   using Row = std::vector<Variant>;
 
-  // What an updatable recordset knows of a row besides its values.
-  struct RowState {
-    store::RowIdentity identity;
-    std::vector<std::size_t> changed;  // fields that are not in the store yet
-    bool is_new = false;               // whether the row itself is not
-    bool is_dirty() const { return is_new || !changed.empty(); }
-  };
+  struct RowState;  // what an updatable recordset knows of a row besides its values
 
   void require_open() const;
   void require_updatable() const;

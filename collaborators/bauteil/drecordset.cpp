@@ -6,6 +6,7 @@
 
 #include "collaborators/bauteil/page_order.h"
 #include "frame/lib_sql.h"
+#include "platform/store/driver.h"
 #include "values/raised_error.h"
 
 namespace mercato::collaborators {

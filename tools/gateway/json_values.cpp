@@ -9,6 +9,7 @@
 #include "frame/recordset.h"
 #include "platform/automation/class_table.h"
 #include "platform/automation/component.h"
+#include "platform/store/row_layout.h"
 #include "tools/gateway/rpc_error.h"
 #include "values/collection.h"
 #include "values/dictionary.h"
