@@ -68,4 +68,8 @@ class Connection : public Object, public std::enable_shared_from_this<Connection
 
 using ConnectionPtr = std::shared_ptr<Connection>;
 
+// A thread keeps the store that it works on, and its current error. This forgets both: for hosts that change the
+// settings or put a thread to another use, and for tests.
+void forget_thread_state();
+
 }  // namespace mercato

@@ -56,8 +56,6 @@ RecordsetPtr open_updatable(const Sql& sql, const ConnectionPtr& connection, Cur
 const std::string& shared_connection_string();
 // The same, but the web application is asked first.
 const std::string& shared_connection_string_of_application();
-// Forgets what this thread has looked up: for hosts that put a thread to another use, and for tests.
-void forget_thread_state();
 
 enum class Isolation { store_default, read_committed };
 // A new open connection.

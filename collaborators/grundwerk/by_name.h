@@ -5,15 +5,11 @@
 #include <string>
 #include <string_view>
 
-#include "values/text.h"
-
 namespace mercato::collaborators {
 
 struct NameOrder {
   using is_transparent = void;
-  bool operator()(std::string_view left, std::string_view right) const {
-    return text::to_upper(left) < text::to_upper(right);
-  }
+  bool operator()(std::string_view left, std::string_view right) const;
 };
 
 template <class Value>
