@@ -1,6 +1,7 @@
 #include "collaborators/grundwerk/settings.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 // The parser has assertions that a file can violate, such as one for a key behind a bracket; a check with a message
 // stands behind each. An assertion would end the process, and without assertions the compiler takes them for true. So
@@ -154,18 +155,24 @@ class SettingsFile {
   Settings settings_;
 };
 
-// Beside the folder of libraries, or beside the folder above it where libraries are kept by architecture.
+// The shared library, or the program that has this code in it: of a program the loader knows only how it was called.
+std::string own_file() {
+  Dl_info unused = {};
+  link_map* loaded = nullptr;
+  const bool known = ::dladdr1(reinterpret_cast<const void*>(&own_file), &unused, reinterpret_cast<void**>(&loaded),
+                               RTLD_DL_LINKMAP) != 0;
+  return known && loaded && *loaded->l_name != '\0' ? loaded->l_name : "/proc/self/exe";
+}
+
+// Beside the folder of libraries or programs, or beside the folder above it where libraries are kept by architecture.
 std::string find_install_dir() {
   namespace fs = std::filesystem;
-  Dl_info library = {};
   std::error_code unreadable;
-  if (::dladdr(reinterpret_cast<const void*>(&find_install_dir), &library) != 0 && library.dli_fname) {
-    fs::path folder = fs::canonical(library.dli_fname, unreadable).parent_path();
-    for (int level = 0; level < 2; ++level) {
-      folder = folder.parent_path();
-      if (const fs::path found = folder / "share" / "mercato"; fs::is_directory(found, unreadable))
-        return found.string();
-    }
+  fs::path folder = fs::canonical(own_file(), unreadable).parent_path();
+  if (unreadable) return "/usr/share/mercato";
+  for (int level = 0; level < 2; ++level) {
+    folder = folder.parent_path();
+    if (const fs::path found = folder / "share" / "mercato"; fs::is_directory(found, unreadable)) return found.string();
   }
   return "/usr/share/mercato";
 }
