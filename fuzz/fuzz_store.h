@@ -8,8 +8,7 @@
 #include "collaborators/grundwerk/settings.h"
 #include "frame/connection.h"
 #include "frame/recordset.h"
-#include "frame/schema_texts.h"
-#include "platform/store/dialect/dialect.h"
+#include "frame/table_creation.h"
 #include "platform/store/session_pool.h"
 #include "server/server.h"
 #include "tests/platform/temporary_folder.h"
@@ -23,10 +22,7 @@ class FuzzStore {
     collaborators::Settings settings;
     settings.connections["Mercato"] = connection_string_;
     collaborators::set_settings(settings);
-    const auto session = store::acquire_session(connection_string_ + ";Create=Yes");
-    for (const SchemaText& schema : schema_texts())
-      for (const std::string_view statement : store::dialect::split_script(schema.text))
-        session->execute(Sql::verbatim(std::string(statement)));
+    create_tables(connection_string_);
   }
   ~FuzzStore() { store::close_idle_sessions(); }
 

@@ -7,7 +7,7 @@
 #include "collaborators/grundwerk/settings.h"
 #include "frame/connection.h"
 #include "frame/lib_sql.h"
-#include "frame/schema_texts.h"
+#include "frame/table_creation.h"
 #include "platform/store/session_pool.h"
 #include "server/server.h"
 
@@ -25,12 +25,8 @@ TemporaryFolder::~TemporaryFolder() {
 }
 
 void create_store(const std::filesystem::path& path) {
-  const ConnectionPtr connection = open_connection(connection_string(path) + ";Create=Yes");
-  for (const SchemaText& schema : schema_texts()) {
-    std::size_t begin = 0;
-    for (std::size_t end; (end = schema.text.find(";\n", begin)) != std::string_view::npos; begin = end + 2)
-      connection->Execute(Sql::verbatim(std::string(schema.text.substr(begin, end - begin))));
-  }
+  create_tables(connection_string(path));
+  const ConnectionPtr connection = open_connection(connection_string(path));
   Sql unit;
   unit << "INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('" << value(kUnitCode) << "', '"
        << value(kUnitDescription) << "')";

@@ -9,6 +9,7 @@
 #include <new>
 
 #include "collaborators/grundwerk/settings.h"
+#include "frame/table_creation.h"
 #include "platform/store/driver.h"
 #include "platform/store/statement_observer.h"
 #include "server/server.h"
@@ -18,7 +19,6 @@
 #include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/memory_reserve.h"
-#include "tools/gateway/table_creation.h"
 #include "values/raised_error.h"
 #include "values/text.h"
 
@@ -235,7 +235,7 @@ int run(CommandLine& line) {
     const auto settings = collaborators::settings();
     const auto store = settings->connections.find("Mercato");
     if (store != settings->connections.end() && store::connection_property(store->second, "Data Source") == ":memory:")
-      gateway::create_tables(store->second);
+      create_tables(store->second);
     if (line.output.trace) store::set_statement_observer(&printer);
     return line.command(line.output);
   } catch (const Raised& raised) {

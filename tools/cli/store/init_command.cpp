@@ -1,15 +1,15 @@
 #include <iostream>
 
+#include "frame/table_creation.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/json_values.h"
-#include "tools/gateway/table_creation.h"
 
 namespace mercato::cli {
 
 int init(const OutputOptions& output) {
-  const gateway::CreatedTables created = gateway::create_tables(connection_string());
+  const CreatedTables created = create_tables(connection_string());
   if (output.json) {
     const gateway::Json json = {
         {"tables", created.tables}, {"indexes", created.indexes}, {"existing", created.existing}};

@@ -1,12 +1,12 @@
 // mercato store: the store's file; its check, its backup and the way back.
 #include <iostream>
 
+#include "frame/table_creation.h"
 #include "frame/table_references.h"
 #include "platform/store/upkeep.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/terminal/listing.h"
-#include "tools/gateway/table_creation.h"
 
 namespace mercato::cli {
 namespace store_commands {
@@ -35,7 +35,7 @@ int check(const NoOptions&, const OutputOptions& output) {
   std::vector<std::string> missing;
   std::vector<DanglingRows> dangling;
   if (damage.empty()) {
-    missing = gateway::missing_tables(store);
+    missing = missing_tables(store);
     dangling = find_dangling_rows(store);
   }
   const int status = !damage.empty() || !missing.empty() ? kFailed : dangling.empty() ? kDone : kDoneInPart;

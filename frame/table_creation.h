@@ -1,10 +1,12 @@
-// The tables of the library in a store: their creation, and what is missing of them. Any thread.
+// The tables of the library in a store: their creation, and what is missing of them. The connection string is used as
+// it is given; the settings are not asked. Any thread.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
-namespace mercato::gateway {
+namespace mercato {
 
 struct CreatedTables {
   std::vector<std::string> tables;   // those that did not exist before
@@ -19,4 +21,4 @@ CreatedTables create_tables(const std::string& connection_string);
 // The names of the tables and indexes that it would create. Raises what the store raises.
 std::vector<std::string> missing_tables(const std::string& connection_string);
 
-}  // namespace mercato::gateway
+}  // namespace mercato

@@ -1,4 +1,4 @@
-#include "tools/gateway/table_creation.h"
+#include "frame/table_creation.h"
 
 #include <optional>
 #include <string_view>
@@ -10,7 +10,7 @@
 #include "values/raised_error.h"
 #include "values/text.h"
 
-namespace mercato::gateway {
+namespace mercato {
 namespace {
 
 // What a definition creates: "CREATE TABLE name" or "CREATE INDEX name ON table".
@@ -88,4 +88,4 @@ std::vector<std::string> missing_tables(const std::string& connection_string) {
   return missing;
 }
 
-}  // namespace mercato::gateway
+}  // namespace mercato
