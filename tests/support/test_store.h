@@ -20,8 +20,7 @@
 #include <string_view>
 #include <utility>
 
-#include "frame/schema_texts.h"
-#include "platform/store/known_drivers.h"
+#include "frame/table_creation.h"
 #include "platform/store/session_pool.h"
 #include "tests/platform/temporary_folder.h"
 
@@ -50,21 +49,15 @@ using TestStorePtr = std::unique_ptr<TestStore>;
 
 enum class Tables : std::uint8_t { none, all };  // all: those of the library, without rows
 
-inline void create_tables(const std::string& connection_string) {
-  const auto session = store::driver_for(connection_string).open(connection_string);
-  for (const SchemaText& schema : schema_texts()) {
-    std::size_t begin = 0;
-    for (std::size_t end; (end = schema.text.find(";\n", begin)) != std::string_view::npos; begin = end + 2)
-      session->execute(Sql::verbatim(std::string(schema.text.substr(begin, end - begin))));
-  }
-}
-
 // Made once for the process, copied for each test.
 inline const std::filesystem::path& sqlite_file_with_tables() {
   struct Template {
     TemporaryFolder folder;
     std::filesystem::path path = folder / "empty.db";
-    Template() { create_tables("Provider=SQLite;Create=Yes;Data Source=" + path.string()); }
+    Template() {
+      create_tables("Provider=SQLite;Data Source=" + path.string());
+      store::close_idle_sessions();
+    }
   };
   static const Template made;
   return made.path;
