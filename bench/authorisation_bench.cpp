@@ -20,9 +20,9 @@
 #include "bench/support/data_folder.h"
 #include "bench/support/medians.h"
 #include "bench/support/program.h"
-#include "catalog/catalog.h"
+#include "mercato/catalog.h"
+#include "mercato/object_context.h"
 #include "platform/store/session_pool.h"
-#include "platform/transactions/object_context.h"
 
 namespace mercato::bench {
 namespace {

@@ -22,13 +22,13 @@
 #include "bench/support/medians.h"
 #include "bench/support/product_converter.h"
 #include "bench/support/program.h"
-#include "frame/connection.h"
 #include "frame/lib_general.h"
+#include "mercato/connection.h"
+#include "mercato/object_context.h"
+#include "mercato/product.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/session_pool.h"
 #include "platform/store/shape_cache.h"
-#include "platform/transactions/object_context.h"
-#include "product/product.h"
 #include "tools/gateway/gateway_session.h"
 
 namespace mercato::bench {

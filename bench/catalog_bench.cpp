@@ -17,9 +17,9 @@
 #include "bench/support/child_process.h"
 #include "bench/support/program.h"
 #include "bench/support/work_on_copy.h"
-#include "catalog/t_catalog.h"
+#include "mercato/object_context.h"
+#include "mercato/t_catalog.h"
 #include "platform/store/session_pool.h"
-#include "platform/transactions/object_context.h"
 
 namespace mercato::bench {
 namespace {

@@ -15,9 +15,9 @@
 #include "bench/support/child_process.h"
 #include "bench/support/program.h"
 #include "bench/support/work_on_copy.h"
-#include "classification/property_group.h"
+#include "mercato/object_context.h"
+#include "mercato/property_group.h"
 #include "platform/store/session_pool.h"
-#include "platform/transactions/object_context.h"
 
 namespace mercato::bench {
 namespace {

@@ -14,9 +14,9 @@
 #include "bench/support/bench_store.h"
 #include "bench/support/medians.h"
 #include "bench/support/program.h"
+#include "mercato/object_context.h"
+#include "mercato/product.h"
 #include "platform/store/session_pool.h"
-#include "platform/transactions/object_context.h"
-#include "product/product.h"
 
 namespace mercato::bench {
 namespace {

@@ -14,10 +14,10 @@
 #include "bench/support/child_process.h"
 #include "bench/support/program.h"
 #include "bench/support/work_on_copy.h"
-#include "platform/clock/clock.h"
+#include "mercato/clock.h"
+#include "mercato/object_context.h"
+#include "mercato/product.h"
 #include "platform/store/session_pool.h"
-#include "platform/transactions/object_context.h"
-#include "product/product.h"
 
 namespace mercato::bench {
 namespace {

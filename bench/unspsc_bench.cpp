@@ -21,10 +21,10 @@
 #include "bench/support/data_folder.h"
 #include "bench/support/program.h"
 #include "bench/support/work_on_copy.h"
-#include "classification/t_unspsc.h"
+#include "mercato/object_context.h"
+#include "mercato/t_unspsc.h"
 #include "platform/spreadsheet/workbook.h"
 #include "platform/store/session_pool.h"
-#include "platform/transactions/object_context.h"
 #include "tests/support/workbook_files.h"
 
 namespace mercato::bench {

@@ -15,9 +15,9 @@
 #include "bench/support/bench_store.h"
 #include "bench/support/program.h"
 #include "frame/lib_mts.h"
+#include "mercato/object_context.h"
+#include "mercato/product.h"
 #include "platform/store/session_pool.h"
-#include "platform/transactions/object_context.h"
-#include "product/product.h"
 #include "records/unspsc_links.h"
 
 namespace mercato::bench {

@@ -1,11 +1,11 @@
 // The catalogues that users and profiles have. Catalog reads them; TCatalog writes them, and lays out the nodes of
 // users.
-#include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
-#include "catalog/t_catalog.h"
 #include "catalog/t_catalog_internal.h"
 #include "frame/lib_general.h"
 #include "frame/voted_method.h"
+#include "mercato/catalog.h"
+#include "mercato/t_catalog.h"
 #include "values/text.h"
 
 namespace mercato {

@@ -1,8 +1,8 @@
 // The entries that a user has: their levels, the nodes where his view of a catalogue begins, and the nodes that were
 // laid out for him. What he may do with one node is in node_rights.cpp.
-#include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
 #include "frame/voted_method.h"
+#include "mercato/catalog.h"
 
 namespace mercato {
 namespace {

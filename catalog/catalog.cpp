@@ -1,4 +1,4 @@
-#include "catalog/catalog.h"
+#include "mercato/catalog.h"
 
 #include "catalog/catalog_internal.h"
 #include "frame/lib_error_handling.h"

@@ -2,9 +2,9 @@
 #include <initializer_list>
 #include <unordered_set>
 
-#include "catalog/t_catalog.h"
 #include "frame/voted_method.h"
-#include "values/dictionary.h"
+#include "mercato/dictionary.h"
+#include "mercato/t_catalog.h"
 
 namespace mercato {
 namespace {

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/recordset.h"
-#include "values/dictionary.h"
-#include "values/variant.h"
+#include "mercato/dictionary.h"
+#include "mercato/recordset.h"
+#include "mercato/variant.h"
 
 namespace mercato {
 

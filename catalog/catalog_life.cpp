@@ -1,7 +1,7 @@
 // The life of a catalogue: its insertion and its end.
-#include "catalog/t_catalog.h"
 #include "catalog/t_catalog_internal.h"
 #include "frame/voted_method.h"
+#include "mercato/t_catalog.h"
 
 namespace mercato {
 

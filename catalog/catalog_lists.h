@@ -7,8 +7,8 @@
 #include <map>
 #include <string>
 
-#include "frame/recordset.h"
-#include "values/dictionary.h"
+#include "mercato/dictionary.h"
+#include "mercato/recordset.h"
 
 namespace mercato {
 

@@ -1,9 +1,9 @@
 // Catalogues and the nodes of their trees, whoever may see them.
 #include <vector>
 
-#include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
 #include "frame/voted_method.h"
+#include "mercato/catalog.h"
 
 namespace mercato {
 namespace {

@@ -1,10 +1,10 @@
 // The folders in which users sort their favourites. No folder is inside of another. The root has no row: its favourites
 // have the folder id 0.
-#include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
-#include "catalog/t_catalog.h"
 #include "frame/lib_general.h"
 #include "frame/voted_method.h"
+#include "mercato/catalog.h"
+#include "mercato/t_catalog.h"
 
 namespace mercato {
 

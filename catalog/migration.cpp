@@ -5,11 +5,11 @@
 
 #include "catalog/catalog_internal.h"
 #include "catalog/node_rights.h"
-#include "catalog/t_catalog.h"
 #include "catalog/t_catalog_internal.h"
 #include "frame/lib_general.h"
 #include "frame/method.h"
 #include "frame/tails.h"
+#include "mercato/t_catalog.h"
 #include "values/text.h"
 
 namespace mercato {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "catalog/node_tree.h"
-#include "values/variant.h"
+#include "mercato/variant.h"
 
 namespace mercato {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <map>
 
-#include "catalog/catalog.h"
 #include "frame/lib_sql.h"
+#include "mercato/catalog.h"
 
 namespace mercato {
 namespace {

@@ -5,9 +5,9 @@
 #include <span>
 #include <unordered_set>
 
-#include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
 #include "frame/voted_method.h"
+#include "mercato/catalog.h"
 
 namespace mercato {
 namespace {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <set>
 
-#include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
 #include "frame/upload_run.h"
+#include "mercato/catalog.h"
 
 namespace mercato {
 namespace {

@@ -1,9 +1,9 @@
 // The business partners that are tied to a catalogue as a whole, or to one of its nodes. A node's id of 0 or less
 // stands for the whole catalogue.
-#include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
-#include "catalog/t_catalog.h"
 #include "frame/voted_method.h"
+#include "mercato/catalog.h"
+#include "mercato/t_catalog.h"
 #include "values/text.h"
 
 namespace mercato {

@@ -1,11 +1,11 @@
 // Product categories and their visibilities: reading (Catalog) and writing (TCatalog).
-#include "catalog/catalog.h"
 #include "catalog/catalog_internal.h"
-#include "catalog/t_catalog.h"
 #include "frame/contracts.h"
 #include "frame/lib_general.h"
 #include "frame/paged_read.h"
 #include "frame/voted_method.h"
+#include "mercato/catalog.h"
+#include "mercato/t_catalog.h"
 #include "records/unspsc_links.h"
 #include "values/text.h"
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "catalog/node_tree.h"
-#include "frame/recordset.h"
+#include "mercato/recordset.h"
 
 namespace mercato {
 

@@ -1,7 +1,7 @@
 // Shop-out folders: nodes that lead to a partner's own shop, and the accounts that users hold there.
-#include "catalog/catalog.h"
 #include "frame/lib_sql.h"
 #include "frame/method.h"
+#include "mercato/catalog.h"
 
 namespace mercato {
 namespace {

@@ -1,4 +1,4 @@
-#include "catalog/t_catalog.h"
+#include "mercato/t_catalog.h"
 
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "frame/contracts.h"
-#include "frame/recordset.h"
+#include "mercato/recordset.h"
 
 namespace mercato {
 

@@ -1,4 +1,4 @@
-#include "classification/contract.h"
+#include "mercato/contract.h"
 
 #include "frame/lib_error_handling.h"
 

@@ -1,11 +1,11 @@
-#include "classification/faqlist.h"
+#include "mercato/faqlist.h"
 
 #include <string_view>
 
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"
-#include "frame/library_clock.h"
 #include "frame/method.h"
+#include "mercato/clock.h"
 
 namespace mercato {
 namespace {

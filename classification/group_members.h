@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "values/dictionary.h"
+#include "mercato/dictionary.h"
 
 namespace mercato::classification {
 

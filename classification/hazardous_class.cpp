@@ -1,4 +1,4 @@
-#include "classification/hazardous_class.h"
+#include "mercato/hazardous_class.h"
 
 #include "classification/code_table.h"
 #include "frame/lib_general.h"

@@ -1,4 +1,4 @@
-#include "classification/property.h"
+#include "mercato/property.h"
 
 #include "classification/code_table.h"
 #include "frame/contracts.h"

@@ -1,4 +1,4 @@
-#include "classification/property_group.h"
+#include "mercato/property_group.h"
 
 #include <memory>
 #include <optional>
@@ -9,7 +9,7 @@
 #include "frame/lib_sql.h"
 #include "frame/method.h"
 #include "frame/tails.h"
-#include "values/dictionary.h"
+#include "mercato/dictionary.h"
 
 namespace mercato {
 

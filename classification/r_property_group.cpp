@@ -1,4 +1,4 @@
-#include "classification/r_property_group.h"
+#include "mercato/r_property_group.h"
 
 #include "frame/lib_sql.h"
 #include "frame/method.h"

@@ -1,4 +1,4 @@
-#include "classification/t_hazardous_class.h"
+#include "mercato/t_hazardous_class.h"
 
 #include "classification/code_table.h"
 #include "frame/lib_general.h"

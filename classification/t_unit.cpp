@@ -1,4 +1,4 @@
-#include "classification/t_unit.h"
+#include "mercato/t_unit.h"
 
 #include "classification/code_table.h"
 #include "frame/contracts.h"

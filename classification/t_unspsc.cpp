@@ -1,4 +1,4 @@
-#include "classification/t_unspsc.h"
+#include "mercato/t_unspsc.h"
 
 #include "classification/code_table.h"
 #include "frame/contracts.h"

@@ -1,4 +1,4 @@
-#include "classification/unit.h"
+#include "mercato/unit.h"
 
 #include "classification/code_table.h"
 #include "frame/lib_general.h"

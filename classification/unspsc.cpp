@@ -1,4 +1,4 @@
-#include "classification/unspsc.h"
+#include "mercato/unspsc.h"
 
 #include "frame/lib_general.h"
 #include "frame/voted_method.h"

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <optional>
 
-#include "classification/t_unspsc.h"
 #include "classification/unspsc_code.h"
 #include "frame/contracts.h"
 #include "frame/documents.h"
@@ -14,6 +13,7 @@
 #include "frame/method.h"
 #include "frame/spreadsheet.h"
 #include "frame/upload_run.h"
+#include "mercato/t_unspsc.h"
 #include "values/text.h"
 
 namespace mercato {

@@ -4,10 +4,7 @@ include(CMakePackageConfigHelpers)
 install(TARGETS mercato EXPORT mercatoTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT mercatoTargets NAMESPACE mercato:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/mercato)
 
-foreach(folder IN LISTS MERCATO_FOLDERS)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mercato
-          FILES_MATCHING PATTERN "*.h" PATTERN "*_internal.h" EXCLUDE)
-endforeach()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/mercato DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/mercatoConfig.cmake.in
   ${PROJECT_BINARY_DIR}/mercatoConfig.cmake INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/mercato)

@@ -17,7 +17,7 @@ add_custom_command(
   VERBATIM)
 
 add_library(mercato SHARED ${MERCATO_SOURCES} ${schema_source})
-target_include_directories(mercato PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/mercato>)
+target_include_directories(mercato PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_compile_features(mercato PUBLIC cxx_std_20)
 target_link_libraries(mercato PRIVATE SQLite::SQLite3 pugixml::pugixml CURL::libcurl fmt::fmt spdlog::spdlog ICU::uc ICU::i18n LibXml2::LibXml2 PkgConfig::LIBZIP ${CMAKE_DL_LIBS})
 set_target_properties(mercato PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "")
@@ -34,5 +34,5 @@ configure_file(${PROJECT_SOURCE_DIR}/xmlschemas/UNSPSC_Schema.xml
   ${PROJECT_BINARY_DIR}/share/mercato/xmlschemas/UNSPSC_Schema.xml COPYONLY)
 
 if(MERCATO_PRECOMPILE)
-  target_precompile_headers(mercato PRIVATE ${PROJECT_SOURCE_DIR}/platform/automation/class_table.h)
+  target_precompile_headers(mercato PRIVATE ${PROJECT_SOURCE_DIR}/include/mercato/class_table.h)
 endif()

@@ -3,10 +3,10 @@
 //   find_product STORE SUPPLIER_PART_NUMBER
 #include <iostream>
 
-#include "collaborators/grundwerk/settings.h"
-#include "platform/transactions/object_context.h"
-#include "product/product.h"
-#include "server/server.h"
+#include "mercato/object_context.h"
+#include "mercato/product.h"
+#include "mercato/server.h"
+#include "mercato/settings.h"
 
 int main(int argument_count, char** arguments) {
   if (argument_count != 3) {

@@ -1,8 +1,8 @@
-#include "frame/connection.h"
+#include "mercato/connection.h"
 
 #include <utility>
 
-#include "frame/recordset.h"
+#include "mercato/recordset.h"
 #include "platform/store/session_pool.h"
 #include "platform/store/unit_of_work.h"
 

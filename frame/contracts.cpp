@@ -1,6 +1,6 @@
 #include "frame/contracts.h"
 
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 
 namespace mercato {
 

@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "frame/lib_general.h"
-#include "platform/transactions/invoke.h"
-#include "values/dictionary.h"
+#include "mercato/dictionary.h"
+#include "mercato/invoke.h"
 
 namespace mercato {
 

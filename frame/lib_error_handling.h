@@ -5,10 +5,10 @@
 #include <string>
 #include <string_view>
 
-#include "frame/connection.h"
-#include "frame/mercato_errors.h"
-#include "values/raised_error.h"
-#include "values/variant.h"
+#include "mercato/connection.h"
+#include "mercato/mercato_errors.h"
+#include "mercato/raised_error.h"
+#include "mercato/variant.h"
 
 namespace mercato {
 

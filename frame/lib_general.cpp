@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "frame/method.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "values/decimal.h"
 #include "values/text.h"
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/automation/component.h"
-#include "values/variant.h"
+#include "mercato/component.h"
+#include "mercato/variant.h"
 
 namespace mercato {
 

@@ -1,7 +1,7 @@
 // Votes of the current object. Outside of the transaction server they do nothing. Any thread.
 #pragma once
 
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 
 namespace mercato {
 

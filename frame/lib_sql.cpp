@@ -2,8 +2,8 @@
 
 #include "frame/contracts.h"
 #include "frame/method.h"
+#include "mercato/object_context.h"
 #include "platform/store/driver.h"
-#include "platform/transactions/object_context.h"
 #include "values/text.h"
 
 namespace mercato {

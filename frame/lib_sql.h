@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "frame/connection.h"
-#include "frame/recordset.h"
-#include "values/dictionary.h"
+#include "mercato/connection.h"
+#include "mercato/dictionary.h"
+#include "mercato/recordset.h"
 
 namespace mercato {
 

@@ -6,9 +6,9 @@
 #include <optional>
 #include <string>
 
-#include "platform/automation/component.h"
-#include "platform/store/statement.h"
-#include "values/variant.h"
+#include "mercato/component.h"
+#include "mercato/statement.h"
+#include "mercato/variant.h"
 
 namespace mercato {
 

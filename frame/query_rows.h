@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/store/statement.h"
-#include "values/dictionary.h"
+#include "mercato/dictionary.h"
+#include "mercato/statement.h"
 
 namespace mercato {
 

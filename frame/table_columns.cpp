@@ -2,8 +2,8 @@
 
 #include "frame/lib_general.h"
 #include "frame/query_rows.h"
+#include "mercato/raised_error.h"
 #include "platform/store/session_pool.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace mercato {

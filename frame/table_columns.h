@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "mercato/variant.h"
 #include "platform/store/driver.h"
-#include "values/variant.h"
 
 namespace mercato {
 

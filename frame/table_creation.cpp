@@ -1,13 +1,13 @@
-#include "frame/table_creation.h"
+#include "mercato/table_creation.h"
 
 #include <optional>
 #include <string_view>
 
 #include "frame/schema_texts.h"
+#include "mercato/raised_error.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/known_drivers.h"
 #include "platform/store/session_pool.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace mercato {

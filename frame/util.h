@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "values/variant.h"
+#include "mercato/variant.h"
 
 namespace mercato {
 

@@ -11,8 +11,8 @@
 
 #include "frame/lib_general.h"
 #include "fuzz/fuzz_store.h"
+#include "mercato/raised_error.h"
 #include "platform/store/call_limit.h"
-#include "values/raised_error.h"
 
 namespace {
 

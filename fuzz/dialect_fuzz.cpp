@@ -8,11 +8,11 @@
 #include <string>
 #include <string_view>
 
+#include "mercato/raised_error.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/sqlite/functions.h"
 #include "platform/store/sqlite/statement_printer.h"
 #include "tests/platform/store/dialect_printer.h"
-#include "values/raised_error.h"
 
 namespace {
 

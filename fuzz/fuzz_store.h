@@ -5,12 +5,12 @@
 #include <string>
 #include <string_view>
 
-#include "collaborators/grundwerk/settings.h"
-#include "frame/connection.h"
-#include "frame/recordset.h"
-#include "frame/table_creation.h"
+#include "mercato/connection.h"
+#include "mercato/recordset.h"
+#include "mercato/server.h"
+#include "mercato/settings.h"
+#include "mercato/table_creation.h"
 #include "platform/store/session_pool.h"
-#include "server/server.h"
 #include "tests/platform/temporary_folder.h"
 
 namespace mercato::fuzz {

@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "server/server.h"
+#include "mercato/server.h"
 #include "tools/gateway/request.h"
 #include "tools/gateway/serve.h"
 

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "fuzz/fuzz_store.h"
+#include "mercato/raised_error.h"
 #include "tools/cli/catalog/catalog_commands.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/csv.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace {

@@ -5,10 +5,10 @@
 #include <fstream>
 #include <string>
 
-#include "collaborators/grundwerk/settings.h"
+#include "mercato/raised_error.h"
+#include "mercato/settings.h"
 #include "platform/store/call_limit.h"
 #include "tests/platform/temporary_folder.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace {

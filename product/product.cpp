@@ -1,4 +1,4 @@
-#include "product/product.h"
+#include "mercato/product.h"
 
 #include <limits>
 

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "frame/voted_method.h"
-#include "product/product.h"
+#include "mercato/product.h"
 
 namespace mercato {
 namespace product {

@@ -1,7 +1,7 @@
 // Lists of products, and the check against a user's catalogues.
 #include "frame/lib_general.h"
-#include "frame/library_clock.h"
 #include "frame/util.h"
+#include "mercato/clock.h"
 #include "product/product_internal.h"
 
 namespace mercato {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "frame/lib_general.h"
+#include "mercato/collection.h"
 #include "product/product_internal.h"
-#include "values/collection.h"
 
 namespace mercato {
 

@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "frame/lib_sql.h"
-#include "values/date.h"
-#include "values/variant.h"
+#include "mercato/date.h"
+#include "mercato/variant.h"
 
 namespace mercato {
 

@@ -5,8 +5,8 @@
 #include "frame/lib_error_handling.h"
 #include "frame/lib_general.h"
 #include "frame/lib_sql.h"
-#include "frame/library_clock.h"
-#include "platform/transactions/invoke.h"
+#include "mercato/clock.h"
+#include "mercato/invoke.h"
 #include "values/text.h"
 
 namespace mercato {

@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "frame/recordset.h"
-#include "values/variant.h"
+#include "mercato/recordset.h"
+#include "mercato/variant.h"
 
 namespace mercato {
 

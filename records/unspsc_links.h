@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "values/dictionary.h"
+#include "mercato/dictionary.h"
 
 namespace mercato {
 

@@ -16,9 +16,9 @@ export PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name mercato.pc)")
 c++ "$source_dir/examples/find_product.cpp" -o "$work/by_pkg_config" $(pkg-config --cflags --libs mercato)
 
 # Every class can be used from what was installed alone.
-(cd "$work/prefix/include/mercato" && find product upload catalog classification -name '*.h') | sed 's/.*/#include "&"/' >"$work/all.cpp"
-for class in product/product upload/product_xml upload/price_xml catalog/catalog catalog/t_catalog classification/unspsc; do
-  grep -qx "#include \"$class.h\"" "$work/all.cpp" || { echo "$class.h is not installed"; exit 1; }
+(cd "$work/prefix/include" && find mercato -name '*.h') | sed 's/.*/#include "&"/' >"$work/all.cpp"
+for class in product product_xml price_xml catalog t_catalog unspsc; do
+  grep -qx "#include \"mercato/$class.h\"" "$work/all.cpp" || { echo "$class.h is not installed"; exit 1; }
 done
 c++ -fsyntax-only "$work/all.cpp" $(pkg-config --cflags mercato)
 

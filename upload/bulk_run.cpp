@@ -2,9 +2,10 @@
 
 #include "frame/contracts.h"
 #include "frame/file_access.h"
-#include "frame/library_clock.h"
 #include "frame/upload_run.h"
-#include "values/raised_error.h"
+#include "mercato/clock.h"
+#include "mercato/raised_error.h"
+#include "upload/telling.h"
 #include "values/text.h"
 
 namespace mercato::upload {

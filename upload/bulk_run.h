@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "frame/documents.h"
+#include "mercato/variant.h"
 #include "upload/upload_documents.h"
-#include "values/variant.h"
 
 namespace mercato::upload {
 

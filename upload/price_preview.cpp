@@ -1,8 +1,8 @@
 // The previews: read, judge, list. Nothing is written.
 #include "frame/method.h"
+#include "mercato/collection.h"
 #include "upload/price_xml_internal.h"
 #include "upload/upload_documents.h"
-#include "values/collection.h"
 
 namespace mercato {
 namespace {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "frame/documents.h"
-#include "values/dictionary.h"
+#include "mercato/dictionary.h"
 
 namespace mercato::upload {
 

@@ -7,6 +7,7 @@
 #include "records/price_line.h"
 #include "upload/bulk_run.h"
 #include "upload/price_xml_internal.h"
+#include "upload/telling.h"
 #include "upload/upload_documents.h"
 #include "values/text.h"
 

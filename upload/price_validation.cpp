@@ -6,8 +6,8 @@
 #include "frame/contracts.h"
 #include "frame/method.h"
 #include "frame/util.h"
+#include "mercato/date.h"
 #include "upload/upload_documents.h"
-#include "values/date.h"
 #include "values/text.h"
 
 namespace mercato::upload {

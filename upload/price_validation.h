@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "frame/documents.h"
-#include "upload/upload_observer.h"
-#include "values/dictionary.h"
+#include "mercato/dictionary.h"
+#include "mercato/upload_observer.h"
 
 namespace mercato::upload {
 

@@ -1,4 +1,4 @@
-#include "upload/price_xml.h"
+#include "mercato/price_xml.h"
 
 #include "frame/lib_general.h"
 #include "frame/method.h"

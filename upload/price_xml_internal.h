@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <string>
 
+#include "mercato/date.h"
+#include "mercato/price_xml.h"
 #include "upload/price_reading.h"
 #include "upload/price_validation.h"
-#include "upload/price_xml.h"
 #include "upload/upload_connections.h"
-#include "values/date.h"
 
 namespace mercato {
 

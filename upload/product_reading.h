@@ -8,9 +8,9 @@
 #include <string>
 
 #include "frame/documents.h"
+#include "mercato/collection.h"
+#include "mercato/dictionary.h"
 #include "records/product_row.h"
-#include "values/collection.h"
-#include "values/dictionary.h"
 
 namespace mercato::upload {
 

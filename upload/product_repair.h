@@ -4,10 +4,10 @@
 
 #include <string>
 
+#include "mercato/dictionary.h"
+#include "mercato/upload_observer.h"
 #include "records/product_row.h"
 #include "upload/reference_data.h"
-#include "upload/upload_observer.h"
-#include "values/dictionary.h"
 
 namespace mercato::upload {
 

@@ -6,6 +6,7 @@
 #include "frame/upload_run.h"
 #include "upload/bulk_run.h"
 #include "upload/product_xml_internal.h"
+#include "upload/telling.h"
 #include "upload/upload_documents.h"
 
 namespace mercato {

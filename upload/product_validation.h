@@ -5,9 +5,9 @@
 #include <string>
 
 #include "frame/contracts.h"
+#include "mercato/dictionary.h"
 #include "records/product_row.h"
 #include "upload/reference_data.h"
-#include "values/dictionary.h"
 
 namespace mercato::upload {
 

@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <string>
 
+#include "mercato/dictionary.h"
 #include "records/product_row.h"
 #include "upload/reference_data.h"
 #include "upload/upload_connections.h"
-#include "values/dictionary.h"
 
 namespace mercato::upload {
 

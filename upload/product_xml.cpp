@@ -1,4 +1,4 @@
-#include "upload/product_xml.h"
+#include "mercato/product_xml.h"
 
 #include "upload/product_xml_internal.h"
 

@@ -3,11 +3,11 @@
 
 #include <string>
 
+#include "mercato/product_xml.h"
 #include "upload/product_reading.h"
 #include "upload/product_repair.h"
 #include "upload/product_validation.h"
 #include "upload/product_writing.h"
-#include "upload/product_xml.h"
 
 namespace mercato {
 

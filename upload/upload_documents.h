@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "frame/documents.h"
-#include "values/dictionary.h"
+#include "mercato/dictionary.h"
 
 namespace mercato::upload {
 

@@ -1,9 +1,9 @@
-#include "values/collection.h"
+#include "mercato/collection.h"
 
 #include <new>
 #include <utility>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 #include "values/text.h"
 
 namespace mercato {

@@ -1,11 +1,11 @@
-#include "values/currency.h"
+#include "mercato/currency.h"
 
 #include <algorithm>
 #include <cmath>
 #include <optional>
 #include <string_view>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 #include "values/text.h"
 
 namespace mercato {

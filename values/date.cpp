@@ -1,4 +1,4 @@
-#include "values/date.h"
+#include "mercato/date.h"
 
 #include <array>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <cmath>
 #include <utility>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 #include "values/text.h"
 
 namespace mercato {

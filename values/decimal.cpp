@@ -5,7 +5,7 @@
 #include <cmath>
 #include <string>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 #include "values/text.h"
 
 namespace mercato {

@@ -1,8 +1,8 @@
-#include "values/dictionary.h"
+#include "mercato/dictionary.h"
 
 #include <functional>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato {
 namespace {

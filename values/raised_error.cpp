@@ -1,4 +1,4 @@
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 #include <algorithm>
 #include <array>

@@ -9,7 +9,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::text {

@@ -1,9 +1,9 @@
-#include "values/variant.h"
+#include "mercato/variant.h"
 
 #include <cmath>
 #include <limits>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 #include "values/text.h"
 
 namespace mercato {

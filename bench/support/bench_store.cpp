@@ -4,12 +4,12 @@
 #include <stdexcept>
 
 #include "bench/support/product_converter.h"
-#include "collaborators/grundwerk/settings.h"
-#include "frame/connection.h"
 #include "frame/lib_sql.h"
-#include "frame/table_creation.h"
+#include "mercato/connection.h"
+#include "mercato/server.h"
+#include "mercato/settings.h"
+#include "mercato/table_creation.h"
 #include "platform/store/session_pool.h"
-#include "server/server.h"
 
 namespace mercato::bench {
 

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato::bench {
 

@@ -2,9 +2,9 @@
 
 #include <stdexcept>
 
-#include "platform/transactions/object_context.h"
-#include "upload/price_xml.h"
-#include "upload/product_xml.h"
+#include "mercato/object_context.h"
+#include "mercato/price_xml.h"
+#include "mercato/product_xml.h"
 
 namespace mercato::bench {
 namespace {

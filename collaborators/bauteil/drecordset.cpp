@@ -6,8 +6,8 @@
 
 #include "collaborators/bauteil/page_order.h"
 #include "frame/lib_sql.h"
+#include "mercato/raised_error.h"
 #include "platform/store/driver.h"
-#include "values/raised_error.h"
 
 namespace mercato::collaborators {
 namespace {

@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "frame/recordset.h"
-#include "platform/automation/class_table.h"
+#include "mercato/class_table.h"
+#include "mercato/recordset.h"
 
 namespace mercato::collaborators {
 

@@ -1,7 +1,7 @@
 #include "collaborators/bauteil/page.h"
 
-#include "collaborators/grundwerk/settings.h"
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
+#include "mercato/settings.h"
 
 namespace mercato::collaborators {
 namespace {

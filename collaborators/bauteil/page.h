@@ -6,7 +6,7 @@
 #include <string>
 
 #include "collaborators/bauteil/drecordset.h"
-#include "platform/automation/class_table.h"
+#include "mercato/class_table.h"
 
 namespace mercato::collaborators {
 

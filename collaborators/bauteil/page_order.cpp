@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "mercato/raised_error.h"
 #include "platform/store/dialect/token_reader.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::collaborators {

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "mercato/statement.h"
 #include "platform/store/row_layout.h"
-#include "platform/store/statement.h"
 
 namespace mercato::collaborators {
 

@@ -1,4 +1,4 @@
-#include "collaborators/grundwerk/by_name.h"
+#include "mercato/by_name.h"
 
 #include "values/text.h"
 

@@ -1,6 +1,6 @@
 #include "collaborators/grundwerk/configuration.h"
 
-#include "collaborators/grundwerk/settings.h"
+#include "mercato/settings.h"
 
 namespace mercato::collaborators {
 

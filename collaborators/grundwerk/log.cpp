@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "collaborators/grundwerk/settings.h"
+#include "mercato/settings.h"
 #include "platform/files/turning_file.h"
 #include "values/text.h"
 

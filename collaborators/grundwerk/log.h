@@ -15,7 +15,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/automation/class_table.h"
+#include "mercato/class_table.h"
 
 namespace mercato::collaborators {
 

@@ -1,4 +1,4 @@
-#include "collaborators/grundwerk/reference_rules.h"
+#include "mercato/reference_rules.h"
 
 #include <mutex>
 #include <utility>

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "collaborators/grundwerk/reference_rules.h"
 #include "collaborators/query.h"
 #include "frame/contracts.h"
 #include "frame/lib_general.h"
-#include "platform/transactions/invoke.h"
+#include "mercato/invoke.h"
+#include "mercato/reference_rules.h"
 #include "values/text.h"
 
 namespace mercato::collaborators {

@@ -12,8 +12,8 @@
 #include <string_view>
 #include <vector>
 
-#include "collaborators/grundwerk/reference_rules.h"
-#include "platform/automation/class_table.h"
+#include "mercato/class_table.h"
+#include "mercato/reference_rules.h"
 
 namespace mercato::collaborators {
 

@@ -1,4 +1,4 @@
-#include "collaborators/grundwerk/settings.h"
+#include "mercato/settings.h"
 
 #include <dlfcn.h>
 #include <link.h>
@@ -18,7 +18,7 @@
 #include <mutex>
 #include <utility>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato::collaborators {
 namespace {

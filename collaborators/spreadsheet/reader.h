@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/automation/class_table.h"
+#include "mercato/class_table.h"
 #include "platform/spreadsheet/workbook.h"
 
 namespace mercato::collaborators {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "platform/automation/class_table.h"
+#include "mercato/class_table.h"
 
 namespace mercato::collaborators {
 

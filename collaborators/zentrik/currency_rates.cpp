@@ -5,8 +5,8 @@
 #include "collaborators/query.h"
 #include "frame/lib_general.h"
 #include "frame/util.h"
+#include "mercato/raised_error.h"
 #include "values/decimal.h"
-#include "values/raised_error.h"
 #include "values/same_text.h"
 
 namespace mercato::collaborators {

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "platform/automation/class_table.h"
-#include "values/dictionary.h"
+#include "mercato/class_table.h"
+#include "mercato/dictionary.h"
 
 namespace mercato::collaborators {
 

@@ -1,4 +1,4 @@
-#include "platform/automation/class_table.h"
+#include "mercato/class_table.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "platform/automation/registry.h"
+#include "mercato/registry.h"
 
 #include <map>
 #include <mutex>

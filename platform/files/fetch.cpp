@@ -8,7 +8,7 @@
 #include <optional>
 #include <string_view>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato::files {
 namespace {

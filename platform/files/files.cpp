@@ -12,7 +12,7 @@
 #include <system_error>
 #include <utility>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato::files {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato::files {
 namespace {

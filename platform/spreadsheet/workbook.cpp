@@ -6,11 +6,11 @@
 #include <new>
 #include <utility>
 
+#include "mercato/date.h"
+#include "mercato/raised_error.h"
 #include "platform/files/paths.h"
 #include "platform/spreadsheet/sheet.h"
 #include "platform/spreadsheet/workbook_parts.h"
-#include "values/date.h"
-#include "values/raised_error.h"
 
 namespace mercato::spreadsheet {
 namespace {

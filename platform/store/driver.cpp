@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "mercato/raised_error.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/statement_observer.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::store {

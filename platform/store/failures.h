@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "mercato/raised_error.h"
 #include "platform/store/row_layout.h"
-#include "values/raised_error.h"
 
 namespace mercato::store {
 

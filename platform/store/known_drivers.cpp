@@ -1,7 +1,7 @@
 #include "platform/store/known_drivers.h"
 
+#include "mercato/raised_error.h"
 #include "platform/store/sqlite/driver.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::store {

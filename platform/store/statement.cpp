@@ -1,4 +1,4 @@
-#include "platform/store/statement.h"
+#include "mercato/statement.h"
 
 #include <charconv>
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato::store {
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "mercato/raised_error.h"
 #include "platform/store/driver.h"
 #include "platform/store/session_pool.h"
-#include "values/raised_error.h"
 
 namespace mercato::store {
 

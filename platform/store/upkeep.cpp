@@ -1,7 +1,7 @@
 #include "platform/store/upkeep.h"
 
+#include "mercato/raised_error.h"
 #include "platform/store/known_drivers.h"
-#include "values/raised_error.h"
 
 namespace mercato::store {
 

@@ -1,8 +1,8 @@
-#include "platform/transactions/invoke.h"
+#include "mercato/invoke.h"
 
+#include "mercato/object_context.h"
 #include "platform/store/statement_observer.h"
 #include "platform/store/unit_of_work.h"
-#include "platform/transactions/object_context.h"
 
 namespace mercato {
 namespace {

@@ -1,12 +1,12 @@
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 
 #include <algorithm>
 #include <optional>
 
-#include "platform/automation/registry.h"
+#include "mercato/raised_error.h"
+#include "mercato/registry.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/unit_of_work.h"
-#include "values/raised_error.h"
 
 namespace mercato {
 namespace {

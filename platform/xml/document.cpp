@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "mercato/raised_error.h"
 #include "platform/files/fetch.h"
 #include "platform/files/files.h"
 #include "platform/files/paths.h"
@@ -10,7 +11,6 @@
 #include "platform/xml/encoding.h"
 #include "platform/xml/entities.h"
 #include "platform/xml/well_formed.h"
-#include "values/raised_error.h"
 
 namespace mercato::xml {
 namespace {

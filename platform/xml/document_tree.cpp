@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato::xml {
 namespace {

@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
+#include "mercato/raised_error.h"
 #include "platform/files/files.h"
 #include "platform/files/paths.h"
-#include "values/raised_error.h"
 
 namespace mercato::xml {
 

@@ -68,7 +68,7 @@ const std::vector<Inner>& inner_rooms() {
       {"tools/cli/terminal", {"tools/gateway", "tools/cli/commands.h", "tools/cli/library.h"}},
       {"tools/cli/catalog", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
       {"tools/cli/classification", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
-      {"tools/cli/product", {"tools/gateway", "tools/cli", "tools/cli/terminal", "tools/cli/catalog/rights_walk.h"}},
+      {"tools/cli/product", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
       {"tools/cli/store", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
       {"tools/cli/upload", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
   };
@@ -85,6 +85,9 @@ bool is_below(std::string_view path, std::string_view folder) {
   return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
 }
 
+// The public headers are a room of their own: public_headers_test.cpp holds what they include, and who includes them.
+bool is_public(std::string_view path) { return path.starts_with("mercato/"); }
+
 std::vector<Include> includes_below(const std::string& folder) {
   const std::filesystem::path root = MERCATO_SOURCE_DIR;
   static const std::regex line_form(R"(^\s*#\s*include\s*([<"])([^>"]+)[>"].*)");
@@ -97,10 +100,12 @@ std::vector<Include> includes_below(const std::string& folder) {
     std::ifstream text(path);
     std::smatch match;
     for (std::string line; std::getline(text, line);)
-      if (std::regex_match(line, match, line_form)) includes.push_back({file, match[2], match[1] == "\""});
+      if (std::regex_match(line, match, line_form) && !is_public(match[2].str()))
+        includes.push_back({file, match[2], match[1] == "\""});
   }
   return includes;
 }
+
 std::vector<Include> includes_of(const Room& room) { return includes_below(room.folder); }
 
 std::string folder_of(const std::string& path) { return path.substr(0, path.rfind('/')); }
@@ -114,8 +119,8 @@ const Inner* row_of(const std::string& file) {
 }
 
 TEST(Architecture, EveryRoomIsThere) {
-  for (const char* folder :
-       {"values", "platform", "frame", "collaborators", "product", "upload", "catalog", "classification", "server"}) {
+  for (const char* folder : {"values", "platform", "frame", "records", "collaborators", "product", "upload", "catalog",
+                             "classification", "server"}) {
     const auto room =
         std::find_if(rooms().begin(), rooms().end(), [&](const Room& candidate) { return candidate.folder == folder; });
     ASSERT_NE(room, rooms().end());
@@ -175,7 +180,7 @@ TEST(Architecture, NoTwoSourcesShareAName) {
   const std::filesystem::path root = MERCATO_SOURCE_DIR;
   std::map<std::string, std::string> files;
   for (const char* folder : {"values", "platform", "frame", "records", "collaborators", "product", "upload", "catalog",
-                             "classification", "server", "tools", "tests", "bench", "examples", "fuzz"}) {
+                             "classification", "server", "tools", "tests", "bench", "examples", "fuzz", "include"}) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root / folder)) {
       const std::filesystem::path& path = entry.path();
       if (path.extension() != ".h" && path.extension() != ".cpp") continue;

@@ -7,10 +7,10 @@
 #include "bench/support/data_folder.h"
 #include "bench/support/price_converter.h"
 #include "bench/support/product_converter.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
+#include "mercato/price_xml.h"
+#include "mercato/product_xml.h"
 #include "tests/support/store_fixture.h"
-#include "upload/price_xml.h"
-#include "upload/product_xml.h"
 
 namespace mercato::test {
 namespace {

@@ -9,9 +9,9 @@
 
 #include "bench/support/component_files.h"
 #include "bench/support/data_folder.h"
-#include "classification/property.h"
-#include "platform/transactions/object_context.h"
-#include "product/product.h"
+#include "mercato/object_context.h"
+#include "mercato/product.h"
+#include "mercato/property.h"
 #include "tests/support/store_fixture.h"
 #include "values/text.h"
 

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "catalog/catalog.h"
-#include "catalog/t_catalog.h"
-#include "collaborators/grundwerk/settings.h"
-#include "platform/transactions/invoke.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/catalog.h"
+#include "mercato/invoke.h"
+#include "mercato/object_context.h"
+#include "mercato/settings.h"
+#include "mercato/t_catalog.h"
 #include "tests/support/failure_trail.h"
 #include "tests/support/store_fixture.h"
 

@@ -1,4 +1,4 @@
-#include "catalog/catalog.h"
+#include "mercato/catalog.h"
 
 #include <gtest/gtest.h>
 

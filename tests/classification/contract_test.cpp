@@ -1,8 +1,8 @@
-#include "classification/contract.h"
+#include "mercato/contract.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "tests/support/failure_trail.h"
 #include "tests/support/hostile_texts.h"
 #include "tests/support/store_fixture.h"

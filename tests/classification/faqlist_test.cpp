@@ -1,10 +1,10 @@
-#include "classification/faqlist.h"
+#include "mercato/faqlist.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
 
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "tests/support/failure_trail.h"
 #include "tests/support/hostile_texts.h"
 #include "tests/support/store_fixture.h"

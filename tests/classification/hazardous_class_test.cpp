@@ -1,11 +1,11 @@
-#include "classification/hazardous_class.h"
+#include "mercato/hazardous_class.h"
 
 #include <gtest/gtest.h>
 
-#include "classification/t_hazardous_class.h"
 #include "frame/lib_error_handling.h"
-#include "platform/transactions/invoke.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/invoke.h"
+#include "mercato/object_context.h"
+#include "mercato/t_hazardous_class.h"
 #include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"
 

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "frame/lib_error_handling.h"
-#include "platform/transactions/invoke.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/invoke.h"
+#include "mercato/object_context.h"
 #include "tests/support/messages.h"
 #include "tests/support/refusing_recorder.h"
 #include "tests/support/store_fixture.h"

@@ -1,8 +1,8 @@
-#include "classification/property_group.h"
+#include "mercato/property_group.h"
 
 #include <gtest/gtest.h>
 
-#include "classification/r_property_group.h"
+#include "mercato/r_property_group.h"
 #include "tests/classification/property_fixture.h"
 
 namespace mercato::test {

@@ -4,9 +4,9 @@
 
 #include <functional>
 
-#include "classification/property.h"
-#include "classification/property_group.h"
-#include "classification/r_property_group.h"
+#include "mercato/property.h"
+#include "mercato/property_group.h"
+#include "mercato/r_property_group.h"
 #include "tests/classification/property_fixture.h"
 #include "tests/support/hostile_texts.h"
 #include "values/text.h"

@@ -1,4 +1,4 @@
-#include "classification/property.h"
+#include "mercato/property.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
-#include "classification/unit.h"
+#include "mercato/unit.h"
 
 #include <gtest/gtest.h>
 
-#include "classification/t_unit.h"
 #include "frame/lib_error_handling.h"
-#include "platform/transactions/invoke.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/invoke.h"
+#include "mercato/object_context.h"
+#include "mercato/t_unit.h"
 #include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"
 

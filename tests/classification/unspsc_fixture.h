@@ -4,10 +4,10 @@
 #include <fstream>
 #include <optional>
 
-#include "classification/t_unspsc.h"
-#include "classification/unspsc.h"
 #include "frame/lib_error_handling.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
+#include "mercato/t_unspsc.h"
+#include "mercato/unspsc.h"
 #include "tests/support/failure_trail.h"
 #include "tests/support/store_fixture.h"
 #include "tests/support/workbook_files.h"

@@ -1,4 +1,4 @@
-#include "classification/unspsc.h"
+#include "mercato/unspsc.h"
 
 #include <gtest/gtest.h>
 

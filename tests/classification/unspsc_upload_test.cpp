@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "collaborators/spreadsheet/reader.h"
-#include "platform/automation/registry.h"
+#include "mercato/registry.h"
 #include "platform/store/call_limit.h"
 #include "tests/classification/unspsc_fixture.h"
 #include "tests/support/hostile_texts.h"

@@ -1,8 +1,8 @@
-#include "frame/connection.h"
+#include "mercato/connection.h"
 
 #include <gtest/gtest.h>
 
-#include "frame/recordset.h"
+#include "mercato/recordset.h"
 #include "platform/store/unit_of_work.h"
 #include "tests/platform/store/store_files.h"
 

@@ -6,7 +6,7 @@
 
 #include "collaborators/grundwerk/log.h"
 #include "frame/method.h"
-#include "platform/automation/registry.h"
+#include "mercato/registry.h"
 #include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"
 

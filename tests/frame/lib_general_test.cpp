@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/lib_mts.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"
 #include "tests/values/conversions.h"

@@ -4,11 +4,11 @@
 
 #include <thread>
 
-#include "classification/unit.h"
 #include "frame/contracts.h"
 #include "frame/lib_error_handling.h"
-#include "platform/transactions/object_context.h"
-#include "product/product.h"
+#include "mercato/object_context.h"
+#include "mercato/product.h"
+#include "mercato/unit.h"
 #include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"
 

@@ -1,4 +1,4 @@
-#include "frame/recordset.h"
+#include "mercato/recordset.h"
 
 #include <gtest/gtest.h>
 

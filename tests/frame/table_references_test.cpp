@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "collaborators/grundwerk/reference_rules.h"
+#include "mercato/reference_rules.h"
 #include "tests/support/store_fixture.h"
 
 namespace mercato::test {

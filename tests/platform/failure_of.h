@@ -1,7 +1,7 @@
 // What a call raised, for assertions on the whole failure.
 #pragma once
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato::test {
 

@@ -4,9 +4,9 @@
 
 #include <fstream>
 
-#include "collaborators/grundwerk/reference_rules.h"
 #include "frame/lib_error_handling.h"
 #include "frame/lib_sql.h"
+#include "mercato/reference_rules.h"
 #include "tests/product/product_fixture.h"
 #include "tests/support/expected_failure.h"
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/transactions/invoke.h"
-#include "platform/transactions/object_context.h"
-#include "product/product.h"
+#include "mercato/invoke.h"
+#include "mercato/object_context.h"
+#include "mercato/product.h"
 #include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"
 

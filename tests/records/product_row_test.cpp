@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "frame/lib_error_handling.h"
-#include "platform/automation/registry.h"
+#include "mercato/registry.h"
 #include "tests/support/store_fixture.h"
 
 namespace mercato::test {

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "catalog/t_catalog.h"
 #include "frame/lib_mts.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
+#include "mercato/t_catalog.h"
 #include "tests/support/failure_trail.h"
 
 namespace mercato::test {

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "server/server.h"
+#include "mercato/server.h"
 #include "values/text.h"
 
 namespace mercato::test {

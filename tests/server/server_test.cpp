@@ -1,4 +1,4 @@
-#include "server/server.h"
+#include "mercato/server.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -9,9 +9,9 @@
 
 #include "collaborators/grundwerk/log.h"
 #include "collaborators/register.h"
-#include "platform/automation/registry.h"
-#include "platform/transactions/invoke.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/invoke.h"
+#include "mercato/object_context.h"
+#include "mercato/registry.h"
 #include "tests/support/store_fixture.h"
 #include "values/text.h"
 

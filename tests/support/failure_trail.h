@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "mercato/raised_error.h"
 #include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"
-#include "values/raised_error.h"
 
 namespace mercato::test {
 

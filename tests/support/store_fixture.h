@@ -10,16 +10,16 @@
 #include <string_view>
 #include <vector>
 
-#include "collaborators/grundwerk/settings.h"
-#include "frame/connection.h"
 #include "frame/lib_sql.h"
-#include "frame/recordset.h"
 #include "frame/schema_texts.h"
-#include "platform/clock/clock.h"
+#include "mercato/clock.h"
+#include "mercato/connection.h"
+#include "mercato/invoke.h"
+#include "mercato/recordset.h"
+#include "mercato/server.h"
+#include "mercato/settings.h"
 #include "platform/store/session_pool.h"
 #include "platform/store/statement_observer.h"
-#include "platform/transactions/invoke.h"
-#include "server/server.h"
 #include "tests/support/test_store.h"
 
 namespace mercato::test {

@@ -20,7 +20,7 @@
 #include <string_view>
 #include <utility>
 
-#include "frame/table_creation.h"
+#include "mercato/table_creation.h"
 #include "platform/store/session_pool.h"
 #include "tests/platform/temporary_folder.h"
 

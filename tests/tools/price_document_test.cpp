@@ -1,10 +1,10 @@
 // The price upload command's own work, with a clock and failures of the test.
 #include "tools/cli/upload/price_document.h"
 
+#include "mercato/date.h"
 #include "tests/support/store_fixture.h"
 #include "tests/tools/run_tool.h"
 #include "tests/tools/upload_checks.h"
-#include "values/date.h"
 
 namespace mercato::test {
 namespace {

@@ -4,12 +4,12 @@
 #include <functional>
 #include <utility>
 
+#include "mercato/date.h"
 #include "tests/support/store_fixture.h"
 #include "tests/tools/run_tool.h"
 #include "tests/tools/upload_checks.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
-#include "values/date.h"
 
 namespace mercato::test {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-#include "server/server.h"
+#include "mercato/server.h"
 #include "tools/gateway/line_reader.h"
 #include "tools/gateway/serve.h"
 

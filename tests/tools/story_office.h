@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "frame/schema_texts.h"
+#include "mercato/collection.h"
+#include "mercato/dictionary.h"
+#include "mercato/raised_error.h"
 #include "tests/support/store_fixture.h"
 #include "tests/tools/run_tool.h"
-#include "values/collection.h"
-#include "values/dictionary.h"
-#include "values/raised_error.h"
 
 namespace mercato::test {
 

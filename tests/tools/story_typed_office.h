@@ -4,18 +4,18 @@
 #include <memory>
 #include <string>
 
-#include "catalog/catalog.h"
-#include "catalog/t_catalog.h"
-#include "classification/property.h"
-#include "classification/property_group.h"
-#include "classification/t_unit.h"
-#include "classification/t_unspsc.h"
-#include "classification/unspsc.h"
-#include "platform/transactions/object_context.h"
-#include "product/product.h"
+#include "mercato/catalog.h"
+#include "mercato/object_context.h"
+#include "mercato/price_xml.h"
+#include "mercato/product.h"
+#include "mercato/product_xml.h"
+#include "mercato/property.h"
+#include "mercato/property_group.h"
+#include "mercato/t_catalog.h"
+#include "mercato/t_unit.h"
+#include "mercato/t_unspsc.h"
+#include "mercato/unspsc.h"
 #include "tests/tools/story_office.h"
-#include "upload/price_xml.h"
-#include "upload/product_xml.h"
 
 namespace mercato::test {
 

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "mercato/price_xml.h"
 #include "tests/upload/upload_fixture.h"
-#include "upload/price_xml.h"
 
 namespace mercato::test {
 

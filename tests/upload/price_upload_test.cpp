@@ -1,14 +1,14 @@
 #include <random>
 
-#include "platform/automation/registry.h"
-#include "platform/transactions/object_context.h"
-#include "product/product.h"
+#include "mercato/date.h"
+#include "mercato/object_context.h"
+#include "mercato/product.h"
+#include "mercato/registry.h"
 #include "tests/platform/store/integrity.h"
 #include "tests/support/another_process.h"
 #include "tests/support/hostile_texts.h"
 #include "tests/support/refusing_recorder.h"
 #include "tests/upload/price_fixture.h"
-#include "values/date.h"
 #include "values/text.h"
 
 namespace mercato::test {

@@ -1,7 +1,7 @@
 #include "upload/price_validation.h"
 
-#include "platform/automation/registry.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
+#include "mercato/registry.h"
 #include "tests/support/hostile_texts.h"
 #include "tests/upload/price_fixture.h"
 

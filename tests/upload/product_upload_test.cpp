@@ -1,8 +1,8 @@
-#include "platform/automation/registry.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/date.h"
+#include "mercato/object_context.h"
+#include "mercato/registry.h"
 #include "tests/upload/upload_fixture.h"
 #include "upload/upload_documents.h"
-#include "values/date.h"
 
 namespace mercato::test {
 namespace {

@@ -8,12 +8,12 @@
 #include <vector>
 
 #include "frame/lib_error_handling.h"
+#include "mercato/collection.h"
+#include "mercato/dictionary.h"
+#include "mercato/product_xml.h"
 #include "tests/support/expected_failure.h"
 #include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"
-#include "upload/product_xml.h"
-#include "values/collection.h"
-#include "values/dictionary.h"
 
 namespace mercato::test {
 

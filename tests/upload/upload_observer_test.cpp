@@ -1,4 +1,4 @@
-#include "upload/upload_observer.h"
+#include "mercato/upload_observer.h"
 
 #include "tests/upload/upload_fixture.h"
 

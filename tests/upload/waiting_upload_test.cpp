@@ -2,8 +2,9 @@
 #include <functional>
 #include <thread>
 
-#include "platform/automation/registry.h"
-#include "platform/transactions/object_context.h"
+#include "frame/upload_run.h"
+#include "mercato/object_context.h"
+#include "mercato/registry.h"
 #include "tests/platform/local_server.h"
 #include "tests/upload/upload_fixture.h"
 

@@ -1,4 +1,4 @@
-#include "values/collection.h"
+#include "mercato/collection.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato::test {
 

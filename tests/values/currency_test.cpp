@@ -1,4 +1,4 @@
-#include "values/currency.h"
+#include "mercato/currency.h"
 
 #include <gtest/gtest.h>
 

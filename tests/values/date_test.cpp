@@ -1,4 +1,4 @@
-#include "values/date.h"
+#include "mercato/date.h"
 
 #include <gtest/gtest.h>
 

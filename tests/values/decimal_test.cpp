@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato {
 namespace {

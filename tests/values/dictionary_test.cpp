@@ -1,4 +1,4 @@
-#include "values/dictionary.h"
+#include "mercato/dictionary.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "values/variant.h"
+#include "mercato/variant.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "mercato/collection.h"
+#include "mercato/dictionary.h"
 #include "tests/values/conversions.h"
-#include "values/collection.h"
-#include "values/dictionary.h"
 
 namespace mercato {
 namespace {

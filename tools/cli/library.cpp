@@ -3,10 +3,10 @@
 #include <filesystem>
 #include <utility>
 
-#include "collaborators/grundwerk/settings.h"
+#include "mercato/invoke.h"
+#include "mercato/object_context.h"
+#include "mercato/settings.h"
 #include "platform/store/call_limit.h"
-#include "platform/transactions/invoke.h"
-#include "platform/transactions/object_context.h"
 
 namespace mercato::cli {
 

@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/automation/component.h"
+#include "mercato/component.h"
+#include "mercato/variant.h"
 #include "platform/store/call_limit.h"
-#include "values/variant.h"
 
 namespace mercato::cli {
 

@@ -8,18 +8,18 @@
 #include <iostream>
 #include <new>
 
-#include "collaborators/grundwerk/settings.h"
-#include "frame/table_creation.h"
+#include "mercato/raised_error.h"
+#include "mercato/server.h"
+#include "mercato/settings.h"
+#include "mercato/table_creation.h"
 #include "platform/store/driver.h"
 #include "platform/store/statement_observer.h"
-#include "server/server.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/memory_reserve.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::cli {

@@ -2,7 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "values/date.h"
+#include "mercato/date.h"
 #include "values/text.h"
 
 namespace mercato::cli {

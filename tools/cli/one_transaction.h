@@ -6,8 +6,8 @@
 #include <optional>
 #include <string_view>
 
+#include "mercato/object_context.h"
 #include "platform/store/unit_of_work.h"
-#include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
 
 namespace mercato::cli {

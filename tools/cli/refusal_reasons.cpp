@@ -6,7 +6,7 @@
 
 #include "collaborators/grundwerk/referential_checker.h"
 #include "frame/table_columns.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/listing.h"
 #include "tools/cli/terminal/sentence.h"

@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
+#include "mercato/raised_error.h"
+#include "mercato/variant.h"
 #include "tools/cli/commands.h"
 #include "tools/gateway/json_values.h"
-#include "values/raised_error.h"
-#include "values/variant.h"
 
 namespace mercato::cli {
 

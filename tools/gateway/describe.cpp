@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "platform/automation/registry.h"
-#include "server/server.h"
+#include "mercato/registry.h"
+#include "mercato/server.h"
 #include "tools/gateway/rpc_error.h"
 
 namespace mercato::gateway {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/automation/class_table.h"
+#include "mercato/class_table.h"
 
 namespace mercato::gateway {
 

@@ -6,14 +6,14 @@
 #include <utility>
 #include <vector>
 
-#include "frame/recordset.h"
-#include "platform/automation/class_table.h"
-#include "platform/automation/component.h"
+#include "mercato/class_table.h"
+#include "mercato/collection.h"
+#include "mercato/component.h"
+#include "mercato/dictionary.h"
+#include "mercato/raised_error.h"
+#include "mercato/recordset.h"
 #include "platform/store/row_layout.h"
 #include "tools/gateway/rpc_error.h"
-#include "values/collection.h"
-#include "values/dictionary.h"
-#include "values/raised_error.h"
 
 namespace mercato::gateway {
 namespace {

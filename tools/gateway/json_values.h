@@ -8,9 +8,9 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "frame/recordset.h"
+#include "mercato/recordset.h"
+#include "mercato/variant.h"
 #include "tools/gateway/object_table.h"
-#include "values/variant.h"
 
 namespace mercato::gateway {
 

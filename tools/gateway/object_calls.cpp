@@ -3,14 +3,14 @@
 #include <cstdint>
 #include <utility>
 
-#include "collaborators/grundwerk/settings.h"
-#include "frame/connection.h"
 #include "frame/lib_error_handling.h"
 #include "frame/lib_sql.h"
-#include "frame/recordset.h"
+#include "mercato/connection.h"
+#include "mercato/invoke.h"
+#include "mercato/object_context.h"
+#include "mercato/recordset.h"
+#include "mercato/settings.h"
 #include "platform/store/call_limit.h"
-#include "platform/transactions/invoke.h"
-#include "platform/transactions/object_context.h"
 #include "tools/gateway/call_watch.h"
 #include "tools/gateway/frame_functions.h"
 #include "values/text.h"

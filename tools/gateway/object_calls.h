@@ -4,11 +4,11 @@
 
 #include <vector>
 
-#include "platform/automation/component.h"
+#include "mercato/component.h"
+#include "mercato/raised_error.h"
 #include "tools/gateway/json_values.h"
 #include "tools/gateway/object_table.h"
 #include "tools/gateway/params.h"
-#include "values/raised_error.h"
 
 namespace mercato::gateway {
 

@@ -5,7 +5,7 @@
 #include <map>
 #include <unordered_map>
 
-#include "values/object.h"
+#include "mercato/object.h"
 
 namespace mercato::gateway {
 

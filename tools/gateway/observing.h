@@ -1,8 +1,8 @@
 // Sets the thread's observers of late-bound calls and of statements while it lives, and puts the earlier ones back.
 #pragma once
 
+#include "mercato/invoke.h"
 #include "platform/store/statement_observer.h"
-#include "platform/transactions/invoke.h"
 
 namespace mercato::gateway {
 

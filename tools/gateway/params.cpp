@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "platform/automation/registry.h"
+#include "mercato/registry.h"
 
 namespace mercato::gateway {
 

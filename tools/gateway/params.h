@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/automation/class_table.h"
+#include "mercato/class_table.h"
+#include "mercato/raised_error.h"
 #include "tools/gateway/json_values.h"
 #include "tools/gateway/rpc_error.h"
-#include "values/raised_error.h"
 
 namespace mercato::gateway {
 

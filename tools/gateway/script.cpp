@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/clock/clock.h"
+#include "mercato/clock.h"
 
 namespace mercato::gateway {
 

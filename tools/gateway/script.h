@@ -11,12 +11,12 @@
 #include <string>
 #include <vector>
 
-#include "collaborators/grundwerk/settings.h"
+#include "mercato/invoke.h"
+#include "mercato/raised_error.h"
+#include "mercato/settings.h"
 #include "platform/store/statement_observer.h"
-#include "platform/transactions/invoke.h"
 #include "tools/gateway/json_values.h"
 #include "tools/gateway/params.h"
-#include "values/raised_error.h"
 
 namespace mercato::gateway {
 

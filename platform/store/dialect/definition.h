@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "mercato/variant.h"
 #include "platform/store/dialect/dialect.h"
-#include "values/variant.h"
 
 namespace mercato::store::dialect {
 

@@ -2,11 +2,11 @@
 #include <optional>
 #include <utility>
 
+#include "mercato/raised_error.h"
 #include "platform/store/dialect/definition.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/token_reader.h"
 #include "platform/store/dialect/type_names.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::store::dialect {

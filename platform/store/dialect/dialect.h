@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
+#include "mercato/statement.h"
+#include "mercato/variant.h"
 #include "platform/store/row_layout.h"
-#include "platform/store/statement.h"
-#include "values/variant.h"
 
 namespace mercato::store::dialect {
 

@@ -2,11 +2,11 @@
 #include <bit>
 #include <cstring>
 
+#include "mercato/raised_error.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/dialect/like_prefix.h"
 #include "platform/store/dialect/refusal.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::store::dialect {

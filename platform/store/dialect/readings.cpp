@@ -3,7 +3,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::store::dialect {

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <variant>
 
-#include "values/currency.h"
-#include "values/date.h"
+#include "mercato/currency.h"
+#include "mercato/date.h"
 
 namespace mercato::store::dialect {
 

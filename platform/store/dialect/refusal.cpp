@@ -1,6 +1,6 @@
 #include "platform/store/dialect/refusal.h"
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::store::dialect {

@@ -1,8 +1,8 @@
 #include "platform/store/dialect/statement_reader.h"
 
+#include "mercato/raised_error.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/dialect/refusal.h"
-#include "values/raised_error.h"
 
 namespace mercato::store::dialect {
 

@@ -16,10 +16,10 @@
 #include <utility>
 #include <vector>
 
+#include "mercato/raised_error.h"
 #include "platform/store/dialect/definition.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/dialect/type_names.h"
-#include "values/raised_error.h"
 
 namespace mercato::store::dialect {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <numeric>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 #include "values/same_text.h"
 
 namespace mercato::store::sqlite {

@@ -3,11 +3,11 @@
 #include <new>
 #include <utility>
 
+#include "mercato/raised_error.h"
 #include "platform/store/failures.h"
 #include "platform/store/sqlite/failure.h"
 #include "platform/store/sqlite/session.h"
 #include "platform/store/sqlite/values.h"
-#include "values/raised_error.h"
 
 namespace mercato::store::sqlite {
 

@@ -11,9 +11,9 @@
 #include <string>
 #include <string_view>
 
+#include "mercato/raised_error.h"
 #include "platform/store/row_layout.h"
 #include "platform/store/sqlite/log_owner.h"
-#include "values/raised_error.h"
 
 namespace mercato::store::sqlite {
 

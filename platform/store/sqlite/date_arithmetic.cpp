@@ -5,8 +5,8 @@
 #include <chrono>
 #include <cstdio>
 
+#include "mercato/raised_error.h"
 #include "platform/store/dialect/readings.h"
-#include "values/raised_error.h"
 
 namespace mercato::store::sqlite {
 namespace {

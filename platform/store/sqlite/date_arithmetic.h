@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "values/date.h"
+#include "mercato/date.h"
 
 namespace mercato::store::sqlite {
 

@@ -10,16 +10,16 @@
 #include <string>
 #include <string_view>
 
-#include "platform/clock/clock.h"
+#include "mercato/clock.h"
+#include "mercato/currency.h"
+#include "mercato/date.h"
+#include "mercato/raised_error.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/dialect/like_prefix.h"
 #include "platform/store/dialect/readings.h"
 #include "platform/store/sqlite/collation.h"
 #include "platform/store/sqlite/date_arithmetic.h"
 #include "platform/store/sqlite/like_pattern.h"
-#include "values/currency.h"
-#include "values/date.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::store::sqlite {

@@ -6,13 +6,13 @@
 #include <thread>
 #include <utility>
 
+#include "mercato/raised_error.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/failures.h"
 #include "platform/store/sqlite/cursor.h"
 #include "platform/store/sqlite/failure.h"
 #include "platform/store/sqlite/statement_printer.h"
 #include "platform/store/sqlite/values.h"
-#include "values/raised_error.h"
 
 namespace mercato::store::sqlite {
 namespace {

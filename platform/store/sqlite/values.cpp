@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato::store::sqlite {
 namespace {

@@ -6,8 +6,8 @@
 
 #include <string_view>
 
+#include "mercato/variant.h"
 #include "platform/store/row_layout.h"
-#include "values/variant.h"
 
 namespace mercato::store::sqlite {
 

@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "tests/support/store_fixture.h"
 
 namespace mercato::collaborators {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/contracts.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "tests/support/store_fixture.h"
 
 namespace mercato::collaborators {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "collaborators/grundwerk/settings.h"
 #include "frame/contracts.h"
+#include "mercato/settings.h"
 #include "tests/support/store_fixture.h"
 
 namespace mercato::collaborators {

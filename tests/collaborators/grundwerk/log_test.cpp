@@ -8,9 +8,9 @@
 #include <regex>
 #include <sstream>
 
-#include "collaborators/grundwerk/settings.h"
 #include "frame/contracts.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
+#include "mercato/settings.h"
 #include "tests/support/store_fixture.h"
 
 namespace mercato::collaborators {

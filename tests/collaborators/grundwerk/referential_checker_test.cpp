@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "collaborators/grundwerk/reference_rules.h"
 #include "frame/contracts.h"
-#include "platform/automation/registry.h"
+#include "mercato/reference_rules.h"
+#include "mercato/registry.h"
 #include "platform/store/unit_of_work.h"
 #include "tests/support/store_fixture.h"
 

@@ -1,4 +1,4 @@
-#include "collaborators/grundwerk/settings.h"
+#include "mercato/settings.h"
 
 #include <gtest/gtest.h>
 

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/transactions/invoke.h"
-#include "platform/transactions/object_context.h"
-#include "server/server.h"
+#include "mercato/invoke.h"
+#include "mercato/object_context.h"
+#include "mercato/server.h"
 #include "tests/platform/failure_of.h"
 #include "tests/platform/temporary_folder.h"
 #include "tests/support/workbook_files.h"

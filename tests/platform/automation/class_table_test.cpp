@@ -1,16 +1,16 @@
-#include "platform/automation/class_table.h"
+#include "mercato/class_table.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "platform/automation/registry.h"
+#include "mercato/dictionary.h"
+#include "mercato/invoke.h"
+#include "mercato/object_context.h"
+#include "mercato/registry.h"
 #include "platform/store/statement_observer.h"
-#include "platform/transactions/invoke.h"
-#include "platform/transactions/object_context.h"
 #include "tests/platform/failure_of.h"
-#include "values/dictionary.h"
 
 namespace mercato {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/clock/clock.h"
+#include "mercato/clock.h"
 
 #include <gtest/gtest.h>
 

@@ -4,10 +4,10 @@
 
 #include <filesystem>
 
+#include "mercato/raised_error.h"
 #include "tests/platform/failure_of.h"
 #include "tests/platform/temporary_folder.h"
 #include "tests/support/workbook_files.h"
-#include "values/raised_error.h"
 
 namespace mercato::test {
 namespace {

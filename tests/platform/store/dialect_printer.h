@@ -5,11 +5,11 @@
 #include <string>
 #include <string_view>
 
+#include "mercato/raised_error.h"
 #include "platform/store/dialect/like_prefix.h"
 #include "platform/store/dialect/resolver.h"
 #include "platform/store/dialect/syntax_tree.h"
 #include "platform/store/sqlite/statement_printer.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::store::dialect::test {

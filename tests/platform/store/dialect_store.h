@@ -11,12 +11,12 @@
 #include <string_view>
 #include <vector>
 
+#include "mercato/raised_error.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/sqlite/declared_type.h"
 #include "platform/store/sqlite/functions.h"
 #include "platform/store/sqlite/statement_printer.h"
 #include "tests/platform/store/dialect_printer.h"
-#include "values/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::store::dialect::test {

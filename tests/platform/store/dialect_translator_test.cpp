@@ -3,7 +3,7 @@
 
 #include <climits>
 
-#include "platform/clock/clock.h"
+#include "mercato/clock.h"
 #include "tests/platform/failure_of.h"
 #include "tests/platform/store/dialect_store.h"
 

@@ -1,4 +1,4 @@
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 
 #include <gtest/gtest.h>
 
@@ -8,15 +8,15 @@
 #include <thread>
 #include <vector>
 
-#include "classification/t_hazardous_class.h"
-#include "classification/t_unit.h"
-#include "classification/unit.h"
 #include "frame/lib_mts.h"
-#include "platform/automation/registry.h"
+#include "mercato/dictionary.h"
+#include "mercato/invoke.h"
+#include "mercato/registry.h"
+#include "mercato/t_hazardous_class.h"
+#include "mercato/t_unit.h"
+#include "mercato/unit.h"
 #include "platform/store/call_limit.h"
-#include "platform/transactions/invoke.h"
 #include "tests/support/store_fixture.h"
-#include "values/dictionary.h"
 
 namespace mercato::test {
 namespace {

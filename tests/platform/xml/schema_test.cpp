@@ -5,10 +5,10 @@
 #include <atomic>
 #include <fstream>
 
+#include "mercato/raised_error.h"
 #include "tests/platform/failure_of.h"
 #include "tests/platform/local_server.h"
 #include "tests/platform/temporary_folder.h"
-#include "values/raised_error.h"
 
 namespace mercato::test {
 namespace {

@@ -2,14 +2,14 @@
 #include "tools/cli/catalog/catalog_commands.h"
 
 #include "catalog/catalog_lists.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/collection.h"
+#include "mercato/object_context.h"
 #include "tools/cli/catalog/catalog_names.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
-#include "values/collection.h"
 #include "values/text.h"
 
 namespace mercato::cli {

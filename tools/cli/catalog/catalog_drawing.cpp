@@ -7,7 +7,7 @@
 
 #include "catalog/catalog_lists.h"
 #include "catalog/node_tree.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "tools/cli/catalog/catalog_commands.h"
 #include "tools/cli/catalog/catalog_names.h"
 #include "tools/cli/library.h"

@@ -3,10 +3,10 @@
 #include <charconv>
 #include <vector>
 
-#include "platform/transactions/object_context.h"
+#include "mercato/dictionary.h"
+#include "mercato/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/terminal.h"
-#include "values/dictionary.h"
 #include "values/same_text.h"
 
 namespace mercato::cli {

@@ -8,7 +8,7 @@
 #include "catalog/catalog_lists.h"
 #include "catalog/node_tree.h"
 #include "frame/lib_general.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/refusal_reasons.h"

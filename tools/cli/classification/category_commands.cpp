@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/refusal_reasons.h"

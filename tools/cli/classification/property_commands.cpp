@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "classification/group_members.h"
-#include "classification/property.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
+#include "mercato/property.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/refusal_reasons.h"

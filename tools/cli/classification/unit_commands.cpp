@@ -1,7 +1,7 @@
 // mercato unit: the units of measure.
 #include <set>
 
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/refusal_reasons.h"

@@ -4,13 +4,13 @@
 #include <memory>
 #include <optional>
 
-#include "classification/t_unspsc.h"
 #include "classification/unspsc_code.h"
 #include "classification/unspsc_upload.h"
 #include "frame/lib_error_handling.h"
+#include "mercato/object_context.h"
+#include "mercato/t_unspsc.h"
 #include "platform/files/files.h"
 #include "platform/spreadsheet/workbook.h"
-#include "platform/transactions/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/one_transaction.h"

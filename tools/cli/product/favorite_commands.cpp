@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <optional>
 
-#include "platform/transactions/object_context.h"
-#include "product/product.h"
+#include "mercato/object_context.h"
+#include "mercato/product.h"
 #include "product/product_favorites.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"

@@ -3,7 +3,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/transactions/object_context.h"
+#include "mercato/dictionary.h"
+#include "mercato/object_context.h"
 #include "product/product_search.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
@@ -12,7 +13,6 @@
 #include "tools/cli/terminal/listing.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/json_values.h"
-#include "values/dictionary.h"
 
 namespace mercato::cli {
 namespace {

@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "frame/lib_general.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "product/product_favorites.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"

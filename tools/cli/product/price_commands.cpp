@@ -1,13 +1,13 @@
 // mercato price: the price lines of products.
 #include <cmath>
 
-#include "frame/library_clock.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/clock.h"
+#include "mercato/date.h"
+#include "mercato/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
-#include "values/date.h"
 #include "values/text.h"
 
 namespace mercato::cli {

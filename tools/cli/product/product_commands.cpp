@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "frame/lib_general.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
 #include "records/product_row.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"

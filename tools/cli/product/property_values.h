@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/automation/component.h"
+#include "mercato/component.h"
 #include "tools/cli/terminal/listing.h"
 
 namespace mercato::cli {

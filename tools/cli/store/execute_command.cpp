@@ -2,8 +2,8 @@
 #include <array>
 #include <iostream>
 
-#include "frame/connection.h"
-#include "frame/recordset.h"
+#include "mercato/connection.h"
+#include "mercato/recordset.h"
 #include "platform/files/files.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/unit_of_work.h"

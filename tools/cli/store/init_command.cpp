@@ -1,6 +1,6 @@
 #include <iostream>
 
-#include "frame/table_creation.h"
+#include "mercato/table_creation.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/terminal.h"

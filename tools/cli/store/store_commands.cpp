@@ -1,8 +1,8 @@
 // mercato store: the store's file; its check, its backup and the way back.
 #include <iostream>
 
-#include "frame/table_creation.h"
 #include "frame/table_references.h"
+#include "mercato/table_creation.h"
 #include "platform/store/upkeep.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"

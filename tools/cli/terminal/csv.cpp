@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 #include "values/text.h"
 
 namespace mercato::cli {

@@ -6,8 +6,8 @@
 #include <iterator>
 
 #include "frame/lib_sql.h"
-#include "frame/recordset.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
+#include "mercato/recordset.h"
 #include "tools/cli/library.h"
 #include "values/same_text.h"
 

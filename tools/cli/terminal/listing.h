@@ -6,11 +6,11 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/recordset.h"
+#include "mercato/dictionary.h"
+#include "mercato/recordset.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/json_values.h"
-#include "values/dictionary.h"
 
 namespace mercato::cli {
 

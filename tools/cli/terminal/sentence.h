@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "values/raised_error.h"
+#include "mercato/raised_error.h"
 
 namespace mercato::cli {
 

@@ -2,7 +2,9 @@
 #include <optional>
 
 #include "frame/lib_error_handling.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/collection.h"
+#include "mercato/dictionary.h"
+#include "mercato/object_context.h"
 #include "platform/xml/document.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
@@ -10,8 +12,6 @@
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/json_values.h"
 #include "upload/upload_documents.h"
-#include "values/collection.h"
-#include "values/dictionary.h"
 
 namespace mercato::cli {
 namespace {

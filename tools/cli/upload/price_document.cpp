@@ -2,15 +2,14 @@
 
 #include <memory>
 
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
+#include "mercato/price_xml.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/sentence.h"
 #include "upload/price_validation.h"
-#include "upload/price_xml.h"
 
 namespace mercato::cli {
 namespace {
-
 
 UploadFinding about(const std::string& part_number, std::string reason) {
   return {.part_number = part_number, .line = 0, .field = {}, .value = {}, .reason = std::move(reason)};

@@ -7,8 +7,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "mercato/upload_observer.h"
 #include "tools/cli/upload/upload_runs.h"
-#include "upload/upload_observer.h"
 
 namespace mercato::cli {
 

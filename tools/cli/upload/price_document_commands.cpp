@@ -4,16 +4,16 @@
 #include <optional>
 #include <unordered_map>
 
-#include "collaborators/grundwerk/settings.h"
 #include "frame/lib_error_handling.h"
-#include "platform/transactions/object_context.h"
+#include "mercato/collection.h"
+#include "mercato/dictionary.h"
+#include "mercato/object_context.h"
+#include "mercato/settings.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/upload/price_document.h"
 #include "upload/price_validation.h"
 #include "upload/upload_documents.h"
-#include "values/collection.h"
-#include "values/dictionary.h"
 
 namespace mercato::cli {
 namespace prices_commands {

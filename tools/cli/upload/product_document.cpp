@@ -3,10 +3,10 @@
 #include <memory>
 #include <unordered_set>
 
-#include "platform/transactions/object_context.h"
+#include "mercato/object_context.h"
+#include "mercato/product_xml.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/sentence.h"
-#include "upload/product_xml.h"
 
 namespace mercato::cli {
 namespace {

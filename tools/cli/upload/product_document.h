@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "mercato/upload_observer.h"
 #include "tools/cli/upload/upload_runs.h"
-#include "upload/upload_observer.h"
 
 namespace mercato::cli {
 

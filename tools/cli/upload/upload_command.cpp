@@ -1,6 +1,6 @@
 #include <iostream>
 
-#include "collaborators/grundwerk/settings.h"
+#include "mercato/settings.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/upload/product_document.h"
 

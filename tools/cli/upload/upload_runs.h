@@ -15,12 +15,12 @@
 #include <string>
 #include <vector>
 
+#include "mercato/raised_error.h"
+#include "mercato/variant.h"
 #include "platform/xml/document.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/cli/upload/upload_report.h"
 #include "upload/upload_documents.h"
-#include "values/raised_error.h"
-#include "values/variant.h"
 
 namespace mercato::cli {
 

@@ -1,0 +1,100 @@
+// The fields of a failure, and the one exception type that carries them.
+// A value type: copied freely, owned by nobody. Any thread.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "mercato/export.h"
+
+namespace mercato {
+
+struct RaisedError {
+  std::int32_t Number = 0;  ///< 0: no error
+  std::string Source;       ///< set at the first raise, never changed on the way up
+  std::string Description;  ///< grows by one wrapping at every level that passes it on
+  std::string HelpFile;     ///< carried along unchanged
+  std::int32_t HelpContext = 0;
+
+  bool operator==(const RaisedError&) const = default;
+};
+
+/// The only exception that leaves the library.
+class MERCATO_API Raised : public std::exception {
+ public:
+  explicit Raised(RaisedError error) : error_(std::move(error)) {}
+  const RaisedError& error() const noexcept { return error_; }
+  const char* what() const noexcept override { return error_.Description.c_str(); }
+
+ private:
+  RaisedError error_;
+};
+
+/// The source of a raise that names none.
+inline constexpr std::string_view kLibraryName = "Mercato";
+
+/// Numbers of the failures that the ground raises. One table for the whole library; `default_description` has the
+/// conventional text of each.
+namespace error_number {
+
+inline constexpr std::int32_t kInvalidArgument = 5;
+inline constexpr std::int32_t kOverflow = 6;
+inline constexpr std::int32_t kOutOfMemory = 7;
+inline constexpr std::int32_t kSubscriptOutOfRange = 9;
+inline constexpr std::int32_t kTypeMismatch = 13;
+inline constexpr std::int32_t kFileNotFound = 53;
+inline constexpr std::int32_t kPermissionDenied = 70;
+inline constexpr std::int32_t kPathFileAccess = 75;
+inline constexpr std::int32_t kPathNotFound = 76;
+inline constexpr std::int32_t kObjectNotSet = 91;
+inline constexpr std::int32_t kInvalidUseOfNull = 94;
+inline constexpr std::int32_t kObjectRequired = 424;
+inline constexpr std::int32_t kCannotCreateObject = 429;
+inline constexpr std::int32_t kNoSuchMethod = 438;
+inline constexpr std::int32_t kArgumentNotOptional = 449;
+inline constexpr std::int32_t kWrongNumberOfArguments = 450;
+inline constexpr std::int32_t kDuplicateKey = 457;
+
+/// Data access: 0x800A0000 plus its customary number.
+inline constexpr std::int32_t data_access(std::int32_t number) {
+  return static_cast<std::int32_t>(0x800A0000u + static_cast<std::uint32_t>(number));
+}
+inline constexpr std::int32_t kInvalidDataArgument = data_access(3001);
+inline constexpr std::int32_t kNoCurrentRow = data_access(3021);
+inline constexpr std::int32_t kFeatureNotAvailable = data_access(3251);
+inline constexpr std::int32_t kNoSuchField = data_access(3265);
+inline constexpr std::int32_t kObjectClosed = data_access(3704);
+inline constexpr std::int32_t kObjectOpen = data_access(3705);
+
+/// The store itself.
+inline constexpr std::int32_t kStatementRefused = static_cast<std::int32_t>(0x80040E14u);
+inline constexpr std::int32_t kConstraintViolated = static_cast<std::int32_t>(0x80040E2Fu);
+inline constexpr std::int32_t kValueTooLong = static_cast<std::int32_t>(0x80040E57u);
+inline constexpr std::int32_t kTimeout = static_cast<std::int32_t>(0x80040E31u);
+inline constexpr std::int32_t kStoreFailure = static_cast<std::int32_t>(0x80004005u);
+
+/// The text that a failure of this number has when it brings none of its own, such as "Type mismatch" for 13.
+MERCATO_API std::string_view default_description(std::int32_t number);
+
+}  // namespace error_number
+
+/// A failure as it arrives: an empty source becomes "Mercato", an empty description the customary text of the number.
+MERCATO_API RaisedError completed(RaisedError error);
+/// Raises the completed failure.
+[[noreturn]] MERCATO_API void raise(std::int32_t number, std::string source, std::string description);
+[[noreturn]] MERCATO_API void raise(std::int32_t number);
+
+/// Runs the work. A failed allocation is raised as kOutOfMemory, which needs no memory itself.
+template <class Work>
+decltype(auto) raising_out_of_memory(Work work) {
+  try {
+    return work();
+  } catch (const std::bad_alloc&) {
+    raise(error_number::kOutOfMemory);
+  }
+}
+
+}  // namespace mercato
