@@ -16,23 +16,48 @@ add_custom_command(
   DEPENDS ${MERCATO_SCHEMA} ${PROJECT_SOURCE_DIR}/cmake/embed_schema.cmake
   VERBATIM)
 
-add_library(mercato SHARED ${MERCATO_SOURCES} ${schema_source})
-target_include_directories(mercato PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-target_compile_features(mercato PUBLIC cxx_std_20)
-target_link_libraries(mercato PRIVATE SQLite::SQLite3 pugixml::pugixml CURL::libcurl fmt::fmt spdlog::spdlog ICU::uc ICU::i18n LibXml2::LibXml2 PkgConfig::LIBZIP ${CMAKE_DL_LIBS})
-set_target_properties(mercato PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "")
-add_library(mercato::mercato ALIAS mercato)
+# Compiled once, linked twice: into the shared library, which exports what include/mercato/ declares and nothing else, and
+# into an archive for what stands on the inside: the tool, tests, benchmarks, fuzz targets. Nothing links both.
+add_library(mercato_objects OBJECT ${MERCATO_SOURCES} ${schema_source})
+set(libraries SQLite::SQLite3 pugixml::pugixml CURL::libcurl fmt::fmt spdlog::spdlog ICU::uc ICU::i18n LibXml2::LibXml2 PkgConfig::LIBZIP ${CMAKE_DL_LIBS})
+target_include_directories(mercato_objects PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/generated/include)
+target_link_libraries(mercato_objects PRIVATE ${libraries})
+set_target_properties(mercato_objects PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
 # Nobody puts other functions in the place of the library's own, so its calls of itself need no table to go through.
-target_compile_options(mercato PRIVATE -fno-semantic-interposition)
-target_link_options(mercato PRIVATE LINKER:-Bsymbolic-functions)
-if(MERCATO_UNITY)
-  set_target_properties(mercato PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
+target_compile_options(mercato_objects PRIVATE -fno-semantic-interposition)
+
+add_library(mercato SHARED $<TARGET_OBJECTS:mercato_objects>)
+target_include_directories(mercato PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/generated/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+target_compile_features(mercato PUBLIC cxx_std_20)
+target_link_libraries(mercato PRIVATE ${libraries})
+# While the major version is 0, a new minor version is another interface, and so another library.
+set(so_version ${PROJECT_VERSION_MAJOR})
+if(so_version EQUAL 0)
+  set(so_version ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 endif()
+set_target_properties(mercato PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION ${so_version} INSTALL_RPATH "")
+add_library(mercato::mercato ALIAS mercato)
+# What templates of others leave behind is nobody's to use either.
+set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+target_link_options(mercato PRIVATE LINKER:-Bsymbolic-functions LINKER:--version-script=${exports})
+set_target_properties(mercato PROPERTIES LINK_DEPENDS ${exports})
+
+add_library(mercato_internal STATIC $<TARGET_OBJECTS:mercato_objects>)
+target_include_directories(mercato_internal PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/generated/include)
+target_compile_features(mercato_internal PUBLIC cxx_std_20)
+target_link_libraries(mercato_internal PUBLIC ${libraries})
+set_target_properties(mercato_internal PROPERTIES LINKER_LANGUAGE CXX)
+
+if(MERCATO_UNITY)
+  set_target_properties(mercato_objects PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
+endif()
+
+configure_file(${PROJECT_SOURCE_DIR}/cmake/version.h.in ${PROJECT_BINARY_DIR}/generated/include/mercato/version.h @ONLY)
 
 # Files of the installation lie in the build tree where they lie in an installed one, seen from the library.
 configure_file(${PROJECT_SOURCE_DIR}/xmlschemas/UNSPSC_Schema.xml
   ${PROJECT_BINARY_DIR}/share/mercato/xmlschemas/UNSPSC_Schema.xml COPYONLY)
 
 if(MERCATO_PRECOMPILE)
-  target_precompile_headers(mercato PRIVATE ${PROJECT_SOURCE_DIR}/include/mercato/class_table.h)
+  target_precompile_headers(mercato_objects PRIVATE ${PROJECT_SOURCE_DIR}/include/mercato/class_table.h)
 endif()

@@ -36,12 +36,12 @@ check_hardening() {
   [ "$build_type" = Debug ] || grep -q __stack_chk_fail <<<"$(nm -D --undefined-only "$1")" || fail "$1: has no stack protector"
 }
 
-# The tool starts in a folder that has a file without content for each library that the two need.
+# The tool starts in a folder that has a file without content for each library that it and the library need.
 check_start() {
   local tool=$1 library=$2 bait needed
   bait=$(mktemp -d -p "$work")
   for needed in $(readelf -d "$tool" "$library" | sed -nE 's/.*\(NEEDED\).*\[(.*)\]/\1/p'); do touch "$bait/$needed"; done
-  ls "$bait" | grep -q '^libmercato\.so\.' || fail "$tool: does not need the library"
+  ls "$bait" | grep -q '^libsqlite3\.so\.' || fail "$tool: does not need the store's engine"
   (cd "$bait" && "$tool" version >/dev/null) || fail "$tool: does not start"
 }
 

@@ -12,6 +12,7 @@
 #include "mercato/server.h"
 #include "mercato/settings.h"
 #include "mercato/table_creation.h"
+#include "mercato/version.h"
 #include "platform/store/driver.h"
 #include "platform/store/statement_observer.h"
 #include "tools/cli/commands.h"
