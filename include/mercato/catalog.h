@@ -25,8 +25,8 @@ enum class NodeType : std::int32_t { catalognode = 0, ProductCategory = 1, Attac
 
 /// A node by its catalogue, for clients; no call takes or returns it.
 struct ApprovalNode {
-  std::int32_t CatalogID;
-  std::int32_t NodeID;
+  std::int32_t CatalogID;  ///< of the catalogue
+  std::int32_t NodeID;     ///< of the node in it
 };
 
 /// The reading half of the catalogue. It never starts a transaction and never votes, and it changes nothing.

@@ -33,30 +33,35 @@
 
 namespace mercato {
 
+/// What a class says of transactions: it needs one, it takes part in none, or it says nothing.
 enum class TransactionAttribute { required, none, undeclared };
 
 /// "required", "none", "undeclared".
 MERCATO_API std::string_view attribute_name(TransactionAttribute attribute);
 
+/// An argument of a method.
 struct ArgumentInfo {
-  std::string name;
-  std::string_view type;  ///< "long", "string", "Dictionary", ...
-  bool by_reference = false;
-  bool optional = false;
-  Variant default_value;  ///< of an optional one; Missing when it has none
+  std::string name;           ///< as the interface has it
+  std::string_view type;      ///< "long", "string", "Dictionary", ...
+  bool by_reference = false;  ///< the caller sees what becomes of it
+  bool optional = false;      ///< it may be left out
+  Variant default_value;      ///< of an optional one; Missing when it has none
 };
 
+/// A method of a class.
 struct MethodInfo {
-  std::string name;
-  std::vector<ArgumentInfo> arguments;
-  std::string_view result;  ///< empty for a method without one
-  std::string deprecated;   ///< what to use instead; empty for a living method
-  bool property = false;    ///< read without an argument, written with one
+  std::string name;                     ///< as the interface has it
+  std::vector<ArgumentInfo> arguments;  ///< in their order
+  std::string_view result;              ///< empty for a method without one
+  std::string deprecated;               ///< what to use instead; empty for a living method
+  bool property = false;                ///< read without an argument, written with one
   /// The arguments are complete (defaults filled in); those by reference are updated in place.
   std::function<Variant(Component&, std::span<Variant>)> invoke;
 };
 
-/// The plain name of a C++ type at the interface, and the conversions from and to a Variant.
+/// @cond internal
+
+// The plain name of a C++ type at the interface, and the conversions from and to a Variant.
 template <class T>
 struct InterfaceType;
 
@@ -92,35 +97,44 @@ struct InterfaceType<std::shared_ptr<T>> {
   }
 };
 
+/// @endcond
+
 /// An argument's name, and its default when it may be left out.
 struct ArgumentName {
+  /// An argument that is always passed.
   ArgumentName(const char* argument_name) : name(argument_name) {}  // NOLINT: implicit on purpose
-  std::string name;
-  bool optional = false;
-  Variant default_value;
+  std::string name;                                                 ///< as the interface has it
+  bool optional = false;                                            ///< it may be left out
+  Variant default_value;                                            ///< of an optional one; Missing when it has none
 };
+/// An argument that may be left out, with its default; Missing without one.
 MERCATO_API ArgumentName optional(const char* name, Variant default_value = kMissing);
 
+/// The table with which a class describes itself. Immutable once it is made; any thread.
 class MERCATO_API ClassTable {
  public:
+  /// The table of class `T`, which methods are then added to. The class id is a text with its brackets.
   template <class T>
   static ClassTable of(std::string prog_id, std::string class_id, TransactionAttribute attribute) {
     return ClassTable(std::move(prog_id), std::move(class_id), attribute,
                       []() -> ComponentPtr { return std::make_shared<T>(); });
   }
 
+  /// A method, with the names of its arguments in their order: as many as it has, or the process ends.
   template <class T, class Result, class... Arguments>
   ClassTable& method(std::string name, Result (T::*function)(Arguments...),
                      std::initializer_list<ArgumentName> arguments = {}) {
     methods_.push_back(describe(std::move(name), function, arguments));
     return *this;
   }
-  /// Of the method declared last.
+  /// Marks the method declared last as retired, and says what to use instead.
   ClassTable& deprecated(std::string instead);
   /// Names the class of the result or of an argument, where the C++ type only says that it is an object.
   ClassTable& returns(std::string_view type);
+  /// The same for one of its arguments.
   ClassTable& takes(std::string_view argument, std::string_view type);
 
+  /// A property: a method that reads without an argument and writes with one.
   template <class T, class Value>
   ClassTable& property(std::string name, Value (T::*read)() const, void (T::*write)(const Value&)) {
     MethodInfo info;
@@ -161,19 +175,27 @@ class MERCATO_API ClassTable {
     return *this;
   }
 
+  /// "Mercato.Product"
   const std::string& prog_id() const { return prog_id_; }
+  /// A text with its brackets.
   const std::string& class_id() const { return class_id_; }
   /// The class's name: the part of the ProgID behind the full stop.
   std::string_view class_name() const;
   /// "_Product"
   std::string default_interface() const { return "_" + std::string(class_name()); }
+  /// What it says of transactions.
   TransactionAttribute attribute() const { return attribute_; }
+  /// Names of the interfaces that it has besides its own.
   const std::vector<std::string>& implements() const { return implements_; }
+  /// In the order of their declaration.
   const std::vector<MethodInfo>& methods() const { return methods_; }
+  /// Whether it is a component beside the library.
   bool is_collaborator() const { return collaborator_; }
+  /// Whether its methods may wait for something that is not the store.
   bool may_wait() const { return may_wait_; }
   /// By name in any case, the interfaces' operations included; null when there is none.
   const MethodInfo* find(std::string_view name) const;
+  /// A new object, without any context.
   ComponentPtr create() const { return create_(); }
 
  private:
@@ -250,6 +272,7 @@ class MERCATO_API ClassTable {
 template <class Self>
 class ComponentOf : public Component {
  public:
+  /// `Self::table()`.
   const ClassTable& class_table() const override { return Self::table(); }
 };
 

@@ -7,6 +7,8 @@
 #include "mercato/date.h"
 #include "mercato/export.h"
 
+/// @namespace mercato::clock
+/// The one clock of the library.
 namespace mercato::clock {
 
 /// Date and time, without fractions of a second.

@@ -15,19 +15,24 @@
 
 namespace mercato {
 
+/// An ordered list with optional text keys, which are compared without regard to case.
 class MERCATO_API Collection : public Object {
  public:
+  /// The name of the class at the interface.
   static constexpr std::string_view kClassName = "Collection";
   std::string_view type_name() const override { return kClassName; }
 
+  /// Adds an item without a key at the end.
   void Add(Variant item);
-  /// Raises 457 when the key is taken; the collection is then unchanged.
+  /// Adds an item with a key at the end. Raises 457 when the key is taken; the collection is then unchanged.
   void Add(Variant item, std::string key);
-  /// By position from 1 (raises 9 outside) or by key (raises 5 when there is none).
+  /// The item at a position from 1. Raises 9 outside.
   const Variant& Item(std::int32_t position) const;
+  /// The item of a key. Raises 5 when there is none.
   const Variant& Item(std::string_view key) const;
-  /// By whatever the Variant holds: a text is a key, anything else a position.
+  /// The item by whatever the Variant holds: a text is a key, anything else a position.
   const Variant& Item(const Variant& position_or_key) const;
+  /// How many items there are.
   std::int32_t Count() const { return static_cast<std::int32_t>(entries_.size()); }
 
   /// The key of a position from 1, or nothing when it was added without one.
@@ -44,6 +49,7 @@ class MERCATO_API Collection : public Object {
   std::unordered_map<std::string, std::size_t> positions_;  // upper-cased key to index
 };
 
+/// Shared with whoever holds it.
 using CollectionPtr = std::shared_ptr<Collection>;
 
 }  // namespace mercato

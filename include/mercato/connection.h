@@ -14,18 +14,25 @@
 
 namespace mercato {
 
+/// @cond internal
 namespace store {
 class PooledSession;
 class Session;
 }  // namespace store
+/// @endcond
 
 class Recordset;
+/// Shared with whoever holds it.
 using RecordsetPtr = std::shared_ptr<Recordset>;
 
+/// A connection to the store. One thread at a time.
+/// Under a transaction or an upload all connections of a thread share the work of that transaction.
 class MERCATO_API Connection : public Object, public std::enable_shared_from_this<Connection> {
  public:
+  /// Use `create`: a connection is shared.
   Connection();
   ~Connection() override;
+  /// A new connection, closed.
   static std::shared_ptr<Connection> create();
   std::string_view type_name() const override { return "Connection"; }
 
@@ -45,11 +52,11 @@ class MERCATO_API Connection : public Object, public std::enable_shared_from_thi
   /// The failures that the store reported on this connection since it was opened.
   const std::vector<RaisedError>& Errors() const { return errors_; }
 
-  /// For Recordset: the session that statements run on now.
+  /// For the library itself: the session that statements run on now.
   store::Session& session();
   /// What it was opened with.
   const std::string& connection_string() const;
-  /// Keeps a failure of the store in Errors and passes it on.
+  /// For the library itself: keeps a failure of the store in Errors and passes it on.
   template <class Work>
   auto reporting(Work work) {
     try {
@@ -67,6 +74,7 @@ class MERCATO_API Connection : public Object, public std::enable_shared_from_thi
   bool open_ = false;
 };
 
+/// Shared with whoever holds it.
 using ConnectionPtr = std::shared_ptr<Connection>;
 
 /// A thread keeps the store that it works on, and its current error. This forgets both: for hosts that change the

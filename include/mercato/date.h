@@ -12,21 +12,26 @@
 
 namespace mercato {
 
+/// A moment by the calendar and the clock.
 struct CivilTime {
-  int year = 1899;
-  int month = 12;
-  int day = 30;
-  int hour = 0;
-  int minute = 0;
-  int second = 0;
+  int year = 1899;  ///< 100 to 9999
+  int month = 12;   ///< 1 to 12
+  int day = 30;     ///< 1 to the month's last
+  int hour = 0;     ///< 0 to 23
+  int minute = 0;   ///< 0 to 59
+  int second = 0;   ///< 0 to 59
+  /// The same in all parts.
   bool operator==(const CivilTime&) const = default;
 };
 
+/// A date and time of day, as the number of days since 30 December 1899.
 class MERCATO_API Date {
  public:
+  /// The locale that texts are read and written in unless another one is named.
   static constexpr std::int32_t kUsLocale = 1033;
 
   constexpr Date() = default;  ///< the zero date
+  /// Days since 30 December 1899, the time of day as the fraction.
   constexpr explicit Date(double days) : days_(days) {}
 
   /// Raises 5 when the parts name no moment of the years 100 to 9999.
@@ -39,6 +44,7 @@ class MERCATO_API Date {
   /// names, an optional time with AM/PM, a time alone. Nothing when the text is no date.
   static std::optional<Date> parse(std::string_view text, std::int32_t locale = kUsLocale);
 
+  /// Days since 30 December 1899, the time of day as the fraction.
   constexpr double days() const { return days_; }
   /// Rounded to whole seconds.
   CivilTime civil() const;
@@ -49,6 +55,7 @@ class MERCATO_API Date {
 
   /// By the calendar. The numbers of days do not tell: on a day before the zero date a later time is a smaller number.
   std::partial_ordering operator<=>(const Date& other) const { return instant() <=> other.instant(); }
+  /// The same instant.
   bool operator==(const Date& other) const { return instant() == other.instant(); }
 
  private:

@@ -16,8 +16,11 @@
 
 namespace mercato {
 
+/// A map from any value to any value, ordered by insertion.
+/// Keys are compared exactly: texts byte by byte, numbers by value, and a text never equals a number.
 class MERCATO_API Dictionary : public Object {
  public:
+  /// The name of the class at the interface.
   static constexpr std::string_view kClassName = "Dictionary";
   std::string_view type_name() const override { return kClassName; }
 
@@ -27,16 +30,20 @@ class MERCATO_API Dictionary : public Object {
   void Set(Variant key, Variant item);
   /// The item; a missing key is created with Empty.
   Variant& Item(const Variant& key);
+  /// Whether the key is there.
   bool Exists(const Variant& key) const;
   /// Raises 32811 when the key does not exist.
   void Remove(const Variant& key);
+  /// How many keys there are.
   std::int32_t Count() const { return static_cast<std::int32_t>(live_); }
-  /// Snapshots, in insertion order.
+  /// A snapshot of the keys, in insertion order.
   Array Keys() const;
+  /// A snapshot of the items, in insertion order.
   Array Items() const;
 
   /// The item, or nothing; unlike Item it never creates a key.
   const Variant* find(std::string_view text_key) const;
+  /// The same for a key of any type.
   const Variant* find(const std::same_as<Variant> auto& key) const { return find_any(key); }
 
   /// Visits key and item in insertion order. The dictionary must not change meanwhile.
@@ -71,6 +78,7 @@ class MERCATO_API Dictionary : public Object {
   std::size_t live_ = 0;
 };
 
+/// Shared with whoever holds it.
 using DictionaryPtr = std::shared_ptr<Dictionary>;
 
 }  // namespace mercato

@@ -25,8 +25,8 @@ enum MercatoErrors : std::int32_t {
 };
 
 /// Numbers outside of the enumeration.
-inline constexpr std::int32_t kObjectErrorBase = -2147221504;   // 0x80040000
-inline constexpr std::int32_t kInvalidReference = -2147221497;  // the base plus 7
-inline constexpr std::int32_t kDeprecatedMethod = -1;
+inline constexpr std::int32_t kObjectErrorBase = -2147221504;   ///< 0x80040000
+inline constexpr std::int32_t kInvalidReference = -2147221497;  ///< the base plus 7: what is written refers to nothing
+inline constexpr std::int32_t kDeprecatedMethod = -1;           ///< a retired method was called
 
 }  // namespace mercato

@@ -8,8 +8,10 @@
 
 namespace mercato {
 
+/// What a Variant holds by reference. Shared, never copied.
 class MERCATO_API Object {
  public:
+  /// Only classes that derive from it are made.
   Object() = default;
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
@@ -19,6 +21,7 @@ class MERCATO_API Object {
   virtual std::string_view type_name() const = 0;
 };
 
+/// Shared with whoever holds it.
 using ObjectPtr = std::shared_ptr<Object>;
 
 }  // namespace mercato

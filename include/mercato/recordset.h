@@ -14,14 +14,19 @@
 
 namespace mercato {
 
+/// @cond internal
 namespace store {
 class Cursor;
 class RowLayout;
 using RowLayoutPtr = std::shared_ptr<const RowLayout>;
 }  // namespace store
+/// @endcond
 
+/// Where the rows are kept: in the store, or fetched at once.
 enum class CursorLocation : std::int32_t { server = 2, client = 3 };
+/// How one moves through the rows: `forward_only` streams them, all others hold them.
 enum class CursorType : std::int32_t { unspecified = -1, forward_only = 0, keyset = 1, dynamic = 2, fixed = 3 };
+/// Whether rows can be changed, and when changes are written: at once, or by UpdateBatch with `batch_optimistic`.
 enum class LockType : std::int32_t {
   unspecified = -1,
   read_only = 1,
@@ -30,11 +35,15 @@ enum class LockType : std::int32_t {
   batch_optimistic = 4
 };
 
+/// The rows of a query. One thread at a time.
 class MERCATO_API Recordset : public Object {
  public:
+  /// Use `create`: a recordset is shared.
   Recordset();
   ~Recordset() override;
+  /// A new recordset, closed.
   static std::shared_ptr<Recordset> create();
+  /// The name of the class at the interface.
   static constexpr std::string_view kClassName = "Recordset";
   std::string_view type_name() const override { return kClassName; }
 
@@ -42,37 +51,48 @@ class MERCATO_API Recordset : public Object {
   void SetCursorLocation(CursorLocation iLocation) { location_ = iLocation; }
 
   /// Runs the query and stands on its first row. Raises kObjectOpen, kObjectClosed for a closed connection, and what the
-  /// store raises. With a connection string the recordset opens a connection of its own.
+  /// store raises.
   /// A cursor with optimistic locks is updatable: it reads one table, or shows distinct rows of one with its key. A
   /// read-only forward-only one streams.
   void Open(const Sql& iSource, const ConnectionPtr& iConnection, CursorType iCursorType, LockType iLockType,
             std::int32_t iOptions);
+  /// The same on a connection of its own, which it opens.
   void Open(const Sql& iSource, const std::string& iConnectionString, CursorType iCursorType, LockType iLockType,
             std::int32_t iOptions);
-  /// A recordset without a store, made of these rows.
+  /// For the library itself: a recordset without a store, made of these rows.
   static std::shared_ptr<Recordset> from_rows(store::RowLayoutPtr layout, std::vector<std::vector<Variant>> rows);
-  /// For Connection: the streamed result of an executed statement.
+  /// For the library itself: the streamed result of an executed statement.
   static std::shared_ptr<Recordset> streaming(ConnectionPtr connection, std::unique_ptr<store::Cursor> cursor);
 
+  /// 1 when it is open, else 0.
   std::int32_t State() const { return open_ ? 1 : 0; }
   /// Raises kObjectClosed when it is closed.
   void Close();
 
+  /// Whether there is no current row: behind the last one, or in an empty result. Raises kObjectClosed.
   bool Eof() const;  ///< no current row, behind the last one or in an empty result; raises kObjectClosed
+  /// Whether the result was empty. Raises kObjectClosed.
   bool Bof() const;
   /// Raises kNoCurrentRow at the end.
   void MoveNext();
   /// Back to the first row. Raises kFeatureNotAvailable on a streamed recordset that has moved.
   void MoveFirst();
 
+  /// Number of columns. Raises kObjectClosed.
   std::size_t FieldCount() const;
+  /// The name of the column at a position from 0. Raises kNoSuchField, kObjectClosed.
   const std::string& FieldName(std::size_t position) const;
+  /// For the library itself: the columns.
   const store::RowLayoutPtr& layout() const { return layout_; }
   /// The current row's value. Raises kNoSuchField, kNoCurrentRow.
   const Variant& Value(std::string_view name) const;
+  /// The same by the column's position from 0.
   const Variant& Value(std::size_t position) const;
 
-  /// Writing. Raises kFeatureNotAvailable when the recordset is not updatable.
+  // Writing. Raises kFeatureNotAvailable when the recordset is not updatable.
+
+  /// Begins a new row, which becomes the current one. Raises kFeatureNotAvailable, as all that writes does, when the
+  /// recordset is not updatable.
   void AddNew();
   /// Converts to the column's type: raises 13 for what cannot be converted, kValueTooLong is the store's to raise.
   void SetValue(std::string_view name, const Variant& value);
@@ -88,6 +108,7 @@ class MERCATO_API Recordset : public Object {
   /// The connection, or null once cut loose. Setting null fetches what is left and cuts loose; setting a connection
   /// binds again, so that changes of a batch can be written.
   const ConnectionPtr& ActiveConnection() const { return connection_; }
+  /// See ActiveConnection.
   void SetActiveConnection(ConnectionPtr connection);
 
   /// All rows that are held, for handing a disconnected recordset on. Fetches what is left.

@@ -10,21 +10,23 @@
 
 namespace mercato {
 
-inline constexpr std::int32_t kOk = 0;
-inline constexpr std::int32_t kFalse = 1;
-inline constexpr std::int32_t kClassNotAvailable = static_cast<std::int32_t>(0x80040111u);
-inline constexpr std::int32_t kNullPointer = static_cast<std::int32_t>(0x80004003u);
-inline constexpr std::int32_t kOutOfMemoryResult = static_cast<std::int32_t>(0x8007000Eu);
+inline constexpr std::int32_t kOk = 0;                                                      ///< done; yes
+inline constexpr std::int32_t kFalse = 1;                                                   ///< no
+inline constexpr std::int32_t kClassNotAvailable = static_cast<std::int32_t>(0x80040111u);  ///< no class has this id
+inline constexpr std::int32_t kNullPointer = static_cast<std::int32_t>(0x80004003u);        ///< an argument is missing
+inline constexpr std::int32_t kOutOfMemoryResult = static_cast<std::int32_t>(0x8007000Eu);  ///< memory ran out
 
 /// Makes objects of one class. Counted: the receiver releases it once.
 class MERCATO_API ClassObject {
  public:
   virtual ~ClassObject() = default;
+  /// How the class describes itself.
   virtual const ClassTable& class_table() const = 0;
   /// A root object with a context of its own. Null when memory is short.
   virtual ComponentPtr CreateInstance() noexcept = 0;
   /// While the library is locked it cannot be unloaded.
   virtual void LockServer(bool lock) noexcept = 0;
+  /// Gives the class object back; it may not be used any more.
   virtual void Release() noexcept = 0;
 };
 

@@ -15,19 +15,22 @@ namespace mercato::collaborators {
 /// there is none.
 MERCATO_API const std::string& default_install_dir();
 
+/// What a deployment sets; hosts fill it in, or read it from a file.
 struct Settings {
   ByName<std::string> connections{{"Mercato", "Provider=SQLite;Data Source=mercato.db"}};  ///< by application
   /// Folders, without a trailing separator. A relative one counts from the working directory, as the path of a store
   /// does.
   std::string web_root = "web";
-  std::string install_dir = default_install_dir();
-  ByName<ByName<Variant>> parameters;  ///< section, name
-  std::string log_file;                ///< empty: log entries are dropped
-  double call_seconds = 300;           ///< 0: calls may run without a limit
+  std::string install_dir = default_install_dir();  ///< schemas of documents are in its folder xmlschemas
+  ByName<ByName<Variant>> parameters;               ///< section, name
+  std::string log_file;                             ///< empty: log entries are dropped
+  double call_seconds = 300;                        ///< 0: calls may run without a limit
 };
 
 /// The settings in force. They never change; `set_settings` puts others in their place.
 MERCATO_API std::shared_ptr<const Settings> settings();
+/// Puts other settings in force, for the whole process. What a thread has looked up before stays with it until
+/// `forget_thread_state`.
 MERCATO_API void set_settings(Settings settings);
 /// Puts settings back that were in force before; never null.
 MERCATO_API void restore_settings(std::shared_ptr<const Settings> settings);

@@ -31,8 +31,10 @@ namespace mercato {
 /// A piece that only the compiler can make: a literal in the source.
 class MERCATO_API LiteralPiece {
  public:
+  /// From a literal; any other text does not compile.
   template <std::size_t Size>
   MERCATO_CONSTEVAL LiteralPiece(const char (&text)[Size]) : text_(text, Size - 1) {}  // NOLINT: implicit on purpose
+  /// The literal.
   constexpr std::string_view text() const { return text_; }
 
  private:
@@ -40,15 +42,17 @@ class MERCATO_API LiteralPiece {
 };
 #undef MERCATO_CONSTEVAL
 
-/// Pieces that are known at run time only. Each refers to a text that outlives the expression it stands in.
+/// A value. Refers to a text that outlives the expression it stands in.
 struct ValuePiece {
-  std::string_view text;
+  std::string_view text;  ///< as it stands in the statement
 };
+/// One name. Refers to a text that outlives the expression it stands in.
 struct NamePiece {
-  std::string_view text;
+  std::string_view text;  ///< as it stands in the statement
 };
+/// A clause that a caller supplies whole. Refers to a text that outlives the expression it stands in.
 struct ClausePiece {
-  std::string_view text;
+  std::string_view text;  ///< as it stands in the statement
 };
 
 /// A value: part of one text literal when it stands between quotes, else one whole literal.
@@ -59,15 +63,19 @@ inline NamePiece name(std::string_view text) { return {text}; }
 /// statement, begin a comment, or close a bracket that it did not open.
 inline ClausePiece clause(std::string_view text) { return {text}; }
 
+/// The text of one statement, and what each part of it is. A value type.
 class MERCATO_API Sql {
  public:
+  /// What a part of the text is, when it is no literal of the source.
   enum class PieceKind : std::uint8_t { value, name, clause };
+  /// A part of the text, by its bytes.
   struct Mark {
-    PieceKind kind;
-    std::uint32_t begin;
-    std::uint32_t end;  ///< one past the last byte
+    PieceKind kind;       ///< what it is
+    std::uint32_t begin;  ///< its first byte
+    std::uint32_t end;    ///< one past the last byte
   };
 
+  /// An empty text, which no store takes.
   Sql() = default;
   /// A literal is a statement, and most often the beginning of one.
   Sql(LiteralPiece piece) {  // NOLINT: implicit on purpose
@@ -77,32 +85,47 @@ class MERCATO_API Sql {
   /// A statement that somebody outside of the library wrote whole.
   static Sql verbatim(std::string text);
 
+  /// Adds a literal.
   Sql& operator<<(LiteralPiece piece) & {
     make_room();
     text_ += piece.text();
     return *this;
   }
+  /// Adds a value.
   Sql& operator<<(ValuePiece piece) & { return append(PieceKind::value, piece.text); }
+  /// Adds a name.
   Sql& operator<<(NamePiece piece) & { return append(PieceKind::name, piece.text); }
+  /// Adds a clause.
   Sql& operator<<(ClausePiece piece) & { return append(PieceKind::clause, piece.text); }
-  /// Numbers are values in their plain decimal form.
+  /// Adds a number as a value in its plain decimal form.
   Sql& operator<<(std::int16_t number) & { return *this << std::int32_t{number}; }
+  /// Adds a number as a value in its plain decimal form.
   Sql& operator<<(std::int32_t number) &;
+  /// Adds a number as a value in its plain decimal form.
   Sql& operator<<(double number) &;
-  /// Another statement's pieces, marks included.
+  /// Adds another statement's pieces, marks included.
   Sql& operator<<(const Sql& other) &;
 
   /// The same for a statement that is one expression, which is moved along from piece to piece.
   Sql operator<<(LiteralPiece piece) && { return std::move(*this << piece); }
+  /// The same for a statement that is one expression.
   Sql operator<<(ValuePiece piece) && { return std::move(*this << piece); }
+  /// The same for a statement that is one expression.
   Sql operator<<(NamePiece piece) && { return std::move(*this << piece); }
+  /// The same for a statement that is one expression.
   Sql operator<<(ClausePiece piece) && { return std::move(*this << piece); }
+  /// The same for a statement that is one expression.
   Sql operator<<(std::int16_t number) && { return std::move(*this << number); }
+  /// The same for a statement that is one expression.
   Sql operator<<(std::int32_t number) && { return std::move(*this << number); }
+  /// The same for a statement that is one expression.
   Sql operator<<(double number) && { return std::move(*this << number); }
+  /// The same for a statement that is one expression.
   Sql operator<<(const Sql& other) && { return std::move(*this << other); }
 
+  /// The statement.
   const std::string& text() const { return text_; }
+  /// The parts that are no literals, in their order.
   const std::vector<Mark>& marks() const { return marks_; }
 
  private:

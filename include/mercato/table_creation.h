@@ -10,6 +10,7 @@
 
 namespace mercato {
 
+/// What `create_tables` did.
 struct CreatedTables {
   std::vector<std::string> tables;   ///< those that did not exist before
   std::vector<std::string> indexes;  ///< the same
