@@ -4,6 +4,8 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "mercato/raised_error.h"
 #include "platform/store/dialect/like_prefix.h"
@@ -176,9 +178,7 @@ class DialectPrinter {
     return operation == '*' || operation == '/' || operation == '%' ? 2 : 1;
   }
   void operand(const Expression& expression, int weakest) {
-    if (expression.kind == NodeKind::conversion)
-      return operand(*static_cast<const TypeConversion&>(expression).operand, weakest);
-    const bool needs_brackets = strength(expression) < weakest;
+    const bool needs_brackets = strength(bare(expression)) < weakest;
     if (needs_brackets) put("(");
     value(expression);
     if (needs_brackets) put(")");
@@ -207,12 +207,8 @@ class DialectPrinter {
       case NodeKind::sign:
         put(as<Sign>(expression).negative ? "-" : "+");
         return operand(*as<Sign>(expression).operand, 4);
-      case NodeKind::arithmetic: {
-        const auto& arithmetic = as<Arithmetic>(expression);
-        operand(*arithmetic.left, strength(arithmetic));
-        put(" ", std::string(1, arithmetic.operation), " ");
-        return operand(*arithmetic.right, strength(arithmetic) + 1);
-      }
+      case NodeKind::arithmetic:
+        return chain(as<Arithmetic>(expression));
       case NodeKind::conversion:
         return value(*as<TypeConversion>(expression).operand);
       case NodeKind::call:
@@ -232,6 +228,28 @@ class DialectPrinter {
       default:
         return condition(expression);
     }
+  }
+  // A chain of operators is as deep on its left side as it is long.
+  void chain(const Arithmetic& outermost) {
+    std::vector<std::pair<const Arithmetic*, bool>> links{{&outermost, false}};  // and whether in brackets
+    const Expression* left = &bare(*outermost.left);
+    for (; left->kind == NodeKind::arithmetic; left = &bare(*as<Arithmetic>(*left).left)) {
+      const bool needs_brackets = strength(*left) < strength(*links.back().first);
+      if (needs_brackets) put("(");
+      links.emplace_back(&as<Arithmetic>(*left), needs_brackets);
+    }
+    operand(*left, strength(*links.back().first));
+    for (; !links.empty(); links.pop_back()) {
+      const auto [link, in_brackets] = links.back();
+      put(" ", std::string(1, link->operation), " ");
+      operand(*link->right, strength(*link) + 1);
+      if (in_brackets) put(")");
+    }
+  }
+  static const Expression& bare(const Expression& expression) {
+    const Expression* result = &expression;
+    while (result->kind == NodeKind::conversion) result = as<TypeConversion>(*result).operand;
+    return *result;
   }
   void subselect(std::string_view opening, const Query& inner) {
     put(opening);
@@ -341,10 +359,8 @@ class DialectPrinter {
     value(*comparison.left);
     put(kOperators[static_cast<std::size_t>(comparison.operation)]);
     // A literal in brackets is no plain value, and not gathered into a list.
-    const Expression* right = comparison.right;
-    while (right->kind == NodeKind::conversion) right = as<TypeConversion>(*right).operand;
-    if (right->kind == NodeKind::sign) right = as<Sign>(*right).operand;
-    while (right->kind == NodeKind::conversion) right = as<TypeConversion>(*right).operand;
+    const Expression* right = &bare(*comparison.right);
+    if (right->kind == NodeKind::sign) right = &bare(*as<Sign>(*right).operand);
     in_brackets(*comparison.right, right->kind == NodeKind::literal && !comparison.with_plain_value);
   }
   void like(const Like& like) {

@@ -95,6 +95,15 @@ TEST_F(DialectTree, HoldsAllOfAStatement) {
     EXPECT_EQ(printed_back(each.statement), each.expected);
 }
 
+// Nothing recurses along a chain; the engine refuses it, in its own words.
+TEST_F(DialectTree, ALongChainOfOperatorsNeedsNoStack) {
+  std::string chain = "SELECT SINCE";
+  for (int i = 0; i < 19'000; ++i) chain += " + 1";
+  const Translation translation = store.translate(chain + " FROM PART");
+  EXPECT_EQ(translation.parameters.size(), 19'000u);
+  EXPECT_TRUE(translation.statements.front().ends_with(", ?), ?) FROM \"PART\" AS \"PART\""));
+}
+
 TEST_F(DialectTree, WhatAPrinterLosesIsNoticed) {
   LexedStatement lexed;
   lex("SELECT ID FROM PART WHERE ID = 1 ORDER BY ID DESC", lexed);
