@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "platform/store/known_drivers.h"
 #include "tests/platform/store/store_files.h"
 
 namespace mercato::test {
