@@ -112,7 +112,7 @@ TEST_F(NewProductCategory, IsNotWrittenWhenAnythingIsWrong) {
       {"CATEGORYNAME", Array{"tools"}, error_number::kTypeMismatch},
       {Array{"CATEGORYNAME"}, "tools", error_number::kTypeMismatch},
       {Array{kNull}, Array{"tools"}, error_number::kInvalidUseOfNull},
-      {Array{"CATEGORYNAME"}, Array{Array{}}, error_number::kTypeMismatch},
+      {Array{"CATEGORYNAME"}, Array{Variant(Array{})}, error_number::kTypeMismatch},
       {Array{"CATEGORYNAME"}, Array{""}, error_number::kConstraintViolated},
       {Array{}, Array{}, error_number::kConstraintViolated},
       {Array{"CATEGORYNAME"}, Array{std::string(256, 'x')}, error_number::kValueTooLong},

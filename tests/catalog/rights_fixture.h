@@ -113,11 +113,11 @@ class CatalogRightsTest : public CatalogTest {
 // The tails that a refused read without a connection passes: that of the factory, then those of the methods above it.
 // The read runs on another connection than the factory's, so the factory's tail has nothing to report of it.
 inline std::vector<Level> read_refused(const std::string& statement, std::vector<Level> above) {
-  above.insert(above.begin(), {"Lib_SQL.Sql_GetDisconnectedRecordset", " executing: '" + statement + "'"});
+  above.insert(above.begin(), Level{"Lib_SQL.Sql_GetDisconnectedRecordset", " executing: '" + statement + "'"});
   return above;
 }
 inline std::vector<Level> isolation_refused(const std::string& statement, std::vector<Level> above) {
-  above.insert(above.begin(), {"Lib_SQL.Sql_GetDisconnectedRecordset", refused_while_executing(statement)});
+  above.insert(above.begin(), Level{"Lib_SQL.Sql_GetDisconnectedRecordset", refused_while_executing(statement)});
   return above;
 }
 

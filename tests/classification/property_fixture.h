@@ -10,6 +10,7 @@
 #include "frame/lib_error_handling.h"
 #include "mercato/invoke.h"
 #include "mercato/object_context.h"
+#include "tests/support/failure_trail.h"
 #include "tests/support/messages.h"
 #include "tests/support/refusing_recorder.h"
 #include "tests/support/store_fixture.h"
@@ -63,29 +64,15 @@ class PropertyStoreTest : public StoreTest {
     return rows("SELECT PRODUCTID, PROPERTYID, VALUE FROM PRODUCTPROPVALUE ORDER BY PRODUCTID, PROPERTYID");
   }
 
-  // The failure that the store makes of a statement refused on request, as it leaves through the tails with these
-  // labels, innermost first, and what the log has of it.
-  static std::pair<RaisedError, Log> refusal_under(std::initializer_list<std::string> labels) {
-    return failure_under({error_number::kStatementRefused, "Test", kRefused, "", 0}, "80040E14", labels);
-  }
-  static std::pair<RaisedError, Log> failure_under(RaisedError failure, const std::string& number,
-                                                   std::initializer_list<std::string> labels) {
-    Log log;
-    for (const std::string& label : labels) {
-      failure.Description = message(number, label, failure.Description);
-      log.push_back({failure.Source, message(number, label, failure.Description), 0});
-    }
-    return {failure, log};
-  }
-  // The same for a failure with its number's customary text.
-  static std::pair<RaisedError, Log> customary_failure_under(std::int32_t number, const std::string& hexadecimal,
-                                                             std::initializer_list<std::string> labels) {
-    return failure_under({number, "Mercato", std::string(error_number::default_description(number)), "", 0},
-                         hexadecimal, labels);
+  // The failure that the store makes of a statement refused on request, through the tails with these labels.
+  static FailureTrail refusal_under(const std::vector<Level>& labels) { return trail(refused_on_request(), labels); }
+  // A failure with its number's customary text.
+  static FailureTrail customary_failure_under(std::int32_t number, const std::vector<Level>& labels) {
+    return trail({number, "Mercato", std::string(error_number::default_description(number)), "", 0}, labels);
   }
 
   template <class Work>
-  static std::pair<RaisedError, Log> failure_of(Recorder& recorder, Work work) {
+  static FailureTrail failure_of(Recorder& recorder, Work work) {
     recorder.log.clear();
     const RaisedError raised = raised_by(work);
     return {raised, recorder.log};

@@ -8,7 +8,7 @@
 #include "frame/lib_sql.h"
 #include "mercato/reference_rules.h"
 #include "tests/product/product_fixture.h"
-#include "tests/support/expected_failure.h"
+#include "tests/support/failure_trail.h"
 
 namespace mercato::test {
 namespace {
@@ -103,8 +103,9 @@ TEST_F(ProductDeletion, NothingIsInUseWhenNothingIsAsked) {
 TEST_F(ProductDeletion, FieldWithoutAValueFailsBeforeAStatementIsMade) {
   Recorder recorder;
   const RaisedError raised = raised_by([&] { exists(Array{"USERID"}, Array{}); });
-  const ExpectedFailure expected("9", "Mercato", "Subscript out of range", {"Mercato.Product.Exists  SQL2:  lSQL3: "});
-  EXPECT_EQ(raised, (RaisedError{9, "Mercato", expected.description, "", 0}));
+  const FailureTrail expected = trail({error_number::kSubscriptOutOfRange, "Mercato", "Subscript out of range", "", 0},
+                                      {"Mercato.Product.Exists  SQL2:  lSQL3: "});
+  EXPECT_EQ(raised, expected.raised);
   EXPECT_EQ(recorder.log, expected.log);
 }
 
@@ -128,8 +129,8 @@ TEST_F(ProductDeletion, EachStatementOfAQuestionThatIsRefusedShowsAllInTheLabel)
     Recorder recorder;
     recorder.fail_on = refused;
     const RaisedError raised = raised_by([&] { exists(Array{"userid"}, Array{"O'N"}); });
-    const ExpectedFailure expected("80040E14", "Test", "refused on request", {label});
-    EXPECT_EQ(raised, (RaisedError{error_number::kStatementRefused, "Test", expected.description, "", 0}));
+    const FailureTrail expected = trail(refused_on_request(), {label});
+    EXPECT_EQ(raised, expected.raised);
     EXPECT_EQ(recorder.log, expected.log);
     EXPECT_EQ(vote(), Vote::abort);
   }
@@ -269,9 +270,9 @@ TEST_F(ProductDeleted, IdThatDoesNotExistRemovesNothingAndIsRaised) {
   const auto before = all_rows();
   Recorder recorder;
   const RaisedError raised = raised_by([&] { product_->Delete(9); });
-  const ExpectedFailure expected("800400C8", "Mercato.Product.Delete", "Product not present",
-                                 {"Mercato.Product.Delete"});
-  EXPECT_EQ(raised, (RaisedError{eProductNotFound, "Mercato.Product.Delete", expected.description, "", 0}));
+  const FailureTrail expected =
+      trail({eProductNotFound, "Mercato.Product.Delete", "Product not present", "", 0}, {"Mercato.Product.Delete"});
+  EXPECT_EQ(raised, expected.raised);
   EXPECT_EQ(recorder.log, expected.log);
   Statements statements = dependents("9");
   statements.emplace_back("DELETE FROM PRODUCT WHERE PRODUCTID = 9");
@@ -289,13 +290,13 @@ TEST_F(ProductDeleted, DependentsOfAProductThatIsGoneComeBackWithTheTransaction)
 
 TEST_F(ProductDeleted, StaysWhenSomethingRefersToItAndSaysSoInItsSource) {
   const std::string source = "The record you are trying to insert has an invalid reference to another record";
-  const ExpectedFailure expected("80040007", source, kNoText, {"Mercato.Product.Delete"});
+  const FailureTrail expected =
+      trail({static_cast<std::int32_t>(0x80040007u), source, kNoText, "", 0}, {"Mercato.Product.Delete"});
   execute({"INSERT INTO FAQISSUE (PRODUCTID) VALUES (1)"});
   const auto before = all_rows();
   {
     Recorder recorder;
-    EXPECT_EQ(raised_by([&] { product_->Delete(1); }),
-              (RaisedError{kInvalidReference, source, expected.description, "", 0}));
+    EXPECT_EQ(raised_by([&] { product_->Delete(1); }), expected.raised);
     EXPECT_EQ(recorder.log, expected.log);
     EXPECT_TRUE(recorder.statements.empty());
     EXPECT_EQ(vote(), Vote::abort);
@@ -303,8 +304,7 @@ TEST_F(ProductDeleted, StaysWhenSomethingRefersToItAndSaysSoInItsSource) {
   execute({"DELETE FROM FAQISSUE"});
   Recorder recorder;
   recorder.answers["Grundwerk.ReferentialChecker.RunBeforeDelete"] = false;
-  EXPECT_EQ(raised_by([&] { product_->Delete(1); }),
-            (RaisedError{kInvalidReference, source, expected.description, "", 0}));
+  EXPECT_EQ(raised_by([&] { product_->Delete(1); }), expected.raised);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_TRUE(recorder.statements.empty());
   EXPECT_EQ(vote(), Vote::abort);
@@ -331,9 +331,9 @@ TEST_F(ProductDeleted, ComesBackWholeWhenAnyStatementIsRefused) {
     Recorder recorder;
     recorder.fail_on = refused;
     const RaisedError raised = raised_by([&] { product_->Delete(1); });
-    const ExpectedFailure expected("80040E14", "Test", "refused on request",
-                                   {"Mercato.Product.BeforeDelete", "Mercato.Product.Delete"});
-    EXPECT_EQ(raised, (RaisedError{error_number::kStatementRefused, "Test", expected.description, "", 0}));
+    const FailureTrail expected =
+        trail(refused_on_request(), {"Mercato.Product.BeforeDelete", "Mercato.Product.Delete"});
+    EXPECT_EQ(raised, expected.raised);
     EXPECT_EQ(recorder.log, expected.log);
     EXPECT_EQ(recorder.statements.back(), refused);
     EXPECT_EQ(vote(), Vote::abort);
@@ -342,8 +342,8 @@ TEST_F(ProductDeleted, ComesBackWholeWhenAnyStatementIsRefused) {
   Recorder recorder;
   recorder.fail_on = "DELETE FROM PRODUCT WHERE";
   const RaisedError raised = raised_by([&] { product_->Delete(1); });
-  const ExpectedFailure expected("80040E14", "Test", "refused on request", {"Mercato.Product.Delete"});
-  EXPECT_EQ(raised.Description, expected.description);
+  const FailureTrail expected = trail(refused_on_request(), {"Mercato.Product.Delete"});
+  EXPECT_EQ(raised.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(vote(), Vote::abort);
   EXPECT_EQ(all_rows(), before);
@@ -353,7 +353,7 @@ TEST_F(ProductDeleted, StaysWhenACollaboratorFails) {
   const auto before = all_rows();
   struct Case {
     std::string method;
-    std::vector<std::string> labels;
+    std::vector<Level> labels;
   };
   const Case cases[] = {
       {"Grundwerk.ReferentialChecker.CheckBeforeDelete", {"Mercato.Product.Delete"}},
@@ -365,8 +365,9 @@ TEST_F(ProductDeleted, StaysWhenACollaboratorFails) {
     Recorder recorder;
     recorder.failures[failing.method] = {7, "Collaborator", "no answer", "", 0};
     const RaisedError raised = raised_by([&] { product_->Delete(1); });
-    const ExpectedFailure expected("7", "Collaborator", "no answer", failing.labels);
-    EXPECT_EQ(raised, (RaisedError{7, "Collaborator", expected.description, "", 0}));
+    const FailureTrail expected =
+        trail({7, "Collaborator", "no answer", "", 0}, {failing.labels.begin(), failing.labels.end()});
+    EXPECT_EQ(raised, expected.raised);
     EXPECT_EQ(recorder.log, expected.log);
     EXPECT_EQ(vote(), Vote::abort);
     EXPECT_EQ(all_rows(), before);

@@ -7,7 +7,7 @@
 #include "frame/lib_sql.h"
 #include "platform/store/call_limit.h"
 #include "tests/product/product_fixture.h"
-#include "tests/support/expected_failure.h"
+#include "tests/support/failure_trail.h"
 
 namespace mercato::test {
 namespace {
@@ -179,8 +179,8 @@ TEST_F(ProductFavorites, RefusedStatementsAreLoggedUnderTheNewNames) {
     recorder.fail_on = refused.statement;
     std::vector<Variant> arguments = {"ann", 5};
     const RaisedError raised = raised_by([&] { invoke(product_.object(), refused.method, arguments); });
-    const ExpectedFailure expected("80040E14", "Test", "refused on request", {refused.label});
-    EXPECT_EQ(raised, (RaisedError{error_number::kStatementRefused, "Test", expected.description, "", 0}));
+    const FailureTrail expected = trail(refused_on_request(), {refused.label});
+    EXPECT_EQ(raised, expected.raised);
     EXPECT_EQ(recorder.log, expected.log);
     EXPECT_EQ(vote(), Vote::abort);
   }
@@ -271,8 +271,9 @@ TEST_F(ProductBuyers, NewOneThatRefersToNobodySaysSoInItsSource) {
     Root<Product> fresh;
     Recorder recorder;
     const RaisedError raised = raised_by([&] { fresh->InsertMultipleBuyers(Array{"PRODUCTID", "USERID"}, values); });
-    const ExpectedFailure expected("80040007", source, kNoText, {"Mercato.Product.InsertMultipleBuyers"});
-    EXPECT_EQ(raised, (RaisedError{kInvalidReference, source, expected.description, "", 0}));
+    const FailureTrail expected = trail({static_cast<std::int32_t>(0x80040007u), source, kNoText, "", 0},
+                                        {"Mercato.Product.InsertMultipleBuyers"});
+    EXPECT_EQ(raised, expected.raised);
     EXPECT_EQ(recorder.log, expected.log);
     EXPECT_TRUE(buyers().empty());
   }
@@ -286,8 +287,9 @@ TEST_F(ProductBuyers, NewOneOfASingleBuyerProductSaysSoInItsSourceWithoutAVote) 
   const RaisedError raised = raised_by([&] {
     product_->InsertMultipleBuyers(Array{"PRODUCTID", "USERID"}, Array{1, "ann"});
   });
-  const ExpectedFailure expected("80040007", source, kNoText, {"Mercato.Product.InsertMultipleBuyers"});
-  EXPECT_EQ(raised, (RaisedError{kInvalidReference, source, expected.description, "", 0}));
+  const FailureTrail expected =
+      trail({static_cast<std::int32_t>(0x80040007u), source, kNoText, "", 0}, {"Mercato.Product.InsertMultipleBuyers"});
+  EXPECT_EQ(raised, expected.raised);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(vote(), Vote::none);
   EXPECT_EQ(product_.context().outcome_of_last_call(), Outcome::open);
@@ -379,10 +381,10 @@ TEST_F(ProductBuyers, OfACommodityIsEmptyForNullAndFailsForAnUnknownOne) {
   EXPECT_EQ(product_->GetDefaultBuyer("unknown"), "");
 
   const RaisedError raised = raised_by([&] { product_->GetBuyerFromCommodity("unknown"); });
-  const ExpectedFailure expected("800A0BCD", "Mercato",
-                                 "Either BOF or EOF is True, or the current record has been deleted",
-                                 {"Mercato.Product.getbuyerfromcommodity"});
-  EXPECT_EQ(raised, (RaisedError{error_number::kNoCurrentRow, "Mercato", expected.description, "", 0}));
+  const FailureTrail expected = trail({error_number::kNoCurrentRow, "Mercato",
+                                       "Either BOF or EOF is True, or the current record has been deleted", "", 0},
+                                      {"Mercato.Product.getbuyerfromcommodity"});
+  EXPECT_EQ(raised, expected.raised);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(vote(), Vote::abort);
 }
@@ -427,9 +429,9 @@ TEST_F(ProductBuyers, DefaultOfAnUnknownProductOrAMissingCommodityFails) {
   {
     Recorder recorder;
     const RaisedError raised = raised_by([&] { product_->GetDefaultProductBuyer(5); });
-    const ExpectedFailure expected("800400C8", "Mercato.Product.GetProduct", "Product not present",
-                                   {"Mercato.Product.GetDefaultProductBuyer"});
-    EXPECT_EQ(raised, (RaisedError{eProductNotFound, "Mercato.Product.GetProduct", expected.description, "", 0}));
+    const FailureTrail expected = trail({eProductNotFound, "Mercato.Product.GetProduct", "Product not present", "", 0},
+                                        {"Mercato.Product.GetDefaultProductBuyer"});
+    EXPECT_EQ(raised, expected.raised);
     EXPECT_EQ(recorder.log, expected.log);
     EXPECT_EQ(vote(), Vote::abort);
   }
@@ -445,8 +447,8 @@ TEST_F(ProductBuyers, DefaultFailsWithTheSupplier) {
   Recorder recorder;
   recorder.failures["Zentrik.BusinessPartner.GetPartnerDefaultBuyer"] = {7, "Partner", "no answer", "", 0};
   const RaisedError raised = raised_by([&] { product_->GetDefaultProductBuyer(1); });
-  const ExpectedFailure expected("7", "Partner", "no answer", {"Mercato.Product.GetDefaultProductBuyer"});
-  EXPECT_EQ(raised, (RaisedError{7, "Partner", expected.description, "", 0}));
+  const FailureTrail expected = trail({7, "Partner", "no answer", "", 0}, {"Mercato.Product.GetDefaultProductBuyer"});
+  EXPECT_EQ(raised, expected.raised);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(vote(), Vote::abort);
 }
@@ -489,10 +491,11 @@ TEST_F(ProductBuyers, OfAMultipleBuyerProductFailAtItsSecondRound) {
     if (has_a_buyer) execute({"INSERT INTO PRODUCTBUYER (PRODUCTID, USERID) VALUES (1, 'ann')"});
     Recorder recorder;
     const RaisedError raised = raised_by([&] { product_->GetBuyersForProducts(Array{1}); });
-    const ExpectedFailure expected("800A0E79", "Mercato",
-                                   std::string(error_number::default_description(error_number::kObjectOpen)),
-                                   {"Mercato.Product.getBuyersForProducts"});
-    EXPECT_EQ(raised, (RaisedError{error_number::kObjectOpen, "Mercato", expected.description, "", 0}));
+    const FailureTrail expected =
+        trail({error_number::kObjectOpen, "Mercato",
+               std::string(error_number::default_description(error_number::kObjectOpen)), "", 0},
+              {"Mercato.Product.getBuyersForProducts"});
+    EXPECT_EQ(raised, expected.raised);
     EXPECT_EQ(recorder.log, expected.log);
     EXPECT_EQ(recorder.statements, (Statements{kIsolation, outer, inner}));
     EXPECT_EQ(vote(), Vote::abort);
@@ -505,9 +508,10 @@ TEST_F(ProductBuyers, OfAMultipleBuyerProductFailAtItsSecondBuyer) {
            "INSERT INTO PRODUCTBUYER (PRODUCTID, USERID) VALUES (1, 'bob')"});
   Recorder recorder;
   const RaisedError raised = raised_by([&] { product_->GetBuyersForProducts(Array{1}); });
-  const ExpectedFailure expected("1C9", "Mercato", "This key is already associated with an element of this collection",
-                                 {"Mercato.Product.getBuyersForProducts"});
-  EXPECT_EQ(raised, (RaisedError{error_number::kDuplicateKey, "Mercato", expected.description, "", 0}));
+  const FailureTrail expected = trail({error_number::kDuplicateKey, "Mercato",
+                                       "This key is already associated with an element of this collection", "", 0},
+                                      {"Mercato.Product.getBuyersForProducts"});
+  EXPECT_EQ(raised, expected.raised);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(vote(), Vote::abort);
 }
@@ -571,8 +575,8 @@ TEST_F(ProductBuyers, RefusedStatementsOfTheReadsAreLoggedUnderTheirLabels) {
       recorder.fail_on = refused;
       std::vector<Variant> arguments = call.arguments;
       const RaisedError raised = raised_by([&] { invoke(fresh.object(), call.method, arguments); });
-      const ExpectedFailure expected("80040E14", "Test", "refused on request", {call.label});
-      EXPECT_EQ(raised, (RaisedError{error_number::kStatementRefused, "Test", expected.description, "", 0}));
+      const FailureTrail expected = trail(refused_on_request(), {call.label});
+      EXPECT_EQ(raised, expected.raised);
       EXPECT_EQ(recorder.log, expected.log);
       EXPECT_EQ(fresh.context().vote_of_last_call(), call.vote);
       EXPECT_TRUE(buyers().empty());

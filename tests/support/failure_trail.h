@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "mercato/raised_error.h"
@@ -14,13 +15,18 @@ namespace mercato::test {
 
 // One tail that logs and raises, with its information when it has any.
 struct Level {
+  Level(const char* own_label) : label(own_label) {}             // NOLINT: a label is a level
+  Level(std::string own_label) : label(std::move(own_label)) {}  // NOLINT: the same
+  Level(std::string own_label, std::optional<std::string> own_info)
+      : label(std::move(own_label)), info(std::move(own_info)) {}
   std::string label;
-  std::optional<std::string> info = {};
+  std::optional<std::string> info;
 };
 
 struct FailureTrail {
   RaisedError raised;
   std::vector<LogEntry> log;
+  bool operator==(const FailureTrail&) const = default;
 };
 
 // From the innermost tail to the outermost.

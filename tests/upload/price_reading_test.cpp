@@ -69,12 +69,13 @@ TEST_F(PriceReading, FieldThatStandsTwiceInALineFailsTheReader) {
   Recorder recorder;
   const std::string text = price_document(price("A-1", "<Price>1</Price><price>2</price><Price>3</Price>"));
   const RaisedError error = raised_by([&] { upload.readProductPriceFromXML(text, false, "A-1"); });
-  const ExpectedFailure expected("1C9", "Mercato",
-                                 std::string(error_number::default_description(error_number::kDuplicateKey)),
-                                 {"Mercato.PriceXML.readProductPriceFromXML"});
+  const FailureTrail expected =
+      trail({error_number::kDuplicateKey, "Mercato",
+             std::string(error_number::default_description(error_number::kDuplicateKey)), "", 0},
+            {"Mercato.PriceXML.readProductPriceFromXML"});
   EXPECT_EQ(error.Number, error_number::kDuplicateKey);
   EXPECT_EQ(error.Source, "Mercato");
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
 }
 
@@ -83,11 +84,12 @@ TEST_F(PriceReading, LineWithoutPartNumberFailsTheSearchWhereverItStands) {
   Recorder recorder;
   const std::string text = price_document(price("A-1", "<Price>1</Price>") + "<ProductPrice/>");
   const RaisedError error = raised_by([&] { upload.readProductPriceFromXML(text, false, "A-1"); });
-  const ExpectedFailure expected("5B", "Mercato",
-                                 std::string(error_number::default_description(error_number::kObjectNotSet)),
-                                 {"Mercato.PriceXML.getPriceNodes", "Mercato.PriceXML.readProductPriceFromXML"});
+  const FailureTrail expected =
+      trail({error_number::kObjectNotSet, "Mercato",
+             std::string(error_number::default_description(error_number::kObjectNotSet)), "", 0},
+            {"Mercato.PriceXML.getPriceNodes", "Mercato.PriceXML.readProductPriceFromXML"});
   EXPECT_EQ(error.Number, error_number::kObjectNotSet);
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
 }
 
@@ -106,19 +108,19 @@ TEST_F(PriceReading, DocumentThatCannotBeLoadedIsRefusedByAllPlainReaders) {
     SCOPED_TRACE(one.method);
     Recorder recorder;
     const RaisedError error = raised_by(one.call);
-    const ExpectedFailure expected("800400D5", "Mercato.PriceXML.getPriceNodeList", "Unable to load XML",
-                                   {"Mercato.PriceXML.getPriceNodeList", "Mercato.PriceXML." + one.method});
+    const FailureTrail expected =
+        trail({eUnableToLoadXML, "Mercato.PriceXML.getPriceNodeList", "Unable to load XML", "", 0},
+              {"Mercato.PriceXML.getPriceNodeList", "Mercato.PriceXML." + one.method});
     EXPECT_EQ(error.Number, eUnableToLoadXML);
     EXPECT_EQ(error.Source, "Mercato.PriceXML.getPriceNodeList");
-    EXPECT_EQ(error.Description, expected.description);
+    EXPECT_EQ(error.Description, expected.raised.Description);
     EXPECT_EQ(recorder.log, expected.log);
   }
   const RaisedError error = raised_by([&] { upload.GetErrorsInPriceValues(broken, false, "A-1"); });
-  EXPECT_EQ(error.Description,
-            ExpectedFailure("800400D5", "", "Unable to load XML",
-                            {"Mercato.PriceXML.getPriceNodeList", "Mercato.PriceXML.readProductPriceFromXML",
-                             "Mercato.PriceXML.GetErrorsInPriceValues"})
-                .description);
+  EXPECT_EQ(error.Description, trail({eUnableToLoadXML, "", "Unable to load XML", "", 0},
+                                     {"Mercato.PriceXML.getPriceNodeList", "Mercato.PriceXML.readProductPriceFromXML",
+                                      "Mercato.PriceXML.GetErrorsInPriceValues"})
+                                   .raised.Description);
 }
 
 TEST_F(PriceReading, ReaderTouchesNoStore) {

@@ -31,17 +31,16 @@ class PriceValidation : public PriceTest {
   }
   // Fails through these methods, the innermost first.
   template <class Call>
-  void expect_failure(std::int32_t number, const std::string& hexadecimal, const std::vector<std::string>& methods,
-                      Call call) {
+  void expect_failure(std::int32_t number, const std::vector<std::string>& methods, Call call) {
     Recorder recorder;
     const RaisedError error = raised_by(call);
-    std::vector<std::string> labels;
+    std::vector<Level> labels;
     for (const std::string& method : methods) labels.push_back("Mercato.PriceXML." + method);
-    const ExpectedFailure expected(hexadecimal, "Mercato", std::string(error_number::default_description(number)),
-                                   labels);
+    const FailureTrail expected =
+        trail({number, "Mercato", std::string(error_number::default_description(number)), "", 0}, labels);
     EXPECT_EQ(error.Number, number);
     EXPECT_EQ(error.Source, "Mercato");
-    EXPECT_EQ(error.Description, expected.description);
+    EXPECT_EQ(error.Description, expected.raised.Description);
     EXPECT_EQ(recorder.log, expected.log);
   }
 
@@ -183,10 +182,9 @@ TEST_F(PriceValidation, PercentageThatIsNoNumberFailsTheCall) {
     for (const char* text : {"", "some"}) {
       SCOPED_TRACE(field);
       const std::string line = price_document(price("A-1", fields_with({{field, text}})));
-      expect_failure(error_number::kTypeMismatch, "D",
-                     {"getTypeAndRangeErrors", "getErrorFields", "GetErrorsInPriceValues"},
+      expect_failure(error_number::kTypeMismatch, {"getTypeAndRangeErrors", "getErrorFields", "GetErrorsInPriceValues"},
                      [&] { upload.GetErrorsInPriceValues(line, false, "A-1"); });
-      expect_failure(error_number::kTypeMismatch, "D", {"getTypeAndRangeErrors", "GetCheckedPriceList"},
+      expect_failure(error_number::kTypeMismatch, {"getTypeAndRangeErrors", "GetCheckedPriceList"},
                      [&] { upload.GetCheckedPriceList(line, false); });
     }
   }
@@ -194,7 +192,7 @@ TEST_F(PriceValidation, PercentageThatIsNoNumberFailsTheCall) {
 
 TEST_F(PriceValidation, WithoutCurrenciesTheFirstLineFails) {
   const std::string line = price_document(price("A-1", fields_with()));
-  expect_failure(error_number::kObjectNotSet, "5B", {"GetPriceRuleErrors", "getErrorFields", "GetErrorsInPriceValues"},
+  expect_failure(error_number::kObjectNotSet, {"GetPriceRuleErrors", "getErrorFields", "GetErrorsInPriceValues"},
                  [&] { upload.GetErrorsInPriceValues(line, false, "A-1"); });
   EXPECT_EQ(upload.GetErrorsInPriceValues(line, false, "Z-9")->Count(), 0) << "nothing is judged";
 }
@@ -298,12 +296,12 @@ TEST_F(PriceValidation, DocumentWithoutLinesGivesNothingAndLoadsNoCurrencies) {
 }
 
 TEST_F(PriceValidation, FieldThatStandsTwiceFailsThePreview) {
-  expect_failure(error_number::kDuplicateKey, "1C9", {"GetCheckedPriceList"},
+  expect_failure(error_number::kDuplicateKey, {"GetCheckedPriceList"},
                  [&] { checked(price("A-1", fields_with() + "<Price>1</Price>")); });
 }
 
 TEST_F(PriceValidation, RecordWithoutPartNumberFailsThePreviewWhenItHasContent) {
-  expect_failure(error_number::kObjectNotSet, "5B", {"GetCheckedPriceList"},
+  expect_failure(error_number::kObjectNotSet, {"GetCheckedPriceList"},
                  [&] { checked("<ProductPrice>" + fields_with() + "</ProductPrice>"); });
 }
 
@@ -313,8 +311,7 @@ TEST_F(PriceValidation, PreviewCountsNoFurtherThanAShort) {
   EXPECT_EQ(checked(records), Entries{});
   PriceXML other;
   const std::string too_many = price_document(records + "<ProductPrice/>");
-  expect_failure(error_number::kOverflow, "6", {"GetCheckedPriceList"},
-                 [&] { other.GetCheckedPriceList(too_many, false); });
+  expect_failure(error_number::kOverflow, {"GetCheckedPriceList"}, [&] { other.GetCheckedPriceList(too_many, false); });
   EXPECT_EQ(raised_by([&] { other.GetErrorsInPriceValues(price_document(band("A-1", "1")), false, "A-1"); }).Number,
             error_number::kObjectNotSet)
       << "it fails before the currencies are loaded";
@@ -327,16 +324,16 @@ TEST_F(PriceValidation, FailureOfTheCurrencyComponentFailsThePreview) {
   EXPECT_EQ(error.Number, 77);
   EXPECT_EQ(error.Source, "Bank");
   EXPECT_EQ(error.Description,
-            ExpectedFailure("4D", "Bank", "closed", {"Mercato.PriceXML.GetCheckedPriceList"}).description);
+            trail({0x4D, "Bank", "closed", "", 0}, {"Mercato.PriceXML.GetCheckedPriceList"}).raised.Description);
 }
 
 TEST_F(PriceValidation, FailureOfTheStoreFailsThePreviewThroughTheLookUp) {
   Recorder recorder;
   recorder.fail_on = "SELECT PRODUCTDESCRIPTION";
   const RaisedError error = raised_by([&] { checked(band("A-1", "1")); });
-  const ExpectedFailure expected("80040E14", "Test", "refused on request",
-                                 {"Mercato.PriceXML.getProductNameOrID", "Mercato.PriceXML.GetCheckedPriceList"});
-  EXPECT_EQ(error.Description, expected.description);
+  const FailureTrail expected =
+      trail(refused_on_request(), {"Mercato.PriceXML.getProductNameOrID", "Mercato.PriceXML.GetCheckedPriceList"});
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
 }
 

@@ -137,11 +137,12 @@ TEST_F(ProductProperties, ApostropheInAValueEndsTheRunAndKeepsWhatWasWritten) {
   EXPECT_EQ(error.Number, error_number::kStatementRefused);
   EXPECT_EQ(recorder.statements.back(),
             "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (2 ,1 ,'it's')");
-  const ExpectedFailure expected(
-      "80040E14", "SQLite store", "Unclosed quotation mark after the character string ')' (character 81)",
-      {"Mercato.ProductXML.insertProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
-       "Mercato.ProductXML.insertProductFromXML"});
-  EXPECT_EQ(error.Description, expected.description);
+  const FailureTrail expected =
+      trail({error_number::kStatementRefused, "SQLite store",
+             "Unclosed quotation mark after the character string ')' (character 81)", "", 0},
+            {"Mercato.ProductXML.insertProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
+             "Mercato.ProductXML.insertProductFromXML"});
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(property("A").to_text(), "a");
   EXPECT_TRUE(property("B").is_missing());
@@ -150,12 +151,12 @@ TEST_F(ProductProperties, ApostropheInAValueEndsTheRunAndKeepsWhatWasWritten) {
   const RaisedError update_error = raised_by([&] { update("<A>it's</A>"); });
   EXPECT_EQ(
       update_error.Description,
-      ExpectedFailure(
-          "80040E14", "SQLite store",
-          "Unclosed quotation mark after the character string ' WHERE PROPERTYID=1 AND PRODUCTID=1' (character 42)",
-          {"Mercato.ProductXML.updateProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
-           "Mercato.ProductXML.updateProductFromXML"})
-          .description);
+      trail({error_number::kStatementRefused, "SQLite store",
+             "Unclosed quotation mark after the character string ' WHERE PROPERTYID=1 AND PRODUCTID=1' (character 42)",
+             "", 0},
+            {"Mercato.ProductXML.updateProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
+             "Mercato.ProductXML.updateProductFromXML"})
+          .raised.Description);
   EXPECT_EQ(property("A").to_text(), "a");
 }
 

@@ -97,11 +97,12 @@ TEST_F(ProductReading, DocumentThatIsNotWellFormedCannotBeLoaded) {
   ProductXML upload;
   Recorder recorder;
   const RaisedError error = raised_by([&] { upload.readOneProductFromXML(fixture("not-well-formed"), false, "A-1"); });
-  const ExpectedFailure expected("800400D5", "Mercato.ProductXML.getProductNodeList", "Unable to load XML",
-                                 {"Mercato.ProductXML.getProductNodeList", "Mercato.ProductXML.readOneProductFromXML"});
+  const FailureTrail expected =
+      trail({eUnableToLoadXML, "Mercato.ProductXML.getProductNodeList", "Unable to load XML", "", 0},
+            {"Mercato.ProductXML.getProductNodeList", "Mercato.ProductXML.readOneProductFromXML"});
   EXPECT_EQ(error.Number, eUnableToLoadXML);
   EXPECT_EQ(error.Source, "Mercato.ProductXML.getProductNodeList");
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
 }
 
@@ -110,9 +111,9 @@ TEST_F(ProductReading, FileThatIsNotThereCannotBeLoaded) {
   const RaisedError error = raised_by([&] { upload.readBFPartNumbersFromXML((folder() / "no.xml").string(), true); });
   EXPECT_EQ(error.Number, eUnableToLoadXML);
   EXPECT_EQ(error.Description,
-            ExpectedFailure("800400D5", "", "Unable to load XML",
-                            {"Mercato.ProductXML.getProductNodeList", "Mercato.ProductXML.readBFPartNumbersFromXML"})
-                .description);
+            trail({eUnableToLoadXML, "", "Unable to load XML", "", 0},
+                  {"Mercato.ProductXML.getProductNodeList", "Mercato.ProductXML.readBFPartNumbersFromXML"})
+                .raised.Description);
 }
 
 TEST_F(ProductReading, RecordWithoutPartNumberFailsTheListAndTheSearchBehindIt) {
@@ -124,16 +125,18 @@ TEST_F(ProductReading, RecordWithoutPartNumberFailsTheListAndTheSearchBehindIt) 
   RaisedError error = raised_by([&] { upload.readBFPartNumbersFromXML(text, false); });
   EXPECT_EQ(error.Number, error_number::kObjectNotSet);
   const std::string not_set(error_number::default_description(error_number::kObjectNotSet));
-  EXPECT_EQ(error.Description,
-            ExpectedFailure("5B", "Mercato", not_set, {"Mercato.ProductXML.readBFPartNumbersFromXML"}).description);
+  EXPECT_EQ(error.Description, trail({error_number::kObjectNotSet, "Mercato", not_set, "", 0},
+                                     {"Mercato.ProductXML.readBFPartNumbersFromXML"})
+                                   .raised.Description);
 
   recorder.log.clear();
   error = raised_by([&] { upload.readOneProductFromXML(text, false, "C-3"); });
-  const ExpectedFailure expected("5B", "Mercato", not_set,
-                                 {"Mercato.ProductXML.getProductNodes", "Mercato.ProductXML.readOneProductFromXML"});
+  const FailureTrail expected =
+      trail({error_number::kObjectNotSet, "Mercato", not_set, "", 0},
+            {"Mercato.ProductXML.getProductNodes", "Mercato.ProductXML.readOneProductFromXML"});
   EXPECT_EQ(error.Number, error_number::kObjectNotSet);
   EXPECT_EQ(error.Source, "Mercato");
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
 }
 

@@ -131,12 +131,13 @@ TEST_F(ProductUpload, UpdateOfAnUnknownPartNumberWritesNothingAndFailsAtItsPrope
   Recorder recorder;
   const RaisedError error = raised_by([&] { update(document(record("A-1", kRequired))); });
   EXPECT_EQ(error.Number, error_number::kNoCurrentRow);
-  const ExpectedFailure expected(
-      "800A0BCD", "Mercato", std::string(error_number::default_description(error_number::kNoCurrentRow)),
-      {"Mercato.ProductXML.updateProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
-       "Mercato.ProductXML.updateProductFromXML"});
+  const FailureTrail expected =
+      trail({error_number::kNoCurrentRow, "Mercato",
+             std::string(error_number::default_description(error_number::kNoCurrentRow)), "", 0},
+            {"Mercato.ProductXML.updateProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
+             "Mercato.ProductXML.updateProductFromXML"});
   EXPECT_EQ(error.Source, "Mercato");
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(products(), 0);
 }
@@ -145,12 +146,13 @@ TEST_F(ProductUpload, QuietStopOfTheInsertFailsAtItsProperties) {
   Recorder recorder;
   const RaisedError error = raised_by(
       [&] { insert(document(record("A-1", "<UNIT>PC</UNIT><PRODUCTDESCRIPTION/><PARTNUMBER>A1</PARTNUMBER>"))); });
-  const ExpectedFailure expected(
-      "800A0BCD", "Mercato", std::string(error_number::default_description(error_number::kNoCurrentRow)),
-      {"Mercato.ProductXML.insertProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
-       "Mercato.ProductXML.insertProductFromXML"});
+  const FailureTrail expected =
+      trail({error_number::kNoCurrentRow, "Mercato",
+             std::string(error_number::default_description(error_number::kNoCurrentRow)), "", 0},
+            {"Mercato.ProductXML.insertProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
+             "Mercato.ProductXML.insertProductFromXML"});
   EXPECT_EQ(error.Number, error_number::kNoCurrentRow);
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(products(), 0);
 }
@@ -186,12 +188,11 @@ TEST_F(ProductUpload, FailureInTheMiddleOfARecordKeepsWhatWasWrittenBefore) {
   Recorder recorder;
   recorder.fail_on = "INSERT PRODUCTPROPVALUE";
   const RaisedError error = raised_by([&] { insert(fixture("all-fields")); });
-  const ExpectedFailure expected(
-      "80040E14", "Test", "refused on request",
-      {"Mercato.ProductXML.insertProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
-       "Mercato.ProductXML.insertProductFromXML"});
+  const FailureTrail expected = trail(refused_on_request(), {"Mercato.ProductXML.insertProductProperties",
+                                                             "Mercato.ProductXML.updateInsertProductFromXML",
+                                                             "Mercato.ProductXML.insertProductFromXML"});
   EXPECT_EQ(error.Source, "Test");
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(products(), 1);
   EXPECT_EQ(buyers().size(), 2u);
@@ -219,10 +220,10 @@ TEST_F(ProductUpload, FailuresCarryTheLabelsOfTheirMethods) {
     for (const std::string& method : row.methods) methods.push_back("Mercato.ProductXML." + method);
     methods.push_back("Mercato.ProductXML.updateInsertProductFromXML");
     methods.push_back("Mercato.ProductXML.insertProductFromXML");
-    const ExpectedFailure expected("80040E14", "Test", "refused on request", methods);
+    const FailureTrail expected = trail(refused_on_request(), {methods.begin(), methods.end()});
     Recorder recorder;
     recorder.fail_on = row.fail_on;
-    EXPECT_EQ(raised_by([&] { insert(fixture("all-fields")); }).Description, expected.description);
+    EXPECT_EQ(raised_by([&] { insert(fixture("all-fields")); }).Description, expected.raised.Description);
     EXPECT_EQ(recorder.log, expected.log);
     execute({"DELETE FROM PRODUCT"});
   };
@@ -288,13 +289,14 @@ TEST_F(ProductUpload, UpdateOfAProductWithoutTheBuyerFlagFailsAfterTheRowIsSaved
   add_product("A-1", ", MULTIPLEBUYER", ", NULL");
   Recorder recorder;
   const RaisedError error = raised_by([&] { update(document(record("A-1", "<URL>new</URL>"))); });
-  const ExpectedFailure expected(
-      "5E", "Mercato", std::string(error_number::default_description(error_number::kInvalidUseOfNull)),
-      {"Mercato.ProductXML.InsertUpdateMultipleBuyer", "Mercato.ProductXML.Update20",
-       "Mercato.ProductXML.updateProductValues", "Mercato.ProductXML.updateInsertProductFromXML",
-       "Mercato.ProductXML.updateProductFromXML"});
+  const FailureTrail expected =
+      trail({error_number::kInvalidUseOfNull, "Mercato",
+             std::string(error_number::default_description(error_number::kInvalidUseOfNull)), "", 0},
+            {"Mercato.ProductXML.InsertUpdateMultipleBuyer", "Mercato.ProductXML.Update20",
+             "Mercato.ProductXML.updateProductValues", "Mercato.ProductXML.updateInsertProductFromXML",
+             "Mercato.ProductXML.updateProductFromXML"});
   EXPECT_EQ(error.Number, error_number::kInvalidUseOfNull);
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(product("URL").to_text(), "new");
 }
@@ -325,11 +327,12 @@ TEST_F(ProductUpload, BuyersOfAProductWithSeveralAreReplacedPartByPartAsTheyStan
 TEST_F(ProductUpload, BuyersOfAnUnknownProductFail) {
   Recorder recorder;
   const RaisedError error = raised_by([&] { upload.InsertUpdateMultipleBuyer(7, "ann"); });
-  const ExpectedFailure expected("800400C8", "Mercato.ProductXML.InsertUpdateMultipleBuyer", "Product not present",
-                                 {"Mercato.ProductXML.InsertUpdateMultipleBuyer"});
+  const FailureTrail expected =
+      trail({eProductNotFound, "Mercato.ProductXML.InsertUpdateMultipleBuyer", "Product not present", "", 0},
+            {"Mercato.ProductXML.InsertUpdateMultipleBuyer"});
   EXPECT_EQ(error.Number, eProductNotFound);
   EXPECT_EQ(error.Source, "Mercato.ProductXML.InsertUpdateMultipleBuyer");
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
 }
 
@@ -420,11 +423,12 @@ TEST_F(ProductUpload, SourceWithoutTheMarkerFailsBeforeAnythingIsLoaded) {
   Recorder recorder;
   const RaisedError error =
       raised_by([&] { upload.insertProductsFromXML(document(record("A-1", kRequired)), false, list, false); });
-  const ExpectedFailure expected("5", "Mercato",
-                                 std::string(error_number::default_description(error_number::kInvalidArgument)),
-                                 {"Mercato.ProductXML.insertProductsFromXML"});
+  const FailureTrail expected =
+      trail({error_number::kInvalidArgument, "Mercato",
+             std::string(error_number::default_description(error_number::kInvalidArgument)), "", 0},
+            {"Mercato.ProductXML.insertProductsFromXML"});
   EXPECT_EQ(error.Number, error_number::kInvalidArgument);
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(recorder.statements, Statements{});
 }
@@ -449,12 +453,13 @@ TEST_F(ProductUpload, DocumentThatCannotBeLoadedFailsAtItsFirstRecord) {
   Recorder recorder;
   const RaisedError error =
       raised_by([&] { upload.insertProductsFromXML("k/\\" + fixture("not-well-formed"), false, list, false); });
-  const ExpectedFailure expected(
-      "5B", "Mercato", std::string(error_number::default_description(error_number::kObjectNotSet)),
-      {"Mercato.ProductXML.readOneProductFromXML2", "Mercato.ProductXML.updateInsertProductFromXML2",
-       "Mercato.ProductXML.insertProductsFromXML"});
+  const FailureTrail expected =
+      trail({error_number::kObjectNotSet, "Mercato",
+             std::string(error_number::default_description(error_number::kObjectNotSet)), "", 0},
+            {"Mercato.ProductXML.readOneProductFromXML2", "Mercato.ProductXML.updateInsertProductFromXML2",
+             "Mercato.ProductXML.insertProductsFromXML"});
   EXPECT_EQ(error.Number, error_number::kObjectNotSet);
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
 }
 
@@ -462,9 +467,10 @@ TEST_F(ProductUpload, DocumentThatCannotBeLoadedAndAnEmptyListFailAtTheRest) {
   list = Array();
   const RaisedError error = raised_by([&] { upload.insertProductsFromXML("k/\\<", false, list, false); });
   EXPECT_EQ(error.Description,
-            ExpectedFailure("5B", "", std::string(error_number::default_description(error_number::kObjectNotSet)),
-                            {"Mercato.ProductXML.getProductNodeList2", "Mercato.ProductXML.insertProductsFromXML"})
-                .description);
+            trail({error_number::kObjectNotSet, "",
+                   std::string(error_number::default_description(error_number::kObjectNotSet)), "", 0},
+                  {"Mercato.ProductXML.getProductNodeList2", "Mercato.ProductXML.insertProductsFromXML"})
+                .raised.Description);
 }
 
 // The document has no element left that its records could be selected from.
@@ -517,13 +523,14 @@ TEST_F(ProductUpload, PartNumberWithAnApostropheFailsABulkRun) {
   Recorder recorder;
   const RaisedError error = raised_by(
       [&] { upload.insertProductsFromXML("k/\\" + fixture("apostrophe-in-part-number"), false, list, false); });
-  const ExpectedFailure expected(
-      "80004005", "Mercato",
-      "The expression \"//Product[@buyfrompartnumber = 'O'Neil']\" cannot be evaluated: Expected ']' to match an "
-      "opening '['",
+  const FailureTrail expected = trail(
+      {error_number::kStoreFailure, "Mercato",
+       "The expression \"//Product[@buyfrompartnumber = 'O'Neil']\" cannot be evaluated: Expected ']' to match an "
+       "opening '['",
+       "", 0},
       {"Mercato.ProductXML.getProductNodes2", "Mercato.ProductXML.readOneProductFromXML2",
        "Mercato.ProductXML.updateInsertProductFromXML2", "Mercato.ProductXML.insertProductsFromXML"});
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
   EXPECT_EQ(recorder.statements,
             (Statements{"SELECT PRODUCTDESCRIPTION FROM PRODUCT WHERE BUYFROMPARTNUMBER='O''Neil'"}));
@@ -596,10 +603,10 @@ TEST_F(ProductUpload, BulkUpdateCountsNoFurtherThanAShort) {
   many.items.emplace_back("Z-9");
   const RaisedError error = raised_by([&] { upload.updateProductsFromXML("<P/>", false, many, false); });
   EXPECT_EQ(error.Number, error_number::kOverflow);
-  EXPECT_EQ(error.Description,
-            ExpectedFailure("6", "", std::string(error_number::default_description(error_number::kOverflow)),
-                            {"Mercato.ProductXML.updateProductsFromXML"})
-                .description);
+  EXPECT_EQ(error.Description, trail({error_number::kOverflow, "",
+                                      std::string(error_number::default_description(error_number::kOverflow)), "", 0},
+                                     {"Mercato.ProductXML.updateProductsFromXML"})
+                                   .raised.Description);
 }
 
 TEST_F(ProductUpload, FailureStopsABulkUpdateAndKeepsWhatWasDone) {
@@ -609,12 +616,12 @@ TEST_F(ProductUpload, FailureStopsABulkUpdateAndKeepsWhatWasDone) {
                                  Array{"A-1", "B-2"}, false);
   });
   EXPECT_EQ(error.Number, error_number::kNoCurrentRow);
-  EXPECT_EQ(
-      error.Description,
-      ExpectedFailure("800A0BCD", "", std::string(error_number::default_description(error_number::kNoCurrentRow)),
-                      {"Mercato.ProductXML.updateProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
-                       "Mercato.ProductXML.updateProductsFromXML"})
-          .description);
+  EXPECT_EQ(error.Description,
+            trail({error_number::kNoCurrentRow, "",
+                   std::string(error_number::default_description(error_number::kNoCurrentRow)), "", 0},
+                  {"Mercato.ProductXML.updateProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
+                   "Mercato.ProductXML.updateProductsFromXML"})
+                .raised.Description);
   EXPECT_EQ(product("URL").to_text(), "a");
 }
 

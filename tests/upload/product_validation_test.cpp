@@ -87,11 +87,12 @@ TEST_F(ProductValidation, EmptyUnitIsFoundTwiceAndTheCallFails) {
   Recorder recorder;
   const RaisedError error =
       raised_by([&] { errors_of("<PRODUCTDESCRIPTION>Pen</PRODUCTDESCRIPTION><PARTNUMBER>A1</PARTNUMBER><UNIT/>"); });
-  const ExpectedFailure expected("1C9", "Mercato",
-                                 std::string(error_number::default_description(error_number::kDuplicateKey)),
-                                 {"Mercato.ProductXML.getErrorFields", "Mercato.ProductXML.getErrorsInProductValues"});
+  const FailureTrail expected =
+      trail({error_number::kDuplicateKey, "Mercato",
+             std::string(error_number::default_description(error_number::kDuplicateKey)), "", 0},
+            {"Mercato.ProductXML.getErrorFields", "Mercato.ProductXML.getErrorsInProductValues"});
   EXPECT_EQ(error.Number, error_number::kDuplicateKey);
-  EXPECT_EQ(error.Description, expected.description);
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
 }
 
@@ -107,10 +108,11 @@ TEST_F(ProductValidation, ContractCodeWithoutNumberFailsWithTheStore) {
   EXPECT_EQ(error.Number, error_number::kStatementRefused);
   ASSERT_FALSE(recorder.statements.empty());
   EXPECT_EQ(recorder.statements.back(), "SELECT CONTRACTCODE FROM CONTRACTLINES WHERE CONTRACTCODE='K7' AND NUMBER=");
-  const ExpectedFailure expected("80040E14", "SQLite store", "Incorrect syntax near '=' (character 74)",
-                                 {"Mercato.ProductXML.Exists", "Mercato.ProductXML.getErrorFields",
-                                  "Mercato.ProductXML.getErrorsInProductValues"});
-  EXPECT_EQ(error.Description, expected.description);
+  const FailureTrail expected =
+      trail({error_number::kStatementRefused, "SQLite store", "Incorrect syntax near '=' (character 74)", "", 0},
+            {"Mercato.ProductXML.Exists", "Mercato.ProductXML.getErrorFields",
+             "Mercato.ProductXML.getErrorsInProductValues"});
+  EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
 }
 
@@ -237,11 +239,13 @@ TEST_F(ProductValidation, SettingIsAskedOnceForAnObject) {
 }
 
 TEST_F(ProductValidation, BothListsFailUnderTheNameOfTheUpdateList) {
-  const ExpectedFailure expected(
-      "800400D5", "Mercato.ProductXML.getProductNodeList", "Unable to load XML",
-      {"Mercato.ProductXML.getProductNodeList", "Mercato.ProductXML.GetCheckedProductUpdateList"});
-  EXPECT_EQ(raised_by([&] { upload.GetCheckedProductUpdateList("<", false); }).Description, expected.description);
-  EXPECT_EQ(raised_by([&] { upload.GetCheckedProductInsertList("<", false); }).Description, expected.description);
+  const FailureTrail expected =
+      trail({eUnableToLoadXML, "Mercato.ProductXML.getProductNodeList", "Unable to load XML", "", 0},
+            {"Mercato.ProductXML.getProductNodeList", "Mercato.ProductXML.GetCheckedProductUpdateList"});
+  EXPECT_EQ(raised_by([&] { upload.GetCheckedProductUpdateList("<", false); }).Description,
+            expected.raised.Description);
+  EXPECT_EQ(raised_by([&] { upload.GetCheckedProductInsertList("<", false); }).Description,
+            expected.raised.Description);
 }
 
 // Filled up it would be no number: "000000000000-5".
@@ -335,12 +339,12 @@ TEST_F(ProductValidation, TwoPropertyNamesWithTheSameThirtyCharactersFail) {
   const RaisedError error =
       raised_by([&] { insert("<" + first + ">v</" + first + "><" + second + ">v</" + second + ">"); });
   EXPECT_EQ(error.Number, error_number::kDuplicateKey);
-  EXPECT_EQ(
-      error.Description,
-      ExpectedFailure("1C9", "Mercato", std::string(error_number::default_description(error_number::kDuplicateKey)),
-                      {"Mercato.ProductXML.getValidatedProductValues", "Mercato.ProductXML.updateInsertProductFromXML",
-                       "Mercato.ProductXML.insertProductFromXML"})
-          .description);
+  EXPECT_EQ(error.Description,
+            trail({error_number::kDuplicateKey, "Mercato",
+                   std::string(error_number::default_description(error_number::kDuplicateKey)), "", 0},
+                  {"Mercato.ProductXML.getValidatedProductValues", "Mercato.ProductXML.updateInsertProductFromXML",
+                   "Mercato.ProductXML.insertProductFromXML"})
+                .raised.Description);
   EXPECT_EQ(products(), 0);
 }
 

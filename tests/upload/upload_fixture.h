@@ -11,7 +11,7 @@
 #include "mercato/collection.h"
 #include "mercato/dictionary.h"
 #include "mercato/product_xml.h"
-#include "tests/support/expected_failure.h"
+#include "tests/support/failure_trail.h"
 #include "tests/support/messages.h"
 #include "tests/support/store_fixture.h"
 
