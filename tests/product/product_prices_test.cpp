@@ -329,7 +329,7 @@ TEST_F(ProductPrices, WithAValueThatNoLineCanHoldFailAndLeaveNothing) {
       {{"NOCOLUMN"}, {kNull}, 94, "5E", "Invalid use of Null"},
       {{kNull}, {1}, 94, "5E", "Invalid use of Null"},
       {{"PRICE"}, {kMissing}, 13, "D", "Type mismatch"},
-      {{"PRICE"}, {Array{1}}, 13, "D", "Type mismatch"},
+      {{"PRICE"}, {Variant(Array{1})}, 13, "D", "Type mismatch"},
       {{"PRICE"}, {"abc"}, 13, "D", "Type mismatch"},
       {{"PRICE"}, {""}, 13, "D", "Type mismatch"},
       {{"PRICE"}, {"922337203685477.5808"}, 6, "6", "Overflow"},
