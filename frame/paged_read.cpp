@@ -38,7 +38,7 @@ ComponentPtr PagedRead(const PagedQuery& query, const PageRequest& request, cons
 
 Sql with_ids(Sql statement, std::string_view column, const Variant& ids) {
   if (ids.is_missing()) return statement;
-  const Array given = ids.to_array();
+  const Array& given = ids.to_array();
   std::string list;
   for (std::int32_t index = given.lower; index <= given.upper(); ++index) {
     if (index > given.lower) list += ' ';
