@@ -66,8 +66,8 @@ Option* Command::add_flag(const char* name, bool& given, const char* description
   return keep(app_.add_flag(name, given, description));
 }
 Option* Command::add_choice(const char* name, const std::vector<std::string>& choices,
-                            std::function<void(const std::string&)> chosen, const char* description) {
-  return keep(app_.add_option_function<std::string>(name, std::move(chosen), description)
+                            const std::function<void(const std::string&)>& chosen, const char* description) {
+  return keep(app_.add_option_function<std::string>(name, chosen, description)
                   ->transform(CLI::IsMember(choices, CLI::ignore_case)));
 }
 Command* Command::add_changes() {

@@ -62,7 +62,7 @@ class Command {
   Option* add_flag(const char* name, bool& given, const char* description);
   // `chosen` gets the one of the choices that was given, in any case.
   Option* add_choice(const char* name, const std::vector<std::string>& choices,
-                     std::function<void(const std::string&)> chosen, const char* description);
+                     const std::function<void(const std::string&)>& chosen, const char* description);
   // Options of which one has to be given, or more.
   Command* add_changes();
 
