@@ -60,11 +60,13 @@ std::vector<std::string> public_functions(const std::string& body, const std::st
   return names;
 }
 
-// Class name to its public functions, for every component that the headers of the business folders declare.
+// Class name to its public functions, for every component that the public headers, or those of the business folders,
+// declare.
 std::map<std::string, std::vector<std::string>> declared_classes() {
-  static const std::regex head(R"(class\s+(\w+)(?:\s+final)?\s*:\s*public\s+ComponentOf<(\w+)>\s*\{)");
+  static const std::regex head(
+      R"(class\s+(?:MERCATO_API\s+)?(\w+)(?:\s+final)?\s*:\s*public\s+ComponentOf<(\w+)>\s*\{)");
   std::map<std::string, std::vector<std::string>> classes;
-  for (const char* folder : {"product", "upload", "catalog", "classification"}) {
+  for (const char* folder : {"include/mercato", "product", "upload", "catalog", "classification"}) {
     const std::filesystem::path path = std::filesystem::path(MERCATO_SOURCE_DIR) / folder;
     if (!std::filesystem::exists(path)) continue;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(path)) {
