@@ -18,6 +18,7 @@
 #include "frame/lib_mts.h"
 #include "frame/lib_sql.h"
 #include "frame/method.h"
+#include "mercato/clock.h"
 #include "mercato/collection.h"
 #include "mercato/dictionary.h"
 #include "mercato/invoke.h"
@@ -95,6 +96,7 @@ class AllocationFailure : public StoreTest {
     StoreTest::SetUp();
     MERCATO_ONLY_ON_SQLITE(store(), "the engine's own allocations fail, too, and the store is brought back as a file");
     spare_libxml2(false);
+    clock::script_clock(*Date::parse("7/1/2026 8:30:00 AM"), 0);  // rows that are stamped are the same each time
     for (const char* script : {"reference.sql", "house_catalog.sql"}) {
       const std::string text = read_whole(sample(script));
       for (const std::string_view statement : store::dialect::split_script(text)) execute({std::string(statement)});
@@ -143,7 +145,7 @@ class AllocationFailure : public StoreTest {
     return numbers;
   }
 
-  enum class Wrote { whatever, nothing };
+  enum class Wrote { whatever, nothing, nothing_or_all };
 
   // `work` answers what has to be the same whenever it does not fail. `wrote`: what a failed call leaves.
   void check(const Work& work, Wrote wrote, const std::set<std::int32_t>& also_fails_with = {}) {
@@ -158,6 +160,7 @@ class AllocationFailure : public StoreTest {
       work();
       allocations = allocations_asked_for();
     }
+    const auto rows_after = all_rows();
     ASSERT_GT(allocations, 0);
     std::size_t failures = 0;
     for (const Failing how : {Failing::once, Failing::from_then_on}) {
@@ -191,8 +194,9 @@ class AllocationFailure : public StoreTest {
           ADD_FAILURE() << "raised " << raised << ": " << words;
         }
         EXPECT_EQ(integrity(), "ok");
-        if (raised != 0 && wrote == Wrote::nothing) {
-          EXPECT_EQ(all_rows(), rows_before);
+        if (raised != 0 && wrote != Wrote::whatever) {
+          const auto rows = all_rows();
+          EXPECT_TRUE(rows == rows_before || (wrote == Wrote::nothing_or_all && rows == rows_after));
         }
         forget_thread_state();
         // The engine does without some allocations. What was done all the same, as a deletion, cannot be done twice.
@@ -325,17 +329,18 @@ TEST_F(AllocationFailure, ProductsAreFoundByAPartOfTheirNumber) {
   check(call_of("Mercato.Product", "GetCatalogProductsByPartNumber", {"M-%", 10, false}), Wrote::nothing);
 }
 
+// These two cast no vote when they fail: what was written before that goes into the transaction.
 TEST_F(AllocationFailure, ProductIsInserted) {
   check(call_of("Mercato.Product", "Insert20",
                 {Array{"PARTNUMBER", "PRODUCTDESCRIPTION", "UNITCODE", "PRODUCTREMARK"},
                  Array{"M-3", "A pencil with a long description", "EA", std::string(200, 'r')}}),
-        Wrote::nothing);
+        Wrote::nothing_or_all);
 }
 
 TEST_F(AllocationFailure, ProductIsUpdated) {
   check(call_of("Mercato.Product", "Update20",
                 {1, Array{"PRODUCTDESCRIPTION", "PRODUCTREMARK"}, Array{"Better paper", std::string(200, 'r')}}),
-        Wrote::nothing);
+        Wrote::nothing_or_all);
 }
 
 TEST_F(AllocationFailure, ProductIsDeleted) { check(call_of("Mercato.Product", "Delete", {2}), Wrote::nothing); }
