@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // authorisation_bench [-f FIGURES]
 //
 // What it costs to ask whether a user may see or order from a node, next to the bare statements of the same walk on the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // calls_bench [-f FIGURES] [-s STORE]
 //
 // What single calls cost, next to the same work on the bare engine, on a store of 100,000 real products: the one named,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // catalog_bench [-f FIGURES] [-n NODES]
 //
 // Lays out the nodes of a user who has a whole catalogue of 100,000 nodes (TCatalog.PopulateUserNodes), and copies that

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // components_to_prices [-n LINES] [COMPONENTS.csv[.gz]] > prices.xml
 #include <unistd.h>
 

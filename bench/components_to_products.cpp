@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // components_to_products [-n RECORDS] [-a ATTRIBUTES.csv.gz] [COMPONENTS.csv[.gz]] > products.xml
 #include <unistd.h>
 

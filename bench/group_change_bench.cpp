@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // group_change_bench [-f FIGURES] [-n PRODUCTS]
 //
 // Aligns a group of 10,000 products with its 20 properties through PropertyGroup.UpdateGroupChange, and does by hand on

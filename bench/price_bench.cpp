@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // price_bench [-f FIGURES]
 //
 // What the selection of a price costs, next to the bare query on the same store: 1,000 products with six price lines

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // price_upload_bench [-f FIGURES] [LINES...]
 //
 // Uploads documents of 10,000 and 100,000 real price lines (or of the sizes named), and plays the same statements by

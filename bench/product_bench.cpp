@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // product_bench [-f FIGURES] [-n CALLS]
 //
 // Writes 1,000 products of 20 fields through Product.Insert20, and as many changes through Update20, each call in a

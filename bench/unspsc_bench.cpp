@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // unspsc_bench [-f FIGURES]
 //
 // Loads the 20,789 codes of a whole classification, with their commodities, from a workbook and from a document

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // unspsc_links_bench [-f FIGURES]
 //
 // What it costs to link one product to 2,000 categories and to cut it loose again, each in one transaction, next to the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // upload_bench [-f FIGURES] [-k STORE] [RECORDS...]
 //
 // Uploads documents of 1,000, 20,000 and 100,000 real records (or of the sizes named), and plays the same statements by

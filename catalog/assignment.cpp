@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The catalogues that users and profiles have. Catalog reads them; TCatalog writes them, and lays out the nodes of
 // users.
 #include "catalog/catalog_internal.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The entries that a user has: their levels, the nodes where his view of a catalogue begins, and the nodes that were
 // laid out for him. What he may do with one node is in node_rights.cpp.
 #include "catalog/catalog_internal.h"

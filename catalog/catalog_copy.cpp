@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Copies of catalogues.
 #include <initializer_list>
 #include <unordered_set>

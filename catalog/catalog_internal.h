@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What several files of the catalogue classes share. Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The life of a catalogue: its insertion and its end.
 #include "catalog/t_catalog_internal.h"
 #include "frame/voted_method.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "catalog/catalog_lists.h"
 
 #include "catalog/catalog_internal.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What hosts show of catalogues beside the answers of Mercato.Catalog: counts, and lists that no public call gives.
 // Every function raises what the store raises; nothing is changed and nothing is logged. Any thread.
 #pragma once

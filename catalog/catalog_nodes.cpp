@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Catalogues and the nodes of their trees, whoever may see them.
 #include <vector>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The folders in which users sort their favourites. No folder is inside of another. The root has no row: its favourites
 // have the folder id 0.
 #include "catalog/catalog_internal.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What users take along from a catalogue to its successor: the two calls, and the plans of what they would do.
 #include "catalog/migration.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What would become of the rights and favourites of a catalogue if TCatalog's ChangeAuthorizationsForUser and
 // ChangeFavorites moved them to its successor: for hosts that show it first, and refuse what the library would not come
 // to an end with. The statements and comparisons are those of the two calls. Nothing is changed and nothing is logged;

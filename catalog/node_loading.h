@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // New nodes for a catalogue, as a host loads them: no public call writes nodes. The host lists them, each with the
 // place of its parent in the list, asks for circles, and has them written inside of its own transaction. Any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a user may do with a catalogue and with a node. right_on_node is the rule; the calls of the class and the trace
 // go by it.
 #include "catalog/node_rights.h"

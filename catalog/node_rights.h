@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Why a user may do with a node what he may: the entries that the library looks at on the way, and the one that
 // decides. For hosts that explain a right. The answers are those of Mercato.Catalog's IsAuthorizedCatalogNode,
 // IsViewOnlyCatalogNodeEx and IsOrderCatalogNodeEx, which go by the same code. Any thread.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The nodes of catalogues as they stand in the store, for hosts that draw a catalogue or look where a call of the
 // library would lead. Where the library walks up a circle of parents until the time of its call is up, the walks here
 // end and say so. They stay within the time of the call in which they are made.

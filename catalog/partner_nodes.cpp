@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The business partners that are tied to a catalogue as a whole, or to one of its nodes. A node's id of 0 or less
 // stands for the whole catalogue.
 #include "catalog/catalog_internal.h"

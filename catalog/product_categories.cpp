@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Product categories and their visibilities: reading (Catalog) and writing (TCatalog).
 #include "catalog/catalog_internal.h"
 #include "frame/contracts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The entries that give a user or a profile his rights, for hosts that list and count them, and for what would keep
 // TCatalog's PopulateUserNodes from laying out a user's nodes. Every function raises what the store raises; nothing is
 // changed and nothing is logged. Any thread.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Shop-out folders: nodes that lead to a partner's own shop, and the accounts that users hold there.
 #include "frame/lib_sql.h"
 #include "frame/method.h"

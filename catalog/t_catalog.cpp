@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "mercato/t_catalog.h"
 
 #include "frame/lib_mts.h"

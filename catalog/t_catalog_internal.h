@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What several files of TCatalog share. One thread at a time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the classes of small tables share: how rows are listed, looked up and deleted.
 #pragma once
 

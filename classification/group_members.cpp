@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "classification/group_members.h"
 
 #include "frame/query_rows.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which properties the property groups have, for hosts that list them: no public call tells it. Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "mercato/r_property_group.h"
 
 #include "frame/lib_sql.h"

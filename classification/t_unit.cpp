@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "mercato/t_unit.h"
 
 #include "classification/code_table.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "classification/unspsc_code.h"
 
 #include "values/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How a UNSPSC code is made up: pairs of digits, each pair one level below the pair before it. A row of UNSPSCCODES
 // holds one pair and, as its parent, all pairs above it. Pure functions.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The uploads of UNSPSC codes: two ways to read codes and descriptions, one way to write them.
 #include "classification/unspsc_upload.h"
 

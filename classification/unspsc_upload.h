@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a host asks before an upload of UNSPSC codes (t_unspsc.h). Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Writes OUTPUT: the texts of FILES as a table of raw string literals, in the order of their names.
 set(body "")
 foreach(file IN LISTS FILES)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Sources are found by patterns, so that a new one needs no line anywhere. One that no pattern reaches would be neither compiled nor
 # tested, and nobody would see it: so what lies in the tree is compared with what the targets compile.
 function(sources_of_targets result directory)

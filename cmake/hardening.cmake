@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What makes an attack on the shipped programs and on the library harder. Sanitizers bring checks of their own.
 include(CheckPIESupported)
 check_pie_supported()

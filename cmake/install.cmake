@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The installed package: library, public headers, tool, a CMake package and a pkg-config file; the definitions of the tables, the
 # schemas of documents, samples, and what there is to read. Nothing else.
 include(CMakePackageConfigHelpers)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # libmercato: every source of the folders below, and the table definitions as text.
 set(MERCATO_FOLDERS values platform frame records collaborators product upload catalog classification server)
 

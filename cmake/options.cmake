@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 option(MERCATO_TESTS "Build the tests" ON)
 option(MERCATO_BENCHMARKS "Build the benchmarks" OFF)
 option(MERCATO_FUZZERS "Build the fuzz targets (clang only)" OFF)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The reference of the public headers, by Doxygen. A header that does not say what it declares ends it with an error.
 add_custom_target(reference
   COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/reference

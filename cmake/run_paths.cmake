@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Where a program looks for the library: seen from its own folder, so that the build tree and an installation can be moved.
 # The path is the same in both. One that is replaced on installing is filled up with empty entries in the build tree, and an
 # empty entry is the working directory: whoever may write there could have a library of his own loaded.

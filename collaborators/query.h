@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One query of a collaborator, on a connection of its own that joins the caller's transaction, if there is one. Reads
 // forward only; the connection closes with the object. One thread at a time.
 #pragma once

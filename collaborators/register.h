@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The classes of the default collaborators, for hosts to register.
 #pragma once
 

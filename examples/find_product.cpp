@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opens a store and prints one product: a whole program against the installed library.
 //
 //   find_product STORE SUPPLIER_PART_NUMBER

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes a store with its tables, and files a unit and a product in it: a whole program against the installed library.
 //
 //   new_store STORE

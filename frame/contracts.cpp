@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "frame/contracts.h"
 
 #include "mercato/object_context.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The contracts of the collaborating components, as the library sees them: each is a thin typed face over a component
 // that is called by name, so that any component with these operations can stand behind it. Default ones live in
 // collaborators/. A contract made without a component creates it through Gen_GetComponent when it is first asked.

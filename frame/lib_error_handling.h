@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The current error, its message, and the log. One current error for each thread; `Number` is 0 when none is pending.
 #pragma once
 

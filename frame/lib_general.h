@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Components by ProgID, and values as SQL text. Any thread.
 #pragma once
 

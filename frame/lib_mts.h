@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Votes of the current object. Outside of the transaction server they do nothing. Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Recordset factories, and the functions that close what a method opened. Any thread.
 #pragma once
 

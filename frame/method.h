@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The shape of a public method: a body that reads as its steps, and the tail that every failure takes.
 //
 //   std::int32_t Product::GetMaxProductId() {

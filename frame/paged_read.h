@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one sequence of calls behind all paged lists: a DRecordset, the page's own when the caller brought a page, is set
 // up, sent to the position where the list was left, and opened. Votes and tails are the methods' own. Any thread.
 #pragma once

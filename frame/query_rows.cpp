@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "frame/query_rows.h"
 
 #include "frame/lib_sql.h"

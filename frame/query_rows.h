@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The rows of a query as dictionaries: for what the library tells its hosts below the public interface. Any thread.
 #pragma once
 

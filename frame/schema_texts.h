@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The table definitions that the library brings along.
 #pragma once
 

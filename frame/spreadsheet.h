@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The spreadsheet component as the library sees it: a typed face over late-bound calls, like those of contracts.h.
 #pragma once
 

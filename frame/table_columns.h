@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the columns of a table take, and whether a row is there: for hosts that say why a write is refused. Whether it
 // is refused, the store alone decides. Any thread.
 #pragma once

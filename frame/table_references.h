@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which columns of the library's tables refer to which table, and the rows that refer to nothing. The classes do not
 // ask this: before they write or delete, they ask the reference checker. Any thread.
 #pragma once

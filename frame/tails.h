@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The steps of the usual tails, by name: what a method holds is closed, in the order in which it is named; the vote
 // comes last.
 //

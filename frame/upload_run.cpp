@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "frame/upload_run.h"
 
 #include "platform/store/call_limit.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A run of single statements that need not be flushed to the disk one by one. Each of them stands when it has run; all
 // are durable when the run has ended. Bound to the thread that began it, and to the call: it is never kept in an
 // object.

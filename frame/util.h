@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Date checks, and the objects without a ProgID that the base library gives to each thread.
 #pragma once
 

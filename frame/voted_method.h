@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The forms that most methods of voting classes have: one statement on a connection of its own, then the vote. Their
 // tail closes what is open, votes abort and logs under the label. `open` gives the connection; `statement`, which runs
 // before it, the text; `read` makes the result of the rows. read_and_close is the form of reads that cast no vote; its

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any bytes as a part of a statement that a caller may supply: a condition, a list of fields, an order, a pattern of
 // LIKE. Whatever they are, the statement is refused or runs on a real store, ends within the call limit and changes no
 // row.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any bytes as a statement, as the value of one, and as a clause of one: lexed, checked, translated, prepared and run.
 // Whatever comes, it is refused or it runs; a value never changes what the statement does, and a tree holds all of it.
 #include <sqlite3.h>

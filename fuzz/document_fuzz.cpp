@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any bytes as a document: as a text and as a file's bytes, then read, searched, judged by a schema, thinned out and
 // written. Whatever was
 // loaded must keep the promises of platform/xml/document.h.

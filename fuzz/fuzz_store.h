@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A store with the library's tables, for a target that runs statements; it goes away with the process.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any bytes as the requests of a session of the gateway. Whatever they are, each line that is no notification gets one
 // answer, which is one line of JSON-RPC, and the session goes on.
 #include <cstddef>

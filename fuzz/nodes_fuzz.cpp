@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any bytes as a file of comma-separated values with the nodes of a catalogue. As values: what is read is the same when
 // it is written and read again. As nodes: the catalogue is loaded whole, or nothing of it is.
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any bytes as a settings file. It is refused with the file, the line and the reason, or it gives settings that can be
 // used.
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any bytes as a workbook. The first byte says as what: as the file itself, or as one of the parts of a small workbook
 // that is otherwise right (packing would hide most of the bytes from the fuzzer). Whatever is opened must keep the
 // promises of platform/spreadsheet/workbook.h.

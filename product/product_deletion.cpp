@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The questions of the reference checker, and the deletion and hiding of products.
 #include <array>
 #include <string_view>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The favourites of users, for hosts that list and count them: no public call of Product does. Casts no vote. Any
 // thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the files of class Product share. Only they include it.
 #pragma once
 

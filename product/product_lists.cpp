@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lists of products, and the check against a user's catalogues.
 #include "frame/lib_general.h"
 #include "frame/util.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writing products: Insert20 and Update20, the old calls built on them, and single property values.
 #include "frame/contracts.h"
 #include "product/product_internal.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Price lines: writing them, listing them, and the price that holds for a date or a quantity.
 #include <array>
 #include <string_view>

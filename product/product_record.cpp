@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One product: its record, chosen fields, and single values.
 #include <array>
 #include <memory>

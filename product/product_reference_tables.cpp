@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What hangs on the product master: commodities, manufacturers, tax codes. Lists that can be long are read in pages.
 #include "frame/contracts.h"
 #include "frame/lib_general.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Requisition support: the properties that a requisition line asks for, and the quantities that may be ordered.
 #include <array>
 #include <string_view>

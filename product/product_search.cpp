@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Searches by part number: patterns over the catalogue, and exact lookups.
 #include "product/product_search.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A search for hosts that list what it finds. The public calls of Product tell only the first hit and the number of
 // hits. Any thread.
 #pragma once

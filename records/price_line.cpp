@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "records/price_line.h"
 
 #include "frame/lib_general.h"

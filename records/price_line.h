@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one writer of price lines, the rows of CATALOGPRODUCTPRICE: it finds or begins a line, passes the fields through
 // their rules, and writes it. What its callers do differently stands in policies, side by side.
 // Nothing is kept between calls. Any thread.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "records/product_row.h"
 
 #include <unordered_map>

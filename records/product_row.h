@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The field/value protocol: what becomes of each value on its way into a row of PRODUCT. Every generic writer of
 // products shares the one table of rules in product_row.cpp; a policy is a column of that table, so that the
 // differences between the writers stand side by side. Nothing is kept between calls. Any thread.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The module UNSPSCLib: keeps PRODUCTSBYCATEGORY in step with the UNSPSC codes. A product belongs to every category
 // whose code is the product's code or a prefix of it at a segment boundary (two characters; the last segment of a code
 // of odd length has one). Commit votes are the callers'; every function votes abort when it fails, and logs and raises

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs the library into a folder of its own, builds the examples against it as a stranger would, and runs them; so is the
 # installed tool. Nothing is installed, and nothing exported, but what is public.
 #   examples_test.sh SOURCE_DIR BUILD_DIR

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Each header that is installed compiles alone and without a warning: a host may include any of them first, or only that one.
 #   installed_headers_test.sh BUILD_DIR
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # What is shipped: the tool and the library, which take nothing from the working directory, are hardened, and start where
 # they are installed. Those of the build tree are held to the same.
 #   shipped_binaries_test.sh SOURCE_DIR BUILD_DIR BUILD_TYPE

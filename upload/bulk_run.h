@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The bulk run that both uploads share: the prefixed source, the time budget, the cut of the caller's list, the
 // remaining file. What differs between them is a BulkRun. Thread of the call.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The previews: read, judge, list. Nothing is written.
 #include "frame/method.h"
 #include "mercato/collection.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads price documents: their records become dictionaries, field name, as it is written, to text. Knows no database.
 // The plain readers load the document at each call; those that end in 2 work on a loaded one and cannot find a part
 // number with an apostrophe. All raise 457 for a field that stands twice in one record.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The upload, and the way of one price line: read, judge, look up, write. What becomes of a field on its way into its
 // column is told in records/price_line.cpp.
 #include <optional>

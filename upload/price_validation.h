@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Judges a price: a line passes all rules or is not written. The judge changes nothing of it.
 //
 // The rules of one field take its name in any case. The comparisons look a field up by its one spelling, and one that

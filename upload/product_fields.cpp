@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "upload/product_fields.h"
 
 #include <unordered_map>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The fields of a product document, and what a value of each has to be. The judge and the repairer apply different
 // rules to several of them on purpose; this table is the one place that says which field is what. Pure; any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What is no standard field is a property: its name and value go to PROPERTY and PRODUCTPROPVALUE. A name that is not
 // known becomes an external property for texts. The values go into the statements as they stand: one with an apostrophe
 // breaks its statement, and the store refuses it.

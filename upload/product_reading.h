@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads product documents: their records become dictionaries, upper-cased field name to text. Knows no database.
 // The plain readers load the document at each call; those that end in 2 work on a loaded one. The two are not
 // equivalent: for a part number that the document lacks the one gives an empty dictionary and the other fails, and only

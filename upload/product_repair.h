@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Repairs the record of a product for the upload: drops bad values, cuts long ones, translates keys. Required fields
 // are not asked for. Its rules are not those of the error check (product_validation.h).
 #pragma once

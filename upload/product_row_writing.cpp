@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The row of PRODUCT and the buyer rows beside it. What becomes of each field is told in records/product_row.cpp.
 #include "frame/lib_general.h"
 #include "frame/method.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The calls that write, and the way of one record: read, repair, decide, split, write.
 #include <optional>
 #include <unordered_set>

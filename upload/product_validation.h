@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Judges the record of a product for the previews: says which fields are bad and changes nothing of it. Its rules are
 // not those of the repair (product_repair.h): a record can pass the one and fail the other.
 #pragma once

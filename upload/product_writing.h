@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes a repaired record of a product. Trusts its input: the judge and the repairer have been there before.
 // product_row_writing.cpp writes the row of PRODUCT and the buyer rows beside it; product_properties.cpp every other
 // field. Each statement stands when it has run.

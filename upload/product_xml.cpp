@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "mercato/product_xml.h"
 
 #include "upload/product_xml_internal.h"

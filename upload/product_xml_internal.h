@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What an object of class ProductXML keeps, and the types that do its work.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "upload/reference_data.h"
 
 #include "frame/lib_general.h"

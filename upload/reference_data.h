@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the judge, the repairer and the writer of products ask of the store and of the collaborating components, and
 // what of the answers is kept as long as the object: the business partners' component and whether UNSPSC is in use.
 // Writes nothing. One thread at a time.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the uploads talk to their observers. Thread of the call.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The connections of the upload classes: a new one for each thing that is done, and one that is only read from. One
 // thread at a time.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "upload/upload_documents.h"
 
 #include "frame/file_access.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Obtaining an upload document, and what its records have in common. No database. Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An exact decimal number. It serves rules that people state in decimal numbers: by the binary form of a double such a
 // rule would decide otherwise than a person does. A value type. Any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // When two texts are the same for the store, and for whoever compares texts that it keeps. Case, trailing blanks and
 // composition do not count: a composed letter is the same as its decomposed form. All else counts, accents and
 // invisible characters too. Any thread.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Text is UTF-8. Lengths and cuts count characters, never bytes, and never split one. Any thread.
 #pragma once
 

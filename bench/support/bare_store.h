@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The store file for code that is written against the engine itself. It is opened with the settings, the collation and
 // the functions of the library's driver, and statements are prepared once. One thread at a time.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Store files for measuring: fresh ones with the library's own tables, and the settings that lead the library to them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The same work without the library. One recorded run of the library yields a tape: every statement that it handed to
 // the store, in order, and every row that its recordsets wrote, with their values. Played back, the tape runs the
 // counterparts that somebody would write by hand, prepared once, values bound, results read, on the bare engine.

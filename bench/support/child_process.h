@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs one measurement in a process of its own, so that its peak of memory is known and nothing of it disturbs the next
 // one.
 #pragma once

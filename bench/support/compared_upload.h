@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An upload and the same statements by hand, in turn, each in a process and on a fresh copy of a store of its own.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rows of a comma-separated file: quoted fields, doubled quotes and line ends inside quotes included. A file packed
 // with gzip is read as it is, a plain one too. One thread at a time.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a piece of work costs that has a process of its own. Main thread.
 #pragma once
 

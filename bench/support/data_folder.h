@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the real data lies: the folder that MERCATO_DATA names, else shared/data beside the source tree. It is no part
 // of the project, so it may be missing.
 #pragma once

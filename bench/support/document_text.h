@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Texts on their way into an upload document. Pure; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The figures of a benchmark, one line each: shown at once, and appended to a file of tab-separated fields
 // from which bench/run makes its table.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A whole upload as a client makes it: the document as a file, all part numbers, the call repeated on what is left of
 // the document as long as the budget of a call ends before the document does.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Several turns of each piece of work in random order, and the median time of each: shown as they come, and kept.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Turns the price tiers of a file of electronic components into a ProductPrice document. Pure but for the file that it
 // reads; any thread.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Turns the rows of a file of electronic components into a Product document. Pure but for the files that it reads; any
 // thread.
 //

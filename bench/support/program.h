@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The frame of a measuring program: `PROGRAM [-f FIGURES] [-x VALUE] [SIZE...]`, x being an option of its own.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A piece of work in a process and on a fresh copy of a store of its own, and what it leaves there.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bauteil.DRecordset: runs a statement and gives its rows page by page. Only the rows of one page are held; each move
 // runs the statement anew, so that a page shows the rows as they are then. One thread at a time.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bauteil.Page: through it a paged list of the web tier talks to the library. It knows the connection and the paged
 // recordset of one list, and the position at which the list was left. One thread at a time.
 #pragma once

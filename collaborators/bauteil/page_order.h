@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The order of a paged query: a statement with the sort fields, then the key fields, behind it. A pure function.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Grundwerk.Configuration: answers from the settings in force at the time of the call.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Grundwerk.Log: one record per entry in the log file that the settings name, which turns over at 10 MB and keeps five
 // older ones, however many processes write to it. A record is a line with the host's time, severity and source, and
 // below it the text, line by line and set in, so that no text can pass for a record. Control characters stand in it as

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "collaborators/grundwerk/referential_checker.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Grundwerk.ReferentialChecker: works from the rules of reference_rules.h, inside the caller's transaction.
 // Tables and field names are compared in any case. `fields` and `values` are parallel arrays. A rule whose field is not
 // among the fields is not asked, and a value that is Null, Empty or a blank text refers to nothing.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Component "Spreadsheet.Reader": the displayed texts of the cells of a workbook's first sheet, row by row. It stands
 // where other platforms have a spreadsheet application; a deployment may leave it out, or register another one in its
 // place. One object reads one workbook at a time.

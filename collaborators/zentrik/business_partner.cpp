@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "collaborators/zentrik/business_partner.h"
 
 #include <cstdint>

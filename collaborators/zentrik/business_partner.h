@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Zentrik.BusinessPartner: the partners of table BUSINESSPARTNER. Raises what the store raises.
 #pragma once
 

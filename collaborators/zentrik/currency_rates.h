@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Zentrik.Currency: the currencies of table CURRENCY and the rates of table EXCHANGERATE. Raises what the store raises.
 #pragma once
 

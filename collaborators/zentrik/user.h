@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Zentrik.User: the users of table USERS. Raises what the store raises.
 #pragma once
 

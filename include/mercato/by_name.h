@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A map whose keys are names, compared without regard to the case of ASCII letters.
 #pragma once
 

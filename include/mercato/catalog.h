@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The catalogue, reading half: catalogues and the trees of their nodes, who may see and order what in them, product
 // categories and their visibilities, the folders of favourites, and the business partners that are tied to catalogues
 // and nodes. A category is what a node of the tree shows; PRODUCTSBYCATEGORY says which products it has.

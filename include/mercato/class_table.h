@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The declarative table with which a class describes itself once. From it come late-bound calls, the class objects of
 // the shared library, registration, the gateway and its descriptions. Immutable after construction; any thread.
 //

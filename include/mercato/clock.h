@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one clock of the library: local time of this host, in whole seconds. Any thread.
 // A test or a host may replace it by a scripted one, for the whole process.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An ordered list with optional text keys, addressed from 1. Keys are compared without regard to case.
 // Shared by reference; one thread at a time.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A component: an object that knows its class table, by which late-bound clients call it, and the context that the
 // transaction server gave it. One call at a time.
 #pragma once

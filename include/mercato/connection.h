@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A connection to the store, in the vocabulary that the business classes were written to. Used by one thread at a time.
 // Under a transaction or an upload run all connections of the thread share the store session of that unit of work.
 #pragma once

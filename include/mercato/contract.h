@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Contracts, class Mercato.Contract, which is retired.
 #pragma once
 

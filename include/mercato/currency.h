@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A currency number: fixed point with four decimals, exact. A value type. Any thread.
 #pragma once
 

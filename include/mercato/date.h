@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A date and time: days since 30 December 1899, the time of day as the fraction. A value type. Any thread.
 // The text form follows one process locale, US by default: "7/1/2026 8:30:00 AM".
 #pragma once

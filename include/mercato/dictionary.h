@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A map ordered by insertion. Keys are compared exactly: texts byte by byte, numbers by value, and a text never equals
 // a number. Finding a key costs constant time. Shared by reference; one thread at a time.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the shared library exports. Everything else in it is hidden.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Questions and answers about products and categories, class Mercato.Faqlist.
 #pragma once
 

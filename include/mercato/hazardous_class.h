@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Hazardous classes, reading half: class Mercato.HazardousClass.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Late-bound calls. Every call between components passes here, so that a call can be watched, or answered in a
 // component's place.
 #pragma once

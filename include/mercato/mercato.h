@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @namespace mercato
 /// The library. A host registers its classes once (server.h), sets which store they work on (settings.h), makes
 /// objects (`Root<T>` in object_context.h) and calls them. This header includes all others.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Numbers of the failures that the business classes raise. Those of the ground are in raised_error.h.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a Variant can hold by reference: Dictionary, Collection, Recordset, components. Shared, never copied.
 #pragma once
 

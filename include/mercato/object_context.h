@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The transaction server: contexts, votes, and the transactions that they decide. Contexts live on the thread that made
 // them.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The product master, class Mercato.Product: one row of PRODUCT for each product, everything that finds, counts, reads
 // and changes these rows, and what hangs on them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bulk upload of products from XML: preview, upload within a time budget, and the file of what remains.
 #pragma once
 

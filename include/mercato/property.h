@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Properties, the typed free attributes that products have beside their columns: class Mercato.Property.
 #pragma once
 

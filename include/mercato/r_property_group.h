@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Property groups, reading half: class Mercato.RPropertyGroup.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The fields of a failure, and the one exception type that carries them.
 // A value type: copied freely, owned by nobody. Any thread.
 #pragma once

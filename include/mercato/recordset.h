@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The rows of a query: streamed (forward only), held (client side), or updatable. One thread at a time.
 // A recordset cut loose from its connection owns its rows and stays readable.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which column refers to which: the knowledge of Grundwerk.ReferentialChecker. Held once for the process; any thread.
 // The library's own rules stand in one table in reference_rules.cpp. A deployment extends them at its start:
 //

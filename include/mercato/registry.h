@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The process's component registry: which class answers to a ProgID. Any thread.
 #pragma once
 

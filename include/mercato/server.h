@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The four entry points of the shared library, with the C calling convention, and the interfaces that they speak.
 // They return the customary 32-bit codes: kOk, kFalse for a "no", a negative one for a failure. They never throw.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a deployment sets. Held once for the process, read by the default collaborators and by hosts, from any thread.
 #pragma once
 

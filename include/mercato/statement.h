@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The text of one statement, built by concatenation from pieces that say what they are. The finished text is exactly
 // what was put in; the marks let the store refuse a text in which a value is anything but one literal, or a name
 // anything but one name. A value type; one thread at a time.

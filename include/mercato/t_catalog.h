@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The catalogue, writing half: product categories, catalogues with their copies, end and successors, rights, folders of
 // favourites, and ties of business partners. One object serves one call at a time, on any thread; nothing is kept
 // between calls.

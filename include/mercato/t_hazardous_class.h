@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Hazardous classes, writing half: class Mercato.THazardousClass.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Units of measure, writing half: class Mercato.TUnit.
 #pragma once
 

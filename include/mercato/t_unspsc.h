@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // UNSPSC codes, writing half: class Mercato.TUNSPSC. unspsc_code.h says how a code is made up.
 #pragma once
 

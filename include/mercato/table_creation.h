@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tables of the library in a store: their creation, and what is missing of them. The connection string is used as
 // it is given; the settings are not asked. Any thread.
 #pragma once

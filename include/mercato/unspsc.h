@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // UNSPSC codes, reading half: class Mercato.UNSPSC. unspsc_code.h says how a code is made up.
 #pragma once
 

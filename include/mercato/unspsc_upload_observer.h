@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Watches an upload of UNSPSC codes code by code: for hosts in C++ that show progress, say why something was refused,
 // and end an upload.
 #pragma once

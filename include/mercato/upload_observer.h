@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Watches an upload record by record: for hosts in C++ that show progress, list what was refused, and end a run.
 // Products and price lines have an observer each.
 #pragma once

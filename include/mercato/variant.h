@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tagged value of the interface, with the conversions that automation clients know. A value type: arrays are
 // copied as values, objects are shared. Any thread, one at a time per value.
 //

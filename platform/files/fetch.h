@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Fetches a document by URL: http, https and file. Any thread, any number at once.
 // Proxies are those of the environment. Certificates are checked. Nothing is decompressed.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Files and folders of the host: test, create, delete, read whole, write whole.
 // Paths are host paths (see paths.h for the others). Stateless calls, any thread; an AtomicFile belongs to one thread.
 // Failures name the path in their description: 53 file not found, 70 permission denied, 76 path not found,

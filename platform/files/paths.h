@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Paths as the interface writes them and file keys as callers hand them in. Pure functions. Any thread.
 #pragma once
 

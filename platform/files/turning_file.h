@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A file to which several processes append records, and which turns over: before a record that would make it too large,
 // NAME.log becomes NAME.1.log, that one NAME.2.log, and so on; the oldest is dropped. Each record opens the file anew,
 // so anybody may turn it over, move or delete it in between. Any thread.

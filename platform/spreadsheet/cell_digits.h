@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The decimal digits of a cell's number, rounded to what a format shows. Stateless functions; any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A number format code, such as `00000000`, `#,##0.00;[Red]-#,##0.00` or `yyyy-mm-dd`, and the texts that cells show
 // under it, in the US locale and in a column that is wide enough. Immutable after construction; any thread.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // From a format code to sections of tokens.
 #include <algorithm>
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a format shows of a date.
 #include <algorithm>
 #include <array>

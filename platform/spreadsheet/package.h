@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A workbook's file: a zip archive whose parts are read by name, in pieces, within limits. Private to this folder.
 // One thread at a time.
 #pragma once

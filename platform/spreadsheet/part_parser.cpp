@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/spreadsheet/part_parser.h"
 
 #include <libxml/parser.h>

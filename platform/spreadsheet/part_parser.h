@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A part's XML as it streams by: elements and text, in pieces as they are unpacked. No tree is made. A part with a
 // DOCTYPE is refused, so there are no entities but the predefined ones. Private to this folder. One thread at a time.
 #pragma once

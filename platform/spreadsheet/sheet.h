@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The rows of a worksheet's part as they stream by, before anything is looked up: positions, kinds and raw values of
 // the cells that hold something. Private to this folder. One thread at a time.
 #pragma once

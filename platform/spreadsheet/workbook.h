@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Spreadsheets (.xlsx): the cells of a workbook's first sheet as they are displayed. Open this header first; it is the
 // only one that others include. One thread at a time; different workbooks are independent.
 //

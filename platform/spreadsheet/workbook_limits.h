@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How much a workbook may ask of its reader. What the archive's directory claims is never believed: bytes are counted
 // as they are unpacked.
 #pragma once

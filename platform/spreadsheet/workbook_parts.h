@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The parts of a workbook besides its sheets: which sheet is the first, its texts, its number formats. Private to this
 // folder. One thread at a time. All functions throw Unreadable.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One call from outside, and the longest time that it may take on this thread. The store asks on every statement and
 // field read, so that a walk without an end is ended, with kTimeout, without a change to the walk.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a store has to offer. A driver implements these interfaces for one engine; nothing above them knows which.
 // What every driver does alike stands here once, in functions that are not virtual: no driver can leave it out. They
 // call the driver's part, which is protected. A session is used by one thread at a time; sessions of different threads

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The failures that every store knows, in the library's words: number and description, without a source. `words` are the
 // engine's own, which stand in brackets behind. Any thread.
 #pragma once

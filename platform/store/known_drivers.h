@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The drivers of this build, and the one that a connection string means. Any thread.
 #pragma once
 

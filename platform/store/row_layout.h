@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The columns of a result and of a table. Immutable once made, shared between rows and threads.
 #pragma once
 

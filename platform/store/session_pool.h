@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Open sessions that nobody uses at the moment, by connection string; one pool for the process, of bounded size.
 // Any thread. A process that forks closes the idle sessions before: its child may not use them.
 #pragma once

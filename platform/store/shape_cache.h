@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a driver made of a statement, found again by the statement's shape: the latest used ones. For drivers that
 // translate; one whose engine takes the text as it is needs none. One thread at a time.
 #pragma once

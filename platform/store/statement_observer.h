@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sees every statement that this thread hands to a store, before it runs. For traces and for failures on request.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The store work of one transaction, or of one run of single statements: all connections that are used under it, on
 // this thread, share one session for each connection string. Bound to the thread it was made current on.
 #pragma once

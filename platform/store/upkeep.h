@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What keeps a store alive: its check, its backup while others work, and the way back. A capability of the drivers whose
 // stores are files, which nobody else looks after. A server is looked after with means of its own, which know what the
 // library does not: other databases, replicas, the log. Any thread.

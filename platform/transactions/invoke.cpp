@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "mercato/invoke.h"
 
 #include "mercato/object_context.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // XML documents: load, find, read, remove, save.
 // A Document and all nodes and lists that came from it belong to one thread at a time; different documents are
 // independent. Nodes and lists share ownership of the tree they came from: they stay readable when the Document is gone

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The parsed document behind Document, Node and NodeList. Private to this folder. One thread at a time.
 //
 // A removed subtree is moved below an element of our own, the bin, so that nodes and lists which hold it stay readable.

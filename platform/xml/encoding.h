@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The bytes of a document from outside as UTF-8. Private to this folder. Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Internal entities: texts that a document's DOCTYPE names, and that replace the references to them. The result is
 // bounded, so that a few lines cannot become a flood. Private to this folder. Any thread.
 #pragma once

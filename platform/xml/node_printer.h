@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes a subtree as text that is read back as the same subtree. Private to this folder.
 // The parser's own output does not do that: it turns carriage returns that were references into line ends, and loses
 // text that is white space alone.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // XML Schema 1.0: a schema file, and documents judged by it. One thread at a time; different schemas are independent.
 // A schema may include others that lie in its own folder, by their plain names. Nothing else is ever read: a schema
 // with a DOCTYPE, one that imports or redefines others or includes one from elsewhere, is refused, and what a document

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Judges whether a text is well-formed XML, in one pass and without building anything. The parser that builds the tree
 // trusts its input, which makes it fast, so the input is judged here first. Private to this folder. Any thread.
 #pragma once

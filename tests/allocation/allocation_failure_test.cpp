@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Each allocation of a call fails once, and from then on, for a list of calls that stands for all. The call then fails
 // as one without memory, or does what it always does; the store is whole; and the same call succeeds afterwards.
 //

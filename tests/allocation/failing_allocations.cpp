@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/allocation/failing_allocations.h"
 
 #include <libxml/xmlmemory.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Allocations that fail when a test says so: those of the program and the library, and those of the engine and the XML
 // libraries, which have functions of their own for it. ICU's are left alone.
 #pragma once

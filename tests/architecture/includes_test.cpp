@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The arrows between the folders: who may include whom. Read from the #include lines of the sources themselves.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The public headers: what they include, and who of the library may include which of them. Moving a header to
 // include/mercato/ takes it out of no floor: the arrows between the folders hold for it all the same.
 #include <gtest/gtest.h>

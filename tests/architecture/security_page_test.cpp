@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // SECURITY.md names the tests that prove its promises. Each of them exists.
 #include <gtest/gtest.h>
 

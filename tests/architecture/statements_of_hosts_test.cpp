@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Hosts ask the library: they have no statement of their own. Read from the sources themselves.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Real data through the converter and the upload: nothing of it is lost on the way.
 #include <algorithm>
 #include <fstream>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A product master kept by hand from real components: products, properties and price bands go in one by one through the
 // classes, and what comes back is compared with the file. A hundred components, since every call is a transaction on
 // the disk; MERCATO_WHOLE_TRIAL in the environment makes it all those of which the attributes are known, some 19,000.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Who may see and order what.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What is left of a change of catalogues, rights or favourites when the process dies in the middle of it.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A store, and objects of both catalogue classes under the transaction server.
 #pragma once
 

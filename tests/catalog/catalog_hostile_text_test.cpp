@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // No text that reaches the catalogue classes can change what a statement does.
 #include <gtest/gtest.h>
 

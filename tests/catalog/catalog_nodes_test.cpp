@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Catalogues and their nodes, whoever may see them.
 #include <gtest/gtest.h>
 

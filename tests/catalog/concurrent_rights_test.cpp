@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Many threads ask for rights while others change them. The test has rules of its own to judge the answers by. An
 // answer has to be exactly right when nothing was written meanwhile; else it has to be one that the two states allow.
 #include <gtest/gtest.h>

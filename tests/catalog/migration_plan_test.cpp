@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What would become of rights and favourites, told before they move.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // New nodes that a host writes into a catalogue.
 #include "catalog/node_loading.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which entry decides on a node, step by step, and that the answers are those of the class.
 #include "catalog/node_rights.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The nodes of catalogues as hosts see them.
 #include "catalog/node_tree.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Entries of users and profiles, as hosts list and count them.
 #include "catalog/rights_entries.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Catalogues with their trees, and rights on them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Catalogues, their nodes, and entries of users for them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "classification/group_members.h"
 
 #include "tests/support/store_fixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A store with properties, groups and products with values, and what calls and failures of the property classes have in
 // common.
 #pragma once

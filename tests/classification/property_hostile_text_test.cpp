@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // No text that a caller passes to the property classes can change what a statement does: the store holds the same rows
 // as before, or exactly the row that the call names, with exactly that text.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the tests of UNSPSC codes share: rows, files to load, and their result.
 #pragma once
 

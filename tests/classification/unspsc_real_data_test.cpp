@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A whole real classification through both uploads: 20,789 codes in three languages.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The two uploads of UNSPSC codes. They differ in how they read pairs, so whatever is about the writing of a pair is
 // shown for both.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a call raised, for assertions on the whole failure.
 #pragma once
 

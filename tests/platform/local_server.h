@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A web server on a free port of 127.0.0.1 that answers every request with what a function makes of its path.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Folders of their own for tests.
 #pragma once
 

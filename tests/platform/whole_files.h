@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Files read and written whole.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What every read of class Product hands to the store, how it votes, and what becomes of a failure.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Favourites of users, and the buyers of products.
 #include "product/product_favorites.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A store with a few products, and an object of class Product under the transaction server.
 #pragma once
 

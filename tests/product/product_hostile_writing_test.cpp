@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // No text that a caller passes makes a writing call touch anything but the row that the call names.
 #include <gtest/gtest.h>
 

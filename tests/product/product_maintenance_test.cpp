@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writing products: what reaches the row, what does not, in which order, and what a failure leaves behind.
 #include <gtest/gtest.h>
 

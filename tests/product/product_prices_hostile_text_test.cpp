@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // No text that a caller passes to the price lines or to requisition support can change what a statement does.
 #include <gtest/gtest.h>
 

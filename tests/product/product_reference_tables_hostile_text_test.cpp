@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // No text that reaches the reference tables and the paged lists can change what a statement does.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "product/product_search.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What becomes of a call of class Product whose statement the store refuses.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every public class and every public method of it stands in its class table. Read from the headers themselves.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Work in a process of its own, and its death: what is left in the store when somebody pulls the plug.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a failure looks like after it has passed some tails: what the caller receives, and what the log has.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Texts that try to be more than a text: what no caller may get into a statement.
 #pragma once
 

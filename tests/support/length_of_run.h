@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How long a test goes on that tries chance, and with which seed: short and the same each time, unless
 // MERCATO_TEST_SECONDS asks for a long run, which tries something new.
 #pragma once

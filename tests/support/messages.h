@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The texts of failures as callers and the log receive them, put together here once more so that tests do not ask the
 // library what to expect.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What this thread has used of the processor: what a bound on the work is held against, however busy the machine is.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rounds of random trials: a few seconds of them, or as many seconds as MERCATO_TEST_SECONDS says. The seed is printed,
 // and MERCATO_TEST_SEED repeats a run.
 #pragma once

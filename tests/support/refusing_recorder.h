@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Failures at a chosen point of a piece of work: at one of its statements, or at one of the rows that it writes.
 #pragma once
 

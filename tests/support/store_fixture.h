@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A store of its own for each test, with the library's own tables, in a folder that goes away with the test; and a record
 // of what the library did: statements, log entries. Which engine the store is of, test_store.h says.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The stores that tests work on, and the choice among them. MERCATO_TEST_STORE names what the suites run on:
 //
 //   sqlite           or nothing: files of SQLite, in memory where the machine has room there

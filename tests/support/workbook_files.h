@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Workbooks and other archives that tests write themselves: part by part, so that any part can be wrong.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a user sees after bad input to the commands that load and draw UNSPSC codes and catalogues: one line that says
 // what is wrong, where, and what to do. It shows no number of the engine, no statement and no position in one.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The commands that keep catalogues: list, draw, load, copy, expire, migrate.
 #include "tools/cli/catalog/catalog_commands.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs commands of the real program on a store of its own, and looks at what they say in words and as JSON, and that a
 // refused one leaves the store as it was.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A transaction that the store cannot commit: the call fails, and nothing of it stands.
 #include <gtest/gtest.h>
 

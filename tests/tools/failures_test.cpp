@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a user sees when a command fails: one line that says what is wrong, where, and what to do. Every command of the
 // tool stands in these tables.
 #include <filesystem>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato folder: what it says, and that nothing of another user is touched.
 #include "tests/tools/command_fixture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every file of cases/ is a session of `mercato rpc` on a fresh store with all tables: lines with ">" are requests,
 // lines with
 // "<" the answer that has to follow, byte for byte; a request without one is a notification. "# options:" gives the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Documents that come from a web server.
 #include <gtest/gtest.h>
 

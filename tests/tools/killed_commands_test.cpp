@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writing commands are killed at a random moment. The store is in order then, and its sums are right: of a transaction
 // all is there or nothing.
 #include <chrono>

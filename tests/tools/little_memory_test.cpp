@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The real program with little memory: it says so and ends, or goes on.
 #include <gtest/gtest.h>
 

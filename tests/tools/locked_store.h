@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Locks a store, as somebody who writes to it, while the object lives.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The commands that keep the product master: what they say in words and as JSON, why they refuse, and that a refused
 // one leaves the store as it was.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The price upload command's own work, with a clock and failures of the test.
 #include "tools/cli/upload/price_document.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The commands that keep rights, and the explanation of one.
 #include <gtest/gtest.h>
 

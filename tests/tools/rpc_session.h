@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Talks to a `mercato rpc` in another process, one question at a time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato shopout: shop-out folders, accounts, and the partners of nodes and catalogues.
 #include "tests/tools/command_fixture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An office that asks a gateway in another process, by the names of classes and methods.
 #pragma once
 

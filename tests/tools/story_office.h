@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The words in which a story about a catalogue is told: what an office does with its supplier, its products and its
 // people. There is an office that asks the classes, and one that asks another process through the gateway.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A year of an office's catalogue, told once and lived twice: by the classes themselves, and through the gateway.
 // Codes, products and prices come in, a catalogue is built of them, people get rights in it and keep their favourites,
 // and a successor takes all of that over.

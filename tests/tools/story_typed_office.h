@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An office that asks the classes themselves, each question with an object of its own under the transaction server.
 #pragma once
 

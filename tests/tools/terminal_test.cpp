@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the program shows on a terminal, and nowhere else.
 #include "tools/cli/terminal/terminal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato unspsc: what the commands say in words and as JSON, and why a code or a file is refused.
 #include <gtest/gtest.h>
 

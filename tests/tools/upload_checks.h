@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Checks that the tests of both upload commands share.
 #pragma once
 

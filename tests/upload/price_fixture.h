@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the tests of the price upload share: two products, two currencies, and documents with price lines.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "upload/price_validation.h"
 
 #include "mercato/object_context.h"

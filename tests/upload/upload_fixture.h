@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the tests of the uploads share: documents, reference data, expected texts.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "mercato/upload_observer.h"
 
 #include "tests/upload/upload_fixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What others can do while an upload waits: for a document, a collaborator, an observer.
 #include <functional>
 #include <thread>

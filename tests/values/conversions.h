@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // For tables of conversions: what a conversion gives, or the number that it raises, as one text to compare.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The commands, each with what the command line gave it; the result is the exit status (library.h). They write to
 // standard output, and raise what the library raises: `main` turns that into a sentence.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the commands use the library: the settings in force, calls by name, and what a failure says. One thread.
 #pragma once
 

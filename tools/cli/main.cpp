@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The command line of `mercato`: options, help, exit status. The commands themselves are in the files that commands.h
 // and menu.h name.
 #include <poll.h>

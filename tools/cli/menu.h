@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The commands that stand in groups: `mercato product new`. A file for each group says what its commands are called,
 // what they take and what they do. The header of the option parser, which takes seconds to compile, is menu.cpp's and
 // main.cpp's own. Used by the main thread while it sets up the command line.

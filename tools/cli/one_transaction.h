@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Several calls of the library that stand or fall together. The objects have no contexts of their own and work in one
 // transaction. Their votes do not count: the user of this class looks at the results, and commits. Main thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Why the library refuses, in words. The reasons are asked of the library and its reference checker; nothing is
 // changed. They are printed in front of the library's own words, each on a line of standard error that begins with
 // "refused: ". Main thread.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Sourced by ./run, ./test, .ci/run and tests/long/run: the packages that the build needs, and the build itself.
 
 mercato_packages=(

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Watches one call of the client: its log entries, its statements, and whether it reached the object. Used on the
 // session's thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The classes as JSON, from their own tables. Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Functions of the frame as the methods of a component, so that a client can call them by name. One thread at a time.
 #pragma once
 

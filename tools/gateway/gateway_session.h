@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One client of the gateway: its objects, and the JSON-RPC methods by which it creates, calls and releases them.
 // Everything happens on the thread that made the session, which serves nobody else meanwhile: the session has the
 // connection string that the library keeps for the thread, and with `scripted` the settings and the clock of the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Values of the interface as JSON and back. Stateless functions over the session's object table; one thread at a time.
 //
 // Null, texts, Booleans and arrays have JSON's own forms. Short and long are integers; a double always has a decimal

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lines of a stream, of bounded length. One thread at a time.
 #pragma once
 

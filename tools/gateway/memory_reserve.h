@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Memory that is kept for clearing away after an allocation failed. One for the process; one thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a client does with objects: it creates them, calls their methods and releases them. The functions of the frame
 // and single statements are called in the same way. One for each session; used on the session's thread.
 #pragma once

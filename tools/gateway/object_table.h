@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The objects that a client holds, by handle. Handles count from 1 and are never given twice. One thread at a time.
 #pragma once
 

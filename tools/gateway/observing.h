@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sets the thread's observers of late-bound calls and of statements while it lives, and puts the earlier ones back.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The parameters of one request, by name. What is missing, of another type or unknown is refused with RpcError
 // kInvalidParams. A view: the request has to outlive it. One thread at a time.
 #pragma once

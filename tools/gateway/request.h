@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One line of a client as a JSON-RPC 2.0 request. Pure function; any thread.
 //
 // Beyond what JSON asks, a line is refused that nests deeper than 200 levels or holds more than 8 million values, so

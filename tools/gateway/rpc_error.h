@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A request that gets an error for an answer: the code, the message and the data of JSON-RPC. A value type.
 #pragma once
 

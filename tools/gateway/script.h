@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The script of a session: stubs answer calls in an object's place, failures refuse statements, and the calls that
 // were made are recorded; the clock and the settings of the process are the session's. One for each session; used on
 // the session's thread.

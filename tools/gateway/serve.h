@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Serves one client: a request on each line, an answer on each line, in order, flushed. Ends with the input, or when
 // nobody reads the answers any more.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // CREATE, ALTER and DROP as data, which knows no engine. A definition has no expressions but literals, so it is read
 // and checked against itself and the store's tables in one pass.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library's one SQL dialect: a real lexer, the check of a statement's pieces, and its translation for a store that
 // speaks another. Pure functions of their arguments; any thread.
 #pragma once

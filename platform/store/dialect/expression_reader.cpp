@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/store/dialect/like_prefix.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/statement_reader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The dialect's reserved words: no name without quotes.
 #pragma once
 

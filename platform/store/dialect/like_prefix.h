@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a LIKE pattern says of the begin of the texts that match it, so that an index can be searched for them.
 #pragma once
 

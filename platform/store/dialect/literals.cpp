@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/dialect/readings.h"
 #include "platform/store/dialect/refusal.h"

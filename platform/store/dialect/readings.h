@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the store reads a text as a value of another type: in literals that are bound, and in the functions that its
 // statements call. Each reading is nothing for a text that the server would fail to convert. Any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the dialect refuses a statement: the server's own words, without a full stop at the end, and the place in
 // characters from 1.
 #pragma once

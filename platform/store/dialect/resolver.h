@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a statement means: its names are looked up in the store's tables, its expressions get their types, operands of
 // different types meet as they do on the server, and its result is described. One thread.
 #pragma once

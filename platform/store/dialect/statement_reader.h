@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads one statement into a tree: the grammar of the dialect by recursive descent, and nothing of what names and types
 // mean. One object per statement.
 //

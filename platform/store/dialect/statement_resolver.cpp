@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/store/dialect/statement_resolver.h"
 
 #include <algorithm>

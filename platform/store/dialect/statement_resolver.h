@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Resolves the nodes of a statement one after the other, as they were read. One object per statement.
 //
 // The members are cut by theme: statement_resolver.cpp (the loop, names, INSERT, UPDATE), query_resolver.cpp (SELECT),

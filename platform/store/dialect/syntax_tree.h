@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A statement of the dialect as a tree, which knows no engine. The reader makes the nodes, the resolver fills in what
 // they mean, a printer writes the tree in an engine's SQL. One thread.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads a statement's tokens from left to right. The base of the readers; one thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/store/dialect/type_names.h"
 
 #include "values/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The column types of the dialect by their names. Any thread.
 #pragma once
 

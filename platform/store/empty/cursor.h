@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The result of a query that has no columns and no rows.
 #pragma once
 

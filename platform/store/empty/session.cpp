@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "platform/store/empty/session.h"
 
 #include "platform/store/empty/cursor.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A session on no store. One thread at a time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How texts are compared and sorted: the same are those that text::same says, the others stand in the order of ICU's
 // root locale, as people expect. A comparer serves one thread at a time; make one for each connection.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A running query of a session. Its session can take the rest of the rows into memory, or end it.
 #pragma once
 

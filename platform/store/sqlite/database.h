@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One open store file: opening with its settings, waiting for locks, the end of a statement that runs too long.
 // One thread at a time.
 #pragma once

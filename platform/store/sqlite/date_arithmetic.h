@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What DATEADD, DATEDIFF, DATEPART and the styles of CONVERT do. Parts are named in full: "year", "quarter", "month",
 // "week", "weekday", "dayofyear", "day", "hour", "minute", "second". Pure functions; any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How a store's own schema keeps the column types of the dialect. Any thread.
 #pragma once
 

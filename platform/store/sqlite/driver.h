@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The embedded store: SQLite, one file. A property of the connection string each:
 //
 //   Data Source=PATH     the store file; `:memory:` is one store for the life of the process, shared by its sessions

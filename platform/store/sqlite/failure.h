@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the engine's result codes mean to the caller: number and text of the failure. Any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What translated statements call: the collation MERCATO and the functions mercato_... of a connection.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A LIKE pattern, made ready once and matched against many texts: % any characters, _ one, [a-f] and [^a] one of or
 // none of a set; all else is itself without regard to case and composition. Accents and trailing blanks count on both
 // sides. Immutable once made, but it leans on a TextOrder, so one thread at a time. Making it and matching end with

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which waits for a store's write lock are futile: one for a lock that the waiting thread holds itself, and a second
 // one within a call that has already waited for that store in vain. Any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which store file a log belongs to. The engine replays whatever log stands beside a store, and would overwrite a
 // backup that was put in the store's place with the log of its predecessor.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The check, the backup and the restoring of a store file, by the engine's own means where it has them. Any thread.
 #pragma once
 

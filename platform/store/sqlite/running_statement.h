@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A translated statement as a session keeps it, and its use. One thread at a time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A session on a SQLite store. One thread at a time.
 //
 // Writing: single statements commit one by one and are durable when they return. In a transaction the engine begins at

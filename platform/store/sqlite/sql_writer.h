@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes a resolved tree in SQLite's SQL. One object per statement.
 //
 // The members are cut by theme: statement_printer.cpp (statements, queries), expression_printer.cpp (operators),

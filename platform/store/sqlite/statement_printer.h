@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Translates a statement of the dialect into SQLite's SQL. What SQLite has no words for, it calls: the functions
 // `mercato_...` and the collation `MERCATO` (functions.h). Any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tables of a store as its own catalogue describes them, read when first asked for. One thread at a time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Values between the engine and the library. A date is stored as its ISO text, an amount of money as a scaled whole
 // number, a Boolean as 0 or 1. Pure functions; any thread.
 #pragma once

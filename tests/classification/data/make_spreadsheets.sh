@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Makes the workbooks of this folder anew from the sources beside them, with LibreOffice Calc. The workbooks are kept with
 # the sources: no test needs LibreOffice.
 set -euo pipefail

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Files that are no readable workbooks: each is refused with its reason, and nothing is raised.
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A printer for the dialect itself: what it writes means what was read. It proves that the tree holds all of a
 // statement and knows no engine, and is the smallest example of a printer.
 #pragma once

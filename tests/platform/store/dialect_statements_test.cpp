@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every kind of statement that the library issues, on the library's own tables: SQLite takes the translation.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A SQLite store in memory that is spoken to in the dialect, without the driver: what the tests of the translator and
 // of the functions behind it need. Its tables are those that it has been told to create.
 #pragma once

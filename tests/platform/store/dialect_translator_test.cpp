@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What statements of the dialect answer on SQLite, where that differs from SQLite's own answers.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tree between the text of a statement and the SQL of an engine: it holds all of the statement, and the first fault
 // in the order of reading is the one that is told.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What every driver has to do, run against each store of the list below, and against the one that MERCATO_TEST_STORE
 // names (test_store.h). A new driver adds its line.
 #include <gtest/gtest.h>

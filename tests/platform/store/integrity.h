@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The engine's own judgement of a store file, past the drivers.
 #pragma once
 

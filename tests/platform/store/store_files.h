@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Helpers of the store tests: stores of their own for each test, statements and their rows.
 #pragma once
 

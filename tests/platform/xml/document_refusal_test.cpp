@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Documents that are not loaded, odd ones that are, encodings and limits.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads a document that a test has written as a text, and reads texts out of it.
 #pragma once
 

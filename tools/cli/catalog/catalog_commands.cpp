@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato catalog list, show, new, copy and expire. The other commands of the group have files of their own.
 #include "tools/cli/catalog/catalog_commands.h"
 

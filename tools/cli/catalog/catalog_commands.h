@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The commands of `mercato catalog` that have a file of their own, as commands.h has the others.
 #pragma once
 

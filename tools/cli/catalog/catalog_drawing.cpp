@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato catalog tree: the nodes of a catalogue as a tree, with their products and what a user may do with them.
 #include <algorithm>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato catalog load: a tree of nodes from a file of comma-separated values, written in one transaction with its
 // catalogue.
 #include <algorithm>

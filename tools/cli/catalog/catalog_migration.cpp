@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato catalog migrate: rights and favourites on their way from one catalogue to its successor, both or none of
 // them.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Catalogues by id or name, and what is said of nodes above which the library would not come to an end. Main thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato rights: who may see and order what.
 #include <algorithm>
 #include <iostream>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato shopout: nodes that lead to a partner's own shop, the accounts of users there, and the partners that are tied
 // to nodes and catalogues.
 #include <algorithm>

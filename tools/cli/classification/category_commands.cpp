@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato category: the product categories.
 #include <algorithm>
 #include <optional>

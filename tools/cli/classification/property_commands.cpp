@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato property and mercato group: what properties there are, and which go together.
 #include <algorithm>
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato unspsc: the UNSPSC codes.
 #include <algorithm>
 #include <iostream>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato favorite: the products that users have marked.
 #include <algorithm>
 #include <optional>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The favourites of a user and their folders, as the groups `favorite` and `folder` list them. Main thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato folder: the folders in which users sort their favourites.
 #include <vector>
 

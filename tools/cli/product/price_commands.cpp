@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato price: the price lines of products.
 #include <cmath>
 

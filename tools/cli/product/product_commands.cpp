@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato product: one product at a time.
 #include <algorithm>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The property values of a product as `show` and `product properties` print them. Main thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato store: the store's file; its check, its backup and the way back.
 #include <iostream>
 

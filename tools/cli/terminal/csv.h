@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Comma-separated text. Inside a quoted field quotes are doubled and line ends are text. Lines end with LF or CR LF;
 // blank lines are passed over. Pure; any thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the library lists and returns, on its way to a table or to JSON. Main thread.
 #pragma once
 

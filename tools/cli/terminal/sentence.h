@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A failure of the library as a person reads it. Pure functions; any thread.
 #pragma once
 

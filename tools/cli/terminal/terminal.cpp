@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tools/cli/terminal/terminal.h"
 
 #include <unistd.h>

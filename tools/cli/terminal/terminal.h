@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What goes to a terminal: colours when it is one, aligned tables, texts without control characters, a line of
 // progress. Used by the main thread only.
 #pragma once

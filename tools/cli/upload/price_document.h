@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The upload of a ProductPrice document: each element "ProductPrice" is a record, applied when its price line was added
 // or changed. Lines of part numbers without a product remain. One object for one upload; one thread.
 #pragma once

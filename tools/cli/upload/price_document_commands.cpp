@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mercato prices: documents with price lines.
 #include <iostream>
 #include <map>

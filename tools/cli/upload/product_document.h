@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The upload of a Product document: each element "Product" is a record, applied when its product was inserted or
 // updated. One object for one upload; one thread.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What an upload of a document came to, and how the upload commands print it. Main thread.
 #pragma once
 

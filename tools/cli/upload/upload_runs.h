@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The upload of a whole document through the library's upload calls: run after run, on what the run before has left,
 // until every record that can be reached was applied or refused. What is uploaded, and how the library is asked, is the
 // derived class's. One object for one upload; one thread.

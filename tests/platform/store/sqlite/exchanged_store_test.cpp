@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A store file that is deleted, moved, copied or exchanged by hand while it is in use, or while a log stands beside it.
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A store whose files fail, and one that loses its power: what was said to stand stands, and the store is in order.
 #include <gtest/gtest.h>
 #include <sys/wait.h>

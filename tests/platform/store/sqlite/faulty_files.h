@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A file layer of the engine that fails and loses, for tests: it stands before the real one and counts what goes
 // through.
 //  - From a chosen operation on, once or for good, reading, writing, flushing, opening and deleting fail.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The check of a store, its backup while others work, and the way back.
 #include <gtest/gtest.h>
 #include <sys/stat.h>

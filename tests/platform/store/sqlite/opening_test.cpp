@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What opening a SQLite store says when it cannot be opened or used, each time with the real thing: files, rights,
 // locks of another process, a file system limit.
 #include <fcntl.h>

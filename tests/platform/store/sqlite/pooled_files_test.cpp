@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Pooled sessions of files: a file that is replaced, the store in memory, and who waits for whose lock.
 #include <gtest/gtest.h>
 

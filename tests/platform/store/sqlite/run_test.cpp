@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A run of single statements in a process that is killed: what is in the store afterwards.
 #include <gtest/gtest.h>
 #include <signal.h>

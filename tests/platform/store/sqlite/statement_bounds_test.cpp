@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Statements that ran for minutes, whatever the call's limit: the engine plans and compiles without asking, and so did
 // the functions that statements call.
 #include <gtest/gtest.h>
