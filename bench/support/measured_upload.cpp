@@ -31,7 +31,7 @@ std::size_t repeat(const std::string& first_source, const std::filesystem::path&
 }  // namespace
 
 std::size_t upload_all(const std::filesystem::path& document, const std::filesystem::path& web_root,
-                       std::vector<std::string> part_numbers) {
+                       const std::vector<std::string>& part_numbers) {
   const Root<ProductXML> upload;
   return repeat(
       document.string(), web_root / "XMLDownload" / "remaining_products_bench.xml", part_numbers,
@@ -39,7 +39,7 @@ std::size_t upload_all(const std::filesystem::path& document, const std::filesys
 }
 
 std::size_t upload_all_prices(const std::filesystem::path& document, const std::filesystem::path& web_root,
-                              std::vector<std::string> part_numbers) {
+                              const std::vector<std::string>& part_numbers) {
   const Root<PriceXML> upload;
   upload->GetCheckedPriceList("<ProductPrices><ProductPrice/></ProductPrices>", false);
   return repeat(

@@ -13,9 +13,9 @@ namespace mercato::bench {
 // Uploads into the store that the settings name, below whose web root the remaining files come to lie. Returns the
 // number of calls that it took. Throws std::runtime_error when a call makes no headway; what the library raises passes.
 std::size_t upload_all(const std::filesystem::path& document, const std::filesystem::path& web_root,
-                       std::vector<std::string> part_numbers);
+                       const std::vector<std::string>& part_numbers);
 // The same for a document of price lines, the loading of the currencies included.
 std::size_t upload_all_prices(const std::filesystem::path& document, const std::filesystem::path& web_root,
-                              std::vector<std::string> part_numbers);
+                              const std::vector<std::string>& part_numbers);
 
 }  // namespace mercato::bench

@@ -140,7 +140,8 @@ class ConcurrentRights : public CatalogTreeTest {
           const std::int32_t id = twin ? node + kTwin : node;
           const std::string id_of_user = who;
           const Rules rules = this->rules(entries, node);
-          const auto add = [&](const char* method, std::function<bool(Root<Catalog>&)> ask, bool where_entries_are) {
+          const auto add = [&](const char* method, const std::function<bool(Root<Catalog>&)>& ask,
+                               bool where_entries_are) {
             // Elsewhere there are no entries, and every answer is no. A question of several statements may find some of
             // the entries here and miss others, so that a grant is seen without its restriction.
             all.push_back({std::string(method) + " of " + id_of_user + ", node " + std::to_string(id), &moves_, ask,
@@ -291,7 +292,7 @@ TEST_F(ConcurrentRights, AreRightWhileOthersChangeThem) {
            parents_.contains(node) && moves_.now() > 0 ? Variant(parents_.at(node) + shift) : Variant(kNull),
            view_only ? 1 : 0});
   }
-  const auto numbers = [](std::vector<std::vector<Variant>> rows) {
+  const auto numbers = [](const std::vector<std::vector<Variant>>& rows) {
     std::vector<std::vector<std::string>> texts;
     for (const auto& row : rows) {
       auto& text = texts.emplace_back();

@@ -72,7 +72,7 @@ TEST(Selecting, MalformedExpressionsRaiseWithTheExpressionAndTheReason) {
     EXPECT_EQ(failure.Description.substr(0, begin.size()), begin);
     EXPECT_GT(failure.Description.size(), begin.size());
   }
-  EXPECT_EQ(failure_of([&] { document.select(std::string_view("//P[@k = '\0']", 14)); }),
+  EXPECT_EQ(failure_of([&] { document.select(std::string_view("//P[@k = '\0']", 13)); }),
             refused("//P[@k = '", "It contains a NUL"));
 }
 
