@@ -15,25 +15,6 @@ constexpr std::array kMonths = {"January", "February", "March",     "April",   "
                                 "July",    "August",   "September", "October", "November", "December"};
 constexpr std::array kWeekdays = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
 
-struct Day {
-  int year;
-  unsigned month;
-  unsigned day;
-  unsigned weekday;  // 0 is Sunday
-};
-
-// The date system from 1900 counts a 29 February 1900, which never was, so that days before it are off by one.
-Day day_of(long long serial) {
-  const auto weekday = static_cast<unsigned>((serial + 6) % 7);
-  if (serial == 0) return {1900, 1, 0, weekday};
-  if (serial == 60) return {1900, 2, 29, weekday};
-  constexpr long long kSerialOf1970 = 25569;
-  const std::chrono::sys_days date{std::chrono::days{serial - kSerialOf1970 + (serial < 60 ? 1 : 0)}};
-  const std::chrono::year_month_day civil{date};
-  return {static_cast<int>(civil.year()), static_cast<unsigned>(civil.month()), static_cast<unsigned>(civil.day()),
-          weekday};
-}
-
 }  // namespace
 
 // What a section shows of a date, which is the days from the first one, with the time of day as a part of one.
@@ -62,6 +43,25 @@ class NumberFormat::DateText {
   }
 
  private:
+  struct Day {
+    int year;
+    unsigned month;
+    unsigned day;
+    unsigned weekday;  // 0 is Sunday
+  };
+
+  // The date system from 1900 counts a 29 February 1900, which never was, so that days before it are off by one.
+  static Day day_of(long long serial) {
+    const auto weekday = static_cast<unsigned>((serial + 6) % 7);
+    if (serial == 0) return {1900, 1, 0, weekday};
+    if (serial == 60) return {1900, 2, 29, weekday};
+    constexpr long long kSerialOf1970 = 25569;
+    const std::chrono::sys_days date{std::chrono::days{serial - kSerialOf1970 + (serial < 60 ? 1 : 0)}};
+    const std::chrono::year_month_day civil{date};
+    return {static_cast<int>(civil.year()), static_cast<unsigned>(civil.month()), static_cast<unsigned>(civil.day()),
+            weekday};
+  }
+
   std::string shown_for(const Token& token) const {
     const std::size_t two = std::min<std::size_t>(token.count, 2);
     const long long hour = second_of_day_ / 3600;
