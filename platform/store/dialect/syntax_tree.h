@@ -481,6 +481,10 @@ struct Assignment : Node {
 
 // A whole statement.
 class SyntaxTree {
+  // First, because others of its members lie in it.
+  std::byte first_memory_[8192];
+  std::pmr::monotonic_buffer_resource memory_{first_memory_, sizeof first_memory_};
+
  public:
   explicit SyntaxTree(const LexedStatement& statement) : lexed(statement) {}
   SyntaxTree(const SyntaxTree&) = delete;
@@ -524,10 +528,6 @@ class SyntaxTree {
   Translation translation;
   const Source* identity = nullptr;  // a last column with the identity of this source's rows is asked for
   std::deque<std::vector<Column>> subselect_columns;
-
- private:
-  std::byte first_memory_[8192];
-  std::pmr::monotonic_buffer_resource memory_{first_memory_, sizeof first_memory_};
 };
 
 }  // namespace mercato::store::dialect
