@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "mercato/raised_error.h"
+#include "platform/store/call_limit.h"
 #include "platform/store/dialect/definition.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/token_reader.h"
@@ -54,6 +55,7 @@ class DefinitionReader : TokenReader {
   }
 
   void table_element() {
+    check_call_limit();
     const bool named = accept_word("CONSTRAINT");
     const std::string constraint = named ? expect_name() : std::string();
     if (at_word("PRIMARY") || at_word("UNIQUE")) {
@@ -181,11 +183,14 @@ class DefinitionReader : TokenReader {
 
   // A literal, bare or in brackets; or the current date.
   DefaultValue default_value(ColumnType type) {
-    if (accept_symbol('(')) {
-      DefaultValue inner = default_value(type);
-      expect_symbol(')');
-      return inner;
-    }
+    std::size_t brackets = 0;
+    while (accept_symbol('(')) ++brackets;
+    DefaultValue value = plain_default_value(type);
+    for (; brackets > 0; --brackets) expect_symbol(')');
+    return value;
+  }
+
+  DefaultValue plain_default_value(ColumnType type) {
     DefaultValue result;
     if (accept_word("NULL")) {
       result.kind = DefaultValue::Kind::null;

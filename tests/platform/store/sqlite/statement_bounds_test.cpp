@@ -120,6 +120,21 @@ TEST_F(StatementBounds, MoreQueriesInAUnionThanTheEngineTakesAreRefusedInWordsOf
             Variant(2));
 }
 
+// Each bracket took a piece of the stack, so that some ten thousand ended the process.
+TEST_F(StatementBounds, BracketsOfADefaultNeedNoStack) {
+  const std::string open(100'000, '('), closed(100'000, ')');
+  run(*session_, "CREATE TABLE U (A int NULL, B int DEFAULT " + open + "-7" + closed + ")");
+  run(*session_, "INSERT INTO U (A) VALUES (1)");
+  EXPECT_EQ(query_one(*session_, "SELECT B FROM U"), Variant(-7));
+  EXPECT_EQ(failure_of([&] { run(*session_, "CREATE TABLE V (A int DEFAULT " + open + "1)"); }).Number,
+            kStatementRefused);
+}
+
+// A definition did not ask the limit while it was read.
+TEST_F(StatementBounds, DefinitionThatTakesTooLongEndsWithTheCall) {
+  EXPECT_EQ(outcome_within_a_call("CREATE TABLE U (" + joined(60'000, "COLUMN_", " int NULL, ") + " int)"), kTimeout);
+}
+
 TEST_F(StatementBounds, WhatTakesTooLongEndsWithTheCall) {
   const std::string many(500'000, 'a');
   EXPECT_EQ(outcome_within_a_call("SELECT COUNT(*) FROM T WHERE CHARINDEX('" + many + "b', '" + many + many + "') > 0"),
