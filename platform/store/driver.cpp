@@ -72,6 +72,12 @@ void Session::rollback() {
   lost_.clear();
 }
 
+bool Session::reset() noexcept {
+  const bool usable = end_use();
+  lost_.clear();
+  return usable;
+}
+
 void Session::refuse_if_lost() const {
   if (!lost_.empty())
     fail(error_number::kStoreFailure,

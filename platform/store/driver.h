@@ -79,7 +79,7 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // Runs one statement; refuses a text that holds more than one. First the observer sees it and the call limit is
+  // Runs one statement; a text that holds more than one is refused by the driver's part. First the observer sees it and the call limit is
   // asked; then it is refused when the transaction is lost; then it is lexed and its pieces are checked, so that no
   // engine ever gets a value that is anything but one literal.
   Execution execute(const Sql& statement, ExecuteOptions options = {});
@@ -114,7 +114,7 @@ class Session {
 
   // Ends what its user left open: cursors (their next move raises kObjectClosed), a transaction (rolled back), a run.
   // Says whether the session can now serve the next caller as if it were new; a broken one is thrown away.
-  virtual bool reset() noexcept = 0;
+  bool reset() noexcept;
   // Whether its store is no longer what the connection string leads to: the file was deleted or replaced.
   virtual bool outdated() const noexcept = 0;
   // Whether its transaction could go on with any other session: nothing has changed, and no rows are being read.
@@ -133,6 +133,7 @@ class Session {
                              std::span<const Variant> values) = 0;
   virtual void update(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
                       std::span<const Variant> values) = 0;
+  virtual bool end_use() noexcept = 0;  // what `reset` says; a lost transaction is forgotten after it
   virtual void commit_transaction() = 0;
   virtual void roll_back_transaction() = 0;
 

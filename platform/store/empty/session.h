@@ -16,11 +16,11 @@ class EmptySession final : public Session {
   void begin_run() override {}
   void flush_run() override {}
   void end_run() override {}
-  bool reset() noexcept override { return true; }
   bool outdated() const noexcept override { return false; }
   bool unused() const noexcept override { return false; }
 
  protected:
+  bool end_use() noexcept override { return true; }
   Execution run(const dialect::LexedStatement& statement, ExecuteOptions options) override;
   RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
                      std::span<const Variant> values) override;

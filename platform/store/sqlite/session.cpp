@@ -402,7 +402,7 @@ void SqliteSession::note(RaisedError& failed) {
 
 bool SqliteSession::unused() const noexcept { return !begun_ && !has_lost_transaction() && cursors_.empty(); }
 
-bool SqliteSession::reset() noexcept {
+bool SqliteSession::end_use() noexcept {
   try {
     while (!cursors_.empty()) cursors_.back()->detach();
     if (mode_ == Mode::run) end_run();

@@ -42,12 +42,12 @@ class SqliteSession final : public Session {
   void begin_run() override;
   void flush_run() override;
   void end_run() override;
-  bool reset() noexcept override;
   bool outdated() const noexcept override { return database_.replaced(); }
   bool unused() const noexcept override;
 
  protected:
   void before_statement() override;
+  bool end_use() noexcept override;
   Execution run(const dialect::LexedStatement& statement, ExecuteOptions options) override;
   RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
                      std::span<const Variant> values) override;

@@ -96,11 +96,11 @@ class WritingSession : public Session, private StatementObserver {
   void begin_run() override {}
   void flush_run() override {}
   void end_run() override {}
-  bool reset() noexcept override { return true; }
   bool outdated() const noexcept override { return false; }
   bool unused() const noexcept override { return !has_lost_transaction(); }
 
  protected:
+  bool end_use() noexcept override { return true; }
   void before_statement() override { log.emplace_back("before"); }
   Execution run(const dialect::LexedStatement& statement, ExecuteOptions) override {
     log.push_back("run " + std::string(statement.text));
@@ -206,6 +206,15 @@ TEST(EverySession, TakesNothingButARollbackOnceItsTransactionIsLost) {
   session.rollback();
   session.execute(Sql("SELECT 1"));
   EXPECT_EQ(session.log, (Log{"start", "seen SELECT 'no end", "roll back", "seen SELECT 1", "before", "run SELECT 1"}));
+}
+
+TEST(EverySession, ForgetsALostTransactionBeforeItsNextUser) {
+  WritingSession session;
+  session.lose_transaction("The disk is full");
+  EXPECT_TRUE(session.reset());
+  session.log.clear();
+  session.execute(Sql("SELECT 1"));
+  EXPECT_EQ(session.log, (Log{"seen SELECT 1", "before", "run SELECT 1"}));
 }
 
 TEST(EverySession, FailsTheCommitOfALostTransactionAndRollsItBack) {
