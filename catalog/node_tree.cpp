@@ -64,9 +64,8 @@ const CatalogNode* NodeTree::find(std::int32_t node) {
   const auto known = known_.find(node);
   if (known != known_.end()) return known->second.get();
   const RecordsetPtr rows = held_rows(all_nodes() << "WHERE NODEID = " << node);
-  auto& added = known_[node];
-  if (!rows->Eof()) added = node_of(*rows);
-  return added.get();
+  auto read = rows->Eof() ? nullptr : node_of(*rows);
+  return (known_[node] = std::move(read)).get();
 }
 
 WayUp NodeTree::way_up(std::int32_t node) {
