@@ -4,6 +4,7 @@
 # installed tool. Nothing is installed, and nothing exported, but what is public.
 #   examples_test.sh SOURCE_DIR BUILD_DIR
 set -euo pipefail
+export LC_ALL=C  # orders of names and words of tools are compared
 source_dir=$1
 build_dir=$2
 work=$(mktemp -d)

@@ -4,6 +4,7 @@
 # they are installed. Those of the build tree are held to the same.
 #   shipped_binaries_test.sh SOURCE_DIR BUILD_DIR BUILD_TYPE
 set -euo pipefail
+export LC_ALL=C  # orders of names and words of tools are compared
 source_dir=$1 build_dir=$2 build_type=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
