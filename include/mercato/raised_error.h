@@ -25,7 +25,8 @@ struct RaisedError {
   bool operator==(const RaisedError&) const = default;
 };
 
-/// The only exception that leaves the library.
+/// The exception that leaves the library. Beside it there is std::bad_alloc alone, from a method without a tail that is
+/// called by its type.
 class MERCATO_API Raised : public std::exception {
  public:
   /// Carries the failure as it is given.

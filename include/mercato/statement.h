@@ -22,7 +22,7 @@
 namespace mercato {
 
 // Clang 14 destroys the wrong temporaries of an expression with a consteval call in it; so GCC alone holds the rule that
-// the text is a literal.
+// the text is a literal. Every source of the library is compiled with both before a change is taken.
 #ifdef __clang__
 #define MERCATO_CONSTEVAL constexpr
 #else
@@ -32,7 +32,8 @@ namespace mercato {
 /// A piece that only the compiler can make: a literal in the source.
 class MERCATO_API LiteralPiece {
  public:
-  /// From a literal; any other text does not compile.
+  /// From a literal. Any other text does not compile with GCC; with clang an array of characters does, and its text is
+  /// part of the statement unchecked.
   template <std::size_t Size>
   MERCATO_CONSTEVAL LiteralPiece(const char (&text)[Size]) : text_(text, Size - 1) {}  // NOLINT: implicit on purpose
   /// The literal.
