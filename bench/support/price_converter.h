@@ -11,7 +11,7 @@
 //   PriceEffectiveDate  1/1/2026
 //   PriceExpiryDate     12/31/2026
 //
-// Part numbers are written as components_to_products.h does it.
+// Part numbers are written as product_converter.h does it.
 #pragma once
 
 #include <cstddef>
