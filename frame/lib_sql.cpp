@@ -185,6 +185,12 @@ DictionaryPtr Sql_GetRecordAsDictionary(const RecordsetPtr& iRecordset) {
            [&]() -> Variant { return Err_ConnectionErrors(iRecordset ? iRecordset->ActiveConnection() : nullptr); }});
 }
 
+std::vector<DictionaryPtr> rows_left(const RecordsetPtr& records) {
+  std::vector<DictionaryPtr> rows;
+  for (; !records->Eof(); records->MoveNext()) rows.push_back(Sql_GetRecordAsDictionary(records));
+  return rows;
+}
+
 DictionaryPtr Sql_GetRecordsAsDictionary(const std::string& iConnectionString, const Sql& iSQL) {
   const std::string label = "Lib_SQL.Sql_GetRecordsAsDictionary. SQL: '" + iSQL.text() + "'";
   RecordsetPtr rows;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "mercato/connection.h"
 #include "mercato/dictionary.h"
@@ -31,6 +32,8 @@ RecordsetPtr SQL_GetWritableRecordset(const Sql& iSQL, ConnectionPtr& iConnectio
 // The current row, column name to value; of two columns with one name the first. Empty for an empty recordset.
 // Logged under "Lib_SQL.Sql_GetRecordAsDictionary".
 DictionaryPtr Sql_GetRecordAsDictionary(const RecordsetPtr& iRecordset);
+// All rows that are left, each as Sql_GetRecordAsDictionary gives it.
+std::vector<DictionaryPtr> rows_left(const RecordsetPtr& records);
 // First column to second column of all rows. A doubled key keeps its first value and is logged as information.
 // Logged under "Lib_SQL.Sql_GetRecordsAsDictionary. SQL: '<statement>'".
 DictionaryPtr Sql_GetRecordsAsDictionary(const std::string& iConnectionString, const Sql& iSQL);

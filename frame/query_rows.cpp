@@ -6,10 +6,7 @@
 namespace mercato {
 
 std::vector<DictionaryPtr> query_rows(const std::string& connection_string, const Sql& sql) {
-  std::vector<DictionaryPtr> rows;
-  const RecordsetPtr records = open_connection(connection_string)->Execute(sql);
-  for (; !records->Eof(); records->MoveNext()) rows.push_back(Sql_GetRecordAsDictionary(records));
-  return rows;
+  return rows_left(open_connection(connection_string)->Execute(sql));
 }
 
 }  // namespace mercato

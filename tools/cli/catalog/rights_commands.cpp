@@ -6,6 +6,7 @@
 
 #include "catalog/node_rights.h"
 #include "catalog/rights_entries.h"
+#include "frame/lib_sql.h"
 #include "tools/cli/catalog/catalog_names.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
@@ -51,7 +52,7 @@ int show(const RightsHolder& given, const OutputOptions& output) {
   NodeTree tree;
   gateway::Json json = gateway::Json::array();
   Table table({"CATALOGUE", "LEVEL", "NODE", "RIGHT"});
-  for (const DictionaryPtr& row : rows_of(entries_of(given))) {
+  for (const DictionaryPtr& row : rows_left(entries_of(given))) {
     const Variant& node = row->Item("NODEID");
     const std::string path = node.is_null() ? std::string() : tree.path(node.to_long());
     gateway::Json entry = to_json(*row);

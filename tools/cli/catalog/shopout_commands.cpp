@@ -9,6 +9,7 @@
 #include "catalog/catalog_lists.h"
 #include "catalog/node_tree.h"
 #include "frame/lib_general.h"
+#include "frame/lib_sql.h"
 #include "mercato/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
@@ -52,7 +53,7 @@ struct Folder {
 };
 Folder folder_at(const ComponentPtr& catalogs, std::int32_t node) {
   Folder folder;
-  for (const DictionaryPtr& row : rows_of(call(catalogs, "GetShopOutFolderDetails", {node}).to<Recordset>())) {
+  for (const DictionaryPtr& row : rows_left(call(catalogs, "GetShopOutFolderDetails", {node}).to<Recordset>())) {
     folder.partners.push_back(row->Item("BUSINESSPARTNERID").to_long());
     folder.row = row;
   }
@@ -70,7 +71,7 @@ gateway::Json json_of(const Folder& folder) {
 // What the store knows of the partners, by id.
 std::map<std::int32_t, DictionaryPtr> known_partners() {
   std::map<std::int32_t, DictionaryPtr> partners;
-  for (const DictionaryPtr& row : rows_of(all_business_partners()))
+  for (const DictionaryPtr& row : rows_left(all_business_partners()))
     partners[row->Item("BUSINESSPARTNERID").to_long()] = row;
   return partners;
 }
@@ -124,7 +125,7 @@ int account(const WhichAccount& given, const OutputOptions& output) {
       call(create_root(kReader), "GetFolderAuthenticationDetails", {Gen_QuoteSql(given.user), given.node});
   gateway::Json json = gateway::Json::array();
   Table table(given.password ? std::vector<std::string>{"ACCOUNT", "PASSWORD"} : std::vector<std::string>{"ACCOUNT"});
-  for (const DictionaryPtr& row : rows_of(accounts.to<Recordset>())) {
+  for (const DictionaryPtr& row : rows_left(accounts.to<Recordset>())) {
     if (row->Item("SHAREDID").is_null()) continue;  // a right without an account
     if (!given.password) row->Remove("SHAREDPWD");
     json.push_back(to_json(*row));

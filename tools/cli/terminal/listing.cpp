@@ -46,12 +46,6 @@ std::string text_of(const Dictionary& row, std::string_view column) {
   return value->to_text();
 }
 
-Rows rows_of(const RecordsetPtr& records) {
-  Rows rows;
-  for (; !records->Eof(); records->MoveNext()) rows.push_back(Sql_GetRecordAsDictionary(records));
-  return rows;
-}
-
 Rows all_of(const Kind& kind, const std::string& ids) {
   constexpr std::int32_t kPageSize = 100;
   const Variant no_page = ObjectPtr();
@@ -60,7 +54,7 @@ Rows all_of(const Kind& kind, const std::string& ids) {
       call(create_root(kind.prog_id), kind.list_method, {no_page, "", kPageSize, wanted}).to<Component>();
   Rows rows;
   do {
-    std::ranges::move(rows_of(call(list, "PageRows", {}).to<Recordset>()), std::back_inserter(rows));
+    std::ranges::move(rows_left(call(list, "PageRows", {}).to<Recordset>()), std::back_inserter(rows));
   } while (call(list, "NextPage", {}).to_boolean());
   return rows;
 }

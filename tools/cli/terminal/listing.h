@@ -28,9 +28,6 @@ gateway::Json to_json(const Dictionary& row);
 // "" for Null and for a column that is not there, "yes" and "no" for Booleans.
 std::string text_of(const Dictionary& row, std::string_view column);
 
-// All rows that are left.
-Rows rows_of(const RecordsetPtr& records);
-
 // Things that the library lists by pages.
 struct Kind {
   const char* noun;
