@@ -91,14 +91,6 @@ class PlannedFavorites : public CatalogRightsTest {
     offer("hammer", 2);
     offer("hammer", 2);
   }
-  // A product in a category of its own on a node of its own; all three get the same id.
-  void offer(const std::string& part_number, int catalog) const {
-    add_category("category");
-    const int id = value_of("SELECT MAX(CATEGORYID) FROM PRODUCTCATEGORY").to_long();
-    execute({"INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION) VALUES (" + literal(part_number) + ", 'product')"});
-    link(id, id, 1);
-    add_node(catalog, std::nullopt, "node", kCategoryNode, id);
-  }
   void mark(const std::string& user, int product) const {
     execute(
         {"INSERT INTO FAVORITES (USERID, PRODUCTID) VALUES (" + literal(user) + ", " + std::to_string(product) + ")"});

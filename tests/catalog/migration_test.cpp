@@ -493,14 +493,6 @@ class MovedFavorites : public CatalogRightsTest {
     offer("hammer", 2);
     offer("saw", 2);
   }
-  // A product in a category of its own on a node of its own; all three get the same id.
-  void offer(const std::string& part_number, int catalog, int type = kCategoryNode) const {
-    add_category("category");
-    const int id = value_of("SELECT MAX(CATEGORYID) FROM PRODUCTCATEGORY").to_long();
-    execute({"INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION) VALUES (" + literal(part_number) + ", 'product')"});
-    link(id, id, 1);
-    add_node(catalog, std::nullopt, "node", type, id);
-  }
   void mark(const std::string& user, int product) const {
     execute({"INSERT INTO FAVORITES (USERID, PRODUCTID, WAREHOUSEFAVORITE, FOLDERID, PRESENT) VALUES (" +
              literal(user) + ", " + std::to_string(product) + ", 1, 7, 1)"});

@@ -31,6 +31,14 @@ class CatalogRightsTest : public CatalogTest {
              std::to_string(catalog) + ", " + literal(parent) + ", " + literal(name) + ", " + std::to_string(type) +
              ", " + literal(category) + ")"});
   }
+  // A product in a category of its own on a node of its own; all three get the same id.
+  void offer(const std::string& part_number, int catalog, int type = kCategoryNode) const {
+    add_category("category");
+    const int id = value_of("SELECT MAX(CATEGORYID) FROM PRODUCTCATEGORY").to_long();
+    execute({"INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION) VALUES (" + literal(part_number) + ", 'product')"});
+    link(id, id, 1);
+    add_node(catalog, std::nullopt, "node", type, id);
+  }
   // A right on the whole catalogue.
   void entitle(const std::string& user, int catalog, bool view_only = false, bool is_profile = false) const {
     execute({"INSERT INTO CATALOGNODEBYUSER (USERID, ISPROFILE, CATALOGID, VIEWONLY) VALUES (" + literal(user) + ", " +
