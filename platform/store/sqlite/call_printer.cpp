@@ -56,8 +56,7 @@ std::string_view scalar_sql(Function function) {
 }  // namespace
 
 // Money is kept as a whole number of ten thousandths.
-SqlWriter::Around SqlWriter::conversion_text(const dialect::Expression& expression) {
-  const auto& conversion = static_cast<const dialect::TypeConversion&>(expression);
+SqlWriter::Around SqlWriter::around(const dialect::TypeConversion& conversion) {
   const ColumnType from = conversion.operand->type;
   const bool from_money = from == ColumnType::money;
   const bool from_text = from == ColumnType::text;
@@ -91,15 +90,6 @@ SqlWriter::Around SqlWriter::conversion_text(const dialect::Expression& expressi
   return {};
 }
 
-void SqlWriter::arguments(std::span<dialect::Expression* const> arguments) {
-  const char* separator = "";
-  for (const dialect::Expression* const argument : arguments) {
-    text(separator);
-    expression(*argument);
-    separator = ", ";
-  }
-}
-
 void SqlWriter::call(const dialect::Call& call) {
   if (call.function == Function::nullif) {
     text("nullif(");
@@ -129,15 +119,7 @@ void SqlWriter::call(const dialect::Call& call) {
   scalar(call);
 }
 
-void SqlWriter::scalar(const dialect::Call& call) {
-  std::size_t used = 0;
-  std::string_view sql = scalar_sql(call.function);
-  for (std::size_t place; (place = sql.find('#')) != std::string_view::npos; sql.remove_prefix(place + 1)) {
-    text(sql.substr(0, place));
-    expression(*call.arguments[used++]);
-  }
-  text(sql);
-}
+void SqlWriter::scalar(const dialect::Call& call) { filled_in(scalar_sql(call.function), call.arguments); }
 
 void SqlWriter::aggregate(const dialect::Aggregate& aggregate) {
   static constexpr std::string_view kNames[] = {"count", "sum", "min", "max", "avg"};

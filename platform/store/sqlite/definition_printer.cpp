@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <utility>
 
+#include "platform/store/dialect/sql_printer.h"
 #include "platform/store/sqlite/declared_type.h"
 #include "platform/store/sqlite/statement_printer.h"
 #include "values/text.h"
@@ -13,8 +14,8 @@ using dialect::DefaultValue;
 using dialect::Definition;
 using dialect::KeyColumn;
 using dialect::KeyDefinition;
+using dialect::quoted_name;
 
-std::string sql_name(std::string_view name) { return '"' + text::replace_all(name, "\"", "\"\"") + '"'; }
 std::string sql_text(std::string_view text) { return "'" + text::replace_all(text, "'", "''") + "'"; }
 
 // As the store keeps values of that type.
@@ -38,8 +39,8 @@ std::string default_sql(const ColumnDefinition& column) {
 }
 
 std::string check_sql(const ColumnDefinition& column) {
-  const std::string name = sql_name(column.name);
-  const std::string range = " CONSTRAINT " + sql_name(range_constraint(column.name)) + " CHECK (" + name;
+  const std::string name = quoted_name(column.name);
+  const std::string range = " CONSTRAINT " + quoted_name(range_constraint(column.name)) + " CHECK (" + name;
   switch (column.type) {
     case ColumnType::short_integer:
       return range + " BETWEEN -32768 AND 32767)";
@@ -49,7 +50,7 @@ std::string check_sql(const ColumnDefinition& column) {
       return range + " BETWEEN 0 AND 1)";
     case ColumnType::text:
       if (column.width == 0) return {};
-      return " CONSTRAINT " + sql_name(width_constraint(column.name)) + " CHECK (length(" + name +
+      return " CONSTRAINT " + quoted_name(width_constraint(column.name)) + " CHECK (length(" + name +
              ") <= " + std::to_string(column.width) + ")";
     default:
       return {};
@@ -57,7 +58,7 @@ std::string check_sql(const ColumnDefinition& column) {
 }
 
 std::string column_sql(const Definition& definition, const ColumnDefinition& column) {
-  std::string sql = sql_name(column.name) + " ";
+  std::string sql = quoted_name(column.name) + " ";
   // The store numbers rows and never gives a number twice.
   if (definition.is_assigned_key(column))
     return sql + std::string(kAssignedKeyType) + " PRIMARY KEY AUTOINCREMENT" + check_sql(column);
@@ -73,15 +74,15 @@ std::string column_sql(const Definition& definition, const ColumnDefinition& col
 std::string index_sql(const std::string& index, bool unique, const std::string& table,
                       const std::vector<KeyColumn>& columns) {
   std::string sql = unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ";
-  sql += sql_name(index) + " ON " + sql_name(table);
+  sql += quoted_name(index) + " ON " + quoted_name(table);
   const char* separator = " (";
   for (const KeyColumn& column : columns) {
     sql += std::exchange(separator, ", ");
     if (unique && column.nullable) {
-      sql += "IFNULL(" + sql_name(column.name) + ", X'')";
+      sql += "IFNULL(" + quoted_name(column.name) + ", X'')";
       if (column.type == ColumnType::text) sql += " COLLATE MERCATO";
     } else {
-      sql += sql_name(column.name);
+      sql += quoted_name(column.name);
     }
     if (column.descending) sql += " DESC";
   }
@@ -97,7 +98,7 @@ void add_key(const Definition& definition, const KeyDefinition& key, std::vector
     const ColumnDefinition& defined = definition.columns[column.position];
     if (key.primary && definition.is_assigned_key(defined)) return;
     any_nullable = any_nullable || column.nullable;
-    names += (names.empty() ? "" : ", ") + sql_name(defined.name);
+    names += (names.empty() ? "" : ", ") + quoted_name(defined.name);
     label += "_" + defined.name;
   }
   if (any_nullable) {
@@ -105,13 +106,13 @@ void add_key(const Definition& definition, const KeyDefinition& key, std::vector
     indices.push_back(index_sql(index, true, definition.table, key.columns));
     return;
   }
-  const std::string constraint = key.constraint.empty() ? "" : "CONSTRAINT " + sql_name(key.constraint) + " ";
+  const std::string constraint = key.constraint.empty() ? "" : "CONSTRAINT " + quoted_name(key.constraint) + " ";
   parts.push_back(constraint + (key.primary ? "PRIMARY KEY (" : "UNIQUE (") + names + ")");
 }
 
 std::vector<std::string> table_sql(const Definition& definition) {
   std::vector<std::string> parts;
-  std::vector<std::string> statements{"CREATE TABLE " + sql_name(definition.table)};
+  std::vector<std::string> statements{"CREATE TABLE " + quoted_name(definition.table)};
   for (const ColumnDefinition& column : definition.columns) parts.push_back(column_sql(definition, column));
   for (const KeyDefinition& key : definition.keys) add_key(definition, key, parts, statements);
   const char* separator = " (";
@@ -129,12 +130,12 @@ std::vector<std::string> definition_sql(const Definition& definition) {
     case Definition::Kind::create_index:
       return {index_sql(definition.index, definition.unique, definition.table, definition.index_columns)};
     case Definition::Kind::add_column:
-      return {"ALTER TABLE " + sql_name(definition.table) + " ADD COLUMN " +
+      return {"ALTER TABLE " + quoted_name(definition.table) + " ADD COLUMN " +
               column_sql(definition, definition.columns.front())};
     case Definition::Kind::drop_table:
-      return {"DROP TABLE " + sql_name(definition.table)};
+      return {"DROP TABLE " + quoted_name(definition.table)};
     case Definition::Kind::drop_index:
-      return {"DROP INDEX " + sql_name(definition.index)};
+      return {"DROP INDEX " + quoted_name(definition.index)};
   }
   return {};
 }

@@ -9,6 +9,7 @@
 
 #include "mercato/raised_error.h"
 #include "platform/store/dialect/refusal.h"
+#include "platform/store/dialect/sql_printer.h"
 #include "platform/store/failures.h"
 #include "platform/store/sqlite/cursor.h"
 #include "platform/store/sqlite/failure.h"
@@ -25,17 +26,8 @@ constexpr int kGroupStatements = 2000;
 
 constexpr std::size_t kMostRowWriters = 256;
 
-std::string quoted_name(const std::string& name) {
-  std::string quoted = "\"";
-  for (const char c : name) {
-    if (c == '"') quoted += '"';
-    quoted += c;
-  }
-  return quoted += '"';
-}
-
 std::string insert_text(const TableInfo& table, std::span<const std::size_t> columns) {
-  if (columns.empty()) return "INSERT INTO " + quoted_name(table.name) + " DEFAULT VALUES";
+  if (columns.empty()) return "INSERT INTO " + dialect::quoted_name(table.name) + " DEFAULT VALUES";
   std::string names;
   std::string values;
   for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -43,20 +35,20 @@ std::string insert_text(const TableInfo& table, std::span<const std::size_t> col
       names += ", ";
       values += ", ";
     }
-    names += quoted_name(table.columns[columns[i]].name);
+    names += dialect::quoted_name(table.columns[columns[i]].name);
     values += '?';
     values += std::to_string(i + 1);
   }
-  return "INSERT INTO " + quoted_name(table.name) + " (" + names + ") VALUES (" + values + ")";
+  return "INSERT INTO " + dialect::quoted_name(table.name) + " (" + names + ") VALUES (" + values + ")";
 }
 
 std::string update_text(const TableInfo& table, std::span<const std::size_t> columns) {
   std::string assignments;
   for (std::size_t i = 0; i < columns.size(); ++i) {
     if (i > 0) assignments += ", ";
-    assignments += quoted_name(table.columns[columns[i]].name) + " = ?" + std::to_string(i + 1);
+    assignments += dialect::quoted_name(table.columns[columns[i]].name) + " = ?" + std::to_string(i + 1);
   }
-  return "UPDATE " + quoted_name(table.name) + " SET " + assignments + " WHERE _rowid_ = ?" +
+  return "UPDATE " + dialect::quoted_name(table.name) + " SET " + assignments + " WHERE _rowid_ = ?" +
          std::to_string(columns.size() + 1);
 }
 
@@ -190,7 +182,8 @@ RowIdentity SqliteSession::insert(const TableInfo& table, std::span<const std::s
   const bool fits = key == table.columns.end() || number <= std::numeric_limits<std::int32_t>::max();
   // The tables of an older store do not check the keys that they give.
   if (!fits)
-    database_.run(("DELETE FROM " + quoted_name(table.name) + " WHERE _rowid_ = " + std::to_string(number)).c_str());
+    database_.run(
+        ("DELETE FROM " + dialect::quoted_name(table.name) + " WHERE _rowid_ = " + std::to_string(number)).c_str());
   after_write();
   if (!fits) throw Raised(of_this_store(value_out_of_range(table, *key)));
   return {number, {}};
