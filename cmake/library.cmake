@@ -17,9 +17,19 @@ add_custom_command(
   DEPENDS ${MERCATO_SCHEMA} ${PROJECT_SOURCE_DIR}/cmake/embed_schema.cmake
   VERBATIM)
 
+# The functions of a PostgreSQL store, likewise.
+set(postgres_functions ${PROJECT_SOURCE_DIR}/platform/store/postgres/functions.sql)
+set(postgres_functions_source ${PROJECT_BINARY_DIR}/generated/postgres_function_texts.cpp)
+add_custom_command(
+  OUTPUT ${postgres_functions_source}
+  COMMAND ${CMAKE_COMMAND} -DOUTPUT=${postgres_functions_source} -DFILE=${postgres_functions}
+          -P ${PROJECT_SOURCE_DIR}/cmake/embed_functions.cmake
+  DEPENDS ${postgres_functions} ${PROJECT_SOURCE_DIR}/cmake/embed_functions.cmake
+  VERBATIM)
+
 # Compiled once, linked twice: into the shared library, which exports what include/mercato/ declares and nothing else, and
 # into an archive for what stands on the inside: the tool, tests, benchmarks, fuzz targets. Nothing links both.
-add_library(mercato_objects OBJECT ${MERCATO_SOURCES} ${schema_source})
+add_library(mercato_objects OBJECT ${MERCATO_SOURCES} ${schema_source} ${postgres_functions_source})
 set(libraries SQLite::SQLite3 pugixml::pugixml CURL::libcurl fmt::fmt spdlog::spdlog ICU::uc ICU::i18n LibXml2::LibXml2 PkgConfig::LIBZIP ${CMAKE_DL_LIBS})
 target_include_directories(mercato_objects PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/generated/include)
 target_link_libraries(mercato_objects PRIVATE ${libraries})
