@@ -55,7 +55,7 @@ RETURN rtrim({schema}.mercato_folded(value));
 -- The characters as a regular expression that matches them alone.
 CREATE OR REPLACE FUNCTION {schema}.mercato_quoted(characters text) RETURNS text
 LANGUAGE sql IMMUTABLE PARALLEL SAFE
-RETURN regexp_replace(characters, E'[][\\\\.*+?^${}()|]', E'\\\\&', 'g');
+RETURN regexp_replace(characters, E'[][\\\\.*+?^${}()|]', E'\\\\\\&', 'g');
 
 -- The regular expression of those characters of a folded text that are in a set; nothing when none is. `members` is what
 -- stands between the brackets, folded. A range holds what sorts between its ends.
