@@ -22,7 +22,8 @@ constexpr std::array<std::string_view, 12> kMonths = {"JANUARY",   "FEBRUARY", "
 
 bool exists(int year, int month, int day) {
   using namespace std::chrono;
-  return year >= 100 && year <= 9999 && month >= 1 && day >= 1 &&
+  // The types of the calendar keep the last byte of a number.
+  return year >= 100 && year <= 9999 && month >= 1 && month <= 12 && day >= 1 && day <= 31 &&
          year_month_day{std::chrono::year{year}, std::chrono::month{static_cast<unsigned>(month)},
                         std::chrono::day{static_cast<unsigned>(day)}}
              .ok();

@@ -100,6 +100,9 @@ TEST(DateParsing, RefusesWhatIsNoDate) {
                            "Ju 1 2026",
                            "July July 2026",
                            "July 32 2026",
+                           "July 257 2026",
+                           "257/1/2026",
+                           "2026-257-01",
                            "7/1/2026 x",
                            "x7/1/2026",
                            "7/1/2026'",
@@ -157,8 +160,9 @@ TEST(DateDays, CountFromTheZeroDate) {
 TEST(DateDays, OfPartsThatNameNoMomentRaise5) {
   for (const CivilTime& civil :
        {CivilTime{2026, 2, 29}, CivilTime{2026, 13, 1}, CivilTime{2026, 0, 1}, CivilTime{2026, 1, 0},
-        CivilTime{99, 1, 1}, CivilTime{10000, 1, 1}, CivilTime{2026, 1, 1, 24, 0, 0}, CivilTime{2026, 1, 1, 0, 60, 0},
-        CivilTime{2026, 1, 1, 0, 0, 60}, CivilTime{2026, 1, 1, -1, 0, 0}})
+        CivilTime{2026, 257, 1}, CivilTime{2026, 1, 257}, CivilTime{99, 1, 1}, CivilTime{10000, 1, 1},
+        CivilTime{2026, 1, 1, 24, 0, 0}, CivilTime{2026, 1, 1, 0, 60, 0}, CivilTime{2026, 1, 1, 0, 0, 60},
+        CivilTime{2026, 1, 1, -1, 0, 0}})
     EXPECT_EQ(outcome_of([&] { return Date::from_civil(civil).iso_text(); }), "raises 5");
 }
 
