@@ -29,8 +29,8 @@ std::int64_t months_of(const CivilTime& civil) { return civil.year * std::int64_
 
 // From Sunday as 0: 1 January 1970 was a Thursday.
 std::int64_t weekday_of(std::int64_t days) { return ((days + 4) % 7 + 7) % 7; }
-// Weeks begin on Sunday; the first ones count back from the epoch.
-std::int64_t week_of(std::int64_t days) { return (days - weekday_of(days)) / 7; }
+// Weeks begin on Sunday, and that of the epoch on 28 December 1969.
+std::int64_t week_of(std::int64_t days) { return (days - weekday_of(days) + 4) / 7; }
 
 Date add_months(std::int64_t count, CivilTime civil) {
   constexpr std::int64_t kMost = 12 * 10000;

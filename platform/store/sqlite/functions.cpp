@@ -179,7 +179,7 @@ void substring(const Call& call) {
   // A start before the text uses up some of the length.
   const std::int64_t begin = std::max<std::int64_t>(start, 1);
   const std::int64_t end = start > INT32_MAX || length > INT32_MAX ? INT64_MAX : start + length;
-  if (end <= begin) return call.answer(std::string_view());
+  if (end <= begin) return call.answer(std::string_view(""));  // one without bytes would be Null
   const std::string_view text = call.text(0);
   const std::string_view skipped = text::left(text, static_cast<std::size_t>(begin - 1));
   call.answer(text::left(text.substr(skipped.size()), static_cast<std::size_t>(end - begin)));
