@@ -34,6 +34,9 @@ if(GIT_FOUND AND EXISTS ${PROJECT_SOURCE_DIR}/.git)
   endforeach()
   list(FILTER forgotten EXCLUDE REGEX "^examples/")  # compiled by a test, as strangers would
   # What this build leaves out; the support of the benchmarks serves the tests too.
+  if(NOT MERCATO_POSTGRES)
+    list(FILTER forgotten EXCLUDE REGEX "^(tests/)?platform/store/postgres/")
+  endif()
   if(NOT MERCATO_TESTS)
     list(FILTER forgotten EXCLUDE REGEX "^tests/")
   endif()

@@ -7,6 +7,13 @@ foreach(folder IN LISTS MERCATO_FOLDERS)
   file(GLOB_RECURSE found CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${folder}/*.cpp)
   list(APPEND MERCATO_SOURCES ${found})
 endforeach()
+if(MERCATO_POSTGRES)
+  set(postgres_sources ${MERCATO_SOURCES})
+  list(FILTER postgres_sources INCLUDE REGEX "^platform/store/postgres/")
+  use_libpq(platform/store/known_drivers.cpp ${postgres_sources})
+else()
+  list(FILTER MERCATO_SOURCES EXCLUDE REGEX "^platform/store/postgres/")
+endif()
 
 # schema/*.sql becomes one source, so that a store can be created without any file beside the library.
 file(GLOB MERCATO_SCHEMA CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/schema/*.sql)
@@ -31,6 +38,9 @@ add_custom_command(
 # into an archive for what stands on the inside: the tool, tests, benchmarks, fuzz targets. Nothing links both.
 add_library(mercato_objects OBJECT ${MERCATO_SOURCES} ${schema_source} ${postgres_functions_source})
 set(libraries SQLite::SQLite3 pugixml::pugixml CURL::libcurl fmt::fmt spdlog::spdlog ICU::uc ICU::i18n LibXml2::LibXml2 PkgConfig::LIBZIP ${CMAKE_DL_LIBS})
+if(MERCATO_POSTGRES)
+  list(APPEND libraries ${LIBPQ_LINK_LIBRARIES})
+endif()
 target_include_directories(mercato_objects PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/generated/include)
 target_link_libraries(mercato_objects PRIVATE ${libraries})
 set_target_properties(mercato_objects PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
