@@ -25,14 +25,16 @@ add_custom_command(
   VERBATIM)
 
 # The functions of a PostgreSQL store, likewise.
-set(postgres_functions ${PROJECT_SOURCE_DIR}/platform/store/postgres/functions.sql)
-set(postgres_functions_source ${PROJECT_BINARY_DIR}/generated/postgres_function_texts.cpp)
-add_custom_command(
-  OUTPUT ${postgres_functions_source}
-  COMMAND ${CMAKE_COMMAND} -DOUTPUT=${postgres_functions_source} -DFILE=${postgres_functions}
-          -P ${PROJECT_SOURCE_DIR}/cmake/embed_functions.cmake
-  DEPENDS ${postgres_functions} ${PROJECT_SOURCE_DIR}/cmake/embed_functions.cmake
-  VERBATIM)
+if(MERCATO_POSTGRES)
+  set(postgres_functions ${PROJECT_SOURCE_DIR}/platform/store/postgres/functions.sql)
+  set(postgres_functions_source ${PROJECT_BINARY_DIR}/generated/postgres_function_texts.cpp)
+  add_custom_command(
+    OUTPUT ${postgres_functions_source}
+    COMMAND ${CMAKE_COMMAND} -DOUTPUT=${postgres_functions_source} -DFILE=${postgres_functions}
+            -P ${PROJECT_SOURCE_DIR}/cmake/embed_functions.cmake
+    DEPENDS ${postgres_functions} ${PROJECT_SOURCE_DIR}/cmake/embed_functions.cmake
+    VERBATIM)
+endif()
 
 # Compiled once, linked twice: into the shared library, which exports what include/mercato/ declares and nothing else, and
 # into an archive for what stands on the inside: the tool, tests, benchmarks, fuzz targets. Nothing links both.

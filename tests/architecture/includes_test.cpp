@@ -63,6 +63,7 @@ const std::vector<Inner>& inner_rooms() {
       // The drivers: none sees another.
       {"platform/store/empty", {"platform/store", "platform/store/dialect"}},
       {"platform/store/sqlite", {"platform/store", "platform/store/dialect", "platform/clock"}},
+      {"platform/store/postgres", {"platform/store", "platform/store/dialect", "platform/clock"}},
 
       {"tools/gateway", {}},
       {"tools/cli", {"tools/gateway", "tools/cli/terminal"}},
