@@ -17,6 +17,7 @@
 #include "mercato/raised_error.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/dialect/like_prefix.h"
+#include "platform/store/dialect/like_reader.h"
 #include "platform/store/dialect/readings.h"
 #include "platform/store/sqlite/collation.h"
 #include "platform/store/sqlite/date_arithmetic.h"
@@ -212,7 +213,7 @@ const Ready& ready_argument(const Call& call, int index, std::unique_ptr<Ready>&
 char32_t escape_character(const Call& call) {
   if (call.count() < 3) return 0;
   const std::string_view escape = call.text(2);
-  if (escape.size() != 1 || static_cast<unsigned char>(escape[0]) >= 0x80)
+  if (!dialect::is_like_escape(escape))
     raise(error_number::kStatementRefused, "SQLite store",
           "The invalid escape character \"" + std::string(escape) + "\" was specified in a LIKE predicate");
   return static_cast<unsigned char>(escape[0]);

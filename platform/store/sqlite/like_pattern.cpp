@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/store/sqlite/like_pattern.h"
 
-#include <unicode/utf8.h>
-
 #include <algorithm>
 
 #include "platform/store/call_limit.h"
@@ -11,6 +9,9 @@
 
 namespace mercato::store::sqlite {
 namespace {
+
+using dialect::LikePart;
+using dialect::next_character;
 
 constexpr std::size_t kNot = std::string_view::npos;
 
@@ -31,28 +32,6 @@ char32_t folded_character(char32_t character) {
   return is_ascii(character) ? static_cast<unsigned char>(folded(static_cast<char>(character))) : character;
 }
 
-// The character at `position`, which moves behind it. A byte that is no UTF-8 is a character of its own, beyond all
-// others.
-char32_t next_character(std::string_view text, std::size_t& position) {
-  const auto byte = static_cast<unsigned char>(text[position]);
-  if (byte < 0x80) {
-    ++position;
-    return byte;
-  }
-  UChar32 character = 0;
-  const auto length = static_cast<std::int32_t>(std::min<std::size_t>(text.size() - position, 4));
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data() + position);
-  std::int32_t used = 0;
-  U8_NEXT(bytes, used, length, character);
-  constexpr char32_t kStrayByte = 0x110000;
-  if (character < 0) {
-    ++position;
-    return kStrayByte + byte;
-  }
-  position += static_cast<std::size_t>(used);
-  return static_cast<char32_t>(character);
-}
-
 // Of a stray byte a question mark.
 std::string utf8_of(char32_t character) {
   std::string text;
@@ -64,33 +43,24 @@ std::string utf8_of(char32_t character) {
 
 LikePattern::LikePattern(std::string_view pattern, char32_t escape, const TextOrder& order)
     : order_(order), pieces_(1) {
-  std::string characters;  // that stand for themselves, up to the next wildcard: neighbours may compose
-  const auto end_characters = [&] {
-    add_characters(characters, pieces_.back());
-    characters.clear();
-  };
-  for (std::size_t position = 0; position < pattern.size();) {
-    check_call_limit();
-    std::size_t begin = position;
-    char32_t character = next_character(pattern, position);
-    const bool escaped = escape != 0 && character == escape && position < pattern.size();
-    if (escaped) {
-      begin = position;
-      character = next_character(pattern, position);
+  for (const LikePart& part : dialect::read_like(pattern, escape)) {
+    Piece& piece = pieces_.back();
+    switch (part.kind) {
+      case LikePart::Kind::any:
+        pieces_.emplace_back();
+        break;
+      case LikePart::Kind::one:
+        piece.elements.push_back({Element::Kind::any});
+        break;
+      case LikePart::Kind::set:
+        piece.elements.push_back({Element::Kind::set, set_of(part)});
+        break;
+      case LikePart::Kind::characters:
+        for (std::size_t position = 0; position < part.text.size();)
+          piece.elements.push_back({Element::Kind::character, next_character(part.text, position)});
+        break;
     }
-    if (escaped || (character != '%' && character != '_' && character != '[')) {
-      characters += pattern.substr(begin, position - begin);
-      continue;
-    }
-    end_characters();
-    if (character == '%')
-      pieces_.emplace_back();
-    else if (character == '_')
-      pieces_.back().elements.push_back({Element::Kind::any});
-    else
-      position = read_set(pattern, begin, pieces_.back());
   }
-  end_characters();
   for (Piece& piece : pieces_) {
     const auto plain = [](const Element& each) {
       return each.kind == Element::Kind::character && is_ascii(each.character);
@@ -100,52 +70,24 @@ LikePattern::LikePattern(std::string_view pattern, char32_t escape, const TextOr
   }
 }
 
-void LikePattern::add_characters(std::string_view characters, Piece& piece) const {
-  const std::string folded = text::folded(characters);
-  for (std::size_t position = 0; position < folded.size();)
-    piece.elements.push_back({Element::Kind::character, next_character(folded, position)});
-}
-
-// A set ends at its first ]. One without an end matches nothing.
-std::size_t LikePattern::read_set(std::string_view pattern, std::size_t open, Piece& piece) {
-  const std::size_t close = pattern.find(']', open + 1);
-  const bool ends = close != kNot;
-  const std::string inner = ends ? text::folded(pattern.substr(open + 1, close - open - 1)) : std::string();
-  const auto [known, is_new] = known_sets_.emplace(inner, static_cast<std::uint32_t>(sets_.size()));
-  if (is_new) sets_.push_back(set_of(inner));
-  const Set& set = sets_[known->second];
-  // A single character that is a plain one needs no set: this is how wildcards are written as themselves.
-  if (!set.negated && set.ranges.size() == 1 && set.ranges[0].first == set.ranges[0].last)
-    piece.elements.push_back({Element::Kind::character, set.ranges[0].first});
-  else
-    piece.elements.push_back({Element::Kind::set, known->second});
-  return ends ? close + 1 : pattern.size();
-}
-
-LikePattern::Set LikePattern::set_of(std::string_view inner) const {
-  Set set;
-  set.negated = !inner.empty() && inner.front() == '^';
-  if (set.negated) inner.remove_prefix(1);
-  for (std::size_t position = 0; position < inner.size();) {
+// The index of the set.
+std::uint32_t LikePattern::set_of(const LikePart& part) {
+  const auto [known, is_new] = known_sets_.emplace(part.text, static_cast<std::uint32_t>(sets_.size()));
+  if (!is_new) return known->second;
+  Set& set = sets_.emplace_back(Set{{}, part.ranges, part.negated});
+  for (const LikePart::Range& range : set.ranges) {
     check_call_limit();
-    Range range{};
-    range.first = range.last = next_character(inner, position);
-    if (position + 1 < inner.size() && inner[position] == '-') {
-      ++position;
-      range.last = next_character(inner, position);
-    }
-    set.ranges.push_back(range);
     if (range.first == range.last) {
       if (is_ascii(range.first)) set.ascii[range.first] = true;
       continue;
     }
     for (char32_t c = 0; is_ascii(c); ++c) set.ascii[c] = set.ascii[c] || in_range(range, folded_character(c));
   }
-  return set;
+  return known->second;
 }
 
 // A range holds what sorts between its ends.
-bool LikePattern::in_range(const Range& range, char32_t character) const {
+bool LikePattern::in_range(const LikePart::Range& range, char32_t character) const {
   if (character == range.first || character == range.last) return true;
   if (range.first == range.last) return false;
   const std::string text = utf8_of(character);
@@ -154,11 +96,12 @@ bool LikePattern::in_range(const Range& range, char32_t character) const {
 
 bool LikePattern::contains(const Set& set, char32_t character) const {
   if (set.ranges.empty() && !set.negated) return false;
-  const bool found = is_ascii(character) ? set.ascii[character]
-                                         : std::any_of(set.ranges.begin(), set.ranges.end(), [&](const Range& range) {
-                                             check_call_limit();
-                                             return in_range(range, character);
-                                           });
+  const bool found = is_ascii(character)
+                         ? set.ascii[character]
+                         : std::any_of(set.ranges.begin(), set.ranges.end(), [&](const LikePart::Range& range) {
+                             check_call_limit();
+                             return in_range(range, character);
+                           });
   return found != set.negated;
 }
 

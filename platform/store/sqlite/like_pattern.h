@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// A LIKE pattern, made ready once and matched against many texts: % any characters, _ one, [a-f] and [^a] one of or
-// none of a set; all else is itself without regard to case and composition. Accents and trailing blanks count on both
-// sides. Immutable once made, but it leans on a TextOrder, so one thread at a time. Making it and matching end with
-// kTimeout when the call limit passes.
+// A LIKE pattern, made ready once and matched against many texts. Accents and trailing blanks count on both sides.
+// Immutable once made, but it leans on a TextOrder, so one thread at a time. Making it and matching end with kTimeout
+// when the call limit passes.
 #pragma once
 
 #include <array>
@@ -12,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/store/dialect/like_reader.h"
 #include "platform/store/sqlite/collation.h"
 
 namespace mercato::store::sqlite {
@@ -25,13 +25,9 @@ class LikePattern {
   bool matches(std::string_view text) const;
 
  private:
-  struct Range {
-    char32_t first;
-    char32_t last;
-  };
   struct Set {
     std::array<bool, 128> ascii{};
-    std::vector<Range> ranges;
+    std::vector<dialect::LikePart::Range> ranges;
     bool negated = false;
   };
   struct Element {
@@ -44,10 +40,8 @@ class LikePattern {
     std::string plain;  // the same as bytes in lower case, when all are ASCII characters
   };
 
-  void add_characters(std::string_view characters, Piece& piece) const;
-  std::size_t read_set(std::string_view pattern, std::size_t open, Piece& piece);
-  Set set_of(std::string_view inner) const;
-  bool in_range(const Range& range, char32_t character) const;
+  std::uint32_t set_of(const dialect::LikePart& part);
+  bool in_range(const dialect::LikePart::Range& range, char32_t character) const;
   bool contains(const Set& set, char32_t character) const;
   bool fits(const Element& element, char32_t character) const;
   bool matches_folded(std::string_view text) const;
