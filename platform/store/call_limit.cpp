@@ -82,4 +82,10 @@ bool call_limit_passed() noexcept {
   return limit.passed;
 }
 
+std::optional<std::chrono::milliseconds> call_time_left() noexcept {
+  if (!limit.armed) return std::nullopt;
+  if (call_limit_passed()) return std::chrono::milliseconds(0);
+  return std::chrono::ceil<std::chrono::milliseconds>(limit.deadline - Clock::now());
+}
+
 }  // namespace mercato::store

@@ -3,7 +3,9 @@
 // field read, so that a walk without an end is ended, with kTimeout, without a change to the walk.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <optional>
 
 namespace mercato::store {
 
@@ -39,5 +41,7 @@ void check_call_limit();
 void check_call_limit_now();
 // Whether it has passed, for code that may not throw.
 bool call_limit_passed() noexcept;
+// How long it is until then, for waiting; nothing without a limit.
+std::optional<std::chrono::milliseconds> call_time_left() noexcept;
 
 }  // namespace mercato::store
