@@ -114,7 +114,8 @@ void SqlPrinter::select(const Select& select) {
   items(select);
   identity(select);
   from(select);
-  conditions(select);
+  where_and_groups(select);
+  having(select);
 }
 
 void SqlPrinter::items(const Select& select) {
@@ -126,7 +127,7 @@ void SqlPrinter::items(const Select& select) {
   }
 }
 
-void SqlPrinter::conditions(const Select& select) {
+void SqlPrinter::where_and_groups(const Select& select) {
   if (select.where != nullptr) {
     text(" WHERE ");
     expression(*select.where);
@@ -137,6 +138,9 @@ void SqlPrinter::conditions(const Select& select) {
     grouped(*item->value);
     separator = ", ";
   }
+}
+
+void SqlPrinter::having(const Select& select) {
   if (select.having == nullptr) return;
   text(" HAVING ");
   expression(*select.having);

@@ -41,7 +41,7 @@ class SqlPrinter {
   virtual void grouped(const Expression& item) = 0;
   virtual void column(const Expression& column) = 0;
   virtual void query(const Query& query) = 0;
-  virtual void select(const Select& select);
+  void select(const Select& select);
   // Behind the items of a query: what tells which row it is, if that is asked for.
   virtual void identity(const Select& select) = 0;
   virtual void rows_of_subselect(const Source& source) = 0;
@@ -68,7 +68,8 @@ class SqlPrinter {
   void filled_in(std::string_view sql, std::span<Expression* const> arguments);
   void items(const Select& select);
   void from(const Select& select);
-  void conditions(const Select& select);
+  void where_and_groups(const Select& select);
+  void having(const Select& select);
   void limit(const Select& select);
   void where();
   void in_brackets(const Expression& condition);
