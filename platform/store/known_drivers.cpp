@@ -2,6 +2,9 @@
 #include "platform/store/known_drivers.h"
 
 #include "mercato/raised_error.h"
+#ifdef MERCATO_POSTGRES
+#include "platform/store/postgres/driver.h"
+#endif
 #include "platform/store/sqlite/driver.h"
 #include "values/text.h"
 
@@ -16,6 +19,9 @@ struct KnownDriver {
 // The one place that knows the drivers. The first one also serves a connection string that names no provider.
 constexpr KnownDriver kKnownDrivers[] = {
     {"SQLite", &sqlite_driver},
+#ifdef MERCATO_POSTGRES
+    {"PostgreSQL", &postgres_driver},
+#endif
 };
 
 }  // namespace

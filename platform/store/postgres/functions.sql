@@ -699,3 +699,12 @@ RETURN CASE part
   WHEN 'weekday' THEN extract(dow FROM moment) + 1
   WHEN 'dayofyear' THEN extract(doy FROM moment)
   ELSE {schema}.mercato_date_difference('week', date_trunc('year', moment), moment) + 1 END::bigint;
+
+-- What the store knows of itself: how many definitions there were, so that a session sees when others have made some,
+-- and which version of this file it has. Its one row is written with every definition.
+CREATE TABLE IF NOT EXISTS {schema}.mercato_store (definitions bigint NOT NULL, functions integer NOT NULL);
+INSERT INTO {schema}.mercato_store (definitions, functions)
+SELECT 0, 0 WHERE NOT EXISTS (SELECT FROM {schema}.mercato_store);
+
+-- Written to when everything that was committed before has to be on the disk.
+CREATE SEQUENCE IF NOT EXISTS {schema}.mercato_flush;

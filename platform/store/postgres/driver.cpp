@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/store/postgres/driver.h"
+
+#include "platform/store/postgres/session.h"
+
+namespace mercato::store {
+namespace {
+
+class PostgresDriver final : public Driver {
+ public:
+  std::unique_ptr<Session> open(const std::string& connection_string) override {
+    return std::make_unique<postgres::PostgresSession>(connection_string);
+  }
+  // A server is backed up with the server's own means, which know of its other databases, replicas and log.
+  const Upkeep* upkeep() const override { return nullptr; }
+};
+
+}  // namespace
+
+Driver& postgres_driver() {
+  static PostgresDriver driver;
+  return driver;
+}
+
+}  // namespace mercato::store

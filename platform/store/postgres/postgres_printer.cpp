@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/store/postgres/postgres_printer.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/store/dialect/resolver.h"
+#include "platform/store/postgres/postgres_writer.h"
+
+namespace mercato::store::postgres {
+
+IdentityKind identity_kind(const TableInfo& table) {
+  const bool numbered = table.key.empty() || (table.key.size() == 1 && table.columns[table.key.front()].assigned);
+  return numbered ? IdentityKind::number : IdentityKind::key;
+}
+
+Translation translate(const dialect::LexedStatement& lexed, const dialect::TableDirectory& tables, bool identified) {
+  dialect::SyntaxTree tree(lexed);
+  dialect::resolve_statement(tree, tables, identified);
+  if (!tree.definition) return SqlWriter(tree).translation();
+  Translation result;
+  result.common = std::move(tree.translation);
+  result.common.statements = definition_sql(*tree.definition);
+  return result;
+}
+
+Translation SqlWriter::translation() {
+  result_.bindings.reserve(tree_.lexed.literals.size());
+  if (tree_.translation.kind != dialect::StatementKind::nothing) tree_.translation.statements.push_back(write());
+  result_.gives_key = std::ranges::any_of(tree_.insert_columns, &Column::assigned);
+  if (tree_.identity != nullptr) result_.identity = identity_kind(*tree_.identity->table);
+  result_.common = std::move(tree_.translation);
+  return std::move(result_);
+}
+
+// Literals
+
+void SqlWriter::bound(const dialect::Literal& literal) {
+  const dialect::Parameter converted{literal.position, literal.literal->conversion};
+  parameter(Binding::Use::value, type_of(converted), converted);
+}
+
+ValueType SqlWriter::type_of(const dialect::Parameter& parameter) const {
+  switch (parameter.conversion) {
+    case dialect::Conversion::text:
+      return ValueType::text;
+    case dialect::Conversion::date:
+      return ValueType::date;
+    case dialect::Conversion::money:
+      return ValueType::money;
+    case dialect::Conversion::boolean:
+      return ValueType::whole;
+    case dialect::Conversion::none:
+      if (dialect::text_as_it_stands(tree_.lexed, parameter)) return ValueType::text;
+      break;
+    case dialect::Conversion::number:
+      break;
+  }
+  const Variant value = dialect::parameter_value(tree_.lexed, parameter);
+  if (value.is_text()) return ValueType::text;
+  return value.type() == Variant::Type::real ? ValueType::real : ValueType::whole;
+}
+
+void SqlWriter::parameter(Binding::Use use, ValueType type, dialect::Parameter parameter, std::uint32_t escape) {
+  result_.bindings.push_back({use, type, parameter, escape});
+  sql_ += '$';
+  sql_ += std::to_string(result_.bindings.size());
+}
+
+}  // namespace mercato::store::postgres

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+// Translates a statement of the dialect into PostgreSQL's SQL. What the engine has no words for, it calls: the functions
+// `mercato_...` (functions.sql). Any thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/store/dialect/definition.h"
+#include "platform/store/dialect/dialect.h"
+
+namespace mercato::store::postgres {
+
+// As what the engine gets a parameter.
+enum class ValueType : std::uint8_t { text, whole, real, money, date };
+
+// One parameter of a translated statement, and what is made of the literal before it is sent.
+struct Binding {
+  enum class Use : std::uint8_t {
+    value,         // the literal, converted
+    key,           // the form in which texts are compared
+    like_pattern,  // the engine's own pattern, in which a set is any character
+    like_exact,    // the pattern itself, when the engine's own says less; else Null
+    like_from,     // the range in which all texts lie that match
+    like_to,
+    now,  // the library's clock; no literal
+  };
+  Use use = Use::value;
+  ValueType type = ValueType::text;
+  dialect::Parameter parameter{};
+  std::uint32_t escape = UINT32_MAX;  // the literal behind ESCAPE, of a pattern
+};
+
+// How the identity of a row is read from the columns behind the result.
+enum class IdentityKind : std::uint8_t {
+  number,  // one column: an assigned key, or the hidden one of a table without a key
+  key,     // the columns of the key
+};
+
+struct Translation {
+  dialect::Translation common;  // its text has $1, $2 ...; `bindings` stand for its parameters
+  std::vector<Binding> bindings;
+  IdentityKind identity = IdentityKind::number;
+  bool gives_key = false;  // an INSERT that names the assigned key of its table
+};
+
+// The column that tells the rows of a table without a key apart. No statement of the library sees it.
+inline constexpr std::string_view kHiddenIdentity = "mercato_row";
+
+// How rows of that table are told apart.
+IdentityKind identity_kind(const TableInfo& table);
+
+// Numbers are typed by what the literals of this statement are: of one shape are also those whose text literals read as
+// numbers of another type. Such a statement does not fit a translation of another, and needs one of its own (postgres_values.h).
+// Raises what `dialect::resolve_statement` raises.
+Translation translate(const dialect::LexedStatement& lexed, const dialect::TableDirectory& tables, bool identified);
+
+// The statements that carry out a definition.
+std::vector<std::string> definition_sql(const dialect::Definition& definition);
+
+// The names of the constraints that guard a column, by which a violation is told from others.
+std::string width_constraint(std::string_view column);
+std::string range_constraint(std::string_view column);
+
+}  // namespace mercato::store::postgres

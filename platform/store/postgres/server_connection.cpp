@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/store/postgres/server_connection.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <new>
+#include <optional>
+#include <utility>
+
+#include "mercato/raised_error.h"
+#include "platform/store/call_limit.h"
+#include "platform/store/driver.h"
+#include "platform/store/postgres/postgres_failure.h"
+
+namespace mercato::store::postgres {
+namespace {
+
+constexpr int kOldestServer = 150000;
+constexpr int kDefaultLockTimeout = 10000;
+
+struct Property {
+  std::string_view ours;
+  const char* engines;
+};
+constexpr Property kProperties[] = {
+    {"Server", "host"},  {"Port", "port"},         {"Database", "dbname"},
+    {"User ID", "user"}, {"Password", "password"}, {"SSL Mode", "sslmode"},
+};
+
+// Keywords and values as libpq takes them, which needs no quoting.
+class Parameters {
+ public:
+  void add(const char* keyword, std::string value) {
+    keywords_.push_back(keyword);
+    values_.push_back(std::move(value));
+  }
+  std::unique_ptr<PGconn, void (*)(PGconn*)> connect() const {
+    std::vector<const char*> keywords = keywords_, values;
+    for (const std::string& value : values_) values.push_back(value.c_str());
+    keywords.push_back(nullptr);
+    values.push_back(nullptr);
+    return {PQconnectdbParams(keywords.data(), values.data(), 0), &PQfinish};
+  }
+
+ private:
+  std::vector<const char*> keywords_;
+  std::vector<std::string> values_;
+};
+
+// "the server 'db.example.com' (database 'mercato')", without what nobody named.
+std::string label_of(const std::string& connection_string) {
+  std::string label = "the server";
+  if (const auto server = connection_property(connection_string, "Server")) label += " '" + *server + "'";
+  if (const auto database = connection_property(connection_string, "Database"))
+    label += " (database '" + *database + "')";
+  return label;
+}
+
+int lock_timeout_of(const std::string& connection_string) {
+  const auto given = connection_property(connection_string, "Lock Timeout");
+  if (!given) return kDefaultLockTimeout;
+  const bool is_number =
+      !given->empty() && given->size() <= 9 && std::ranges::all_of(*given, [](char c) { return c >= '0' && c <= '9'; });
+  if (!is_number) raise_store_failure("Lock Timeout is '" + *given + "'. It has to be a number of milliseconds");
+  // To the engine 0 is to wait for ever.
+  return std::max(std::stoi(*given), 1);
+}
+
+// What the texts that are sent, and the readings of what comes back, rely on.
+std::string settings_of(const std::string& connection_string) {
+  std::string settings =
+      "SET standard_conforming_strings = on; SET DateStyle = 'ISO, MDY'; SET extra_float_digits = 1; "
+      "SET default_transaction_isolation = 'read committed'; SET default_transaction_read_only = off; "
+      "SET client_min_messages = warning; SET jit = off; SET lock_timeout = " +
+      std::to_string(lock_timeout_of(connection_string));
+  return settings;
+}
+
+void ignore_notice(void*, const PGresult*) {}
+
+}  // namespace
+
+Connection::Connection(const std::string& connection_string) : label_(label_of(connection_string)) {
+  Parameters parameters;
+  for (const Property& property : kProperties)
+    if (auto value = connection_property(connection_string, property.ours))
+      parameters.add(property.engines, std::move(*value));
+  parameters.add("client_encoding", "UTF8");
+  parameters.add("fallback_application_name", "mercato");
+  connection_.reset(parameters.connect().release());
+  if (!connection_) throw std::bad_alloc();
+  if (!is_usable()) throw Raised(opening_failure(label_, PQerrorMessage(connection_.get())));
+  if (server_version() < kOldestServer)
+    raise_store_failure(at_the_start(label_) + " is PostgreSQL " + std::to_string(server_version() / 10000) +
+                        ". The store needs version 15 or later");
+  if (const char* const encoding = PQparameterStatus(connection_.get(), "server_encoding");
+      encoding == nullptr || std::string_view(encoding) != "UTF8")
+    raise_store_failure(at_the_start(label_) + " keeps its texts as " + (encoding == nullptr ? "" : encoding) +
+                        ". Create the database with the encoding UTF8");
+  PQsetNoticeReceiver(connection_.get(), &ignore_notice, nullptr);
+  run_script(settings_of(connection_string));
+  if (const auto path = connection_property(connection_string, "Search Path")) {
+    const ResultHandle set(PQexecParams(connection_.get(), "SELECT set_config('search_path', $1, false)", 1, nullptr,
+                                        std::array{path->c_str()}.data(), nullptr, nullptr, 0));
+    if (PQresultStatus(set.get()) != PGRES_TUPLES_OK) throw Raised(failure_of(set.get(), label_, nullptr));
+  }
+  PQenterPipelineMode(connection_.get());
+}
+
+void Connection::run_script(const std::string& script) {
+  const bool pipelined = PQpipelineStatus(connection_.get()) != PQ_PIPELINE_OFF;
+  if (pipelined) PQexitPipelineMode(connection_.get());
+  const ResultHandle done(PQexec(connection_.get(), script.c_str()));
+  if (pipelined) PQenterPipelineMode(connection_.get());
+  if (!is_usable()) raise_lost();
+  const ExecStatusType status = PQresultStatus(done.get());
+  if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) throw Raised(failure_of(done.get(), label_, nullptr));
+}
+
+// Sending
+
+void Connection::queued(int done) {
+  if (done == 1) return;
+  if (!is_usable()) raise_lost();
+  raise_store_failure(at_the_start(label_) + " could not be asked (" + PQerrorMessage(connection_.get()) + ")");
+}
+
+const char* const* Connection::values_of(const SentValues& values) {
+  sent_.clear();
+  for (const std::optional<std::string>& value : values) {
+    if (value && value->find('\0') != std::string::npos)
+      raise(error_number::kStatementRefused, std::string(kFailureSource),
+            "The store refused the statement: a text with the character U+0000 cannot be kept");
+    sent_.push_back(value ? value->c_str() : nullptr);
+  }
+  return sent_.data();
+}
+
+void Connection::send(const char* text) {
+  queued(PQsendQueryParams(connection_.get(), text, 0, nullptr, nullptr, nullptr, nullptr, 0));
+}
+
+void Connection::send(const char* text, const SentValues& values) {
+  const char* const* const sent = values_of(values);
+  queued(
+      PQsendQueryParams(connection_.get(), text, static_cast<int>(values.size()), nullptr, sent, nullptr, nullptr, 0));
+}
+
+void Connection::prepare(const std::string& name, const std::string& text, const std::vector<Oid>& types) {
+  queued(PQsendPrepare(connection_.get(), name.c_str(), text.c_str(), static_cast<int>(types.size()), types.data()));
+}
+
+void Connection::run(const std::string& name, const SentValues& values) {
+  const char* const* const sent = values_of(values);
+  queued(
+      PQsendQueryPrepared(connection_.get(), name.c_str(), static_cast<int>(values.size()), sent, nullptr, nullptr, 0));
+}
+
+void Connection::flush() {
+  queued(PQpipelineSync(connection_.get()));
+  ++batches_;
+  cancelled_ = false;
+}
+
+// Receiving
+
+void Connection::wait_until_readable() {
+  pollfd watched{PQsocket(connection_.get()), POLLIN, 0};
+  while (PQisBusy(connection_.get()) != 0) {
+    std::optional<std::chrono::milliseconds> left;
+    if (!cancelled_) left = call_time_left();
+    if (left && left->count() == 0) {
+      cancel();
+      continue;
+    }
+    constexpr std::chrono::milliseconds kLongest{1000000};
+    const int ready = poll(&watched, 1, left ? static_cast<int>(std::min(*left, kLongest).count()) : -1);
+    if (ready < 0 && errno != EINTR) raise_lost();
+    if (ready > 0 && PQconsumeInput(connection_.get()) != 1) raise_lost();
+  }
+}
+
+ResultHandle Connection::next() {
+  wait_until_readable();
+  ResultHandle result(PQgetResult(connection_.get()));
+  if (result && !is_usable()) raise_lost();
+  return result;
+}
+
+void Connection::stream_rows() { PQsetSingleRowMode(connection_.get()); }
+
+ResultHandle Connection::finish_command() {
+  ResultHandle answer;
+  while (ResultHandle result = next()) answer = std::move(result);
+  return answer;
+}
+
+// Behind the last answer of a command stands a null one, behind a batch its end.
+ResultHandle Connection::finish_batch() {
+  ResultHandle failure;
+  while (batches_ > 0) {
+    ResultHandle result = next();
+    if (!result) continue;
+    const ExecStatusType status = PQresultStatus(result.get());
+    if (status == PGRES_FATAL_ERROR && !failure) failure = std::move(result);
+    if (status != PGRES_PIPELINE_SYNC) continue;
+    --batches_;
+    break;
+  }
+  return failure;
+}
+
+void Connection::cancel() noexcept {
+  cancelled_ = true;
+  char words[256];
+  if (PGcancel* const cancelling = PQgetCancel(connection_.get())) {
+    PQcancel(cancelling, words, sizeof words);
+    PQfreeCancel(cancelling);
+  }
+}
+
+bool Connection::has_ended() const noexcept {
+  if (!is_usable()) return true;
+  // Nothing is expected from an idle connection: what can be read is its end, or a notice before it.
+  pollfd watched{PQsocket(connection_.get()), POLLIN, 0};
+  return poll(&watched, 1, 0) != 0;
+}
+
+void Connection::raise_lost() {
+  std::string words = PQerrorMessage(connection_.get());
+  std::ranges::replace(words, '\n', ' ');
+  while (!words.empty() && (words.back() == ' ' || words.back() == '.')) words.pop_back();
+  raise_store_failure(at_the_start(label_) +
+                      " has ended the connection. What was not committed is undone there. Repeat the call" +
+                      (words.empty() ? "" : " (" + words + ")"));
+}
+
+}  // namespace mercato::store::postgres

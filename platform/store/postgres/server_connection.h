@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+// One connection to a server: opening, commands that go out together, answers that are waited for as long as the call
+// limit allows. Knows nothing of transactions. One thread at a time.
+//
+// All commands go through the engine's pipeline: `send`, `prepare` and `run` put one into the batch, `flush` closes the
+// batch and sends it, and the answers come in the same order. When a command of a batch fails, the engine passes over
+// the rest of it. Outside of a transaction a batch is one.
+#pragma once
+
+#include <libpq-fe.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/store/postgres/postgres_values.h"
+
+namespace mercato::store::postgres {
+
+struct ClearResult {
+  void operator()(PGresult* result) const noexcept { PQclear(result); }
+};
+using ResultHandle = std::unique_ptr<PGresult, ClearResult>;
+
+class Connection {
+ public:
+  // Raises what `postgres_driver` says.
+  explicit Connection(const std::string& connection_string);
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  void send(const char* text);
+  void send(const char* text, const SentValues& values);
+  // Parameters of type 0 are what the engine takes them for.
+  void prepare(const std::string& name, const std::string& text, const std::vector<Oid>& types);
+  void run(const std::string& name, const SentValues& values);
+  void flush();
+  // Several statements without parameters, outside of any batch. Raises what they raise.
+  void run_script(const std::string& script);
+
+  // The next answer of the batch: null behind the last one of each command. Raises when the connection is lost; when the
+  // call limit passes, the command is ended on the server, and its answer is the engine's failure.
+  ResultHandle next();
+  // The same for a command that is to give its rows one by one: asked before its first answer.
+  void stream_rows();
+  // The rest of a command: its last answer, which is the failure if there is one.
+  ResultHandle finish_command();
+  // Passes over what is left of the oldest batch; its failure, if there is one.
+  ResultHandle finish_batch();
+  bool has_batches() const { return batches_ > 0; }
+  // Ends the running command on the server; the batch has still to be finished.
+  void cancel() noexcept;
+
+  bool is_usable() const noexcept { return PQstatus(connection_.get()) == CONNECTION_OK; }
+  // No command is under way, no transaction open.
+  bool is_idle() const noexcept { return PQtransactionStatus(connection_.get()) == PQTRANS_IDLE && batches_ == 0; }
+  // Whether the server has closed the connection meanwhile. Asks the system, not the server.
+  bool has_ended() const noexcept;
+  // What the server says that it is: 150004 for 15.4.
+  int server_version() const { return PQserverVersion(connection_.get()); }
+  // For messages: "the server 'db.example.com' (database 'mercato')".
+  const std::string& label() const { return label_; }
+
+ private:
+  struct Close {
+    void operator()(PGconn* connection) const noexcept { PQfinish(connection); }
+  };
+
+  void queued(int done);
+  const char* const* values_of(const SentValues& values);
+  void wait_until_readable();
+  [[noreturn]] void raise_lost();
+
+  std::string label_;
+  std::unique_ptr<PGconn, Close> connection_;
+  std::vector<const char*> sent_;  // its room serves one command after the other
+  int batches_ = 0;                // that were sent and are not finished
+  bool cancelled_ = false;         // the running command, for the call limit has passed
+};
+
+}  // namespace mercato::store::postgres

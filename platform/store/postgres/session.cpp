@@ -1,0 +1,486 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/store/postgres/session.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <utility>
+
+#include "mercato/raised_error.h"
+#include "platform/store/dialect/refusal.h"
+#include "platform/store/dialect/sql_printer.h"
+#include "platform/store/postgres/cursor.h"
+#include "platform/store/postgres/function_texts.h"
+#include "values/text.h"
+
+namespace mercato::store::postgres {
+namespace {
+
+using dialect::quoted_name;
+
+constexpr std::size_t kMostRowWriters = 256;
+constexpr std::size_t kMostParameters = 65535;
+
+// The version of functions.sql; a store that has an older one gets it with its next definition.
+constexpr int kFunctionsVersion = 1;
+
+std::string parameter_list(std::size_t count) {
+  std::string list;
+  for (std::size_t i = 1; i <= count; ++i) list += (i > 1 ? ", $" : "$") + std::to_string(i);
+  return list;
+}
+
+// What tells a new row from others: its number, or its key.
+std::string identity_list(const TableInfo& table) {
+  if (table.key.empty()) return std::string(kHiddenIdentity);
+  std::string list;
+  for (const std::size_t column : table.key)
+    list += (list.empty() ? "" : ", ") + quoted_name(table.columns[column].name);
+  return list;
+}
+
+std::string insert_text(const TableInfo& table, std::span<const std::size_t> columns) {
+  std::string text = "INSERT INTO " + quoted_name(table.name);
+  if (columns.empty()) {
+    text += " DEFAULT VALUES";
+  } else {
+    const char* separator = " (";
+    for (const std::size_t column : columns)
+      text += std::exchange(separator, ", ") + quoted_name(table.columns[column].name);
+    text += ") VALUES (" + parameter_list(columns.size()) + ")";
+  }
+  return text + " RETURNING " + identity_list(table);
+}
+
+std::string update_text(const TableInfo& table, std::span<const std::size_t> columns) {
+  std::string text = "UPDATE " + quoted_name(table.name);
+  std::size_t parameter = 0;
+  const char* separator = " SET ";
+  for (const std::size_t column : columns)
+    text +=
+        std::exchange(separator, ", ") + quoted_name(table.columns[column].name) + " = $" + std::to_string(++parameter);
+  if (table.key.empty()) return text + " WHERE " + std::string(kHiddenIdentity) + " = $" + std::to_string(++parameter);
+  separator = " WHERE ";
+  for (const std::size_t column : table.key)
+    text += std::exchange(separator, " AND ") + quoted_name(table.columns[column].name) + " = $" +
+            std::to_string(++parameter);
+  return text;
+}
+
+std::vector<ColumnType> key_types_of(const TableInfo& table) {
+  std::vector<ColumnType> types;
+  for (const std::size_t column : table.key) types.push_back(table.columns[column].type);
+  return types;
+}
+
+std::int64_t number_of(std::string_view digits) {
+  std::int64_t number = 0;
+  std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  return number;
+}
+
+bool succeeded(const PGresult* result) {
+  const ExecStatusType status = PQresultStatus(result);
+  return status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK;
+}
+
+}  // namespace
+
+CachedStatement::~CachedStatement() {
+  if (name.empty() || !dropped) return;
+  try {
+    dropped->push_back(std::move(name));
+  } catch (const std::bad_alloc&) {
+    // It stays prepared for as long as the connection lives.
+  }
+}
+
+PostgresSession::~PostgresSession() { reset(); }
+
+// Statements
+
+Execution PostgresSession::run(const dialect::LexedStatement& statement, ExecuteOptions options) {
+  leave_queries();
+  failed_with_.clear();
+  try {
+    return run_once(statement, options);
+  } catch (const Raised& failed) {
+    note_lost_connection(failed);
+    // What was known of the tables may have been the reason: somebody else has defined them anew. Nothing has happened.
+    if (translated_anew_ || !is_about_tables(failed_with_)) throw;
+  }
+  forget_schema();
+  return run_once(statement, options);
+}
+
+Execution PostgresSession::run_once(const dialect::LexedStatement& lexed, ExecuteOptions options) {
+  SentValues values;
+  const CachedStatementPtr statement = translated(lexed, options.identified, values);
+  const dialect::Translation& translation = statement->translation.common;
+  switch (translation.kind) {
+    case dialect::StatementKind::nothing:
+      return {.cursor = nullptr, .affected = 0, .nothing_to_do = true};
+    case dialect::StatementKind::query:
+      return {open_cursor(statement, values), 0};
+    case dialect::StatementKind::definition:
+      define(translation);
+      return {};
+    case dialect::StatementKind::insert:
+    case dialect::StatementKind::update:
+    case dialect::StatementKind::remove:
+      break;
+  }
+  const ResultHandle changed =
+      statement->translation.gives_key ? change_with_given_key(*statement, values) : change(*statement, values);
+  return {nullptr, number_of(PQcmdTuples(changed.get()))};
+}
+
+CachedStatementPtr PostgresSession::translated(const dialect::LexedStatement& lexed, bool identified,
+                                               SentValues& values) {
+  CachedStatementPtr statement = statements_.find(lexed, identified);
+  translated_anew_ = !statement;
+  if (!statement) {
+    // Somebody else may have defined the table that this one names.
+    if (tables_.refresh()) forget_schema();
+    statement = translate_anew(lexed, identified, false);
+  }
+  if (bind_literals(statement->translation.bindings, lexed, values)) return statement;
+  statement = translate_anew(lexed, identified, true);
+  bind_literals(statement->translation.bindings, lexed, values);
+  return statement;
+}
+
+CachedStatementPtr PostgresSession::translate_anew(const dialect::LexedStatement& lexed, bool identified,
+                                                   bool for_these_literals) {
+  auto statement = std::make_shared<CachedStatement>();
+  statement->translation = translate(lexed, tables_, identified);
+  statement->dropped = dropped_;
+  const dialect::Translation& translation = statement->translation.common;
+  if (statement->translation.bindings.size() > kMostParameters)
+    dialect::refuse("The statement has more than " + std::to_string(kMostParameters) +
+                    " values. Send them in several statements");
+  if (translation.kind == dialect::StatementKind::query)
+    statement->layout = std::make_shared<const RowLayout>(translation.result, translation.table);
+  if (translation.identified) statement->key_types = key_types_of(*tables_.find(translation.table));
+  if (translation.kind != dialect::StatementKind::definition)
+    statements_.insert(statement, lexed, identified, for_these_literals || translation.depends_on_literals);
+  return statement;
+}
+
+std::unique_ptr<Cursor> PostgresSession::open_cursor(const CachedStatementPtr& statement, const SentValues& values) {
+  send_command(*statement, values, false);
+  connection_.stream_rows();
+  return std::make_unique<PostgresCursor>(*this, statement);
+}
+
+// Tables and rows
+
+const TableInfo* PostgresSession::table(std::string_view name) {
+  leave_queries();
+  if (tables_.refresh()) forget_schema();
+  return tables_.find(name);
+}
+
+bool PostgresSession::has_index(std::string_view table, std::string_view name) {
+  leave_queries();
+  return tables_.has_index(table, name);
+}
+
+RowIdentity PostgresSession::insert(const TableInfo& table, std::span<const std::size_t> columns,
+                                    std::span<const Variant> values) {
+  const CachedStatementPtr writer = row_writer(table, false, columns);
+  SentValues sent;
+  for (const Variant& value : values) sent.push_back(sent_value(value));
+  const ResultHandle made = change(*writer, sent);
+  RowIdentity identity;
+  const auto returned = [&made](int column) {
+    return std::string_view(PQgetvalue(made.get(), 0, column),
+                            static_cast<std::size_t>(PQgetlength(made.get(), 0, column)));
+  };
+  if (identity_kind(table) == IdentityKind::number) {
+    identity.number = number_of(returned(0));
+    return identity;
+  }
+  for (const ColumnType type : key_types_of(table)) {
+    const int column = static_cast<int>(identity.key.size());
+    read_value(returned(column), type, PQftype(made.get(), column), identity.key.emplace_back());
+  }
+  return identity;
+}
+
+void PostgresSession::update(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+                             std::span<const Variant> values) {
+  const CachedStatementPtr writer = row_writer(table, true, columns);
+  SentValues sent;
+  for (const Variant& value : values) sent.push_back(sent_value(value));
+  if (identity_kind(table) == IdentityKind::number)
+    sent.emplace_back(std::to_string(row.number));
+  else
+    for (const Variant& value : row.key) sent.push_back(sent_value(value));
+  const ResultHandle changed = change(*writer, sent);
+  if (number_of(PQcmdTuples(changed.get())) == 0)
+    raise_store_failure("The row to be changed is no longer in " + table.name);
+}
+
+CachedStatementPtr PostgresSession::row_writer(const TableInfo& table, bool updates,
+                                               std::span<const std::size_t> columns) {
+  leave_queries();
+  std::string text = updates ? update_text(table, columns) : insert_text(table, columns);
+  if (const auto known = row_writers_.find(text); known != row_writers_.end()) return known->second;
+  if (row_writers_.size() == kMostRowWriters) row_writers_.clear();
+  auto statement = std::make_shared<CachedStatement>();
+  statement->dropped = dropped_;
+  statement->translation.common.table = table.name;
+  statement->translation.common.statements = {text};
+  return row_writers_.emplace(std::move(text), std::move(statement)).first->second;
+}
+
+// Commands
+
+void PostgresSession::leave_queries() {
+  if (streaming_ != nullptr) streaming_->drain();
+}
+
+// Each in a batch of its own: what becomes of the command does not undo them.
+std::size_t PostgresSession::send_settings() {
+  std::size_t batches = 0;
+  for (const char* const setting : std::exchange(settings_, {})) {
+    connection_.send(setting);
+    connection_.flush();
+    ++batches;
+  }
+  if (dropped_->empty()) return batches;
+  for (const std::string& name : std::exchange(*dropped_, {})) connection_.send(("DEALLOCATE " + name).c_str());
+  connection_.flush();
+  return batches + 1;
+}
+
+void PostgresSession::send_command(CachedStatement& statement, const SentValues& values, bool writes) {
+  const std::size_t batches_before = send_settings();
+  int commands_before = 0;
+  const auto before = [&](const char* text) {
+    connection_.send(text);
+    ++commands_before;
+  };
+  opened_ = !begun_ && mode_ == Mode::transaction && writes;
+  if (opened_) before("BEGIN");
+  if (begun_) {
+    if (saved_) before("RELEASE SAVEPOINT mercato");
+    before("SAVEPOINT mercato");
+  }
+  const bool prepares = statement.name.empty();
+  std::string name = prepares ? "m" + std::to_string(++prepared_) : statement.name;
+  if (prepares) {
+    std::vector<Oid> types;
+    for (const Binding& binding : statement.translation.bindings) types.push_back(engine_type(binding.type));
+    connection_.prepare(name, statement.translation.common.statements.front(), types);
+    ++commands_before;
+  }
+  connection_.run(name, values);
+  connection_.flush();
+  for (std::size_t i = 0; i < batches_before; ++i)
+    if (const ResultHandle failed = connection_.finish_batch()) fail_command(failed.get(), {});
+  for (int i = 0; i < commands_before; ++i) {
+    const ResultHandle done = connection_.finish_command();
+    if (!succeeded(done.get())) fail_command(done.get(), statement.translation.common.table);
+    if (opened_) begun_ = true;
+    if (begun_) saved_ = !opened_;
+  }
+  if (prepares) statement.name = std::move(name);
+}
+
+ResultHandle PostgresSession::change(CachedStatement& statement, const SentValues& values) {
+  try {
+    send_command(statement, values, true);
+    ResultHandle changed = connection_.finish_command();
+    if (!succeeded(changed.get())) fail_command(changed.get(), statement.translation.common.table);
+    end_command();
+    if (mode_ == Mode::run) unflushed_ = true;
+    // No lock is kept for nothing: a transaction may stay open for as long as its object lives.
+    if (opened_ && number_of(PQcmdTuples(changed.get())) == 0) undo_command();
+    return changed;
+  } catch (const Raised& failed) {
+    note_lost_connection(failed);
+    throw;
+  }
+}
+
+void PostgresSession::end_command() {
+  // A single statement is committed at the end of its batch.
+  while (connection_.has_batches())
+    if (const ResultHandle failed = connection_.finish_batch()) fail_command(failed.get(), {});
+}
+
+void PostgresSession::fail_command(const PGresult* failed, std::string_view table) {
+  failed_with_ = state_of(failed);
+  RaisedError failure = failure_of(failed, connection_.label(), tables_.known(table));
+  while (connection_.has_batches()) connection_.finish_batch();
+  undo_command();
+  throw Raised(std::move(failure));
+}
+
+// The transaction is as it was before the command.
+void PostgresSession::undo_command() {
+  if (!begun_) return;
+  if (!opened_) return control("ROLLBACK TO SAVEPOINT mercato");
+  begun_ = saved_ = opened_ = false;
+  control("ROLLBACK");
+}
+
+void PostgresSession::note_lost_connection(const Raised& failed) noexcept {
+  if (connection_.is_usable() || !begun_) return;
+  begun_ = saved_ = false;
+  if (mode_ != Mode::transaction) return;
+  try {
+    lose_transaction(failed.error().Description);
+  } catch (const std::bad_alloc&) {
+    // Every later statement fails for the connection.
+  }
+}
+
+void PostgresSession::control(const char* text) {
+  connection_.send(text);
+  connection_.flush();
+  if (const ResultHandle failed = connection_.finish_batch())
+    throw Raised(failure_of(failed.get(), connection_.label(), nullptr));
+}
+
+template <class Work>
+void PostgresSession::as_one(Work work) {
+  const bool begins = !begun_;
+  if (std::exchange(saved_, false)) control("RELEASE SAVEPOINT mercato");
+  control(begins ? "BEGIN" : "SAVEPOINT mercato_step");
+  begun_ = true;
+  try {
+    work();
+    saved_ = false;
+    if (!begins) return control("RELEASE SAVEPOINT mercato_step");
+    if (mode_ == Mode::transaction) return;
+    begun_ = false;
+    control("COMMIT");
+    if (mode_ == Mode::run) unflushed_ = true;
+  } catch (const Raised& failed) {
+    note_lost_connection(failed);
+    saved_ = false;
+    if (begins) begun_ = false;
+    if (connection_.is_usable()) control(begins ? "ROLLBACK" : "ROLLBACK TO SAVEPOINT mercato_step");
+    throw;
+  }
+}
+
+// The server goes on numbering where it was, so it is told of a higher number. Others, who may be given that very number
+// meanwhile, wait.
+ResultHandle PostgresSession::change_with_given_key(CachedStatement& statement, const SentValues& values) {
+  ResultHandle changed;
+  as_one([&] {
+    const TableInfo& table = *tables_.find(statement.translation.common.table);
+    control(("LOCK TABLE " + quoted_name(table.name) + " IN SHARE ROW EXCLUSIVE MODE").c_str());
+    changed = change(statement, values);
+    const std::string& key = std::ranges::find_if(table.columns, &Column::assigned)->name;
+    const std::string count =
+        "SELECT setval(numbers, highest) FROM (SELECT pg_get_serial_sequence($1, $2)::regclass AS numbers, "
+        "(SELECT max(" +
+        quoted_name(key) + ") FROM " + quoted_name(table.name) +
+        ") AS highest) AS given "
+        "WHERE highest > coalesce(pg_sequence_last_value(numbers), 0)";
+    rows_of(connection_, count.c_str(), {quoted_name(table.name), key});
+  });
+  return changed;
+}
+
+// All of a definition's statements, or none. Definitions go one after the other, so that several callers may create the
+// same tables at once.
+void PostgresSession::define(const dialect::Translation& definition) {
+  as_one([&] {
+    control("SELECT pg_advisory_xact_lock(hashtextextended('mercato definitions', 0))");
+    prepare_store();
+    for (const std::string& text : definition.statements) control(text.c_str());
+    control("UPDATE mercato_store SET definitions = definitions + 1");
+  });
+  forget_schema();
+}
+
+// The first definition brings what translated statements call.
+void PostgresSession::prepare_store() {
+  const ResultHandle found = rows_of(connection_, "SELECT current_schema(), to_regclass('mercato_store') IS NOT NULL");
+  if (PQgetisnull(found.get(), 0, 0) != 0)
+    raise_store_failure(connection_.label() +
+                        " has no schema to create tables in. Create one, and name it in Search Path");
+  if (std::string_view(PQgetvalue(found.get(), 0, 1)) == "t") {
+    const ResultHandle version = rows_of(connection_, "SELECT functions FROM mercato_store");
+    if (number_of(PQgetvalue(version.get(), 0, 0)) >= kFunctionsVersion) return;
+  }
+  connection_.run_script(text::replace_all(function_texts(), "{schema}", quoted_name(PQgetvalue(found.get(), 0, 0))));
+  control(("UPDATE mercato_store SET functions = " + std::to_string(kFunctionsVersion)).c_str());
+}
+
+// Transactions and runs
+
+void PostgresSession::commit_transaction() {
+  mode_ = Mode::single;
+  if (!begun_) return;
+  leave_queries();
+  begun_ = saved_ = false;
+  connection_.send("COMMIT");
+  connection_.flush();
+  const ResultHandle done = connection_.finish_command();
+  const ResultHandle failed = connection_.finish_batch();
+  if (!succeeded(done.get())) throw Raised(failure_of(done.get(), connection_.label(), nullptr));
+  if (failed) throw Raised(failure_of(failed.get(), connection_.label(), nullptr));
+  if (std::string_view(PQcmdStatus(done.get())) != "COMMIT")
+    raise_store_failure("Nothing of this transaction stands: " + connection_.label() + " undid it");
+}
+
+void PostgresSession::roll_back_transaction() {
+  mode_ = Mode::single;
+  if (!std::exchange(begun_, false)) return;
+  saved_ = false;
+  try {
+    leave_queries();
+    control("ROLLBACK");
+    forget_schema();
+  } catch (const Raised&) {
+    // The server rolls back what a lost connection leaves.
+  }
+}
+
+void PostgresSession::begin_run() {
+  mode_ = Mode::run;
+  unflushed_ = false;
+  settings_.push_back("SET synchronous_commit = off");
+}
+
+void PostgresSession::end_run() {
+  mode_ = Mode::single;
+  leave_queries();
+  settings_.push_back("RESET synchronous_commit");
+  if (!std::exchange(unflushed_, false)) return;
+  // A commit that is waited for: the log is one, so all that was committed before is on the disk with it.
+  const std::size_t batches = send_settings();
+  connection_.send("SELECT setval('mercato_flush', 1)");
+  connection_.flush();
+  for (std::size_t i = 0; i <= batches; ++i)
+    if (const ResultHandle failed = connection_.finish_batch())
+      throw Raised(failure_of(failed.get(), connection_.label(), nullptr));
+}
+
+bool PostgresSession::unused() const noexcept { return !begun_ && !has_lost_transaction() && streaming_ == nullptr; }
+
+bool PostgresSession::end_use() noexcept {
+  try {
+    if (streaming_ != nullptr) streaming_->detach();
+    if (mode_ == Mode::run) end_run();
+    rollback();
+    return connection_.is_idle();
+  } catch (...) {
+    return false;
+  }
+}
+
+void PostgresSession::forget_schema() {
+  tables_.forget();
+  statements_.clear();
+  row_writers_.clear();
+}
+
+}  // namespace mercato::store::postgres
