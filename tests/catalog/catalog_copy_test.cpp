@@ -160,12 +160,9 @@ TEST_F(CatalogCopy, KeepsTheNameThatItIsGivenThoughItIsTaken) {
 }
 
 TEST_F(CatalogCopy, WithoutAFreeNumberOverflows) {
-  MERCATO_ONLY_ON_SQLITE(store(), "rows by the thousand are made by a statement of the engine");
   add_catalog("A");
-  run_on_engine(store_path(),
-                "WITH RECURSIVE N(I) AS (VALUES(2) UNION ALL SELECT I + 1 FROM N WHERE I < 32766) "
-                "INSERT INTO CATALOG (CATALOGNAME) SELECT 'Copy (' || I || ') Of A' FROM N;"
-                "INSERT INTO CATALOG (CATALOGNAME) VALUES ('Copy Of A')");
+  insert_rows("CATALOG (CATALOGNAME)", 32766,
+              [](int number) { return number == 1 ? "'Copy Of A'" : "'Copy (" + std::to_string(number) + ") Of A'"; });
   copy(1, 0);
   EXPECT_EQ(names().back(), (std::vector<Variant>{"Copy (32767) Of A"}));
   Recorder recorder;
@@ -224,15 +221,16 @@ TEST_F(CatalogCopy, RefusedAtAnyStatementLeavesNothing) {
 
 TEST_F(CatalogCopy, RefusedAtAnyRowLeavesNothing) {
   add_catalog("A");
-  for (int node = 1; node <= 5; ++node) add_node(1, node == 1 ? std::nullopt : std::optional(node - 1), "node");
-  const auto work = [&] { copy(1, 1); };
-  expect_nothing_left("INSERT", "CATALOG", "1", work);
+  const std::vector<std::string> nodes = {"a", "b", "c", "d", "e"};
   for (int node = 0; node < 5; ++node)
-    expect_nothing_left("INSERT", "CATALOGNODE",
-                        "(SELECT COUNT(*) FROM CATALOGNODE WHERE CATALOGID = 2) = " + std::to_string(node), work);
-  // The first root has no parent to be written.
-  for (int node = 7; node <= 10; ++node)
-    expect_nothing_left("UPDATE", "CATALOGNODE", "OLD.NODEID = " + std::to_string(node), work);
+    add_node(1, node == 0 ? std::nullopt : std::optional(node), nodes[static_cast<std::size_t>(node)]);
+  const auto work = [&] { copy(1, 1); };
+  expect_nothing_left({"INSERT", "CATALOG"}, work);
+  for (const std::string& node : nodes)
+    expect_nothing_left({"INSERT", "CATALOGNODE", "NODENAME", "'" + node + "'"}, work);
+  // The root has no parent to be written.
+  for (const char* node : {"'b'", "'c'", "'d'", "'e'"})
+    expect_nothing_left({"UPDATE", "CATALOGNODE", "NODENAME", node}, work);
   work();
   EXPECT_EQ(nodes_of(2).size(), 5u);
 }

@@ -60,10 +60,9 @@ class ConcurrentRights : public CatalogTreeTest {
 
   void SetUp() override {
     CatalogTreeTest::SetUp();
-    MERCATO_ONLY_ON_SQLITE(store(), "rows by the thousand are made by the engine itself");
     std::mt19937 random(20260706);
     const auto below = [&](int limit) { return static_cast<std::int32_t>(random() % static_cast<unsigned>(limit)); };
-    std::string script = "BEGIN;";
+    std::string script;
     const auto add = [&](std::int32_t id, std::int32_t catalog, const std::string& parent, const std::string& name) {
       script += "INSERT INTO CATALOGNODE (NODEID, CATALOGID, PARENTNODEID, NODENAME) VALUES (" + std::to_string(id) +
                 ", " + std::to_string(catalog) + ", " + parent + ", '" + name + "');";
@@ -97,7 +96,7 @@ class ConcurrentRights : public CatalogTreeTest {
       add(kAlwaysNode + node, kAlways, below_first(kAlwaysNode), "n");
       add(kAtTimesNode + node, kAtTimes, below_first(kAtTimesNode), "n");
     }
-    run_on_engine(store_path(), script + "COMMIT;");
+    execute_script(script);
     Root<TCatalog> catalog;
     catalog->UpdateUserCatalogIDs("flip", Array{kAlways});
     catalog->PopulateUserNodes("flip");

@@ -178,7 +178,7 @@ TEST_F(NewFavoriteFolder, IsWrittenAsItIsUnderANameInAnotherCase) {
 TEST_F(NewFavoriteFolder, ThatNamesNoUserIsRefusedByTheStore) {
   Recorder recorder;
   const FailureTrail expected =
-      trail({error_number::kConstraintViolated, "SQLite store",
+      trail({error_number::kConstraintViolated, store().failure_source(),
              "FAVORITEFOLDERS.USERID may not be Null (NOT NULL constraint failed: FAVORITEFOLDERS.USERID)", "", 0},
             {kInsert});
   EXPECT_EQ(raised_by([&] { insert(Array{"FOLDERNAME"}, Array{"Writing"}); }), expected.raised);
@@ -189,7 +189,7 @@ TEST_F(NewFavoriteFolder, ThatNamesNoUserIsRefusedByTheStore) {
 
 // Once -1, the answer of a refusal, came back with the row written.
 TEST_F(NewFavoriteFolder, WithAnIdOfItsOwnIsRefusedByTheStore) {
-  const FailureTrail expected = trail({error_number::kStatementRefused, "SQLite store",
+  const FailureTrail expected = trail({error_number::kStatementRefused, store().failure_source(),
                                        "Cannot insert explicit value for identity column in table 'FAVORITEFOLDERS' "
                                        "when IDENTITY_INSERT is set to OFF",
                                        "", 0},
@@ -372,7 +372,7 @@ TEST_F(RenamedFavoriteFolder, MayHaveAnEmptyName) {
 
 TEST_F(RenamedFavoriteFolder, KeepsItsNameWhenAnythingFails) {
   const auto work = [&] { t_catalog_->UpdateFavoriteFolderName(1, "ann", "New"); };
-  expect_nothing_left("UPDATE", "FAVORITEFOLDERS", "1", work);
+  expect_nothing_left({"UPDATE", "FAVORITEFOLDERS"}, work);
   expect_whole_or_nothing({namesake("ann", "New"), renaming("1", "ann", "New")}, work,
                           [](std::size_t) { return std::vector<Level>{kRename}; });
 }
@@ -452,8 +452,8 @@ TEST_F(DeletedFavoriteFolder, OfSomebodyWithAnApostropheNeedsItDoubled) {
 
 TEST_F(DeletedFavoriteFolder, GoesAsAWholeOrNotAtAll) {
   const auto work = [&] { remove(1, "ann"); };
-  expect_nothing_left("DELETE", "FAVORITES", "OLD.PRODUCTID = 2", work);
-  expect_nothing_left("DELETE", "FAVORITEFOLDERS", "1", work);
+  expect_nothing_left({"DELETE", "FAVORITES", "PRODUCTID", "2"}, work);
+  expect_nothing_left({"DELETE", "FAVORITEFOLDERS"}, work);
   expect_whole_or_nothing(statements_for("1", "ann"), work, [](std::size_t) { return std::vector<Level>{kDelete}; });
 }
 

@@ -53,8 +53,8 @@ TEST_F(NewNodes, AreWrittenParentsFirstAndNumberedAmongTheirSiblings) {
 }
 
 TEST_F(NewNodes, ThatTheStoreRefusesEndTheWriting) {
-  MERCATO_ONLY_ON_SQLITE(store(), "a trigger of the engine refuses a row");
-  const RefusedRows refused(store_path(), "INSERT", "CATALOGNODE", "NEW.NODENAME = 'bad'");
+  MERCATO_ONLY_WITH_REFUSALS(store());
+  const RefusedRows refused(store(), {"INSERT", "CATALOGNODE", "NODENAME", "'bad'"});
   int count = 0;
   EXPECT_EQ(raised_by([&] {
               write_nodes(5,

@@ -104,13 +104,12 @@ class CatalogRightsTest : public CatalogTest {
   }
   // A row that the store refuses stops the work likewise.
   template <class Work>
-  void expect_nothing_left(const std::string& operation, const std::string& table, const std::string& condition,
-                           Work work) {
-    SCOPED_TRACE(operation + " " + table + " when " + condition);
-    MERCATO_ONLY_ON_SQLITE(store(), "a trigger of the engine refuses a row");
+  void expect_nothing_left(const Refusal& refusal, Work work) {
+    SCOPED_TRACE(refusal.operation + " " + refusal.table + " when " + refusal.column + " is " + refusal.value);
+    MERCATO_ONLY_WITH_REFUSALS(store());
     const auto before = all_rows();
     {
-      const RefusedRows refused(store_path(), operation, table, condition);
+      const RefusedRows refused(store(), refusal);
       EXPECT_EQ(raised_by(work).Number, error_number::kConstraintViolated);
     }
     EXPECT_EQ(vote(), Vote::abort);

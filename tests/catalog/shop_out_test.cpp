@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <algorithm>
 
@@ -189,11 +190,15 @@ TEST_F(ShopOutFolders, AreNotAskedForInAStoreThatCannotBeNamed) {
 
 TEST_F(ShopOutFolders, HaveIdsOfSixteenBits) {
   MERCATO_ONLY_ON_SQLITE(store(), "the engine takes a row that the checks of its tables refuse");
-  // The engine itself writes what the store would refuse.
-  run_on_engine(store_path(),
-                "PRAGMA ignore_check_constraints = 1; INSERT INTO CATALOGNODE (NODEID, CATALOGID, NODENAME, SHOPOUT) "
-                "VALUES (70000, 1, 'far', 1); INSERT INTO CATALOGNODEBYBP (NODEID, CATALOGID, BUSINESSPARTNERID) "
-                "VALUES (70000, 1, 7)");
+  execute({"INSERT INTO CATALOGNODE (NODEID, CATALOGID, NODENAME, SHOPOUT) VALUES (70000, 1, 'far', 1)"});
+  sqlite3* engine = nullptr;
+  ASSERT_EQ(sqlite3_open(store_path().c_str(), &engine), SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(engine,
+                         "PRAGMA ignore_check_constraints = 1; "
+                         "INSERT INTO CATALOGNODEBYBP (NODEID, CATALOGID, BUSINESSPARTNERID) VALUES (70000, 1, 7)",
+                         nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(engine);
   EXPECT_EQ(raised_by([&] { catalog_->GetAllShopOutCatalogFolders(); }).Number, error_number::kOverflow);
 }
 

@@ -384,7 +384,7 @@ TEST_F(PropertyUpdate, OfTheKeyUnderANameInAnotherCaseIsRefusedByTheStore) {
   const auto before = all_rows();
   const RaisedError raised = raised_by([&] { update(Array{"DATATYPE", "propertyid"}, Array{1, 99}); });
   EXPECT_EQ(raised,
-            (RaisedError{error_number::kStatementRefused, "SQLite store",
+            (RaisedError{error_number::kStatementRefused, store().failure_source(),
                          message("80040E14", "Mercato.Property.Update", "Cannot update identity column 'PROPERTYID'"),
                          "", 0}));
   EXPECT_EQ(vote(), Vote::abort);

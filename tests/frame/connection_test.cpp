@@ -110,7 +110,7 @@ TEST_F(ConnectionTest, ErrorsKeepWhatTheStoreReportedUntilTheConnectionIsClosed)
       failure_of([&] { connection->Execute(Sql("INSERT INTO UNIT (UNITCODE) VALUES ('FOUR')")); });
   EXPECT_EQ(first.Number, kStatementRefused);
   EXPECT_EQ(second, (RaisedError{kValueTooLong,
-                                 "SQLite store",
+                                 stores_.store().failure_source(),
                                  "The value is too long: column UNIT.UNITCODE takes at most 3 characters",
                                  {},
                                  0}));
@@ -122,13 +122,13 @@ TEST_F(ConnectionTest, ErrorsKeepWhatTheStoreReportedUntilTheConnectionIsClosed)
 TEST_F(ConnectionTest, ADoubledKeySaysWhichOne) {
   EXPECT_EQ(failure_of([&] { execute("INSERT INTO UNIT (UNITCODE) VALUES ('EA')"); }),
             (RaisedError{kConstraintViolated,
-                         "SQLite store",
+                         stores_.store().failure_source(),
                          "There is already a row with this key (UNIQUE constraint failed: UNIT.UNITCODE)",
                          {},
                          0}));
   EXPECT_EQ(failure_of([&] { execute("INSERT INTO UNIT (DESCRIPTION) VALUES ('EA')"); }),
             (RaisedError{kConstraintViolated,
-                         "SQLite store",
+                         stores_.store().failure_source(),
                          "UNIT.UNITCODE may not be Null (NOT NULL constraint failed: UNIT.UNITCODE)",
                          {},
                          0}));

@@ -233,7 +233,7 @@ TEST_F(RecordsetTest, AnAssignedKeyIsRefusedInTheWordsOfTheServer) {
   added->SetValue("PropertyID", Variant(kNull));
   EXPECT_EQ(failure_of([&] { added->Update(); }),
             (RaisedError{kStatementRefused,
-                         "SQLite store",
+                         stores_.store().failure_source(),
                          "Cannot insert explicit value for identity column in table 'PROPERTY' when IDENTITY_INSERT is "
                          "set to OFF",
                          {},
@@ -244,8 +244,10 @@ TEST_F(RecordsetTest, AnAssignedKeyIsRefusedInTheWordsOfTheServer) {
   const auto changed = open_writable(Sql("SELECT * FROM PROPERTY"));
   changed->SetValue("PROPERTYNAME", Variant("other"));
   changed->SetValue("PROPERTYID", Variant(1));
-  EXPECT_EQ(failure_of([&] { changed->Update(); }),
-            (RaisedError{kStatementRefused, "SQLite store", "Cannot update identity column 'PROPERTYID'", {}, 0}));
+  EXPECT_EQ(
+      failure_of([&] { changed->Update(); }),
+      (RaisedError{
+          kStatementRefused, stores_.store().failure_source(), "Cannot update identity column 'PROPERTYID'", {}, 0}));
   EXPECT_EQ(stored("SELECT PROPERTYNAME FROM PROPERTY"), Variant("P1"));
 }
 
@@ -262,8 +264,10 @@ TEST_F(RecordsetTest, UpdateWithoutAChangeDoesNothing) {
   execute("DELETE FROM PROPERTY");
   recordset->Update();
   recordset->SetValue("DATATYPE", Variant(2));
-  EXPECT_EQ(failure_of([&] { recordset->Update(); }),
-            (RaisedError{kStoreFailure, "SQLite store", "The row to be changed is no longer in PROPERTY", {}, 0}));
+  EXPECT_EQ(
+      failure_of([&] { recordset->Update(); }),
+      (RaisedError{
+          kStoreFailure, stores_.store().failure_source(), "The row to be changed is no longer in PROPERTY", {}, 0}));
 }
 
 TEST_F(RecordsetTest, WritingNeedsARow) {
@@ -302,7 +306,7 @@ TEST_F(RecordsetTest, AnOverlongValueIsTheStoresFailureAndIsKeptByTheConnection)
   recordset->SetValue("PROPERTYNAME", Variant("123456789"));
   const RaisedError failure = failure_of([&] { recordset->Update(); });
   EXPECT_EQ(failure, (RaisedError{kValueTooLong,
-                                  "SQLite store",
+                                  stores_.store().failure_source(),
                                   "The value is too long: column PROPERTY.PROPERTYNAME takes at most 8 characters",
                                   {},
                                   0}));

@@ -373,7 +373,7 @@ TEST_F(ProductMaintenance, NameInAnotherCaseEscapesItsRuleAndReachesItsColumn) {
 // An insert used to take its id from the caller, -1 too; after the largest long every later insert failed.
 TEST_F(ProductMaintenance, NewProductWithAnIdOfItsOwnIsRefusedByTheStore) {
   const FailureTrail expected = trail(
-      {error_number::kStatementRefused, "SQLite store",
+      {error_number::kStatementRefused, store().failure_source(),
        "Cannot insert explicit value for identity column in table 'PRODUCT' when IDENTITY_INSERT is set to OFF", "", 0},
       {kInsertLabel});
   for (const std::int32_t id : {77, -1, 2147483647}) {
@@ -642,9 +642,9 @@ TEST_F(ProductUpdate, SkipsTheIdAmongTheFields) {
 TEST_F(ProductUpdate, OfTheIdUnderANameInAnotherCaseIsRefusedByTheStore) {
   const auto before = all_rows();
   Recorder recorder;
-  const FailureTrail expected =
-      trail({error_number::kStatementRefused, "SQLite store", "Cannot update identity column 'PRODUCTID'", "", 0},
-            {kUpdateLabel});
+  const FailureTrail expected = trail(
+      {error_number::kStatementRefused, store().failure_source(), "Cannot update identity column 'PRODUCTID'", "", 0},
+      {kUpdateLabel});
   EXPECT_EQ(raised_by([&] {
               product_->Update20(1, Array{"ProductID", "MULTIPLEBUYER"}, Array{71, 0});
             }),

@@ -19,8 +19,10 @@
 #include "mercato/recordset.h"
 #include "mercato/server.h"
 #include "mercato/settings.h"
+#include "platform/store/dialect/dialect.h"
 #include "platform/store/session_pool.h"
 #include "platform/store/statement_observer.h"
+#include "platform/store/unit_of_work.h"
 #include "tests/support/test_store.h"
 
 namespace mercato::test {
@@ -126,7 +128,7 @@ class StoreTest : public ::testing::Test {
   const TestStore& store() const { return *store_; }
   const std::string& connection_string() const { return store_->connection_string(); }
   // For tests that have said MERCATO_ONLY_ON_SQLITE.
-  const std::filesystem::path& store_path() const { return store_->file().value(); }
+  std::filesystem::path store_path() const { return store_->file().value(); }
 
   // Runs statements of the library's dialect, one after the other.
   void execute(std::initializer_list<std::string> statements) const { execute_on(connection_string(), statements); }
@@ -135,6 +137,27 @@ class StoreTest : public ::testing::Test {
     auto connection = open_connection(store);
     for (const std::string& statement : statements) connection->Execute(Sql::verbatim(statement));
     connection->Close();
+  }
+  // Runs a script of many statements in one transaction.
+  void execute_script(const std::string& script) const {
+    store::UnitOfWork unit(store::UnitOfWork::Kind::transaction);
+    const store::UnitOfWork::Current current(&unit);
+    const Unobserved unobserved;
+    const auto connection = open_connection(connection_string());
+    for (const std::string_view statement : store::dialect::split_script(script))
+      connection->Execute(Sql::verbatim(std::string(statement)));
+    connection->Close();
+    unit.commit();
+  }
+  // Rows by the thousand: `into` is the table with its columns, `values(number)` what stands in the brackets of that
+  // row, counted from 1.
+  template <class Values>
+  void insert_rows(const std::string& into, int count, Values values) const {
+    constexpr int kAtOnce = 250;
+    std::string script;
+    for (int number = 1; number <= count; ++number)
+      script += (number % kAtOnce == 1 ? ";INSERT INTO " + into + " VALUES (" : ", (") + values(number) + ")";
+    execute_script(script);
   }
   // All rows of a query.
   std::vector<std::vector<Variant>> rows(const std::string& query) const {

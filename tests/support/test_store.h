@@ -22,55 +22,67 @@
 #include <utility>
 
 #include "mercato/table_creation.h"
-#include "platform/store/session_pool.h"
+#include "platform/store/driver.h"
 #include "tests/platform/temporary_folder.h"
 
 namespace mercato::test {
 
+// Which rows a store is to refuse: those that an INSERT, UPDATE or DELETE on the table is about to write or remove, or
+// only those in which the column has the value, a literal.
+struct Refusal {
+  std::string operation;
+  std::string table;
+  std::string column = {};
+  std::string value = {};
+};
+
 // A store of one test, gone with the object or with the test's folder.
 class TestStore {
  public:
-  explicit TestStore(std::string connection_string, std::optional<std::filesystem::path> file = std::nullopt)
-      : connection_string_(std::move(connection_string)), file_(std::move(file)) {}
+  explicit TestStore(std::string connection_string) : connection_string_(std::move(connection_string)) {}
   virtual ~TestStore() = default;
   TestStore(const TestStore&) = delete;
   TestStore& operator=(const TestStore&) = delete;
 
   const std::string& connection_string() const { return connection_string_; }
   // The same for somebody who does not wait for others, where the engine can be told so.
-  std::string impatient() const { return file_ ? connection_string_ + ";Busy Timeout=0" : connection_string_; }
+  virtual std::string impatient() const { return connection_string_; }
   // The file of SQLite that it is, or nothing.
-  const std::optional<std::filesystem::path>& file() const { return file_; }
+  virtual std::optional<std::filesystem::path> file() const { return std::nullopt; }
+  // The source of its failures.
+  std::string failure_source() const {
+    return store::connection_property(connection_string_, "Provider").value_or("SQLite") + " store";
+  }
+  // Lets the engine refuse such rows as violating a constraint, until the next call; RefusedRows calls both.
+  // Only of a store whose engine is known.
+  virtual bool can_refuse() const { return false; }
+  virtual void refuse(const Refusal&) const {}
+  virtual void refuse_no_more() const {}
 
  private:
   std::string connection_string_;
-  std::optional<std::filesystem::path> file_;
 };
 using TestStorePtr = std::unique_ptr<TestStore>;
 
+// While it lives, the store refuses such rows in the words "row refused on request".
+class RefusedRows {
+ public:
+  RefusedRows(const TestStore& store, const Refusal& refusal) : store_(store) { store_.refuse(refusal); }
+  ~RefusedRows() { store_.refuse_no_more(); }
+  RefusedRows(const RefusedRows&) = delete;
+  RefusedRows& operator=(const RefusedRows&) = delete;
+
+ private:
+  const TestStore& store_;
+};
+
 enum class Tables : std::uint8_t { none, all };  // all: those of the library, without rows
 
-// Made once for the process, copied for each test.
-inline const std::filesystem::path& sqlite_file_with_tables() {
-  struct Template {
-    TemporaryFolder folder;
-    std::filesystem::path path = folder / "empty.db";
-    Template() {
-      create_tables("Provider=SQLite;Data Source=" + path.string());
-      store::close_idle_sessions();
-    }
-  };
-  static const Template made;
-  return made.path;
-}
+// The store in a file of SQLite that is there.
+TestStorePtr store_in_file(const std::filesystem::path& file);
 
-inline TestStorePtr make_sqlite_store(const std::filesystem::path& folder, const std::string& name, Tables tables) {
-  const std::filesystem::path file = folder / (name + ".db");
-  const std::string connection_string = "Provider=SQLite;Data Source=" + file.string();
-  if (tables == Tables::none) return std::make_unique<TestStore>(connection_string + ";Create=Yes", file);
-  std::filesystem::copy_file(sqlite_file_with_tables(), file);
-  return std::make_unique<TestStore>(connection_string, file);
-}
+// `name` tells the stores of a test apart.
+TestStorePtr make_sqlite_store(const std::filesystem::path& folder, const std::string& name, Tables tables);
 
 struct TestStoreKind {
   std::string_view name;
@@ -123,6 +135,10 @@ class ChosenStore {
   const TestStoreKind* kind_ = nullptr;
   std::string connection_string_;  // without a kind
 };
+
+// For a test in which the engine has to refuse a row.
+#define MERCATO_ONLY_WITH_REFUSALS(store) \
+  if (!(store).can_refuse()) GTEST_SKIP() << "nobody knows how to make this store refuse a row"
 
 // For a test that looks past the library into the file of its store, or holds against the words of its engine.
 #define MERCATO_ONLY_ON_SQLITE(store, reason) \

@@ -387,7 +387,8 @@ TEST_F(CatalogCommands, FileIsLoadedWholeOrNotAtAll) {
   write_file("nodes.csv", text);
   const std::string before = whole_store();
   {
-    const RefusedRows refused(tool_.folder() / "mercato.db", "INSERT", "CATALOGNODE", "NEW.NODENAME = 'node 40'");
+    const TestStorePtr store = store_in_file(tool_.folder() / "mercato.db");
+    const RefusedRows refused(*store, {"INSERT", "CATALOGNODE", "NODENAME", "'node 40'"});
     const ToolRun done = run({"catalog", "load", "nodes.csv", "--name", "New"});
     EXPECT_EQ(done.status, 1);
     EXPECT_EQ(done.out, "");
@@ -563,7 +564,8 @@ TEST_F(CatalogMigration, WhoseFavouritesFailLeavesTheRightsToo) {
   EXPECT_EQ(whole_store(), before);
   execute("DELETE FROM FAVORITES WHERE USERID = 'O''Neil'");
   {
-    const RefusedRows refused(tool_.folder() / "mercato.db", "UPDATE", "FAVORITES", "NEW.USERID = 'cyd'");
+    const TestStorePtr store = store_in_file(tool_.folder() / "mercato.db");
+    const RefusedRows refused(*store, {"UPDATE", "FAVORITES", "USERID", "'cyd'"});
     EXPECT_EQ(run({"catalog", "migrate", "1", "2"}).status, 1);
   }
   EXPECT_EQ(rows("SELECT CATALOGID FROM CATALOGNODEBYUSER WHERE USERID = 'ann'"), "CATALOGID\n1\n");
@@ -574,8 +576,7 @@ TEST_F(CatalogMigration, WhoseFavouritesFailLeavesTheRightsToo) {
 class KilledMigration : public StoreTest {};
 
 TEST_F(KilledMigration, LeavesRightsAndFavouritesAsTheyWereWhereverItDies) {
-  MERCATO_ONLY_ON_SQLITE(store(), "the seed is a script for the engine");
-  run_on_engine(store_path(), std::string("BEGIN;") + kCatalogSeed + kMigrationSeed + "COMMIT;");
+  execute_script(std::string(kCatalogSeed) + kMigrationSeed);
   const auto before = all_rows();
   for (unsigned statement = 1;; ++statement) {
     SCOPED_TRACE("death at statement " + std::to_string(statement));

@@ -157,7 +157,7 @@ TEST_F(PriceUpload, LineOfAGroupIsNotFoundAndANewOneIsAddedBesideIt) {
 }
 
 TEST_F(PriceUpload, SecondLineOfAKeyMeetsTheKeyOfTheTableUnlessTheFirstHasTheEmptyGroup) {
-  expect_failure({error_number::kConstraintViolated, "SQLite store",
+  expect_failure({error_number::kConstraintViolated, store().failure_source(),
                   "There is already a row with this key (UNIQUE constraint failed: index "
                   "'UQ_CATALOGPRODUCTPRICE_PRODUCTID_PRICEEFFECTIVEDATE_QUANTITYTO_GROUPBY')"},
                  {"InsertUpdatePrice"}, band("A-1", "100") + band("A-1", "100", {{"Price", "7"}}) + band("A-1", "200"),
@@ -200,7 +200,7 @@ TEST_F(PriceUpload, PercentageThatIsNoNumberEndsTheRun) {
 }
 
 TEST_F(PriceUpload, LineWithoutEffectiveDatePassesTheRulesAndIsRefusedByTheStore) {
-  expect_failure({error_number::kConstraintViolated, "SQLite store",
+  expect_failure({error_number::kConstraintViolated, store().failure_source(),
                   "CATALOGPRODUCTPRICE.PRICEEFFECTIVEDATE may not be Null (NOT NULL constraint failed: "
                   "CATALOGPRODUCTPRICE.PRICEEFFECTIVEDATE)"},
                  {"InsertUpdatePrice"}, price("A-1", fields_without("PriceEffectiveDate")), Array{"A-1"});
@@ -217,7 +217,7 @@ TEST_F(PriceUpload, FieldThatIsNoColumnEndsTheRun) {
 TEST_F(PriceUpload, ValueThatDoesNotFitItsColumnEndsTheRun) {
   expect_failure({error_number::kTypeMismatch, "Mercato", "Type mismatch"}, {"InsertUpdatePrice"},
                  band("A-1", "100", {{"ProductID", "many"}}), Array{"A-1"});
-  expect_failure({error_number::kValueTooLong, "SQLite store",
+  expect_failure({error_number::kValueTooLong, store().failure_source(),
                   "The value is too long: column CATALOGPRODUCTPRICE.GROUPBY takes at most 50 characters"},
                  {"InsertUpdatePrice"}, band("A-1", "100", {{"GroupBy", repeated(51, 'g')}}), Array{"A-1"});
   EXPECT_EQ(lines(), 0);
@@ -232,10 +232,10 @@ TEST_F(PriceUpload, FieldThatStandsTwiceEndsTheRunBeforeTheFirstLineOfItsPartNum
 }
 
 TEST_F(PriceUpload, FailureOfTheStoreKeepsWhatWasWrittenAndAnOlderFile) {
-  MERCATO_ONLY_ON_SQLITE(store(), "a trigger of the engine refuses a row");
+  MERCATO_ONLY_WITH_REFUSALS(store());
   leave_older_file();
   {
-    const RefusedRows refused_rows(store_path(), "INSERT", "CATALOGPRODUCTPRICE", "NEW.QUANTITYTO = 200");
+    const RefusedRows refused_rows(store(), {"INSERT", "CATALOGPRODUCTPRICE", "QUANTITYTO", "200"});
     list = Array{"A-1", "B-2"};
     raised_by([&] {
       upload.UpdateInsertPricesFromXML(

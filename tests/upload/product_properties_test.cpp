@@ -139,7 +139,7 @@ TEST_F(ProductProperties, ApostropheInAValueEndsTheRunAndKeepsWhatWasWritten) {
   EXPECT_EQ(recorder.statements.back(),
             "INSERT PRODUCTPROPVALUE (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") VALUES (2 ,1 ,'it's')");
   const FailureTrail expected =
-      trail({error_number::kStatementRefused, "SQLite store",
+      trail({error_number::kStatementRefused, store().failure_source(),
              "Unclosed quotation mark after the character string ')' (character 81)", "", 0},
             {"Mercato.ProductXML.insertProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",
              "Mercato.ProductXML.insertProductFromXML"});
@@ -152,7 +152,7 @@ TEST_F(ProductProperties, ApostropheInAValueEndsTheRunAndKeepsWhatWasWritten) {
   const RaisedError update_error = raised_by([&] { update("<A>it's</A>"); });
   EXPECT_EQ(
       update_error.Description,
-      trail({error_number::kStatementRefused, "SQLite store",
+      trail({error_number::kStatementRefused, store().failure_source(),
              "Unclosed quotation mark after the character string ' WHERE PROPERTYID=1 AND PRODUCTID=1' (character 42)",
              "", 0},
             {"Mercato.ProductXML.updateProductProperties", "Mercato.ProductXML.updateInsertProductFromXML",

@@ -109,10 +109,10 @@ TEST_F(ProductValidation, ContractCodeWithoutNumberFailsWithTheStore) {
   EXPECT_EQ(error.Number, error_number::kStatementRefused);
   ASSERT_FALSE(recorder.statements.empty());
   EXPECT_EQ(recorder.statements.back(), "SELECT CONTRACTCODE FROM CONTRACTLINES WHERE CONTRACTCODE='K7' AND NUMBER=");
-  const FailureTrail expected =
-      trail({error_number::kStatementRefused, "SQLite store", "Incorrect syntax near '=' (character 74)", "", 0},
-            {"Mercato.ProductXML.Exists", "Mercato.ProductXML.getErrorFields",
-             "Mercato.ProductXML.getErrorsInProductValues"});
+  const FailureTrail expected = trail(
+      {error_number::kStatementRefused, store().failure_source(), "Incorrect syntax near '=' (character 74)", "", 0},
+      {"Mercato.ProductXML.Exists", "Mercato.ProductXML.getErrorFields",
+       "Mercato.ProductXML.getErrorsInProductValues"});
   EXPECT_EQ(error.Description, expected.raised.Description);
   EXPECT_EQ(recorder.log, expected.log);
 }

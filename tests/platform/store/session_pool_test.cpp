@@ -63,7 +63,7 @@ TEST_F(SessionPool, AQueryThatIsLeftOpenEndsWhenItsSessionIsGivenBack) {
   EXPECT_EQ(session.get(), nullptr);
   EXPECT_EQ(test::failure_of([&] { walk.cursor->next(); }),
             (RaisedError{error_number::kObjectClosed,
-                         "SQLite store",
+                         stores_.store().failure_source(),
                          "The connection that these rows are read from has been closed",
                          {},
                          0}));

@@ -10,6 +10,7 @@ namespace mercato::test {
 namespace {
 
 using store::test::query_one;
+using store::test::run;
 
 std::string refusal_of(const std::string& choice) {
   try {
@@ -31,6 +32,7 @@ TEST(TestStores, AreFilesOfSqliteWithOrWithoutTables) {
     const TestStorePtr with = ChosenStore(kind).make(folder.path(), std::string(kind) + "-with", Tables::all);
     EXPECT_EQ(with->connection_string(), "Provider=SQLite;Data Source=" + folder.path() + "/" + kind + "-with.db");
     EXPECT_EQ(with->impatient(), with->connection_string() + ";Busy Timeout=0");
+    EXPECT_EQ(with->failure_source(), "SQLite store");
     EXPECT_EQ(with->file(), folder.path() + "/" + kind + "-with.db");
     EXPECT_EQ(tables_of(*with), Variant(0));
     EXPECT_EQ(tables_of(*ChosenStore(kind).make(folder.path(), std::string(kind) + "-none", Tables::none)),
@@ -50,6 +52,33 @@ TEST(TestStores, OfAConnectionStringGiveNothingAwayOfTheirEngine) {
   EXPECT_EQ(with->file(), std::nullopt);
   EXPECT_EQ(tables_of(*with), Variant(0));
   EXPECT_EQ(tables_of(*chosen.make(folder.path(), "none", Tables::none)), Variant("none"));
+}
+
+TEST(TestStores, RefuseRowsWhileTheyAreTold) {
+  store::test::Stores stores;
+  const TestStore& made = stores.store();
+  MERCATO_ONLY_WITH_REFUSALS(made);
+  const auto session = store::driver_for(made.connection_string()).open(made.connection_string());
+  for (const char* statement :
+       {"CREATE TABLE PRODUCT (NAME nvarchar(9) NULL, N int NULL)", "INSERT INTO PRODUCT (NAME, N) VALUES ('bolt', 1)"})
+    run(*session, statement);
+  const std::pair<Refusal, std::pair<const char*, const char*>> refusals[] = {
+      {{"INSERT", "PRODUCT", "NAME", "'nut'"},
+       {"INSERT INTO PRODUCT (NAME, N) VALUES ('nut', 1)", "INSERT INTO PRODUCT (NAME, N) VALUES ('hex', 1)"}},
+      {{"UPDATE", "PRODUCT", "N", "7"}, {"UPDATE PRODUCT SET N = 7", "UPDATE PRODUCT SET N = 8"}},
+      {{"DELETE", "PRODUCT"}, {"DELETE FROM PRODUCT", "DELETE FROM PRODUCT WHERE N = 9"}}};
+  for (const auto& [refusal, statements] : refusals) {
+    SCOPED_TRACE(refusal.operation);
+    {
+      const RefusedRows refused(made, refusal);
+      const RaisedError failure = failure_of([&, refused = statements.first] { run(*session, refused); });
+      EXPECT_EQ(failure.Number, error_number::kConstraintViolated);
+      EXPECT_NE(failure.Description.find("row refused on request"), std::string::npos) << failure.Description;
+      run(*session, statements.second);
+    }
+    run(*session, statements.first);
+  }
+  EXPECT_EQ(query_one(*session, "SELECT COUNT(*) FROM PRODUCT"), Variant(0));
 }
 
 TEST(TestStores, OfAnUnknownNameAreRefusedWithTheKnownOnes) {
