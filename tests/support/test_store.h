@@ -3,6 +3,8 @@
 //
 //   sqlite           or nothing: files of SQLite, in memory where the machine has room there
 //   sqlite-on-disk   the same on the disk
+//   postgresql       databases of the PostgreSQL server that MERCATO_TEST_SERVER names, as a connection string without a
+//                    database; of a cluster of their own (postgres_cluster) where it names none
 //   a connection string in which {store} stands for the path of a file that is there for one test only, such as
 //                    'Provider=SQLite;Data Source={store};Create=Yes;Busy Timeout=500'; what such a store is, no test
 //                    knows, so those that look past the library into its file are skipped
@@ -83,6 +85,7 @@ TestStorePtr store_in_file(const std::filesystem::path& file);
 
 // `name` tells the stores of a test apart.
 TestStorePtr make_sqlite_store(const std::filesystem::path& folder, const std::string& name, Tables tables);
+TestStorePtr make_postgresql_store(const std::filesystem::path& folder, const std::string& name, Tables tables);
 
 struct TestStoreKind {
   std::string_view name;
@@ -93,6 +96,7 @@ struct TestStoreKind {
 inline constexpr TestStoreKind kTestStoreKinds[] = {
     {"sqlite", Place::in_memory, &make_sqlite_store},
     {"sqlite-on-disk", Place::on_disk, &make_sqlite_store},
+    {"postgresql", Place::in_memory, &make_postgresql_store},
 };
 
 // What was chosen: one of the kinds, or a connection string.
