@@ -40,7 +40,7 @@ RowIdentity Session::insert_row(const TableInfo& table, std::span<const std::siz
   return insert(table, columns, values);
 }
 
-void Session::update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+void Session::update_row(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
                          std::span<const Variant> values) {
   refuse_if_lost();
   refuse_assigned(table, columns, true);

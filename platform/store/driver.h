@@ -94,8 +94,9 @@ class Session {
   // Raises kStatementRefused for an assigned column: only a statement may name one.
   // Returns the new row's identity, the number being the assigned key where the table has one.
   RowIdentity insert_row(const TableInfo& table, std::span<const std::size_t> columns, std::span<const Variant> values);
-  // Raises kStoreFailure when the row is no longer there.
-  void update_row(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+  // Raises kStoreFailure when the row is no longer there. `row` is what the row is known by from then on: its key may be
+  // among the columns.
+  void update_row(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
                   std::span<const Variant> values);
 
   // Transaction control of the unit of work. `start_transaction` arms it: the engine begins at the first write, and
@@ -131,7 +132,7 @@ class Session {
   virtual Execution run(const dialect::LexedStatement& statement, ExecuteOptions options) = 0;
   virtual RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
                              std::span<const Variant> values) = 0;
-  virtual void update(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+  virtual void update(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
                       std::span<const Variant> values) = 0;
   virtual bool end_use() noexcept = 0;  // what `reset` says; a lost transaction is forgotten after it
   virtual void commit_transaction() = 0;

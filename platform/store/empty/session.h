@@ -24,7 +24,7 @@ class EmptySession final : public Session {
   Execution run(const dialect::LexedStatement& statement, ExecuteOptions options) override;
   RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
                      std::span<const Variant> values) override;
-  void update(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+  void update(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
               std::span<const Variant> values) override;
   void commit_transaction() override {}
   void roll_back_transaction() override {}

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -83,18 +84,16 @@ std::optional<Date> date_of(std::string_view text) {
 
 // "-12.345678" in ten thousandths, rounded half away from zero; nothing beyond the range of an amount.
 std::optional<Currency> money_of(std::string_view text) {
-  const bool negative = !text.empty() && text.front() == '-';
-  if (negative) text.remove_prefix(1);
   const std::size_t point = std::min(text.find('.'), text.size());
   std::string digits(text.substr(0, point));
   const std::string_view decimals = point < text.size() ? text.substr(point + 1) : std::string_view();
   for (std::size_t i = 0; i < 4; ++i) digits += i < decimals.size() ? decimals[i] : '0';
   const auto scaled = whole_of<std::int64_t>(digits);
   if (!scaled) return std::nullopt;
-  const bool rounds_up = decimals.size() > 4 && decimals[4] >= '5';
-  if (rounds_up && *scaled == std::numeric_limits<std::int64_t>::max()) return std::nullopt;
-  const std::int64_t rounded = *scaled + (rounds_up ? 1 : 0);
-  return Currency::from_scaled(negative ? -rounded : rounded);
+  if (decimals.size() <= 4 || decimals[4] < '5') return Currency::from_scaled(*scaled);
+  using Limits = std::numeric_limits<std::int64_t>;
+  if (*scaled == Limits::max() || *scaled == Limits::min()) return std::nullopt;
+  return Currency::from_scaled(text.front() == '-' ? *scaled - 1 : *scaled + 1);
 }
 
 std::optional<double> real_of(std::string_view text) {
@@ -209,6 +208,8 @@ std::optional<std::string> sent_value(const Variant& value) {
     case Variant::Type::long_integer:
       return number_sent(value.long_value());
     case Variant::Type::real:
+      // What is no number is none to the library's stores; the engine would keep it, and sort it above all.
+      if (std::isnan(value.double_value())) return std::nullopt;
       return number_sent(value.double_value());
     case Variant::Type::currency:
       return money_sent(value.currency_value());

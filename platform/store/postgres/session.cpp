@@ -52,19 +52,22 @@ std::string insert_text(const TableInfo& table, std::span<const std::size_t> col
   return text + " RETURNING " + identity_list(table);
 }
 
+// A row that is known by its key is told by the new one when that is changed.
 std::string update_text(const TableInfo& table, std::span<const std::size_t> columns) {
   std::string text = "UPDATE " + quoted_name(table.name);
   std::size_t parameter = 0;
+  const auto equals = [&](std::string_view name) { return std::string(name) + " = $" + std::to_string(++parameter); };
   const char* separator = " SET ";
-  for (const std::size_t column : columns)
-    text +=
-        std::exchange(separator, ", ") + quoted_name(table.columns[column].name) + " = $" + std::to_string(++parameter);
-  if (table.key.empty()) return text + " WHERE " + std::string(kHiddenIdentity) + " = $" + std::to_string(++parameter);
+  bool changes_key = false;
+  for (const std::size_t column : columns) {
+    text += std::exchange(separator, ", ") + equals(quoted_name(table.columns[column].name));
+    changes_key = changes_key || std::ranges::find(table.key, column) != table.key.end();
+  }
+  if (table.key.empty()) return text + " WHERE " + equals(kHiddenIdentity);
   separator = " WHERE ";
   for (const std::size_t column : table.key)
-    text += std::exchange(separator, " AND ") + quoted_name(table.columns[column].name) + " = $" +
-            std::to_string(++parameter);
-  return text;
+    text += std::exchange(separator, " AND ") + equals(quoted_name(table.columns[column].name));
+  return changes_key ? text + " RETURNING " + identity_list(table) : text;
 }
 
 std::vector<ColumnType> key_types_of(const TableInfo& table) {
@@ -77,6 +80,24 @@ std::int64_t number_of(std::string_view digits) {
   std::int64_t number = 0;
   std::from_chars(digits.data(), digits.data() + digits.size(), number);
   return number;
+}
+
+// Of a row that was returned.
+RowIdentity identity_of(const PGresult* returned, const TableInfo& table) {
+  RowIdentity identity;
+  const auto text_at = [returned](int column) {
+    return std::string_view(PQgetvalue(returned, 0, column),
+                            static_cast<std::size_t>(PQgetlength(returned, 0, column)));
+  };
+  if (identity_kind(table) == IdentityKind::number) {
+    identity.number = number_of(text_at(0));
+    return identity;
+  }
+  for (const ColumnType type : key_types_of(table)) {
+    const int column = static_cast<int>(identity.key.size());
+    read_value(text_at(column), type, PQftype(returned, column), identity.key.emplace_back());
+  }
+  return identity;
 }
 
 bool succeeded(const PGresult* result) {
@@ -191,24 +212,10 @@ RowIdentity PostgresSession::insert(const TableInfo& table, std::span<const std:
   const CachedStatementPtr writer = row_writer(table, false, columns);
   SentValues sent;
   for (const Variant& value : values) sent.push_back(sent_value(value));
-  const ResultHandle made = change(*writer, sent);
-  RowIdentity identity;
-  const auto returned = [&made](int column) {
-    return std::string_view(PQgetvalue(made.get(), 0, column),
-                            static_cast<std::size_t>(PQgetlength(made.get(), 0, column)));
-  };
-  if (identity_kind(table) == IdentityKind::number) {
-    identity.number = number_of(returned(0));
-    return identity;
-  }
-  for (const ColumnType type : key_types_of(table)) {
-    const int column = static_cast<int>(identity.key.size());
-    read_value(returned(column), type, PQftype(made.get(), column), identity.key.emplace_back());
-  }
-  return identity;
+  return identity_of(change(*writer, sent).get(), table);
 }
 
-void PostgresSession::update(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+void PostgresSession::update(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
                              std::span<const Variant> values) {
   const CachedStatementPtr writer = row_writer(table, true, columns);
   SentValues sent;
@@ -220,6 +227,7 @@ void PostgresSession::update(const TableInfo& table, const RowIdentity& row, std
   const ResultHandle changed = change(*writer, sent);
   if (number_of(PQcmdTuples(changed.get())) == 0)
     raise_store_failure("The row to be changed is no longer in " + table.name);
+  if (PQnfields(changed.get()) > 0) row = identity_of(changed.get(), table);
 }
 
 CachedStatementPtr PostgresSession::row_writer(const TableInfo& table, bool updates,

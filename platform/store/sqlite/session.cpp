@@ -189,7 +189,7 @@ RowIdentity SqliteSession::insert(const TableInfo& table, std::span<const std::s
   return {number, {}};
 }
 
-void SqliteSession::update(const TableInfo& table, const RowIdentity& row, std::span<const std::size_t> columns,
+void SqliteSession::update(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
                            std::span<const Variant> values) {
   const RunningStatement running = row_writer(table, true, columns);
   bind_row(running, values);

@@ -200,7 +200,7 @@ TEST_P(DriverSuite, ARowWithoutAKeyIsChangedByItsIdentity) {
   insert("PLAIN", {"CODE", "N"}, {Variant("a"), Variant(1)});
   const Execution found = session_->execute(Sql("SELECT * FROM PLAIN"), {.identified = true});
   ASSERT_TRUE(found.cursor->next());
-  const RowIdentity first = found.cursor->identity();
+  RowIdentity first = found.cursor->identity();
   EXPECT_EQ(found.cursor->layout()->size(), 2u);
   const TableInfo* table = session_->table("plain");
   const std::size_t columns[] = {table->find("N").value()};
@@ -210,8 +210,20 @@ TEST_P(DriverSuite, ARowWithoutAKeyIsChangedByItsIdentity) {
   EXPECT_EQ(one("SELECT COUNT(*) FROM PLAIN WHERE N = 1"), Variant(1));
 }
 
+TEST_P(DriverSuite, ARowIsFoundAgainAfterItsKeyWasChanged) {
+  execute("CREATE TABLE KEYED (CODE nvarchar(5) NOT NULL PRIMARY KEY, N int NULL)");
+  RowIdentity row = insert("KEYED", {"CODE", "N"}, {Variant("a"), Variant(1)});
+  const TableInfo* table = session_->table("KEYED");
+  const std::size_t code[] = {0}, n[] = {1};
+  const Variant b[] = {Variant("b")}, two[] = {Variant(2)};
+  session_->update_row(*table, row, code, b);
+  session_->update_row(*table, row, n, two);
+  EXPECT_EQ(query(*session_, "SELECT * FROM KEYED"), (std::vector<std::vector<Variant>>{{Variant("b"), Variant(2)}}));
+  execute("DROP TABLE KEYED");
+}
+
 TEST_P(DriverSuite, ChangingARowThatIsGoneFails) {
-  const RowIdentity row = insert("PLAIN", {"N"}, {Variant(1)});
+  RowIdentity row = insert("PLAIN", {"N"}, {Variant(1)});
   execute("DELETE FROM PLAIN");
   const TableInfo* table = session_->table("PLAIN");
   const std::size_t columns[] = {1};

@@ -110,7 +110,7 @@ class WritingSession : public Session, private StatementObserver {
     log.emplace_back("insert");
     return {};
   }
-  void update(const TableInfo&, const RowIdentity&, std::span<const std::size_t>, std::span<const Variant>) override {
+  void update(const TableInfo&, RowIdentity&, std::span<const std::size_t>, std::span<const Variant>) override {
     log.emplace_back("update");
   }
   void commit_transaction() override { log.emplace_back("commit"); }
@@ -172,6 +172,7 @@ TEST(EverySession, RefusesAColumnThatTheStoreAssignsInTheServersWords) {
   WritingSession session;
   const std::size_t columns[] = {1, 0};
   const Variant values[] = {Variant("bolt"), Variant(7)};
+  RowIdentity row;
   EXPECT_EQ(failure_of([&] { session.insert_row(session.goods, columns, values); }),
             (RaisedError{kStatementRefused,
                          "Test store",
@@ -179,11 +180,11 @@ TEST(EverySession, RefusesAColumnThatTheStoreAssignsInTheServersWords) {
                          "set to OFF",
                          {},
                          0}));
-  EXPECT_EQ(failure_of([&] { session.update_row(session.goods, {}, columns, values); }),
+  EXPECT_EQ(failure_of([&] { session.update_row(session.goods, row, columns, values); }),
             (RaisedError{kStatementRefused, "Test store", "Cannot update identity column 'ID'", {}, 0}));
   EXPECT_EQ(session.log, Log{});
   session.insert_row(session.goods, std::span(columns).first(1), std::span(values).first(1));
-  session.update_row(session.goods, {}, std::span(columns).first(1), std::span(values).first(1));
+  session.update_row(session.goods, row, std::span(columns).first(1), std::span(values).first(1));
   EXPECT_EQ(session.log, (Log{"insert", "update"}));
 }
 
@@ -200,8 +201,9 @@ TEST(EverySession, TakesNothingButARollbackOnceItsTransactionIsLost) {
   EXPECT_EQ(failure_of([&] { session.execute(Sql("SELECT 'no end")); }), refused);
   const std::size_t assigned[] = {0};
   const Variant values[] = {Variant(7)};
+  RowIdentity row;
   EXPECT_EQ(failure_of([&] { session.insert_row(session.goods, assigned, values); }), refused);
-  EXPECT_EQ(failure_of([&] { session.update_row(session.goods, {}, assigned, values); }), refused);
+  EXPECT_EQ(failure_of([&] { session.update_row(session.goods, row, assigned, values); }), refused);
   EXPECT_FALSE(session.unused());
   session.rollback();
   session.execute(Sql("SELECT 1"));
