@@ -166,10 +166,11 @@ END $body$;
 CREATE OR REPLACE FUNCTION {schema}.mercato_upper_wide(value text) RETURNS text
 LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL SAFE AS $body$
 DECLARE
-  raised text := upper(value COLLATE {schema}.mercato);
+  stand_in CONSTANT text := E'\U0010FFFF';  -- for the sharp s, as it is the most frequent by far
+  raised text := replace(upper(replace(value, 'ß', stand_in) COLLATE {schema}.mercato) COLLATE "C", stand_in, 'ß');
   letter text;
 BEGIN
-  IF char_length(raised) = char_length(value) THEN
+  IF char_length(raised) = char_length(value) AND strpos(value, stand_in) = 0 THEN
     RETURN raised;
   END IF;
   raised := '';
@@ -235,8 +236,10 @@ BEGIN
   IF size = 0 OR first > total THEN
     RETURN 0;
   END IF;
-  IF octet_length(value) = total AND octet_length(searched) = size THEN
-    found := strpos(lower(substr(value, first::integer) COLLATE "C"), wanted COLLATE "C");
+  -- Characters that become one and join with none before them keep their places in the folded text: most of the letters,
+  -- and no marks.
+  IF value || searched !~ E'[^\\u0001-\\u012f\\u0131-\\u02ff\\u0370-\\u0482\\u0488-\\u0590\\u1e00-\\u20cf\\u3030-\\u3098\\u309b-\\ua66e\\uac00-\\ud7a3]' COLLATE "C" THEN
+    found := strpos(substr({schema}.mercato_folded(value), first::integer) COLLATE "C", wanted);
     RETURN CASE WHEN found > 0 THEN found + first - 1 ELSE 0 END;
   END IF;
   FOR place IN first .. total LOOP
