@@ -159,6 +159,11 @@ BEGIN
   RETURN {schema}.mercato_like_escaped(pattern, value, escape);
 END $body$;
 
+-- A number cut to a whole one. Positions, lengths and counts come as any number; one beyond a long is far beyond all.
+CREATE OR REPLACE FUNCTION {schema}.mercato_whole(number double precision) RETURNS bigint
+LANGUAGE sql IMMUTABLE PARALLEL SAFE
+RETURN least(greatest(trunc(number), -9e18), 9e18)::bigint;
+
 -- Texts: changes and parts. Positions count characters from 1.
 
 -- One letter stays one letter: a small sharp s has no capital here. So a text that the engine makes longer is changed
@@ -193,19 +198,21 @@ LANGUAGE sql IMMUTABLE PARALLEL SAFE
 RETURN CASE WHEN octet_length(value) = char_length(value) THEN lower(value COLLATE "C")
             ELSE lower(replace(replace(value, 'Σ', 'σ'), 'İ', 'i') COLLATE {schema}.mercato) COLLATE "C" END;
 
-CREATE OR REPLACE FUNCTION {schema}.mercato_substring(value text, start bigint, length bigint) RETURNS text
+CREATE OR REPLACE FUNCTION {schema}.mercato_substring(value text, start double precision, length double precision) RETURNS text
 LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL SAFE AS $body$
 DECLARE
   most CONSTANT bigint := 2147483647;
-  first CONSTANT bigint := greatest(start, 1);
+  place CONSTANT bigint := {schema}.mercato_whole(start);
+  first CONSTANT bigint := greatest(place, 1);
+  count CONSTANT bigint := {schema}.mercato_whole(length);
   size bigint := most;
 BEGIN
-  IF length < 0 THEN
+  IF count < 0 THEN
     RAISE EXCEPTION 'Invalid length parameter passed to the substring function';
   END IF;
   -- A start before the text uses up some of the length.
-  IF start <= most AND length <= most THEN
-    size := least(greatest(start, -most) + length - first, most);
+  IF place <= most AND count <= most THEN
+    size := greatest(place, -most) + count - first;
   END IF;
   IF size <= 0 OR first > most THEN
     RETURN '';
@@ -213,23 +220,23 @@ BEGIN
   RETURN substr(value, first::integer, size::integer);
 END $body$;
 
-CREATE OR REPLACE FUNCTION {schema}.mercato_right(value text, length bigint) RETURNS text
+CREATE OR REPLACE FUNCTION {schema}.mercato_right(value text, length double precision) RETURNS text
 LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL SAFE AS $body$
 BEGIN
-  IF length < 0 THEN
+  IF trunc(length) < 0 THEN
     RAISE EXCEPTION 'Invalid length parameter passed to the right function';
   END IF;
-  RETURN right(value, least(length, 2147483647)::integer);
+  RETURN right(value, least(trunc(length), 2147483647)::integer);
 END $body$;
 
 -- Where the searched text stands at or behind a position, compared as the store compares texts, but for trailing blanks,
 -- which count; 0 for nowhere. Only texts of as many characters can be equal in the ways that matter here.
-CREATE OR REPLACE FUNCTION {schema}.mercato_charindex(searched text, value text, start bigint) RETURNS bigint
+CREATE OR REPLACE FUNCTION {schema}.mercato_charindex(searched text, value text, start double precision) RETURNS bigint
 LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL SAFE AS $body$
 DECLARE
   size CONSTANT integer := char_length(searched);
   total CONSTANT integer := char_length(value);
-  first CONSTANT bigint := greatest(start, 1);
+  first CONSTANT bigint := greatest({schema}.mercato_whole(start), 1);
   wanted CONSTANT text := {schema}.mercato_folded(searched);
   found integer;
 BEGIN
@@ -412,24 +419,25 @@ BEGIN
 END $body$;
 
 -- Half away from zero; negative places round before the point.
-CREATE OR REPLACE FUNCTION {schema}.mercato_round(number double precision, places bigint) RETURNS double precision
+CREATE OR REPLACE FUNCTION {schema}.mercato_round(number double precision, places double precision) RETURNS double precision
 LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL SAFE AS $body$
 DECLARE
-  factor CONSTANT double precision := power(10::double precision, least(abs(greatest(places, -20)), 20));
+  kept CONSTANT double precision := least(greatest(trunc(places), -20), 20);
+  factor CONSTANT double precision := power(10::double precision, abs(kept));
   scaled double precision;
 BEGIN
-  IF places < 0 AND abs(number) < 1 THEN
+  IF kept < 0 AND abs(number) < 1 THEN
     RETURN 0;
-  ELSIF places >= 0 AND NOT abs(number) < 9e15 THEN
+  ELSIF kept >= 0 AND NOT abs(number) < 9e15 THEN
     RETURN number;
   END IF;
-  scaled := CASE WHEN places < 0 THEN number / factor ELSE number * factor END;
+  scaled := CASE WHEN kept < 0 THEN number / factor ELSE number * factor END;
   IF NOT abs(scaled) < 9e15 THEN
     RETURN number;
   END IF;
   -- Through the shortest decimal form, so that 2.675 is a half and not a little less: this conversion keeps 15 digits.
   scaled := round(scaled::numeric);
-  RETURN CASE WHEN places < 0 THEN scaled * factor ELSE scaled / factor END;
+  RETURN CASE WHEN kept < 0 THEN scaled * factor ELSE scaled / factor END;
 END $body$;
 
 -- Dates, to the second
@@ -615,12 +623,12 @@ LANGUAGE sql IMMUTABLE PARALLEL SAFE
 RETURN {schema}.mercato_moment({schema}.mercato_seconds_in(days) - 2208988800);
 
 -- A text in a style of CONVERT, or in any form that a literal may have.
-CREATE OR REPLACE FUNCTION {schema}.mercato_styled_date(value text, style bigint) RETURNS timestamp
+CREATE OR REPLACE FUNCTION {schema}.mercato_styled_date(value text, style double precision) RETURNS timestamp
 LANGUAGE sql IMMUTABLE PARALLEL SAFE
 RETURN coalesce(CASE WHEN style IN (3, 4, 5, 103, 104, 105) THEN {schema}.mercato_parse_date(value, false) END,
                 CASE WHEN style IS NOT NULL THEN {schema}.mercato_date(value) END);
 
-CREATE OR REPLACE FUNCTION {schema}.mercato_date_text(moment timestamp, style bigint) RETURNS text
+CREATE OR REPLACE FUNCTION {schema}.mercato_date_text(moment timestamp, style double precision) RETURNS text
 LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL SAFE AS $body$
 DECLARE
   form CONSTANT text := CASE
@@ -641,7 +649,7 @@ DECLARE
     WHEN style = 126 THEN 'YYYY-MM-DD"T"HH24:MI:SS' END;
 BEGIN
   IF form IS NULL THEN
-    RAISE EXCEPTION '% is not a valid style number when converting from datetime to a character string', style;
+    RAISE EXCEPTION '% is not a valid style number when converting from datetime to a character string', {schema}.mercato_whole(style);
   END IF;
   RETURN to_char(moment, form);
 END $body$;
@@ -652,11 +660,11 @@ RETURN {schema}.mercato_moment({schema}.mercato_seconds(moment) + {schema}.merca
 
 -- Parts are named in full: year, quarter, month, week, weekday, dayofyear, day, hour, minute, second. A day that the month
 -- does not have becomes its last.
-CREATE OR REPLACE FUNCTION {schema}.mercato_date_add(part text, count bigint, moment timestamp) RETURNS timestamp
+CREATE OR REPLACE FUNCTION {schema}.mercato_date_add(part text, count double precision, moment timestamp) RETURNS timestamp
 LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL SAFE AS $body$
 DECLARE
   most CONSTANT bigint := 4398046511104;  -- far beyond all dates, and no product below overflows
-  few CONSTANT bigint := least(greatest(count, -most), most);
+  few CONSTANT bigint := least(greatest({schema}.mercato_whole(count), -most), most);
   months CONSTANT bigint := few * CASE part WHEN 'year' THEN 12 WHEN 'quarter' THEN 3 WHEN 'month' THEN 1 END;
   all_months CONSTANT bigint := extract(year FROM moment) * 12 + extract(month FROM moment) - 1 + months;
 BEGIN
