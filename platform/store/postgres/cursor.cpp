@@ -14,8 +14,12 @@
 
 namespace mercato::store::postgres {
 
+PostgresCursor::PostgresCursor(std::shared_ptr<CachedStatement> statement)
+    : session_(nullptr), statement_(std::move(statement)), layout_(statement_->layout) {}
+
 PostgresCursor::PostgresCursor(PostgresSession& session, std::shared_ptr<CachedStatement> statement)
-    : session_(&session), statement_(std::move(statement)), layout_(statement_->layout) {
+    : PostgresCursor(std::move(statement)) {
+  session_ = &session;
   session.streaming_ = this;
   row_ahead_ = step();
 }

@@ -17,6 +17,8 @@ struct CachedStatement;
 
 class PostgresCursor final : public Cursor {
  public:
+  // One without rows.
+  explicit PostgresCursor(std::shared_ptr<CachedStatement> statement);
   // Its statement has been sent; reads the first row ahead. Raises what the statement raises.
   PostgresCursor(PostgresSession& session, std::shared_ptr<CachedStatement> statement);
   ~PostgresCursor() override;

@@ -2,12 +2,32 @@
 #include "platform/store/postgres/postgres_printer.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "platform/store/dialect/resolver.h"
 #include "platform/store/postgres/postgres_writer.h"
 
 namespace mercato::store::postgres {
+namespace {
+
+// WHERE 0=1: how a recordset is opened to which rows are only added.
+bool has_no_row(const dialect::SyntaxTree& tree) {
+  if (tree.translation.kind != dialect::StatementKind::query || tree.query->selects.size() != 1) return false;
+  const dialect::Select& select = tree.query->first();
+  if (select.grouped || select.where == nullptr || select.where->kind != dialect::NodeKind::comparison) return false;
+  const auto& condition = static_cast<const dialect::Comparison&>(*select.where);
+  const auto number = [&tree](const dialect::Expression& operand) -> std::optional<double> {
+    if (operand.kind != dialect::NodeKind::literal || operand.type == ColumnType::text) return std::nullopt;
+    const auto& literal = static_cast<const dialect::Literal&>(operand);
+    if (literal.conversion != dialect::Conversion::none) return std::nullopt;
+    return dialect::parameter_value(tree.lexed, {literal.position}).to_double();
+  };
+  const auto left = number(*condition.left), right = number(*condition.right);
+  return condition.operation == dialect::ComparisonOperator::equal && left && right && *left != *right;
+}
+
+}  // namespace
 
 IdentityKind identity_kind(const TableInfo& table) {
   const bool numbered = table.key.empty() || (table.key.size() == 1 && table.columns[table.key.front()].assigned);
@@ -26,6 +46,8 @@ Translation translate(const dialect::LexedStatement& lexed, const dialect::Table
 
 Translation SqlWriter::translation() {
   result_.bindings.reserve(tree_.lexed.literals.size());
+  result_.is_empty = has_no_row(tree_);
+  if (result_.is_empty) tree_.translation.depends_on_literals = true;
   if (tree_.translation.kind != dialect::StatementKind::nothing) tree_.translation.statements.push_back(write());
   result_.gives_key = std::ranges::any_of(tree_.insert_columns, &Column::assigned);
   if (tree_.identity != nullptr) result_.identity = identity_kind(*tree_.identity->table);

@@ -43,6 +43,7 @@ struct Translation {
   std::vector<Binding> bindings;
   IdentityKind identity = IdentityKind::number;
   bool gives_key = false;  // an INSERT that names the assigned key of its table
+  bool is_empty = false;   // a query that has no row, whatever the tables hold: the server need not be asked
 };
 
 // The column that tells the rows of a table without a key apart. No statement of the library sees it.

@@ -189,6 +189,7 @@ CachedStatementPtr PostgresSession::translate_anew(const dialect::LexedStatement
 }
 
 std::unique_ptr<Cursor> PostgresSession::open_cursor(const CachedStatementPtr& statement, const SentValues& values) {
+  if (statement->translation.is_empty) return std::make_unique<PostgresCursor>(statement);
   send_command(*statement, values, false);
   connection_.stream_rows();
   return std::make_unique<PostgresCursor>(*this, statement);
