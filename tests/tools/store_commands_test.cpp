@@ -44,6 +44,39 @@ TEST_F(StoreCommands, MissingTablesAndIndexesAreNamed) {
             "Tables or indexes are missing: `mercato init` creates them, without rows.\n");
 }
 
+TEST_F(StoreCommands, AStoreOfANewerReleaseIsLeftAloneAndNamedWhereItDoesNotFit) {
+  execute(
+      "INSERT MERCATO_SCHEMA (VERSION, APPLIED, BY_RELEASE) VALUES (9, '2031-01-01', '9.0.0');\n"
+      "DROP TABLE HAZARDOUSCLASS;\nDROP TABLE FAQCATEGORY;\n");
+  const std::string newer =
+      "mercato: The tables of the store have version 9, and this release knows version 1 at most. Use the newer "
+      "release.\n";
+  expect_refused({"init"}, newer);
+  execute("DROP TABLE UNIT;\n");
+  const ToolRun done = run({"unit", "list"});
+  EXPECT_EQ(done.status, 1);
+  EXPECT_EQ(done.err, newer);
+}
+
+TEST_F(StoreCommands, InitBringsTheTablesOfAReleaseBeforeVersionsUpToDate) {
+  execute("INSERT UNIT (UNITCODE) VALUES ('EA');\nDROP TABLE MERCATO_SCHEMA;\n");
+  expect_done({"init"},
+              "brought up to date: the tables had version 0 and have version 1\n"
+              "Nothing to create: all 76 tables and indexes are there.\n");
+  expect_done({"init"}, "Nothing to create: all 76 tables and indexes are there.\n");
+  EXPECT_EQ(rows("SELECT UNITCODE FROM UNIT;"), "UNITCODE\nEA\n");
+  EXPECT_EQ(answer({"init"}), json::parse(R"({"tables":[],"indexes":[],"existing":76,"version":1,"versionBefore":1})"));
+}
+
+TEST_F(StoreCommands, AColumnThatOlderTablesHaveNotNamesTheirVersion) {
+  execute("DROP TABLE MERCATO_SCHEMA;\nDROP TABLE PRODUCT;\nCREATE TABLE PRODUCT (PRODUCTID int NOT NULL);\n");
+  const ToolRun done = run({"find", "x"});
+  EXPECT_EQ(done.status, 1);
+  EXPECT_EQ(done.err,
+            "mercato: The tables of the store have version 0, and this release needs version 1. `mercato init` brings "
+            "them up to date.\n");
+}
+
 TEST_F(StoreCommands, ADamagedStoreIsToldAndBroughtBack) {
   execute("INSERT UNIT (UNITCODE) VALUES ('EA');\n");
   expect_done({"store", "backup", "kept.db"}, "The store was backed up to kept.db.\n");

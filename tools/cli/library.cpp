@@ -19,8 +19,12 @@ void apply_settings(const StoreOptions& options) {
     settings = collaborators::read_settings(options.config);
   else if (options.store.empty() && std::filesystem::exists(kUsualFile, unreadable))
     settings = collaborators::read_settings(kUsualFile);
-  if (!options.store.empty()) settings.connections["Mercato"] = options.store;
+  if (!options.store.empty()) settings.connections["Mercato"] = connection_string_of(options.store);
   collaborators::set_settings(std::move(settings));
+}
+
+std::string connection_string_of(const std::string& store) {
+  return store.find('=') != std::string::npos ? store : "Provider=SQLite;Data Source=" + store;
 }
 
 std::string connection_string() { return collaborators::connection_string_of("Mercato"); }

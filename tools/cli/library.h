@@ -26,8 +26,11 @@ inline constexpr int kUsage = 2;       // the command line, or the settings file
 inline constexpr int kDoneInPart = 3;  // some of the document, or of the tree, is bad, was refused, or is left
 
 // Puts the settings in force: those of the file that is named, else those of `mercato.toml` when neither file nor store
-// is named and it exists. A connection string of the command line wins. Raises what reading the file raises.
+// is named and it exists. A store of the command line wins. Raises what reading the file raises.
 void apply_settings(const StoreOptions& options);
+
+// How the command line names a store: a text with '=' is a connection string, any other the path of a file.
+std::string connection_string_of(const std::string& store);
 
 // The connection string in force.
 std::string connection_string();

@@ -9,12 +9,14 @@
 #include <iostream>
 #include <new>
 
+#include "frame/schema_versions.h"
 #include "mercato/raised_error.h"
 #include "mercato/server.h"
 #include "mercato/settings.h"
 #include "mercato/table_creation.h"
 #include "mercato/version.h"
 #include "platform/store/driver.h"
+#include "platform/store/session_pool.h"
 #include "platform/store/statement_observer.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
@@ -50,8 +52,9 @@ struct CommandLine {
 
 // They may stand before the command or behind it.
 void add_common_options(CLI::App& app, CommandLine& line) {
-  app.add_option("--store", line.store.store, "Connection string of the store; wins over the settings file")
-      ->type_name("CONNECTIONSTRING")
+  app.add_option("--store", line.store.store,
+                 "The store: a connection string, or the path of its file; wins over the settings file")
+      ->type_name("STORE")
       ->check(is_no_blank());
   app.add_option("--config", line.store.config, "Settings file (TOML); else mercato.toml, when there is one")
       ->type_name("FILE")
@@ -98,9 +101,11 @@ class SingleCommands {
   }
 
   void add_init() {
-    add("init", "Create the tables in the store; what exists stays as it is",
+    add("init", "Create the tables in the store, or bring those of an older release up to date",
         "  mercato init\n"
-        "  mercato init --store 'Provider=SQLite;Data Source=shop.db'\n",
+        "  mercato init --store shop.db\n"
+        "  mercato init --store 'Provider=PostgreSQL;Server=db.example.com;Database=shop;User ID=shop'\n"
+        "All of it or nothing; running it again is harmless.\n",
         [](const CommandLine& given) { return init(given.output); });
   }
 
@@ -214,8 +219,18 @@ class StatementPrinter : public store::StatementObserver {
   void on_statement(std::string_view text, bool) override { std::cerr << "-- " << text << '\n'; }
 };
 
+// Asked only where it may be the reason of a failure.
+std::optional<std::int32_t> version_of_tables() {
+  try {
+    return schema_version_of(*store::acquire_session(connection_string()).get());
+  } catch (const Raised&) {
+    return std::nullopt;
+  }
+}
+
 int report(const RaisedError& error, const CommandLine& line) {
-  std::cerr << alarming("mercato: ") << shown(sentence(error), 2000) << '\n';
+  const auto version = misses_a_definition(error) ? version_of_tables() : std::nullopt;
+  std::cerr << alarming("mercato: ") << shown(sentence(error, version), 2000) << '\n';
   if (line.output.trace)
     std::cerr << "Number " << error.Number << ", source " << error.Source << ":\n" << error.Description << '\n';
   return kFailed;

@@ -12,11 +12,17 @@ namespace mercato::cli {
 int init(const OutputOptions& output) {
   const CreatedTables created = create_tables(connection_string());
   if (output.json) {
-    const gateway::Json json = {
-        {"tables", created.tables}, {"indexes", created.indexes}, {"existing", created.existing}};
+    const gateway::Json json = {{"tables", created.tables},
+                                {"indexes", created.indexes},
+                                {"existing", created.existing},
+                                {"version", created.version},
+                                {"versionBefore", created.version_before}};
     std::cout << gateway::line_of(json) << '\n';
     return kDone;
   }
+  if (created.version_before < created.version)
+    std::cout << good("brought up to date") << ": the tables had version " << created.version_before
+              << " and have version " << created.version << "\n";
   for (const std::string& table : created.tables) std::cout << "created table " << table << '\n';
   if (created.tables.empty() && created.indexes.empty())
     std::cout << "Nothing to create: all " << created.existing << " tables and indexes are there.\n";

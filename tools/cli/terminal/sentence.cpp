@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/cli/terminal/sentence.h"
 
+#include "frame/schema_versions.h"
 #include "values/text.h"
 
 namespace mercato::cli {
@@ -42,9 +43,11 @@ void cut_words_of_store(std::string& text) {
   text.replace(begin, end + 1 - begin, has_reason ? " (" + std::string(inside.substr(colon + 2)) + ")" : "");
 }
 
+constexpr std::string_view kNoTable = "Invalid object name '";
+constexpr std::string_view kNoColumn = "Invalid column name '";
+
 // What to say of a failure about a statement of the library's. A script's own statements are told with their place.
 std::string about_statement(std::string text) {
-  constexpr std::string_view kNoTable = "Invalid object name '";
   const auto begins = [&](std::string_view words) { return text.starts_with(words); };
   if (begins("Unclosed quotation mark") || begins("Incorrect syntax near") || begins("Missing end comment mark") ||
       begins("More than one statement"))
@@ -75,6 +78,12 @@ RaisedError told_as(RaisedError error, const std::string& words) {
   return error;
 }
 
+bool misses_a_definition(const RaisedError& error) {
+  if (error.Number != error_number::kStatementRefused) return false;
+  const std::string text = own_sentence(error);
+  return text.starts_with(kNoTable) || text.starts_with(kNoColumn);
+}
+
 std::string own_sentence(const RaisedError& error) {
   std::string text(text::trim(innermost_description(error.Description)));
   // Some raises carry their sentence in the source.
@@ -84,7 +93,13 @@ std::string own_sentence(const RaisedError& error) {
   return text;
 }
 
-std::string sentence(const RaisedError& error) {
+std::string sentence(const RaisedError& error, std::optional<std::int32_t> schema_version) {
+  if (schema_version) {
+    // In older tables it is a column that is not there yet. A table that is not there has a sentence of its own.
+    const bool is_newer = *schema_version > mercato::schema_version();
+    if (is_newer || own_sentence(error).starts_with(kNoColumn))
+      if (const auto fault = fault_of_schema_version(*schema_version)) return *fault + ".";
+  }
   std::string text = own_sentence(error);
   if (error.Number == error_number::kStatementRefused) return about_statement(std::move(text));
   if (error.Number == error_number::kConstraintViolated)

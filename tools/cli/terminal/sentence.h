@@ -2,6 +2,8 @@
 // A failure of the library as a person reads it. Pure functions; any thread.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,7 +19,12 @@ RaisedError told_as(RaisedError error, const std::string& words);
 // The innermost description as a sentence.
 std::string own_sentence(const RaisedError& error);
 // The same for a person who wrote no statement and knows no engine. Words about a statement of the library's are
-// replaced by what may be wrong with the values; the engine's own words are cut.
-std::string sentence(const RaisedError& error);
+// replaced by what may be wrong with the values; the engine's own words are cut. With the version of the store's tables
+// it says when they are another release's.
+std::string sentence(const RaisedError& error, std::optional<std::int32_t> schema_version = std::nullopt);
+
+// Whether a statement of the library's asked for a table or a column that the store has not, as a store of another
+// release may.
+bool misses_a_definition(const RaisedError& error);
 
 }  // namespace mercato::cli

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "frame/schema_definitions.h"
+
+#include "frame/schema_texts.h"
+#include "mercato/raised_error.h"
+#include "platform/store/dialect/dialect.h"
+#include "values/text.h"
+
+namespace mercato {
+namespace {
+
+SchemaDefinition read_definition(std::string_view statement) {
+  store::dialect::LexedStatement lexed;
+  store::dialect::lex(statement, lexed);
+  const auto word = [&](std::size_t position) {
+    if (position >= lexed.tokens.size()) raise(error_number::kInvalidArgument);
+    const store::dialect::Token& token = lexed.tokens[position];
+    return std::string(statement.substr(token.begin, token.end - token.begin));
+  };
+  if (text::equal_names(word(1), "TABLE")) return {true, word(2), {}, statement};
+  return {false, word(2), word(4), statement};
+}
+
+}  // namespace
+
+const std::vector<SchemaDefinition>& schema_definitions() {
+  static const std::vector<SchemaDefinition> definitions = [] {
+    std::vector<SchemaDefinition> all;
+    for (const SchemaText& schema : schema_texts())
+      for (const std::string_view statement : store::dialect::split_script(schema.text))
+        all.push_back(read_definition(statement));
+    return all;
+  }();
+  return definitions;
+}
+
+bool exists(store::Session& session, const SchemaDefinition& definition) {
+  return definition.is_table ? session.table(definition.name) != nullptr
+                             : session.has_index(definition.indexed_table, definition.name);
+}
+
+}  // namespace mercato
