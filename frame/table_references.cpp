@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "frame/query_rows.h"
 #include "platform/store/session_pool.h"
 
 namespace mercato {
@@ -59,24 +60,47 @@ std::span<const TableReference> table_references() {
   return kReferences;
 }
 
+namespace {
+
+// What follows the list of columns in a query of the dangling rows.
+Sql from_dangling_rows(const TableReference& reference) {
+  Sql sql = Sql(" FROM ") << name(reference.table) << " R WHERE R." << name(reference.column);
+  if (reference.kind == ReferenceKind::number)
+    sql << " > 0";
+  else
+    sql << " <> ''";
+  return sql << " AND NOT EXISTS (SELECT 1 FROM " << name(reference.to_table) << " T WHERE T."
+             << name(reference.to_column) << " = R." << name(reference.column) << ")";
+}
+
+// The columns of the key, and the one that leads nowhere.
+Sql columns_that_name(const store::TableInfo& table, std::string_view column) {
+  Sql list = Sql("R.") << name(column);
+  for (const std::size_t position : table.key)
+    if (table.columns[position].name != column) list = Sql("R.") << name(table.columns[position].name) << ", " << list;
+  return list;
+}
+
+}  // namespace
+
 std::vector<DanglingRows> find_dangling_rows(const std::string& connection_string) {
   const store::PooledSession session = store::acquire_session(connection_string);
   std::vector<DanglingRows> found;
   for (const TableReference& reference : table_references()) {
     if (!session->table(reference.table) || !session->table(reference.to_table)) continue;
-    Sql sql = Sql("SELECT COUNT(*), MIN(R.") << name(reference.column) << ") FROM " << name(reference.table)
-                                             << " R WHERE R." << name(reference.column);
-    if (reference.kind == ReferenceKind::number)
-      sql << " > 0";
-    else
-      sql << " <> ''";
-    sql << " AND NOT EXISTS (SELECT 1 FROM " << name(reference.to_table) << " T WHERE T." << name(reference.to_column)
-        << " = R." << name(reference.column) << ")";
-    const store::Execution query = session->execute(sql);
-    std::vector<Variant> row;
-    if (!query.cursor->next()) continue;
-    query.cursor->read(row);
-    if (const std::int32_t rows = row[0].to_long(); rows > 0) found.push_back({reference, rows, row[1].to_text()});
+    const Sql rows = from_dangling_rows(reference);
+    std::vector<Variant> count;
+    {
+      const store::Execution query = session->execute(Sql("SELECT COUNT(*)") << rows);
+      if (!query.cursor->next()) continue;
+      query.cursor->read(count);
+    }
+    if (count[0].to_long() == 0) continue;
+    const Sql columns = columns_that_name(*session->table(reference.table), reference.column);
+    found.push_back(
+        {reference, count[0].to_long(),
+         query_rows(connection_string, Sql("SELECT DISTINCT TOP 3 ") << columns << rows << " ORDER BY " << columns),
+         (Sql("SELECT *") << rows).text()});
   }
   return found;
 }

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "mercato/dictionary.h"
+
 namespace mercato {
 
 enum class ReferenceKind : std::uint8_t { number, text };
@@ -26,7 +28,9 @@ std::span<const TableReference> table_references();
 struct DanglingRows {
   TableReference reference;
   std::int32_t rows = 0;
-  std::string example;  // one of the values that lead nowhere
+  // The first of them: the columns of the table's key and the one that leads nowhere, by name.
+  std::vector<DictionaryPtr> first;
+  std::string query;  // shows all of them, whole
 };
 // For every reference between tables that are there, in their order. Raises what the store raises.
 std::vector<DanglingRows> find_dangling_rows(const std::string& connection_string);

@@ -23,6 +23,7 @@
 #include "mercato/variant.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/row_layout.h"
+#include "platform/store/store_description.h"
 
 namespace mercato::store {
 
@@ -163,6 +164,8 @@ class Driver {
   virtual std::unique_ptr<Session> open(const std::string& connection_string) = 0;
   // Checks, backs up and restores stores of this kind; null where that is not the library's to do (upkeep.h).
   virtual const Upkeep* upkeep() const = 0;
+  // What that store is. Raises what opening it raises.
+  virtual StoreDescription describe(const std::string& connection_string) const = 0;
 };
 
 // The value as a column of that type holds it; Null stays Null, Empty clears the column and gives Null too, True is 1

@@ -4,7 +4,10 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <unicode/uvernum.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -51,6 +54,16 @@ class CommandTest : public testing::Test {
     EXPECT_EQ(done.status, 0) << done.err;
     EXPECT_EQ(done.out, out);
     EXPECT_EQ(done.err, "");
+  }
+  // What `store check` says first, of a store that has the library's tables and no others.
+  std::string description_of(const std::string& file) const {
+    return "store        SQLite " + std::string(sqlite3_libversion()) + ", " +
+           std::filesystem::canonical(tool_.folder() / file).string() +
+           "\ntables       version 1\ncollation    MERCATO, ICU " U_ICU_VERSION
+           "\ntext search  none: the tables are read\n";
+  }
+  void expect_store_in_order() {
+    expect_done({"store", "check"}, description_of("mercato.db") + "The store is in order.\n");
   }
   json answer(Words arguments, int status = 0) {
     arguments.emplace_back("--json");

@@ -27,7 +27,6 @@ class KilledByChance : public CommandTest {
         std::to_string(milliseconds / 1000) + "." + std::to_string(1000 + milliseconds % 1000).substr(1);
     tool_.run_line(command + " & p=$!; sleep " + seconds + "; kill -9 $p; wait $p");
   }
-  void expect_order() { expect_done({"store", "check"}, "The store is in order.\n"); }
 };
 
 class KilledCommands : public KilledByChance {
@@ -85,7 +84,7 @@ TEST_F(KilledCommands, LeaveAStoreInOrderWithRightSums) {
     const unsigned milliseconds = 20 + rounds.below(500);
     SCOPED_TRACE(std::string(commands[which]) + ", killed after " + std::to_string(milliseconds) + " ms");
     kill_after(milliseconds, commands[which]);
-    expect_order();
+    expect_store_in_order();
     EXPECT_EQ(number_of("UNIT") % kUnits, 0);
     EXPECT_EQ(number_of("UNIT"), number_of("HAZARDOUSCLASS"));
     EXPECT_EQ(number_of("CATALOGNODE"), kNodes * number_of("CATALOG"));
@@ -212,7 +211,7 @@ TEST_F(KilledTransactions, AreWholeOrNotThere) {
     const unsigned milliseconds = rounds.below(whole.milliseconds + 5);
     SCOPED_TRACE(command + ", killed after " + std::to_string(milliseconds) + " ms");
     kill_after(milliseconds, command);
-    expect_order();
+    expect_store_in_order();
     const std::string left = whole_store();
     if (left == whole.rows) continue;
     EXPECT_EQ(left, before);
@@ -236,7 +235,7 @@ TEST_F(KilledTransactions, AnInitLeavesAllTablesOrNone) {
     const json created = answer({"init"});
     EXPECT_TRUE(created.at("existing") == 0 || created.at("tables").size() + created.at("indexes").size() == 0)
         << created;
-    expect_order();
+    expect_store_in_order();
   }
 }
 
@@ -253,7 +252,7 @@ TEST_F(KilledTransactions, ABackupIsWholeOrHasNoName) {
       expect_done({"store", "backup", "kept.db"}, "The store was backed up to kept.db.\n");
     expect_nothing_half_written();
     put_in_place("kept.db");
-    expect_order();
+    expect_store_in_order();
     EXPECT_EQ(whole_store(), rows);
   }
 }
@@ -273,12 +272,12 @@ TEST_F(KilledTransactions, ARestoreOfADamagedStoreLeavesOneOfBoth) {
     SCOPED_TRACE("killed after " + std::to_string(milliseconds) + " ms");
     kill_after(milliseconds, restore);
     if (read_whole(tool_.folder() / "mercato.db") != damaged) {
-      expect_order();
+      expect_store_in_order();
       EXPECT_EQ(whole_store(), rows);
     }
     const ToolRun again = tool_.run_line(restore);
     EXPECT_EQ(again.status, 0) << again.err;
-    expect_order();
+    expect_store_in_order();
     EXPECT_EQ(whole_store(), rows);
     EXPECT_EQ(read_whole(tool_.folder() / "mercato.db.before-restore"), damaged);
     expect_nothing_half_written();

@@ -13,6 +13,7 @@ class EmptyDriver final : public Driver {
   }
   // There is nothing to keep.
   const Upkeep* upkeep() const override { return nullptr; }
+  StoreDescription describe(const std::string& /*connection_string*/) const override { return {}; }
 };
 
 }  // namespace

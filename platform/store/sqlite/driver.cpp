@@ -14,6 +14,9 @@ class SqliteDriver final : public Driver {
   }
   // The store is a file, which nobody else looks after.
   const Upkeep* upkeep() const override { return &upkeep_; }
+  StoreDescription describe(const std::string& connection_string) const override {
+    return sqlite::describe_file(connection_string);
+  }
 
  private:
   sqlite::FileUpkeep upkeep_;

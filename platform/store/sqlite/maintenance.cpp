@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unicode/uvernum.h>
 #include <unistd.h>
 
 #include <array>
@@ -242,6 +243,27 @@ std::vector<std::string> FileUpkeep::check(const std::string& connection_string)
   if (faults.empty() && integer_of(store.engine(), "PRAGMA user_version", store.path()) == 0)
     faults.push_back("no version is noted in the file");
   return faults;
+}
+
+StoreDescription describe_file(const std::string& connection_string) {
+  Database store(connection_string);
+  StoreDescription told;
+  told.engine = "SQLite";
+  told.version = sqlite3_libversion();
+  const fs::path path = fs::canonical(store.path());
+  told.place = path.string();
+  told.collation = "MERCATO, ICU " U_ICU_VERSION;
+  if (sqlite3_db_readonly(store.engine(), "main") == 1)
+    told.lacking_rights.push_back("writing: the file may only be read");
+  else if (faccessat(AT_FDCWD, path.parent_path().c_str(), W_OK, AT_EACCESS) != 0)
+    told.lacking_rights.push_back("writing: no log can be made in the folder of the file");
+  const StatementHandle tables = store.prepare(
+      "SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite~_%' ESCAPE '~' ORDER BY name");
+  int code = SQLITE_ROW;
+  while ((code = sqlite3_step(tables.get())) == SQLITE_ROW)
+    told.tables.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(tables.get(), 0)));
+  if (code != SQLITE_DONE) store.raise(code);
+  return told;
 }
 
 void FileUpkeep::back_up(const std::string& connection_string, const std::string& file) const {

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// mercato store: the store's file; its check, its backup and the way back.
+// mercato store: what the store is and whether it is in order, its backup and the way back.
 #include <iostream>
 
-#include "frame/table_references.h"
-#include "mercato/table_creation.h"
+#include "frame/store_check.h"
 #include "platform/store/upkeep.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
@@ -21,44 +20,93 @@ struct Restoring {
   bool discard = false;
 };
 
-// In words: "2 rows of CATALOGNODE with a CATALOGID that is in no row of CATALOG, such as 7".
+// In words: "2 rows of CATALOGNODE with a CATALOGID that is in no row of CATALOG: NODEID 4, CATALOGID 7; ...".
 std::string described(const DanglingRows& dangling) {
   const TableReference& reference = dangling.reference;
-  return counted(static_cast<std::size_t>(dangling.rows), "row") + " of " + std::string(reference.table) + " with a " +
-         std::string(reference.column) + " that is in no row of " + std::string(reference.to_table) + ", such as " +
-         shown(dangling.example);
+  std::string words = counted(static_cast<std::size_t>(dangling.rows), "row") + " of " + std::string(reference.table) +
+                      " with a " + std::string(reference.column) + " that is in no row of " +
+                      std::string(reference.to_table) + ": ";
+  for (const DictionaryPtr& row : dangling.first) {
+    if (row != dangling.first.front()) words += "; ";
+    const char* separator = "";
+    row->for_each([&](const Variant& column, const Variant& value) {
+      words += separator + column.to_text() + " " + (value.is_null() ? "-" : shown(value.to_text()));
+      separator = ", ";
+    });
+  }
+  return words + (static_cast<std::size_t>(dangling.rows) > dangling.first.size() ? "; ..." : "");
+}
+
+std::string joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + shown(name, 500);
+  return text;
+}
+
+gateway::Json to_json(const StoreCheck& check) {
+  gateway::Json rows = gateway::Json::array();
+  for (const DanglingRows& found : check.dangling) {
+    gateway::Json first = gateway::Json::array();
+    for (const DictionaryPtr& row : found.first) first.push_back(cli::to_json(*row));
+    rows.push_back({{"table", found.reference.table},
+                    {"column", found.reference.column},
+                    {"refersTo", found.reference.to_table},
+                    {"rows", found.rows},
+                    {"first", std::move(first)},
+                    {"query", found.query}});
+  }
+  const store::StoreDescription& is = check.description;
+  return {{"engine", is.engine},
+          {"engineVersion", is.version},
+          {"place", is.place},
+          {"collation", is.collation},
+          {"textSearch", is.text_search},
+          {"lackingRights", is.lacking_rights},
+          {"version", check.schema_version},
+          {"damage", check.damage ? gateway::Json(*check.damage) : gateway::Json()},
+          {"missing", check.missing},
+          {"others", check.others},
+          {"dangling", std::move(rows)}};
+}
+
+void print_description(const StoreCheck& check) {
+  const store::StoreDescription& is = check.description;
+  std::cout << "store        " << is.engine << ' ' << is.version << ", " << shown(is.place, 500) << '\n'
+            << "tables       version " << check.schema_version << '\n'
+            << "collation    " << is.collation << '\n'
+            << "text search  " << (is.text_search.empty() ? "none: the tables are read" : is.text_search) << '\n';
+  if (!check.damage) std::cout << "pages        not looked at: the server does that\n";
+  if (!check.others.empty()) std::cout << "not ours     " << joined(check.others) << '\n';
 }
 
 int check(const NoOptions&, const OutputOptions& output) {
-  const std::string store = connection_string();
-  const std::vector<std::string> damage = store::check_store(store);
-  // A damaged store cannot be trusted with further questions.
-  std::vector<std::string> missing;
-  std::vector<DanglingRows> dangling;
-  if (damage.empty()) {
-    missing = missing_tables(store);
-    dangling = find_dangling_rows(store);
-  }
-  const int status = !damage.empty() || !missing.empty() ? kFailed : dangling.empty() ? kDone : kDoneInPart;
+  const StoreCheck check = check_whole_store(connection_string());
+  const bool is_damaged = check.damage && !check.damage->empty();
+  const int status = is_damaged || check.version_fault || !check.missing.empty()          ? kFailed
+                     : check.dangling.empty() && check.description.lacking_rights.empty() ? kDone
+                                                                                          : kDoneInPart;
   if (output.json) {
-    gateway::Json rows = gateway::Json::array();
-    for (const DanglingRows& found : dangling)
-      rows.push_back({{"table", found.reference.table},
-                      {"column", found.reference.column},
-                      {"refersTo", found.reference.to_table},
-                      {"rows", found.rows},
-                      {"example", found.example}});
-    answer(output, gateway::Json{{"damage", damage}, {"missing", missing}, {"dangling", std::move(rows)}}, "");
+    answer(output, to_json(check), "");
     return status;
   }
-  for (const std::string& fault : damage) std::cout << bad("damaged: ") << shown(fault, 500) << '\n';
-  for (const std::string& name : missing) std::cout << bad("missing: ") << name << '\n';
-  for (const DanglingRows& found : dangling) std::cout << "leads nowhere: " << described(found) << '\n';
-  if (!damage.empty())
+  if (is_damaged) {
+    for (const std::string& fault : *check.damage) std::cout << bad("damaged: ") << shown(fault, 500) << '\n';
     std::cout << "The store is damaged: bring it back from a backup with `mercato store restore FILE`.\n";
-  else if (!missing.empty())
+    return status;
+  }
+  print_description(check);
+  for (const std::string& right : check.description.lacking_rights) std::cout << bad("not allowed: ") << right << '\n';
+  if (!check.has_no_tables)
+    for (const std::string& name : check.missing) std::cout << bad("missing: ") << name << '\n';
+  for (const DanglingRows& found : check.dangling)
+    std::cout << "leads nowhere: " << described(found) << "\n  echo \"" << found.query << "\" | mercato execute -\n";
+  if (check.has_no_tables)
+    std::cout << "The store has no tables: `mercato init` creates them.\n";
+  else if (check.version_fault)
+    std::cout << *check.version_fault << ".\n";
+  else if (!check.missing.empty())
     std::cout << "Tables or indexes are missing: `mercato init` creates them, without rows.\n";
-  else if (dangling.empty())
+  else if (status == kDone)
     std::cout << good("The store is in order.") << '\n';
   return status;
 }
@@ -80,12 +128,14 @@ int restore(const Restoring& given, const OutputOptions& output) {
 
 void add_store_commands(Menu& menu) {
   using namespace store_commands;
-  Menu::Group group = menu.group("store", "Check, back up and restore the store's file");
-  group.add("check", "Look for damage, missing tables, and rows that lead nowhere",
-            "  mercato store check\n"
-            "  mercato store check --json\n"
-            "Exit status 1 when the store is damaged or tables are missing, 3 when only rows lead nowhere.\n",
-            check);
+  Menu::Group group = menu.group("store", "Check, back up and restore the store");
+  group.add(
+      "check", "Tell what the store is, and look for damage, missing tables, and rows that lead nowhere",
+      "  mercato store check\n"
+      "  mercato store check --json\n"
+      "Exit status 1 when the store is damaged, its tables are of another release, or some are missing;\n"
+      "3 when only rows lead nowhere, or a right is lacking. Such rows come with the query that shows them all.\n",
+      check);
   const auto [back_up_command, which] =
       group.add("backup", "Copy the store to a file while others work",
                 "  mercato store backup backups/2026-07-01.db\n"

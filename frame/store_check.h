@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a store is and whether it is in order, for people who look after it. Any thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "frame/table_references.h"
+#include "platform/store/store_description.h"
+
+namespace mercato {
+
+struct StoreCheck {
+  // What the engine finds wrong with its pages, a sentence each; nothing where a server looks after them. A damaged
+  // store is asked nothing else.
+  std::optional<std::vector<std::string>> damage;
+  store::StoreDescription description;
+  std::int32_t schema_version = 0;
+  // What schema_versions.h says of that version. Of a newer release's tables nothing more is told.
+  std::optional<std::string> version_fault;
+  std::vector<std::string> missing;  // tables and indexes of the library
+  bool has_no_tables = false;        // all of them are missing
+  std::vector<std::string> others;   // tables that are not the library's
+  std::vector<DanglingRows> dangling;
+};
+// Reads everything and writes nothing. Raises what the store raises.
+StoreCheck check_whole_store(const std::string& connection_string);
+
+}  // namespace mercato
