@@ -23,6 +23,7 @@ struct StoreCheck {
   std::vector<std::string> missing;  // tables and indexes of the library
   bool has_no_tables = false;        // all of them are missing
   std::vector<std::string> others;   // tables that are not the library's
+  std::optional<std::string> unfinished_copy_of;
   std::vector<DanglingRows> dangling;
 };
 // Reads everything and writes nothing. Raises what the store raises.

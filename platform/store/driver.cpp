@@ -2,6 +2,7 @@
 #include "platform/store/driver.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 #include "mercato/raised_error.h"
@@ -45,6 +46,18 @@ void Session::update_row(const TableInfo& table, RowIdentity& row, std::span<con
   refuse_if_lost();
   refuse_assigned(table, columns, true);
   update(table, row, columns, values);
+}
+
+void Session::copy_rows(const TableInfo& table, std::span<const std::vector<Variant>> rows) {
+  check_call_limit_now();
+  refuse_if_lost();
+  insert_whole(table, rows);
+}
+
+void Session::insert_whole(const TableInfo& table, std::span<const std::vector<Variant>> rows) {
+  std::vector<std::size_t> columns(table.columns.size());
+  std::iota(columns.begin(), columns.end(), std::size_t{0});
+  for (const std::vector<Variant>& row : rows) insert(table, columns, row);
 }
 
 // In the words of the server whose dialect the library writes.

@@ -100,6 +100,10 @@ class Session {
   void update_row(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
                   std::span<const Variant> values);
 
+  // Writes whole rows as they stand in another store: a value for each column of the table, in the columns' order and
+  // of their types, or Null. Assigned keys are among them; those that the store assigns later lie behind them.
+  void copy_rows(const TableInfo& table, std::span<const std::vector<Variant>> rows);
+
   // Transaction control of the unit of work. `start_transaction` arms it: the engine begins at the first write, and
   // holds no lock while nothing has changed. When the engine undoes a transaction by itself, every later statement and
   // the commit are refused until it is rolled back: nothing runs outside of the transaction that its caller believes in.
@@ -135,6 +139,8 @@ class Session {
                              std::span<const Variant> values) = 0;
   virtual void update(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
                       std::span<const Variant> values) = 0;
+  // One by one, where the engine knows no faster way.
+  virtual void insert_whole(const TableInfo& table, std::span<const std::vector<Variant>> rows);
   virtual bool end_use() noexcept = 0;  // what `reset` says; a lost transaction is forgotten after it
   virtual void commit_transaction() = 0;
   virtual void roll_back_transaction() = 0;

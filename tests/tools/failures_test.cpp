@@ -209,6 +209,11 @@ const std::vector<Failure>& failures() {
 
       // The store's file
       {{"store", "check", "x"}, "mercato: 'x' is more than `mercato store check` takes; --help says more.\n", 2},
+      {{"store", "copy", "mercato.db"}, "mercato: TO is required; --help says more.\n", 2},
+      {{"store", "copy", "nowhere.db", "x.db"},
+       "mercato: There is no store at 'nowhere.db'. Create it with `mercato init`, or correct Data Source.\n"},
+      {{"store", "copy", "mercato.db", "nowhere/x.db"},
+       "mercato: There is no folder 'nowhere' for the store 'nowhere/x.db'. Create it, or correct Data Source.\n"},
       {{"store", "backup"}, "mercato: FILE is required; --help says more.\n", 2},
       {{"store", "backup", "/nowhere/x"}, "mercato: There is no folder '/nowhere' for the backup '/nowhere/x'.\n"},
       {{"store", "restore", "nowhere.db"}, "mercato: There is no backup 'nowhere.db': No such file or directory.\n"},

@@ -239,6 +239,25 @@ TEST_F(KilledTransactions, AnInitLeavesAllTablesOrNone) {
   }
 }
 
+TEST_F(KilledTransactions, ACopyIsGoneOnWithUntilItIsWhole) {
+  const std::string copy = "mercato store copy prepared.db copied.db";
+  const std::string rows = whole_store();
+  const unsigned usual = milliseconds_of(copy);
+  RandomRounds rounds(2);
+  while (rounds.next()) {
+    remove_all_of("copied.db");
+    for (int kills = 0; kills < 2; ++kills) kill_after(rounds.below(usual + 5), copy);
+    const ToolRun done = tool_.run_line(copy);
+    if (done.status != 0) {  // one of the killed ones was whole before
+      EXPECT_NE(done.err.find("' has rows already, in the table "), std::string::npos) << done.err;
+    }
+    remove_all_of("mercato.db");
+    EXPECT_EQ(tool_.run_line("mercato store backup mercato.db --store copied.db").status, 0);
+    expect_store_in_order();
+    EXPECT_EQ(whole_store(), rows);
+  }
+}
+
 TEST_F(KilledTransactions, ABackupIsWholeOrHasNoName) {
   const std::string rows = whole_store();
   const unsigned usual = milliseconds_of("mercato store backup kept.db");

@@ -18,7 +18,7 @@ class StoreCommands : public CommandTest {
 TEST_F(StoreCommands, ANewStoreIsInOrder) {
   expect_store_in_order();
   json expected = json::parse(R"({"engine":"SQLite","textSearch":"","lackingRights":[],"version":1,"damage":[],)"
-                              R"("missing":[],"others":[],"dangling":[]})");
+                              R"("missing":[],"others":[],"unfinishedCopyOf":null,"dangling":[]})");
   expected["engineVersion"] = sqlite3_libversion();
   expected["place"] = std::filesystem::canonical(path("mercato.db")).string();
   expected["collation"] = "MERCATO, ICU " U_ICU_VERSION;
@@ -130,6 +130,39 @@ TEST_F(StoreCommands, AColumnThatOlderTablesHaveNotNamesTheirVersion) {
   EXPECT_EQ(done.err,
             "mercato: The tables of the store have version 0, and this release needs version 1. `mercato init` brings "
             "them up to date.\n");
+}
+
+TEST_F(StoreCommands, ACopyIsAWholeStore) {
+  execute(
+      "INSERT UNIT (UNITCODE) VALUES ('EA');\nINSERT CATALOG (CATALOGNAME) VALUES ('House');\n"
+      "CREATE TABLE NOTES (N int NULL);\n");
+  expect_done({"store", "copy", "mercato.db", "Provider=SQLite;Data Source=copy.db"},
+              "The store was copied: 2 rows of 34 tables, counts and checksums agree. Left, since they are not the "
+              "library's: NOTES.\n");
+  expect_done({"store", "check", "--store", "copy.db"}, description_of("copy.db") + "The store is in order.\n");
+  EXPECT_EQ(run({"execute", "-", "--store", "copy.db"}, "SELECT UNITCODE FROM UNIT;").out,
+            "UNITCODE\nEA\n1 statement run, 0 rows changed.\n");
+  const json done = answer({"store", "copy", "copy.db", "again.db"});
+  EXPECT_EQ(done.at("from"), std::filesystem::canonical(path("copy.db")).string());
+  EXPECT_EQ(done.at("to"), std::filesystem::canonical(path("again.db")).string());
+  EXPECT_EQ(done.at("continued"), false);
+  EXPECT_EQ(done.at("left"), json::array());
+  EXPECT_EQ(done.at("tables").size(), 34u);
+  EXPECT_EQ(done.at("tables").at(33), json({{"table", "UNSPSCCODES"}, {"rows", 0}, {"checksum", "0000000000000000"}}));
+  EXPECT_EQ(run({"store", "copy", "mercato.db", "again.db"}).err,
+            "mercato: '" + std::filesystem::canonical(path("again.db")).string() +
+                "' has rows already, in the table CATALOG. Copy into a store without rows.\n");
+}
+
+TEST_F(StoreCommands, AnUnfinishedCopyIsToldByTheCheck) {
+  execute(
+      "CREATE TABLE MERCATO_COPY (COPIEDTABLE nvarchar(128) NOT NULL PRIMARY KEY, SOURCE ntext NULL);\n"
+      "INSERT MERCATO_COPY (COPIEDTABLE, SOURCE) VALUES ('', '/srv/shop.db');\n");
+  const ToolRun done = run({"store", "check"});
+  EXPECT_EQ(done.status, 1);
+  EXPECT_EQ(done.out, description_of("mercato.db") +
+                          "The store is an unfinished copy of /srv/shop.db: repeat `mercato store copy` to finish "
+                          "it.\n");
 }
 
 TEST_F(StoreCommands, ADamagedStoreIsToldAndBroughtBack) {

@@ -3,6 +3,7 @@
 // names (test_store.h). A new driver adds its line.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "platform/store/call_limit.h"
@@ -81,6 +82,42 @@ class DriverSuite : public testing::TestWithParam<StoreUnderTest> {
   std::string connection_string_;
   std::unique_ptr<Session> session_;
 };
+
+TEST_P(DriverSuite, WholeRowsKeepTheirKeysAndThoseAssignedLaterLieBehindThem) {
+  const std::vector<std::vector<Variant>> rows = {
+      {41, "O'Neil \xC3\xA9 ", std::int16_t{-32768}, true, 1e300 / 3, Currency::from_scaled(INT64_MIN),
+       Date::from_civil({1899, 12, 29, 6, 7, 8}), std::string(100'000, 'x')},
+      {7, "", kNull, kNull, kNull, kNull, kNull, kNull},
+  };
+  const TableInfo suite = *session_->table("SUITE");
+  session_->start_transaction();
+  session_->copy_rows(suite, rows);
+  session_->copy_rows(suite, {});
+  session_->commit();
+  const Execution query = execute("SELECT * FROM SUITE ORDER BY ID DESC");
+  for (const std::vector<Variant>& row : rows) {
+    std::vector<Variant> found;
+    ASSERT_TRUE(query.cursor->next());
+    query.cursor->read(found);
+    EXPECT_EQ(found, row);
+  }
+  EXPECT_FALSE(query.cursor->next());
+  EXPECT_EQ(insert("SUITE", {"NAME"}, {"next"}).number, 42);
+  const std::vector<std::vector<Variant>> doubled = {{"A", 1}, {"A", 1}};
+  session_->copy_rows(TableInfo(*session_->table("PLAIN")), doubled);
+  EXPECT_EQ(one("SELECT COUNT(*) FROM PLAIN"), Variant(2));
+}
+
+TEST_P(DriverSuite, AStoreSaysWhatItIs) {
+  const StoreDescription told = driver_for(connection_string_).describe(connection_string_);
+  EXPECT_FALSE(told.engine.empty());
+  EXPECT_TRUE(told.version.find_first_of("0123456789") != std::string::npos) << told.version;
+  EXPECT_FALSE(told.place.empty());
+  EXPECT_FALSE(told.collation.empty());
+  EXPECT_EQ(told.lacking_rights, std::vector<std::string>());
+  for (const char* table : {"SUITE", "PLAIN", "PRICELINE"})
+    EXPECT_EQ(std::ranges::count(told.tables, table), 1) << table;
+}
 
 TEST_P(DriverSuite, ColumnsComeBackInTheirOwnTypes) {
   execute(

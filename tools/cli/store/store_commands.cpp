@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// mercato store: what the store is and whether it is in order, its backup and the way back.
+// mercato store: what the store is and whether it is in order, its copy into another one, its backup and the way back.
+#include <fmt/format.h>
+
 #include <iostream>
+#include <optional>
 
 #include "frame/store_check.h"
+#include "frame/store_copy.h"
 #include "platform/store/upkeep.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
@@ -14,6 +18,10 @@ namespace store_commands {
 struct NoOptions {};
 struct WhichFile {
   std::string file;
+};
+struct FromAndTo {
+  std::string from;
+  std::string to;
 };
 struct Restoring {
   std::string file;
@@ -66,6 +74,7 @@ gateway::Json to_json(const StoreCheck& check) {
           {"damage", check.damage ? gateway::Json(*check.damage) : gateway::Json()},
           {"missing", check.missing},
           {"others", check.others},
+          {"unfinishedCopyOf", check.unfinished_copy_of ? gateway::Json(*check.unfinished_copy_of) : gateway::Json()},
           {"dangling", std::move(rows)}};
 }
 
@@ -82,8 +91,8 @@ void print_description(const StoreCheck& check) {
 int check(const NoOptions&, const OutputOptions& output) {
   const StoreCheck check = check_whole_store(connection_string());
   const bool is_damaged = check.damage && !check.damage->empty();
-  const int status = is_damaged || check.version_fault || !check.missing.empty()          ? kFailed
-                     : check.dangling.empty() && check.description.lacking_rights.empty() ? kDone
+  const int status = is_damaged || check.version_fault || !check.missing.empty() || check.unfinished_copy_of ? kFailed
+                     : check.dangling.empty() && check.description.lacking_rights.empty()                    ? kDone
                                                                                           : kDoneInPart;
   if (output.json) {
     answer(output, to_json(check), "");
@@ -106,9 +115,46 @@ int check(const NoOptions&, const OutputOptions& output) {
     std::cout << *check.version_fault << ".\n";
   else if (!check.missing.empty())
     std::cout << "Tables or indexes are missing: `mercato init` creates them, without rows.\n";
+  else if (check.unfinished_copy_of)
+    std::cout << "The store is an unfinished copy of " << shown(*check.unfinished_copy_of, 500)
+              << ": repeat `mercato store copy` to finish it.\n";
   else if (status == kDone)
     std::cout << good("The store is in order.") << '\n';
   return status;
+}
+
+int copy(const FromAndTo& given, const OutputOptions& output) {
+  std::optional<Progress> progress;
+  CopyStep step = CopyStep::copying;
+  std::int64_t shown_rows = 0;
+  const StoreCopy done = copy_store(connection_string_of(given.from), connection_string_of(given.to),
+                                    [&](CopyStep now, std::int64_t rows, std::int64_t rows_in_all) {
+                                      if (!progress || now != step) {
+                                        progress.emplace(static_cast<std::size_t>(rows_in_all));
+                                        step = now;
+                                        shown_rows = 0;
+                                      }
+                                      progress->advance(static_cast<std::size_t>(rows - shown_rows));
+                                      shown_rows = rows;
+                                    });
+  progress.reset();
+  std::size_t rows = 0;
+  gateway::Json tables = gateway::Json::array();
+  for (const CopiedTable& table : done.tables) {
+    rows += static_cast<std::size_t>(table.rows);
+    tables.push_back(
+        {{"table", table.name}, {"rows", table.rows}, {"checksum", fmt::format("{:016x}", table.checksum)}});
+  }
+  return answer(output,
+                {{"from", done.from},
+                 {"to", done.to},
+                 {"continued", done.continued},
+                 {"tables", std::move(tables)},
+                 {"left", done.left}},
+                good("The store was copied") + (done.continued ? ", from where the copy before was interrupted" : "") +
+                    ": " + counted(rows, "row") + " of " + counted(done.tables.size(), "table") +
+                    ", counts and checksums agree." +
+                    (done.left.empty() ? "" : " Left, since they are not the library's: " + joined(done.left) + "."));
 }
 
 int back_up(const WhichFile& given, const OutputOptions& output) {
@@ -128,7 +174,7 @@ int restore(const Restoring& given, const OutputOptions& output) {
 
 void add_store_commands(Menu& menu) {
   using namespace store_commands;
-  Menu::Group group = menu.group("store", "Check, back up and restore the store");
+  Menu::Group group = menu.group("store", "Check, copy, back up and restore the store");
   group.add(
       "check", "Tell what the store is, and look for damage, missing tables, and rows that lead nowhere",
       "  mercato store check\n"
@@ -136,6 +182,19 @@ void add_store_commands(Menu& menu) {
       "Exit status 1 when the store is damaged, its tables are of another release, or some are missing;\n"
       "3 when only rows lead nowhere, or a right is lacking. Such rows come with the query that shows them all.\n",
       check);
+  const auto [copy_command, stores] = group.add(
+      "copy", "Copy everything to another store, of whatever kind",
+      "  mercato store copy shop.db 'Provider=PostgreSQL;Server=db.example.com;Database=shop;User ID=shop'\n"
+      "  mercato store copy 'Provider=PostgreSQL;Server=db.example.com;Database=shop;User ID=shop' shop.db\n"
+      "Keys stay, counts and checksums are compared at the end. When it was interrupted, repeat it: it goes on.\n"
+      "Nobody should write to the first store meanwhile; the second one has to have no rows.\n",
+      copy);
+  copy_command.add_option("FROM", stores.from, "The store to copy: a connection string, or the path of its file")
+      ->required()
+      ->check(is_no_blank());
+  copy_command.add_option("TO", stores.to, "The store to fill; its tables are created where they are missing")
+      ->required()
+      ->check(is_no_blank());
   const auto [back_up_command, which] =
       group.add("backup", "Copy the store to a file while others work",
                 "  mercato store backup backups/2026-07-01.db\n"

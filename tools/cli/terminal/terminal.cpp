@@ -74,10 +74,11 @@ Progress::~Progress() {
   if (visible_ && done_ > 0) std::cerr << "\r\x1b[K" << std::flush;
 }
 
-void Progress::advance() {
-  ++done_;
+void Progress::advance(std::size_t by) {
   constexpr std::size_t kStep = 20;
-  if (!visible_ || (done_ % kStep != 0 && done_ != total_)) return;
+  const bool is_next_step = (done_ + by) / kStep != done_ / kStep;
+  done_ += by;
+  if (!visible_ || (!is_next_step && done_ != total_)) return;
   store::UnitOfWork::before_waiting();  // the person at the terminal may have stopped its output
   std::cerr << "\r" << done_ << " of " << total_ << std::flush;
 }

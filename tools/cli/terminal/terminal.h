@@ -46,7 +46,7 @@ class Progress {
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
-  void advance();
+  void advance(std::size_t by = 1);
 
  private:
   bool visible_;

@@ -242,6 +242,28 @@ TEST_F(SqliteOpening, AReadOnlyFileIsReadAndNotWritten) {
                 "readonly database)");
 }
 
+TEST_F(SqliteOpening, TheDescriptionSaysWhatMayNotBeWritten) {
+  create();
+  const auto lacking = [&] {
+    return in_another_process([&] {
+      become_ordinary();
+      std::string rights;
+      for (const std::string& right : driver_for(existing_).describe(existing_).lacking_rights) rights += right + "\n";
+      return rights;
+    });
+  };
+  ASSERT_EQ(chmod(folder_.path().c_str(), 0777), 0);
+  ASSERT_EQ(chmod(path_.c_str(), 0666), 0);
+  EXPECT_EQ(lacking(), "");
+  ASSERT_EQ(chmod(path_.c_str(), 0444), 0);
+  EXPECT_EQ(lacking(), "writing: the file may only be read\n");
+  ASSERT_EQ(chmod(path_.c_str(), 0666), 0);
+  ASSERT_EQ(chmod(folder_.path().c_str(), 0555), 0);
+  const std::string without_log = lacking();
+  ASSERT_EQ(chmod(folder_.path().c_str(), 0777), 0);
+  EXPECT_EQ(without_log, "writing: no log can be made in the folder of the file\n");
+}
+
 TEST_F(SqliteOpening, AReadOnlyFolderCanBeReadToo) {
   create();
   ASSERT_EQ(chmod(path_.c_str(), 0444), 0);
