@@ -51,7 +51,7 @@ class ComparedUpload {
  public:
   using UploadCost = Cost<Contents>;
   using UploadAll = std::size_t (*)(const std::filesystem::path& document, const std::filesystem::path& web_root,
-                                    std::vector<std::string> part_numbers);
+                                    const std::vector<std::string>& part_numbers);
   using ContentsOf = Contents (*)(const std::filesystem::path& store);
 
   // The medians by the clock.
@@ -89,7 +89,7 @@ class ComparedUpload {
 
   UploadCost upload(bool recording) const {
     copy_store(files_.first_store, files_.store);
-    std::vector<std::string> part_numbers = files_.read_part_numbers();
+    const std::vector<std::string> part_numbers = files_.read_part_numbers();
     std::filesystem::create_directories(files_.web_root);
     use_store(files_.store, files_.web_root);
     UploadCost cost;
@@ -99,7 +99,7 @@ class ComparedUpload {
       save_tape(recorded.tape(), files_.tape);
     } else {
       cost = measure<Contents>([&](UploadCost& measured) {
-        measured.calls = static_cast<double>(upload_all_(files_.document, files_.web_root, std::move(part_numbers)));
+        measured.calls = static_cast<double>(upload_all_(files_.document, files_.web_root, part_numbers));
       });
     }
     store::close_idle_sessions();
