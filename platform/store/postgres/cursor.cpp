@@ -89,8 +89,10 @@ RowIdentity PostgresCursor::read_identity() const {
     std::from_chars(digits, digits + PQgetlength(row_.get(), 0, first), identity.number);
     return identity;
   }
-  for (const ColumnType type : statement_->key_types)
-    value_at(first + static_cast<int>(identity.key.size()), type, identity.key.emplace_back());
+  for (const ColumnType type : statement_->key_types) {
+    const int column = first + static_cast<int>(identity.key.size());
+    value_at(column, type, identity.key.emplace_back());
+  }
   return identity;
 }
 

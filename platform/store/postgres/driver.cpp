@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/store/postgres/driver.h"
 
+#include "platform/store/postgres/postgres_description.h"
 #include "platform/store/postgres/session.h"
 
 namespace mercato::store {
@@ -13,6 +14,9 @@ class PostgresDriver final : public Driver {
   }
   // A server is backed up with the server's own means, which know of its other databases, replicas and log.
   const Upkeep* upkeep() const override { return nullptr; }
+  StoreDescription describe(const std::string& connection_string) const override {
+    return postgres::describe_store(connection_string);
+  }
 };
 
 }  // namespace

@@ -228,6 +228,22 @@ std::optional<std::string> sent_value(const Variant& value) {
   raise(error_number::kTypeMismatch);
 }
 
+void append_copied(std::string& line, const std::vector<Variant>& row) {
+  for (const Variant& value : row) {
+    if (&value != row.data()) line += '\t';
+    const std::optional<std::string> sent = sent_value(value);
+    if (!sent) {
+      line += "\\N";
+      continue;
+    }
+    for (const char c : *sent) {
+      if (c == '\\' || c == '\t' || c == '\n' || c == '\r') line += '\\';
+      line += c == '\t' ? 't' : c == '\n' ? 'n' : c == '\r' ? 'r' : c;
+    }
+  }
+  line += '\n';
+}
+
 void read_value(std::string_view text, ColumnType type, unsigned engine_type, Variant& out) {
   switch (type) {
     case ColumnType::text:

@@ -26,6 +26,9 @@ bool bind_literals(const std::vector<Binding>& bindings, const dialect::LexedSta
 // By the Variant's own type.
 std::optional<std::string> sent_value(const Variant& value);
 
+// One row as COPY takes it: values between tabs, a line's end behind the last.
+void append_copied(std::string& line, const std::vector<Variant>& row);
+
 // A value of a result, as the column's type says; `engine_type` decides for a column of unknown type. What does not
 // have that form (another program made the table) is given as it is.
 void read_value(std::string_view text, ColumnType type, unsigned engine_type, Variant& out);

@@ -111,14 +111,47 @@ Connection::Connection(const std::string& connection_string) : label_(label_of(c
   PQenterPipelineMode(connection_.get());
 }
 
-void Connection::run_script(const std::string& script) {
+// Work that a pipeline has no place for.
+template <class Work>
+ResultHandle Connection::outside_of_batches(Work work) {
   const bool pipelined = PQpipelineStatus(connection_.get()) != PQ_PIPELINE_OFF;
   if (pipelined) PQexitPipelineMode(connection_.get());
-  const ResultHandle done(PQexec(connection_.get(), script.c_str()));
+  ResultHandle done = work();
   if (pipelined) PQenterPipelineMode(connection_.get());
   if (!is_usable()) raise_lost();
+  return done;
+}
+
+void Connection::run_script(const std::string& script) {
+  const ResultHandle done = outside_of_batches([&] { return ResultHandle(PQexec(connection_.get(), script.c_str())); });
   const ExecStatusType status = PQresultStatus(done.get());
   if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) throw Raised(failure_of(done.get(), label_, nullptr));
+}
+
+void Connection::copy_in(const std::string& command, std::span<const std::vector<Variant>> rows,
+                         const TableInfo* table) {
+  const ResultHandle done = outside_of_batches([&] {
+    ResultHandle started(PQexec(connection_.get(), command.c_str()));
+    if (PQresultStatus(started.get()) != PGRES_COPY_IN) return started;
+    // A failure ends the copy on the server, which is asked at the end only.
+    const char* refused = nullptr;
+    try {
+      std::string line;
+      for (const std::vector<Variant>& row : rows) {
+        line.clear();
+        append_copied(line, row);
+        if (PQputCopyData(connection_.get(), line.data(), static_cast<int>(line.size())) != 1) break;
+      }
+    } catch (const std::exception&) {
+      refused = "the rows could not be written down";
+    }
+    PQputCopyEnd(connection_.get(), refused);
+    ResultHandle ended(PQgetResult(connection_.get()));
+    while (const ResultHandle more{PQgetResult(connection_.get())}) {
+    }
+    return ended;
+  });
+  if (PQresultStatus(done.get()) != PGRES_COMMAND_OK) throw Raised(failure_of(done.get(), label_, table));
 }
 
 // Sending
@@ -221,6 +254,10 @@ void Connection::cancel() noexcept {
     PQcancel(cancelling, words, sizeof words);
     PQfreeCancel(cancelling);
   }
+}
+
+std::string Connection::address() const {
+  return std::string(PQhost(connection_.get())) + ":" + PQport(connection_.get());
 }
 
 bool Connection::has_ended() const noexcept {

@@ -10,6 +10,7 @@
 #include <libpq-fe.h>
 
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,6 +39,8 @@ class Connection {
   void flush();
   // Several statements without parameters, outside of any batch. Raises what they raise.
   void run_script(const std::string& script);
+  // Sends whole rows by that COPY command, outside of any batch. Raises what it raises; `table` is the one it fills.
+  void copy_in(const std::string& command, std::span<const std::vector<Variant>> rows, const TableInfo* table);
 
   // The next answer of the batch: null behind the last one of each command. Raises when the connection is lost; when the
   // call limit passes, the command is ended on the server, and its answer is the engine's failure.
@@ -59,6 +62,8 @@ class Connection {
   bool has_ended() const noexcept;
   // What the server says that it is: 150004 for 15.4.
   int server_version() const { return PQserverVersion(connection_.get()); }
+  // Host, or folder of the socket, and port.
+  std::string address() const;
   // For messages: "the server 'db.example.com' (database 'mercato')".
   const std::string& label() const { return label_; }
 
@@ -67,6 +72,8 @@ class Connection {
     void operator()(PGconn* connection) const noexcept { PQfinish(connection); }
   };
 
+  template <class Work>
+  ResultHandle outside_of_batches(Work work);
   void queued(int done);
   const char* const* values_of(const SentValues& values);
   void wait_until_readable();

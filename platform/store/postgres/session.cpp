@@ -377,24 +377,46 @@ void PostgresSession::as_one(Work work) {
   }
 }
 
-// The server goes on numbering where it was, so it is told of a higher number. Others, who may be given that very number
-// meanwhile, wait.
 ResultHandle PostgresSession::change_with_given_key(CachedStatement& statement, const SentValues& values) {
   ResultHandle changed;
   as_one([&] {
     const TableInfo& table = *tables_.find(statement.translation.common.table);
-    control(("LOCK TABLE " + quoted_name(table.name) + " IN SHARE ROW EXCLUSIVE MODE").c_str());
+    lock_for_given_keys(table);
     changed = change(statement, values);
-    const std::string& key = std::ranges::find_if(table.columns, &Column::assigned)->name;
-    const std::string count =
-        "SELECT setval(numbers, highest) FROM (SELECT pg_get_serial_sequence($1, $2)::regclass AS numbers, "
-        "(SELECT max(" +
-        quoted_name(key) + ") FROM " + quoted_name(table.name) +
-        ") AS highest) AS given "
-        "WHERE highest > coalesce(pg_sequence_last_value(numbers), 0)";
-    rows_of(connection_, count.c_str(), {quoted_name(table.name), key});
+    count_given_keys(table);
   });
   return changed;
+}
+
+// Nobody is given a number that is about to be taken.
+void PostgresSession::lock_for_given_keys(const TableInfo& table) {
+  control(("LOCK TABLE " + quoted_name(table.name) + " IN SHARE ROW EXCLUSIVE MODE").c_str());
+}
+
+// The server goes on numbering where it was, so it is told of a higher number.
+void PostgresSession::count_given_keys(const TableInfo& table) {
+  const std::string& key = std::ranges::find_if(table.columns, &Column::assigned)->name;
+  const std::string count =
+      "SELECT setval(numbers, highest) FROM (SELECT pg_get_serial_sequence($1, $2)::regclass AS numbers, "
+      "(SELECT max(" +
+      quoted_name(key) + ") FROM " + quoted_name(table.name) +
+      ") AS highest) AS given "
+      "WHERE highest > coalesce(pg_sequence_last_value(numbers), 0)";
+  rows_of(connection_, count.c_str(), {quoted_name(table.name), key});
+}
+
+void PostgresSession::insert_whole(const TableInfo& table, std::span<const std::vector<Variant>> rows) {
+  if (rows.empty()) return;
+  leave_queries();
+  as_one([&] {
+    const bool gives_keys = std::ranges::any_of(table.columns, &Column::assigned);
+    if (gives_keys) lock_for_given_keys(table);
+    const char* separator = " (";
+    std::string command = "COPY " + quoted_name(table.name);
+    for (const Column& column : table.columns) command += std::exchange(separator, ", ") + quoted_name(column.name);
+    connection_.copy_in(command + ") FROM STDIN", rows, tables_.known(table.name));
+    if (gives_keys) count_given_keys(table);
+  });
 }
 
 // All of a definition's statements, or none. Definitions go one after the other, so that several callers may create the

@@ -64,6 +64,7 @@ class PostgresSession final : public Session {
                      std::span<const Variant> values) override;
   void update(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
               std::span<const Variant> values) override;
+  void insert_whole(const TableInfo& table, std::span<const std::vector<Variant>> rows) override;
   void commit_transaction() override;
   void roll_back_transaction() override;
 
@@ -78,6 +79,9 @@ class PostgresSession final : public Session {
   Execution run_once(const dialect::LexedStatement& lexed, ExecuteOptions options);
   std::unique_ptr<Cursor> open_cursor(const CachedStatementPtr& statement, const SentValues& values);
   void define(const dialect::Translation& definition);
+  // Around rows whose assigned keys are given.
+  void lock_for_given_keys(const TableInfo& table);
+  void count_given_keys(const TableInfo& table);
   void prepare_store();
   CachedStatementPtr row_writer(const TableInfo& table, bool updates, std::span<const std::size_t> columns);
 
