@@ -134,6 +134,9 @@ BEGIN
     (SELECT concat_ws(' ', count(*), sum(xmin::text::bigint)) FROM pg_trigger WHERE oid >= 16384),
     (SELECT concat_ws(' ', count(*), sum(xmin::text::bigint)) FROM pg_proc WHERE oid >= 16384));
   FOR furnished IN SELECT name FROM pg_temp.furnished LOOP
+    IF to_regclass(furnished) IS NULL THEN
+      RETURN 'without ' || furnished;
+    END IF;
     EXECUTE format('SELECT md5(string_agg(t::text, '';'' ORDER BY t::text)) FROM %s t', furnished) INTO rows;
     state := concat_ws(' ', state, rows);
   END LOOP;
