@@ -18,13 +18,6 @@ std::string field(const PGresult* failed, int which) {
   return text == nullptr ? std::string() : std::string(text);
 }
 
-// One line, without the stop at its end.
-std::string one_line(std::string words) {
-  std::ranges::replace(words, '\n', ' ');
-  while (!words.empty() && (words.back() == ' ' || words.back() == '.')) words.pop_back();
-  return words;
-}
-
 RaisedError store_failure(std::string description) { return {kStoreFailure, {}, std::move(description), {}, 0}; }
 
 RaisedError check_failure(const PGresult* failed, const TableInfo* table, const std::string& words) {
@@ -44,15 +37,6 @@ RaisedError out_of_range(const TableInfo* table, const std::string& words) {
   return {kValueTooLong, {}, description + " (" + words + ")", {}, 0};
 }
 
-RaisedError timeout(const std::string& server, const std::string& words) {
-  try {
-    check_call_limit_now();
-  } catch (const Raised& passed) {
-    return passed.error();
-  }
-  return store_failure("Somebody ended the statement on " + server + " (" + words + ")");
-}
-
 }  // namespace
 
 std::string at_the_start(std::string label) {
@@ -63,6 +47,30 @@ std::string at_the_start(std::string label) {
 std::string_view state_of(const PGresult* failed) {
   const char* const state = PQresultErrorField(failed, PG_DIAG_SQLSTATE);
   return state == nullptr ? std::string_view() : std::string_view(state);
+}
+
+std::string one_line(std::string_view words) {
+  std::string line;
+  for (const char character : words) {
+    const bool is_blank = character == '\n' || character == '\t' || character == ' ';
+    if (!is_blank || !line.ends_with(' ')) line += is_blank ? ' ' : character;
+  }
+  while (line.ends_with(' ') || line.ends_with('.')) line.pop_back();
+  return line;
+}
+
+RaisedError unless_call_limit_passed(RaisedError failure) {
+  try {
+    check_call_limit_now();
+  } catch (const Raised& passed) {
+    return of_this_store(passed.error());
+  }
+  return failure;
+}
+
+bool undoes_transaction(std::string_view state) {
+  // A deadlock; another transaction was first; a failure that nothing was told of.
+  return state == "40P01" || state == "40001" || state == "25P02";
 }
 
 bool is_about_tables(std::string_view state) {
@@ -84,18 +92,20 @@ RaisedError failure_of(const PGresult* failed, const std::string& server, const 
   if (kind == "23") return of_this_store(constraint_violated(words));
   if (state == "22003" || state == "2200H") return of_this_store(out_of_range(table, words));
   if (state == "22001") return of_this_store({kValueTooLong, {}, "The value is too long (" + words + ")", {}, 0});
-  if (state == "57014") return of_this_store(timeout(server, words));
   if (state == "53200") return of_this_store({kOutOfMemory, {}, std::string(default_description(kOutOfMemory)), {}, 0});
   const auto told = [&](const std::string& description) {
     return of_this_store(store_failure(description + " (" + words + ")"));
   };
+  if (state == "57014") return unless_call_limit_passed(told("Somebody ended the statement on " + server));
   if (state == "40P01")
     return told("Two transactions waited for each other on " + server + ", and this one was undone. Repeat the call");
   if (state == "40001") return told("Another transaction on " + server + " was first. Repeat the call");
   if (state == "55P03")
     return told("Another process or connection holds what is to be changed on " + server +
                 ", and did not let go of it in time");
-  if (state == "25006") return told(server + " is read-only at the moment. Connect to the one that takes changes");
+  if (state == "25006")
+    return told(at_the_start(server) +
+                " takes no changes from this user, or is a copy. Connect to one that takes them");
   if (state == "53100") return told("The disk of " + server + " is full. Free some space, then repeat the call");
   if (state == "42501")
     return told("The user of the connection may not do this on " + server + ". Give it the right to");
@@ -105,7 +115,7 @@ RaisedError failure_of(const PGresult* failed, const std::string& server, const 
 }
 
 RaisedError opening_failure(const std::string& server, std::string words) {
-  words = one_line(std::move(words));
+  words = one_line(words);
   const std::string subject = at_the_start(server);
   const auto has = [&words](std::string_view part) { return words.find(part) != std::string::npos; };
   std::string what = subject + " cannot be reached";
@@ -125,14 +135,22 @@ RaisedError opening_failure(const std::string& server, std::string words) {
   } else if (has("certificate") || has("SSL") || has("sslmode")) {
     what = "The connection to " + server + " is not safe enough";
     advice = "Look at the server's certificate, and at SSL Mode";
-  } else if (has("too many clients") || has("remaining connection slots")) {
+  } else if (has("too many clients") || has("too many connections") || has("remaining connection slots")) {
     what = subject + " has no room for another connection";
-    advice = "Raise max_connections there, or use fewer processes";
-  } else if (has("starting up") || has("shutting down")) {
+    advice = "Raise the limit there, or use fewer processes";
+  } else if (has("starting up") || has("shutting down") || has("in recovery mode")) {
     what = subject + " is starting or stopping";
     advice = "Try again in a moment";
+  } else if (has("FATAL:")) {
+    what = subject + " refuses the connection";
+    advice = "See what it says";
   }
   return of_this_store(store_failure(what + ". " + advice + " (" + words + ")"));
+}
+
+RaisedError too_old(const std::string& server, int version) {
+  return of_this_store(store_failure(at_the_start(server) + " is PostgreSQL " + std::to_string(version / 10000) +
+                                     ". The store needs version 15 or later"));
 }
 
 RaisedError of_this_store(RaisedError failure) {

@@ -69,12 +69,23 @@ int number_at(const PGresult* rows, int row, int column) {
 }  // namespace
 
 ResultHandle rows_of(Connection& connection, const char* text, const SentValues& values) {
+  // A failure leaves the transaction as it was.
+  const bool is_saved = connection.is_in_transaction();
+  if (is_saved) connection.send("SAVEPOINT mercato_read");
   connection.send(text, values);
+  if (is_saved) connection.send("RELEASE SAVEPOINT mercato_read");
   connection.flush();
+  if (is_saved) connection.finish_command();
   ResultHandle rows = connection.finish_command();
   connection.finish_batch();
-  if (PQresultStatus(rows.get()) != PGRES_TUPLES_OK) throw Raised(failure_of(rows.get(), connection.label(), nullptr));
-  return rows;
+  if (PQresultStatus(rows.get()) == PGRES_TUPLES_OK) return rows;
+  RaisedError failure = failure_of(rows.get(), connection.label(), nullptr);
+  if (is_saved) {
+    connection.send("ROLLBACK TO SAVEPOINT mercato_read");
+    connection.flush(Ending::awaited);
+    connection.finish_batch();
+  }
+  throw Raised(std::move(failure));
 }
 
 const TableInfo* Tables::find(std::string_view name) const {

@@ -7,8 +7,10 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <future>
 #include <new>
 #include <optional>
+#include <thread>
 #include <utility>
 
 #include "mercato/raised_error.h"
@@ -21,6 +23,8 @@ namespace {
 
 constexpr int kOldestServer = 150000;
 constexpr int kDefaultLockTimeout = 10000;
+// For what a sound server does at once.
+constexpr std::chrono::seconds kPatience{5};
 
 struct Property {
   std::string_view ours;
@@ -74,10 +78,16 @@ int lock_timeout_of(const std::string& connection_string) {
 std::string settings_of(const std::string& connection_string) {
   std::string settings =
       "SET standard_conforming_strings = on; SET DateStyle = 'ISO, MDY'; SET extra_float_digits = 1; "
-      "SET default_transaction_isolation = 'read committed'; SET default_transaction_read_only = off; "
+      "SET default_transaction_isolation = 'read committed'; "
       "SET client_min_messages = warning; SET jit = off; SET lock_timeout = " +
       std::to_string(lock_timeout_of(connection_string));
   return settings;
+}
+
+// A server that does not answer is not waited for beyond the call limit; without one, as long as libpq is told to.
+void limit_opening(Parameters& parameters) {
+  if (const auto left = call_time_left())
+    parameters.add("connect_timeout", std::to_string(std::chrono::ceil<std::chrono::seconds>(*left).count() + 1));
 }
 
 void ignore_notice(void*, const PGresult*) {}
@@ -91,12 +101,11 @@ Connection::Connection(const std::string& connection_string) : label_(label_of(c
       parameters.add(property.engines, std::move(*value));
   parameters.add("client_encoding", "UTF8");
   parameters.add("fallback_application_name", "mercato");
+  limit_opening(parameters);
   connection_.reset(parameters.connect().release());
   if (!connection_) throw std::bad_alloc();
-  if (!is_usable()) throw Raised(opening_failure(label_, PQerrorMessage(connection_.get())));
-  if (server_version() < kOldestServer)
-    raise_store_failure(at_the_start(label_) + " is PostgreSQL " + std::to_string(server_version() / 10000) +
-                        ". The store needs version 15 or later");
+  if (!is_usable()) throw Raised(unless_call_limit_passed(opening_failure(label_, PQerrorMessage(connection_.get()))));
+  if (server_version() < kOldestServer) throw Raised(too_old(label_, server_version()));
   if (const char* const encoding = PQparameterStatus(connection_.get(), "server_encoding");
       encoding == nullptr || std::string_view(encoding) != "UTF8")
     raise_store_failure(at_the_start(label_) + " keeps its texts as " + (encoding == nullptr ? "" : encoding) +
@@ -108,6 +117,8 @@ Connection::Connection(const std::string& connection_string) : label_(label_of(c
                                         std::array{path->c_str()}.data(), nullptr, nullptr, 0));
     if (PQresultStatus(set.get()) != PGRES_TUPLES_OK) throw Raised(failure_of(set.get(), label_, nullptr));
   }
+  // A statement may be longer than what the system takes at once: a server that has stopped reading must not hold us.
+  PQsetnonblocking(connection_.get(), 1);
   PQenterPipelineMode(connection_.get());
 }
 
@@ -115,8 +126,11 @@ Connection::Connection(const std::string& connection_string) : label_(label_of(c
 template <class Work>
 ResultHandle Connection::outside_of_batches(Work work) {
   const bool pipelined = PQpipelineStatus(connection_.get()) != PQ_PIPELINE_OFF;
+  const int nonblocking = PQisnonblocking(connection_.get());
   if (pipelined) PQexitPipelineMode(connection_.get());
+  PQsetnonblocking(connection_.get(), 0);
   ResultHandle done = work();
+  PQsetnonblocking(connection_.get(), nonblocking);
   if (pipelined) PQenterPipelineMode(connection_.get());
   if (!is_usable()) raise_lost();
   return done;
@@ -193,24 +207,37 @@ void Connection::run(const std::string& name, const SentValues& values) {
       PQsendQueryPrepared(connection_.get(), name.c_str(), static_cast<int>(values.size()), sent, nullptr, nullptr, 0));
 }
 
-void Connection::flush() {
+void Connection::flush(Ending ending) {
   queued(PQpipelineSync(connection_.get()));
   ++batches_;
-  cancelled_ = false;
+  ending_ = ending;
+  patience_.reset();
 }
 
 // Receiving
 
-void Connection::wait_until_readable() {
-  pollfd watched{PQsocket(connection_.get()), POLLIN, 0};
-  while (PQisBusy(connection_.get()) != 0) {
-    std::optional<std::chrono::milliseconds> left;
-    if (!cancelled_) left = call_time_left();
-    if (left && left->count() == 0) {
+// Until the call limit passes, and a little longer then; nothing when there is no end.
+std::optional<std::chrono::milliseconds> Connection::time_to_wait() {
+  if (!patience_) {
+    const auto left = call_time_left();
+    if (!left || left->count() > 0) return left;
+    if (ending_ == Ending::cancelled)
       cancel();
-      continue;
-    }
+    else
+      patience_ = std::chrono::steady_clock::now() + kPatience;
+  }
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(*patience_ - std::chrono::steady_clock::now());
+  return std::max(left, std::chrono::milliseconds(0));
+}
+
+void Connection::wait_until_readable() {
+  while (PQisBusy(connection_.get()) != 0) {
+    const int unsent = PQflush(connection_.get());
+    if (unsent < 0) raise_lost();
+    const auto left = time_to_wait();
+    if (given_up_ || (left && left->count() == 0)) raise_given_up();
     constexpr std::chrono::milliseconds kLongest{1000000};
+    pollfd watched{PQsocket(connection_.get()), static_cast<short>(unsent == 0 ? POLLIN : POLLIN | POLLOUT), 0};
     const int ready = poll(&watched, 1, left ? static_cast<int>(std::min(*left, kLongest).count()) : -1);
     if (ready < 0 && errno != EINTR) raise_lost();
     if (ready > 0 && PQconsumeInput(connection_.get()) != 1) raise_lost();
@@ -220,7 +247,8 @@ void Connection::wait_until_readable() {
 ResultHandle Connection::next() {
   wait_until_readable();
   ResultHandle result(PQgetResult(connection_.get()));
-  if (result && !is_usable()) raise_lost();
+  // Of a connection that is lost there would be no next answer for ever.
+  if (!is_usable()) raise_lost();
   return result;
 }
 
@@ -247,12 +275,22 @@ ResultHandle Connection::finish_batch() {
   return failure;
 }
 
+// libpq asks on a connection of its own and waits for its end without a limit, so a thread of its own asks. When it has
+// been answered, the server has told the command: none that is sent later can be meant.
 void Connection::cancel() noexcept {
-  cancelled_ = true;
-  char words[256];
-  if (PGcancel* const cancelling = PQgetCancel(connection_.get())) {
-    PQcancel(cancelling, words, sizeof words);
-    PQfreeCancel(cancelling);
+  patience_ = std::chrono::steady_clock::now() + kPatience;
+  PGcancel* const cancelling = PQgetCancel(connection_.get());
+  try {
+    std::packaged_task<void()> ask([cancelling] {
+      char words[256];
+      if (cancelling != nullptr) PQcancel(cancelling, words, sizeof words);
+      PQfreeCancel(cancelling);
+    });
+    const std::future<void> asked = ask.get_future();
+    std::thread(std::move(ask)).detach();
+    given_up_ = asked.wait_until(*patience_) != std::future_status::ready;
+  } catch (...) {
+    // Without a thread the command goes on, and is given up when the patience ends.
   }
 }
 
@@ -268,12 +306,20 @@ bool Connection::has_ended() const noexcept {
 }
 
 void Connection::raise_lost() {
-  std::string words = PQerrorMessage(connection_.get());
-  std::ranges::replace(words, '\n', ' ');
-  while (!words.empty() && (words.back() == ' ' || words.back() == '.')) words.pop_back();
+  const std::string words = one_line(PQerrorMessage(connection_.get()));
   raise_store_failure(at_the_start(label_) +
-                      " has ended the connection. What was not committed is undone there. Repeat the call" +
+                      " has ended the connection. What was not committed is undone there. See what stands, then repeat "
+                      "the call" +
                       (words.empty() ? "" : " (" + words + ")"));
+}
+
+void Connection::raise_given_up() {
+  given_up_ = true;
+  throw Raised(unless_call_limit_passed({error_number::kStoreFailure,
+                                         std::string(kFailureSource),
+                                         at_the_start(label_) + " does not answer. Its connection was given up",
+                                         {},
+                                         0}));
 }
 
 }  // namespace mercato::store::postgres

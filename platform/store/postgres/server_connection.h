@@ -9,7 +9,10 @@
 
 #include <libpq-fe.h>
 
+#include <chrono>
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -24,6 +27,12 @@ struct ClearResult {
 };
 using ResultHandle = std::unique_ptr<PGresult, ClearResult>;
 
+// What happens to a batch when the call limit passes.
+enum class Ending : std::uint8_t {
+  cancelled,  // the server is told to stop
+  awaited,    // a commit or a rollback: stopped half-way, it would leave the next statement in doubt
+};
+
 class Connection {
  public:
   // Raises what `postgres_driver` says.
@@ -36,14 +45,15 @@ class Connection {
   // Parameters of type 0 are what the engine takes them for.
   void prepare(const std::string& name, const std::string& text, const std::vector<Oid>& types);
   void run(const std::string& name, const SentValues& values);
-  void flush();
+  void flush(Ending ending = Ending::cancelled);
   // Several statements without parameters, outside of any batch. Raises what they raise.
   void run_script(const std::string& script);
   // Sends whole rows by that COPY command, outside of any batch. Raises what it raises; `table` is the one it fills.
   void copy_in(const std::string& command, std::span<const std::vector<Variant>> rows, const TableInfo* table);
 
   // The next answer of the batch: null behind the last one of each command. Raises when the connection is lost; when the
-  // call limit passes, the command is ended on the server, and its answer is the engine's failure.
+  // call limit passes, the command is ended on the server, and its answer is the engine's failure. A server that does not
+  // answer even then is waited for a few seconds: the connection is given up, as if it were lost.
   ResultHandle next();
   // The same for a command that is to give its rows one by one: asked before its first answer.
   void stream_rows();
@@ -55,9 +65,13 @@ class Connection {
   // Ends the running command on the server; the batch has still to be finished.
   void cancel() noexcept;
 
-  bool is_usable() const noexcept { return PQstatus(connection_.get()) == CONNECTION_OK; }
+  bool is_usable() const noexcept { return !given_up_ && PQstatus(connection_.get()) == CONNECTION_OK; }
   // No command is under way, no transaction open.
-  bool is_idle() const noexcept { return PQtransactionStatus(connection_.get()) == PQTRANS_IDLE && batches_ == 0; }
+  bool is_idle() const noexcept {
+    return is_usable() && PQtransactionStatus(connection_.get()) == PQTRANS_IDLE && batches_ == 0;
+  }
+  // Whether a transaction is open; asked between two batches.
+  bool is_in_transaction() const noexcept { return PQtransactionStatus(connection_.get()) == PQTRANS_INTRANS; }
   // Whether the server has closed the connection meanwhile. Asks the system, not the server.
   bool has_ended() const noexcept;
   // What the server says that it is: 150004 for 15.4.
@@ -77,13 +91,17 @@ class Connection {
   void queued(int done);
   const char* const* values_of(const SentValues& values);
   void wait_until_readable();
+  std::optional<std::chrono::milliseconds> time_to_wait();
   [[noreturn]] void raise_lost();
+  [[noreturn]] void raise_given_up();
 
   std::string label_;
   std::unique_ptr<PGconn, Close> connection_;
   std::vector<const char*> sent_;  // its room serves one command after the other
   int batches_ = 0;                // that were sent and are not finished
-  bool cancelled_ = false;         // the running command, for the call limit has passed
+  Ending ending_ = Ending::cancelled;
+  std::optional<std::chrono::steady_clock::time_point> patience_;  // until when the batch is still waited for
+  bool given_up_ = false;
 };
 
 }  // namespace mercato::store::postgres

@@ -274,9 +274,10 @@ void PostgresSession::send_command(CachedStatement& statement, const SentValues&
   opened_ = !begun_ && mode_ == Mode::transaction && writes;
   if (opened_) before("BEGIN");
   if (begun_) {
-    if (saved_) before("RELEASE SAVEPOINT mercato");
+    if (std::exchange(saved_, false)) before("RELEASE SAVEPOINT mercato");
     before("SAVEPOINT mercato");
   }
+  const int last_of_transaction = commands_before;
   const bool prepares = statement.name.empty();
   std::string name = prepares ? "m" + std::to_string(++prepared_) : statement.name;
   if (prepares) {
@@ -292,8 +293,9 @@ void PostgresSession::send_command(CachedStatement& statement, const SentValues&
   for (int i = 0; i < commands_before; ++i) {
     const ResultHandle done = connection_.finish_command();
     if (!succeeded(done.get())) fail_command(done.get(), statement.translation.common.table);
-    if (opened_) begun_ = true;
-    if (begun_) saved_ = !opened_;
+    if (i + 1 != last_of_transaction) continue;
+    begun_ = true;
+    saved_ = !opened_;
   }
   if (prepares) statement.name = std::move(name);
 }
@@ -324,16 +326,19 @@ void PostgresSession::fail_command(const PGresult* failed, std::string_view tabl
   failed_with_ = state_of(failed);
   RaisedError failure = failure_of(failed, connection_.label(), tables_.known(table));
   while (connection_.has_batches()) connection_.finish_batch();
+  const bool loses_more = begun_ && !opened_ && (!saved_ || undoes_transaction(failed_with_));
+  if (loses_more) opened_ = true;
   undo_command();
+  if (loses_more && mode_ == Mode::transaction) lose_transaction(failure.Description);
   throw Raised(std::move(failure));
 }
 
 // The transaction is as it was before the command.
 void PostgresSession::undo_command() {
   if (!begun_) return;
-  if (!opened_) return control("ROLLBACK TO SAVEPOINT mercato");
+  if (!opened_) return finish("ROLLBACK TO SAVEPOINT mercato");
   begun_ = saved_ = opened_ = false;
-  control("ROLLBACK");
+  finish("ROLLBACK");
 }
 
 void PostgresSession::note_lost_connection(const Raised& failed) noexcept {
@@ -347,9 +352,9 @@ void PostgresSession::note_lost_connection(const Raised& failed) noexcept {
   }
 }
 
-void PostgresSession::control(const char* text) {
+void PostgresSession::control(const char* text, Ending ending) {
   connection_.send(text);
-  connection_.flush();
+  connection_.flush(ending);
   if (const ResultHandle failed = connection_.finish_batch())
     throw Raised(failure_of(failed.get(), connection_.label(), nullptr));
 }
@@ -366,13 +371,14 @@ void PostgresSession::as_one(Work work) {
     if (!begins) return control("RELEASE SAVEPOINT mercato_step");
     if (mode_ == Mode::transaction) return;
     begun_ = false;
-    control("COMMIT");
+    finish("COMMIT");
     if (mode_ == Mode::run) unflushed_ = true;
   } catch (const Raised& failed) {
     note_lost_connection(failed);
     saved_ = false;
+    const bool is_open = begun_;
     if (begins) begun_ = false;
-    if (connection_.is_usable()) control(begins ? "ROLLBACK" : "ROLLBACK TO SAVEPOINT mercato_step");
+    if (is_open) finish(begins ? "ROLLBACK" : "ROLLBACK TO SAVEPOINT mercato_step");
     throw;
   }
 }
@@ -435,7 +441,7 @@ void PostgresSession::define(const dialect::Translation& definition) {
 void PostgresSession::prepare_store() {
   const ResultHandle found = rows_of(connection_, "SELECT current_schema(), to_regclass('mercato_store') IS NOT NULL");
   if (PQgetisnull(found.get(), 0, 0) != 0)
-    raise_store_failure(connection_.label() +
+    raise_store_failure(at_the_start(connection_.label()) +
                         " has no schema to create tables in. Create one, and name it in Search Path");
   if (std::string_view(PQgetvalue(found.get(), 0, 1)) == "t") {
     const ResultHandle version = rows_of(connection_, "SELECT functions FROM mercato_store");
@@ -453,7 +459,7 @@ void PostgresSession::commit_transaction() {
   leave_queries();
   begun_ = saved_ = false;
   connection_.send("COMMIT");
-  connection_.flush();
+  connection_.flush(Ending::awaited);
   const ResultHandle done = connection_.finish_command();
   const ResultHandle failed = connection_.finish_batch();
   if (!succeeded(done.get())) throw Raised(failure_of(done.get(), connection_.label(), nullptr));
@@ -468,7 +474,7 @@ void PostgresSession::roll_back_transaction() {
   saved_ = false;
   try {
     leave_queries();
-    control("ROLLBACK");
+    finish("ROLLBACK");
     forget_schema();
   } catch (const Raised&) {
     // The server rolls back what a lost connection leaves.
@@ -489,7 +495,7 @@ void PostgresSession::end_run() {
   // A commit that is waited for: the log is one, so all that was committed before is on the disk with it.
   const std::size_t batches = send_settings();
   connection_.send("SELECT setval('mercato_flush', 1)");
-  connection_.flush();
+  connection_.flush(Ending::awaited);
   for (std::size_t i = 0; i <= batches; ++i)
     if (const ResultHandle failed = connection_.finish_batch())
       throw Raised(failure_of(failed.get(), connection_.label(), nullptr));

@@ -98,7 +98,8 @@ class PostgresSession final : public Session {
   template <class Work>
   void as_one(Work work);
   // Statements of the session's own.
-  void control(const char* text);
+  void control(const char* text, Ending ending = Ending::cancelled);
+  void finish(const char* text) { control(text, Ending::awaited); }
   std::size_t send_settings();
   void forget_schema();
 
