@@ -5,7 +5,9 @@
 #pragma once
 
 #include <optional>
+#include <span>
 
+#include "mercato/statement.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/unit_of_work.h"
 
@@ -26,6 +28,11 @@ class StoreRun {
   // To be called before the thread waits for anything but the store: the statements of its run are committed, and
   // others can write meanwhile. Calls of collaborators do this themselves, unless their class says that it never waits.
   static void before_waiting() { store::UnitOfWork::before_waiting(); }
+
+  // The queries that come next, in this order, after one more write, where they are known: a store on a server answers
+  // them together with that write. Nothing but time depends on it, and that only where `looks_ahead`.
+  static void foresee(std::span<const Sql> queries);
+  static bool looks_ahead();
 
  private:
   store::OutermostCall call_;  // a store that stays locked is waited for once in a run

@@ -5,6 +5,7 @@
 #include "frame/lib_general.h"
 #include "frame/method.h"
 #include "frame/tails.h"
+#include "frame/upload_run.h"
 #include "frame/util.h"
 #include "upload/product_writing.h"
 #include "values/text.h"
@@ -88,6 +89,32 @@ std::int32_t first_product_id(const Sql& sql, const ConnectionPtr& connection) {
   return product_id;
 }
 
+// The names of properties, for those who look ahead; else none.
+std::vector<std::string> names_ahead(const Dictionary& properties) {
+  std::vector<std::string> names;
+  if (!StoreRun::looks_ahead()) return names;
+  for (const Variant& key : properties.Keys().items)
+    if (!text::equal_names(key.text_value(), kSeparatorKey)) names.push_back(key.text_value());
+  return names;
+}
+
+// What the next property begins with goes out with the write of this one.
+class NextProperty {
+ public:
+  explicit NextProperty(const Dictionary& properties) : names_(names_ahead(properties)) {}
+  // `query`: what the property of a name is looked up by.
+  template <class Query>
+  void foresee(Query query) {
+    if (++begun_ >= names_.size()) return;
+    const Sql next[] = {query(names_[begun_])};
+    StoreRun::foresee(next);
+  }
+
+ private:
+  std::vector<std::string> names_;
+  std::size_t begun_ = 0;
+};
+
 template <class Write>
 void for_each_property(const Dictionary& properties, Write write) {
   properties.for_each([&](const Variant& key, const Variant& item) {
@@ -104,6 +131,13 @@ void execute_on_new_connection(const Sql& sql) {
 
 }  // namespace
 
+void ProductWriter::foresee_properties(const Dictionary& properties, const std::string& iBuyFromPartNr) {
+  const std::vector<std::string> names = names_ahead(properties);
+  if (names.empty()) return;
+  const Sql next[] = {product_id_by(iBuyFromPartNr), property_by_name(names.front())};
+  StoreRun::foresee(next);
+}
+
 void ProductWriter::insertProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr) {
   Opened opened;
   return method(
@@ -112,6 +146,7 @@ void ProductWriter::insertProductProperties(const Dictionary& properties, const 
         const std::int32_t product_id = first_product_id(product_id_by(iBuyFromPartNr), opened.connection);
         Sql_CloseConnection(opened.connection);
 
+        NextProperty next(properties);
         for_each_property(properties, [&](const std::string& property_name, const Variant& item) {
           opened.connection = GetConnection();
           opened.rows = open_read_only(property_by_name(property_name), opened.connection);
@@ -120,6 +155,7 @@ void ProductWriter::insertProductProperties(const Dictionary& properties, const 
           // Before the write, for which the store would have to keep the rest of the rows.
           opened.close();
           const std::string stored = getValidPropertyValue(item, property.type);
+          next.foresee(property_by_name);
           execute_on_new_connection(known ? close_value_insert(property.id, product_id, stored)
                                           : spaced_value_insert(property.id, product_id, stored));
         });
@@ -133,11 +169,14 @@ void ProductWriter::updateProductProperties(const Dictionary& properties, const 
       [&] {
         const std::int32_t product_id = first_product_id(product_id_by(iBuyFromPartNr), read_connection_.get());
 
+        NextProperty next(properties);
+        const auto query = [product_id](const std::string& name) { return value_by_name(product_id, name); };
         for_each_property(properties, [&](const std::string& property_name, const Variant& item) {
           opened.connection = GetConnection();
           opened.rows = open_read_only(value_by_name(product_id, property_name), opened.connection);
           if (!opened.rows->Eof()) {
             const Property property = property_of(opened.rows);
+            next.foresee(query);
             execute_on_new_connection(
                 value_update(property.id, product_id, getValidPropertyValue(item, property.type)));
           } else {
@@ -146,6 +185,7 @@ void ProductWriter::updateProductProperties(const Dictionary& properties, const 
             opened.rows = opened.connection->Execute(property_by_name(property_name));
             const Property property =
                 opened.rows->Eof() ? create_property(property_name, GetConnection()) : property_of(opened.rows);
+            next.foresee(query);
             execute_on_new_connection(
                 spaced_value_insert(property.id, product_id, getValidPropertyValue(item, property.type)));
           }

@@ -183,6 +183,7 @@ UploadOutcome ProductXML::Parts::write_record(Dictionary& values, bool exists, c
     writer.updateProductProperties(values, iBuyFromPartNr);
     return UploadOutcome::updated;
   }
+  writer.foresee_properties(values, iBuyFromPartNr);
   writer.insertProductValues(standard, iBuyFromPartNr);
   writer.insertProductProperties(values, iBuyFromPartNr);
   return UploadOutcome::inserted;

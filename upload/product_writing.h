@@ -23,6 +23,8 @@ class ProductWriter {
   void insertProductValues(Dictionary& standard, const std::string& iBuyFromPartNr);
   // A part number without a product writes nothing here, and fails later, when its properties want the id.
   void updateProductValues(const Dictionary& standard, const std::string& iBuyFromPartNr);
+  // That `insertProductProperties` comes next, behind the write of a product. Nothing but time depends on it.
+  static void foresee_properties(const Dictionary& properties, const std::string& iBuyFromPartNr);
   // Does not look whether the product has a value already: the store refuses a second one. Raises kNoCurrentRow without
   // a product.
   void insertProductProperties(const Dictionary& properties, const std::string& iBuyFromPartNr);

@@ -34,6 +34,21 @@ bool Session::is_last_setting(const Sql& statement) const {
   return !last_setting_.empty() && statement.text() == last_setting_ && statement.marks().empty();
 }
 
+void Session::foresee(std::span<const Sql> queries) {
+  if (!foresees()) return;
+  expect_nothing();
+  dialect::LexedStatement lexed;
+  try {
+    for (const Sql& query : queries) {
+      dialect::lex(query.text(), lexed);
+      dialect::check_pieces(query, lexed);
+      expect(lexed);
+    }
+  } catch (const Raised&) {
+    // One that is refused is refused when it is executed, and those behind it do not come.
+  }
+}
+
 RowIdentity Session::insert_row(const TableInfo& table, std::span<const std::size_t> columns,
                                 std::span<const Variant> values) {
   refuse_if_lost();

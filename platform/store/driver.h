@@ -85,6 +85,12 @@ class Session {
   // engine ever gets a value that is anything but one literal.
   Execution execute(const Sql& statement, ExecuteOptions options = {});
 
+  // Queries that will probably be executed next, in this order, after one more write; what is not executed next is
+  // forgotten. Nothing but time depends on it: each is answered as it would be right after that write.
+  void foresee(std::span<const Sql> queries);
+  // Whether it is worth the caller's while to say so. No: the store is in this process, and waits for nobody.
+  virtual bool foresees() const { return false; }
+
   // A table by name in any case; null when there is none. Valid until the session's next statement.
   virtual const TableInfo* table(std::string_view name) = 0;
   // Whether that table has an index of that name; both in any case.
@@ -135,6 +141,9 @@ class Session {
   virtual void before_statement() {}
   // The text is `statement.text`. Its shape (shape_cache.h) is for a driver that translates.
   virtual Execution run(const dialect::LexedStatement& statement, ExecuteOptions options) = 0;
+  // The queries that are foreseen, one by one, the first one after `expect_nothing`.
+  virtual void expect(const dialect::LexedStatement& /*query*/) {}
+  virtual void expect_nothing() {}
   virtual RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
                              std::span<const Variant> values) = 0;
   virtual void update(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,

@@ -31,6 +31,12 @@ Session& UnitOfWork::session(const std::string& connection_string) {
   return *enlisted_.back().session.get();
 }
 
+Session* UnitOfWork::session_in_use(const std::string& connection_string) const {
+  for (const Enlisted& enlisted : enlisted_)
+    if (enlisted.connection_string == connection_string) return enlisted.session.get();
+  return nullptr;
+}
+
 // Two strings may lead to one store, so only the session in use may hold a run's write lock.
 void UnitOfWork::flush_run(const Session* except) {
   if (failed_) throw Raised(*failed_);

@@ -30,6 +30,8 @@ class UnitOfWork {
   Kind kind() const { return kind_; }
   // The shared session, enlisted at its first use. Raises the failure of `before_waiting`, if there was one.
   Session& session(const std::string& connection_string);
+  // The same when it is enlisted already, else null.
+  Session* session_in_use(const std::string& connection_string) const;
   // Raises what the store raises; everything is rolled back then. A run is made durable.
   void commit();
   void rollback() noexcept;

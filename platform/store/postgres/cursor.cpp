@@ -132,7 +132,7 @@ void PostgresCursor::abandon() noexcept {
   PostgresSession& session = *session_;
   try {
     for (int rows = 0; session_; ++rows) {
-      if (rows == kFew && !session.begun_) session.connection_.cancel();
+      if (rows == kFew && !session.begun_ && session.foreseen_.empty()) session.connection_.cancel();
       step();
     }
   } catch (...) {

@@ -121,8 +121,9 @@ PostgresSession::~PostgresSession() { reset(); }
 // Statements
 
 Execution PostgresSession::run(const dialect::LexedStatement& statement, ExecuteOptions options) {
-  leave_queries();
   failed_with_.clear();
+  if (std::unique_ptr<Cursor> ahead = take_foreseen(statement, options)) return {std::move(ahead), 0};
+  leave_queries();
   try {
     return run_once(statement, options);
   } catch (const Raised& failed) {
@@ -198,6 +199,8 @@ std::unique_ptr<Cursor> PostgresSession::open_cursor(const CachedStatementPtr& s
 // Tables and rows
 
 const TableInfo* PostgresSession::table(std::string_view name) {
+  if (std::exchange(stale_, false)) forget_schema();
+  if (const TableInfo* const known = tables_.known(name)) return known;
   leave_queries();
   if (tables_.refresh()) forget_schema();
   return tables_.find(name);
@@ -248,6 +251,49 @@ CachedStatementPtr PostgresSession::row_writer(const TableInfo& table, bool upda
 
 void PostgresSession::leave_queries() {
   if (streaming_ != nullptr) streaming_->drain();
+  forget_foreseen();
+}
+
+// Queries that are known ahead
+
+void PostgresSession::expect_nothing() { expected_.clear(); }
+
+// One that is not prepared yet waits until it is executed, and so do those behind it.
+void PostgresSession::expect(const dialect::LexedStatement& query) {
+  const CachedStatementPtr statement = statements_.find(query, false);
+  SentValues values;
+  const bool is_ready = statement && !statement->name.empty() && !statement->translation.is_empty &&
+                        statement->translation.common.kind == dialect::StatementKind::query &&
+                        bind_literals(statement->translation.bindings, query, values);
+  if (!is_ready) dialect::refuse("The query is not known yet");
+  expected_.push_back({std::string(query.text), statement, std::move(values)});
+}
+
+// Each in a batch of its own, as if it were sent when the write has been answered.
+void PostgresSession::send_expected() {
+  // In a transaction one that failed would take it along.
+  if (begun_) expected_.clear();
+  for (Foreseen& query : std::exchange(expected_, {})) {
+    connection_.run(query.statement->name, query.values);
+    connection_.flush();
+    foreseen_.push_back(std::move(query));
+  }
+}
+
+std::unique_ptr<Cursor> PostgresSession::take_foreseen(const dialect::LexedStatement& lexed, ExecuteOptions options) {
+  if (foreseen_.empty()) return nullptr;
+  if (options.identified || foreseen_.front().text != lexed.text) return nullptr;
+  if (streaming_ != nullptr) streaming_->drain();
+  const CachedStatementPtr statement = std::move(foreseen_.front().statement);
+  foreseen_.pop_front();
+  connection_.stream_rows();
+  return std::make_unique<PostgresCursor>(*this, statement);
+}
+
+void PostgresSession::forget_foreseen() {
+  if (foreseen_.empty()) return;
+  foreseen_.clear();
+  while (connection_.has_batches()) connection_.finish_batch();
 }
 
 // Each in a batch of its own: what becomes of the command does not undo them.
@@ -303,6 +349,7 @@ void PostgresSession::send_command(CachedStatement& statement, const SentValues&
 ResultHandle PostgresSession::change(CachedStatement& statement, const SentValues& values) {
   try {
     send_command(statement, values, true);
+    send_expected();
     ResultHandle changed = connection_.finish_command();
     if (!succeeded(changed.get())) fail_command(changed.get(), statement.translation.common.table);
     end_command();
@@ -318,13 +365,14 @@ ResultHandle PostgresSession::change(CachedStatement& statement, const SentValue
 
 void PostgresSession::end_command() {
   // A single statement is committed at the end of its batch.
-  while (connection_.has_batches())
-    if (const ResultHandle failed = connection_.finish_batch()) fail_command(failed.get(), {});
+  if (const ResultHandle failed = connection_.finish_batch()) fail_command(failed.get(), {});
 }
 
 void PostgresSession::fail_command(const PGresult* failed, std::string_view table) {
   failed_with_ = state_of(failed);
+  stale_ = is_about_tables(failed_with_);
   RaisedError failure = failure_of(failed, connection_.label(), tables_.known(table));
+  foreseen_.clear();
   while (connection_.has_batches()) connection_.finish_batch();
   const bool loses_more = begun_ && !opened_ && (!saved_ || undoes_transaction(failed_with_));
   if (loses_more) opened_ = true;
@@ -434,6 +482,7 @@ void PostgresSession::define(const dialect::Translation& definition) {
     for (const std::string& text : definition.statements) control(text.c_str());
     control("UPDATE mercato_store SET definitions = definitions + 1");
   });
+  defined_ = begun_;
   forget_schema();
 }
 
@@ -457,7 +506,7 @@ void PostgresSession::commit_transaction() {
   mode_ = Mode::single;
   if (!begun_) return;
   leave_queries();
-  begun_ = saved_ = false;
+  begun_ = saved_ = defined_ = false;
   connection_.send("COMMIT");
   connection_.flush(Ending::awaited);
   const ResultHandle done = connection_.finish_command();
@@ -475,7 +524,7 @@ void PostgresSession::roll_back_transaction() {
   try {
     leave_queries();
     finish("ROLLBACK");
-    forget_schema();
+    if (std::exchange(defined_, false)) forget_schema();
   } catch (const Raised&) {
     // The server rolls back what a lost connection leaves.
   }
@@ -489,6 +538,7 @@ void PostgresSession::begin_run() {
 
 void PostgresSession::end_run() {
   mode_ = Mode::single;
+  expected_.clear();
   leave_queries();
   settings_.push_back("RESET synchronous_commit");
   if (!std::exchange(unflushed_, false)) return;

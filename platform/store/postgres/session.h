@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -48,6 +49,8 @@ class PostgresSession final : public Session {
       : Session(kFailureSource), connection_(connection_string) {}
   ~PostgresSession() override;
 
+  // A query that goes out with the write before it saves an exchange with the server.
+  bool foresees() const override { return mode_ == Mode::run; }
   const TableInfo* table(std::string_view name) override;
   bool has_index(std::string_view table, std::string_view name) override;
   void start_transaction() override { mode_ = Mode::transaction; }
@@ -58,6 +61,8 @@ class PostgresSession final : public Session {
   bool unused() const noexcept override;
 
  protected:
+  void expect(const dialect::LexedStatement& query) override;
+  void expect_nothing() override;
   bool end_use() noexcept override;
   Execution run(const dialect::LexedStatement& statement, ExecuteOptions options) override;
   RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
@@ -72,6 +77,13 @@ class PostgresSession final : public Session {
   friend class PostgresCursor;
 
   enum class Mode : std::uint8_t { single, transaction, run };
+
+  // A query that is sent before it is executed.
+  struct Foreseen {
+    std::string text;
+    CachedStatementPtr statement;
+    SentValues values;
+  };
 
   // The statement for these literals; `values` are what they are sent as.
   CachedStatementPtr translated(const dialect::LexedStatement& lexed, bool identified, SentValues& values);
@@ -90,6 +102,10 @@ class PostgresSession final : public Session {
   ResultHandle change(CachedStatement& statement, const SentValues& values);
   ResultHandle change_with_given_key(CachedStatement& statement, const SentValues& values);
   void end_command();
+  void send_expected();
+  // The cursor of that query when it was sent ahead; else what was sent ahead is passed over.
+  std::unique_ptr<Cursor> take_foreseen(const dialect::LexedStatement& lexed, ExecuteOptions options);
+  void forget_foreseen();
   [[noreturn]] void fail_command(const PGresult* failed, std::string_view table);
   void undo_command();
   void note_lost_connection(const Raised& failed) noexcept;
@@ -110,11 +126,15 @@ class PostgresSession final : public Session {
   std::unordered_map<std::string, CachedStatementPtr> row_writers_;  // by their text
   std::uint64_t prepared_ = 0;                                       // how many statements have had a name
   PostgresCursor* streaming_ = nullptr;                              // whose rows the server is sending
+  std::vector<Foreseen> expected_;                                   // to go out with the next write
+  std::deque<Foreseen> foreseen_;                                    // that went out; the server is answering them
 
   Mode mode_ = Mode::single;
   bool begun_ = false;                 // the server's transaction
   bool opened_ = false;                // it began with the command that is under way
   bool saved_ = false;                 // it has a savepoint
+  bool defined_ = false;               // a definition is part of it
+  bool stale_ = false;                 // what is known of the tables was the reason for a failure
   bool unflushed_ = false;             // a run has committed something without a flush
   std::vector<const char*> settings_;  // that go out before the next command
   std::string failed_with_;            // the engine's signs for the latest failure

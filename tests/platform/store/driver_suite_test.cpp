@@ -474,6 +474,57 @@ TEST_P(DriverSuite, StatementsOfARunStandAtOnceForTheirSessionAndSoonForOthers) 
   EXPECT_EQ(one("SELECT COUNT(*) FROM PLAIN"), Variant(3));
 }
 
+TEST_P(DriverSuite, AForeseenQueryIsAnsweredAsItIsRightAfterTheWrite) {
+  const std::string count = "SELECT COUNT(*) FROM PLAIN", largest = "SELECT MAX(N) FROM PLAIN";
+  const auto foresee = [&](const std::vector<std::string>& texts) {
+    std::vector<Sql> queries;
+    for (const std::string& text : texts) queries.push_back(Sql::verbatim(text));
+    session_->foresee(queries);
+  };
+  session_->begin_run();
+  EXPECT_EQ(one(count), Variant(0));
+  EXPECT_TRUE(one(largest).is_null());
+
+  foresee({count, largest});
+  execute("INSERT INTO PLAIN (N) VALUES (1)");
+  EXPECT_EQ(one(count), Variant(1));
+  EXPECT_EQ(one(largest), Variant(1));
+  EXPECT_EQ(one(count), Variant(1));
+
+  // Something else comes.
+  foresee({count, largest});
+  insert("PLAIN", {"N"}, {Variant(2)});
+  EXPECT_EQ(one(largest), Variant(2));
+  EXPECT_EQ(one(count), Variant(2));
+  foresee({count, largest});
+  execute("INSERT INTO PLAIN (N) VALUES (3)");
+  execute("INSERT INTO PLAIN (N) VALUES (4)");
+  EXPECT_EQ(one(count), Variant(4));
+
+  // A query that is still read when the foreseen one is executed keeps its rows.
+  foresee({count});
+  const Execution walk = execute("SELECT N FROM PLAIN ORDER BY N");
+  ASSERT_TRUE(walk.cursor->next());
+  execute("INSERT INTO PLAIN (N) VALUES (5)");
+  EXPECT_EQ(one(count), Variant(5));
+  EXPECT_EQ(rows_of(*walk.cursor).size(), 3U);
+
+  // The write's failure is its own.
+  execute("INSERT INTO PRICELINE (ID, GROUPBY) VALUES (1, 'a')");
+  foresee({count, largest});
+  EXPECT_EQ(failure_of([&] { execute("INSERT INTO PRICELINE (ID, GROUPBY) VALUES (1, 'a')"); }).Number,
+            kConstraintViolated);
+  EXPECT_EQ(one(count), Variant(5));
+  foresee({"SELECT NOSUCH FROM PLAIN", "SELECT 'no end", count});
+  execute("INSERT INTO PLAIN (N) VALUES (6)");
+  EXPECT_EQ(failure_of([&] { execute("SELECT NOSUCH FROM PLAIN"); }).Number, kStatementRefused);
+  EXPECT_EQ(one(count), Variant(6));
+  foresee({count});
+  session_->end_run();
+  execute("INSERT INTO PLAIN (N) VALUES (7)");
+  EXPECT_EQ(one(count), Variant(7));
+}
+
 TEST_P(DriverSuite, AFailedStatementOfARunLeavesTheOthersStanding) {
   session_->begin_run();
   execute("INSERT INTO PRICELINE (ID, GROUPBY) VALUES (1, 'a')");
