@@ -138,16 +138,17 @@ Database::Database(const std::string& connection_string) {
     open(immutable_name(path_), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
   file_ = identity_of(path_);
   if (const char* name = sqlite3_db_filename(engine_.get(), "main")) files_ = name;
+  log_path_ = log_path(files_);
   // Before the engine reads the first page, and with it the log.
   if (log_belongs_to_another_file())
     refuse_as_unusable(
-        "The log '" + log_path(files_) + "' does not belong to the store '" + path_ +
+        "The log '" + log_path_ + "' does not belong to the store '" + path_ +
         "' that it stands beside: the store's file was exchanged, for a backup perhaps. Nothing was changed. "
         "Put a backup in place with `mercato store restore`, or move the log away, with '" +
         note_path(files_) + "', to use the file as it is");
   mark_ = mark_on_disk().value_or(0);
   configure();
-  log_file_ = identity_of(log_path(files_));
+  log_file_ = identity_of(log_path_);
 }
 
 Database::~Database() {
@@ -163,7 +164,7 @@ Database::~Database() {
   engine_.reset();
   try {
     // The last one out takes the note along with the log.
-    if (!log || identity_of(log_path(files_))) return;
+    if (!log || identity_of(log_path_)) return;
     if (const auto note = read_log_note(files_); note && note->log == *log) unlink(note_path(files_).c_str());
   } catch (...) {
     // Out of memory. Without a log the note means nothing.
@@ -273,7 +274,7 @@ bool Database::log_belongs_to_another_file() const {
     if (!note || note->log != *log) return false;
     // Where both files are new, the folder was copied or brought back as a whole.
     const bool exchanged =
-        note->log_file == identity_of(log_path(files_)) && note->store_file != file_ && store_is_newer_than_log(files_);
+        note->log_file == identity_of(log_path_) && note->store_file != file_ && store_is_newer_than_log(files_);
     const auto mark = mark_on_disk();
     if (!exchanged && (!mark || note->admits(*mark))) return false;
     if (tries > 0 && log_in_force(files_) == log && read_log_note(files_) == note) return true;
@@ -288,7 +289,7 @@ std::optional<bool> Database::is_same_file() const noexcept {
   if (identity_of(path_) != file_) return false;
   if (in_memory_) return true;
   try {
-    if (log_file_ && identity_of(log_path(files_)) != log_file_) return false;
+    if (log_file_ && identity_of(log_path_) != log_file_) return false;
     for (auto mark = mark_on_disk();;) {
       if (!mark || *mark == mark_) return true;
       // It came with a checkpoint, or somebody has written over the file.

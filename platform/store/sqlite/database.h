@@ -102,8 +102,9 @@ class Database {
   static int checkpoint_long_log(void* self, sqlite3* engine, const char* name, int pages);
   static int interrupts(void* self);
 
-  std::string path_;   // as given, so that a relative one is followed from where the process stands
-  std::string files_;  // what the names of the files beside it begin with: the same for all who come by links
+  std::string path_;      // as given, so that a relative one is followed from where the process stands
+  std::string files_;     // what the names of the files beside it begin with: the same for all who come by links
+  std::string log_path_;  // of the log beside it, which is looked at whenever the session comes out of the pool
   long busy_timeout_ms_ = 10000;
   std::chrono::steady_clock::time_point wait_began_;
   long waited_ms_ = 0;
