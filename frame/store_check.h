@@ -17,7 +17,10 @@ struct StoreCheck {
   // store is asked nothing else.
   std::optional<std::vector<std::string>> damage;
   store::StoreDescription description;
-  std::int32_t schema_version = 0;
+  // What the user of the connection string may not do there, a few words each. Nothing more is told of a store with a
+  // table that may not be read.
+  std::vector<std::string> lacking_rights;
+  std::optional<std::int32_t> schema_version;
   // What schema_versions.h says of that version. Of a newer release's tables nothing more is told.
   std::optional<std::string> version_fault;
   std::vector<std::string> missing;  // tables and indexes of the library

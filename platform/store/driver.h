@@ -179,6 +179,8 @@ class Driver {
   virtual std::unique_ptr<Session> open(const std::string& connection_string) = 0;
   // Checks, backs up and restores stores of this kind; null where that is not the library's to do (upkeep.h).
   virtual const Upkeep* upkeep() const = 0;
+  // Where it is null: what does it instead for that store, in a sentence without a full stop. Nothing in it is secret.
+  virtual std::string means_of_upkeep(const std::string& connection_string) const;
   // What that store is. Raises what opening it raises.
   virtual StoreDescription describe(const std::string& connection_string) const = 0;
 };

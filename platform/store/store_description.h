@@ -15,9 +15,11 @@ struct StoreDescription {
   std::string place;
   std::string collation;    // what orders its texts, with its version
   std::string text_search;  // what answers patterns with a wildcard in front; empty: the tables are read
-  // What its user may not do there and the library needs, each with the reason: "writing: the file is read-only".
+  // What its user may not do there and the library needs, but for single tables: "writing: the file may only be read".
   std::vector<std::string> lacking_rights;
-  std::vector<std::string> tables;  // all that are there, in the order of their names
+  std::vector<std::string> tables;      // all that are there, in the order of their names
+  std::vector<std::string> unreadable;  // those of them that its user may not read
+  std::vector<std::string> unwritable;  // the same for writing
 };
 
 }  // namespace mercato::store

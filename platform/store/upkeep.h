@@ -20,8 +20,8 @@ class Upkeep {
   virtual std::string restore(const std::string& connection_string, const std::string& backup, bool keep) const = 0;
 };
 
-// Raises kFeatureNotAvailable, with what to use instead, for a driver that has none.
-const Upkeep& upkeep_of(const Driver& driver);
+// Raises kFeatureNotAvailable, with what to use instead, for a store whose driver has none.
+const Upkeep& upkeep_of(const Driver& driver, const std::string& connection_string);
 
 // The engine's judgement of every page, row and index, a sentence for each fault; empty: sound. Writes nothing.
 // Raises what opening the store raises.

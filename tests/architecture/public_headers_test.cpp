@@ -82,9 +82,10 @@ const std::map<std::string, std::set<std::string>>& arrows() {
   return table;
 }
 
-// They belong to no folder: every one may include the first, and only hosts the others.
+// They belong to no folder: every one may include the first two, and only hosts the last one.
 constexpr std::string_view kExport = "export.h";
-const std::set<std::string> kForHosts = {"mercato.h", "version.h"};
+constexpr std::string_view kVersion = "version.h";
+constexpr std::string_view kForHosts = "mercato.h";
 
 const std::filesystem::path& tree() {
   static const std::filesystem::path path = MERCATO_SOURCE_DIR;
@@ -114,8 +115,8 @@ std::string name_of(std::string_view include) { return std::string(include.subst
 
 // Whether a file of the folder may include the public header.
 bool may_include(const std::string& folder, const std::string& header) {
-  if (header == kExport) return true;
-  if (kForHosts.contains(header)) return false;
+  if (header == kExport || header == kVersion) return true;
+  if (header == kForHosts) return false;
   const auto home = homes().find(header);
   if (home == homes().end()) return false;
   const std::set<std::string>& allowed = arrows().at(folder);

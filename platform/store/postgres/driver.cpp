@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/store/postgres/driver.h"
 
+#include "platform/store/postgres/backup_commands.h"
 #include "platform/store/postgres/postgres_description.h"
 #include "platform/store/postgres/session.h"
 
@@ -14,6 +15,9 @@ class PostgresDriver final : public Driver {
   }
   // A server is backed up with the server's own means, which know of its other databases, replicas and log.
   const Upkeep* upkeep() const override { return nullptr; }
+  std::string means_of_upkeep(const std::string& connection_string) const override {
+    return postgres::backup_commands(connection_string);
+  }
   StoreDescription describe(const std::string& connection_string) const override {
     return postgres::describe_store(connection_string);
   }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/store/postgres/postgres_description.h"
 
+#include <string_view>
 #include <vector>
 
 #include "platform/store/postgres/postgres_tables.h"
@@ -14,25 +15,22 @@ SELECT split_part(current_setting('server_version'), ' ', 1), current_database()
        coalesce((SELECT 'mercato, ICU ' || collversion FROM pg_collation WHERE collname = 'mercato' AND pg_collation_is_visible(oid)),
                 'none yet: no tables were created'))";
 
-// What is missing, each with its reason. Of the tables one line for each right.
+// What is missing, each with its reason.
 constexpr const char* kLackingRights = R"(
-WITH own AS (SELECT oid, quote_ident(relname) AS name FROM pg_class
-             WHERE relkind IN ('r', 'p') AND relnamespace = to_regnamespace(quote_ident(current_schema()))),
-lacking AS (
+SELECT reason FROM (
   SELECT 1 AS place, 'creating tables: there is no schema in the search path' AS reason WHERE current_schema() IS NULL
   UNION ALL
   SELECT 2, 'creating tables: CREATE on the schema ' || quote_ident(current_schema())
   WHERE NOT has_schema_privilege(current_schema(), 'CREATE')
   UNION ALL
-  SELECT 3, 'writing: the server is a standby' WHERE pg_is_in_recovery()
-  UNION ALL
-  SELECT 4, lower(wanted) || ': ' || wanted || ' on ' || string_agg(name, ', ' ORDER BY name)
-  FROM own, unnest(ARRAY['SELECT', 'INSERT', 'UPDATE', 'DELETE']) AS wanted
-  WHERE NOT has_table_privilege(oid, wanted) GROUP BY wanted)
-SELECT reason FROM lacking ORDER BY place, reason)";
+  SELECT 3, 'writing: the server is a standby' WHERE pg_is_in_recovery()) AS lacking
+ORDER BY place)";
 
+// Without the store's own objects, whose names have small letters.
 constexpr const char* kTables = R"(
-SELECT relname FROM pg_class
+SELECT relname, has_table_privilege(oid, 'SELECT'),
+       has_table_privilege(oid, 'INSERT') AND has_table_privilege(oid, 'UPDATE') AND has_table_privilege(oid, 'DELETE')
+FROM pg_class
 WHERE relkind IN ('r', 'p') AND relnamespace = to_regnamespace(quote_ident(current_schema())) AND NOT starts_with(relname, 'mercato_')
 ORDER BY relname COLLATE "C")";
 
@@ -55,7 +53,13 @@ StoreDescription describe_store(const std::string& connection_string) {
   description.place = connection.address() + ", database " + told(1) + ", schema " + told(2);
   description.collation = told(3);
   description.lacking_rights = texts_of(connection, kLackingRights);
-  description.tables = texts_of(connection, kTables);
+  const ResultHandle tables = rows_of(connection, kTables);
+  for (int row = 0; row < PQntuples(tables.get()); ++row) {
+    const auto may = [&](int right) { return std::string_view(PQgetvalue(tables.get(), row, right)) == "t"; };
+    description.tables.emplace_back(PQgetvalue(tables.get(), row, 0));
+    if (!may(1)) description.unreadable.push_back(description.tables.back());
+    if (!may(2)) description.unwritable.push_back(description.tables.back());
+  }
   return description;
 }
 

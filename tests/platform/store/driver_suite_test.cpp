@@ -114,7 +114,8 @@ TEST_P(DriverSuite, AStoreSaysWhatItIs) {
   EXPECT_TRUE(told.version.find_first_of("0123456789") != std::string::npos) << told.version;
   EXPECT_FALSE(told.place.empty());
   EXPECT_FALSE(told.collation.empty());
-  EXPECT_EQ(told.lacking_rights, std::vector<std::string>());
+  for (const auto& lacking : {told.lacking_rights, told.unreadable, told.unwritable})
+    EXPECT_EQ(lacking, std::vector<std::string>());
   for (const char* table : {"SUITE", "PLAIN", "PRICELINE"})
     EXPECT_EQ(std::ranges::count(told.tables, table), 1) << table;
 }

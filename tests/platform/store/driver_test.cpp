@@ -234,11 +234,11 @@ TEST(EverySession, FailsTheCommitOfALostTransactionAndRollsItBack) {
 }
 
 TEST(Upkeep, IsForStoresInFilesOnly) {
-  EXPECT_EQ(failure_of([] { upkeep_of(empty_driver()); }),
+  EXPECT_EQ(failure_of([] { upkeep_of(empty_driver(), "anything"); }),
             (RaisedError{kFeatureNotAvailable,
                          "Mercato",
-                         "Only a store in a file is checked, backed up and restored here. Use the means of the store's "
-                         "own server",
+                         "A store on a server is backed up and restored by the server's own programs. Its "
+                         "documentation names them",
                          {},
                          0}));
   EXPECT_NE(driver_for("Provider=SQLite").upkeep(), nullptr);

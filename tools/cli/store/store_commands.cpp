@@ -69,8 +69,8 @@ gateway::Json to_json(const StoreCheck& check) {
           {"place", is.place},
           {"collation", is.collation},
           {"textSearch", is.text_search},
-          {"lackingRights", is.lacking_rights},
-          {"version", check.schema_version},
+          {"lackingRights", check.lacking_rights},
+          {"version", check.schema_version ? gateway::Json(*check.schema_version) : gateway::Json()},
           {"damage", check.damage ? gateway::Json(*check.damage) : gateway::Json()},
           {"missing", check.missing},
           {"others", check.others},
@@ -80,9 +80,9 @@ gateway::Json to_json(const StoreCheck& check) {
 
 void print_description(const StoreCheck& check) {
   const store::StoreDescription& is = check.description;
-  std::cout << "store        " << is.engine << ' ' << is.version << ", " << shown(is.place, 500) << '\n'
-            << "tables       version " << check.schema_version << '\n'
-            << "collation    " << is.collation << '\n'
+  std::cout << "store        " << is.engine << ' ' << is.version << ", " << shown(is.place, 500) << '\n';
+  if (check.schema_version) std::cout << "tables       version " << *check.schema_version << '\n';
+  std::cout << "collation    " << is.collation << '\n'
             << "text search  " << (is.text_search.empty() ? "none: the tables are read" : is.text_search) << '\n';
   if (!check.damage) std::cout << "pages        not looked at: the server does that\n";
   if (!check.others.empty()) std::cout << "not ours     " << joined(check.others) << '\n';
@@ -92,8 +92,8 @@ int check(const NoOptions&, const OutputOptions& output) {
   const StoreCheck check = check_whole_store(connection_string());
   const bool is_damaged = check.damage && !check.damage->empty();
   const int status = is_damaged || check.version_fault || !check.missing.empty() || check.unfinished_copy_of ? kFailed
-                     : check.dangling.empty() && check.description.lacking_rights.empty()                    ? kDone
-                                                                                          : kDoneInPart;
+                     : check.dangling.empty() && check.lacking_rights.empty()                                ? kDone
+                                                                              : kDoneInPart;
   if (output.json) {
     answer(output, to_json(check), "");
     return status;
@@ -104,7 +104,7 @@ int check(const NoOptions&, const OutputOptions& output) {
     return status;
   }
   print_description(check);
-  for (const std::string& right : check.description.lacking_rights) std::cout << bad("not allowed: ") << right << '\n';
+  for (const std::string& right : check.lacking_rights) std::cout << bad("not allowed: ") << right << '\n';
   if (!check.has_no_tables)
     for (const std::string& name : check.missing) std::cout << bad("missing: ") << name << '\n';
   for (const DanglingRows& found : check.dangling)
