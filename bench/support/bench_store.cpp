@@ -25,9 +25,11 @@ TemporaryFolder::~TemporaryFolder() {
   std::filesystem::remove_all(path_, ignored);
 }
 
-void create_store(const std::filesystem::path& path) {
-  create_tables(connection_string(path));
-  const ConnectionPtr connection = open_connection(connection_string(path));
+void create_store(const std::filesystem::path& path) { create_store(connection_string(path)); }
+
+void create_store(const std::string& connection_string) {
+  create_tables(connection_string);
+  const ConnectionPtr connection = open_connection(connection_string);
   Sql unit;
   unit << "INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('" << value(kUnitCode) << "', '"
        << value(kUnitDescription) << "')";
@@ -41,9 +43,13 @@ std::string connection_string(const std::filesystem::path& store) {
 }
 
 void use_store(const std::filesystem::path& store, const std::filesystem::path& web_root) {
+  use_store(connection_string(store), web_root);
+}
+
+void use_store(const std::string& connection_string, const std::filesystem::path& web_root) {
   if (DllRegisterServer() != kOk) throw std::runtime_error("the classes cannot be registered");
   collaborators::Settings settings;
-  settings.connections["Mercato"] = connection_string(store);
+  settings.connections["Mercato"] = connection_string;
   settings.web_root = web_root.string();
   settings.call_seconds = 0;
   collaborators::set_settings(settings);
