@@ -90,6 +90,12 @@ void limit_opening(Parameters& parameters) {
     parameters.add("connect_timeout", std::to_string(std::chrono::ceil<std::chrono::seconds>(*left).count() + 1));
 }
 
+// After such a failure the server says nothing more.
+bool ends_connection(const PGresult* result) {
+  const char* const severity = PQresultErrorField(result, PG_DIAG_SEVERITY_NONLOCALIZED);
+  return severity != nullptr && (std::string_view(severity) == "FATAL" || std::string_view(severity) == "PANIC");
+}
+
 void ignore_notice(void*, const PGresult*) {}
 
 }  // namespace
@@ -115,7 +121,9 @@ Connection::Connection(const std::string& connection_string) : label_(label_of(c
   if (const auto path = connection_property(connection_string, "Search Path")) {
     const ResultHandle set(PQexecParams(connection_.get(), "SELECT set_config('search_path', $1, false)", 1, nullptr,
                                         std::array{path->c_str()}.data(), nullptr, nullptr, 0));
-    if (PQresultStatus(set.get()) != PGRES_TUPLES_OK) throw Raised(failure_of(set.get(), label_, nullptr));
+    if (PQresultStatus(set.get()) != PGRES_TUPLES_OK)
+      raise_store_failure("Search Path is '" + *path + "'. It has to be a list of schemas (" +
+                          one_line(PQerrorMessage(connection_.get())) + ")");
   }
   // A statement may be longer than what the system takes at once: a server that has stopped reading must not hold us.
   PQsetnonblocking(connection_.get(), 1);
@@ -233,14 +241,15 @@ std::optional<std::chrono::milliseconds> Connection::time_to_wait() {
 void Connection::wait_until_readable() {
   while (PQisBusy(connection_.get()) != 0) {
     const int unsent = PQflush(connection_.get());
-    if (unsent < 0) raise_lost();
+    // `next` reads what the server said before its end.
+    if (unsent < 0) return;
     const auto left = time_to_wait();
     if (given_up_ || (left && left->count() == 0)) raise_given_up();
     constexpr std::chrono::milliseconds kLongest{1000000};
     pollfd watched{PQsocket(connection_.get()), static_cast<short>(unsent == 0 ? POLLIN : POLLIN | POLLOUT), 0};
     const int ready = poll(&watched, 1, left ? static_cast<int>(std::min(*left, kLongest).count()) : -1);
     if (ready < 0 && errno != EINTR) raise_lost();
-    if (ready > 0 && PQconsumeInput(connection_.get()) != 1) raise_lost();
+    if (ready > 0 && PQconsumeInput(connection_.get()) != 1) return;
   }
 }
 
@@ -248,7 +257,8 @@ ResultHandle Connection::next() {
   wait_until_readable();
   ResultHandle result(PQgetResult(connection_.get()));
   // Of a connection that is lost there would be no next answer for ever.
-  if (!is_usable()) raise_lost();
+  given_up_ = given_up_ || ends_connection(result.get());
+  if (!is_usable()) raise_lost(result.get());
   return result;
 }
 
@@ -305,8 +315,9 @@ bool Connection::has_ended() const noexcept {
   return poll(&watched, 1, 0) != 0;
 }
 
-void Connection::raise_lost() {
-  const std::string words = one_line(PQerrorMessage(connection_.get()));
+void Connection::raise_lost(const PGresult* last) {
+  const char* const said = PQresultErrorField(last, PG_DIAG_MESSAGE_PRIMARY);
+  const std::string words = one_line(said == nullptr ? PQerrorMessage(connection_.get()) : said);
   raise_store_failure(at_the_start(label_) +
                       " has ended the connection. What was not committed is undone there. See what stands, then repeat "
                       "the call" +

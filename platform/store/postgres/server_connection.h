@@ -92,7 +92,8 @@ class Connection {
   const char* const* values_of(const SentValues& values);
   void wait_until_readable();
   std::optional<std::chrono::milliseconds> time_to_wait();
-  [[noreturn]] void raise_lost();
+  // `last`: what came before the end, if anything.
+  [[noreturn]] void raise_lost(const PGresult* last = nullptr);
   [[noreturn]] void raise_given_up();
 
   std::string label_;
