@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "bench/support/postgresql/bare_server.h"
 
-#include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -64,6 +65,18 @@ std::string BareServer::run(const std::string& sql) {
   const ServerResult result(PQexec(connection_.get(), sql.c_str()));
   check(result.get(), sql.substr(0, 200));
   return PQntuples(result.get()) > 0 ? PQgetvalue(result.get(), 0, 0) : "";
+}
+
+double ServerClock::seconds() {
+  std::istringstream processes(
+      server_.run("SELECT string_agg(pid::text, ' ') FROM pg_stat_activity WHERE datname = current_database() AND pid "
+                  "<> pg_backend_pid()"));
+  double nanoseconds = 0;
+  for (std::string process; processes >> process;) {
+    double spent = 0;
+    if (std::ifstream("/proc/" + process + "/schedstat") >> spent) nanoseconds += spent;
+  }
+  return nanoseconds / 1e9;
 }
 
 void drop_database(const std::string& server, const std::string& name) {

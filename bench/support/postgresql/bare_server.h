@@ -40,6 +40,18 @@ class BareServer {
 void make_database(const std::string& server, const std::string& name, const std::string& from = "template1");
 void drop_database(const std::string& server, const std::string& name);
 
+// The processor time that the server has spent on the connections to a database, on the same machine: what else runs
+// there is not in it.
+class ServerClock {
+ public:
+  explicit ServerClock(const std::string& connection_string) : server_(connection_string) {}
+  // Of the connections that are open, from their beginning.
+  double seconds();
+
+ private:
+  BareServer server_;
+};
+
 // Sends the statements of a tape one after the other, each prepared once, and reads all fields of what comes back.
 class TapePlayer {
  public:

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -21,27 +22,27 @@ constexpr int kWarmUps = 6;
 
 constexpr const char* kCopy = "mercato_bench_copy";
 
-using UploadCost = Cost<DatabaseRows>;
-
 Sent per_unit(const ServerTape& tape, std::size_t units) {
   const auto of = [units](std::uint64_t count) { return static_cast<double>(count) / static_cast<double>(units); };
   return {of(tape.runs()),     of(tape.round_trips), of(tape.batches),
           of(tape.savepoints), of(tape.settings),    of(tape.table_questions)};
 }
 
-struct Turn {
-  double us = 0;
-  double processor_us = 0;
-};
-
-template <class Batch>
-Turn measure_turn(std::size_t calls, const Batch& batch) {
-  const double processor = cpu_seconds();
+// What a piece of work took. Its connections stay open.
+template <class Work>
+Times times_of(ServerClock& server, const Work& work) {
+  const double server_before = server.seconds();
+  const double client_before = cpu_seconds();
   const auto begin = std::chrono::steady_clock::now();
-  batch();
-  const std::chrono::duration<double, std::micro> passed = std::chrono::steady_clock::now() - begin;
-  const auto count = static_cast<double>(calls);
-  return {passed.count() / count, 1e6 * (cpu_seconds() - processor) / count};
+  work();
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin;
+  const double client = cpu_seconds() - client_before;
+  return {passed.count(), client, server.seconds() - server_before};
+}
+
+Times medians(const std::vector<Times>& turns, double factor = 1) {
+  return {factor * median(turns, &Times::clock), factor * median(turns, &Times::client),
+          factor * median(turns, &Times::server)};
 }
 
 }  // namespace
@@ -96,16 +97,17 @@ ServerBench::Calls ServerBench::compare_calls(const std::string& name, std::size
       batch();
       sum += by_hand.play();
     }
-    std::vector<Turn> library;
-    std::vector<Turn> hand;
+    ServerClock server(direct);
+    std::vector<Times> library;
+    std::vector<Times> hand;
     for (int turn = 0; turn < kTurns; ++turn) {
-      library.push_back(measure_turn(calls, batch));
-      hand.push_back(measure_turn(calls, [&] { sum += by_hand.play(); }));
+      library.push_back(times_of(server, batch));
+      hand.push_back(times_of(server, [&] { sum += by_hand.play(); }));
     }
     store::close_idle_sessions();
     if (sum == 0 && !tape.steps.empty()) std::printf("  nothing came back\n");
-    return {median(library, &Turn::us), median(hand, &Turn::us), median(library, &Turn::processor_us),
-            median(hand, &Turn::processor_us), per_unit(tape, calls)};
+    const double factor = 1e6 / static_cast<double>(calls);
+    return {medians(library, factor), medians(hand, factor), per_unit(tape, calls)};
   });
 }
 
@@ -130,46 +132,51 @@ ServerBench::Work ServerBench::compare_work(const std::string& name, std::size_t
   });
   const DatabaseRows recorded = rows_in(copy, tables);
 
-  const auto by_library = [&](UploadCost& cost) {
+  struct Turn {
+    Times times;
+    double calls = 0;
+    double peak_bytes = 0;
+  };
+  const auto by_library = [&]() -> Turn {
     use_store(copy, folder_);
-    cost = measure<DatabaseRows>([&](UploadCost& measured) { measured.calls = static_cast<double>(work()); });
+    Turn turn;
+    ServerClock server(copy);
+    turn.times = times_of(server, [&] { turn.calls = static_cast<double>(work()); });
+    turn.peak_bytes = memory_bytes("VmHWM");
     store::close_idle_sessions();
+    return turn;
   };
   const auto by_hand = [&](TapePlayer::Transactions transactions) {
-    return [&, transactions](UploadCost& cost) {
+    return [&, transactions]() -> Turn {
       const ServerTape tape = load_server_tape(tape_file);
-      cost = measure<DatabaseRows>([&](UploadCost&) {
-        TapePlayer player(copy, tape);
-        if (commits == Commits::asynchronous) player.commit_asynchronously();
-        player.play(transactions);
-      });
+      ServerClock server(copy);
+      std::optional<TapePlayer> player;
+      return {times_of(server,
+                       [&] {
+                         player.emplace(copy, tape);
+                         if (commits == Commits::asynchronous) player->commit_asynchronously();
+                         player->play(transactions);
+                       }),
+              1, memory_bytes("VmHWM")};
     };
   };
-  std::vector<UploadCost> library;
-  std::vector<UploadCost> each;
-  std::vector<UploadCost> once;
-  const auto run = [&](std::vector<UploadCost>& costs, const auto& turn) {
+  std::vector<Times> library;
+  std::vector<Times> each;
+  std::vector<Times> once;
+  const auto run = [&](std::vector<Times>& times, const auto& work_of_turn) {
     make_database(server_, kCopy, origin);
-    costs.push_back(in_child_process([&] {
-      UploadCost cost;
-      turn(cost);
-      return cost;
-    }));
+    const Turn turn = in_child_process(work_of_turn);
+    times.push_back(turn.times);
     if (rows_in(copy, tables) != recorded) throw std::runtime_error(name + ": the runs left different rows behind");
+    return turn;
   };
+  Turn turn;
   for (std::size_t round = 0; round < rounds; ++round) {
-    run(library, by_library);
+    turn = run(library, by_library);
     run(each, by_hand(TapePlayer::Transactions::as_recorded));
     run(once, by_hand(TapePlayer::Transactions::one));
   }
-  return {median(library, &UploadCost::seconds),
-          median(each, &UploadCost::seconds),
-          median(once, &UploadCost::seconds),
-          median(library, &UploadCost::cpu_seconds),
-          library.front().calls,
-          median(library, &UploadCost::peak_bytes),
-          recorded,
-          sent};
+  return {medians(library), medians(each), medians(once), turn.calls, turn.peak_bytes, recorded, sent};
 }
 
 }  // namespace mercato::bench

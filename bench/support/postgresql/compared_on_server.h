@@ -34,6 +34,14 @@ struct Sent {
   double table_questions = 0;
 };
 
+// Medians of several turns.
+struct Times {
+  double clock = 0;
+  double client = 0;  // processor time
+  double server = 0;  // the same of the server's connections
+  double both() const { return client + server; }
+};
+
 class ServerBench {
  public:
   // A connection string without a database; files lie in the folder.
@@ -45,20 +53,17 @@ class ServerBench {
   const std::filesystem::path& folder() const { return folder_; }
 
   struct Calls {
-    double library_us = 0;  // of one call, by the clock: medians of several turns
-    double by_hand_us = 0;
-    double library_processor_us = 0;  // without the server's
-    double by_hand_processor_us = 0;
+    Times library;  // of one call, in microseconds
+    Times by_hand;
     Sent sent;
   };
   // `batch` makes that many calls, the same ones each time, on the store that the settings name; nothing changes.
   Calls compare_calls(const std::string& name, std::size_t calls, const std::function<void()>& batch) const;
 
   struct Work {
-    double library = 0;  // seconds by the clock: medians
-    double by_hand = 0;
-    double by_hand_at_once = 0;  // in one transaction
-    double library_processor = 0;
+    Times library;  // in seconds
+    Times by_hand;
+    Times at_once;     // by hand, in one transaction
     double calls = 0;  // what `work` returned
     double peak_bytes = 0;
     DatabaseRows rows;
