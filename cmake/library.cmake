@@ -7,12 +7,11 @@ foreach(folder IN LISTS MERCATO_FOLDERS)
   file(GLOB_RECURSE found CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${folder}/*.cpp)
   list(APPEND MERCATO_SOURCES ${found})
 endforeach()
+set(postgres_sources ${MERCATO_SOURCES})
+list(FILTER postgres_sources INCLUDE REGEX "^platform/store/postgres/")
+list(FILTER MERCATO_SOURCES EXCLUDE REGEX "^platform/store/postgres/")
 if(MERCATO_POSTGRES)
-  set(postgres_sources ${MERCATO_SOURCES})
-  list(FILTER postgres_sources INCLUDE REGEX "^platform/store/postgres/")
-  use_libpq(platform/store/known_drivers.cpp ${postgres_sources})
-else()
-  list(FILTER MERCATO_SOURCES EXCLUDE REGEX "^platform/store/postgres/")
+  use_libpq(platform/store/known_drivers.cpp)
 endif()
 
 # schema/*.sql becomes one source, so that a store can be created without any file beside the library.
@@ -36,20 +35,34 @@ if(MERCATO_POSTGRES)
     VERBATIM)
 endif()
 
+# What all objects of the library have in common. Nobody puts other functions in the place of the library's own, so its calls of
+# itself need no table to go through.
+function(compile_for_library target)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/generated/include)
+  set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+  if(MERCATO_UNITY)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
+  endif()
+endfunction()
+
 # Compiled once, linked twice: into the shared library, which exports what include/mercato/ declares and nothing else, and
 # into an archive for what stands on the inside: the tool, tests, benchmarks, fuzz targets. Nothing links both.
-add_library(mercato_objects OBJECT ${MERCATO_SOURCES} ${schema_source} ${postgres_functions_source})
+add_library(mercato_objects OBJECT ${MERCATO_SOURCES} ${schema_source})
 set(libraries SQLite::SQLite3 pugixml::pugixml CURL::libcurl fmt::fmt spdlog::spdlog ICU::uc ICU::i18n LibXml2::LibXml2 PkgConfig::LIBZIP ${CMAKE_DL_LIBS})
+target_link_libraries(mercato_objects PRIVATE ${libraries})
+compile_for_library(mercato_objects)
+set(objects $<TARGET_OBJECTS:mercato_objects>)
+# A library of objects of its own, so that no other source finds the client library's headers.
 if(MERCATO_POSTGRES)
+  add_library(mercato_postgres_objects OBJECT ${postgres_sources} ${postgres_functions_source})
+  target_include_directories(mercato_postgres_objects SYSTEM PRIVATE ${LIBPQ_INCLUDEDIR})
+  compile_for_library(mercato_postgres_objects)
+  list(APPEND objects $<TARGET_OBJECTS:mercato_postgres_objects>)
   list(APPEND libraries ${LIBPQ_LINK_LIBRARIES})
 endif()
-target_include_directories(mercato_objects PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/generated/include)
-target_link_libraries(mercato_objects PRIVATE ${libraries})
-set_target_properties(mercato_objects PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
-# Nobody puts other functions in the place of the library's own, so its calls of itself need no table to go through.
-target_compile_options(mercato_objects PRIVATE -fno-semantic-interposition)
 
-add_library(mercato SHARED $<TARGET_OBJECTS:mercato_objects>)
+add_library(mercato SHARED ${objects})
 target_include_directories(mercato PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/generated/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_compile_features(mercato PUBLIC cxx_std_20)
 target_link_libraries(mercato PRIVATE ${libraries})
@@ -65,15 +78,11 @@ set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
 target_link_options(mercato PRIVATE LINKER:-Bsymbolic-functions LINKER:--version-script=${exports})
 set_target_properties(mercato PROPERTIES LINK_DEPENDS ${exports})
 
-add_library(mercato_internal STATIC $<TARGET_OBJECTS:mercato_objects>)
+add_library(mercato_internal STATIC ${objects})
 target_include_directories(mercato_internal PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/generated/include)
 target_compile_features(mercato_internal PUBLIC cxx_std_20)
 target_link_libraries(mercato_internal PUBLIC ${libraries})
 set_target_properties(mercato_internal PROPERTIES LINKER_LANGUAGE CXX)
-
-if(MERCATO_UNITY)
-  set_target_properties(mercato_objects PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
-endif()
 
 configure_file(${PROJECT_SOURCE_DIR}/cmake/version.h.in ${PROJECT_BINARY_DIR}/generated/include/mercato/version.h @ONLY)
 
