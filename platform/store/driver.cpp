@@ -7,6 +7,7 @@
 
 #include "mercato/raised_error.h"
 #include "platform/store/dialect/dialect.h"
+#include "platform/store/dialect/refusal.h"
 #include "platform/store/statement_observer.h"
 #include "values/text.h"
 
@@ -27,11 +28,16 @@ Execution Session::execute(const Sql& statement, ExecuteOptions options) {
   refuse_if_lost();
   before_statement();
   if (is_last_setting(statement)) return {};
-  dialect::lex(statement.text(), *lexed_);
-  dialect::check_pieces(statement, *lexed_);
-  Execution execution = run(*lexed_, options);
-  if (execution.nothing_to_do && statement.marks().empty()) last_setting_ = statement.text();
-  return execution;
+  try {
+    dialect::lex(statement.text(), *lexed_);
+    dialect::check_pieces(statement, *lexed_);
+    Execution execution = run(*lexed_, options);
+    if (execution.nothing_to_do && statement.marks().empty()) last_setting_ = statement.text();
+    return execution;
+  } catch (const Raised& failed) {
+    if (failed.error().Source != dialect::kRefusalSource || failure_source_ == dialect::kRefusalSource) throw;
+    fail(failed.error().Number, failed.error().Description);
+  }
 }
 
 bool Session::is_last_setting(const Sql& statement) const {

@@ -6,17 +6,12 @@
 
 namespace mercato::store::dialect {
 
-namespace {
-
-// Callers and logs know the refusals of a statement by this source, whatever the store.
-constexpr const char* kSource = "SQLite store";
-
-}  // namespace
-
-void refuse(std::string description) { raise(error_number::kStatementRefused, kSource, std::move(description)); }
+void refuse(std::string description) {
+  raise(error_number::kStatementRefused, std::string(kRefusalSource), std::move(description));
+}
 
 void refuse_feature(std::string description) {
-  raise(error_number::kFeatureNotAvailable, kSource, std::move(description));
+  raise(error_number::kFeatureNotAvailable, std::string(kRefusalSource), std::move(description));
 }
 
 std::string place_text(std::string_view text, std::size_t position) {

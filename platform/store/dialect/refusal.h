@@ -11,6 +11,10 @@
 
 namespace mercato::store::dialect {
 
+// The source of refusals. The dialect knows no store, so it speaks in the name of the one that is there without a
+// server; a session puts its own in the place (driver.cpp).
+inline constexpr std::string_view kRefusalSource = "SQLite store";
+
 // Raises kStatementRefused with this description.
 [[noreturn]] void refuse(std::string description);
 // Raises kFeatureNotAvailable: the server has it, the library's stores have not.
