@@ -12,6 +12,7 @@
 #include "platform/store/dialect/like_prefix.h"
 #include "platform/store/postgres/like_binding.h"
 #include "platform/store/postgres/text_key.h"
+#include "values/text.h"
 
 namespace mercato::store::postgres {
 namespace {
@@ -42,22 +43,36 @@ std::string pattern_of(const dialect::LexedStatement& lexed, const dialect::Para
   return dialect::parameter_value(lexed, {parameter.literal, dialect::Conversion::text}).to_text();
 }
 
+// No text of the store has U+0000 or bytes that are no character, and the engine takes none. In their place stands a mark that
+// no folded text has, because folding composes it anew: nothing equals the text, and it sorts beside what it would be
+// without.
+std::string comparable(std::string folded) {
+  constexpr const char* kMark = "\u0340";
+  if (!text::is_valid(folded)) {
+    std::erase_if(folded, [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; });
+    folded += kMark;
+  }
+  return text::replace_all(folded, std::string_view("\0", 1), kMark);
+}
+
+std::string bound_key(std::string_view text) { return comparable(key(text)); }
+
 std::optional<std::string> like_value(const Binding& binding, const dialect::LexedStatement& lexed) {
   const std::string pattern = pattern_of(lexed, binding.parameter);
   const std::string_view prefix = dialect::like_prefix(pattern);
   switch (binding.use) {
     case Binding::Use::like_from:
-      return key(prefix);
+      return bound_key(prefix);
     case Binding::Use::like_to:
-      return key(prefix) + std::string(dialect::kBehindAllTexts);
+      return bound_key(prefix) + std::string(dialect::kBehindAllTexts);
     default:
       break;
   }
   std::optional<std::string> escape;
   if (binding.escape != UINT32_MAX) escape = pattern_of(lexed, {binding.escape});
   LikeBinding bound = bind_like(pattern, escape);
-  if (binding.use == Binding::Use::like_pattern) return std::move(bound.pattern);
-  return bound.is_exact ? std::nullopt : std::optional(pattern);
+  if (binding.use == Binding::Use::like_pattern) return comparable(std::move(bound.pattern));
+  return bound.is_exact ? std::nullopt : std::optional(comparable(pattern));
 }
 
 template <class Number>
@@ -189,7 +204,7 @@ bool bind_literals(const std::vector<Binding>& bindings, const dialect::LexedSta
     }
     const Variant value = dialect::parameter_value(lexed, binding.parameter);
     if (binding.use == Binding::Use::key) {
-      out.emplace_back(key(value.to_text()));
+      out.emplace_back(bound_key(value.to_text()));
       continue;
     }
     const bool is_real = value.type() == Variant::Type::real;
