@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
+#include <exception>
 #include <thread>
 
 #include "frame/lib_sql.h"
@@ -16,6 +18,8 @@
 
 namespace mercato::test {
 
+inline constexpr int kFailedChild = 99;
+
 // Runs the work in a process that begins without any open store, and perhaps kills it after a while; its wait status.
 template <class Work>
 int in_another_process(Work work, std::chrono::milliseconds kill_after = std::chrono::milliseconds(0)) {
@@ -23,7 +27,13 @@ int in_another_process(Work work, std::chrono::milliseconds kill_after = std::ch
   store::close_idle_sessions();
   const pid_t child = ::fork();
   if (child == 0) {
-    work();
+    // Nothing leaves this process by another way: the test program would go on in it.
+    try {
+      work();
+    } catch (const std::exception& failure) {
+      std::fprintf(stderr, "in the other process: %s\n", failure.what());
+      ::_exit(kFailedChild);
+    }
     ::_exit(0);
   }
   EXPECT_GT(child, 0);
@@ -33,6 +43,7 @@ int in_another_process(Work work, std::chrono::milliseconds kill_after = std::ch
   }
   int status = 0;
   EXPECT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_FALSE(WIFEXITED(status) && WEXITSTATUS(status) == kFailedChild);
   return status;
 }
 

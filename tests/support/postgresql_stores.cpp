@@ -7,6 +7,8 @@
 
 namespace mercato::test {
 
+std::string known_providers() { return "SQLite"; }
+
 TestStorePtr make_postgresql_store(const std::filesystem::path&, const std::string&, Tables) {
   throw std::runtime_error("this build leaves out stores on PostgreSQL");
 }
@@ -146,7 +148,7 @@ END $$;
 CREATE FUNCTION pg_temp.empty_tables() RETURNS void LANGUAGE plpgsql AS $$
 DECLARE
   used record;
-  was_called boolean;
+  was_used boolean;
   filled text;
 BEGIN
   SELECT string_agg(oid::regclass::text, ', ') INTO filled FROM pg_class
@@ -156,10 +158,23 @@ BEGIN
     EXECUTE 'TRUNCATE ' || filled;
   END IF;
   FOR used IN SELECT seqrelid::regclass AS name, seqstart AS first FROM pg_sequence LOOP
-    EXECUTE format('SELECT is_called FROM %s', used.name) INTO was_called;
-    IF was_called THEN
+    EXECUTE format('SELECT is_called OR last_value <> %s FROM %s', used.first, used.name) INTO was_used;
+    IF was_used THEN
       PERFORM setval(used.name, used.first, false);
     END IF;
+  END LOOP;
+END $$;
+
+CREATE FUNCTION pg_temp.forget_lost_numbers() RETURNS void LANGUAGE plpgsql AS $$
+DECLARE
+  assigned record;
+BEGIN
+  FOR assigned IN SELECT d.objid::regclass AS sequence, d.refobjid::regclass AS owner, a.attname AS key
+    FROM pg_depend d JOIN pg_sequence s ON s.seqrelid = d.objid
+    JOIN pg_attribute a ON a.attrelid = d.refobjid AND a.attnum = d.refobjsubid
+    WHERE d.classid = 'pg_class'::regclass AND d.deptype = 'i' LOOP
+    EXECUTE format('SELECT setval(%L, greatest(max(%I), 0) + 1, false) FROM %s', assigned.sequence, assigned.key,
+      assigned.owner);
   END LOOP;
 END $$;
 
@@ -237,6 +252,7 @@ class PostgresqlStore : public TestStore {
   ~PostgresqlStore() override { database_.is_free = true; }
 
   std::string impatient() const override { return connection_string() + ";Lock Timeout=0"; }
+  void forget_lost_numbers() const override { database_.run("SELECT pg_temp.forget_lost_numbers()"); }
   bool can_refuse() const override { return true; }
   void refuse(const Refusal& refusal) const override {
     const std::string row = refusal.operation == "DELETE" ? "OLD" : "NEW";
@@ -280,6 +296,8 @@ class Databases {
 };
 
 }  // namespace
+
+std::string known_providers() { return "SQLite, PostgreSQL"; }
 
 TestStorePtr make_postgresql_store(const std::filesystem::path&, const std::string&, Tables tables) {
   static Databases databases;

@@ -5,10 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "frame/lib_sql.h"
@@ -173,6 +175,22 @@ class StoreTest : public ::testing::Test {
     const auto all = rows(query);
     return all.empty() ? Variant(kMissing) : all.front().front();
   }
+  // The same in an order of their own: in which a store gives rows that nobody asked to be sorted, is its own affair.
+  std::vector<std::vector<Variant>> sorted_rows(const std::string& query) const {
+    std::multimap<std::string, std::vector<Variant>> sorted;
+    for (std::vector<Variant>& row : rows(query)) {
+      std::string texts;
+      for (const Variant& value : row) {
+        constexpr std::size_t kWidth = 12;  // texts end at one place, so that 9 stands before 10
+        const std::string text = value.text_or_empty();
+        texts += std::string(kWidth - std::min(kWidth, text.size()), ' ') + text + '\n';
+      }
+      sorted.emplace(std::move(texts), std::move(row));
+    }
+    std::vector<std::vector<Variant>> result;
+    for (auto& [texts, row] : sorted) result.push_back(std::move(row));
+    return result;
+  }
   // The rows of every table, to show that something left all of them as they were.
   std::map<std::string, std::vector<std::vector<Variant>>> all_rows() const {
     std::map<std::string, std::vector<std::vector<Variant>>> tables;
@@ -181,7 +199,7 @@ class StoreTest : public ::testing::Test {
       for (std::size_t at = 0; (at = schema.text.find(kBegin, at)) != std::string_view::npos;) {
         at += kBegin.size();
         const std::string table(schema.text.substr(at, schema.text.find_first_of(" (", at) - at));
-        tables[table] = rows("SELECT * FROM " + table);
+        tables[table] = sorted_rows("SELECT * FROM " + table);
       }
     return tables;
   }

@@ -29,6 +29,9 @@
 
 namespace mercato::test {
 
+// The providers of this build, as a refusal lists them.
+std::string known_providers();
+
 // Which rows a store is to refuse: those that an INSERT, UPDATE or DELETE on the table is about to write or remove, or
 // only those in which the column has the value, a literal.
 struct Refusal {
@@ -55,6 +58,13 @@ class TestStore {
   std::string failure_source() const {
     return store::connection_property(connection_string_, "Provider").value_or("SQLite") + " store";
   }
+  // What the engine says itself, which stands in brackets behind the library's words.
+  std::string words(const std::string& of_sqlite, const std::string& of_postgresql) const {
+    return failure_source() == "PostgreSQL store" ? of_postgresql : of_sqlite;
+  }
+  // Gives the numbers of rows that were refused or taken back to the rows that come next, as a file of SQLite does anyway.
+  // A server does not: who is given a number there waits for nobody who was given one before.
+  virtual void forget_lost_numbers() const {}
   // Lets the engine refuse such rows as violating a constraint, until the next call; RefusedRows calls both.
   // Only of a store whose engine is known.
   virtual bool can_refuse() const { return false; }
@@ -90,13 +100,14 @@ TestStorePtr make_postgresql_store(const std::filesystem::path& folder, const st
 struct TestStoreKind {
   std::string_view name;
   Place place;
+  bool on_server;
   TestStorePtr (*make)(const std::filesystem::path& folder, const std::string& name, Tables tables);
 };
 
 inline constexpr TestStoreKind kTestStoreKinds[] = {
-    {"sqlite", Place::in_memory, &make_sqlite_store},
-    {"sqlite-on-disk", Place::on_disk, &make_sqlite_store},
-    {"postgresql", Place::in_memory, &make_postgresql_store},
+    {"sqlite", Place::in_memory, false, &make_sqlite_store},
+    {"sqlite-on-disk", Place::on_disk, false, &make_sqlite_store},
+    {"postgresql", Place::in_memory, true, &make_postgresql_store},
 };
 
 // What was chosen: one of the kinds, or a connection string.
@@ -123,6 +134,7 @@ class ChosenStore {
     return chosen;
   }
 
+  bool on_server() const { return kind_ && kind_->on_server; }
   Place place() const { return kind_ ? kind_->place : Place::in_memory; }
   // A new one in that folder.
   TestStorePtr make(const std::filesystem::path& folder, const std::string& name, Tables tables) const {

@@ -158,8 +158,12 @@ TEST_F(PriceUpload, LineOfAGroupIsNotFoundAndANewOneIsAddedBesideIt) {
 
 TEST_F(PriceUpload, SecondLineOfAKeyMeetsTheKeyOfTheTableUnlessTheFirstHasTheEmptyGroup) {
   expect_failure({error_number::kConstraintViolated, store().failure_source(),
-                  "There is already a row with this key (UNIQUE constraint failed: index "
-                  "'UQ_CATALOGPRODUCTPRICE_PRODUCTID_PRICEEFFECTIVEDATE_QUANTITYTO_GROUPBY')"},
+                  "There is already a row with this key (" +
+                      store().words("UNIQUE constraint failed: index "
+                                    "'UQ_CATALOGPRODUCTPRICE_PRODUCTID_PRICEEFFECTIVEDATE_QUANTITYTO_GROUPBY'",
+                                    "duplicate key value violates unique constraint "
+                                    "\"UQ_CATALOGPRODUCTPRICE_PRODUCTID_PRICEEFFECTIVEDATE_QU_a2513aef\"") +
+                      ")"},
                  {"InsertUpdatePrice"}, band("A-1", "100") + band("A-1", "100", {{"Price", "7"}}) + band("A-1", "200"),
                  Array{"A-1", "B-2"});
   EXPECT_EQ(quantities(), (std::vector<std::string>{"100"})) << "what was written stays";
@@ -201,8 +205,11 @@ TEST_F(PriceUpload, PercentageThatIsNoNumberEndsTheRun) {
 
 TEST_F(PriceUpload, LineWithoutEffectiveDatePassesTheRulesAndIsRefusedByTheStore) {
   expect_failure({error_number::kConstraintViolated, store().failure_source(),
-                  "CATALOGPRODUCTPRICE.PRICEEFFECTIVEDATE may not be Null (NOT NULL constraint failed: "
-                  "CATALOGPRODUCTPRICE.PRICEEFFECTIVEDATE)"},
+                  "CATALOGPRODUCTPRICE.PRICEEFFECTIVEDATE may not be Null (" +
+                      store().words("NOT NULL constraint failed: CATALOGPRODUCTPRICE.PRICEEFFECTIVEDATE",
+                                    "null value in column \"PRICEEFFECTIVEDATE\" of relation "
+                                    "\"CATALOGPRODUCTPRICE\" violates not-null constraint") +
+                      ")"},
                  {"InsertUpdatePrice"}, price("A-1", fields_without("PriceEffectiveDate")), Array{"A-1"});
   EXPECT_EQ(lines(), 0);
 }
