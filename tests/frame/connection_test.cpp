@@ -123,15 +123,23 @@ TEST_F(ConnectionTest, ADoubledKeySaysWhichOne) {
   EXPECT_EQ(failure_of([&] { execute("INSERT INTO UNIT (UNITCODE) VALUES ('EA')"); }),
             (RaisedError{kConstraintViolated,
                          stores_.store().failure_source(),
-                         "There is already a row with this key (UNIQUE constraint failed: UNIT.UNITCODE)",
+                         "There is already a row with this key (" +
+                             stores_.store().words("UNIQUE constraint failed: UNIT.UNITCODE",
+                                                   "duplicate key value violates unique constraint \"UNIT_pkey\"") +
+                             ")",
                          {},
                          0}));
-  EXPECT_EQ(failure_of([&] { execute("INSERT INTO UNIT (DESCRIPTION) VALUES ('EA')"); }),
-            (RaisedError{kConstraintViolated,
-                         stores_.store().failure_source(),
-                         "UNIT.UNITCODE may not be Null (NOT NULL constraint failed: UNIT.UNITCODE)",
-                         {},
-                         0}));
+  EXPECT_EQ(
+      failure_of([&] { execute("INSERT INTO UNIT (DESCRIPTION) VALUES ('EA')"); }),
+      (RaisedError{kConstraintViolated,
+                   stores_.store().failure_source(),
+                   "UNIT.UNITCODE may not be Null (" +
+                       stores_.store().words(
+                           "NOT NULL constraint failed: UNIT.UNITCODE",
+                           "null value in column \"UNITCODE\" of relation \"UNIT\" violates not-null constraint") +
+                       ")",
+                   {},
+                   0}));
 }
 
 TEST_F(ConnectionTest, AStreamEndsWithItsConnection) {

@@ -311,6 +311,7 @@ TEST_F(RecordsetTest, AnOverlongValueIsTheStoresFailureAndIsKeptByTheConnection)
                                   {},
                                   0}));
   EXPECT_EQ(connection_->Errors(), std::vector{failure});
+  stores_.store().forget_lost_numbers();
   recordset->SetValue("PROPERTYNAME", Variant("12345678"));
   recordset->Update();
   EXPECT_EQ(recordset->Value("PROPERTYID"), Variant(1));
