@@ -70,7 +70,7 @@ void StatementResolver::resolve(Call& call) {
     case Function::isnull:
       if (arguments.size() != 2) refuse_count(call.name);
       // The first argument says of which type the answer is.
-      if (arguments[0]->form == Expression::Form::null) return stand_for(call, *arguments[1]);
+      if (arguments[0]->is_null()) return stand_for(call, *arguments[1]);
       arguments[1] = converted(arguments[1], arguments[0]->type);
       call.type = arguments[0]->type;
       return;
@@ -78,6 +78,7 @@ void StatementResolver::resolve(Call& call) {
       if (arguments.size() != 2) refuse_count(call.name);
       unify(arguments);
       call.type = arguments[0]->type;
+      if (arguments[0]->is_null()) call.form = Expression::Form::null;
       return;
     case Function::coalesce: {
       if (arguments.size() < 2) refuse_count(call.name);
@@ -85,12 +86,15 @@ void StatementResolver::resolve(Call& call) {
       const auto typed = std::find_if(arguments.begin(), arguments.end(),
                                       [](const Expression* argument) { return argument->type != ColumnType::unknown; });
       if (typed != arguments.end()) call.type = (*typed)->type;
+      if (std::all_of(arguments.begin(), arguments.end(), [](const Expression* each) { return each->is_null(); }))
+        call.form = Expression::Form::null;
       return;
     }
     case Function::abs:
       if (arguments.size() != 1) refuse_count(call.name);
       if (arguments[0]->type == ColumnType::text) arguments[0] = converted(arguments[0], ColumnType::real);
       call.type = arguments[0]->type;
+      if (arguments[0]->is_null()) call.form = Expression::Form::null;
       return;
     case Function::round: {
       if (arguments.size() != 2) refuse_count(call.name);
@@ -100,6 +104,7 @@ void StatementResolver::resolve(Call& call) {
       arguments[1] = converted(arguments[1], ColumnType::long_integer);
       arguments[0] = converted(arguments[0], ColumnType::real);
       call.type = stays ? type : ColumnType::real;
+      if (arguments[0]->is_null()) call.form = Expression::Form::null;
       return;
     }
     default:
@@ -150,8 +155,7 @@ void StatementResolver::resolve(Cast& cast) {
     if (writes) cast.styled = Cast::Styled::writes_date;
     if (reads) cast.styled = Cast::Styled::reads_date;
   }
-  if (cast.styled == Cast::Styled::no && cast.operand->form != Expression::Form::null)
-    cast.operand = converted(cast.operand, type);
+  if (cast.styled == Cast::Styled::no && !cast.operand->is_null()) cast.operand = converted(cast.operand, type);
   cast.type = type;
 }
 

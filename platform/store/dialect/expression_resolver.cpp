@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/statement_resolver.h"
 
@@ -21,6 +23,7 @@ void StatementResolver::resolve(Sign& sign) {
   if (sign.operand->type == ColumnType::date) refuse("Operand data type datetime is invalid for minus operator");
   if (!sign.negative) return stand_for(sign, *sign.operand);
   sign.type = sign.operand->type;
+  if (sign.operand->is_null()) sign.form = Expression::Form::null;
   if (sign.operand->form != Expression::Form::literal) return;
   sign.form = Expression::Form::signed_literal;
   sign.literal = sign.operand->literal;
@@ -31,6 +34,7 @@ void StatementResolver::resolve(Arithmetic& arithmetic) {
   Expression*& left = arithmetic.left;
   Expression*& right = arithmetic.right;
   const char operation = arithmetic.operation;
+  if (left->is_null() && right->is_null()) arithmetic.form = Expression::Form::null;
   const auto may_be_text = [](const Expression& operand) {
     return operand.type == ColumnType::text || operand.type == ColumnType::unknown;
   };
@@ -48,7 +52,7 @@ void StatementResolver::resolve(Arithmetic& arithmetic) {
     arithmetic.type = type == ColumnType::boolean ? ColumnType::long_integer : type;
   } else if (operation == '+' || operation == '-' || operation == '%') {
     unify(left, right);
-    arithmetic.type = left->type;
+    arithmetic.type = left->is_null() ? right->type : left->type;
   } else if (operation == '*' && (is_whole(left->type) || is_whole(right->type))) {
     arithmetic.type = ColumnType::money;
   } else {
@@ -86,8 +90,12 @@ void StatementResolver::resolve(CaseValue& value) {
   unify(results);
   for (std::size_t i = 0; i < value.branches.size(); ++i) value.branches[i].result = results[i];
   if (value.otherwise != nullptr) value.otherwise = results.back();
-  const bool begins_with_null = results.front()->form == Expression::Form::null;
-  value.type = begins_with_null ? results.back()->type : results.front()->type;
+  const auto has_value = [](const Expression* result) { return !result->is_null(); };
+  const auto typed = std::find_if(results.begin(), results.end(), has_value);
+  if (typed == results.end())
+    value.form = Expression::Form::null;
+  else
+    value.type = (*typed)->type;
 }
 
 void StatementResolver::resolve(Subselect& subselect) const {

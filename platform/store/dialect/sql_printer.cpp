@@ -182,6 +182,7 @@ void SqlPrinter::source(const Source& source) {
 // Expressions
 
 void SqlPrinter::expression(const Expression& expression) {
+  if (expression.is_null()) return text("NULL");
   switch (expression.kind) {
     case NodeKind::literal:
       return literal(static_cast<const Literal&>(expression));
@@ -272,6 +273,7 @@ void SqlPrinter::operation(const Expression& outermost) {
   const Expression* innermost = &outermost;
   for (;;) {
     const Expression* const current = innermost;
+    if (current->is_null()) break;
     if (current->kind == NodeKind::arithmetic)
       innermost = first_operand(static_cast<const Arithmetic&>(*current));
     else if (current->kind == NodeKind::conversion)

@@ -94,6 +94,8 @@ struct Expression : Node {
     condition,
   };
   Expression(NodeKind its_kind, Form its_form) : Node(its_kind), form(its_form) {}
+  // Null whatever the rows are; its type is unknown.
+  bool is_null() const { return form == Form::null; }
   bool is_literal() const { return form == Form::literal || form == Form::signed_literal; }
   bool is_text_literal() const { return form == Form::literal && type == ColumnType::text; }
 

@@ -68,8 +68,7 @@ void StatementResolver::unify(std::span<Expression*> operands) {
 }
 
 Expression* StatementResolver::converted(Expression* operand, ColumnType type) {
-  if (operand->type == type || operand->form == Expression::Form::null || operand->type == ColumnType::unknown)
-    return operand;
+  if (operand->type == type || operand->is_null() || operand->type == ColumnType::unknown) return operand;
   switch (type) {
     case ColumnType::unknown:
       return operand;

@@ -55,6 +55,25 @@ std::string_view scalar_sql(Function function) {
   return {};
 }
 
+std::string_view type_name(ColumnType type) {
+  switch (type) {
+    case ColumnType::boolean:
+    case ColumnType::short_integer:
+    case ColumnType::long_integer:
+      return "bigint";
+    case ColumnType::real:
+      return "float8";
+    case ColumnType::money:
+      return "numeric";
+    case ColumnType::date:
+      return "timestamp";
+    case ColumnType::text:
+    case ColumnType::unknown:
+      break;
+  }
+  return "text";
+}
+
 }  // namespace
 
 SqlWriter::Around SqlWriter::around(const dialect::TypeConversion& conversion) {
@@ -108,7 +127,7 @@ void SqlWriter::call(const dialect::Call& call) {
       return text(" END");
     case Function::isnull:
       // ISNULL(NULL, x) is x.
-      if (call.arguments[0]->form == dialect::Expression::Form::null) return expression(*call.arguments[1]);
+      if (call.arguments[0]->is_null()) return expression(*call.arguments[1]);
       return scalar(call);
     case Function::round:
       if (call.type == ColumnType::money) {
@@ -145,6 +164,8 @@ void SqlWriter::aggregate(const dialect::Aggregate& aggregate) {
     grouped(*aggregate.operand);
   else
     expression(*aggregate.operand);
+  // There is a sum of each type.
+  if (aggregate.operand->is_null()) text("::integer");
   text(")");
   if (of_money) text(", 4)");
   if (of_whole) text(") AS bigint)");
@@ -162,7 +183,11 @@ void SqlWriter::date_call(const dialect::DateCall& call) {
 }
 
 void SqlWriter::cast(const dialect::Cast& cast) {
-  if (cast.operand->form == dialect::Expression::Form::null) return expression(*cast.operand);
+  if (cast.operand->is_null()) {
+    text("CAST(NULL AS ");
+    text(type_name(cast.type));
+    return text(")");
+  }
   const bool cuts = cast.width == dialect::Cast::Width::usual || cast.width == dialect::Cast::Width::given;
   if (cuts) text("substr(");
   if (cast.is_decimal()) text("mercato_round(");

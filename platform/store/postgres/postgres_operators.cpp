@@ -11,6 +11,9 @@ using Use = Binding::Use;
 
 namespace {
 
+// The engine neither sorts nor groups by a Null of no type.
+constexpr std::string_view kSortableNull = "NULL::text";
+
 bool is_whole(ColumnType type) {
   return type == ColumnType::boolean || type == ColumnType::short_integer || type == ColumnType::long_integer;
 }
@@ -40,7 +43,7 @@ bool SqlWriter::stands_for_group(const dialect::Expression& column) const {
 // Texts that are compared
 
 void SqlWriter::key(const dialect::Expression& operand) {
-  if (operand.kind == NodeKind::null) return text("NULL");
+  if (operand.is_null()) return text("NULL");
   if (operand.kind == NodeKind::literal && operand.form == Form::literal) {
     const auto& literal = static_cast<const dialect::Literal&>(operand);
     return parameter(Use::key, ValueType::text, {literal.position, literal.conversion});
@@ -51,7 +54,10 @@ void SqlWriter::key(const dialect::Expression& operand) {
 }
 
 // Columns have the collation of their own.
-void SqlWriter::ordered(const dialect::Expression& operand, ColumnType type) { left_operand(operand, type, false); }
+void SqlWriter::ordered(const dialect::Expression& operand, ColumnType type) {
+  if (operand.is_null()) return text(kSortableNull);
+  left_operand(operand, type, false);
+}
 
 void SqlWriter::left_operand(const dialect::Expression& operand, ColumnType type, bool other_is_column) {
   if (type != ColumnType::text) return expression(operand);
@@ -68,6 +74,7 @@ void SqlWriter::right_operand(const dialect::Expression& operand, ColumnType typ
 
 // What rows are grouped by is no value of the group yet.
 void SqlWriter::grouped(const dialect::Expression& item) {
+  if (item.is_null()) return text(kSortableNull);
   const bool is_text = item.type == ColumnType::text;
   if (is_text) text("mercato_key(");
   expression(item);
@@ -80,7 +87,7 @@ std::string_view SqlWriter::before(const dialect::Arithmetic& arithmetic) {
   using Meaning = dialect::Arithmetic::Meaning;
   if (arithmetic.meaning == Meaning::date_and_days || arithmetic.meaning == Meaning::days_and_date)
     return "mercato_add_days(";
-  return arithmetic.operation == '%' && arithmetic.type == ColumnType::real ? "mod(trunc(" : "(";
+  return arithmetic.operation == '%' && arithmetic.type == ColumnType::real ? "mod(trunc((" : "(";
 }
 
 // Whole numbers are reckoned in 64 bits; a division by zero is Null.
@@ -103,9 +110,9 @@ void SqlWriter::behind(const dialect::Arithmetic& arithmetic) {
   }
   const bool divides = arithmetic.operation == '/' || arithmetic.operation == '%';
   if (arithmetic.operation == '%' && arithmetic.type == ColumnType::real) {
-    text(")::numeric, nullif(trunc(");
+    text(")::float8)::numeric, nullif(trunc((");
     expression(*arithmetic.right);
-    return text(")::numeric, 0))::float8");
+    return text(")::float8)::numeric, 0))::float8");
   }
   if (is_whole(arithmetic.type) && arithmetic.left->kind != NodeKind::literal) text("::bigint");
   text(" ");

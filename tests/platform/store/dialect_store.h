@@ -61,6 +61,19 @@ class DialectStore : public TableDirectory {
     return translation;
   }
 
+  // The kind of a statement that is taken; raises what the dialect or SQLite refuses it with.
+  StatementKind kind_of(std::string_view statement) {
+    lex(statement, lexed_);
+    const Translation translation = sqlite::translate(lexed_, *this, false);
+    for (const Parameter& parameter : translation.parameters) parameter_value(lexed_, parameter);
+    for (const std::string& sql : translation.statements) {
+      sqlite3_stmt* prepared = nullptr;
+      check(sqlite3_prepare_v2(database_, sql.c_str(), -1, &prepared, nullptr));
+      sqlite3_finalize(prepared);
+    }
+    return translation.kind;
+  }
+
   // All rows as texts; Null is "NULL". A failure of SQLite is raised with its own words.
   Rows run(std::string_view statement, bool identified = false) {
     const Translation translation = translate(statement, identified);
