@@ -17,8 +17,8 @@ namespace mercato::store::postgres::test {
 namespace {
 
 constexpr const char* kTables[] = {
-    "CREATE TABLE PART (ID int NOT NULL PRIMARY KEY, Name nvarchar(50) NULL, CODE nvarchar(20) NULL, QTY float NULL, "
-    "PRICE money NULL, SINCE datetime NULL, ACTIVE bit NULL, KIND smallint NULL)",
+    ("CREATE TABLE PART (ID int NOT NULL PRIMARY KEY, Name nvarchar(50) NULL, CODE nvarchar(20) NULL, QTY float NULL, "
+     "PRICE money NULL, SINCE datetime NULL, ACTIVE bit NULL, KIND smallint NULL)"),
     "CREATE TABLE KINDS (KIND smallint NOT NULL PRIMARY KEY, LABEL nvarchar(20) NULL, \"ORDER\" int NULL)",
     "CREATE TABLE NOTES (ID int IDENTITY(1,1) NOT NULL PRIMARY KEY, TEXT ntext NULL)",
     "CREATE TABLE LOOSE (A nvarchar(10) NULL, N int NULL)",
