@@ -267,6 +267,7 @@ TEST_F(CatalogHostileText, AsAFolderIsThisOneRowOrNone) {
       after["FAVORITEFOLDERS"].pop_back();
       EXPECT_EQ(after, before);
       execute({"DELETE FROM FAVORITEFOLDERS WHERE FOLDERID > 2"});
+      store().forget_lost_numbers();
     }
   }
 }

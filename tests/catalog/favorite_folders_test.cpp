@@ -179,7 +179,12 @@ TEST_F(NewFavoriteFolder, ThatNamesNoUserIsRefusedByTheStore) {
   Recorder recorder;
   const FailureTrail expected =
       trail({error_number::kConstraintViolated, store().failure_source(),
-             "FAVORITEFOLDERS.USERID may not be Null (NOT NULL constraint failed: FAVORITEFOLDERS.USERID)", "", 0},
+             "FAVORITEFOLDERS.USERID may not be Null (" +
+                 store().words(
+                     "NOT NULL constraint failed: FAVORITEFOLDERS.USERID",
+                     "null value in column \"USERID\" of relation \"FAVORITEFOLDERS\" violates not-null constraint") +
+                 ")",
+             "", 0},
             {kInsert});
   EXPECT_EQ(raised_by([&] { insert(Array{"FOLDERNAME"}, Array{"Writing"}); }), expected.raised);
   EXPECT_EQ(recorder.log, expected.log);
@@ -207,6 +212,7 @@ TEST_F(NewFavoriteFolder, ThatFailedKeepsNobodyFromWriting) {
   EXPECT_EQ(raised_by([&] { insert(Array{"FOLDERNAME"}, Array{"Writing"}); }).Number,
             error_number::kConstraintViolated);
   EXPECT_EQ(outcome(), Outcome::open);
+  store().forget_lost_numbers();
   execute_on(store().impatient(), {"INSERT INTO FAVORITEFOLDERS (USERID, FOLDERNAME) VALUES ('bob', 'Tools')"});
   EXPECT_EQ(insert(Array{"FOLDERNAME", "USERID"}, Array{"Writing", "ann"}), 2);
   EXPECT_EQ(outcome(), Outcome::committed);

@@ -165,6 +165,7 @@ TEST_F(NewProductCategory, IsTakenBackWhenItsLinksFail) {
     EXPECT_EQ(outcome(), Outcome::rolledback);
     EXPECT_TRUE(categories().empty());
     EXPECT_TRUE(links().empty());
+    store().forget_lost_numbers();
   }
 }
 

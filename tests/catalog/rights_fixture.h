@@ -81,6 +81,7 @@ class CatalogRightsTest : public CatalogTest {
       EXPECT_EQ(vote(), Vote::abort);
       EXPECT_EQ(outcome(), Outcome::rolledback);
       EXPECT_EQ(all_rows(), before);
+      store().forget_lost_numbers();
     }
     Recorder recorder;
     work();
