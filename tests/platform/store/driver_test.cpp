@@ -31,9 +31,12 @@ TEST(DriverFor, NoProviderMeansSqliteAndAnyCaseServes) {
 }
 
 TEST(DriverFor, AnUnknownProviderIsRefusedWithTheKnownOnes) {
-  EXPECT_EQ(
-      failure_of([] { driver_for("Provider=Nosuch;Data Source=x"); }),
-      (RaisedError{kStoreFailure, "Mercato", "There is no store provider 'Nosuch'. Known providers: SQLite", {}, 0}));
+  EXPECT_EQ(failure_of([] { driver_for("Provider=Nosuch;Data Source=x"); }),
+            (RaisedError{kStoreFailure,
+                         "Mercato",
+                         "There is no store provider 'Nosuch'. Known providers: " + mercato::test::known_providers(),
+                         {},
+                         0}));
 }
 
 TEST(DriverFor, ABlankStringIsRefused) {
