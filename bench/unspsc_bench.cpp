@@ -139,7 +139,7 @@ class LoadBench {
 
   void run() const {
     const auto load = [&](DictionaryPtr (TUNSPSC::*upload)(const std::string&, bool, bool), const fs::path& file) {
-      return [this, upload, file](const fs::path& store) {
+      return [upload, file](const fs::path& store) {
         use_store(store, store.parent_path());
         {
           const Root<TUNSPSC> codes;
