@@ -259,6 +259,7 @@ TEST_F(PropertyTest, InsertedUnderAnIdBeyond16BitsIsUndoneUnlessItIsInsertedComp
     EXPECT_EQ(vote(), Vote::abort);
     EXPECT_EQ(all_rows(), before);
   }
+  store().forget_lost_numbers();
   std::string default_value;
   bool external = false;
   EXPECT_EQ(property_->Insert21(name, type, default_value, external), 32768);
