@@ -5,6 +5,7 @@
 #include <set>
 #include <sstream>
 
+#include "tests/support/test_store.h"
 #include "tests/tools/command_fixture.h"
 #include "tests/tools/locked_store.h"
 
@@ -71,7 +72,7 @@ const std::vector<Failure>& failures() {
        "mercato: limit.toml, line 2: 'call_seconds' has to be a number of seconds, 0 or more.\n",
        2},
       {{"find", "a", "--store", "Provider=Nope;Data Source=x"},
-       "mercato: There is no store provider 'Nope'. Known providers: SQLite.\n"},
+       "mercato: There is no store provider 'Nope'. Known providers: " + known_providers() + ".\n"},
       {{"find", "a", "--store", "Provider=SQLite"},
        "mercato: The connection string has no Data Source. It has to name the store file.\n"},
       {{"find", "a", "--store", "nowhere.db"},
