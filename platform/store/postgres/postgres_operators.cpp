@@ -100,7 +100,7 @@ void SqlWriter::behind(const dialect::Arithmetic& arithmetic) {
       expression(*arithmetic.right);
       return text(")");
     case dialect::Arithmetic::Meaning::date_and_days:
-      text(arithmetic.operation == '+' ? ", " : ", -");
+      text(arithmetic.operation == '+' || arithmetic.right->is_null() ? ", " : ", -");
       expression(*arithmetic.right);
       return text(")");
     case dialect::Arithmetic::Meaning::days_and_date:
