@@ -305,7 +305,7 @@ TEST_F(ServerStoreKilled, TheProcessOfTheServerAtAnyMoment) {
 }
 
 TEST_F(ServerStoreKilled, TheServerAtAnyMoment) {
-  die_again_and_again([this](pid_t) { cluster().control("restart --mode=immediate"); });
+  die_again_and_again([](pid_t) { cluster().control("restart --mode=immediate"); });
 }
 
 }  // namespace
