@@ -63,7 +63,10 @@ inline Variant from_wire(const json& value) {
 
 class GatewayOffice : public Office {
  public:
-  GatewayOffice() : session_(folder_.rpc()), prices_(std::make_unique<Remote>(*this, "PriceXML")) {
+  GatewayOffice()
+      : Office(ChosenStore::by_environment()),
+        session_(folder_.rpc()),
+        prices_(std::make_unique<Remote>(*this, "PriceXML")) {
     ask("clock", {{"now", kToday.iso_text()}});
   }
   ~GatewayOffice() override { prices_.reset(); }

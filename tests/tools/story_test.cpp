@@ -8,6 +8,7 @@
 #include "tests/support/messages.h"
 #include "tests/tools/story_gateway_office.h"
 #include "tests/tools/story_typed_office.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {
@@ -670,6 +671,34 @@ TEST(CatalogueStory, LeavesTheSameRowsAndTheSameTrailWhoeverIsAsked) {
   Story(gateway).tell();
   EXPECT_EQ(gateway.whole_store(), typed.whole_store());
   EXPECT_EQ(gateway.trail(), typed.trail());
+}
+
+// What PostgreSQL says, as SQLite says it: the engine's own words are all that may differ.
+std::string in_words_of_sqlite(std::string line) {
+  static const std::pair<const char*, const char*> kWords[] = {
+      {"PostgreSQL store", "SQLite store"},
+      {"duplicate key value violates unique constraint \"PROPSBYPROPGROUP_pkey\"",
+       "UNIQUE constraint failed: PROPSBYPROPGROUP.PROPERTYGROUPID, PROPSBYPROPGROUP.PROPERTYID"},
+      {"duplicate key value violates unique constraint "
+       "\"UQ_CATALOGPRODUCTPRICE_PRODUCTID_PRICEEFFECTIVEDATE_QU_a2513aef\"",
+       "UNIQUE constraint failed: index 'UQ_CATALOGPRODUCTPRICE_PRODUCTID_PRICEEFFECTIVEDATE_QUANTITYTO_GROUPBY'"},
+  };
+  for (const auto& [postgresql, sqlite] : kWords) line = text::replace_all(line, postgresql, sqlite);
+  return line;
+}
+
+TEST(CatalogueStory, LeavesTheSameRowsAndTheSameTrailOnEveryStore) {
+  const TestStorePtr chosen = ChosenStore::by_environment().make(TemporaryFolder().path(), "kind", Tables::none);
+  if (chosen->file()) GTEST_SKIP() << "the chosen store is one of SQLite, which others are compared with";
+  TypedOffice office;
+  Story(office).tell();
+  const auto rows = office.whole_store();
+  const auto trail = office.trail();
+  TypedOffice embedded(ChosenStore("sqlite"));
+  Story(embedded).tell();
+  EXPECT_EQ(rows, embedded.whole_store());
+  ASSERT_EQ(trail.size(), embedded.trail().size());
+  for (std::size_t i = 0; i < trail.size(); ++i) EXPECT_EQ(in_words_of_sqlite(trail[i]), embedded.trail()[i]) << i;
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ namespace mercato::test {
 
 class TypedOffice : public Office {
  public:
-  TypedOffice() {
+  explicit TypedOffice(const ChosenStore& chosen = ChosenStore::by_environment()) : Office(chosen) {
     DllRegisterServer();
     collaborators::set_settings(collaborators::read_settings(folder_.path("mercato.toml")));
     forget_thread_state();
