@@ -19,6 +19,11 @@ namespace {
 using dialect::quoted_name;
 
 constexpr std::size_t kMostRowWriters = 256;
+
+// In a run. A plan is made once for many executions: one that was made for a small table would read all of it while the
+// run fills it, so where there is an index the plans of a run use it.
+constexpr const char* kSettingsOfRun[] = {"SET synchronous_commit = off", "SET enable_seqscan = off", "DISCARD PLANS"};
+constexpr const char* kSettingsBehindRun[] = {"RESET synchronous_commit", "RESET enable_seqscan", "DISCARD PLANS"};
 constexpr std::size_t kMostParameters = 65535;
 
 // The version of functions.sql; a store that has an older one gets it with its next definition.
@@ -533,14 +538,19 @@ void PostgresSession::roll_back_transaction() {
 void PostgresSession::begin_run() {
   mode_ = Mode::run;
   unflushed_ = false;
-  settings_.push_back("SET synchronous_commit = off");
+  settings_.insert(settings_.end(), std::begin(kSettingsOfRun), std::end(kSettingsOfRun));
 }
 
 void PostgresSession::end_run() {
   mode_ = Mode::single;
   expected_.clear();
   leave_queries();
-  settings_.push_back("RESET synchronous_commit");
+  constexpr std::size_t kSettings = std::size(kSettingsOfRun);
+  // Nothing ran: they were not even sent.
+  if (settings_.size() >= kSettings && settings_.back() == kSettingsOfRun[kSettings - 1] &&
+      settings_[settings_.size() - kSettings] == kSettingsOfRun[0])
+    return settings_.resize(settings_.size() - kSettings);
+  settings_.insert(settings_.end(), std::begin(kSettingsBehindRun), std::end(kSettingsBehindRun));
   if (!std::exchange(unflushed_, false)) return;
   // A commit that is waited for: the log is one, so all that was committed before is on the disk with it.
   const std::size_t batches = send_settings();

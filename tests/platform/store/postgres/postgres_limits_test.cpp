@@ -81,6 +81,35 @@ TEST_F(PostgresLimits, WhatFollowsTheCallLimitIsDoneToItsEnd) {
   EXPECT_EQ(values(), "7,0");
 }
 
+TEST_F(PostgresLimits, ARunDoesNotReadATableWholeThatItFills) {
+  run(*session_, "CREATE TABLE FILLED (CODE nvarchar(20) NULL, N int NULL)");
+  run(*session_, "CREATE INDEX IX_FILLED_CODE ON FILLED (CODE)");
+  const auto fill = [&](int from, int end) {
+    for (int i = from; i < end; ++i) {
+      const std::string code = "'" + std::to_string(i) + "'";
+      run(*session_, "INSERT INTO FILLED (CODE, N) VALUES (" + code + ", 1)");
+      EXPECT_EQ(query_one(*session_, "SELECT N FROM FILLED WHERE CODE = " + code), Variant(1));
+    }
+  };
+  // Plans for a small table are there already.
+  fill(0, 10);
+  as_owner("ANALYZE");
+  fill(10, 30);
+  session_->begin_run();
+  fill(30, 230);
+  session_->end_run();
+  EXPECT_EQ(query_one(*session_, "SELECT COUNT(*) FROM FILLED"), Variant(230));
+  session_.reset();
+  const auto scans = [&] {
+    return std::stoi(as_owner("SELECT coalesce(max(seq_scan), 0) FROM pg_stat_user_tables WHERE relname = 'FILLED'"));
+  };
+  const auto lookups = [&] {
+    return std::stoi(as_owner("SELECT coalesce(max(idx_scan), 0) FROM pg_stat_user_tables WHERE relname = 'FILLED'"));
+  };
+  EXPECT_TRUE(comes_true([&] { return lookups() >= 200; })) << lookups();
+  EXPECT_LE(scans(), 35);
+}
+
 TEST_F(PostgresLimits, RowsThatNobodyReadsToTheirEndAreEndedOnTheServer) {
   { EXPECT_TRUE(run(*session_, "SELECT A.N FROM MANY A, MANY B, MANY C").cursor->next()); }
   EXPECT_EQ(count_of("state = 'active'"), "0");
