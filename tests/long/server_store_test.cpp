@@ -27,7 +27,6 @@
 namespace mercato::store::postgres::test {
 namespace {
 
-using mercato::test::in_another_process;
 
 int number_of(const char* name, int usual) {
   const char* const given = std::getenv(name);
