@@ -27,7 +27,6 @@
 namespace mercato::store::postgres::test {
 namespace {
 
-
 int number_of(const char* name, int usual) {
   const char* const given = std::getenv(name);
   return given == nullptr ? usual : std::atoi(given);
