@@ -18,7 +18,7 @@ RowIdentity EmptySession::insert(const TableInfo& /*table*/, std::span<const std
   return {};
 }
 
-void EmptySession::update(const TableInfo& /*table*/, RowIdentity& /*row*/,
-                          std::span<const std::size_t> /*columns*/, std::span<const Variant> /*values*/) {}
+void EmptySession::update(const TableInfo& /*table*/, RowIdentity& /*row*/, std::span<const std::size_t> /*columns*/,
+                          std::span<const Variant> /*values*/) {}
 
 }  // namespace mercato::store::empty
