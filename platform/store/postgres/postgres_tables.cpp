@@ -88,19 +88,6 @@ ResultHandle rows_of(Connection& connection, const char* text, const SentValues&
   throw Raised(std::move(failure));
 }
 
-const TableInfo* Tables::find(std::string_view name) const {
-  std::string key = text::to_upper(name);
-  if (const auto known = known_.find(key); known != known_.end()) return known->second.get();
-  std::unique_ptr<TableInfo> table = load(name);
-  // What does not exist is not kept: the next statement may be the one after its creation.
-  return table ? known_.emplace(std::move(key), std::move(table)).first->second.get() : nullptr;
-}
-
-const TableInfo* Tables::known(std::string_view name) const {
-  const auto known = known_.find(text::to_upper(name));
-  return known == known_.end() ? nullptr : known->second.get();
-}
-
 bool Tables::has_index(std::string_view table, std::string_view name) const {
   return PQntuples(rows_of(connection_, kIndex, {std::string(table), std::string(name)}).get()) > 0;
 }

@@ -10,19 +10,6 @@
 
 namespace mercato::store::sqlite {
 
-const TableInfo* Tables::find(std::string_view name) const {
-  std::string key = text::to_upper(name);
-  if (const auto known = known_.find(key); known != known_.end()) return known->second.get();
-  std::unique_ptr<TableInfo> table = load(name);
-  // What does not exist is not kept: the next statement may be the one after its creation.
-  return table ? known_.emplace(std::move(key), std::move(table)).first->second.get() : nullptr;
-}
-
-const TableInfo* Tables::known(std::string_view name) const {
-  const auto known = known_.find(text::to_upper(name));
-  return known == known_.end() ? nullptr : known->second.get();
-}
-
 bool Tables::has_index(std::string_view table, std::string_view name) const {
   const StatementHandle statement = database_.prepare(
       "SELECT 1 FROM sqlite_schema WHERE type = 'index' AND tbl_name = ?1 COLLATE NOCASE AND name = ?2 COLLATE NOCASE");
