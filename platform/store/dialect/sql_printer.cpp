@@ -412,4 +412,48 @@ void SqlPrinter::equalities(const Comparison& list) {
   text(")");
 }
 
+// Calls of functions that every engine is given under the same names
+
+void SqlPrinter::date_call(const DateCall& call) {
+  static constexpr std::string_view kNames[] = {"mercato_date_add('", "mercato_date_difference('",
+                                                "mercato_date_part('"};
+  text(kNames[static_cast<std::size_t>(call.function)]);
+  text(call.part);
+  text("', ");
+  arguments(call.arguments);
+  text(")");
+}
+
+void SqlPrinter::cast(const Cast& cast) {
+  if (cast.operand->form == Expression::Form::null) return expression(*cast.operand);
+  const bool cuts = cast.width == Cast::Width::usual || cast.width == Cast::Width::given;
+  if (cuts) text("substr(");
+  if (cast.is_decimal()) text(rounding());
+  if (cast.styled != Cast::Styled::no) {
+    text(cast.styled == Cast::Styled::writes_date ? "mercato_date_text(" : "mercato_styled_date(");
+    expression(*cast.operand);
+    text(", ");
+    size(cast.style_literal);
+    text(")");
+  } else {
+    expression(*cast.operand);
+  }
+  // The last argument of the call that is open.
+  const auto close_with = [this](std::uint32_t literal, int usual) {
+    if (literal != kNoLiteral)
+      cast_size(literal);
+    else
+      text(std::to_string(usual));
+    text(")");
+  };
+  if (cuts) {
+    text(", 1, ");
+    close_with(cast.width_literal, Cast::kUsualWidth);
+  }
+  if (cast.is_decimal()) {
+    text(", ");
+    close_with(cast.decimals_literal, 0);
+  }
+}
+
 }  // namespace mercato::store::dialect

@@ -50,8 +50,11 @@ class SqlPrinter {
   virtual void in_query(const InQuery& in) = 0;
   virtual void call(const Call& call) = 0;
   virtual void aggregate(const Aggregate& aggregate) = 0;
-  virtual void date_call(const DateCall& call) = 0;
-  virtual void cast(const Cast& cast) = 0;
+  // What of a conversion no conversion of its operand does: styles, widths, digits.
+  virtual void cast(const Cast& cast);
+  // A function that rounds a number to so many decimals, and how a literal says how many, or how wide a text is.
+  virtual std::string_view rounding() = 0;
+  virtual void cast_size(std::uint32_t literal) { size(literal); }
   // What a conversion or an operator puts around its operands. The first operand is written in between.
   struct Around {
     std::string_view before;
@@ -88,6 +91,7 @@ class SqlPrinter {
   void join_chain(const JoinChain& chain);
   void source(const Source& source);
   void literal(const Literal& literal);
+  void date_call(const DateCall& call);
   void operation(const Expression& outermost);
   static const Expression* first_operand(const Arithmetic& arithmetic);
   void open(const Expression& operation);

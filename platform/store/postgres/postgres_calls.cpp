@@ -172,53 +172,17 @@ void SqlWriter::aggregate(const dialect::Aggregate& aggregate) {
   group_ = group;
 }
 
-void SqlWriter::date_call(const dialect::DateCall& call) {
-  static constexpr std::string_view kNames[] = {"mercato_date_add('", "mercato_date_difference('",
-                                                "mercato_date_part('"};
-  text(kNames[static_cast<std::size_t>(call.function)]);
-  text(call.part);
-  text("', ");
-  arguments(call.arguments);
+void SqlWriter::cast(const dialect::Cast& cast) {
+  if (!cast.operand->is_null()) return SqlPrinter::cast(cast);
+  text("CAST(NULL AS ");
+  text(type_name(cast.type));
   text(")");
 }
 
-void SqlWriter::cast(const dialect::Cast& cast) {
-  if (cast.operand->is_null()) {
-    text("CAST(NULL AS ");
-    text(type_name(cast.type));
-    return text(")");
-  }
-  const bool cuts = cast.width == dialect::Cast::Width::usual || cast.width == dialect::Cast::Width::given;
-  if (cuts) text("substr(");
-  if (cast.is_decimal()) text("mercato_round(");
-  if (cast.styled != dialect::Cast::Styled::no) {
-    text(cast.styled == dialect::Cast::Styled::writes_date ? "mercato_date_text(" : "mercato_styled_date(");
-    expression(*cast.operand);
-    text(", ");
-    size(cast.style_literal);
-    text(")");
-  } else {
-    expression(*cast.operand);
-  }
-  if (cuts) {
-    text(", 1, ");
-    cast_size(cast.width_literal, dialect::Cast::kUsualWidth);
-  }
-  if (cast.is_decimal()) {
-    text(", ");
-    cast_size(cast.decimals_literal, 0);
-  }
-}
-
-// Closes the call that it is the last argument of.
-void SqlWriter::cast_size(std::uint32_t literal, int usual) {
-  if (literal == dialect::kNoLiteral) {
-    text(std::to_string(usual));
-    return text(")");
-  }
+void SqlWriter::cast_size(std::uint32_t literal) {
   text("CAST(");
   size(literal);
-  text(" AS integer))");
+  text(" AS integer)");
 }
 
 }  // namespace mercato::store::postgres

@@ -137,47 +137,4 @@ void SqlWriter::aggregate(const dialect::Aggregate& aggregate) {
   if (of_whole) text(" AS INTEGER)");
 }
 
-void SqlWriter::date_call(const dialect::DateCall& call) {
-  static constexpr std::string_view kNames[] = {"mercato_date_add('", "mercato_date_difference('",
-                                                "mercato_date_part('"};
-  text(kNames[static_cast<std::size_t>(call.function)]);
-  text(call.part);
-  text("', ");
-  arguments(call.arguments);
-  text(")");
-}
-
-void SqlWriter::cast(const dialect::Cast& cast) {
-  if (cast.operand->form == dialect::Expression::Form::null) return expression(*cast.operand);
-  const bool cuts = cast.width == dialect::Cast::Width::usual || cast.width == dialect::Cast::Width::given;
-  if (cuts) text("substr(");
-  if (cast.is_decimal()) text("round(");
-  if (cast.styled != dialect::Cast::Styled::no) {
-    text(cast.styled == dialect::Cast::Styled::writes_date ? "mercato_date_text(" : "mercato_styled_date(");
-    expression(*cast.operand);
-    text(", ");
-    parameter(cast.style_literal);
-    text(")");
-  } else {
-    expression(*cast.operand);
-  }
-  if (cuts) {
-    text(", 1, ");
-    cast_size(cast.width_literal, dialect::Cast::kUsualWidth);
-  }
-  if (cast.is_decimal()) {
-    text(", ");
-    cast_size(cast.decimals_literal, 0);
-  }
-}
-
-// Closes the call that it is the last argument of.
-void SqlWriter::cast_size(std::uint32_t literal, int usual) {
-  if (literal != dialect::kNoLiteral)
-    parameter(literal);
-  else
-    text(std::to_string(usual));
-  text(")");
-}
-
 }  // namespace mercato::store::sqlite

@@ -50,9 +50,7 @@ class SqlWriter final : private dialect::SqlPrinter {
   void call(const dialect::Call& call) override;
   void scalar(const dialect::Call& call);
   void aggregate(const dialect::Aggregate& aggregate) override;
-  void date_call(const dialect::DateCall& call) override;
-  void cast(const dialect::Cast& cast) override;
-  void cast_size(std::uint32_t literal, int usual);
+  std::string_view rounding() override { return "round("; }
   Around around(const dialect::TypeConversion& conversion) override;
 
   void parameter(std::uint32_t literal, dialect::Conversion conversion = dialect::Conversion::none);
