@@ -3,11 +3,9 @@
 
 #include <algorithm>
 #include <charconv>
-#include <new>
 #include <utility>
 
 #include "mercato/raised_error.h"
-#include "platform/store/failures.h"
 #include "platform/store/postgres/postgres_failure.h"
 #include "platform/store/postgres/postgres_values.h"
 #include "platform/store/postgres/session.h"
@@ -15,16 +13,17 @@
 namespace mercato::store::postgres {
 
 PostgresCursor::PostgresCursor(std::shared_ptr<CachedStatement> statement)
-    : session_(nullptr), statement_(std::move(statement)), layout_(statement_->layout) {}
+    : DrainingCursor(statement->layout, statement->translation.common.identified, kFailureSource),
+      statement_(std::move(statement)) {}
 
 PostgresCursor::PostgresCursor(PostgresSession& session, std::shared_ptr<CachedStatement> statement)
     : PostgresCursor(std::move(statement)) {
   session_ = &session;
   session.streaming_ = this;
-  row_ahead_ = step();
+  step_ahead();
 }
 
-PostgresCursor::~PostgresCursor() { abandon(); }
+PostgresCursor::~PostgresCursor() { let_go(); }
 
 bool PostgresCursor::step() {
   PostgresSession& session = *session_;
@@ -40,30 +39,11 @@ bool PostgresCursor::step() {
     return false;
   } catch (const Raised& failed) {
     leave_session();
-    detached_ = true;
+    close_rows();
     session.note_lost_connection(failed);
     throw;
   }
 }
-
-bool PostgresCursor::advance() {
-  if (detached_) throw Raised(of_this_store(rows_closed()));
-  if (kept_at_ < kept_.size()) return ++kept_at_, true;
-  if (std::exchange(row_ahead_, false)) return true;
-  if (session_) return step();
-  kept_.clear();
-  kept_at_ = 0;
-  return false;
-}
-
-void PostgresCursor::read(std::vector<Variant>& row) {
-  if (kept_at_ > 0)
-    row = kept_[kept_at_ - 1].values;
-  else
-    read_row(row);
-}
-
-RowIdentity PostgresCursor::identity() { return kept_at_ > 0 ? kept_[kept_at_ - 1].identity : read_identity(); }
 
 void PostgresCursor::value_at(int column, ColumnType type, Variant& out) const {
   if (PQgetisnull(row_.get(), 0, column) != 0) {
@@ -76,14 +56,14 @@ void PostgresCursor::value_at(int column, ColumnType type, Variant& out) const {
 }
 
 void PostgresCursor::read_row(std::vector<Variant>& row) const {
-  const std::vector<Column>& columns = layout_->columns();
+  const std::vector<Column>& columns = layout()->columns();
   row.resize(columns.size());
   for (std::size_t i = 0; i < columns.size(); ++i) value_at(static_cast<int>(i), columns[i].type, row[i]);
 }
 
 RowIdentity PostgresCursor::read_identity() const {
   RowIdentity identity;
-  const int first = static_cast<int>(layout_->size());
+  const int first = static_cast<int>(layout()->size());
   if (statement_->translation.identity == IdentityKind::number) {
     const char* const digits = PQgetvalue(row_.get(), 0, first);
     std::from_chars(digits, digits + PQgetlength(row_.get(), 0, first), identity.number);
@@ -96,29 +76,6 @@ RowIdentity PostgresCursor::read_identity() const {
   return identity;
 }
 
-void PostgresCursor::drain() {
-  const auto keep = [this] {
-    KeptRow row;
-    read_row(row.values);
-    if (statement_->translation.common.identified) row.identity = read_identity();
-    kept_.push_back(std::move(row));
-  };
-  try {
-    // The current row stays where it is, unless it is still ahead.
-    keep();
-    kept_at_ = std::exchange(row_ahead_, false) ? 0 : 1;
-    while (session_ && step()) keep();
-  } catch (const std::bad_alloc&) {
-    detach();  // the row that found no room must not be missed in silence
-    throw;
-  }
-}
-
-void PostgresCursor::detach() noexcept {
-  abandon();
-  detached_ = true;
-}
-
 void PostgresCursor::leave_session() noexcept {
   if (!session_) return;
   session_->streaming_ = nullptr;
@@ -126,7 +83,7 @@ void PostgresCursor::leave_session() noexcept {
 }
 
 // A few rows are read to their end; of more the server is told to stop, where that undoes nothing.
-void PostgresCursor::abandon() noexcept {
+void PostgresCursor::let_go() noexcept {
   if (!session_) return;
   constexpr int kFew = 1000;
   PostgresSession& session = *session_;

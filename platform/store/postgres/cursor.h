@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/store/driver.h"
+#include "platform/store/draining_cursor.h"
 #include "platform/store/postgres/postgres_printer.h"
 #include "platform/store/postgres/server_connection.h"
 
@@ -15,7 +15,7 @@ namespace mercato::store::postgres {
 class PostgresSession;
 struct CachedStatement;
 
-class PostgresCursor final : public Cursor {
+class PostgresCursor final : public DrainingCursor {
  public:
   // One without rows.
   explicit PostgresCursor(std::shared_ptr<CachedStatement> statement);
@@ -25,37 +25,19 @@ class PostgresCursor final : public Cursor {
   PostgresCursor(const PostgresCursor&) = delete;
   PostgresCursor& operator=(const PostgresCursor&) = delete;
 
-  const RowLayoutPtr& layout() const override { return layout_; }
-  void read(std::vector<Variant>& row) override;
-  RowIdentity identity() override;
-
-  // Takes the rest into memory; the session is free after it.
-  void drain();
-  // Ends it: the next move raises kObjectClosed. What the server still sends is passed over.
-  void detach() noexcept;
-
  private:
-  struct KeptRow {
-    std::vector<Variant> values;
-    RowIdentity identity;
-  };
-
-  bool advance() override;
-  bool step();
-  void read_row(std::vector<Variant>& row) const;
-  RowIdentity read_identity() const;
+  bool runs() const noexcept override { return session_ != nullptr; }
+  bool step() override;
+  // What the server still sends is passed over.
+  void let_go() noexcept override;
+  void read_row(std::vector<Variant>& row) const override;
+  RowIdentity read_identity() const override;
   void value_at(int column, ColumnType type, Variant& out) const;
   void leave_session() noexcept;
-  void abandon() noexcept;
 
-  PostgresSession* session_;  // while the server still has rows for it
+  PostgresSession* session_ = nullptr;  // while the server still has rows for it
   std::shared_ptr<CachedStatement> statement_;
-  RowLayoutPtr layout_;
-  ResultHandle row_;  // the current one, or the one ahead
-  bool row_ahead_ = false;
-  bool detached_ = false;
-  std::vector<KeptRow> kept_;
-  std::size_t kept_at_ = 0;
+  ResultHandle row_;  // the one that was read last
 };
 
 }  // namespace mercato::store::postgres
