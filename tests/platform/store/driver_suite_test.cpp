@@ -108,6 +108,28 @@ TEST_P(DriverSuite, WholeRowsKeepTheirKeysAndThoseAssignedLaterLieBehindThem) {
   EXPECT_EQ(one("SELECT COUNT(*) FROM PLAIN"), Variant(2));
 }
 
+TEST_P(DriverSuite, WholeRowsKeepWhateverStandsInTheirTexts) {
+  const std::vector<std::vector<Variant>> rows = {{"\\", 1},   {"\\N", 2}, {"a\tb\nc", 3},
+                                                  {"\r\n", 4}, {"", 5},    {kNull, 6}};
+  session_->copy_rows(TableInfo(*session_->table("PLAIN")), rows);
+  EXPECT_EQ(query(*session_, "SELECT * FROM PLAIN ORDER BY N"), rows);
+}
+
+TEST_P(DriverSuite, AWholeRowThatIsRefusedFailsAsAnyOther) {
+  const TableInfo lines = *session_->table("PRICELINE"), plain = *session_->table("PLAIN");
+  const std::vector<std::vector<Variant>> doubled = {{1, "a"}, {1, "A "}}, wide = {{"123456", 1}};
+  session_->start_transaction();
+  EXPECT_EQ(failure_of([&] { session_->copy_rows(lines, doubled); }).Number, kConstraintViolated);
+  session_->rollback();
+  session_->start_transaction();
+  insert("PLAIN", {"N"}, {Variant(1)});
+  EXPECT_EQ(failure_of([&] { session_->copy_rows(plain, wide); }).Number, kValueTooLong);
+  insert("PLAIN", {"N"}, {Variant(2)});
+  session_->commit();
+  EXPECT_EQ(one("SELECT COUNT(*) FROM PRICELINE"), Variant(0));
+  EXPECT_EQ(one("SELECT COUNT(*) FROM PLAIN"), Variant(2));
+}
+
 TEST_P(DriverSuite, AStoreSaysWhatItIs) {
   const StoreDescription told = driver_for(connection_string_).describe(connection_string_);
   EXPECT_FALSE(told.engine.empty());
@@ -520,6 +542,14 @@ TEST_P(DriverSuite, AForeseenQueryIsAnsweredAsItIsRightAfterTheWrite) {
   execute("INSERT INTO PLAIN (N) VALUES (6)");
   EXPECT_EQ(failure_of([&] { execute("SELECT NOSUCH FROM PLAIN"); }).Number, kStatementRefused);
   EXPECT_EQ(one(count), Variant(6));
+  // So is the foreseen query's, and the one behind it is answered all the same.
+  const std::string five = "SELECT COUNT(*) FROM PLAIN WHERE CODE = 5";
+  EXPECT_EQ(one(five), Variant(0));
+  foresee({five, count});
+  execute("INSERT INTO PLAIN (CODE, N) VALUES ('five', 7)");
+  EXPECT_EQ(failure_of([&] { one(five); }).Number, kStatementRefused);
+  EXPECT_EQ(one(count), Variant(7));
+  execute("DELETE FROM PLAIN WHERE N = 7");
   foresee({count});
   session_->end_run();
   execute("INSERT INTO PLAIN (N) VALUES (7)");
