@@ -24,16 +24,14 @@ add_custom_command(
   VERBATIM)
 
 # The functions of a PostgreSQL store, likewise.
-if(MERCATO_POSTGRES)
-  set(postgres_functions ${PROJECT_SOURCE_DIR}/platform/store/postgres/functions.sql)
-  set(postgres_functions_source ${PROJECT_BINARY_DIR}/generated/postgres_function_texts.cpp)
-  add_custom_command(
-    OUTPUT ${postgres_functions_source}
-    COMMAND ${CMAKE_COMMAND} -DOUTPUT=${postgres_functions_source} -DFILE=${postgres_functions}
-            -P ${PROJECT_SOURCE_DIR}/cmake/embed_functions.cmake
-    DEPENDS ${postgres_functions} ${PROJECT_SOURCE_DIR}/cmake/embed_functions.cmake
-    VERBATIM)
-endif()
+set(postgres_functions ${PROJECT_SOURCE_DIR}/platform/store/postgres_dialect/functions.sql)
+set(postgres_functions_source ${PROJECT_BINARY_DIR}/generated/postgres_function_texts.cpp)
+add_custom_command(
+  OUTPUT ${postgres_functions_source}
+  COMMAND ${CMAKE_COMMAND} -DOUTPUT=${postgres_functions_source} -DFILE=${postgres_functions}
+          -P ${PROJECT_SOURCE_DIR}/cmake/embed_functions.cmake
+  DEPENDS ${postgres_functions} ${PROJECT_SOURCE_DIR}/cmake/embed_functions.cmake
+  VERBATIM)
 
 # What all objects of the library have in common. Nobody puts other functions in the place of the library's own, so its calls of
 # itself need no table to go through.
@@ -48,14 +46,14 @@ endfunction()
 
 # Compiled once, linked twice: into the shared library, which exports what include/mercato/ declares and nothing else, and
 # into an archive for what stands on the inside: the tool, tests, benchmarks, fuzz targets. Nothing links both.
-add_library(mercato_objects OBJECT ${MERCATO_SOURCES} ${schema_source})
+add_library(mercato_objects OBJECT ${MERCATO_SOURCES} ${schema_source} ${postgres_functions_source})
 set(libraries SQLite::SQLite3 pugixml::pugixml CURL::libcurl fmt::fmt spdlog::spdlog ICU::uc ICU::i18n LibXml2::LibXml2 PkgConfig::LIBZIP ${CMAKE_DL_LIBS})
 target_link_libraries(mercato_objects PRIVATE ${libraries})
 compile_for_library(mercato_objects)
 set(objects $<TARGET_OBJECTS:mercato_objects>)
 # A library of objects of its own, so that no other source finds the client library's headers.
 if(MERCATO_POSTGRES)
-  add_library(mercato_postgres_objects OBJECT ${postgres_sources} ${postgres_functions_source})
+  add_library(mercato_postgres_objects OBJECT ${postgres_sources})
   target_include_directories(mercato_postgres_objects SYSTEM PRIVATE ${LIBPQ_INCLUDEDIR})
   compile_for_library(mercato_postgres_objects)
   list(APPEND objects $<TARGET_OBJECTS:mercato_postgres_objects>)

@@ -62,10 +62,13 @@ const std::vector<Inner>& inner_rooms() {
       // The dialect: of the contract only plain records, and the call limit, which long statements ask.
       {"platform/store/dialect",
        {"platform/store/call_limit.h", "platform/store/row_layout.h", "platform/store/statement.h"}},
+      // PostgreSQL's SQL, for all drivers that reach such a server.
+      {"platform/store/postgres_dialect", {"platform/store", "platform/store/dialect", "platform/clock"}},
       // The drivers: none sees another.
       {"platform/store/empty", {"platform/store", "platform/store/dialect"}},
       {"platform/store/sqlite", {"platform/store", "platform/store/dialect", "platform/clock"}},
-      {"platform/store/postgres", {"platform/store", "platform/store/dialect", "platform/clock"}},
+      {"platform/store/postgres",
+       {"platform/store", "platform/store/dialect", "platform/store/postgres_dialect", "platform/clock"}},
 
       {"exchange", {"exchange/input", "exchange/formats"}},
       {"exchange/input", {}},

@@ -7,8 +7,8 @@
 
 #include "mercato/raised_error.h"
 #include "platform/store/postgres/postgres_failure.h"
-#include "platform/store/postgres/postgres_values.h"
 #include "platform/store/postgres/session.h"
+#include "platform/store/postgres_dialect/postgres_values.h"
 
 namespace mercato::store::postgres {
 

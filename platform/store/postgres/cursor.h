@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "platform/store/draining_cursor.h"
-#include "platform/store/postgres/postgres_printer.h"
 #include "platform/store/postgres/server_connection.h"
+#include "platform/store/postgres_dialect/postgres_printer.h"
 
 namespace mercato::store::postgres {
 

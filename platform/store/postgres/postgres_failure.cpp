@@ -6,7 +6,7 @@
 
 #include "platform/store/call_limit.h"
 #include "platform/store/failures.h"
-#include "platform/store/postgres/postgres_printer.h"
+#include "platform/store/postgres_dialect/postgres_printer.h"
 
 namespace mercato::store::postgres {
 namespace {

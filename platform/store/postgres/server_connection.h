@@ -18,7 +18,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/store/postgres/postgres_values.h"
+#include "platform/store/postgres_dialect/postgres_values.h"
 
 namespace mercato::store::postgres {
 

@@ -10,7 +10,7 @@
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/sql_printer.h"
 #include "platform/store/postgres/cursor.h"
-#include "platform/store/postgres/function_texts.h"
+#include "platform/store/postgres_dialect/function_texts.h"
 #include "values/text.h"
 
 namespace mercato::store::postgres {

@@ -18,10 +18,10 @@
 
 #include "platform/store/driver.h"
 #include "platform/store/postgres/postgres_failure.h"
-#include "platform/store/postgres/postgres_printer.h"
 #include "platform/store/postgres/postgres_tables.h"
-#include "platform/store/postgres/postgres_values.h"
 #include "platform/store/postgres/server_connection.h"
+#include "platform/store/postgres_dialect/postgres_printer.h"
+#include "platform/store/postgres_dialect/postgres_values.h"
 #include "platform/store/shape_cache.h"
 
 namespace mercato::store::postgres {

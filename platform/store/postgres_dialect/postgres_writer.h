@@ -13,13 +13,13 @@
 #include <string_view>
 
 #include "platform/store/dialect/sql_printer.h"
-#include "platform/store/postgres/postgres_printer.h"
+#include "platform/store/postgres_dialect/postgres_printer.h"
 
 namespace mercato::store::postgres {
 
 class SqlWriter final : private dialect::SqlPrinter {
  public:
-  explicit SqlWriter(dialect::SyntaxTree& tree) : SqlPrinter(tree) {}
+  SqlWriter(dialect::SyntaxTree& tree, Markers markers) : SqlPrinter(tree), markers_(markers) {}
   Translation translation();
 
  private:
@@ -79,6 +79,7 @@ class SqlWriter final : private dialect::SqlPrinter {
   void cast_size(std::uint32_t literal) override;
   Around around(const dialect::TypeConversion& conversion) override;
 
+  Markers markers_;
   Translation result_;
   const dialect::Select* group_ = nullptr;  // whose groups are being shown
 };

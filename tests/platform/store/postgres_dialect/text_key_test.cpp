@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/store/postgres/text_key.h"
+#include "platform/store/postgres_dialect/text_key.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
 #include <string>
 
-#include "platform/store/postgres/function_texts.h"
+#include "platform/store/postgres_dialect/function_texts.h"
 
 namespace mercato::store::postgres {
 namespace {

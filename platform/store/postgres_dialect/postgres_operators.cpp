@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 
-#include "platform/store/postgres/postgres_writer.h"
+#include "platform/store/postgres_dialect/postgres_writer.h"
 
 namespace mercato::store::postgres {
 

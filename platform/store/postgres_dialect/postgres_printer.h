@@ -38,8 +38,15 @@ enum class IdentityKind : std::uint8_t {
   key,     // the columns of the key
 };
 
+// How the places of parameters are marked. Either way there is a binding for each place, in their order: a literal that
+// stands twice is bound twice.
+enum class Markers : std::uint8_t {
+  numbered,  // $1, $2 ...: the server's own
+  by_place,  // ?: what ODBC hands to any server
+};
+
 struct Translation {
-  dialect::Translation common;  // its text has $1, $2 ...; `bindings` stand for its parameters
+  dialect::Translation common;  // `bindings` stand for its parameters
   std::vector<Binding> bindings;
   IdentityKind identity = IdentityKind::number;
   bool gives_key = false;  // an INSERT that names the assigned key of its table
@@ -55,7 +62,8 @@ IdentityKind identity_kind(const TableInfo& table);
 // Numbers are typed by what the literals of this statement are: of one shape are also those whose text literals read as
 // numbers of another type. Such a statement does not fit a translation of another, and needs one of its own (postgres_values.h).
 // Raises what `dialect::resolve_statement` raises.
-Translation translate(const dialect::LexedStatement& lexed, const dialect::TableDirectory& tables, bool identified);
+Translation translate(const dialect::LexedStatement& lexed, const dialect::TableDirectory& tables, bool identified,
+                      Markers markers = Markers::numbered);
 
 // The statements that carry out a definition.
 std::vector<std::string> definition_sql(const dialect::Definition& definition);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/store/postgres/like_binding.h"
+#include "platform/store/postgres_dialect/like_binding.h"
 
 #include "platform/store/dialect/like_reader.h"
 

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/store/postgres/postgres_writer.h"
+#include "platform/store/postgres_dialect/postgres_writer.h"
 
 namespace mercato::store::postgres {
 namespace {

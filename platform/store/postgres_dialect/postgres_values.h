@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "mercato/variant.h"
-#include "platform/store/postgres/postgres_printer.h"
+#include "platform/store/postgres_dialect/postgres_printer.h"
 #include "platform/store/row_layout.h"
 
 namespace mercato::store::postgres {

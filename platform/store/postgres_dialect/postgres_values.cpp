@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/store/postgres/postgres_values.h"
+#include "platform/store/postgres_dialect/postgres_values.h"
 
 #include <array>
 #include <charconv>
@@ -10,8 +10,8 @@
 #include "mercato/clock.h"
 #include "mercato/raised_error.h"
 #include "platform/store/dialect/like_prefix.h"
-#include "platform/store/postgres/like_binding.h"
-#include "platform/store/postgres/text_key.h"
+#include "platform/store/postgres_dialect/like_binding.h"
+#include "platform/store/postgres_dialect/text_key.h"
 #include "values/text.h"
 
 namespace mercato::store::postgres {

@@ -6,7 +6,7 @@
 
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/sql_printer.h"
-#include "platform/store/postgres/postgres_printer.h"
+#include "platform/store/postgres_dialect/postgres_printer.h"
 #include "values/text.h"
 
 namespace mercato::store::postgres {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/store/postgres/postgres_printer.h"
+#include "platform/store/postgres_dialect/postgres_printer.h"
 
 #include <algorithm>
 #include <optional>
 #include <utility>
 
 #include "platform/store/dialect/resolver.h"
-#include "platform/store/postgres/postgres_writer.h"
+#include "platform/store/postgres_dialect/postgres_writer.h"
 
 namespace mercato::store::postgres {
 namespace {
@@ -34,10 +34,11 @@ IdentityKind identity_kind(const TableInfo& table) {
   return numbered ? IdentityKind::number : IdentityKind::key;
 }
 
-Translation translate(const dialect::LexedStatement& lexed, const dialect::TableDirectory& tables, bool identified) {
+Translation translate(const dialect::LexedStatement& lexed, const dialect::TableDirectory& tables, bool identified,
+                      Markers markers) {
   dialect::SyntaxTree tree(lexed);
   dialect::resolve_statement(tree, tables, identified);
-  if (!tree.definition) return SqlWriter(tree).translation();
+  if (!tree.definition) return SqlWriter(tree, markers).translation();
   Translation result;
   result.common = std::move(tree.translation);
   result.common.statements = definition_sql(*tree.definition);
@@ -85,6 +86,7 @@ ValueType SqlWriter::type_of(const dialect::Parameter& parameter) const {
 
 void SqlWriter::parameter(Binding::Use use, ValueType type, dialect::Parameter parameter, std::uint32_t escape) {
   result_.bindings.push_back({use, type, parameter, escape});
+  if (markers_ == Markers::by_place) return text("?");
   sql_ += '$';
   sql_ += std::to_string(result_.bindings.size());
 }
