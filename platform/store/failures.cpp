@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "platform/store/call_limit.h"
+
 namespace mercato::store {
 namespace {
 
@@ -45,6 +47,30 @@ RaisedError constraint_violated(const std::string& words) {
 
 RaisedError rows_closed() {
   return failure(kObjectClosed, "The connection that these rows are read from has been closed");
+}
+
+std::string one_line(std::string_view words) {
+  std::string line;
+  for (const char character : words) {
+    const bool is_blank = character == '\n' || character == '\t' || character == ' ';
+    if (!is_blank || !line.ends_with(' ')) line += is_blank ? ' ' : character;
+  }
+  while (line.ends_with(' ') || line.ends_with('.')) line.pop_back();
+  return line;
+}
+
+std::string at_the_start(std::string label) {
+  if (!label.empty() && label.front() == 't') label.front() = 'T';
+  return label;
+}
+
+RaisedError unless_call_limit_passed(RaisedError failure) {
+  try {
+    check_call_limit_now();
+  } catch (const Raised& passed) {
+    return passed.error();
+  }
+  return failure;
 }
 
 }  // namespace mercato::store

@@ -22,4 +22,13 @@ RaisedError constraint_violated(const std::string& words);
 // Rows are read whose session is gone, or was given back.
 RaisedError rows_closed();
 
+// The failure, or the call limit's when that has passed: it is why somebody gave up.
+RaisedError unless_call_limit_passed(RaisedError failure);
+
+// The engine's words in one line, without the stop at its end.
+std::string one_line(std::string_view words);
+
+// The label of a server ("the server 'db.example.com'") as the first words of a sentence.
+std::string at_the_start(std::string label);
+
 }  // namespace mercato::store

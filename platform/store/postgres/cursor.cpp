@@ -52,7 +52,7 @@ void PostgresCursor::value_at(int column, ColumnType type, Variant& out) const {
   }
   const std::string_view text(PQgetvalue(row_.get(), 0, column),
                               static_cast<std::size_t>(PQgetlength(row_.get(), 0, column)));
-  read_value(text, type, PQftype(row_.get(), column), out);
+  read_value(text, type, given_type(PQftype(row_.get(), column)), out);
 }
 
 void PostgresCursor::read_row(std::vector<Variant>& row) const {

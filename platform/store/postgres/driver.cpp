@@ -2,8 +2,8 @@
 #include "platform/store/postgres/driver.h"
 
 #include "platform/store/postgres/backup_commands.h"
-#include "platform/store/postgres/postgres_description.h"
 #include "platform/store/postgres/session.h"
+#include "platform/store/postgres_dialect/postgres_description.h"
 
 namespace mercato::store {
 namespace {
@@ -19,7 +19,8 @@ class PostgresDriver final : public Driver {
     return postgres::backup_commands(connection_string);
   }
   StoreDescription describe(const std::string& connection_string) const override {
-    return postgres::describe_store(connection_string);
+    postgres::Connection connection(connection_string);
+    return postgres::describe_store(connection, connection.address());
   }
 };
 

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "mercato/raised_error.h"
+#include "platform/store/postgres_dialect/server_failure.h"
 #include "platform/store/row_layout.h"
 
 namespace mercato::store::postgres {
@@ -17,12 +18,6 @@ inline constexpr std::string_view kFailureSource = "PostgreSQL store";
 // The engine's five signs for what went wrong: "23505". Empty when there are none.
 std::string_view state_of(const PGresult* failed);
 
-// The label of a server as the first words of a sentence.
-std::string at_the_start(std::string label);
-
-// The engine's words in one line, without the stop at its end.
-std::string one_line(std::string_view words);
-
 // What the engine reports; `table` is the one that the statement wrote, if it is known. `server`: its label.
 RaisedError failure_of(const PGresult* failed, const std::string& server, const TableInfo* table);
 
@@ -31,15 +26,6 @@ RaisedError opening_failure(const std::string& server, std::string words);
 
 // A server of a version before the oldest one; `version`: 140011 for 14.11.
 RaisedError too_old(const std::string& server, int version);
-
-// The failure, or the call limit's when that has passed: it is why somebody gave up.
-RaisedError unless_call_limit_passed(RaisedError failure);
-
-// Whether the engine wants the whole transaction undone: its locks are what others wait for.
-bool undoes_transaction(std::string_view state);
-
-// Whether the engine refused for what it knows of the tables: they may be others by now.
-bool is_about_tables(std::string_view state);
 
 RaisedError of_this_store(RaisedError failure);
 [[noreturn]] void raise_store_failure(std::string description);

@@ -16,6 +16,7 @@
 #include "mercato/raised_error.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/driver.h"
+#include "platform/store/failures.h"
 #include "platform/store/postgres/postgres_failure.h"
 
 namespace mercato::store::postgres {
@@ -174,6 +175,43 @@ void Connection::copy_in(const std::string& command, std::span<const std::vector
     return ended;
   });
   if (PQresultStatus(done.get()) != PGRES_COMMAND_OK) throw Raised(failure_of(done.get(), label_, table));
+}
+
+void Connection::control(const std::string& statement, Ending ending) {
+  send(statement.c_str());
+  flush(ending);
+  if (const ResultHandle failed = finish_batch()) throw Raised(failure_of(failed.get(), label_, nullptr));
+}
+
+std::vector<SentValues> Connection::rows(const std::string& query, const SentValues& values) {
+  // A failure leaves the transaction as it was.
+  const bool is_saved = is_in_transaction();
+  if (is_saved) send("SAVEPOINT mercato_read");
+  send(query.c_str(), values);
+  if (is_saved) send("RELEASE SAVEPOINT mercato_read");
+  flush();
+  if (is_saved) finish_command();
+  const ResultHandle found = finish_command();
+  finish_batch();
+  if (PQresultStatus(found.get()) != PGRES_TUPLES_OK) {
+    RaisedError failure = failure_of(found.get(), label_, nullptr);
+    if (is_saved) {
+      send("ROLLBACK TO SAVEPOINT mercato_read");
+      flush(Ending::awaited);
+      finish_batch();
+    }
+    throw Raised(std::move(failure));
+  }
+  std::vector<SentValues> rows(static_cast<std::size_t>(PQntuples(found.get())));
+  for (std::size_t row = 0; row < rows.size(); ++row)
+    for (int column = 0; column < PQnfields(found.get()); ++column) {
+      const int at = static_cast<int>(row);
+      std::optional<std::string>& value = rows[row].emplace_back();
+      if (PQgetisnull(found.get(), at, column) == 0)
+        value.emplace(PQgetvalue(found.get(), at, column),
+                      static_cast<std::size_t>(PQgetlength(found.get(), at, column)));
+    }
+  return rows;
 }
 
 // Sending

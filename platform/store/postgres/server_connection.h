@@ -18,6 +18,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/store/postgres/postgres_failure.h"
+#include "platform/store/postgres_dialect/postgres_server.h"
 #include "platform/store/postgres_dialect/postgres_values.h"
 
 namespace mercato::store::postgres {
@@ -33,7 +35,7 @@ enum class Ending : std::uint8_t {
   awaited,    // a commit or a rollback: stopped half-way, it would leave the next statement in doubt
 };
 
-class Connection {
+class Connection final : public PostgresServer {
  public:
   // Raises what `postgres_driver` says.
   explicit Connection(const std::string& connection_string);
@@ -46,8 +48,12 @@ class Connection {
   void prepare(const std::string& name, const std::string& text, const std::vector<Oid>& types);
   void run(const std::string& name, const SentValues& values);
   void flush(Ending ending = Ending::cancelled);
-  // Several statements without parameters, outside of any batch. Raises what they raise.
-  void run_script(const std::string& script);
+  // A batch of its own, for a statement of the store's own. Raises what it raises.
+  void control(const std::string& statement) override { control(statement, Ending::cancelled); }
+  void finish(const std::string& statement) { control(statement, Ending::awaited); }
+  std::vector<SentValues> rows(const std::string& query, const SentValues& values = {}) override;
+  // Outside of any batch.
+  void run_script(const std::string& script) override;
   // Sends whole rows by that COPY command, outside of any batch. Raises what it raises; `table` is the one it fills.
   void copy_in(const std::string& command, std::span<const std::vector<Variant>> rows, const TableInfo* table);
 
@@ -78,14 +84,16 @@ class Connection {
   int server_version() const { return PQserverVersion(connection_.get()); }
   // Host, or folder of the socket, and port.
   std::string address() const;
+  std::string_view failure_source() const override { return kFailureSource; }
   // For messages: "the server 'db.example.com' (database 'mercato')".
-  const std::string& label() const { return label_; }
+  const std::string& label() const override { return label_; }
 
  private:
   struct Close {
     void operator()(PGconn* connection) const noexcept { PQfinish(connection); }
   };
 
+  void control(const std::string& statement, Ending ending);
   template <class Work>
   ResultHandle outside_of_batches(Work work);
   void queued(int done);

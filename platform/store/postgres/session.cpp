@@ -4,14 +4,15 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <numeric>
 #include <utility>
 
 #include "mercato/raised_error.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/sql_printer.h"
 #include "platform/store/postgres/cursor.h"
-#include "platform/store/postgres_dialect/function_texts.h"
-#include "values/text.h"
+#include "platform/store/postgres_dialect/postgres_store.h"
+#include "platform/store/postgres_dialect/row_texts.h"
 
 namespace mercato::store::postgres {
 namespace {
@@ -25,61 +26,6 @@ constexpr std::size_t kMostRowWriters = 256;
 constexpr const char* kSettingsOfRun[] = {"SET synchronous_commit = off", "SET enable_seqscan = off", "DISCARD PLANS"};
 constexpr const char* kSettingsBehindRun[] = {"RESET synchronous_commit", "RESET enable_seqscan", "DISCARD PLANS"};
 constexpr std::size_t kMostParameters = 65535;
-
-// The version of functions.sql; a store that has an older one gets it with its next definition.
-constexpr int kFunctionsVersion = 1;
-
-std::string parameter_list(std::size_t count) {
-  std::string list;
-  for (std::size_t i = 1; i <= count; ++i) list += (i > 1 ? ", $" : "$") + std::to_string(i);
-  return list;
-}
-
-// What tells a new row from others: its number, or its key.
-std::string identity_list(const TableInfo& table) {
-  if (table.key.empty()) return std::string(kHiddenIdentity);
-  std::string list;
-  for (const std::size_t column : table.key)
-    list += (list.empty() ? "" : ", ") + quoted_name(table.columns[column].name);
-  return list;
-}
-
-std::string insert_text(const TableInfo& table, std::span<const std::size_t> columns) {
-  std::string text = "INSERT INTO " + quoted_name(table.name);
-  if (columns.empty()) {
-    text += " DEFAULT VALUES";
-  } else {
-    const char* separator = " (";
-    for (const std::size_t column : columns)
-      text += std::exchange(separator, ", ") + quoted_name(table.columns[column].name);
-    text += ") VALUES (" + parameter_list(columns.size()) + ")";
-  }
-  return text + " RETURNING " + identity_list(table);
-}
-
-// A row that is known by its key is told by the new one when that is changed.
-std::string update_text(const TableInfo& table, std::span<const std::size_t> columns) {
-  std::string text = "UPDATE " + quoted_name(table.name);
-  std::size_t parameter = 0;
-  const auto equals = [&](std::string_view name) { return std::string(name) + " = $" + std::to_string(++parameter); };
-  const char* separator = " SET ";
-  bool changes_key = false;
-  for (const std::size_t column : columns) {
-    text += std::exchange(separator, ", ") + equals(quoted_name(table.columns[column].name));
-    changes_key = changes_key || std::ranges::find(table.key, column) != table.key.end();
-  }
-  if (table.key.empty()) return text + " WHERE " + equals(kHiddenIdentity);
-  separator = " WHERE ";
-  for (const std::size_t column : table.key)
-    text += std::exchange(separator, " AND ") + equals(quoted_name(table.columns[column].name));
-  return changes_key ? text + " RETURNING " + identity_list(table) : text;
-}
-
-std::vector<ColumnType> key_types_of(const TableInfo& table) {
-  std::vector<ColumnType> types;
-  for (const std::size_t column : table.key) types.push_back(table.columns[column].type);
-  return types;
-}
 
 std::int64_t number_of(std::string_view digits) {
   std::int64_t number = 0;
@@ -100,7 +46,7 @@ RowIdentity identity_of(const PGresult* returned, const TableInfo& table) {
   }
   for (const ColumnType type : key_types_of(table)) {
     const int column = static_cast<int>(identity.key.size());
-    read_value(text_at(column), type, PQftype(returned, column), identity.key.emplace_back());
+    read_value(text_at(column), type, given_type(PQftype(returned, column)), identity.key.emplace_back());
   }
   return identity;
 }
@@ -242,7 +188,8 @@ void PostgresSession::update(const TableInfo& table, RowIdentity& row, std::span
 CachedStatementPtr PostgresSession::row_writer(const TableInfo& table, bool updates,
                                                std::span<const std::size_t> columns) {
   leave_queries();
-  std::string text = updates ? update_text(table, columns) : insert_text(table, columns);
+  std::string text =
+      updates ? update_text(table, columns, Markers::numbered) : insert_text(table, columns, Markers::numbered);
   if (const auto known = row_writers_.find(text); known != row_writers_.end()) return known->second;
   if (row_writers_.size() == kMostRowWriters) row_writers_.clear();
   auto statement = std::make_shared<CachedStatement>();
@@ -389,9 +336,9 @@ void PostgresSession::fail_command(const PGresult* failed, std::string_view tabl
 // The transaction is as it was before the command.
 void PostgresSession::undo_command() {
   if (!begun_) return;
-  if (!opened_) return finish("ROLLBACK TO SAVEPOINT mercato");
+  if (!opened_) return connection_.finish("ROLLBACK TO SAVEPOINT mercato");
   begun_ = saved_ = opened_ = false;
-  finish("ROLLBACK");
+  connection_.finish("ROLLBACK");
 }
 
 void PostgresSession::note_lost_connection(const Raised& failed) noexcept {
@@ -405,33 +352,26 @@ void PostgresSession::note_lost_connection(const Raised& failed) noexcept {
   }
 }
 
-void PostgresSession::control(const char* text, Ending ending) {
-  connection_.send(text);
-  connection_.flush(ending);
-  if (const ResultHandle failed = connection_.finish_batch())
-    throw Raised(failure_of(failed.get(), connection_.label(), nullptr));
-}
-
 template <class Work>
 void PostgresSession::as_one(Work work) {
   const bool begins = !begun_;
-  if (std::exchange(saved_, false)) control("RELEASE SAVEPOINT mercato");
-  control(begins ? "BEGIN" : "SAVEPOINT mercato_step");
+  if (std::exchange(saved_, false)) connection_.control("RELEASE SAVEPOINT mercato");
+  connection_.control(begins ? "BEGIN" : "SAVEPOINT mercato_step");
   begun_ = true;
   try {
     work();
     saved_ = false;
-    if (!begins) return control("RELEASE SAVEPOINT mercato_step");
+    if (!begins) return connection_.control("RELEASE SAVEPOINT mercato_step");
     if (mode_ == Mode::transaction) return;
     begun_ = false;
-    finish("COMMIT");
+    connection_.finish("COMMIT");
     if (mode_ == Mode::run) unflushed_ = true;
   } catch (const Raised& failed) {
     note_lost_connection(failed);
     saved_ = false;
     const bool is_open = begun_;
     if (begins) begun_ = false;
-    if (is_open) finish(begins ? "ROLLBACK" : "ROLLBACK TO SAVEPOINT mercato_step");
+    if (is_open) connection_.finish(begins ? "ROLLBACK" : "ROLLBACK TO SAVEPOINT mercato_step");
     throw;
   }
 }
@@ -440,28 +380,11 @@ ResultHandle PostgresSession::change_with_given_key(CachedStatement& statement, 
   ResultHandle changed;
   as_one([&] {
     const TableInfo& table = *tables_.find(statement.translation.common.table);
-    lock_for_given_keys(table);
+    lock_for_given_keys(connection_, table);
     changed = change(statement, values);
-    count_given_keys(table);
+    count_given_keys(connection_, table);
   });
   return changed;
-}
-
-// Nobody is given a number that is about to be taken.
-void PostgresSession::lock_for_given_keys(const TableInfo& table) {
-  control(("LOCK TABLE " + quoted_name(table.name) + " IN SHARE ROW EXCLUSIVE MODE").c_str());
-}
-
-// The server goes on numbering where it was, so it is told of a higher number.
-void PostgresSession::count_given_keys(const TableInfo& table) {
-  const std::string& key = std::ranges::find_if(table.columns, &Column::assigned)->name;
-  const std::string count =
-      "SELECT setval(numbers, highest) FROM (SELECT pg_get_serial_sequence($1, $2)::regclass AS numbers, "
-      "(SELECT max(" +
-      quoted_name(key) + ") FROM " + quoted_name(table.name) +
-      ") AS highest) AS given "
-      "WHERE highest > coalesce(pg_sequence_last_value(numbers), 0)";
-  rows_of(connection_, count.c_str(), {quoted_name(table.name), key});
 }
 
 void PostgresSession::insert_whole(const TableInfo& table, std::span<const std::vector<Variant>> rows) {
@@ -469,40 +392,20 @@ void PostgresSession::insert_whole(const TableInfo& table, std::span<const std::
   leave_queries();
   as_one([&] {
     const bool gives_keys = std::ranges::any_of(table.columns, &Column::assigned);
-    if (gives_keys) lock_for_given_keys(table);
-    const char* separator = " (";
-    std::string command = "COPY " + quoted_name(table.name);
-    for (const Column& column : table.columns) command += std::exchange(separator, ", ") + quoted_name(column.name);
-    connection_.copy_in(command + ") FROM STDIN", rows, tables_.known(table.name));
-    if (gives_keys) count_given_keys(table);
+    if (gives_keys) lock_for_given_keys(connection_, table);
+    std::vector<std::size_t> columns(table.columns.size());
+    std::iota(columns.begin(), columns.end(), std::size_t{0});
+    connection_.copy_in("COPY " + quoted_name(table.name) + " " + column_list(table, columns) + " FROM STDIN", rows,
+                        tables_.known(table.name));
+    if (gives_keys) count_given_keys(connection_, table);
   });
 }
 
-// All of a definition's statements, or none. Definitions go one after the other, so that several callers may create the
-// same tables at once.
+// All of a definition's statements, or none.
 void PostgresSession::define(const dialect::Translation& definition) {
-  as_one([&] {
-    control("SELECT pg_advisory_xact_lock(hashtextextended('mercato definitions', 0))");
-    prepare_store();
-    for (const std::string& text : definition.statements) control(text.c_str());
-    control("UPDATE mercato_store SET definitions = definitions + 1");
-  });
+  as_one([&] { postgres::define(connection_, definition.statements); });
   defined_ = begun_;
   forget_schema();
-}
-
-// The first definition brings what translated statements call.
-void PostgresSession::prepare_store() {
-  const ResultHandle found = rows_of(connection_, "SELECT current_schema(), to_regclass('mercato_store') IS NOT NULL");
-  if (PQgetisnull(found.get(), 0, 0) != 0)
-    raise_store_failure(at_the_start(connection_.label()) +
-                        " has no schema to create tables in. Create one, and name it in Search Path");
-  if (std::string_view(PQgetvalue(found.get(), 0, 1)) == "t") {
-    const ResultHandle version = rows_of(connection_, "SELECT functions FROM mercato_store");
-    if (number_of(PQgetvalue(version.get(), 0, 0)) >= kFunctionsVersion) return;
-  }
-  connection_.run_script(text::replace_all(function_texts(), "{schema}", quoted_name(PQgetvalue(found.get(), 0, 0))));
-  control(("UPDATE mercato_store SET functions = " + std::to_string(kFunctionsVersion)).c_str());
 }
 
 // Transactions and runs
@@ -528,7 +431,7 @@ void PostgresSession::roll_back_transaction() {
   saved_ = false;
   try {
     leave_queries();
-    finish("ROLLBACK");
+    connection_.finish("ROLLBACK");
     if (std::exchange(defined_, false)) forget_schema();
   } catch (const Raised&) {
     // The server rolls back what a lost connection leaves.

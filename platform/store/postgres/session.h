@@ -18,9 +18,9 @@
 
 #include "platform/store/driver.h"
 #include "platform/store/postgres/postgres_failure.h"
-#include "platform/store/postgres/postgres_tables.h"
 #include "platform/store/postgres/server_connection.h"
 #include "platform/store/postgres_dialect/postgres_printer.h"
+#include "platform/store/postgres_dialect/postgres_tables.h"
 #include "platform/store/postgres_dialect/postgres_values.h"
 #include "platform/store/shape_cache.h"
 
@@ -92,9 +92,6 @@ class PostgresSession final : public Session {
   std::unique_ptr<Cursor> open_cursor(const CachedStatementPtr& statement, const SentValues& values);
   void define(const dialect::Translation& definition);
   // Around rows whose assigned keys are given.
-  void lock_for_given_keys(const TableInfo& table);
-  void count_given_keys(const TableInfo& table);
-  void prepare_store();
   CachedStatementPtr row_writer(const TableInfo& table, bool updates, std::span<const std::size_t> columns);
 
   // One command: what has to go before it, the statement itself, and its answers.
@@ -113,9 +110,6 @@ class PostgresSession final : public Session {
   // Several commands that stand or fall together, whatever they are part of.
   template <class Work>
   void as_one(Work work);
-  // Statements of the session's own.
-  void control(const char* text, Ending ending = Ending::cancelled);
-  void finish(const char* text) { control(text, Ending::awaited); }
   std::size_t send_settings();
   void forget_schema();
 

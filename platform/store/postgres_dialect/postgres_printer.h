@@ -9,11 +9,9 @@
 
 #include "platform/store/dialect/definition.h"
 #include "platform/store/dialect/dialect.h"
+#include "platform/store/text_values.h"
 
 namespace mercato::store::postgres {
-
-// As what the engine gets a parameter.
-enum class ValueType : std::uint8_t { text, whole, real, money, date };
 
 // One parameter of a translated statement, and what is made of the literal before it is sent.
 struct Binding {

@@ -9,8 +9,9 @@
 
 #include "mercato/raised_error.h"
 #include "platform/store/dialect/dialect.h"
-#include "platform/store/postgres/postgres_tables.h"
+#include "platform/store/postgres/server_connection.h"
 #include "platform/store/postgres_dialect/postgres_printer.h"
+#include "platform/store/postgres_dialect/postgres_tables.h"
 #include "platform/store/postgres_dialect/postgres_values.h"
 
 namespace mercato::store::postgres::test {

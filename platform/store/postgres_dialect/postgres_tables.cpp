@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/store/postgres/postgres_tables.h"
+#include "platform/store/postgres_dialect/postgres_tables.h"
 
 #include <algorithm>
-#include <charconv>
+#include <cstdlib>
 #include <utility>
 #include <vector>
-
-#include "mercato/raised_error.h"
-#include "platform/store/postgres/postgres_failure.h"
-#include "values/text.h"
 
 namespace mercato::store::postgres {
 namespace {
@@ -34,7 +30,7 @@ WHERE c.relkind IN ('r', 'p') AND pg_table_is_visible(c.oid) AND c.relnamespace 
 ORDER BY c.oid, a.attnum)";
 
 constexpr const char* kIndex = R"(
-SELECT FROM pg_index i JOIN pg_class x ON x.oid = i.indexrelid JOIN pg_class c ON c.oid = i.indrelid
+SELECT 1 FROM pg_index i JOIN pg_class x ON x.oid = i.indexrelid JOIN pg_class c ON c.oid = i.indrelid
 WHERE pg_table_is_visible(c.oid) AND lower(c.relname) = lower($1) AND lower(x.relname) = lower($2))";
 
 struct EngineType {
@@ -53,55 +49,23 @@ ColumnType type_named(std::string_view name) {
   return found == std::end(kTypes) ? ColumnType::unknown : found->type;
 }
 
-std::string_view text_at(const PGresult* rows, int row, int column) {
-  return {PQgetvalue(rows, row, column), static_cast<std::size_t>(PQgetlength(rows, row, column))};
-}
+bool is_true(const std::optional<std::string>& flag) { return flag == "t" || flag == "1"; }
 
-bool flag_at(const PGresult* rows, int row, int column) { return text_at(rows, row, column) == "t"; }
-
-int number_at(const PGresult* rows, int row, int column) {
-  int number = 0;
-  const std::string_view digits = text_at(rows, row, column);
-  std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  return number;
-}
+int number_of(const std::optional<std::string>& digits) { return std::atoi(digits.value_or("0").c_str()); }
 
 }  // namespace
 
-ResultHandle rows_of(Connection& connection, const char* text, const SentValues& values) {
-  // A failure leaves the transaction as it was.
-  const bool is_saved = connection.is_in_transaction();
-  if (is_saved) connection.send("SAVEPOINT mercato_read");
-  connection.send(text, values);
-  if (is_saved) connection.send("RELEASE SAVEPOINT mercato_read");
-  connection.flush();
-  if (is_saved) connection.finish_command();
-  ResultHandle rows = connection.finish_command();
-  connection.finish_batch();
-  if (PQresultStatus(rows.get()) == PGRES_TUPLES_OK) return rows;
-  RaisedError failure = failure_of(rows.get(), connection.label(), nullptr);
-  if (is_saved) {
-    connection.send("ROLLBACK TO SAVEPOINT mercato_read");
-    connection.flush(Ending::awaited);
-    connection.finish_batch();
-  }
-  throw Raised(std::move(failure));
-}
-
 bool Tables::has_index(std::string_view table, std::string_view name) const {
-  return PQntuples(rows_of(connection_, kIndex, {std::string(table), std::string(name)}).get()) > 0;
+  return !server_.rows(kIndex, {std::string(table), std::string(name)}).empty();
 }
 
 bool Tables::refresh() {
   std::string definitions;
-  if (!is_prepared_) {
-    const ResultHandle rows = rows_of(connection_, "SELECT to_regclass('mercato_store') IS NOT NULL");
-    is_prepared_ = flag_at(rows.get(), 0, 0);
-  }
+  if (!is_prepared_) is_prepared_ = server_.rows("SELECT to_regclass('mercato_store')::text").front()[0].has_value();
   // Without its record nothing tells what others have done, so nothing is kept for long.
   if (is_prepared_) {
-    const ResultHandle rows = rows_of(connection_, "SELECT definitions FROM mercato_store");
-    if (PQntuples(rows.get()) > 0) definitions = text_at(rows.get(), 0, 0);
+    const std::vector<SentValues> rows = server_.rows("SELECT definitions FROM mercato_store");
+    if (!rows.empty()) definitions = rows.front()[0].value_or("");
   }
   if (!definitions.empty() && definitions == definitions_) return false;
   definitions_ = std::move(definitions);
@@ -110,23 +74,22 @@ bool Tables::refresh() {
 }
 
 std::unique_ptr<TableInfo> Tables::load(std::string_view name) const {
-  const ResultHandle found = rows_of(connection_, kTable, {std::string(name)});
-  const PGresult* const rows = found.get();
-  if (PQntuples(rows) == 0) return nullptr;
+  const std::vector<SentValues> rows = server_.rows(kTable, {std::string(name)});
+  if (rows.empty()) return nullptr;
   auto table = std::make_unique<TableInfo>();
-  table->name = text_at(rows, 0, 0);
+  table->name = rows.front()[0].value_or("");
   std::vector<std::pair<int, std::size_t>> key;  // place in the key, position of the column
-  for (int row = 0; row < PQntuples(rows); ++row) {
+  for (const SentValues& row : rows) {
     // Of two tables whose names differ in case the older one is meant.
-    if (text_at(rows, row, 0) != table->name) break;
+    if (row[0] != table->name) break;
     Column column;
-    column.name = text_at(rows, row, 1);
-    column.type = type_named(text_at(rows, row, 2));
-    if (column.type == ColumnType::short_integer && flag_at(rows, row, 7)) column.type = ColumnType::boolean;
-    column.nullable = !flag_at(rows, row, 3);
-    column.assigned = flag_at(rows, row, 4);
-    column.width = number_at(rows, row, 6);
-    if (const int place = number_at(rows, row, 5); place >= 0) key.emplace_back(place, table->columns.size());
+    column.name = row[1].value_or("");
+    column.type = type_named(row[2].value_or(""));
+    if (column.type == ColumnType::short_integer && is_true(row[7])) column.type = ColumnType::boolean;
+    column.nullable = !is_true(row[3]);
+    column.assigned = is_true(row[4]);
+    column.width = number_of(row[6]);
+    if (const int place = number_of(row[5]); place >= 0) key.emplace_back(place, table->columns.size());
     table->columns.push_back(std::move(column));
   }
   std::ranges::sort(key);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The tables of a store as the server's catalogue describes them. One thread at a time; the
-// connection must be between two batches.
+// The tables of a store as the server's catalogue describes them. One thread at a time.
 #pragma once
 
 #include <memory>
@@ -8,13 +7,13 @@
 #include <string_view>
 
 #include "platform/store/known_tables.h"
-#include "platform/store/postgres/server_connection.h"
+#include "platform/store/postgres_dialect/postgres_server.h"
 
 namespace mercato::store::postgres {
 
 class Tables final : public KnownTables {
  public:
-  explicit Tables(Connection& connection) : connection_(connection) {}
+  explicit Tables(PostgresServer& server) : server_(server) {}
 
   // Asks the server each time.
   bool has_index(std::string_view table, std::string_view name) const;
@@ -24,12 +23,9 @@ class Tables final : public KnownTables {
  private:
   std::unique_ptr<TableInfo> load(std::string_view name) const override;
 
-  Connection& connection_;
+  PostgresServer& server_;
   bool is_prepared_ = false;  // the store has the objects of functions.sql
   std::string definitions_;   // how many there were
 };
-
-// All rows of a query, outside of a statement of the library.
-ResultHandle rows_of(Connection& connection, const char* text, const SentValues& values = {});
 
 }  // namespace mercato::store::postgres
