@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+// A text without the signs that numbers and names are written with in many ways, and its pieces of three characters:
+// what text indexes are made of. KT-INS 114 and ktins114 have the same ones. Any thread.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mercato::text {
+
+// A folded text (same_text.h) without the ASCII characters that are neither letters nor digits: blanks, hyphens, dots,
+// slashes, quotes, controls.
+std::string squeezed(std::string_view folded);
+
+// Every three characters that stand in a row in a squeezed text, from the begin to the end. A stray byte is a character.
+class Trigrams {
+ public:
+  explicit Trigrams(std::string_view folded);
+  // Empty behind the last one; valid as long as this object.
+  std::string_view next();
+
+ private:
+  std::string squeezed_;
+  std::vector<std::uint32_t> ends_;  // of the characters; none when each is one byte
+  std::size_t given_ = 0;
+};
+
+}  // namespace mercato::text
