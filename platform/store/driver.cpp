@@ -9,6 +9,8 @@
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/statement_observer.h"
+#include "values/same_text.h"
+#include "values/squeezed_text.h"
 #include "values/text.h"
 
 namespace mercato::store {
@@ -57,6 +59,23 @@ void Session::foresee(std::span<const Sql> queries) {
   } catch (const Raised&) {
     // One that is refused is refused when it is executed, and those behind it do not come.
   }
+}
+
+std::optional<std::vector<std::int64_t>> Session::proposals(const TableInfo& table, std::span<const std::string> words,
+                                                            std::size_t most) {
+  check_call_limit_now();
+  refuse_if_lost();
+  before_statement();
+  if (!table.has_text_index() || std::ranges::none_of(table.columns, &Column::assigned)) return std::nullopt;
+  std::vector<std::string> folded;
+  for (const std::string& word : words)
+    if (std::string each = text::folded(word); !text::Trigrams(each).next().empty()) folded.push_back(std::move(each));
+  if (folded.empty()) return std::nullopt;
+  return propose(table, folded, most);
+}
+
+std::vector<std::int64_t> Session::propose(const TableInfo&, std::span<const std::string>, std::size_t) {
+  raise(error_number::kFeatureNotAvailable);
 }
 
 RowIdentity Session::insert_row(const TableInfo& table, std::span<const std::size_t> columns,

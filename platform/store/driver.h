@@ -96,6 +96,17 @@ class Session {
   // Whether that table has an index of that name; both in any case.
   virtual bool has_index(std::string_view table, std::string_view name) = 0;
 
+  // Whether the store can have text indexes. Where it cannot, their definitions are taken and leave nothing behind,
+  // and all that they would answer is answered by reading.
+  virtual bool has_text_indexes() { return false; }
+  // The assigned keys of at most `most` rows that may hold all of these words in the columns of the table's text index,
+  // each word in any of them, written in any way that squeezes to the same (squeezed_text.h): all that hold them and a
+  // few others, in the order of the keys, the least ones when there are more. Words of fewer than three squeezed
+  // characters narrow nothing down. Nothing when no word does, when the table has no text index, and when its key is not
+  // assigned.
+  std::optional<std::vector<std::int64_t>> proposals(const TableInfo& table, std::span<const std::string> words,
+                                                     std::size_t most);
+
   // Writes one row of updatable recordsets: the columns with these positions in `table.columns`, values of the
   // columns' own types, as `to_column_type` makes them, or Null.
   // Raises kStatementRefused for an assigned column: only a statement may name one.
@@ -144,6 +155,9 @@ class Session {
   // The queries that are foreseen, one by one, the first one after `expect_nothing`.
   virtual void expect(const dialect::LexedStatement& /*query*/) {}
   virtual void expect_nothing() {}
+  // `words` are folded, and at least one of them has three squeezed characters. The table has a text index.
+  virtual std::vector<std::int64_t> propose(const TableInfo& table, std::span<const std::string> words,
+                                            std::size_t most);
   virtual RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
                              std::span<const Variant> values) = 0;
   virtual void update(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,

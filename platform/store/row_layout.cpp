@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/store/row_layout.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -57,6 +58,8 @@ std::optional<std::size_t> RowLayout::find(std::string_view name) const {
     if (same_name(columns_[index_[slot]].name, name)) return index_[slot];
   return std::nullopt;
 }
+
+bool TableInfo::has_text_index() const { return std::ranges::any_of(columns, &Column::in_text_index); }
 
 std::optional<std::size_t> TableInfo::find(std::string_view column_name) const {
   for (std::size_t i = 0; i < columns.size(); ++i)

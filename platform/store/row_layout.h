@@ -28,7 +28,8 @@ struct Column {
   ColumnType type = ColumnType::unknown;
   std::int32_t width = 0;  // characters; 0: unlimited, or no text
   bool nullable = true;
-  bool assigned = false;  // the store gives the value
+  bool assigned = false;       // the store gives the value
+  bool in_text_index = false;  // patterns are looked for in it without a look at each row
 };
 
 // The columns of a result, found by name in any case; of two with one name the first is found.
@@ -55,6 +56,7 @@ struct TableInfo {
   std::vector<std::size_t> key;  // positions of the primary key's columns; empty when the table has none
 
   std::optional<std::size_t> find(std::string_view column_name) const;
+  bool has_text_index() const;
 };
 
 }  // namespace mercato::store

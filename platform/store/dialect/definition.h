@@ -45,7 +45,15 @@ struct KeyDefinition {
 };
 
 struct Definition {
-  enum class Kind : std::uint8_t { create_table, create_index, add_column, drop_table, drop_index };
+  enum class Kind : std::uint8_t {
+    create_table,
+    create_index,
+    create_text_index,
+    add_column,
+    drop_table,
+    drop_index,
+    drop_text_index,
+  };
   Kind kind = Kind::create_table;
   std::string table;
   std::string index;

@@ -22,6 +22,8 @@ class DefinitionReader : TokenReader {
     if (accept_word("CREATE")) {
       if (accept_word("TABLE"))
         create_table();
+      else if (accept_word("FULLTEXT"))
+        create_text_index();
       else
         create_index();
     } else if (accept_word("ALTER")) {
@@ -259,6 +261,36 @@ class DefinitionReader : TokenReader {
     }
   }
 
+  // One for a table, so it needs no name.
+  void create_text_index() {
+    result_.kind = Definition::Kind::create_text_index;
+    const TableInfo& table = expect_text_index();
+    if (table.has_text_index()) refuse("There is already a full-text index on table '" + table.name + "'");
+    expect_symbol('(');
+    do text_index_column(table);
+    while (accept_symbol(','));
+    expect_symbol(')');
+  }
+
+  void text_index_column(const TableInfo& table) {
+    const std::string name = expect_name();
+    const auto position = table.find(name);
+    if (!position) refuse_unknown_column(name);
+    const Column& column = table.columns[*position];
+    if (column.type != ColumnType::text)
+      refuse("Column '" + column.name + "' cannot be in a full-text index: it holds no texts");
+    for (const KeyColumn& other : result_.index_columns)
+      if (other.position == *position)
+        refuse("Column '" + column.name + "' is given more than once in the full-text index");
+    result_.index_columns.push_back({column.name, *position, column.type, column.nullable, false});
+  }
+
+  const TableInfo& expect_text_index() {
+    expect_word("INDEX");
+    expect_word("ON");
+    return expect_table();
+  }
+
   void add_column() {
     result_.kind = Definition::Kind::add_column;
     const TableInfo& table = expect_table();
@@ -273,6 +305,12 @@ class DefinitionReader : TokenReader {
     if (accept_word("TABLE")) {
       result_.kind = Definition::Kind::drop_table;
       expect_table();
+      return;
+    }
+    if (accept_word("FULLTEXT")) {
+      result_.kind = Definition::Kind::drop_text_index;
+      const TableInfo& table = expect_text_index();
+      if (!table.has_text_index()) refuse("There is no full-text index on table '" + table.name + "'");
       return;
     }
     result_.kind = Definition::Kind::drop_index;

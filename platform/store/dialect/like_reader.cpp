@@ -100,4 +100,18 @@ std::vector<LikePart> read_like(std::string_view pattern, char32_t escape) {
   return parts;
 }
 
+std::vector<std::string> pieces_of_like(std::string_view pattern, char32_t escape) {
+  std::vector<std::string> pieces;
+  bool goes_on = false;
+  for (LikePart& part : read_like(pattern, escape)) {
+    const bool is_piece = part.kind == LikePart::Kind::characters;
+    if (is_piece && goes_on)
+      pieces.back() += part.text;
+    else if (is_piece)
+      pieces.push_back(std::move(part.text));
+    goes_on = is_piece;
+  }
+  return pieces;
+}
+
 }  // namespace mercato::store::dialect

@@ -30,6 +30,10 @@ struct LikePart {
 // Raises kTimeout when the call limit passes.
 std::vector<LikePart> read_like(std::string_view pattern, char32_t escape);
 
+// The characters, folded, that stand in a row in every text that matches: what lies between two wildcards or sets. In
+// the order of the pattern.
+std::vector<std::string> pieces_of_like(std::string_view pattern, char32_t escape);
+
 // Whether the text can be an escape character: one of ASCII.
 bool is_like_escape(std::string_view escape);
 

@@ -163,6 +163,9 @@ std::vector<std::string> definition_sql(const Definition& definition) {
     case Definition::Kind::create_index:
       given_name(definition.index);
       return {index_sql(definition.index, definition.unique, definition.table, definition.index_columns)};
+    case Definition::Kind::create_text_index:
+    case Definition::Kind::drop_text_index:
+      return {};  // tables are read
     case Definition::Kind::add_column:
       return {"ALTER TABLE " + quoted_name(definition.table) + " ADD COLUMN " +
               column_sql(definition, definition.columns.front())};

@@ -4,6 +4,7 @@
 #include "platform/store/dialect/sql_printer.h"
 #include "platform/store/sqlite/declared_type.h"
 #include "platform/store/sqlite/statement_printer.h"
+#include "platform/store/sqlite/text_index.h"
 #include "values/text.h"
 
 namespace mercato::store::sqlite {
@@ -129,13 +130,20 @@ std::vector<std::string> definition_sql(const Definition& definition) {
       return table_sql(definition);
     case Definition::Kind::create_index:
       return {index_sql(definition.index, definition.unique, definition.table, definition.index_columns)};
+    case Definition::Kind::create_text_index:
+      return create_text_index_sql(definition);
     case Definition::Kind::add_column:
       return {"ALTER TABLE " + quoted_name(definition.table) + " ADD COLUMN " +
               column_sql(definition, definition.columns.front())};
-    case Definition::Kind::drop_table:
-      return {"DROP TABLE " + quoted_name(definition.table)};
+    case Definition::Kind::drop_table: {
+      std::vector<std::string> statements = drop_text_index_sql(definition.table);
+      statements.push_back("DROP TABLE " + quoted_name(definition.table));
+      return statements;
+    }
     case Definition::Kind::drop_index:
       return {"DROP INDEX " + quoted_name(definition.index)};
+    case Definition::Kind::drop_text_index:
+      return drop_text_index_sql(definition.table);
   }
   return {};
 }

@@ -22,6 +22,7 @@
 #include "platform/store/sqlite/collation.h"
 #include "platform/store/sqlite/date_arithmetic.h"
 #include "platform/store/sqlite/like_pattern.h"
+#include "platform/store/sqlite/trigram_tokenizer.h"
 #include "values/text.h"
 
 namespace mercato::store::sqlite {
@@ -367,6 +368,7 @@ void register_functions(sqlite3* database) {
     require(database, sqlite3_create_function_v2(database, function.name, function.arguments, flags, borrowed,
                                                  function.run, nullptr, nullptr, nullptr));
   }
+  require(database, register_tokenizer(database));
 }
 
 }  // namespace mercato::store::sqlite

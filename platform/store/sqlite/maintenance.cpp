@@ -18,6 +18,7 @@
 #include "platform/store/sqlite/failure.h"
 #include "platform/store/sqlite/functions.h"
 #include "platform/store/sqlite/log_owner.h"
+#include "platform/store/sqlite/text_index.h"
 
 namespace mercato::store::sqlite {
 namespace {
@@ -253,12 +254,13 @@ StoreDescription describe_file(const std::string& connection_string) {
   const fs::path path = fs::canonical(store.path());
   told.place = path.string();
   told.collation = "MERCATO, ICU " U_ICU_VERSION;
+  told.text_search = "FTS5, trigrams";
   if (sqlite3_db_readonly(store.engine(), "main") == 1)
     told.lacking_rights.push_back("writing: the file may only be read");
   else if (faccessat(AT_FDCWD, path.parent_path().c_str(), W_OK, AT_EACCESS) != 0)
     told.lacking_rights.push_back("writing: no log can be made in the folder of the file");
-  const StatementHandle tables = store.prepare(
-      "SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite~_%' ESCAPE '~' ORDER BY name");
+  const StatementHandle tables =
+      store.prepare(std::string("SELECT name FROM sqlite_schema WHERE ").append(kIsTable).append(" ORDER BY name"));
   int code = SQLITE_ROW;
   while ((code = sqlite3_step(tables.get())) == SQLITE_ROW)
     told.tables.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(tables.get(), 0)));

@@ -171,6 +171,11 @@ const TableInfo* SqliteSession::table(std::string_view name) {
 
 bool SqliteSession::has_index(std::string_view table, std::string_view name) { return tables_.has_index(table, name); }
 
+std::vector<std::int64_t> SqliteSession::propose(const TableInfo& table, std::span<const std::string> words,
+                                                 std::size_t most) {
+  return text_indexes_.holding(table, words, most);
+}
+
 RowIdentity SqliteSession::insert(const TableInfo& table, std::span<const std::size_t> columns,
                                   std::span<const Variant> values) {
   const RunningStatement running = row_writer(table, false, columns);
@@ -408,14 +413,18 @@ bool SqliteSession::end_use() noexcept {
 
 void SqliteSession::forget_schema() {
   tables_.forget();
+  forget_statements();
+}
+
+void SqliteSession::forget_statements() {
   statements_.clear();
   row_writers_.clear();
+  text_indexes_.forget();
 }
 
 bool SqliteSession::refresh_schema() {
   if (!tables_.refresh()) return false;
-  statements_.clear();
-  row_writers_.clear();
+  forget_statements();
   return true;
 }
 

@@ -24,6 +24,7 @@
 #include "platform/store/sqlite/lock_wait.h"
 #include "platform/store/sqlite/running_statement.h"
 #include "platform/store/sqlite/tables.h"
+#include "platform/store/sqlite/text_index.h"
 #include "platform/store/sqlite/values.h"
 
 namespace mercato::store::sqlite {
@@ -38,6 +39,7 @@ class SqliteSession final : public Session {
 
   const TableInfo* table(std::string_view name) override;
   bool has_index(std::string_view table, std::string_view name) override;
+  bool has_text_indexes() override { return true; }
   void start_transaction() override;
   void begin_run() override;
   void flush_run() override;
@@ -49,6 +51,8 @@ class SqliteSession final : public Session {
   void before_statement() override;
   bool end_use() noexcept override;
   Execution run(const dialect::LexedStatement& statement, ExecuteOptions options) override;
+  std::vector<std::int64_t> propose(const TableInfo& table, std::span<const std::string> words,
+                                    std::size_t most) override;
   RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
                      std::span<const Variant> values) override;
   void update(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
@@ -96,10 +100,12 @@ class SqliteSession final : public Session {
   // Takes note when the engine has undone the transaction with a failure; its text may grow by what was lost.
   void note(RaisedError& failure);
   void forget_schema();
+  void forget_statements();
   bool refresh_schema();
 
   Database database_;
   Tables tables_{database_};
+  TextIndexes text_indexes_{database_};
   ShapeCache<CachedStatement> statements_;
   std::unordered_multimap<std::uint64_t, RowWriter> row_writers_;
   StatementHandle begin_;

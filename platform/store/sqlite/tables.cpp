@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/store/sqlite/declared_type.h"
+#include "platform/store/sqlite/text_index.h"
 #include "values/text.h"
 
 namespace mercato::store::sqlite {
@@ -43,9 +44,11 @@ std::unique_ptr<TableInfo> Tables::load(std::string_view name) const {
     return std::string(bytes);
   };
   const StatementHandle statement = database_.prepare(
-      "SELECT t.name, c.name, c.type, c.\"notnull\", c.pk FROM sqlite_schema t, pragma_table_info(t.name) c "
-      "WHERE t.type = 'table' AND t.name = ?1 COLLATE NOCASE AND t.name NOT LIKE 'sqlite~_%' ESCAPE '~' ORDER BY "
-      "c.cid");
+      "SELECT t.name, c.name, c.type, c.\"notnull\", c.pk, i.name FROM "
+      "(SELECT name FROM sqlite_schema WHERE " +
+      std::string(kIsTable) + " AND name = ?1 COLLATE NOCASE) t JOIN pragma_table_info(t.name) c " +
+      "LEFT JOIN pragma_table_info('" + std::string(kTextIndexPrefix) + "' || t.name) i ON i.name = c.name " +
+      "ORDER BY c.cid");
   sqlite3_bind_text64(statement.get(), 1, name.data(), name.size(), SQLITE_STATIC, SQLITE_UTF8);
 
   auto table = std::make_unique<TableInfo>();
@@ -61,6 +64,7 @@ std::unique_ptr<TableInfo> Tables::load(std::string_view name) const {
     column.width = declared.width;
     column.assigned = declared.assigned && place_in_key > 0;
     column.nullable = sqlite3_column_int(statement.get(), 3) == 0 && place_in_key == 0;
+    column.in_text_index = sqlite3_column_type(statement.get(), 5) != SQLITE_NULL;
     if (place_in_key > 0) key.emplace_back(place_in_key, table->columns.size());
     table->columns.push_back(std::move(column));
   }

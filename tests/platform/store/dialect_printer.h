@@ -395,6 +395,11 @@ class DialectPrinter {
         put("CREATE ", definition.unique ? "UNIQUE " : "", "INDEX ", named(definition.index), " ON ",
             named(definition.table));
         return key_columns(definition.index_columns);
+      case Definition::Kind::create_text_index:
+        put("CREATE FULLTEXT INDEX ON ", named(definition.table));
+        return key_columns(definition.index_columns);
+      case Definition::Kind::drop_text_index:
+        return put("DROP FULLTEXT INDEX ON ", named(definition.table));
       case Definition::Kind::add_column:
         put("ALTER TABLE ", named(definition.table), " ADD ");
         return column(definition.columns.front());

@@ -17,6 +17,7 @@
 #include "platform/store/sqlite/declared_type.h"
 #include "platform/store/sqlite/functions.h"
 #include "platform/store/sqlite/statement_printer.h"
+#include "platform/store/sqlite/text_index.h"
 #include "tests/platform/store/dialect_printer.h"
 #include "values/text.h"
 
@@ -167,15 +168,18 @@ class DialectStore : public TableDirectory {
   void load_tables() {
     tables_.clear();
     for (const auto& table :
-         run_sql("SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite%'", {})) {
+         run_sql(std::string("SELECT name FROM sqlite_schema WHERE ").append(sqlite::kIsTable), {})) {
       TableInfo info;
       info.name = table.front();
       for (const auto& row :
-           run_sql("SELECT name, type, \"notnull\", pk FROM pragma_table_info('" + info.name + "')", {})) {
+           run_sql("SELECT name, type, \"notnull\", pk, EXISTS (SELECT 1 FROM pragma_table_info('text index of " +
+                       info.name + "') i WHERE i.name = c.name) FROM pragma_table_info('" + info.name + "') c",
+                   {})) {
         const sqlite::DeclaredType declared = sqlite::read_declared_type(row[1]);
         if (row[3] != "0") info.key.push_back(info.columns.size());
         info.columns.push_back(
             {row[0], declared.type, declared.width, row[2] == "0" && row[3] == "0", declared.assigned});
+        info.columns.back().in_text_index = row[4] != "0";
       }
       tables_.emplace(text::to_upper(info.name), std::move(info));
     }
