@@ -17,8 +17,9 @@ SchemaDefinition read_definition(std::string_view statement) {
     const store::dialect::Token& token = lexed.tokens[position];
     return std::string(statement.substr(token.begin, token.end - token.begin));
   };
-  if (text::equal_names(word(1), "TABLE")) return {true, word(2), {}, statement};
-  return {false, word(2), word(4), statement};
+  if (text::equal_names(word(1), "TABLE")) return {true, word(2), {}, false, statement};
+  if (text::equal_names(word(1), "FULLTEXT")) return {false, "text index of " + word(4), word(4), true, statement};
+  return {false, word(2), word(4), false, statement};
 }
 
 }  // namespace
@@ -35,6 +36,10 @@ const std::vector<SchemaDefinition>& schema_definitions() {
 }
 
 bool exists(store::Session& session, const SchemaDefinition& definition) {
+  if (definition.is_text_index) {
+    const store::TableInfo* table = session.table(definition.indexed_table);
+    return table && (table->has_text_index() || !session.has_text_indexes());
+  }
   return definition.is_table ? session.table(definition.name) != nullptr
                              : session.has_index(definition.indexed_table, definition.name);
 }

@@ -10,16 +10,18 @@
 
 namespace mercato {
 
-// "CREATE TABLE name ..." or "CREATE INDEX name ON table ...".
+// "CREATE TABLE name ...", "CREATE INDEX name ON table ..." or "CREATE FULLTEXT INDEX ON table ...".
 struct SchemaDefinition {
   bool is_table = false;
-  std::string name;
+  std::string name;  // of a text index, which has none, what it is called: "text index of PRODUCT"
   std::string indexed_table;
+  bool is_text_index = false;
   std::string_view statement;
 };
 // Of all schema texts, in their order. Made once.
 const std::vector<SchemaDefinition>& schema_definitions();
 
+// A text index also when the store cannot have any.
 bool exists(store::Session& session, const SchemaDefinition& definition);
 
 }  // namespace mercato

@@ -9,9 +9,11 @@
 namespace mercato {
 
 std::span<const SchemaUpgrade> schema_upgrades() {
-  // Version 1 is what the stores of release 0.3.0 and before have, too: all that they lack is created anyway.
+  // Version 1 is what the stores of release 0.3.0 and before have, too: all that they lack is created anyway. So are the
+  // text indexes of version 2.
   static constexpr auto kUpgrades = std::to_array<SchemaUpgrade>({
       {1, ""},
+      {2, ""},
   });
   return kUpgrades;
 }

@@ -11,3 +11,5 @@ CREATE TABLE UNSPSCCODES (
 
 -- The codes of a level, alone or under one parent, in the order in which they are listed.
 CREATE INDEX IX_UNSPSCCODES_LEVELNUMBER ON UNSPSCCODES (LEVELNUMBER, PARENTCODE, UNSPSCCODE);
+-- The codes whose descriptions hold a word.
+CREATE FULLTEXT INDEX ON UNSPSCCODES (DESCRIPTION);

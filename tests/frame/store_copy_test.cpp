@@ -125,7 +125,7 @@ TEST_F(StoreCopies, HaveEverythingAndGoOnBehindTheKeys) {
     EXPECT_EQ(table.rows, table.name == "UNIT" ? kUnits + 3 : 3) << table.name;
   EXPECT_EQ(unfinished(*target), std::nullopt);
   EXPECT_EQ(missing_tables(target->connection_string()), Statements());
-  EXPECT_EQ(schema_version_of(*store::acquire_session(target->connection_string()).get()), 1);
+  EXPECT_EQ(schema_version_of(*store::acquire_session(target->connection_string()).get()), 2);
   for (const char* table : {"CATALOG (CATALOGNAME", "PROPERTY (PROPERTYNAME"})
     execute_on(target->connection_string(), {std::string("INSERT INTO ") + table + ") VALUES ('next')"});
   auto connection = open_connection(target->connection_string());
@@ -322,7 +322,7 @@ TEST_F(StoreCopies, OfUnfitSourcesAreRefused) {
   expect_refused(connection_string(), target->connection_string(),
                  "'" + source() +
                      "' cannot be copied: The tables of the store have version 0, and this release needs "
-                     "version 1. `mercato init` brings them up to date");
+                     "version 2. `mercato init` brings them up to date");
 }
 
 TEST_F(StoreCopies, LeaveTablesThatAreNotTheLibrarysAndSaySo) {

@@ -60,7 +60,7 @@ class CommandTest : public testing::Test {
     return "store        SQLite " + std::string(sqlite3_libversion()) + ", " +
            std::filesystem::canonical(tool_.folder() / file).string() +
            "\ntables       version 1\ncollation    MERCATO, ICU " U_ICU_VERSION
-           "\ntext search  none: the tables are read\n";
+           "\ntext search  FTS5, trigrams\n";
   }
   void expect_store_in_order() {
     expect_done({"store", "check"}, description_of("mercato.db") + "The store is in order.\n");

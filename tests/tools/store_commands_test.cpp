@@ -79,7 +79,7 @@ TEST_F(StoreCommands, AStoreOfANewerReleaseIsLeftAloneAndNamedWhereItDoesNotFit)
       "INSERT MERCATO_SCHEMA (VERSION, APPLIED, BY_RELEASE) VALUES (9, '2031-01-01', '9.0.0');\n"
       "DROP TABLE HAZARDOUSCLASS;\nDROP TABLE FAQCATEGORY;\n");
   const std::string newer =
-      "mercato: The tables of the store have version 9, and this release knows version 1 at most. Use the newer "
+      "mercato: The tables of the store have version 9, and this release knows version 2 at most. Use the newer "
       "release.\n";
   expect_refused({"init"}, newer);
   execute("DROP TABLE UNIT;\n");
@@ -89,7 +89,7 @@ TEST_F(StoreCommands, AStoreOfANewerReleaseIsLeftAloneAndNamedWhereItDoesNotFit)
   const ToolRun checked = run({"store", "check"});
   EXPECT_EQ(checked.status, 1);
   EXPECT_TRUE(
-      checked.out.ends_with("\nThe tables of the store have version 9, and this release knows version 1 at "
+      checked.out.ends_with("\nThe tables of the store have version 9, and this release knows version 2 at "
                             "most. Use the newer release.\n"))
       << checked.out;
 }
@@ -101,7 +101,7 @@ TEST_F(StoreCommands, TheCheckOfAStoreWithoutTablesAndOfOlderOnesSaysWhatToDo) {
   EXPECT_EQ(older.status, 1);
   EXPECT_TRUE(
       older.out.ends_with("\nnot ours     NOTES, ORDERS\nThe tables of the store have version 0, and this "
-                          "release needs version 1. `mercato init` brings them up to date.\n"))
+                          "release needs version 2. `mercato init` brings them up to date.\n"))
       << older.out;
   EXPECT_EQ(
       tool_.run({"execute", "-", "--store", "Data Source=other.db;Create=Yes"}, "CREATE TABLE NOTES (N int NULL);")
@@ -116,11 +116,11 @@ TEST_F(StoreCommands, TheCheckOfAStoreWithoutTablesAndOfOlderOnesSaysWhatToDo) {
 TEST_F(StoreCommands, InitBringsTheTablesOfAReleaseBeforeVersionsUpToDate) {
   execute("INSERT UNIT (UNITCODE) VALUES ('EA');\nDROP TABLE MERCATO_SCHEMA;\n");
   expect_done({"init"},
-              "brought up to date: the tables had version 0 and have version 1\n"
-              "Nothing to create: all 76 tables and indexes are there.\n");
-  expect_done({"init"}, "Nothing to create: all 76 tables and indexes are there.\n");
+              "brought up to date: the tables had version 0 and have version 2\n"
+              "Nothing to create: all 81 tables and indexes are there.\n");
+  expect_done({"init"}, "Nothing to create: all 81 tables and indexes are there.\n");
   EXPECT_EQ(rows("SELECT UNITCODE FROM UNIT;"), "UNITCODE\nEA\n");
-  EXPECT_EQ(answer({"init"}), json::parse(R"({"tables":[],"indexes":[],"existing":76,"version":1,"versionBefore":1})"));
+  EXPECT_EQ(answer({"init"}), json::parse(R"({"tables":[],"indexes":[],"existing":81,"version":2,"versionBefore":2})"));
 }
 
 TEST_F(StoreCommands, AColumnThatOlderTablesHaveNotNamesTheirVersion) {
@@ -128,7 +128,7 @@ TEST_F(StoreCommands, AColumnThatOlderTablesHaveNotNamesTheirVersion) {
   const ToolRun done = run({"find", "x"});
   EXPECT_EQ(done.status, 1);
   EXPECT_EQ(done.err,
-            "mercato: The tables of the store have version 0, and this release needs version 1. `mercato init` brings "
+            "mercato: The tables of the store have version 0, and this release needs version 2. `mercato init` brings "
             "them up to date.\n");
 }
 
