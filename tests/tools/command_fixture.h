@@ -59,7 +59,7 @@ class CommandTest : public testing::Test {
   std::string description_of(const std::string& file) const {
     return "store        SQLite " + std::string(sqlite3_libversion()) + ", " +
            std::filesystem::canonical(tool_.folder() / file).string() +
-           "\ntables       version 1\ncollation    MERCATO, ICU " U_ICU_VERSION
+           "\ntables       version 2\ncollation    MERCATO, ICU " U_ICU_VERSION
            "\ntext search  FTS5, trigrams\n";
   }
   void expect_store_in_order() {
