@@ -22,6 +22,7 @@ struct ShapedStatement {
   std::string shape;  // or the whole text, when it holds for these literals only
   bool for_these_literals = false;
   bool identified = false;
+  std::uint32_t variant = 0;  // of drivers that have several translations for one shape
 };
 
 template <class Statement>
@@ -30,11 +31,11 @@ class ShapeCache {
   using StatementPtr = std::shared_ptr<Statement>;
 
   // Null when there is none.
-  StatementPtr find(const dialect::LexedStatement& lexed, bool identified) {
+  StatementPtr find(const dialect::LexedStatement& lexed, bool identified, std::uint32_t variant = 0) {
     const auto [first, last] = by_hash_.equal_range(lexed.shape_hash);
     for (auto candidate = first; candidate != last; ++candidate) {
       const Use use = candidate->second;
-      if (!answers(**use, lexed, identified)) continue;
+      if ((*use)->variant != variant || !answers(**use, lexed, identified)) continue;
       uses_.splice(uses_.begin(), uses_, use);
       return *use;
     }
@@ -42,11 +43,13 @@ class ShapeCache {
   }
 
   // `for_these_literals`: another statement of the shape needs another one.
-  void insert(StatementPtr statement, const dialect::LexedStatement& lexed, bool identified, bool for_these_literals) {
+  void insert(StatementPtr statement, const dialect::LexedStatement& lexed, bool identified, bool for_these_literals,
+              std::uint32_t variant = 0) {
     statement->hash = lexed.shape_hash;
     statement->shape = for_these_literals ? std::string(lexed.text) : lexed.shape;
     statement->for_these_literals = for_these_literals;
     statement->identified = identified;
+    statement->variant = variant;
     if (uses_.size() == kMost) forget_oldest();
     uses_.push_front(std::move(statement));
     by_hash_.emplace(lexed.shape_hash, uses_.begin());

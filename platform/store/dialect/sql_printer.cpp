@@ -130,7 +130,7 @@ void SqlPrinter::items(const Select& select) {
 void SqlPrinter::where_and_groups(const Select& select) {
   if (select.where != nullptr) {
     text(" WHERE ");
-    expression(*select.where);
+    conditions(select);
   }
   const char* separator = " GROUP BY ";
   for (const GroupItem* const item : select.groups) {

@@ -42,6 +42,8 @@ class SqlPrinter {
   virtual void column(const Expression& column) = 0;
   virtual void query(const Query& query) = 0;
   void select(const Select& select);
+  // Behind WHERE, of a query that has one.
+  virtual void conditions(const Select& select) { expression(*select.where); }
   // Behind the items of a query: what tells which row it is, if that is asked for.
   virtual void identity(const Select& select) = 0;
   virtual void rows_of_subselect(const Source& source) = 0;

@@ -7,11 +7,12 @@
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/shape_cache.h"
 #include "platform/store/sqlite/database.h"
+#include "platform/store/sqlite/statement_printer.h"
 
 namespace mercato::store::sqlite {
 
 struct CachedStatement : ShapedStatement {
-  dialect::Translation translation;
+  Translation translation;
   RowLayoutPtr layout;   // of a query
   StatementHandle idle;  // prepared, when no one runs it
 };

@@ -2,6 +2,7 @@
 #include "platform/store/sqlite/session.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <new>
 #include <thread>
@@ -52,6 +53,23 @@ std::string update_text(const TableInfo& table, std::span<const std::size_t> col
          std::to_string(columns.size() + 1);
 }
 
+// One state of the store for all queries that begin while it lives.
+class Snapshot {
+ public:
+  explicit Snapshot(Database& database) : query_(database.prepare("SELECT 1 FROM sqlite_schema")) {
+    if (const int code = sqlite3_step(query_.get()); code != SQLITE_ROW) database.raise(code);
+  }
+
+ private:
+  StatementHandle query_;
+};
+
+std::string list_of(std::span<const std::int64_t> numbers) {
+  std::string list = "[";
+  for (const std::int64_t number : numbers) list.append(list.size() > 1 ? "," : "").append(std::to_string(number));
+  return list += ']';
+}
+
 std::string lost_with_it(int statements) {
   return ". The last " + std::to_string(statements) + " statements of this run were lost with it";
 }
@@ -85,25 +103,33 @@ Execution SqliteSession::run(const dialect::LexedStatement& statement, ExecuteOp
   raise(error_number::kInvalidArgument);
 }
 
-CachedStatementPtr SqliteSession::translated(const dialect::LexedStatement& lexed, bool identified) {
-  if (CachedStatementPtr cached = statements_.find(lexed, identified)) return cached;
+CachedStatementPtr SqliteSession::translated(const dialect::LexedStatement& lexed, bool identified, UsedSearches used) {
+  if (CachedStatementPtr cached = statements_.find(lexed, identified, used)) return cached;
   // Somebody else may have defined the table that this one names.
   refresh_schema();
   auto statement = std::make_shared<CachedStatement>();
-  statement->translation = translate(lexed, tables_, identified);
+  statement->translation = translate(lexed, tables_, identified, used);
   refuse_beyond_bounds(statement->translation);
   if (statement->translation.kind == dialect::StatementKind::query)
     statement->layout = std::make_shared<const RowLayout>(statement->translation.result, statement->translation.table);
   if (statement->translation.kind != dialect::StatementKind::definition)
-    statements_.insert(statement, lexed, identified, statement->translation.depends_on_literals);
+    statements_.insert(statement, lexed, identified, statement->translation.depends_on_literals, used);
   return statement;
 }
 
 std::unique_ptr<Cursor> SqliteSession::open_cursor(CachedStatementPtr statement, const dialect::LexedStatement& lexed,
                                                    bool identified) {
   for (;;) {
-    RunningStatement running(database_, std::move(statement));
-    bind_literals(running, lexed, Lifetime::copied);
+    // What is proposed and what is read are one state of the store.
+    std::optional<Snapshot> snapshot;
+    if (!statement->translation.searches.empty()) {
+      snapshot.emplace(database_);
+      if (refresh_schema()) statement = translated(lexed, identified);
+    }
+    const Proposals proposals = propose_rows(statement->translation.searches, lexed);
+    RunningStatement running(database_,
+                             proposals.used == 0 ? statement : translated(lexed, identified, proposals.used));
+    bind_parameters(running, lexed, Lifetime::copied, proposals.rows);
     auto cursor = std::make_unique<SqliteCursor>(*this, std::move(running));
     // Prepared for the tables of an earlier day: the columns may be others by now.
     if (!cursor->was_reprepared() || !refresh_schema()) return cursor;
@@ -113,7 +139,7 @@ std::unique_ptr<Cursor> SqliteSession::open_cursor(CachedStatementPtr statement,
 
 std::int64_t SqliteSession::change(const CachedStatementPtr& statement, const dialect::LexedStatement& lexed) {
   const RunningStatement running(database_, statement);
-  bind_literals(running, lexed, Lifetime::outlives_statement);
+  bind_parameters(running, lexed, Lifetime::outlives_statement);
   before_write();
   step_write(running);
   const std::int64_t affected = sqlite3_changes64(database_.engine());
@@ -121,12 +147,51 @@ std::int64_t SqliteSession::change(const CachedStatementPtr& statement, const di
   return affected;
 }
 
-void SqliteSession::bind_literals(const RunningStatement& running, const dialect::LexedStatement& lexed,
-                                  Lifetime lifetime) {
+SqliteSession::Proposals SqliteSession::propose_rows(std::span<const TextSearch> searches,
+                                                     const dialect::LexedStatement& lexed) {
+  Proposals proposals;
+  for (std::size_t i = 0; i < searches.size(); ++i) {
+    auto rows = proposed_rows(searches[i], lexed);
+    if (!rows) continue;
+    proposals.used |= UsedSearches{1} << i;
+    proposals.rows.push_back(std::move(*rows));
+  }
+  return proposals;
+}
+
+// Nothing where reading the table is faster: a row that is proposed costs some four times as much as one that is read,
+// and a query that is at its end with a few rows reads only as far as it finds them.
+std::optional<std::string> SqliteSession::proposed_rows(const TextSearch& search,
+                                                        const dialect::LexedStatement& lexed) {
+  constexpr std::int64_t kSmallTable = 500;
+  constexpr double kAlwaysWorthIt = 1500;
+  const std::string match = match_of(search.condition, lexed);
+  const TableInfo* const table = tables_.find(search.table);
+  if (match.empty() || table == nullptr) return std::nullopt;
+  const std::int64_t rows = text_indexes_.most_rows(*table);
+  if (rows < kSmallTable) return std::nullopt;
+  auto most = static_cast<double>(rows) / 8;
+  if (search.limit != dialect::kNoLiteral) {
+    const double wanted = dialect::parameter_value(lexed, {search.limit}).to_double();
+    most = std::min(most, std::max(kAlwaysWorthIt, std::sqrt(wanted * static_cast<double>(rows) / 4)));
+  }
+  const auto limit = static_cast<std::size_t>(most);
+  std::vector<std::int64_t> found = text_indexes_.find(*table, match, limit + 1);
+  if (found.size() > limit) return std::nullopt;
+  const std::vector<std::int64_t> changed = text_indexes_.changed(*table);
+  found.insert(found.end(), changed.begin(), changed.end());
+  return list_of(found);
+}
+
+void SqliteSession::bind_parameters(const RunningStatement& running, const dialect::LexedStatement& lexed,
+                                    Lifetime lifetime, std::span<const std::string> proposed_rows) {
   int position = 0;
+  std::size_t searches = 0;
   for (const dialect::Parameter& parameter : running.cached().translation.parameters) {
     ++position;
-    const auto text = dialect::text_as_it_stands(lexed, parameter);
+    const auto text = parameter.literal == dialect::kNoLiteral
+                          ? std::optional<std::string_view>(proposed_rows[searches++])
+                          : dialect::text_as_it_stands(lexed, parameter);
     const int code =
         text ? bind_text(running.get(), position, *text, lifetime)
              : bind_value(running.get(), position, dialect::parameter_value(lexed, parameter), Lifetime::copied);

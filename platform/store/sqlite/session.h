@@ -74,12 +74,21 @@ class SqliteSession final : public Session {
     CachedStatementPtr statement;
   };
 
-  CachedStatementPtr translated(const dialect::LexedStatement& lexed, bool identified);
+  // What the text indexes propose for a query.
+  struct Proposals {
+    UsedSearches used = 0;
+    std::vector<std::string> rows;  // of the searches that are used, as their parameters
+  };
+
+  CachedStatementPtr translated(const dialect::LexedStatement& lexed, bool identified, UsedSearches used = 0);
+  Proposals propose_rows(std::span<const TextSearch> searches, const dialect::LexedStatement& lexed);
+  std::optional<std::string> proposed_rows(const TextSearch& search, const dialect::LexedStatement& lexed);
   std::unique_ptr<Cursor> open_cursor(CachedStatementPtr statement, const dialect::LexedStatement& lexed,
                                       bool identified);
   std::int64_t change(const CachedStatementPtr& statement, const dialect::LexedStatement& lexed);
   void define(const dialect::Translation& definition);
-  void bind_literals(const RunningStatement& running, const dialect::LexedStatement& lexed, Lifetime lifetime);
+  void bind_parameters(const RunningStatement& running, const dialect::LexedStatement& lexed, Lifetime lifetime,
+                       std::span<const std::string> proposed_rows = {});
   RunningStatement row_writer(const TableInfo& table, bool updates, std::span<const std::size_t> columns);
   void bind_row(const RunningStatement& running, std::span<const Variant> values);
 

@@ -10,14 +10,15 @@
 #include <vector>
 
 #include "platform/store/dialect/sql_printer.h"
+#include "platform/store/sqlite/statement_printer.h"
 
 namespace mercato::store::sqlite {
 
 class SqlWriter final : private dialect::SqlPrinter {
  public:
-  explicit SqlWriter(dialect::SyntaxTree& tree) : SqlPrinter(tree) {}
+  SqlWriter(dialect::SyntaxTree& tree, UsedSearches used) : SqlPrinter(tree), used_(used) {}
   // The tree's translation, with text and parameters.
-  dialect::Translation translation();
+  Translation translation();
 
  private:
   void bound(const dialect::Literal& literal) override;
@@ -26,6 +27,7 @@ class SqlWriter final : private dialect::SqlPrinter {
 
   // Queries.
   void query(const dialect::Query& query) override;
+  void conditions(const dialect::Select& select) override;
   void identity(const dialect::Select& select) override;
   void rows_of_subselect(const dialect::Source& source) override;
   // SQLite takes CROSS JOIN for an order to read the tables as they stand.
@@ -55,6 +57,8 @@ class SqlWriter final : private dialect::SqlPrinter {
 
   void parameter(std::uint32_t literal, dialect::Conversion conversion = dialect::Conversion::none);
 
+  const UsedSearches used_;
+  std::vector<TextSearch> searches_;
   std::vector<dialect::Parameter> parameters_;
 };
 

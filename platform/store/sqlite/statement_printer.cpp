@@ -6,21 +6,21 @@
 
 namespace mercato::store::sqlite {
 
-dialect::Translation translate(const dialect::LexedStatement& lexed, const dialect::TableDirectory& tables,
-                               bool identified) {
+Translation translate(const dialect::LexedStatement& lexed, const dialect::TableDirectory& tables, bool identified,
+                      UsedSearches used) {
   dialect::SyntaxTree tree(lexed);
   dialect::resolve_statement(tree, tables, identified);
-  if (!tree.definition) return SqlWriter(tree).translation();
+  if (!tree.definition) return SqlWriter(tree, used).translation();
   tree.translation.statements = definition_sql(*tree.definition);
-  return std::move(tree.translation);
+  return {std::move(tree.translation), {}};
 }
 
-dialect::Translation SqlWriter::translation() {
+Translation SqlWriter::translation() {
   parameters_.reserve(tree_.lexed.literals.size());
-  if (tree_.translation.kind == dialect::StatementKind::nothing) return std::move(tree_.translation);
+  if (tree_.translation.kind == dialect::StatementKind::nothing) return {std::move(tree_.translation), {}};
   tree_.translation.statements.push_back(write());
   tree_.translation.parameters = std::move(parameters_);
-  return std::move(tree_.translation);
+  return {std::move(tree_.translation), std::move(searches_)};
 }
 
 void SqlWriter::bound(const dialect::Literal& literal) { parameter(literal.position, literal.literal->conversion); }
@@ -48,6 +48,29 @@ void SqlWriter::query(const dialect::Query& query) {
     if (is_limited) text(")");
   }
   order_by(query);
+}
+
+// The rows that a text index proposes come first, and are where the engine begins.
+void SqlWriter::conditions(const dialect::Select& select) {
+  constexpr std::size_t kMost = 32;
+  bool narrowed = false;
+  if (tree_.translation.kind == dialect::StatementKind::query)
+    for (TextSearch& search : text_searches(select)) {
+      if (searches_.size() == kMost) break;
+      if ((used_ >> searches_.size() & 1) != 0) {
+        name(search.source->name);
+        text("._rowid_ IN (SELECT value FROM json_each(");
+        parameter(dialect::kNoLiteral);
+        text(")) AND ");
+        narrowed = true;
+      }
+      search.source = nullptr;
+      searches_.push_back(std::move(search));
+    }
+  if (narrowed)
+    in_brackets(*select.where);
+  else
+    expression(*select.where);
 }
 
 void SqlWriter::identity(const dialect::Select& select) {

@@ -5,12 +5,21 @@
 
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/dialect/syntax_tree.h"
+#include "platform/store/sqlite/text_search.h"
 
 namespace mercato::store::sqlite {
 
+// Which of a statement's searches its translation uses, a bit for each. The proposed rows of one that is used are a
+// parameter without a literal: a text, "[1,2,3]".
+using UsedSearches = std::uint32_t;
+
+struct Translation : dialect::Translation {
+  std::vector<TextSearch> searches;  // all that there could be, in the order of their parameters
+};
+
 // Raises what `dialect::resolve_statement` raises.
-dialect::Translation translate(const dialect::LexedStatement& lexed, const dialect::TableDirectory& tables,
-                               bool identified);
+Translation translate(const dialect::LexedStatement& lexed, const dialect::TableDirectory& tables, bool identified,
+                      UsedSearches used = 0);
 
 // The statements that carry out a definition.
 std::vector<std::string> definition_sql(const dialect::Definition& definition);

@@ -112,6 +112,7 @@ TextIndexes::Searches& TextIndexes::searches_in(const TableInfo& table) {
   searches.changed = database_.prepare("SELECT \"changed row\" FROM " + changed);
   searches.changed_texts = database_.prepare("SELECT t._rowid_" + texts + " FROM " + changed + " CROSS JOIN " +
                                              quoted_name(table.name) + " t ON t._rowid_ = \"changed row\"");
+  searches.last = database_.prepare("SELECT max(_rowid_) FROM " + quoted_name(table.name));
   return searches;
 }
 
@@ -143,6 +144,13 @@ std::vector<std::int64_t> TextIndexes::changed(const TableInfo& table) {
   std::vector<std::int64_t> rows;
   walk(statement, [&] { rows.push_back(sqlite3_column_int64(statement, 0)); });
   return rows;
+}
+
+std::int64_t TextIndexes::most_rows(const TableInfo& table) {
+  sqlite3_stmt* const statement = searches_in(table).last.get();
+  std::int64_t last = 0;
+  walk(statement, [&] { last = sqlite3_column_int64(statement, 0); });
+  return last;
 }
 
 std::vector<std::int64_t> TextIndexes::holding(const TableInfo& table, std::span<const std::string> words,

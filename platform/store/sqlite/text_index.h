@@ -46,6 +46,8 @@ class TextIndexes {
   std::vector<std::int64_t> changed(const TableInfo& table);
   // What Session::proposals says. The words are folded, and those without a trigram hold anyway.
   std::vector<std::int64_t> holding(const TableInfo& table, std::span<const std::string> words, std::size_t most);
+  // At least as many rows as the table has, from a look at its last one.
+  std::int64_t most_rows(const TableInfo& table);
   void forget() { searches_.clear(); }
 
  private:
@@ -54,6 +56,7 @@ class TextIndexes {
     StatementHandle find;
     StatementHandle changed;
     StatementHandle changed_texts;
+    StatementHandle last;
   };
   Searches& searches_in(const TableInfo& table);
   template <class Take>

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/store/sqlite/text_search.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/store/dialect/like_reader.h"
+#include "platform/store/sqlite/text_index.h"
+
+namespace mercato::store::sqlite {
+namespace {
+
+using dialect::Expression;
+using dialect::NodeKind;
+using dialect::Select;
+using dialect::Source;
+
+// Finds what a condition says of one table.
+class Finder {
+ public:
+  explicit Finder(const Source& source) : source_(source) {}
+
+  // Nothing when it can hold for any row of the table.
+  std::optional<TextCondition> find(const Expression& condition) {
+    switch (condition.kind) {
+      case NodeKind::brackets:
+        return find(*static_cast<const dialect::Brackets&>(condition).operand);
+      case NodeKind::junction:
+        return find_in(static_cast<const dialect::Junction&>(condition));
+      case NodeKind::like:
+        return pattern_of(static_cast<const dialect::Like&>(condition));
+      default:
+        return std::nullopt;
+    }
+  }
+  // Whether one of the patterns can be answered by nothing else but reading.
+  bool any_without_prefix() const { return any_without_prefix_; }
+
+ private:
+  std::optional<TextCondition> find_in(const dialect::Junction& junction) {
+    TextCondition found{.kind = junction.is_or ? TextCondition::Kind::any : TextCondition::Kind::all};
+    for (const Expression* const operand : junction.operands) {
+      if (auto part = find(*operand))
+        found.parts.push_back(std::move(*part));
+      else if (junction.is_or)
+        return std::nullopt;
+    }
+    if (found.parts.empty()) return std::nullopt;
+    return found;
+  }
+
+  std::optional<TextCondition> pattern_of(const dialect::Like& like) {
+    const Expression& operand = *like.operand;
+    if (like.negated || operand.form != Expression::Form::column || operand.source != &source_ ||
+        !operand.column->in_text_index || !like.pattern->is_text_literal())
+      return std::nullopt;
+    any_without_prefix_ = any_without_prefix_ || !like.is_range;
+    return TextCondition{.pattern = like.pattern->literal->position,
+                         .escape = like.escape ? like.escape->literal->position : dialect::kNoLiteral};
+  }
+
+  const Source& source_;
+  bool any_without_prefix_ = false;
+};
+
+// Whether the condition holds for rows with certain keys only.
+bool names_rows(const Expression& condition, const Source& source) {
+  const std::vector<std::size_t>& key = source.table->key;
+  const auto is_key = [&](const Expression& operand) {
+    return operand.form == Expression::Form::column && operand.source == &source && key.size() == 1 &&
+           operand.column == &source.table->columns[key.front()];
+  };
+  switch (condition.kind) {
+    case NodeKind::brackets:
+      return names_rows(*static_cast<const dialect::Brackets&>(condition).operand, source);
+    case NodeKind::junction: {
+      const auto& junction = static_cast<const dialect::Junction&>(condition);
+      if (junction.is_or) return junction.list != nullptr && is_key(*junction.list->left);
+      return std::ranges::any_of(junction.operands,
+                                 [&](const Expression* operand) { return names_rows(*operand, source); });
+    }
+    case NodeKind::comparison: {
+      const auto& comparison = static_cast<const dialect::Comparison&>(condition);
+      return comparison.list != nullptr && is_key(*comparison.left);
+    }
+    case NodeKind::in_list: {
+      const auto& in = static_cast<const dialect::InList&>(condition);
+      return !in.negated && is_key(*in.operands.front());
+    }
+    default:
+      return false;
+  }
+}
+
+bool can_end_early(const Select& select) {
+  const dialect::Query& query = *select.query;
+  return !select.grouped && query.selects.size() == 1 && query.order.empty();
+}
+
+// Several patterns mostly look for the same text in several columns.
+void add(std::vector<std::string>& parts, std::string part) {
+  if (std::ranges::find(parts, part) == parts.end()) parts.push_back(std::move(part));
+}
+
+}  // namespace
+
+std::vector<TextSearch> text_searches(const Select& select) {
+  std::vector<TextSearch> searches;
+  if (select.where == nullptr) return searches;
+  for (const Source* source = select.scope.first; source != nullptr; source = source->next_in_scope) {
+    if (source->table == nullptr || !source->table->has_text_index()) continue;
+    Finder finder(*source);
+    auto found = finder.find(*select.where);
+    if (!found || !finder.any_without_prefix() || names_rows(*select.where, *source)) continue;
+    searches.push_back(
+        {source, source->table->name, std::move(*found), can_end_early(select) ? select.limit : dialect::kNoLiteral});
+  }
+  return searches;
+}
+
+std::string match_of(const TextCondition& condition, const dialect::LexedStatement& lexed) {
+  if (condition.kind == TextCondition::Kind::like) {
+    const Variant pattern = dialect::parameter_value(lexed, {condition.pattern, dialect::Conversion::text});
+    char32_t escape = 0;
+    if (condition.escape != dialect::kNoLiteral) {
+      const Variant given = dialect::parameter_value(lexed, {condition.escape, dialect::Conversion::text});
+      // Matching refuses it.
+      if (!dialect::is_like_escape(given.text_value())) return {};
+      escape = static_cast<unsigned char>(given.text_value().front());
+    }
+    return match_of(dialect::pieces_of_like(pattern.text_value(), escape));
+  }
+  std::vector<std::string> parts;
+  for (const TextCondition& part : condition.parts) {
+    std::string match = match_of(part, lexed);
+    if (!match.empty())
+      add(parts, std::move(match));
+    else if (condition.kind == TextCondition::Kind::any)
+      return {};
+  }
+  // A query that costs more than reading is none.
+  constexpr std::size_t kMostParts = 20;
+  if (parts.size() > kMostParts) return {};
+  if (parts.size() <= 1) return parts.empty() ? std::string() : std::move(parts.front());
+  std::string match;
+  for (const std::string& part : parts) {
+    if (!match.empty()) match += condition.kind == TextCondition::Kind::any ? " OR " : " AND ";
+    match.append("(").append(part).append(")");
+  }
+  return match;
+}
+
+}  // namespace mercato::store::sqlite
