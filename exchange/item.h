@@ -27,12 +27,16 @@ struct ItemField {
   std::string name;
   std::string value;
   Place place;
+  // The file calls it a feature of the product, so it is a property even if its name is a column's: a feature "Number"
+  // is no contract's number.
+  bool is_property = false;
 };
 
 // A price from a quantity on. What the file leaves out is empty.
 struct ItemPrice {
   std::string amount;
   std::string amount_for;  // how many units the amount is for; empty: one
+  std::string factor;      // what the amount is multiplied by, such as a discount; empty: one
   std::string currency;    // ISO 4217
   std::string from_quantity;
   std::string from_day;

@@ -29,6 +29,8 @@ class ItemSink {
   virtual void header(const std::map<std::string, std::string>& values) = 0;
   virtual void item(Item item) = 0;
   virtual void category(ItemCategory category) = 0;
+  // The product of that number is in that category. For formats that tell so behind their items, far from the product.
+  virtual void link(std::string_view number, std::string_view category, Place place) = 0;
   // Something that has no place in a product, a price or a category: counted by its name, which is the file's own.
   virtual void left_out(std::string_view name, Place place) = 0;
   // A piece that cannot be read; the reader goes on behind it. The reason is a sentence that says what to do.
