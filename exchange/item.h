@@ -14,10 +14,11 @@ struct Place {
   std::uint64_t line = 0;
 };
 
-// How a file writes numbers and dates. A format that fixes it says so; else it is found out, or told.
+// How a file writes numbers and dates. A format that fixes it says so; else it is found out, or told. A value that
+// could be read two ways is refused as long as it is unknown. A date with the year in front is read whatever it says.
 struct Notation {
-  enum class Dates : std::uint8_t { iso, day_first, month_first };
-  char decimal_sign = '.';
+  enum class Dates : std::uint8_t { unknown, iso, day_first, month_first };
+  char decimal_sign = '.';  // 0: unknown
   char thousands_sign = 0;  // 0: none
   Dates dates = Dates::iso;
 };

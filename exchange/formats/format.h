@@ -13,8 +13,12 @@
 
 namespace mercato::exchange {
 
+struct Mapping;
+
 // What reading a file was asked for beyond its path.
 struct ReadingOptions {
+  std::string encoding;              // of a text that does not say its own; empty: found out
+  const Mapping* mapping = nullptr;  // of tables: which column is what
   std::string language;    // of texts that stand in several: "de"; empty: the file's own first one
   std::string territory;   // of prices; empty: all, each with its territory as the group
   std::string price_kind;  // empty: what the format's page calls the usual one
@@ -27,6 +31,13 @@ class ItemSink {
   // The file's own default currency, supplier, validity and the like, before the first item; by the names of item.h and
   // of the product's columns ("CURRENCY", "SUPPLIER", "FROM", "TO", "LANGUAGE").
   virtual void header(const std::map<std::string, std::string>& values) = 0;
+  // How the file writes numbers and dates, where its format leaves that open; before the first item.
+  virtual void notation(const Notation& found) { static_cast<void>(found); }
+  // Something that the reader had to find out, to be shown: "encoding", "windows-1252".
+  virtual void found_out(std::string_view what, std::string_view value) {
+    static_cast<void>(what);
+    static_cast<void>(value);
+  }
   virtual void item(Item item) = 0;
   virtual void category(ItemCategory category) = 0;
   // The product of that number is in that category. For formats that tell so behind their items, far from the product.
