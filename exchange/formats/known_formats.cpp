@@ -1,11 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <array>
 
+#include "exchange/formats/bmecat.h"
 #include "exchange/formats/format.h"
 
 namespace mercato::exchange {
 
-std::span<const Format> formats() { return {}; }
+std::span<const Format> formats() {
+  static constexpr auto kFormats = std::to_array<Format>({
+      {"bmecat", "BMEcat 1.01, 1.2 and 2005", {}, is_bmecat, read_bmecat},
+  });
+  return kFormats;
+}
 
 const Format* format_named(std::string_view name) {
   const auto found = std::ranges::find(formats(), name, &Format::name);

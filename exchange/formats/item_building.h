@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the readers of several formats do alike when they put an item together. Any thread.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "exchange/item.h"
+
+namespace mercato::exchange {
+
+// An item that is being put together. Values that are empty add nothing.
+class ItemBuilder {
+ public:
+  Item item;
+
+  // A column's value. The first one counts; answers false when the column has one already.
+  bool field(std::string_view name, std::string_view value, Place place);
+  // A property's value. Several of one name become one, with "; " between them.
+  void property(std::string_view name, std::string_view value, Place place);
+
+ private:
+  std::unordered_map<std::string, std::size_t> places_;  // of fields by their names, a property's with a mark in front
+};
+
+// A decimal number with its sign moved to the right by that many places, to the left when they are below 0: 85700 and
+// -2 give 857.00, 0.19 and 2 give 19. A comma stays one. A text that is no such number stays as it is.
+std::string moved_decimal(std::string_view number, int places);
+
+// Whether both denote the same language: "de", "deu", "GER", "de-AT".
+bool same_language(std::string_view left, std::string_view right);
+
+}  // namespace mercato::exchange
