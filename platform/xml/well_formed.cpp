@@ -7,6 +7,7 @@
 #include <cstring>
 #include <vector>
 
+#include "platform/xml/characters.h"
 #include "values/text.h"
 
 namespace mercato::xml {
@@ -42,28 +43,6 @@ constexpr std::array<std::uint8_t, 256> kClasses = [] {
 }();
 
 bool is(char c, unsigned wanted) { return (kClasses[static_cast<unsigned char>(c)] & wanted) != 0; }
-
-struct Range {
-  char32_t first;
-  char32_t last;
-};
-
-// Beyond ASCII, as XML 1.0 in its fifth edition lists them.
-constexpr Range kNameStartRanges[] = {{0xC0, 0xD6},     {0xD8, 0xF6},     {0xF8, 0x2FF},    {0x370, 0x37D},
-                                      {0x37F, 0x1FFF},  {0x200C, 0x200D}, {0x2070, 0x218F}, {0x2C00, 0x2FEF},
-                                      {0x3001, 0xD7FF}, {0xF900, 0xFDCF}, {0xFDF0, 0xFFFD}, {0x10000, 0xEFFFF}};
-constexpr Range kNameCharRanges[] = {{0xB7, 0xB7}, {0x300, 0x36F}, {0x203F, 0x2040}};
-
-template <std::size_t kCount>
-bool within(const Range (&ranges)[kCount], char32_t c) {
-  return std::any_of(std::begin(ranges), std::end(ranges),
-                     [c](const Range& range) { return c >= range.first && c <= range.last; });
-}
-
-bool is_legal(char32_t c) {
-  if (c < 0x20) return c == '\t' || c == '\n' || c == '\r';
-  return c <= 0xD7FF || (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
-}
 
 struct Fault {
   const char* at;
@@ -172,7 +151,7 @@ class Judge {
     int length = 0;
     if (is(*p_, kNameStart)) {
       ++p_;
-    } else if (static_cast<unsigned char>(*p_) >= 0x80 && within(kNameStartRanges, decode(length))) {
+    } else if (static_cast<unsigned char>(*p_) >= 0x80 && begins_name(decode(length))) {
       p_ += length;
     } else {
       fail(p_, std::string("no name can start here, and ") + what + " needs one");
@@ -181,7 +160,7 @@ class Judge {
       while (is(*p_, kNameChar)) ++p_;
       if (static_cast<unsigned char>(*p_) < 0x80) break;
       const char32_t c = decode(length);
-      if (!within(kNameStartRanges, c) && !within(kNameCharRanges, c)) break;
+      if (!belongs_to_name(c)) break;
       p_ += length;
     }
     return {begin, static_cast<std::size_t>(p_ - begin)};

@@ -72,7 +72,7 @@ const std::vector<Inner>& inner_rooms() {
 
       {"exchange", {"exchange/input", "exchange/formats"}},
       {"exchange/input", {}},
-      {"exchange/formats", {"exchange/input", "exchange/item.h"}},
+      {"exchange/formats", {"exchange/input", "exchange/item.h", "exchange/values.h"}},
 
       {"tools/gateway", {}},
       {"tools/cli", {"tools/gateway", "tools/cli/terminal"}},
