@@ -4,6 +4,7 @@
 
 #include "exchange/formats/bmecat.h"
 #include "exchange/formats/csv.h"
+#include "exchange/formats/datanorm.h"
 #include "exchange/formats/format.h"
 
 namespace mercato::exchange {
@@ -11,6 +12,7 @@ namespace mercato::exchange {
 std::span<const Format> formats() {
   static constexpr auto kFormats = std::to_array<Format>({
       {"bmecat", "BMEcat 1.01, 1.2 and 2005", {}, is_bmecat, read_bmecat},
+      {"datanorm", "Datanorm 4 and 5", {}, is_datanorm, read_datanorm},
       // The last one, for it takes what is left.
       {"csv", "comma-separated text", {0, 0, Notation::Dates::unknown}, is_csv, read_csv},
   });
