@@ -253,6 +253,17 @@ class PostgresqlStore : public TestStore {
 
   std::string impatient() const override { return connection_string() + ";Lock Timeout=0"; }
   void forget_lost_numbers() const override { database_.run("SELECT pg_temp.forget_lost_numbers()"); }
+  store::StoreDescription description() const override {
+    store::StoreDescription description;
+    description.engine = "PostgreSQL";
+    description.version = database_.run("SELECT split_part(current_setting('server_version'), ' ', 1)");
+    description.place = store::connection_property(connection_string(), "Server").value_or("") + ":" +
+                        database_.run("SELECT current_setting('port')") + ", database " +
+                        database_.run("SELECT current_database()") + ", schema public";
+    description.collation =
+        "mercato, ICU " + database_.run("SELECT collversion FROM pg_collation WHERE collname = 'mercato'");
+    return description;
+  }
   bool can_refuse() const override { return true; }
   void refuse(const Refusal& refusal) const override {
     const std::string row = refusal.operation == "DELETE" ? "OLD" : "NEW";

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <sqlite3.h>
+#include <unicode/uvernum.h>
 
 #include "platform/store/session_pool.h"
 #include "platform/store/sqlite/functions.h"
@@ -15,6 +16,14 @@ class SqliteStore : public TestStore {
 
   std::string impatient() const override { return connection_string() + ";Busy Timeout=0"; }
   std::optional<std::filesystem::path> file() const override { return file_; }
+  store::StoreDescription description() const override {
+    store::StoreDescription description;
+    description.engine = "SQLite";
+    description.version = sqlite3_libversion();
+    description.place = std::filesystem::canonical(file_).string();
+    description.collation = "MERCATO, ICU " U_ICU_VERSION;
+    return description;
+  }
   bool can_refuse() const override { return true; }
   void refuse(const Refusal& refusal) const override {
     const std::string row = refusal.operation == "DELETE" ? "OLD." : "NEW.";

@@ -25,6 +25,7 @@
 
 #include "mercato/table_creation.h"
 #include "platform/store/driver.h"
+#include "platform/store/store_description.h"
 #include "tests/platform/temporary_folder.h"
 
 namespace mercato::test {
@@ -58,6 +59,8 @@ class TestStore {
   std::string failure_source() const {
     return store::connection_property(connection_string_, "Provider").value_or("SQLite") + " store";
   }
+  // Engine, version, place and collation, as the engine itself tells them.
+  virtual store::StoreDescription description() const { return {}; }
   // What the engine says itself, which stands in brackets behind the library's words.
   std::string words(const std::string& of_sqlite, const std::string& of_postgresql) const {
     return failure_source() == "PostgreSQL store" ? of_postgresql : of_sqlite;

@@ -43,9 +43,8 @@ TEST_F(BadInputOfCodesAndCatalogs, FileOfCodes) {
   write_whole(file("cut.xml"), "<UNSPSC_ITEMS><UNSPSC_ITEM>");
   write_whole(file("other.xml"), "<UNSPSC_ITEMS><UNSPSC_ITEM/></UNSPSC_ITEMS>");
   write_whole(file("good.xml"), "<UNSPSC_ITEMS/>");
-  write_whole(
-      file("nowhere.toml"),
-      "[connections]\nMercato = 'Provider=SQLite;Data Source=mercato.db'\n[folders]\ninstall_dir = 'nowhere'\n");
+  write_whole(file("nowhere.toml"),
+              "[connections]\nMercato = '" + tool_.connection_string() + "'\n[folders]\ninstall_dir = 'nowhere'\n");
   const struct {
     Words arguments;
     const char* line;

@@ -210,8 +210,7 @@ TEST_F(CatalogCommands, WalksOfTheToolKeepToTheCallLimit) {
     text += std::to_string(level) + "," + (level == 2 ? "r" : std::to_string(level - 1)) + ",n\n";
   write_file("deep.csv", text);
   ASSERT_EQ(run({"catalog", "load", "deep.csv", "--name", "Deep"}).status, 0);
-  write_file("mercato.toml",
-             "[connections]\nMercato = 'Provider=SQLite;Data Source=mercato.db'\n[limits]\ncall_seconds = 0.2\n");
+  tool_.write_settings("[limits]\ncall_seconds = 0.2\n");
   expect_refused({"catalog", "tree", "Deep", "--user", "ann"},
                  "mercato: Timeout expired: the call ran longer than its limit of 0.2 seconds.\n");
 }
@@ -381,20 +380,21 @@ TEST_F(CatalogCommands, FileThatIsNoTableIsNotLoaded) {
 }
 
 TEST_F(CatalogCommands, FileIsLoadedWholeOrNotAtAll) {
+  MERCATO_ONLY_WITH_REFUSALS(tool_.store());
   std::string text = "id,parent,name\n";
   for (int node = 1; node <= 50; ++node)
     text += std::to_string(node) + "," + (node == 1 ? "" : "1") + ",node " + std::to_string(node) + "\n";
   write_file("nodes.csv", text);
   const std::string before = whole_store();
   {
-    const TestStorePtr store = store_in_file(tool_.folder() / "mercato.db");
-    const RefusedRows refused(*store, {"INSERT", "CATALOGNODE", "NODENAME", "'node 40'"});
+    const RefusedRows refused(tool_.store(), {"INSERT", "CATALOGNODE", "NODENAME", "'node 40'"});
     const ToolRun done = run({"catalog", "load", "nodes.csv", "--name", "New"});
     EXPECT_EQ(done.status, 1);
     EXPECT_EQ(done.out, "");
     EXPECT_NE(done.err.find("row refused on request"), std::string::npos) << done.err;
   }
   EXPECT_EQ(whole_store(), before);
+  tool_.store().forget_lost_numbers();
   expect_done({"catalog", "load", "nodes.csv", "--name", "New"}, "catalogue 3 created with 50 nodes, 1 root.\n");
 }
 
@@ -426,7 +426,6 @@ TEST_F(CatalogCommands, TreeOfARealShopIsLoadedDrawnAndCopied) {
   }
   EXPECT_EQ(roots, 43u);
   EXPECT_EQ(deepest, 7u);
-  execute("UPDATE CATALOGNODE SET SEQUENCE = NULL WHERE CATALOGID = 3");
   EXPECT_EQ(answer({"catalog", "copy", "Shop"}), json({{"id", 4}, {"name", "Copy Of Shop"}, {"nodes", 6711}}));
   const json copy = answer({"catalog", "tree", "4"}).at("nodes");
   ASSERT_EQ(copy.size(), 6711u);
@@ -552,6 +551,7 @@ TEST_F(CatalogMigration, ThatIsRepeatedTakesNothingAwayUnlessItIsTold) {
 }
 
 TEST_F(CatalogMigration, WhoseFavouritesFailLeavesTheRightsToo) {
+  MERCATO_ONLY_WITH_REFUSALS(tool_.store());
   execute("INSERT INTO FAVORITES (PRODUCTID) VALUES (1)");
   expect_refused({"catalog", "migrate", "1", "2"}, "mercato: Invalid use of Null.\n");
   execute("DELETE FROM FAVORITES WHERE USERID IS NULL; UPDATE FAVORITES SET USERID = 'O''Neil' WHERE USERID = 'fay'");
@@ -564,8 +564,7 @@ TEST_F(CatalogMigration, WhoseFavouritesFailLeavesTheRightsToo) {
   EXPECT_EQ(whole_store(), before);
   execute("DELETE FROM FAVORITES WHERE USERID = 'O''Neil'");
   {
-    const TestStorePtr store = store_in_file(tool_.folder() / "mercato.db");
-    const RefusedRows refused(*store, {"UPDATE", "FAVORITES", "USERID", "'cyd'"});
+    const RefusedRows refused(tool_.store(), {"UPDATE", "FAVORITES", "USERID", "'cyd'"});
     EXPECT_EQ(run({"catalog", "migrate", "1", "2"}).status, 1);
   }
   EXPECT_EQ(rows("SELECT CATALOGID FROM CATALOGNODEBYUSER WHERE USERID = 'ann'"), "CATALOGID\n1\n");

@@ -4,8 +4,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
-#include <unicode/uvernum.h>
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -21,7 +19,7 @@ using Words = std::vector<std::string>;
 
 class CommandTest : public testing::Test {
  protected:
-  explicit CommandTest(Place place = Place::in_memory) : tool_(place) { EXPECT_EQ(run({"init"}).status, 0); }
+  explicit CommandTest(Place place = Place::in_memory) : tool_(place) {}
   // The seed is a script of statements.
   explicit CommandTest(const std::string& seed) : CommandTest() { execute(seed); }
 
@@ -56,14 +54,15 @@ class CommandTest : public testing::Test {
     EXPECT_EQ(done.err, "");
   }
   // What `store check` says first, of a store that has the library's tables and no others.
-  std::string description_of(const std::string& file) const {
-    return "store        SQLite " + std::string(sqlite3_libversion()) + ", " +
-           std::filesystem::canonical(tool_.folder() / file).string() +
-           "\ntables       version 2\ncollation    MERCATO, ICU " U_ICU_VERSION
-           "\ntext search  FTS5, trigrams\n";
+  static std::string description_of(const TestStore& store) {
+    const store::StoreDescription is = store.description();
+    return "store        " + is.engine + " " + is.version + ", " + is.place +
+           "\ntables       version 2\ncollation    " + is.collation + "\ntext search  " +
+           (is.text_search.empty() ? "none: the tables are read" : is.text_search) + "\n" +
+           (store.file() ? "" : "pages        not looked at: the server does that\n");
   }
   void expect_store_in_order() {
-    expect_done({"store", "check"}, description_of("mercato.db") + "The store is in order.\n");
+    expect_done({"store", "check"}, description_of(tool_.store()) + "The store is in order.\n");
   }
   json answer(Words arguments, int status = 0) {
     arguments.emplace_back("--json");

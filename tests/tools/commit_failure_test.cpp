@@ -17,7 +17,6 @@ class CommitFailure : public testing::Test {
  protected:
   // An enumerated property with values all over its table, so that their deletion writes more than a full disk takes.
   CommitFailure() {
-    EXPECT_EQ(tool_.run({"init"}).status, 0);
     std::string script = "CREATE TABLE DIGIT (N int NOT NULL);\n";
     for (int digit = 0; digit < 10; ++digit) script += "INSERT DIGIT (N) VALUES (" + std::to_string(digit) + ");\n";
     script +=
@@ -52,6 +51,7 @@ class CommitFailure : public testing::Test {
 };
 
 TEST_F(CommitFailure, IsTheFailureOfTheCallWhoseTransactionIsRolledBack) {
+  MERCATO_ONLY_ON_SQLITE(tool_.store(), "what is full is the disk of the process, which a server's files do not use");
   const std::vector<json> full = answers({kCreate, kUpdate, kCount, kRead}, full_disk_after(400));
   const json& error = full[1].at("error");
   const std::string store = tool_.folder() / "mercato.db";

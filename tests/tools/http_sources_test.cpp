@@ -27,8 +27,6 @@ const std::string kPrices =
 
 class HttpSources : public testing::Test {
  protected:
-  HttpSources() { EXPECT_EQ(tool_.run({"init"}).status, 0); }
-
   // A document that does not arrive changes nothing.
   void expect_refused(const std::string& path, const std::string& reason) const {
     const std::string url = server_.url(path);

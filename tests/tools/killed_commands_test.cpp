@@ -115,7 +115,8 @@ TEST_F(KilledCommands, LeaveAStoreInOrderWithRightSums) {
 // `backup.db`.
 class KilledTransactions : public KilledByChance {
  protected:
-  KilledTransactions() {
+  void SetUp() override {
+    MERCATO_ONLY_ON_SQLITE(tool_.store(), "the store of each round is a copy of a file");
     expect_done({"store", "backup", "backup.db"}, "The store was backed up to backup.db.\n");
     std::string script =
         "INSERT PROPERTYGROUP (PROPERTYGROUPNAME) VALUES ('Paper');\n"

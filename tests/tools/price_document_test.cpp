@@ -187,7 +187,6 @@ TEST_F(ToolPriceUpload, FailureThatIsNoLinesLeavesThePartNumber) {
 class PricesTool : public testing::Test {
  protected:
   PricesTool() {
-    EXPECT_EQ(tool_.run({"init"}).status, 0);
     EXPECT_EQ(tool_
                   .run({"execute", "-"},
                        "INSERT CURRENCY (CURRENCYCODE) VALUES ('EUR');"
@@ -271,8 +270,7 @@ TEST_F(PricesTool, UploadSaysWhatBecameOfEachLine) {
 TEST_F(PricesTool, SamplesAreUploadedAndPriced) {
   const std::string samples = std::string(MERCATO_SOURCE_DIR) + "/samples/";
   ToolFolder tool;
-  for (const std::vector<std::string>& command : {std::vector<std::string>{"init"},
-                                                  {"execute", samples + "reference.sql"},
+  for (const std::vector<std::string>& command : {std::vector<std::string>{"execute", samples + "reference.sql"},
                                                   {"upload", "--on-errors", "write", samples + "products.xml"}})
     ASSERT_EQ(tool.run(command).status, 0);
   const auto counts = [](const ToolRun& done) { return done.out.substr(0, done.out.find(",\"remainingFile")); };

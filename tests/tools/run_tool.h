@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Runs the real program in a folder of its own.
+// Runs the real program in a folder of its own, on the store that was chosen for the tests.
 #pragma once
 
 #include <sys/wait.h>
@@ -10,6 +10,7 @@
 
 #include "tests/platform/temporary_folder.h"
 #include "tests/platform/whole_files.h"
+#include "tests/support/test_store.h"
 
 namespace mercato::test {
 
@@ -32,9 +33,15 @@ inline std::string little_memory([[maybe_unused]] int kilobytes) {
 #endif
 }
 
+// Commands that name no store work on the file mercato.db, as nothing else is said, or on the chosen store, which a
+// settings file names.
 class ToolFolder {
  public:
-  explicit ToolFolder(Place place = Place::in_memory) : folder_(place) {}
+  explicit ToolFolder(Place place = Place::in_memory, Tables tables = Tables::all,
+                      const ChosenStore& chosen = ChosenStore::by_environment())
+      : folder_(place), store_(chosen.make(folder_.path(), "mercato", tables)) {
+    if (!store_->file()) write_settings("");
+  }
 
   // Works in the folder, without a terminal. `first` is what the shell does before.
   ToolRun run(const std::vector<std::string>& arguments, const std::string& input = {},
@@ -53,6 +60,15 @@ class ToolFolder {
     return text;
   }
   const TemporaryFolder& folder() const { return folder_; }
+  const TestStore& store() const { return *store_; }
+  // What a command is told of the store.
+  std::string connection_string() const {
+    return store_->file() ? "Provider=SQLite;Data Source=mercato.db" : store_->connection_string();
+  }
+  // Writes settings with which the commands work on the store.
+  void write_settings(const std::string& others) const {
+    write_whole(folder_ / "mercato.toml", "[connections]\nMercato = '" + connection_string() + "'\n" + others);
+  }
 
  private:
   // Under a sanitizer each of many short processes would look for leaks when it ends, which takes longer than its work.
@@ -70,6 +86,7 @@ class ToolFolder {
   }
 
   TemporaryFolder folder_;
+  TestStorePtr store_;
 };
 
 }  // namespace mercato::test

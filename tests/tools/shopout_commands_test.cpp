@@ -27,7 +27,11 @@ INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID, SHAREDID) VALUES ('O''
 class ShopOutCommands : public CommandTest {
  protected:
   ShopOutCommands() : CommandTest(kShopOutSeed) {}
-  std::string ties() { return rows("SELECT NODEID, CATALOGID, BUSINESSPARTNERID FROM CATALOGNODEBYBP"); }
+  std::string ties() {
+    return rows(
+        "SELECT NODEID, CATALOGID, BUSINESSPARTNERID FROM CATALOGNODEBYBP ORDER BY CATALOGID, NODEID, "
+        "BUSINESSPARTNERID");
+  }
 };
 
 TEST_F(ShopOutCommands, FoldersAreListedOnceWithTheirPartners) {
@@ -85,13 +89,13 @@ TEST_F(ShopOutCommands, PartnersAreTiedReplacedAndUntied) {
   expect_done({"shopout", "tie", "1", "2", "3"}, "2 partners tied to catalogue 1.\n");
   EXPECT_EQ(answer({"shopout", "tie", "2", "--node", "4", "3"}), json({{"tied", true}}));
   EXPECT_EQ(ties(),
-            "NODEID  CATALOGID  BUSINESSPARTNERID\n1       1          2\n1       1          1\n-       1          1\n"
-            "-       1          2\n-       1          3\n4       2          3\n");
+            "NODEID  CATALOGID  BUSINESSPARTNERID\n-       1          1\n-       1          2\n-       1          3\n"
+            "1       1          1\n1       1          2\n4       2          3\n");
   expect_done({"shopout", "replace", "1", "3"}, "catalogue 1 has 1 partner now.\n");
   EXPECT_EQ(answer({"shopout", "replace", "1", "--node", "1", "3", "1"}), json({{"replaced", true}}));
   EXPECT_EQ(ties(),
-            "NODEID  CATALOGID  BUSINESSPARTNERID\n1       1          3\n1       1          1\n4       2          3\n"
-            "-       1          3\n");
+            "NODEID  CATALOGID  BUSINESSPARTNERID\n-       1          3\n1       1          1\n1       1          3\n"
+            "4       2          3\n");
   expect_done({"shopout", "untie", "1", "--node", "1"}, "2 partners untied from node 1 of catalogue 1.\n");
   EXPECT_EQ(answer({"shopout", "untie", "1"}), json({{"untied", 1}}));
   EXPECT_EQ(ties(), "NODEID  CATALOGID  BUSINESSPARTNERID\n4       2          3\n");

@@ -32,22 +32,20 @@ inline const Date kToday = Date::from_civil({2026, 7, 1, 0, 0, 0});
 // The folder of an office: its settings, its store with all tables, its web root.
 class OfficeFolder {
  public:
-  explicit OfficeFolder(const ChosenStore& chosen) : store_(chosen.make(tool_.folder().path(), "office", Tables::all)) {
+  explicit OfficeFolder(const ChosenStore& chosen) : tool_(Place::in_memory, Tables::all, chosen) {
     std::filesystem::create_directory(path("web"));
     write_whole(path("mercato.toml"), "[connections]\nMercato = \"" + store() + "\"\n[folders]\nweb_root = \"" +
                                           path("web") + "\"\ninstall_dir = \"" + MERCATO_SOURCE_DIR +
                                           "\"\n[parameters.COMMONPARAMETERS]\nUNSPSCIMPLEMENTED = \"Yes\"\n");
-    EXPECT_EQ(tool_.run({"init"}).status, 0);
   }
   std::string path(const std::string& name) const { return tool_.folder() / name; }
-  const std::string& store() const { return store_->connection_string(); }
+  const std::string& store() const { return tool_.store().connection_string(); }
   std::string rpc() const { return tool_.command({"rpc", "--scripted", "--trace"}); }
   // What an upload left, in the remaining file of that name.
   std::string remaining(const std::string& name) const { return path("web/XMLDownload/remaining_" + name + ".xml"); }
 
  private:
   ToolFolder tool_;
-  TestStorePtr store_;
 };
 
 class Office {

@@ -15,8 +15,6 @@ namespace {
 
 class OnATerminal : public testing::Test {
  protected:
-  OnATerminal() { EXPECT_EQ(tool_.run({"init"}).status, 0); }
-
   // A shell command with a terminal for its input, output and errors; everything that it showed.
   static std::string shown_by_shell(const std::string& command) {
     int terminal = -1;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/cli/terminal/sentence.h"
 
+#include <algorithm>
+
 #include "frame/schema_versions.h"
 #include "values/text.h"
 
@@ -10,36 +12,61 @@ namespace {
 constexpr std::string_view kBegin = "\r\n DESC: ";
 constexpr std::string_view kEnd = ".\r\n";
 
-constexpr std::string_view kStoreSource = "SQLite store";  // of every failure that the driver reports
+constexpr std::string_view kStoreSource = " store";  // ends the source of every failure that a driver reports
+constexpr std::string_view kKeyIsTaken = "There is already a row with this key";
+constexpr std::string_view kIsNull = " may not be Null";
 
-// "(UNIQUE constraint failed: UNIT.UNITCODE)" keeps the column that the text does not name yet.
+// "(UNIQUE constraint failed: UNIT.UNITCODE)" keeps the column that the text does not name yet. Of other words in
+// brackets those are cut that say once more what the library says.
 void cut_words_of_constraint(std::string& text) {
+  const std::size_t begin = text.find(" (");
+  const std::size_t end = text.rfind(')');
+  if (begin == std::string::npos || end == std::string::npos) return;
   constexpr std::string_view kFailed = " constraint failed: ";
-  const std::size_t failed = text.rfind(kFailed);
-  const std::size_t begin = text.rfind(" (", failed);
-  const std::size_t end = text.find(')', failed);
-  if (failed == std::string::npos || begin == std::string::npos || end == std::string::npos) return;
+  const std::size_t failed = text.find(kFailed, begin);
+  if (failed == std::string::npos) {
+    const std::string_view before = std::string_view(text).substr(0, begin);
+    if (before.ends_with(kKeyIsTaken) || before.ends_with(kIsNull)) text.erase(begin, end + 1 - begin);
+    return;
+  }
   const std::string object = text.substr(failed + kFailed.size(), end - failed - kFailed.size());
   const bool is_told = object.starts_with("index ") || text.substr(0, begin).find(object) != std::string::npos;
   text.replace(begin, end + 1 - begin, is_told ? std::string() : " (" + object + ")");
 }
 
+// Behind these, the engine's words say what has happened.
+constexpr std::string_view kUntold[] = {" reported a failure", "See what it says", "Give it the right to",
+                                        "and at SSL Mode"};
+
+// Where the brackets begin that end at that place.
+std::size_t begin_of_brackets(std::string_view text, std::size_t end) {
+  int open = 0;
+  for (std::size_t at = end + 1; at-- > 0;) {
+    if (text[at] == ')') ++open;
+    if (text[at] == '(' && --open == 0) return at;
+  }
+  return std::string_view::npos;
+}
+
 // In "The store 'x' is read-only. ... (attempt to write a readonly database)" the words in brackets are the engine's.
 // They are cut; only a reason that the system gave stays.
 void cut_words_of_store(std::string& text) {
-  const std::size_t begin = text.find(" (", text.rfind('\'') + 1);
-  const std::size_t end = text.rfind(')');
-  if (begin == std::string::npos || end == std::string::npos || end < begin) return;
+  const std::size_t end = text.rfind(").");
+  if (end == std::string::npos) return;
+  std::size_t begin = begin_of_brackets(text, end);
+  if (begin == std::string::npos || begin == 0) return;
+  --begin;  // the blank before them
+  const std::string_view before = std::string_view(text).substr(0, begin);
   const std::string_view inside = std::string_view(text).substr(begin + 2, end - begin - 2);
   if (inside.starts_with("store version ")) return;  // the library's own words
+  if (std::ranges::any_of(kUntold, [&](std::string_view words) { return before.ends_with(words); })) return;
   constexpr std::string_view kHeld = ", and did not let go of it in ";
   if (const std::size_t held = text.find(kHeld); held != std::string::npos && held < begin) {
     text.replace(held, end + 1 - held, ". Wait until it is done, then repeat the command");
     return;
   }
   const std::size_t colon = inside.rfind(": ");
-  const bool has_reason =
-      colon != std::string::npos && std::string_view(text).substr(0, begin).ends_with(" cannot be read or written");
+  const bool has_reason = colon != std::string::npos && before.ends_with(" cannot be read or written");
   text.replace(begin, end + 1 - begin, has_reason ? " (" + std::string(inside.substr(colon + 2)) + ")" : "");
 }
 
@@ -78,6 +105,10 @@ RaisedError told_as(RaisedError error, const std::string& words) {
   return error;
 }
 
+bool says_key_is_taken(const RaisedError& error) {
+  return error.Number == error_number::kConstraintViolated && own_sentence(error).starts_with(kKeyIsTaken);
+}
+
 bool misses_a_definition(const RaisedError& error) {
   if (error.Number != error_number::kStatementRefused) return false;
   const std::string text = own_sentence(error);
@@ -104,7 +135,7 @@ std::string sentence(const RaisedError& error, std::optional<std::int32_t> schem
   if (error.Number == error_number::kStatementRefused) return about_statement(std::move(text));
   if (error.Number == error_number::kConstraintViolated)
     cut_words_of_constraint(text);
-  else if (error.Source == kStoreSource)
+  else if (error.Source.ends_with(kStoreSource))
     cut_words_of_store(text);
   return text;
 }

@@ -23,6 +23,9 @@ std::string own_sentence(const RaisedError& error);
 // it says when they are another release's.
 std::string sentence(const RaisedError& error, std::optional<std::int32_t> schema_version = std::nullopt);
 
+// Whether a row was refused for another one that has its key.
+bool says_key_is_taken(const RaisedError& error);
+
 // Whether a statement of the library's asked for a table or a column that the store has not, as a store of another
 // release may.
 bool misses_a_definition(const RaisedError& error);

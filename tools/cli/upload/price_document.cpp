@@ -22,7 +22,7 @@ UploadField told_of(const RaisedError& failure) {
   const std::string words = sentence(failure);
   switch (failure.Number) {
     case error_number::kConstraintViolated:
-      if (own_sentence(failure).find("UNIQUE") == std::string::npos) break;
+      if (!says_key_is_taken(failure)) break;
       return {
           {},
           {},
