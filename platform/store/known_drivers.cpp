@@ -2,6 +2,9 @@
 #include "platform/store/known_drivers.h"
 
 #include "mercato/raised_error.h"
+#ifdef MERCATO_ODBC
+#include "platform/store/odbc/driver.h"
+#endif
 #ifdef MERCATO_POSTGRES
 #include "platform/store/postgres/driver.h"
 #endif
@@ -21,6 +24,9 @@ constexpr KnownDriver kKnownDrivers[] = {
     {"SQLite", &sqlite_driver},
 #ifdef MERCATO_POSTGRES
     {"PostgreSQL", &postgres_driver},
+#endif
+#ifdef MERCATO_ODBC
+    {"ODBC", &odbc_driver},
 #endif
 };
 

@@ -7,10 +7,11 @@
 
 namespace mercato::test {
 
-std::string known_providers() { return "SQLite"; }
-
 TestStorePtr make_postgresql_store(const std::filesystem::path&, const std::string&, Tables) {
   throw std::runtime_error("this build leaves out stores on PostgreSQL");
+}
+TestStorePtr make_odbc_store(const std::filesystem::path&, const std::string&, Tables) {
+  throw std::runtime_error("this build leaves out the server of these stores, PostgreSQL");
 }
 
 }  // namespace mercato::test
@@ -23,6 +24,8 @@ TestStorePtr make_postgresql_store(const std::filesystem::path&, const std::stri
 #include <unistd.h>
 
 #include <vector>
+
+#include "tests/support/odbc_stores.h"
 
 namespace mercato::test {
 namespace {
@@ -248,7 +251,8 @@ class Database {
 
 class PostgresqlStore : public TestStore {
  public:
-  explicit PostgresqlStore(Database& database) : TestStore(database.connection_string()), database_(database) {}
+  PostgresqlStore(Database& database, std::string connection_string)
+      : TestStore(std::move(connection_string)), database_(database) {}
   ~PostgresqlStore() override { database_.is_free = true; }
 
   std::string impatient() const override { return connection_string() + ";Lock Timeout=0"; }
@@ -306,13 +310,21 @@ class Databases {
   int made_ = 0;
 };
 
+Database& take_database(Tables tables) {
+  static Databases databases;
+  return databases.take(tables);
+}
+
 }  // namespace
 
-std::string known_providers() { return "SQLite, PostgreSQL"; }
-
 TestStorePtr make_postgresql_store(const std::filesystem::path&, const std::string&, Tables tables) {
-  static Databases databases;
-  return std::make_unique<PostgresqlStore>(databases.take(tables));
+  Database& database = take_database(tables);
+  return std::make_unique<PostgresqlStore>(database, database.connection_string());
+}
+
+TestStorePtr make_odbc_store(const std::filesystem::path&, const std::string&, Tables tables) {
+  Database& database = take_database(tables);
+  return std::make_unique<PostgresqlStore>(database, through_odbc(database.connection_string()));
 }
 
 }  // namespace mercato::test

@@ -5,6 +5,9 @@
 //   sqlite-on-disk   the same on the disk
 //   postgresql       databases of the PostgreSQL server that MERCATO_TEST_SERVER names, as a connection string without a
 //                    database; of a cluster of their own (postgres_cluster) where it names none
+//   odbc             the same databases through PostgreSQL's driver for ODBC
+//   tsql             databases of a server that speaks T-SQL, which MERCATO_TEST_SERVER names as a connection string
+//                    without a database; its user has to be allowed to create some
 //   a connection string in which {store} stands for the path of a file that is there for one test only, such as
 //                    'Provider=SQLite;Data Source={store};Create=Yes;Busy Timeout=500'; what such a store is, no test
 //                    knows, so those that look past the library into its file are skipped
@@ -63,7 +66,7 @@ class TestStore {
   virtual store::StoreDescription description() const { return {}; }
   // What the engine says itself, which stands in brackets behind the library's words.
   std::string words(const std::string& of_sqlite, const std::string& of_postgresql) const {
-    return failure_source() == "PostgreSQL store" ? of_postgresql : of_sqlite;
+    return failure_source() == "SQLite store" ? of_sqlite : of_postgresql;
   }
   // Gives the numbers of rows that were refused or taken back to the rows that come next, as a file of SQLite does anyway.
   // A server does not: who is given a number there waits for nobody who was given one before.
@@ -99,6 +102,8 @@ TestStorePtr store_in_file(const std::filesystem::path& file);
 // `name` tells the stores of a test apart.
 TestStorePtr make_sqlite_store(const std::filesystem::path& folder, const std::string& name, Tables tables);
 TestStorePtr make_postgresql_store(const std::filesystem::path& folder, const std::string& name, Tables tables);
+TestStorePtr make_odbc_store(const std::filesystem::path& folder, const std::string& name, Tables tables);
+TestStorePtr make_tsql_store(const std::filesystem::path& folder, const std::string& name, Tables tables);
 
 struct TestStoreKind {
   std::string_view name;
@@ -111,6 +116,8 @@ inline constexpr TestStoreKind kTestStoreKinds[] = {
     {"sqlite", Place::in_memory, false, &make_sqlite_store},
     {"sqlite-on-disk", Place::on_disk, false, &make_sqlite_store},
     {"postgresql", Place::in_memory, true, &make_postgresql_store},
+    {"odbc", Place::in_memory, true, &make_odbc_store},
+    {"tsql", Place::in_memory, true, &make_tsql_store},
 };
 
 // What was chosen: one of the kinds, or a connection string.

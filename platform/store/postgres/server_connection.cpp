@@ -17,13 +17,14 @@
 #include "platform/store/call_limit.h"
 #include "platform/store/driver.h"
 #include "platform/store/failures.h"
+#include "platform/store/lock_timeout.h"
 #include "platform/store/postgres/postgres_failure.h"
+#include "platform/store/postgres_dialect/postgres_store.h"
 
 namespace mercato::store::postgres {
 namespace {
 
 constexpr int kOldestServer = 150000;
-constexpr int kDefaultLockTimeout = 10000;
 // For what a sound server does at once.
 constexpr std::chrono::seconds kPatience{5};
 
@@ -65,26 +66,6 @@ std::string label_of(const std::string& connection_string) {
   return label;
 }
 
-int lock_timeout_of(const std::string& connection_string) {
-  const auto given = connection_property(connection_string, "Lock Timeout");
-  if (!given) return kDefaultLockTimeout;
-  const bool is_number =
-      !given->empty() && given->size() <= 9 && std::ranges::all_of(*given, [](char c) { return c >= '0' && c <= '9'; });
-  if (!is_number) raise_store_failure("Lock Timeout is '" + *given + "'. It has to be a number of milliseconds");
-  // To the engine 0 is to wait for ever.
-  return std::max(std::stoi(*given), 1);
-}
-
-// What the texts that are sent, and the readings of what comes back, rely on.
-std::string settings_of(const std::string& connection_string) {
-  std::string settings =
-      "SET standard_conforming_strings = on; SET DateStyle = 'ISO, MDY'; SET extra_float_digits = 1; "
-      "SET default_transaction_isolation = 'read committed'; "
-      "SET client_min_messages = warning; SET jit = off; SET lock_timeout = " +
-      std::to_string(lock_timeout_of(connection_string));
-  return settings;
-}
-
 // A server that does not answer is not waited for beyond the call limit; without one, as long as libpq is told to.
 void limit_opening(Parameters& parameters) {
   if (const auto left = call_time_left())
@@ -118,7 +99,7 @@ Connection::Connection(const std::string& connection_string) : label_(label_of(c
     raise_store_failure(at_the_start(label_) + " keeps its texts as " + (encoding == nullptr ? "" : encoding) +
                         ". Create the database with the encoding UTF8");
   PQsetNoticeReceiver(connection_.get(), &ignore_notice, nullptr);
-  run_script(settings_of(connection_string));
+  run_script(settings_of_session(lock_timeout_of(connection_string, kFailureSource)));
   if (const auto path = connection_property(connection_string, "Search Path")) {
     const ResultHandle set(PQexecParams(connection_.get(), "SELECT set_config('search_path', $1, false)", 1, nullptr,
                                         std::array{path->c_str()}.data(), nullptr, nullptr, 0));

@@ -25,7 +25,6 @@ constexpr std::size_t kMostRowWriters = 256;
 // run fills it, so where there is an index the plans of a run use it.
 constexpr const char* kSettingsOfRun[] = {"SET synchronous_commit = off", "SET enable_seqscan = off", "DISCARD PLANS"};
 constexpr const char* kSettingsBehindRun[] = {"RESET synchronous_commit", "RESET enable_seqscan", "DISCARD PLANS"};
-constexpr std::size_t kMostParameters = 65535;
 
 std::int64_t number_of(std::string_view digits) {
   std::int64_t number = 0;
@@ -129,9 +128,6 @@ CachedStatementPtr PostgresSession::translate_anew(const dialect::LexedStatement
   statement->translation = translate(lexed, tables_, identified);
   statement->dropped = dropped_;
   const dialect::Translation& translation = statement->translation.common;
-  if (statement->translation.bindings.size() > kMostParameters)
-    dialect::refuse("The statement has more than " + std::to_string(kMostParameters) +
-                    " values. Send them in several statements");
   if (translation.kind == dialect::StatementKind::query)
     statement->layout = std::make_shared<const RowLayout>(translation.result, translation.table);
   if (translation.identified) statement->key_types = key_types_of(*tables_.find(translation.table));

@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/resolver.h"
 #include "platform/store/postgres_dialect/postgres_writer.h"
 
@@ -25,6 +26,22 @@ bool has_no_row(const dialect::SyntaxTree& tree) {
   };
   const auto left = number(*condition.left), right = number(*condition.right);
   return condition.operation == dialect::ComparisonOperator::equal && left && right && *left != *right;
+}
+
+std::string_view type_name(ValueType type) {
+  switch (type) {
+    case ValueType::text:
+      return "text";
+    case ValueType::whole:
+      return "bigint";
+    case ValueType::real:
+      return "float8";
+    case ValueType::money:
+      return "numeric";
+    case ValueType::date:
+      return "timestamp";
+  }
+  return "text";
 }
 
 }  // namespace
@@ -50,6 +67,9 @@ Translation SqlWriter::translation() {
   result_.is_empty = has_no_row(tree_);
   if (result_.is_empty) tree_.translation.depends_on_literals = true;
   if (tree_.translation.kind != dialect::StatementKind::nothing) tree_.translation.statements.push_back(write());
+  if (result_.bindings.size() > kMostParameters)
+    dialect::refuse("The statement has more than " + std::to_string(kMostParameters) +
+                    " values. Send them in several statements");
   result_.gives_key = std::ranges::any_of(tree_.insert_columns, &Column::assigned);
   if (tree_.identity != nullptr) result_.identity = identity_kind(*tree_.identity->table);
   result_.common = std::move(tree_.translation);
@@ -86,7 +106,11 @@ ValueType SqlWriter::type_of(const dialect::Parameter& parameter) const {
 
 void SqlWriter::parameter(Binding::Use use, ValueType type, dialect::Parameter parameter, std::uint32_t escape) {
   result_.bindings.push_back({use, type, parameter, escape});
-  if (markers_ == Markers::by_place) return text("?");
+  if (markers_ == Markers::by_place) {
+    text("CAST(? AS ");
+    text(type_name(type));
+    return text(")");
+  }
   sql_ += '$';
   sql_ += std::to_string(result_.bindings.size());
 }

@@ -40,7 +40,7 @@ enum class IdentityKind : std::uint8_t {
 // stands twice is bound twice.
 enum class Markers : std::uint8_t {
   numbered,  // $1, $2 ...: the server's own
-  by_place,  // ?: what ODBC hands to any server
+  by_place,  // CAST(? AS bigint): what ODBC hands to any server; a driver may pass a value on without its type
 };
 
 struct Translation {
@@ -50,6 +50,9 @@ struct Translation {
   bool gives_key = false;  // an INSERT that names the assigned key of its table
   bool is_empty = false;   // a query that has no row, whatever the tables hold: the server need not be asked
 };
+
+// Of one statement; one with more is refused.
+inline constexpr std::size_t kMostParameters = 65535;
 
 // The column that tells the rows of a table without a key apart. No statement of the library sees it.
 inline constexpr std::string_view kHiddenIdentity = "mercato_row";

@@ -34,6 +34,13 @@ void prepare_store(PostgresServer& server) {
 
 }  // namespace
 
+std::string settings_of_session(int lock_timeout) {
+  return "SET standard_conforming_strings = on; SET DateStyle = 'ISO, MDY'; SET extra_float_digits = 1; "
+         "SET default_transaction_isolation = 'read committed'; "
+         "SET client_min_messages = warning; SET jit = off; SET lock_timeout = " +
+         std::to_string(lock_timeout);
+}
+
 void define(PostgresServer& server, std::span<const std::string> statements) {
   server.control("SELECT pg_advisory_xact_lock(hashtextextended('mercato definitions', 0))");
   prepare_store(server);

@@ -11,6 +11,10 @@
 
 namespace mercato::store::postgres {
 
+// What a session sets when it opens: what the texts that are sent, and the readings of what comes back, rely on.
+// `lock_timeout`: milliseconds.
+std::string settings_of_session(int lock_timeout);
+
 // Carries out a definition, inside of a transaction. Definitions go one after the other, so that several callers may
 // create the same tables at once; the first one brings the functions. Raises kStoreFailure when there is no schema to create tables in.
 void define(PostgresServer& server, std::span<const std::string> statements);

@@ -83,11 +83,13 @@ TEST(TestStores, RefuseRowsWhileTheyAreTold) {
 
 TEST(TestStores, OfAnUnknownNameAreRefusedWithTheKnownOnes) {
   EXPECT_EQ(refusal_of("nosuch"),
-            "MERCATO_TEST_STORE is 'nosuch'. It has to be one of sqlite, sqlite-on-disk, postgresql, or a connection "
+            "MERCATO_TEST_STORE is 'nosuch'. It has to be one of sqlite, sqlite-on-disk, postgresql, odbc, tsql, or a "
+            "connection "
             "string with {store} in it");
   // Every test would work on the same store.
   EXPECT_EQ(refusal_of("Data Source=one.db"),
-            "MERCATO_TEST_STORE is 'Data Source=one.db'. It has to be one of sqlite, sqlite-on-disk, postgresql, or a "
+            "MERCATO_TEST_STORE is 'Data Source=one.db'. It has to be one of sqlite, sqlite-on-disk, postgresql, odbc, "
+            "tsql, or a "
             "connection string with {store} in it");
 }
 
