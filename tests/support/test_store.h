@@ -7,7 +7,7 @@
 //                    database; of a cluster of their own (postgres_cluster) where it names none
 //   odbc             the same databases through PostgreSQL's driver for ODBC
 //   tsql             databases of a server that speaks T-SQL, which MERCATO_TEST_SERVER names as a connection string
-//                    without a database; its user has to be allowed to create some
+//                    with any database; its user has to be allowed to create some
 //   a connection string in which {store} stands for the path of a file that is there for one test only, such as
 //                    'Provider=SQLite;Data Source={store};Create=Yes;Busy Timeout=500'; what such a store is, no test
 //                    knows, so those that look past the library into its file are skipped

@@ -21,6 +21,7 @@ TestStorePtr make_tsql_store(const std::filesystem::path&, const std::string&, T
 
 #include "platform/store/odbc/odbc_connection.h"
 #include "platform/store/session_pool.h"
+#include "values/text.h"
 
 namespace mercato::test {
 namespace {
@@ -30,6 +31,14 @@ using store::odbc::Connection;
 std::string server() {
   if (const char* const given = std::getenv("MERCATO_TEST_SERVER")) return given;
   throw std::runtime_error("MERCATO_TEST_SERVER has to name a T-SQL server, as a connection string without a database");
+}
+
+// The same server, with another database.
+std::string with_database(const std::string& name) {
+  std::string text;
+  for (const std::string& pair : text::split(server(), ";"))
+    if (!text::equal_names(text::trim(std::string_view(pair).substr(0, pair.find('='))), "Database")) text += pair + ";";
+  return text + "Database=" + name;
 }
 
 class Database {
@@ -52,7 +61,7 @@ class Database {
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;
 
-  std::string connection_string() const { return server() + ";Database=" + name_; }
+  std::string connection_string() const { return with_database(name_); }
   Tables tables() const { return tables_; }
   // Removes what a test has left; false when the database cannot serve another one.
   bool clean() {

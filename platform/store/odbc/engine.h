@@ -23,6 +23,8 @@ namespace mercato::store::odbc {
 struct IdentityColumns {
   bool is_number = false;
   std::vector<ColumnType> types;
+
+  std::size_t size() const { return is_number ? 1 : types.size(); }
 };
 
 // A statement in the server's own SQL, with its values in the order of their places.

@@ -90,7 +90,7 @@ std::unique_ptr<Cursor> OdbcSession::open_cursor(const Command& command) {
   RowLayoutPtr layout = command.layout;
   if (!layout) {
     std::vector<Column> columns = connection_.columns();
-    if (command.identified) columns.resize(columns.size() - command.identity.types.size());
+    if (command.identified) columns.resize(columns.size() - command.identity.size());
     layout = std::make_shared<const RowLayout>(std::move(columns), command.result_table);
   }
   return std::make_unique<OdbcCursor>(*this, std::move(layout), command);
