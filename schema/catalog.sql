@@ -32,6 +32,8 @@ CREATE TABLE CATALOGNODE (
 CREATE INDEX IX_CATALOGNODE_CATALOGID ON CATALOGNODE (CATALOGID, NODEID);
 -- From a product's categories to the catalogues it can be reached in.
 CREATE INDEX IX_CATALOGNODE_CATEGORYID ON CATALOGNODE (CATEGORYID, CATALOGID);
+-- The node of the same name in a catalogue's successor, once for every node on which somebody has a right.
+CREATE INDEX IX_CATALOGNODE_NODENAME ON CATALOGNODE (NODENAME, CATALOGID);
 -- One level down the tree, when the nodes of a user are laid out flat.
 CREATE INDEX IX_CATALOGNODE_PARENTNODEID ON CATALOGNODE (PARENTNODEID);
 -- The nodes whose names hold a word.

@@ -6,6 +6,8 @@ CREATE TABLE PRODUCTCATEGORY (
   UNSPSCCODE nvarchar(20) NULL
 );
 
+-- The categories of a name or of one that begins so.
+CREATE INDEX IX_PRODUCTCATEGORY_CATEGORYNAME ON PRODUCTCATEGORY (CATEGORYNAME);
 -- The categories that follow from the code of a product, and whether a code may go.
 CREATE INDEX IX_PRODUCTCATEGORY_UNSPSCCODE ON PRODUCTCATEGORY (UNSPSCCODE);
 -- The categories whose names hold a word.
