@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "frame/schema_definitions.h"
 
+#include <array>
+
 #include "frame/schema_texts.h"
 #include "mercato/raised_error.h"
 #include "platform/store/dialect/dialect.h"
@@ -33,6 +35,20 @@ const std::vector<SchemaDefinition>& schema_definitions() {
     return all;
   }();
   return definitions;
+}
+
+// Only what decides where a join begins. An engine that knows nothing takes every column for one that leaves ten rows,
+// and would begin with all nodes of a catalogue, not with the products that were asked for.
+std::span<const store::ExpectedRows> expected_rows() {
+  static constexpr auto kExpected = std::to_array<store::ExpectedRows>({
+      {"CATALOGNODE", 100'000, "CATALOGID", 5'000},
+      {"CATALOGNODE", 100'000, "CATEGORYID", 20},
+      {"PRODUCTSBYCATEGORY", 1'000'000, "PRODUCTID", 2},
+      {"PRODUCTSBYCATEGORY", 1'000'000, "CATEGORYID", 50},
+      {"FAVORITES", 100'000, "PRODUCTID", 2},
+      {"CATALOGNODEBYBP", 1'000, "NODEID", 2},
+  });
+  return kExpected;
 }
 
 bool exists(store::Session& session, const SchemaDefinition& definition) {

@@ -2,6 +2,7 @@
 // What the table definitions of the library define. Any thread.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,9 @@ struct SchemaDefinition {
 };
 // Of all schema texts, in their order. Made once.
 const std::vector<SchemaDefinition>& schema_definitions();
+
+// How large the tables get, for engines that plan by what they are told.
+std::span<const store::ExpectedRows> expected_rows();
 
 // A text index also when the store cannot have any.
 bool exists(store::Session& session, const SchemaDefinition& definition);

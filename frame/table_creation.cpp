@@ -66,6 +66,7 @@ CreatedTables bring_up_to_date(store::Session& session, const StoreState& found,
     session.execute(Sql::verbatim(std::string(definition.statement)));
     (definition.is_table ? created.tables : created.indexes).push_back(definition.name);
   }
+  if (created.version_before != newest || !created.indexes.empty()) session.expect_rows(expected_rows());
   return created;
 }
 

@@ -73,6 +73,14 @@ struct Execution {
   bool nothing_to_do = false;
 };
 
+// So many rows of a large table have one value of a column, of so many in all.
+struct ExpectedRows {
+  std::string_view table;
+  std::int64_t rows = 0;
+  std::string_view column;
+  std::int64_t of_one_value = 0;
+};
+
 // One physical connection.
 class Session {
  public:
@@ -96,6 +104,8 @@ class Session {
   // Whether that table has an index of that name; both in any case.
   virtual bool has_index(std::string_view table, std::string_view name) = 0;
 
+  // Told once, with the tables: what an engine plans by that counts nothing by itself. One that does needs no telling.
+  virtual void expect_rows(std::span<const ExpectedRows> /*expected*/) {}
   // Whether the store can have text indexes. Where it cannot, their definitions are taken and leave nothing behind,
   // and all that they would answer is answered by reading.
   virtual bool has_text_indexes() { return false; }

@@ -148,4 +148,25 @@ std::vector<std::string> definition_sql(const Definition& definition) {
   return {};
 }
 
+// The statistics of an index are the rows of its table, and those that share its first column, its first two, and so on.
+// The engine makes their table when it is asked for statistics, here of nothing, and reads it then.
+std::vector<std::string> statistics_sql(std::span<const ExpectedRows> expected) {
+  const std::string reread = "ANALYZE sqlite_schema";
+  std::vector<std::string> statements{reread};
+  for (const ExpectedRows& rows : expected) {
+    const std::string table = sql_text(rows.table);
+    const std::string indexes =
+        " FROM pragma_index_list(" + table +
+        ") l WHERE (SELECT i.name FROM pragma_index_info(l.name) i WHERE i.seqno = 0) = " + sql_text(rows.column);
+    statements.push_back("DELETE FROM sqlite_stat1 WHERE idx IN (SELECT l.name" + indexes + ")");
+    statements.push_back("INSERT INTO sqlite_stat1 (tbl, idx, stat) SELECT " + table + ", l.name, '" +
+                         std::to_string(rows.rows) + " " + std::to_string(rows.of_one_value) +
+                         "' || (SELECT group_concat(CASE i.seqno WHEN 0 THEN '' ELSE ' 1' END, '') FROM "
+                         "pragma_index_info(l.name) i)" +
+                         indexes);
+  }
+  statements.push_back(reread);
+  return statements;
+}
+
 }  // namespace mercato::store::sqlite

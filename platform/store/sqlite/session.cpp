@@ -227,6 +227,10 @@ void SqliteSession::define(const dialect::Translation& definition) {
     after_write();
 }
 
+void SqliteSession::expect_rows(std::span<const ExpectedRows> expected) {
+  define({.statements = statistics_sql(expected)});
+}
+
 // Tables and rows
 
 const TableInfo* SqliteSession::table(std::string_view name) {

@@ -45,6 +45,7 @@ class SqliteSession final : public Session {
   void flush_run() override;
   void end_run() override;
   bool outdated() const noexcept override { return database_.replaced(); }
+  void expect_rows(std::span<const ExpectedRows> expected) override;
   bool unused() const noexcept override;
 
  protected:

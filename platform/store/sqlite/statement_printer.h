@@ -3,8 +3,13 @@
 // `mercato_...` and the collation `MERCATO` (functions.h). Any thread.
 #pragma once
 
+#include <span>
+#include <string>
+#include <vector>
+
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/dialect/syntax_tree.h"
+#include "platform/store/driver.h"
 #include "platform/store/sqlite/text_search.h"
 
 namespace mercato::store::sqlite {
@@ -23,5 +28,8 @@ Translation translate(const dialect::LexedStatement& lexed, const dialect::Table
 
 // The statements that carry out a definition.
 std::vector<std::string> definition_sql(const dialect::Definition& definition);
+
+// Those that write into the engine's statistics what it should expect of the indexes that begin with these columns.
+std::vector<std::string> statistics_sql(std::span<const ExpectedRows> expected);
 
 }  // namespace mercato::store::sqlite

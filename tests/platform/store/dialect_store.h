@@ -110,10 +110,22 @@ class DialectStore : public TableDirectory {
     return "taken";
   }
 
-  // The engine's way for a query.
-  std::string plan(std::string_view statement) {
+  // The first step of the engine's way for a query.
+  std::string plan(std::string_view statement) { return steps(statement).front(); }
+
+  // All of them; none for a statement for which the engine has nothing to plan.
+  std::vector<std::string> steps(std::string_view statement) {
     const Translation translation = translate(statement);
-    return run_sql("EXPLAIN QUERY PLAN " + translation.statements.front(), translation.parameters).front().back();
+    std::vector<std::string> steps;
+    if (translation.statements.empty()) return steps;
+    for (auto& row : run_sql("EXPLAIN QUERY PLAN " + translation.statements.front(), translation.parameters))
+      steps.push_back(std::move(row.back()));
+    return steps;
+  }
+
+  // Statements of SQLite's own.
+  void run_as_they_stand(const std::vector<std::string>& statements) {
+    for (const std::string& sql : statements) run_sql(sql, {});
   }
 
  private:
