@@ -42,6 +42,7 @@ class SqlPrinter {
   virtual void column(const Expression& column) = 0;
   virtual void query(const Query& query) = 0;
   void select(const Select& select);
+  virtual void from(const Select& select);
   // Behind WHERE, of a query that has one.
   virtual void conditions(const Select& select) { expression(*select.where); }
   // Behind the items of a query: what tells which row it is, if that is asked for.
@@ -72,9 +73,9 @@ class SqlPrinter {
   // The SQL of a call, each argument in place of its #.
   void filled_in(std::string_view sql, std::span<Expression* const> arguments);
   void items(const Select& select);
-  void from(const Select& select);
   void where_and_groups(const Select& select);
   void having(const Select& select);
+  void source(const Source& source);
   void limit(const Select& select);
   void where();
   void in_brackets(const Expression& condition);
@@ -91,7 +92,6 @@ class SqlPrinter {
   void update();
   void remove();
   void join_chain(const JoinChain& chain);
-  void source(const Source& source);
   void literal(const Literal& literal);
   void date_call(const DateCall& call);
   void operation(const Expression& outermost);

@@ -150,17 +150,16 @@ std::int64_t SqliteSession::change(const CachedStatementPtr& statement, const di
 SqliteSession::Proposals SqliteSession::propose_rows(std::span<const TextSearch> searches,
                                                      const dialect::LexedStatement& lexed) {
   Proposals proposals;
-  for (std::size_t i = 0; i < searches.size(); ++i) {
-    auto rows = proposed_rows(searches[i], lexed);
-    if (!rows) continue;
-    proposals.used |= UsedSearches{1} << i;
-    proposals.rows.push_back(std::move(*rows));
+  for (const TextSearch& search : searches) {
+    auto rows = proposed_rows(search, lexed);
+    if (rows) proposals.used |= UsedSearches{1} << proposals.rows.size();
+    proposals.rows.push_back(std::move(rows).value_or(""));
   }
   return proposals;
 }
 
-// Nothing where reading the table is faster: a row that is proposed costs some four times as much as one that is read,
-// and a query that is at its end with a few rows reads only as far as it finds them.
+// Nothing where reading is faster: a row that is proposed costs some four times as much as one that is read, in a join,
+// which might begin elsewhere, far more; and a query that is at its end with a few rows reads only as far as it finds them.
 std::optional<std::string> SqliteSession::proposed_rows(const TextSearch& search,
                                                         const dialect::LexedStatement& lexed) {
   constexpr std::int64_t kSmallTable = 500;
@@ -170,7 +169,7 @@ std::optional<std::string> SqliteSession::proposed_rows(const TextSearch& search
   if (match.empty() || table == nullptr) return std::nullopt;
   const std::int64_t rows = text_indexes_.most_rows(*table);
   if (rows < kSmallTable) return std::nullopt;
-  auto most = static_cast<double>(rows) / 8;
+  double most = static_cast<double>(rows) / (search.is_joined ? 64 : 8);
   if (search.limit != dialect::kNoLiteral) {
     const double wanted = dialect::parameter_value(lexed, {search.limit}).to_double();
     most = std::min(most, std::max(kAlwaysWorthIt, std::sqrt(wanted * static_cast<double>(rows) / 4)));
@@ -186,11 +185,10 @@ std::optional<std::string> SqliteSession::proposed_rows(const TextSearch& search
 void SqliteSession::bind_parameters(const RunningStatement& running, const dialect::LexedStatement& lexed,
                                     Lifetime lifetime, std::span<const std::string> proposed_rows) {
   int position = 0;
-  std::size_t searches = 0;
   for (const dialect::Parameter& parameter : running.cached().translation.parameters) {
     ++position;
-    const auto text = parameter.literal == dialect::kNoLiteral
-                          ? std::optional<std::string_view>(proposed_rows[searches++])
+    const auto text = parameter.literal >= kProposedRows
+                          ? std::optional<std::string_view>(proposed_rows[parameter.literal - kProposedRows])
                           : dialect::text_as_it_stands(lexed, parameter);
     const int code =
         text ? bind_text(running.get(), position, *text, lifetime)

@@ -78,7 +78,7 @@ class SqliteSession final : public Session {
   // What the text indexes propose for a query.
   struct Proposals {
     UsedSearches used = 0;
-    std::vector<std::string> rows;  // of the searches that are used, as their parameters
+    std::vector<std::string> rows;  // of each search, as its parameter
   };
 
   CachedStatementPtr translated(const dialect::LexedStatement& lexed, bool identified, UsedSearches used = 0);

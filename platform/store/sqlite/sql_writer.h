@@ -21,12 +21,15 @@ class SqlWriter final : private dialect::SqlPrinter {
   Translation translation();
 
  private:
+  using Source = dialect::Source;
+
   void bound(const dialect::Literal& literal) override;
   void size(std::uint32_t literal) override { parameter(literal); }
   void column(const dialect::Expression& column) override { qualified(*column.source, column.column->name); }
 
   // Queries.
   void query(const dialect::Query& query) override;
+  void from(const dialect::Select& select) override;
   void conditions(const dialect::Select& select) override;
   void identity(const dialect::Select& select) override;
   void rows_of_subselect(const dialect::Source& source) override;
@@ -57,6 +60,9 @@ class SqlWriter final : private dialect::SqlPrinter {
 
   void parameter(std::uint32_t literal, dialect::Conversion conversion = dialect::Conversion::none);
 
+  bool is_used(std::size_t search) const { return (used_ >> search & 1) != 0; }
+
+  static constexpr std::size_t kMostSearches = 32;
   const UsedSearches used_;
   std::vector<TextSearch> searches_;
   std::vector<dialect::Parameter> parameters_;

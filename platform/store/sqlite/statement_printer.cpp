@@ -50,27 +50,43 @@ void SqlWriter::query(const dialect::Query& query) {
   order_by(query);
 }
 
-// The rows that a text index proposes come first, and are where the engine begins.
-void SqlWriter::conditions(const dialect::Select& select) {
-  constexpr std::size_t kMost = 32;
-  bool narrowed = false;
+// A query begins with the rows that a text index proposes. The engine knows neither how few they are nor how many rows
+// its other tables have, so it is told the order.
+void SqlWriter::from(const dialect::Select& select) {
+  const Source* first = nullptr;
   if (tree_.translation.kind == dialect::StatementKind::query)
     for (TextSearch& search : text_searches(select)) {
-      if (searches_.size() == kMost) break;
-      if ((used_ >> searches_.size() & 1) != 0) {
-        name(search.source->name);
-        text("._rowid_ IN (SELECT value FROM json_each(");
-        parameter(dialect::kNoLiteral);
-        text(")) AND ");
-        narrowed = true;
-      }
-      search.source = nullptr;
+      if (searches_.size() == kMostSearches) break;
+      if (first == nullptr && is_used(searches_.size())) first = search.source;
       searches_.push_back(std::move(search));
     }
-  if (narrowed)
-    in_brackets(*select.where);
-  else
-    expression(*select.where);
+  const ReadingOrder order = first != nullptr ? reading_from(*first, select) : ReadingOrder();
+  if (order.sources.empty()) return SqlPrinter::from(select);
+  const char* separator = " FROM ";
+  for (const Source* const source : order.sources) {
+    text(separator);
+    this->source(*source);
+    separator = " CROSS JOIN ";
+  }
+}
+
+void SqlWriter::conditions(const dialect::Select& select) {
+  const Source* first = nullptr;
+  for (const Source* source = select.scope.first; source != nullptr; source = source->next_in_scope)
+    for (std::size_t i = 0; i < searches_.size(); ++i) {
+      if (searches_[i].source != source || !is_used(i)) continue;
+      name(source->name);
+      text("._rowid_ IN (SELECT value FROM json_each(");
+      parameter(kProposedRows + static_cast<std::uint32_t>(i));
+      text(")) AND ");
+      if (first == nullptr) first = source;
+    }
+  if (first == nullptr) return expression(*select.where);
+  for (const dialect::Expression* const condition : reading_from(*first, select).conditions) {
+    in_brackets(*condition);
+    text(" AND ");
+  }
+  in_brackets(*select.where);
 }
 
 void SqlWriter::identity(const dialect::Select& select) {

@@ -14,9 +14,10 @@
 
 namespace mercato::store::sqlite {
 
-// Which of a statement's searches its translation uses, a bit for each. The proposed rows of one that is used are a
-// parameter without a literal: a text, "[1,2,3]".
+// Which of a statement's searches its translation uses, a bit for each.
 using UsedSearches = std::uint32_t;
+// Stands for the literal of a parameter that has none: the rows that search number 0 proposes, and so on; a text, "[1,2]".
+inline constexpr std::uint32_t kProposedRows = dialect::kNoLiteral - 32;
 
 struct Translation : dialect::Translation {
   std::vector<TextSearch> searches;  // all that there could be, in the order of their parameters

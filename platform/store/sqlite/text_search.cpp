@@ -97,6 +97,38 @@ bool can_end_early(const Select& select) {
   return !select.grouped && query.selects.size() == 1 && query.order.empty();
 }
 
+// False when it joins otherwise, or joins something else than tables.
+bool add_plain_joins(const dialect::JoinChain& chain, ReadingOrder& order) {
+  using dialect::JoinKind;
+  for (const dialect::Join& join : chain.joins) {
+    if (join.kind != JoinKind::first && join.kind != JoinKind::inner && join.kind != JoinKind::cross) return false;
+    if (join.chain != nullptr ? !add_plain_joins(*join.chain, order) : join.source->query != nullptr) return false;
+    if (join.source != nullptr) order.sources.push_back(join.source);
+    if (join.condition != nullptr) order.conditions.push_back(join.condition);
+  }
+  return true;
+}
+
+// Two sources of which a column each is equal.
+struct Link {
+  const Source* left;
+  const Source* right;
+};
+
+void add_links(const Expression& condition, std::vector<Link>& links) {
+  if (condition.kind == NodeKind::brackets)
+    return add_links(*static_cast<const dialect::Brackets&>(condition).operand, links);
+  if (condition.kind == NodeKind::junction) {
+    const auto& junction = static_cast<const dialect::Junction&>(condition);
+    if (!junction.is_or)
+      for (const Expression* const operand : junction.operands) add_links(*operand, links);
+  }
+  if (condition.kind != NodeKind::comparison) return;
+  const auto& comparison = static_cast<const dialect::Comparison&>(condition);
+  if (comparison.operation == dialect::ComparisonOperator::equal && comparison.left->source && comparison.right->source)
+    links.push_back({comparison.left->source, comparison.right->source});
+}
+
 // Several patterns mostly look for the same text in several columns.
 void add(std::vector<std::string>& parts, std::string part) {
   if (std::ranges::find(parts, part) == parts.end()) parts.push_back(std::move(part));
@@ -112,10 +144,35 @@ std::vector<TextSearch> text_searches(const Select& select) {
     Finder finder(*source);
     auto found = finder.find(*select.where);
     if (!found || !finder.any_without_prefix() || names_rows(*select.where, *source)) continue;
-    searches.push_back(
-        {source, source->table->name, std::move(*found), can_end_early(select) ? select.limit : dialect::kNoLiteral});
+    const bool is_joined = select.scope.first->next_in_scope != nullptr;
+    searches.push_back({source, source->table->name, is_joined, std::move(*found),
+                        can_end_early(select) ? select.limit : dialect::kNoLiteral});
   }
   return searches;
+}
+
+ReadingOrder reading_from(const Source& first, const Select& select) {
+  ReadingOrder order;
+  for (const dialect::JoinChain* const chain : select.from)
+    if (!add_plain_joins(*chain, order)) return {};
+  std::vector<Link> links;
+  for (const Expression* const condition : order.conditions) add_links(*condition, links);
+  if (select.where != nullptr) add_links(*select.where, links);
+  std::vector<const Source*> left = std::exchange(order.sources, {&first});
+  std::erase(left, &first);
+  const auto is_linked = [&](const Source* source) {
+    return std::ranges::any_of(links, [&](const Link& link) {
+      return (link.left == source && std::ranges::find(order.sources, link.right) != order.sources.end()) ||
+             (link.right == source && std::ranges::find(order.sources, link.left) != order.sources.end());
+    });
+  };
+  while (!left.empty()) {
+    const auto linked = std::ranges::find_if(left, is_linked);
+    const auto next = linked == left.end() ? left.begin() : linked;
+    order.sources.push_back(*next);
+    left.erase(next);
+  }
+  return order;
 }
 
 std::string match_of(const TextCondition& condition, const dialect::LexedStatement& lexed) {
