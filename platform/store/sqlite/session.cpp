@@ -147,10 +147,10 @@ std::int64_t SqliteSession::change(const CachedStatementPtr& statement, const di
   return affected;
 }
 
-SqliteSession::Proposals SqliteSession::propose_rows(std::span<const TextSearch> searches,
+SqliteSession::Proposals SqliteSession::propose_rows(std::span<const dialect::TextSearch> searches,
                                                      const dialect::LexedStatement& lexed) {
   Proposals proposals;
-  for (const TextSearch& search : searches) {
+  for (const dialect::TextSearch& search : searches) {
     auto rows = proposed_rows(search, lexed);
     if (rows) proposals.used |= UsedSearches{1} << proposals.rows.size();
     proposals.rows.push_back(std::move(rows).value_or(""));
@@ -160,13 +160,13 @@ SqliteSession::Proposals SqliteSession::propose_rows(std::span<const TextSearch>
 
 // Nothing where reading is faster: a row that is proposed costs some four times as much as one that is read, in a join,
 // which might begin elsewhere, far more; and a query that is at its end with a few rows reads only as far as it finds them.
-std::optional<std::string> SqliteSession::proposed_rows(const TextSearch& search,
+std::optional<std::string> SqliteSession::proposed_rows(const dialect::TextSearch& search,
                                                         const dialect::LexedStatement& lexed) {
   constexpr std::int64_t kSmallTable = 500;
   constexpr double kAlwaysWorthIt = 1500;
-  const std::string match = match_of(search.condition, lexed);
+  const auto match = dialect::match_of(search.condition, lexed);
   const TableInfo* const table = tables_.find(search.table);
-  if (match.empty() || table == nullptr) return std::nullopt;
+  if (!match || table == nullptr) return std::nullopt;
   const std::int64_t rows = text_indexes_.most_rows(*table);
   if (rows < kSmallTable) return std::nullopt;
   double most = static_cast<double>(rows) / (search.is_joined ? 64 : 8);
@@ -175,7 +175,7 @@ std::optional<std::string> SqliteSession::proposed_rows(const TextSearch& search
     most = std::min(most, std::max(kAlwaysWorthIt, std::sqrt(wanted * static_cast<double>(rows) / 4)));
   }
   const auto limit = static_cast<std::size_t>(most);
-  std::vector<std::int64_t> found = text_indexes_.find(*table, match, limit + 1);
+  std::vector<std::int64_t> found = text_indexes_.find(*table, *match, limit + 1);
   if (found.size() > limit) return std::nullopt;
   const std::vector<std::int64_t> changed = text_indexes_.changed(*table);
   found.insert(found.end(), changed.begin(), changed.end());

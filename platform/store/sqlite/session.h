@@ -82,8 +82,8 @@ class SqliteSession final : public Session {
   };
 
   CachedStatementPtr translated(const dialect::LexedStatement& lexed, bool identified, UsedSearches used = 0);
-  Proposals propose_rows(std::span<const TextSearch> searches, const dialect::LexedStatement& lexed);
-  std::optional<std::string> proposed_rows(const TextSearch& search, const dialect::LexedStatement& lexed);
+  Proposals propose_rows(std::span<const dialect::TextSearch> searches, const dialect::LexedStatement& lexed);
+  std::optional<std::string> proposed_rows(const dialect::TextSearch& search, const dialect::LexedStatement& lexed);
   std::unique_ptr<Cursor> open_cursor(CachedStatementPtr statement, const dialect::LexedStatement& lexed,
                                       bool identified);
   std::int64_t change(const CachedStatementPtr& statement, const dialect::LexedStatement& lexed);

@@ -62,9 +62,8 @@ class SqlWriter final : private dialect::SqlPrinter {
 
   bool is_used(std::size_t search) const { return (used_ >> search & 1) != 0; }
 
-  static constexpr std::size_t kMostSearches = 32;
   const UsedSearches used_;
-  std::vector<TextSearch> searches_;
+  std::vector<dialect::TextSearch> searches_;
   std::vector<dialect::Parameter> parameters_;
 };
 

@@ -55,12 +55,13 @@ void SqlWriter::query(const dialect::Query& query) {
 void SqlWriter::from(const dialect::Select& select) {
   const Source* first = nullptr;
   if (tree_.translation.kind == dialect::StatementKind::query)
-    for (TextSearch& search : text_searches(select)) {
-      if (searches_.size() == kMostSearches) break;
+    for (dialect::TextSearch& search : dialect::text_searches(select)) {
+      if (searches_.size() == dialect::kMostSearches) break;
       if (first == nullptr && is_used(searches_.size())) first = search.source;
       searches_.push_back(std::move(search));
     }
-  const ReadingOrder order = first != nullptr ? reading_from(*first, select) : ReadingOrder();
+  const dialect::ReadingOrder order =
+      first != nullptr ? dialect::reading_from(*first, select) : dialect::ReadingOrder();
   if (order.sources.empty()) return SqlPrinter::from(select);
   const char* separator = " FROM ";
   for (const Source* const source : order.sources) {
@@ -82,7 +83,7 @@ void SqlWriter::conditions(const dialect::Select& select) {
       if (first == nullptr) first = source;
     }
   if (first == nullptr) return expression(*select.where);
-  for (const dialect::Expression* const condition : reading_from(*first, select).conditions) {
+  for (const dialect::Expression* const condition : dialect::reading_from(*first, select).conditions) {
     in_brackets(*condition);
     text(" AND ");
   }

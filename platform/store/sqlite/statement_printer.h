@@ -8,19 +8,17 @@
 #include <vector>
 
 #include "platform/store/dialect/dialect.h"
-#include "platform/store/dialect/syntax_tree.h"
+#include "platform/store/dialect/text_search.h"
 #include "platform/store/driver.h"
-#include "platform/store/sqlite/text_search.h"
 
 namespace mercato::store::sqlite {
 
-// Which of a statement's searches its translation uses, a bit for each.
-using UsedSearches = std::uint32_t;
+using dialect::UsedSearches;
 // Stands for the literal of a parameter that has none: the rows that search number 0 proposes, and so on; a text, "[1,2]".
-inline constexpr std::uint32_t kProposedRows = dialect::kNoLiteral - 32;
+inline constexpr std::uint32_t kProposedRows = dialect::kNoLiteral - dialect::kMostSearches;
 
 struct Translation : dialect::Translation {
-  std::vector<TextSearch> searches;  // all that there could be, in the order of their parameters
+  std::vector<dialect::TextSearch> searches;  // all that there could be, in the order of their parameters
 };
 
 // Raises what `dialect::resolve_statement` raises.

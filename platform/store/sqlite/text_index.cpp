@@ -17,6 +17,8 @@ using dialect::quoted_name;
 // So many changed rows go into the index at once. Each search proposes those that have not gone yet.
 constexpr std::string_view kMostChanged = "1000";
 
+constexpr dialect::MatchWords kFts5Words{'"', " AND ", " OR "};
+
 std::string name_of(std::string_view table) { return std::string(kTextIndexPrefix).append(table); }
 std::string index_of(std::string_view table) { return quoted_name(name_of(table)); }
 std::string changed_of(std::string_view table) { return quoted_name(name_of(table) + " changed rows"); }
@@ -81,24 +83,6 @@ std::vector<std::string> drop_text_index_sql(std::string_view table) {
   return statements;
 }
 
-// Those that lie apart tell more than neighbours, and each costs a walk over all rows that have it.
-std::string match_of(std::span<const std::string> texts) {
-  constexpr std::size_t kMost = 5;
-  std::vector<std::string> all;
-  for (const std::string& text : texts) {
-    text::Trigrams trigrams(text);
-    for (std::string_view each = trigrams.next(); !each.empty(); each = trigrams.next())
-      if (std::ranges::find(all, each) == all.end()) all.emplace_back(each);
-  }
-  const std::size_t count = std::min(all.size(), kMost);
-  std::string match;
-  for (std::size_t i = 0; i < count; ++i) {
-    const std::size_t place = count == 1 ? 0 : i * (all.size() - 1) / (count - 1);
-    match.append(i > 0 ? " AND \"" : "\"").append(all[place]).append("\"");
-  }
-  return match;
-}
-
 TextIndexes::Searches& TextIndexes::searches_in(const TableInfo& table) {
   const auto [known, is_new] = searches_.try_emplace(table.name);
   if (!is_new) return known->second;
@@ -130,9 +114,10 @@ void TextIndexes::walk(sqlite3_stmt* statement, Take take) {
   throw Raised(std::move(failed));
 }
 
-std::vector<std::int64_t> TextIndexes::find(const TableInfo& table, const std::string& match, std::size_t most) {
+std::vector<std::int64_t> TextIndexes::find(const TableInfo& table, const dialect::TextMatch& match, std::size_t most) {
+  const std::string query = dialect::written(match, kFts5Words);
   sqlite3_stmt* const statement = searches_in(table).find.get();
-  sqlite3_bind_text64(statement, 1, match.data(), match.size(), SQLITE_STATIC, SQLITE_UTF8);
+  sqlite3_bind_text64(statement, 1, query.data(), query.size(), SQLITE_STATIC, SQLITE_UTF8);
   sqlite3_bind_int64(statement, 2, static_cast<std::int64_t>(most));
   std::vector<std::int64_t> rows;
   walk(statement, [&] { rows.push_back(sqlite3_column_int64(statement, 0)); });
@@ -156,7 +141,7 @@ std::int64_t TextIndexes::most_rows(const TableInfo& table) {
 std::vector<std::int64_t> TextIndexes::holding(const TableInfo& table, std::span<const std::string> words,
                                                std::size_t most) {
   const std::vector<std::int64_t> changed_rows = changed(table);
-  std::vector<std::int64_t> rows = find(table, match_of(words), most + changed_rows.size());
+  std::vector<std::int64_t> rows = find(table, *dialect::match_of(words), most + changed_rows.size());
   std::erase_if(rows, [&](std::int64_t row) { return std::ranges::binary_search(changed_rows, row); });
   std::vector<std::string> squeezed;
   for (const std::string& word : words) squeezed.push_back(text::squeezed(word));

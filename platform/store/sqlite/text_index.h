@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "platform/store/dialect/definition.h"
+#include "platform/store/dialect/text_search.h"
 #include "platform/store/sqlite/database.h"
 
 namespace mercato::store::sqlite {
@@ -30,18 +31,14 @@ inline constexpr std::string_view kIsTable =
 std::vector<std::string> create_text_index_sql(const dialect::Definition& definition);
 std::vector<std::string> drop_text_index_sql(std::string_view table);
 
-// A query for FTS5: the rows with all trigrams of each of these folded texts, or with as many of them as it takes to find
-// few others. Empty when no text has one.
-std::string match_of(std::span<const std::string> texts);
-
 // The searches of a session, in tables that have a text index.
 class TextIndexes {
  public:
   explicit TextIndexes(Database& database) : database_(database) {}
 
-  // The row ids that the query finds, at most so many, in their order. What has changed since it went into the index may
+  // The row ids that match, at most so many, in their order. What has changed since it went into the index may
   // be missing, or be found by what it was.
-  std::vector<std::int64_t> find(const TableInfo& table, const std::string& match, std::size_t most);
+  std::vector<std::int64_t> find(const TableInfo& table, const dialect::TextMatch& match, std::size_t most);
   // Those of the rows that have changed, in their order; some may be gone.
   std::vector<std::int64_t> changed(const TableInfo& table);
   // What Session::proposals says. The words are folded, and those without a trigram hold anyway.

@@ -1,19 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/store/sqlite/text_search.h"
+#include "platform/store/dialect/text_search.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "platform/store/dialect/like_reader.h"
-#include "platform/store/sqlite/text_index.h"
+#include "values/squeezed_text.h"
 
-namespace mercato::store::sqlite {
+namespace mercato::store::dialect {
 namespace {
-
-using dialect::Expression;
-using dialect::NodeKind;
-using dialect::Select;
-using dialect::Source;
 
 // Finds what a condition says of one table.
 class Finder {
@@ -24,11 +19,11 @@ class Finder {
   std::optional<TextCondition> find(const Expression& condition) {
     switch (condition.kind) {
       case NodeKind::brackets:
-        return find(*static_cast<const dialect::Brackets&>(condition).operand);
+        return find(*static_cast<const Brackets&>(condition).operand);
       case NodeKind::junction:
-        return find_in(static_cast<const dialect::Junction&>(condition));
+        return find_in(static_cast<const Junction&>(condition));
       case NodeKind::like:
-        return pattern_of(static_cast<const dialect::Like&>(condition));
+        return pattern_of(static_cast<const Like&>(condition));
       default:
         return std::nullopt;
     }
@@ -37,7 +32,7 @@ class Finder {
   bool any_without_prefix() const { return any_without_prefix_; }
 
  private:
-  std::optional<TextCondition> find_in(const dialect::Junction& junction) {
+  std::optional<TextCondition> find_in(const Junction& junction) {
     TextCondition found{.kind = junction.is_or ? TextCondition::Kind::any : TextCondition::Kind::all};
     for (const Expression* const operand : junction.operands) {
       if (auto part = find(*operand))
@@ -49,14 +44,14 @@ class Finder {
     return found;
   }
 
-  std::optional<TextCondition> pattern_of(const dialect::Like& like) {
+  std::optional<TextCondition> pattern_of(const Like& like) {
     const Expression& operand = *like.operand;
     if (like.negated || operand.form != Expression::Form::column || operand.source != &source_ ||
         !operand.column->in_text_index || !like.pattern->is_text_literal())
       return std::nullopt;
     any_without_prefix_ = any_without_prefix_ || !like.is_range;
     return TextCondition{.pattern = like.pattern->literal->position,
-                         .escape = like.escape ? like.escape->literal->position : dialect::kNoLiteral};
+                         .escape = like.escape ? like.escape->literal->position : kNoLiteral};
   }
 
   const Source& source_;
@@ -72,19 +67,19 @@ bool names_rows(const Expression& condition, const Source& source) {
   };
   switch (condition.kind) {
     case NodeKind::brackets:
-      return names_rows(*static_cast<const dialect::Brackets&>(condition).operand, source);
+      return names_rows(*static_cast<const Brackets&>(condition).operand, source);
     case NodeKind::junction: {
-      const auto& junction = static_cast<const dialect::Junction&>(condition);
+      const auto& junction = static_cast<const Junction&>(condition);
       if (junction.is_or) return junction.list != nullptr && is_key(*junction.list->left);
       return std::ranges::any_of(junction.operands,
                                  [&](const Expression* operand) { return names_rows(*operand, source); });
     }
     case NodeKind::comparison: {
-      const auto& comparison = static_cast<const dialect::Comparison&>(condition);
+      const auto& comparison = static_cast<const Comparison&>(condition);
       return comparison.list != nullptr && is_key(*comparison.left);
     }
     case NodeKind::in_list: {
-      const auto& in = static_cast<const dialect::InList&>(condition);
+      const auto& in = static_cast<const InList&>(condition);
       return !in.negated && is_key(*in.operands.front());
     }
     default:
@@ -93,14 +88,13 @@ bool names_rows(const Expression& condition, const Source& source) {
 }
 
 bool can_end_early(const Select& select) {
-  const dialect::Query& query = *select.query;
+  const Query& query = *select.query;
   return !select.grouped && query.selects.size() == 1 && query.order.empty();
 }
 
 // False when it joins otherwise, or joins something else than tables.
-bool add_plain_joins(const dialect::JoinChain& chain, ReadingOrder& order) {
-  using dialect::JoinKind;
-  for (const dialect::Join& join : chain.joins) {
+bool add_plain_joins(const JoinChain& chain, ReadingOrder& order) {
+  for (const Join& join : chain.joins) {
     if (join.kind != JoinKind::first && join.kind != JoinKind::inner && join.kind != JoinKind::cross) return false;
     if (join.chain != nullptr ? !add_plain_joins(*join.chain, order) : join.source->query != nullptr) return false;
     if (join.source != nullptr) order.sources.push_back(join.source);
@@ -116,22 +110,39 @@ struct Link {
 };
 
 void add_links(const Expression& condition, std::vector<Link>& links) {
-  if (condition.kind == NodeKind::brackets)
-    return add_links(*static_cast<const dialect::Brackets&>(condition).operand, links);
+  if (condition.kind == NodeKind::brackets) return add_links(*static_cast<const Brackets&>(condition).operand, links);
   if (condition.kind == NodeKind::junction) {
-    const auto& junction = static_cast<const dialect::Junction&>(condition);
+    const auto& junction = static_cast<const Junction&>(condition);
     if (!junction.is_or)
       for (const Expression* const operand : junction.operands) add_links(*operand, links);
   }
   if (condition.kind != NodeKind::comparison) return;
-  const auto& comparison = static_cast<const dialect::Comparison&>(condition);
-  if (comparison.operation == dialect::ComparisonOperator::equal && comparison.left->source && comparison.right->source)
+  const auto& comparison = static_cast<const Comparison&>(condition);
+  if (comparison.operation == ComparisonOperator::equal && comparison.left->source && comparison.right->source)
     links.push_back({comparison.left->source, comparison.right->source});
 }
 
-// Several patterns mostly look for the same text in several columns.
-void add(std::vector<std::string>& parts, std::string part) {
-  if (std::ranges::find(parts, part) == parts.end()) parts.push_back(std::move(part));
+// Of parts that stand or fall together, or of which one is enough. Several patterns mostly look for the same text in
+// several columns.
+std::optional<TextMatch> put_together(TextMatch::Kind kind, std::vector<TextMatch> parts) {
+  TextMatch whole{.kind = kind};
+  for (TextMatch& part : parts)
+    if (std::ranges::find(whole.parts, part) == whole.parts.end()) whole.parts.push_back(std::move(part));
+  if (whole.parts.empty()) return std::nullopt;
+  if (whole.parts.size() == 1) return std::move(whole.parts.front());
+  return whole;
+}
+
+std::optional<TextMatch> match_of_pattern(const TextCondition& like, const LexedStatement& lexed) {
+  const Variant pattern = parameter_value(lexed, {like.pattern, Conversion::text});
+  char32_t escape = 0;
+  if (like.escape != kNoLiteral) {
+    const Variant given = parameter_value(lexed, {like.escape, Conversion::text});
+    // Matching refuses it.
+    if (!is_like_escape(given.text_value())) return std::nullopt;
+    escape = static_cast<unsigned char>(given.text_value().front());
+  }
+  return match_of(pieces_of_like(pattern.text_value(), escape));
 }
 
 }  // namespace
@@ -145,15 +156,15 @@ std::vector<TextSearch> text_searches(const Select& select) {
     auto found = finder.find(*select.where);
     if (!found || !finder.any_without_prefix() || names_rows(*select.where, *source)) continue;
     const bool is_joined = select.scope.first->next_in_scope != nullptr;
-    searches.push_back({source, source->table->name, is_joined, std::move(*found),
-                        can_end_early(select) ? select.limit : dialect::kNoLiteral});
+    searches.push_back(
+        {source, source->table->name, is_joined, std::move(*found), can_end_early(select) ? select.limit : kNoLiteral});
   }
   return searches;
 }
 
 ReadingOrder reading_from(const Source& first, const Select& select) {
   ReadingOrder order;
-  for (const dialect::JoinChain* const chain : select.from)
+  for (const JoinChain* const chain : select.from)
     if (!add_plain_joins(*chain, order)) return {};
   std::vector<Link> links;
   for (const Expression* const condition : order.conditions) add_links(*condition, links);
@@ -175,36 +186,48 @@ ReadingOrder reading_from(const Source& first, const Select& select) {
   return order;
 }
 
-std::string match_of(const TextCondition& condition, const dialect::LexedStatement& lexed) {
-  if (condition.kind == TextCondition::Kind::like) {
-    const Variant pattern = dialect::parameter_value(lexed, {condition.pattern, dialect::Conversion::text});
-    char32_t escape = 0;
-    if (condition.escape != dialect::kNoLiteral) {
-      const Variant given = dialect::parameter_value(lexed, {condition.escape, dialect::Conversion::text});
-      // Matching refuses it.
-      if (!dialect::is_like_escape(given.text_value())) return {};
-      escape = static_cast<unsigned char>(given.text_value().front());
-    }
-    return match_of(dialect::pieces_of_like(pattern.text_value(), escape));
-  }
-  std::vector<std::string> parts;
+std::optional<TextMatch> match_of(const TextCondition& condition, const LexedStatement& lexed) {
+  if (condition.kind == TextCondition::Kind::like) return match_of_pattern(condition, lexed);
+  const bool is_any = condition.kind == TextCondition::Kind::any;
+  std::vector<TextMatch> parts;
   for (const TextCondition& part : condition.parts) {
-    std::string match = match_of(part, lexed);
-    if (!match.empty())
-      add(parts, std::move(match));
-    else if (condition.kind == TextCondition::Kind::any)
-      return {};
+    if (auto match = match_of(part, lexed))
+      parts.push_back(std::move(*match));
+    else if (is_any)
+      return std::nullopt;
   }
+  auto match = put_together(is_any ? TextMatch::Kind::any : TextMatch::Kind::all, std::move(parts));
   // A query that costs more than reading is none.
   constexpr std::size_t kMostParts = 20;
-  if (parts.size() > kMostParts) return {};
-  if (parts.size() <= 1) return parts.empty() ? std::string() : std::move(parts.front());
-  std::string match;
-  for (const std::string& part : parts) {
-    if (!match.empty()) match += condition.kind == TextCondition::Kind::any ? " OR " : " AND ";
-    match.append("(").append(part).append(")");
-  }
+  if (match && match->parts.size() > kMostParts) return std::nullopt;
   return match;
 }
 
-}  // namespace mercato::store::sqlite
+// Those that lie apart tell more than neighbours, and each costs a walk over all rows that have it.
+std::optional<TextMatch> match_of(std::span<const std::string> texts) {
+  constexpr std::size_t kMost = 5;
+  std::vector<TextMatch> all;
+  for (const std::string& text : texts) {
+    text::Trigrams trigrams(text);
+    for (std::string_view each = trigrams.next(); !each.empty(); each = trigrams.next())
+      if (TextMatch match{.trigram = std::string(each)}; std::ranges::find(all, match) == all.end())
+        all.push_back(std::move(match));
+  }
+  const std::size_t count = std::min(all.size(), kMost);
+  std::vector<TextMatch> taken;
+  for (std::size_t i = 0; i < count; ++i) taken.push_back(all[count == 1 ? 0 : i * (all.size() - 1) / (count - 1)]);
+  return put_together(TextMatch::Kind::all, std::move(taken));
+}
+
+std::string written(const TextMatch& match, const MatchWords& words) {
+  if (match.kind == TextMatch::Kind::trigram) return words.quote + match.trigram + words.quote;
+  std::string text;
+  for (const TextMatch& part : match.parts) {
+    if (!text.empty()) text += match.kind == TextMatch::Kind::all ? words.all : words.any;
+    const bool is_trigram = part.kind == TextMatch::Kind::trigram;
+    text += is_trigram ? written(part, words) : "(" + written(part, words) + ")";
+  }
+  return text;
+}
+
+}  // namespace mercato::store::dialect
