@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # libmercato: every source of the folders below, and the table definitions as text.
-set(MERCATO_FOLDERS values platform frame records collaborators product upload catalog classification server)
+set(MERCATO_FOLDERS values platform frame records collaborators product search upload catalog classification server)
 
 set(MERCATO_SOURCES)
 foreach(folder IN LISTS MERCATO_FOLDERS)

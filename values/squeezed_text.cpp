@@ -22,6 +22,8 @@ bool is_ascii(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
 
 }  // namespace
 
+bool is_squeezed_out(char byte) { return !is_kept(byte); }
+
 std::string squeezed(std::string_view folded) {
   std::string result(folded.size(), '\0');
   result.resize(static_cast<std::size_t>(std::ranges::copy_if(folded, result.begin(), is_kept).out - result.begin()));

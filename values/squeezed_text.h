@@ -14,6 +14,8 @@ namespace mercato::text {
 // A folded text (same_text.h) without the ASCII characters that are neither letters nor digits: blanks, hyphens, dots,
 // slashes, quotes, controls.
 std::string squeezed(std::string_view folded);
+// Whether it leaves this byte out.
+bool is_squeezed_out(char byte);
 
 // Every three characters that stand in a row in a squeezed text, from the begin to the end. A stray byte is a character.
 class Trigrams {

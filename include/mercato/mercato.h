@@ -35,6 +35,7 @@
 #include "mercato/raised_error.h"
 #include "mercato/recordset.h"
 #include "mercato/reference_rules.h"
+#include "mercato/search.h"
 #include "mercato/registry.h"
 #include "mercato/server.h"
 #include "mercato/settings.h"

@@ -29,11 +29,12 @@ const std::vector<Room>& rooms() {
       {"records", {"frame", "platform", "values"}, false},
       {"collaborators", {"frame", "platform", "values"}},
       {"product", {"frame", "records", "values"}, false},
+      {"search", {"frame", "values"}, false},
       {"upload", {"frame", "records", "values"}, false},
       {"catalog", {"frame", "records", "values"}, false},
       {"classification", {"frame", "records", "values"}, false},
       {"server",
-       {"frame", "platform", "values", "collaborators", "product", "upload", "catalog", "classification"},
+       {"frame", "platform", "values", "collaborators", "product", "search", "upload", "catalog", "classification"},
        false},
       {"exchange", {"frame", "platform", "records", "upload", "values"}},
   };
@@ -132,8 +133,8 @@ const Inner* row_of(const std::string& file) {
 }
 
 TEST(Architecture, EveryRoomIsThere) {
-  for (const char* folder : {"values", "platform", "frame", "records", "collaborators", "product", "upload", "catalog",
-                             "classification", "server", "exchange"}) {
+  for (const char* folder : {"values", "platform", "frame", "records", "collaborators", "product", "search", "upload",
+                             "catalog", "classification", "server", "exchange"}) {
     const auto room =
         std::find_if(rooms().begin(), rooms().end(), [&](const Room& candidate) { return candidate.folder == folder; });
     ASSERT_NE(room, rooms().end());
@@ -180,8 +181,8 @@ TEST(Architecture, NobodyOutsideOfTheStoreIncludesADriver) {
       drivers.insert("platform/store/" + entry.path().filename().string());
   EXPECT_EQ(drivers, (std::set<std::string>{"platform/store/empty", "platform/store/odbc", "platform/store/postgres",
                                             "platform/store/sqlite"}));
-  for (const char* floor : {"values", "platform", "frame", "records", "collaborators", "product", "upload", "catalog",
-                            "classification", "server", "exchange", "tools", "examples"}) {
+  for (const char* floor : {"values", "platform", "frame", "records", "collaborators", "product", "search", "upload",
+                            "catalog", "classification", "server", "exchange", "tools", "examples"}) {
     for (const Include& include : includes_below(floor)) {
       if (is_below(include.file, "platform/store")) continue;
       EXPECT_FALSE(drivers.contains(folder_of(include.path))) << include.file << " includes " << include.path;
@@ -194,8 +195,8 @@ TEST(Architecture, NoTwoSourcesShareAName) {
   const std::filesystem::path root = MERCATO_SOURCE_DIR;
   std::map<std::string, std::string> files;
   for (const char* folder :
-       {"values", "platform", "frame", "records", "collaborators", "product", "upload", "catalog", "classification",
-        "server", "exchange", "tools", "tests", "bench", "examples", "fuzz", "include"}) {
+       {"values", "platform", "frame", "records", "collaborators", "product", "search", "upload", "catalog",
+        "classification", "server", "exchange", "tools", "tests", "bench", "examples", "fuzz", "include"}) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root / folder)) {
       const std::filesystem::path& path = entry.path();
       if (path.extension() != ".h" && path.extension() != ".cpp") continue;

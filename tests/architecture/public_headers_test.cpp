@@ -41,6 +41,7 @@ const std::map<std::string, std::string>& homes() {
       {"settings.h", "collaborators"},
       {"reference_rules.h", "collaborators"},
       {"product.h", "product"},
+      {"search.h", "search"},
       {"product_xml.h", "upload"},
       {"price_xml.h", "upload"},
       {"upload_observer.h", "upload"},
@@ -74,10 +75,12 @@ const std::map<std::string, std::set<std::string>>& arrows() {
       {"records", {"frame", "platform", "values"}},
       {"collaborators", {"frame", "platform", "values"}},
       {"product", of_business},
+      {"search", of_business},
       {"upload", of_business},
       {"catalog", of_business},
       {"classification", of_business},
-      {"server", {"frame", "platform", "values", "collaborators", "product", "upload", "catalog", "classification"}},
+      {"server",
+       {"frame", "platform", "values", "collaborators", "product", "search", "upload", "catalog", "classification"}},
   };
   return table;
 }
