@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "exchange/formats/item_building.h"
+#include "exchange/formats/language_texts.h"
 #include "exchange/input/xml_pieces.h"
 #include "mercato/raised_error.h"
 #include "values/text.h"
@@ -68,15 +69,6 @@ constexpr auto kLogisticDetails = std::to_array<Rule>({
 // them it is the kind of its first price.
 constexpr auto kUsualPrices = std::to_array<std::string_view>({"net_customer", "net_list", "gros_list"});
 
-std::string with(std::string_view name, std::string_view more) {
-  return more.empty() ? std::string(name) : std::string(name).append(" ").append(more);
-}
-
-bool is_web_address(std::string_view text) { return text.starts_with("http://") || text.starts_with("https://"); }
-
-// "2005-01-31" and "2005-01-31T00:00:00+01:00": the day.
-std::string_view day_of(std::string_view date) { return date.substr(0, date.find('T')); }
-
 struct Period {
   std::string_view from;
   std::string_view to;
@@ -104,7 +96,8 @@ std::string percentage_of(std::string_view tax) {
 
 class BmecatReader final : public XmlReader {
  public:
-  BmecatReader(const ReadingOptions& options, ItemSink& sink) : options_(options), sink_(sink) {}
+  BmecatReader(const ReadingOptions& options, ItemSink& sink)
+      : options_(options), sink_(sink), texts_(options.language, "lang", sink) {}
 
   bool is_frame(std::string_view name) const override {
     constexpr auto kFrames =
@@ -162,8 +155,8 @@ class BmecatReader final : public XmlReader {
       return found ? *found : kNone;
     };
     const XmlElement& catalog = below("CATALOG");
-    language_ = own_language(catalog);
-    tell("LANGUAGE", language_);
+    texts_.set_own(own_language(catalog));
+    tell("LANGUAGE", own_language(catalog));
     tell("CATALOGUE", catalog.text_of("CATALOG_ID"));
     tell("VERSION", catalog.text_of("CATALOG_VERSION"));
     tell("CURRENCY", catalog.text_of("CURRENCY"));
@@ -192,38 +185,6 @@ class BmecatReader final : public XmlReader {
     return catalog.text_of("LANGUAGE");
   }
 
-  // Those of the children of that name that are in the language: in the one that was asked for, else in none, else in
-  // the file's own, else in the first that there is.
-  std::vector<const XmlElement*> in_language(const XmlElement& element, std::string_view name) {
-    std::vector<const XmlElement*> all;
-    for (const XmlElement& child : element.children)
-      if (child.name == name) all.push_back(&child);
-    if (all.size() < 2 && options_.language.empty()) return all;
-    for (const std::string_view wanted :
-         {std::string_view(options_.language), std::string_view(), std::string_view(language_), first_language(all)}) {
-      std::vector<const XmlElement*> chosen;
-      for (const XmlElement* const one : all)
-        if (same_language(one->attribute("lang"), wanted)) chosen.push_back(one);
-      if (chosen.empty()) continue;
-      for (const XmlElement* const one : all)
-        if (!same_language(one->attribute("lang"), wanted))
-          sink_.left_out(with(name, one->attribute("lang")), one->place);
-      return chosen;
-    }
-    return {};
-  }
-
-  static std::string_view first_language(const std::vector<const XmlElement*>& all) {
-    return all.empty() ? std::string_view() : all.front()->attribute("lang");
-  }
-
-  std::string in_language_text(const XmlElement& element, std::string_view name) {
-    std::string joined;
-    for (const XmlElement* const one : in_language(element, name))
-      if (!one->text.empty()) joined.append(joined.empty() ? "" : "; ").append(one->text);
-    return joined;
-  }
-
   void extensions(const XmlElement& element) {
     if (const XmlElement* const all = element.child("USER_DEFINED_EXTENSIONS"))
       for (const XmlElement& one : all->children) sink_.left_out(one.name, one.place);
@@ -233,7 +194,7 @@ class BmecatReader final : public XmlReader {
     const std::string_view parent = element.text_of("PARENT_ID");
     const bool is_root = element.attribute("type") == "root" || parent == "0";
     sink_.category({std::string(element.text_of("GROUP_ID")), std::string(is_root ? "" : parent),
-                    in_language_text(element, "GROUP_NAME"), element.place});
+                    texts_.text(element, "GROUP_NAME"), element.place});
     for (const XmlElement& child : element.children)
       if (child.name == "GROUP_DESCRIPTION" || child.name == "MIME_INFO" || child.name == "KEYWORD")
         sink_.left_out(with(element.name, child.name), child.place);
@@ -248,7 +209,7 @@ class BmecatReader final : public XmlReader {
     if (!own_systems_.contains(system_)) return sink_.left_out(with(element.name, system_), element.place);
     sink_.category({id_in(system_, element.text_of("CLASSIFICATION_GROUP_ID")),
                     id_in(system_, element.text_of("CLASSIFICATION_GROUP_PARENT_ID")),
-                    in_language_text(element, "CLASSIFICATION_GROUP_NAME"), element.place});
+                    texts_.text(element, "CLASSIFICATION_GROUP_NAME"), element.place});
   }
 
   void link(const XmlElement& element) {
@@ -321,8 +282,7 @@ class BmecatReader final : public XmlReader {
   void details(const XmlElement& element, ItemBuilder& built) {
     const auto in_words = [&](std::string_view name, std::string_view column) {
       const XmlElement* const first = element.child(name);
-      if (first && !built.field(column, in_language_text(element, name), first->place))
-        sink_.left_out(name, first->place);
+      if (first && !built.field(column, texts_.text(element, name), first->place)) sink_.left_out(name, first->place);
     };
     in_words("DESCRIPTION_SHORT", "PRODUCTDESCRIPTION");
     in_words("DESCRIPTION_LONG", "PRODUCTREMARK");
@@ -374,20 +334,20 @@ class BmecatReader final : public XmlReader {
   }
 
   void feature(const XmlElement& element, std::string_view group, ItemBuilder& built) {
-    std::string name = in_language_text(element, "FNAME");
+    std::string name = texts_.text(element, "FNAME");
     if (const XmlElement* const model = element.child("FTEMPLATE"); name.empty() && model) {
-      name = in_language_text(*model, "FT_NAME");
+      name = texts_.text(*model, "FT_NAME");
       if (name.empty()) name = model->text_of("FT_ID");
     }
     if (name.empty()) name = element.text_of("FT_IDREF");
     if (name.empty() || name == "-") name = group;  // a point of a list, which the group is the heading of
-    std::string value = in_language_text(element, "FVALUE");
-    if (value.empty()) value = in_language_text(element, "FVALUE_DETAILS");
+    std::string value = texts_.text(element, "FVALUE");
+    if (value.empty()) value = texts_.text(element, "FVALUE_DETAILS");
     if (name.empty() || value.empty()) {
       if (element.child("VARIANTS")) sink_.left_out("VARIANTS", element.place);
       return;
     }
-    built.property(name, with(value, in_language_text(element, "FUNIT")), element.place);
+    built.property(name, with(value, texts_.text(element, "FUNIT")), element.place);
   }
 
   void logistics(const XmlElement& element, ItemBuilder& built) {
@@ -409,7 +369,7 @@ class BmecatReader final : public XmlReader {
     for (const XmlElement& one : element.children) {
       const std::string_view type = one.text_of("MIME_TYPE");
       const std::string_view purpose = one.text_of("MIME_PURPOSE");
-      const std::string source = in_language_text(one, "MIME_SOURCE");
+      const std::string source = texts_.text(one, "MIME_SOURCE");
       const std::string words = text::to_lower(std::string(purpose)
                                                    .append(" ")
                                                    .append(one.text_of("MIME_DESCR"))
@@ -498,10 +458,10 @@ class BmecatReader final : public XmlReader {
 
   const ReadingOptions& options_;
   ItemSink& sink_;
+  LanguageTexts texts_;
   bool is_begun_ = false;
   std::string transaction_;
-  std::string language_;  // the file's own
-  std::string system_;    // the classification that is being read
+  std::string system_;  // the classification that is being read
   std::set<std::string> own_systems_;
 };
 

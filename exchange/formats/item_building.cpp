@@ -61,6 +61,10 @@ std::string moved_decimal(std::string_view number, int places) {
   return (is_negative ? "-" : "") + whole + (part.empty() ? "" : decimal_sign + part);
 }
 
+std::string with(std::string_view name, std::string_view more) {
+  return more.empty() ? std::string(name) : std::string(name).append(" ").append(more);
+}
+
 bool same_language(std::string_view left, std::string_view right) {
   return left == right || (!left.empty() && !right.empty() && language_of(left) == language_of(right));
 }

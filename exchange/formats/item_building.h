@@ -29,6 +29,16 @@ class ItemBuilder {
 // -2 give 857.00, 0.19 and 2 give 19. A comma stays one. A text that is no such number stays as it is.
 std::string moved_decimal(std::string_view number, int places);
 
+// Both with a blank between them, or the first alone when the second is empty.
+std::string with(std::string_view name, std::string_view more);
+
+// The day of a date with or without a time: "2005-01-31" of "2005-01-31T00:00:00+01:00".
+inline std::string_view day_of(std::string_view date) { return date.substr(0, date.find('T')); }
+
+inline bool is_web_address(std::string_view text) {
+  return text.starts_with("http://") || text.starts_with("https://");
+}
+
 // Whether both denote the same language: "de", "deu", "GER", "de-AT".
 bool same_language(std::string_view left, std::string_view right);
 

@@ -4,6 +4,7 @@
 
 #include "exchange/formats/bmecat.h"
 #include "exchange/formats/csv.h"
+#include "exchange/formats/cxml.h"
 #include "exchange/formats/datanorm.h"
 #include "exchange/formats/format.h"
 
@@ -13,6 +14,7 @@ std::span<const Format> formats() {
   static constexpr auto kFormats = std::to_array<Format>({
       {"bmecat", "BMEcat 1.01, 1.2 and 2005", {}, is_bmecat, read_bmecat},
       {"datanorm", "Datanorm 4 and 5", {}, is_datanorm, read_datanorm},
+      {"cxml", "cXML index", {}, is_cxml, read_cxml},
       // The last one, for it takes what is left.
       {"csv", "comma-separated text", {0, 0, Notation::Dates::unknown}, is_csv, read_csv},
   });
