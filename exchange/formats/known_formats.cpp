@@ -3,6 +3,7 @@
 #include <array>
 
 #include "exchange/formats/bmecat.h"
+#include "exchange/formats/cif.h"
 #include "exchange/formats/csv.h"
 #include "exchange/formats/cxml.h"
 #include "exchange/formats/datanorm.h"
@@ -15,6 +16,7 @@ std::span<const Format> formats() {
       {"bmecat", "BMEcat 1.01, 1.2 and 2005", {}, is_bmecat, read_bmecat},
       {"datanorm", "Datanorm 4 and 5", {}, is_datanorm, read_datanorm},
       {"cxml", "cXML index", {}, is_cxml, read_cxml},
+      {"cif", "CIF 2.1 and 3.0", {}, is_cif, read_cif},
       // The last one, for it takes what is left.
       {"csv", "comma-separated text", {0, 0, Notation::Dates::unknown}, is_csv, read_csv},
   });
