@@ -8,6 +8,7 @@
 #include "exchange/formats/cxml.h"
 #include "exchange/formats/datanorm.h"
 #include "exchange/formats/format.h"
+#include "exchange/formats/ubl.h"
 
 namespace mercato::exchange {
 
@@ -17,6 +18,7 @@ std::span<const Format> formats() {
       {"datanorm", "Datanorm 4 and 5", {}, is_datanorm, read_datanorm},
       {"cxml", "cXML index", {}, is_cxml, read_cxml},
       {"cif", "CIF 2.1 and 3.0", {}, is_cif, read_cif},
+      {"ubl", "UBL 2.1 catalogue, as of Peppol", {}, is_ubl, read_ubl},
       // The last one, for it takes what is left.
       {"csv", "comma-separated text", {0, 0, Notation::Dates::unknown}, is_csv, read_csv},
   });
