@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "upload/product_fields.h"
 
+#include <array>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace mercato::upload {
+namespace {
 
-FieldRule rule_of(std::string_view upper_key) {
-  constexpr std::size_t kOtherWidth = 30;
-  static const std::unordered_map<std::string_view, FieldRule> kFieldRules = {
+constexpr std::size_t kOtherWidth = 30;
+
+const std::unordered_map<std::string_view, FieldRule>& field_rules() {
+  static const std::unordered_map<std::string_view, FieldRule> rules = {
       {"BUYERID", {FieldKind::buyers}},
       {"COMMODITYCODE", {FieldKind::commodity}},
       {"UNITCODE", {FieldKind::unit}},
@@ -38,8 +42,38 @@ FieldRule rule_of(std::string_view upper_key) {
       {"BUYFROMCONTACTEMAIL", {FieldKind::text, 30}},
       {"CLASSIFICATION", {FieldKind::text, 32}},
   };
-  const auto found = kFieldRules.find(upper_key);
-  return found == kFieldRules.end() ? FieldRule{FieldKind::other, kOtherWidth} : found->second;
+  return rules;
+}
+
+// clang-format off
+constexpr std::array<std::string_view, kFieldsOfProduct> kNames = {
+    "COMMODITYCODE", "UNITCODE", "CONTRACTCODE", "NUMBER", "BUSINESSPARTNERID", "PRODUCTDESCRIPTION", "PRODUCTREMARK",
+    "IMAGEFILENAME", "TECHNICALIMAGE", "URL", "PRODUCTXML", "BUYFROMCONTACTEMAIL", "PRODUCTEFFECTIVITYDATE",
+    "PRODUCTEXPIRYDATE", "BUYFROMCONTACTINFO", "CLASSIFICATION", "MULTIPLEOF", "MINORDERQTY", "USERID", "PARTNUMBER",
+    "UNSPSCCODE", "GTIN", "DISABLED", "MULTIPLEBUYER", "MFRPARTNUMBER", "LOTSIZE", "DELIVERYLEADTIME", "CLASSCODE",
+    "SERVICEITEM"};
+// clang-format on
+
+}  // namespace
+
+FieldRule rule_of(std::string_view upper_key) {
+  const auto found = field_rules().find(upper_key);
+  return found == field_rules().end() ? FieldRule{FieldKind::other, kOtherWidth} : found->second;
+}
+
+bool goes_to_product(std::string_view upper_key) {
+  static const std::unordered_set<std::string_view> fields(kNames.begin(), kNames.end());
+  return fields.contains(upper_key);
+}
+
+const std::vector<std::string_view>& field_names() {
+  static const std::vector<std::string_view> names = [] {
+    std::unordered_set<std::string_view> all(kNames.begin(), kNames.end());
+    for (const auto& [name, rule] : field_rules()) all.insert(name);
+    all.insert("UNIT");  // another name of UNITCODE
+    return std::vector<std::string_view>(all.begin(), all.end());
+  }();
+  return names;
 }
 
 std::string_view partner_of(FieldKind kind) {

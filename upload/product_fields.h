@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 namespace mercato::upload {
 
@@ -35,6 +36,14 @@ struct FieldRule {
 
 // The rule of a field by its name in capitals.
 FieldRule rule_of(std::string_view upper_key);
+
+// How many fields go to PRODUCT.
+inline constexpr std::size_t kFieldsOfProduct = 29;
+// Whether a field, by its name in capitals, goes to PRODUCT; every other one is a property.
+bool goes_to_product(std::string_view upper_key);
+
+// The names of all fields that mean something of their own in a document, in capitals, in no order.
+const std::vector<std::string_view>& field_names();
 
 // The other half of a contract line, beside which a CONTRACTCODE or a NUMBER is looked up; empty for other fields.
 std::string_view partner_of(FieldKind kind);

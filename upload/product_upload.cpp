@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // The calls that write, and the way of one record: read, repair, decide, split, write.
 #include <optional>
-#include <unordered_set>
 
 #include "frame/method.h"
 #include "frame/upload_run.h"
 #include "upload/bulk_run.h"
+#include "upload/product_fields.h"
 #include "upload/product_xml_internal.h"
 #include "upload/telling.h"
 #include "upload/upload_documents.h"
@@ -18,26 +18,11 @@ namespace {
 
 constexpr std::int32_t kLastShortIndex = 32767;
 
-// The fields that go to PRODUCT; every other one is a property.
-// clang-format off
-constexpr std::string_view kStandardKeys[] = {
-    "COMMODITYCODE", "UNITCODE", "CONTRACTCODE", "NUMBER", "BUSINESSPARTNERID", "PRODUCTDESCRIPTION", "PRODUCTREMARK",
-    "IMAGEFILENAME", "TECHNICALIMAGE", "URL", "PRODUCTXML", "BUYFROMCONTACTEMAIL", "PRODUCTEFFECTIVITYDATE",
-    "PRODUCTEXPIRYDATE", "BUYFROMCONTACTINFO", "CLASSIFICATION", "MULTIPLEOF", "MINORDERQTY", "USERID", "PARTNUMBER",
-    "UNSPSCCODE", "GTIN", "DISABLED", "MULTIPLEBUYER", "MFRPARTNUMBER", "LOTSIZE", "DELIVERYLEADTIME", "CLASSCODE",
-    "SERVICEITEM"};
-// clang-format on
-
-bool is_standard(std::string_view upper_key) {
-  static const std::unordered_set<std::string_view> keys(std::begin(kStandardKeys), std::end(kStandardKeys));
-  return keys.contains(upper_key);
-}
-
 // Takes the standard fields out; what stays behind are the properties, and perhaps the buyer separator. The reader has
 // made all keys upper-case.
 void splitProductValues(Dictionary& values, Dictionary& standard) {
   for (const Variant& key : values.Keys().items) {
-    if (!is_standard(key.text_value())) continue;
+    if (!upload::goes_to_product(key.text_value())) continue;
     standard.Add(key, values.Item(key));
     values.Remove(key);
   }
@@ -176,7 +161,7 @@ UploadOutcome ProductXML::Parts::write_record(Dictionary& values, bool exists, c
   if (values.Count() == 0) return UploadOutcome::nothing_written;
 
   Dictionary standard;
-  standard.reserve(std::size(kStandardKeys) + 1);  // the buy-from part number comes to them
+  standard.reserve(upload::kFieldsOfProduct + 1);  // the buy-from part number comes to them
   splitProductValues(values, standard);
   if (exists) {
     writer.updateProductValues(standard, iBuyFromPartNr);

@@ -4,7 +4,7 @@
 
 #include "exchange/formats/bmecat.h"
 #include "exchange/formats/cif.h"
-#include "exchange/formats/csv.h"
+#include "exchange/formats/csv_format.h"
 #include "exchange/formats/cxml.h"
 #include "exchange/formats/datanorm.h"
 #include "exchange/formats/format.h"

@@ -81,7 +81,13 @@ class Reader {
   }
   Action into(std::vector<MappedField>& target) const {
     return [this, &target](const toml::node& node) {
-      for (const auto& [name, value] : table(node)) target.push_back({std::string(name.str()), column(value)});
+      for (const auto& [name, value] : table(node)) {
+        if (!value.is_array()) {
+          target.push_back({std::string(name.str()), column(value)});
+          continue;
+        }
+        for (const toml::node& one : *value.as_array()) target.push_back({std::string(name.str()), column(one)});
+      }
     };
   }
   Action into(std::map<std::string, std::string>& target) const {

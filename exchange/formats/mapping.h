@@ -41,7 +41,7 @@ struct Mapping {
 
   ColumnReference number;  // the supplier's part number
   Item::Action action = Item::Action::put;
-  std::vector<MappedField> fields;
+  std::vector<MappedField> fields;               // of several for one name the first one with a value counts
   std::map<std::string, std::string> constants;  // of items that say nothing else
   std::map<std::string, std::string> units;      // the file's word to that of the store
 

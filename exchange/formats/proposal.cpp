@@ -8,7 +8,7 @@
 #include <set>
 #include <unordered_set>
 
-#include "exchange/values.h"
+#include "exchange/read_values.h"
 #include "values/text.h"
 
 namespace mercato::exchange {
@@ -699,11 +699,17 @@ std::size_t header_position(const std::deque<TableRow>& sample) {
     const TableRow& row = sample[position];
     if (filled(row) * 10 < widest * 6) continue;
     std::set<std::string> names;
-    const bool texts = std::ranges::all_of(row.cells, [&](const std::string& cell) {
+    bool texts = true;
+    bool different = true;
+    bool known = false;  // then two may be called the same
+    for (const std::string& cell : row.cells) {
       const std::string_view name = trimmed(cell);
-      return name.empty() || (!looks_like_value(name) && names.insert(text::to_lower(name)).second);
-    });
-    if (texts) return position;
+      if (name.empty()) continue;
+      texts = texts && !looks_like_value(name);
+      different = names.insert(text::to_lower(name)).second && different;
+      known = known || meaning_of(name) != nullptr;
+    }
+    if (texts && (different || known)) return position;
   }
   return 0;
 }

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "exchange/formats/proposal.h"
-#include "exchange/values.h"
+#include "exchange/read_values.h"
 #include "mercato/raised_error.h"
 #include "values/text.h"
 
@@ -120,6 +120,7 @@ class TableReading {
     }
     for (std::size_t place = 0; place < headers_.size(); ++place) {
       if (used_[place]) continue;
+      if (headers_[place].empty()) headers_[place] = "#" + std::to_string(place + 1);
       if (!mapping_.other_columns_are_properties || property_name_of(headers_[place]).empty()) {
         left_out_.push_back(place);
         continue;
@@ -224,7 +225,7 @@ class TableReading {
     item.place = {row.line};
     for (const FieldColumn& field : fields_) {
       const std::string_view value = cell(field.column, row);
-      if (value.empty()) continue;
+      if (value.empty() || (!item.fields.empty() && item.fields.back().name == *field.name)) continue;
       ItemField& added =
           item.fields.emplace_back(ItemField{*field.name, std::string(value), {row.line}, field.is_property});
       if (added.name != "UNITCODE") continue;

@@ -74,12 +74,13 @@ const std::vector<Inner>& inner_rooms() {
        {"platform/store", "platform/store/dialect", "platform/store/postgres_dialect", "platform/clock"}},
 
       {"exchange", {"exchange/input", "exchange/formats"}},
-      {"exchange/input", {}},
-      {"exchange/formats", {"exchange/input", "exchange/item.h", "exchange/values.h"}},
+      {"exchange/input", {"exchange/item.h"}},
+      {"exchange/formats", {"exchange/input", "exchange/item.h", "exchange/read_values.h"}},
 
       {"tools/gateway", {}},
       {"tools/cli", {"tools/gateway", "tools/cli/terminal"}},
       {"tools/cli/terminal", {"tools/gateway", "tools/cli/commands.h", "tools/cli/library.h"}},
+      {"tools/cli/import", {"tools/gateway", "tools/cli", "tools/cli/terminal", "tools/cli/upload"}},
       {"tools/cli/catalog", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
       {"tools/cli/classification", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
       {"tools/cli/product", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},

@@ -71,6 +71,10 @@ Option* Command::add_choice(const char* name, const std::vector<std::string>& ch
   return keep(app_.add_option_function<std::string>(name, chosen, description)
                   ->transform(CLI::IsMember(choices, CLI::ignore_case)));
 }
+Option* Command::add_choices(const char* name, const std::vector<std::string>& choices, std::vector<std::string>& given,
+                             const char* description) {
+  return keep(app_.add_option(name, given, description)->transform(CLI::IsMember(choices, CLI::ignore_case)));
+}
 Command* Command::add_changes() {
   auto* changes = app_.add_option_group("Changes", "At least one of");
   changes->require_option(1, 0);

@@ -64,6 +64,9 @@ class Command {
   // `chosen` gets the one of the choices that was given, in any case.
   Option* add_choice(const char* name, const std::vector<std::string>& choices,
                      const std::function<void(const std::string&)>& chosen, const char* description);
+  // Of which several may be given.
+  Option* add_choices(const char* name, const std::vector<std::string>& choices, std::vector<std::string>& given,
+                      const char* description);
   // Options of which one has to be given, or more.
   Command* add_changes();
 
@@ -96,10 +99,7 @@ class Menu {
     template <class Options>
     Added<Options> add(const char* name, const char* description, const char* examples,
                        int (*body)(const Options&, const OutputOptions&)) {
-      const auto given = std::make_shared<Options>();
-      CLI::App& app = menu_.add(app_, name, description, examples,
-                                [given, body](const OutputOptions& output) { return body(*given, output); });
-      return {menu_.commands_.emplace_back(app), *given};
+      return menu_.add(app_, name, description, examples, body);
     }
 
    private:
@@ -114,8 +114,21 @@ class Menu {
   CLI::App& add(const char* name, const char* description, const char* examples, Body body) {
     return add(app_, name, description, examples, std::move(body));
   }
+  template <class Options>
+  Added<Options> add(const char* name, const char* description, const char* examples,
+                     int (*body)(const Options&, const OutputOptions&)) {
+    return add(app_, name, description, examples, body);
+  }
 
  private:
+  template <class Options>
+  Added<Options> add(CLI::App& parent, const char* name, const char* description, const char* examples,
+                     int (*body)(const Options&, const OutputOptions&)) {
+    const auto given = std::make_shared<Options>();
+    CLI::App& app = add(parent, name, description, examples,
+                        Body([given, body](const OutputOptions& output) { return body(*given, output); }));
+    return {commands_.emplace_back(app), *given};
+  }
   CLI::App& add(CLI::App& parent, const char* name, const char* description, const char* examples, Body body);
 
   CLI::App& app_;
@@ -126,6 +139,7 @@ class Menu {
 
 // The groups, each in the file of its name, and what it needs in a namespace of that name, since files are compiled
 // together where a build starts from nothing.
+void add_import_command(Menu& menu);
 void add_product_commands(Menu& menu);
 void add_price_commands(Menu& menu);
 void add_prices_commands(Menu& menu);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "exchange/formats/csv.h"
+#include "exchange/formats/csv_format.h"
 
 #include "exchange/formats/csv_table.h"
 #include "exchange/formats/proposal.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "exchange/values.h"
+#include "exchange/read_values.h"
 
 #include <algorithm>
 #include <array>

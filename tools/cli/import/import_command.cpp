@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: Apache-2.0
+// mercato import: what suppliers send becomes documents, which are uploaded or kept.
+#include <unistd.h>
+
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <string_view>
+
+#include "exchange/importing.h"
+#include "frame/lib_error_handling.h"
+#include "mercato/settings.h"
+#include "platform/files/files.h"
+#include "tools/cli/import/import_report.h"
+#include "tools/cli/library.h"
+#include "tools/cli/menu.h"
+#include "tools/cli/upload/price_document.h"
+#include "tools/cli/upload/product_document.h"
+
+namespace mercato::cli {
+namespace import_command {
+
+using namespace mercato::exchange;
+
+// Enough for the cost of an upload's beginning not to count, few enough for its document to stay small in memory.
+constexpr std::size_t kMostInPart = 10'000;
+
+struct Given {
+  std::vector<std::string> files;
+  bool propose = false;
+  bool dry_run = false;
+  bool cut = false;
+  std::string format, mapping, supplier, to, encoding, language, territory, price_kind, decimal, dates, findings;
+  std::vector<std::string> units, defaults, accepted;
+};
+
+std::map<std::string, std::string> pairs(const std::vector<std::string>& texts) {
+  std::map<std::string, std::string> pairs;
+  for (const std::string& text : texts) pairs[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
+  return pairs;
+}
+
+Notation::Dates dates_named(const std::string& name) {
+  if (name == "dmy") return Notation::Dates::day_first;
+  if (name == "mdy") return Notation::Dates::month_first;
+  return Notation::Dates::iso;
+}
+
+ImportOptions options_for(const Given& given, const std::string& file) {
+  ImportOptions options;
+  options.file = file;
+  options.format = given.format;
+  if (!given.mapping.empty()) {
+    constexpr std::size_t kMostBytes = std::size_t{1} << 20;
+    options.mapping = read_mapping(files::read_file(given.mapping, kMostBytes), given.mapping);
+  }
+  options.reading.encoding = given.encoding;
+  options.reading.language = given.language;
+  options.reading.territory = given.territory;
+  options.reading.price_kind = given.price_kind;
+  for (const std::string& name : given.accepted) options.judging.accepted.insert(*reason_named(name));
+  if (given.cut) options.judging.accepted.insert(Reason::too_long);
+  if (!given.decimal.empty()) options.judging.decimal_sign = given.decimal.front();
+  if (!given.dates.empty()) options.judging.dates = dates_named(given.dates);
+  options.judging.units = pairs(given.units);
+  options.judging.defaults = pairs(given.defaults);
+  options.supplier = given.supplier;
+  options.findings_file = given.findings;
+  return options;
+}
+
+// A folder of its own for as long as it lives.
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    std::string path = (std::filesystem::temp_directory_path() / "mercato-import-XXXXXX").string();
+    if (::mkdtemp(path.data()) == nullptr)
+      raise(error_number::kPathFileAccess, {},
+            "No folder for the parts of the import can be made in \"" +
+                std::filesystem::temp_directory_path().string() + "\".");
+    path_ = path;
+  }
+  ~TemporaryFolder() {
+    std::error_code failure;
+    std::filesystem::remove_all(path_, failure);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+// The road of `mercato upload` and `mercato prices upload`, for each part of a file.
+class PartUpload {
+ public:
+  explicit PartUpload(std::string file_key) : file_key_(std::move(file_key)) {}
+
+  bool take(const ImportedPart& part) {
+    ++number_;
+    if (part.product_count > 0) {
+      ProductUpload upload({source(part.products), false, false});
+      add(totals_.products, upload.run());
+    }
+    if (part.price_count > 0 && totals_.stopped_by.empty()) {
+      PriceUpload upload(source(part.prices));
+      add(totals_.prices, upload.run());
+    }
+    return totals_.stopped_by.empty();
+  }
+
+  const UploadTotals& totals() const { return totals_; }
+
+ private:
+  UploadSource source(const std::string& document) const {
+    return {.document = document,
+            .file_key = file_key_ + "-" + std::to_string(number_),
+            .web_root = collaborators::settings()->web_root};
+  }
+
+  void add(UploadTotals::Kind& kind, const UploadReport& report) {
+    kind.inserted += report.inserted;
+    kind.updated += report.updated;
+    kind.refused += report.refused;
+    kind.left += report.remaining;
+    for (const auto* findings : {&report.refusals, &report.unreachable})
+      for (const UploadFinding& finding : *findings) totals_.add(finding);
+    if (!report.remaining_file.empty()) totals_.remaining_files.push_back(report.remaining_file);
+    if (!report.stopped_by.empty()) totals_.stopped_by = report.stopped_by;
+  }
+
+  const std::string file_key_;
+  std::size_t number_ = 0;
+  UploadTotals totals_;
+};
+
+int import_one(const Given& given, const std::string& file, const OutputOptions& output) {
+  ImportOptions options = options_for(given, file);
+  const auto report_of = [&](ImportUse use, const ImportReport& report, const UploadTotals& totals) {
+    return told({file, use, report, totals}, output);
+  };
+  if (!given.to.empty()) {
+    if (!files::folder_exists(given.to)) files::create_folder(given.to);
+    options.folder = given.to;
+    const ImportReport report = import_file(options, [](const ImportedPart&) { return true; });
+    return report_of(ImportUse::written, report, {});
+  }
+  const TemporaryFolder folder;
+  options.folder = folder.path();
+  options.most_in_part = kMostInPart;
+  if (given.dry_run)
+    return report_of(ImportUse::looked_at, import_file(options, [](const ImportedPart&) { return true; }), {});
+  PartUpload upload("import-" + file_key_for(file));
+  const ImportReport report = import_file(options, [&](const ImportedPart& part) { return upload.take(part); });
+  return report_of(ImportUse::uploaded, report, upload.totals());
+}
+
+std::vector<std::string> format_names() {
+  std::vector<std::string> names;
+  for (const Format& format : formats()) names.emplace_back(format.name);
+  return names;
+}
+
+int import_files(const Given& given, const OutputOptions& output) {
+  if (given.propose) {
+    for (const std::string& file : given.files) std::cout << propose_mapping(file, given.encoding);
+    return kDone;
+  }
+  int status = kDone;
+  for (const std::string& file : given.files) {
+    const int one = import_one(given, file, output);
+    if (one == kFailed) return one;
+    status = std::max(status, one);
+  }
+  return status;
+}
+
+}  // namespace import_command
+
+void add_import_command(Menu& menu) {
+  using namespace import_command;
+  const auto [command, given] = menu.add(
+      "import", "Load what a supplier sends: it is told what it is, judged, and uploaded",
+      "  mercato import catalogue.xml --supplier QUILLMARK\n"
+      "  mercato import --propose parts.csv > parts.toml      a first mapping of a table's columns, to be read and "
+      "mended\n"
+      "  mercato import parts.csv.gz --mapping parts.toml --dry-run\n"
+      "  mercato import prices.csv --decimal , --dates dmy --accept gtin\n"
+      "  mercato import catalogue.xml --to documents          writes the documents of an upload, and uploads nothing\n"
+      "FILE may be -, and packed with gzip, zstd or zip. A record with a value that is not certain is refused whole, "
+      "with\n"
+      "its line and reason. Exit status 3 when a record was refused or is left.\n",
+      import_files);
+  command.add_option("FILE", given.files, "The supplier's files, or - for standard input")->required();
+  command
+      .add_choice(
+          "--format", format_names(), [&given = given](const std::string& name) { given.format = name; },
+          "The format, where its content does not tell")
+      ->type_name("NAME");
+  command.add_option("--mapping", given.mapping, "Which column is what: a file as --propose writes it")
+      ->type_name("FILE");
+  command.add_flag("--propose", given.propose, "Print a first mapping and do nothing else");
+  command.add_flag("--dry-run", given.dry_run, "Judge and report, and upload nothing");
+  command.add_option("--to", given.to, "Write the documents into this folder, and upload nothing")->type_name("FOLDER");
+  command.add_option("--supplier", given.supplier, "The business partner whose products these are")->type_name("ID");
+  command.add_option("--encoding", given.encoding, "The encoding of a text that does not say its own")
+      ->type_name("NAME");
+  command.add_option("--language", given.language, "Of texts that stand in several")->type_name("CODE");
+  command.add_option("--territory", given.territory, "Prices of this territory only")->type_name("CODE");
+  command.add_option("--price-kind", given.price_kind, "Prices of this kind only")->type_name("NAME");
+  command
+      .add_choice(
+          "--decimal", {".", ","}, [&given = given](const std::string& sign) { given.decimal = sign; },
+          "The decimal sign of all numbers")
+      ->type_name("SIGN");
+  command
+      .add_choice(
+          "--dates", {"dmy", "mdy", "ymd"}, [&given = given](const std::string& order) { given.dates = order; },
+          "What stands first in a date: day, month or year")
+      ->type_name("ORDER");
+  command.add_option("--unit", given.units, "A unit of the file, and which of the store it is")
+      ->type_name("CODE=UNIT")
+      ->check(is_pair());
+  command
+      .add_option("--set", given.defaults,
+                  "A value for products that have none: UNITCODE, CURRENCY, FROM and TO (of prices), any field")
+      ->type_name("FIELD=VALUE")
+      ->check(is_pair());
+  command.add_flag("--cut", given.cut, "Cut texts that are too long, as --accept too-long does");
+  command
+      .add_choices("--accept", reason_names(), given.accepted,
+                   "A reason that refuses no record: the value is left out, kept or mended")
+      ->type_name("REASON");
+  command.add_option("--findings", given.findings, "Write all findings into this file, as comma-separated text")
+      ->type_name("FILE");
+}
+
+}  // namespace mercato::cli

@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/cli/import/import_report.h"
+
+#include <iostream>
+
+#include "tools/cli/library.h"
+#include "tools/cli/terminal/terminal.h"
+
+namespace mercato::cli {
+namespace {
+
+using exchange::ImportReport;
+using exchange::MergedFinding;
+
+void print_findings(const char* heading, const ImportReport& report, bool accepted) {
+  Table table({"REASON", "FIELD", "VALUES", "FIRST LINE", "PART NUMBER", "VALUE", "WHAT IT IS"});
+  for (const MergedFinding& finding : report.findings) {
+    if (finding.accepted != accepted) continue;
+    const exchange::ReasonWords& words = exchange::words_of(finding.reason);
+    const exchange::Finding& first = finding.examples.front();
+    const std::string what = first.detail.empty() || finding.reason != exchange::Reason::unreadable
+                                 ? std::string(words.what) + (first.detail.empty() ? "" : ". " + first.detail)
+                                 : first.detail;
+    table.add({std::string(words.name), shown(finding.field), std::to_string(finding.count),
+               first.place.line > 0 ? std::to_string(first.place.line) : "", shown(first.number, 30),
+               shown(first.value, 30),
+               what + (accepted ? "" : std::string(what.ends_with('.') ? " " : ". ") + std::string(words.advice))});
+  }
+  if (table.empty()) return;
+  std::cout << heading << '\n';
+  table.print(std::cout);
+  std::cout << '\n';
+}
+
+void print_refusals(const UploadTotals& totals) {
+  if (totals.refusals.empty()) return;
+  Table table({"FIELD", "VALUES", "PART NUMBER", "VALUE", "REASON"});
+  for (const auto& [key, refusal] : totals.refusals)
+    table.add({shown(key.first), std::to_string(refusal.count), shown(refusal.first.part_number, 30),
+               shown(refusal.first.value, 30), shown(key.second, 200)});
+  std::cout << "Refused or left by the upload:\n";
+  table.print(std::cout);
+  std::cout << '\n';
+}
+
+void print_codes(const char* heading, const exchange::Judge::UnknownCodes& codes) {
+  if (codes.empty()) return;
+  Table table({"CODE", "VALUES", "WHAT TO DO"});
+  for (const auto& [code, unknown] : codes)
+    table.add({shown(code), std::to_string(unknown.count), shown(unknown.proposal, 200)});
+  std::cout << heading << '\n';
+  table.print(std::cout);
+  std::cout << '\n';
+}
+
+void print_left_out(const ImportReport& report) {
+  if (report.left_out.empty()) return;
+  Table table({"LEFT OUT", "VALUES"});
+  for (const auto& [name, count] : report.left_out) table.add({shown(name), std::to_string(count)});
+  table.print(std::cout);
+  std::cout << '\n';
+}
+
+void print_categories(const ImportOutcome& outcome) {
+  const ImportReport& report = outcome.report;
+  if (report.categories == 0 && report.links == 0) return;
+  std::cout << report.categories << (report.categories == 1 ? " category" : " categories") << " and "
+            << counted(report.links, "product") << " in them";
+  if (outcome.use == ImportUse::written)
+    std::cout << ", in " << report.categories_file << (report.links > 0 ? " and " + report.links_file : "") << ".\n\n";
+  else
+    std::cout << " are not loaded: --to writes them, for `mercato catalog load`.\n\n";
+}
+
+void print(const ImportOutcome& outcome) {
+  const ImportReport& report = outcome.report;
+  const UploadTotals& totals = outcome.totals;
+  std::cout << shown(outcome.file, 200) << ": " << report.format;
+  for (const auto& [what, value] : report.found_out) std::cout << ", " << what << ' ' << value;
+  std::cout << "\n\n";
+  print_findings("Refused:", report, false);
+  print_findings("Taken all the same:", report, true);
+  print_codes("Units that the store does not know:", report.unknown_units);
+  print_codes("Currencies that the store does not know:", report.unknown_currencies);
+  print_refusals(totals);
+  print_left_out(report);
+  print_categories(outcome);
+
+  print_count("read", report.read, "  records");
+  print_count("refused", report.refused, "  for their values");
+  if (report.without_record > 0) print_count("prices", report.without_record, "  with prices only");
+  if (outcome.use != ImportUse::uploaded) {
+    print_count("good", report.products, outcome.use == ImportUse::written ? "  in products.xml" : "  not uploaded");
+    print_count("prices", report.price_lines,
+                outcome.use == ImportUse::written ? "  price lines in prices.xml" : "  price lines, not uploaded");
+    return;
+  }
+  const auto kind = [](const UploadTotals::Kind& counts, std::size_t all, const char* label, const char* inserted,
+                       const char* updated) {
+    print_count(label, all,
+                "  " + std::to_string(counts.inserted) + " " + inserted + ", " + std::to_string(counts.updated) + " " +
+                    updated + ", " + std::to_string(counts.refused) + " refused, " + std::to_string(counts.left) +
+                    " left");
+  };
+  kind(totals.products, report.products, "products", "inserted", "updated");
+  kind(totals.prices, report.price_lines, "prices", "added", "changed");
+  for (const std::string& file : totals.remaining_files) std::cout << "left in  " << file << '\n';
+  if (!totals.stopped_by.empty())
+    std::cout << bad("The import was ended early: ") << shown(totals.stopped_by, 500) << '\n';
+}
+
+gateway::Json json_of(const UploadTotals::Kind& counts, std::size_t all, const char* inserted, const char* updated) {
+  return {{"given", all},
+          {inserted, counts.inserted},
+          {updated, counts.updated},
+          {"refused", counts.refused},
+          {"left", counts.left}};
+}
+
+gateway::Json json_of(const exchange::Judge::UnknownCodes& codes) {
+  gateway::Json json = gateway::Json::object();
+  for (const auto& [code, unknown] : codes) json[code] = {{"count", unknown.count}, {"proposal", unknown.proposal}};
+  return json;
+}
+
+void print_json(const ImportOutcome& outcome) {
+  const ImportReport& report = outcome.report;
+  gateway::Json found_out = gateway::Json::object();
+  for (const auto& [what, value] : report.found_out) found_out[what] = value;
+  gateway::Json findings = gateway::Json::array();
+  for (const MergedFinding& finding : report.findings) {
+    const exchange::ReasonWords& words = exchange::words_of(finding.reason);
+    gateway::Json examples = gateway::Json::array();
+    for (const exchange::Finding& example : finding.examples)
+      examples.push_back({{"line", example.place.line},
+                          {"partNumber", example.number},
+                          {"value", example.value},
+                          {"detail", example.detail}});
+    findings.push_back({{"reason", words.name},
+                        {"what", words.what},
+                        {"advice", words.advice},
+                        {"field", finding.field},
+                        {"count", finding.count},
+                        {"taken", finding.accepted},
+                        {"examples", std::move(examples)}});
+  }
+  gateway::Json refusals = gateway::Json::array();
+  for (const auto& [key, refusal] : outcome.totals.refusals)
+    refusals.push_back({{"field", key.first},
+                        {"reason", key.second},
+                        {"count", refusal.count},
+                        {"partNumber", refusal.first.part_number},
+                        {"value", refusal.first.value}});
+  gateway::Json json = {{"file", outcome.file},
+                        {"format", report.format},
+                        {"foundOut", std::move(found_out)},
+                        {"read", report.read},
+                        {"refused", report.refused},
+                        {"pricesOnly", report.without_record},
+                        {"products", report.products},
+                        {"priceLines", report.price_lines},
+                        {"categories", report.categories},
+                        {"links", report.links},
+                        {"findings", std::move(findings)},
+                        {"leftOut", report.left_out},
+                        {"unknownUnits", json_of(report.unknown_units)},
+                        {"unknownCurrencies", json_of(report.unknown_currencies)}};
+  if (outcome.use == ImportUse::uploaded) {
+    json["products"] = json_of(outcome.totals.products, report.products, "inserted", "updated");
+    json["priceLines"] = json_of(outcome.totals.prices, report.price_lines, "added", "changed");
+    json["refusals"] = std::move(refusals);
+    json["remainingFiles"] = outcome.totals.remaining_files;
+    json["stoppedBy"] = outcome.totals.stopped_by;
+  }
+  std::cout << gateway::line_of(json) << '\n';
+}
+
+}  // namespace
+
+void UploadTotals::add(const UploadFinding& finding) {
+  Refusal& refusal = refusals[{finding.field, finding.reason}];
+  if (refusal.count++ == 0) refusal.first = finding;
+}
+
+int told(const ImportOutcome& outcome, const OutputOptions& output) {
+  if (output.json)
+    print_json(outcome);
+  else
+    print(outcome);
+  const UploadTotals& totals = outcome.totals;
+  if (!totals.stopped_by.empty() || outcome.report.read == 0) return kFailed;
+  const bool all = outcome.report.refused + totals.products.refused + totals.products.left + totals.prices.refused +
+                       totals.prices.left ==
+                   0;
+  return all ? kDone : kDoneInPart;
+}
+
+}  // namespace mercato::cli

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+// What an import came to, and how the command prints it. Main thread.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "exchange/importing.h"
+#include "tools/cli/commands.h"
+#include "tools/cli/upload/upload_report.h"
+
+namespace mercato::cli {
+
+// What the uploads of all parts came to.
+struct UploadTotals {
+  struct Kind {
+    std::size_t inserted = 0;
+    std::size_t updated = 0;
+    std::size_t refused = 0;
+    std::size_t left = 0;
+  };
+  struct Refusal {
+    std::size_t count = 0;
+    UploadFinding first;
+  };
+  Kind products;
+  Kind prices;
+  std::map<std::pair<std::string, std::string>, Refusal> refusals;  // by field and reason
+  std::vector<std::string> remaining_files;
+  std::string stopped_by;
+
+  void add(const UploadFinding& finding);
+};
+
+enum class ImportUse { looked_at, written, uploaded };
+
+struct ImportOutcome {
+  const std::string& file;
+  ImportUse use;
+  const exchange::ImportReport& report;
+  const UploadTotals& totals;
+};
+
+// Prints it, and answers the exit status.
+int told(const ImportOutcome& outcome, const OutputOptions& output);
+
+}  // namespace mercato::cli
