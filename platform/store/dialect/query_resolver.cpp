@@ -118,9 +118,12 @@ void StatementResolver::resolve(const United& united) {
   std::vector<Expression*> operands(query.selects.size());
   for (std::size_t i = 0; i < query.first().items.size(); ++i) {
     for (std::size_t k = 0; k < operands.size(); ++k) operands[k] = query.selects[k]->items[i].value;
-    unify(operands);
-    for (std::size_t k = 0; k < operands.size(); ++k) query.selects[k]->items[i].value = operands[k];
-    query.first().items[i].type = operands.front()->type;
+    const ColumnType type = unify(operands);
+    for (std::size_t k = 0; k < operands.size(); ++k) {
+      if (operands[k]->is_null()) operands[k]->type = type;
+      query.selects[k]->items[i].value = operands[k];
+    }
+    query.first().items[i].type = type;
   }
 }
 

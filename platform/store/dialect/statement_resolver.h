@@ -104,7 +104,7 @@ class StatementResolver {
   // The one type that values of these types are compared or mixed as.
   static ColumnType common_type(ColumnType left, bool left_is_literal, ColumnType right, bool right_is_literal);
   static ColumnType common_type(const Expression& left, const Expression& right);
-  void unify(std::span<Expression*> operands);
+  ColumnType unify(std::span<Expression*> operands);
   void unify(Expression*& left, Expression*& right);
 
   // Refuses more terms than engines plan in a moment: they do so without asking anybody, in time that grows with the

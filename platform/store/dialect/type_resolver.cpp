@@ -57,7 +57,7 @@ void StatementResolver::unify(Expression*& left, Expression*& right) {
   right = converted(right, type);
 }
 
-void StatementResolver::unify(std::span<Expression*> operands) {
+ColumnType StatementResolver::unify(std::span<Expression*> operands) {
   ColumnType type = ColumnType::unknown;
   bool all_literals = true;  // so far
   for (const Expression* const operand : operands) {
@@ -65,6 +65,7 @@ void StatementResolver::unify(std::span<Expression*> operands) {
     all_literals = all_literals && operand->is_literal();
   }
   for (Expression*& operand : operands) operand = converted(operand, type);
+  return type;
 }
 
 Expression* StatementResolver::converted(Expression* operand, ColumnType type) {

@@ -136,6 +136,16 @@ void SqlWriter::united_parts(const dialect::Query& query, std::size_t first, std
   }
 }
 
+// The engine matches what UNION joins two by two, and takes two Nulls for texts. The smallest number fits any other.
+void SqlWriter::shown(const dialect::Expression& item) {
+  if (!item.is_null() || item.type == ColumnType::unknown) return expression(item);
+  text("CAST(");
+  expression(item);
+  text(item.type == ColumnType::text   ? " AS text)"
+       : item.type == ColumnType::date ? " AS timestamp)"
+                                       : " AS smallint)");
+}
+
 // One of the queries that UNION joins.
 void SqlWriter::selected(const dialect::Select& select) {
   dialect::Query alone(tree_.memory());

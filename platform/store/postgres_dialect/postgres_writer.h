@@ -60,7 +60,7 @@ class SqlWriter final : private dialect::SqlPrinter {
   void ordered(const dialect::Expression& operand, ColumnType type);
   void left_operand(const dialect::Expression& operand, ColumnType type, bool other_is_column) override;
   void right_operand(const dialect::Expression& operand, ColumnType type) override;
-  void shown(const dialect::Expression& item) override { expression(item); }
+  void shown(const dialect::Expression& item) override;
   void grouped(const dialect::Expression& item) override;
 
   // Operators.

@@ -509,6 +509,7 @@ TEST_F(DialectTranslator, ResultColumnsHaveNamesAndTypes) {
             "CNT:2:0,M:5:0,:1:0,:5:0,:6:0");
   EXPECT_EQ(described("SELECT 5, 'x', NULL, N'y' AS \"a b\", 1.5"), ":2:0,:7:0,:0:0,a b:7:0,:4:0");
   EXPECT_EQ(described("SELECT PRICE FROM PART UNION SELECT QTY FROM PART"), "PRICE:4:0");
+  EXPECT_EQ(described("SELECT NULL UNION SELECT NULL UNION SELECT SINCE FROM PART"), ":6:0");
   EXPECT_EQ(described("SELECT X.A FROM (SELECT SINCE AS A FROM PART) X"), "A:6:0");
   const Translation translation = store.translate("SELECT ID, Name FROM PART");
   EXPECT_FALSE(translation.result[0].nullable);

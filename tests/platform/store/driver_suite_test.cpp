@@ -168,6 +168,50 @@ TEST_P(DriverSuite, NullComesBackAsNullInEveryType) {
   for (const Variant& value : row) EXPECT_TRUE(value.is_null());
 }
 
+TEST_P(DriverSuite, RowsThatUnionJoinsHaveTheTypesOfTheirColumnsWhereverANullStands) {
+  execute(
+      "INSERT INTO SUITE (NAME, SMALL, FLAG, AMOUNT, PRICE, DAY, REMARK) "
+      "VALUES ('bolt', 7, 1, 2.5, 12.34, '7/1/2026 8:30:00 AM', N'long')");
+  const std::string nulls = "SELECT NULL, NULL, NULL, NULL, NULL, NULL, NULL FROM SUITE";
+  const std::string values = "SELECT ID, SMALL, FLAG, AMOUNT, PRICE, DAY, REMARK FROM SUITE";
+  const std::vector<Variant> no_values(7, Variant(kNull));
+  const std::vector<Variant> stored = {Variant(1),
+                                       Variant(std::int16_t{7}),
+                                       Variant(true),
+                                       Variant(2.5),
+                                       Variant(Currency::from_scaled(123400)),
+                                       Variant(Date::from_civil({2026, 7, 1, 8, 30, 0})),
+                                       Variant("long")};
+  const std::string all = " UNION ALL ";
+  EXPECT_EQ(query(*session_, nulls + all + nulls + all + values),
+            (std::vector<std::vector<Variant>>{no_values, no_values, stored}));
+  EXPECT_EQ(query(*session_, values + all + nulls + all + nulls),
+            (std::vector<std::vector<Variant>>{stored, no_values, no_values}));
+  EXPECT_EQ(query(*session_, nulls + " UNION " + nulls + " UNION " + values + " ORDER BY 1"),
+            (std::vector<std::vector<Variant>>{no_values, stored}));
+  EXPECT_EQ(query(*session_, nulls + all + nulls), (std::vector<std::vector<Variant>>{no_values, no_values}));
+}
+
+TEST_P(DriverSuite, RowsOfDifferentTypesThatUnionJoinsAreConvertedToTheHigherOne) {
+  execute("INSERT INTO SUITE (NAME, SMALL, FLAG, PRICE, DAY) VALUES ('12', 7, 1, 12.34, '7/1/2026')");
+  const auto joined = [this](const std::string& first, const std::string& second) {
+    std::vector<Variant> values;
+    for (const auto& row :
+         query(*session_, "SELECT " + first + " FROM SUITE UNION ALL SELECT " + second + " FROM SUITE"))
+      values.push_back(row.at(0));
+    return values;
+  };
+  using Values = std::vector<Variant>;
+  EXPECT_EQ(joined("NAME", "SMALL"), (Values{Variant(12.0), Variant(7.0)}));
+  EXPECT_EQ(joined("SMALL", "'5'"), (Values{Variant(7.0), Variant(5.0)}));
+  EXPECT_EQ(joined("PRICE", "SMALL"),
+            (Values{Variant(Currency::from_scaled(123400)), Variant(Currency::from_scaled(70000))}));
+  EXPECT_EQ(joined("FLAG", "SMALL"), (Values{Variant(std::int16_t{1}), Variant(std::int16_t{7})}));
+  EXPECT_EQ(joined("SMALL", "100000"), (Values{Variant(7), Variant(100000)}));
+  EXPECT_EQ(joined("DAY", "'2026-01-02'"), (Values{Variant(Date::from_civil({2026, 7, 1, 0, 0, 0})),
+                                                   Variant(Date::from_civil({2026, 1, 2, 0, 0, 0}))}));
+}
+
 TEST_P(DriverSuite, WholeNumbersBeyondALongComeBackAsDouble) {
   EXPECT_EQ(one("SELECT 2147483647 + 0"), Variant(2147483647));
   execute("INSERT INTO PLAIN (N) VALUES (2147483647)");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every statement that the dialect takes and SQLite prepares is also taken by a server: all of the library's, all that
 // stand in the tests of the dialect, and random ones.
+#include <cctype>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -133,8 +134,7 @@ class RandomStatement {
       case 3:
         return "INSERT INTO LOOSE (A, N) " + select(alike());
       case 4:
-        return select(alike()) + (one_in(2) ? " UNION " : " UNION ALL ") + select(alike()) +
-               (one_in(3) ? " ORDER BY 1" : "");
+        return united();
       case 5:
       case 6:
         return grouped();
@@ -283,7 +283,15 @@ class RandomStatement {
     for (unsigned i = 0; i < columns; ++i) made += (i > 0 ? ", " : "") + expression(depth);
     return made;
   }
-  // A text and a number. The columns of queries that UNION joins have the same types.
+  // Of any types: the queries are joined by the higher one of each column.
+  std::string united() {
+    const unsigned columns = 1 + random_.below(2);
+    std::string made = select(list(2, columns));
+    for (unsigned more = 1 + random_.below(3); more > 0; --more)
+      made += (one_in(2) ? " UNION " : " UNION ALL ") + select(list(2, columns));
+    return made + (one_in(3) ? " ORDER BY 1" : "");
+  }
+  // A text and a number.
   std::string alike() { return "('x' + " + text(2) + "), (1 + " + number(2) + ")"; }
   std::string select(const std::string& list) {
     const std::string from =
@@ -322,6 +330,83 @@ class RandomStatement {
 
   mercato::test::RandomRounds& random_;
 };
+
+// The statements of the tests and of the library, each as its tokens.
+std::vector<std::vector<std::string>> known_statements() {
+  std::vector<std::vector<std::string>> statements;
+  const auto add = [&statements](const std::string& statement) {
+    dialect::LexedStatement lexed;
+    try {
+      dialect::lex(statement, lexed);
+    } catch (const Raised&) {
+      return;
+    }
+    std::vector<std::string>& tokens = statements.emplace_back();
+    for (const dialect::Token& token : lexed.tokens)
+      if (token.end > token.begin) tokens.push_back(statement.substr(token.begin, token.end - token.begin));
+    if (tokens.size() < 3) statements.pop_back();
+  };
+  for (const char* const statement : dialect::test::kLibraryStatements) add(statement);
+  for (const char* const source :
+       {"dialect_translator_test.cpp", "dialect_statements_test.cpp", "dialect_tree_test.cpp"})
+    for (const std::string& literal : literals_of(std::string(MERCATO_SOURCE_DIR "/tests/platform/store/") + source))
+      if (literal.find("PART") != std::string::npos) add(literal);
+  return statements;
+}
+
+// A word, a number, a text, a sign.
+char kind_of(const std::string& token) {
+  const char first = token.front();
+  return std::isalpha(static_cast<unsigned char>(first))   ? 'a'
+         : std::isdigit(static_cast<unsigned char>(first)) ? '0'
+         : first == '\''                                   ? first
+                                                           : '+';
+}
+
+// What nobody would write: pieces of statements one behind the other, tokens that are lost, doubled or exchanged.
+TEST_F(PostgresStatements, OfPiecesOfOthersAreTaken) {
+  make_tables();
+  const std::vector<std::vector<std::string>> known = known_statements();
+  ASSERT_GT(known.size(), 300u);
+  mercato::test::RandomRounds rounds(3);
+  const auto any = [&rounds](const auto& all) -> const auto& {
+    return all[rounds.below(static_cast<unsigned>(all.size()))];
+  };
+  int taken = 0;
+  while (rounds.next())
+    for (int i = 0; i < 200; ++i) {
+      std::vector<std::string> tokens = any(known);
+      for (unsigned changes = 1 + rounds.below(2); changes > 0; --changes) {
+        const std::vector<std::string>& other = any(known);
+        const auto at = tokens.begin() + rounds.below(static_cast<unsigned>(tokens.size()));
+        const auto from = other.begin() + rounds.below(static_cast<unsigned>(other.size()));
+        switch (rounds.below(6)) {
+          default: {
+            const auto alike = std::find_if(from, other.end(),
+                                            [&](const std::string& token) { return kind_of(token) == kind_of(*at); });
+            if (alike != other.end()) *at = *alike;
+            break;
+          }
+          case 1:
+            tokens.insert(at, from, from + std::min<std::ptrdiff_t>(other.end() - from, 1 + rounds.below(4)));
+            break;
+          case 2:
+            if (tokens.size() > 1) tokens.erase(at);
+            break;
+          case 3:
+            tokens.erase(at, tokens.end());
+            tokens.insert(tokens.end(), from, other.end());
+            break;
+        }
+      }
+      std::string statement;
+      for (const std::string& token : tokens) statement += token + " ";
+      if (try_statement(statement)) ++taken;
+    }
+  expect_no_refusals();
+  std::cout << "[  taken   ] " << taken << " of " << rounds.round() * 200 << std::endl;
+  EXPECT_GT(taken, rounds.round()) << "nearly all are refused: the test tries too little";
+}
 
 TEST_F(PostgresStatements, AtRandomAreTaken) {
   make_tables();
