@@ -44,6 +44,8 @@ StoreCheck check_whole_store(const std::string& connection_string) {
   check.missing = missing_tables(connection_string);
   check.has_no_tables = check.missing.size() == schema_definitions().size();
   check.unfinished_copy_of = source_of_unfinished_copy(*session.get());
+  if (check.damage && check.lacking_rights.empty())
+    check.mended_text_indexes = store::mend_text_indexes(connection_string);
   check.dangling = find_dangling_rows(connection_string);
   return check;
 }

@@ -27,9 +27,11 @@ struct StoreCheck {
   bool has_no_tables = false;        // all of them are missing
   std::vector<std::string> others;   // tables that are not the library's
   std::optional<std::string> unfinished_copy_of;
+  // Tables whose text index did not hold what they do. It was made anew.
+  std::vector<std::string> mended_text_indexes;
   std::vector<DanglingRows> dangling;
 };
-// Reads everything and writes nothing. Raises what the store raises.
+// Reads everything, and writes nothing but text indexes that are wrong. Raises what the store raises.
 StoreCheck check_whole_store(const std::string& connection_string);
 
 }  // namespace mercato

@@ -25,6 +25,10 @@ std::vector<std::string> check_store(const std::string& connection_string) {
   return upkeep_for(connection_string).check(connection_string);
 }
 
+std::vector<std::string> mend_text_indexes(const std::string& connection_string) {
+  return upkeep_for(connection_string).mend_text_indexes(connection_string);
+}
+
 void back_up_store(const std::string& connection_string, const std::string& file) {
   upkeep_for(connection_string).back_up(connection_string, file);
 }

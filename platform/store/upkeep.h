@@ -16,6 +16,7 @@ class Upkeep {
  public:
   virtual ~Upkeep() = default;
   virtual std::vector<std::string> check(const std::string& connection_string) const = 0;
+  virtual std::vector<std::string> mend_text_indexes(const std::string& connection_string) const = 0;
   virtual void back_up(const std::string& connection_string, const std::string& file) const = 0;
   virtual std::string restore(const std::string& connection_string, const std::string& backup, bool keep) const = 0;
 };
@@ -26,6 +27,10 @@ const Upkeep& upkeep_of(const Driver& driver, const std::string& connection_stri
 // The engine's judgement of every page, row and index, a sentence for each fault; empty: sound. Writes nothing.
 // Raises what opening the store raises.
 std::vector<std::string> check_store(const std::string& connection_string);
+
+// Holds the text indexes of a sound store against their tables, and makes anew those that differ: the tables whose index
+// was. Others read meanwhile; who writes waits. Nothing when the store may only be read.
+std::vector<std::string> mend_text_indexes(const std::string& connection_string);
 
 // Copies the store as it is at this moment to a new file, which has its name when it is whole, checked and on the disk.
 // Others go on reading and writing. Raises kStoreFailure when there is such a file, when the store is damaged (there is

@@ -246,6 +246,12 @@ std::vector<std::string> FileUpkeep::check(const std::string& connection_string)
   return faults;
 }
 
+std::vector<std::string> FileUpkeep::mend_text_indexes(const std::string& connection_string) const {
+  Database store(connection_string);
+  if (sqlite3_db_readonly(store.engine(), "main") == 1) return {};
+  return sqlite::mend_text_indexes(store);
+}
+
 StoreDescription describe_file(const std::string& connection_string) {
   Database store(connection_string);
   StoreDescription told;

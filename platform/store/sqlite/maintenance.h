@@ -14,6 +14,7 @@ namespace mercato::store::sqlite {
 class FileUpkeep final : public Upkeep {
  public:
   std::vector<std::string> check(const std::string& connection_string) const override;
+  std::vector<std::string> mend_text_indexes(const std::string& connection_string) const override;
   void back_up(const std::string& connection_string, const std::string& file) const override;
   std::string restore(const std::string& connection_string, const std::string& backup, bool keep) const override;
 };

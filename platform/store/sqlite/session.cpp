@@ -27,8 +27,10 @@ constexpr int kGroupStatements = 2000;
 
 constexpr std::size_t kMostRowWriters = 256;
 
+// What is wrong with a single row is found before anything is written. Told so, the engine keeps no copy of each page to
+// go back to when a trigger's part of the statement fails.
 std::string insert_text(const TableInfo& table, std::span<const std::size_t> columns) {
-  if (columns.empty()) return "INSERT INTO " + dialect::quoted_name(table.name) + " DEFAULT VALUES";
+  if (columns.empty()) return "INSERT OR FAIL INTO " + dialect::quoted_name(table.name) + " DEFAULT VALUES";
   std::string names;
   std::string values;
   for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -40,7 +42,7 @@ std::string insert_text(const TableInfo& table, std::span<const std::size_t> col
     values += '?';
     values += std::to_string(i + 1);
   }
-  return "INSERT INTO " + dialect::quoted_name(table.name) + " (" + names + ") VALUES (" + values + ")";
+  return "INSERT OR FAIL INTO " + dialect::quoted_name(table.name) + " (" + names + ") VALUES (" + values + ")";
 }
 
 std::string update_text(const TableInfo& table, std::span<const std::size_t> columns) {
@@ -49,7 +51,7 @@ std::string update_text(const TableInfo& table, std::span<const std::size_t> col
     if (i > 0) assignments += ", ";
     assignments += dialect::quoted_name(table.columns[columns[i]].name) + " = ?" + std::to_string(i + 1);
   }
-  return "UPDATE " + dialect::quoted_name(table.name) + " SET " + assignments + " WHERE _rowid_ = ?" +
+  return "UPDATE OR FAIL " + dialect::quoted_name(table.name) + " SET " + assignments + " WHERE _rowid_ = ?" +
          std::to_string(columns.size() + 1);
 }
 
@@ -327,7 +329,7 @@ void SqliteSession::step_write(const RunningStatement& running) {
   int code = SQLITE_ROW;
   while (code == SQLITE_ROW) code = sqlite3_step(running.get());
   database_.set_interruptible(true);
-  if (code == SQLITE_DONE) return;
+  if (code == SQLITE_DONE) return text_indexes_.note_write(running.cached().translation.table);
   RaisedError failed = failure(code, running.cached().translation.table);
   sqlite3_reset(running.get());
   end_idle_transaction();
@@ -336,9 +338,23 @@ void SqliteSession::step_write(const RunningStatement& running) {
 
 void SqliteSession::after_write() {
   end_idle_transaction();
-  if (mode_ == Mode::single) database_.after_commit();
+  if (mode_ == Mode::single) {
+    database_.after_commit();
+    keep_text_indexes();
+  }
   if (mode_ != Mode::run) return;
   if (++group_statements_ >= kGroupStatements || group_is_old()) commit_group();
+}
+
+// In a transaction of its own. What hinders it is no failure of the write before: the next one tries again.
+void SqliteSession::keep_text_indexes() {
+  try {
+    if (!text_indexes_.is_worth_taking_in(tables_)) return;
+    begin_engine_transaction();
+    commit_engine_transaction();
+  } catch (const Raised&) {
+    roll_back_engine_transaction();
+  }
 }
 
 void SqliteSession::begin_engine_transaction() {
@@ -364,6 +380,15 @@ void SqliteSession::end_idle_transaction() {
 
 void SqliteSession::commit_engine_transaction() {
   if (!commit_) commit_ = database_.prepare("COMMIT");
+  try {
+    database_.set_interruptible(false);
+    if (text_indexes_.is_worth_taking_in(tables_)) text_indexes_.take_in(tables_);
+    database_.set_interruptible(true);
+  } catch (...) {
+    database_.set_interruptible(true);
+    roll_back_engine_transaction();
+    throw;
+  }
   const int code = sqlite3_step(commit_.get());
   if (code != SQLITE_DONE) {
     RaisedError refused = database_.failure(code);

@@ -97,6 +97,7 @@ class SqliteSession final : public Session {
   void before_write();
   void after_write();
   void step_write(const RunningStatement& running);
+  void keep_text_indexes();
   void begin_engine_transaction();
   void end_idle_transaction();
   void commit_engine_transaction();

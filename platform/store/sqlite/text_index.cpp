@@ -14,8 +14,8 @@ namespace {
 
 using dialect::quoted_name;
 
-// So many changed rows go into the index at once. Each search proposes those that have not gone yet.
-constexpr std::string_view kMostChanged = "1000";
+// With so many changed rows at a commit the index takes them in. Each search proposes those that it has not taken.
+constexpr std::int64_t kMostChanged = 1000;
 
 constexpr dialect::MatchWords kFts5Words{'"', " AND ", " OR "};
 
@@ -36,7 +36,69 @@ std::string columns_of(const dialect::Definition& definition, const std::string&
   return list;
 }
 
+// The rows that have changed go into the index. `columns`: as columns_of writes them.
+std::string take_in_sql(const std::string& table, const std::string& columns) {
+  const std::string index = index_of(table), changed = changed_of(table);
+  return "INSERT INTO " + index + "(" + index + ", rowid, " + columns + ") SELECT 'delete', \"changed row\", " +
+         columns + " FROM " + changed + " WHERE \"is indexed\"; INSERT INTO " + index + "(rowid, " + columns +
+         ") SELECT _rowid_, " + columns + " FROM " + quoted_name(table) +
+         " WHERE _rowid_ IN (SELECT \"changed row\" FROM " + changed + "); DELETE FROM " + changed + ";";
+}
+
+// Those of the store, as they were defined.
+std::vector<dialect::Definition> text_indexes_of(Database& database) {
+  std::vector<dialect::Definition> indexes;
+  const StatementHandle columns = database.prepare(
+      "SELECT t.name, c.name FROM sqlite_schema t JOIN sqlite_schema i ON i.name = '" + std::string(kTextIndexPrefix) +
+      "' || t.name JOIN pragma_table_info(i.name) c WHERE t.type = 'table' ORDER BY t.name, c.cid");
+  int code = SQLITE_ROW;
+  while ((code = sqlite3_step(columns.get())) == SQLITE_ROW) {
+    const std::string table = reinterpret_cast<const char*>(sqlite3_column_text(columns.get(), 0));
+    if (indexes.empty() || indexes.back().table != table) indexes.emplace_back().table = table;
+    dialect::KeyColumn column;
+    column.name = reinterpret_cast<const char*>(sqlite3_column_text(columns.get(), 1));
+    indexes.back().index_columns.push_back(std::move(column));
+  }
+  if (code != SQLITE_DONE) database.raise(code);
+  return indexes;
+}
+
+// All its triggers are there, and it holds what its table does.
+bool is_whole(Database& database, const dialect::Definition& definition) {
+  const std::string name = name_of(definition.table), index = index_of(definition.table);
+  const StatementHandle triggers =
+      database.prepare("SELECT count(*) FROM sqlite_schema WHERE type = 'trigger' AND name LIKE ?1 || ' after %'");
+  sqlite3_bind_text64(triggers.get(), 1, name.data(), name.size(), SQLITE_STATIC, SQLITE_UTF8);
+  if (const int code = sqlite3_step(triggers.get()); code != SQLITE_ROW) database.raise(code);
+  if (sqlite3_column_int(triggers.get(), 0) != 3) return false;
+  const std::string check = take_in_sql(definition.table, columns_of(definition)) + " INSERT INTO " + index + "(" +
+                            index + ", rank) VALUES('integrity-check', 1)";
+  const int code = sqlite3_exec(database.engine(), check.c_str(), nullptr, nullptr, nullptr);
+  if (code != SQLITE_OK && (code & 0xFF) != SQLITE_CORRUPT) database.raise(code);
+  return code == SQLITE_OK;
+}
+
 }  // namespace
+
+std::vector<std::string> mend_text_indexes(Database& database) {
+  std::vector<std::string> mended;
+  for (const dialect::Definition& definition : text_indexes_of(database)) {
+    database.run("BEGIN IMMEDIATE");
+    try {
+      if (!is_whole(database, definition)) {
+        for (const std::string& statement : drop_text_index_sql(definition.table)) database.run(statement.c_str());
+        for (const std::string& statement : create_text_index_sql(definition)) database.run(statement.c_str());
+        mended.push_back(definition.table);
+      }
+      database.run("COMMIT");
+    } catch (...) {
+      sqlite3_exec(database.engine(), "ROLLBACK", nullptr, nullptr, nullptr);
+      throw;
+    }
+    database.after_commit();
+  }
+  return mended;
+}
 
 std::vector<std::string> create_text_index_sql(const dialect::Definition& definition) {
   const std::string table = quoted_name(definition.table);
@@ -63,13 +125,6 @@ std::vector<std::string> create_text_index_sql(const dialect::Definition& defini
                   columns_of(definition, "old.", " COLLATE BINARY IS NOT new.", " OR "),
               note_indexed),
       trigger(" after delete", "DELETE ON " + table, note_indexed),
-      trigger(" after change",
-              "INSERT ON " + changed + " WHEN (SELECT count(*) FROM " + changed + ") >= " + std::string(kMostChanged),
-              "INSERT INTO " + index + "(" + index + ", rowid, " + columns + ") SELECT 'delete', \"changed row\", " +
-                  columns + " FROM " + changed + " WHERE \"is indexed\"; " +  //
-                  "INSERT INTO " + index + "(rowid, " + columns + ") SELECT _rowid_, " + columns + " FROM " + table +
-                  " WHERE _rowid_ IN (SELECT \"changed row\" FROM " + changed + "); " +  //
-                  "DELETE FROM " + changed + ";"),
   };
 }
 
@@ -87,15 +142,19 @@ TextIndexes::Searches& TextIndexes::searches_in(const TableInfo& table) {
   const auto [known, is_new] = searches_.try_emplace(table.name);
   if (!is_new) return known->second;
   const std::string index = index_of(table.name), changed = changed_of(table.name);
-  std::string texts;
-  for (const Column& column : table.columns)
-    if (column.in_text_index) texts += ", t." + quoted_name(column.name);
   Searches& searches = known->second;
+  std::string texts;
+  for (const Column& column : table.columns) {
+    if (!column.in_text_index) continue;
+    searches.columns += (searches.columns.empty() ? "" : ", ") + quoted_name(column.name);
+    texts += ", t." + quoted_name(column.name);
+  }
   searches.find =
       database_.prepare("SELECT rowid FROM " + index + " WHERE " + index + " MATCH ?1 ORDER BY rowid LIMIT ?2");
   searches.changed = database_.prepare("SELECT \"changed row\" FROM " + changed);
   searches.changed_texts = database_.prepare("SELECT t._rowid_" + texts + " FROM " + changed + " CROSS JOIN " +
                                              quoted_name(table.name) + " t ON t._rowid_ = \"changed row\"");
+  searches.count = database_.prepare("SELECT count(*) FROM " + changed);
   searches.last = database_.prepare("SELECT max(_rowid_) FROM " + quoted_name(table.name));
   return searches;
 }
@@ -131,11 +190,30 @@ std::vector<std::int64_t> TextIndexes::changed(const TableInfo& table) {
   return rows;
 }
 
-std::int64_t TextIndexes::most_rows(const TableInfo& table) {
-  sqlite3_stmt* const statement = searches_in(table).last.get();
-  std::int64_t last = 0;
-  walk(statement, [&] { last = sqlite3_column_int64(statement, 0); });
-  return last;
+std::int64_t TextIndexes::number(const StatementHandle& statement) {
+  std::int64_t number = 0;
+  walk(statement.get(), [&] { number = sqlite3_column_int64(statement.get(), 0); });
+  return number;
+}
+
+std::int64_t TextIndexes::most_rows(const TableInfo& table) { return number(searches_in(table).last); }
+
+void TextIndexes::note_write(const std::string& table) {
+  if (written_.empty() || written_.back() != table)
+    if (std::ranges::find(written_, table) == written_.end()) written_.push_back(table);
+}
+
+bool TextIndexes::is_worth_taking_in(const KnownTables& tables) {
+  std::erase_if(written_, [&](const std::string& name) {
+    const TableInfo* const table = tables.known(name);
+    return table == nullptr || !table->has_text_index() || number(searches_in(*table).count) < kMostChanged;
+  });
+  return !written_.empty();
+}
+
+void TextIndexes::take_in(const KnownTables& tables) {
+  for (const std::string& name : std::exchange(written_, {}))
+    database_.run(take_in_sql(name, searches_in(*tables.known(name)).columns).c_str());
 }
 
 std::vector<std::int64_t> TextIndexes::holding(const TableInfo& table, std::span<const std::string> words,

@@ -3,9 +3,9 @@
 // texts of its own, "text index of TABLE", and beside it a list of the rows that have changed since they went into it.
 //
 // FTS5 writes all that it has in memory at every statement of a transaction, which would cost more than the statement. So
-// triggers only note the row and its texts as the index has them, and a thousand rows at once go into the index, by a
-// trigger too. Until then a changed row is proposed for every search. All of it are tables of the store: it belongs to
-// the transaction that changes the rows, and whoever writes keeps it. One thread at a time.
+// triggers only note a row that changes, and its texts as the index has them. When they are a thousand, a session puts
+// them into the index before it commits. Until then they are proposed for every search. All of it are tables of the
+// store: it belongs to the transaction that changes the rows, and whoever writes keeps it. One thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -18,6 +18,7 @@
 
 #include "platform/store/dialect/definition.h"
 #include "platform/store/dialect/text_search.h"
+#include "platform/store/known_tables.h"
 #include "platform/store/sqlite/database.h"
 
 namespace mercato::store::sqlite {
@@ -30,6 +31,10 @@ inline constexpr std::string_view kIsTable =
 // The statements that create it, with all rows in it; that drop it, if there is one.
 std::vector<std::string> create_text_index_sql(const dialect::Definition& definition);
 std::vector<std::string> drop_text_index_sql(std::string_view table);
+
+// Looks whether each text index of the store holds what its table does, and makes anew, as a transaction of its own, one
+// that does not; whoever writes waits. Their tables.
+std::vector<std::string> mend_text_indexes(Database& database);
 
 // The searches of a session, in tables that have a text index.
 class TextIndexes {
@@ -45,6 +50,12 @@ class TextIndexes {
   std::vector<std::int64_t> holding(const TableInfo& table, std::span<const std::string> words, std::size_t most);
   // At least as many rows as the table has, from a look at its last one.
   std::int64_t most_rows(const TableInfo& table);
+
+  // The table that was written to.
+  void note_write(const std::string& table);
+  // Whether an index should take in what has changed, before the next commit or in a transaction of its own; and that.
+  bool is_worth_taking_in(const KnownTables& tables);
+  void take_in(const KnownTables& tables);
   void forget() { searches_.clear(); }
 
  private:
@@ -53,14 +64,18 @@ class TextIndexes {
     StatementHandle find;
     StatementHandle changed;
     StatementHandle changed_texts;
+    StatementHandle count;  // of the changed rows
     StatementHandle last;
+    std::string columns;  // of the index, "A", "B"
   };
   Searches& searches_in(const TableInfo& table);
+  std::int64_t number(const StatementHandle& statement);
   template <class Take>
   void walk(sqlite3_stmt* statement, Take take);
 
   Database& database_;
   std::unordered_map<std::string, Searches> searches_;  // by table
+  std::vector<std::string> written_;                    // tables, since the last time that they were taken in
 };
 
 }  // namespace mercato::store::sqlite

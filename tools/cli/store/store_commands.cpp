@@ -73,6 +73,7 @@ gateway::Json to_json(const StoreCheck& check) {
           {"version", check.schema_version ? gateway::Json(*check.schema_version) : gateway::Json()},
           {"damage", check.damage ? gateway::Json(*check.damage) : gateway::Json()},
           {"missing", check.missing},
+          {"mendedTextIndexes", check.mended_text_indexes},
           {"others", check.others},
           {"unfinishedCopyOf", check.unfinished_copy_of ? gateway::Json(*check.unfinished_copy_of) : gateway::Json()},
           {"dangling", std::move(rows)}};
@@ -92,8 +93,9 @@ int check(const NoOptions&, const OutputOptions& output) {
   const StoreCheck check = check_whole_store(connection_string());
   const bool is_damaged = check.damage && !check.damage->empty();
   const int status = is_damaged || check.version_fault || !check.missing.empty() || check.unfinished_copy_of ? kFailed
-                     : check.dangling.empty() && check.lacking_rights.empty()                                ? kDone
-                                                                              : kDoneInPart;
+                     : check.dangling.empty() && check.lacking_rights.empty() && check.mended_text_indexes.empty()
+                         ? kDone
+                         : kDoneInPart;
   if (output.json) {
     answer(output, to_json(check), "");
     return status;
@@ -107,6 +109,8 @@ int check(const NoOptions&, const OutputOptions& output) {
   for (const std::string& right : check.lacking_rights) std::cout << bad("not allowed: ") << right << '\n';
   if (!check.has_no_tables)
     for (const std::string& name : check.missing) std::cout << bad("missing: ") << name << '\n';
+  for (const std::string& table : check.mended_text_indexes)
+    std::cout << "mended: the text index of " << table << " did not hold what the table does, and was made anew\n";
   for (const DanglingRows& found : check.dangling)
     std::cout << "leads nowhere: " << described(found) << "\n  echo \"" << found.query << "\" | mercato execute -\n";
   if (check.has_no_tables)
