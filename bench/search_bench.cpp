@@ -137,16 +137,22 @@ void fill(const fs::path& path, const Components& components) {
   }
 }
 
-// Pieces of numbers and descriptions, and a few that are in none.
-std::vector<std::string> random_terms(const Components& components) {
+// Pieces of the numbers and descriptions in the store, and a few that are in none.
+std::vector<std::string> random_terms(const fs::path& path) {
+  BareStore store(path);
+  const BareStatement product =
+      store.prepare("SELECT PARTNUMBER, BUYFROMPARTNUMBER, PRODUCTDESCRIPTION FROM PRODUCT WHERE PRODUCTID = ?1");
   std::mt19937 numbers(20260721);
   const auto below = [&](std::size_t limit) { return static_cast<std::size_t>(numbers() % limit); };
   std::vector<std::string> terms;
   while (terms.size() < kTerms) {
-    const Components::Component made = components.product(static_cast<std::int32_t>(1 + below(kProducts)));
-    const std::string& text = below(3) == 0   ? made.part_number
-                              : below(3) == 0 ? made.supplier_number
-                                              : made.description;
+    sqlite3_bind_int(product.get(), 1, static_cast<int>(1 + below(kProducts)));
+    if (sqlite3_step(product.get()) != SQLITE_ROW) store.fail("reading a product");
+    // Half of them out of a description.
+    const int column = static_cast<int>(std::min<std::size_t>(below(4), 2));
+    const auto* const bytes = reinterpret_cast<const char*>(sqlite3_column_text(product.get(), column));
+    const std::string text = bytes ? bytes : "";
+    sqlite3_reset(product.get());
     const std::size_t longest = 3 + below(12), length = text::length(text);
     if (length < 3) continue;
     const std::string_view rest = std::string_view(text).substr(text::left(text, below(length - 2)).size());
@@ -163,7 +169,7 @@ class SearchBench {
   SearchBench(fs::path store, Figures& figures) : store_(std::move(store)), figures_(figures) {}
 
   void run() {
-    if (!fs::exists(store_)) in_child_process([&] { return fill(store_, components_), true; });
+    if (!fs::exists(store_)) in_child_process([&] { return fill(store_, Components()), true; });
     build();
     in_child_process([&] { return search(), true; });
     upkeep();
@@ -203,7 +209,7 @@ class SearchBench {
   void search() {
     use_store(store_, fs::temp_directory_path());
     const Root<Product> product;
-    const std::vector<std::string> terms = random_terms(components_);
+    const std::vector<std::string> terms = random_terms(store_);
     for (std::size_t i = 0; i < 100; ++i) look_for(product, terms[i]);  // warm
     const double memory = memory_bytes("VmRSS");
     std::vector<Found> found;
@@ -332,7 +338,6 @@ class SearchBench {
 
   const fs::path store_;
   Figures& figures_;
-  Components components_;
   std::optional<BareStore> bare_;
 };
 

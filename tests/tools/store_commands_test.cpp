@@ -19,13 +19,15 @@ class StoreCommands : public CommandTest {
 
 TEST_F(StoreCommands, ANewStoreIsInOrder) {
   expect_store_in_order();
-  json expected = json::parse(R"({"textSearch":"","lackingRights":[],"version":1,"missing":[],"others":[],)"
-                              R"("unfinishedCopyOf":null,"dangling":[]})");
+  json expected =
+      json::parse(R"({"lackingRights":[],"version":2,"missing":[],"mendedTextIndexes":[],"others":[],)"
+                  R"("unfinishedCopyOf":null,"dangling":[]})");
   const store::StoreDescription is = tool_.store().description();
   expected["engine"] = is.engine;
   expected["engineVersion"] = is.version;
   expected["place"] = is.place;
   expected["collation"] = is.collation;
+  expected["textSearch"] = is.text_search;
   expected["damage"] = tool_.store().file() ? json::array() : json();  // only a file's pages are looked at
   EXPECT_EQ(answer({"store", "check"}), expected);
 }
@@ -169,6 +171,20 @@ TEST_F(StoreCommands, AnUnfinishedCopyIsToldByTheCheck) {
   EXPECT_EQ(done.out, description_of(tool_.store()) +
                           "The store is an unfinished copy of /srv/shop.db: repeat `mercato store copy` to finish "
                           "it.\n");
+}
+
+TEST_F(StoreCommands, ATextIndexThatIsWrongIsMendedAndTold) {
+  MERCATO_ONLY_ON_SQLITE(tool_.store(), "it makes one wrong by a statement of SQLite's own");
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(path("mercato.db").c_str(), &database), SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(database, "DROP TRIGGER \"text index of PRODUCT after insert\"", nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(database);
+  const ToolRun done = run({"store", "check"});
+  EXPECT_EQ(done.status, 3);
+  EXPECT_EQ(done.out, description_of(tool_.store()) +
+                          "mended: the text index of PRODUCT did not hold what the table does, and was made anew\n");
+  expect_store_in_order();
 }
 
 TEST_F(StoreCommands, ADamagedStoreIsToldAndBroughtBack) {
