@@ -109,30 +109,36 @@ Execution PostgresSession::run_once(const dialect::LexedStatement& lexed, Execut
 
 CachedStatementPtr PostgresSession::translated(const dialect::LexedStatement& lexed, bool identified,
                                                SentValues& values) {
+  translated_anew_ = false;
   CachedStatementPtr statement = statements_.find(lexed, identified);
-  translated_anew_ = !statement;
   if (!statement) {
     // Somebody else may have defined the table that this one names.
     if (tables_.refresh()) forget_schema();
     statement = translate_anew(lexed, identified, false);
   }
-  if (bind_literals(statement->translation.bindings, lexed, values)) return statement;
-  statement = translate_anew(lexed, identified, true);
-  bind_literals(statement->translation.bindings, lexed, values);
+  const Proposals proposals = text_proposals_.for_statement(statement->translation.searches, lexed);
+  if (proposals.used != 0) {
+    statement = statements_.find(lexed, identified, proposals.used);
+    if (!statement) statement = translate_anew(lexed, identified, false, proposals.used);
+  }
+  if (bind_literals(statement->translation.bindings, lexed, values, proposals.matches)) return statement;
+  statement = translate_anew(lexed, identified, true, proposals.used);
+  bind_literals(statement->translation.bindings, lexed, values, proposals.matches);
   return statement;
 }
 
 CachedStatementPtr PostgresSession::translate_anew(const dialect::LexedStatement& lexed, bool identified,
-                                                   bool for_these_literals) {
+                                                   bool for_these_literals, dialect::UsedSearches used) {
+  translated_anew_ = true;
   auto statement = std::make_shared<CachedStatement>();
-  statement->translation = translate(lexed, tables_, identified);
+  statement->translation = translate(lexed, tables_, identified, Markers::numbered, used);
   statement->dropped = dropped_;
   const dialect::Translation& translation = statement->translation.common;
   if (translation.kind == dialect::StatementKind::query)
     statement->layout = std::make_shared<const RowLayout>(translation.result, translation.table);
   if (translation.identified) statement->key_types = key_types_of(*tables_.find(translation.table));
   if (translation.kind != dialect::StatementKind::definition)
-    statements_.insert(statement, lexed, identified, for_these_literals || translation.depends_on_literals);
+    statements_.insert(statement, lexed, identified, for_these_literals || translation.depends_on_literals, used);
   return statement;
 }
 
@@ -156,6 +162,12 @@ const TableInfo* PostgresSession::table(std::string_view name) {
 bool PostgresSession::has_index(std::string_view table, std::string_view name) {
   leave_queries();
   return tables_.has_index(table, name);
+}
+
+std::vector<std::int64_t> PostgresSession::propose(const TableInfo& table, std::span<const std::string> words,
+                                                   std::size_t most) {
+  leave_queries();
+  return text_proposals_.keys(table, words, most);
 }
 
 RowIdentity PostgresSession::insert(const TableInfo& table, std::span<const std::size_t> columns,
@@ -475,6 +487,7 @@ bool PostgresSession::end_use() noexcept {
 
 void PostgresSession::forget_schema() {
   tables_.forget();
+  text_proposals_.forget();
   statements_.clear();
   row_writers_.clear();
 }

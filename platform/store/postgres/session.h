@@ -22,6 +22,7 @@
 #include "platform/store/postgres_dialect/postgres_printer.h"
 #include "platform/store/postgres_dialect/postgres_tables.h"
 #include "platform/store/postgres_dialect/postgres_values.h"
+#include "platform/store/postgres_dialect/text_proposals.h"
 #include "platform/store/shape_cache.h"
 
 namespace mercato::store::postgres {
@@ -53,6 +54,7 @@ class PostgresSession final : public Session {
   bool foresees() const override { return mode_ == Mode::run; }
   const TableInfo* table(std::string_view name) override;
   bool has_index(std::string_view table, std::string_view name) override;
+  bool has_text_indexes() override { return true; }
   void start_transaction() override { mode_ = Mode::transaction; }
   void begin_run() override;
   void flush_run() override {}  // each statement of a run is everybody's when it has run
@@ -65,6 +67,8 @@ class PostgresSession final : public Session {
   void expect_nothing() override;
   bool end_use() noexcept override;
   Execution run(const dialect::LexedStatement& statement, ExecuteOptions options) override;
+  std::vector<std::int64_t> propose(const TableInfo& table, std::span<const std::string> words,
+                                    std::size_t most) override;
   RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
                      std::span<const Variant> values) override;
   void update(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
@@ -87,7 +91,8 @@ class PostgresSession final : public Session {
 
   // The statement for these literals; `values` are what they are sent as.
   CachedStatementPtr translated(const dialect::LexedStatement& lexed, bool identified, SentValues& values);
-  CachedStatementPtr translate_anew(const dialect::LexedStatement& lexed, bool identified, bool for_these_literals);
+  CachedStatementPtr translate_anew(const dialect::LexedStatement& lexed, bool identified, bool for_these_literals,
+                                    dialect::UsedSearches used = 0);
   Execution run_once(const dialect::LexedStatement& lexed, ExecuteOptions options);
   std::unique_ptr<Cursor> open_cursor(const CachedStatementPtr& statement, const SentValues& values);
   void define(const dialect::Translation& definition);
@@ -115,6 +120,7 @@ class PostgresSession final : public Session {
 
   Connection connection_;
   Tables tables_{connection_};
+  TextProposals text_proposals_{connection_};
   std::shared_ptr<std::vector<std::string>> dropped_ = std::make_shared<std::vector<std::string>>();
   ShapeCache<CachedStatement> statements_;
   std::unordered_map<std::string, CachedStatementPtr> row_writers_;  // by their text

@@ -17,8 +17,9 @@ LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL SAFE AS $body$
 DECLARE
   folded text;
 BEGIN
-  -- Below U+0300, where the marks begin, all but two characters fold alone: the micro sign and the capital I with a dot.
-  IF value !~ E'[^\\u0001-\\u00b4\\u00b6-\\u012f\\u0131-\\u02ff]' COLLATE "C" THEN
+  -- Most characters fold alone: below U+0300, where the marks begin, all but the micro sign and the capital I with a dot;
+  -- the letters of Greek (but the capital sigma) and Cyrillic, the signs of units, arrows, mathematics, and the letters and signs of East Asia.
+  IF value !~ E'[^\\u0001-\\u00b4\\u00b6-\\u012f\\u0131-\\u02ff\\u0391-\\u03a1\\u03a4-\\u03a9\\u03b1-\\u03c1\\u03c3-\\u03c9\\u0410-\\u044f\\u2010-\\u2027\\u2030-\\u205e\\u2103\\u2190-\\u22ff\\u3001-\\u3029\\u4e00-\\u9fff\\uff01-\\uffee]' COLLATE "C" THEN
     RETURN lower(value COLLATE {schema}.mercato);
   END IF;
   folded := lower(normalize(value, NFD) COLLATE {schema}.mercato);
@@ -157,6 +158,25 @@ BEGIN
     RAISE EXCEPTION 'The invalid escape character "%" was specified in a LIKE predicate', escape;
   END IF;
   RETURN {schema}.mercato_like_escaped(pattern, value, escape);
+END $body$;
+
+-- The trigrams of a text, three characters each: what a text index has of it. Signs with which numbers and names are
+-- written in many ways (all of ASCII but letters and digits) are left out first, the frequent ones by the faster way. The
+-- rest is cut into threes from its first character, its second and its third. A query that asks an index is short, so no
+-- other process is started for it; and nothing but an index is to ask (COST): reading is faster without.
+CREATE OR REPLACE FUNCTION {schema}.mercato_trigrams(value text) RETURNS tsvector
+LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL RESTRICTED COST 1000 AS $body$
+DECLARE
+  folded CONSTANT text := {schema}.mercato_folded(value);
+  squeezed CONSTANT text := regexp_replace(
+    replace(replace(replace(replace(replace(folded COLLATE "C", ' ', ''), '-', ''), '.', ''), '/', ''), ',', ''),
+    E'[\\u0001-/:-@\\[-`{-\\u007f]+', '', 'g');
+  size CONSTANT integer := char_length(squeezed);
+BEGIN
+  RETURN array_to_tsvector(string_to_array(rtrim(
+    regexp_replace(left(squeezed, size / 3 * 3) COLLATE "C", '...', E'\\& ', 'g') ||
+    regexp_replace(substr(squeezed, 2, (size - 1) / 3 * 3) COLLATE "C", '...', E'\\& ', 'g') ||
+    regexp_replace(substr(squeezed, 3, (size - 2) / 3 * 3) COLLATE "C", '...', E'\\& ', 'g')), ' '));
 END $body$;
 
 -- A number cut to a whole one. Positions, lengths and counts come as any number; one beyond a long is far beyond all.

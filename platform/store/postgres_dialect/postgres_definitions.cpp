@@ -138,6 +138,30 @@ void add_key(const Definition& definition, const KeyDefinition& key, std::vector
   indices.push_back(index_sql(index, true, definition.table, key.columns));
 }
 
+// Of a row. The blanks keep texts apart that would compose, and are no part of a trigram.
+std::string trigrams_of(const std::vector<std::string>& columns) {
+  std::string texts;
+  for (const std::string& column : columns)
+    texts += (texts.empty() ? "coalesce(" : " || ' ' || coalesce(") + quoted_name(column) + ", '')";
+  return "mercato_trigrams(" + texts + ")";
+}
+
+std::string text_index_of(const std::string& table) { return made_name("text index of " + table); }
+
+// Its columns stand in the order of the table's, as in the condition that has to be recognised.
+// New rows wait in a list of the index, so that many go into it at once; each search reads the list, so it is short.
+std::vector<std::string> text_index_sql(const Definition& definition) {
+  std::vector<KeyColumn> in_order = definition.index_columns;
+  std::ranges::sort(in_order, {}, &KeyColumn::position);
+  std::vector<std::string> columns;
+  for (const KeyColumn& column : in_order) columns.push_back(column.name);
+  const std::string table = quoted_name(definition.table);
+  return {"SET LOCAL maintenance_work_mem = '256MB'",
+          "CREATE INDEX " + quoted_name(text_index_of(definition.table)) + " ON " + table + " USING gin (" +
+              trigrams_of(columns) + ") WITH (fastupdate = on, gin_pending_list_limit = 256)",
+          "ANALYZE " + table};
+}
+
 std::vector<std::string> table_sql(const Definition& definition) {
   std::vector<std::string> parts;
   std::vector<std::string> statements{"CREATE TABLE " + given_name(definition.table)};
@@ -153,6 +177,13 @@ std::vector<std::string> table_sql(const Definition& definition) {
 
 }  // namespace
 
+std::string before_match(const TableInfo& table) {
+  std::vector<std::string> texts;
+  for (const Column& column : table.columns)
+    if (column.in_text_index) texts.push_back(column.name);
+  return "ctid = ANY (ARRAY(SELECT ctid FROM " + quoted_name(table.name) + " WHERE " + trigrams_of(texts) + " @@ ";
+}
+
 std::string width_constraint(std::string_view column) { return made_name("width of " + std::string(column)); }
 std::string range_constraint(std::string_view column) { return made_name("range of " + std::string(column)); }
 
@@ -164,8 +195,9 @@ std::vector<std::string> definition_sql(const Definition& definition) {
       given_name(definition.index);
       return {index_sql(definition.index, definition.unique, definition.table, definition.index_columns)};
     case Definition::Kind::create_text_index:
+      return text_index_sql(definition);
     case Definition::Kind::drop_text_index:
-      return {};  // tables are read
+      return {"DROP INDEX " + quoted_name(text_index_of(definition.table))};
     case Definition::Kind::add_column:
       return {"ALTER TABLE " + quoted_name(definition.table) + " ADD COLUMN " +
               column_sql(definition, definition.columns.front())};

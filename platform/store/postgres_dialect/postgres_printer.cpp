@@ -52,10 +52,10 @@ IdentityKind identity_kind(const TableInfo& table) {
 }
 
 Translation translate(const dialect::LexedStatement& lexed, const dialect::TableDirectory& tables, bool identified,
-                      Markers markers) {
+                      Markers markers, dialect::UsedSearches used) {
   dialect::SyntaxTree tree(lexed);
   dialect::resolve_statement(tree, tables, identified);
-  if (!tree.definition) return SqlWriter(tree, markers).translation();
+  if (!tree.definition) return SqlWriter(tree, markers, used).translation();
   Translation result;
   result.common = std::move(tree.translation);
   result.common.statements = definition_sql(*tree.definition);

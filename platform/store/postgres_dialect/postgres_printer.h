@@ -5,10 +5,12 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/store/dialect/definition.h"
 #include "platform/store/dialect/dialect.h"
+#include "platform/store/dialect/text_search.h"
 #include "platform/store/text_values.h"
 
 namespace mercato::store::postgres {
@@ -22,7 +24,8 @@ struct Binding {
     like_exact,    // the pattern itself, when the engine's own says less; else Null
     like_from,     // the range in which all texts lie that match
     like_to,
-    now,  // the library's clock; no literal
+    now,         // the library's clock; no literal
+    text_match,  // what a text index is asked; in place of a literal, which of the translation's searches it is
   };
   Use use = Use::value;
   ValueType type = ValueType::text;
@@ -46,6 +49,7 @@ enum class Markers : std::uint8_t {
 struct Translation {
   dialect::Translation common;  // `bindings` stand for its parameters
   std::vector<Binding> bindings;
+  std::vector<dialect::TextSearch> searches;  // all that there could be, in the order of their bits
   IdentityKind identity = IdentityKind::number;
   bool gives_key = false;  // an INSERT that names the assigned key of its table
   bool is_empty = false;   // a query that has no row, whatever the tables hold: the server need not be asked
@@ -64,10 +68,17 @@ IdentityKind identity_kind(const TableInfo& table);
 // numbers of another type. Such a statement does not fit a translation of another, and needs one of its own (postgres_values.h).
 // Raises what `dialect::resolve_statement` raises.
 Translation translate(const dialect::LexedStatement& lexed, const dialect::TableDirectory& tables, bool identified,
-                      Markers markers = Markers::numbered);
+                      Markers markers = Markers::numbered, dialect::UsedSearches used = 0);
 
 // The statements that carry out a definition.
 std::vector<std::string> definition_sql(const dialect::Definition& definition);
+
+// Whether a text index proposes a row: a condition on the row's address, in two pieces around what the index is asked. It
+// compares with a list that is made apart, so the rest of the statement begins at the rows of the list: the server cannot know
+// how few they are.
+std::string before_match(const TableInfo& table);
+inline constexpr std::string_view kBehindMatch = "::tsquery))";
+inline constexpr dialect::MatchWords kMatchWords{'\'', " & ", " | "};
 
 // The names of the constraints that guard a column, by which a violation is told from others.
 std::string width_constraint(std::string_view column);

@@ -49,6 +49,31 @@ void SqlWriter::single(const dialect::Query& query) {
 
 void SqlWriter::show_groups_of(const dialect::Select& select) { group_ = select.grouped ? &select : nullptr; }
 
+// The rows that a text index proposes, and what decides.
+void SqlWriter::conditions(const dialect::Select& select) {
+  bool narrowed = false;
+  if (tree_.translation.kind == dialect::StatementKind::query)
+    for (dialect::TextSearch& search : dialect::text_searches(select)) {
+      const auto known = std::ranges::find(result_.searches, search.source, &dialect::TextSearch::source);
+      const auto number = static_cast<std::uint32_t>(known - result_.searches.begin());
+      if (number == dialect::kMostSearches) break;
+      if ((used_ >> number & 1) != 0) {
+        name(search.source->name);
+        text(".");
+        text(before_match(*search.source->table));
+        parameter(Binding::Use::text_match, ValueType::text, {number});
+        text(kBehindMatch);
+        text(" AND ");
+        narrowed = true;
+      }
+      if (known == result_.searches.end()) result_.searches.push_back(std::move(search));
+    }
+  if (narrowed)
+    in_brackets(*select.where);
+  else
+    expression(*select.where);
+}
+
 // What makes the groups sees single rows; what stands behind sees groups.
 void SqlWriter::rows_and_groups(const dialect::Select& select) {
   group_ = nullptr;

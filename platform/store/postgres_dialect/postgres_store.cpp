@@ -16,7 +16,7 @@ namespace {
 using dialect::quoted_name;
 
 // The version of functions.sql; a store that has an older one gets it with its next definition.
-constexpr int kFunctionsVersion = 1;
+constexpr int kFunctionsVersion = 2;
 
 // The first definition brings what translated statements call.
 void prepare_store(PostgresServer& server) {

@@ -10,8 +10,8 @@ namespace mercato::store::postgres {
 namespace {
 
 // A table that the search path leads to, by name in any case; what is the store's own is none. Of each column: name,
-// type, whether it must have a value, whether the server assigns it, its place in the primary key, and what the check
-// of its width or range says.
+// type, whether it must have a value, whether the server assigns it, its place in the primary key, what the check
+// of its width or range says, and whether it is in a text index.
 constexpr const char* kTable = R"(
 SELECT c.relname, a.attname, t.typname, a.attnotnull, a.attidentity <> '',
        coalesce(array_position(k.indkey::int2[], a.attnum), -1),
@@ -20,7 +20,11 @@ SELECT c.relname, a.attname, t.typname, a.attnotnull, a.attidentity <> '',
                   WHERE w.conrelid = c.oid AND w.contype = 'c' AND w.conkey = ARRAY[a.attnum] AND starts_with(w.conname, 'width of ')
                   LIMIT 1) END,
        EXISTS (SELECT FROM pg_constraint r
-               WHERE r.conrelid = c.oid AND r.contype = 'c' AND r.conkey = ARRAY[a.attnum] AND starts_with(r.conname, 'range of '))
+               WHERE r.conrelid = c.oid AND r.contype = 'c' AND r.conkey = ARRAY[a.attnum] AND starts_with(r.conname, 'range of ')),
+       EXISTS (SELECT FROM pg_index i
+               JOIN pg_depend d ON d.classid = 'pg_class'::regclass AND d.objid = i.indexrelid
+                               AND d.refclassid = 'pg_class'::regclass AND d.refobjid = c.oid AND d.refobjsubid = a.attnum
+               WHERE i.indrelid = c.oid AND i.indisvalid AND pg_get_expr(i.indexprs, c.oid) ~ '^[^(]*mercato_trigrams[(]')
 FROM pg_class c
 JOIN pg_attribute a ON a.attrelid = c.oid AND a.attnum > 0 AND NOT a.attisdropped
 JOIN pg_type t ON t.oid = a.atttypid
@@ -89,6 +93,7 @@ std::unique_ptr<TableInfo> Tables::load(std::string_view name) const {
     column.nullable = !is_true(row[3]);
     column.assigned = is_true(row[4]);
     column.width = number_of(row[6]);
+    column.in_text_index = is_true(row[8]);
     if (const int place = number_of(row[5]); place >= 0) key.emplace_back(place, table->columns.size());
     table->columns.push_back(std::move(column));
   }

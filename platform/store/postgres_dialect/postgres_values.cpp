@@ -69,7 +69,8 @@ unsigned engine_type(ValueType type) {
   return kText;
 }
 
-bool bind_literals(const std::vector<Binding>& bindings, const dialect::LexedStatement& lexed, SentValues& out) {
+bool bind_literals(const std::vector<Binding>& bindings, const dialect::LexedStatement& lexed, SentValues& out,
+                   std::span<const std::string> matches) {
   out.clear();
   for (const Binding& binding : bindings) {
     switch (binding.use) {
@@ -81,6 +82,9 @@ bool bind_literals(const std::vector<Binding>& bindings, const dialect::LexedSta
       case Binding::Use::like_from:
       case Binding::Use::like_to:
         out.push_back(like_value(binding, lexed));
+        continue;
+      case Binding::Use::text_match:
+        out.emplace_back(matches[binding.parameter.literal]);
         continue;
       case Binding::Use::key:
       case Binding::Use::value:

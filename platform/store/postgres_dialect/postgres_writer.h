@@ -19,7 +19,8 @@ namespace mercato::store::postgres {
 
 class SqlWriter final : private dialect::SqlPrinter {
  public:
-  SqlWriter(dialect::SyntaxTree& tree, Markers markers) : SqlPrinter(tree), markers_(markers) {}
+  SqlWriter(dialect::SyntaxTree& tree, Markers markers, dialect::UsedSearches used)
+      : SqlPrinter(tree), markers_(markers), used_(used) {}
   Translation translation();
 
  private:
@@ -40,6 +41,7 @@ class SqlWriter final : private dialect::SqlPrinter {
   void without_doubles(const dialect::Query& query, std::size_t selects);
   void united_parts(const dialect::Query& query, std::size_t first, std::size_t end);
   void selected(const dialect::Select& select);
+  void conditions(const dialect::Select& select) override;
   void identity(const dialect::Select& select) override;
   void identity_columns(std::string_view separator);
   void rows_of_subselect(const dialect::Source& source) override;
@@ -80,6 +82,7 @@ class SqlWriter final : private dialect::SqlPrinter {
   Around around(const dialect::TypeConversion& conversion) override;
 
   Markers markers_;
+  const dialect::UsedSearches used_;
   Translation result_;
   const dialect::Select* group_ = nullptr;  // whose groups are being shown
 };
