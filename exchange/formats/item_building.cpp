@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "exchange/formats/mapping.h"
+
 namespace mercato::exchange {
 namespace {
 
@@ -23,11 +25,12 @@ bool ItemBuilder::field(std::string_view name, std::string_view value, Place pla
   return true;
 }
 
-void ItemBuilder::property(std::string_view name, std::string_view value, Place place) {
+void ItemBuilder::property(std::string_view called, std::string_view value, Place place) {
+  const std::string name = property_name_of(called);
   if (value.empty() || name.empty()) return;
-  const auto [at, is_new] = places_.emplace("=" + std::string(name), item.fields.size());
+  const auto [at, is_new] = places_.emplace("=" + name, item.fields.size());
   if (is_new)
-    item.fields.push_back({std::string(name), std::string(value), place, true});
+    item.fields.push_back({name, std::string(value), place, true});
   else
     item.fields[at->second].value.append("; ").append(value);
 }

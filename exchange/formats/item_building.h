@@ -18,7 +18,8 @@ class ItemBuilder {
 
   // A column's value. The first one counts; answers false when the column has one already.
   bool field(std::string_view name, std::string_view value, Place place);
-  // A property's value. Several of one name become one, with "; " between them.
+  // A property's value, under its name as a document has it (property_name_of). Several of one name become one, with
+  // "; " between them.
   void property(std::string_view name, std::string_view value, Place place);
 
  private:

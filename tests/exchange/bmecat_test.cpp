@@ -121,10 +121,10 @@ TEST(Bmecat, ANewCatalogueOfVersion12IsToldWhole) {
       "  (SPECIAL_TREATMENT_CLASS) GGVS 1201\n"
       "  (STATUS) core_article\n"
       "  UNSPSCCODE 14111507\n"
-      "  (Weight) 80 GM\n"
-      "  (Size) A4; A3\n"
-      "  (ECLASS-5.1) 24260101\n"
-      "  (Good for) copiers; printers\n"
+      "  (WEIGHT) 80 GM\n"
+      "  (SIZE) A4; A3\n"
+      "  (ECLASS_5_1) 24260101\n"
+      "  (GOOD_FOR) copiers; printers\n"
       "  UNITCODE BX\n"
       "  (CONTENT_UNIT) RM\n"
       "  (NO_CU_PER_OU) 5\n"
@@ -271,10 +271,10 @@ TEST(Bmecat, ANewCatalogueOfVersion2005IsToldInItsOwnLanguage) {
             "  PRODUCTREMARK Grau\n"
             "  GTIN 4000000000016\n"
             "  MFRPARTNUMBER T1\n"
-            "  (Number) 3\n"
+            "  (NUMBER) 3\n"
             "  (EF000008) wide\n"
-            "  (Colour) grey\n"
-            "  (ETIM-7.0) EC1\n"
+            "  (COLOUR) grey\n"
+            "  (ETIM_7_0) EC1\n"
             "  UNITCODE C62\n"
             "  (CUSTOMS_NUMBER) 85369010\n"
             "  (COUNTRY_OF_ORIGIN) DE\n"
@@ -297,7 +297,7 @@ TEST(Bmecat, AnotherLanguageIsReadWhenItIsAskedFor) {
   german.language = "de";
   const std::string text = told(kVersion2005, german);
   EXPECT_NE(text.find("  PRODUCTDESCRIPTION Klemme\n  PRODUCTREMARK Grau\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("  (Farbe) grau\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("  (FARBE) grau\n"), std::string::npos) << text;
   EXPECT_NE(text.find("category udf_Mine-1.0:1 below : Klemmen @11\n"), std::string::npos) << text;
   EXPECT_NE(text.find("left out 1 DESCRIPTION_SHORT eng\n"), std::string::npos) << text;
 }

@@ -38,8 +38,11 @@ TEST(ItemBuilding, AFieldIsGivenOnceAndAPropertyGrows) {
   EXPECT_TRUE(built.field("GTIN", "", {5}));
   built.property("GTIN", "x", {6});
   built.property("GTIN", "", {7});
-  built.property("GTIN", "y", {8});
-  ASSERT_EQ(built.item.fields.size(), 2u);
+  built.property("gtin ", "y", {8});
+  built.property("--", "no name", {9});
+  built.property("Weight in g", "5", {10});
+  ASSERT_EQ(built.item.fields.size(), 3u);
+  EXPECT_EQ(built.item.fields[2].name, "WEIGHT_IN_G");
   EXPECT_EQ(built.item.fields[0].value, "1");
   EXPECT_FALSE(built.item.fields[0].is_property);
   EXPECT_EQ(built.item.fields[0].place.line, 3u);
