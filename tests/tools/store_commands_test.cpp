@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The commands that keep the store's file, the creation of a store by several at once, and a store that goes away.
+#include <sqlite3.h>
 #include <sys/stat.h>
 
 #include <filesystem>

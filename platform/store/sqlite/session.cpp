@@ -228,7 +228,9 @@ void SqliteSession::define(const dialect::Translation& definition) {
 }
 
 void SqliteSession::expect_rows(std::span<const ExpectedRows> expected) {
-  define({.statements = statistics_sql(expected)});
+  dialect::Translation told;
+  told.statements = statistics_sql(expected);
+  define(told);
 }
 
 // Tables and rows
