@@ -20,9 +20,8 @@ class StoreCommands : public CommandTest {
 
 TEST_F(StoreCommands, ANewStoreIsInOrder) {
   expect_store_in_order();
-  json expected =
-      json::parse(R"({"lackingRights":[],"version":2,"missing":[],"mendedTextIndexes":[],"others":[],)"
-                  R"("unfinishedCopyOf":null,"dangling":[]})");
+  json expected = json::parse(R"({"lackingRights":[],"version":2,"missing":[],"mendedTextIndexes":[],"others":[],)"
+                              R"("unfinishedCopyOf":null,"dangling":[]})");
   const store::StoreDescription is = tool_.store().description();
   expected["engine"] = is.engine;
   expected["engineVersion"] = is.version;
