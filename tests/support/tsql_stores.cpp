@@ -37,7 +37,8 @@ std::string server() {
 std::string with_database(const std::string& name) {
   std::string text;
   for (const std::string& pair : text::split(server(), ";"))
-    if (!text::equal_names(text::trim(std::string_view(pair).substr(0, pair.find('='))), "Database")) text += pair + ";";
+    if (!text::equal_names(text::trim(std::string_view(pair).substr(0, pair.find('='))), "Database"))
+      text += pair + ";";
   return text + "Database=" + name;
 }
 

@@ -108,7 +108,7 @@ void SqlWriter::distinct(const dialect::Query& query) {
   std::size_t position = 0;
   const auto named = [&](const dialect::Expression& value) {
     text(separator);
-    expression(value);
+    this->shown(value);
     text(" AS ");
     column_of_rows(sql_, ++position);
     separator = ", ";
