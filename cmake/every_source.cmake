@@ -35,7 +35,7 @@ if(GIT_FOUND AND EXISTS ${PROJECT_SOURCE_DIR}/.git)
   list(FILTER forgotten EXCLUDE REGEX "^examples/")  # compiled by a test, as strangers would
   # What this build leaves out; the support of the benchmarks serves the tests too.
   if(NOT MERCATO_POSTGRES)
-    list(FILTER forgotten EXCLUDE REGEX "^(tests/)?platform/store/postgres/|^(tests/)?bench/(support/)?postgresql")
+    list(FILTER forgotten EXCLUDE REGEX "^(tests/)?platform/store/postgres/|^tests/platform/store/odbc/|^(tests/)?bench/(support/)?postgresql")
   endif()
   if(NOT MERCATO_ODBC)
     list(FILTER forgotten EXCLUDE REGEX "^(tests/)?platform/store/odbc/")

@@ -420,10 +420,16 @@ void Connection::fail(const TableInfo* table) {
 
 void Connection::raise_lost() {
   lost_ = true;
-  raise_store_failure(at_the_start(label_) +
-                      " has ended the connection. What was not committed is undone there. See what stands, then repeat "
-                      "the call" +
-                      (diagnosis_.words.empty() ? "" : " (" + diagnosis_.words + ")"));
+  RaisedError lost{error_number::kStoreFailure,
+                   std::string(kFailureSource),
+                   at_the_start(label_) +
+                       " has ended the connection. What was not committed is undone there. See what stands, then "
+                       "repeat the call" +
+                       (diagnosis_.words.empty() ? "" : " (" + diagnosis_.words + ")"),
+                   {},
+                   0};
+  // A server that does not end its statement in time loses its connection, too.
+  throw Raised(diagnosis_.state == "HYT00" ? unless_call_limit_passed(std::move(lost)) : std::move(lost));
 }
 
 }  // namespace mercato::store::odbc

@@ -144,7 +144,7 @@ RaisedError opening_failure(const Diagnosis& given, const std::string& server) {
   } else if (given.state.starts_with("IM") || has("Can't open lib")) {
     what = "The driver of " + server + " cannot be used";
     advice = "Install it, or correct Driver";
-  } else if (given.native == 18456 || given.state == "28000" || given.state == "28P01" ||
+  } else if (given.native == 18456 || given.state == "28000" || given.state == "28P01" || has("role \"") ||
              has("password authentication failed") || has("no password supplied")) {
     what = subject + " refuses the user";
     advice = "Correct UID and PWD";

@@ -209,11 +209,13 @@ StoreDescription TsqlEngine::describe() {
   if (place[7] != "1")
     description.lacking_rights.emplace_back(
         "reading while others write: READ_COMMITTED_SNAPSHOT of the database is off");
-  for (const SentValues& row : connection_.rows(
-           "SELECT name, HAS_PERMS_BY_NAME(QUOTENAME(name), 'OBJECT', 'SELECT'), "
-           "HAS_PERMS_BY_NAME(QUOTENAME(name), 'OBJECT', 'INSERT') * HAS_PERMS_BY_NAME(QUOTENAME(name), 'OBJECT', "
-           "'UPDATE') * "
-           "HAS_PERMS_BY_NAME(QUOTENAME(name), 'OBJECT', 'DELETE') FROM sys.tables WHERE schema_id = SCHEMA_ID()")) {
+  for (const SentValues& row :
+       connection_.rows("SELECT TABLE_NAME, HAS_PERMS_BY_NAME(QUOTENAME(TABLE_NAME), 'OBJECT', 'SELECT'), "
+                        "HAS_PERMS_BY_NAME(QUOTENAME(TABLE_NAME), 'OBJECT', 'INSERT') * "
+                        "HAS_PERMS_BY_NAME(QUOTENAME(TABLE_NAME), 'OBJECT', "
+                        "'UPDATE') * "
+                        "HAS_PERMS_BY_NAME(QUOTENAME(TABLE_NAME), 'OBJECT', 'DELETE') FROM INFORMATION_SCHEMA.TABLES "
+                        "WHERE TABLE_SCHEMA = SCHEMA_NAME() AND TABLE_TYPE = 'BASE TABLE'")) {
     description.tables.push_back(row[0].value_or(""));
     if (row[1] != "1") description.unreadable.push_back(description.tables.back());
     if (row[2] != "1") description.unwritable.push_back(description.tables.back());

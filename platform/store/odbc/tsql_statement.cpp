@@ -58,6 +58,7 @@ class Reader {
   }
 
   StatementKind first_word() const {
+    if (lexed_.tokens[0].kind == TokenKind::end) dialect::refuse_syntax(lexed_, 0);
     if (is_word(0, "SELECT")) return StatementKind::query;
     if (is_word(0, "INSERT")) return StatementKind::insert;
     if (is_word(0, "UPDATE")) return StatementKind::update;

@@ -12,15 +12,20 @@
 namespace mercato::store::odbc {
 namespace {
 
-// A table of the user's own schema, by name in any case. Of each column: name, type, length in bytes, digits, decimals,
-// whether it may be Null, whether the server assigns it, its place in the primary key.
+// A table of the user's own schema, by name in any case. Of each column: name, type, characters, decimals, whether it may
+// be Null, whether the server assigns it, its place in the primary key.
 constexpr const char* kTable = R"(
-SELECT t.name, c.name, TYPE_NAME(c.system_type_id), c.max_length, c.precision, c.scale, CAST(c.is_nullable AS int), CAST(c.is_identity AS int),
-       (SELECT MAX(k.key_ordinal) FROM sys.index_columns k JOIN sys.indexes i ON i.object_id = k.object_id AND i.index_id = k.index_id
-        WHERE i.is_primary_key = 1 AND k.object_id = c.object_id AND k.column_id = c.column_id)
-FROM sys.tables t JOIN sys.columns c ON c.object_id = t.object_id
-WHERE t.schema_id = SCHEMA_ID() AND LOWER(t.name) = LOWER({name})
-ORDER BY t.object_id, c.column_id)";
+SELECT c.TABLE_NAME, c.COLUMN_NAME, c.DATA_TYPE, c.CHARACTER_MAXIMUM_LENGTH, c.NUMERIC_SCALE, c.IS_NULLABLE,
+       COLUMNPROPERTY(OBJECT_ID(QUOTENAME(c.TABLE_SCHEMA) + N'.' + QUOTENAME(c.TABLE_NAME)), c.COLUMN_NAME, 'IsIdentity'),
+       (SELECT MAX(k.ORDINAL_POSITION) FROM INFORMATION_SCHEMA.KEY_COLUMN_USAGE k
+        JOIN INFORMATION_SCHEMA.TABLE_CONSTRAINTS t ON t.CONSTRAINT_SCHEMA = k.CONSTRAINT_SCHEMA AND t.CONSTRAINT_NAME = k.CONSTRAINT_NAME
+        WHERE t.CONSTRAINT_TYPE = 'PRIMARY KEY' AND k.TABLE_SCHEMA = c.TABLE_SCHEMA AND LOWER(k.TABLE_NAME) = LOWER(c.TABLE_NAME)
+          AND LOWER(k.COLUMN_NAME) = LOWER(c.COLUMN_NAME))
+FROM INFORMATION_SCHEMA.COLUMNS c
+WHERE c.TABLE_SCHEMA = SCHEMA_NAME() AND LOWER(c.TABLE_NAME) = LOWER({name})
+  AND EXISTS (SELECT * FROM INFORMATION_SCHEMA.TABLES t
+              WHERE t.TABLE_SCHEMA = c.TABLE_SCHEMA AND t.TABLE_NAME = c.TABLE_NAME AND t.TABLE_TYPE = 'BASE TABLE')
+ORDER BY c.TABLE_NAME, c.ORDINAL_POSITION)";
 
 constexpr const char* kIndex = R"(
 SELECT 1 FROM sys.indexes i JOIN sys.tables t ON t.object_id = i.object_id
@@ -60,11 +65,10 @@ Column column_of(const SentValues& row) {
   const std::string type = row[2].value_or("");
   const auto* const found = std::ranges::find(kTsqlTypes, std::string_view(type), &TsqlType::name);
   if (found != std::end(kTsqlTypes)) column.type = found->type;
-  if ((type == "decimal" || type == "numeric") && number_of(row[5]) == 4) column.type = ColumnType::money;
-  const bool is_limited = type.ends_with("char") && number_of(row[3]) > 0;
-  if (is_limited) column.width = number_of(row[3]) / (type.starts_with('n') ? 2 : 1);
-  column.nullable = number_of(row[6]) != 0;
-  column.assigned = number_of(row[7]) != 0;
+  if ((type == "decimal" || type == "numeric") && number_of(row[4]) == 4) column.type = ColumnType::money;
+  if (type.ends_with("char")) column.width = std::max(number_of(row[3]), 0);
+  column.nullable = row[5] == "YES";
+  column.assigned = number_of(row[6]) == 1;
   return column;
 }
 
@@ -84,9 +88,9 @@ std::unique_ptr<TableInfo> TsqlTables::load(std::string_view name) const {
   table->name = rows.front()[0].value_or("");
   std::vector<std::pair<int, std::size_t>> key;  // place in the key, position of the column
   for (const SentValues& row : rows) {
-    // Of two tables whose names differ in case the older one is meant.
+    // Of two tables whose names differ in case the first one is meant.
     if (row[0] != table->name) break;
-    if (const int place = number_of(row[8]); place > 0) key.emplace_back(place, table->columns.size());
+    if (const int place = number_of(row[7]); place > 0) key.emplace_back(place, table->columns.size());
     table->columns.push_back(column_of(row));
   }
   std::ranges::sort(key);

@@ -146,7 +146,7 @@ TEST_P(DriverSuite, ColumnsComeBackInTheirOwnTypes) {
   execute(
       "INSERT INTO SUITE (NAME, SMALL, FLAG, AMOUNT, PRICE, DAY, REMARK) "
       "VALUES ('bolt', 7, 1, 2.5, 12.34, '7/1/2026 8:30:00 AM', N'long')");
-  const Execution found = execute("SELECT * FROM SUITE");
+  const Execution found = session_->execute(Sql("SELECT * FROM SUITE"), {.identified = true});
   const auto rows = rows_of(*found.cursor);
   ASSERT_EQ(rows.size(), 1u);
   const std::vector<Variant> expected = {Variant(1),

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/store/odbc/tsql_statement.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "mercato/raised_error.h"
+#include "tests/platform/failure_of.h"
+
+namespace mercato::store::odbc {
+namespace {
+
+using dialect::StatementKind;
+using mercato::test::failure_of;
+
+StatementKind kind(const std::string& text) {
+  dialect::LexedStatement lexed;
+  dialect::lex(text, lexed);
+  return kind_of(lexed);
+}
+
+TEST(TsqlStatement, IsKnownByItsFirstWord) {
+  struct Case {
+    const char* text;
+    StatementKind kind;
+  };
+  for (const Case& each : {
+           Case{"select * from T", StatementKind::query},
+           {"INSERT T (A) VALUES (1);", StatementKind::insert},
+           {"INSERT INTO T (A) SELECT A FROM U", StatementKind::insert},
+           {"UPDATE T SET A = (SELECT MAX(A) FROM U)", StatementKind::update},
+           {"DELETE T WHERE A IN (SELECT A FROM U)", StatementKind::remove},
+           {"SELECT A FROM T UNION ALL SELECT A FROM U EXCEPT SELECT 1", StatementKind::query},
+           {"SELECT \"DELETE\", [UPDATE], 'DROP TABLE T; DELETE T' FROM T -- DELETE", StatementKind::query},
+           {"CREATE TABLE T (A int NULL)", StatementKind::definition},
+           {"ALTER TABLE T DROP COLUMN A", StatementKind::definition},
+           {"DROP INDEX T.I", StatementKind::definition},
+           {"CREATE FULLTEXT INDEX ON T (A)", StatementKind::nothing},
+           {"set TRANSACTION ISOLATION LEVEL READ COMMITTED", StatementKind::nothing},
+       })
+    EXPECT_EQ(kind(each.text), each.kind) << each.text;
+}
+
+TEST(TsqlStatement, ThatIsMoreThanOneOrChangesTheSessionIsRefused) {
+  struct Case {
+    const char* text;
+    const char* refusal;
+  };
+  for (const Case& each : {
+           Case{"DELETE T; DELETE T", "More than one statement (character 11)"},
+           {"DELETE T DELETE T", "Incorrect syntax near 'DELETE' (character 10)"},
+           {"SELECT 1 SELECT 2", "Incorrect syntax near 'SELECT' (character 10)"},
+           {"INSERT T SELECT 1 SELECT 2", "Incorrect syntax near 'SELECT' (character 19)"},
+           {"INSERT T EXEC P", "Incorrect syntax near 'EXEC' (character 10)"},
+           {"UPDATE T SET A = 1 SET LANGUAGE German", "Incorrect syntax near 'SET' (character 20)"},
+           {"SELECT * FROM T WHERE A = 1 drop table T", "Incorrect syntax near 'drop' (character 29)"},
+           {"CREATE TABLE T (A int NULL); DROP TABLE U", "More than one statement (character 30)"},
+           {"SET LANGUAGE German", "Incorrect syntax near 'SET' (character 1)"},
+           {"SET TRANSACTION ISOLATION LEVEL READ COMMITTED, 1", "Incorrect syntax near ',' (character 47)"},
+           {"BEGIN TRANSACTION", "Incorrect syntax near 'BEGIN' (character 1)"},
+           {"EXEC P", "Incorrect syntax near 'EXEC' (character 1)"},
+           {"USE master", "Incorrect syntax near 'USE' (character 1)"},
+           {"", "The statement is empty"},
+       }) {
+    const RaisedError failure = failure_of([&] { kind(each.text); });
+    EXPECT_EQ(failure.Number, error_number::kStatementRefused) << each.text;
+    EXPECT_EQ(failure.Description, each.refusal) << each.text;
+  }
+}
+
+TEST(TsqlStatement, ShowsMoreColumnsBehindItsOwn) {
+  const auto with_key = [](const std::string& text) {
+    dialect::LexedStatement lexed;
+    dialect::lex(text, lexed);
+    return with_columns(lexed, ", \"K\"");
+  };
+  EXPECT_EQ(with_key("SELECT A FROM T"), "SELECT A , \"K\" FROM T");
+  EXPECT_EQ(with_key("SELECT (SELECT MAX(A) FROM U) B FROM T WHERE 1=1"),
+            "SELECT (SELECT MAX(A) FROM U) B , \"K\" FROM T WHERE 1=1");
+}
+
+}  // namespace
+}  // namespace mercato::store::odbc
