@@ -148,7 +148,6 @@ void Connection::execute(const std::string& text, const SentValues& values, std:
                          const TableInfo* table, Ending ending) {
   close();
   table_ = table;
-  diagnosis_ = {};
   if (lost_) raise_lost();
   std::u16string units = wide(text);
   bind(values, types);

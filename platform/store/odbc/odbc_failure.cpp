@@ -24,18 +24,6 @@ bool is_one_of(std::int32_t native, std::initializer_list<std::int32_t> numbers)
   return std::ranges::find(numbers, native) != numbers.end();
 }
 
-// What stands in quotes in the engine's words, in their order.
-std::vector<std::string> quoted_in(const std::string& words, char quote) {
-  std::vector<std::string> found;
-  for (std::size_t begin = words.find(quote); begin != std::string::npos;) {
-    const std::size_t end = words.find(quote, begin + 1);
-    if (end == std::string::npos) break;
-    found.push_back(words.substr(begin + 1, end - begin - 1));
-    begin = words.find(quote, end + 1);
-  }
-  return found;
-}
-
 // "store.dbo.PRODUCT" is "PRODUCT".
 std::string last_name(const std::string& name) { return name.substr(name.rfind('.') + 1); }
 
@@ -156,6 +144,17 @@ RaisedError opening_failure(const Diagnosis& given, const std::string& server) {
     advice = "Look at the server's certificate, and at the driver's settings of encryption";
   }
   return of_this_store(told(what + ". " + advice, given.words));
+}
+
+std::vector<std::string> quoted_in(const std::string& words, char quote) {
+  std::vector<std::string> found;
+  for (std::size_t begin = words.find(quote); begin != std::string::npos;) {
+    const std::size_t end = words.find(quote, begin + 1);
+    if (end == std::string::npos) break;
+    found.push_back(words.substr(begin + 1, end - begin - 1));
+    begin = words.find(quote, end + 1);
+  }
+  return found;
 }
 
 std::string words_of_server(std::string_view message) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "mercato/raised_error.h"
 #include "platform/store/row_layout.h"
@@ -27,6 +28,9 @@ RaisedError failure_of_postgresql(const Diagnosis& told, const std::string& serv
 
 // Why a connection could not be opened, and what to do.
 RaisedError opening_failure(const Diagnosis& told, const std::string& server);
+
+// What stands in quotes in the engine's words, in their order.
+std::vector<std::string> quoted_in(const std::string& words, char quote);
 
 // "[Maker][Driver]ERROR: Words;\nDetails" is "Words".
 std::string words_of_server(std::string_view message);

@@ -2,15 +2,17 @@
 #include "platform/store/odbc/odbc_text.h"
 
 #include "mercato/raised_error.h"
+#include "platform/store/failures.h"
 #include "platform/store/odbc/odbc_failure.h"
 #include "values/text.h"
 
 namespace mercato::store::odbc {
 
 std::u16string wide(std::string_view text) {
-  if (!text::is_valid(text))
-    raise(error_number::kStatementRefused, std::string(kFailureSource),
-          "The store refused the statement: a text that is not UTF-8 cannot be kept");
+  if (!text::is_valid(text)) throw Raised(of_this_store(statement_refused("a text that is not UTF-8 cannot be kept")));
+  // Some drivers end a text there.
+  if (text.find('\0') != std::string_view::npos)
+    throw Raised(of_this_store(statement_refused("a text with the character U+0000 cannot be kept")));
   std::u16string units;
   units.reserve(text.size());
   for (std::size_t i = 0; i < text.size();) {

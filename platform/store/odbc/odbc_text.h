@@ -8,7 +8,7 @@
 
 namespace mercato::store::odbc {
 
-// Raises kStatementRefused for what is no UTF-8: no store keeps such a text.
+// Raises kStatementRefused for what is no UTF-8, and for the character U+0000: no server keeps such a text.
 std::u16string wide(std::string_view text);
 
 // Half a character is U+FFFD.

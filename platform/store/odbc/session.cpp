@@ -74,7 +74,14 @@ Execution OdbcSession::run(const dialect::LexedStatement& statement, ExecuteOpti
       break;
   }
   const auto write = [&] { return change(command.texts.front(), command.values, command.types, command.table); };
-  if (!command.gives_key) return {nullptr, write().affected};
+  if (!command.gives_key) {
+    try {
+      return {nullptr, write().affected};
+    } catch (const Raised&) {
+      command.table = has_lost_transaction() ? nullptr : engine_->table_of_refused_key();
+      if (command.table == nullptr) throw;
+    }
+  }
   Change changed;
   as_one([&] {
     engine_->begin_given_keys(*command.table);

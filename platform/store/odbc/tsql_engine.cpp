@@ -74,6 +74,12 @@ class TsqlEngine final : public Engine {
       command.texts = {std::string(statement.text)};
     return command;
   }
+  const TableInfo* table_of_refused_key() override {
+    constexpr std::int32_t kKeyIsAssigned = 544;
+    if (connection_.diagnosis().native != kKeyIsAssigned) return nullptr;
+    const std::vector<std::string> names = quoted_in(connection_.diagnosis().words, '\'');
+    return names.empty() ? nullptr : tables_.find(names.front());
+  }
   void define(const Command& definition) override { connection_.control(definition.texts.front()); }
 
   IdentityColumns identity_of(const TableInfo& table) const override {

@@ -32,6 +32,12 @@ TEST(OdbcText, ThatIsHalfACharacterIsTheMarkForOne) {
   EXPECT_EQ(narrow(u"\xD800\xD800\xDC00"), "\uFFFD\U00010000");
 }
 
+TEST(OdbcText, ThatHasAZeroInItIsRefused) {
+  const RaisedError failure = mercato::test::failure_of([] { wide(std::string_view("a\0b", 3)); });
+  EXPECT_EQ(failure.Number, error_number::kStatementRefused);
+  EXPECT_EQ(failure.Description, "The store refused the statement: a text with the character U+0000 cannot be kept");
+}
+
 TEST(OdbcText, ThatIsNoUtf8IsRefused) {
   const RaisedError failure = mercato::test::failure_of([] { wide("a\xC3"); });
   EXPECT_EQ(failure.Number, error_number::kStatementRefused);
