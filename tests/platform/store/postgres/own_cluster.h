@@ -48,6 +48,22 @@ class OwnCluster {
     static OwnCluster cluster;
     return cluster;
   }
+  // One more. `kind`: nothing, or on-disk for settings as for real work.
+  explicit OwnCluster(const std::string& kind = {}) {
+    try {
+      script("start " + link() + " " + std::to_string(::getpid()) + " " + kind);
+    } catch (const std::runtime_error& failure) {
+      missing_ = failure.what();
+      return;
+    }
+    folder_ = std::filesystem::read_symlink(link());
+    // Free a moment ago; the tests of several programs may run side by side.
+    static int started = 0;
+    port_ = 20000 + (static_cast<int>(::getpid()) + 7919 * started++) % 20000;
+    shell("printf \"listen_addresses = '127.0.0.1'\\nport = " + std::to_string(port_) +
+          "\\ndeadlock_timeout = 100ms\\n\" >> postgresql.conf");
+    control("restart");
+  }
   OwnCluster(const OwnCluster&) = delete;
   OwnCluster& operator=(const OwnCluster&) = delete;
   ~OwnCluster() {
@@ -87,21 +103,6 @@ class OwnCluster {
   }
 
  private:
-  OwnCluster() {
-    try {
-      script("start " + link() + " " + std::to_string(::getpid()));
-    } catch (const std::runtime_error& failure) {
-      missing_ = failure.what();
-      return;
-    }
-    folder_ = std::filesystem::read_symlink(link());
-    // Free a moment ago; the tests of several programs may run side by side.
-    port_ = 20000 + static_cast<int>(::getpid()) % 20000;
-    shell("printf \"listen_addresses = '127.0.0.1'\\nport = " + std::to_string(port_) +
-          "\\ndeadlock_timeout = 100ms\\n\" >> postgresql.conf");
-    control("restart");
-  }
-
   std::string link() const { return link_folder_ / "cluster"; }
   static std::string script(const std::string& arguments) {
     FILE* const pipe =
