@@ -227,6 +227,12 @@ void StatementResolver::resolve(const InsertQuery& rows) {
 
 void StatementResolver::resolve(Assignment& assignment) {
   const Column* const column = assignment.target->column;
+  for (const Assignment* const other : tree_.assignments) {
+    if (column == nullptr || other == &assignment) break;
+    if (other->target->column == column)
+      refuse("The column name '" + std::string(assignment.target->name) +
+             "' is specified more than once in the SET clause");
+  }
   assignment.value = stored(assignment.value, column != nullptr ? *column : unknown_column(), assignment.followed_by);
 }
 

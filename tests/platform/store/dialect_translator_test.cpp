@@ -232,6 +232,8 @@ TEST_F(DialectTranslator, RowsAreInsertedInEveryForm) {
        "The select list for the INSERT statement has another number of items than the insert list"},
       {"INSERT INTO KINDS (KIND, kind) VALUES (1, 2)",
        "The column name 'kind' is specified more than once in the column list of an INSERT"},
+      {"UPDATE KINDS SET LABEL = 'a', KIND = 1, label = 'b'",
+       "The column name 'label' is specified more than once in the SET clause"},
       {"INSERT INTO KINDS (NOSUCH) VALUES (1)", "Invalid column name 'NOSUCH'"},
       {"INSERT INTO KINDS (KIND) VALUES (LABEL)", "Invalid column name 'LABEL'"},
   });
