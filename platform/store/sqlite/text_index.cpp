@@ -115,7 +115,10 @@ std::vector<std::string> create_text_index_sql(const dialect::Definition& defini
   return {
       "CREATE VIRTUAL TABLE " + index + " USING fts5(" + columns + ", content=" + table +
           ", content_rowid=_rowid_, detail=none, columnsize=0, tokenize=" + std::string(kTokenizer) + ")",
+      // Parts of the index are put together rarely, which makes writing cheaper; at first it is one part.
+      "INSERT INTO " + index + "(" + index + ", rank) VALUES('automerge', 16)",
       "INSERT INTO " + index + "(" + index + ") VALUES('rebuild')",
+      "INSERT INTO " + index + "(" + index + ") VALUES('optimize')",
       "CREATE TABLE " + changed + " (\"changed row\" INTEGER PRIMARY KEY, \"is indexed\", " + columns + ")",
       trigger(" after insert", "INSERT ON " + table,
               "INSERT INTO " + changed + "(\"changed row\", \"is indexed\") SELECT new._rowid_, 0 WHERE true " +

@@ -23,7 +23,7 @@ int create(void* /*context*/, const char** /*arguments*/, int /*count*/, Fts5Tok
 void destroy(Fts5Tokenizer* /*tokenizer*/) {}
 
 // FTS5 finds what it has in memory by a sum over the bytes that is nearly the same for most trigrams of letters and
-// digits. Two more bytes, made of them, tell them apart, and make a write a third cheaper.
+// digits. Two more bytes, made of them, tell them apart.
 class Token {
  public:
   explicit Token(std::string_view trigram) : size_(trigram.copy(bytes_.data(), bytes_.size() - 2)) {
