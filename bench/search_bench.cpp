@@ -238,7 +238,9 @@ class SearchBench {
   void report(const std::string& label, std::vector<Found> found, bool only_few_hits) {
     if (only_few_hits) std::erase_if(found, [](const Found& each) { return each.hits > 1'000; });
     figures_.add(label + "terms", static_cast<double>(found.size()), "");
-    for (const auto& [name, figure] : {std::pair{"count", &Found::count}, std::pair{"first", &Found::first}}) {
+    for (const auto& kind : {std::pair{"count", &Found::count}, std::pair{"first", &Found::first}}) {
+      const std::string name = kind.first;
+      const auto figure = kind.second;
       std::ranges::sort(found, {}, figure);
       const auto at = [&](double share) {
         return 1e3 * found[static_cast<std::size_t>(share * static_cast<double>(found.size() - 1))].*figure;

@@ -21,12 +21,11 @@
 namespace mercato::exchange {
 namespace {
 
-constexpr std::string_view kDigits = "0123456789";
 // DOS ends a text with this character; the tables of ICU for its code pages make it the other.
 constexpr char kEndOfDos = '\x1A';
 constexpr char kEndOfDosInIcu = '\x1C';
 
-bool is_number(std::string_view text) { return !text.empty() && text.find_first_not_of(kDigits) == text.npos; }
+bool is_number(std::string_view text) { return !text.empty() && text.find_first_not_of("0123456789") == text.npos; }
 bool is_nothing(std::string_view number) { return number.find_first_not_of('0') == number.npos; }
 
 // The fields of a record, without blanks around them. One beyond the last is empty.

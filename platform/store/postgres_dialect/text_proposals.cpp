@@ -29,9 +29,7 @@ WHERE c.oid = to_regclass(quote_ident($1)))";
 // What grows is looked at anew.
 constexpr std::chrono::minutes kFresh{1};
 
-double number_of(const std::optional<std::string>& digits) {
-  return std::strtod(digits.value_or("0").c_str(), nullptr);
-}
+double real_of(const std::optional<std::string>& digits) { return std::strtod(digits.value_or("0").c_str(), nullptr); }
 
 }  // namespace
 
@@ -42,8 +40,8 @@ const TextProposals::Statistics& TextProposals::statistics_of(const std::string&
   if (!is_new && now - statistics.read < kFresh) return statistics;
   statistics = {.rows = 0, .shares = {}, .read = now};
   for (const SentValues& row : server_.rows(kStatistics, {table})) {
-    statistics.rows = number_of(row[0]);
-    if (row[1]) statistics.shares.emplace(*row[1], number_of(row[2]));
+    statistics.rows = real_of(row[0]);
+    if (row[1]) statistics.shares.emplace(*row[1], real_of(row[2]));
   }
   return statistics;
 }

@@ -17,8 +17,6 @@ using dialect::quoted_name;
 // With so many changed rows at a commit the index takes them in. Each search proposes those that it has not taken.
 constexpr std::int64_t kMostChanged = 1000;
 
-constexpr dialect::MatchWords kFts5Words{'"', " AND ", " OR "};
-
 std::string name_of(std::string_view table) { return std::string(kTextIndexPrefix).append(table); }
 std::string index_of(std::string_view table) { return quoted_name(name_of(table)); }
 std::string changed_of(std::string_view table) { return quoted_name(name_of(table) + " changed rows"); }
@@ -177,7 +175,7 @@ void TextIndexes::walk(sqlite3_stmt* statement, Take take) {
 }
 
 std::vector<std::int64_t> TextIndexes::find(const TableInfo& table, const dialect::TextMatch& match, std::size_t most) {
-  const std::string query = dialect::written(match, kFts5Words);
+  const std::string query = dialect::written(match, kMatchWords);
   sqlite3_stmt* const statement = searches_in(table).find.get();
   sqlite3_bind_text64(statement, 1, query.data(), query.size(), SQLITE_STATIC, SQLITE_UTF8);
   sqlite3_bind_int64(statement, 2, static_cast<std::int64_t>(most));

@@ -23,6 +23,9 @@
 
 namespace mercato::store::sqlite {
 
+// How FTS5 wants a query written.
+inline constexpr dialect::MatchWords kMatchWords{'"', " AND ", " OR "};
+
 inline constexpr std::string_view kTextIndexPrefix = "text index of ";
 // The tables of a store that are its own, in sqlite_schema.
 inline constexpr std::string_view kIsTable =

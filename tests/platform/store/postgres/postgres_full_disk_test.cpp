@@ -146,11 +146,9 @@ TEST(PostgresStandby, AnswersQuestionsAndSaysOfAWriteWhereItHasToGo) {
   const std::string said = "The server '" + cluster.folder() +
                            "' (database 'd') takes no changes from this user, or is a copy. Connect to one that takes "
                            "them (cannot execute ";
-  for (const auto& [statement, command] : {std::pair{"INSERT INTO T (ID) VALUES (2)", "INSERT"},
-                                           {"UPDATE T SET NAME = 'nut'", "UPDATE"},
-                                           {"DELETE FROM T", "DELETE"}})
+  for (const std::string statement : {"INSERT INTO T (ID) VALUES (2)", "UPDATE T SET NAME = 'nut'", "DELETE FROM T"})
     EXPECT_EQ(failure_of([&] { run(*session, statement); }).Description,
-              said + command + " in a read-only transaction)");
+              said + statement.substr(0, 6) + " in a read-only transaction)");
   const RaisedError defined = failure_of([&] { run(*session, "CREATE TABLE N (ID int NULL)"); });
   EXPECT_TRUE(defined.Description.starts_with(said.substr(0, said.find("(cannot")))) << defined.Description;
   const RaisedError created = failure_of([&] { create_tables(cluster.store("d")); });

@@ -11,36 +11,36 @@
 namespace mercato::store::postgres {
 namespace {
 
-struct Case {
+struct KeyCase {
   const char* text;
   const char* made;
 };
 
 // The bytes count: the server makes the same ones.
 TEST(TextKey, IsTheOneFormOfAllTextsThatAreTheSame) {
-  for (const Case& each : {Case{"", ""},
-                           {"  ", ""},
-                           {"Bolt M8  ", "bolt m8"},
-                           {"  Bolt", "  bolt"},
-                           {"Bolt\t", "bolt\t"},
-                           {"Bolt\u00A0", "bolt\u00A0"},
-                           {"MÜLLER", "müller"},
-                           {"MU\u0308LLER", "m\u00FCller"},
-                           {"Straße", "straße"},
-                           {"STRAẞE", "straße"},
-                           {"ΑΣΣ", "ασσ"},
-                           {"ας", "ασ"},
-                           {"5 \u00B5m", "5 \u03BCm"},
-                           {"\u1E69", "\u1E69"},
-                           {"S\u0307\u0323", "\u1E69"},
-                           {"\u0130", "i\u0307"},
-                           {"ſ", "ſ"},
-                           {"\u1FBC", "\u1FB3"},
-                           {"Ꭰꭰ", "ᎠᎠ"},
-                           {"ﬁ", "ﬁ"},
-                           {"b\u200Bob", "b\u200Bob"},
-                           {"각\u11A7", "각\u11A7"},
-                           {"\U00010400", "\U00010428"}})
+  for (const KeyCase& each : {KeyCase{"", ""},
+                              {"  ", ""},
+                              {"Bolt M8  ", "bolt m8"},
+                              {"  Bolt", "  bolt"},
+                              {"Bolt\t", "bolt\t"},
+                              {"Bolt\u00A0", "bolt\u00A0"},
+                              {"MÜLLER", "müller"},
+                              {"MU\u0308LLER", "m\u00FCller"},
+                              {"Straße", "straße"},
+                              {"STRAẞE", "straße"},
+                              {"ΑΣΣ", "ασσ"},
+                              {"ας", "ασ"},
+                              {"5 \u00B5m", "5 \u03BCm"},
+                              {"\u1E69", "\u1E69"},
+                              {"S\u0307\u0323", "\u1E69"},
+                              {"\u0130", "i\u0307"},
+                              {"ſ", "ſ"},
+                              {"\u1FBC", "\u1FB3"},
+                              {"Ꭰꭰ", "ᎠᎠ"},
+                              {"ﬁ", "ﬁ"},
+                              {"b\u200Bob", "b\u200Bob"},
+                              {"각\u11A7", "각\u11A7"},
+                              {"\U00010400", "\U00010428"}})
     EXPECT_EQ(key(each.text), each.made) << each.text;
 }
 

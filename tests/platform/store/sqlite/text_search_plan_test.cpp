@@ -2,7 +2,8 @@
 // How a query with patterns is written down for SQLite when the text index has proposed rows.
 #include <gtest/gtest.h>
 
-#include "platform/store/sqlite/text_search.h"
+#include "platform/store/dialect/text_search.h"
+#include "platform/store/sqlite/text_index.h"
 #include "tests/platform/store/dialect_store.h"
 
 namespace mercato::store::dialect::test {
@@ -16,18 +17,20 @@ class TextSearchPlans : public testing::Test {
     store_.run("CREATE TABLE NODE (ID int NOT NULL, CATALOG int)");
     store_.run("CREATE FULLTEXT INDEX ON PART (NO, NAME)");
   }
-  sqlite::Translation translated(const std::string& statement, sqlite::UsedSearches used) {
+  sqlite::Translation translated(const std::string& statement, UsedSearches used) {
     text_ = statement;
     lex(text_, lexed_);
     return sqlite::translate(lexed_, store_, false, used);
   }
-  std::string sql(const std::string& statement, sqlite::UsedSearches used = 1) {
+  std::string sql(const std::string& statement, UsedSearches used = 1) {
     return translated(statement, used).statements.front();
   }
   // What FTS5 is asked for the condition; of each trigram the tokenizer makes one token.
   std::string match(const std::string& condition) {
     const sqlite::Translation found = translated("SELECT ID FROM PART WHERE " + condition, 0);
-    return found.searches.size() != 1 ? "no search" : sqlite::match_of(found.searches.front().condition, lexed_);
+    if (found.searches.size() != 1) return "no search";
+    const auto match = match_of(found.searches.front().condition, lexed_);
+    return match ? written(*match, sqlite::kMatchWords) : "";
   }
 
   DialectStore store_;
