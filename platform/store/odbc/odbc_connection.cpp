@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <chrono>
 #include <new>
 #include <optional>
@@ -21,7 +22,7 @@ namespace {
 static_assert(sizeof(SQLWCHAR) == sizeof(char16_t), "the manager's wide characters are UTF-16");
 
 // What the manager takes and gives as numbers and wide characters comes as pointers of other types.
-SQLPOINTER number(SQLULEN value) { return reinterpret_cast<SQLPOINTER>(value); }
+SQLPOINTER number(SQLULEN value) { return std::bit_cast<SQLPOINTER>(value); }
 SQLWCHAR* units_of(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.data()); }
 
 // The library's own properties, those of other providers' creation included; everything else is the manager's.
