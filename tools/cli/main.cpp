@@ -16,6 +16,7 @@
 #include "mercato/table_creation.h"
 #include "mercato/version.h"
 #include "platform/store/driver.h"
+#include "platform/store/hidden_passwords.h"
 #include "platform/store/session_pool.h"
 #include "platform/store/statement_observer.h"
 #include "tools/cli/commands.h"
@@ -230,9 +231,10 @@ std::optional<std::int32_t> version_of_tables() {
 
 int report(const RaisedError& error, const CommandLine& line) {
   const auto version = misses_a_definition(error) ? version_of_tables() : std::nullopt;
-  std::cerr << alarming("mercato: ") << shown(sentence(error, version), 2000) << '\n';
+  std::cerr << alarming("mercato: ") << shown(store::without_passwords(sentence(error, version)), 2000) << '\n';
   if (line.output.trace)
-    std::cerr << "Number " << error.Number << ", source " << error.Source << ":\n" << error.Description << '\n';
+    std::cerr << "Number " << error.Number << ", source " << error.Source << ":\n"
+              << store::without_passwords(error.Description) << '\n';
   return kFailed;
 }
 
@@ -241,7 +243,7 @@ int run(CommandLine& line) {
   try {
     apply_settings(line.store);
   } catch (const Raised& raised) {
-    std::cerr << "mercato: " << sentence(raised.error()) << '\n';
+    std::cerr << "mercato: " << store::without_passwords(sentence(raised.error())) << '\n';
     return kUsage;
   }
   DllRegisterServer();
@@ -267,14 +269,14 @@ int run(CommandLine& line) {
 
 // What is wrong with a command line, in a sentence that names the command as far as it was understood.
 std::string fault_of(const CLI::App& app, const CLI::ParseError& error) {
-  if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) return error.what();
+  if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) return store::without_passwords(error.what());
   const CLI::App* command = &app;
   std::string words = app.get_name();
   while (!command->get_subcommands().empty()) {
     command = command->get_subcommands().front();
     words += " " + command->get_name();
   }
-  const std::string extra = app.remaining(true).front();
+  const std::string extra = store::without_passwords(app.remaining(true).front());
   if (extra.starts_with("-")) return "`" + words + "` has no option " + extra;
   if (!command->get_subcommands(nullptr).empty()) return "There is no command `" + words + " " + extra + "`";
   return "'" + extra + "' is more than `" + words + "` takes";

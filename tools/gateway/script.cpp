@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "mercato/clock.h"
+#include "platform/store/hidden_passwords.h"
 
 namespace mercato::gateway {
 
@@ -89,7 +90,10 @@ Json Script::calls(const Params& params) {
 }
 
 bool Script::on_call(const ClassTable& table, const MethodInfo& method, std::span<Variant> arguments, Variant& result) {
-  calls_[&table].push_back({{"method", method.name}, {"args", list(arguments)}});
+  Json args = list(arguments);
+  for (Json& text : args)
+    if (text.is_string()) text = store::without_passwords(text.get<std::string>());
+  calls_[&table].push_back({{"method", method.name}, {"args", std::move(args)}});
   Stub* const stub = matching_stub(method, arguments);
   if (!stub) return false;
   if (stub->failure.Number != 0) raise(stub->failure.Number, stub->failure.Source, stub->failure.Description);

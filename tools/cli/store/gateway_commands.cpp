@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <iostream>
 
+#include "platform/store/hidden_passwords.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
 #include "tools/gateway/describe.h"
@@ -19,7 +20,9 @@ gateway::JsonInput argument_from(const std::string& text) {
 }
 
 int report(const gateway::RpcError& error) {
-  std::cerr << gateway::line_of(error.to_json()) << '\n';
+  gateway::Json told = error.to_json();
+  told["message"] = store::without_passwords(told.at("message").get<std::string>());
+  std::cerr << gateway::line_of(told) << '\n';
   return kFailed;
 }
 
