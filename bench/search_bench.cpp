@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// search_bench [-f FIGURES] [-s STORE]
+// search_bench [-f FIGURES] [-s STORE] [TERMS]
 //
-// Searches for 1,000 terms among a million products, next to reading the table; what the text index costs an upload, how
+// Searches for 1,000 terms, or so many, among a million products, next to reading the table; what the text index costs an upload, how
 // large it is and how long it takes to build. STORE is made when it is not there, and kept.
 #include <time.h>
 
@@ -37,7 +37,6 @@ namespace fs = std::filesystem;
 
 constexpr std::int32_t kProducts = 1'000'000;
 constexpr std::int32_t kCategories = 2'000;
-constexpr std::size_t kTerms = 1'000;
 constexpr const char* kDefinition =
     "CREATE FULLTEXT INDEX ON PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, BUYFROMPARTNUMBER, MFRPARTNUMBER)";
 constexpr const char* kDrop = "DROP FULLTEXT INDEX ON PRODUCT";
@@ -138,14 +137,14 @@ void fill(const fs::path& path, const Components& components) {
 }
 
 // Pieces of the numbers and descriptions in the store, and a few that are in none.
-std::vector<std::string> random_terms(const fs::path& path) {
+std::vector<std::string> random_terms(const fs::path& path, std::size_t count) {
   BareStore store(path);
   const BareStatement product =
       store.prepare("SELECT PARTNUMBER, BUYFROMPARTNUMBER, PRODUCTDESCRIPTION FROM PRODUCT WHERE PRODUCTID = ?1");
   std::mt19937 numbers(20260721);
   const auto below = [&](std::size_t limit) { return static_cast<std::size_t>(numbers() % limit); };
   std::vector<std::string> terms;
-  while (terms.size() < kTerms) {
+  while (terms.size() < count) {
     sqlite3_bind_int(product.get(), 1, static_cast<int>(1 + below(kProducts)));
     if (sqlite3_step(product.get()) != SQLITE_ROW) store.fail("reading a product");
     // Half of them out of a description.
@@ -166,7 +165,8 @@ std::vector<std::string> random_terms(const fs::path& path) {
 
 class SearchBench {
  public:
-  SearchBench(fs::path store, Figures& figures) : store_(std::move(store)), figures_(figures) {}
+  SearchBench(fs::path store, std::size_t terms, Figures& figures)
+      : store_(std::move(store)), terms_(terms), figures_(figures) {}
 
   void run() {
     if (!fs::exists(store_)) in_child_process([&] { return fill(store_, Components()), true; });
@@ -209,8 +209,8 @@ class SearchBench {
   void search() {
     use_store(store_, fs::temp_directory_path());
     const Root<Product> product;
-    const std::vector<std::string> terms = random_terms(store_);
-    for (std::size_t i = 0; i < 100; ++i) look_for(product, terms[i]);  // warm
+    const std::vector<std::string> terms = random_terms(store_, terms_);
+    for (std::size_t i = 0; i < std::min<std::size_t>(terms.size(), 20); ++i) look_for(product, terms[i]);  // warm
     const double memory = memory_bytes("VmRSS");
     std::vector<Found> found;
     for (const std::string& term : terms) found.push_back(look_for(product, term));
@@ -255,12 +255,12 @@ class SearchBench {
   // The terms with the most hits are those that an index could make slower.
   void compare_with_reading(const Root<Product>& product, const std::vector<std::string>& terms,
                             const std::vector<Found>& found) {
-    constexpr std::size_t kCompared = 20;
+    const std::size_t compared = std::min<std::size_t>(terms.size(), 20);
     std::vector<std::size_t> places(terms.size());
     std::iota(places.begin(), places.end(), std::size_t{0});
     std::ranges::sort(places, std::greater<>(), [&](std::size_t place) { return found[place].hits; });
     double worst = 0, reading = 0;
-    for (std::size_t i = 0; i < kCompared; ++i) {
+    for (std::size_t i = 0; i < compared; ++i) {
       const std::string& term = terms[places[i]];
       const double read = std::min(read_count(term), read_count(term));
       const double searched = std::min(look_for(product, term).count, look_for(product, term).count);
@@ -268,7 +268,7 @@ class SearchBench {
       reading += read;
     }
     figures_.add("search, most hits: count : by reading, worst", worst, "x", at_most(1.1));
-    figures_.add("search, most hits: count by reading, mean", 1e3 * reading / kCompared, "ms");
+    figures_.add("search, most hits: count by reading, mean", 1e3 * reading / static_cast<double>(compared), "ms");
   }
 
   // The statement of the count as the engine reads it without a text index.
@@ -339,6 +339,7 @@ class SearchBench {
   }
 
   const fs::path store_;
+  const std::size_t terms_;
   Figures& figures_;
   std::optional<BareStore> bare_;
 };
@@ -350,7 +351,8 @@ int main(int argc, char** argv) {
   using namespace mercato::bench;
   return run_program(argc, argv, 's', [](const Arguments& arguments, Figures& figures) {
     const TemporaryFolder folder;
-    SearchBench(arguments.own.empty() ? folder.path() / "store.db" : std::filesystem::path(arguments.own), figures)
-        .run();
+    const std::filesystem::path store =
+        arguments.own.empty() ? folder.path() / "store.db" : std::filesystem::path(arguments.own);
+    SearchBench(store, arguments.sizes_or({1'000}).front(), figures).run();
   });
 }
