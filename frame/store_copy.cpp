@@ -56,6 +56,17 @@ Sql all_columns(const store::TableInfo& table) {
   return sql << " FROM " << name(table.name);
 }
 
+Sql text_index_of(const store::TableInfo& table) {
+  Sql sql = Sql("CREATE FULLTEXT INDEX ON ") << name(table.name) << " (";
+  bool is_first = true;
+  for (const store::Column& column : table.columns) {
+    if (!column.in_text_index) continue;
+    if (!std::exchange(is_first, false)) sql << ", ";
+    sql << name("[" + column.name + "]");
+  }
+  return sql << ")";
+}
+
 // Takes in the bytes of a row's values; two rows with the same values end with the same number on every engine.
 class RowHash {
  public:
@@ -206,6 +217,8 @@ class Copy {
       refuse("Another copy into '" + done_.to + "' is under way. Wait until it is done");
     }
     target_->execute(Sql("DELETE FROM ") << name(table.name));
+    // Built of all rows at once it costs a part of what it costs row by row.
+    if (table.has_text_index()) target_->execute(Sql("DROP FULLTEXT INDEX ON ") << name(table.name));
     const store::Execution query = source_->execute(all_columns(table));
     std::vector<std::vector<Variant>> batch;
     std::size_t bytes = 0;
@@ -223,6 +236,7 @@ class Copy {
       if (batch.size() == kBatchRows || bytes >= kBatchBytes) write_batch();
     }
     if (!batch.empty()) write_batch();
+    if (table.has_text_index()) target_->execute(text_index_of(table));
     target_->commit();
   }
 
