@@ -77,6 +77,12 @@ class Engine {
   virtual void look_at_tables() = 0;
   virtual KnownTables& tables() = 0;
   virtual bool has_index(std::string_view table, std::string_view name) = 0;
+  virtual bool has_text_indexes() const { return false; }
+  // What Session::propose says, of a store that has text indexes.
+  virtual std::vector<std::int64_t> propose(const TableInfo& /*table*/, std::span<const std::string> /*words*/,
+                                            std::size_t /*most*/) {
+    return {};
+  }
 
   virtual Command command(const dialect::LexedStatement& statement, bool identified) = 0;
   // The table whose assigned key the server did not let a statement name, after the failure that the connection told of;

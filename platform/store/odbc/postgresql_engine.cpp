@@ -12,6 +12,7 @@
 #include "platform/store/postgres_dialect/postgres_values.h"
 #include "platform/store/postgres_dialect/row_texts.h"
 #include "platform/store/postgres_dialect/server_failure.h"
+#include "platform/store/postgres_dialect/text_proposals.h"
 
 namespace mercato::store::odbc {
 namespace {
@@ -77,12 +78,20 @@ class PostgresqlEngine final : public Engine {
   }
   KnownTables& tables() override { return tables_; }
   bool has_index(std::string_view table, std::string_view name) override { return tables_.has_index(table, name); }
+  bool has_text_indexes() const override { return true; }
+  std::vector<std::int64_t> propose(const TableInfo& table, std::span<const std::string> words,
+                                    std::size_t most) override {
+    return text_proposals_.keys(table, words, most);
+  }
 
   Command command(const dialect::LexedStatement& statement, bool identified) override {
     postgres::Translation translation = postgres::translate(statement, tables_, identified, Markers::by_place);
+    const postgres::Proposals proposals = text_proposals_.for_statement(translation.searches, statement);
+    if (proposals.used != 0)
+      translation = postgres::translate(statement, tables_, identified, Markers::by_place, proposals.used);
     Command command;
     command.kind = translation.common.kind;
-    postgres::bind_literals(translation.bindings, statement, command.values);
+    postgres::bind_literals(translation.bindings, statement, command.values, proposals.matches);
     for (const postgres::Binding& binding : translation.bindings) command.types.push_back(binding.type);
     command.texts = std::move(translation.common.statements);
     if (command.kind == dialect::StatementKind::query)
@@ -136,6 +145,7 @@ class PostgresqlEngine final : public Engine {
   const bool& in_transaction_;
   Server server_;
   postgres::Tables tables_{server_};
+  postgres::TextProposals text_proposals_{server_};
 };
 
 }  // namespace

@@ -227,6 +227,12 @@ bool OdbcSession::has_index(std::string_view table, std::string_view name) {
   return engine_->has_index(table, name);
 }
 
+std::vector<std::int64_t> OdbcSession::propose(const TableInfo& table, std::span<const std::string> words,
+                                               std::size_t most) {
+  leave_query();
+  return engine_->propose(table, words, most);
+}
+
 RowIdentity OdbcSession::insert(const TableInfo& table, std::span<const std::size_t> columns,
                                 std::span<const Variant> values) {
   leave_query();

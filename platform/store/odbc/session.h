@@ -26,6 +26,7 @@ class OdbcSession final : public Session {
 
   const TableInfo* table(std::string_view name) override;
   bool has_index(std::string_view table, std::string_view name) override;
+  bool has_text_indexes() override { return engine_->has_text_indexes(); }
   void start_transaction() override { in_transaction_ = true; }
   void begin_run() override {}
   void flush_run() override {}
@@ -37,6 +38,8 @@ class OdbcSession final : public Session {
  protected:
   bool end_use() noexcept override;
   Execution run(const dialect::LexedStatement& statement, ExecuteOptions options) override;
+  std::vector<std::int64_t> propose(const TableInfo& table, std::span<const std::string> words,
+                                    std::size_t most) override;
   RowIdentity insert(const TableInfo& table, std::span<const std::size_t> columns,
                      std::span<const Variant> values) override;
   void update(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
