@@ -40,6 +40,7 @@ StoreDescription describe_store(PostgresServer& server, const std::string& addre
   description.version = place[0].value_or("");
   description.place = address + ", database " + place[1].value_or("") + ", schema " + place[2].value_or("");
   description.collation = place[3].value_or("");
+  description.text_search = "GIN, trigrams";
   for (const SentValues& row : server.rows(kLackingRights)) description.lacking_rights.push_back(row[0].value_or(""));
   for (const SentValues& row : server.rows(kTables)) {
     description.tables.push_back(row[0].value_or(""));

@@ -13,6 +13,7 @@
 #include "platform/store/postgres_dialect/postgres_printer.h"
 #include "platform/store/postgres_dialect/postgres_tables.h"
 #include "platform/store/postgres_dialect/postgres_values.h"
+#include "platform/store/postgres_dialect/text_proposals.h"
 
 namespace mercato::store::postgres::test {
 
@@ -41,13 +42,19 @@ class DialectOnServer {
     return {};
   }
 
+  // What text indexes are asked for a statement, by the server's statistics.
+  Proposals proposals_for(const std::string& statement) {
+    dialect::lex(statement, lexed_);
+    return text_proposals_.for_statement(translate(lexed_, tables_, false).searches, lexed_);
+  }
+
   // The server's way for a statement, whatever its values are. `settings`: what the planner is told before.
   std::string plan_of(const std::string& statement, const std::string& settings = {}) {
-    dialect::lex(statement, lexed_);
-    const Translation translation = translate(lexed_, tables_, false);
+    const Proposals proposals = proposals_for(statement);
+    const Translation translation = translate(lexed_, tables_, false, Markers::numbered, proposals.used);
     if (translation.common.statements.empty()) return {};
     SentValues values;
-    bind_literals(translation.bindings, lexed_, values);
+    bind_literals(translation.bindings, lexed_, values, proposals.matches);
     connection_.send("SET plan_cache_mode = force_generic_plan");
     connection_.send("DEALLOCATE ALL");
     for (const std::string_view setting : dialect::split_script(settings))
@@ -89,6 +96,7 @@ class DialectOnServer {
 
   Connection connection_;
   Tables tables_{connection_};
+  TextProposals text_proposals_{connection_};
   dialect::LexedStatement lexed_;
 };
 

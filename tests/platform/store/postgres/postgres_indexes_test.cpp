@@ -112,5 +112,45 @@ TEST_F(PostgresIndexes, ServeTextsHoweverTheyAreAskedFor) {
   EXPECT_EQ(step("SELECT PARTNUMBER, COUNT(*) FROM PRODUCT GROUP BY PARTNUMBER", "Index Scan", no_sorting), over);
 }
 
+constexpr const char* kPatterns =
+    " WHERE (PRODUCTDESCRIPTION LIKE '%321%' OR PARTNUMBER LIKE '%321%' OR BUYFROMPARTNUMBER LIKE '%321%') AND ";
+constexpr const char* kJoined =
+    "FROM PRODUCTSBYCATEGORY INNER JOIN PRODUCT ON PRODUCTSBYCATEGORY.PRODUCTID = PRODUCT.PRODUCTID INNER JOIN "
+    "PRODUCTCATEGORY ON PRODUCTSBYCATEGORY.CATEGORYID = PRODUCTCATEGORY.CATEGORYID INNER JOIN CATALOGNODE ON "
+    "PRODUCTCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID";
+
+TEST_F(PostgresIndexes, ProposeTheRowsThatASearchBeginsWith) {
+  const std::string patterns = std::string(kPatterns) + "PRODUCT.DISABLED = 0";
+  for (const std::string& statement :
+       {"SELECT DISTINCT TOP 1 PRODUCTSBYCATEGORY.PRODUCTID " + std::string(kJoined) + patterns,
+        "SELECT COUNT(DISTINCT PRODUCTSBYCATEGORY.PRODUCTID) As CNT " + std::string(kJoined) + patterns,
+        "SELECT DISTINCT TOP 20 PRODUCTSBYCATEGORY.PRODUCTID, PARTNUMBER " + std::string(kJoined) +
+            " WHERE PARTNUMBER LIKE '%321%' AND PRODUCT.DISABLED = 0 AND CATALOGNODE.CATALOGID IN (1, 2)",
+        "SELECT COUNT(DISTINCT PRODUCTID) As CNT FROM PRODUCT" + std::string(kPatterns) + "STOCKITEM = 1"}) {
+    const std::string plan = server_->plan_of(statement);
+    EXPECT_NE(plan.find("Bitmap Index Scan on \"text index of PRODUCT\""), std::string::npos) << statement << "\n"
+                                                                                              << plan;
+    EXPECT_NE(plan.find("Tid Scan on \"PRODUCT\""), std::string::npos) << statement << "\n" << plan;
+    EXPECT_EQ(plan.find("Seq Scan on \"PRODUCT\""), std::string::npos) << statement << "\n" << plan;
+    EXPECT_EQ(plan.find("Seq Scan on \"PRODUCTSBYCATEGORY\""), std::string::npos) << statement << "\n" << plan;
+    EXPECT_EQ(plan.find("Gather"), std::string::npos) << statement << "\n" << plan;
+  }
+}
+
+// Every second description holds a word.
+TEST_F(PostgresIndexes, ProposeNothingWhereReadingIsFaster) {
+  as_owner("UPDATE \"PRODUCT\" SET \"PRODUCTDESCRIPTION\" = 'steel' WHERE \"PRODUCTID\" % 2 = 0; ANALYZE \"PRODUCT\";");
+  const auto asks = [this](const std::string& statement) { return server_->proposals_for(statement).used != 0; };
+  const std::string select = "SELECT PRODUCTID FROM PRODUCT WHERE PRODUCTDESCRIPTION LIKE ";
+  EXPECT_TRUE(asks(select + "'%copper%'"));
+  EXPECT_FALSE(asks(select + "'%steel%'"));
+  EXPECT_TRUE(asks(select + "'%steel%copper%'"));
+  EXPECT_TRUE(asks(select + "'%steel%' AND PARTNUMBER LIKE '%copper%'"));
+  EXPECT_FALSE(asks(select + "'%steel%' OR PARTNUMBER LIKE '%copper%'"));
+  EXPECT_FALSE(asks(select + "'%co%'"));
+  EXPECT_FALSE(asks(select + "'copper%'"));
+  EXPECT_FALSE(asks(select + "'%copper%' AND PRODUCTID = 5"));
+}
+
 }  // namespace
 }  // namespace mercato::store::postgres::test
