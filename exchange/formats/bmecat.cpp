@@ -90,7 +90,7 @@ Period period_of(const XmlElement& element, std::string_view kind) {
 
 // A tax is written as a share, 0.19; some write the percentage.
 std::string percentage_of(std::string_view tax) {
-  const bool is_share = tax.find_first_not_of("0") == tax.find_first_of(".,");
+  const bool is_share = tax.find_first_not_of('0') == tax.find_first_of(".,");
   return is_share ? moved_decimal(tax, 2) : std::string(tax);
 }
 
@@ -145,10 +145,7 @@ class BmecatReader final : public XmlReader {
   }
 
   void header(const XmlElement& header) {
-    std::map<std::string, std::string> values;
-    const auto tell = [&values](const char* name, std::string_view value) {
-      if (!value.empty()) values.emplace(name, value);
-    };
+    FileHeader told;
     static const XmlElement kNone;
     const auto below = [&header](std::string_view name) -> const XmlElement& {
       const XmlElement* const found = header.child(name);
@@ -156,26 +153,23 @@ class BmecatReader final : public XmlReader {
     };
     const XmlElement& catalog = below("CATALOG");
     texts_.set_own(own_language(catalog));
-    tell("LANGUAGE", own_language(catalog));
-    tell("CATALOGUE", catalog.text_of("CATALOG_ID"));
-    tell("VERSION", catalog.text_of("CATALOG_VERSION"));
-    tell("CURRENCY", catalog.text_of("CURRENCY"));
-    std::string territories;
-    for (const XmlElement& child : catalog.children)
-      if (child.name == "TERRITORY") territories.append(territories.empty() ? "" : ", ").append(child.text);
-    tell("TERRITORY", territories);
+    told.set("LANGUAGE", own_language(catalog));
+    told.set("CURRENCY", catalog.text_of("CURRENCY"));
     for (const Period& period : {period_of(catalog, "valid"), period_of(below("AGREEMENT"), "agreement")}) {
-      tell("FROM", period.from);
-      tell("TO", period.to);
+      told.set("FROM", period.from);
+      told.set("TO", period.to);
     }
-    tell("MIME_ROOT", catalog.text_of("MIME_ROOT"));
-    tell("SUPPLIER", below("SUPPLIER").text_of("SUPPLIER_ID"));
-    tell("SUPPLIER", header.text_of("SUPPLIER_IDREF"));
-    tell("SUPPLIER", below("SUPPLIER").text_of("SUPPLIER_NAME"));
-    tell("BUYER", below("BUYER").text_of("BUYER_ID"));
-    tell("BUYER", header.text_of("BUYER_IDREF"));
-    tell("BUYER", below("BUYER").text_of("BUYER_NAME"));
-    sink_.header(values);
+    told.set("SUPPLIER", below("SUPPLIER").text_of("SUPPLIER_ID"));
+    told.set("SUPPLIER", header.text_of("SUPPLIER_IDREF"));
+    told.set("SUPPLIER", below("SUPPLIER").text_of("SUPPLIER_NAME"));
+    told.show("catalogue", catalog.text_of("CATALOG_ID"));
+    told.show("version", catalog.text_of("CATALOG_VERSION"));
+    for (const XmlElement& child : catalog.children)
+      if (child.name == "TERRITORY") told.show("territory", child.text);
+    told.show("buyer", below("BUYER").text_of("BUYER_ID"));
+    told.show("buyer", header.text_of("BUYER_IDREF"));
+    told.show("folder of pictures", catalog.text_of("MIME_ROOT"));
+    told.tell(sink_);
     extensions(header);
   }
 

@@ -141,16 +141,11 @@ class CifReader {
     if (is_header_told_) return;
     is_header_told_ = true;
     supplier_ = supplier;
-    std::map<std::string, std::string> values;
-    const auto tell = [&values](const char* name, std::string_view value) {
-      if (!value.empty()) values.emplace(name, value);
-    };
-    tell("SUPPLIER", supplier);
-    tell("CURRENCY", header_["CURRENCY"]);
-    tell("LOADMODE", header_["LOADMODE"]);
-    tell("UNUOM", header_["UNUOM"]);
-    tell("CODEFORMAT", header_["CODEFORMAT"]);
-    sink_.header(values);
+    FileHeader told;
+    told.set("SUPPLIER", supplier);
+    told.set("CURRENCY", header_["CURRENCY"]);
+    told.show("load mode", header_["LOADMODE"]);
+    told.tell(sink_);
   }
 
   std::string_view value(std::string_view key) const {

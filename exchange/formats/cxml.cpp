@@ -28,12 +28,15 @@ class CxmlReader final : public XmlReader {
     if (!is_begun_ && begin.name != "cXML" && begin.name != "Index")
       raise(error_number::kInvalidArgument, {}, "This is no cXML: its root is " + std::string(begin.name));
     is_begun_ = true;
-    if (begin.name == "cXML") tell_of_file("LANGUAGE", begin.attribute("lang"));
-    if (begin.name == "Index") tell_of_file("LOADMODE", begin.attribute("loadmode"));
+    if (begin.name == "cXML") {
+      header_.set("LANGUAGE", begin.attribute("lang"));
+      texts_.set_own(begin.attribute("lang"));
+    }
+    if (begin.name == "Index") header_.show("load mode", begin.attribute("loadmode"));
   }
 
   void piece(const XmlElement& piece, std::string_view frame) override {
-    if (frame == "Index" && piece.name == "SupplierID") return tell_of_file("SUPPLIER", piece.text);
+    if (frame == "Index" && piece.name == "SupplierID") return header_.set("SUPPLIER", piece.text);
     if (frame == "IndexItem" && piece.name == "IndexItemAdd") return add(piece);
     if (frame == "IndexItem" && piece.name == "IndexItemDelete") return remove(piece);
     if (frame == "cXML" && piece.name == "Header") return;
@@ -44,20 +47,12 @@ class CxmlReader final : public XmlReader {
     sink_.flawed(number_of(piece), with(piece.name, reason), piece.place);
   }
 
-  void tell_header() {
-    if (!is_header_told_) sink_.header(header_);
-    is_header_told_ = true;
-  }
+  void tell_header() { header_.tell(sink_); }
 
  private:
   static std::string_view number_of(const XmlElement& entry) {
     const XmlElement* const id = entry.child("ItemID");
     return id ? id->text_of("SupplierPartID") : std::string_view();
-  }
-
-  void tell_of_file(const char* name, std::string_view value) {
-    if (!value.empty()) header_.emplace(name, value);
-    if (name == std::string_view("LANGUAGE")) texts_.set_own(value);
   }
 
   // Answers false when it has none, which is told.
@@ -204,9 +199,8 @@ class CxmlReader final : public XmlReader {
 
   ItemSink& sink_;
   LanguageTexts texts_;
-  std::map<std::string, std::string> header_;
+  FileHeader header_;
   bool is_begun_ = false;
-  bool is_header_told_ = false;
 };
 
 }  // namespace

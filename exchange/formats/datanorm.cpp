@@ -26,6 +26,11 @@ constexpr char kEndOfDos = '\x1A';
 constexpr char kEndOfDosInIcu = '\x1C';
 
 bool is_number(std::string_view text) { return !text.empty() && text.find_first_not_of("0123456789") == text.npos; }
+// The line without its first characters.
+std::string_view behind(std::string_view line, std::size_t characters) {
+  const std::size_t length = text::length(line);
+  return text::right(line, length - std::min(length, characters));
+}
 bool is_nothing(std::string_view number) { return number.find_first_not_of('0') == number.npos; }
 
 // The fields of a record, without blanks around them. One beyond the last is empty.
@@ -188,30 +193,27 @@ class DatanormReader {
 
   // Version 4 has columns here: V, the day, three texts, the version and the currency.
   void header(std::string_view line) {
-    std::map<std::string, std::string> values;
+    FileHeader told;
     fields_.split(line);
     std::string version;
     if (line.starts_with("V;")) {
       version = fields_[1];
-      values["CURRENCY"] = fields_[4];
-      values["CATALOGUE"] = fields_[5];
+      told.set("CURRENCY", fields_[4]);
+      told.show("catalogue", fields_[5]);
     } else {
       constexpr std::size_t kVersionAt = 123;
       constexpr std::size_t kTextAt = 8;
       constexpr std::size_t kTextLength = 40;
-      version = text::left(text::right(line, text::length(line) - std::min(text::length(line), kVersionAt)), 2);
-      values["CURRENCY"] =
-          text::trim(text::right(line, text::length(line) - std::min(text::length(line), kVersionAt + 2)));
-      values["CATALOGUE"] = text::trim(
-          text::left(text::right(line, text::length(line) - std::min(text::length(line), kTextAt)), kTextLength));
+      version = text::left(behind(line, kVersionAt), 2);
+      told.set("CURRENCY", text::trim(behind(line, kVersionAt + 2)));
+      told.show("catalogue", text::trim(text::left(behind(line, kTextAt), kTextLength)));
     }
     const int found = version == "04" ? 4 : version == "050" ? 5 : 0;
     if (found == 0)
       raise(error_number::kInvalidArgument, {},
             "Line " + std::to_string(lines_.number()) + ": Datanorm is read in the versions 4 and 5, this is '" +
                 version + "'");
-    std::erase_if(values, [](const auto& value) { return value.second.empty(); });
-    if (version_ == 0) sink_.header(values);
+    if (version_ == 0) told.tell(sink_);
     version_ = found;
   }
 

@@ -35,6 +35,13 @@ void ItemBuilder::property(std::string_view called, std::string_view value, Plac
     item.fields[at->second].value.append("; ").append(value);
 }
 
+void FileHeader::tell(ItemSink& sink) {
+  if (is_told_) return;
+  is_told_ = true;
+  sink.header(values_);
+  for (const auto& [what, value] : shown_) sink.found_out(what, value);
+}
+
 std::string moved_decimal(std::string_view number, int places) {
   std::string_view rest = number;
   const bool is_negative = rest.starts_with('-');

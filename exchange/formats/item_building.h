@@ -3,10 +3,14 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
+#include "exchange/formats/format.h"
 #include "exchange/item.h"
 
 namespace mercato::exchange {
@@ -24,6 +28,26 @@ class ItemBuilder {
 
  private:
   std::unordered_map<std::string, std::size_t> places_;  // of fields by their names, a property's with a mark in front
+};
+
+// What a file says of itself in front of its items. Of several values for one name the first that is not empty counts.
+class FileHeader {
+ public:
+  // A default of the items, or what else ItemSink::header takes.
+  void set(const char* name, std::string_view value) {
+    if (!value.empty()) values_.emplace(name, value);
+  }
+  // Something to be shown.
+  void show(const char* what, std::string_view value) {
+    if (!value.empty()) shown_.emplace_back(what, value);
+  }
+  // Tells all of it, once.
+  void tell(ItemSink& sink);
+
+ private:
+  std::map<std::string, std::string> values_;
+  std::vector<std::pair<std::string, std::string>> shown_;
+  bool is_told_ = false;
 };
 
 // A decimal number with its sign moved to the right by that many places, to the left when they are below 0: 85700 and

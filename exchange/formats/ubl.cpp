@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <initializer_list>
-#include <map>
 #include <string>
 #include <utility>
 
@@ -47,26 +46,20 @@ class UblReader final : public XmlReader {
     sink_.flawed(item ? number_of(*item) : std::string_view(), with(piece.name, reason), piece.place);
   }
 
-  void tell_header() {
-    if (!is_header_told_) sink_.header(header_);
-    is_header_told_ = true;
-  }
+  void tell_header() { header_.tell(sink_); }
 
  private:
   // What stands in front of the lines.
   void tell_of_file(const XmlElement& piece) {
-    const auto tell = [this](const char* name, std::string_view value) {
-      if (!value.empty()) header_.emplace(name, value);
-    };
-    if (piece.name == "ID") return tell("CATALOGUE", piece.text);
-    if (piece.name == "VersionID") return tell("VERSION", piece.text);
-    if (piece.name == "ActionCode") return tell("ACTION", piece.text);
+    if (piece.name == "ID") return header_.show("catalogue", piece.text);
+    if (piece.name == "VersionID") return header_.show("version", piece.text);
+    if (piece.name == "ActionCode") return header_.show("action", piece.text);
     if (piece.name == "ValidityPeriod") {
-      tell("FROM", piece.text_of("StartDate"));
-      return tell("TO", piece.text_of("EndDate"));
+      header_.set("FROM", piece.text_of("StartDate"));
+      return header_.set("TO", piece.text_of("EndDate"));
     }
-    if (piece.name == "SellerSupplierParty") return tell("SUPPLIER", party(piece));
-    if (piece.name == "ContractorCustomerParty") return tell("BUYER", party(piece));
+    if (piece.name == "SellerSupplierParty") return header_.set("SUPPLIER", party(piece));
+    if (piece.name == "ContractorCustomerParty") return header_.show("buyer", party(piece));
     constexpr auto kOfTheMessage =
         std::to_array<std::string_view>({"UBLVersionID", "CustomizationID", "ProfileID", "UUID", "Name", "IssueDate",
                                          "IssueTime", "ProviderParty", "ReceiverParty", "SourceCatalogueReference"});
@@ -244,12 +237,10 @@ class UblReader final : public XmlReader {
   void classification(const XmlElement& element, ItemBuilder& built) {
     for (const XmlElement& code : element.children) {
       const std::string list = text::to_upper(code.attribute("listID"));
-      if (code.name != "ItemClassificationCode") {
+      if (code.name != "ItemClassificationCode" || list.empty()) {
         sink_.left_out(code.name, code.place);
       } else if (list == "STI" || list == "TST" || list.starts_with("UNSPSC")) {
         if (!built.field("UNSPSCCODE", code.text, code.place)) sink_.left_out(with(code.name, list), code.place);
-      } else if (list.empty()) {
-        sink_.left_out(code.name, code.place);
       } else {
         built.property(code.attribute("listID"), code.text, code.place);
       }
@@ -292,8 +283,7 @@ class UblReader final : public XmlReader {
   const ReadingOptions& options_;
   ItemSink& sink_;
   LanguageTexts texts_;
-  std::map<std::string, std::string> header_;
-  bool is_header_told_ = false;
+  FileHeader header_;
 };
 
 }  // namespace

@@ -103,8 +103,13 @@ constexpr char kVersion12[] = R"(<?xml version="1.0" encoding="UTF-8"?>
 
 TEST(Bmecat, ANewCatalogueOfVersion12IsToldWhole) {
   const std::string expected =
-      "header BUYER=B7 CATALOGUE=S26 CURRENCY=EUR FROM=2026-01-01 LANGUAGE=deu MIME_ROOT=pictures SUPPLIER=123 "
-      "TERRITORY=DE, AT TO=2026-12-31 VERSION=2.1\n"
+      "header CURRENCY=EUR FROM=2026-01-01 LANGUAGE=deu SUPPLIER=123 TO=2026-12-31\n"
+      "catalogue is S26\n"
+      "version is 2.1\n"
+      "territory is DE\n"
+      "territory is AT\n"
+      "buyer is B7\n"
+      "folder of pictures is pictures\n"
       "category 1 below : All @17\n"
       "category 12 below 1: Paper & ink @18\n"
       "put QM-1 @20\n"
@@ -263,7 +268,8 @@ constexpr char kVersion2005[] = R"(<BMECAT version="2005" xmlns="http://www.bmec
 
 TEST(Bmecat, ANewCatalogueOfVersion2005IsToldInItsOwnLanguage) {
   EXPECT_EQ(told(kVersion2005),
-            "header CATALOGUE=7 CURRENCY=EUR FROM=2026-01-01 LANGUAGE=eng SUPPLIER=4000000000009\n"
+            "header CURRENCY=EUR FROM=2026-01-01 LANGUAGE=eng SUPPLIER=4000000000009\n"
+            "catalogue is 7\n"
             "category udf_Mine-1.0:1 below : Terminals @11\n"
             "category udf_Mine-1.0:2 below udf_Mine-1.0:1: Marks @14\n"
             "put T-1 @25\n"

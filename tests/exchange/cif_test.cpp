@@ -39,7 +39,8 @@ TEST(Cif, ACatalogueIsToldWhole) {
       "7,QM-3,,Pen,44121701,0.5,EA,,,,,,,,F\r\n"
       "ENDOFDATA\r\n";
   const std::string expected =
-      "header CODEFORMAT=UNSPSC CURRENCY=USD LOADMODE=I SUPPLIER=7 UNUOM=TRUE\n"
+      "header CURRENCY=USD SUPPLIER=7\n"
+      "load mode is I\n"
       "put QM-1 @12\n"
       "  PRODUCTDESCRIPTION Copy paper\n"
       "  PRODUCTREMARK Paper, \"white\"\r\n80 g\n"
@@ -94,17 +95,18 @@ TEST(Cif, WithoutNamesOfFieldsTheyAreTheUsualTwelve) {
 TEST(Cif, AHeaderThatASpreadsheetSavedIsReadAlike) {
   EXPECT_EQ(told("CIF_I_V3.0,,,,\nCURRENCY:,EUR,,,\nCODEFORMAT:\tHOUSE,,,,\n"
                  "FIELDNAMES:,Supplier ID,Supplier Part ID,SPSC Code,\nDATA,,,,\n7,1,P1,,\nENDOFDATA,,,,\n"),
-            "header CODEFORMAT=HOUSE CURRENCY=EUR SUPPLIER=7\nput 1 @6\n  (HOUSE) P1\nencoding is UTF-8\n");
+            "header CURRENCY=EUR SUPPLIER=7\nput 1 @6\n  (HOUSE) P1\nencoding is UTF-8\n");
 }
 
 TEST(Cif, InAFullCatalogueNothingIsDeleted) {
   const std::string rows = "7,1,Pen,1,EA,T\n";
   const std::string fields = std::string(kShort) + "Delete\n";
-  EXPECT_EQ(told(cif("LOADMODE: F\n" + fields, rows)),
-            "header LOADMODE=F SUPPLIER=7\nput 1 @5\n  PRODUCTDESCRIPTION Pen\n  UNITCODE EA\n  price 1\nencoding is "
-            "UTF-8\nleft out 1 Delete in a full catalogue\n");
+  EXPECT_EQ(
+      told(cif("LOADMODE: F\n" + fields, rows)),
+      "header SUPPLIER=7\nload mode is F\nput 1 @5\n  PRODUCTDESCRIPTION Pen\n  UNITCODE EA\n  price 1\nencoding is "
+      "UTF-8\nleft out 1 Delete in a full catalogue\n");
   EXPECT_EQ(told(cif("LOADMODE: I\n" + fields, rows)),
-            "header LOADMODE=I SUPPLIER=7\nremove 1 @5\nencoding is UTF-8\n");
+            "header SUPPLIER=7\nload mode is I\nremove 1 @5\nencoding is UTF-8\n");
 }
 
 TEST(Cif, ItemsThatCannotBeReadAreToldAndTheNextOneIsRead) {

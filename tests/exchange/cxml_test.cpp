@@ -79,7 +79,8 @@ constexpr char kIndex[] = R"(<?xml version="1.0" encoding="UTF-8"?>
 
 TEST(Cxml, AnIndexIsToldWhole) {
   EXPECT_EQ(told(kIndex),
-            "header LANGUAGE=en-US LOADMODE=Incremental SUPPLIER=942888711\n"
+            "header LANGUAGE=en-US SUPPLIER=942888711\n"
+            "load mode is Incremental\n"
             "put QM-1 @12\n"
             "  (SUPPLIERPARTAUXILIARYID) box\n"
             "  PRODUCTDESCRIPTION Copy paper\n"

@@ -22,8 +22,8 @@ std::string version4(const std::string& records) {
 }
 std::string version5(const std::string& records) { return "V;050;A;20261001;EUR;Quillmarch;;;;;;;;;\r\n" + records; }
 
-constexpr char kHeader4[] = "header CATALOGUE=Quillmarch's articles CURRENCY=EUR\n";
-constexpr char kHeader5[] = "header CATALOGUE=Quillmarch CURRENCY=EUR\n";
+constexpr char kHeader4[] = "header CURRENCY=EUR\ncatalogue is Quillmarch's articles\n";
+constexpr char kHeader5[] = "header CURRENCY=EUR\ncatalogue is Quillmarch\n";
 constexpr char kAscii[] = "encoding is UTF-8\n";
 
 std::string told4(const std::string& records, const ReadingOptions& options = {}) {
@@ -278,7 +278,8 @@ TEST(Datanorm, RealFilesAreReadToTheEnd) {
     return text.find(part) != std::string::npos;
   };
   EXPECT_EQ(told_file("v4_datpreis.001"),
-            "header CATALOGUE=(C) xxxxxxx KG, xxxxxx CURRENCY=EUR\n"
+            "header CURRENCY=EUR\n"
+            "catalogue is (C) xxxxxxx KG, xxxxxx\n"
             "update RG6040640U1 @4\n  price 857.00 times 0.45\n"
             "update RG6050840U1 @4\n  price 1073.00 times 0.45\n"
             "update RG6060950U1 @4\n  price 1612.00 times 0.45\n"

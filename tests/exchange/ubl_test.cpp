@@ -101,8 +101,11 @@ constexpr char kCatalogue[] = R"(<?xml version="1.0" encoding="UTF-8"?>
 
 TEST(Ubl, ACatalogueOfPeppolIsToldWhole) {
   EXPECT_EQ(told(kCatalogue),
-            "header ACTION=Update BUYER=Town works CATALOGUE=C7 FROM=2026-01-01 SUPPLIER=5790000435951 TO=2026-12-31 "
-            "VERSION=2\n"
+            "header FROM=2026-01-01 SUPPLIER=5790000435951 TO=2026-12-31\n"
+            "catalogue is C7\n"
+            "action is Update\n"
+            "version is 2\n"
+            "buyer is Town works\n"
             "put QM-1 @16\n"
             "  UNITCODE BX\n"
             "  (CONTENTUNITQUANTITY) 5 RM\n"
