@@ -6,6 +6,7 @@
 
 #include "exchange/category_tree.h"
 #include "exchange/formats/csv_format.h"
+#include "exchange/formats/xlsx_format.h"
 #include "exchange/input/source.h"
 #include "exchange/item_documents.h"
 #include "mercato/raised_error.h"
@@ -30,7 +31,11 @@ class Import final : public ItemSink {
     findings_->write("line,part_number,field,value,reason,taken,what_to_do\n");
   }
 
-  void header(const std::map<std::string, std::string>& values) override { judge_.set_header(values); }
+  void header(const std::map<std::string, std::string>& values) override {
+    judge_.set_header(values);
+    for (const auto& [name, word] : {std::pair("SUPPLIER", "supplier"), std::pair("LANGUAGE", "language")})
+      if (const auto found = values.find(name); found != values.end()) found_out(word, found->second);
+  }
   void notation(const Notation& found) override {
     judge_.set_notation(found);
     using Dates = Notation::Dates;
@@ -183,15 +188,17 @@ ImportReport import_file(const ImportOptions& options, const PartTaker& take) {
   return import.finish();
 }
 
-std::string propose_mapping(const std::string& file, const std::string& encoding) {
+std::string propose_mapping(const std::string& file, const std::string& encoding, const std::string& sheet) {
   const std::unique_ptr<Bytes> bytes = open_source(file);
   const Format* format = format_of(bytes->peek());
+  ReadingOptions options;
+  options.encoding = encoding;
+  options.sheet = sheet;
+  if (format && format->name == "xlsx") return propose_xlsx_mapping(*bytes, options, file);
   if (!format || format->name != "csv")
     raise(error_number::kInvalidArgument, {},
           "The file \"" + file + "\" is no table" +
               (format ? ": it is " + std::string(format->title) + ", which needs no mapping." : "."));
-  ReadingOptions options;
-  options.encoding = encoding;
   return propose_csv_mapping(*bytes, options, file);
 }
 

@@ -74,6 +74,6 @@ using PartTaker = std::function<bool(const ImportedPart&)>;
 ImportReport import_file(const ImportOptions& options, const PartTaker& take);
 
 // A first mapping of a file of tables, as the text of a mapping file. Raises 5 for a file of another format.
-std::string propose_mapping(const std::string& file, const std::string& encoding);
+std::string propose_mapping(const std::string& file, const std::string& encoding, const std::string& sheet);
 
 }  // namespace mercato::exchange

@@ -209,29 +209,19 @@ class Judge::Work {
     return accepted;
   }
 
+  // The key cannot be accepted with a fault: one that is changed is another product's.
+  void refuse_number(Reason reason, std::string detail) {
+    find(reason, "part number", result_.number, std::move(detail), item_.place);
+    findings_.back().accepted = false;
+    refused_ = true;
+  }
+
   void judge_number() {
     const std::string& number = result_.number;
-    if (number.empty()) {
-      find(Reason::missing, "part number", {}, {}, item_.place);
-      refused_ = true;  // there is no record without it
-      return;
-    }
-    // These two cannot be accepted: a key that is changed is another product's.
-    if (number.find('\'') != std::string::npos) {
-      find(Reason::apostrophe, "part number", number, {}, item_.place);
-      findings_.back().accepted = false;
-      refused_ = true;
-    }
-    if (text::length(number) > kNumberWidth) {
-      find(Reason::too_long, "part number", number, most(kNumberWidth), item_.place);
-      findings_.back().accepted = false;
-      refused_ = true;
-    }
-    if (xml::first_illegal(number) != std::string::npos) {
-      find(Reason::character, "part number", number, {}, item_.place);
-      findings_.back().accepted = false;
-      refused_ = true;
-    }
+    if (number.empty()) return refuse_number(Reason::missing, {});
+    if (number.find('\'') != std::string::npos) refuse_number(Reason::apostrophe, {});
+    if (text::length(number) > kNumberWidth) refuse_number(Reason::too_long, most(kNumberWidth));
+    if (xml::first_illegal(number) != std::string::npos) refuse_number(Reason::character, {});
     const bool first = judge_.numbers_.insert(std::hash<std::string>()(text::folded(number))).second;
     if (!first) find(Reason::twice, {}, {}, {}, item_.place);
   }

@@ -19,9 +19,10 @@ struct Mapping;
 struct ReadingOptions {
   std::string encoding;              // of a text that does not say its own; empty: found out
   const Mapping* mapping = nullptr;  // of tables: which column is what
-  std::string language;              // of texts that stand in several: "de"; empty: the file's own first one
-  std::string territory;             // of prices; empty: all, each with its territory as the group
-  std::string price_kind;            // empty: what the format's page calls the usual one
+  std::string sheet;       // of a workbook, by its name or its number from 1; empty: the mapping's, or the first
+  std::string language;    // of texts that stand in several: "de"; empty: the file's own first one
+  std::string territory;   // of prices; empty: all, each with its territory as the group
+  std::string price_kind;  // empty: what the format's page calls the usual one
 };
 
 // Takes what a reader finds, in the order of the file.

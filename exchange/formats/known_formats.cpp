@@ -9,6 +9,8 @@
 #include "exchange/formats/datanorm.h"
 #include "exchange/formats/format.h"
 #include "exchange/formats/ubl.h"
+#include "exchange/formats/xlsx_format.h"
+#include "exchange/input/source.h"
 
 namespace mercato::exchange {
 
@@ -19,6 +21,7 @@ std::span<const Format> formats() {
       {"cxml", "cXML index", {}, is_cxml, read_cxml},
       {"cif", "CIF 2.1 and 3.0", {}, is_cif, read_cif},
       {"ubl", "UBL 2.1 catalogue, as of Peppol", {}, is_ubl, read_ubl},
+      {"xlsx", "workbook", {0, 0, Notation::Dates::unknown}, is_workbook, read_xlsx},
       // The last one, for it takes what is left.
       {"csv", "comma-separated text", {0, 0, Notation::Dates::unknown}, is_csv, read_csv},
   });

@@ -35,11 +35,10 @@ struct FieldColumn {
 
 class TableReading {
  public:
-  TableReading(SampledTable& table, const Mapping& mapping, ItemSink& sink)
-      : table_(table), mapping_(mapping), sink_(sink) {}
+  TableReading(SampledTable& table, const Mapping& mapping, ItemSink& sink, char decimal_sign)
+      : table_(table), mapping_(mapping), sink_(sink), decimal_sign_(decimal_sign) {}
 
   void run() {
-    if (table_.sample().empty()) raise(error_number::kInvalidArgument, {}, "The file has no rows.");
     find_header();
     find_columns();
     tell();
@@ -158,6 +157,7 @@ class TableReading {
           add(days, field.column, row);
     }
     Notation notation = notation_of(numbers, days);
+    if (notation.decimal_sign == 0) notation.decimal_sign = decimal_sign_;
     if (mapping_.decimal_sign) {
       notation.decimal_sign = *mapping_.decimal_sign;
       notation.thousands_sign = notation.decimal_sign == ',' ? '.' : ',';
@@ -200,8 +200,10 @@ class TableReading {
     }
     if (!item_) item_ = std::move(item);
     take_prices(row);
-    if (const std::string_view name = cell(property_name_, row); !name.empty())
-      item_->fields.push_back({property_name_of(name), std::string(cell(property_value_, row)), {row.line}, true});
+    const std::string_view property = cell(property_name_, row);
+    const std::string_view value = cell(property_value_, row);
+    if (!property.empty() && !value.empty())
+      item_->fields.push_back({property_name_of(property), std::string(value), {row.line}, true});
     for (const std::size_t place : left_out_)
       if (!trimmed(row.cells[place]).empty()) sink_.left_out(headers_[place], {row.line});
   }
@@ -273,6 +275,7 @@ class TableReading {
   SampledTable& table_;
   const Mapping& mapping_;
   ItemSink& sink_;
+  const char decimal_sign_;
   std::vector<std::string> headers_;
   std::size_t rows_before_data_ = 0;
   std::uint64_t header_line_ = 0;
@@ -288,15 +291,16 @@ class TableReading {
 
 }  // namespace
 
-void read_table(Table& table, const ReadingOptions& options, ItemSink& sink) {
+void read_table(Table& table, const ReadingOptions& options, ItemSink& sink, char decimal_sign) {
   SampledTable sampled(table);
-  if (options.mapping) return TableReading(sampled, *options.mapping, sink).run();
+  if (sampled.sample().empty()) raise(error_number::kInvalidArgument, {}, "The file has no rows.");
+  if (options.mapping) return TableReading(sampled, *options.mapping, sink, decimal_sign).run();
   const Proposal proposal = propose(sampled.sample());
   if (!proposal.certain)
     raise(error_number::kInvalidArgument, {},
           "It is not certain which column holds the supplier's part number. Write a first mapping with "
           "`mercato import --propose FILE > mapping.toml`, mend it, and import with --mapping mapping.toml.");
-  TableReading(sampled, proposal.mapping, sink).run();
+  TableReading(sampled, proposal.mapping, sink, decimal_sign).run();
 }
 
 }  // namespace mercato::exchange

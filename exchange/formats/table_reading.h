@@ -9,6 +9,7 @@
 namespace mercato::exchange {
 
 // Reads to the end. Without a mapping the proposal is used if it is certain; else this raises 5 and says what to do.
-void read_table(Table& table, const ReadingOptions& options, ItemSink& sink);
+// `decimal_sign`: of numbers that do not tell it; 0: there is none to rely on.
+void read_table(Table& table, const ReadingOptions& options, ItemSink& sink, char decimal_sign = 0);
 
 }  // namespace mercato::exchange

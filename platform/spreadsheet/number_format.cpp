@@ -92,6 +92,12 @@ std::string NumberFormat::text_of(double number, DateSystem dates) const {
   return number_text(*section, shows_sign ? number : std::fabs(number), number < 0 && shows_sign);
 }
 
+bool NumberFormat::shows_date(double number) const {
+  bool shows_sign = true;
+  const Section* const section = sections_.empty() ? nullptr : section_for(number, shows_sign);
+  return section != nullptr && section->is_date;
+}
+
 std::string NumberFormat::text_of(std::string_view text) const {
   const Section* section = nullptr;
   if (sections_.size() == 4)

@@ -28,6 +28,8 @@ class NumberFormat {
   static NumberFormat built_in(int id);
 
   std::string text_of(double number, DateSystem dates) const;
+  // Whether this number is shown as a day or a time.
+  bool shows_date(double number) const;
   // The text that a cell with a text shows.
   std::string text_of(std::string_view text) const;
 

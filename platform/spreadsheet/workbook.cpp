@@ -10,6 +10,7 @@
 #include "mercato/date.h"
 #include "mercato/raised_error.h"
 #include "platform/files/paths.h"
+#include "platform/spreadsheet/cell_digits.h"
 #include "platform/spreadsheet/sheet.h"
 #include "platform/spreadsheet/workbook_parts.h"
 
@@ -33,14 +34,27 @@ std::optional<double> days_of(std::string_view iso, DateSystem dates) {
   return date->days() - (dates == DateSystem::from_1904 ? kSystemsApart : 0);
 }
 
+// In decimal form, whatever its size.
+std::string plain_text(double number) {
+  DecimalDigits decimal = decimal_digits_of(number);
+  if (decimal.digits.empty()) return "0";
+  std::string text = number < 0 ? "-" : "";
+  if (decimal.point <= 0)
+    return text + "0." + std::string(static_cast<std::size_t>(-decimal.point), '0') + decimal.digits;
+  const auto point = static_cast<std::size_t>(decimal.point);
+  if (decimal.digits.size() <= point) return text + decimal.digits + std::string(point - decimal.digits.size(), '0');
+  return text + decimal.digits.substr(0, point) + "." + decimal.digits.substr(point);
+}
+
 }  // namespace
 
 struct Workbook::State {
-  State(const std::string& path, const Limits& its_limits) : limits(its_limits), package(path, limits) {
-    parts = find_parts(package);
+  State(const std::string& path, std::string_view sheet_name, const Limits& its_limits)
+      : limits(its_limits), package(path, limits) {
+    parts = find_parts(package, sheet_name);
     texts.read(package, parts.texts, limits);
     formats = read_formats(package, parts.styles);
-    SheetReader sheet(package.open(parts.first_sheet), parts.first_sheet, limits);
+    SheetReader sheet(package.open(parts.sheet), parts.sheet, limits);
     while (const auto row = sheet.next()) take_in(*row);
   }
 
@@ -93,6 +107,23 @@ struct Workbook::State {
     return number ? format_of(cell).text_of(*number, parts.dates) : cell.value;
   }
 
+  // With all digits, and a day in one form. Digits with zeros in front are a number of things, not of units.
+  std::string stored(const RawCell& cell) const {
+    if (cell.value.empty() || (cell.kind != CellKind::number && cell.kind != CellKind::date)) return displayed(cell);
+    const std::optional<double> number =
+        cell.kind == CellKind::date ? days_of(cell.value, parts.dates) : real_number(cell.value);
+    if (!number) return cell.value;
+    const NumberFormat& format = format_of(cell);
+    if (cell.kind == CellKind::date || (format.shows_date(*number) && *number >= 1)) {
+      static const NumberFormat iso("yyyy-mm-dd");
+      return iso.text_of(*number, parts.dates);
+    }
+    const std::string shown = format.text_of(*number, parts.dates);
+    const bool padded_number =
+        shown.size() > 1 && shown.front() == '0' && shown.find_first_not_of("0123456789") == std::string::npos;
+    return padded_number || format.shows_date(*number) ? shown : plain_text(*number);
+  }
+
   const Limits limits;
   Package package;
   WorkbookParts parts;
@@ -107,7 +138,7 @@ Workbook::~Workbook() = default;
 Workbook::Workbook(Workbook&&) noexcept = default;
 Workbook& Workbook::operator=(Workbook&&) noexcept = default;
 
-bool Workbook::open(std::string_view file) {
+bool Workbook::open(std::string_view file, std::string_view sheet) {
   state_.reset();
   error_.clear();
   row_number_ = 0;
@@ -116,7 +147,7 @@ bool Workbook::open(std::string_view file) {
     const std::string path = files::host_path(file);
     // For the host a name ends at a NUL, so it has to end there for us.
     if (path.find('\0') != std::string::npos) throw Unreadable("its name has a NUL");
-    state_ = std::make_unique<State>(path, limits_);
+    state_ = std::make_unique<State>(path, sheet, limits_);
     return true;
   } catch (const Unreadable& unreadable) {
     reason = unreadable.what();
@@ -134,15 +165,15 @@ const std::optional<Area>& Workbook::used_area() const {
   return state_->area;
 }
 
-bool Workbook::next_row(std::size_t columns, std::vector<std::string>& texts) {
+bool Workbook::next_row(std::size_t columns, std::vector<std::string>& texts, Cells cells) {
   texts.clear();
   if (!state_) raise(error_number::kObjectNotSet);
   State& state = *state_;
   if (!state.area) return false;
   try {
     if (!state.rows)
-      state.rows = std::make_unique<SheetReader>(state.package.open(state.parts.first_sheet), state.parts.first_sheet,
-                                                 state.limits);
+      state.rows =
+          std::make_unique<SheetReader>(state.package.open(state.parts.sheet), state.parts.sheet, state.limits);
     for (;;) {
       const std::optional<RawRow> row = state.rows->next();
       if (!row) return false;
@@ -153,7 +184,7 @@ bool Workbook::next_row(std::size_t columns, std::vector<std::string>& texts) {
       texts.resize(columns);
       for (const RawCell& cell : row->cells) {
         const auto place = static_cast<std::size_t>(cell.column - state.area->first_column);
-        if (place < columns) texts[place] = state.displayed(cell);
+        if (place < columns) texts[place] = cells == Cells::stored ? state.stored(cell) : state.displayed(cell);
       }
       return true;
     }

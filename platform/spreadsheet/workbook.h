@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Spreadsheets (.xlsx): the cells of a workbook's first sheet as they are displayed. Open this header first; it is the
+// Spreadsheets (.xlsx): the cells of one of a workbook's sheets as they are displayed, or as they are stored. Open this header first; it is the
 // only one that others include. One thread at a time; different workbooks are independent.
 //
 // Rows are streamed: what is kept in memory is the texts that cells share, and some rows. Nothing outside the file is
@@ -34,10 +34,11 @@ class Workbook {
   Workbook(Workbook&&) noexcept;
   Workbook& operator=(Workbook&&) noexcept;
 
-  // Reads the first sheet once from end to end, so that whatever is wrong with it is found here. Answers whether the
+  // Reads a sheet once from end to end, so that whatever is wrong with it is found here. Answers whether the
   // file, a path in the interface's or the host's form, is a readable workbook; when not, nothing is open, and `error`
   // has the reason as one sentence. No input makes it raise. Replaces what was open.
-  bool open(std::string_view file);
+  // `sheet`: its name in any case, or its number from 1; empty: the first one.
+  bool open(std::string_view file, std::string_view sheet = {});
   bool is_open() const { return state_ != nullptr; }
   void close();
   // Empty after a successful open.
@@ -50,7 +51,10 @@ class Workbook {
   // `columns` cells, counted from the area's first column; a cell without content, and one beyond the area, shows
   // nothing. Rows without content are passed over; the first call gives the area's first row. False at the end. Raises
   // 91 when no workbook is open, 75 when the file has changed under the reader.
-  bool next_row(std::size_t columns, std::vector<std::string>& texts);
+  // With `Cells::stored` numbers come with all their digits, whatever their format shows, and days as 2026-04-03; a
+  // number that is shown by digits alone, such as 00012, stays as it is shown.
+  enum class Cells : std::uint8_t { displayed, stored };
+  bool next_row(std::size_t columns, std::vector<std::string>& texts, Cells cells = Cells::displayed);
   // The number of the row that next_row gave last, counted from 1; 0 before the first.
   std::int32_t row_number() const { return row_number_; }
 

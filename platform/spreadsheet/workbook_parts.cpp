@@ -9,6 +9,7 @@
 
 #include "platform/spreadsheet/part_parser.h"
 #include "platform/spreadsheet/sheet.h"
+#include "values/text.h"
 
 namespace mercato::spreadsheet {
 namespace {
@@ -108,30 +109,39 @@ bool is_true(std::string_view text) { return text == "1" || text == "true" || te
 
 }  // namespace
 
-WorkbookParts find_parts(const Package& package) {
+WorkbookParts find_parts(const Package& package, std::string_view sheet) {
   const std::string workbook = part_of_kind(relationships_of(package, {}), "officeDocument", {});
   if (workbook.empty()) throw Unreadable("it is no workbook");
   const std::string folder(folder_of(workbook));
   const auto relationships = relationships_of(package, workbook);
 
   WorkbookParts parts;
-  std::string first_sheet_id;
-  bool any_sheet = false;
+  std::string sheet_id;
+  bool found = false;
+  bool by_name = false;
+  std::size_t number = 0;
   bool is_workbook = false;
   Elements elements([&](const Element& element) {
     if (element.name == "workbook") is_workbook = true;
     if (element.name == "workbookPr" && is_true(element.attribute("date1904"))) parts.dates = DateSystem::from_1904;
-    if (element.name == "sheet" && !any_sheet && elements.parent() == "sheets") {
-      any_sheet = true;
-      first_sheet_id = element.qualified_attribute("id");
+    if (element.name == "sheet" && elements.parent() == "sheets") {
+      ++number;
+      const bool has_name = text::equal_names(element.attribute("name"), sheet) && !sheet.empty();
+      // A name goes before a number, for a sheet may be called "2".
+      if (by_name || !(has_name || std::to_string(number) == (sheet.empty() ? "1" : sheet))) return;
+      by_name = has_name;
+      found = true;
+      sheet_id = element.qualified_attribute("id");
     }
   });
   visit_elements(package, workbook, elements);
   if (!is_workbook) throw Unreadable("it is no workbook");
-  const auto sheet = relationships.find(first_sheet_id);
-  if (!any_sheet || sheet == relationships.end()) throw Unreadable("it has no sheet");
-  if (sheet->second.kind != "worksheet") throw Unreadable("its first sheet has no cells");
-  parts.first_sheet = target_of(sheet->second, folder);
+  const auto part = relationships.find(sheet_id);
+  if (!found && number > 0) throw Unreadable("it has no sheet \"" + std::string(sheet) + "\"");
+  if (!found || part == relationships.end()) throw Unreadable("it has no sheet");
+  if (part->second.kind != "worksheet")
+    throw Unreadable(sheet.empty() ? "its first sheet has no cells" : "the sheet has no cells");
+  parts.sheet = target_of(part->second, folder);
   parts.texts = part_of_kind(relationships, "sharedStrings", folder);
   parts.styles = part_of_kind(relationships, "styles", folder);
   return parts;

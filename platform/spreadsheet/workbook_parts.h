@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The parts of a workbook besides its sheets: which sheet is the first, its texts, its number formats. Private to this
+// The parts of a workbook besides its sheets: which sheet is meant, its texts, its number formats. Private to this
 // folder. One thread at a time. All functions throw Unreadable.
 #pragma once
 
@@ -19,12 +19,13 @@ namespace mercato::spreadsheet {
 // Names of parts, as the archive has them: "xl/worksheets/sheet1.xml". A name is empty when the workbook has no such
 // part.
 struct WorkbookParts {
-  std::string first_sheet;
+  std::string sheet;
   std::string texts;
   std::string styles;
   DateSystem dates = DateSystem::from_1900;
 };
-WorkbookParts find_parts(const Package& package);
+// `sheet`: a name in any case, or else a number from 1; empty: the first one.
+WorkbookParts find_parts(const Package& package, std::string_view sheet);
 
 // The texts that cells share, one behind the other.
 class SharedTexts {

@@ -30,7 +30,7 @@ struct Given {
   bool propose = false;
   bool dry_run = false;
   bool cut = false;
-  std::string format, mapping, supplier, to, encoding, language, territory, price_kind, decimal, dates, findings;
+  std::string format, mapping, supplier, to, encoding, sheet, language, territory, price_kind, decimal, dates, findings;
   std::vector<std::string> units, defaults, accepted;
 };
 
@@ -55,6 +55,7 @@ ImportOptions options_for(const Given& given, const std::string& file) {
     options.mapping = read_mapping(files::read_file(given.mapping, kMostBytes), given.mapping);
   }
   options.reading.encoding = given.encoding;
+  options.reading.sheet = given.sheet;
   options.reading.language = given.language;
   options.reading.territory = given.territory;
   options.reading.price_kind = given.price_kind;
@@ -164,7 +165,7 @@ std::vector<std::string> format_names() {
 
 int import_files(const Given& given, const OutputOptions& output) {
   if (given.propose) {
-    for (const std::string& file : given.files) std::cout << propose_mapping(file, given.encoding);
+    for (const std::string& file : given.files) std::cout << propose_mapping(file, given.encoding, given.sheet);
     return kDone;
   }
   int status = kDone;
@@ -205,6 +206,8 @@ void add_import_command(Menu& menu) {
   command.add_option("--to", given.to, "Write the documents into this folder, and upload nothing")->type_name("FOLDER");
   command.add_option("--supplier", given.supplier, "The business partner whose products these are")->type_name("ID");
   command.add_option("--encoding", given.encoding, "The encoding of a text that does not say its own")
+      ->type_name("NAME");
+  command.add_option("--sheet", given.sheet, "The sheet of a workbook, by its name or its number; else the first")
       ->type_name("NAME");
   command.add_option("--language", given.language, "Of texts that stand in several")->type_name("CODE");
   command.add_option("--territory", given.territory, "Prices of this territory only")->type_name("CODE");

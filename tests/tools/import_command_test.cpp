@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: Apache-2.0
+// mercato import: from a supplier's file to rows of the store, with a report that adds up.
+#include "tests/tools/command_fixture.h"
+
+namespace mercato::test {
+namespace {
+
+class ImportCommand : public CommandTest {
+ protected:
+  ImportCommand()
+      : CommandTest(
+            "INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('EA', 'each');\n"
+            "INSERT INTO CURRENCY (CURRENCYCODE) VALUES ('EUR');\n"
+            "INSERT INTO BUSINESSPARTNER (BUSINESSID) VALUES ('QUILL');\n") {}
+
+  std::string file(const std::string& name, const std::string& text) {
+    write_file(name, text);
+    return name;
+  }
+  std::string text_of(const std::string& name) const { return read_whole(tool_.folder() / name); }
+};
+
+const std::string kParts =
+    "part number;description;price;currency;category;colour\n"
+    "P1;Nut;1,50;EUR;Small parts > Nuts;red\n"
+    "P2;Bolt;2,50;EUR;Small parts > Bolts;\n"
+    "P3;Screw;free;EUR;;\n"
+    "P4;;3;EUR;;\n";
+
+TEST_F(ImportCommand, UploadsWhatIsGoodAndSaysWhatIsNot) {
+  const ToolRun done = run({"import", file("parts.csv", kParts), "--set", "UNITCODE=EA", "--supplier", "QUILL"});
+  EXPECT_EQ(done.status, 3);
+  EXPECT_EQ(done.err, "");
+  EXPECT_EQ(
+      done.out,
+      file("parts.csv", kParts) +
+          ": csv, encoding UTF-8, separator ;, headers line 1, decimal sign ,\n"
+          "\n"
+          "Refused:\n"
+          "REASON   FIELD               VALUES  FIRST LINE  PART NUMBER  VALUE  WHAT IT IS\n"
+          "missing  PRODUCTDESCRIPTION  1       5           P4                  a value is missing that a new product "
+          "needs. Give it with --set FIELD=VALUE.\n"
+          "number   PRICE               1       4           P3           free   it is no number as the file writes "
+          "them. "
+          "Correct it, or say the decimal sign with --decimal.\n"
+          "\n"
+          "3 categories and 2 products in them are not loaded: --to writes them, for `mercato catalog load`.\n"
+          "\n"
+          "read            4  records\n"
+          "refused         2  for their values\n"
+          "products        2  2 inserted, 0 updated, 0 refused, 0 left\n"
+          "prices          2  2 added, 0 changed, 0 refused, 0 left\n");
+  EXPECT_EQ(rows("SELECT BUYFROMPARTNUMBER, PARTNUMBER, PRODUCTDESCRIPTION, UNITCODE, BUSINESSPARTNERID, MULTIPLEBUYER "
+                 "FROM PRODUCT;\n"),
+            "BUYFROMPARTNUMBER  PARTNUMBER  PRODUCTDESCRIPTION  UNITCODE  BUSINESSPARTNERID  MULTIPLEBUYER\n"
+            "P1                 P1          Nut                 EA        1                  0\n"
+            "P2                 P2          Bolt                EA        1                  0\n"
+            "");
+  EXPECT_EQ(rows("SELECT PRODUCTID, PRICE, CURRENCYCODE, QUANTITYTO FROM CATALOGPRODUCTPRICE;\n"),
+            "PRODUCTID  PRICE  CURRENCYCODE  QUANTITYTO\n"
+            "1          1.5    EUR           999999999\n"
+            "2          2.5    EUR           999999999\n"
+            "");
+}
+
+TEST_F(ImportCommand, TwiceLeavesTheSameRows) {
+  const std::string parts = file("parts.csv", kParts);
+  EXPECT_EQ(run({"import", parts, "--set", "UNITCODE=EA"}).status, 3);
+  const std::string before = whole_store();
+  const json report = json::parse(run({"import", parts, "--set", "UNITCODE=EA", "--json"}).out);
+  EXPECT_EQ(report["products"], json({{"given", 2}, {"inserted", 0}, {"updated", 2}, {"refused", 0}, {"left", 0}}));
+  EXPECT_EQ(report["priceLines"], json({{"given", 2}, {"added", 0}, {"changed", 2}, {"refused", 0}, {"left", 0}}));
+  EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM PRODUCT;\n"), "N\n2\n");
+  EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM CATALOGPRODUCTPRICE;\n"), "N\n2\n");
+}
+
+TEST_F(ImportCommand, DryLeavesTheStoreAsItWas) {
+  const std::string before = whole_store();
+  const json report =
+      json::parse(run({"import", file("parts.csv", kParts), "--set", "UNITCODE=EA", "--dry-run", "--json"}).out);
+  EXPECT_EQ(report["read"], 4);
+  EXPECT_EQ(report["refused"], 2);
+  EXPECT_EQ(report["products"], 2);
+  EXPECT_EQ(report["priceLines"], 2);
+  EXPECT_EQ(report["foundOut"],
+            json({{"encoding", "UTF-8"}, {"separator", ";"}, {"headers", "line 1"}, {"decimal sign", ","}}));
+  EXPECT_EQ(whole_store(), before);
+}
+
+TEST_F(ImportCommand, WritesTheDocumentsInsteadOfUploadingThem) {
+  const std::string before = whole_store();
+  const std::string folder = "documents";
+  EXPECT_EQ(
+      run({"import", file("parts.csv", kParts), "--set", "UNITCODE=EA", "--to", folder, "--findings", "findings.csv"})
+          .status,
+      3);
+  EXPECT_EQ(text_of("documents/products.xml"),
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+            "<Products>\n"
+            "  <Product buyfrompartnumber=\"P1\">\n"
+            "    <PRODUCTDESCRIPTION>Nut</PRODUCTDESCRIPTION>\n"
+            "    <COLOUR>red</COLOUR>\n"
+            "    <UNITCODE>EA</UNITCODE>\n"
+            "    <PARTNUMBER>P1</PARTNUMBER>\n"
+            "    <MULTIPLEBUYER>0</MULTIPLEBUYER>\n"
+            "  </Product>\n"
+            "  <Product buyfrompartnumber=\"P2\">\n"
+            "    <PRODUCTDESCRIPTION>Bolt</PRODUCTDESCRIPTION>\n"
+            "    <UNITCODE>EA</UNITCODE>\n"
+            "    <PARTNUMBER>P2</PARTNUMBER>\n"
+            "    <MULTIPLEBUYER>0</MULTIPLEBUYER>\n"
+            "  </Product>\n"
+            "</Products>\n");
+  EXPECT_EQ(text_of("documents/prices.xml").substr(0, 372),
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+            "<ProductPrices>\n"
+            "  <ProductPrice buyfrompartnumber=\"P1\">\n"
+            "    <CurrencyCode>EUR</CurrencyCode>\n"
+            "    <Price>1.5</Price>\n"
+            "    <PriceEffectiveDate>1/1/2000</PriceEffectiveDate>\n"
+            "    <PriceExpiryDate>12/31/2099</PriceExpiryDate>\n"
+            "    <GROUPBY></GROUPBY>\n"
+            "  </ProductPrice>\n"
+            "  <ProductPrice buyfrompartnumber=\"P2\">\n");
+  EXPECT_EQ(text_of("documents/categories.csv"),
+            "id,parent,name\n"
+            "Small parts,,Small parts\n"
+            "Small parts > Bolts,Small parts,Bolts\n"
+            "Small parts > Nuts,Small parts,Nuts\n");
+  EXPECT_EQ(text_of("documents/product_categories.csv"),
+            "part_number,category\nP1,Small parts > Nuts\nP2,Small parts > Bolts\n");
+  EXPECT_EQ(text_of("findings.csv"),
+            "line,part_number,field,value,reason,taken,what_to_do\n"
+            "4,P3,PRICE,free,number,no,\"Correct it, or say the decimal sign with --decimal.\"\n"
+            "5,P4,PRODUCTDESCRIPTION,,missing,no,Give it with --set FIELD=VALUE.\n");
+  EXPECT_EQ(whole_store(), before);
+  // They are documents like any other.
+  EXPECT_EQ(run({"upload", folder + "/products.xml"}).status, 0);
+  EXPECT_EQ(run({"prices", "upload", folder + "/prices.xml"}).status, 0);
+  EXPECT_EQ(run({"catalog", "load", folder + "/categories.csv", "--name", "Of the supplier"}).status, 0);
+}
+
+TEST_F(ImportCommand, ReadsStandardInputAndTakesWhatIsAccepted) {
+  const ToolRun done =
+      run({"import", "-", "--set", "UNITCODE=EA", "--accept", "number", "--accept", "missing", "--json"}, kParts);
+  EXPECT_EQ(done.status, 3);
+  const json report = json::parse(done.out);
+  EXPECT_EQ(report["refused"], 1);
+  EXPECT_EQ(report["products"]["inserted"], 3);
+  EXPECT_EQ(report["priceLines"]["added"], 2);
+  EXPECT_EQ(report["findings"][0]["reason"], "number");
+  EXPECT_EQ(report["findings"][0]["taken"], true);
+}
+
+TEST_F(ImportCommand, ProposesAMappingThatItThenTakes) {
+  const ToolRun proposed = run({"import", "--propose", file("parts.csv", kParts)});
+  EXPECT_EQ(proposed.status, 0);
+  const std::string mapping = file("parts.toml", proposed.out + "\n");
+  const ToolRun done =
+      run({"import", file("parts.csv", kParts), "--mapping", mapping, "--set", "UNITCODE=EA", "--json"});
+  EXPECT_EQ(json::parse(done.out)["products"]["inserted"], 2);
+  EXPECT_EQ(run({"import", file("parts.csv", kParts), "--mapping", file("bad.toml", "number=")}).err,
+            "mercato: " + file("bad.toml", "number=") +
+                ", line 1: Error while parsing key-value pair: encountered end-of-file.\n");
+}
+
+TEST_F(ImportCommand, SaysWhatCannotBe) {
+  const std::string parts = file("parts.csv", kParts);
+  EXPECT_EQ(run({"import", parts, "--supplier", "NOBODY"}).err, "mercato: There is no business partner \"NOBODY\".\n");
+  EXPECT_EQ(run({"import", file("odd", "nothing that is known")}).err,
+            "mercato: The file \"" + file("odd", "nothing that is known") +
+                "\" is of no format that is known. Name its format with --format.\n");
+  EXPECT_EQ(run({"import", file("ids.csv", "id,name\n1,Nut\n")}).err,
+            "mercato: It is not certain which column holds the supplier's part number. Write a first mapping with "
+            "`mercato import --propose FILE > mapping.toml`, mend it, and import with --mapping mapping.toml.\n");
+  EXPECT_EQ(run({"import", parts, "--accept", "everything"}).status, 2);
+}
+
+TEST_F(ImportCommand, ListsUnitsThatTheStoreDoesNotKnowOnce) {
+  std::string parts = "part number,description,unit\n";
+  for (int number = 0; number < 100; ++number) parts += "P" + std::to_string(number) + ",Nut,Stk\n";
+  const std::string path = file("units.csv", parts);
+  const json report = json::parse(run({"import", path, "--json"}).out);
+  EXPECT_EQ(report["refused"], 100);
+  EXPECT_EQ(report["unknownUnits"],
+            json({{"Stk", {{"count", 100}, {"proposal", "--unit 'Stk=EA' takes it for that unit."}}}}));
+  EXPECT_EQ(json::parse(run({"import", path, "--unit", "Stk=EA", "--json"}).out)["products"]["inserted"], 100);
+}
+
+}  // namespace
+}  // namespace mercato::test
