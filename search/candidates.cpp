@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "frame/lib_sql.h"
-#include "frame/text_index.h"
+#include "frame/proposed_rows.h"
 #include "search/id_list.h"
 #include "values/text.h"
 

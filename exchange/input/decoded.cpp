@@ -14,7 +14,7 @@
 namespace mercato::exchange {
 namespace {
 
-constexpr std::size_t kPiece = std::size_t{64} * 1024;
+constexpr std::size_t kSample = std::size_t{64} * 1024;
 constexpr std::size_t kBeforeForeign = 1000;  // ASCII that helps to recognise the language of what follows
 
 struct Mark {
@@ -151,7 +151,7 @@ std::string detected(std::string_view begin) {
 }  // namespace
 
 std::string encoding_of(std::string_view begin) {
-  begin = begin.substr(0, kPiece);
+  begin = begin.substr(0, kSample);
   if (const Mark* mark = mark_of(begin)) return mark->encoding;
   if (const char* wide = wide_encoding_of(begin)) return wide;
   if (first_beyond_ascii(begin) == begin.size()) return {};

@@ -9,7 +9,7 @@
 namespace mercato::exchange {
 namespace {
 
-class JudgedItems : public test::StoreTest {
+class JudgedItems : public mercato::test::StoreTest {
  protected:
   void SetUp() override {
     StoreTest::SetUp();

@@ -19,7 +19,7 @@ using mercato::test::WorkbookContent;
 
 class Workbooks : public testing::Test {
  protected:
-  std::string path() const { return (folder_ / "book.xlsx").string(); }
+  std::string path() const { return folder_ / "book.xlsx"; }
   void write(const std::vector<ArchivePart>& parts) const { mercato::test::write_archive(path(), parts); }
   std::string read(const ReadingOptions& options = {}) const {
     Told sink;

@@ -266,6 +266,7 @@ class PostgresqlStore : public TestStore {
                         database_.run("SELECT current_database()") + ", schema public";
     description.collation =
         "mercato, ICU " + database_.run("SELECT collversion FROM pg_collation WHERE collname = 'mercato'");
+    description.text_search = "GIN, trigrams";
     return description;
   }
   bool can_refuse() const override { return true; }

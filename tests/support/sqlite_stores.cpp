@@ -22,6 +22,7 @@ class SqliteStore : public TestStore {
     description.version = sqlite3_libversion();
     description.place = std::filesystem::canonical(file_).string();
     description.collation = "MERCATO, ICU " U_ICU_VERSION;
+    description.text_search = "FTS5, trigrams";
     return description;
   }
   bool can_refuse() const override { return true; }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "frame/text_index.h"
+#include "frame/proposed_rows.h"
 
 #include "platform/store/driver.h"
 
