@@ -325,13 +325,15 @@ void SqliteSession::before_write() {
 }
 
 void SqliteSession::step_write(const RunningStatement& running) {
+  // Beforehand: a statement that stands does not fail for want of memory to note it.
+  text_indexes_.note_write(running.cached().translation.table);
   // The engine undoes the whole transaction with an ended statement, which in a run would take earlier statements
   // along.
   database_.set_interruptible(mode_ != Mode::run);
   int code = SQLITE_ROW;
   while (code == SQLITE_ROW) code = sqlite3_step(running.get());
   database_.set_interruptible(true);
-  if (code == SQLITE_DONE) return text_indexes_.note_write(running.cached().translation.table);
+  if (code == SQLITE_DONE) return;
   RaisedError failed = failure(code, running.cached().translation.table);
   sqlite3_reset(running.get());
   end_idle_transaction();
@@ -354,7 +356,7 @@ void SqliteSession::keep_text_indexes() {
     if (!text_indexes_.is_worth_taking_in(tables_)) return;
     begin_engine_transaction();
     commit_engine_transaction();
-  } catch (const Raised&) {
+  } catch (...) {
     roll_back_engine_transaction();
   }
 }

@@ -140,10 +140,9 @@ std::vector<std::string> drop_text_index_sql(std::string_view table) {
 }
 
 TextIndexes::Searches& TextIndexes::searches_in(const TableInfo& table) {
-  const auto [known, is_new] = searches_.try_emplace(table.name);
-  if (!is_new) return known->second;
+  if (const auto known = searches_.find(table.name); known != searches_.end()) return known->second;
   const std::string index = index_of(table.name), changed = changed_of(table.name);
-  Searches& searches = known->second;
+  Searches searches;
   std::string texts;
   for (const Column& column : table.columns) {
     if (!column.in_text_index) continue;
@@ -157,7 +156,7 @@ TextIndexes::Searches& TextIndexes::searches_in(const TableInfo& table) {
                                              quoted_name(table.name) + " t ON t._rowid_ = \"changed row\"");
   searches.count = database_.prepare("SELECT count(*) FROM " + changed);
   searches.last = database_.prepare("SELECT max(_rowid_) FROM " + quoted_name(table.name));
-  return searches;
+  return searches_.emplace(table.name, std::move(searches)).first->second;
 }
 
 // Calls `take` at each row of the statement.
