@@ -32,6 +32,7 @@ lib/pkgconfig *.pc
 share/doc/mercato *.md
 share/doc/mercato /LICENSE
 share/doc/mercato/decisions *.md
+share/doc/mercato/formats *.md
 share/mercato/samples *.sql
 share/mercato/samples *.xml
 share/mercato/schema *.sql
