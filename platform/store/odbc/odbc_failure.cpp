@@ -163,10 +163,9 @@ std::string words_of_server(std::string_view message) {
     if (end == std::string_view::npos) break;
     message = text::trim(message.substr(end + 1));
   }
-  constexpr std::string_view kOfPostgresql = "ERROR: ", kDetails = ";\n";
+  constexpr std::string_view kOfPostgresql = "ERROR: ", kBehind[] = {"\nDETAIL:", "\nHINT:", "\nCONTEXT:", ";\n"};
   if (message.starts_with(kOfPostgresql)) message = text::trim(message.substr(kOfPostgresql.size()));
-  if (const std::size_t behind = message.find(kDetails); behind != std::string_view::npos)
-    message = message.substr(0, behind);
+  for (const std::string_view begin : kBehind) message = message.substr(0, message.find(begin));
   return one_line(message);
 }
 

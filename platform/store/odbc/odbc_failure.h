@@ -32,7 +32,7 @@ RaisedError opening_failure(const Diagnosis& told, const std::string& server);
 // What stands in quotes in the engine's words, in their order.
 std::vector<std::string> quoted_in(const std::string& words, char quote);
 
-// "[Maker][Driver]ERROR: Words;\nDetails" is "Words".
+// "[Maker][Driver]ERROR: Words\nDETAIL: ...;\n..." is "Words": values stand in the details.
 std::string words_of_server(std::string_view message);
 
 RaisedError of_this_store(RaisedError failure);

@@ -83,6 +83,9 @@ TEST(OdbcFailure, LeavesOutWhoPassedTheWordsOn) {
   EXPECT_EQ(words_of_server("[FreeTDS][SQL Server]Invalid object name 'T'."), "Invalid object name 'T'");
   EXPECT_EQ(words_of_server("ERROR: relation \"t\" does not exist;\nError while executing the query"),
             "relation \"t\" does not exist");
+  EXPECT_EQ(
+      words_of_server("ERROR: doubled\nDETAIL: Key (\"A\")=(x) already exists.;\nError while executing the query"),
+      "doubled");
   EXPECT_EQ(words_of_server("two\nlines."), "two lines");
 }
 
