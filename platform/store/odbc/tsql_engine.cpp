@@ -71,7 +71,7 @@ class TsqlEngine final : public Engine {
     if (identified && command.kind == dialect::StatementKind::query)
       identify(command, statement);
     else
-      command.texts = {std::string(statement.text)};
+      command.texts = {sent_text(statement)};
     return command;
   }
   const TableInfo* table_of_refused_key() override {

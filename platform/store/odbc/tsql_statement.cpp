@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "platform/store/dialect/refusal.h"
+#include "platform/store/dialect/sql_printer.h"
 #include "values/text.h"
 
 namespace mercato::store::odbc {
@@ -108,6 +109,19 @@ class Reader {
 }  // namespace
 
 StatementKind kind_of(const LexedStatement& lexed) { return Reader(lexed).kind(); }
+
+std::string sent_text(const LexedStatement& lexed) {
+  std::string sent;
+  std::uint32_t copied = 0;
+  for (const dialect::Token& token : lexed.tokens) {
+    const std::string_view word = lexed.text.substr(token.begin, token.end - token.begin);
+    if (token.kind != TokenKind::word || !text::equal_names(word, "EXTERNAL")) continue;
+    sent += lexed.text.substr(copied, token.begin - copied);
+    sent += dialect::quoted_name(word);
+    copied = token.end;
+  }
+  return sent += lexed.text.substr(copied);
+}
 
 std::string with_columns(const LexedStatement& query, const std::string& columns) {
   const std::uint32_t end = query.tokens[Reader(query).end_of_items()].begin;

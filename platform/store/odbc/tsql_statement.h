@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A statement that goes to a T-SQL server as it is: what it does, and that it is one. A server of this dialect needs no
+// A statement that goes to a T-SQL server: what it does, that it is one, and its text. A server of this dialect needs no
 // sign between two statements, so what no reader has read is looked through word by word. Pure functions; any thread.
 #pragma once
 
@@ -12,6 +12,10 @@ namespace mercato::store::odbc {
 // Raises kStatementRefused for more than one statement, and for those that change what a session relies on: settings,
 // transactions, procedures.
 dialect::StatementKind kind_of(const dialect::LexedStatement& lexed);
+
+// The text as it is sent: as it is, but with quotes around the name of a column that servers reserve since 2005, and of
+// which the library's statements know nothing.
+std::string sent_text(const dialect::LexedStatement& lexed);
 
 // The query with `columns` (", a, b") behind what it shows.
 std::string with_columns(const dialect::LexedStatement& query, const std::string& columns);

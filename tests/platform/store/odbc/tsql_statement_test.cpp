@@ -69,6 +69,20 @@ TEST(TsqlStatement, ThatIsMoreThanOneOrChangesTheSessionIsRefused) {
   }
 }
 
+TEST(TsqlStatement, IsSentAsItIsButForANameThatServersReserve) {
+  const auto sent = [](const std::string& text) {
+    dialect::LexedStatement lexed;
+    dialect::lex(text, lexed);
+    return sent_text(lexed);
+  };
+  EXPECT_EQ(sent("SELECT  A FROM T WHERE A=5AND B = N'external'"), "SELECT  A FROM T WHERE A=5AND B = N'external'");
+  EXPECT_EQ(sent("SELECT propertyid FROM property WHERE external=1"),
+            "SELECT propertyid FROM property WHERE \"external\"=1");
+  EXPECT_EQ(
+      sent("SELECT VALUE, EXTERNAL , P.EXTERNAL, \"EXTERNAL\", [EXTERNAL], EXTERNALS FROM PROPERTY P -- EXTERNAL"),
+      "SELECT VALUE, \"EXTERNAL\" , P.\"EXTERNAL\", \"EXTERNAL\", [EXTERNAL], EXTERNALS FROM PROPERTY P -- EXTERNAL");
+}
+
 TEST(TsqlStatement, ShowsMoreColumnsBehindItsOwn) {
   const auto with_key = [](const std::string& text) {
     dialect::LexedStatement lexed;
