@@ -17,7 +17,7 @@ namespace {
 // How many rows the table has, and the most common trigrams with their share of the rows. Only the owner of the table is
 // told of them.
 constexpr const char* kStatistics = R"(
-SELECT c.reltuples, u.trigram, u.share
+SELECT greatest(c.reltuples, 0), u.trigram, u.share
 FROM pg_class c
 LEFT JOIN (pg_index i JOIN pg_class x ON x.oid = i.indexrelid
            JOIN pg_stats s ON s.schemaname = x.relnamespace::regnamespace::text::name AND s.tablename = x.relname
