@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Searches by part number: patterns over the catalogue, and exact lookups.
-#include "product/product_search.h"
-
 #include <limits>
 
 #include "frame/lib_general.h"
-#include "frame/query_rows.h"
 #include "product/product_internal.h"
 
 namespace mercato {
@@ -63,22 +60,6 @@ std::int32_t Product::countProductIDsFromPartNum(const std::string& iPartNum, co
         return sql;
       },
       count_or_zero);
-}
-
-std::vector<std::int32_t> product::products_in_catalogs(const std::string& connection_string, const std::string& term,
-                                                        std::int32_t most) {
-  const std::string pattern = Gen_EscapeLike(term);
-  const Sql sql = Sql("SELECT DISTINCT TOP ")
-                  << most
-                  << " PRODUCTSBYCATEGORY.PRODUCTID FROM PRODUCTSBYCATEGORY "
-                     "INNER JOIN PRODUCT ON PRODUCTSBYCATEGORY.PRODUCTID = PRODUCT.PRODUCTID "
-                     "INNER JOIN CATALOGNODE ON PRODUCTSBYCATEGORY.CATEGORYID = CATALOGNODE.CATEGORYID "
-                     "WHERE (PRODUCTDESCRIPTION LIKE '%"
-                  << value(pattern) << "%' OR PARTNUMBER LIKE '%" << value(pattern) << "%' OR BUYFROMPARTNUMBER LIKE '%"
-                  << value(pattern) << "%') AND PRODUCT.DISABLED = 0 ORDER BY PRODUCTSBYCATEGORY.PRODUCTID";
-  std::vector<std::int32_t> ids;
-  for (const DictionaryPtr& row : query_rows(connection_string, sql)) ids.push_back(row->Item("PRODUCTID").to_long());
-  return ids;
 }
 
 std::int32_t Product::countStockProductIDsFromPartNum(const std::string& iPartNum) {

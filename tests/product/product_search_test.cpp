@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "product/product_search.h"
-
 #include <gtest/gtest.h>
 
 #include "tests/product/product_fixture.h"
@@ -162,23 +160,6 @@ TEST_F(BoundedSearch, FillsItsArgumentForLateBoundCallersToo) {
   std::vector<Variant> arguments = {"ABC%", 1, false};
   invoke(product_.object(), "getcatalogproductsbypartnumber", arguments);
   EXPECT_EQ(arguments[2], Variant(true));
-}
-
-// What hosts list
-
-TEST_F(ProductSearch, ListsTheHitsInCatalogsByIdUpToALimit) {
-  add_product("ABC-1", "screw");
-  add_product("X", "ABC in the middle of it");
-  add_product("ABC-2", "disabled", "DISABLED", "1");
-  add_product("Y", "nut", "BUYFROMPARTNUMBER", "'zABCz'");
-  add_product("ABC-3", "in no catalogue");
-  add_product("50%", "percent");
-  for (int product : {4, 3, 2, 1, 6}) offer(product, product, 1);
-  using Ids = std::vector<std::int32_t>;
-  EXPECT_EQ(product::products_in_catalogs(connection_string(), "abc", 10), (Ids{1, 2, 4}));
-  EXPECT_EQ(product::products_in_catalogs(connection_string(), "abc", 2), (Ids{1, 2}));
-  EXPECT_EQ(product::products_in_catalogs(connection_string(), "0%", 10), (Ids{6}));
-  EXPECT_EQ(product::products_in_catalogs(connection_string(), "o'clock", 10), Ids());
 }
 
 // Exact lookups

@@ -227,7 +227,7 @@ TEST_F(Tool, SaysWhatIsWrongWithACommandLine) {
   EXPECT_NE(run({"price", "for", "1", "--quantity", "0", "--currency", "EUR"}).err.find("'0' is no number above 0"),
             std::string::npos);
   // Behind -- nothing is an option.
-  EXPECT_EQ(run({"find", "--", "-x"}).out.substr(0, 20), "No product has '-x'.");
+  EXPECT_EQ(run({"find", "--", "-x"}).err, "No product has '-x'.\n");
 }
 
 TEST_F(Tool, ADocumentWithoutARecordOfItsKindIsAFailure) {
@@ -413,21 +413,22 @@ TEST_F(Tool, FindsProductsByNumberAndDescription) {
   ASSERT_EQ(run({"execute", kSamples + "reference.sql"}).status, 0);
   ASSERT_EQ(run({"upload", "--on-errors", "write", kSamples + "products.xml"}).status, 0);
   ASSERT_EQ(run({"execute", kSamples + "house_catalog.sql"}).status, 0);
-  const json by_number = json::parse(run({"find", "--json", "M-100007"}).out);
+  const json by_number = json::parse(run({"find", "--json", "m100007"}).out);
   ASSERT_EQ(by_number.at("products").size(), 1u);
-  EXPECT_EQ(by_number.at("products").at(0).at("supplierPartNumber"), "QM-PAP-001");
+  const json& paper = by_number.at("products").at(0);
+  EXPECT_EQ(paper.at("partNumber"), "M-100007");
+  EXPECT_EQ(paper.at("supplierPartNumber"), "QM-PAP-001");
+  EXPECT_EQ(paper.at("foundBy"), "partNumber");
+  EXPECT_EQ(paper.at("matches"), json::parse(R"([{"field": "partNumber", "begin": 0, "length": 8}])"));
+  EXPECT_EQ(by_number.at("total"), 1);
+  EXPECT_EQ(by_number.at("more"), false);
+  EXPECT_EQ(by_number.at("suggestions"), json::array());
   const json by_supplier = json::parse(run({"find", "--json", "QM-PAP-001"}).out);
   EXPECT_EQ(by_supplier.at("products").at(0).at("partNumber"), "M-100007");
-  const json by_text = json::parse(run({"find", "--json", "paper"}).out);
-  // Every product that the library counts is listed.
-  EXPECT_EQ(by_text.at("matchesInCatalogues"), 15);
-  EXPECT_EQ(by_text.at("products").size(), 15u);
-  const ToolRun nothing = run({"find", "no such thing"});
-  EXPECT_EQ(nothing.status, 1);
-  EXPECT_EQ(
-      nothing.out,
-      "No product has 'no such thing'.\nProducts that hang in no category are found by their exact part number or "
-      "supplier's number only.\n");
+  const json by_words = json::parse(run({"find", "--json", "--limit", "4", "paper", "a4"}).out);
+  EXPECT_EQ(by_words.at("total"), 5);
+  EXPECT_EQ(by_words.at("products").size(), 4u);
+  EXPECT_EQ(by_words.at("more"), true);
 
   const std::string id = std::to_string(by_number.at("products").at(0).at("id").get<int>());
   const json whole = json::parse(run({"show", "--json", id}).out);
@@ -437,6 +438,36 @@ TEST_F(Tool, FindsProductsByNumberAndDescription) {
   const ToolRun unknown = run({"show", "99999"});
   EXPECT_EQ(unknown.status, 1);
   EXPECT_EQ(unknown.err, "mercato: There is no product 99999.\n");
+}
+
+TEST_F(Tool, FindTellsWhatItKnowsBesideTheListOnStandardError) {
+  write_whole(path("some.sql"),
+              "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, MFRPARTNUMBER, DISABLED) VALUES ('P-1', 'red "
+              "pencil', 'X-77', 1);\n"
+              "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION) VALUES ('P-2', 'a very long name with very many "
+              "words in it, then a pencil at its end');\n");
+  ASSERT_EQ(run({"execute", "some.sql"}).status, 0);
+  const ToolRun all = run({"--color", "always", "find", "PENCIL"});
+  EXPECT_EQ(all.status, 0);
+  EXPECT_EQ(all.out,
+            "\x1b[1mID  PART NUMBER  SUPPLIER'S NUMBER  DESCRIPTION                   FOUND BY\x1b[0m\n"
+            "1   P-1                             red \x1b[1mpencil\x1b[0m (disabled)         words\n"
+            "2   P-2                             …t, then a \x1b[1mpencil\x1b[0m at its end  words\n");
+  EXPECT_EQ(all.err, "2 products\n");
+  const ToolRun first = run({"find", "pencil", "--limit", "1"});
+  EXPECT_EQ(first.err, "2 products; --offset 1 shows what follows\n");
+  EXPECT_EQ(run({"find", "pencil", "--offset", "2"}).err, "2 products; --offset passes over all of them\n");
+  EXPECT_EQ(run({"find", "pencil", "--offset", "2"}).status, 1);
+  EXPECT_EQ(run({"find", "x77"}).out,
+            "ID  PART NUMBER  SUPPLIER'S NUMBER  DESCRIPTION            FOUND BY\n"
+            "1   P-1                             red pencil (disabled)  other number, manufacturer's number X-77\n");
+  const ToolRun misspelt = run({"find", "pensil"});
+  EXPECT_EQ(misspelt.status, 1);
+  EXPECT_EQ(misspelt.out, "");
+  EXPECT_EQ(misspelt.err, "No product has 'pensil'.\nDid you mean 'pencil'?\n");
+  EXPECT_EQ(json::parse(run({"find", "--json", "pensil"}).out),
+            json::parse(R"({"products": [], "more": false, "total": 0, "suggestions": ["pencil"]})"));
+  EXPECT_EQ(run({"find", "pencil", "--user", "ANN"}).err, "No product has 'pencil'.\n");
 }
 
 }  // namespace

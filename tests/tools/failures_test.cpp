@@ -132,8 +132,10 @@ const std::vector<Failure>& failures() {
       {{"describe", "Mercato.Nobody"}, "{\"code\":-32602,\"message\":\"Nobody answers to 'Mercato.Nobody'\"}\n"},
 
       // Products
-      {{"find"}, "mercato: TERM is required; --help says more.\n", 2},
+      {{"find"}, "mercato: WORDS is required; --help says more.\n", 2},
       {{"find", "a", "--limit", "0"}, "mercato: --limit: Value 0 not in range 1 to 32000; --help says more.\n", 2},
+      {{"find", "a", "--offset", "-1"}, "mercato: --offset: Number less than 0: -1; --help says more.\n", 2},
+      {{"find", "a", "--user", " "}, "mercato: --user: it is blank; --help says more.\n", 2},
       {{"show", "9"}, "mercato: There is no product 9.\n"},
       {{"show", "-1"}, "mercato: There is no product -1.\n"},
       {{"show", "five"}, "mercato: ID: 'five" + kNoWholeNumber, 2},

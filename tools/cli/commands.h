@@ -42,7 +42,13 @@ struct UploadOptions {
 int upload(const UploadOptions& options, const OutputOptions& output);
 
 // find_command.cpp
-int find(const std::string& term, std::int32_t most, const OutputOptions& output);
+struct FindOptions {
+  std::vector<std::string> words;
+  std::string user;  // empty: everything in the store
+  std::int32_t limit = 50;
+  std::int32_t offset = 0;
+};
+int find(const FindOptions& options, const OutputOptions& output);
 int show(std::int32_t product_id, const OutputOptions& output);
 
 // execute_command.cpp: a file's name, or "-" for standard input

@@ -45,8 +45,7 @@ struct CommandLine {
   std::vector<std::string> arguments;
   PreviewOptions preview;
   UploadOptions upload;
-  std::string term;
-  std::int32_t limit = 50;
+  FindOptions find;
   std::int32_t product_id = 0;
   std::string script;
 };
@@ -174,16 +173,24 @@ class SingleCommands {
   }
 
   void add_find() {
-    CLI::App& command = add("find", "Find products by part number, supplier's number or description",
-                            "  mercato find M-100007\n"
-                            "  mercato find 'paper'\n"
-                            "  mercato find 'M-10%7'      % and _ stand for any text and any character\n",
-                            [](const CommandLine& given) { return find(given.term, given.limit, given.output); });
-    command.add_option("TERM", line_.term, "What to look for")->required();
-    command.add_option("--limit", line_.limit, "The most products found by a part of the number")
+    CLI::App& command =
+        add("find", "Find products by words: numbers, descriptions and parts of them",
+            "  mercato find M-100007\n"
+            "  mercato find m100007           signs and case do not count\n"
+            "  mercato find copy paper        all words, in any order\n"
+            "  mercato find paper --user BEN.OKORO\n"
+            "  mercato find paper --limit 20 --offset 20\n"
+            "The best come first: numbers that are what was asked for, then those that begin so, then words.\n",
+            [](const CommandLine& given) { return find(given.find, given.output); });
+    command.add_option("WORDS", line_.find.words, "What to look for")->required();
+    command.add_option("--user", line_.find.user, "Only what this user may see")->type_name("ID")->check(is_no_blank());
+    command.add_option("--limit", line_.find.limit, "The most products that are listed")
         ->type_name("N")
         ->check(CLI::Range(1, 32000))
         ->capture_default_str();
+    command.add_option("--offset", line_.find.offset, "How many products to pass over first")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber);
   }
 
   void add_show() {

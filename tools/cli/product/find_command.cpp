@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <iostream>
-#include <set>
 #include <utility>
 #include <vector>
 
 #include "mercato/dictionary.h"
 #include "mercato/object_context.h"
-#include "product/product_search.h"
+#include "mercato/search.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
 #include "tools/cli/product/property_values.h"
@@ -14,102 +14,176 @@
 #include "tools/cli/terminal/listing.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/json_values.h"
+#include "values/text.h"
 
 namespace mercato::cli {
 namespace {
 
-// The products that the library's own lookups find for a term, each with the first lookup that found it.
-class Search {
- public:
-  explicit Search(std::string term) : term_(std::move(term)), products_(create_root("Mercato.Product")) {}
-
-  void run(std::int32_t most) {
-    // A root object answers many calls; each is a transaction of its own.
-    found(by_number("GetProductIdFromPartNumSource"), "part number");
-    const auto same_number = call(products_, "GetProductsByPartNumber", {term_}).to<Dictionary>();
-    same_number->for_each([&](const Variant& id, const Variant&) { found(id.to_long(), "part number"); });
-    found(by_number("GetProductIDFromSupplierPartNum"), "supplier's number");
-
-    std::vector<Variant> arguments = {"%" + term_ + "%", most, false};
-    const auto in_catalogue = call(products_, "GetCatalogProductsByPartNumber", arguments).to<Dictionary>();
-    more_ = arguments[2].to_boolean();
-    in_catalogue->for_each([&](const Variant& id, const Variant&) { found(id.to_long(), "part number, catalogue"); });
-
-    // The library's widest look-up tells the first product and how many there are; the others are asked for here.
-    found(by_number("getProductIDFromPartNum"), "description or number, catalogue");
-    in_catalogues_ = call(products_, "countProductIDsFromPartNum", {term_}).to_long();
-    if (in_catalogues_ > 1) find_in_catalogues(most);
-  }
-
-  struct Hit {
-    std::int32_t id;
-    std::string how;
-    DictionaryPtr fields;
-  };
-  const std::vector<Hit>& hits() const { return hits_; }
-  bool more() const { return more_; }
-  std::int32_t in_catalogues() const { return in_catalogues_; }
-
- private:
-  std::int32_t by_number(std::string_view method) { return call(products_, method, {term_}).to_long(); }
-
-  void find_in_catalogues(std::int32_t most) {
-    for (const std::int32_t id : product::products_in_catalogs(connection_string(), term_, most))
-      found(id, "description or number, catalogue");
-  }
-
-  void found(std::int32_t id, const char* how) {
-    if (id == -1 || !known_.insert(id).second) return;
-    const Array names = {"PARTNUMBER", "BUYFROMPARTNUMBER", "PRODUCTDESCRIPTION", "DISABLED"};
-    hits_.push_back({id, how, call(products_, "GetProductFields", {names, id}).to<Dictionary>()});
-  }
-
-  std::string term_;
-  ComponentPtr products_;
-  std::vector<Hit> hits_;
-  std::set<std::int32_t> known_;
-  bool more_ = false;
-  std::int32_t in_catalogues_ = 0;
+// The words for a fit or a field, and its name in JSON.
+struct Naming {
+  const char* words;
+  const char* in_json;
 };
+
+Naming naming_of(Fit fit) {
+  switch (fit) {
+    case Fit::part_number:
+      return {"part number", "partNumber"};
+    case Fit::other_number:
+      return {"other number", "otherNumber"};
+    case Fit::number_begins:
+      return {"begin of a number", "numberBegins"};
+    case Fit::number_holds:
+      return {"part of a number", "numberHolds"};
+    case Fit::whole_words:
+      return {"words", "wholeWords"};
+    case Fit::parts_of_words:
+      return {"parts of words", "partsOfWords"};
+    default:
+      return {"", "listed"};
+  }
+}
+
+Naming naming_of(FoundField field) {
+  switch (field) {
+    case FoundField::part_number:
+      return {"part number", "partNumber"};
+    case FoundField::supplier_part_number:
+      return {"supplier's number", "supplierPartNumber"};
+    case FoundField::manufacturer_part_number:
+      return {"manufacturer's number", "manufacturerPartNumber"};
+    case FoundField::gtin:
+      return {"GTIN", "gtin"};
+    default:
+      return {"description", "description"};
+  }
+}
+
+const std::string& text_of(const FoundProduct& product, FoundField field) {
+  switch (field) {
+    case FoundField::part_number:
+      return product.part_number;
+    case FoundField::supplier_part_number:
+      return product.supplier_part_number;
+    case FoundField::manufacturer_part_number:
+      return product.manufacturer_part_number;
+    case FoundField::gtin:
+      return product.gtin;
+    default:
+      return product.description;
+  }
+}
+
+std::vector<FoundPlace> places_in(const FoundProduct& product, FoundField field) {
+  std::vector<FoundPlace> places;
+  std::ranges::copy_if(product.places, std::back_inserter(places),
+                       [&](const FoundPlace& place) { return place.field == field; });
+  return places;
+}
+
+// The text of a field with its places marked. A long one is cut, at its begin too where the first place lies behind.
+std::string marked(const FoundProduct& product, FoundField field, std::size_t longest) {
+  constexpr std::size_t kBefore = 10;
+  std::string_view text = text_of(product, field);
+  std::vector<FoundPlace> places = places_in(product, field);
+  std::string cell;
+  if (!places.empty() && places.front().begin + places.front().length >= longest) {
+    const std::size_t left_out = places.front().begin - std::min(places.front().begin, kBefore);
+    text.remove_prefix(text::left(text, left_out).size());
+    for (FoundPlace& place : places) place.begin -= left_out;
+    if (left_out > 0) cell = "…";
+  }
+  const std::size_t most = longest - text::length(cell);
+  const std::string line = shown(text, most);
+  const std::size_t told = text::length(text) > most ? most - 1 : most;  // without the sign of the cut
+  std::string_view rest = line;
+  std::size_t at = 0;
+  const auto take = [&](std::size_t count) {
+    const std::string_view taken = text::left(rest, count);
+    rest.remove_prefix(taken.size());
+    at += count;
+    return taken;
+  };
+  for (const FoundPlace& place : places) {
+    if (place.begin >= told) break;
+    cell += take(place.begin - at);
+    cell += bold(take(std::min(place.length, told - place.begin)));
+  }
+  return cell += rest;
+}
+
+// What matched beside the columns, by name.
+std::string found_by(const FoundProduct& product) {
+  std::string words = naming_of(product.fit).words;
+  for (const FoundField field : {FoundField::manufacturer_part_number, FoundField::gtin})
+    if (!places_in(product, field).empty())
+      words += std::string(", ") + naming_of(field).words + " " + marked(product, field, 30);
+  return words;
+}
+
+gateway::Json to_json(const FoundProduct& product) {
+  gateway::Json matches = gateway::Json::array();
+  for (const FoundPlace& place : product.places)
+    matches.push_back({{"field", naming_of(place.field).in_json}, {"begin", place.begin}, {"length", place.length}});
+  return {{"id", product.id},
+          {"partNumber", product.part_number},
+          {"supplierPartNumber", product.supplier_part_number},
+          {"manufacturerPartNumber", product.manufacturer_part_number},
+          {"description", product.description},
+          {"gtin", product.gtin},
+          {"unit", product.unit},
+          {"disabled", product.disabled},
+          {"foundBy", naming_of(product.fit).in_json},
+          {"matches", std::move(matches)}};
+}
+
+void tell_count(const FoundProducts& found, const FindOptions& options) {
+  std::cerr << (found.total ? counted(static_cast<std::size_t>(*found.total), "product")
+                            : "more than " + counted(kCountedProducts, "product"));
+  if (found.more)
+    std::cerr << "; --offset " << options.offset + options.limit << " shows what follows";
+  else if (found.products.empty() && options.offset > 0)
+    std::cerr << "; --offset passes over all of them";
+  std::cerr << '\n';
+}
 
 }  // namespace
 
-int find(const std::string& term, std::int32_t most, const OutputOptions& output) {
-  Search search(term);
-  search.run(most);
+int find(const FindOptions& options, const OutputOptions& output) {
+  const store::CallLimit limit = call_limit();
+  ProductSearch search;
+  for (const std::string& word : options.words) search.text += (search.text.empty() ? "" : " ") + word;
+  if (!options.user.empty()) search.user = options.user;
+  search.limit = options.limit;
+  search.offset = options.offset;
+  const FoundProducts found = find_products(search);
+  const int status = found.products.empty() ? kFailed : kDone;
+
   if (output.json) {
-    gateway::Json list = gateway::Json::array();
-    for (const Search::Hit& hit : search.hits())
-      list.push_back({{"id", hit.id},
-                      {"partNumber", text_of(*hit.fields, "PARTNUMBER")},
-                      {"supplierPartNumber", text_of(*hit.fields, "BUYFROMPARTNUMBER")},
-                      {"description", text_of(*hit.fields, "PRODUCTDESCRIPTION")},
-                      {"foundBy", hit.how}});
-    const gateway::Json json = {{"products", std::move(list)},
-                                {"more", search.more() || search.in_catalogues() > most},
-                                {"matchesInCatalogues", search.in_catalogues()}};
+    gateway::Json products = gateway::Json::array();
+    for (const FoundProduct& product : found.products) products.push_back(to_json(product));
+    const gateway::Json json = {{"products", std::move(products)},
+                                {"more", found.more},
+                                {"total", found.total ? gateway::Json(*found.total) : gateway::Json(nullptr)},
+                                {"suggestions", found.suggestions}};
     std::cout << gateway::line_of(json) << '\n';
-    return search.hits().empty() ? kFailed : kDone;
+    return status;
   }
 
   Table table({"ID", "PART NUMBER", "SUPPLIER'S NUMBER", "DESCRIPTION", "FOUND BY"});
-  for (const Search::Hit& hit : search.hits())
-    table.add({std::to_string(hit.id), shown(text_of(*hit.fields, "PARTNUMBER"), 30),
-               shown(text_of(*hit.fields, "BUYFROMPARTNUMBER"), 30),
-               shown(text_of(*hit.fields, "PRODUCTDESCRIPTION"), 50) +
-                   (text_of(*hit.fields, "DISABLED") == "1" ? " (disabled)" : ""),
-               hit.how});
+  for (const FoundProduct& product : found.products)
+    table.add({std::to_string(product.id), marked(product, FoundField::part_number, 30),
+               marked(product, FoundField::supplier_part_number, 30),
+               marked(product, FoundField::description, 50) + (product.disabled ? " (disabled)" : ""),
+               found_by(product)});
   table.print(std::cout);
-  if (table.empty())
-    std::cout << "No product has '" << shown(term) << "'.\n";
+  std::cout.flush();
+  if (found.total == 0)
+    std::cerr << "No product has '" << shown(search.text) << "'.\n";
   else
-    std::cout << '\n';
-  if (search.more()) std::cout << "There are more; --limit shows more than " << most << ".\n";
-  if (search.in_catalogues() > most)
-    std::cout << search.in_catalogues()
-              << " enabled products of the catalogues match by description or number; --limit shows more of them.\n";
-  std::cout << "Products that hang in no category are found by their exact part number or supplier's number only.\n";
-  return table.empty() ? kFailed : kDone;
+    tell_count(found, options);
+  for (const std::string& suggestion : found.suggestions) std::cerr << "Did you mean '" << shown(suggestion) << "'?\n";
+  return status;
 }
 
 int show(std::int32_t product_id, const OutputOptions& output) {

@@ -21,6 +21,17 @@ std::string painted(bool colored, std::string_view code, std::string_view text) 
   return "\x1b[" + std::string(code) + "m" + std::string(text) + "\x1b[0m";
 }
 
+// In characters, without the codes of colours.
+std::size_t width_of(std::string_view cell) {
+  std::size_t width = text::length(cell);
+  for (std::size_t begin = 0; (begin = cell.find('\x1b', begin)) != std::string_view::npos;) {
+    const std::size_t end = std::min(cell.find('m', begin), cell.size() - 1) + 1;
+    width -= end - begin;
+    begin = end;
+  }
+  return width;
+}
+
 }  // namespace
 
 void choose_colors(ColorChoice choice) {
@@ -52,15 +63,15 @@ void Table::print(std::ostream& out) const {
   if (rows_.empty()) return;
   std::vector<std::size_t> widths;
   for (std::size_t column = 0; column < headings_.size(); ++column) {
-    std::size_t width = text::length(headings_[column]);
-    for (const auto& row : rows_) width = std::max(width, text::length(row[column]));
+    std::size_t width = width_of(headings_[column]);
+    for (const auto& row : rows_) width = std::max(width, width_of(row[column]));
     widths.push_back(width);
   }
   const auto line = [&](const std::vector<std::string>& cells) {
     std::string joined;
     for (std::size_t column = 0; column < cells.size(); ++column) {
       joined += cells[column];
-      if (column + 1 < cells.size()) joined.append(widths[column] - text::length(cells[column]) + 2, ' ');
+      if (column + 1 < cells.size()) joined.append(widths[column] - width_of(cells[column]) + 2, ' ');
     }
     return joined;
   };

@@ -25,7 +25,8 @@ std::string alarming(std::string_view text);
 // On one line: control characters become blanks, a text of more than `longest` characters is cut and ends in "…".
 std::string shown(std::string_view text, std::size_t longest = 60);
 
-// Rows below their headings, columns aligned, the last one ragged. Prints nothing without rows.
+// Rows below their headings, columns aligned, the last one ragged. Cells may have colours; an escape character stands
+// for nothing else in them. Prints nothing without rows.
 class Table {
  public:
   explicit Table(std::vector<std::string> headings) : headings_(std::move(headings)) {}
