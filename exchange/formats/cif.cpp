@@ -11,6 +11,7 @@
 #include "exchange/formats/csv_table.h"
 #include "exchange/formats/item_building.h"
 #include "exchange/input/decoded.h"
+#include "exchange/read_values.h"
 #include "mercato/raised_error.h"
 #include "values/text.h"
 
@@ -19,12 +20,6 @@ namespace {
 
 constexpr std::string_view kSignature = "CIF_I_V";
 constexpr std::string_view kMark = "\xEF\xBB\xBF";
-
-std::string_view trimmed(std::string_view text) {
-  const std::size_t begin = text.find_first_not_of(" \t");
-  if (begin == text.npos) return {};
-  return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
-}
 
 // "Supplier Part ID" and "SupplierPartId" are one field.
 std::string field_key(std::string_view name) {

@@ -10,7 +10,7 @@
 namespace mercato::exchange {
 namespace {
 
-constexpr std::string_view kDigits = "0123456789";
+constexpr std::string_view kDecimalDigits = "0123456789";
 
 std::string language_of(std::string_view code) {
   return icu::Locale::createCanonical(std::string(code).c_str()).getLanguage();
@@ -46,11 +46,11 @@ std::string moved_decimal(std::string_view number, int places) {
   std::string_view rest = number;
   const bool is_negative = rest.starts_with('-');
   if (is_negative) rest.remove_prefix(1);
-  const std::size_t sign = std::min(rest.find_first_not_of(kDigits), rest.size());
+  const std::size_t sign = std::min(rest.find_first_not_of(kDecimalDigits), rest.size());
   std::string whole(rest.substr(0, sign));
   const char decimal_sign = sign < rest.size() ? rest[sign] : '.';
   std::string part(rest.substr(std::min(sign + 1, rest.size())));
-  if ((decimal_sign != '.' && decimal_sign != ',') || part.find_first_not_of(kDigits) != std::string::npos ||
+  if ((decimal_sign != '.' && decimal_sign != ',') || part.find_first_not_of(kDecimalDigits) != std::string::npos ||
       (whole.empty() && part.empty()))
     return std::string(number);
 

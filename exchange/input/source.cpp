@@ -18,7 +18,7 @@
 namespace mercato::exchange {
 namespace {
 
-constexpr std::size_t kPiece = std::size_t{256} * 1024;
+constexpr std::size_t kPieceOfFile = std::size_t{256} * 1024;
 constexpr std::size_t kPeeked = std::size_t{64} * 1024;
 constexpr std::string_view kGzip = "\x1F\x8B";
 constexpr std::string_view kZstd = "\x28\xB5\x2F\xFD";
@@ -57,7 +57,7 @@ class ReadBytes : public Bytes {
 
 class FileBytes final : public ReadBytes {
  public:
-  explicit FileBytes(std::string path) : path_(std::move(path)), piece_(kPiece) {
+  explicit FileBytes(std::string path) : path_(std::move(path)), piece_(kPieceOfFile) {
     if (path_ == "-") {
       file_ = STDIN_FILENO;
       return;
@@ -126,7 +126,7 @@ class UnpackedBytes final : public ReadBytes {
 
   archive_entry* open_zip() {
     archive_read_support_format_zip_seekable(archive_.get());
-    if (archive_read_open_filename(archive_.get(), path_.c_str(), kPiece) != ARCHIVE_OK) fail();
+    if (archive_read_open_filename(archive_.get(), path_.c_str(), kPieceOfFile) != ARCHIVE_OK) fail();
     return next_entry();
   }
   archive_entry* next_entry() {

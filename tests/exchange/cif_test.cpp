@@ -7,7 +7,7 @@
 
 #include "tests/exchange/told.h"
 
-namespace mercato::exchange::test {
+namespace mercato::exchange {
 namespace {
 
 std::string cif(const std::string& header, const std::string& rows) {
@@ -172,4 +172,4 @@ TEST(Cif, AFileThatIsCutOffOrNoneIsOneSentence) {
 }
 
 }  // namespace
-}  // namespace mercato::exchange::test
+}  // namespace mercato::exchange

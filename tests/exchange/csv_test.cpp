@@ -2,6 +2,7 @@
 // CSV as a format: its tables, mappings, and what is proposed without one.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <optional>
 
 #include "exchange/formats/csv_format.h"
@@ -9,7 +10,7 @@
 #include "exchange/formats/mapping.h"
 #include "tests/exchange/told.h"
 
-namespace mercato::exchange::test {
+namespace mercato::exchange {
 namespace {
 
 // Cells between bars, a row on each line, with the line that it begins on.
@@ -264,4 +265,4 @@ TEST(ProposedMappings, TakeRealTablesWhole) {
 }
 
 }  // namespace
-}  // namespace mercato::exchange::test
+}  // namespace mercato::exchange

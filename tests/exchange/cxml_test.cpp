@@ -7,7 +7,7 @@
 
 #include "tests/exchange/told.h"
 
-namespace mercato::exchange::test {
+namespace mercato::exchange {
 namespace {
 
 std::string index(const std::string& entries) {
@@ -153,4 +153,4 @@ TEST(Cxml, OtherDocumentsOfCxmlAreNoCatalogues) {
 }
 
 }  // namespace
-}  // namespace mercato::exchange::test
+}  // namespace mercato::exchange

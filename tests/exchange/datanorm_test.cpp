@@ -11,7 +11,7 @@
 #include "bench/support/data_folder.h"
 #include "tests/exchange/told.h"
 
-namespace mercato::exchange::test {
+namespace mercato::exchange {
 namespace {
 
 // The first line of version 4 has columns.
@@ -304,4 +304,4 @@ TEST(Datanorm, RealFilesAreReadToTheEnd) {
 }
 
 }  // namespace
-}  // namespace mercato::exchange::test
+}  // namespace mercato::exchange

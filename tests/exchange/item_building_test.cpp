@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace mercato::exchange::test {
+namespace mercato::exchange {
 namespace {
 
 TEST(ItemBuilding, ADecimalSignIsMovedAndStaysWhatItIs) {
@@ -52,4 +52,4 @@ TEST(ItemBuilding, AFieldIsGivenOnceAndAPropertyGrows) {
 }
 
 }  // namespace
-}  // namespace mercato::exchange::test
+}  // namespace mercato::exchange

@@ -4,16 +4,14 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
 #include <string_view>
 
 #include "exchange/formats/format.h"
 #include "mercato/raised_error.h"
 
-namespace mercato::exchange::test {
+namespace mercato::exchange {
 
 // In the order of the file; at the end what was left out, by name, with how often.
 class Told final : public ItemSink {
@@ -89,14 +87,13 @@ class BytesInPieces final : public Bytes {
   std::size_t size_;
 };
 
-// Reads by the format that takes the text for its own. A failure is told as the last line.
-inline std::string told(std::string_view text, const ReadingOptions& options = {}, std::size_t piece = 0) {
+// Reads by the format that takes the bytes for its own. A failure is told as the last line.
+inline std::string told(Bytes& bytes, const ReadingOptions& options = {}) {
   Told sink;
-  const Format* const format = format_of(text.substr(0, std::size_t{64} * 1024));
+  const Format* const format = format_of(bytes.peek());
   if (!format) return "no format";
   std::string failure;
   try {
-    BytesInPieces bytes(text, piece == 0 ? text.size() : piece);
     format->read(bytes, options, sink);
   } catch (const Raised& raised) {
     failure = "raised " + raised.error().Description + "\n";
@@ -104,4 +101,9 @@ inline std::string told(std::string_view text, const ReadingOptions& options = {
   return sink.text() + failure;
 }
 
-}  // namespace mercato::exchange::test
+inline std::string told(std::string_view text, const ReadingOptions& options = {}, std::size_t piece = 0) {
+  BytesInPieces bytes(text, piece == 0 ? text.size() : piece);
+  return told(bytes, options);
+}
+
+}  // namespace mercato::exchange

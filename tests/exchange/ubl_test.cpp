@@ -7,17 +7,17 @@
 
 #include "tests/exchange/told.h"
 
-namespace mercato::exchange::test {
+namespace mercato::exchange {
 namespace {
 
 constexpr char kBegin[] =
     "<Catalogue xmlns=\"urn:oasis:names:specification:ubl:schema:xsd:Catalogue-2\" xmlns:cac=\"a\" xmlns:cbc=\"b\">";
 
-std::string catalogue(const std::string& content) { return kBegin + content + "</Catalogue>"; }
+std::string ubl_catalogue(const std::string& content) { return kBegin + content + "</Catalogue>"; }
 std::string line(const std::string& content, const std::string& item = {}) {
-  return catalogue("<cac:CatalogueLine><cbc:ID>1</cbc:ID>" + content +
-                   "<cac:Item><cac:SellersItemIdentification><cbc:ID>A1</cbc:ID></cac:SellersItemIdentification>" +
-                   item + "</cac:Item></cac:CatalogueLine>");
+  return ubl_catalogue("<cac:CatalogueLine><cbc:ID>1</cbc:ID>" + content +
+                       "<cac:Item><cac:SellersItemIdentification><cbc:ID>A1</cbc:ID></cac:SellersItemIdentification>" +
+                       item + "</cac:Item></cac:CatalogueLine>");
 }
 std::string price(const std::string& content, const std::string& beside = {}) {
   return "<cac:RequiredItemLocationQuantity>" + beside + "<cac:Price>" + content +
@@ -165,10 +165,10 @@ TEST(Ubl, ALineSaysWhatBecomesOfItsProduct) {
 }
 
 TEST(Ubl, AProductWithoutANumberOfTheSellerGoesByTheStandardOne) {
-  EXPECT_EQ(told(catalogue("<cac:CatalogueLine><cac:Item><cac:StandardItemIdentification><cbc:ID "
-                           "schemeID=\"0160\">4000000000016</cbc:ID></cac:StandardItemIdentification></cac:Item>"
-                           "</cac:CatalogueLine>\n<cac:CatalogueLine><cac:Item/></cac:CatalogueLine>\n"
-                           "<cac:CatalogueLine/>")),
+  EXPECT_EQ(told(ubl_catalogue("<cac:CatalogueLine><cac:Item><cac:StandardItemIdentification><cbc:ID "
+                               "schemeID=\"0160\">4000000000016</cbc:ID></cac:StandardItemIdentification></cac:Item>"
+                               "</cac:CatalogueLine>\n<cac:CatalogueLine><cac:Item/></cac:CatalogueLine>\n"
+                               "<cac:CatalogueLine/>")),
             "header\nput 4000000000016 @1\n  GTIN 4000000000016\n"
             "flawed : CatalogueLine has an item without a number of the seller or a standard @2\n"
             "flawed : CatalogueLine has an item without a number of the seller or a standard @3\n");
@@ -221,4 +221,4 @@ TEST(Ubl, WhatIsNoCatalogueIsNotTakenForOne) {
 }
 
 }  // namespace
-}  // namespace mercato::exchange::test
+}  // namespace mercato::exchange

@@ -8,7 +8,7 @@
 #include "tests/platform/temporary_folder.h"
 #include "tests/support/workbook_files.h"
 
-namespace mercato::exchange::test {
+namespace mercato::exchange {
 namespace {
 
 using mercato::test::ArchivePart;
@@ -121,4 +121,4 @@ TEST_F(Workbooks, ThatAreDamagedOrEmptyEndInOneSentence) {
 }
 
 }  // namespace
-}  // namespace mercato::exchange::test
+}  // namespace mercato::exchange

@@ -10,7 +10,7 @@
 #include "mercato/raised_error.h"
 #include "tests/exchange/told.h"
 
-namespace mercato::exchange::test {
+namespace mercato::exchange {
 namespace {
 
 // Writes down what comes. A frame is what is called so.
@@ -197,4 +197,4 @@ TEST(XmlPieces, TheRootIsToldFromTheFirstBytes) {
 }
 
 }  // namespace
-}  // namespace mercato::exchange::test
+}  // namespace mercato::exchange
