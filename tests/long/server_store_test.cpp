@@ -14,6 +14,7 @@
 #include <new>
 #include <random>
 
+#include "frame/store_copy.h"
 #include "mercato/object_context.h"
 #include "mercato/product_xml.h"
 #include "mercato/server.h"
@@ -41,6 +42,7 @@ class Shared {
   Shared(const Shared&) = delete;
   Shared& operator=(const Shared&) = delete;
   T* operator->() const { return value_; }
+  T& operator*() const { return *value_; }
 
  private:
   T* value_;
@@ -75,6 +77,9 @@ class ServerStore : public OwnClusterTest {
     }
     run(*session,
         "INSERT INTO FAVORITES (USERID, PRODUCTID, FOLDERID, PRESENT) VALUES ('ann', 1, 0, 1), ('bob', 1, 0, 1)");
+    run(*session,
+        "INSERT INTO CATALOGNODEBYUSER (USERID, CATALOGID, NODEID) VALUES ('ann', 1, NULL), ('bob', 1, NULL), ('cyd', "
+        "1, NULL)");
     run(*session, "CREATE TABLE PAIRS (ID int NOT NULL PRIMARY KEY, HALF int NOT NULL)");
   }
 
@@ -101,12 +106,14 @@ class ServerStore : public OwnClusterTest {
     Root<TCatalog> catalog;
     catalog->CopyCatalog(1, 1, "");
   }
-  // To the other catalogue's product and back.
-  static void migrate_favorites() {
+  // Favourites and rights, to the other catalogue and back.
+  static void migrate() {
     for (const std::int32_t from : {1, 2}) {
-      Root<TCatalog> catalog;
       std::int32_t original = from, changed = 3 - from;
-      catalog->ChangeFavorites(original, changed);
+      Root<TCatalog> favorites;
+      favorites->ChangeFavorites(original, changed);
+      Root<TCatalog> rights;
+      rights->ChangeAuthorizationsForUser(original, changed);
     }
   }
   int count(const std::string& condition) const { return std::stoi(as_owner("SELECT count(*) FROM " + condition)); }
@@ -121,6 +128,8 @@ class ServerStore : public OwnClusterTest {
                     "C.\"CATALOGID\") <> 2"),
               0);
     EXPECT_EQ(as_owner("SELECT count(*) || ' of ' || count(DISTINCT \"PRODUCTID\") FROM \"FAVORITES\""), "2 of 1");
+    EXPECT_EQ(as_owner("SELECT count(*) || ' of ' || count(DISTINCT \"CATALOGID\") FROM \"CATALOGNODEBYUSER\""),
+              "3 of 1");
     EXPECT_EQ(count("\"PRODUCTPROPVALUE\" V WHERE NOT EXISTS (SELECT FROM \"PRODUCT\" P WHERE P.\"PRODUCTID\" = "
                     "V.\"PRODUCTID\")"),
               0);
@@ -254,7 +263,7 @@ class ServerStoreKilled : public ServerStore {
             acknowledged->pair[at] = true;
             copy_catalog();
             ++acknowledged->copies;
-            migrate_favorites();
+            migrate();
             ++acknowledged->migrations;
           }
         } catch (const Raised&) {
@@ -304,6 +313,98 @@ TEST_F(ServerStoreKilled, TheProcessOfTheServerAtAnyMoment) {
 
 TEST_F(ServerStoreKilled, TheServerAtAnyMoment) {
   die_again_and_again([](pid_t) { cluster().control("restart --mode=immediate"); });
+}
+
+// Copies into a store on the same server: one that was interrupted is gone on with, and has all rows then.
+class ServerCopyKilled : public ServerStore {
+ protected:
+  void copy_again_and_again(const std::function<void(pid_t)>& death) {
+    as_owner(
+        "INSERT INTO \"PRODUCT\" (\"PARTNUMBER\", \"PRODUCTDESCRIPTION\") SELECT 'P' || n, repeat('d', 100) FROM "
+        "generate_series(1, 5000) n; INSERT INTO \"PRODUCTPROPVALUE\" (\"PROPERTYID\", \"PRODUCTID\", \"VALUE\") "
+        "SELECT "
+        "p, n, 'red' FROM generate_series(1, 3) p, generate_series(1, 5000) n");
+    cluster().run("CREATE DATABASE " + target() + " OWNER mercato");
+    // How far a copy is: it tells its observer now and then.
+    const Shared<std::atomic<int>> steps;
+    const auto copy = [&] {
+      *steps = 0;
+      return copy_store(store(), cluster().store(target()), [&](auto...) { ++*steps; });
+    };
+    const std::vector<CopiedTable> expected = copy().tables;
+    const unsigned usual = static_cast<unsigned>(*steps);
+    const int deaths = number_of("MERCATO_TEST_KILLS", 100);
+    std::mt19937 random(static_cast<unsigned>(number_of("MERCATO_TEST_SEED", 20260704)));
+    int interrupted = 0, continued = 0;
+    for (int round = 0; round < deaths && !HasFailure(); ++round) {
+      close_idle_sessions();
+      // Without force: nobody may be left in it.
+      EXPECT_TRUE(comes_true([&] { return sessions_in_target() == "0"; })) << "sessions are left";
+      cluster().run("DROP DATABASE " + target());
+      cluster().run("CREATE DATABASE " + target() + " OWNER mercato");
+      *steps = 0;
+      const pid_t child = ::fork();
+      if (child == 0) {
+        try {
+          copy();
+        } catch (const Raised&) {
+          ::_exit(3);
+        }
+        ::_exit(0);
+      }
+      const int moment = static_cast<int>(random() % usual);
+      int status = 0;
+      pid_t ended = 0;
+      while (*steps < moment && (ended = ::waitpid(child, &status, WNOHANG)) == 0)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      std::this_thread::sleep_for(std::chrono::milliseconds(random() % 20));
+      if (ended == 0) {
+        death(child);
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+      }
+      if (status == 0) continue;
+      ++interrupted;
+      // Death may have come when all was done.
+      if (is_finished()) {
+        EXPECT_EQ(cluster().run("SELECT count(*) FROM \"PRODUCT\"", target()), "5002");
+        continue;
+      }
+      const StoreCopy done = copy();
+      EXPECT_EQ(done.tables, expected);
+      if (done.continued) ++continued;
+    }
+    std::cout << "[ figures  ] " << deaths << " deaths, " << interrupted << " in the middle of a copy, " << continued
+              << " copies gone on with; counts and checksums agree" << std::endl;
+    EXPECT_GT(interrupted, deaths / 2) << "most copies were over before";
+    EXPECT_GT(continued, 0);
+    close_idle_sessions();
+    cluster().run("DROP DATABASE " + target() + " WITH (FORCE)");
+    expect_nobody_left();
+  }
+  std::string target() const { return database() + "_copy"; }
+  std::string sessions_in_target() const {
+    return as_owner("SELECT count(*) FROM pg_stat_activity WHERE datname = '" + target() + "'");
+  }
+  // The table that marks a copy goes at its end.
+  bool is_finished() const {
+    return cluster().run("SELECT to_regclass('\"MERCATO_COPY\"') IS NULL AND to_regclass('\"PRODUCT\"') IS NOT NULL",
+                         target()) == "t" &&
+           cluster().run("SELECT count(*) > 0 FROM \"PRODUCT\"", target()) == "t";
+  }
+};
+
+TEST_F(ServerCopyKilled, TheClientAtAnyMoment) {
+  copy_again_and_again([](pid_t client) { ::kill(client, SIGKILL); });
+}
+
+TEST_F(ServerCopyKilled, TheProcessOfTheServerAtAnyMoment) {
+  copy_again_and_again([](pid_t) {
+    cluster().run("SELECT pg_terminate_backend(pid, 10000) FROM pg_stat_activity WHERE usename = 'mercato'");
+  });
+}
+
+TEST_F(ServerCopyKilled, TheServerAtAnyMoment) {
+  copy_again_and_again([](pid_t) { cluster().control("restart --mode=immediate"); });
 }
 
 }  // namespace
