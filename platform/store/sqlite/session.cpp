@@ -160,8 +160,8 @@ SqliteSession::Proposals SqliteSession::propose_rows(std::span<const dialect::Te
   return proposals;
 }
 
-// Nothing where reading is faster: a row that is proposed costs some four times as much as one that is read, in a join,
-// which might begin elsewhere, twice that; and a query that is at its end with a few rows reads only as far as it finds them.
+// Nothing where reading is faster: a row that is proposed costs some four times as much as one that is read, and a query
+// that is at its end with a few rows reads only as far as it finds them. Other tables are looked at for rows that match.
 std::optional<std::string> SqliteSession::proposed_rows(const dialect::TextSearch& search,
                                                         const dialect::LexedStatement& lexed) {
   constexpr std::int64_t kSmallTable = 500;
@@ -171,7 +171,7 @@ std::optional<std::string> SqliteSession::proposed_rows(const dialect::TextSearc
   if (!match || table == nullptr) return std::nullopt;
   const std::int64_t rows = text_indexes_.most_rows(*table);
   if (rows < kSmallTable) return std::nullopt;
-  double most = static_cast<double>(rows) / (search.is_joined ? 16 : 8);
+  double most = static_cast<double>(rows) / 8;
   if (search.limit != dialect::kNoLiteral) {
     const double wanted = dialect::parameter_value(lexed, {search.limit}).to_double();
     most = std::min(most, std::max(kAlwaysWorthIt, std::sqrt(wanted * static_cast<double>(rows) / 4)));
