@@ -324,6 +324,7 @@ class Proposing {
 
   Proposal run() {
     proposal_.headers = headers_;
+    proposal_.header = first_ - 1;
     take_numbered_prices();
     take_property_rows();
     for (std::size_t place = 0; place < headers_.size(); ++place) take(place);
@@ -670,8 +671,9 @@ class MappingWriter {
     });
     if (place == proposal_.headers.end()) return {};
     const auto index = static_cast<std::size_t>(place - proposal_.headers.begin());
-    for (const TableRow& row : sample_) {
-      if (index >= row.cells.size() || row.cells == proposal_.headers) continue;
+    for (std::size_t place_of_row = proposal_.header + 1; place_of_row < sample_.size(); ++place_of_row) {
+      const TableRow& row = sample_[place_of_row];
+      if (index >= row.cells.size()) continue;
       const std::string_view cell = trimmed(row.cells[index]);
       constexpr std::size_t kShown = 40;
       if (!cell.empty()) return quoted(text::left(cell, kShown));

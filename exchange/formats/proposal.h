@@ -14,6 +14,7 @@ namespace mercato::exchange {
 
 struct Proposal {
   Mapping mapping;                   // the number's column is empty when none was found
+  std::size_t header = 0;            // its place among the rows
   std::vector<std::string> headers;  // by the place of their column
   std::vector<std::string> remarks;  // what was found out and what is doubtful, each a sentence
   std::vector<std::string> empty_columns;

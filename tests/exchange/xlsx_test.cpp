@@ -115,7 +115,7 @@ TEST_F(Workbooks, ProposeAMapping) {
 
 TEST_F(Workbooks, ThatAreDamagedOrEmptyEndInOneSentence) {
   write({{"xl/nothing", "x"}});
-  EXPECT_EQ(read(), "raised The workbook cannot be loaded: it has no part \"_rels/.rels\".\n");
+  EXPECT_EQ(read(), "raised The workbook cannot be loaded: it has no part _rels/.rels.\n");
   write(mercato::test::workbook_parts({.rows = ""}));
   EXPECT_EQ(read(), "raised The file has no rows.\n");
 }
