@@ -103,6 +103,8 @@ const std::vector<Failure>& failures() {
       {{"upload", "text.txt", "--on-errors", "perhaps"},
        "mercato: --on-errors: perhaps not in {write,skip}; --help says more.\n",
        2},
+      {{"import"}, "mercato: FILE is required; --help says more.\n", 2},
+      {{"import", "nowhere.csv"}, "mercato: The file \"nowhere.csv\" is not there.\n"},
       {{"prices", "preview", "nowhere.xml"},
        "mercato: Cannot read the file \"nowhere.xml\": No such file or directory.\n"},
       {{"prices", "upload", "folder"}, "mercato: Cannot read the file \"folder\": Is a directory.\n"},
@@ -134,7 +136,7 @@ const std::vector<Failure>& failures() {
       // Products
       {{"find"}, "mercato: WORDS is required; --help says more.\n", 2},
       {{"find", "a", "--limit", "0"}, "mercato: --limit: Value 0 not in range 1 to 32000; --help says more.\n", 2},
-      {{"find", "a", "--offset", "-1"}, "mercato: --offset: Number less than 0: -1; --help says more.\n", 2},
+      {{"find", "a", "--offset", "-1"}, "mercato: --offset: '-1' is no number of 0 or more; --help says more.\n", 2},
       {{"find", "a", "--user", " "}, "mercato: --user: it is blank; --help says more.\n", 2},
       {{"show", "9"}, "mercato: There is no product 9.\n"},
       {{"show", "-1"}, "mercato: There is no product -1.\n"},

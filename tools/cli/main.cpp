@@ -190,7 +190,7 @@ class SingleCommands {
         ->capture_default_str();
     command.add_option("--offset", line_.find.offset, "How many products to pass over first")
         ->type_name("N")
-        ->check(CLI::NonNegativeNumber);
+        ->check(is_not_negative());
   }
 
   void add_show() {
