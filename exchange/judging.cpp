@@ -490,7 +490,7 @@ class Judge::Work {
     };
     const Day from = day_of("FROM", given.from_day, kNoFirstDay);
     Day to = day_of("TO", given.to_day, kNoLastDay);
-    if (to <= from) {
+    if (!(from < to)) {
       find(Reason::end_before_start, "TO", to.iso(), "The first day is " + from.iso() + ".", given.place);
       to = read_day(kNoLastDay, {}).day;
     }

@@ -3,11 +3,11 @@
 // be so, never guessed. Pure; any thread.
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "exchange/item.h"
 
@@ -35,7 +35,10 @@ struct Day {
   int year = 0;
   int month = 0;
   int day = 0;
-  auto operator<=>(const Day&) const = default;
+  bool operator==(const Day&) const = default;
+  bool operator<(const Day& other) const {
+    return std::tie(year, month, day) < std::tie(other.year, other.month, other.day);
+  }
   std::string iso() const;  // "2026-04-03"
   // As the library reads dates: "4/3/2026".
   std::string american() const;

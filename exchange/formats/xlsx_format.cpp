@@ -63,7 +63,7 @@ class SheetTable final : public Table {
             "The workbook" + error.substr(std::min(error.find(" cannot"), error.size())));
     }
     if (const auto& area = workbook_.used_area())
-      columns_ = static_cast<std::size_t>(area->last_column - area->first_column + 1);
+      columns_ = static_cast<std::size_t>(area->last_column) - static_cast<std::size_t>(area->first_column) + 1;
   }
 
   bool next(TableRow& row) override {
