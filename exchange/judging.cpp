@@ -13,6 +13,7 @@
 #include "mercato/object_context.h"
 #include "platform/xml/characters.h"
 #include "upload/product_fields.h"
+#include "values/edit_distance.h"
 #include "values/same_text.h"
 #include "values/text.h"
 
@@ -98,34 +99,15 @@ constexpr std::array kSameUnits = {
     std::string_view(" TU TB TUBE XTU "),
 };
 
-std::size_t edit_distance(std::string_view left, std::string_view right) {
-  std::vector<std::size_t> before(right.size() + 1);
-  std::vector<std::size_t> last(right.size() + 1);
-  std::vector<std::size_t> row(right.size() + 1);
-  for (std::size_t column = 0; column <= right.size(); ++column) last[column] = column;
-  for (std::size_t line = 1; line <= left.size(); ++line) {
-    row[0] = line;
-    for (std::size_t column = 1; column <= right.size(); ++column) {
-      const bool same = left[line - 1] == right[column - 1];
-      row[column] = std::min({last[column] + 1, row[column - 1] + 1, last[column - 1] + (same ? 0U : 1U)});
-      if (line > 1 && column > 1 && left[line - 1] == right[column - 2] && left[line - 2] == right[column - 1])
-        row[column] = std::min(row[column], before[column - 2] + 1);
-    }
-    std::swap(before, last);
-    std::swap(last, row);
-  }
-  return last[right.size()];
-}
-
 // The field that this is nearly the name of; empty for none. Short names are near to each other without being meant.
 std::string_view nearly(std::string_view name) {
   constexpr std::size_t kShort = 6;
   constexpr std::size_t kLong = 10;
   if (name.size() < kShort) return {};
   const std::size_t most = name.size() >= kLong ? 2 : 1;
+  const text::Characters characters = text::characters_of(name);
   for (const std::string_view field : upload::field_names())
-    if (field.size() >= kShort && field.size() <= name.size() + most && name.size() <= field.size() + most &&
-        edit_distance(name, field) <= most)
+    if (field.size() >= kShort && text::edit_distance(characters, text::characters_of(field), most) <= most)
       return field;
   return {};
 }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "search/id_list.h"
+#include "values/edit_distance.h"
 #include "values/same_text.h"
 #include "values/squeezed_text.h"
 #include "values/text.h"
@@ -21,33 +22,8 @@ constexpr std::size_t kLongWord = 6;           // may have two faults
 constexpr std::size_t kProductsOfPiece = 256;  // so many are read for their words
 constexpr std::size_t kMostMisspelt = 3;
 
-using Characters = std::vector<std::string_view>;
-
-Characters characters_of(std::string_view text) {
-  Characters characters;
-  for (; !text.empty(); text.remove_prefix(characters.back().size())) characters.push_back(text::left(text, 1));
-  return characters;
-}
-
-// How many characters have to be put in, left out, replaced, or swapped with their neighbours; more than `most` is any
-// number above it.
-std::size_t distance(const Characters& left, const Characters& right, std::size_t most) {
-  if (std::max(left.size(), right.size()) - std::min(left.size(), right.size()) > most) return most + 1;
-  std::vector<std::size_t> before_last, last(right.size() + 1), row(right.size() + 1);
-  for (std::size_t j = 0; j < last.size(); ++j) last[j] = j;
-  for (std::size_t i = 1; i <= left.size(); ++i) {
-    row[0] = i;
-    for (std::size_t j = 1; j <= right.size(); ++j) {
-      const bool same = left[i - 1] == right[j - 1];
-      row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + (same ? 0 : 1)});
-      if (i > 1 && j > 1 && left[i - 1] == right[j - 2] && left[i - 2] == right[j - 1])
-        row[j] = std::min(row[j], before_last[j - 2] + 1);
-    }
-    if (std::ranges::min(row) > most) return most + 1;
-    before_last = std::exchange(last, row);
-  }
-  return last.back();
-}
+using text::Characters;
+using text::characters_of;
 
 // Pieces of a word of which one is whole in it although it is misspelt, the longest ones first.
 std::vector<std::string> pieces_of(const Characters& word) {
@@ -113,7 +89,7 @@ class SimilarWords {
     const std::string word = text::squeezed(text::folded(spelling));
     if (word.empty()) return;
     const auto [met, is_new] = met_.try_emplace(word, Met{std::string(spelling), 0, 0});
-    if (is_new) met->second.distance = distance(word_, characters_of(word), most_);
+    if (is_new) met->second.distance = text::edit_distance(word_, characters_of(word), most_);
     ++met->second.times;
   }
 
