@@ -22,6 +22,7 @@
 #include "bench/support/cost.h"
 #include "bench/support/data_folder.h"
 #include "bench/support/measured_upload.h"
+#include "bench/support/million_products.h"
 #include "bench/support/product_converter.h"
 #include "bench/support/program.h"
 #include "mercato/object_context.h"
@@ -36,12 +37,6 @@ namespace mercato::bench {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr std::int32_t kProducts = 1'000'000;
-constexpr std::int32_t kCategories = 2'000;
-constexpr const char* kDefinition =
-    "CREATE FULLTEXT INDEX ON PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, BUYFROMPARTNUMBER, MFRPARTNUMBER)";
-constexpr const char* kDrop = "DROP FULLTEXT INDEX ON PRODUCT";
 
 double seconds_of_thread() {
   timespec time{};
@@ -62,81 +57,7 @@ double by_clock(const std::function<void()>& work) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
 }
 
-// Real components and their like: in each further round through the file the digits of a number and of a description are
-// others.
-class Components {
- public:
-  Components() {
-    CsvReader reader(components_file());
-    const std::size_t number = reader.column("part_number"), mfr = reader.column("mfr_part_number"),
-                      description = reader.column("description"), manufacturer = reader.column("manufacturer"),
-                      package = reader.column("package");
-    for (std::vector<std::string> row; reader.next(row);)
-      rows_.push_back(
-          {row[mfr],
-           row[description].empty() ? row[manufacturer] + " " + row[mfr] + " " + row[package] : row[description],
-           row[number]});
-  }
-
-  struct Component {
-    std::string part_number;
-    std::string description;
-    std::string supplier_number;
-  };
-  Component product(std::int32_t id) const {
-    const std::size_t place = static_cast<std::size_t>(id - 1);
-    Component made = rows_[place % rows_.size()];
-    const std::size_t round = place / rows_.size();
-    for (std::string* const text : {&made.part_number, &made.description, &made.supplier_number})
-      for (std::size_t i = 0; round > 0 && i < text->size(); ++i)
-        if (char& c = (*text)[i]; c >= '0' && c <= '9')
-          c = static_cast<char>('0' + (static_cast<std::size_t>(c - '0') * 3 + round * (i + 1)) % 10);
-    made.part_number = text::left(made.part_number, 50);
-    made.description = text::left(made.description, 255);
-    return made;
-  }
-
- private:
-  std::vector<Component> rows_;
-};
-
 void execute(store::Session& session, const std::string& statement) { session.execute(Sql::verbatim(statement)); }
-
-void fill(const fs::path& path, const Components& components) {
-  create_store(path);
-  const auto session = store::driver_for(connection_string(path)).open(connection_string(path));
-  execute(*session, kDrop);
-  session->start_transaction();
-  execute(*session, "INSERT INTO CATALOG (CATALOGNAME) VALUES ('Components')");
-  for (std::int32_t i = 1; i <= kCategories; ++i) {
-    const std::string id = std::to_string(i);
-    execute(*session, "INSERT INTO PRODUCTCATEGORY (CATEGORYNAME) VALUES ('Category " + id + "')");
-    execute(*session,
-            "INSERT INTO CATALOGNODE (CATALOGID, NODENAME, CATEGORYID) VALUES (1, 'Node " + id + "', " + id + ")");
-  }
-  session->commit();
-  const store::TableInfo products = *session->table("PRODUCT"), links = *session->table("PRODUCTSBYCATEGORY");
-  const auto place = [&](const char* name) { return products.find(name).value(); };
-  std::vector<std::vector<Variant>> product_rows, link_rows;
-  for (std::int32_t id = 1; id <= kProducts; ++id) {
-    const Components::Component component = components.product(id);
-    std::vector<Variant>& row = product_rows.emplace_back(products.columns.size(), kNull);
-    row[place("PRODUCTID")] = id;
-    row[place("PARTNUMBER")] = row[place("MFRPARTNUMBER")] = component.part_number;
-    row[place("PRODUCTDESCRIPTION")] = component.description;
-    row[place("BUYFROMPARTNUMBER")] = component.supplier_number;
-    row[place("DISABLED")] = row[place("STOCKITEM")] = std::int16_t{0};
-    // A tenth hangs in no category.
-    if (id % 10 != 0) link_rows.push_back({id, id % kCategories + 1, kNull});
-    if (id % 10'000 != 0) continue;
-    session->start_transaction();
-    session->copy_rows(products, product_rows);
-    session->copy_rows(links, link_rows);
-    session->commit();
-    product_rows.clear();
-    link_rows.clear();
-  }
-}
 
 // Pieces of the numbers and descriptions in the store, and a few that are in none.
 std::vector<std::string> random_terms(const fs::path& path, std::size_t count) {
@@ -147,7 +68,7 @@ std::vector<std::string> random_terms(const fs::path& path, std::size_t count) {
   const auto below = [&](std::size_t limit) { return static_cast<std::size_t>(numbers() % limit); };
   std::vector<std::string> terms;
   while (terms.size() < count) {
-    sqlite3_bind_int(product.get(), 1, static_cast<int>(1 + below(kProducts)));
+    sqlite3_bind_int(product.get(), 1, static_cast<int>(1 + below(kMillion)));
     if (sqlite3_step(product.get()) != SQLITE_ROW) store.fail("reading a product");
     // Half of them out of a description.
     const int column = static_cast<int>(std::min<std::size_t>(below(4), 2));
@@ -173,7 +94,7 @@ class SearchBench {
       : store_(std::move(store)), terms_(terms), figures_(figures) {}
 
   void run() {
-    if (!fs::exists(store_)) in_child_process([&] { return fill(store_, Components()), true; });
+    if (!fs::exists(store_)) in_child_process([&] { return MillionProducts().fill(store_), true; });
     build();
     in_child_process([&] { return search(), true; });
     upkeep();
@@ -187,10 +108,10 @@ class SearchBench {
     };
     const Built built = in_child_process([&] {
       const auto session = store::driver_for(connection_string(store_)).open(connection_string(store_));
-      if (session->table("PRODUCT")->has_text_index()) execute(*session, kDrop);
+      if (session->table("PRODUCT")->has_text_index()) execute(*session, MillionProducts::kIndexDrop);
       Built cost{};
       const double before = cpu_seconds();
-      cost.seconds = by_clock([&] { execute(*session, kDefinition); });
+      cost.seconds = by_clock([&] { execute(*session, MillionProducts::kIndexDefinition); });
       cost.cpu_seconds = cpu_seconds() - before;
       return cost;
     });
