@@ -35,8 +35,8 @@ Candidates::Candidates(ConnectionPtr connection, std::vector<std::string> words,
   if (!propose_more()) begin_reading(search);
 }
 
-// More than the index was asked for before, for it always begins with the least. Most often once is enough. False when the
-// store cannot propose.
+// More than the index was asked for before, for it always begins with the least. Most often once is enough. False when
+// the store cannot propose.
 bool Candidates::propose_more() {
   constexpr std::size_t kFirst = kCountedProducts + kLongList;
   constexpr std::size_t kGrowth = 8;

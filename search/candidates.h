@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The ids of products that may fit, the least first: from the text index where the words and the store allow it, else by
-// reading. One thread at a time.
+// The ids of products that may fit, the least first: from the text index where the words and the store allow it, else
+// by reading. One thread at a time.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The products that fit, read from the store: all that is found goes through here, so nothing is told or counted that the
-// search may not show. One object serves one search. One thread at a time.
+// The products that fit, read from the store. All that is found goes through here, so nothing is told or counted that
+// the search may not show. One object serves one search. One thread at a time.
 #pragma once
 
 #include <cstddef>

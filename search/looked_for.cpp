@@ -27,22 +27,34 @@ bool holds_whole(std::string_view text, std::string_view word) {
   return false;
 }
 
-// A description as words are looked for in it: each word squeezed, between blanks. `keeps_parts`: what a sign divides are
-// words of their own, so that "usb" is a whole word of "USB-C".
+// A description as words are looked for in it: each word squeezed, between blanks. `keeps_parts`: what a sign divides
+// are words of their own, so that "usb" is a whole word of "USB-C".
 std::string squeezed_words(std::string_view folded, bool keeps_parts) {
-  std::string words = " ";
+  std::string words(folded.size() + 2, ' ');
+  std::size_t end = 1;  // behind a blank or the last word
   for (const char character : folded) {
     if (counts(character))
-      words += character;
-    else if ((keeps_parts || is_blank(character)) && words.back() != ' ')
-      words += ' ';
+      words[end++] = character;
+    else if ((keeps_parts || is_blank(character)) && words[end - 1] != ' ')
+      words[end++] = ' ';
   }
-  if (words.back() != ' ') words += ' ';
+  words.resize(words[end - 1] == ' ' ? end : end + 1);
   return words;
 }
 
 std::string_view without_zeros(std::string_view digits) {
   return digits.substr(std::min(digits.find_first_not_of('0'), digits.size()));
+}
+
+// The text as it is, and its digits with the zeros that a GTIN of each length has in front.
+std::vector<std::string> gtins_of(const std::string& text, const std::string& whole) {
+  constexpr std::array<std::size_t, 4> kLengths = {8, 12, 13, 14};
+  std::vector<std::string> forms = {text, whole};
+  if (whole.size() < kLengths.front() || whole.find_first_not_of("0123456789") != std::string::npos) return forms;
+  const std::string digits(without_zeros(whole));
+  for (const std::size_t length : kLengths)
+    if (digits.size() <= length) forms.push_back(std::string(length - digits.size(), '0') + digits);
+  return forms;
 }
 
 // A text, squeezed, that knows which of its characters each byte comes from. Letters that are not composed have no
@@ -119,22 +131,12 @@ LookedFor::LookedFor(std::string_view text) {
     words_.push_back(squeezed(word));
     whole_ += words_.back();
   }
-}
-
-std::vector<std::string> LookedFor::gtins() const {
-  constexpr std::size_t kShortest = 8, kLongest = 14;
-  std::vector<std::string> forms = {text_, whole_};
-  const bool is_number = !whole_.empty() && whole_.find_first_not_of("0123456789") == std::string::npos;
-  const std::string digits(without_zeros(whole_));
-  if (is_number && whole_.size() >= kShortest && digits.size() <= kLongest)
-    for (const std::size_t length : {kShortest, std::size_t{12}, std::size_t{13}, kLongest})
-      if (digits.size() <= length) forms.push_back(std::string(length - digits.size(), '0') + digits);
-  return forms;
+  gtins_ = gtins_of(text_, whole_);
 }
 
 bool LookedFor::is_gtin(const FoundProduct& product) const {
   if (product.gtin.empty()) return false;
-  return std::ranges::any_of(gtins(), [&](const std::string& form) { return text::same(form, product.gtin); });
+  return std::ranges::any_of(gtins_, [&](const std::string& form) { return text::same(form, product.gtin); });
 }
 
 std::optional<Standing> LookedFor::standing_of(const FoundProduct& product) const {

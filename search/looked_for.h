@@ -30,7 +30,7 @@ class LookedFor {
   bool is_everything() const { return text_.empty(); }
   bool is_nothing() const { return !text_.empty() && words_.empty(); }
   // The forms in which a GTIN may be stored that has the words as its digits.
-  std::vector<std::string> gtins() const;
+  const std::vector<std::string>& gtins() const { return gtins_; }
 
   // Nothing when the product does not fit.
   std::optional<Standing> standing_of(const FoundProduct& product) const;
@@ -42,6 +42,7 @@ class LookedFor {
   std::string text_;
   std::vector<std::string> words_;
   std::string whole_;
+  std::vector<std::string> gtins_;
 };
 
 // The words of a text: what stands between its blanks. Those without a letter or digit are left out.

@@ -7,6 +7,7 @@
 #include "mercato/search.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <chrono>
 #include <thread>
@@ -120,11 +121,11 @@ class Search {
       if (!has_all) add_by_begin();
     }
     if (has_all) found.total = static_cast<std::int32_t>(ordered_.size());
-    if (begins_among_following())
-      ordered_.clear();
-    else
-      std::ranges::sort(ordered_, {}, &PlacedHit::position);
     if (after_) std::erase_if(ordered_, [&](const PlacedHit& placed) { return placed.position <= *after_; });
+    // The page, and one more product.
+    const std::int64_t wanted = std::int64_t{search_.offset} + search_.limit + 1;
+    const auto middle = ordered_.begin() + std::min(wanted, static_cast<std::int64_t>(ordered_.size()));
+    std::ranges::partial_sort(ordered_, middle, {}, &PlacedHit::position);
     return following;
   }
 

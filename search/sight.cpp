@@ -39,7 +39,7 @@ std::vector<std::int32_t> Sight::shown(std::vector<std::int32_t> products) {
   Ids unknown;
   for (const auto& [product, category] : links)
     if (categories_.emplace(category, !search_.user && !search_.catalog).second) unknown.push_back(category);
-  if (search_.user || search_.catalog) learn(unknown);
+  if (search_.user || search_.catalog) learn(std::move(unknown));
 
   std::unordered_set<std::int32_t> seen;
   for (const auto& [product, category] : links)
@@ -49,44 +49,43 @@ std::vector<std::int32_t> Sight::shown(std::vector<std::int32_t> products) {
 }
 
 // A category may be shown when one of its nodes may.
-void Sight::learn(const Ids& categories) {
-  if (search_.user && !rights_) learn_rights();
-  std::vector<Node> open;  // only a look at what is laid out tells
-  for_each_row(
-      connection_, categories,
-      [&](const Sql& ids) {
-        Sql sql = Sql("SELECT CATEGORYID, NODEID, CATALOGID FROM CATALOGNODE WHERE NODETYPE = 1 AND CATEGORYID IN ")
-                  << ids;
-        if (search_.catalog) sql << " AND CATALOGID = " << *search_.catalog;
-        return sql;
-      },
-      [&](const Recordset& row) {
-        const std::int32_t category = row.Value(0).to_long();
-        const Variant& catalog = row.Value(2);
-        if (!search_.user) {
-          categories_[category] = true;
-        } else if (!catalog.is_null() && rights_->active_catalogs.contains(catalog.to_long())) {
-          if (rights_->whole_catalogs.contains(catalog.to_long()))
-            categories_[category] = true;
-          else
-            open.push_back({row.Value(1).to_long(), category});
-        }
-      });
-  if (!search_.user) return;
+void Sight::learn(Ids categories) {
+  const auto for_each_node = [&](const Sql& of_catalogs, auto take) {
+    for_each_row(
+        connection_, categories,
+        [&](const Sql& ids) {
+          Sql sql = Sql("SELECT CATEGORYID, NODEID, CATALOGID FROM CATALOGNODE WHERE NODETYPE = 1 AND CATEGORYID IN ")
+                    << ids << of_catalogs;
+          if (search_.catalog) sql << " AND CATALOGID = " << *search_.catalog;
+          return sql;
+        },
+        take);
+  };
+  const auto show = [&](const Recordset& node) { categories_[node.Value(0).to_long()] = true; };
+  if (!search_.user) return for_each_node({}, show);
 
-  std::erase_if(open, [&](const Node& node) { return categories_.at(node.category); });
+  if (!rights_) learn_rights();
+  if (!rights_->whole_catalogs.empty()) {
+    Sql whole(" AND CATALOGID IN (0");
+    for (const std::int32_t catalog : rights_->whole_catalogs) whole << "," << catalog;
+    for_each_node(whole << ")", show);
+    std::erase_if(categories, [&](std::int32_t category) { return categories_.at(category); });
+  }
+
+  std::unordered_map<std::int32_t, std::int32_t> category_of;  // by node, of those that may be laid out
   Ids nodes;
-  for (const Node& node : open) nodes.push_back(node.id);
-  std::unordered_set<std::int32_t> laid_out;
+  for_each_node({}, [&](const Recordset& node) {
+    if (node.Value(2).is_null() || !rights_->active_catalogs.contains(node.Value(2).to_long())) return;
+    nodes.push_back(node.Value(1).to_long());
+    category_of[nodes.back()] = node.Value(0).to_long();
+  });
   for_each_row(
       connection_, nodes,
       [&](const Sql& ids) {
         return Sql("SELECT NODEID FROM USERNODE WHERE USERID = N'")
                << value(Gen_QuoteSql(*search_.user)) << "' AND NODEID IN " << ids;
       },
-      [&](const Recordset& row) { laid_out.insert(row.Value(0).to_long()); });
-  for (const Node& node : open)
-    if (laid_out.contains(node.id)) categories_[node.category] = true;
+      [&](const Recordset& row) { categories_[category_of.at(row.Value(0).to_long())] = true; });
 }
 
 void Sight::learn_rights() {
@@ -96,6 +95,8 @@ void Sight::learn_rights() {
       ids_of(Sql("SELECT DISTINCT CATALOGID FROM CATALOGNODEBYUSER WHERE USERID = N'")
                  << value(Gen_QuoteSql(*search_.user)) << "' AND NODEID IS NULL AND ISPROFILE = 0",
              connection_);
+  std::erase_if(rights_->whole_catalogs,
+                [&](std::int32_t catalog) { return !rights_->active_catalogs.contains(catalog); });
 }
 
 }  // namespace mercato::search

@@ -25,24 +25,18 @@ class Sight {
  private:
   using Ids = std::vector<std::int32_t>;
 
-  struct Node {
-    std::int32_t id;
-    std::int32_t category;
-  };
-
-  // Whether each of the categories may be shown.
-  void learn(const Ids& categories);
+  // Whether each of the categories may be shown. None of them is known.
+  void learn(Ids categories);
   void learn_rights();
 
   ConnectionPtr connection_;
   const ProductSearch& search_;
   std::unordered_map<std::int32_t, bool> categories_;
-  // Of the user; nothing before they are asked for.
   struct Rights {
     std::set<std::int32_t> active_catalogs;
-    std::set<std::int32_t> whole_catalogs;
+    std::set<std::int32_t> whole_catalogs;  // that the user has, and that are active
   };
-  std::optional<Rights> rights_;
+  std::optional<Rights> rights_;  // nothing before they are asked for
 };
 
 }  // namespace mercato::search

@@ -87,7 +87,8 @@ class SimilarWords {
 
   void look_at(std::string_view spelling) {
     const std::string word = text::squeezed(text::folded(spelling));
-    if (word.empty()) return;
+    const std::size_t length = text::length(word);
+    if (length + most_ < word_.size() || length > word_.size() + most_) return;  // most words are
     const auto [met, is_new] = met_.try_emplace(word, Met{std::string(spelling), 0, 0});
     if (is_new) met->second.distance = text::edit_distance(word_, characters_of(word), most_);
     ++met->second.times;

@@ -4,25 +4,14 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
-#include <array>
 
 namespace mercato::text {
 namespace {
 
-constexpr std::array<bool, 256> make_kept() {
-  std::array<bool, 256> kept{};
-  for (std::size_t c = 0; c < kept.size(); ++c)
-    kept[c] = c >= 0x80 || (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-  return kept;
-}
-constexpr auto kKept = make_kept();
-
-bool is_kept(char byte) { return kKept[static_cast<unsigned char>(byte)]; }
+bool is_kept(char byte) { return !is_squeezed_out(byte); }
 bool is_ascii(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
 
 }  // namespace
-
-bool is_squeezed_out(char byte) { return !is_kept(byte); }
 
 std::string squeezed(std::string_view folded) {
   std::string result(folded.size(), '\0');

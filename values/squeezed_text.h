@@ -3,6 +3,7 @@
 // what text indexes are made of. KT-INS 114 and ktins114 have the same ones. Any thread.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -14,8 +15,14 @@ namespace mercato::text {
 // A folded text (same_text.h) without the ASCII characters that are neither letters nor digits: blanks, hyphens, dots,
 // slashes, quotes, controls.
 std::string squeezed(std::string_view folded);
-// Whether it leaves this byte out.
-bool is_squeezed_out(char byte);
+// By byte: whether it leaves it out.
+inline constexpr std::array<bool, 256> kSqueezedOut = [] {
+  std::array<bool, 256> out{};
+  for (std::size_t c = 0; c < 0x80; ++c)
+    out[c] = !(c >= '0' && c <= '9') && !(c >= 'A' && c <= 'Z') && !(c >= 'a' && c <= 'z');
+  return out;
+}();
+constexpr bool is_squeezed_out(char byte) { return kSqueezedOut[static_cast<unsigned char>(byte)]; }
 
 // Every three characters that stand in a row in a squeezed text, from the begin to the end. A stray byte is a character.
 class Trigrams {

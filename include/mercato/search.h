@@ -31,11 +31,11 @@ namespace mercato {
 /// With a user only what he may see is found, counted and proposed: products that are enabled (DISABLED is 0) and hang
 /// in a category of a node that he sees. He sees a node of type ProductCategory in an active catalogue when it is laid
 /// out for him (USERNODE), or he has an entry for the whole catalogue (CATALOGNODEBYUSER), be it for view only; entries
-/// of profiles do not count. That is what Catalog::IsAuthorizedCatalogNode says of the node. Neither the days of a
-/// product, nor the visibilities of a category, nor the partners of a node restrict it further. A user who has no
-/// rights or is not there finds nothing; his id may have quotes, and its case and trailing blanks do not count. The
-/// answer for a user is given 8, 16, 32 ... milliseconds after the call, so that its time does not tell what was passed
-/// over on the way.
+/// of profiles do not count. But for the catalogue, that is what Catalog::IsAuthorizedCatalogNode says of the node.
+/// Neither the days of a product, nor the visibilities of a category, nor the partners of a node restrict it further. A
+/// user who has no rights or is not there finds nothing; his id may have quotes, and its case and trailing blanks do
+/// not count. The answer for a user is given 8, 16, 32 ... milliseconds after the call, so that its time does not tell
+/// what was passed over on the way.
 ///
 /// Without a user everything in the store is found, disabled products too.
 struct ProductSearch {
@@ -88,9 +88,10 @@ struct FoundProduct {
 
 /// The answer to a search.
 struct FoundProducts {
-  /// The order is by fit, then by part number, then by id; a number in the very spelling of the text stands before others.
-  /// Of more products than `kCountedProducts` so many are ordered, and those whose part number or supplier's part number
-  /// begins with the text as it was given; the others follow by id. So are all without words.
+  /// The order is by fit, then by part number, then by id. A number in the very spelling of the text stands before
+  /// others. Of more products than `kCountedProducts` so many are ordered, the first ones by id, and with them some
+  /// whose part number or supplier's part number begins with the text as it was given. The others follow by id. Without
+  /// words all are in the order of their ids.
   std::vector<FoundProduct> products;
   bool more = false;                  ///< whether others follow
   std::optional<std::int32_t> total;  ///< how many there are; nothing when more than `kCountedProducts`

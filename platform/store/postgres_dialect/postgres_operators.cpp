@@ -18,6 +18,11 @@ bool is_whole(ColumnType type) {
   return type == ColumnType::boolean || type == ColumnType::short_integer || type == ColumnType::long_integer;
 }
 
+// The engine combines the bits of whole numbers only.
+bool is_bitwise_of_fractions(const dialect::Arithmetic& arithmetic) {
+  return (arithmetic.operation == '&' || arithmetic.operation == '|') && !is_whole(arithmetic.type);
+}
+
 }  // namespace
 
 void SqlWriter::column(const dialect::Expression& column) {
@@ -87,6 +92,7 @@ std::string_view SqlWriter::before(const dialect::Arithmetic& arithmetic) {
   using Meaning = dialect::Arithmetic::Meaning;
   if (arithmetic.meaning == Meaning::date_and_days || arithmetic.meaning == Meaning::days_and_date)
     return "mercato_add_days(";
+  if (is_bitwise_of_fractions(arithmetic)) return "(trunc(";
   return arithmetic.operation == '%' && arithmetic.type == ColumnType::real ? "mod(trunc((" : "(";
 }
 
@@ -107,6 +113,13 @@ void SqlWriter::behind(const dialect::Arithmetic& arithmetic) {
       text(", ");
       expression(*arithmetic.left);
       return text(")");
+  }
+  if (is_bitwise_of_fractions(arithmetic)) {
+    text(")::bigint ");
+    sql_ += arithmetic.operation;
+    text(" trunc(");
+    expression(*arithmetic.right);
+    return text(")::bigint)");
   }
   const bool divides = arithmetic.operation == '/' || arithmetic.operation == '%';
   if (arithmetic.operation == '%' && arithmetic.type == ColumnType::real) {

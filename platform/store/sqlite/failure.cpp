@@ -113,8 +113,7 @@ RaisedError describe(sqlite3* engine, int code, const std::string& path, long wa
                                         ", and did not let go of it in " + std::to_string(waited_ms) +
                                         " milliseconds (" + words + ")");
     case SQLITE_CORRUPT:
-      return failure(kStoreFailure,
-                     "The store " + quoted(path) + " is damaged. Bring it back from a backup (" + words + ")");
+      return failure(kStoreFailure, "The store " + quoted(path) + std::string(kIsDamaged) + words + ")");
     case SQLITE_NOTADB:
       return failure(kStoreFailure, quoted(path) + " is not a store. Correct Data Source (" + words + ")");
     case SQLITE_NOMEM:

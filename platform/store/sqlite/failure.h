@@ -23,6 +23,8 @@ RaisedError of_this_store(RaisedError failure);
 // `path` is the store, `waited_ms` how long a lock was waited for, `table` the one that the statement wrote, or null.
 RaisedError failure_of(sqlite3* engine, int code, const std::string& path, long waited_ms,
                        const TableInfo* table = nullptr);
+// What stands in it behind the name of a damaged file; the engine's words follow.
+inline constexpr std::string_view kIsDamaged = " is damaged. Bring it back from a backup (";
 // A failure of the store that the engine does not report: kStoreFailure with this description.
 [[noreturn]] void raise_store_failure(std::string description);
 

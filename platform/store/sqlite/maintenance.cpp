@@ -238,12 +238,18 @@ std::string exchange(const std::string& path, sqlite3* backup, const std::string
 
 }  // namespace
 
-std::vector<std::string> FileUpkeep::check(const std::string& connection_string) const {
+std::vector<std::string> FileUpkeep::check(const std::string& connection_string) const try {
   const Database store(connection_string);
   std::vector<std::string> faults = faults_of(store.engine(), store.path());
   if (faults.empty() && integer_of(store.engine(), "PRAGMA user_version", store.path()) == 0)
     faults.push_back("no version is noted in the file");
   return faults;
+} catch (const Raised& raised) {
+  // Damage that keeps the file from being opened is a fault as any other.
+  const std::string& said = raised.error().Description;
+  const std::size_t damaged = said.find(kIsDamaged);
+  if (damaged == std::string::npos) throw;
+  return {said.substr(damaged + kIsDamaged.size(), said.size() - damaged - kIsDamaged.size() - 1)};
 }
 
 std::vector<std::string> FileUpkeep::mend_text_indexes(const std::string& connection_string) const {

@@ -192,6 +192,15 @@ TEST_P(DriverSuite, RowsThatUnionJoinsHaveTheTypesOfTheirColumnsWhereverANullSta
   EXPECT_EQ(query(*session_, nulls + all + nulls), (std::vector<std::vector<Variant>>{no_values, no_values}));
 }
 
+TEST_P(DriverSuite, BitsOfANumberAreThoseOfItsWholePart) {
+  execute("INSERT INTO SUITE (NAME, SMALL, PRICE) VALUES ('12', 7, 12.34)");
+  const auto rows = query(*session_, "SELECT PRICE | 2, PRICE & 4, SMALL | 8 FROM SUITE");
+  ASSERT_EQ(rows.size(), 1U);
+  EXPECT_EQ(rows[0][0].to_double(), 14);
+  EXPECT_EQ(rows[0][1].to_double(), 4);
+  EXPECT_EQ(rows[0][2].to_double(), 15);
+}
+
 TEST_P(DriverSuite, RowsOfDifferentTypesThatUnionJoinsAreConvertedToTheHigherOne) {
   execute("INSERT INTO SUITE (NAME, SMALL, FLAG, PRICE, DAY) VALUES ('12', 7, 1, 12.34, '7/1/2026')");
   const auto joined = [this](const std::string& first, const std::string& second) {
