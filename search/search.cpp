@@ -35,7 +35,7 @@ struct Position {
   std::string part_number;  // folded
   std::int32_t id = 0;
 
-  auto operator<=>(const Position&) const = default;
+  auto operator<=>(const Position&) const = default;  // NOLINT(modernize-use-nullptr): takes its 0 for a pointer
 };
 
 Position position_of(const Hit& hit, bool follows) {

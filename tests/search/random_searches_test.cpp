@@ -117,7 +117,7 @@ TEST_F(RandomSearches, FindWhatAWalkOverAllProductsTellsWithTheIndexAndWithout) 
   };
   constexpr int kSearches = 400;
   std::size_t found = 0;
-  for (RandomRounds rounds(20); rounds.round() < kSearches && rounds.next();) {
+  for (RandomRounds rounds(3); rounds.round() < kSearches && rounds.next();) {
     search.text = random_search(rounds);
     answers.push_back({search.text, ids_found()});
     const std::vector<std::int32_t>& ids = answers.back().ids;
