@@ -4,22 +4,13 @@
 #include <dlfcn.h>
 #include <link.h>
 
-// The parser has assertions that a file can violate, such as one for a key behind a bracket; a check with a message
-// stands behind each. An assertion would end the process, and without assertions the compiler takes them for true. So
-// they are taken out, and the check answers.
-#define TOML_HEADER_ONLY 1
-#define TOML_ASSERT(condition) static_cast<void>(0)
-#pragma push_macro("NDEBUG")
-#undef NDEBUG
-#include <toml++/toml.h>
-#pragma pop_macro("NDEBUG")
-
 #include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <utility>
 
 #include "mercato/raised_error.h"
+#include "platform/files/toml_reader.h"
 
 namespace mercato::collaborators {
 namespace {

@@ -103,7 +103,7 @@ void CsvTable::count(std::size_t bytes, const TableRow& row) {
   if (row_bytes_ <= kLongestRow) return;
   raise(error_number::kInvalidArgument, {},
         "The row that begins on line " + std::to_string(row.line) + " has more than " + std::to_string(kLongestRow) +
-            " bytes. Is a quote not closed there, or is this a file of another format?");
+            " bytes: a quote may not be closed there, or it is a file of another format.");
 }
 
 bool CsvTable::take_line_end() {
@@ -163,7 +163,7 @@ bool CsvTable::read_row(TableRow& row) {
     if (cells == kMostColumns)
       raise(error_number::kInvalidArgument, {},
             "Line " + std::to_string(row.line) + " has more than " + std::to_string(kMostColumns) +
-                " columns, which no table has. Is the separator another one?");
+                " columns, which no table has: the separator may be another one.");
     if (row.cells.size() == cells) row.cells.emplace_back();
     std::string& cell = row.cells[cells++];
     cell.clear();

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "exchange/formats/mapping.h"
 
-#include <toml++/toml.h>
-
 #include <algorithm>
 #include <functional>
 
 #include "mercato/raised_error.h"
+#include "platform/files/toml_reader.h"
 #include "platform/xml/characters.h"
 #include "values/text.h"
 

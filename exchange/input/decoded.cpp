@@ -260,7 +260,7 @@ std::string_view Decoded::counted(std::string_view text) {
   if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos) {
     line_ += static_cast<std::uint64_t>(std::ranges::count(text.substr(0, zero), '\n'));
     raise(error_number::kInvalidArgument, {},
-          "Line " + std::to_string(line_) + " has a byte 0, which no text has. Is this a file of another format?");
+          "Line " + std::to_string(line_) + " has a byte 0, which no text has: it may be a file of another format.");
   }
   line_ += static_cast<std::uint64_t>(std::ranges::count(text, '\n'));
   return text;
@@ -292,7 +292,7 @@ bool Lines::next(std::string_view& line) {
     if (line_.size() + part.size() > kLongest)
       raise(error_number::kInvalidArgument, {},
             "Line " + std::to_string(number_ + 1) + " has more than " + std::to_string(kLongest) +
-                " bytes. Is this a file of another format?");
+                " bytes: it may be a file of another format.");
     if (end == std::string_view::npos) {
       line_ += part;
       rest_ = {};

@@ -101,7 +101,7 @@ TEST(DecodedText, NamesTheLineOfBytesThatAreNoText) {
   std::string mostly_good = "äöüßäöüßäöüß\näöüß\xFF\n";
   EXPECT_EQ(failure_of(mostly_good),
             "Line 2 is no text in the encoding UTF-8. Name the encoding of the file with --encoding.");
-  EXPECT_EQ(failure_of({"a\nb\0c", 5}), "Line 2 has a byte 0, which no text has. Is this a file of another format?");
+  EXPECT_EQ(failure_of({"a\nb\0c", 5}), "Line 2 has a byte 0, which no text has: it may be a file of another format.");
   EXPECT_EQ(failure_of("a", "klingon"),
             "There is no encoding \"klingon\". Usual ones are UTF-8, UTF-16, windows-1252 and IBM850.");
 }
@@ -133,7 +133,7 @@ TEST(LinesOfText, AreBounded) {
     lines_of(text, 10'000);
     FAIL() << "nothing raised";
   } catch (const Raised& raised) {
-    EXPECT_EQ(raised.error().Description, "Line 2 has more than 1048576 bytes. Is this a file of another format?");
+    EXPECT_EQ(raised.error().Description, "Line 2 has more than 1048576 bytes: it may be a file of another format.");
   }
 }
 
