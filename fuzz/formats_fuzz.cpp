@@ -51,21 +51,6 @@ class Judge final : public ItemSink {
   std::size_t items_ = 0;
 };
 
-class Pieces final : public Bytes {
- public:
-  Pieces(std::string_view all, std::size_t size) : rest_(all), size_(size) {}
-  std::string_view next() override {
-    const std::string_view piece = rest_.substr(0, size_);
-    rest_.remove_prefix(piece.size());
-    return piece;
-  }
-  std::string_view peek() override { return rest_.substr(0, std::size_t{64} * 1024); }
-
- private:
-  std::string_view rest_;
-  std::size_t size_;
-};
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -78,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (data[1] & 2U) options.territory = "DE";
   if (data[1] & 4U) options.price_kind = "list";
   constexpr std::size_t kSmallest = 1;
-  Pieces pieces(bytes, kSmallest + (data[1] >> 3U) * 50U);
+  BytesOfText pieces(bytes, kSmallest + (data[1] >> 3U) * 50U);
   Judge judge;
   try {
     format.read(pieces, options, judge);

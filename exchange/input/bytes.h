@@ -16,19 +16,21 @@ class Bytes {
   virtual std::string_view peek() = 0;
 };
 
-// Bytes in memory, for tests, and for what has been read already.
+// Bytes in memory, for tests, and for what has been read already; all at once, or in pieces of so many.
 class BytesOfText final : public Bytes {
  public:
-  explicit BytesOfText(std::string_view text) : rest_(text) {}
+  explicit BytesOfText(std::string_view text, std::size_t piece = std::string_view::npos)
+      : rest_(text), piece_(piece) {}
   std::string_view next() override {
-    const std::string_view all = rest_;
-    rest_ = {};
-    return all;
+    const std::string_view piece = rest_.substr(0, piece_);
+    rest_.remove_prefix(piece.size());
+    return piece;
   }
   std::string_view peek() override { return rest_.substr(0, std::size_t{64} * 1024); }
 
  private:
   std::string_view rest_;
+  std::size_t piece_;
 };
 
 }  // namespace mercato::exchange

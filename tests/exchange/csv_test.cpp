@@ -15,7 +15,7 @@ namespace {
 
 // Cells between bars, a row on each line, with the line that it begins on.
 std::string table_of(std::string_view text, std::size_t piece = 0, char separator = 0, char quote = 0) {
-  BytesInPieces bytes(text, piece == 0 ? text.size() : piece);
+  BytesOfText bytes(text, piece == 0 ? text.size() : piece);
   Decoded decoded(bytes);
   std::string all;
   try {

@@ -71,22 +71,6 @@ class Told final : public ItemSink {
   std::map<std::string, std::size_t> left_out_;
 };
 
-// A file that comes in pieces of so many bytes.
-class BytesInPieces final : public Bytes {
- public:
-  BytesInPieces(std::string_view text, std::size_t size) : rest_(text), size_(size) {}
-  std::string_view next() override {
-    const std::string_view piece = rest_.substr(0, size_);
-    rest_.remove_prefix(piece.size());
-    return piece;
-  }
-  std::string_view peek() override { return rest_.substr(0, std::size_t{64} * 1024); }
-
- private:
-  std::string_view rest_;
-  std::size_t size_;
-};
-
 // Reads by the format that takes the bytes for its own. A failure is told as the last line.
 inline std::string told(Bytes& bytes, const ReadingOptions& options = {}) {
   Told sink;
@@ -102,7 +86,7 @@ inline std::string told(Bytes& bytes, const ReadingOptions& options = {}) {
 }
 
 inline std::string told(std::string_view text, const ReadingOptions& options = {}, std::size_t piece = 0) {
-  BytesInPieces bytes(text, piece == 0 ? text.size() : piece);
+  BytesOfText bytes(text, piece == 0 ? text.size() : piece);
   return told(bytes, options);
 }
 

@@ -51,7 +51,7 @@ class Written final : public XmlReader {
 std::string written(std::string_view xml, std::size_t piece = 0) {
   Written reader;
   try {
-    BytesInPieces bytes(xml, piece == 0 ? xml.size() : piece);
+    BytesOfText bytes(xml, piece == 0 ? xml.size() : piece);
     read_xml(bytes, reader);
   } catch (const Raised& raised) {
     reader.text += "raised " + std::to_string(raised.error().Number) + " " + raised.error().Description + "\n";
