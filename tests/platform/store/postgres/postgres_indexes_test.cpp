@@ -65,7 +65,7 @@ TEST_F(PostgresIndexes, ServeEveryStatementOfTheLibraryButThoseThatReadEverythin
   constexpr const char* kNoIndex =
       "the schema has no index of the column: it is asked for when something is deleted, or rarely";
   constexpr const char* kFlag = "a flag tells too few rows apart";
-  constexpr const char* kAnywhere = "a pattern with a wildcard in front is looked for in every row";
+  constexpr const char* kAnywhere = "a pattern of fewer than three characters is looked for in every row";
   const std::map<std::string, std::string> reads_everything = {
       {"SELECT FAQCATEGORYID, FAQCATEGORYDESCRIPTION FROM FAQCATEGORY", kNoCondition},
       {"SELECT * FROM PRODUCT WHERE 0=1", kNeverTrue},

@@ -35,7 +35,7 @@ TEST_F(SqlitePlans, NoStatementReadsAWholeTableWithoutAReason) {
   constexpr const char* kNeverTrue = "its condition is never true, and the engine finds that out before it reads";
   constexpr const char* kFirstRow = "it ends with the first row";
   constexpr const char* kSmall = "the table stays small, or it is asked for when something is deleted";
-  constexpr const char* kAnywhere = "a pattern with a wildcard in front is looked for in every row";
+  constexpr const char* kAnywhere = "a pattern of fewer than three characters is looked for in every row";
   constexpr const char* kFewest = "it begins with the table that has the fewest rows for it";
   const std::map<std::string, std::string> reads_everything = {
       {"SELECT FAQCATEGORYID, FAQCATEGORYDESCRIPTION FROM FAQCATEGORY", kNoCondition},
