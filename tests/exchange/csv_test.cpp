@@ -2,9 +2,11 @@
 // CSV as a format: its tables, mappings, and what is proposed without one.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <optional>
 
+#include "bench/support/data_folder.h"
 #include "exchange/formats/csv_format.h"
 #include "exchange/formats/csv_table.h"
 #include "exchange/formats/mapping.h"
@@ -252,9 +254,9 @@ TEST(ProposedMappings, AreMappings) {
 }
 
 TEST(ProposedMappings, TakeRealTablesWhole) {
-  const std::string folder = MERCATO_SOURCE_DIR "/../shared/data/products/";
-  std::ifstream file(folder + "components-1k.csv");
-  if (!file) GTEST_SKIP() << "The table of 1,000 components is not there.";
+  const std::filesystem::path table = bench::data_folder() / "products" / "components-1k.csv";
+  std::ifstream file(table);
+  if (!file) GTEST_SKIP() << "there is no real data at " << table << "; MERCATO_DATA names its folder";
   std::stringstream text;
   text << file.rdbuf();
   const std::string all = read(text.str());
