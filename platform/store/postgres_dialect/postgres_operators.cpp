@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "platform/store/postgres_dialect/postgres_writer.h"
+#include "values/text.h"
 
 namespace mercato::store::postgres {
 
@@ -23,12 +24,26 @@ bool is_bitwise_of_fractions(const dialect::Arithmetic& arithmetic) {
   return (arithmetic.operation == '&' || arithmetic.operation == '|') && !is_whole(arithmetic.type);
 }
 
+// Whether a query around it gives the column, and another source of that name stands between: the engine looks for a
+// qualified column in the nearest source of the name, and for a bare one in the nearest source that has it.
+bool is_hidden(const dialect::ColumnName& column) {
+  for (const dialect::Scope* scope = column.scope; scope != nullptr; scope = scope->outer)
+    for (const dialect::Source* source = scope->first; source != nullptr; source = source->next_in_scope) {
+      if (source == column.source) return false;
+      if (text::equal_names(source->name, column.source->name)) return true;
+    }
+  return false;
+}
+
 }  // namespace
 
 void SqlWriter::column(const dialect::Expression& column) {
   const bool stands = stands_for_group(column);
   if (stands) text("min(");
-  qualified(*column.source, column.column->name);
+  if (is_hidden(static_cast<const dialect::ColumnName&>(column)))
+    name(column.column->name);
+  else
+    qualified(*column.source, column.column->name);
   if (stands) text(")");
 }
 

@@ -251,6 +251,12 @@ TEST_F(DialectTranslator, TopBoundsTheRows) {
   EXPECT_EQ(store.refusal("SELECT TOP 1.5 ID FROM PART"), "Incorrect syntax near '1.5' (character 12)");
 }
 
+TEST_F(DialectTranslator, AColumnOfTheQueryAroundIsFoundBehindASourceOfItsTablesName) {
+  EXPECT_EQ(store.list("SELECT ID FROM PART WHERE ID IN (SELECT TOP 1 ID FROM KINDS PART ORDER BY ID DESC)"),
+            "1,2,3,4");
+  EXPECT_EQ(store.list("SELECT ID FROM PART WHERE EXISTS (SELECT 1 FROM KINDS PART WHERE ID = 2) ORDER BY ID"), "2");
+}
+
 TEST_F(DialectTranslator, NamesAreFoundHoweverTheyAreWritten) {
   EXPECT_EQ(store.list("SELECT [id] FROM [dbo].\"part\" WHERE PART.Id=1AND Name='BOLT'OR\"ID\"=2ORDER BY ID"), "1,2");
   EXPECT_EQ(store.list("SELECT k.\"ORDER\" FROM kinds AS k WHERE k.LABEL='other'"), "1");
