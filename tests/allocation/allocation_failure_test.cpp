@@ -2,8 +2,8 @@
 // Each allocation of a call fails once, and from then on, for a list of calls that stands for all. The call then fails
 // as one without memory, or does what it always does; the store is whole; and the same call succeeds afterwards.
 //
-// Where a call has many allocations, a sample of them is tried, from a seed that is printed. MERCATO_ALLOCATIONS=all
-// tries each of them, MERCATO_ALLOCATION_SEED=N the sample of an earlier run.
+// Where a call has many allocations, a sample of them is tried, the same one each time. MERCATO_ALLOCATIONS=all
+// tries each of them, MERCATO_TEST_SEED=N another sample.
 #include <sqlite3.h>
 
 #include <cstdlib>
@@ -33,6 +33,7 @@
 #include "platform/xml/document.h"
 #include "platform/xml/schema.h"
 #include "tests/allocation/failing_allocations.h"
+#include "tests/support/length_of_run.h"
 #include "tests/support/store_fixture.h"
 #include "tests/support/workbook_files.h"
 
@@ -52,12 +53,7 @@ bool tries_all() {
 }
 
 unsigned seed() {
-  static const unsigned chosen = [] {
-    const char* const wish = std::getenv("MERCATO_ALLOCATION_SEED");
-    const unsigned number = wish ? static_cast<unsigned>(std::strtoul(wish, nullptr, 10)) : std::random_device{}();
-    std::cout << "MERCATO_ALLOCATION_SEED=" << number << std::endl;
-    return number;
-  }();
+  static const unsigned chosen = mercato::test::seed_of_run(20261122);
   return chosen;
 }
 

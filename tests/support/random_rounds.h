@@ -1,27 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
-// Rounds of random trials: a few seconds of them, or as many seconds as MERCATO_TEST_SECONDS says. The seed is printed,
-// and MERCATO_TEST_SEED repeats a run.
+// Rounds of random trials: a few seconds of them, the same ones each time, or as many seconds of new ones as
+// MERCATO_TEST_SECONDS says (length_of_run.h).
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <iostream>
 #include <random>
-#include <string>
+
+#include "tests/support/length_of_run.h"
 
 namespace mercato::test {
 
 class RandomRounds {
  public:
   explicit RandomRounds(int seconds) {
-    const char* given = std::getenv("MERCATO_TEST_SEED");
-    const unsigned seed = given ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
-    if (const char* longer = std::getenv("MERCATO_TEST_SECONDS")) seconds = std::atoi(longer);
-    std::cout << "[   seed   ] MERCATO_TEST_SEED=" << seed << std::endl;
-    random_.seed(seed);
-    end_ = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+    random_.seed(seed_of_run(20261122));
+    end_ = std::chrono::steady_clock::now() +
+           std::chrono::duration_cast<std::chrono::steady_clock::duration>(length_of_run(seconds));
   }
   // Whether there is another round; always a first one, and none after a failure.
   bool next() {
