@@ -37,6 +37,9 @@ const std::vector<Room>& rooms() {
        {"frame", "platform", "values", "collaborators", "product", "search", "upload", "catalog", "classification"},
        false},
       {"exchange", {"frame", "platform", "records", "upload", "values"}},
+      {"keeping",
+       {"frame", "platform", "records", "values", "collaborators", "product", "catalog", "classification"},
+       false},
   };
   return table;
 }
@@ -135,7 +138,7 @@ const Inner* row_of(const std::string& file) {
 
 TEST(Architecture, EveryRoomIsThere) {
   for (const char* folder : {"values", "platform", "frame", "records", "collaborators", "product", "search", "upload",
-                             "catalog", "classification", "server", "exchange"}) {
+                             "catalog", "classification", "server", "exchange", "keeping"}) {
     const auto room =
         std::find_if(rooms().begin(), rooms().end(), [&](const Room& candidate) { return candidate.folder == folder; });
     ASSERT_NE(room, rooms().end());
@@ -183,7 +186,7 @@ TEST(Architecture, NobodyOutsideOfTheStoreIncludesADriver) {
   EXPECT_EQ(drivers, (std::set<std::string>{"platform/store/empty", "platform/store/odbc", "platform/store/postgres",
                                             "platform/store/sqlite"}));
   for (const char* floor : {"values", "platform", "frame", "records", "collaborators", "product", "search", "upload",
-                            "catalog", "classification", "server", "exchange", "tools", "examples"}) {
+                            "catalog", "classification", "server", "exchange", "keeping", "tools", "examples"}) {
     for (const Include& include : includes_below(floor)) {
       if (is_below(include.file, "platform/store")) continue;
       EXPECT_FALSE(drivers.contains(folder_of(include.path))) << include.file << " includes " << include.path;
@@ -197,7 +200,7 @@ TEST(Architecture, NoTwoSourcesShareAName) {
   std::map<std::string, std::string> files;
   for (const char* folder :
        {"values", "platform", "frame", "records", "collaborators", "product", "search", "upload", "catalog",
-        "classification", "server", "exchange", "tools", "tests", "bench", "examples", "fuzz", "include"}) {
+        "classification", "server", "exchange", "keeping", "tools", "tests", "bench", "examples", "fuzz", "include"}) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root / folder)) {
       const std::filesystem::path& path = entry.path();
       if (path.extension() != ".h" && path.extension() != ".cpp") continue;
@@ -233,10 +236,11 @@ TEST(Architecture, OtherPeoplesLibrariesStayInTheGroundBelow) {
 
 TEST(Architecture, NobodyBelowTheHostsIncludesThem) {
   for (const Room& room : rooms()) {
-    if (room.folder == "server" || room.folder == "exchange") continue;
+    if (room.folder == "server" || room.folder == "exchange" || room.folder == "keeping") continue;
     for (const Include& include : includes_of(room))
       EXPECT_FALSE(is_below(include.path, "server") || is_below(include.path, "exchange") ||
-                   is_below(include.path, "tools") || is_below(include.path, "tests"))
+                   is_below(include.path, "keeping") || is_below(include.path, "tools") ||
+                   is_below(include.path, "tests"))
           << include.file << " includes " << include.path;
   }
 }
