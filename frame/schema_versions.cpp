@@ -10,10 +10,12 @@ namespace mercato {
 
 std::span<const SchemaUpgrade> schema_upgrades() {
   // Version 1 is what the stores of release 0.3.0 and before have, too: all that they lack is created anyway. So are the
-  // text indexes of version 2, its four more indexes, and what its engine should know of the tables' sizes.
+  // text indexes of version 2, its four more indexes, and what its engine should know of the tables' sizes, and the
+  // tables of the journal of uploads, which are version 3.
   static constexpr auto kUpgrades = std::to_array<SchemaUpgrade>({
       {1, ""},
       {2, ""},
+      {3, ""},
   });
   return kUpgrades;
 }

@@ -25,10 +25,11 @@ Rows by_this_release(std::initializer_list<std::int32_t> versions) {
 constexpr auto kTwoMoreSteps = std::to_array<SchemaUpgrade>({
     {1, ""},
     {2, ""},
-    {3,
+    {3, ""},
+    {4,
      "ALTER TABLE UNIT ADD SYMBOL nvarchar(5) NULL;\n"
      "UPDATE UNIT SET SYMBOL = 'u' WHERE UNITCODE = 'EA';\n"},
-    {4, "UPDATE UNIT SET SYMBOL = SYMBOL + SYMBOL WHERE UNITCODE = 'EA';\n"},
+    {5, "UPDATE UNIT SET SYMBOL = SYMBOL + SYMBOL WHERE UNITCODE = 'EA';\n"},
 });
 
 class SchemaVersions : public StoreTest {
@@ -44,12 +45,12 @@ TEST_F(SchemaVersions, ANewStoreHasTheNewestOneWithItsDateAndRelease) {
   EXPECT_EQ(schema_version_of(*store::acquire_session(another->connection_string()).get()), 0);
   clock::script_clock(Date::from_civil({2031, 5, 6, 7, 8, 9}), 0);
   const CreatedTables created = create_tables(another->connection_string());
-  EXPECT_EQ(created.version, 2);
-  EXPECT_EQ(created.version_before, 2);
-  EXPECT_EQ(created.tables.size(), 34u);
+  EXPECT_EQ(created.version, 3);
+  EXPECT_EQ(created.version_before, 3);
+  EXPECT_EQ(created.tables.size(), 38u);
   auto connection = open_connection(another->connection_string());
   EXPECT_EQ(connection->Execute(Sql("SELECT * FROM MERCATO_SCHEMA"))->rows(),
-            (Rows{{2, Date::from_civil({2031, 5, 6, 7, 8, 9}), MERCATO_VERSION}}));
+            (Rows{{3, Date::from_civil({2031, 5, 6, 7, 8, 9}), MERCATO_VERSION}}));
   connection->Close();
 }
 
@@ -59,15 +60,15 @@ TEST_F(SchemaVersions, AStoreWithoutOneGetsItAndKeepsItsRows) {
   const auto before = all_rows();
   EXPECT_EQ(version(), 0);
   const CreatedTables created = create_tables(connection_string());
-  EXPECT_EQ(created.version, 2);
+  EXPECT_EQ(created.version, 3);
   EXPECT_EQ(created.version_before, 0);
   EXPECT_TRUE(created.tables.empty());
   EXPECT_TRUE(created.indexes.empty());
-  EXPECT_EQ(rows(kVersions), by_this_release({1, 2}));
+  EXPECT_EQ(rows(kVersions), by_this_release({1, 2, 3}));
   EXPECT_EQ(all_rows(), before);
   const CreatedTables again = create_tables(connection_string());
-  EXPECT_EQ(again.version_before, 2);
-  EXPECT_EQ(rows(kVersions), by_this_release({1, 2}));
+  EXPECT_EQ(again.version_before, 3);
+  EXPECT_EQ(rows(kVersions), by_this_release({1, 2, 3}));
 }
 
 TEST_F(SchemaVersions, StepsAreTakenInTheirOrderAndOnce) {
@@ -75,28 +76,28 @@ TEST_F(SchemaVersions, StepsAreTakenInTheirOrderAndOnce) {
   forget_versions();
   CreatedTables done = upgrade();
   EXPECT_EQ(done.version_before, 0);
-  EXPECT_EQ(done.version, 4);
-  EXPECT_EQ(rows(kVersions), by_this_release({1, 2, 3, 4}));
+  EXPECT_EQ(done.version, 5);
+  EXPECT_EQ(rows(kVersions), by_this_release({1, 2, 3, 4, 5}));
   EXPECT_EQ(value_of("SELECT SYMBOL FROM UNIT"), Variant("uu"));
   done = upgrade();
-  EXPECT_EQ(done.version_before, 4);
-  EXPECT_EQ(rows(kVersions), by_this_release({1, 2, 3, 4}));
+  EXPECT_EQ(done.version_before, 5);
+  EXPECT_EQ(rows(kVersions), by_this_release({1, 2, 3, 4, 5}));
   EXPECT_EQ(value_of("SELECT SYMBOL FROM UNIT"), Variant("uu"));
 }
 
 TEST_F(SchemaVersions, AStoreStandsAtTheStepsThatItHasTaken) {
   execute({"INSERT INTO UNIT (UNITCODE) VALUES ('EA')"});
-  EXPECT_EQ(create_tables_by(std::span(kTwoMoreSteps).first(3), connection_string()).version, 3);
+  EXPECT_EQ(create_tables_by(std::span(kTwoMoreSteps).first(4), connection_string()).version, 4);
   EXPECT_EQ(value_of("SELECT SYMBOL FROM UNIT"), Variant("u"));
-  EXPECT_EQ(upgrade().version_before, 3);
+  EXPECT_EQ(upgrade().version_before, 4);
   EXPECT_EQ(value_of("SELECT SYMBOL FROM UNIT"), Variant("uu"));
 }
 
 TEST_F(SchemaVersions, ANewStoreTakesNoStep) {
   const TestStorePtr another = ChosenStore::by_environment().make(folder(), "another", Tables::none);
-  EXPECT_EQ(create_tables_by(kTwoMoreSteps, another->connection_string()).version_before, 4);
+  EXPECT_EQ(create_tables_by(kTwoMoreSteps, another->connection_string()).version_before, 5);
   auto connection = open_connection(another->connection_string());
-  EXPECT_EQ(connection->Execute(Sql("SELECT VERSION FROM MERCATO_SCHEMA"))->rows(), (Rows{{4}}));
+  EXPECT_EQ(connection->Execute(Sql("SELECT VERSION FROM MERCATO_SCHEMA"))->rows(), (Rows{{5}}));
   EXPECT_EQ(connection->Execute(Sql("SELECT * FROM UNIT"))->FieldCount(), 2u) << "the schema's texts alone count";
   connection->Close();
 }
@@ -105,13 +106,14 @@ TEST_F(SchemaVersions, AStepThatFailsLeavesTheStoreAsItWas) {
   constexpr auto kBroken = std::to_array<SchemaUpgrade>({
       {1, ""},
       {2, ""},
-      {3, "ALTER TABLE UNIT ADD SYMBOL nvarchar(5) NULL;\n"},
-      {4, "UPDATE UNIT SET NOSUCHCOLUMN = 1;\n"},
+      {3, ""},
+      {4, "ALTER TABLE UNIT ADD SYMBOL nvarchar(5) NULL;\n"},
+      {5, "UPDATE UNIT SET NOSUCHCOLUMN = 1;\n"},
   });
   execute({"INSERT INTO UNIT (UNITCODE) VALUES ('EA')", "DROP TABLE TAXCODES"});
   EXPECT_EQ(raised_by([&] { create_tables_by(kBroken, connection_string()); }).Description,
             "Invalid column name 'NOSUCHCOLUMN'");
-  EXPECT_EQ(rows(kVersions), by_this_release({2}));
+  EXPECT_EQ(rows(kVersions), by_this_release({3}));
   EXPECT_EQ(missing_tables(connection_string()), Statements{"TAXCODES"});
   EXPECT_EQ(rows("SELECT * FROM UNIT"), (Rows{{"EA", kNull}}));
 }
@@ -122,7 +124,7 @@ TEST_F(SchemaVersions, AStoreOfANewerReleaseIsRefusedAndLeftAlone) {
   const RaisedError refused = raised_by([&] { create_tables(connection_string()); });
   EXPECT_EQ(refused.Number, error_number::kStoreFailure);
   EXPECT_EQ(refused.Description,
-            "The tables of the store have version 7, and this release knows version 2 at most. Use the newer release");
+            "The tables of the store have version 7, and this release knows version 3 at most. Use the newer release");
   EXPECT_EQ(missing_tables(connection_string()), Statements{"TAXCODES"});
   EXPECT_EQ(version(), 7);
 }
@@ -154,7 +156,7 @@ TEST_F(SchemaVersions, OfSeveralAtOnceOneTakesTheSteps) {
     execute({"INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('FAILED', '" + std::to_string(failed) + "')"});
   });
   EXPECT_EQ(value_of("SELECT UNITDESCRIPTION FROM UNIT WHERE UNITCODE = 'FAILED'"), Variant("0"));
-  EXPECT_EQ(rows(kVersions), by_this_release({1, 2, 3, 4}));
+  EXPECT_EQ(rows(kVersions), by_this_release({1, 2, 3, 4, 5}));
   EXPECT_EQ(value_of("SELECT SYMBOL FROM UNIT WHERE UNITCODE = 'EA'"), Variant("uu"));
 }
 
@@ -175,7 +177,7 @@ TEST_F(SchemaVersions, AnUpgradeThatIsKilledIsWholeOrNotThere) {
     }
   }
   EXPECT_GT(statement, 8u) << "it was killed at every one of its statements";
-  EXPECT_EQ(rows(kVersions), by_this_release({1, 2, 3, 4}));
+  EXPECT_EQ(rows(kVersions), by_this_release({1, 2, 3, 4, 5}));
   EXPECT_EQ(value_of("SELECT SYMBOL FROM UNIT"), Variant("uu"));
 }
 

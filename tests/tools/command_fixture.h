@@ -57,7 +57,7 @@ class CommandTest : public testing::Test {
   static std::string description_of(const TestStore& store) {
     const store::StoreDescription is = store.description();
     return "store        " + is.engine + " " + is.version + ", " + is.place +
-           "\ntables       version 2\ncollation    " + is.collation + "\ntext search  " +
+           "\ntables       version 3\ncollation    " + is.collation + "\ntext search  " +
            (is.text_search.empty() ? "none: the tables are read" : is.text_search) + "\n" +
            (store.file() ? "" : "pages        not looked at: the server does that\n");
   }
