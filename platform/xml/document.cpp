@@ -96,6 +96,8 @@ Node Node::parent() const {
   return tree.is_bin(node.parent()) ? Node() : tree.node(node.parent());
 }
 
+std::size_t Node::line() const { return Tree::of(*this).line_of(required(*this)); }
+
 NodeList Node::elements_by_tag_name(std::string_view name) const {
   const auto node = required(*this);
   Tree& tree = Tree::of(*this);
@@ -204,7 +206,7 @@ bool Document::take(std::string bytes, std::string_view what, bool decode) {
   }
   if (error_.empty()) {
     auto tree = std::make_shared<Tree>();
-    error_ = tree->parse(std::move(bytes));
+    error_ = tree->parse(std::move(bytes), limits_.keeps_lines);
     if (error_.empty()) tree_ = std::move(tree);
   }
   if (!error_.empty()) error_ = std::string(what) + " cannot be loaded: " + error_ + ".";

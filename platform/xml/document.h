@@ -28,6 +28,7 @@ struct Limits {
   std::size_t max_bytes = std::size_t{1} << 30;  // of the document, before and after conversion to UTF-8
   std::size_t max_depth = 1000;                  // of elements in elements
   int fetch_seconds = 60;                        // for a URL, redirects included
+  bool keeps_lines = false;                      // whether nodes tell their lines
 };
 
 // The numbers are the customary ones of document nodes.
@@ -62,6 +63,9 @@ class Node {
   NodeList children() const;
   // Null for a document, and for a node that was itself removed. The parent of an attribute is its element.
   Node parent() const;
+  // The line of the document, from 1, on which the element begins; 0 when the document keeps no lines. Texts of internal
+  // entities count with the lines that they have.
+  std::size_t line() const;
   // All elements of exactly this name below this node, at any depth, in document order; the node itself is not among
   // them.
   NodeList elements_by_tag_name(std::string_view name) const;

@@ -35,8 +35,12 @@ bool take(std::string_view& rest, std::string_view token) {
 
 }  // namespace
 
-std::string Tree::parse(std::string text) {
+std::string Tree::parse(std::string text, bool keeps_lines) {
   buffer_ = std::move(text);
+  keeps_lines_ = keeps_lines;
+  if (keeps_lines)
+    for (std::size_t end = buffer_.find('\n'); end != std::string::npos; end = buffer_.find('\n', end + 1))
+      line_ends_.push_back(end);
   const auto result =
       document_.load_buffer_inplace(buffer_.data(), buffer_.size(), pugi::parse_full, pugi::encoding_utf8);
   if (result.status == pugi::status_out_of_memory) raise(error_number::kOutOfMemory);
@@ -47,6 +51,13 @@ std::string Tree::parse(std::string text) {
     encoding.set_value("UTF-8");
   }
   return {};
+}
+
+std::size_t Tree::line_of(pugi::xml_node element) const {
+  const std::ptrdiff_t place = element.offset_debug();
+  if (!keeps_lines_ || place < 0) return 0;
+  const auto line_end = std::ranges::lower_bound(line_ends_, static_cast<std::size_t>(place));
+  return static_cast<std::size_t>(line_end - line_ends_.begin()) + 1;
 }
 
 pugi::xml_node Tree::following(pugi::xml_node node, pugi::xml_node top) const {

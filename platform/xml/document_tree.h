@@ -26,7 +26,9 @@ class Tree : public std::enable_shared_from_this<Tree> {
   using Entries = NodeList::Entries;
 
   // Parses well-formed UTF-8 (see well_formed.h) within the buffer, which it keeps. Returns why it could not.
-  std::string parse(std::string text);
+  std::string parse(std::string text, bool keeps_lines);
+  // From 1; 0 when no lines are kept.
+  std::size_t line_of(pugi::xml_node element) const;
 
   pugi::xml_node document_element() const;
   bool is_bin(pugi::xml_node node) const { return bin_ && node == bin_; }
@@ -90,6 +92,8 @@ class Tree : public std::enable_shared_from_this<Tree> {
   void map_back(Entries& found) const;
 
   std::string buffer_;
+  std::vector<std::size_t> line_ends_;  // where they were: parsing changes the buffer
+  bool keeps_lines_ = false;
   pugi::xml_document document_;
   pugi::xml_node bin_;
   std::map<std::string, NameIndex, std::less<>> names_;  // only names that were asked for

@@ -355,6 +355,19 @@ TEST(Loading, AUrlIsFetched) {
   EXPECT_EQ(document.error(), "Cannot fetch \"" + server.url("/silent") + "\": no complete answer within 1 seconds.");
 }
 
+TEST(Lines, OfElementsAreToldWhereTheyWereAsked) {
+  Limits limits;
+  limits.keeps_lines = true;
+  Document document(limits);
+  ASSERT_TRUE(document.load_text("<a>\r\n<P>1&amp;\n2</P><P/>\n\n<b>\n<P\n x='1'/></b></a>"));
+  std::vector<std::size_t> lines;
+  for (const Node& element : document.elements_by_tag_name("P")) lines.push_back(element.line());
+  EXPECT_EQ(lines, (std::vector<std::size_t>{2, 3, 6}));
+  document.elements_by_tag_name("P").item(0).remove();
+  EXPECT_EQ(document.elements_by_tag_name("P").item(1).line(), 6u);
+  EXPECT_EQ(loaded("<a>\n<P/></a>").elements_by_tag_name("P").item(0).line(), 0u);
+}
+
 TEST(Loading, ASchemeThatIsNotFetchedIsRefused) {
   Document document;
   EXPECT_FALSE(document.load("ftp://127.0.0.1/a.xml"));
