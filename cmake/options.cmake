@@ -2,6 +2,7 @@
 option(MERCATO_TESTS "Build the tests" ON)
 option(MERCATO_POSTGRES "Stores on PostgreSQL, where its client library is installed" ON)
 option(MERCATO_ODBC "Stores behind ODBC, such as SQL Server, where its driver manager is installed" ON)
+option(MERCATO_CONSOLE "The console in the browser, where Node is installed" ON)
 option(MERCATO_BENCHMARKS "Build the benchmarks" OFF)
 option(MERCATO_FUZZERS "Build the fuzz targets (clang only)" OFF)
 option(MERCATO_PRECOMPILE "Precompile the headers that nearly every source includes" OFF)
