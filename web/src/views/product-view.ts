@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: Apache-2.0
+// A product whole. A keeper changes fields where they stand, and takes the last change back instead of being asked before.
+import { html, nothing, type TemplateResult } from 'lit';
+import { customElement, state } from 'lit/decorators.js';
+import { themes, type Field } from '../fields.js';
+import { none, number, time } from '../format.js';
+import { get, invoke } from '../host/requests.js';
+import type { Product, Value } from '../host/records.js';
+import { priceTable } from '../parts/price-table.js';
+import { stepChart } from '../parts/step-chart.js';
+import { View, refusal } from '../parts/view.js';
+import { shownValue, typedValue } from '../parts/field-value.js';
+import { byQuantity, overTime } from '../prices.js';
+import { address } from '../place.js';
+
+interface Change {
+  words: string;
+  undo: () => Promise<void>;
+}
+
+@customElement('product-view')
+export class ProductView extends View {
+  @state() private product?: Product;
+  @state() private changed?: Change;
+  @state() private refused: unknown; // of what stands at the head
+
+  private get key(): number {
+    return Number(this.place.parts[0]);
+  }
+
+  protected async load(signal: AbortSignal): Promise<void> {
+    if (this.product && this.product['PRODUCTID'] !== this.key) {
+      this.product = undefined;
+      this.changed = undefined;
+      this.refused = undefined;
+    }
+    const product = await get<Product>(`api/v1/products/${encodeURIComponent(this.place.parts[0] ?? '')}`, {}, signal);
+    if (!signal.aborted) this.product = product;
+  }
+
+  override render(): TemplateResult {
+    const { product } = this;
+    if (!product) return html`<h1>Product ${this.place.parts[0]}</h1>${refusal(this.failure)}`;
+    return html`
+      ${this.head(product)} ${refusal(this.failure)} ${refusal(this.refused)}
+      <div class="undo" role="status">
+        ${this.changed
+          ? html`<p>${this.changed.words} <button class="quiet" @click=${this.undo}>Undo</button></p>`
+          : nothing}
+      </div>
+      <div class="themes">
+        ${themes.map(
+          ({ title, fields }) => html`<section>
+            <h2>${title}</h2>
+            <dl>
+              ${fields.map(
+                (field) => html`<div>
+                  <dt>${field.title}</dt>
+                  <dd>
+                    <field-value .field=${field} .value=${valueOf(product, field)} .editable=${this.mayChange} .write=${this.write}></field-value>
+                  </dd>
+                </div>`,
+              )}
+            </dl>
+          </section>`,
+        )}
+        ${this.ordering(product)} ${this.properties(product)} ${this.places(product)}
+      </div>
+      ${this.prices(product)} ${this.alternatives(product)}
+    `;
+  }
+
+  private head(product: Product): TemplateResult {
+    const disabled = isDisabled(product);
+    return html`<div class="title">
+      <div>
+        <p class="code muted">${product['PARTNUMBER']}</p>
+        <h1>${product['PRODUCTDESCRIPTION']}</h1>
+        <p class="muted">
+          ${disabled ? html`<b class="mark">disabled</b> ` : nothing}Number ${this.key}, changed
+          ${time(product['DATEUPDATED'] as string | null)}
+        </p>
+      </div>
+      ${this.mayChange
+        ? html`<button @click=${() => this.turn(!disabled)}>${disabled ? 'Enable the product' : 'Disable the product'}</button>`
+        : nothing}
+    </div>`;
+  }
+
+  private ordering(product: Product): TemplateResult {
+    const least = product['MINORDERQTY'] as number | null;
+    const multiple = product['MULTIPLEOF'] as number | null;
+    const words = [
+      least ? `at least ${number(least)}` : '',
+      multiple ? `in multiples of ${number(multiple)}` : '',
+    ].filter(Boolean);
+    return html`<section>
+      <h2>What may be ordered</h2>
+      <p>
+        ${isDisabled(product) ? 'Nothing: the product is disabled. Else ' : ''}${words.length ? words.join(', ') : 'any quantity'}${product['UNITCODE']
+          ? `, by ${String(product['UNITCODE'])}`
+          : ''}.
+      </p>
+      <h3>Who buys it</h3>
+      ${product.buyers.length
+        ? html`<ul class="plain">
+            ${product.buyers.map(({ id, name }) => html`<li>${name || id}${name ? html` <span class="code muted">${id}</span>` : nothing}</li>`)}
+          </ul>`
+        : html`<p class="muted">No buyer of its own.</p>`}
+    </section>`;
+  }
+
+  private properties(product: Product): TemplateResult {
+    return html`<section>
+      <h2>Properties</h2>
+      ${product.properties.length
+        ? html`<dl>
+            ${product.properties.map(
+              ({ name, value }) => html`<div><dt>${name}</dt><dd>${value || none}</dd></div>`,
+            )}
+          </dl>`
+        : html`<p class="muted">It has none. A property group gives a product its properties.</p>`}
+    </section>`;
+  }
+
+  private places(product: Product): TemplateResult {
+    return html`<section>
+      <h2>Where it hangs</h2>
+      ${product.categories.length
+        ? html`<ul class="plain">
+            ${product.categories.map(
+              ({ id, name }) => html`<li><a href=${address(['find'], { category: id })}>${name}</a></li>`,
+            )}
+          </ul>`
+        : html`<p class="muted">In no category, so that nobody sees it in a catalogue.</p>`}
+    </section>`;
+  }
+
+  private prices(product: Product): TemplateResult {
+    const now = Date.now();
+    return html`<section>
+      <h2>Prices</h2>
+      ${product.prices.length
+        ? html`<div class="charts">${[...byQuantity(product.prices, now), ...overTime(product.prices, now)].map(stepChart)}</div>
+            ${priceTable(product.prices, 'Price lines')}
+            <p><a href=${address(['prices'], { product: this.key })}>What it costs on a day, for a quantity</a></p>`
+        : html`<p class="muted">It has no price line. A document of prices brings them: <a href=${address(['upload'])}>Upload</a>.</p>`}
+    </section>`;
+  }
+
+  private alternatives(product: Product): TemplateResult | typeof nothing {
+    if (!product.alternatives.length) return nothing;
+    return html`<section>
+      <h2>Alternatives</h2>
+      <ul class="plain">
+        ${product.alternatives.map(
+          ({ id, partNumber, description }) =>
+            html`<li><a href=${address(['product', id])}><span class="code">${partNumber}</span> ${description}</a></li>`,
+        )}
+      </ul>
+    </section>`;
+  }
+
+  private readonly write = async (field: Field, to: string): Promise<void> => {
+    const product = this.product as Product;
+    const before = typedValue(field, valueOf(product, field));
+    await this.put(field, to);
+    this.changed = {
+      words: `${field.title} was ${shownValue(field, valueOf(product, field))}, and is ${shownValue(field, valueOf(this.product as Product, field))}.`,
+      undo: () => this.put(field, before),
+    };
+  };
+
+  // Where category links follow the codes, an update without the code counts as one that clears it. So it goes along.
+  private async put(field: Field, to: string): Promise<void> {
+    const columns = [field.column];
+    const values: unknown[] = [written(field, to)];
+    if (field.column !== 'UNSPSCCODE') {
+      columns.push('UNSPSCCODE');
+      values.push(this.product?.['UNSPSCCODE'] ?? '');
+    }
+    await invoke('Mercato.Product', 'Update20', [this.key, columns, values]);
+    await this.asking();
+  }
+
+  private async turn(off: boolean): Promise<void> {
+    const turned = async (disabled: boolean) => {
+      await invoke('Mercato.Product', disabled ? 'Disable' : 'Enable', [this.key]);
+      await this.asking();
+    };
+    this.refused = undefined;
+    try {
+      await turned(off);
+      this.changed = { words: off ? 'Nobody may order it from now on.' : 'It may be ordered again.', undo: () => turned(!off) };
+    } catch (failed) {
+      this.refused = failed;
+    }
+  }
+
+  private async undo(): Promise<void> {
+    const { changed } = this;
+    this.refused = undefined;
+    try {
+      await changed?.undo();
+      this.changed = undefined;
+    } catch (failed) {
+      this.refused = failed;
+    }
+  }
+}
+
+function valueOf(product: Product, { column }: Field): Value {
+  return (product[column] ?? null) as Value;
+}
+
+function isDisabled(product: Product): boolean {
+  return Number(product['DISABLED'] ?? 0) !== 0;
+}
+
+// The library takes texts for every column; only what empties a number is a value of its own.
+function written(field: Field, to: string): unknown {
+  if (to === '' && field.kind === 'number') return field.removed ?? { $: 'empty' };
+  if (field.kind === 'date' && to) return { $: 'date', value: `${to}T00:00:00` };
+  return to;
+}

@@ -1,0 +1,331 @@
+// SPDX-License-Identifier: Apache-2.0
+// Documents: chosen or dropped, looked at without a change, uploaded, followed, ended, and what became of earlier ones.
+import { html, nothing, type TemplateResult } from 'lit';
+import { customElement, state } from 'lit/decorators.js';
+import { count, none, number, seconds, time } from '../format.js';
+import { ask, get, Failure } from '../host/requests.js';
+import type { Finding, List, Page, Upload } from '../host/records.js';
+import { View, refusal } from '../parts/view.js';
+import { address, go } from '../place.js';
+
+const kinds: Record<Upload['kind'], string> = {
+  products: 'Products',
+  prices: 'Prices',
+  unspsc: 'UNSPSC codes',
+};
+
+const states: Record<Upload['state'], string> = {
+  waiting: 'waits for its turn',
+  running: 'runs',
+  done: 'done',
+  failed: 'failed',
+  cancelled: 'cancelled',
+};
+
+const shownFindings = 200; // at a time
+
+@customElement('upload-view')
+export class UploadView extends View {
+  @state() private history?: Upload[];
+  @state() private upload?: Upload;
+  @state() private findings: Finding[] = [];
+  @state() private next: string | null = null;
+  @state() private file?: File; // the document that is looked at, as long as the page is open
+  @state() private kind: Upload['kind'] = 'products';
+  @state() private onErrors: 'skip' | 'write' = 'skip';
+  @state() private over = false;
+  @state() private sending = false;
+  @state() private refused: unknown;
+
+  private events?: EventSource;
+  private fileOf = ''; // the upload that the document became
+
+  private get key(): string | undefined {
+    return this.place.parts[0];
+  }
+
+  override disconnectedCallback(): void {
+    super.disconnectedCallback();
+    this.events?.close();
+  }
+
+  protected async load(signal: AbortSignal): Promise<void> {
+    this.events?.close();
+    if (this.key === undefined) {
+      this.upload = undefined;
+      const { items } = await get<List<Upload>>('api/v1/uploads', {}, signal);
+      if (!signal.aborted) this.history = items;
+      return;
+    }
+    if (this.upload?.id !== this.key) this.upload = undefined;
+    this.findings = [];
+    this.next = null;
+    await this.look(signal);
+    if (!signal.aborted && this.upload && isGoing(this.upload)) this.follow(this.key);
+  }
+
+  override render(): TemplateResult {
+    if (this.key === undefined) return this.start();
+    if (!this.upload) return html`<h1>Upload</h1>${refusal(this.failure)}`;
+    return this.report(this.upload);
+  }
+
+  // The start, and what there was before.
+
+  private start(): TemplateResult {
+    return html`
+      <h1>Upload</h1>
+      ${this.mayChange ? this.choice() : html`<p>Your token may read only; uploads take one of a keeper.</p>`}
+      ${refusal(this.refused)} ${refusal(this.failure)}
+      <h2>Earlier uploads</h2>
+      ${this.history?.length ? this.historyTable(this.history) : html`<p class="muted">${this.history ? 'None yet.' : ''}</p>`}
+    `;
+  }
+
+  private choice(): TemplateResult {
+    return html`
+      <form class="choice" @submit=${(event: Event) => event.preventDefault()}>
+        <label
+          class="drop ${this.over ? 'over' : ''}"
+          @dragover=${this.dragged}
+          @dragleave=${() => (this.over = false)}
+          @drop=${this.dropped}
+        >
+          <input class="unseen" type="file" @change=${this.picked} />
+          ${this.file
+            ? html`<b>${this.file.name}</b> <span class="muted">${number(Math.ceil(this.file.size / 1000))} kB</span>`
+            : html`<b>Drop a document here, or choose one</b>
+                <span class="muted">Products and prices as XML, codes as XML or a spreadsheet, packed by gzip or not</span>`}
+        </label>
+        <div class="asked">
+          <label>
+            It holds
+            <select @change=${(event: Event) => (this.kind = (event.target as HTMLSelectElement).value as Upload['kind'])}>
+              ${Object.entries(kinds).map(([name, title]) => html`<option value=${name} ?selected=${name === this.kind}>${title}</option>`)}
+            </select>
+          </label>
+          <label>
+            Records with bad fields
+            <select @change=${(event: Event) => (this.onErrors = (event.target as HTMLSelectElement).value as 'skip' | 'write')}>
+              <option value="skip" ?selected=${this.onErrors === 'skip'}>are left out</option>
+              <option value="write" ?selected=${this.onErrors === 'write'}>are written without those fields</option>
+            </select>
+          </label>
+          <button class="main" ?disabled=${!this.file || this.sending} @click=${() => this.send('preview')}>Preview</button>
+        </div>
+        <p class="hint">A preview tells what is wrong and what would be written, and changes nothing. The upload is started from there.</p>
+      </form>
+    `;
+  }
+
+  private historyTable(uploads: Upload[]): TemplateResult {
+    return html`<div class="wide" tabindex="0" role="region" aria-label="Earlier uploads">
+      <table class="list">
+        <thead>
+          <tr>
+            <th scope="col">Started</th>
+            <th scope="col">What</th>
+            <th scope="col">State</th>
+            <th scope="col" class="figure">Read</th>
+            <th scope="col" class="figure">Findings</th>
+          </tr>
+        </thead>
+        <tbody>
+          ${uploads.map(
+            (one) => html`<tr>
+              <td><a href=${address(['upload', one.id])}>${one.started ? time(one.started) : 'not yet'}</a></td>
+              <td>${titleOf(one)}</td>
+              <td>${stateMark(one)}</td>
+              <td class="figure">${number(one.read)}</td>
+              <td class="figure">${number(one.findings)}</td>
+            </tr>`,
+          )}
+        </tbody>
+      </table>
+    </div>`;
+  }
+
+  // One upload.
+
+  private report(upload: Upload): TemplateResult {
+    const going = isGoing(upload);
+    const known = this.file && this.fileOf === upload.id;
+    return html`
+      <div class="title">
+        <div>
+          <p class="muted"><a href=${address(['upload'])}>Uploads</a></p>
+          <h1>${titleOf(upload)}</h1>
+          <p class="muted">${stateMark(upload)} ${upload.started ? `began ${time(upload.started)}` : ''}${upload.ended ? `, ended ${time(upload.ended)}` : ''}</p>
+        </div>
+        ${this.mayChange && going ? html`<button @click=${this.cancel}>${upload.mode === 'preview' ? 'End the preview' : 'Cancel: what is written stays'}</button>` : nothing}
+        ${this.mayChange && !going && upload.mode === 'preview' && known
+          ? html`<button class="main" ?disabled=${this.sending} @click=${() => this.send('upload', upload.kind)}>
+              Upload: ${this.onErrors === 'skip' ? 'bad records are left out' : 'bad fields are left out'}
+            </button>`
+          : nothing}
+      </div>
+      ${refusal(this.refused)} ${refusal(this.failure)} ${going ? this.progress(upload) : nothing} ${this.counts(upload)}
+      ${!going && upload.mode === 'upload'
+        ? html`<p><a href="api/v1/uploads/${encodeURIComponent(upload.id)}/remaining" download>What was not written, as a document</a></p>`
+        : nothing}
+      ${!going && upload.mode === 'preview' && !known
+        ? html`<p class="muted">To upload the document, choose it again under <a href=${address(['upload'])}>Upload</a>: the page does not keep it.</p>`
+        : nothing}
+      ${this.findingsOf(upload)}
+    `;
+  }
+
+  private progress(upload: Upload): TemplateResult {
+    const left = timeLeft(upload);
+    return html`<div class="progress">
+      <progress aria-label="Progress" max=${upload.total ?? nothing} value=${upload.total ? upload.done : nothing}></progress>
+      <span>
+        ${upload.state === 'waiting'
+          ? 'Another upload runs; this one begins behind it.'
+          : html`${number(upload.done)}${upload.total ? ` of ${number(upload.total)}` : ''}${left ? `, about ${left} left` : ''}`}
+      </span>
+    </div>`;
+  }
+
+  private counts(upload: Upload): TemplateResult {
+    const counts = Object.entries({ read: upload.read, ...upload.counts, findings: upload.findings });
+    return html`<dl class="counts">
+      ${counts.map(([name, n]) => html`<div><dt>${name}</dt><dd>${number(n)}</dd></div>`)}
+    </dl>`;
+  }
+
+  private findingsOf(upload: Upload): TemplateResult {
+    if (!this.findings.length)
+      return html`<p class="muted">${isGoing(upload) ? '' : upload.findings ? '' : 'Nothing was found to be wrong.'}</p>`;
+    return html`
+      <h2>Findings</h2>
+      ${this.byField()}
+      <div class="wide" tabindex="0" role="region" aria-label="Findings">
+        <table class="list">
+          <thead>
+            <tr><th scope="col">Part number</th><th scope="col">Field</th><th scope="col">Value</th><th scope="col">Reason</th></tr>
+          </thead>
+          <tbody>
+            ${this.findings.map(
+              ({ partNumber, field, value, reason }) => html`<tr>
+                <td class="code">${partNumber || none}</td>
+                <td>${field || none}</td>
+                <td>${value || none}</td>
+                <td>${reason}</td>
+              </tr>`,
+            )}
+          </tbody>
+        </table>
+      </div>
+      ${this.next ? html`<button @click=${this.moreFindings}>More findings</button>` : nothing}
+    `;
+  }
+
+  // What is wrong by field, as bars: of those that are shown.
+  private byField(): TemplateResult {
+    const counted = new Map<string, number>();
+    for (const { field } of this.findings) counted.set(field || 'the whole record', (counted.get(field || 'the whole record') ?? 0) + 1);
+    const sorted = [...counted].sort((a, b) => b[1] - a[1]);
+    const most = sorted[0]?.[1] ?? 1;
+    return html`<dl class="bars">
+      ${sorted.map(
+        ([field, n]) => html`<div>
+          <dt>${field}</dt>
+          <dd>
+            <svg viewBox="0 0 100 8" preserveAspectRatio="none" aria-hidden="true"><rect width=${(100 * n) / most} height="8" /></svg>
+            ${count(n, 'finding', 'findings')}
+          </dd>
+        </div>`,
+      )}
+    </dl>`;
+  }
+
+  private async look(signal?: AbortSignal): Promise<void> {
+    const id = this.key ?? '';
+    const upload = await get<Upload>(`api/v1/uploads/${encodeURIComponent(id)}`, {}, signal);
+    if (signal?.aborted || id !== this.key) return;
+    this.upload = upload;
+    if (!isGoing(upload) && upload.findings && !this.findings.length) await this.moreFindings();
+  }
+
+  // The events carry the upload as it is. When the host goes away the browser asks again, and the host tells what was missed.
+  private follow(id: string): void {
+    this.events?.close();
+    const events = (this.events = new EventSource(`api/v1/uploads/${encodeURIComponent(id)}/events`));
+    events.addEventListener('progress', (event) => {
+      if (this.upload?.id === id) this.upload = { ...this.upload, ...(JSON.parse(event.data) as Partial<Upload>) };
+    });
+    events.addEventListener('end', () => {
+      events.close();
+      this.look().catch((failed: unknown) => (this.failure = failed));
+    });
+  }
+
+  private readonly moreFindings = async (): Promise<void> => {
+    const id = this.key ?? '';
+    const page = await get<Page<Finding>>(`api/v1/uploads/${encodeURIComponent(id)}/findings`, { limit: shownFindings, after: this.next ?? undefined });
+    if (id !== this.key) return;
+    this.findings = [...this.findings, ...page.items];
+    this.next = page.next;
+  };
+
+  private async send(mode: Upload['mode'], kind = this.kind): Promise<void> {
+    if (!this.file) return;
+    this.sending = true;
+    this.refused = undefined;
+    try {
+      const query = { kind, mode, onErrors: this.onErrors, name: this.file.name };
+      const { id } = await ask<{ id: string }>('POST', 'api/v1/uploads', { query, body: this.file });
+      this.fileOf = id;
+      go(address(['upload', id]));
+    } catch (failed) {
+      this.refused = failed;
+    } finally {
+      this.sending = false;
+    }
+  }
+
+  private async cancel(): Promise<void> {
+    try {
+      await ask('DELETE', `api/v1/uploads/${encodeURIComponent(this.key ?? '')}`);
+      await this.look();
+    } catch (failed) {
+      // One that ended a moment ago cannot be cancelled, which is no failure to anybody.
+      if (failed instanceof Failure && failed.status === 409) await this.look();
+      else this.refused = failed;
+    }
+  }
+
+  private dragged(event: DragEvent): void {
+    event.preventDefault();
+    this.over = true;
+  }
+
+  private dropped(event: DragEvent): void {
+    event.preventDefault();
+    this.over = false;
+    this.file = event.dataTransfer?.files[0] ?? this.file;
+  }
+
+  private picked(event: Event): void {
+    this.file = (event.target as HTMLInputElement).files?.[0] ?? this.file;
+  }
+}
+
+function isGoing({ state }: Upload): boolean {
+  return state === 'waiting' || state === 'running';
+}
+
+function titleOf({ kind, mode, name }: Upload): string {
+  return `${kinds[kind] ?? kind}, ${mode}${name ? `: ${name}` : ''}`;
+}
+
+function stateMark({ state }: Upload): TemplateResult {
+  return html`<b class="mark ${state}">${states[state] ?? state}</b>`;
+}
+
+function timeLeft({ started, done, total }: Upload): string {
+  if (!started || !total || !done) return '';
+  const gone = (Date.now() - new Date(started).getTime()) / 1000;
+  return gone > 1 && done < total ? seconds((gone / done) * (total - done)) : '';
+}
