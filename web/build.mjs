@@ -34,7 +34,12 @@ function fetchPackages() {
   const lock = readFileSync(join(folder, 'package-lock.json'), 'utf8');
   const fetched = join(folder, 'fetched-lock.json');
   if (existsSync(fetched) && readFileSync(fetched, 'utf8') === lock) return;
-  execFileSync('npm', ['ci', '--ignore-scripts', '--no-audit', '--no-fund', '--loglevel=error'], { cwd: folder, stdio: 'inherit' });
+  try {
+    execFileSync('npm', ['ci', '--ignore-scripts', '--no-audit', '--no-fund', '--loglevel=error'], { cwd: folder, stdio: 'inherit' });
+  } catch {
+    console.error('The packages of the console could not be fetched; cmake -DMERCATO_CONSOLE=OFF builds without it');
+    process.exit(1);
+  }
   writeFileSync(fetched, lock);
 }
 

@@ -7,8 +7,9 @@ mercato_packages=(
   libspdlog-dev libsqlite3-dev libtomlplusplus-dev libxml2-dev libzip-dev nlohmann-json3-dev unixodbc-dev
 )
 
-# The console is built with Node, of whatever source it is.
-command -v node >/dev/null && command -v npm >/dev/null || mercato_packages+=(nodejs npm)
+# What builds the console, in the presets that have it: Node, of whatever source it is.
+console_packages=()
+command -v node >/dev/null && command -v npm >/dev/null || console_packages=(nodejs npm)
 
 # Installs the packages that are missing; asks for nothing when there are none.
 install_packages() {
