@@ -90,17 +90,12 @@ export class ProductView extends View {
   private ordering(product: Product): TemplateResult {
     const least = product['MINORDERQTY'] as number | null;
     const multiple = product['MULTIPLEOF'] as number | null;
-    const words = [
-      least ? `at least ${number(least)}` : '',
-      multiple ? `in multiples of ${number(multiple)}` : '',
-    ].filter(Boolean);
+    const amounts = [least ? `at least ${number(least)}` : '', multiple ? `multiples of ${number(multiple)}` : ''].filter(Boolean);
+    const unit = product['UNITCODE'] ? `, by ${String(product['UNITCODE'])}` : '';
     return html`<section>
       <h2>What may be ordered</h2>
-      <p>
-        ${isDisabled(product) ? 'Nothing: the product is disabled. Else ' : ''}${words.length ? words.join(', ') : 'any quantity'}${product['UNITCODE']
-          ? `, by ${String(product['UNITCODE'])}`
-          : ''}.
-      </p>
+      ${isDisabled(product) ? html`<p>Nothing, since the product is disabled. If it were not:</p>` : nothing}
+      <p>Quantities: ${amounts.join(', ') || 'any'}${unit}.</p>
       <h3>Who buys it</h3>
       ${product.buyers.length
         ? html`<ul class="plain">
