@@ -88,7 +88,7 @@ export class Double {
   #nodes() {
     const nodes = [];
     const add = (parent, name, type) => {
-      nodes.push({ id: nodes.length + 1, parent, name, description: null, type, category: type === 1 ? nodes.length + 1 : null });
+      nodes.push({ id: nodes.length + 1, parent, name, type, category: type === 1 ? nodes.length + 1 : null });
       return nodes.length;
     };
     for (let i = 0; i < 11; ++i) {
@@ -130,15 +130,15 @@ export class Double {
         PROPERTYGROUPID: null, USERID: text ?? 'JONAS.GROSS', MULTIPLEBUYER: 1, STOCKITEM: 0, SERVICEITEM: 0, CONFIGURABLE: 0,
         IMAGEFILENAME: text, TECHNICALIMAGE: text, URL: text ?? 'https://www.quillmarch.example/p/1', DISABLED: found.disabled ? 1 : 0,
         DATEUPDATED: '2026-11-22T16:47:35',
-        properties: [{ id: 1, name: text ?? 'COLOUR', value: text ?? 'white' }, { id: 2, name: 'WEIGHT_KG', value: '2.5' }],
+        properties: [{ PROPERTYID: 1, PROPERTYNAME: text ?? 'COLOUR', DATATYPE: 3, VALUE: text ?? 'white' }, { PROPERTYID: 2, PROPERTYNAME: 'WEIGHT_KG', DATATYPE: 2, VALUE: '2.5' }],
         prices: [
-          line(49, '4.3500', 'EUR', '2026-01-01T00:00:00'), line(199, '3.9500', 'EUR', '2026-01-01T00:00:00'),
-          line(999999999, '3.6000', 'EUR', '2026-01-01T00:00:00'), line(999999999, '4.1000', 'EUR', '2025-01-01T00:00:00', '2025-12-31T00:00:00'),
-          line(99, '4.8900', 'USD', '2026-01-01T00:00:00', '2035-12-31T00:00:00', text ?? ''), line(999999999, '4.4000', 'USD', '2026-01-01T00:00:00', '2035-12-31T00:00:00', text ?? ''),
+          line(49, 4.35, 'EUR', '2026-01-01T00:00:00'), line(199, 3.95, 'EUR', '2026-01-01T00:00:00'),
+          line(999999999, 3.6, 'EUR', '2026-01-01T00:00:00'), line(999999999, 4.1, 'EUR', '2025-01-01T00:00:00', '2025-12-31T00:00:00'),
+          line(99, 4.89, 'USD', '2026-01-01T00:00:00', '2035-12-31T00:00:00', text ?? ''), line(999999999, 4.4, 'USD', '2026-01-01T00:00:00', '2035-12-31T00:00:00', text ?? ''),
         ],
-        buyers: [{ id: text ?? 'BEN.OKORO', name: text ?? 'Ben Okoro' }, { id: 'NOBODY', name: null }],
-        categories: [{ id: 7, name: text ?? 'Paper' }],
-        alternatives: [this.products[(id + 11) % this.products.length], this.products[0]],
+        buyers: [{ USERID: text ?? 'BEN.OKORO', USERNAME: text ?? 'Ben Okoro' }, { USERID: 'NOBODY', USERNAME: null }],
+        categories: [{ CATEGORYID: 7, CATEGORYNAME: text ?? 'Paper', UNSPSCCODE: '1010' }],
+        alternatives: [this.products[(id + 11) % this.products.length], this.products[0]].map((one) => ({ PRODUCTID: one.id, PARTNUMBER: one.partNumber, PRODUCTDESCRIPTION: one.description, DISABLED: 0 })),
       });
     }
     return this.records.get(id);
@@ -174,19 +174,22 @@ export class Double {
         if (below === 'price') return json(this.#price(Number(id), query));
         return json(this.record(Number(id)));
       case 'catalogs':
-        if (id === undefined) return json({ items: this.empty ? [] : [{ id: 1, name: 'House catalogue 2026', description: hostile[0], active: true, version: '2' }, { id: 2, name: hostile[1], description: null, active: false, version: null }] });
+        if (id === undefined) return json({ items: this.empty ? [] : [{ id: 1, name: 'House catalogue 2026', description: hostile[0], active: true }, { id: 2, name: hostile[1], description: '', active: false }] });
         return json({ items: this.#level(Number(query.parent) || null, query.user) });
       case 'rights':
         return json({
-          steps: [{ place: 'catalogue 1 House catalogue 2026', entry: '', effect: 'says nothing' }, { place: `node ${query.node} ${hostile[0]}`, entry: 'order', effect: 'decides' }],
-          sees: 'yes, laid out', orders: 'yes, the entry on the node says so', viewOnly: 'no, nothing restricts',
+          user: query.user, node: Number(query.node), sight: 'laidOut', endless: false, sees: true, orders: true, viewOnly: false,
+          steps: [
+            { place: 'catalog', id: 1, name: 'House catalogue 2026', entry: 'none', decides: false },
+            { place: 'node', id: Number(query.node), name: hostile[0], entry: 'order', decides: true },
+          ],
         });
       case 'unspsc':
-        return json({ items: this.empty ? [] : this.#codesBelow(query.parent ?? '') });
+        return json({ items: this.empty ? [] : this.#codesWith(query) });
       case 'property-groups':
-        return json({ items: this.empty ? [] : [{ id: 1, name: hostile[0], properties: [{ id: 1, name: hostile[1], mandatory: true, shown: true }, { id: 2, name: 'COLOUR', mandatory: false, shown: false }] }, { id: 2, name: 'Paper', properties: [] }] });
+        return json({ items: this.empty ? [] : [{ PROPERTYGROUPID: 1, PROPERTYGROUPNAME: hostile[0], properties: [{ PROPERTYID: 1, PROPERTYNAME: hostile[1], MANDATORY: true, SHOWINPRODUCTSHEET: true }, { PROPERTYID: 2, PROPERTYNAME: 'COLOUR', MANDATORY: false, SHOWINPRODUCTSHEET: false }] }, { PROPERTYGROUPID: 2, PROPERTYGROUPNAME: 'Paper', properties: [] }] });
       case 'units':
-        return json({ items: this.empty ? [] : [{ code: 'EA', description: 'each' }, { code: 'X', description: hostile[0] }] });
+        return json({ items: this.empty ? [] : [{ UNITCODE: 'EA', UNITDESCRIPTION: 'each' }, { UNITCODE: 'X', UNITDESCRIPTION: hostile[0] }] });
       case 'uploads':
         return this.#uploads(request, response, json, query, id, below, body);
     }
@@ -234,14 +237,15 @@ export class Double {
     }));
   }
 
-  #codesBelow(parent) {
-    return [...this.codes].filter(([code]) => code.length === parent.length + 2 && code.startsWith(parent)).map(([code, description]) => ({ code, description, children: code.length < 8 }));
+  #codesWith({ parent = '', query }) {
+    const fits = query === undefined
+      ? ([code]) => code.length === parent.length + 2 && code.startsWith(parent)
+      : ([, description]) => description.toLowerCase().includes(query.toLowerCase());
+    return [...this.codes].filter(fits).slice(0, 200).map(([code, description]) => ({ code, description, hasChildren: code.length < 8 }));
   }
 
   #call({ id, params: { progId, method, args } }) {
     this.asked.push(`${progId} ${method} ${JSON.stringify(args)}`);
-    if (method === 'GetAllUNSPSCCodes')
-      return { jsonrpc: '2.0', id, result: { value: { $: 'dictionary', items: [...this.codes].filter(([code]) => code.length === 2 * args[0]) } } };
     const record = this.record(args[0]);
     if (method === 'Disable' || method === 'Enable') record.DISABLED = method === 'Disable' ? 1 : 0;
     if (method === 'Update20')

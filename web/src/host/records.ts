@@ -19,9 +19,9 @@ export interface Page<T> extends List<T> {
 export interface FoundProduct {
   id: number;
   partNumber: string;
-  supplierPartNumber: string | null;
+  supplierPartNumber: string;
   description: string;
-  unit: string | null;
+  unit: string;
   disabled: boolean;
 }
 
@@ -33,25 +33,25 @@ export interface PriceLine {
   QUANTITYTO: number | null;
   GROUPBY: string | null;
   CURRENCYCODE: string | null;
-  PRICE: string | null;
+  PRICE: number | null;
   DISCOUNTPERC: number | null;
-  DISCOUNTAMOUNT: string | null;
+  DISCOUNTAMOUNT: number | null;
   PRICETAXPERCENTAGE: number | null;
 }
 
 export interface ProductLists {
-  properties: { id: number; name: string; value: string | null }[];
+  properties: { PROPERTYID: number; PROPERTYNAME: string; VALUE: string | null }[];
   prices: PriceLine[];
-  buyers: { id: string; name: string | null }[];
-  categories: { id: number; name: string }[];
-  alternatives: FoundProduct[];
+  buyers: { USERID: string; USERNAME: string | null }[];
+  categories: { CATEGORYID: number; CATEGORYNAME: string }[];
+  alternatives: { PRODUCTID: number; PARTNUMBER: string; PRODUCTDESCRIPTION: string }[];
 }
 
 // The columns of the record by their names, and the lists beside them.
 export type Product = ProductLists & { [column: string]: unknown };
 
 export interface HoldingPrice {
-  price: string;
+  price: number;
   currency: string;
   line: PriceLine;
 }
@@ -59,16 +59,14 @@ export interface HoldingPrice {
 export interface Catalogue {
   id: number;
   name: string;
-  description: string | null;
+  description: string;
   active: boolean;
-  version: string | null;
 }
 
 export interface CatalogueNode {
   id: number;
   parent: number | null;
   name: string;
-  description: string | null;
   type: number | null;
   category: number | null;
   children: boolean;
@@ -78,27 +76,28 @@ export interface CatalogueNode {
 }
 
 export interface Explained {
-  steps: { place: string; entry: string; effect: string }[];
-  sees: string;
-  orders: string;
-  viewOnly: string;
+  sight: 'laidOut' | 'wholeCatalog' | 'nowhere';
+  steps: { place: 'catalog' | 'node' | 'ancestor'; id: number; name: string; entry: 'none' | 'order' | 'viewOnly'; decides: boolean }[];
+  endless: boolean; // the nodes above go in a circle
+  orders: boolean;
+  viewOnly: boolean;
 }
 
 export interface Code {
   code: string;
-  description: string | null;
-  children: boolean;
+  description: string;
+  hasChildren: boolean;
 }
 
 export interface PropertyGroup {
-  id: number;
-  name: string;
-  properties: { id: number; name: string; mandatory: boolean; shown: boolean }[];
+  PROPERTYGROUPID: number;
+  PROPERTYGROUPNAME: string;
+  properties: { PROPERTYNAME: string; MANDATORY: boolean; SHOWINPRODUCTSHEET: boolean }[];
 }
 
 export interface Unit {
-  code: string;
-  description: string | null;
+  UNITCODE: string;
+  UNITDESCRIPTION: string | null;
 }
 
 export interface Upload {

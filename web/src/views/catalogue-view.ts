@@ -11,6 +11,14 @@ import '../parts/branch-tree.js';
 
 type NodeBranch = Branch & { node: CatalogueNode };
 
+const sights: Record<Explained['sight'], string> = {
+  laidOut: 'yes, the node is laid out for the user',
+  wholeCatalog: 'yes, the user has the whole catalogue',
+  nowhere: 'no, it is not laid out, and the user has not the whole catalogue',
+};
+const places = { catalog: 'Catalogue', node: 'Node', ancestor: 'Above it' };
+const entries = { none: '–', order: 'may order', viewOnly: 'view only' };
+
 const asBranch = (node: CatalogueNode): NodeBranch => ({ id: String(node.id), hasChildren: node.children, node });
 
 @customElement('catalogue-view')
@@ -50,8 +58,7 @@ export class CatalogueView extends View {
           <h1>${catalogue?.name ?? 'Catalogue'}</h1>
           ${catalogue
             ? html`<p class="muted">
-                ${catalogue.active ? nothing : html`<b class="mark">not active</b> `}${catalogue.description ?? ''}
-                ${catalogue.version ? `version ${catalogue.version}` : ''}
+                ${catalogue.active ? nothing : html`<b class="mark">not active</b> `}${catalogue.description}
               </p>`
             : nothing}
         </div>
@@ -106,7 +113,6 @@ export class CatalogueView extends View {
   private detail(node: CatalogueNode): TemplateResult {
     return html`
       <h2>${node.name}</h2>
-      ${node.description ? html`<p>${node.description}</p>` : nothing}
       <p class="muted">Node ${node.id}</p>
       ${node.category === null
         ? html`<p class="muted">No category hangs here, so it has no products of its own.</p>`
@@ -115,21 +121,30 @@ export class CatalogueView extends View {
     `;
   }
 
-  private why({ steps, sees, orders, viewOnly }: Explained): TemplateResult {
+  private why({ sight, steps, endless, orders, viewOnly }: Explained): TemplateResult {
+    const decides = steps.some((step) => step.decides);
+    const says = (yes: boolean) => (yes ? 'yes, by the entry that decides' : decides ? 'no, by the entry that decides' : 'no, since no entry says so');
     return html`
       <h3>Why, for ${this.user}</h3>
       <dl>
-        <div><dt>Sees</dt><dd>${sees}</dd></div>
-        <div><dt>Orders</dt><dd>${orders}</dd></div>
-        <div><dt>View only</dt><dd>${viewOnly}</dd></div>
+        <div><dt>Sees</dt><dd>${sights[sight]}</dd></div>
+        <div><dt>Orders</dt><dd>${says(orders)}</dd></div>
+        <div><dt>View only</dt><dd>${says(viewOnly)}</dd></div>
       </dl>
+      ${endless ? refusal(new Error('The nodes above go in a circle, so the library would ask until its time is up.')) : nothing}
       <div class="wide" tabindex="0" role="region" aria-label="What was looked at">
         <table class="list">
           <thead>
-            <tr><th scope="col">Looked at</th><th scope="col">Entry</th><th scope="col">What it does</th></tr>
+            <tr><th scope="col">Looked at</th><th scope="col">Entry</th><th scope="col"><span class="unseen">Decides</span></th></tr>
           </thead>
           <tbody>
-            ${steps.map(({ place, entry, effect }) => html`<tr><td>${place}</td><td>${entry || '–'}</td><td>${effect}</td></tr>`)}
+            ${steps.map(
+              ({ place, id, name, entry, decides }) => html`<tr>
+                <td><span class="muted">${places[place]}</span> ${name || id}</td>
+                <td>${entries[entry]}</td>
+                <td>${decides ? html`<b class="mark">decides</b>` : nothing}</td>
+              </tr>`,
+            )}
           </tbody>
         </table>
       </div>

@@ -3,7 +3,7 @@
 import { html, nothing, type TemplateResult } from 'lit';
 import { customElement, state } from 'lit/decorators.js';
 import { count, none } from '../format.js';
-import { get, invoke } from '../host/requests.js';
+import { get } from '../host/requests.js';
 import type { Code, List, PropertyGroup, Unit } from '../host/records.js';
 import type { Branch, BranchTree } from '../parts/branch-tree.js';
 import { View, refusal } from '../parts/view.js';
@@ -12,20 +12,15 @@ import '../parts/branch-tree.js';
 
 type CodeBranch = Branch & { code: Code };
 
-interface Found {
-  code: string;
-  description: string;
-}
-
 const tabs: [name: string, title: string][] = [
   ['unspsc', 'UNSPSC'],
   ['groups', 'Property groups'],
   ['units', 'Units'],
 ];
 
-const shownHits = 100;
+const most = 200; // codes that the host tells for one question
 
-const asBranch = (code: Code): CodeBranch => ({ id: code.code, hasChildren: code.children, code });
+const asBranch = (code: Code): CodeBranch => ({ id: code.code, hasChildren: code.hasChildren, code });
 
 @customElement('classification-view')
 export class ClassificationView extends View {
@@ -33,7 +28,7 @@ export class ClassificationView extends View {
   @state() private groups?: PropertyGroup[];
   @state() private units?: Unit[];
   @state() private chosen = '';
-  @state() private all?: Found[]; // every code, fetched with the first word that is looked for
+  @state() private hits?: Code[];
 
   private get tab(): string {
     return this.place.parts[0] ?? 'unspsc';
@@ -50,7 +45,9 @@ export class ClassificationView extends View {
       this.units = (await get<List<Unit>>('api/v1/units', {}, signal)).items;
     } else {
       this.roots ??= (await get<List<Code>>('api/v1/unspsc', {}, signal)).items.map(asBranch);
-      if (this.query) this.all ??= await allCodes();
+      this.hits = undefined;
+      const hits = this.query ? await codesOf(this.query, signal) : undefined;
+      if (!signal.aborted) this.hits = hits;
     }
   }
 
@@ -87,43 +84,37 @@ export class ClassificationView extends View {
           @input=${(event: Event) => stay(address(['classification', 'unspsc'], { query: (event.target as HTMLInputElement).value }))}
         />
       </form>
-      ${this.query ? this.hits() : nothing}
+      ${this.query ? this.hitList() : nothing}
       <branch-tree
         label="Codes"
         .roots=${this.roots}
         .chosen=${this.chosen}
         .childrenOf=${async ({ id }: CodeBranch) => (await get<List<Code>>('api/v1/unspsc', { parent: id })).items.map(asBranch)}
-        .show=${({ code }: CodeBranch) => html`<span class="code muted">${code.code}</span> ${code.description ?? none}`}
+        .show=${({ code }: CodeBranch) => html`<span class="code muted">${code.code}</span> ${code.description || none}`}
         @chosen=${(event: CustomEvent<CodeBranch>) => (this.chosen = event.detail.id)}
       ></branch-tree>
     `;
   }
 
-  private hits(): TemplateResult {
-    if (!this.all) return html`<p class="found" role="status">Looking …</p>`;
-    const words = this.query.toLocaleLowerCase().split(/\s+/).filter(Boolean);
-    const hits = this.all.filter(({ code, description }) => {
-      const text = description.toLocaleLowerCase();
-      return words.every((word) => code.startsWith(word) || text.includes(word));
-    });
+  private hitList(): TemplateResult {
+    if (!this.hits) return html`<p class="found" role="status">${this.loading ? 'Looking …' : ''}</p>`;
     return html`
-      <p class="found" role="status">${count(hits.length, 'code', 'codes')}${hits.length > shownHits ? `; the first ${shownHits}` : ''}</p>
+      <p class="found" role="status">${this.hits.length < most ? count(this.hits.length, 'code', 'codes') : `The first ${most} codes`}</p>
       <ul class="hits plain">
-        ${hits.slice(0, shownHits).map(
+        ${this.hits.map(
           ({ code, description }) =>
             html`<li>
-              <button class="quiet" @click=${() => this.reach(code)}><span class="code muted">${code}</span> ${description}</button>
+              <button class="quiet" @click=${() => this.reach(code)}><span class="code muted">${code}</span> ${description || none}</button>
             </li>`,
         )}
       </ul>
     `;
   }
 
-  // A code begins with that of its parent.
+  // A code is that of its parent and two digits more.
   private async reach(code: string): Promise<void> {
     this.chosen = code;
-    const known = new Set(this.all?.map((one) => one.code));
-    const path = [...Array(code.length).keys()].map((i) => code.slice(0, i + 1)).filter((one) => known.has(one));
+    const path = Array.from({ length: code.length / 2 }, (_, i) => code.slice(0, 2 * i + 2));
     const tree = this.querySelector<BranchTree<CodeBranch>>('branch-tree');
     await tree?.reach(path);
     tree?.querySelector<HTMLElement>('[role=tree]')?.focus();
@@ -138,13 +129,13 @@ export class ClassificationView extends View {
       </div>`;
     return html`<div class="themes">
       ${this.groups.map(
-        ({ id, name, properties }) => html`<section>
-          <h2>${name} <small class="muted">${id}</small></h2>
+        ({ PROPERTYGROUPID, PROPERTYGROUPNAME, properties }) => html`<section>
+          <h2>${PROPERTYGROUPNAME} <small class="muted">${PROPERTYGROUPID}</small></h2>
           <ul class="plain">
             ${properties.map(
               (one) => html`<li>
-                ${one.name} ${one.mandatory ? html`<b class="mark">mandatory</b>` : nothing}
-                ${one.shown ? html`<small class="muted">in the product sheet</small>` : nothing}
+                ${one.PROPERTYNAME} ${one.MANDATORY ? html`<b class="mark">mandatory</b>` : nothing}
+                ${one.SHOWINPRODUCTSHEET ? html`<small class="muted">in the product sheet</small>` : nothing}
               </li>`,
             )}
           </ul>
@@ -165,18 +156,17 @@ export class ClassificationView extends View {
       <caption class="unseen">Units</caption>
       <thead><tr><th scope="col">Code</th><th scope="col">Description</th></tr></thead>
       <tbody>
-        ${this.units.map(({ code, description }) => html`<tr><td class="code">${code}</td><td>${description ?? none}</td></tr>`)}
+        ${this.units.map(({ UNITCODE, UNITDESCRIPTION }) => html`<tr><td class="code">${UNITCODE}</td><td>${UNITDESCRIPTION || none}</td></tr>`)}
       </tbody>
     </table>`;
   }
 }
 
-// The library tells the codes of a level as a dictionary, in one call. The level behind the last has none.
-async function allCodes(): Promise<Found[]> {
-  const found: Found[] = [];
-  for (let level = 1; ; ++level) {
-    const { items } = (await invoke('Mercato.UNSPSC', 'GetAllUNSPSCCodes', [level, ''])) as { items: [string, string | null][] };
-    if (!items.length) return found.sort((a, b) => (a.code < b.code ? -1 : 1));
-    found.push(...items.map(([code, description]) => ({ code, description: description ?? '' })));
-  }
+// Digits are the beginning of a code, anything else stands in a description.
+async function codesOf(query: string, signal: AbortSignal): Promise<Code[]> {
+  const digits = query.trim();
+  if (!/^\d+$/.test(digits)) return (await get<List<Code>>('api/v1/unspsc', { query }, signal)).items;
+  const parent = digits.slice(0, 2 * Math.floor((digits.length - 1) / 2));
+  const { items } = await get<List<Code>>('api/v1/unspsc', { parent }, signal);
+  return items.filter(({ code }) => code.startsWith(digits));
 }

@@ -145,9 +145,9 @@ export class FindView extends View {
     return html`<li aria-posinset=${index + 1} aria-setsize=${all} ${styled({ top: `${index * height}px`, height: `${height}px` })}>
       <a class="row ${item.disabled ? 'disabled' : ''}" href=${address(['product', item.id])} data-index=${index}>
         <span class="code">${item.partNumber}</span>
-        <span class="code muted">${item.supplierPartNumber ?? none}</span>
+        <span class="code muted">${item.supplierPartNumber || none}</span>
         <span class="words">${item.description}${item.disabled ? html` <b class="mark">disabled</b>` : nothing}</span>
-        <span class="muted unit">${item.unit ?? ''}</span>
+        <span class="muted unit">${item.unit}</span>
       </a>
     </li>`;
   }

@@ -99,7 +99,9 @@ export class ProductView extends View {
       <h3>Who buys it</h3>
       ${product.buyers.length
         ? html`<ul class="plain">
-            ${product.buyers.map(({ id, name }) => html`<li>${name || id}${name ? html` <span class="code muted">${id}</span>` : nothing}</li>`)}
+            ${product.buyers.map(
+              ({ USERID, USERNAME }) => html`<li>${USERNAME || USERID}${USERNAME ? html` <span class="code muted">${USERID}</span>` : nothing}</li>`,
+            )}
           </ul>`
         : html`<p class="muted">No buyer of its own.</p>`}
     </section>`;
@@ -111,7 +113,7 @@ export class ProductView extends View {
       ${product.properties.length
         ? html`<dl>
             ${product.properties.map(
-              ({ name, value }) => html`<div><dt>${name}</dt><dd>${value || none}</dd></div>`,
+              ({ PROPERTYNAME, VALUE }) => html`<div><dt>${PROPERTYNAME}</dt><dd>${VALUE || none}</dd></div>`,
             )}
           </dl>`
         : html`<p class="muted">It has none. A property group gives a product its properties.</p>`}
@@ -124,7 +126,7 @@ export class ProductView extends View {
       ${product.categories.length
         ? html`<ul class="plain">
             ${product.categories.map(
-              ({ id, name }) => html`<li><a href=${address(['find'], { category: id })}>${name}</a></li>`,
+              ({ CATEGORYID, CATEGORYNAME }) => html`<li><a href=${address(['find'], { category: CATEGORYID })}>${CATEGORYNAME}</a></li>`,
             )}
           </ul>`
         : html`<p class="muted">In no category, so that nobody sees it in a catalogue.</p>`}
@@ -149,8 +151,8 @@ export class ProductView extends View {
       <h2>Alternatives</h2>
       <ul class="plain">
         ${product.alternatives.map(
-          ({ id, partNumber, description }) =>
-            html`<li><a href=${address(['product', id])}><span class="code">${partNumber}</span> ${description}</a></li>`,
+          ({ PRODUCTID, PARTNUMBER, PRODUCTDESCRIPTION }) =>
+            html`<li><a href=${address(['product', PRODUCTID])}><span class="code">${PARTNUMBER}</span> ${PRODUCTDESCRIPTION}</a></li>`,
         )}
       </ul>
     </section>`;
