@@ -19,7 +19,7 @@ export async function openBrowser() {
 export async function openPage(browser, options = {}) {
   const context = await browser.newContext({ locale: 'en-GB', timezoneId: 'UTC', viewport: { width: 1280, height: 800 }, ...options });
   const page = await context.newPage();
-  page.setDefaultTimeout(5000);
+  page.setDefaultTimeout(10000);
   page.faults = [];
   page.on('pageerror', (failed) => page.faults.push(String(failed)));
   page.on('console', (message) => {

@@ -255,9 +255,13 @@ export class UploadView extends View {
     events.addEventListener('progress', (event) => {
       if (this.upload?.id === id) this.upload = { ...this.upload, ...(JSON.parse(event.data) as Partial<Upload>) };
     });
-    events.addEventListener('end', () => {
+    const ended = () => {
       events.close();
       this.look().catch((failed: unknown) => (this.failure = failed));
+    };
+    events.addEventListener('end', ended);
+    events.addEventListener('error', () => {
+      if (events.readyState === EventSource.CLOSED) ended(); // refused: the session has ended, perhaps
     });
   }
 

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+// Makes the pictures of docs/console/ before the host itself, with the sample data:
+//   CONSOLE_FOLDER=build/web node web/tests/pictures.mjs PROGRAM FOLDER
+import { mkdirSync } from 'node:fs';
+import { join, resolve } from 'node:path';
+import { openBrowser, openPage } from './browser.mjs';
+import { RealHost, samples } from './real_host.mjs';
+
+const [program, folder] = process.argv.slice(2).map((path) => resolve(path));
+mkdirSync(folder, { recursive: true });
+
+const views = {
+  find: ['#/find?query=paper', async () => undefined],
+  product: ['#/product/1', async () => undefined],
+  catalogue: ['#/catalogue/1?user=CHLOE.MERCIER', async (page) => {
+    await page.locator('.branch .twig').first().click();
+    await page.waitForSelector('.branch[aria-level="2"]');
+    await page.locator('.branch').nth(1).click();
+    await page.waitForSelector('.detail table');
+  }],
+  classification: ['#/classification/unspsc?query=tools', async (page) => {
+    await page.locator('.hits button').first().click();
+    await page.waitForSelector('.branch[aria-level="2"]');
+  }],
+  prices: ['#/prices?product=1&quantity=60', async () => undefined],
+  upload: ['#/upload', async (page) => {
+    await page.setInputFiles('input[type=file]', join(samples, 'products.xml'));
+    await page.click('.choice .main');
+    await page.waitForSelector('.mark.done');
+    await page.waitForSelector('.bars');
+  }],
+};
+
+const forms = {
+  wide: { viewport: { width: 1200, height: 720 } },
+  narrow: { viewport: { width: 360, height: 720 }, colorScheme: 'dark', hasTouch: true },
+};
+
+const browser = await openBrowser();
+const host = new RealHost(program);
+try {
+  await host.listen();
+  for (const [form, options] of Object.entries(forms)) {
+    const page = await openPage(browser, options);
+    await page.goto(host.entrance);
+    await page.waitForSelector('.rows');
+    for (const [name, [hash, prepare]] of Object.entries(views)) {
+      await page.goto(host.address + hash);
+      await page.waitForLoadState('networkidle');
+      await prepare(page);
+      await page.screenshot({ path: join(folder, `${name}-${form}.png`) });
+    }
+  }
+} finally {
+  await browser.close();
+  await host.end();
+}

@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: Apache-2.0
+// The main roads of the console before the host itself, on a store with the sample data. MERCATO names the program.
+import assert from 'node:assert/strict';
+import { join } from 'node:path';
+import { after, afterEach, before, beforeEach, describe, test } from 'node:test';
+import { axeFindings, openBrowser, openPage } from './browser.mjs';
+import { RealHost, samples } from './real_host.mjs';
+
+const program = process.env.MERCATO;
+
+describe('The console and its host', { skip: program ? false : 'no program is named' }, () => {
+  let browser;
+  let host;
+  let page;
+
+  before(async () => {
+    browser = await openBrowser();
+    host = new RealHost(program);
+    await host.listen();
+  });
+  after(async () => {
+    await browser.close();
+    await host.end();
+  });
+  beforeEach(async () => {
+    page = await openPage(browser);
+    await page.goto(host.entrance);
+    await page.waitForSelector('.rows');
+  });
+  afterEach(async () => {
+    assert.deepEqual(page.faults, []);
+    await page.context().close();
+  });
+
+  const open = async (hash) => {
+    await page.goto(host.address + hash);
+    await page.waitForLoadState('networkidle');
+  };
+  const text = (selector) => page.locator(selector).first().innerText();
+  const change = async (title, value) => {
+    await page.locator('button.value', { hasText: `Change ${title}:` }).click();
+    await page.fill('.change input', value);
+    await page.click('.change .main');
+  };
+
+  test('AProductIsFoundOpenedChangedAndChangedBack', async () => {
+    assert.equal(await text('.found'), '277 products');
+    await page.fill('#query', 'copy paper pastel blue');
+    await page.waitForFunction(() => document.querySelectorAll('.rows li').length === 1);
+    await page.click('.rows a');
+    await page.waitForSelector('.themes');
+    assert.equal(await text('h1'), 'Copy paper, A4 80 g/m² pastel blue');
+    assert.equal(await page.locator('.chart').count(), 2);
+    await change('Buyer', 'NOBODY.AT.ALL');
+    await page.waitForSelector('.change .refusal');
+    assert.equal(await text('.change .refusal'), 'The product record you are trying to insert has an invalid reference to another record');
+    await page.keyboard.press('Escape');
+    await change('Least quantity', 'ten');
+    await page.waitForSelector('.change .refusal');
+    assert.equal(await text('.change .refusal'), 'Type mismatch.');
+    await page.fill('.change input', '10');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.undo p');
+    assert.match(await text('.undo'), /Least quantity was –, and is 10\./);
+    await page.click('.undo button');
+    await page.waitForSelector('.undo p', { state: 'detached' });
+    assert.match(await page.locator('button.value', { hasText: 'Change Least quantity:' }).innerText(), /–$/);
+    assert.match(await text('.themes'), /Paper/); // it hangs where it hung
+  });
+
+  test('ACatalogueTellsWhatAUserMayAndWhy', async () => {
+    await open('#/catalogue/1?user=CHLOE.MERCIER');
+    await page.waitForSelector('.branch');
+    assert.equal(await text('h1'), 'House catalogue 2026');
+    await page.locator('.branch .twig').first().click();
+    await page.waitForSelector('.branch[aria-level="2"]');
+    await page.locator('.branch').first().click();
+    await page.waitForSelector('.detail table');
+    assert.match(await text('.detail'), /Sees\s+(yes|no), /);
+  });
+
+  test('CodesGroupsAndUnitsAreShown', async () => {
+    await open('#/classification/unspsc');
+    await page.fill('#code', 'power');
+    await page.waitForSelector('.hits li');
+    await page.locator('.hits button', { hasText: 'Power tools' }).click();
+    await page.waitForSelector('#branch-3020.active');
+    await open('#/classification/units');
+    await page.waitForSelector('td:text-is("ream")');
+  });
+
+  test('APriceIsToldInTwoCurrencies', async () => {
+    await open('#/prices?product=1&quantity=60&date=2026-08-01');
+    await page.waitForSelector('.answer .large');
+    assert.equal(await text('.answer .large'), 'EUR\u00a03.95');
+    await page.fill('input[name=currency]', 'USD');
+    await page.keyboard.press('Tab');
+    await page.waitForFunction(() => document.querySelector('.answer .large').textContent === 'USD\u00a04.3845'); // at 1.11
+  });
+
+  test('ADocumentIsPreviewedAndUploaded', async () => {
+    await open('#/upload');
+    await page.setInputFiles('input[type=file]', join(samples, 'products.xml'));
+    await page.click('.choice .main');
+    await page.waitForSelector('.mark.done', { timeout: 20000 });
+    await page.waitForSelector('.bars');
+    assert.match(await text('.bars'), /BUYERID/);
+    await page.click('text=Upload: bad records are left out');
+    await page.waitForFunction(() => document.querySelector('h1').textContent.startsWith('Products, upload'));
+    await page.waitForSelector('.mark.done', { timeout: 20000 });
+    assert.match(await text('.counts'), /277\s+read/);
+    const { status } = await page.request.get(new URL(await page.getAttribute('a[download]', 'href'), host.address).href).then((answer) => ({ status: answer.status() }));
+    assert.equal(status, 200);
+  });
+
+  test('AxeFindsNothing', async () => {
+    for (const hash of ['#/find', '#/product/1', '#/catalogue/1?user=CHLOE.MERCIER', '#/classification/unspsc', '#/prices?product=1', '#/upload']) {
+      await open(hash);
+      assert.deepEqual(await axeFindings(page), [], hash);
+    }
+  });
+
+  test('AReaderWithTheRightsOfAUserIsOfferedNoChange', async () => {
+    const other = new RealHost(program);
+    try {
+      const { token, options } = other.token('rita', '--role', 'reader', '--user', 'CHLOE.MERCIER');
+      await other.listen(0, ...options);
+      await page.goto(other.address);
+      await page.fill('#token', token);
+      await page.keyboard.press('Enter');
+      await page.waitForSelector('.rows');
+      assert.notEqual(await text('.found'), '277 products');
+      await page.click('.rows a');
+      await page.waitForSelector('.themes');
+      assert.equal(await page.locator('main button').count(), 0);
+    } finally {
+      await other.end();
+    }
+  });
+
+  // The last one: the token of a host without a token file ends with the process.
+  test('AHostThatWasKilledIsWaitedForAndAsksForItsNewToken', async () => {
+    await open('#/product/1');
+    const { port } = host;
+    await host.kill();
+    await page.locator('button.value', { hasText: 'Change Remark:' }).click();
+    await page.fill('.change textarea', 'kept');
+    await page.click('.change .main');
+    await page.waitForSelector('.connection p');
+    await host.listen(port);
+    await page.waitForSelector('.connection p', { state: 'detached', timeout: 15000 });
+    await page.waitForSelector('dialog.ended[open]');
+    await page.fill('dialog #token', new URL(host.entrance).hash.replace('#token=', ''));
+    await page.click('dialog .main');
+    await page.waitForSelector('dialog.ended', { state: 'detached' });
+    assert.equal(await page.inputValue('.change textarea'), 'kept');
+  });
+});
