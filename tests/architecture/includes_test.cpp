@@ -78,6 +78,7 @@ const std::vector<Inner>& inner_rooms() {
 
       {"exchange", {"exchange/input", "exchange/formats"}},
       {"exchange/input", {"exchange/item.h"}},
+      {"exchange/journal", {}},
       {"exchange/formats", {"exchange/input", "exchange/item.h", "exchange/read_values.h"}},
 
       {"tools/gateway", {}},

@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "exchange/journal/row_images.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <nlohmann/json.hpp>
+
+#include "frame/util.h"
+#include "mercato/raised_error.h"
+#include "values/text.h"
+
+namespace mercato::exchange {
+namespace {
+
+using Json = nlohmann::json;  // its members are sorted by their names
+
+// Every list of values is as long, so that the store prepares one statement for all of them.
+constexpr std::size_t kValuesAtOnce = 100;
+constexpr std::string_view kStamp = "DATEUPDATED";
+
+Json json_of(const Variant& value) {
+  switch (value.type()) {
+    case Variant::Type::boolean:
+      return value.boolean_value();
+    case Variant::Type::real:
+      return value.double_value();
+    case Variant::Type::currency:
+      return value.currency_value().fixed_text();
+    case Variant::Type::date:
+      return value.date_value().iso_text();
+    case Variant::Type::short_integer:
+    case Variant::Type::long_integer:
+      return value.to_long();
+    default:
+      return value.to_text();
+  }
+}
+
+std::string text_of(const Json& value) { return value.is_string() ? value.get<std::string>() : value.dump(); }
+
+// Empty for Null.
+std::string text_in(const Json& image, std::string_view column) {
+  const auto found = image.find(column);
+  return found == image.end() ? std::string() : text_of(*found);
+}
+
+std::string written(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+std::string key_in(const JournaledTable& table, const Json& image) {
+  Json key = Json::array();
+  for (const std::string_view column : table.key) {
+    const auto found = image.find(column);
+    key.push_back(found == image.end() ? Json() : *found);
+  }
+  return written(key);
+}
+
+// "2026-07-01T08:30:00".
+Date date_of(std::string_view text) {
+  const auto number = [&](std::size_t position, std::size_t length) {
+    int parsed = 0;
+    if (position + length <= text.size())
+      std::from_chars(text.data() + position, text.data() + position + length, parsed);
+    return parsed;
+  };
+  return Date::from_civil({number(0, 4), number(5, 2), number(8, 2), number(11, 2), number(14, 2), number(17, 2)});
+}
+
+Variant value_of(const Json& value, store::ColumnType type) {
+  using enum store::ColumnType;
+  switch (type) {
+    case boolean:
+      return value.get<bool>();
+    case short_integer:
+      return value.get<std::int16_t>();
+    case long_integer:
+      return value.get<std::int32_t>();
+    case real:
+      return value.get<double>();
+    case money:
+      return Currency::from_text(value.get<std::string>());
+    case date:
+      return date_of(value.get<std::string>());
+    default:
+      return value.get<std::string>();
+  }
+}
+
+Sql query_of(const RowsAskedFor& asked, std::span<const std::string> values) {
+  Sql sql = Sql("SELECT * FROM ") << name(asked.table);
+  if (asked.column.empty()) return sql;
+  sql << " WHERE " << name(asked.column) << " IN (";
+  for (std::size_t position = 0; position < kValuesAtOnce; ++position) {
+    const std::string& one = values[std::min(position, values.size() - 1)];
+    if (position > 0) sql << ",";
+    if (asked.is_text)
+      sql << value(GetSqlLiterals().TextToSql(one));
+    else
+      sql << value(one);
+  }
+  return sql << ")";
+}
+
+void append(std::vector<ImagedRow>& rows, store::Session& session, const RowsAskedFor& asked,
+            std::span<const std::string> values) {
+  const JournaledTable& table = journaled_table(asked.table);
+  const store::Execution query = session.execute(query_of(asked, values), {.identified = asked.identified});
+  std::vector<Variant> row;
+  while (query.cursor->next()) {
+    query.cursor->read(row);
+    const auto& columns = query.cursor->layout()->columns();
+    Json image = Json::object();
+    for (std::size_t position = 0; position < row.size(); ++position)
+      if (!row[position].is_null()) image[columns[position].name] = json_of(row[position]);
+    ImagedRow& added = rows.emplace_back();
+    added.table = &table;
+    added.key = key_in(table, image);
+    added.image = written(image);
+    for (const std::string_view column : asked.note) added.noted.push_back(text_in(image, column));
+    if (asked.identified) added.identity = query.cursor->identity();
+  }
+}
+
+// Without the member of the stamp, which holds no character that a text would write otherwise.
+std::string without_stamp(std::string_view image) {
+  const std::string member = "\"" + std::string(kStamp) + "\":\"";
+  const std::size_t begin = image.find(member);
+  if (begin == std::string_view::npos) return std::string(image);
+  std::size_t end = image.find('"', begin + member.size()) + 1;
+  if (image.substr(end).starts_with(',')) ++end;
+  return std::string(image.substr(0, begin)).append(image.substr(end));
+}
+
+}  // namespace
+
+std::span<const JournaledTable> journaled_tables() {
+  static const auto kTables = std::to_array<JournaledTable>({
+      {"PRODUCTPROPVALUE", {"PROPERTYID", "PRODUCTID"}, "PRODUCTID"},
+      {"PRODUCTSBYCATEGORY", {"PRODUCTID", "CATEGORYID"}, "PRODUCTID"},
+      {"PRODUCTBUYER", {"PRODUCTID", "USERID"}, "PRODUCTID"},
+      {"CATALOGPRODUCTPRICE", {"PRODUCTID", "PRICEEFFECTIVEDATE", "QUANTITYTO", "GROUPBY"}, "PRODUCTID"},
+      {"PRODUCT", {"PRODUCTID"}, "PRODUCTID"},
+      {"PROPERTY", {"PROPERTYID"}, "PROPERTYID"},
+      {"COMMODITY", {"COMMODITYCODE"}, "COMMODITYCODE", true},
+      {"UNSPSCCODES", {"PARENTCODE", "UNSPSCCODE"}, "PARENTCODE", true},
+      {"CATALOGNODE", {"NODEID"}, "NODEID"},
+      {"CATALOG", {"CATALOGID"}, "CATALOGID"},
+  });
+  return kTables;
+}
+
+const JournaledTable& journaled_table(std::string_view name) {
+  const auto tables = journaled_tables();
+  const auto found = std::ranges::find(tables, name, &JournaledTable::name);
+  if (found == tables.end())
+    raise(error_number::kInvalidArgument, {}, "No upload of this release writes to the table " + std::string(name));
+  return *found;
+}
+
+std::vector<ImagedRow> imaged_rows(store::Session& session, const RowsAskedFor& asked,
+                                   std::span<const std::string> values) {
+  std::vector<ImagedRow> rows;
+  if (asked.column.empty()) {
+    append(rows, session, asked, values);
+    return rows;
+  }
+  for (std::size_t begin = 0; begin < values.size(); begin += kValuesAtOnce)
+    append(rows, session, asked, values.subspan(begin, std::min(kValuesAtOnce, values.size() - begin)));
+  return rows;
+}
+
+std::vector<ImagedRow> identified_rows(store::Session& session, const JournaledTable& table,
+                                       std::span<const std::string> values) {
+  return imaged_rows(
+      session,
+      {.table = table.name, .column = table.looked_up_by, .is_text = table.looked_up_by_text, .identified = true},
+      values);
+}
+
+std::string value_in(std::string_view image, std::string_view column) { return text_in(Json::parse(image), column); }
+
+std::string key_of(const JournaledTable& table, std::string_view image) { return key_in(table, Json::parse(image)); }
+
+std::vector<Variant> row_of(const store::TableInfo& table, std::string_view image) {
+  const Json json = Json::parse(image);
+  std::vector<Variant> row;
+  row.reserve(table.columns.size());
+  for (const store::Column& column : table.columns) {
+    const auto found = json.find(column.name);
+    row.push_back(found == json.end() ? Variant(kNull) : value_of(*found, column.type));
+  }
+  return row;
+}
+
+bool are_same(std::string_view one, std::string_view other) {
+  return one == other || without_stamp(one) == without_stamp(other);
+}
+
+std::vector<ChangedField> changed_fields(std::string_view before, std::string_view after) {
+  const Json old_values = before.empty() ? Json::object() : Json::parse(before);
+  const Json new_values = after.empty() ? Json::object() : Json::parse(after);
+  std::vector<ChangedField> fields;
+  for (const auto& [column, value] : old_values.items()) {
+    const auto found = new_values.find(column);
+    if (found == new_values.end())
+      fields.push_back({column, text_of(value), {}});
+    else if (*found != value)
+      fields.push_back({column, text_of(value), text_of(*found)});
+  }
+  for (const auto& [column, value] : new_values.items())
+    if (!old_values.contains(column)) fields.push_back({column, {}, text_of(value)});
+  std::ranges::sort(fields, {}, &ChangedField::field);
+  return fields;
+}
+
+Sql condition_of(const JournaledTable& table, const store::TableInfo& info, std::string_view image) {
+  const Json json = Json::parse(image);
+  Sql sql;
+  for (const std::string_view column : table.key) {
+    if (column != table.key.front()) sql << " AND ";
+    sql << name(column);
+    const auto found = json.find(column);
+    if (found == json.end()) {
+      sql << " IS NULL";
+      continue;
+    }
+    const Variant key = value_of(*found, info.columns[*info.find(column)].type);
+    sql << " = ";
+    if (key.type() == Variant::Type::date)
+      sql << value(GetSqlLiterals().DateTimeToSql(key.date_value()));
+    else if (key.is_text())
+      sql << value(GetSqlLiterals().TextToSql(key.text_value()));
+    else if (key.type() == Variant::Type::real)
+      sql << key.double_value();
+    else
+      sql << key.to_long();
+  }
+  return sql;
+}
+
+}  // namespace mercato::exchange
