@@ -5,6 +5,7 @@
 
 #include "frame/contracts.h"
 #include "frame/util.h"
+#include "product/holding_line.h"
 #include "product/product_internal.h"
 #include "records/price_line.h"
 
@@ -32,12 +33,12 @@ constexpr std::array<std::string_view, 10> kListedColumns = {
 
 enum class Lines { all, without_group };
 
-Sql lines_that_hold(Lines lines, std::int32_t product_id, Date at, double quantity) {
+constexpr LiteralPiece kPricedColumns(
+    "CURRENCYCODE, PRICE, DISCOUNTPERC, DISCOUNTAMOUNT, PRICETAXPERCENTAGE, FREIGHTCOST");
+
+Sql lines_that_hold(LiteralPiece columns, Lines lines, std::int32_t product_id, Date at, double quantity) {
   const std::string date = GetSqlLiterals().DateTimeToSql(at);
-  Sql sql = Sql("SELECT CURRENCYCODE, PRICE, DISCOUNTPERC, DISCOUNTAMOUNT, "
-                "PRICETAXPERCENTAGE, FREIGHTCOST FROM CATALOGPRODUCTPRICE "
-                "WHERE PRODUCTID=")
-            << product_id << " AND ";
+  Sql sql = Sql("SELECT ") << columns << " FROM CATALOGPRODUCTPRICE WHERE PRODUCTID=" << product_id << " AND ";
   if (lines == Lines::without_group) sql << "(GROUPBY='' OR GROUPBY IS NULL) AND ";
   if (!IsDefaultDouble(quantity))
     sql << "PRICEEFFECTIVEDATE<=" << value(date) << " AND (PRICEEXPIRYDATE>=" << value(date)
@@ -122,13 +123,14 @@ DictionaryPtr Product::getCatalogPriceAttributes(std::int32_t i_lProductID, Date
   return method(
       [&] {
         opened.connection = GetReadConnection();
-        opened.rows =
-            open_read_only(lines_that_hold(Lines::all, i_lProductID, i_dDate, i_fQuantity), opened.connection);
+        opened.rows = open_read_only(lines_that_hold(kPricedColumns, Lines::all, i_lProductID, i_dDate, i_fQuantity),
+                                     opened.connection);
         if (opened.rows->Eof()) {
           // Narrower than the first statement, so it finds nothing either.
           Sql_CloseRecordset(opened.rows);
-          opened.rows = open_read_only(lines_that_hold(Lines::without_group, i_lProductID, i_dDate, i_fQuantity),
-                                       opened.connection);
+          opened.rows =
+              open_read_only(lines_that_hold(kPricedColumns, Lines::without_group, i_lProductID, i_dDate, i_fQuantity),
+                             opened.connection);
         }
         DictionaryPtr attributes = opened.rows->Eof() ? no_price() : price_of(*opened.rows, i_sCurrencyCode, i_dDate);
         opened.close();
@@ -146,6 +148,14 @@ DictionaryPtr Product::getCatalogPriceAttributesEx(std::int32_t i_lProductID, Da
   DictionaryPtr attributes = getCatalogPriceAttributes(i_lProductID, i_dDate, i_sCurrencyCode, i_fQuantity);
   GroupBy.clear();
   return attributes;
+}
+
+DictionaryPtr product::line_that_holds(std::int32_t product_id, Date at, double quantity) {
+  const ConnectionPtr connection = open_connection(shared_connection_string());
+  const RecordsetPtr rows = open_read_only(lines_that_hold("*", Lines::all, product_id, at, quantity), connection);
+  DictionaryPtr line = rows->Eof() ? nullptr : Sql_GetRecordAsDictionary(rows);
+  rows->Close();
+  return line;
 }
 
 DictionaryPtr Product::GetProductPriceLines(std::int32_t iProductID) {

@@ -88,6 +88,7 @@ const std::vector<Inner>& inner_rooms() {
       {"tools/cli/catalog", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
       {"tools/cli/classification", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
       {"tools/cli/product", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
+      {"tools/cli/host", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
       {"tools/cli/store", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
       {"tools/cli/upload", {"tools/gateway", "tools/cli", "tools/cli/terminal"}},
   };
@@ -186,8 +187,9 @@ TEST(Architecture, NobodyOutsideOfTheStoreIncludesADriver) {
       drivers.insert("platform/store/" + entry.path().filename().string());
   EXPECT_EQ(drivers, (std::set<std::string>{"platform/store/empty", "platform/store/odbc", "platform/store/postgres",
                                             "platform/store/sqlite"}));
-  for (const char* floor : {"values", "platform", "frame", "records", "collaborators", "product", "search", "upload",
-                            "catalog", "classification", "server", "exchange", "keeping", "tools", "examples"}) {
+  for (const char* floor :
+       {"values", "platform", "frame", "records", "collaborators", "product", "search", "upload", "catalog",
+        "classification", "server", "exchange", "keeping", "host", "tools", "examples"}) {
     for (const Include& include : includes_below(floor)) {
       if (is_below(include.file, "platform/store")) continue;
       EXPECT_FALSE(drivers.contains(folder_of(include.path))) << include.file << " includes " << include.path;
@@ -199,9 +201,9 @@ TEST(Architecture, NobodyOutsideOfTheStoreIncludesADriver) {
 TEST(Architecture, NoTwoSourcesShareAName) {
   const std::filesystem::path root = MERCATO_SOURCE_DIR;
   std::map<std::string, std::string> files;
-  for (const char* folder :
-       {"values", "platform", "frame", "records", "collaborators", "product", "search", "upload", "catalog",
-        "classification", "server", "exchange", "keeping", "tools", "tests", "bench", "examples", "fuzz", "include"}) {
+  for (const char* folder : {"values", "platform", "frame",          "records",  "collaborators", "product", "search",
+                             "upload", "catalog",  "classification", "server",   "exchange",      "keeping", "host",
+                             "tools",  "tests",    "bench",          "examples", "fuzz",          "include"}) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root / folder)) {
       const std::filesystem::path& path = entry.path();
       if (path.extension() != ".h" && path.extension() != ".cpp") continue;
@@ -213,6 +215,29 @@ TEST(Architecture, NoTwoSourcesShareAName) {
     }
   }
   EXPECT_GT(files.size(), 400U);
+}
+
+// The host stands beside the tool: of the tool it knows the gateway, and nothing below knows it.
+TEST(Architecture, TheHostKnowsOfTheToolTheGatewayOnly) {
+  for (const Include& include : includes_below("host"))
+    if (include.quoted && is_below(include.path, "tools")) {
+      EXPECT_EQ(folder_of(include.path), "tools/gateway") << include.file;
+    }
+  for (const Room& room : rooms())
+    for (const Include& include : includes_of(room)) EXPECT_FALSE(is_below(include.path, "host")) << include.file;
+  for (const Include& include : includes_below("tools"))
+    if (is_below(include.path, "host")) {
+      EXPECT_EQ(folder_of(include.file), "tools/cli/host") << include.path;
+    }
+}
+
+// It takes long to compile, so it is compiled once.
+TEST(Architecture, OneSourceIncludesTheLibraryForHttp) {
+  for (const char* floor : {"host", "tools", "exchange", "keeping", "platform", "tests"})
+    for (const Include& include : includes_below(floor))
+      if (is_below(include.path, "boost")) {
+        EXPECT_EQ(include.file, "host/front.cpp") << include.path;
+      }
 }
 
 TEST(Architecture, IncludesStartAtTheRoot) {

@@ -18,6 +18,7 @@ const std::vector<std::string>& hosts() {
   static const std::vector<std::string> places = {
       "server",
       "tools",
+      "host",
   };
   return places;
 }

@@ -335,6 +335,10 @@ int main(int count, char** texts) try {
   add_rights_commands(menu);
   add_unspsc_commands(menu);
   add_store_commands(menu);
+#ifdef MERCATO_HOST
+  add_serve_command(menu);
+  add_token_commands(menu);
+#endif
   try {
     for (int number = 1; number < count; ++number)
       if (!mercato::text::is_valid(texts[number]))

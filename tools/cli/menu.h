@@ -153,6 +153,8 @@ void add_catalog_commands(Menu& menu);
 void add_rights_commands(Menu& menu);
 void add_unspsc_commands(Menu& menu);
 void add_store_commands(Menu& menu);
+void add_serve_command(Menu& menu);
+void add_token_commands(Menu& menu);
 
 // NAME=VALUE.
 const CLI::Validator& is_pair();

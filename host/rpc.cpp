@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: Apache-2.0
+// POST /rpc: JSON-RPC 2.0. Each request of a batch stands alone; no object outlives its request.
+#include <utility>
+#include <variant>
+
+#include "host/host.h"
+#include "mercato/registry.h"
+#include "mercato/settings.h"
+#include "platform/store/call_limit.h"
+#include "platform/store/hidden_passwords.h"
+#include "tools/gateway/describe.h"
+#include "tools/gateway/gateway_session.h"
+#include "tools/gateway/params.h"
+#include "tools/gateway/request.h"
+
+namespace mercato::host {
+namespace {
+
+constexpr int kNotAllowed = -32001;
+
+struct Method {
+  std::string_view name;
+  Role role;
+};
+// A reader may not invoke: what a method writes, or shows beyond his rights, its name does not tell.
+constexpr Method kMethods[] = {{"invoke", Role::keeper}, {"execute", Role::admin}, {"describe", Role::reader}};
+
+const Method* method_named(std::string_view name) {
+  for (const Method& method : kMethods)
+    if (method.name == name) return &method;
+  return nullptr;
+}
+
+// Handles do not exist here, so none is told.
+void forget_handles(Json& json) {
+  if (json.is_object() && json.value("$", Json()) == "object") json.erase("id");
+  if (json.is_structured())
+    for (Json& inner : json) forget_handles(inner);
+}
+
+void count(Metrics& metrics, const gateway::JsonInput& params, const std::string& outcome) {
+  const auto prog_id = params.find("progId");
+  const ClassTable* table =
+      prog_id != params.end() && prog_id->is_string() ? registered_class(prog_id->get<std::string>()) : nullptr;
+  metrics.count_call(table ? std::string(table->prog_id()) : "unknown", outcome);
+}
+
+// What the call leaves open is settled with the object, and told in the place of what it was before.
+Json invoke(gateway::Session& session, gateway::JsonInput params) {
+  const gateway::Params given(params, {"progId", "method", "args"});
+  const gateway::JsonInput created(session.perform("create", {{"progId", given.get("progId")}}));
+  const gateway::JsonInput object = {{"object", created.at("object")}};
+  params.erase("progId");
+  params["object"] = created.at("object");
+  Json result;
+  try {
+    result = session.perform("call", params);
+  } catch (const gateway::RpcError& error) {
+    const Json released = session.perform("release", object);
+    Json told = error.to_json();
+    Json data = told.contains("data") ? told["data"] : Json();
+    if (data.is_object() && data.value("outcome", "") == "open") data["outcome"] = released.at("outcome");
+    throw gateway::RpcError(error.code(), error.message(), std::move(data));
+  }
+  const Json released = session.perform("release", object);
+  if (result.value("outcome", "") == "open") result["outcome"] = released.at("outcome");
+  return result;
+}
+
+Json perform(Call& call, const gateway::Request& request) {
+  const Method* method = method_named(request.method);
+  if (!method) throw gateway::RpcError(gateway::kMethodNotFound, "There is no method '" + request.method + "' here");
+  if (call.caller.role < method->role)
+    throw gateway::RpcError(kNotAllowed, "The role of this token does not allow it.");
+  gateway::JsonInput params = request.params;
+  bool trace = false;
+  if (const auto given = params.find("trace"); params.is_object() && given != params.end()) {
+    if (!given->is_boolean()) gateway::refuse("The parameter \"trace\" is true or false");
+    trace = given->get<bool>();
+    params.erase("trace");
+  }
+  if (params.is_object() && params.contains("rows")) gateway::refuse("There are no cursors here, and no \"rows\"");
+  const store::CallLimit limit(collaborators::settings()->call_seconds);
+  gateway::Session session({.trace = trace, .scripted = false});
+  const bool invokes = request.method == "invoke";
+  try {
+    if (request.method == "describe") {
+      const gateway::Params given(params, {"progId"});
+      return gateway::describe(given.text_or("progId", ""));
+    }
+    Json result = invokes ? invoke(session, params) : session.perform(request.method, params);
+    if (invokes) {
+      forget_handles(result);
+      count(call.host.metrics(), params, result.value("outcome", "none"));
+    }
+    return result;
+  } catch (const gateway::RpcError& error) {
+    if (invokes && error.code() == gateway::kCallFailed) count(call.host.metrics(), params, "failed");
+    throw;
+  }
+}
+
+Json without_passwords(Json error) {
+  for (const char* member : {"message", "description"})
+    if (error.is_object() && error.contains(member) && error[member].is_string())
+      error[member] = store::without_passwords(error[member].get<std::string>());
+  if (error.is_object() && error.contains("data")) error["data"] = without_passwords(error["data"]);
+  return error;
+}
+
+struct Asked {
+  bool batch = false;
+  std::vector<std::variant<gateway::Request, gateway::RefusedLine>> requests;
+};
+
+// Throws RefusedLine for a body that is no JSON, or beyond the gateway's bounds.
+Asked read_requests(const std::string& body) {
+  Asked asked;
+  const auto read = [&](const std::string& text) {
+    try {
+      asked.requests.emplace_back(gateway::read_request(text));
+    } catch (const gateway::RefusedLine& refused) {
+      if (!asked.batch && refused.code() == gateway::kParseError) throw;
+      asked.requests.emplace_back(refused);
+    }
+  };
+  const std::size_t first = body.find_first_not_of(" \t\r\n");
+  asked.batch = first != std::string::npos && body[first] == '[';
+  if (!asked.batch) {
+    read(body);
+    return asked;
+  }
+  try {
+    gateway::read_request(body);  // refused as a batch, once it is known to be JSON within the bounds
+  } catch (const gateway::RefusedLine& refused) {
+    if (refused.code() == gateway::kParseError) throw;
+  }
+  for (const gateway::JsonInput& one : gateway::JsonInput::parse(body)) read(one.dump());
+  if (asked.requests.empty())
+    throw gateway::RefusedLine(gateway::kInvalidRequest, "A batch has a request at least", nullptr);
+  return asked;
+}
+
+Json error_of(const gateway::RpcError& error) { return without_passwords(error.to_json()); }
+
+// Nothing for a notification.
+std::optional<Json> answer_to(Call& call, const std::variant<gateway::Request, gateway::RefusedLine>& asked) {
+  if (const auto* refused = std::get_if<gateway::RefusedLine>(&asked))
+    return Json{{"jsonrpc", "2.0"}, {"id", refused->id}, {"error", error_of(*refused)}};
+  const auto& request = std::get<gateway::Request>(asked);
+  Json answer = {{"jsonrpc", "2.0"}, {"id", request.id}};
+  try {
+    answer["result"] = perform(call, request);
+  } catch (const gateway::RpcError& error) {
+    answer["error"] = error_of(error);
+  } catch (const std::exception&) {
+    answer["error"] = gateway::RpcError(gateway::kInternalError, "The request failed inside of the host").to_json();
+  }
+  if (request.notification) return std::nullopt;
+  return answer;
+}
+
+Response answer_rpc(Call& call) {
+  try {
+    const Asked asked = read_requests(call.body);
+    if (!asked.batch) {
+      const auto* request = std::get_if<gateway::Request>(&asked.requests.front());
+      const Method* method = request ? method_named(request->method) : nullptr;
+      if (method && call.caller.role < method->role) refuse(403, "The role of this token does not allow it.");
+    }
+    Json answers = Json::array();
+    for (const auto& request : asked.requests)
+      if (auto answer = answer_to(call, request)) answers.push_back(std::move(*answer));
+    if (answers.empty()) return {.status = 204, .fields = {}, .body = {}, .events = {}};
+    return json_response(asked.batch ? answers : answers.front());
+  } catch (const gateway::RefusedLine& refused) {
+    return json_response(Json{{"jsonrpc", "2.0"}, {"id", refused.id}, {"error", error_of(refused)}});
+  }
+}
+
+}  // namespace
+
+std::vector<Route> rpc_routes() {
+  constexpr std::uint64_t kMostBytes = std::uint64_t{16} << 20;
+  return {
+      {.method = "POST",
+       .path = "/rpc",
+       .role = Role::reader,
+       .summary = "JSON-RPC 2.0: `invoke` (keeper), `execute` (admin), `describe`; batches too",
+       .parameters = {},
+       .handler = answer_rpc,
+       .answer = "RpcAnswer",
+       .most_bytes = kMostBytes,
+       .body =
+           R"({"jsonrpc":"2.0","id":1,"method":"invoke","params":{"progId":"Mercato.Product","method":"GetMaxProductId","args":[]}})",
+       .has_own_limits = true}};
+}
+
+}  // namespace mercato::host
