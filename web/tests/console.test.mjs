@@ -121,6 +121,7 @@ test('ARefusedValueSaysWhyAndATakenOneCanBeUndone', async () => {
   assert.equal(await text('.change .refusal'), 'The product record you are trying to insert has an invalid reference to another record');
   assert.equal(await text('.change .hint'), 'JONAS.GROSS becomes GHOST');
   await page.keyboard.press('Escape');
+  await page.waitForSelector('.change', { state: 'detached' });
   await change('Least quantity', 'ten');
   await page.waitForSelector('.change .refusal');
   assert.equal(await text('.change .refusal'), 'Type mismatch.');
@@ -134,6 +135,10 @@ test('ARefusedValueSaysWhyAndATakenOneCanBeUndone', async () => {
   await page.click('.undo button');
   await page.waitForSelector('.undo p', { state: 'detached' });
   assert.equal(host.record(20).MINORDERQTY, 10);
+  await change('COLOUR', 'blue');
+  await page.waitForSelector('.undo p');
+  assert.match(await text('.undo'), /COLOUR was white, and is blue\./);
+  assert.ok(host.asked.includes('Mercato.Product UpdateProductPropertyValue [20,1,"blue"]'));
   await page.click('text=Disable the product');
   await page.waitForSelector('text=Enable the product');
   assert.equal(host.record(20).DISABLED, 1);

@@ -247,6 +247,7 @@ export class Double {
   #call({ id, params: { progId, method, args } }) {
     this.asked.push(`${progId} ${method} ${JSON.stringify(args)}`);
     const record = this.record(args[0]);
+    if (method === 'UpdateProductPropertyValue') record.properties.find((one) => one.PROPERTYID === args[1]).VALUE = args[2];
     if (method === 'Disable' || method === 'Enable') record.DISABLED = method === 'Disable' ? 1 : 0;
     if (method === 'Update20')
       for (const [i, column] of args[1].entries()) {

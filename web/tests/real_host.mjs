@@ -17,6 +17,7 @@ export class RealHost {
     this.#run('upload', join(samples, 'products.xml'), '--on-errors', 'write');
     this.#run('execute', join(samples, 'house_catalog.sql'));
     this.#run('prices', 'upload', join(samples, 'prices.xml'));
+    this.#run('rights', 'populate', 'CHLOE.MERCIER');
   }
 
   // The address has the token when the host has no token file.

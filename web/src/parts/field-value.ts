@@ -62,6 +62,10 @@ export class FieldValue extends Part {
   private async begin(): Promise<void> {
     this.typed = typedValue(this.field, this.value);
     this.failure = undefined;
+    await this.focusInput();
+  }
+
+  private async focusInput(): Promise<void> {
     await this.updateComplete;
     this.querySelector<HTMLElement>('input, textarea, select')?.focus();
   }
@@ -86,6 +90,7 @@ export class FieldValue extends Part {
       await this.end();
     } catch (failed) {
       this.failure = failed;
+      await this.focusInput();
     } finally {
       this.busy = false;
     }

@@ -3,7 +3,7 @@
 import { html, nothing, type TemplateResult } from 'lit';
 import { customElement, state } from 'lit/decorators.js';
 import { themes, type Field } from '../fields.js';
-import { none, number, time } from '../format.js';
+import { number, time } from '../format.js';
 import { get, invoke } from '../host/requests.js';
 import type { Product, Value } from '../host/records.js';
 import { priceTable } from '../parts/price-table.js';
@@ -113,7 +113,17 @@ export class ProductView extends View {
       ${product.properties.length
         ? html`<dl>
             ${product.properties.map(
-              ({ PROPERTYNAME, VALUE }) => html`<div><dt>${PROPERTYNAME}</dt><dd>${VALUE || none}</dd></div>`,
+              ({ PROPERTYID, PROPERTYNAME, VALUE }) => html`<div>
+                <dt>${PROPERTYNAME}</dt>
+                <dd>
+                  <field-value
+                    .field=${{ column: String(PROPERTYID), title: PROPERTYNAME, kind: 'text' } satisfies Field}
+                    .value=${VALUE}
+                    .editable=${this.mayChange}
+                    .write=${this.writeProperty}
+                  ></field-value>
+                </dd>
+              </div>`,
             )}
           </dl>`
         : html`<p class="muted">It has none. A property group gives a product its properties.</p>`}
@@ -158,15 +168,34 @@ export class ProductView extends View {
     </section>`;
   }
 
-  private readonly write = async (field: Field, to: string): Promise<void> => {
-    const product = this.product as Product;
-    const before = typedValue(field, valueOf(product, field));
-    await this.put(field, to);
+  private readonly write = (field: Field, to: string): Promise<void> =>
+    this.change(
+      field,
+      to,
+      () => valueOf(this.product as Product, field),
+      (value) => this.put(field, value),
+    );
+
+  private readonly writeProperty = (field: Field, to: string): Promise<void> =>
+    this.change(
+      field,
+      to,
+      () => this.product?.properties.find(({ PROPERTYID }) => String(PROPERTYID) === field.column)?.VALUE ?? null,
+      async (value) => {
+        await invoke('Mercato.Product', 'UpdateProductPropertyValue', [this.key, Number(field.column), value]);
+        await this.asking();
+      },
+    );
+
+  // Writes a value, says what became of it, and keeps the way back.
+  private async change(field: Field, to: string, present: () => Value, put: (value: string) => Promise<void>): Promise<void> {
+    const before = present();
+    await put(to);
     this.changed = {
-      words: `${field.title} was ${shownValue(field, valueOf(product, field))}, and is ${shownValue(field, valueOf(this.product as Product, field))}.`,
-      undo: () => this.put(field, before),
+      words: `${field.title} was ${shownValue(field, before)}, and is ${shownValue(field, present())}.`,
+      undo: () => put(typedValue(field, before)),
     };
-  };
+  }
 
   // Where category links follow the codes, an update without the code counts as one that clears it. So it goes along.
   private async put(field: Field, to: string): Promise<void> {
