@@ -73,7 +73,11 @@ class Import final : public ItemSink {
       return;
     }
     for (const std::string& category : judged->categories) categories_.link(judged->number, category);
-    if (judged->fields.empty()) ++report_.without_record;
+    report_.unchanged_price_lines += judged->unchanged_prices;
+    if (judged->is_unchanged)
+      ++report_.unchanged;
+    else if (judged->fields.empty())
+      ++report_.without_record;
     if (judged->fields.empty() && judged->prices.empty()) return;
     if (!documents_) open_documents();
     documents_->add(*judged);

@@ -53,8 +53,10 @@ struct ImportReport {
   std::size_t read = 0;                                        // items
   std::size_t refused = 0;                                     // by their values
   std::size_t products = 0;                                    // records of products in the documents
+  std::size_t unchanged = 0;                                   // products that the store has just so
   std::size_t without_record = 0;  // items that were taken and say nothing of the product itself
   std::size_t price_lines = 0;
+  std::size_t unchanged_price_lines = 0;
   std::vector<MergedFinding> findings;
   std::map<std::string, std::size_t> left_out;  // by the file's own names
   Judge::UnknownCodes unknown_units;

@@ -40,10 +40,14 @@ struct ItemPrice {
   std::string factor;      // what the amount is multiplied by, such as a discount; empty: one
   std::string currency;    // ISO 4217
   std::string from_quantity;
+  std::string to_quantity;  // the last one; empty: up to where the next price begins
   std::string from_day;
   std::string to_day;
   std::string group;  // who gets it: a territory, a kind of price
   std::string tax_percentage;
+  std::string discount_percentage;
+  std::string discount_amount;
+  std::string freight_cost;
   Place place;
 };
 

@@ -75,6 +75,10 @@ void ItemDocuments::add(const JudgedItem& item) {
     append_element(text_, "PriceEffectiveDate", price.from_day);
     append_element(text_, "PriceExpiryDate", price.to_day);
     if (!price.tax_percentage.empty()) append_element(text_, "PriceTaxPercentage", price.tax_percentage);
+    for (const auto& [name, value] :
+         {std::pair("DiscountPerc", &price.discount_percentage), std::pair("DiscountAmount", &price.discount_amount),
+          std::pair("FreightCost", &price.freight_cost)})
+      if (!value->empty()) append_element(text_, name, *value);
     append_element(text_, "GROUPBY", price.group);  // a line with the empty group can be changed later
     text_ += "  </ProductPrice>\n";
     prices_.write(text_);

@@ -9,9 +9,12 @@
 #include <functional>
 #include <tuple>
 
+#include "frame/lib_general.h"
+#include "frame/lib_sql.h"
 #include "mercato/invoke.h"
 #include "mercato/object_context.h"
 #include "platform/xml/characters.h"
+#include "records/product_row.h"
 #include "upload/product_fields.h"
 #include "values/edit_distance.h"
 #include "values/same_text.h"
@@ -138,6 +141,49 @@ Money money_of(double amount) {
   return {text, std::abs(amount * kScale - scaled) <= kNothing * std::max(1.0, std::abs(scaled))};
 }
 
+// Days of the store are ISO.
+bool same_day(const std::string& judged, const std::string& stored) {
+  return read_day(stored, {}).day.american() == judged;
+}
+
+// Whether the field of a document is what the store has.
+bool same_value(std::string_view name, const std::string& judged, std::string_view stored) {
+  using upload::FieldKind;
+  if (name == "GTIN") return full_length_gtin(judged) == full_length_gtin(stored);
+  switch (upload::rule_of(name).kind) {
+    case FieldKind::date:
+      return same_day(judged, std::string(stored));
+    case FieldKind::partner:
+      return text::equal_names(judged, stored);
+    default:
+      return trimmed(judged) == trimmed(stored);
+  }
+}
+
+// What a price leaves out stays as it is, but for the discount's amount, which the library clears.
+bool same_price(const JudgedPrice& judged, const StoredPrice& stored) {
+  const auto same_or_left_out = [](const std::string& given, const std::string& there) {
+    return given.empty() || given == there;
+  };
+  return judged.amount == stored.amount && judged.currency == text::to_upper(stored.currency) &&
+         (judged.quantity_to.empty() ? "999999999" : judged.quantity_to) == stored.quantity_to &&
+         same_day(judged.from_day, stored.from_day) &&
+         same_day(judged.to_day, stored.to_day.empty() ? kNoLastDay : stored.to_day) &&
+         judged.group == trimmed(stored.group) && same_or_left_out(judged.tax_percentage, stored.tax_percentage) &&
+         same_or_left_out(judged.discount_percentage, stored.discount_percentage) &&
+         judged.discount_amount == stored.discount_amount && same_or_left_out(judged.freight_cost, stored.freight_cost);
+}
+
+// The same of a price as an export writes it.
+bool same_price(const ItemPrice& given, const StoredPrice& stored) {
+  return given.amount == stored.amount && given.amount_for.empty() && given.factor.empty() &&
+         given.from_quantity.empty() && given.currency == stored.currency && given.to_quantity == stored.quantity_to &&
+         given.from_day == stored.from_day && given.to_day == stored.to_day &&
+         trimmed(given.group) == trimmed(stored.group) && given.tax_percentage == stored.tax_percentage &&
+         given.discount_percentage == stored.discount_percentage && given.discount_amount == stored.discount_amount &&
+         given.freight_cost == stored.freight_cost;
+}
+
 double value_of(const ReadNumber& number) { return std::strtod(number.text.c_str(), nullptr); }
 
 }  // namespace
@@ -168,20 +214,82 @@ class Judge::Work {
     result_.categories = item_.categories;
     judge_number();
     if (refused_) return std::nullopt;
-    result_.is_new = invoke(judge_.product_, "GetProductIDFromSupplierPartNum", {result_.number}).to_long() == -1;
+    find_stored();
+    result_.is_new = stored_.empty();
     if (result_.is_new && item_.action != Item::Action::put) find(Reason::no_product, {}, {}, {}, item_.place);
     if (item_.action == Item::Action::remove) {
       result_.fields.emplace_back("DISABLED", "1");
     } else {
-      for (const ItemField& field : item_.fields) judge_field(field);
+      for (const ItemField& field : item_.fields) judge_unless_stored(field);
       if (result_.is_new) complete();
       judge_prices();
     }
     if (refused_) return std::nullopt;
+    take_out_what_is_stored();
+    if (std::ranges::any_of(result_.fields, [](const auto& entry) {
+          return entry.first == "BUYERID" && entry.second.find(kBuyerSeparator) != std::string::npos;
+        }))
+      result_.fields.emplace_back(upload::kSeparatorKey, kBuyerSeparator);
     return std::move(result_);
   }
 
  private:
+  // The product that the library takes for the one of this number.
+  void find_stored() {
+    stored_ = judge_.stored_.products(Sql("SELECT ")
+                                      << StoredProducts::columns() << " FROM PRODUCT P WHERE P.BUYFROMPARTNUMBER = '"
+                                      << value(Gen_QuoteSql(result_.number)) << "'");
+    if (stored_.size() > 1) stored_.resize(1);
+    if (stored_.empty()) return;
+    const auto goes_to_property = [](const ItemField& field) { return field.is_property || !is_field(field.name); };
+    if (std::ranges::any_of(item_.fields, goes_to_property)) judge_.stored_.add_properties(stored_);
+    if (!item_.prices.empty()) judge_.stored_.add_prices(stored_);
+  }
+
+  static bool is_field(std::string_view name) {
+    const std::string upper = text::to_upper(trimmed(name));
+    return upper == "UNIT" || upper == "BUYERID" || upper == "BUSINESSID" || upload::goes_to_product(upper);
+  }
+
+  bool is_stored(std::string_view called, const std::string& value, bool is_property) const {
+    if (stored_.empty()) return false;
+    const StoredProduct& product = stored_.front();
+    const std::string name = text::to_upper(trimmed(called));
+    if (!is_property && is_field(name)) {
+      const std::string_view there = product.field(name == "UNIT" ? "UNITCODE" : name);
+      return !there.empty() && same_value(name, value, there);
+    }
+    return std::ranges::any_of(product.properties, [&](const StoredProperty& property) {
+      return text::folded(property.name) == text::folded(name) && property.value &&
+             trimmed(*property.value) == trimmed(value);
+    });
+  }
+
+  // A value that would be refused, but that the store has, is passed over: nothing becomes of it.
+  void judge_unless_stored(const ItemField& field) {
+    const std::size_t findings = findings_.size();
+    const std::size_t fields = result_.fields.size();
+    const bool was_refused = refused_;
+    judge_field(field);
+    if (findings_.size() == findings || !is_stored(field.name, field.value, field.is_property)) return;
+    findings_.resize(findings);
+    result_.fields.resize(fields);
+    refused_ = was_refused;
+  }
+
+  void take_out_what_is_stored() {
+    if (stored_.empty()) return;
+    // All or none: the library takes what a record leaves out for a reason to clear the buyers.
+    result_.is_unchanged = !item_.fields.empty() && std::ranges::all_of(result_.fields, [this](const auto& entry) {
+      return is_stored(entry.first, entry.second, false);
+    });
+    if (result_.is_unchanged) result_.fields.clear();
+    result_.unchanged_prices += std::erase_if(result_.prices, [this](const JudgedPrice& price) {
+      return std::ranges::any_of(stored_.front().prices,
+                                 [&price](const StoredPrice& there) { return same_price(price, there); });
+    });
+  }
+
   // Whether the reason is accepted; else the item is refused.
   bool find(Reason reason, std::string_view field, std::string_view value, std::string detail, Place place) {
     const bool accepted = words_of(reason).acceptance != Acceptance::never && judge_.options_.accepted.contains(reason);
@@ -214,8 +322,7 @@ class Judge::Work {
     std::string name = text::to_upper(trimmed(field.name));
     std::string value(trimmed(field.value));
     if (name == "UNIT" && !field.is_property) name = "UNITCODE";
-    const bool is_field = name == "BUYERID" || name == "BUSINESSID" || upload::goes_to_product(name);
-    if (!is_field || field.is_property) {
+    if (!is_field(name) || field.is_property) {
       if (!judge_property_name(field, name)) return;
       if (judge_text(field, name, value, true)) result_.fields.emplace_back(name, value);
       return;
@@ -283,7 +390,7 @@ class Judge::Work {
       case FieldKind::text:
       case FieldKind::other:
         // An insert doubles the apostrophes of a remark.
-        return judge_text(field, name, value, name == "PRODUCTREMARK");
+        return judge_text(field, name, value, name == "PRODUCTREMARK" && result_.is_new);
       default:
         return judge_text(field, name, value, false);  // what the store is asked about by the upload
     }
@@ -367,10 +474,26 @@ class Judge::Work {
 
   void judge_prices() {
     std::vector<Tier> tiers;
-    for (const ItemPrice& price : item_.prices)
-      if (std::optional<Tier> tier = judge_price(price)) tiers.push_back(std::move(*tier));
+    for (const ItemPrice& price : item_.prices) {
+      if (is_stored(price)) {
+        ++result_.unchanged_prices;
+        continue;
+      }
+      std::optional<Tier> tier = judge_price(price);
+      if (!tier) continue;
+      if (price.to_quantity.empty())
+        tiers.push_back(std::move(*tier));
+      else
+        result_.prices.push_back(std::move(tier->price));
+    }
     set_upper_ends(tiers);
     for (Tier& tier : tiers) result_.prices.push_back(std::move(tier.price));
+  }
+
+  bool is_stored(const ItemPrice& price) const {
+    return !stored_.empty() && std::ranges::any_of(stored_.front().prices, [&price](const StoredPrice& there) {
+      return same_price(price, there);
+    });
   }
 
   std::optional<Tier> judge_price(const ItemPrice& given) {
@@ -387,6 +510,12 @@ class Judge::Work {
         tier.decimals = from->decimals();
       }
     }
+    if (!given.to_quantity.empty()) {
+      const std::optional<ReadNumber> to = judge_number_text("QUANTITY", given.to_quantity, given.place);
+      good = good && to;
+      if (to) price.quantity_to = to->text;
+    }
+    good = judge_extras(given, price) && good;
     judge_validity(given, price);
     price.group = trimmed(given.group);
     if (xml::first_illegal(price.group) != std::string::npos) {
@@ -397,16 +526,35 @@ class Judge::Work {
       find(Reason::too_long, "GROUP", price.group, most(kGroupWidth), given.place);
       price.group = text::left(price.group, kGroupWidth);
     }
-    if (!given.tax_percentage.empty()) {
-      constexpr double kWhole = 100;
-      const std::optional<ReadNumber> tax = judge_number_text("TAX", given.tax_percentage, given.place);
-      if (tax && value_of(*tax) <= kWhole)
-        price.tax_percentage = tax->text;
-      else if (tax)
-        find(Reason::percentage, "TAX", given.tax_percentage, {}, given.place);
-    }
+    judge_percentage("TAX", given.tax_percentage, given.place, price.tax_percentage);
     if (!good) return std::nullopt;
     return tier;
+  }
+
+  // Whether it is good; one that is not given is.
+  bool judge_percentage(const char* name, const std::string& given, Place place, std::string& percentage) {
+    constexpr double kWhole = 100;
+    if (given.empty()) return true;
+    const std::optional<ReadNumber> number = judge_number_text(name, given, place);
+    if (!number) return false;
+    if (value_of(*number) > kWhole) {
+      find(Reason::percentage, name, given, {}, place);
+      return false;
+    }
+    percentage = number->text;
+    return true;
+  }
+
+  bool judge_extras(const ItemPrice& given, JudgedPrice& price) {
+    bool good = judge_percentage("DISCOUNT", given.discount_percentage, given.place, price.discount_percentage);
+    for (const auto& [name, text, judged] : {std::tuple("DISCOUNT", &given.discount_amount, &price.discount_amount),
+                                             std::tuple("FREIGHT", &given.freight_cost, &price.freight_cost)}) {
+      if (text->empty()) continue;
+      const std::optional<ReadNumber> number = judge_number_text(name, *text, given.place);
+      good = good && number;
+      if (number) *judged = number->text;
+    }
+    return good;
   }
 
   bool judge_amount(const ItemPrice& given, JudgedPrice& price) {
@@ -509,6 +657,7 @@ class Judge::Work {
   Judge& judge_;
   const Item& item_;
   std::vector<Finding>& findings_;
+  std::vector<StoredProduct> stored_;  // one, or none
   JudgedItem result_;
   bool refused_ = false;
 };
@@ -518,7 +667,7 @@ Judge::Judge(JudgingOptions options)
       defaults_(options_.defaults),
       currencies_(zentrik::Currency().GetAllCurrencies()),
       unit_(create_root("Mercato.Unit")),
-      product_(create_root("Mercato.Product")) {
+      stored_(shared_connection_string()) {
   invoke(unit_, "GetAllUnits", {}).to<Dictionary>()->for_each([this](const Variant& code, const Variant&) {
     units_.emplace(text::folded(code.to_text()), code.to_text());
   });

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Judges what a supplier's file says, one rule for all formats, before the library sees it: an item becomes a record
-// whose values the library takes as they are meant, or it is refused with its reasons. Asks the store for units,
-// currencies and products. One thread.
+// whose values the library takes as they are meant, or it is refused with its reasons. What the store has just so is
+// good, since nothing is done with it. Asks the store for units, currencies and products. One thread.
 #pragma once
 
 #include <cstddef>
@@ -17,6 +17,7 @@
 
 #include "exchange/item.h"
 #include "exchange/read_values.h"
+#include "exchange/stored/stored_products.h"
 #include "frame/contracts.h"
 
 namespace mercato::exchange {
@@ -83,6 +84,7 @@ struct Finding {
 
 struct JudgedPrice {
   std::string amount, currency, quantity_to, from_day, to_day, group, tax_percentage;
+  std::string discount_percentage, discount_amount, freight_cost;
   Place place;
 };
 
@@ -93,6 +95,9 @@ struct JudgedItem {
   std::vector<JudgedPrice> prices;
   std::vector<std::string> categories;
   Place place;
+  // What the store has already just so is not among the fields and prices: its product as a whole, or a price line.
+  bool is_unchanged = false;
+  std::size_t unchanged_prices = 0;
 };
 
 struct JudgingOptions {
@@ -137,7 +142,7 @@ class Judge {
   std::map<std::string, std::optional<std::string>> asked_units_;
   DictionaryPtr currencies_;
   ComponentPtr unit_;
-  ComponentPtr product_;
+  StoredProducts stored_;
   std::unordered_set<std::size_t> numbers_;  // hashes of the numbers so far
   UnknownCodes unknown_units_;
   UnknownCodes unknown_currencies_;

@@ -103,10 +103,14 @@ class Reader {
                        {"for", into(price.amount_for)},
                        {"currency", into(price.currency)},
                        {"from_quantity", into(price.from_quantity)},
+                       {"to_quantity", into(price.to_quantity)},
                        {"from", into(price.from_day)},
                        {"to", into(price.to_day)},
                        {"group", into(price.group)},
-                       {"tax", into(price.tax_percentage)}});
+                       {"tax", into(price.tax_percentage)},
+                       {"discount_percentage", into(price.discount_percentage)},
+                       {"discount_amount", into(price.discount_amount)},
+                       {"freight", into(price.freight_cost)}});
     if (price.amount.empty() == price.tiers.empty()) fail(node, "a price needs either \"amount\" or \"tiers\".");
     if (price.between_tiers.empty() || price.within_tier.empty())
       fail(node, "something has to stand between tiers, and within them.");

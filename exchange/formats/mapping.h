@@ -48,7 +48,8 @@ struct Mapping {
   // A price in columns of its own, or all tiers in one cell: "1:0.12;100:0.09". Several rows of one product, one
   // behind the other, are its tiers too.
   struct Price {
-    ColumnReference amount, tiers, amount_for, currency, from_quantity, from_day, to_day, group, tax_percentage;
+    ColumnReference amount, tiers, amount_for, currency, from_quantity, to_quantity, from_day, to_day, group,
+        tax_percentage, discount_percentage, discount_amount, freight_cost;
     std::string between_tiers = ";";
     std::string within_tier = ":";
   };

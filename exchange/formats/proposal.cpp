@@ -8,6 +8,7 @@
 #include <set>
 #include <unordered_set>
 
+#include "exchange/formats/own_table.h"
 #include "exchange/read_values.h"
 #include "values/text.h"
 
@@ -607,6 +608,14 @@ class MappingWriter {
       text_ += "# number = \"\"  # the column with the supplier's part number\n";
     else
       entry("number", mapping.number);
+    if (mapping.decimal_sign) text_ += "decimal = " + quoted(std::string(1, *mapping.decimal_sign)) + "\n";
+    if (mapping.dates == Notation::Dates::iso) text_ += "dates = \"iso\"\n";
+    if (!mapping.ignored.empty()) {
+      text_ += "ignored = [";
+      for (const std::string& column : mapping.ignored)
+        text_ += (&column == mapping.ignored.data() ? "" : ", ") + quoted(column);
+      text_ += "]\n";
+    }
     section("fields", mapping.fields);
     text_ += "\n[constants]  # of products for which the file says nothing\n";
     if (!std::ranges::any_of(mapping.fields, [](const MappedField& field) { return field.name == "UNITCODE"; }))
@@ -656,12 +665,16 @@ class MappingWriter {
                "  # from-quantity and price\n";
     }
     entry("from_quantity", price.from_quantity);
+    entry("to_quantity", price.to_quantity);
     entry("for", price.amount_for);
     entry("currency", price.currency);
     entry("from", price.from_day);
     entry("to", price.to_day);
     entry("group", price.group);
     entry("tax", price.tax_percentage);
+    entry("discount_percentage", price.discount_percentage);
+    entry("discount_amount", price.discount_amount);
+    entry("freight", price.freight_cost);
   }
 
   // The first value of the column, on one line.
@@ -718,6 +731,14 @@ std::size_t header_position(const std::deque<TableRow>& sample) {
 
 Proposal propose(const std::deque<TableRow>& sample) {
   if (sample.empty()) return {};
+  if (std::optional<Mapping> own = own_mapping(sample.front().cells)) {
+    Proposal proposal;
+    proposal.mapping = std::move(*own);
+    proposal.mapping.header_row = sample.front().line;
+    proposal.headers = sample.front().cells;
+    proposal.certain = true;
+    return proposal;
+  }
   return Proposing(sample, header_position(sample)).run();
 }
 

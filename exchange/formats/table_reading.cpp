@@ -23,7 +23,8 @@ struct Column {
 };
 
 struct PriceColumns {
-  Column amount, tiers, amount_for, currency, from_quantity, from_day, to_day, group, tax_percentage;
+  Column amount, tiers, amount_for, currency, from_quantity, to_quantity, from_day, to_day, group, tax_percentage,
+      discount_percentage, discount_amount, freight_cost;
   const Mapping::Price* price;
 };
 
@@ -107,8 +108,9 @@ class TableReading {
     for (const MappedField& field : mapping_.properties) fields_.push_back({&field.name, find(field.from), true});
     for (const Mapping::Price& price : mapping_.prices)
       prices_.push_back({find(price.amount), find(price.tiers), find(price.amount_for), find(price.currency),
-                         find(price.from_quantity), find(price.from_day), find(price.to_day), find(price.group),
-                         find(price.tax_percentage), &price});
+                         find(price.from_quantity), find(price.to_quantity), find(price.from_day), find(price.to_day),
+                         find(price.group), find(price.tax_percentage), find(price.discount_percentage),
+                         find(price.discount_amount), find(price.freight_cost), &price});
     category_ = find(mapping_.category);
     property_name_ = find(mapping_.property_name);
     property_value_ = find(mapping_.property_value);
@@ -255,6 +257,10 @@ class TableReading {
       price.to_day = cell(columns.to_day, row);
       price.group = cell(columns.group, row);
       price.tax_percentage = cell(columns.tax_percentage, row);
+      price.to_quantity = cell(columns.to_quantity, row);
+      price.discount_percentage = cell(columns.discount_percentage, row);
+      price.discount_amount = cell(columns.discount_amount, row);
+      price.freight_cost = cell(columns.freight_cost, row);
       if (columns.tiers) {
         for (const std::string& tier : text::split(cell(columns.tiers, row), columns.price->between_tiers)) {
           const std::size_t within = tier.find(columns.price->within_tier);

@@ -68,8 +68,11 @@ TEST_F(ImportCommand, TwiceLeavesTheSameRows) {
   EXPECT_EQ(run({"import", parts, "--set", "UNITCODE=EA"}).status, 3);
   const std::string before = whole_store();
   const json report = json::parse(run({"import", parts, "--set", "UNITCODE=EA", "--json"}).out);
-  EXPECT_EQ(report["products"], json({{"given", 2}, {"inserted", 0}, {"updated", 2}, {"refused", 0}, {"left", 0}}));
-  EXPECT_EQ(report["priceLines"], json({{"given", 2}, {"added", 0}, {"changed", 2}, {"refused", 0}, {"left", 0}}));
+  EXPECT_EQ(report["unchanged"], 2);
+  EXPECT_EQ(report["unchangedPriceLines"], 2);
+  EXPECT_EQ(report["products"], json({{"given", 0}, {"inserted", 0}, {"updated", 0}, {"refused", 0}, {"left", 0}}));
+  EXPECT_EQ(report["priceLines"], json({{"given", 0}, {"added", 0}, {"changed", 0}, {"refused", 0}, {"left", 0}}));
+  EXPECT_EQ(whole_store(), before);
   EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM PRODUCT;\n"), "N\n2\n");
   EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM CATALOGPRODUCTPRICE;\n"), "N\n2\n");
 }

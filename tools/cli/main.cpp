@@ -322,6 +322,7 @@ int main(int count, char** texts) try {
       app, [&line](CLI::App& command) { add_common_options(command, line); }, line.command);
   SingleCommands(menu, line).add_all();
   add_import_command(menu);
+  add_export_command(menu);
   add_product_commands(menu);
   add_price_commands(menu);
   add_prices_commands(menu);

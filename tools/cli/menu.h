@@ -140,6 +140,7 @@ class Menu {
 // The groups, each in the file of its name, and what it needs in a namespace of that name, since files are compiled
 // together where a build starts from nothing.
 void add_import_command(Menu& menu);
+void add_export_command(Menu& menu);
 void add_product_commands(Menu& menu);
 void add_price_commands(Menu& menu);
 void add_prices_commands(Menu& menu);

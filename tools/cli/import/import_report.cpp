@@ -88,6 +88,9 @@ void print(const ImportOutcome& outcome) {
 
   print_count("read", report.read, "  records");
   print_count("refused", report.refused, "  for their values");
+  if (report.unchanged + report.unchanged_price_lines > 0)
+    print_count("unchanged", report.unchanged,
+                "  and " + counted(report.unchanged_price_lines, "price line") + ", which the store has just so");
   if (report.without_record > 0) print_count("prices", report.without_record, "  with prices only");
   if (outcome.use != ImportUse::uploaded) {
     print_count("good", report.products, outcome.use == ImportUse::written ? "  in products.xml" : "  not uploaded");
@@ -156,6 +159,8 @@ void print_json(const ImportOutcome& outcome) {
                         {"foundOut", std::move(found_out)},
                         {"read", report.read},
                         {"refused", report.refused},
+                        {"unchanged", report.unchanged},
+                        {"unchangedPriceLines", report.unchanged_price_lines},
                         {"pricesOnly", report.without_record},
                         {"products", report.products},
                         {"priceLines", report.price_lines},

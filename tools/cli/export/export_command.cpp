@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+// mercato export: what the store has, for others and for `mercato import`.
+#include <unistd.h>
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <span>
+
+#include "exchange/exporting.h"
+#include "keeping/product_resolver.h"
+#include "mercato/raised_error.h"
+#include "tools/cli/catalog/catalog_names.h"
+#include "tools/cli/library.h"
+#include "tools/cli/menu.h"
+#include "tools/cli/terminal/listing.h"
+
+namespace mercato::cli {
+namespace export_command {
+
+using namespace mercato::exchange;
+
+struct Given {
+  std::string subject, form, supplier, category, catalog, part_number, file;
+};
+
+constexpr const char* kSubjects[] = {"products", "prices", "categories", "unspsc", "catalog"};
+constexpr const char* kForms[] = {"csv", "xlsx", "json", "bmecat", "documents"};
+
+template <class Value>
+Value one_of_names(std::span<const char* const> names, const std::string& name) {
+  return static_cast<Value>(std::ranges::find(names, name) - names.begin());
+}
+
+[[noreturn]] void refuse_use(const std::string& why) { raise(error_number::kInvalidArgument, {}, why); }
+
+ExportOptions options_for(const Given& given) {
+  ExportOptions options;
+  options.subject = one_of_names<ExportSubject>(kSubjects, given.subject);
+  const std::vector<ExportForm> forms = forms_of(options.subject);
+  options.form = given.form.empty() ? forms.front() : one_of_names<ExportForm>(kForms, given.form);
+  if (std::ranges::find(forms, options.form) == forms.end()) {
+    std::string known;
+    for (const ExportForm form : forms)
+      known += (known.empty() ? "" : ", ") + std::string(kForms[static_cast<std::size_t>(form)]);
+    refuse_use("There is no " + given.form + " of " + given.subject + "; there are " + known);
+  }
+  if (!given.supplier.empty()) options.filter.supplier = keeping::supplier_named(connection_string(), given.supplier);
+  if (!given.category.empty()) options.filter.category = id_of(kCategories, given.category);
+  if (!given.catalog.empty()) options.filter.catalog = find_catalog(given.catalog).id;
+  options.filter.part_number = given.part_number;
+  const bool of_products = options.subject == ExportSubject::products || options.subject == ExportSubject::prices;
+  if (options.subject == ExportSubject::catalog && given.catalog.empty())
+    refuse_use("Say which catalogue is to be exported: --catalog NAME");
+  if (!of_products && !(given.supplier + given.category + given.part_number).empty())
+    refuse_use("--supplier, --category and --part-number choose products, and none are exported here");
+  if (options.subject != ExportSubject::catalog && !of_products && !given.catalog.empty())
+    refuse_use("--catalog chooses products, and none are exported here");
+  return options;
+}
+
+int export_all(const Given& given, const OutputOptions& output) {
+  const ExportOptions options = options_for(given);
+  const bool to_file = !given.file.empty() && given.file != "-";
+  if (!to_file && options.form == ExportForm::xlsx && ::isatty(STDOUT_FILENO) != 0)
+    refuse_use("A workbook is nothing for a terminal: write it to a file with -o FILE");
+  std::unique_ptr<Output> written;
+  if (to_file)
+    written = std::make_unique<FileOutput>(given.file);
+  else
+    written = std::make_unique<StreamOutput>(std::cout);
+  const ExportReport report = export_records(connection_string(), options, *written);
+  if (output.json) {
+    const gateway::Json json = {
+        {"written", report.written}, {"withoutSupplierNumber", report.without_number}, {"leftOut", report.left_out}};
+    (to_file ? std::cout : std::cerr) << gateway::line_of(json) << '\n';
+  } else {
+    std::ostream& says = std::cerr;
+    says << counted(report.written, "record") << (to_file ? " in " + shown(given.file, 500) : " written") << ".\n";
+    if (report.without_number > 0)
+      says << counted(report.without_number, "record")
+           << " of products without a supplier's number, by which an import would know them.\n";
+    for (const auto& [what, count] : report.left_out)
+      says << "left out: " << shown(what, 200) << ", " << counted(count, "time") << "\n";
+  }
+  return report.written == 0 ? kFailed : kDone;
+}
+
+std::vector<std::string> names(std::span<const char* const> all) { return {all.begin(), all.end()}; }
+
+}  // namespace export_command
+
+void add_export_command(Menu& menu) {
+  using namespace export_command;
+  const auto [command, given] =
+      menu.add("export", "Write products, prices, categories, codes or a catalogue for others, or to import them again",
+               "  mercato export products > products.csv\n"
+               "  mercato export products --as xlsx --supplier QUILLMARK -o quillmark.xlsx\n"
+               "  mercato export prices --part-number 'PEN-*'\n"
+               "  mercato export products --as bmecat --catalog Office -o office.xml\n"
+               "  mercato export catalog --catalog Office            the tree, as `mercato catalog load` reads it\n"
+               "  mercato export unspsc --as documents               as `mercato unspsc load` reads them\n"
+               "Import of what was exported changes nothing. A file has its name when it is complete. Exit status 1 "
+               "when nothing "
+               "fits.\n",
+               export_all);
+  command
+      .add_choice(
+          "WHAT", names(kSubjects), [&given = given](const std::string& name) { given.subject = name; },
+          "products, prices, categories, unspsc or catalog")
+      ->required();
+  command
+      .add_choice(
+          "--as", names(kForms), [&given = given](const std::string& name) { given.form = name; },
+          "csv (the usual one), xlsx, json (a line for each record), bmecat or documents")
+      ->type_name("FORM");
+  command.add_option("--supplier", given.supplier, "Products of this business partner")->type_name("ID");
+  command.add_option("--category", given.category, "Products in this category, by its id or name")
+      ->type_name("CATEGORY");
+  command.add_option("--catalog", given.catalog, "Products that this catalogue shows; the catalogue")
+      ->type_name("CATALOG");
+  command
+      .add_option("--part-number", given.part_number, "Products with such a number; * and ? stand for any characters")
+      ->type_name("PATTERN");
+  command.add_option("-o,--output", given.file, "Write to this file, and not to standard output")->type_name("FILE");
+}
+
+}  // namespace mercato::cli
