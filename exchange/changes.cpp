@@ -11,6 +11,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "exchange/document_judging.h"
 #include "frame/contracts.h"
 #include "frame/documents.h"
 #include "frame/file_access.h"
@@ -41,6 +42,7 @@ class Changes {
         take_(take),
         kind_(kind),
         file_key_("changes-" + std::to_string(::getpid())),
+        judge_(options.judging ? std::make_optional<DocumentJudge>(kind, *options.judging) : std::nullopt),
         current_(&unit_),
         rows_(open_connection(shared_connection_string())) {
     const std::string root = files::host_path(grundwerk::Configuration().GetWebRootFolder());
@@ -62,6 +64,16 @@ class Changes {
            failure.Number != error_number::kOutOfMemory;
   }
 
+  void tell_passed_over(const std::vector<xml::Node>& elements) {
+    for (const xml::Node& element : elements) {
+      const Finding finding = of_passed_over(element);
+      RecordChange told;
+      told.line = finding.place.line;
+      told.part_number = finding.number;
+      told.reasons.push_back({finding.field, finding.value, sentence_of(finding)});
+      tell(told);
+    }
+  }
   void tell(const RecordChange& change) {
     switch (change.change) {
       case Change::inserted:
@@ -80,6 +92,20 @@ class Changes {
     take_(change);
   }
 
+  // A record that is refused for its values gets its reasons, one that is mended its text.
+  void judge(const xml::Node& record, ChangeRecord& one) {
+    if (!judge_) return;
+    JudgedRecord judged = judge_->judge(record);
+    if (judged.rewritten && !judged.refused) one.text = std::move(judged.text);
+    for (const Finding& finding : judged.findings) {
+      const UploadField told{finding.field, finding.value, sentence_of(finding)};
+      if (!finding.accepted)
+        one.told.reasons.push_back(told);
+      else if (words_of(finding.reason).acceptance == Acceptance::dropped)
+        one.told.dropped.push_back(told);
+    }
+  }
+
   std::string document_of(const std::vector<ChangeRecord*>& records) const {
     std::string text = "<Records>";
     for (const ChangeRecord* record : records) text += record->text;
@@ -96,6 +122,7 @@ class Changes {
   const upload::DocumentKind& kind_;
   const std::string file_key_;
   std::string remaining_file_;
+  std::optional<DocumentJudge> judge_;
   store::UnitOfWork unit_{store::UnitOfWork::Kind::transaction};  // never committed
   store::UnitOfWork::Current current_;
   StoredRows rows_;
@@ -107,7 +134,7 @@ class ProductChanges final : private Changes, private UploadObserver {
   ProductChanges(const ChangeOptions& options, const ChangeTaker& take)
       : Changes(options, take, upload::kProductDocument) {}
 
-  ChangeCounts run(const xml::NodeList& records) {
+  ChangeCounts run(const xml::Document& document, const xml::NodeList& records) {
     const std::size_t most = options_.update_only ? kUpdatesInPart : kRecordsInPart;
     for (const xml::Node& record : records) {
       ChangeRecord one{record.save_text(), {}};
@@ -124,11 +151,13 @@ class ProductChanges final : private Changes, private UploadObserver {
       } else if (options_.update_only && !updated_.insert(*key).second) {
         one.told.reasons.push_back(about_all("It stands in the document before; an update reads the first one only."));
       } else {
+        judge(record, one);
         numbers_.insert(part_number_key(*key));
       }
       part_.push_back(std::move(one));
     }
     finish_part();
+    tell_passed_over(passed_over(document, kind_));
     return counts_;
   }
 
@@ -183,7 +212,7 @@ class ProductChanges final : private Changes, private UploadObserver {
       case UploadOutcome::inserted:
       case UploadOutcome::updated:
         told.change = Change::unchanged;  // until the rows say otherwise
-        told.dropped = record.dropped;
+        told.dropped.insert(told.dropped.end(), record.dropped.begin(), record.dropped.end());
         told.cut = record.cut;
         break;
       case UploadOutcome::empty:
@@ -229,7 +258,7 @@ class PriceChanges final : private Changes, private PriceUploadObserver {
   PriceChanges(const ChangeOptions& options, const ChangeTaker& take)
       : Changes(options, take, upload::kPriceDocument) {}
 
-  ChangeCounts run(const xml::NodeList& records) {
+  ChangeCounts run(const xml::Document& document, const xml::NodeList& records) {
     std::unordered_map<std::string, std::size_t> places;
     std::vector<std::vector<xml::Node>> lines;  // of each part number, in the order in which they are first met
     for (const xml::Node& record : records) {
@@ -240,6 +269,7 @@ class PriceChanges final : private Changes, private PriceUploadObserver {
     }
     for (std::size_t begin = 0; begin < lines.size(); begin += kRecordsInPart)
       run_part({lines.data() + begin, std::min(kRecordsInPart, lines.size() - begin)});
+    tell_passed_over(passed_over(document, kind_));
     return counts_;
   }
 
@@ -273,7 +303,7 @@ class PriceChanges final : private Changes, private PriceUploadObserver {
   }
 
   ChangeRecord record_of(const xml::Node& record, std::size_t number,
-                         const std::map<std::string, StoredRows::Prices>& stored) const {
+                         const std::map<std::string, StoredRows::Prices>& stored) {
     ChangeRecord one{record.save_text(), {}};
     one.told.line = record.line();
     one.told.number = number;
@@ -288,6 +318,8 @@ class PriceChanges final : private Changes, private PriceUploadObserver {
       reasons.push_back(about_all(std::string(reason)));
     else if (!stored.contains(part_number_key(*key)))
       reasons.push_back(about_all("No product has this part number."));
+    else
+      judge(record, one);
     return one;
   }
 
@@ -358,9 +390,9 @@ ChangeCounts changes_by_upload(const ChangeOptions& options, const ChangeTaker& 
   xml::Document document(limits);
   if (!document.load(options.document)) raise(eUnableToLoadXML, {}, document.error());
   if (const xml::NodeList records = document.elements_by_tag_name(upload::kProductDocument.record); !records.empty())
-    return ProductChanges(options, take).run(records);
+    return ProductChanges(options, take).run(document, records);
   if (const xml::NodeList records = document.elements_by_tag_name(upload::kPriceDocument.record); !records.empty())
-    return PriceChanges(options, take).run(records);
+    return PriceChanges(options, take).run(document, records);
   raise(eUnableToLoadXML, {},
         "\"" + options.document + "\" has no element Product and none ProductPrice, so there is nothing to compare.");
 }

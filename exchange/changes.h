@@ -11,9 +11,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "exchange/judging.h"
 #include "exchange/stored_rows.h"
 #include "mercato/raised_error.h"
 #include "mercato/upload_observer.h"
@@ -43,9 +45,10 @@ struct ChangeCounts {
 };
 
 struct ChangeOptions {
-  std::string document;          // a file or a URL: a Product or a ProductPrice document
-  bool write_on_errors = false;  // of products: as an upload is told so
-  bool update_only = false;      // likewise
+  std::string document;                        // a file or a URL: a Product or a ProductPrice document
+  bool write_on_errors = false;                // of products: as an upload is told so
+  bool update_only = false;                    // likewise
+  std::optional<JudgingOptions> judging = {};  // of values, before the upload sees them; nothing: it alone judges
   // What the failure of a record means to a person; else its own words are told.
   std::function<UploadField(const RaisedError&, const upload::DocumentKind&)> told_of;
 };

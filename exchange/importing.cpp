@@ -60,13 +60,22 @@ class Import final : public ItemSink {
   void flawed(std::string_view number, std::string_view reason, Place place) override {
     ++report_.read;
     ++report_.refused;
-    add({Reason::unreadable, std::string(number), {}, {}, std::string(reason), place});
+    Finding finding{Reason::unreadable, std::string(number), {}, {}, std::string(reason), place};
+    if (options_.take_refused) {
+      JudgedItem item;
+      item.number = number;
+      item.place = place;
+      options_.take_refused(item, {finding});
+    }
+    add(std::move(finding));
   }
 
   void item(Item item) override {
     ++report_.read;
     found_.clear();
-    const std::optional<JudgedItem> judged = judge_.judge(item, found_);
+    JudgedItem refused;
+    const std::optional<JudgedItem> judged = judge_.judge(item, found_, &refused);
+    if (!judged && options_.take_refused) options_.take_refused(refused, found_);
     for (Finding& finding : found_) add(std::move(finding));
     if (!judged) {
       ++report_.refused;
@@ -114,8 +123,9 @@ class Import final : public ItemSink {
     documents_->finish();
     report_.products += documents_->products();
     report_.price_lines += documents_->price_lines();
-    const ImportedPart part{documents_->products_path(), documents_->prices_path(), documents_->products(),
-                            documents_->price_lines()};
+    const ImportedPart part{documents_->products_path(),     documents_->prices_path(),
+                            documents_->products(),          documents_->price_lines(),
+                            documents_->lines_of_products(), documents_->lines_of_prices()};
     documents_.reset();
     if (!take_(part)) report_.stopped = true;
   }

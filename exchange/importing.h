@@ -28,6 +28,8 @@ struct ImportOptions {
   std::size_t most_in_part = 0;  // records of one part; 0: all are one
   std::string folder;            // for the documents; it is there
   std::string findings_file;     // a table of all findings; empty: none is written
+  // Takes each item that is refused for its values: what is good of it, and its findings.
+  std::function<void(const JudgedItem&, const std::vector<Finding>&)> take_refused = {};
 };
 
 // Documents that are finished. Either may be without records.
@@ -36,6 +38,9 @@ struct ImportedPart {
   std::string prices;
   std::size_t product_count = 0;
   std::size_t price_count = 0;
+  // Where each record stood in the supplier's file, in the order of the documents.
+  std::vector<std::size_t> product_lines;
+  std::vector<std::size_t> price_lines;
 };
 
 // Equal findings as one.

@@ -57,32 +57,39 @@ ItemDocuments::ItemDocuments(const std::string& products, const std::string& pri
 void ItemDocuments::add(const JudgedItem& item) {
   if (!item.fields.empty()) {
     ++product_count_;
-    text_ = "  <Product buyfrompartnumber=\"";
-    append_escaped(text_, item.number);
-    text_ += "\">\n";
-    for (const auto& [name, value] : item.fields) append_element(text_, name, value);
-    text_ += "  </Product>\n";
-    products_.write(text_);
+    product_lines_.push_back(item.place.line);
+    products_.write(product_element(item));
   }
   for (const JudgedPrice& price : item.prices) {
     ++price_count_;
-    text_ = "  <ProductPrice buyfrompartnumber=\"";
-    append_escaped(text_, item.number);
-    text_ += "\">\n";
-    append_element(text_, "CurrencyCode", price.currency);
-    append_element(text_, "Price", price.amount);
-    if (!price.quantity_to.empty()) append_element(text_, "QuantityTo", price.quantity_to);
-    append_element(text_, "PriceEffectiveDate", price.from_day);
-    append_element(text_, "PriceExpiryDate", price.to_day);
-    if (!price.tax_percentage.empty()) append_element(text_, "PriceTaxPercentage", price.tax_percentage);
-    for (const auto& [name, value] :
-         {std::pair("DiscountPerc", &price.discount_percentage), std::pair("DiscountAmount", &price.discount_amount),
-          std::pair("FreightCost", &price.freight_cost)})
-      if (!value->empty()) append_element(text_, name, *value);
-    append_element(text_, "GROUPBY", price.group);  // a line with the empty group can be changed later
-    text_ += "  </ProductPrice>\n";
-    prices_.write(text_);
+    price_lines_.push_back(price.place.line);
+    prices_.write(price_element(item.number, price));
   }
+}
+
+std::string product_element(const JudgedItem& item) {
+  std::string text = "  <Product buyfrompartnumber=\"";
+  append_escaped(text, item.number);
+  text += "\">\n";
+  for (const auto& [name, value] : item.fields) append_element(text, name, value);
+  return text + "  </Product>\n";
+}
+
+std::string price_element(const std::string& number, const JudgedPrice& price) {
+  std::string text = "  <ProductPrice buyfrompartnumber=\"";
+  append_escaped(text, number);
+  text += "\">\n";
+  append_element(text, "CurrencyCode", price.currency);
+  append_element(text, "Price", price.amount);
+  if (!price.quantity_to.empty()) append_element(text, "QuantityTo", price.quantity_to);
+  append_element(text, "PriceEffectiveDate", price.from_day);
+  append_element(text, "PriceExpiryDate", price.to_day);
+  for (const auto& [name, value] :
+       {std::pair("PriceTaxPercentage", &price.tax_percentage), std::pair("DiscountPerc", &price.discount_percentage),
+        std::pair("DiscountAmount", &price.discount_amount), std::pair("FreightCost", &price.freight_cost)})
+    if (!value->empty()) append_element(text, name, *value);
+  append_element(text, "GROUPBY", price.group);  // a line with the empty group can be changed later
+  return text + "  </ProductPrice>\n";
 }
 
 void ItemDocuments::finish() {

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "exchange/judging.h"
 
@@ -43,14 +44,22 @@ class ItemDocuments {
   const std::string& prices_path() const { return prices_.path(); }
   std::size_t products() const { return product_count_; }
   std::size_t price_lines() const { return price_count_; }
+  // Where they stood in the supplier's file.
+  const std::vector<std::size_t>& lines_of_products() const { return product_lines_; }
+  const std::vector<std::size_t>& lines_of_prices() const { return price_lines_; }
 
  private:
   WrittenFile products_;
   WrittenFile prices_;
-  std::string text_;
+  std::vector<std::size_t> product_lines_;
+  std::vector<std::size_t> price_lines_;
   std::size_t product_count_ = 0;
   std::size_t price_count_ = 0;
 };
+
+// One record of a document. A product without fields has none.
+std::string product_element(const JudgedItem& item);
+std::string price_element(const std::string& number, const JudgedPrice& price);
 
 // Appends a text as the content of an element, or as the value of an attribute in quotes.
 void append_escaped(std::string& xml, std::string_view text);

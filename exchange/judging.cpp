@@ -68,6 +68,10 @@ constexpr std::array kReasons = {
                 Acceptance::dropped},
     ReasonWords{"twice", "the file has this part number before", "Leave one of them out.", Acceptance::kept},
     ReasonWords{"no-product", "no product has this part number", "Send it as a new product.", Acceptance::never},
+    ReasonWords{"passed-over", "its name is in another case than that of a record, so an upload passes over it",
+                "Write the name as the format does.", Acceptance::never},
+    ReasonWords{"no-lower-bound", "the lowest price begins above one, and holds from one on",
+                "Add a price for fewer, or require the quantity with MINORDERQTY.", Acceptance::kept},
     ReasonWords{"unreadable", "it cannot be read", "Correct the file there.", Acceptance::never},
 };
 static_assert(kReasons.size() == static_cast<std::size_t>(Reason::unreadable) + 1);
@@ -101,19 +105,6 @@ constexpr std::array kSameUnits = {
     std::string_view(" CN CA DOSE CAN KANISTER XCA XCI "),
     std::string_view(" TU TB TUBE XTU "),
 };
-
-// The field that this is nearly the name of; empty for none. Short names are near to each other without being meant.
-std::string_view nearly(std::string_view name) {
-  constexpr std::size_t kShort = 6;
-  constexpr std::size_t kLong = 10;
-  if (name.size() < kShort) return {};
-  const std::size_t most = name.size() >= kLong ? 2 : 1;
-  const text::Characters characters = text::characters_of(name);
-  for (const std::string_view field : upload::field_names())
-    if (field.size() >= kShort && text::edit_distance(characters, text::characters_of(field), most) <= most)
-      return field;
-  return {};
-}
 
 std::string without_illegal(std::string_view text) {
   std::string clean;
@@ -188,6 +179,38 @@ double value_of(const ReadNumber& number) { return std::strtod(number.text.c_str
 
 }  // namespace
 
+Notation notation_told(Notation found, const JudgingOptions& options) {
+  if (options.decimal_sign) {
+    found.decimal_sign = *options.decimal_sign;
+    found.thousands_sign = found.decimal_sign == ',' ? '.' : ',';
+  }
+  if (options.dates) found.dates = *options.dates;
+  return found;
+}
+
+// Short names are near to each other without being meant.
+std::string_view field_nearly_named(std::string_view upper_name) {
+  constexpr std::size_t kShort = 6;
+  constexpr std::size_t kLong = 10;
+  if (upper_name.size() < kShort) return {};
+  const std::size_t most = upper_name.size() >= kLong ? 2 : 1;
+  const text::Characters characters = text::characters_of(upper_name);
+  for (const std::string_view field : upload::field_names())
+    if (field.size() >= kShort && text::edit_distance(characters, text::characters_of(field), most) <= most)
+      return field;
+  return {};
+}
+
+bool is_price_value(std::string_view field) {
+  constexpr std::array<std::string_view, 8> kValues = {"PRICE", "PRICE QUANTITY", "CURRENCY", "QUANTITY",
+                                                       "TAX",   "GROUP",          "FROM",     "TO"};
+  return std::ranges::find(kValues, field) != kValues.end();
+}
+
+bool is_own_column(std::string_view upper_name) {
+  return std::ranges::find(kOwnColumns, upper_name) != kOwnColumns.end();
+}
+
 const ReasonWords& words_of(Reason reason) { return kReasons[static_cast<std::size_t>(reason)]; }
 
 std::vector<std::string> reason_names() {
@@ -208,12 +231,13 @@ class Judge::Work {
   Work(Judge& judge, const Item& item, std::vector<Finding>& findings)
       : judge_(judge), item_(item), findings_(findings) {}
 
-  std::optional<JudgedItem> run() {
+  // Whether the item is taken.
+  bool run() {
     result_.number = trimmed(item_.number);
     result_.place = item_.place;
     result_.categories = item_.categories;
     judge_number();
-    if (refused_) return std::nullopt;
+    if (refused_) return false;
     find_stored();
     result_.is_new = stored_.empty();
     if (result_.is_new && item_.action != Item::Action::put) find(Reason::no_product, {}, {}, {}, item_.place);
@@ -224,14 +248,15 @@ class Judge::Work {
       if (result_.is_new) complete();
       judge_prices();
     }
-    if (refused_) return std::nullopt;
+    if (refused_) return false;
     take_out_what_is_stored();
     if (std::ranges::any_of(result_.fields, [](const auto& entry) {
           return entry.first == "BUYERID" && entry.second.find(kBuyerSeparator) != std::string::npos;
         }))
       result_.fields.emplace_back(upload::kSeparatorKey, kBuyerSeparator);
-    return std::move(result_);
+    return true;
   }
+  JudgedItem take_result() { return std::move(result_); }
 
  private:
   // The product that the library takes for the one of this number.
@@ -337,11 +362,11 @@ class Judge::Work {
       return false;
     }
     const auto& fields = upload::field_names();
-    if (std::ranges::find(fields, name) != fields.end() || std::ranges::find(kOwnColumns, name) != kOwnColumns.end()) {
+    if (std::ranges::find(fields, name) != fields.end() || is_own_column(name)) {
       find(Reason::reserved_name, name, field.value, {}, field.place);
       return false;
     }
-    if (const std::string_view near = nearly(name); !near.empty())
+    if (const std::string_view near = field_nearly_named(name); !near.empty())
       return find(Reason::near_name, name, field.value, "Perhaps " + std::string(near) + " is meant.", field.place);
     const std::size_t width = upload::rule_of(name).width;
     if (text::length(name) <= width) return true;
@@ -376,7 +401,7 @@ class Judge::Work {
         return judge_unit(field, value);
       case FieldKind::date: {
         const std::optional<Day> day = judge_day(name, value, field.place);
-        if (day) value = day->american();
+        if (day) value = day->iso();
         return day.has_value();
       }
       case FieldKind::number:
@@ -487,6 +512,7 @@ class Judge::Work {
         result_.prices.push_back(std::move(tier->price));
     }
     set_upper_ends(tiers);
+    tell_lower_bounds(tiers);
     for (Tier& tier : tiers) result_.prices.push_back(std::move(tier.price));
   }
 
@@ -624,8 +650,8 @@ class Judge::Work {
       find(Reason::end_before_start, "TO", to.iso(), "The first day is " + from.iso() + ".", given.place);
       to = read_day(kNoLastDay, {}).day;
     }
-    price.from_day = from.american();
-    price.to_day = to.american();
+    price.from_day = from.iso();
+    price.to_day = to.iso();
   }
 
   // A line of the price table holds up to a quantity: to where the next one begins. Lines of one group and validity
@@ -654,6 +680,24 @@ class Judge::Work {
     }
   }
 
+  // The price table has no lower bound. Nothing is lost by it, so it is told and refuses nothing.
+  void tell_lower_bounds(const std::vector<Tier>& tiers) {
+    for (std::size_t place = 0; place < tiers.size(); ++place) {
+      const auto validity = [](const Tier& tier) {
+        return std::tie(tier.price.group, tier.price.from_day, tier.price.to_day);
+      };
+      const bool is_lowest = place == 0 || validity(tiers[place - 1]) != validity(tiers[place]);
+      if (!is_lowest || tiers[place].from <= 1) continue;
+      findings_.push_back({Reason::no_lower_bound,
+                           result_.number,
+                           "QUANTITY",
+                           text::number_text(tiers[place].from),
+                           {},
+                           tiers[place].price.place,
+                           true});
+    }
+  }
+
   Judge& judge_;
   const Item& item_;
   std::vector<Finding>& findings_;
@@ -674,22 +718,18 @@ Judge::Judge(JudgingOptions options)
   set_notation({});
 }
 
-void Judge::set_notation(const Notation& notation) {
-  notation_ = notation;
-  if (options_.decimal_sign) {
-    notation_.decimal_sign = *options_.decimal_sign;
-    notation_.thousands_sign = notation_.decimal_sign == ',' ? '.' : ',';
-  }
-  if (options_.dates) notation_.dates = *options_.dates;
-}
+void Judge::set_notation(const Notation& notation) { notation_ = notation_told(notation, options_); }
 
 void Judge::set_header(const std::map<std::string, std::string>& values) {
   for (const auto& [name, value] : values)
     if (name != "LANGUAGE" && name != "SUPPLIER") defaults_.emplace(name, value);  // what was told wins
 }
 
-std::optional<JudgedItem> Judge::judge(const Item& item, std::vector<Finding>& findings) {
-  return Work(*this, item, findings).run();
+std::optional<JudgedItem> Judge::judge(const Item& item, std::vector<Finding>& findings, JudgedItem* refused) {
+  Work work(*this, item, findings);
+  if (work.run()) return work.take_result();
+  if (refused) *refused = work.take_result();
+  return std::nullopt;
 }
 
 std::optional<std::string> Judge::unit_code(const std::string& text) {

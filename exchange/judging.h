@@ -47,6 +47,8 @@ enum class Reason : std::uint8_t {
   element_name,
   twice,
   no_product,
+  passed_over,
+  no_lower_bound,
   unreadable,
 };
 
@@ -108,6 +110,16 @@ struct JudgingOptions {
   std::map<std::string, std::string> defaults;  // by a field's name, of products that have no value for it
 };
 
+// What both judges, of items and of documents, go by.
+// The notation that was found, and what the options say in its place.
+Notation notation_told(Notation found, const JudgingOptions& options);
+// The field that a name in capitals is nearly that of; empty for none.
+std::string_view field_nearly_named(std::string_view upper_name);
+// Whether a finding with this field is about a price.
+bool is_price_value(std::string_view field);
+// Whether a name in capitals is that of a column that a document does not set, and that no property may have.
+bool is_own_column(std::string_view upper_name);
+
 class Judge {
  public:
   // Reads the store's units and currencies. Raises what that raises.
@@ -117,8 +129,9 @@ class Judge {
   // What the file says for all its items: "CURRENCY", "FROM", "TO", and fields.
   void set_header(const std::map<std::string, std::string>& values);
 
-  // Nothing when the item is refused; the findings say why. Those of an item that is taken are accepted ones.
-  std::optional<JudgedItem> judge(const Item& item, std::vector<Finding>& findings);
+  // Nothing when the item is refused; the findings say why. Those of an item that is taken are accepted ones. What was
+  // good of a refused one goes to `refused`.
+  std::optional<JudgedItem> judge(const Item& item, std::vector<Finding>& findings, JudgedItem* refused = nullptr);
 
   // Codes that the store does not know, each with how often it was met and a proposal: a sentence.
   struct UnknownCode {

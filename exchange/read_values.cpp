@@ -206,10 +206,6 @@ std::string Day::iso() const {
   return padded(year, 4) + "-" + padded(month, 2) + "-" + padded(day, 2);
 }
 
-std::string Day::american() const {
-  return std::to_string(month) + "/" + std::to_string(day) + "/" + std::to_string(year);
-}
-
 ReadDay read_day(std::string_view text, const Notation& notation) {
   using Dates = Notation::Dates;
   const std::optional<DayParts> parts = day_parts_of(text);

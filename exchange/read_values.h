@@ -40,8 +40,6 @@ struct Day {
     return std::tie(year, month, day) < std::tie(other.year, other.month, other.day);
   }
   std::string iso() const;  // "2026-04-03"
-  // As the library reads dates: "4/3/2026".
-  std::string american() const;
 };
 struct ReadDay {
   Reading reading = Reading::none;

@@ -113,7 +113,7 @@ TEST_F(JudgedItems, HaveNumbersAsTheLibraryReadsThem) {
 
 TEST_F(JudgedItems, HaveDatesAsTheLibraryReadsThem) {
   EXPECT_EQ(judged(item({{"PRODUCTEXPIRYDATE", "2026-04-03", {}}})),
-            kRecord + "  PRODUCTEXPIRYDATE 4/3/2026\n" + kAdded);
+            kRecord + "  PRODUCTEXPIRYDATE 2026-04-03\n" + kAdded);
   const Notation unknown{'.', 0, Notation::Dates::unknown};
   EXPECT_EQ(judged(item({{"PRODUCTEXPIRYDATE", "03/04/2026", {}}}), {}, unknown),
             "refused ambiguous-date PRODUCTEXPIRYDATE '03/04/2026' @7\n");
@@ -205,7 +205,7 @@ TEST_F(JudgedItems, WithoutANumberAreNone) {
   EXPECT_EQ(judged(item({}, {}, " "), {Reason::missing}), "refused missing part number '' @7\n");
 }
 
-const std::string kAlways = " 1/1/2000-12/31/2099\n";
+const std::string kAlways = " 2000-01-01-2099-12-31\n";
 
 TEST_F(JudgedItems, HavePricesUpToWhereTheNextOneBegins) {
   EXPECT_EQ(judged(item({}, {price("5", "1"), price("4", "100"), price("4.5", "10")})),
@@ -216,7 +216,7 @@ TEST_F(JudgedItems, HavePricesUpToWhereTheNextOneBegins) {
   ItemPrice of_group = price("3", "1");
   of_group.group = "DE";
   EXPECT_EQ(judged(item({}, {price("5", "1"), of_group})),
-            kRecord + kAdded + "  price 5 EUR to " + kAlways + "  price 3 EUR to  1/1/2000-12/31/2099 group DE\n");
+            kRecord + kAdded + "  price 5 EUR to " + kAlways + "  price 3 EUR to  2000-01-01-2099-12-31 group DE\n");
   EXPECT_EQ(judged(item({}, {price("5", "1"), price("4", "1")})), "refused same-quantity PRICE '4' @8\n");
 }
 
@@ -247,7 +247,16 @@ TEST_F(JudgedItems, HavePricesThatTheStoreCanHold) {
   EXPECT_EQ(judged(item({}, {price("0.12345")}), {Reason::price_decimals}),
             "took price-decimals PRICE '0.12345' @8\n" + kRecord + kAdded + "  price 0.1234 EUR to " + kAlways);
   EXPECT_EQ(judged(item({}, {price("0"), price("2", "5")}), {Reason::zero_price}),
-            "took zero-price PRICE '0' @8\n" + kRecord + kAdded + "  price 2 EUR to " + kAlways);
+            "took zero-price PRICE '0' @8\ntook no-lower-bound QUANTITY '5' @8\n" + kRecord + kAdded +
+                "  price 2 EUR to " + kAlways);
+}
+
+TEST_F(JudgedItems, AreToldThatTheirLowestPriceHoldsForFewerToo) {
+  EXPECT_EQ(judged(item({}, {price("2", "5"), price("1", "10")})),
+            "took no-lower-bound QUANTITY '5' @8\n" + kRecord + kAdded + "  price 2 EUR to 9 2000-01-01-2099-12-31\n" +
+                "  price 1 EUR to " + kAlways);
+  EXPECT_EQ(judged(item({}, {price("2", "1"), price("1", "10")})),
+            kRecord + kAdded + "  price 2 EUR to 9 2000-01-01-2099-12-31\n" + "  price 1 EUR to " + kAlways);
 }
 
 TEST_F(JudgedItems, HavePricesInACurrencyOfTheStore) {
@@ -260,7 +269,7 @@ TEST_F(JudgedItems, HavePricesInACurrencyOfTheStore) {
   EXPECT_EQ(judged(item({}, {given})), "refused missing CURRENCY '' @8\n");
   Judge judge({});
   judge.set_header({{"CURRENCY", "EUR"}, {"FROM", "2026-01-01"}, {"TO", "2026-12-31"}, {"SUPPLIER", "S"}});
-  EXPECT_EQ(judged_by(judge, item({}, {given})), kRecord + kAdded + "  price 1 EUR to  1/1/2026-12/31/2026\n");
+  EXPECT_EQ(judged_by(judge, item({}, {given})), kRecord + kAdded + "  price 1 EUR to  2026-01-01-2026-12-31\n");
 }
 
 TEST_F(JudgedItems, HavePricesThatEndAfterTheyBegin) {
@@ -270,7 +279,7 @@ TEST_F(JudgedItems, HavePricesThatEndAfterTheyBegin) {
   EXPECT_EQ(judged(item({}, {given})), "refused end-before-start TO '2026-05-01' @8 The first day is 2026-05-01.\n");
   given.to_day = "2026-05-02";
   given.tax_percentage = "19";
-  EXPECT_EQ(judged(item({}, {given})), kRecord + kAdded + "  price 1 EUR to  5/1/2026-5/2/2026 tax 19\n");
+  EXPECT_EQ(judged(item({}, {given})), kRecord + kAdded + "  price 1 EUR to  2026-05-01-2026-05-02 tax 19\n");
   given.tax_percentage = "101";
   EXPECT_EQ(judged(item({}, {given})), "refused percentage TAX '101' @8\n");
 }
@@ -299,6 +308,8 @@ TEST(ReasonsOfRefusals, HaveNamesThatStay) {
                                           "element-name",
                                           "twice",
                                           "no-product",
+                                          "passed-over",
+                                          "no-lower-bound",
                                           "unreadable"};
   EXPECT_EQ(reason_names(), names);
   EXPECT_EQ(reason_named("too-long"), Reason::too_long);

@@ -111,7 +111,6 @@ TEST(DatesOfSuppliers, AreReadOnlyWhereThereIsOneWayToReadThem) {
     EXPECT_EQ(day(one.text, Dates::day_first), one.day_first);
     EXPECT_EQ(day(one.text, Dates::month_first), one.month_first);
   }
-  EXPECT_EQ(read_day("2026-04-03", {}).day.american(), "4/3/2026");
 }
 
 TEST(NotationOfAFile, IsWhatItsClearValuesAgreeIn) {

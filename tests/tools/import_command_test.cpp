@@ -120,8 +120,8 @@ TEST_F(ImportCommand, WritesTheDocumentsInsteadOfUploadingThem) {
       "  <ProductPrice buyfrompartnumber=\"P1\">\n"
       "    <CurrencyCode>EUR</CurrencyCode>\n"
       "    <Price>1.5</Price>\n"
-      "    <PriceEffectiveDate>1/1/2000</PriceEffectiveDate>\n"
-      "    <PriceExpiryDate>12/31/2099</PriceExpiryDate>\n"
+      "    <PriceEffectiveDate>2000-01-01</PriceEffectiveDate>\n"
+      "    <PriceExpiryDate>2099-12-31</PriceExpiryDate>\n"
       "    <GROUPBY></GROUPBY>\n"
       "  </ProductPrice>\n"
       "  <ProductPrice buyfrompartnumber=\"P2\">\n";
