@@ -407,11 +407,10 @@ TEST_F(Failures, OfARecordWithAQuoteWhereTheLibraryTakesNoneAreTold) {
       "records.xml",
       "<Products><Product buyfrompartnumber=\"P-1\"><PARTNUMBER>P1</PARTNUMBER><PRODUCTDESCRIPTION>Pen"
       "</PRODUCTDESCRIPTION><MULTIPLEBUYER>0</MULTIPLEBUYER><COLOUR>black'n'white</COLOUR></Product></Products>");
-  EXPECT_EQ(
-      answer({"upload", "records.xml"}, 3).at("refusals"),
-      json::parse(R"([{"partNumber":"P-1","field":"","value":"","reason":"The library could not make a statement )"
-                  R"(of these values: most often one of them has a quote ('), or one that belongs to another is )"
-                  R"(missing."}])"));
+  EXPECT_EQ(answer({"upload", "records.xml"}, 3).at("refusals"),
+            json::parse(R"([{"partNumber":"P-1","fileLine":1,"field":"COLOUR","value":"black'n'white","reason":)"
+                        R"("the library does not take a typewriter apostrophe here. Accept it to have it replaced by )"
+                        R"(a typographic one."}])"));
 }
 
 }  // namespace

@@ -245,9 +245,9 @@ TEST_F(PricesTool, UploadSaysWhatBecameOfEachLine) {
   EXPECT_EQ(shown.err, "");
   EXPECT_EQ(shown.out,
             "Refused:\n"
-            "PART NUMBER  LINE  FIELD         VALUE  REASON\n"
-            "A            4     DiscountPerc         not a number\n"
-            "A            2     Price         dear   not a number\n"
+            "FILE LINE  PART NUMBER  LINE  FIELD         VALUE  REASON\n"
+            "1          A            4     DiscountPerc         not a number\n"
+            "1          A            2     Price         dear   not a number\n"
             "\n"
             "Left:\n"
             "PART NUMBER  FIELD  VALUE  REASON\n"
@@ -263,7 +263,8 @@ TEST_F(PricesTool, UploadSaysWhatBecameOfEachLine) {
   EXPECT_EQ(rest.out,
             R"({"read":1,"applied":0,"added":0,"changed":0,"refused":0,"remaining":1,)"
             R"("remainingFile":"web/XMLDownload/remaining_prices_k.xml","refusals":[],"left":[{"partNumber":"Z",)"
-            R"("field":"","value":"","reason":"No product has this part number; it has 1 line."}],"stoppedBy":""})"
+            R"("field":"","value":"","reason":"No product has this part number; it has 1 line."}],"stoppedBy":"",)"
+            R"("restFile":"","atomic":false,"interrupted":false})"
             "\n");
 }
 

@@ -24,13 +24,26 @@ int call_once(const std::string& prog_id, const std::string& method, const std::
               bool trace);
 int describe_classes(const std::string& prog_id);
 
+// How values that are not certain are taken; judging_options.h has the options.
+struct JudgingChoices {
+  std::vector<std::string> accepted;  // names of reasons
+  bool cut = false;
+  std::string decimal;
+  std::string dates;
+};
+
 // preview_command.cpp
 struct PreviewOptions {
   std::string document;
   bool update_only = false;  // only the records whose product exists
-  bool all = false;          // list the valid ones too
+  bool all = false;          // list the valid ones too; of changes the unchanged ones
+  bool changes = false;      // what an upload would change, of price lines too
+  bool write_on_errors = false;
+  JudgingChoices judging = {};
 };
 int preview(const PreviewOptions& options, const OutputOptions& output);
+// changes_command.cpp
+int preview_changes(const PreviewOptions& options, const OutputOptions& output);
 
 // upload_command.cpp
 struct UploadOptions {
@@ -38,6 +51,9 @@ struct UploadOptions {
   bool write_on_errors = false;
   bool update_only = false;
   std::string file_key;  // empty: made from the document's name and the process
+  std::string rest;      // a file for what was refused or is left; empty: none is written
+  bool atomic = false;   // all of the document or nothing
+  JudgingChoices judging = {};
 };
 int upload(const UploadOptions& options, const OutputOptions& output);
 

@@ -24,6 +24,7 @@
 #include "tools/cli/menu.h"
 #include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
+#include "tools/cli/upload/judging_options.h"
 #include "tools/gateway/memory_reserve.h"
 #include "values/text.h"
 
@@ -141,16 +142,33 @@ class SingleCommands {
     command.add_option("PROGID", line_.prog_id, "One class only");
   }
 
+  static CLI::Option* add_on_errors(CLI::App& command, bool& write_on_errors) {
+    return command
+        .add_option_function<std::string>(
+            "--on-errors", [&write_on_errors](const std::string& choice) { write_on_errors = choice == "write"; },
+            "A record with a bad field: skip it whole (the default), or write what is left of it")
+        ->type_name("write|skip")
+        ->check(CLI::IsMember({"write", "skip"}));
+  }
+
   void add_preview() {
-    CLI::App& command = add(
-        "preview", "Check a Product document without writing anything",
-        "  mercato preview products.xml\n"
-        "  mercato preview --update-only --all products.xml\n"
-        "Exit status 3 when a record is invalid. The checks are stricter than those of the upload, and not the same.\n",
-        [](const CommandLine& given) { return preview(given.preview, given.output); });
+    CLI::App& command =
+        add("preview", "Check a Product document without writing anything",
+            "  mercato preview products.xml\n"
+            "  mercato preview --update-only --all products.xml\n"
+            "  mercato preview --changes products.xml           what an upload would insert, change, leave and refuse\n"
+            "Exit status 3 when a record is invalid, or would be refused. The checks are stricter than those of the "
+            "upload, "
+            "and\nnot the same; --changes asks the upload itself, of a ProductPrice document too.\n",
+            [](const CommandLine& given) { return preview(given.preview, given.output); });
     command.add_option("FILE", line_.preview.document, "Product document: a file or a URL")->required();
     command.add_flag("--update-only", line_.preview.update_only, "Only records whose product exists");
-    command.add_flag("--all", line_.preview.all, "List the valid records too");
+    command.add_flag("--all", line_.preview.all, "List the valid records too, or the unchanged ones");
+    CLI::Option* const changes = command.add_flag("--changes", line_.preview.changes,
+                                                  "What an upload would do with each record, field by field");
+    add_on_errors(command, line_.preview.write_on_errors)->needs(changes);
+    Command more(command);
+    add_judging_options(more, line_.preview.judging);
   }
 
   void add_upload() {
@@ -161,15 +179,12 @@ class SingleCommands {
                             "Exit status 3 when a record was refused or is left; each is listed with the reason.\n",
                             [](const CommandLine& given) { return upload(given.upload, given.output); });
     command.add_option("FILE", line_.upload.document, "Product document: a file or a URL")->required();
-    command
-        .add_option_function<std::string>(
-            "--on-errors",
-            [&line = line_](const std::string& choice) { line.upload.write_on_errors = choice == "write"; },
-            "A record with a bad field: skip it whole (the default), or write what is left of it")
-        ->type_name("write|skip")
-        ->check(CLI::IsMember({"write", "skip"}));
+    add_on_errors(command, line_.upload.write_on_errors);
     command.add_flag("--update-only", line_.upload.update_only, "Never create a product");
     command.add_option("--key", line_.upload.file_key, "What the remaining file's name ends in")->type_name("NAME");
+    Command more(command);
+    add_loading_options(more, line_.upload.rest, line_.upload.atomic);
+    add_judging_options(more, line_.upload.judging);
   }
 
   void add_find() {

@@ -5,17 +5,23 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <string_view>
 
+#include "exchange/document_judging.h"
 #include "exchange/importing.h"
+#include "exchange/item_documents.h"
 #include "frame/lib_error_handling.h"
 #include "mercato/settings.h"
 #include "platform/files/files.h"
+#include "platform/xml/characters.h"
 #include "tools/cli/import/import_report.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
+#include "tools/cli/upload/judging_options.h"
 #include "tools/cli/upload/price_document.h"
 #include "tools/cli/upload/product_document.h"
+#include "tools/cli/upload/rest_file.h"
 
 namespace mercato::cli {
 namespace import_command {
@@ -29,21 +35,15 @@ struct Given {
   std::vector<std::string> files;
   bool propose = false;
   bool dry_run = false;
-  bool cut = false;
-  std::string format, mapping, supplier, to, encoding, sheet, language, territory, price_kind, decimal, dates, findings;
-  std::vector<std::string> units, defaults, accepted;
+  std::string format, mapping, supplier, to, encoding, sheet, language, territory, price_kind, findings, rest;
+  std::vector<std::string> units, defaults;
+  JudgingChoices judging;
 };
 
 std::map<std::string, std::string> pairs(const std::vector<std::string>& texts) {
   std::map<std::string, std::string> pairs;
   for (const std::string& text : texts) pairs[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
   return pairs;
-}
-
-Notation::Dates dates_named(const std::string& name) {
-  if (name == "dmy") return Notation::Dates::day_first;
-  if (name == "mdy") return Notation::Dates::month_first;
-  return Notation::Dates::iso;
 }
 
 ImportOptions options_for(const Given& given, const std::string& file) {
@@ -59,10 +59,7 @@ ImportOptions options_for(const Given& given, const std::string& file) {
   options.reading.language = given.language;
   options.reading.territory = given.territory;
   options.reading.price_kind = given.price_kind;
-  for (const std::string& name : given.accepted) options.judging.accepted.insert(*reason_named(name));
-  if (given.cut) options.judging.accepted.insert(Reason::too_long);
-  if (!given.decimal.empty()) options.judging.decimal_sign = given.decimal.front();
-  if (!given.dates.empty()) options.judging.dates = dates_named(given.dates);
+  options.judging = judging_options(given.judging, false);
   options.judging.units = pairs(given.units);
   options.judging.defaults = pairs(given.defaults);
   options.supplier = given.supplier;
@@ -96,28 +93,32 @@ class TemporaryFolder {
 // The road of `mercato upload` and `mercato prices upload`, for each part of a file.
 class PartUpload {
  public:
-  explicit PartUpload(std::string file_key) : file_key_(std::move(file_key)) {}
+  PartUpload(std::string file_key, RestFile* rest) : file_key_(std::move(file_key)), rest_(rest) {}
 
   bool take(const ImportedPart& part) {
     ++number_;
     if (part.product_count > 0) {
-      ProductUpload upload({source(part.products), false, false});
+      ProductUpload upload({source(part.products, part.product_lines), false, false});
       add(totals_.products, upload.run());
     }
     if (part.price_count > 0 && totals_.stopped_by.empty()) {
-      PriceUpload upload(source(part.prices));
+      PriceUpload upload(source(part.prices, part.price_lines));
       add(totals_.prices, upload.run());
     }
+    if (UploadInterruption::is_wanted() && totals_.stopped_by.empty()) totals_.stopped_by = "It was interrupted.";
+    totals_.interrupted = UploadInterruption::is_wanted();
     return totals_.stopped_by.empty();
   }
 
   const UploadTotals& totals() const { return totals_; }
 
  private:
-  UploadSource source(const std::string& document) const {
+  UploadSource source(const std::string& document, const std::vector<std::size_t>& lines) const {
     return {.document = document,
             .file_key = file_key_ + "-" + std::to_string(number_),
-            .web_root = collaborators::settings()->web_root};
+            .web_root = collaborators::settings()->web_root,
+            .rest = rest_,
+            .lines = &lines};
   }
 
   void add(UploadTotals::Kind& kind, const UploadReport& report) {
@@ -132,9 +133,29 @@ class PartUpload {
   }
 
   const std::string file_key_;
+  RestFile* const rest_;
   std::size_t number_ = 0;
   UploadTotals totals_;
 };
+
+// A refused item as records to be corrected: what is good of it, and its bad values as the file has them. Prices of
+// which one is bad are told only: without it the others would hold for other quantities.
+void add_to_rest(RestFile& rest, const JudgedItem& refused, const std::vector<Finding>& findings) {
+  JudgedItem item = refused;
+  std::vector<UploadFinding> reasons;
+  for (const Finding& finding : findings) {
+    if (finding.accepted) continue;
+    reasons.push_back({finding.number, 0, finding.field, finding.value, sentence_of(finding)});
+    const bool is_of_prices = is_price_value(finding.field);
+    if (is_of_prices)
+      item.prices.clear();
+    else if (!finding.value.empty() && xml::is_name(finding.field))
+      item.fields.emplace_back(finding.field, finding.value);
+  }
+  std::string text = item.fields.empty() || item.number.empty() ? std::string() : product_element(item);
+  for (const JudgedPrice& price : item.prices) text += price_element(item.number, price);
+  rest.add(item.number, item.place.line, reasons, text);
+}
 
 int import_one(const Given& given, const std::string& file, const OutputOptions& output) {
   ImportOptions options = options_for(given, file);
@@ -152,8 +173,17 @@ int import_one(const Given& given, const std::string& file, const OutputOptions&
   options.most_in_part = kMostInPart;
   if (given.dry_run)
     return report_of(ImportUse::looked_at, import_file(options, [](const ImportedPart&) { return true; }), {});
-  PartUpload upload("import-" + file_key_for(file));
+  const UploadInterruption interruption;
+  std::optional<RestFile> rest;
+  if (!given.rest.empty()) {
+    rest.emplace(given.rest, output.json, "Records");
+    options.take_refused = [&](const JudgedItem& item, const std::vector<Finding>& findings) {
+      add_to_rest(*rest, item, findings);
+    };
+  }
+  PartUpload upload("import-" + file_key_for(file), rest ? &*rest : nullptr);
   const ImportReport report = import_file(options, [&](const ImportedPart& part) { return upload.take(part); });
+  if (rest) rest->finish();
   return report_of(ImportUse::uploaded, report, upload.totals());
 }
 
@@ -171,7 +201,7 @@ int import_files(const Given& given, const OutputOptions& output) {
   int status = kDone;
   for (const std::string& file : given.files) {
     const int one = import_one(given, file, output);
-    if (one == kFailed) return one;
+    if (one == kFailed || one == kStatusOfInterruption) return one;
     status = std::max(status, one);
   }
   return status;
@@ -212,16 +242,7 @@ void add_import_command(Menu& menu) {
   command.add_option("--language", given.language, "Of texts that stand in several")->type_name("CODE");
   command.add_option("--territory", given.territory, "Prices of this territory only")->type_name("CODE");
   command.add_option("--price-kind", given.price_kind, "Prices of this kind only")->type_name("NAME");
-  command
-      .add_choice(
-          "--decimal", {".", ","}, [&given = given](const std::string& sign) { given.decimal = sign; },
-          "The decimal sign of all numbers")
-      ->type_name("SIGN");
-  command
-      .add_choice(
-          "--dates", {"dmy", "mdy", "ymd"}, [&given = given](const std::string& order) { given.dates = order; },
-          "What stands first in a date: day, month or year")
-      ->type_name("ORDER");
+  add_judging_options(command, given.judging);
   command.add_option("--unit", given.units, "A unit of the file, and which of the store it is")
       ->type_name("CODE=UNIT")
       ->check(is_pair());
@@ -230,11 +251,10 @@ void add_import_command(Menu& menu) {
                   "A value for products that have none: UNITCODE, CURRENCY, FROM and TO (of prices), any field")
       ->type_name("FIELD=VALUE")
       ->check(is_pair());
-  command.add_flag("--cut", given.cut, "Cut texts that are too long, as --accept too-long does");
   command
-      .add_choices("--accept", reason_names(), given.accepted,
-                   "A reason that refuses no record: the value is left out, kept or mended")
-      ->type_name("REASON");
+      .add_option("--rest", given.rest,
+                  "Write products and prices that were refused or are left into this file, with their reasons")
+      ->type_name("FILE");
   command.add_option("--findings", given.findings, "Write all findings into this file, as comma-separated text")
       ->type_name("FILE");
 }

@@ -176,6 +176,7 @@ void print_json(const ImportOutcome& outcome) {
     json["refusals"] = std::move(refusals);
     json["remainingFiles"] = outcome.totals.remaining_files;
     json["stoppedBy"] = outcome.totals.stopped_by;
+    json["interrupted"] = outcome.totals.interrupted;
   }
   std::cout << gateway::line_of(json) << '\n';
 }
@@ -193,6 +194,7 @@ int told(const ImportOutcome& outcome, const OutputOptions& output) {
   else
     print(outcome);
   const UploadTotals& totals = outcome.totals;
+  if (totals.interrupted) return kStatusOfInterruption;
   if (!totals.stopped_by.empty() || outcome.report.read == 0) return kFailed;
   const bool all = outcome.report.refused + totals.products.refused + totals.products.left + totals.prices.refused +
                        totals.prices.left ==

@@ -31,6 +31,7 @@ struct UploadTotals {
   std::map<std::pair<std::string, std::string>, Refusal> refusals;  // by field and reason
   std::vector<std::string> remaining_files;
   std::string stopped_by;
+  bool interrupted = false;  // by Ctrl-C: that ended it
 
   void add(const UploadFinding& finding);
 };

@@ -9,6 +9,7 @@
 #include "tools/cli/menu.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
+#include "tools/cli/upload/judging_options.h"
 #include "values/text.h"
 
 namespace mercato::cli {
@@ -71,6 +72,7 @@ int list(const PricedProduct& given, const OutputOptions& output) {
 int set(const PriceLine& given, const OutputOptions& output) {
   require_product(given.id);
   const ComponentPtr products = create_root(kProgId);
+  require_certain(upload::kPriceDocument, Array{"PRICEEFFECTIVEDATE"}, Array{given.from});
   const Date from = date_of(given.from);
   Array fields{"CURRENCYCODE", "PRICE"};
   Array values{given.currency, given.price};
@@ -86,6 +88,7 @@ int set(const PriceLine& given, const OutputOptions& output) {
   add("FREIGHTCOST", given.freight);
   // The group that is looked for is an argument, the one that is written a field.
   add("GROUPBY", given.group);
+  require_certain(upload::kPriceDocument, fields, values);
 
   const std::string line = "the price line of product " + std::to_string(given.id) + " from " + from.text() +
                            " up to quantity " + quantity_text(given.to_quantity);
@@ -140,11 +143,12 @@ void add_price_commands(Menu& menu) {
     const auto [command, given] = group.add(
         "set", "Write a price line",
         "  mercato price set 1 --from 2025-01-01 --to-quantity 99 --currency EUR --price 4.20\n"
-        "  mercato price set 1 --from 7/1/2026 --until 12/31/2026 --to-quantity 999 --currency EUR --price 3.80 --tax "
+        "  mercato price set 1 --from 2026-07-01 --until 2026-12-31 --to-quantity 999 --currency EUR --price 3.80 "
+        "--tax "
         "19\n"
         "  mercato price set 1 --from 2025-01-01 --to-quantity 99 --currency EUR --price 4.00 --group KEY\n"
         "A line is known by product, date, quantity and group. With a group a line that is there is changed; without\n"
-        "one a line can be added only. Dates are 2026-07-01, 7/1/2026 (month first) or \"1 July 2026\".\n",
+        "one a line can be added only. Dates are 2026-07-01 or \"1 July 2026\".\n",
         set);
     command.add_option("ID", given.id, "The product's id")->required()->check(is_whole_number());
     command.add_option("--from", given.from, "The first day")->type_name("DATE")->check(is_date())->required();

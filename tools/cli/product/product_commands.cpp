@@ -10,6 +10,7 @@
 #include "tools/cli/product/property_values.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
+#include "tools/cli/upload/judging_options.h"
 #include "values/same_text.h"
 #include "values/text.h"
 
@@ -108,6 +109,7 @@ int insert(const NewProduct& given, const OutputOptions& output) {
     row.add(text::to_upper(pair.name), pair.value);
   }
   expect_no_assigned_field(kTable, row.fields);
+  require_certain(upload::kProductDocument, row.fields, row.values);
   const std::int32_t id =
       explaining([&](const RaisedError&) { return reasons_against_write(kTable, row.fields, row.values); },
                  [&] {
@@ -137,6 +139,7 @@ int update(const ProductPairs& given, const OutputOptions& output) {
     row.add(field, pair.value.empty() ? no_value_of(field) : Variant(pair.value));
   }
   expect_no_assigned_field(kTable, row.fields);
+  require_certain(upload::kProductDocument, row.fields, row.values);
   // Where category links follow the codes, an update without UNSPSCCODE counts as a cleared code and takes the product
   // out of its categories. So the present code is handed over.
   if (!row.has("UNSPSCCODE")) {

@@ -16,6 +16,10 @@ UploadFinding about(const std::string& part_number, std::string reason) {
   return {.part_number = part_number, .line = 0, .field = {}, .value = {}, .reason = std::move(reason)};
 }
 
+UploadFinding about_line(const std::string& part_number, const RecordPlace& place, const UploadField& told) {
+  return {part_number, place.number, told.field, told.value, told.reason, place.line, place.record};
+}
+
 }  // namespace
 
 UploadField told_of(const RaisedError& failure) {
@@ -44,24 +48,26 @@ PriceUpload::PriceUpload(UploadSource source)
     : UploadRuns(std::move(source), {upload::kPriceDocument, Rest::in_file, kAllRecords}) {}
 
 std::size_t PriceUpload::take_inventory(const xml::Document& document) {
-  std::unordered_map<std::string, std::size_t> numbers;
+  std::size_t next = 0;
   std::size_t reachable = 0;
   std::vector<xml::Node> faulty;
   for (const xml::Node& record : document.elements_by_tag_name(upload::kPriceDocument.record)) {
     ++report_.read;
+    const RecordPlace& place = places_[next++];
     const std::optional<std::string> key = record.attribute("buyfrompartnumber");
     if (!key) {
-      report_.unreachable.push_back(about({}, "It has no attribute buyfrompartnumber."));
+      UploadFinding& finding = report_.unreachable.emplace_back(about({}, "It has no attribute buyfrompartnumber."));
+      finding.file_line = place.line;
+      finding.record = place.record;
       continue;
     }
-    const std::size_t number = ++numbers[*key];
     if (const auto reason = upload::reason_not_judged(record)) {
-      refuse(report_, {*key, number, reason->field, reason->value, reason->reason});
+      refuse(report_, about_line(*key, place, *reason));
       faulty.push_back(record);
       continue;
     }
-    std::vector<std::size_t>& lines = lines_[*key];
-    lines.push_back(number);
+    std::vector<RecordPlace>& lines = lines_[*key];
+    lines.push_back(place);
     const std::string_view reason = upload::reason_not_found(upload::kPriceDocument, *key);
     if (reason.empty()) ++reachable;
     if (lines.size() > 1) continue;
@@ -77,7 +83,7 @@ std::size_t PriceUpload::take_inventory(const xml::Document& document) {
 
 void PriceUpload::call_library(const Document& document, const Array& part_numbers) {
   // A new object for each run: one that has once left records writes its file whatever it leaves.
-  const auto library = std::dynamic_pointer_cast<PriceXML>(create_root("Mercato.PriceXML"));
+  const auto library = std::dynamic_pointer_cast<PriceXML>(library_object("Mercato.PriceXML"));
   call(library, "GetCheckedPriceList", {kPriceDocumentWithoutFields, false});
   library->set_observer(this);
   std::vector<Variant> arguments = {source_.file_key + "/\\" + document.text_or_url, document.is_url, part_numbers};
@@ -85,21 +91,23 @@ void PriceUpload::call_library(const Document& document, const Array& part_numbe
 }
 
 void PriceUpload::on_price_line(const UploadPriceLine& line) {
-  const std::size_t number = lines_.at(line.part_number).at(line.number - 1);
+  const RecordPlace& place = lines_.at(line.part_number).at(line.number - 1);
   switch (line.outcome) {
     case PriceLineOutcome::added:
       ++unsettled_.inserted;
+      applied(place);
       break;
     case PriceLineOutcome::changed:
       ++unsettled_.updated;
+      applied(place);
       break;
     case PriceLineOutcome::left_out:
       ++unsettled_.refused;
       for (const UploadField& field : line.bad)
-        unsettled_.refusals.push_back({line.part_number, number, field.field, field.value, field.reason});
+        unsettled_.refusals.push_back(about_line(line.part_number, place, field));
       break;
     case PriceLineOutcome::failed:
-      failed_line_ = number;
+      failed_line_ = place;
       return;
   }
   done_with(line.part_number);
@@ -128,8 +136,7 @@ bool PriceUpload::goes_on_behind(const RaisedError& failure) {
   if (!goes_on_after(failure)) return false;
   const std::string& part_number = pending_[seen_];
   if (failed_line_) {
-    const UploadField told = told_of(failure);
-    refuse(unsettled_, {part_number, *failed_line_, told.field, told.value, told.reason});
+    refuse(unsettled_, about_line(part_number, *failed_line_, told_of(failure)));
     done_with(part_number);
   } else {
     unsettled_.unreachable.push_back(about(part_number, sentence(failure)));

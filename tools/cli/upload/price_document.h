@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "mercato/upload_observer.h"
+#include "tools/cli/upload/upload_interruption.h"
 #include "tools/cli/upload/upload_runs.h"
 
 namespace mercato::cli {
@@ -28,13 +29,14 @@ class PriceUpload : public UploadRuns, private PriceUploadObserver {
   void on_price_line(const UploadPriceLine& line) override;
   void on_part_number(const std::string& part_number, PartNumberOutcome outcome) override;
   bool goes_on_behind(const RaisedError& failure) override;
+  bool cancels() override { return UploadInterruption::is_wanted(); }
 
   std::size_t take_inventory(const xml::Document& document) override;
   void call_library(const Document& document, const Array& part_numbers) override;
 
-  // The lines of a part number that runs can reach, by their numbers in the document that was given.
-  std::unordered_map<std::string, std::vector<std::size_t>> lines_;
-  std::optional<std::size_t> failed_line_;  // the next question is about it
+  // The lines of a part number that runs can reach, by their places in the document that was given.
+  std::unordered_map<std::string, std::vector<RecordPlace>> lines_;
+  std::optional<RecordPlace> failed_line_;  // the next question is about it
 };
 
 }  // namespace mercato::cli

@@ -5,6 +5,7 @@
 #include <optional>
 #include <unordered_map>
 
+#include "exchange/document_judging.h"
 #include "frame/lib_error_handling.h"
 #include "mercato/collection.h"
 #include "mercato/dictionary.h"
@@ -12,6 +13,7 @@
 #include "mercato/settings.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
+#include "tools/cli/upload/judging_options.h"
 #include "tools/cli/upload/price_document.h"
 #include "upload/price_validation.h"
 #include "upload/upload_documents.h"
@@ -22,10 +24,14 @@ namespace prices_commands {
 struct PricePreview {
   std::string document;
   bool all = false;
+  JudgingChoices judging;
 };
 struct PriceDocument {
   std::string document;
   std::string file_key;
+  std::string rest;
+  bool atomic = false;
+  JudgingChoices judging;
 };
 
 struct CheckedLine {
@@ -45,16 +51,24 @@ struct CheckedLine {
 };
 
 // A line is judged in a document of its own: one that the library cannot read costs no other one its judgement.
-void judge(const ComponentPtr& prices, const xml::Node& record, CheckedLine& line) {
+void judge(const ComponentPtr& prices, exchange::DocumentJudge& values, const xml::Node& record, CheckedLine& line) {
   line.fault = upload::reason_not_judged(record);
   if (line.fault) return;
   if (!upload::has_content(record)) {
     line.fault = UploadField{{}, {}, "it has no fields"};
     return;
   }
+  exchange::JudgedRecord judged = values.judge(record);
+  if (judged.refused) {
+    for (const exchange::Finding& finding : judged.findings)
+      if (!finding.accepted)
+        line.errors.emplace_back(finding.field, finding.value + "  (line " + std::to_string(finding.place.line) + ": " +
+                                                    exchange::sentence_of(finding) + ")");
+    return;
+  }
   try {
-    const auto errors =
-        call(prices, "GetErrorsInPriceValues", {record.save_text(), false, line.part_number}).to<Dictionary>();
+    const std::string document = judged.rewritten ? judged.text : record.save_text();
+    const auto errors = call(prices, "GetErrorsInPriceValues", {document, false, line.part_number}).to<Dictionary>();
     errors->Item("PRICE 1").to<Dictionary>()->for_each([&](const Variant& field, const Variant& value) {
       line.errors.emplace_back(field.to_text(), value.to_text());
     });
@@ -74,8 +88,11 @@ std::string product_name_of(const ComponentPtr& prices, const xml::Node& record,
       .to_text();
 }
 
-std::vector<CheckedLine> check(const std::string& path) {
-  xml::Document document;
+std::vector<CheckedLine> check(const PricePreview& given) {
+  const std::string& path = given.document;
+  xml::Limits limits;
+  limits.keeps_lines = true;
+  xml::Document document(limits);
   if (!document.load(path)) raise(eUnableToLoadXML, {}, document.error());
   const xml::NodeList records = document.elements_by_tag_name(upload::kPriceDocument.record);
   if (records.empty())
@@ -83,6 +100,7 @@ std::vector<CheckedLine> check(const std::string& path) {
   const ComponentPtr prices = create_root("Mercato.PriceXML");
   call(prices, "GetCheckedPriceList", {kPriceDocumentWithoutFields, false});
 
+  exchange::DocumentJudge values(upload::kPriceDocument, judging_options(given.judging, false));
   std::vector<CheckedLine> lines;
   std::unordered_map<std::string, std::size_t> numbers;
   std::unordered_map<std::string, std::string> names;
@@ -95,11 +113,17 @@ std::vector<CheckedLine> check(const std::string& path) {
     }
     line.part_number = *key;
     line.number = ++numbers[*key];
-    judge(prices, record, line);
+    judge(prices, values, record, line);
     if (line.fault) continue;
     const auto [name, is_new] = names.try_emplace(*key);
     if (is_new) name->second = product_name_of(prices, record, *key);
     line.product_name = name->second;
+  }
+  for (const xml::Node& element : exchange::passed_over(document, upload::kPriceDocument)) {
+    const exchange::Finding finding = exchange::of_passed_over(element);
+    CheckedLine& line = lines.emplace_back();
+    line.part_number = finding.number;
+    line.fault = UploadField{finding.field, {}, exchange::sentence_of(finding)};
   }
   return lines;
 }
@@ -149,7 +173,7 @@ void add_rows(Table& table, const CheckedLine& line, bool all) {
 
 int preview_prices(const PricePreview& given, const OutputOptions& output) {
   using State = CheckedLine::State;
-  const std::vector<CheckedLine> lines = check(given.document);
+  const std::vector<CheckedLine> lines = check(given);
   std::map<State, std::size_t> counts = {{State::valid, 0}, {State::invalid, 0}, {State::without_product, 0}};
   Table table({"PART NUMBER", "LINE", "NAME", "FIELD", "VALUE"});
   for (const CheckedLine& line : lines) {
@@ -182,7 +206,10 @@ void print_json(const UploadReport& report) {
                               {"remainingFile", report.remaining_file},
                               {"refusals", to_json(report.refusals)},
                               {"left", to_json(report.unreachable)},
-                              {"stoppedBy", report.stopped_by}};
+                              {"stoppedBy", report.stopped_by},
+                              {"restFile", report.rest_file},
+                              {"atomic", report.atomic},
+                              {"interrupted", report.interrupted}};
   std::cout << gateway::line_of(json) << '\n';
 }
 
@@ -199,7 +226,11 @@ void print(const UploadReport& report) {
 int upload_prices(const PriceDocument& given, const OutputOptions& output) {
   PriceUpload price_upload({.document = given.document,
                             .file_key = given.file_key.empty() ? file_key_for(given.document) : given.file_key,
-                            .web_root = collaborators::settings()->web_root});
+                            .web_root = collaborators::settings()->web_root,
+                            .judging = judging_options(given.judging, false),
+                            .rest_file = given.rest,
+                            .rest_as_lines = output.json,
+                            .atomic = given.atomic});
   const UploadReport report = price_upload.run();
   if (output.json)
     print_json(report);
@@ -223,6 +254,7 @@ void add_prices_commands(Menu& menu) {
                   preview_prices);
     command.add_option("FILE", given.document, "ProductPrice document: a file or a URL")->required();
     command.add_flag("--all", given.all, "List the valid lines too");
+    add_judging_options(command, given.judging);
   }
   {
     const auto [command, given] = group.add(
@@ -234,6 +266,8 @@ void add_prices_commands(Menu& menu) {
         upload_prices);
     command.add_option("FILE", given.document, "ProductPrice document: a file or a URL")->required();
     command.add_option("--key", given.file_key, "What the remaining file's name ends in")->type_name("NAME");
+    add_loading_options(command, given.rest, given.atomic);
+    add_judging_options(command, given.judging);
   }
 }
 

@@ -3,6 +3,7 @@
 
 #include "mercato/settings.h"
 #include "tools/cli/commands.h"
+#include "tools/cli/upload/judging_options.h"
 #include "tools/cli/upload/product_document.h"
 
 namespace mercato::cli {
@@ -22,7 +23,10 @@ void print_json(const UploadReport& report) {
                               {"dropped", to_json(report.dropped)},
                               {"cut", to_json(report.cut)},
                               {"unreachable", to_json(report.unreachable)},
-                              {"stoppedBy", report.stopped_by}};
+                              {"stoppedBy", report.stopped_by},
+                              {"restFile", report.rest_file},
+                              {"atomic", report.atomic},
+                              {"interrupted", report.interrupted}};
   std::cout << gateway::line_of(json) << '\n';
 }
 
@@ -48,7 +52,11 @@ int upload(const UploadOptions& options, const OutputOptions& output) {
   ProductUpload product_upload(
       {{.document = options.document,
         .file_key = options.file_key.empty() ? file_key_for(options.document) : options.file_key,
-        .web_root = collaborators::settings()->web_root},
+        .web_root = collaborators::settings()->web_root,
+        .judging = judging_options(options.judging, options.write_on_errors),
+        .rest_file = options.rest,
+        .rest_as_lines = output.json,
+        .atomic = options.atomic},
        options.write_on_errors,
        options.update_only});
   const UploadReport report = product_upload.run();

@@ -26,6 +26,7 @@ gateway::Json to_json(const std::vector<UploadFinding>& findings) {
   for (const UploadFinding& finding : findings) {
     gateway::Json one = {{"partNumber", finding.part_number}};
     if (finding.line > 0) one["line"] = finding.line;
+    if (finding.file_line > 0) one["fileLine"] = finding.file_line;
     one["field"] = finding.field;
     one["value"] = finding.value;
     one["reason"] = finding.reason;
@@ -37,13 +38,18 @@ gateway::Json to_json(const std::vector<UploadFinding>& findings) {
 void print_findings(const char* heading, const std::vector<UploadFinding>& findings) {
   if (findings.empty()) return;
   const bool with_lines = std::ranges::any_of(findings, [](const UploadFinding& one) { return one.line > 0; });
+  const auto number_text = [](std::size_t number) { return number > 0 ? std::to_string(number) : std::string(); };
+  const bool with_file_lines =
+      std::ranges::any_of(findings, [](const UploadFinding& one) { return one.file_line > 0; });
   std::vector<std::string> headings = {"PART NUMBER", "FIELD", "VALUE", "REASON"};
   if (with_lines) headings.insert(headings.begin() + 1, "LINE");
+  if (with_file_lines) headings.insert(headings.begin(), "FILE LINE");
   Table table(std::move(headings));
   for (const UploadFinding& finding : findings) {
     std::vector<std::string> row = {shown(finding.part_number), shown(finding.field), shown(finding.value, 30),
                                     shown(finding.reason, 200)};
-    if (with_lines) row.insert(row.begin() + 1, finding.line > 0 ? std::to_string(finding.line) : "");
+    if (with_lines) row.insert(row.begin() + 1, number_text(finding.line));
+    if (with_file_lines) row.insert(row.begin(), number_text(finding.file_line));
     table.add(std::move(row));
   }
   std::cout << heading << '\n';
@@ -64,14 +70,21 @@ void print_count(const char* label, std::size_t number, const std::string& meani
 void print_rest(const UploadReport& report) {
   print_count("remaining", report.remaining,
               report.remaining_file.empty() ? "  no remaining file" : "  in " + report.remaining_file);
+  if (!report.rest_file.empty())
+    print_count("rest", report.refused + report.remaining,
+                "  refused or remaining, with their reasons, in " + report.rest_file);
+  if (report.atomic && report.refused + report.remaining > 0)
+    std::cout << bad("Nothing was written: all of the document or nothing was asked for.") << '\n';
   if (report.read == 0) std::cout << bad("The document has no record of this kind.") << '\n';
   if (!report.stopped_by.empty())
     std::cout << bad("The upload was ended early: ") << shown(report.stopped_by, 500) << '\n';
 }
 
 int status_of(const UploadReport& report) {
+  if (report.interrupted) return kStatusOfInterruption;
   if (!report.stopped_by.empty() || report.read == 0) return kFailed;
-  return report.refused + report.remaining > 0 ? kDoneInPart : kDone;
+  if (report.refused + report.remaining == 0) return kDone;
+  return report.atomic ? kFailed : kDoneInPart;
 }
 
 }  // namespace mercato::cli

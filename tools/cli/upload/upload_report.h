@@ -10,12 +10,17 @@
 
 namespace mercato::cli {
 
+// No record of the document: of all those of its part number.
+inline constexpr std::size_t kNoRecord = static_cast<std::size_t>(-1);
+
 struct UploadFinding {
   std::string part_number;
   std::size_t line = 0;  // of the price lines of its part number, from 1; 0 when it concerns no line
   std::string field;     // empty when it concerns the whole record
   std::string value;
   std::string reason;
+  std::size_t file_line = 0;       // of the document, from 1; 0 for none
+  std::size_t record = kNoRecord;  // its place in the document, from 0
 };
 
 struct UploadReport {
@@ -30,7 +35,10 @@ struct UploadReport {
   std::vector<UploadFinding> cut;
   std::vector<UploadFinding> unreachable;  // records that remain because no run can reach or apply them
   std::string remaining_file;              // empty when nothing remains, or no file could be written
-  std::string stopped_by;  // what ended the upload early or lost its remaining file; empty when nothing did
+  std::string rest_file;                   // empty when none was asked for
+  std::string stopped_by;    // what ended the upload early or lost its remaining file; empty when nothing did
+  bool interrupted = false;  // by Ctrl-C: that ended it
+  bool atomic = false;       // all of the document or nothing: with a record that is refused or remains nothing stands
 
   std::size_t applied() const { return inserted + updated; }
 };
@@ -48,6 +56,7 @@ void print_count(const char* label, std::size_t number, const std::string& meani
 // What remains, and what ended the upload early.
 void print_rest(const UploadReport& report);
 
+inline constexpr int kStatusOfInterruption = 130;
 // The exit status.
 int status_of(const UploadReport& report);
 

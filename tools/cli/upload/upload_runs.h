@@ -8,22 +8,34 @@
 // is not the record's own (the store is gone, a limit has passed), and one more than `most_failures`, end the upload;
 // what was not reached remains. A store that fails may take the latest writes along: every kCheckpoint records the
 // upload makes sure of them, and what came after that remains too. A store whose file is gone, or another one now, has
-// taken everything along: then all of the document remains.
+// taken everything along: then all of the document remains. Ctrl-C ends the upload after the record at hand; what was
+// not reached remains.
+//
+// Before the library sees a record, its values are judged where the source says so: one with a value that is not certain
+// is refused. With `atomic` the whole upload is one transaction, which is committed when every record was applied, else
+// rolled back.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
+#include "exchange/judging.h"
+#include "mercato/component.h"
 #include "mercato/raised_error.h"
 #include "mercato/variant.h"
+#include "platform/store/unit_of_work.h"
 #include "platform/xml/document.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/cli/upload/upload_report.h"
 #include "upload/upload_documents.h"
 
 namespace mercato::cli {
+
+class RestFile;
 
 inline constexpr std::size_t kMostFailures = 1000;
 inline constexpr std::size_t kCheckpoint = 100;
@@ -33,6 +45,19 @@ struct UploadSource {
   std::string file_key;
   std::string web_root;
   std::size_t most_failures = kMostFailures;
+  std::optional<exchange::JudgingOptions> judging = {};  // nothing: the library alone judges
+  std::string rest_file = {};                            // empty: none is written
+  bool rest_as_lines = false;                            // of JSON, not a document
+  RestFile* rest = nullptr;                              // of several documents, in place of a file of its own
+  const std::vector<std::size_t>* lines = nullptr;       // of the records, in the file that the document was made of
+  bool atomic = false;
+};
+
+// Where a record stands in the document that was given.
+struct RecordPlace {
+  std::size_t record = 0;  // from 0
+  std::size_t line = 0;    // from 1
+  std::size_t number = 0;  // among the records of its part number, from 1
 };
 
 class UploadRuns {
@@ -64,6 +89,7 @@ class UploadRuns {
   ~UploadRuns() = default;
 
   // Fills `report_` with what is known beforehand, and `pending_`; answers how many records a run may reach.
+  // `places_` says of each record of the document where it stood in the one that was given.
   virtual std::size_t take_inventory(const xml::Document& document) = 0;
   // One call of the library. Tells of each record with `done_with`, of each part number by counting `seen_`.
   virtual void call_library(const Document& document, const Array& part_numbers) = 0;
@@ -73,17 +99,33 @@ class UploadRuns {
   // A record has failed: whether the run goes on behind it.
   bool goes_on_after(const RaisedError& failure);
   static void refuse(UploadReport& report, UploadFinding finding);
+  // A record was applied.
+  void applied(const RecordPlace& place) { unsettled_applied_.push_back(place.record); }
+  // A new object of the library's: one without a context works in the transaction of an atomic upload.
+  ComponentPtr library_object(const char* prog_id) const;
 
   const UploadSource source_;
   UploadReport report_;
   UploadReport unsettled_;  // what became of records that the store could still lose
   Document document_;       // what the next run reads
-  PartNumbers pending_;     // part numbers that no run has dealt with, in document order
-  PartNumbers gone_;        // of records that are dealt with and still stand in the document
-  std::size_t seen_ = 0;    // part numbers that the run is done with
+  std::vector<RecordPlace> places_;
+  std::unordered_set<std::size_t> left_out_of_;  // places of records without some of their fields
+  PartNumbers pending_;                          // part numbers that no run has dealt with, in document order
+  PartNumbers gone_;                             // of records that are dealt with and still stand in the document
+  std::size_t seen_ = 0;                         // part numbers that the run is done with
   Progress* progress_ = nullptr;
 
  private:
+  // Numbers the records, and takes those out that are refused for their values.
+  void judge_values(xml::Document& document);
+  void refuse_for_values(const std::string& part_number, const RecordPlace& place,
+                         const std::vector<exchange::Finding>& findings);
+  // Without a record that was refused or remains the transaction of an atomic upload is committed.
+  void end_transaction();
+  void write_rest() const;
+  void add_rest(RestFile& rest) const;
+  // The line of the file that the document was made of, or is.
+  std::size_t line_of(const xml::Node& element, std::size_t record) const;
   void run_all();
   // One call of the library for the first `count` pending part numbers. The failure that ended it, if any.
   std::optional<RaisedError> run_once(std::size_t count);
@@ -97,6 +139,11 @@ class UploadRuns {
   std::string remaining_path() const;
 
   const Kind kind_;
+  Document given_;                              // what the upload was given
+  std::vector<std::size_t> applied_;            // the places of records
+  std::vector<std::size_t> unsettled_applied_;  // likewise, that the store could still lose
+  std::unique_ptr<store::UnitOfWork> transaction_;
+  std::unique_ptr<store::UnitOfWork::Current> current_;
   bool file_is_current_ = false;  // the last run has written, or deleted, the remaining file
   std::size_t settled_seen_ = 0;  // what the store cannot lose any more
   std::size_t settled_gone_ = 0;
