@@ -347,6 +347,7 @@ int main(int count, char** texts) try {
   add_folder_commands(menu);
   add_shopout_commands(menu);
   add_unit_commands(menu);
+  add_reference_commands(menu);
   add_catalog_commands(menu);
   add_rights_commands(menu);
   add_unspsc_commands(menu);
@@ -355,6 +356,7 @@ int main(int count, char** texts) try {
   add_serve_command(menu);
   add_token_commands(menu);
 #endif
+  add_schema_command(menu);
   try {
     for (int number = 1; number < count; ++number)
       if (!mercato::text::is_valid(texts[number]))
