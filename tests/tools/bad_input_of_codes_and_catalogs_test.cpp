@@ -96,6 +96,9 @@ TEST_F(BadInputOfCodesAndCatalogs, FileOfNodes) {
   write_whole(file("header.csv"), "id,parent,name\n");
   set_length("large.csv", (std::uintmax_t{64} << 20) + 1);
   write_whole(file("wide.csv"), "id,parent,name" + std::string(4'000'000, ',') + "\n");
+  std::string rows = "id,parent,name\n";
+  for (int row = 1; row <= 1'333'333; ++row) rows += "1,,a\n";
+  write_whole(file("long.csv"), rows);
   const std::pair<const char*, const char*> table[] = {
       {"missing.csv", "Cannot read the file \"missing.csv\": No such file or directory."},
       {".", "Cannot read the file \".\": Is a directory."},
@@ -103,7 +106,8 @@ TEST_F(BadInputOfCodesAndCatalogs, FileOfNodes) {
       {"header.csv", "The file has no nodes below its first line."},
       // 1 GiB of either took 3 GB.
       {"large.csv", "Cannot read the file \"large.csv\": it has more than 67108864 bytes."},
-      {"wide.csv", "Line 1: the file has more than 4000000 fields; load it in parts."},
+      {"wide.csv", "Line 1 has more than 16384 columns, which no table has: the separator may be another one."},
+      {"long.csv", "Line 1333334: the file has more than 4000000 fields; load it in parts."},
   };
   for (const auto& [name, line] : table) expect_line({"catalog", "load", name, "--name", "New"}, line);
 }

@@ -350,7 +350,7 @@ TEST_F(CatalogCommands, FileThatIsNoTableIsNotLoaded) {
       {"", "The file is empty."},
       {"\n\n", "The file is empty."},
       {"id,parent,name\n", "The file has no nodes below its first line."},
-      {"id;parent;name\na;;A\n",
+      {"key;above;label\na;;A\n",
        "The first line of the file has no column for the id of a node; name it with --id-column, or put commas between "
        "the columns if it has others."},
       {"id,name\na,A\n",
@@ -363,12 +363,9 @@ TEST_F(CatalogCommands, FileThatIsNoTableIsNotLoaded) {
        "Line 3: 2 fields instead of 3 as in the header; put a field that has a comma in quotes."},
       {"id,parent,name\na,,B, C\n",
        "Line 2: 4 fields instead of 3 as in the header; put a field that has a comma in quotes."},
-      {"id,parent,name\na,,\"A\nb,a,B\n", "Line 2: a quote that is opened here is never closed."},
+      {"id,parent,name\na,,\"A\nb,a,B\n", "The quote that opens on line 2 is never closed."},
       {"id,parent,name\na,,\"A\" x\n",
-       "Line 2: text follows a closing quote; put a comma between two fields and double a quote inside of one."},
-      {"id,parent,name\na,,12\" pipe\n",
-       "Line 2: a quote stands inside a field; put the whole field in quotes and double those inside."},
-      {"id,parent,name\na,,\"x\ny\"\nb,,B\xFC\x72o\n", "Line 4: this is not UTF-8; save the file in that encoding."},
+       "Line 2: There is text behind the closing quote of cell 3; double a quote that belongs to the text."},
   };
   for (const auto& [text, words] : cases) {
     write_file("bad.csv", text);
@@ -377,6 +374,14 @@ TEST_F(CatalogCommands, FileThatIsNoTableIsNotLoaded) {
   const ToolRun nowhere = run({"catalog", "load", "nowhere.csv", "--name", "Bad"});
   EXPECT_EQ(nowhere.status, 1);
   EXPECT_NE(nowhere.err.find("nowhere.csv"), std::string::npos) << nowhere.err;
+}
+
+TEST_F(CatalogCommands, FileMayHaveTheSeparatorAndTheEncodingOfAnyProgram) {
+  write_file("nodes.csv", "id;parent;name\n1;;B\xFC\x72o\n2;1;12\" pipe\n3;1;\"x;\ny\"\n");
+  expect_done({"catalog", "load", "nodes.csv", "--name", "New"}, "catalogue 3 created with 3 nodes, 1 root.\n");
+  EXPECT_EQ(rows("SELECT NODENAME FROM CATALOGNODE WHERE CATALOGID = 3 AND NODENAME LIKE 'B%' OR NODENAME LIKE '12%' "
+                 "ORDER BY NODENAME;\n"),
+            "NODENAME\n12\" pipe\nBüro\n");
 }
 
 TEST_F(CatalogCommands, FileIsLoadedWholeOrNotAtAll) {

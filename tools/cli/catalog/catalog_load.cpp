@@ -6,17 +6,20 @@
 
 #include "catalog/catalog_lists.h"
 #include "catalog/node_loading.h"
+#include "exchange/formats/whole_table.h"
 #include "platform/files/files.h"
 #include "tools/cli/catalog/catalog_commands.h"
 #include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
-#include "tools/cli/terminal/csv.h"
 #include "tools/cli/terminal/listing.h"
 #include "values/same_text.h"
 #include "values/text.h"
 
 namespace mercato::cli {
 namespace {
+
+using exchange::TableRow;
+using exchange::whole_table;
 
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 constexpr std::size_t kMostReasons = 20;
@@ -62,11 +65,11 @@ struct Columns {
 };
 
 // The column with the header that was asked for, else with one of the usual ones, in any case.
-std::size_t column(const CsvRow& header, const std::string& wanted, std::initializer_list<std::string_view> usual) {
+std::size_t column(const TableRow& header, const std::string& wanted, std::initializer_list<std::string_view> usual) {
   const auto position_of = [&](std::string_view name) {
     const auto found = std::ranges::find_if(
-        header.fields, [&](const std::string& field) { return text::equal_names(text::trim(field), name); });
-    return found == header.fields.end() ? kNone : static_cast<std::size_t>(found - header.fields.begin());
+        header.cells, [&](const std::string& field) { return text::equal_names(text::trim(field), name); });
+    return found == header.cells.end() ? kNone : static_cast<std::size_t>(found - header.cells.begin());
   };
   if (!wanted.empty()) {
     const std::size_t position = position_of(wanted);
@@ -79,7 +82,7 @@ std::size_t column(const CsvRow& header, const std::string& wanted, std::initial
   return kNone;
 }
 
-Columns find_columns(const CsvRow& header, const LoadedCatalog& given) {
+Columns find_columns(const TableRow& header, const LoadedCatalog& given) {
   const Columns columns = {
       column(header, given.id_column, {"id", "nodeid", "node_id"}),
       column(header, given.parent_column, {"parent", "parent_id", "parentid", "parentnodeid", "parent_node_id"}),
@@ -102,11 +105,11 @@ Columns find_columns(const CsvRow& header, const LoadedCatalog& given) {
 
 // Checks. Each adds its faults, by line.
 
-FileNodes read_nodes(const std::vector<CsvRow>& rows, const Columns& columns) {
+FileNodes read_nodes(const std::vector<TableRow>& rows, const Columns& columns) {
   FileNodes file;
   for (auto row = rows.begin() + 1; row != rows.end(); ++row) {
     const auto field = [&](std::size_t position) {
-      return position == kNone ? std::string() : std::string(text::trim(row->fields[position]));
+      return position == kNone ? std::string() : std::string(text::trim(row->cells[position]));
     };
     file.lines.push_back({row->line, field(columns.id), field(columns.parent), field(columns.category)});
     file.nodes.push_back({field(columns.name), std::nullopt, std::nullopt});
@@ -190,7 +193,7 @@ void tie_to_categories(FileNodes& file, Faults& faults) {
 }  // namespace
 
 int load_catalog(const LoadedCatalog& given, const OutputOptions& output) {
-  const std::vector<CsvRow> rows = read_csv(files::read_file(given.file, kMostBytes));
+  const std::vector<TableRow> rows = whole_table(files::read_file(given.file, kMostBytes));
   if (rows.empty()) raise(error_number::kInvalidArgument, {}, "The file is empty");
   FileNodes file = read_nodes(rows, find_columns(rows.front(), given));
   if (file.nodes.empty()) raise(error_number::kInvalidArgument, {}, "The file has no nodes below its first line");

@@ -2,6 +2,7 @@
 // mercato reference: what products and people refer to, made from the definitions of the tables.
 #include <algorithm>
 
+#include "exchange/formats/whole_table.h"
 #include "keeping/reference_keeping.h"
 #include "mercato/raised_error.h"
 #include "platform/files/files.h"
@@ -9,7 +10,6 @@
 #include "tools/cli/menu.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/confirmation.h"
-#include "tools/cli/terminal/csv.h"
 #include "tools/cli/terminal/listing.h"
 #include "values/text.h"
 
@@ -134,15 +134,15 @@ int set(const Setting& given, const OutputOptions& output) {
 int load(const Loading& given, const OutputOptions& output) {
   const ReferenceTable& table = keeping::reference_table(given.table);
   constexpr std::size_t kMostBytes = std::size_t{64} << 20;
-  const std::vector<CsvRow> read = read_csv(files::read_file(given.file, kMostBytes));
+  const std::vector<exchange::TableRow> read = exchange::whole_table(files::read_file(given.file, kMostBytes));
   if (read.size() < 2)
     raise(error_number::kInvalidArgument, {}, "The file has no rows below its first line, which names the columns");
   std::vector<GivenRow> rows;
   for (auto line = read.begin() + 1; line != read.end(); ++line) {
     GivenRow& row = rows.emplace_back();
-    row.line = line->line;
-    for (std::size_t place = 0; place < line->fields.size(); ++place)
-      row.values.emplace_back(std::string(text::trim(read.front().fields[place])), line->fields[place]);
+    row.line = static_cast<std::size_t>(line->line);
+    for (std::size_t place = 0; place < line->cells.size(); ++place)
+      row.values.emplace_back(std::string(text::trim(read.front().cells[place])), line->cells[place]);
   }
   return told(keeping::put_reference_rows(connection_string(), table, rows, given.dry_run), table, given.dry_run,
               given.file, output);
