@@ -10,8 +10,8 @@ const [program, folder] = process.argv.slice(2).map((path) => resolve(path));
 mkdirSync(folder, { recursive: true });
 
 const views = {
-  find: ['#/find?query=paper', async () => undefined],
-  product: ['#/product/1', async () => undefined],
+  find: ['#/find?query=paper', (page) => page.waitForSelector('.rows')],
+  product: ['#/product/1', (page) => page.waitForSelector('.themes')],
   catalogue: ['#/catalogue/1?user=CHLOE.MERCIER', async (page) => {
     await page.locator('.branch .twig').first().click();
     await page.waitForSelector('.branch[aria-level="2"]');
@@ -22,7 +22,7 @@ const views = {
     await page.locator('.hits button').first().click();
     await page.waitForSelector('.branch[aria-level="2"]');
   }],
-  prices: ['#/prices?product=1&quantity=60', async () => undefined],
+  prices: ['#/prices?product=1&quantity=60', (page) => page.waitForSelector('.answer .large')],
   upload: ['#/upload', async (page) => {
     await page.setInputFiles('input[type=file]', join(samples, 'products.xml'));
     await page.click('.choice .main');
@@ -48,7 +48,7 @@ try {
       await page.goto(host.address + hash);
       await page.waitForLoadState('networkidle');
       await prepare(page);
-      await page.screenshot({ path: join(folder, `${name}-${form}.png`) });
+      await page.screenshot({ path: join(folder, `${name}-${form}.png`), fullPage: name === 'product' && form === 'wide' });
     }
   }
 } finally {

@@ -117,7 +117,8 @@ export class ClassificationView extends View {
     const path = Array.from({ length: code.length / 2 }, (_, i) => code.slice(0, 2 * i + 2));
     const tree = this.querySelector<BranchTree<CodeBranch>>('branch-tree');
     await tree?.reach(path);
-    tree?.querySelector<HTMLElement>('[role=tree]')?.focus();
+    tree?.querySelector<HTMLElement>('[role=tree]')?.focus({ preventScroll: true });
+    tree?.querySelector('.branch.active')?.scrollIntoView({ block: 'nearest' });
   }
 
   private groupList(): TemplateResult | typeof nothing {

@@ -2,13 +2,12 @@
 // What a product costs on a day, for a quantity, in a currency, and by which line.
 import { html, nothing, type TemplateResult } from 'lit';
 import { customElement, state } from 'lit/decorators.js';
-import { date, money, none, number, today } from '../format.js';
+import { asDate, date, money, none, number, today } from '../format.js';
 import { get } from '../host/requests.js';
 import type { FoundProduct, HoldingPrice, Page, Product } from '../host/records.js';
 import { priceTable } from '../parts/price-table.js';
 import { stepChart } from '../parts/step-chart.js';
 import { View, refusal } from '../parts/view.js';
-import { asDate } from '../format.js';
 import { address, go, stay } from '../place.js';
 import { byQuantity } from '../prices.js';
 
@@ -70,7 +69,7 @@ export class PricesView extends View {
   override render(): TemplateResult {
     return html`
       <h1>Prices</h1>
-      ${this.search()} ${refusal(this.failure)} ${this.product ? this.ofProduct(this.product) : this.begin()}
+      ${this.search()} ${refusal(this.failure)} ${this.product ? this.ofProduct(this.product) : this.place.query.get('product') ? nothing : this.begin()}
     `;
   }
 
