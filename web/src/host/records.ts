@@ -101,7 +101,7 @@ export interface Unit {
 }
 
 export interface Upload {
-  id: string;
+  id: number | string;
   kind: 'products' | 'prices' | 'unspsc';
   mode: 'preview' | 'upload';
   state: 'waiting' | 'running' | 'done' | 'failed' | 'cancelled';

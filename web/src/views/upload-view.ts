@@ -2,7 +2,7 @@
 // Documents: chosen or dropped, looked at without a change, uploaded, followed, ended, and what became of earlier ones.
 import { html, nothing, type TemplateResult } from 'lit';
 import { customElement, state } from 'lit/decorators.js';
-import { count, none, number, seconds, time } from '../format.js';
+import { count, localTime, none, number, seconds, universal } from '../format.js';
 import { ask, get, Failure } from '../host/requests.js';
 import type { Finding, List, Page, Upload } from '../host/records.js';
 import { View, refusal } from '../parts/view.js';
@@ -57,7 +57,7 @@ export class UploadView extends View {
       if (!signal.aborted) this.history = items;
       return;
     }
-    if (this.upload?.id !== this.key) this.upload = undefined;
+    if (String(this.upload?.id) !== this.key) this.upload = undefined;
     this.findings = [];
     this.next = null;
     await this.look(signal);
@@ -133,7 +133,7 @@ export class UploadView extends View {
         <tbody>
           ${uploads.map(
             (one) => html`<tr>
-              <td><a href=${address(['upload', one.id])}>${one.started ? time(one.started) : 'not yet'}</a></td>
+              <td><a href=${address(['upload', one.id])}>${one.started ? localTime(one.started) : 'not yet'}</a></td>
               <td>${titleOf(one)}</td>
               <td>${stateMark(one)}</td>
               <td class="figure">${number(one.read)}</td>
@@ -149,13 +149,13 @@ export class UploadView extends View {
 
   private report(upload: Upload): TemplateResult {
     const going = isGoing(upload);
-    const known = this.file && this.fileOf === upload.id;
+    const known = this.file && this.fileOf === String(upload.id);
     return html`
       <div class="title">
         <div>
           <p class="muted"><a href=${address(['upload'])}>Uploads</a></p>
           <h1>${titleOf(upload)}</h1>
-          <p class="muted">${stateMark(upload)} ${upload.started ? `began ${time(upload.started)}` : ''}${upload.ended ? `, ended ${time(upload.ended)}` : ''}</p>
+          <p class="muted">${stateMark(upload)} ${upload.started ? `began ${localTime(upload.started)}` : ''}${upload.ended ? `, ended ${localTime(upload.ended)}` : ''}</p>
         </div>
         ${this.mayChange && going ? html`<button @click=${this.cancel}>${upload.mode === 'preview' ? 'End the preview' : 'Cancel: what is written stays'}</button>` : nothing}
         ${this.mayChange && !going && upload.mode === 'preview' && known
@@ -166,7 +166,7 @@ export class UploadView extends View {
       </div>
       ${refusal(this.refused)} ${refusal(this.failure)} ${going ? this.progress(upload) : nothing} ${this.counts(upload)}
       ${!going && upload.mode === 'upload'
-        ? html`<p><a href="api/v1/uploads/${encodeURIComponent(upload.id)}/remaining" download>What was not written, as a document</a></p>`
+        ? html`<p><a href="api/v1/uploads/${encodeURIComponent(String(upload.id))}/remaining" download>What was not written, as a document</a></p>`
         : nothing}
       ${!going && upload.mode === 'preview' && !known
         ? html`<p class="muted">To upload the document, choose it again under <a href=${address(['upload'])}>Upload</a>: the page does not keep it.</p>`
@@ -253,7 +253,7 @@ export class UploadView extends View {
     this.events?.close();
     const events = (this.events = new EventSource(`api/v1/uploads/${encodeURIComponent(id)}/events`));
     events.addEventListener('progress', (event) => {
-      if (this.upload?.id === id) this.upload = { ...this.upload, ...(JSON.parse(event.data) as Partial<Upload>) };
+      if (this.upload && String(this.upload.id) === id) this.upload = { ...this.upload, ...(JSON.parse(event.data) as Partial<Upload>) };
     });
     const ended = () => {
       events.close();
@@ -279,8 +279,8 @@ export class UploadView extends View {
     this.refused = undefined;
     try {
       const query = { kind, mode, onErrors: this.onErrors, name: this.file.name };
-      const { id } = await ask<{ id: string }>('POST', 'api/v1/uploads', { query, body: this.file });
-      this.fileOf = id;
+      const { id } = await ask<Upload>('POST', 'api/v1/uploads', { query, body: this.file });
+      this.fileOf = String(id);
       go(address(['upload', id]));
     } catch (failed) {
       this.refused = failed;
@@ -330,6 +330,6 @@ function stateMark({ state }: Upload): TemplateResult {
 
 function timeLeft({ started, done, total }: Upload): string {
   if (!started || !total || !done) return '';
-  const gone = (Date.now() - new Date(started).getTime()) / 1000;
+  const gone = (Date.now() - universal(started).getTime()) / 1000;
   return gone > 1 && done < total ? seconds((gone / done) * (total - done)) : '';
 }
