@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// The host itself, on a store of its own with the sample data.
+// The host itself, on a store of its own with the sample data: a file, or a database of the server that MERCATO_TEST_SERVER names
+// (tests/support/postgres_cluster).
 import { execFileSync, spawn } from 'node:child_process';
 import { mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
-import { dirname, join } from 'node:path';
+import { basename, dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 
 export const samples = join(dirname(fileURLToPath(import.meta.url)), '../../samples');
@@ -12,6 +13,7 @@ export class RealHost {
   constructor(program) {
     this.program = program;
     this.folder = mkdtempSync(join(tmpdir(), 'console-'));
+    this.store = storeFor(this.folder);
     this.#run('init');
     this.#run('execute', join(samples, 'reference.sql'));
     this.#run('upload', join(samples, 'products.xml'), '--on-errors', 'write');
@@ -22,7 +24,7 @@ export class RealHost {
 
   // The address has the token when the host has no token file.
   async listen(port = 0, ...options) {
-    this.process = spawn(this.program, ['--store', join(this.folder, 'store.db'), 'serve', '--listen', `127.0.0.1:${port}`, ...options], {
+    this.process = spawn(this.program, ['--store', this.store, 'serve', '--listen', `127.0.0.1:${port}`, ...options], {
       cwd: this.folder,
       stdio: ['ignore', 'pipe', 'ignore'],
     });
@@ -60,10 +62,19 @@ export class RealHost {
 
   #run(...command) {
     try {
-      return execFileSync(this.program, ['--store', join(this.folder, 'store.db'), ...command], { cwd: this.folder, encoding: 'utf8', stdio: 'pipe' });
+      return execFileSync(this.program, ['--store', this.store, ...command], { cwd: this.folder, encoding: 'utf8', stdio: 'pipe' });
     } catch (failed) {
       if (failed.status === 3) return failed.stdout; // done in part: the samples have records with faults
       throw failed;
     }
   }
+}
+
+function storeFor(folder) {
+  const server = process.env.MERCATO_TEST_SERVER;
+  if (!server) return join(folder, 'store.db');
+  const database = basename(folder).toLowerCase().replace('-', '_');
+  const [, socket] = /Server=([^;]+)/.exec(server);
+  execFileSync('psql', [`--host=${socket}`, '--username=mercato', '--quiet', `--command=CREATE DATABASE ${database} ENCODING 'UTF8' TEMPLATE template0`, 'postgres']);
+  return `${server};Database=${database}`;
 }
