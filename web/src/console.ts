@@ -142,7 +142,7 @@ export class Console extends Part {
     return html`<header>
       <a class="brand" href=${address(['find'])}>Mercato</a>
       <nav aria-label="Views">
-        ${views.map(
+        ${views.filter(([name]) => name !== 'upload' || session.role !== 'reader').map(
           ([name, title]) =>
             html`<a href=${address([name])} aria-current=${name === here ? 'page' : nothing}>${title}</a>`,
         )}

@@ -45,15 +45,6 @@ export function time(text: string | null | undefined): string {
   return Number.isNaN(value.getTime()) ? text : moment.format(value);
 }
 
-// Uploads are timed by the host, whose clock is universal.
-export function universal(text: string): Date {
-  return new Date(/Z|[+-]\d\d:\d\d$/.test(text) ? text : `${text}Z`);
-}
-
-export function localTime(text: string | null | undefined): string {
-  return text ? moment.format(universal(text)) : none;
-}
-
 export function today(): string {
   const now = new Date();
   const two = (n: number) => String(n).padStart(2, '0');

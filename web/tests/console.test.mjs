@@ -243,12 +243,16 @@ test('ADocumentIsPreviewedUploadedFollowedAndCancelled', async () => {
   await page.waitForSelector('.bars');
   assert.match(await text('.bars'), /UNITCODE\s+5 findings/);
   assert.equal(await page.locator('table.list tbody tr').count(), 10);
-  assert.equal(host.uploads.length, 1);
+  assert.match(await text('.counts'), /would be inserted\s+30/);
   host.step = 400;
   await page.click('text=Upload: bad records are left out');
   await page.waitForFunction(() => document.querySelector('h1').textContent === 'Products, upload: products.xml');
   await page.click('text=Cancel: what is written stays');
   await page.waitForSelector('.mark.cancelled');
+  assert.match(await text('.counts'), /refused/);
+  Object.assign(host.uploads[1].counts, { refused: 1, left: 5 });
+  await page.reload();
+  await page.waitForSelector('a[download]');
   assert.equal(await page.getAttribute('a[download]', 'href'), 'api/v1/uploads/2/remaining');
   await page.click('text=Uploads');
   await page.waitForSelector('table.list');
@@ -323,7 +327,7 @@ const views = ['#/find', '#/find?query=x-', '#/product/1', '#/product/20', '#/ca
   '#/classification/groups', '#/classification/units', '#/prices?product=1', '#/upload', '#/upload/1', '#/nowhere'];
 
 test('NothingFromDataIsMarkupScriptOrAddress', async () => {
-  host.uploads.push({ id: '1', kind: 'products', mode: 'preview', name: hostile[0], state: 'done', read: 9, done: 9, total: 9, started: null, ended: null, findings: 18, counts: {} });
+  host.uploads.push({ id: '1', kind: 'products', mode: 'preview', name: hostile[0], state: 'done', read: 9, done: 9, total: 9, started: null, ended: null, findings: 18, stoppedBy: hostile[2], counts: { inserted: 0, updated: 0, refused: 9, left: 0 } });
   for (let id = 2; id <= hostile.length; ++id) views.push(`#/product/${id}`);
   for (const hash of views) {
     await open(hash);
@@ -345,7 +349,7 @@ for (const colorScheme of ['light', 'dark'])
     test(`AxeFindsNothingAndNothingIsTooWide in ${colorScheme}, ${width} pixels`, async () => {
       await page.context().close();
       page = await openPage(browser, { colorScheme, viewport: { width, height: 800 } });
-      host.uploads.push({ id: '1', kind: 'products', mode: 'preview', name: 'a.xml', state: 'done', read: 9, done: 9, total: 9, started: '2026-11-22T16:00:00', ended: null, findings: 8, counts: { inserted: 1 } });
+      host.uploads.push({ id: '1', kind: 'products', mode: 'preview', name: 'a.xml', state: 'done', read: 9, done: 9, total: 9, started: '2026-11-22T16:00:00Z', ended: null, findings: 8, stoppedBy: null, counts: { inserted: 1, updated: 0, refused: 8, left: 0 } });
       const check = async (what) => {
         assert.deepEqual(await axeFindings(page), [], what);
         assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), `${what} is wider than the page`);

@@ -262,8 +262,8 @@ export class Double {
   #uploads(request, response, json, query, id, below, body) {
     if (id === undefined && request.method === 'POST') {
       const upload = {
-        id: String(this.uploads.length + 1), kind: query.kind, mode: query.mode, name: query.name ?? null, state: 'running', read: 0, done: 0, total: 40,
-        started: new Date().toISOString().slice(0, 19), ended: null, findings: 0, counts: { inserted: 0, updated: 0, refused: 0 }, bytes: body.length,
+        id: String(this.uploads.length + 1), kind: query.kind, mode: query.mode, name: query.name ?? null, state: 'running', stoppedBy: null, read: 0, done: 0, total: 40,
+        started: new Date().toISOString(), ended: null, findings: 0, counts: { inserted: 0, updated: 0, refused: 0, left: 0 }, bytes: body.length,
       };
       this.uploads.push(upload);
       return json(upload, 202, { Location: `/api/v1/uploads/${upload.id}` });
@@ -273,12 +273,12 @@ export class Double {
     if (!upload) throw new Problem({ status: 404, title: 'Not Found', detail: `There is no upload ${id}.` });
     if (request.method === 'DELETE') {
       upload.state = 'cancelled';
-      upload.ended = new Date().toISOString().slice(0, 19);
+      upload.ended = new Date().toISOString();
       return json(undefined, 204);
     }
     if (below === 'findings') {
       const begin = Number(query.after ?? 0);
-      const all = Array.from({ length: upload.findings }, (_, i) => ({ partNumber: `QM-BAD-${i}`, field: ['UNITCODE', 'COMMODITYCODE', 'UNITCODE', hostile[0]][i % 4], value: hostile[i % hostile.length], reason: 'There is no such unit.' }));
+      const all = Array.from({ length: upload.findings }, (_, i) => ({ partNumber: `QM-BAD-${i}`, field: ['UNITCODE', 'COMMODITYCODE', 'UNITCODE', hostile[0]][i % 4], value: hostile[i % hostile.length], reason: 'There is no such unit.', outcome: 'refused' }));
       const end = begin + Number(query.limit ?? 50);
       return json({ items: all.slice(begin, end), next: end < all.length ? String(end) : null });
     }
@@ -293,10 +293,10 @@ export class Double {
           upload.done += 5;
           upload.read = upload.done;
           upload.findings = Math.floor(upload.done / 4);
-          upload.counts = { inserted: upload.done - upload.findings, updated: 0, refused: upload.findings };
+          upload.counts = { inserted: upload.done - upload.findings, updated: 0, refused: upload.findings, left: 0 };
           if (upload.done >= upload.total) {
             upload.state = 'done';
-            upload.ended = new Date().toISOString().slice(0, 19);
+            upload.ended = new Date().toISOString();
           }
         }
         const going = upload.state === 'running';

@@ -101,18 +101,19 @@ export interface Unit {
 }
 
 export interface Upload {
-  id: number | string;
+  id: string;
   kind: 'products' | 'prices' | 'unspsc';
   mode: 'preview' | 'upload';
   state: 'waiting' | 'running' | 'done' | 'failed' | 'cancelled';
-  name?: string | null;
+  name: string | null;
   read: number;
   done: number;
   total: number | null;
-  started: string | null;
+  started: string | null; // in universal time
   ended: string | null;
   findings: number;
-  counts: Record<string, number>;
+  stoppedBy: string | null; // what ended it early
+  counts: { inserted: number; updated: number; refused: number; left: number };
 }
 
 export interface Finding {
@@ -120,4 +121,5 @@ export interface Finding {
   field: string | null;
   value: string | null;
   reason: string;
+  outcome: 'refused' | 'dropped' | 'cut' | 'left';
 }

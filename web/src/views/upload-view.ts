@@ -2,7 +2,7 @@
 // Documents: chosen or dropped, looked at without a change, uploaded, followed, ended, and what became of earlier ones.
 import { html, nothing, type TemplateResult } from 'lit';
 import { customElement, state } from 'lit/decorators.js';
-import { count, localTime, none, number, seconds, universal } from '../format.js';
+import { count, none, number, seconds, time } from '../format.js';
 import { ask, get, Failure } from '../host/requests.js';
 import type { Finding, List, Page, Upload } from '../host/records.js';
 import { View, refusal } from '../parts/view.js';
@@ -20,6 +20,13 @@ const states: Record<Upload['state'], string> = {
   done: 'done',
   failed: 'failed',
   cancelled: 'cancelled',
+};
+
+const outcomes: Record<Finding['outcome'], string> = {
+  refused: 'refused',
+  dropped: 'without the field',
+  cut: 'cut',
+  left: 'remains',
 };
 
 const shownFindings = 200; // at a time
@@ -53,11 +60,12 @@ export class UploadView extends View {
     this.events?.close();
     if (this.key === undefined) {
       this.upload = undefined;
+      if (!this.mayChange) return;
       const { items } = await get<List<Upload>>('api/v1/uploads', {}, signal);
       if (!signal.aborted) this.history = items;
       return;
     }
-    if (String(this.upload?.id) !== this.key) this.upload = undefined;
+    if (this.upload?.id !== this.key) this.upload = undefined;
     this.findings = [];
     this.next = null;
     await this.look(signal);
@@ -75,10 +83,12 @@ export class UploadView extends View {
   private start(): TemplateResult {
     return html`
       <h1>Upload</h1>
-      ${this.mayChange ? this.choice() : html`<p>Your token may read only; uploads take one of a keeper.</p>`}
       ${refusal(this.refused)} ${refusal(this.failure)}
-      <h2>Earlier uploads</h2>
-      ${this.history?.length ? this.historyTable(this.history) : html`<p class="muted">${this.history ? 'None yet.' : ''}</p>`}
+      ${this.mayChange
+        ? html`${this.choice()}
+            <h2>Earlier uploads</h2>
+            ${this.history?.length ? this.historyTable(this.history) : html`<p class="muted">${this.history ? 'None yet.' : ''}</p>`}`
+        : html`<p>Your token may read only; uploads take one of a keeper.</p>`}
     `;
   }
 
@@ -133,7 +143,7 @@ export class UploadView extends View {
         <tbody>
           ${uploads.map(
             (one) => html`<tr>
-              <td><a href=${address(['upload', one.id])}>${one.started ? localTime(one.started) : 'not yet'}</a></td>
+              <td><a href=${address(['upload', one.id])}>${one.started ? time(one.started) : 'not yet'}</a></td>
               <td>${titleOf(one)}</td>
               <td>${stateMark(one)}</td>
               <td class="figure">${number(one.read)}</td>
@@ -149,13 +159,13 @@ export class UploadView extends View {
 
   private report(upload: Upload): TemplateResult {
     const going = isGoing(upload);
-    const known = this.file && this.fileOf === String(upload.id);
+    const known = this.file && this.fileOf === upload.id;
     return html`
       <div class="title">
         <div>
           <p class="muted"><a href=${address(['upload'])}>Uploads</a></p>
           <h1>${titleOf(upload)}</h1>
-          <p class="muted">${stateMark(upload)} ${upload.started ? `began ${localTime(upload.started)}` : ''}${upload.ended ? `, ended ${localTime(upload.ended)}` : ''}</p>
+          <p class="muted">${stateMark(upload)} ${upload.started ? `began ${time(upload.started)}` : ''}${upload.ended ? `, ended ${time(upload.ended)}` : ''}</p>
         </div>
         ${this.mayChange && going ? html`<button @click=${this.cancel}>${upload.mode === 'preview' ? 'End the preview' : 'Cancel: what is written stays'}</button>` : nothing}
         ${this.mayChange && !going && upload.mode === 'preview' && known
@@ -164,9 +174,10 @@ export class UploadView extends View {
             </button>`
           : nothing}
       </div>
-      ${refusal(this.refused)} ${refusal(this.failure)} ${going ? this.progress(upload) : nothing} ${this.counts(upload)}
-      ${!going && upload.mode === 'upload'
-        ? html`<p><a href="api/v1/uploads/${encodeURIComponent(String(upload.id))}/remaining" download>What was not written, as a document</a></p>`
+      ${refusal(this.refused)} ${refusal(this.failure)} ${refusal(upload.stoppedBy)}
+      ${going ? this.progress(upload) : nothing} ${this.counts(upload)}
+      ${!going && upload.mode === 'upload' && upload.counts.refused + upload.counts.left
+        ? html`<p><a href="api/v1/uploads/${encodeURIComponent(upload.id)}/remaining" download>What was not written, as a document</a></p>`
         : nothing}
       ${!going && upload.mode === 'preview' && !known
         ? html`<p class="muted">To upload the document, choose it again under <a href=${address(['upload'])}>Upload</a>: the page does not keep it.</p>`
@@ -188,7 +199,16 @@ export class UploadView extends View {
   }
 
   private counts(upload: Upload): TemplateResult {
-    const counts = Object.entries({ read: upload.read, ...upload.counts, findings: upload.findings });
+    const { inserted, updated, refused, left } = upload.counts;
+    const would = upload.mode === 'preview' ? 'would be ' : '';
+    const counts: [string, number][] = [
+      ['read', upload.read],
+      [`${would}inserted`, inserted],
+      [`${would}updated`, updated],
+      [`${would}refused`, refused],
+      [upload.mode === 'preview' ? 'would remain' : 'remain', left],
+      ['findings', upload.findings],
+    ];
     return html`<dl class="counts">
       ${counts.map(([name, n]) => html`<div><dt>${name}</dt><dd>${number(n)}</dd></div>`)}
     </dl>`;
@@ -203,15 +223,16 @@ export class UploadView extends View {
       <div class="wide" tabindex="0" role="region" aria-label="Findings">
         <table class="list">
           <thead>
-            <tr><th scope="col">Part number</th><th scope="col">Field</th><th scope="col">Value</th><th scope="col">Reason</th></tr>
+            <tr><th scope="col">Part number</th><th scope="col">Field</th><th scope="col">Value</th><th scope="col">Reason</th><th scope="col">Record</th></tr>
           </thead>
           <tbody>
             ${this.findings.map(
-              ({ partNumber, field, value, reason }) => html`<tr>
+              ({ partNumber, field, value, reason, outcome }) => html`<tr>
                 <td class="code">${partNumber || none}</td>
                 <td>${field || none}</td>
                 <td>${value || none}</td>
                 <td>${reason}</td>
+                <td>${outcomes[outcome] ?? outcome}</td>
               </tr>`,
             )}
           </tbody>
@@ -253,7 +274,7 @@ export class UploadView extends View {
     this.events?.close();
     const events = (this.events = new EventSource(`api/v1/uploads/${encodeURIComponent(id)}/events`));
     events.addEventListener('progress', (event) => {
-      if (this.upload && String(this.upload.id) === id) this.upload = { ...this.upload, ...(JSON.parse(event.data) as Partial<Upload>) };
+      if (this.upload?.id === id) this.upload = JSON.parse(event.data) as Upload;
     });
     const ended = () => {
       events.close();
@@ -280,7 +301,7 @@ export class UploadView extends View {
     try {
       const query = { kind, mode, onErrors: this.onErrors, name: this.file.name };
       const { id } = await ask<Upload>('POST', 'api/v1/uploads', { query, body: this.file });
-      this.fileOf = String(id);
+      this.fileOf = id;
       go(address(['upload', id]));
     } catch (failed) {
       this.refused = failed;
@@ -330,6 +351,6 @@ function stateMark({ state }: Upload): TemplateResult {
 
 function timeLeft({ started, done, total }: Upload): string {
   if (!started || !total || !done) return '';
-  const gone = (Date.now() - universal(started).getTime()) / 1000;
+  const gone = (Date.now() - new Date(started).getTime()) / 1000;
   return gone > 1 && done < total ? seconds((gone / done) * (total - done)) : '';
 }
