@@ -33,22 +33,16 @@ export class Console extends Part {
   @state() private refused = ''; // the token of the address was not taken
 
   private readonly keys = new Keys(() => this.querySelector<HTMLDialogElement>('dialog.keys')?.showModal());
-  private readonly moved = () => this.follow(placeOf(location.hash));
 
   override connectedCallback(): void {
     super.connectedCallback();
-    window.addEventListener('hashchange', this.moved);
+    // It lives as long as the page, so nothing is ever taken away again.
+    window.addEventListener('hashchange', () => this.follow(placeOf(location.hash)));
     document.addEventListener('keydown', this.keys.pressed);
     host.addEventListener('ended', () => (this.ended = this.session !== undefined));
     host.addEventListener('away', () => (this.away = true));
     host.addEventListener('back', () => this.isBack());
     void this.begin();
-  }
-
-  override disconnectedCallback(): void {
-    super.disconnectedCallback();
-    window.removeEventListener('hashchange', this.moved);
-    document.removeEventListener('keydown', this.keys.pressed);
   }
 
   override render(): TemplateResult {

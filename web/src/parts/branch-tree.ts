@@ -36,7 +36,6 @@ export class BranchTree<T extends Branch> extends Part {
   private rows: Row<T>[] = [];
   private readonly sight = new Windowing(this, {
     scroller: () => this.querySelector('[role=tree]'),
-    count: () => this.rows.length,
     rowHeight: () => height,
   });
 

@@ -7,7 +7,6 @@ const spare = 6; // rows above and below
 
 export interface Windowed {
   scroller(): HTMLElement | null; // the element that scrolls
-  count(): number;
   rowHeight(): number;
 }
 

@@ -12,6 +12,8 @@ import { address, stay, type Query } from '../place.js';
 
 const narrow = window.matchMedia('(max-width: 720px)');
 const pause = 120; // milliseconds behind the last key before the host is asked
+// As in the style sheet: two lines where there is no room for columns.
+const rowHeight = () => (narrow.matches ? 56 : 32);
 const filters = ['catalog', 'category', 'supplier', 'user'] as const;
 
 @customElement('find-view')
@@ -26,8 +28,7 @@ export class FindView extends View {
   private typed = 0;
   private readonly sight = new Windowing(this, {
     scroller: () => this.querySelector('.rows'),
-    count: () => this.items.length,
-    rowHeight: () => (narrow.matches ? 56 : 32),
+    rowHeight,
   });
   private readonly widthChanged = () => this.requestUpdate();
 
@@ -122,7 +123,7 @@ export class FindView extends View {
   }
 
   private rows(): TemplateResult {
-    const height = narrow.matches ? 56 : 32;
+    const height = rowHeight();
     const shown = this.items.slice(this.sight.first, this.sight.last);
     const all = this.next ? (this.total ?? -1) : this.items.length;
     return html`
