@@ -26,13 +26,19 @@ struct Limit {
   std::uint32_t calls = 0;
   double seconds = 0;
   Clock::time_point deadline;
+  const std::atomic<bool>* cancelled = nullptr;
 };
+
+constexpr Clock::time_point kNever = Clock::time_point::max();
 
 thread_local constinit UnderWay under_way;
 thread_local constinit Limit limit;
 constinit std::atomic<std::uint64_t> calls_so_far = 0;
 
+bool is_cancelled() noexcept { return limit.cancelled && limit.cancelled->load(std::memory_order_relaxed); }
+
 [[noreturn]] void raise_passed() {
+  if (is_cancelled()) raise(error_number::kTimeout, {}, "Timeout expired: the call was cancelled");
   raise(error_number::kTimeout, {},
         "Timeout expired: the call ran longer than its limit of " + text::number_text(limit.seconds) + " seconds");
 }
@@ -51,12 +57,13 @@ std::uint64_t call_under_way() noexcept { return under_way.call; }
 
 CallLimit::CallLimit(double seconds) : outermost_(limit.depth++ == 0) {
   if (!outermost_) return;
-  limit.armed = seconds > 0;
+  limit.armed = seconds > 0 || limit.cancelled;
   limit.passed = false;
   limit.seconds = seconds;
+  limit.deadline = kNever;
   // Longer than a year is as good as none, and stays clear of the clock's range.
   constexpr double kLongest = 365.0 * 24 * 3600;
-  if (limit.armed)
+  if (seconds > 0)
     limit.deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                         std::chrono::duration<double>(seconds < kLongest ? seconds : kLongest));
 }
@@ -65,6 +72,12 @@ CallLimit::~CallLimit() {
   --limit.depth;
   if (outermost_) limit.armed = false;
 }
+
+Cancellable::Cancellable(const std::atomic<bool>& cancelled) noexcept { limit.cancelled = &cancelled; }
+
+Cancellable::~Cancellable() { limit.cancelled = nullptr; }
+
+bool can_be_cancelled() noexcept { return limit.armed && limit.cancelled; }
 
 void check_call_limit() {
   if (!limit.armed) return;
@@ -78,13 +91,14 @@ void check_call_limit_now() {
 bool call_limit_passed() noexcept {
   if (!limit.armed) return false;
   // Once passed it stays so: the walk that it ends may catch the first failure and go on.
-  if (!limit.passed) limit.passed = Clock::now() >= limit.deadline;
+  if (!limit.passed) limit.passed = is_cancelled() || Clock::now() >= limit.deadline;
   return limit.passed;
 }
 
 std::optional<std::chrono::milliseconds> call_time_left() noexcept {
   if (!limit.armed) return std::nullopt;
   if (call_limit_passed()) return std::chrono::milliseconds(0);
+  if (limit.deadline == kNever) return std::nullopt;
   return std::chrono::ceil<std::chrono::milliseconds>(limit.deadline - Clock::now());
 }
 

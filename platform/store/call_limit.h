@@ -3,6 +3,7 @@
 // field read, so that a walk without an end is ended, with kTimeout, without a change to the walk.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -33,6 +34,18 @@ class CallLimit {
   OutermostCall call_;
   bool outermost_;
 };
+
+// While it lives, calls of this thread can be ended by another one, which sets the flag: they fail as if their limit had
+// passed. A call that begins with the flag set fails at its first statement. For the thread's outermost calls only.
+class Cancellable {
+ public:
+  explicit Cancellable(const std::atomic<bool>& cancelled) noexcept;
+  ~Cancellable();
+  Cancellable(const Cancellable&) = delete;
+  Cancellable& operator=(const Cancellable&) = delete;
+};
+// Whether somebody may end the call of this thread, so that whoever waits has to look in between.
+bool can_be_cancelled() noexcept;
 
 // Raises kTimeout when the deadline has passed. Cheap enough for every field read: the clock is read at every 32nd
 // call.

@@ -14,8 +14,14 @@ namespace {
 
 int code_of(const std::string& line) {
   try {
-    read_request(line);
-    return 0;
+    return std::visit(
+        [](const auto& one) {
+          if constexpr (requires { one.code(); })
+            return one.code();
+          else
+            return 0;
+        },
+        read_requests(line).requests.front());
   } catch (const RefusedLine& refused) {
     return refused.code();
   }
@@ -27,7 +33,9 @@ std::string nested(std::size_t depth) {
 }
 
 TEST(Request, HasIdMethodAndParameters) {
-  const Request request = read_request(R"({"jsonrpc":"2.0","id":"a","method":"call","params":{"object":1}})");
+  const Asked asked = read_requests(R"({"jsonrpc":"2.0","id":"a","method":"call","params":{"object":1}})");
+  const auto& request = std::get<Request>(asked.requests.front());
+  EXPECT_FALSE(asked.batch);
   EXPECT_EQ(request.id, Json("a"));
   EXPECT_EQ(request.method, "call");
   EXPECT_EQ(request.params, JsonInput({{"object", 1}}));
@@ -35,8 +43,11 @@ TEST(Request, HasIdMethodAndParameters) {
 }
 
 TEST(Request, WithoutAnIdIsANotification) {
-  EXPECT_TRUE(read_request(R"({"jsonrpc":"2.0","method":"call"})").notification);
-  EXPECT_FALSE(read_request(R"({"jsonrpc":"2.0","id":null,"method":"call"})").notification);
+  const auto is_notification = [](const char* line) {
+    return std::get<Request>(read_requests(line).requests.front()).notification;
+  };
+  EXPECT_TRUE(is_notification(R"({"jsonrpc":"2.0","method":"call"})"));
+  EXPECT_FALSE(is_notification(R"({"jsonrpc":"2.0","id":null,"method":"call"})"));
 }
 
 TEST(Request, NestsAsDeepAsTheLimitAndNoDeeper) {

@@ -51,6 +51,11 @@ class RpcSession {
     return answer;
   }
 
+  // For what is asked before the answers to what was asked before are there.
+  void send(const std::string& line) const { write(line + "\n"); }
+  pid_t process() const { return process_; }
+  nlohmann::json next_answer() { return nlohmann::json::parse(read_line()); }
+
  private:
   void write(const std::string& text) const {
     for (std::size_t sent = 0; sent < text.size();) {

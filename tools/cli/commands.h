@@ -23,6 +23,8 @@ int serve_rpc(bool trace, bool scripted);
 int call_once(const std::string& prog_id, const std::string& method, const std::vector<std::string>& arguments,
               bool trace);
 int describe_classes(const std::string& prog_id);
+// The whole gateway as an OpenRPC document.
+int describe_gateway(const std::string& version);
 
 // How values that are not certain are taken; judging_options.h has the options.
 struct JudgingChoices {

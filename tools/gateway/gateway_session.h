@@ -8,10 +8,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 
 #include "tools/gateway/json_values.h"
 #include "tools/gateway/object_calls.h"
 #include "tools/gateway/object_table.h"
+#include "tools/gateway/request.h"
+#include "tools/gateway/requests_under_way.h"
 #include "tools/gateway/rpc_error.h"
 #include "tools/gateway/script.h"
 
@@ -33,13 +36,24 @@ class Session {
   // The answer to one line, without a line end; nothing for a notification. Throws nothing but std::bad_alloc, when
   // there is no memory even for the answer that there is none.
   std::optional<std::string> answer(std::string_view line);
-  // The answer to a line that was too long to be read.
-  static std::string answer_to_too_long_line();
+  // The same for a line that was read before. Its requests wait for their turn already (`under_way`), unless it is a
+  // cancellation.
+  std::optional<std::string> answer(const Asked& asked);
+  // The answer to what is no request.
+  static std::string answer_to(const RefusedLine& refused);
+
+  // Whether the line asks for nothing but to cancel a request. Such a line is answered on any thread, at any time.
+  bool is_cancellation(const Asked& asked) const;
+  RequestsUnderWay& under_way() { return under_way_; }
 
   // Runs one method and returns its result. Throws RpcError.
   Json perform(const std::string& method, const JsonInput& params);
 
  private:
+  // Nothing for a notification.
+  std::optional<Json> answer(const std::variant<Request, RefusedLine>& asked);
+
+  RequestsUnderWay under_way_;
   ObjectTable objects_;
   ObjectCalls calls_;
   std::optional<Script> script_;  // when scripted

@@ -251,10 +251,25 @@ Json rows_to_json(Recordset& recordset, ObjectTable& objects) {
   Json::array_t rows;
   rows.reserve(recordset.rows().size());
   for (const std::vector<Variant>& row : recordset.rows()) rows.push_back(items_to_json(row, objects));
+  return {{"fields", fields_to_json(recordset)}, {"rows", std::move(rows)}};
+}
+
+Json fields_to_json(const Recordset& recordset) {
   Json fields = Json::array();
   for (std::size_t position = 0; position < recordset.FieldCount(); ++position)
     fields.push_back(recordset.FieldName(position));
-  return {{"fields", std::move(fields)}, {"rows", std::move(rows)}};
+  return fields;
+}
+
+Json next_rows_to_json(Recordset& recordset, std::size_t most, ObjectTable& objects) {
+  Json::array_t rows;
+  for (; rows.size() < most && !recordset.Eof(); recordset.MoveNext()) {
+    Json row = Json::array();
+    for (std::size_t position = 0; position < recordset.FieldCount(); ++position)
+      row.push_back(to_json(recordset.Value(position), objects));
+    rows.push_back(std::move(row));
+  }
+  return rows;
 }
 
 Variant from_json(const JsonInput& json, ObjectTable& objects) {

@@ -23,6 +23,10 @@ Json to_json(const Variant& value, ObjectTable& objects);
 
 // The members "fields" and "rows" of an open recordset. Raises what fetching its rows raises.
 Json rows_to_json(Recordset& recordset, ObjectTable& objects);
+// The names of its columns.
+Json fields_to_json(const Recordset& recordset);
+// The next rows, so many at most. The recordset then stands behind them. Raises what fetching its rows raises.
+Json next_rows_to_json(Recordset& recordset, std::size_t most, ObjectTable& objects);
 
 // Throws RpcError kInvalidParams for a form that is none, and for a handle that nobody has. A whole number beyond 32
 // bits is a double. Raises 457 for a Collection that repeats a key.

@@ -21,11 +21,11 @@ bool LineReader::fill() {
 
 LineReader::Read LineReader::next(std::string& line) {
   // One huge line must not hold its memory for the rest of the session.
-  constexpr std::size_t kKeptCapacity = std::size_t{1} << 20;
-  if (line.capacity() > kKeptCapacity) line = std::string();
+  if (line.capacity() > kOrdinary) line = std::string();
   line.clear();
 
   bool anything = false;
+  bool large = false;
   Read read = Read::line;
   for (bool ended = false; !ended && fill();) {
     anything = true;
@@ -34,6 +34,10 @@ LineReader::Read LineReader::next(std::string& line) {
     ended = end != std::string_view::npos;
     ahead_.remove_prefix(part.size() + (ended ? 1 : 0));
     if (read != Read::line) continue;
+    if (!large && line.size() + part.size() > kOrdinary) {
+      large = true;
+      before_large_();
+    }
     try {
       if (part.size() > longest_ - line.size())
         read = Read::too_long;

@@ -53,6 +53,17 @@ Json failure_data(const RaisedError& error) {
           {"helpContext", error.HelpContext}};
 }
 
+// How many rows a page has at most.
+std::size_t rows_of(const Params& params, std::int64_t otherwise) {
+  const std::int64_t rows = params.integer_or("rows", otherwise);
+  if (params.find("rows") && rows < 1) refuse("The parameter \"rows\" is 1 or more");
+  return static_cast<std::size_t>(rows);
+}
+
+[[noreturn]] void refuse_cursor(const Params& params) {
+  refuse("There is no cursor " + std::to_string(params.integer("cursor")));
+}
+
 store::CallLimit call_limit_in_force() { return store::CallLimit(collaborators::settings()->call_seconds); }
 
 }  // namespace
@@ -145,7 +156,7 @@ Json ObjectCalls::call_method(const ComponentPtr& target, const MethodInfo& meth
     const CallWatch watch(record, objects_, traces_);
     const store::CallLimit call_limit = call_limit_in_force();
     current_error() = pending;
-    const Variant value = invoke(target, method.name, arguments);
+    const Variant value = mercato::invoke(target, method.name, arguments);
     const bool has_result = method.property ? reads_property : !method.result.empty();
     result = {{"value", has_result ? to_json(value, objects_) : Json{{"$", "nothing"}}}};
   } catch (const Raised& raised) {
@@ -158,6 +169,10 @@ Json ObjectCalls::call_method(const ComponentPtr& target, const MethodInfo& meth
 }
 
 Json ObjectCalls::release(const Params& params) {
+  if (params.find("cursor") && !params.find("object")) {
+    if (cursors_.erase(params.integer("cursor")) == 0) refuse_cursor(params);
+    return {{"outcome", outcome_name(Outcome::none)}};
+  }
   const ObjectPtr object = object_of(params);
   objects_.remove(params.integer("object"));
   const auto* component = dynamic_cast<const Component*>(object.get());
@@ -167,17 +182,83 @@ Json ObjectCalls::release(const Params& params) {
   });
 }
 
+Json ObjectCalls::invoke(const Params& params) {
+  const JsonInput created(create(params));
+  const JsonInput object = {{"object", created.at("object")}};
+  // What the call leaves open is settled with the object, and told in the place of what it was before.
+  const auto settle = [&](Json& told) {
+    const Json released = release(Params(object, {"object"}));
+    if (told.at("outcome") == outcome_name(Outcome::open)) told["outcome"] = released.at("outcome");
+  };
+  Json result;
+  try {
+    const auto component = std::dynamic_pointer_cast<Component>(object_of(Params(object, {"object"})));
+    const MethodInfo& method = params.method_named("method", component->class_table());
+    result = call_method(component, method, arguments_of(method, params.arguments()), {});
+  } catch (const RpcError& error) {
+    Json data = error.data();
+    if (data.is_null())
+      release(Params(object, {"object"}));
+    else
+      settle(data);
+    throw RpcError(error.code(), error.message(), std::move(data));
+  }
+  settle(result);
+  return result;
+}
+
 Json ObjectCalls::execute(const Params& params) {
   const Sql statement = Sql::verbatim(params.text("sql"));
+  const bool by_pages = params.find("rows");
+  const std::size_t most = rows_of(params, 0);
+  if (by_pages && cursors_.size() >= kMostCursors)
+    refuse("There are " + std::to_string(kMostCursors) + " cursors: fetch the rest of one, or release it");
   return watched([&] {
     const auto connection = Connection::create();
     connection->Open(collaborators::connection_string_of("Mercato"), "", "", -1);
     std::int64_t affected = 0;
     const RecordsetPtr recordset = connection->ExecuteAffecting(statement, affected);
     Json result = {{"affected", affected}, {"fields", Json::array()}, {"rows", Json::array()}};
-    if (recordset->State() == 1) result.update(rows_to_json(*recordset, objects_));
+    if (recordset->State() == 1 && !by_pages) result.update(rows_to_json(*recordset, objects_));
+    if (recordset->State() == 1 && by_pages) {
+      result["fields"] = fields_to_json(*recordset);
+      result["rows"] = next_rows_to_json(*recordset, most, objects_);
+      cursors_[++last_cursor_] = recordset;
+      add_cursor(result, last_cursor_);
+    }
     return result;
   });
+}
+
+Json ObjectCalls::fetch(const Params& params) {
+  const std::int64_t cursor = params.integer("cursor");
+  const auto found = cursors_.find(cursor);
+  if (found == cursors_.end()) refuse_cursor(params);
+  const std::size_t most = rows_of(params, 1000);
+  try {
+    return watched([&] {
+      Json page = {{"rows", next_rows_to_json(*found->second, most, objects_)}};
+      add_cursor(page, cursor);
+      return page;
+    });
+  } catch (const RpcError&) {
+    cursors_.erase(cursor);  // nobody knows which rows would be next
+    throw;
+  }
+}
+
+void ObjectCalls::add_cursor(Json& page, std::int64_t cursor) {
+  const bool is_at_end = cursors_.at(cursor)->Eof();
+  if (is_at_end) cursors_.erase(cursor);
+  page["cursor"] = is_at_end ? Json(nullptr) : Json(cursor);
+}
+
+void ObjectCalls::raise_cancelled() {
+  watched([]() -> Json {
+    store::check_call_limit_now();
+    return nullptr;
+  });
+  throw RpcError(kInternalError, "The request was not cancelled");
 }
 
 Json ObjectCalls::function(const Params& params) {

@@ -75,30 +75,41 @@ bool read_id(const JsonInput& id, Json& out) {
   return true;
 }
 
-}  // namespace
-
-Request read_request(std::string_view line) {
-  LargeValue<JsonInput> read;
-  parse(line, read.json);
-  JsonInput& json = read.json;
+std::variant<Request, RefusedLine> request_of(JsonInput& json) {
   Request request;
-  const auto refuse = [&](const char* reason) { throw RefusedLine(kInvalidRequest, reason, request.id); };
-  if (json.is_array()) refuse("One line is one request: batches are not taken");
-  if (!json.is_object()) refuse("A request is an object");
+  const auto refused = [&](const char* reason) { return RefusedLine(kInvalidRequest, reason, request.id); };
+  if (!json.is_object()) return refused("A request is an object");
 
   const auto id = json.find("id");
   request.notification = id == json.end();
-  if (!request.notification && !read_id(*id, request.id)) refuse("The \"id\" is a string, a number or null");
+  if (!request.notification && !read_id(*id, request.id)) return refused("The \"id\" is a string, a number or null");
   const auto version = json.find("jsonrpc");
-  if (version == json.end() || *version != "2.0") refuse("The member \"jsonrpc\" is \"2.0\"");
+  if (version == json.end() || *version != "2.0") return refused("The member \"jsonrpc\" is \"2.0\"");
   const auto method = json.find("method");
-  if (method == json.end() || !method->is_string()) refuse("The member \"method\" is a string");
+  if (method == json.end() || !method->is_string()) return refused("The member \"method\" is a string");
   request.method = method->get<std::string>();
   if (const auto params = json.find("params"); params != json.end()) {
-    if (!params->is_structured()) refuse("The \"params\" are an object or an array");
+    if (!params->is_structured()) return refused("The \"params\" are an object or an array");
     request.params = std::move(*params);
   }
   return request;
+}
+
+}  // namespace
+
+Asked read_requests(std::string_view line) {
+  LargeValue<JsonInput> read;
+  parse(line, read.json);
+  Asked asked;
+  asked.batch = read.json.is_array();
+  if (!asked.batch) {
+    asked.requests.push_back(request_of(read.json));
+    return asked;
+  }
+  if (read.json.empty()) throw RefusedLine(kInvalidRequest, "A batch has at least one request", nullptr);
+  asked.requests.reserve(read.json.size());
+  for (JsonInput& json : read.json) asked.requests.push_back(request_of(json));
+  return asked;
 }
 
 }  // namespace mercato::gateway

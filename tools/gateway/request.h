@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// One line of a client as a JSON-RPC 2.0 request. Pure function; any thread.
+// One line of a client as a JSON-RPC 2.0 request, or as a batch of them. Pure function; any thread.
 //
 // Beyond what JSON asks, a line is refused that nests deeper than 200 levels or holds more than 8 million values, so
-// that no line can cost memory or stack out of all proportion. One line is one request: a batch is refused.
+// that no line can cost memory or stack out of all proportion.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <variant>
+#include <vector>
 
 #include "tools/gateway/json_values.h"
 #include "tools/gateway/rpc_error.h"
@@ -37,7 +39,14 @@ class RefusedLine : public RpcError {
   Json id;
 };
 
-// Throws RefusedLine: kParseError for what is no JSON or beyond the bounds, kInvalidRequest for what is no request.
-Request read_request(std::string_view line);
+// What a line asks for: one request, or those of a batch in order, each of which may be refused by itself.
+struct Asked {
+  bool batch = false;
+  std::vector<std::variant<Request, RefusedLine>> requests;
+};
+
+// Throws RefusedLine for the line as a whole: kParseError for what is no JSON or beyond the bounds, kInvalidRequest for
+// a batch without a request.
+Asked read_requests(std::string_view line);
 
 }  // namespace mercato::gateway

@@ -24,6 +24,8 @@ class RpcError : public std::exception {
 
   int code() const { return code_; }
   const std::string& message() const { return message_; }
+  // Null when there is none.
+  const Json& data() const { return data_; }
   const char* what() const noexcept override { return message_.c_str(); }
   // {"code", "message", "data"}, the last one when there is any.
   Json to_json() const;

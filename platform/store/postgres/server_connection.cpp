@@ -264,9 +264,10 @@ void Connection::wait_until_readable() {
     if (unsent < 0) return;
     const auto left = time_to_wait();
     if (given_up_ || (left && left->count() == 0)) raise_given_up();
-    constexpr std::chrono::milliseconds kLongest{1000000};
+    // Nothing wakes the wait when somebody else ends the call.
+    const std::chrono::milliseconds longest{can_be_cancelled() ? 50 : 1000000};
     pollfd watched{PQsocket(connection_.get()), static_cast<short>(unsent == 0 ? POLLIN : POLLIN | POLLOUT), 0};
-    const int ready = poll(&watched, 1, left ? static_cast<int>(std::min(*left, kLongest).count()) : -1);
+    const int ready = poll(&watched, 1, static_cast<int>(std::min(left.value_or(longest), longest).count()));
     if (ready < 0 && errno != EINTR) raise_lost();
     if (ready > 0 && PQconsumeInput(connection_.get()) != 1) return;
   }

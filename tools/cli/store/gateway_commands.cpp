@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <malloc.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <iostream>
 
 #include "platform/store/hidden_passwords.h"
@@ -6,7 +10,9 @@
 #include "tools/cli/library.h"
 #include "tools/gateway/describe.h"
 #include "tools/gateway/gateway_session.h"
+#include "tools/gateway/openrpc.h"
 #include "tools/gateway/serve.h"
+#include "tools/gateway/stoppable_input.h"
 
 namespace mercato::cli {
 namespace {
@@ -29,9 +35,14 @@ int report(const gateway::RpcError& error) {
 }  // namespace
 
 int serve_rpc(bool trace, bool scripted) {
+  // Ctrl-C ends the session at once: nobody is there to read a summary.
+  if (std::signal(SIGINT, SIG_DFL) == SIG_IGN) std::signal(SIGINT, SIG_IGN);
+  // The second thread needs next to nothing, which would be lost in a heap of its own.
+  ::mallopt(M_ARENA_MAX, 1);
   std::ios::sync_with_stdio(false);
+  gateway::StoppableInput input(STDIN_FILENO);
   gateway::Session session({.trace = trace, .scripted = scripted});
-  gateway::serve(session, std::cin, std::cout);
+  gateway::serve(session, input.stream(), std::cout, [&] { input.stop(); });
   return kDone;
 }
 
@@ -58,6 +69,11 @@ int describe_classes(const std::string& prog_id) {
   } catch (const gateway::RpcError& error) {
     return report(error);
   }
+}
+
+int describe_gateway(const std::string& version) {
+  std::cout << gateway::openrpc(version).dump(2) << '\n';
+  return kDone;
 }
 
 }  // namespace mercato::cli
