@@ -134,7 +134,7 @@ Money money_of(double amount) {
 
 // Days of the store are ISO.
 bool same_day(const std::string& judged, const std::string& stored) {
-  return read_day(stored, {}).day.american() == judged;
+  return read_day(stored, {}).day.iso() == judged;
 }
 
 // Whether the field of a document is what the store has.
