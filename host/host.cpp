@@ -65,6 +65,7 @@ struct Host::Identified {
 
 Host::Host(HostOptions options, KnownTokens tokens) : options_(std::move(options)), tokens_(std::move(tokens)) {
   routes();
+  if (options_.runs_uploads) uploads_ = std::make_unique<UploadRunner>();
 }
 Host::~Host() = default;
 
@@ -103,8 +104,17 @@ class HandledExchange : public Exchange {
   std::optional<Response> refusal() override { return std::move(refusal_); }
   std::uint64_t most_bytes() const override { return route_ ? route_->most_bytes : 0; }
   std::optional<Response> take(std::string_view piece) override {
-    body_ += piece;
-    return std::nullopt;
+    if (!route_->takes_document) {
+      body_ += piece;
+      return std::nullopt;
+    }
+    try {
+      if (!spooled_) spooled_ = std::make_unique<SpooledBody>();
+      if (spooled_->add(piece)) return std::nullopt;
+    } catch (const Raised&) {
+      // Said below.
+    }
+    return problem_response(503, "The document cannot be kept: its folder cannot be written.");
   }
 
   Response answer() override {
@@ -112,7 +122,7 @@ class HandledExchange : public Exchange {
       forget_thread_state();
       std::optional<store::CallLimit> limit;
       if (!route_->has_own_limits) limit.emplace(collaborators::settings()->call_seconds);
-      Call call{host_, head_, caller_, std::move(values_), std::move(body_)};
+      Call call{host_, head_, caller_, std::move(values_), std::move(body_), std::move(spooled_)};
       return route_->handler(call);
     } catch (const Refused& refused) {
       return problem_response(refused.status, refused.detail);
@@ -215,6 +225,7 @@ class HandledExchange : public Exchange {
   Caller caller_;
   std::map<std::string, std::string, std::less<>> values_;
   std::string body_;
+  std::unique_ptr<SpooledBody> spooled_;
 };
 
 std::unique_ptr<Exchange> Host::begin(Head head) { return std::make_unique<HandledExchange>(*this, std::move(head)); }

@@ -16,12 +16,14 @@
 #include "host/metrics.h"
 #include "host/route.h"
 #include "host/tokens.h"
+#include "host/upload_runner.h"
 
 namespace mercato::host {
 
 struct HostOptions {
   std::vector<std::string> trusted_proxies;  // addresses whose X-Forwarded-For and X-Forwarded-Proto are believed
   bool on_loopback = true;                   // listens there only
+  bool runs_uploads = true;                  // else another process of the store does
   std::ostream* log = nullptr;               // a line for each request; null: none
 };
 
@@ -35,6 +37,10 @@ class Host : public Service {
   Response problem(int status, std::string_view detail) override;
 
   Metrics& metrics() { return metrics_; }
+  // Null when this host runs none.
+  UploadRunner* uploads() { return uploads_.get(); }
+  // Ends the upload that runs, which has failed then. Before the host ends.
+  void end_uploads() { uploads_.reset(); }
   bool on_loopback() const { return options_.on_loopback; }
   // Set by whoever owns the front: how many connections are open.
   std::function<std::size_t()> open_connections;
@@ -48,6 +54,7 @@ class Host : public Service {
   KnownTokens tokens_;
   WrongTokens wrong_tokens_;
   Metrics metrics_;
+  std::unique_ptr<UploadRunner> uploads_;
 };
 
 // The failure of the library as an answer.

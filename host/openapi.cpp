@@ -28,6 +28,24 @@ Json list_of(Json items) {
           {"properties", {{"items", {{"type", "array"}, {"items", std::move(items)}}}}}};
 }
 
+Json upload_schema() {
+  return object_of({{"id", "string"},
+                    {"kind", "string"},
+                    {"mode", "string"},
+                    {"state", "string"},
+                    {"name", "string?"},
+                    {"user", "string?"},
+                    {"read", "integer"},
+                    {"done", "integer"},
+                    {"total", "integer?"},
+                    {"accepted", "string?"},
+                    {"started", "string?"},
+                    {"ended", "string?"},
+                    {"findings", "integer"},
+                    {"stoppedBy", "string?"},
+                    {"counts", "object"}});
+}
+
 Json schemas() {
   Json products = list_of(object_of({{"id", "integer"},
                                      {"partNumber", "string"},
@@ -37,6 +55,13 @@ Json schemas() {
                                      {"disabled", "boolean"}}));
   products["properties"]["next"] = {{"type", {"string", "null"}}};
   products["properties"]["total"] = {{"type", {"integer", "null"}}};
+  Json findings = list_of(object_of({{"partNumber", "string?"},
+                                     {"field", "string?"},
+                                     {"value", "string?"},
+                                     {"reason", "string"},
+                                     {"outcome", "string"}}));
+  findings["properties"]["next"] = {{"type", {"string", "null"}}};
+  findings["properties"]["total"] = {{"type", "integer"}};
   return {
       {"Problem", object_of({{"type", "string"},
                              {"title", "string"},
@@ -83,6 +108,11 @@ Json schemas() {
                             {"orders", "boolean"},
                             {"viewOnly", "boolean"}})},
       {"List", list_of({{"type", "object"}})},
+      {"Upload", upload_schema()},
+      {"Uploads", list_of({{"$ref", "#/components/schemas/Upload"}})},
+      {"Findings", std::move(findings)},
+      {"Document", {{"type", "string"}}},
+      {"Events", {{"type", "string"}}},
       {"Session", object_of({{"name", "string"}, {"role", "string"}, {"user", "string?"}})},
       {"RpcAnswer", {{"type", {"object", "array"}}}},
       {"Description", {{"type", "object"}}},
@@ -134,10 +164,21 @@ Json parameters_of(const Route& route) {
   return list;
 }
 
+const char* media_type_of(std::string_view answer) {
+  return answer == "Text"       ? "text/plain"
+         : answer == "Document" ? "application/xml"
+         : answer == "Events"   ? "text/event-stream"
+                                : "application/json";
+}
+
 Json operation_of(const Route& route) {
   Json operation = {{"summary", route.summary}};
   if (!route.parameters.empty()) operation["parameters"] = parameters_of(route);
-  if (*route.body != '\0')
+  if (route.takes_document)
+    operation["requestBody"] = {
+        {"required", true},
+        {"content", {{"application/xml", {{"schema", {{"type", "string"}}}, {"example", Json::parse(route.body)}}}}}};
+  else if (*route.body != '\0')
     operation["requestBody"] = {
         {"required", true},
         {"content",
@@ -147,10 +188,10 @@ Json operation_of(const Route& route) {
   if (answer.empty())
     responses["204"] = {{"description", "Done"}};
   else
-    responses["200"] = {{"description", "The answer"},
-                        {"content",
-                         {{answer == "Text" ? "text/plain" : "application/json",
-                           {{"schema", {{"$ref", "#/components/schemas/" + std::string(answer)}}}}}}}};
+    responses[std::to_string(route.status)] = {
+        {"description", "The answer"},
+        {"content",
+         {{media_type_of(answer), {{"schema", {{"$ref", "#/components/schemas/" + std::string(answer)}}}}}}}};
   responses["default"] = {{"$ref", "#/components/responses/Problem"}};
   operation["responses"] = std::move(responses);
   if (route.role == Role::nobody)

@@ -29,6 +29,9 @@ Response tell_metrics(Call& call) {
   std::map<std::string, std::pair<std::string, double>> gauges;
   if (call.host.open_connections)
     gauges["mercato_connections"] = {"Connections that are open.", static_cast<double>(call.host.open_connections())};
+  if (call.host.uploads())
+    gauges["mercato_upload_running"] = {"Whether this process runs an upload.",
+                                        call.host.uploads()->running() ? 1.0 : 0.0};
   return plain(call.host.metrics().text(gauges), "text/plain; version=0.0.4; charset=utf-8");
 }
 

@@ -112,7 +112,8 @@ std::optional<std::string> Call::sight() const {
 const std::vector<Route>& routes() {
   static const std::vector<Route> table = [] {
     std::vector<Route> all;
-    for (auto theme : {product_routes, catalog_routes, list_routes, rpc_routes, session_routes, process_routes})
+    for (auto theme :
+         {product_routes, catalog_routes, list_routes, upload_routes, rpc_routes, session_routes, process_routes})
       for (Route& route : theme()) all.push_back(std::move(route));
     return all;
   }();

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -33,6 +34,27 @@ struct Parameter {
   const char* choices = "";  // with `|` between them
 };
 
+// A body in a file of the web root's folder, which goes with this object unless it is kept. One thread at a time.
+class SpooledBody {
+ public:
+  // Raises 75 when there can be no file.
+  SpooledBody();
+  ~SpooledBody();
+  SpooledBody(const SpooledBody&) = delete;
+  SpooledBody& operator=(const SpooledBody&) = delete;
+
+  // False when it cannot be written.
+  bool add(std::string_view piece);
+  const std::string& name() const { return name_; }
+  // Whole and on the disk: it stays.
+  bool keep();
+
+ private:
+  std::string name_;
+  std::string path_;
+  int descriptor_ = -1;
+};
+
 // One request with everything that a handler needs. On a worker's thread.
 struct Call {
   Host& host;
@@ -40,6 +62,7 @@ struct Call {
   const Caller& caller;
   std::map<std::string, std::string, std::less<>> values;  // of the parameters that were given, checked
   std::string body;
+  std::unique_ptr<SpooledBody> spooled;  // in place of the body, for a route that takes documents
 
   bool has(std::string_view name) const { return values.contains(name); }
   // "" when it was not given.
@@ -63,6 +86,8 @@ struct Route {
   const char* answer;            // how the description calls the schema of the answer
   std::uint64_t most_bytes = 0;  // of a body
   const char* body = "";         // an example of it
+  int status = 200;              // of an answer that is none of the problems
+  bool takes_document = false;   // the body goes to a file
   bool has_own_limits = false;   // the handler limits the time of its calls itself
 };
 
@@ -76,6 +101,7 @@ std::vector<Route> product_routes();
 std::vector<Route> catalog_routes();
 std::vector<Route> list_routes();
 std::vector<Route> session_routes();
+std::vector<Route> upload_routes();
 
 // A request that is answered with a problem.
 struct Refused {

@@ -33,6 +33,7 @@ class Serving {
   // Until the end was asked for and what ran is answered.
   void run() {
     front_.run();
+    host_.end_uploads();
     workers_.finish();
   }
   void end() { front_.end(); }

@@ -43,7 +43,8 @@ std::vector<CatalogEntry> catalogs(const User& seen_by) {
   std::vector<CatalogEntry> found;
   for_each_row(
       connection,
-      LiteralPiece("SELECT CATALOGID, CATALOGNAME, CATALOGDESCRIPTION, ACTIVE FROM CATALOG ORDER BY CATALOGNAME, CATALOGID"),
+      LiteralPiece(
+          "SELECT CATALOGID, CATALOGNAME, CATALOGDESCRIPTION, ACTIVE FROM CATALOG ORDER BY CATALOGNAME, CATALOGID"),
       [&](const Recordset& row) {
         const Variant& active = row.Value("ACTIVE");
         found.push_back({row.Value("CATALOGID").to_long(), row.Value("CATALOGNAME").text_or_empty(),

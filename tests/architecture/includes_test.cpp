@@ -38,8 +38,7 @@ const std::vector<Room>& rooms() {
        false},
       {"exchange", {"frame", "platform", "records", "upload", "values"}},
       {"keeping",
-       {"frame", "platform", "records", "values", "collaborators", "product", "catalog", "classification"},
-       false},
+       {"frame", "platform", "records", "values", "collaborators", "product", "upload", "catalog", "classification"}},
   };
   return table;
 }

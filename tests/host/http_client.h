@@ -77,6 +77,12 @@ class HttpClient {
          "\r\n" + body);
     return answer();
   }
+  // Everything up to the end of the connection.
+  std::string rest(int seconds = 10) {
+    while (read(seconds)) {
+    }
+    return std::move(read_);
+  }
   // Whether the other side closes within so many seconds, without another byte.
   bool is_closed(int seconds) {
     pollfd watched{socket_, POLLIN, 0};

@@ -7,12 +7,16 @@
 namespace mercato::test {
 namespace {
 
-class RoutesByRole : public ServingTest {};
+class RoutesByRole : public ServingTest {
+ protected:
+  RoutesByRole() { options_.host.runs_uploads = false; }  // they stay as they are
+};
 
 constexpr const char* kInvoke =
     R"({"jsonrpc":"2.0","id":1,"method":"invoke","params":{"progId":"Mercato.Product","method":"GetMaxProductId"}})";
 constexpr const char* kExecute =
     R"({"jsonrpc":"2.0","id":1,"method":"execute","params":{"sql":"SELECT UNITCODE FROM UNIT"}})";
+constexpr const char* kDocument = "<Products><Product buyfrompartnumber=\"S-9\"/></Products>";
 constexpr const char* kDescribe = R"({"jsonrpc":"2.0","id":1,"method":"describe","params":{"progId":"Mercato.Unit"}})";
 
 // What each asks, and the status that nobody, a reader, ANN, a keeper and an admin get.
@@ -51,6 +55,15 @@ const std::vector<Row>& matrix() {
       {"GET", "/api/v1/session", "", 401, 200, 200, 200, 200},
       {"POST", "/api/v1/session", "", 401, 200, 200, 200, 200},
       {"DELETE", "/api/v1/session", "", 401, 204, 204, 204, 204},
+      {"POST", "/api/v1/uploads?kind=products&mode=preview", kDocument, 401, 403, 403, 202, 202},
+      {"POST", "/api/v1/uploads?kind=stones", kDocument, 401, 403, 403, 400, 400},
+      {"GET", "/api/v1/uploads", "", 401, 403, 403, 200, 200},
+      {"GET", "/api/v1/uploads/1", "", 401, 403, 403, 200, 200},
+      {"GET", "/api/v1/uploads/99", "", 401, 403, 403, 404, 404},
+      {"GET", "/api/v1/uploads/1/events", "", 401, 403, 403, 200, 200},
+      {"GET", "/api/v1/uploads/1/findings", "", 401, 403, 403, 200, 200},
+      {"GET", "/api/v1/uploads/1/remaining", "", 401, 403, 403, 409, 409},
+      {"DELETE", "/api/v1/uploads/99", "", 401, 403, 403, 404, 404},
       {"POST", "/rpc", kInvoke, 401, 403, 403, 200, 200},
       {"POST", "/rpc", kExecute, 401, 403, 403, 403, 200},
       {"POST", "/rpc", kDescribe, 401, 200, 200, 200, 200},
@@ -286,6 +299,7 @@ TEST_F(RoutesByRole, LogALineForEachRequestWithoutSecrets) {
 TEST_F(RoutesByRole, AreDescribedAndEveryExampleOfThemRuns) {
   const Json description = json_of(get("/api/v1/openapi.json", reader_));
   EXPECT_EQ(description.at("openapi"), "3.1.0");
+  EXPECT_EQ(client().ask("POST", "/api/v1/uploads?kind=products", bearer(admin_), kDocument).status, 202);
   std::size_t run = 0;
   for (const auto& [path, operations] : description.at("paths").items())
     for (const auto& [method, operation] : operations.items()) {
@@ -302,11 +316,19 @@ TEST_F(RoutesByRole, AreDescribedAndEveryExampleOfThemRuns) {
           query += (query.empty() ? "?" : "&") + name + "=" + text;
       }
       std::string body;
-      if (operation.contains("requestBody"))
-        body = operation.at("requestBody").at("content").at("application/json").at("example").dump();
+      if (operation.contains("requestBody")) {
+        const Json& example = operation.at("requestBody").at("content").begin().value().at("example");
+        body = example.is_string() ? example.get<std::string>() : example.dump();
+      }
       std::string verb = method;
       for (char& letter : verb) letter = static_cast<char>(letter - 'a' + 'A');
       const HttpAnswer answer = client().ask(verb, target + query, bearer(admin_), body);
+      // The upload was cancelled by the example of DELETE before it ran, so it has left nothing.
+      if (path == "/api/v1/uploads/{id}/remaining") {
+        EXPECT_EQ(answer.status, 404);
+        ++run;
+        continue;
+      }
       EXPECT_TRUE(operation.at("responses").contains(std::to_string(answer.status)))
           << verb << " " << target << query << ": " << answer.status << " " << answer.body;
       ++run;

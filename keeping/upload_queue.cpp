@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "keeping/upload_queue.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <ctime>
+#include <string_view>
+#include <utility>
+
+#include "frame/lib_general.h"
+#include "frame/lib_sql.h"
+#include "frame/util.h"
+#include "mercato/raised_error.h"
+#include "platform/store/session_pool.h"
+
+namespace mercato::keeping {
+namespace {
+
+// Longer than a trial holds up the writing of progress.
+constexpr std::int64_t kLeaseSeconds = 15 * 60;
+// What tells the uploads of hosts from those of the tool: the beginning of OPTIONS.
+constexpr std::string_view kSkip = "host skip ";
+constexpr std::string_view kWrite = "host write ";
+
+Date universal(std::int64_t seconds_from_now = 0) {
+  return Date::from_unix_seconds(static_cast<std::int64_t>(std::time(nullptr)) + seconds_from_now);
+}
+std::string literal(Date date) { return GetSqlLiterals().DateTimeToSql(date); }
+
+std::string machine() {
+  std::array<char, 64> name{};
+  return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
+}
+
+// A process of this machine can be asked for; of another one the lease says it.
+bool is_gone(const std::string& owner, const Variant& lease) {
+  const std::size_t colon = owner.rfind(':');
+  if (colon != std::string::npos && owner.substr(0, colon) == machine()) {
+    pid_t process = 0;
+    std::from_chars(owner.data() + colon + 1, owner.data() + owner.size(), process);
+    if (process <= 0 || (::kill(process, 0) != 0 && errno == ESRCH)) return true;
+    if (process == ::getpid()) return false;
+  }
+  return lease.is_null() || lease.to_date() < universal();
+}
+
+std::string day_of(const Variant& value) { return value.is_null() ? std::string() : value.to_date().iso_text(); }
+std::int32_t count_of(const Variant& value) { return value.is_null() ? 0 : value.to_long(); }
+
+struct Row {
+  QueuedUpload upload;
+  std::string owner;
+  Variant lease;
+};
+
+Row row_of(const Recordset& row) {
+  Row read;
+  QueuedUpload& upload = read.upload;
+  upload.id = row.Value("UPLOADID").to_long();
+  upload.kind = row.Value("KIND").text_or_empty();
+  upload.mode = row.Value("MODE").text_or_empty();
+  upload.state = row.Value("STATE").text_or_empty();
+  upload.user = row.Value("USERID").text_or_empty();
+  upload.name = row.Value("FILENAME").text_or_empty();
+  const std::string options = row.Value("OPTIONS").text_or_empty();
+  upload.write_on_errors = options.starts_with(kWrite);
+  upload.file = options.substr((upload.write_on_errors ? kWrite : kSkip).size());
+  upload.accepted = day_of(row.Value("ACCEPTED"));
+  upload.started = day_of(row.Value("STARTED"));
+  upload.ended = day_of(row.Value("ENDED"));
+  upload.total = count_of(row.Value("TOTALCOUNT"));
+  upload.done = count_of(row.Value("DONECOUNT"));
+  upload.findings = count_of(row.Value("FINDINGCOUNT"));
+  upload.inserted = count_of(row.Value("INSERTED"));
+  upload.updated = count_of(row.Value("UPDATED"));
+  upload.refused = count_of(row.Value("REFUSED"));
+  upload.left = count_of(row.Value("LEFTCOUNT"));
+  upload.stopped_by = row.Value("STOPPEDBY").text_or_empty();
+  read.owner = row.Value("OWNER").text_or_empty();
+  read.lease = row.Value("LEASEUNTIL");
+  return read;
+}
+
+ConnectionPtr connection() { return open_connection(shared_connection_string()); }
+
+std::vector<Row> rows_with(const Sql& condition, std::int32_t most, bool oldest_first = false) {
+  Sql sql = Sql("SELECT TOP ") << most
+                               << " UPLOADID, KIND, MODE, STATE, USERID, FILENAME, OPTIONS, ACCEPTED, STARTED, ENDED, "
+                                  "TOTALCOUNT, DONECOUNT, FINDINGCOUNT, INSERTED, UPDATED, REFUSED, LEFTCOUNT, "
+                                  "STOPPEDBY, OWNER, LEASEUNTIL FROM MERCATO_UPLOAD WHERE OPTIONS LIKE N'host %'"
+                               << condition;
+  sql << (oldest_first ? LiteralPiece(" ORDER BY UPLOADID") : LiteralPiece(" ORDER BY UPLOADID DESC"));
+  const RecordsetPtr records = open_read_only(sql, connection());
+  std::vector<Row> rows;
+  for (; !records->Eof(); records->MoveNext()) rows.push_back(row_of(*records));
+  records->Close();
+  return rows;
+}
+
+std::int64_t execute(const Sql& sql) {
+  ConnectionPtr opened = connection();
+  return execute_and_close(opened, sql);
+}
+
+// Null for an empty text.
+Sql text_literal(std::string_view text) {
+  if (text.empty()) return LiteralPiece("NULL");
+  return Sql("N'") << value(Gen_QuoteSql(std::string(text))) << "'";
+}
+
+Sql counts_of(const QueuedUpload& upload, std::size_t findings) {
+  return Sql("TOTALCOUNT = ") << upload.total << ", READCOUNT = " << upload.done << ", DONECOUNT = " << upload.done
+                              << ", INSERTED = " << upload.inserted << ", UPDATED = " << upload.updated
+                              << ", REFUSED = " << upload.refused << ", LEFTCOUNT = " << upload.left
+                              << ", FINDINGCOUNT = " << static_cast<std::int32_t>(findings);
+}
+
+void keep_findings(std::int32_t id, std::int32_t kept, const std::vector<RunFinding>& findings) {
+  for (const RunFinding& finding : findings)
+    execute(
+        Sql("INSERT INTO MERCATO_UPLOAD_FINDING (UPLOADID, SEQUENCE, OUTCOME, RECORD, FIELD, VALUE, REASON) VALUES (")
+        << id << ", " << ++kept << ", " << text_literal(finding.outcome) << ", " << text_literal(finding.record) << ", "
+        << text_literal(finding.field) << ", " << text_literal(finding.value) << ", " << text_literal(finding.reason)
+        << ")");
+}
+
+}  // namespace
+
+std::int32_t accept_upload(const QueuedUpload& upload) {
+  const store::PooledSession session = store::acquire_session(shared_connection_string());
+  const store::TableInfo* table = session->table("MERCATO_UPLOAD");
+  if (!table)
+    raise(error_number::kStatementRefused, {}, "The store has no table MERCATO_UPLOAD; `mercato init` makes it");
+  const std::vector<std::pair<const char*, Variant>> fields = {
+      {"KIND", upload.kind},     {"MODE", upload.mode},
+      {"STATE", "waiting"},      {"USERID", upload.user},
+      {"FILENAME", upload.name}, {"OPTIONS", std::string(upload.write_on_errors ? kWrite : kSkip) + upload.file},
+      {"ACCEPTED", universal()}};
+  std::vector<std::size_t> columns;
+  std::vector<Variant> values;
+  for (const auto& [column, held] : fields) {
+    columns.push_back(*table->find(column));
+    values.push_back(held);
+  }
+  return static_cast<std::int32_t>(session->insert_row(*table, columns, values).number);
+}
+
+std::optional<QueuedUpload> queued_upload(std::int32_t id) {
+  std::vector<Row> rows = rows_with(Sql(" AND UPLOADID = ") << id, 1);
+  return rows.empty() ? std::nullopt : std::optional(std::move(rows.front().upload));
+}
+
+std::vector<QueuedUpload> queued_uploads(std::int32_t most) {
+  std::vector<QueuedUpload> uploads;
+  for (Row& row : rows_with(LiteralPiece(" AND UPLOADID > 0"), most)) uploads.push_back(std::move(row.upload));
+  return uploads;
+}
+
+std::vector<NumberedFinding> findings_of_upload(std::int32_t id, std::int32_t after, std::int32_t most) {
+  const RecordsetPtr rows = open_read_only(
+      Sql("SELECT TOP ") << most
+                         << " SEQUENCE, OUTCOME, RECORD, FIELD, VALUE, REASON FROM MERCATO_UPLOAD_FINDING "
+                            "WHERE UPLOADID = "
+                         << id << " AND SEQUENCE > " << after << " ORDER BY SEQUENCE",
+      connection());
+  std::vector<NumberedFinding> findings;
+  for (; !rows->Eof(); rows->MoveNext())
+    findings.push_back({rows->Value("SEQUENCE").to_long(),
+                        {rows->Value("OUTCOME").text_or_empty(), rows->Value("RECORD").text_or_empty(),
+                         rows->Value("FIELD").text_or_empty(), rows->Value("VALUE").text_or_empty(),
+                         rows->Value("REASON").text_or_empty()}});
+  rows->Close();
+  return findings;
+}
+
+// The next is looked for before those that run, so that of two processes that look at a time one claims nothing.
+std::optional<QueuedUpload> claim_upload() {
+  std::vector<Row> waiting = rows_with(LiteralPiece(" AND STATE = 'waiting'"), 1, true);
+  if (waiting.empty() || !rows_with(LiteralPiece(" AND STATE = 'running'"), 1).empty()) return std::nullopt;
+  QueuedUpload& next = waiting.front().upload;
+  const std::string owner = machine() + ":" + std::to_string(::getpid());
+  const std::int64_t claimed = execute(Sql("UPDATE MERCATO_UPLOAD SET STATE = 'running', STARTED = ")
+                                       << value(literal(universal())) << ", OWNER = " << text_literal(owner)
+                                       << ", LEASEUNTIL = " << value(literal(universal(kLeaseSeconds)))
+                                       << " WHERE UPLOADID = " << next.id << " AND STATE = 'waiting'");
+  if (claimed != 1) return std::nullopt;
+  next.state = "running";
+  return std::move(next);
+}
+
+std::vector<QueuedUpload> fail_abandoned_uploads() {
+  std::vector<QueuedUpload> failed;
+  for (Row& row : rows_with(LiteralPiece(" AND STATE = 'running'"), 100)) {
+    if (!is_gone(row.owner, row.lease)) continue;
+    const std::int64_t taken = execute(
+        Sql("UPDATE MERCATO_UPLOAD SET STATE = 'failed', STOPPEDBY = N'The process that ran it has ended.', ENDED = ")
+        << value(literal(universal())) << ", LEASEUNTIL = NULL WHERE UPLOADID = " << row.upload.id
+        << " AND STATE = 'running' AND OWNER = " << text_literal(row.owner));
+    if (taken == 1) failed.push_back(std::move(row.upload));
+  }
+  return failed;
+}
+
+bool keep_progress(const QueuedUpload& upload, std::int32_t kept, const std::vector<RunFinding>& findings) {
+  keep_findings(upload.id, kept, findings);
+  execute(Sql("UPDATE MERCATO_UPLOAD SET ")
+          << counts_of(upload, static_cast<std::size_t>(kept) + findings.size())
+          << ", LEASEUNTIL = " << value(literal(universal(kLeaseSeconds))) << " WHERE UPLOADID = " << upload.id);
+  const auto now = queued_upload(upload.id);
+  return !now || !now->stopped_by.empty();
+}
+
+void end_queued_upload(const QueuedUpload& upload, std::int32_t kept, const std::vector<RunFinding>& findings) {
+  keep_findings(upload.id, kept, findings);
+  execute(Sql("UPDATE MERCATO_UPLOAD SET ")
+          << counts_of(upload, static_cast<std::size_t>(kept) + findings.size())
+          << ", STATE = " << text_literal(upload.state) << ", STOPPEDBY = " << text_literal(upload.stopped_by)
+          << ", ENDED = " << value(literal(universal())) << ", LEASEUNTIL = NULL WHERE UPLOADID = " << upload.id);
+}
+
+bool cancel_upload(std::int32_t id) {
+  const std::int64_t waiting =
+      execute(Sql("UPDATE MERCATO_UPLOAD SET STATE = 'cancelled', ENDED = ")
+              << value(literal(universal())) << " WHERE UPLOADID = " << id << " AND STATE = 'waiting'");
+  if (waiting == 1) return true;
+  return execute(Sql("UPDATE MERCATO_UPLOAD SET STOPPEDBY = N'It was cancelled.' WHERE UPLOADID = ")
+                 << id << " AND STATE = 'running'") == 1;
+}
+
+}  // namespace mercato::keeping
