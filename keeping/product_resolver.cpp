@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <charconv>
 #include <map>
+#include <set>
 #include <string_view>
 
 #include "frame/lib_general.h"
 #include "frame/lib_sql.h"
+#include "keeping/store_calls.h"
 #include "mercato/raised_error.h"
 #include "values/text.h"
 
@@ -39,6 +41,12 @@ std::optional<std::int32_t> as_id(std::string_view text) {
   const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), id);
   if (text.empty() || fault != std::errc() || end != text.data() + text.size()) return std::nullopt;
   return id;
+}
+
+Sql select_products() {
+  return LiteralPiece(
+      "SELECT PRODUCTID, PARTNUMBER, BUYFROMPARTNUMBER, GTIN, PRODUCTDESCRIPTION, BUSINESSPARTNERID, DISABLED FROM "
+      "PRODUCT WHERE ");
 }
 
 NamedProduct read_product(const Recordset& row) {
@@ -80,9 +88,7 @@ std::vector<NamedProduct> products_named(const std::string& connection_string, c
   std::map<std::int32_t, NamedProduct> found;
   // One statement for each column, so that each goes by the column's index.
   const auto add_those = [&](const Sql& condition) {
-    Sql sql = Sql("SELECT PRODUCTID, PARTNUMBER, BUYFROMPARTNUMBER, GTIN, PRODUCTDESCRIPTION, BUSINESSPARTNERID, "
-                  "DISABLED FROM PRODUCT WHERE ")
-              << condition;
+    Sql sql = select_products() << condition;
     if (supplier) sql << " AND BUSINESSPARTNERID = " << *supplier;
     const RecordsetPtr rows = open_read_only(sql, connection);
     for (; !rows->Eof(); rows->MoveNext()) {
@@ -113,6 +119,40 @@ NamedProduct product_named(const std::string& connection_string, const std::stri
   raise(error_number::kInvalidArgument, {},
         text + " may be " + std::to_string(candidates.size()) + " products" + of_supplier +
             "; name one by its id: " + listed(candidates));
+}
+
+std::vector<NamedProduct> products_with(const std::string& connection_string, std::span<const std::int32_t> ids) {
+  const ConnectionPtr connection = open_connection(connection_string);
+  std::vector<NamedProduct> products;
+  for_each_list(ids, [&](const Sql& list) {
+    const RecordsetPtr rows = open_read_only(select_products() << "PRODUCTID IN " << list, connection);
+    for (; !rows->Eof(); rows->MoveNext()) products.push_back(read_product(*rows));
+    rows->Close();
+  });
+  connection->Close();
+  std::ranges::sort(products, {}, &NamedProduct::id);
+  return products;
+}
+
+ListedProducts products_listed(const std::string& connection_string, const std::string& text,
+                               const std::optional<std::int32_t>& supplier) {
+  ListedProducts listed;
+  std::set<std::int32_t> once;
+  std::size_t number = 0;
+  for (const std::string& line : text::split(text, "\n")) {
+    ++number;
+    std::string name(text::trim(line));
+    if (name.ends_with('\r')) name = text::trim(name.substr(0, name.size() - 1));
+    if (name.empty()) continue;
+    try {
+      const NamedProduct product = product_named(connection_string, name, supplier);
+      if (once.insert(product.id).second) listed.ids.push_back(product.id);
+    } catch (const Raised& raised) {
+      if (raised.error().Number != error_number::kInvalidArgument) throw;
+      listed.faults.push_back({number, raised.error().Description});
+    }
+  }
+  return listed;
 }
 
 std::int32_t supplier_named(const std::string& connection_string, const std::string& text) {

@@ -4,8 +4,10 @@
 // any of them. Nothing is changed and nothing is logged. Any thread.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -28,6 +30,22 @@ std::vector<NamedProduct> products_named(const std::string& connection_string, c
 // The one of them. Raises 5 when there is none, and when there are several: the failure lists them.
 NamedProduct product_named(const std::string& connection_string, const std::string& text,
                            const std::optional<std::int32_t>& supplier = std::nullopt);
+
+// The products of these ids that there are, by their ids.
+std::vector<NamedProduct> products_with(const std::string& connection_string, std::span<const std::int32_t> ids);
+
+// The products that a text names, one on each line; blank lines are passed over. A product that is named twice counts
+// once. A line that names none, or several, is a fault.
+struct ListedProducts {
+  struct Fault {
+    std::size_t line;  // from 1
+    std::string words;
+  };
+  std::vector<std::int32_t> ids;  // in the order of the lines
+  std::vector<Fault> faults;
+};
+ListedProducts products_listed(const std::string& connection_string, const std::string& text,
+                               const std::optional<std::int32_t>& supplier = std::nullopt);
 
 // The business partner with this id or BUSINESSID. Raises 5 when there is none, and when two are meant.
 std::int32_t supplier_named(const std::string& connection_string, const std::string& text);
