@@ -8,9 +8,7 @@
 #include "mercato/settings.h"
 #include "platform/store/call_limit.h"
 #include "platform/store/hidden_passwords.h"
-#include "tools/gateway/describe.h"
 #include "tools/gateway/gateway_session.h"
-#include "tools/gateway/params.h"
 #include "tools/gateway/request.h"
 
 namespace mercato::host {
@@ -45,28 +43,6 @@ void count(Metrics& metrics, const gateway::JsonInput& params, const std::string
   metrics.count_call(table ? std::string(table->prog_id()) : "unknown", outcome);
 }
 
-// What the call leaves open is settled with the object, and told in the place of what it was before.
-Json invoke(gateway::Session& session, gateway::JsonInput params) {
-  const gateway::Params given(params, {"progId", "method", "args"});
-  const gateway::JsonInput created(session.perform("create", {{"progId", given.get("progId")}}));
-  const gateway::JsonInput object = {{"object", created.at("object")}};
-  params.erase("progId");
-  params["object"] = created.at("object");
-  Json result;
-  try {
-    result = session.perform("call", params);
-  } catch (const gateway::RpcError& error) {
-    const Json released = session.perform("release", object);
-    Json told = error.to_json();
-    Json data = told.contains("data") ? told["data"] : Json();
-    if (data.is_object() && data.value("outcome", "") == "open") data["outcome"] = released.at("outcome");
-    throw gateway::RpcError(error.code(), error.message(), std::move(data));
-  }
-  const Json released = session.perform("release", object);
-  if (result.value("outcome", "") == "open") result["outcome"] = released.at("outcome");
-  return result;
-}
-
 Json perform(Call& call, const gateway::Request& request) {
   const Method* method = method_named(request.method);
   if (!method) throw gateway::RpcError(gateway::kMethodNotFound, "There is no method '" + request.method + "' here");
@@ -84,11 +60,7 @@ Json perform(Call& call, const gateway::Request& request) {
   gateway::Session session({.trace = trace, .scripted = false});
   const bool invokes = request.method == "invoke";
   try {
-    if (request.method == "describe") {
-      const gateway::Params given(params, {"progId"});
-      return gateway::describe(given.text_or("progId", ""));
-    }
-    Json result = invokes ? invoke(session, params) : session.perform(request.method, params);
+    Json result = session.perform(request.method, params);
     if (invokes) {
       forget_handles(result);
       count(call.host.metrics(), params, result.value("outcome", "none"));
@@ -106,39 +78,6 @@ Json without_passwords(Json error) {
       error[member] = store::without_passwords(error[member].get<std::string>());
   if (error.is_object() && error.contains("data")) error["data"] = without_passwords(error["data"]);
   return error;
-}
-
-struct Asked {
-  bool batch = false;
-  std::vector<std::variant<gateway::Request, gateway::RefusedLine>> requests;
-};
-
-// Throws RefusedLine for a body that is no JSON, or beyond the gateway's bounds.
-Asked read_requests(const std::string& body) {
-  Asked asked;
-  const auto read = [&](const std::string& text) {
-    try {
-      asked.requests.emplace_back(gateway::read_request(text));
-    } catch (const gateway::RefusedLine& refused) {
-      if (!asked.batch && refused.code() == gateway::kParseError) throw;
-      asked.requests.emplace_back(refused);
-    }
-  };
-  const std::size_t first = body.find_first_not_of(" \t\r\n");
-  asked.batch = first != std::string::npos && body[first] == '[';
-  if (!asked.batch) {
-    read(body);
-    return asked;
-  }
-  try {
-    gateway::read_request(body);  // refused as a batch, once it is known to be JSON within the bounds
-  } catch (const gateway::RefusedLine& refused) {
-    if (refused.code() == gateway::kParseError) throw;
-  }
-  for (const gateway::JsonInput& one : gateway::JsonInput::parse(body)) read(one.dump());
-  if (asked.requests.empty())
-    throw gateway::RefusedLine(gateway::kInvalidRequest, "A batch has a request at least", nullptr);
-  return asked;
 }
 
 Json error_of(const gateway::RpcError& error) { return without_passwords(error.to_json()); }
@@ -162,7 +101,7 @@ std::optional<Json> answer_to(Call& call, const std::variant<gateway::Request, g
 
 Response answer_rpc(Call& call) {
   try {
-    const Asked asked = read_requests(call.body);
+    const gateway::Asked asked = gateway::read_requests(call.body);
     if (!asked.batch) {
       const auto* request = std::get_if<gateway::Request>(&asked.requests.front());
       const Method* method = request ? method_named(request->method) : nullptr;
