@@ -105,6 +105,8 @@ const std::vector<Failure>& failures() {
        2},
       {{"import"}, "mercato: FILE is required; --help says more.\n", 2},
       {{"import", "nowhere.csv"}, "mercato: The file \"nowhere.csv\" is not there.\n"},
+      {{"export"}, "mercato: WHAT is required; --help says more.\n", 2},
+      {{"export", "catalog"}, "mercato: Say which catalogue is to be exported: --catalog NAME.\n"},
       {{"prices", "preview", "nowhere.xml"},
        "mercato: Cannot read the file \"nowhere.xml\": No such file or directory.\n"},
       {{"prices", "upload", "folder"}, "mercato: Cannot read the file \"folder\": Is a directory.\n"},
@@ -215,6 +217,18 @@ const std::vector<Failure>& failures() {
       {{"category", "set", "9", "--name", "X"}, "mercato: There is no category 9.\n"},
       {{"category", "delete", "9"}, "mercato: There is no category 9.\n"},
       {{"unit", "delete", "Q'Q"}, "mercato: There is no unit Q'Q.\n"},
+      {{"reference", "list", "colours"},
+       "mercato: There is no reference table colours; there are units, hazardous-classes, commodities, manufacturers, "
+       "tax-codes, currencies, rates, users, partners, contract-lines, questions, question-categories, "
+       "visibilities.\n"},
+      {{"reference", "show", "units", "Q'Q"}, "mercato: There is no UNIT Q'Q.\n"},
+      {{"reference", "set", "units", "UNITDESCRIPTION=box"},
+       "refused: UNITCODE is missing, by which a row is known\n"
+       "mercato: The row has 1 fault; nothing of it was written.\n"},
+      {{"reference", "load", "units", "nowhere.csv"},
+       "mercato: Cannot read the file \"nowhere.csv\": No such file or directory.\n"},
+      {{"reference", "delete", "units", "Q'Q"}, "mercato: There is no UNIT Q'Q.\n"},
+      {{"schema", "NOTHING"}, "mercato: There is no table NOTHING.\n"},
       {{"unit", "delete", "BX"}, "refused: 1 product still uses unit BX\nmercato: unit BX stays.\n"},
 
       // The store

@@ -94,5 +94,24 @@ TEST_F(LittleMemory, GatewayAnswersARequestThatFindsNoneAndServesTheNextOne) {
   }
 }
 
+// 96 MB of products, of which a batch is held at a time.
+TEST_F(LittleMemory, ExportStreams) {
+  std::string script =
+      "INSERT INTO PRODUCT (PARTNUMBER, BUYFROMPARTNUMBER, PRODUCTDESCRIPTION, PRODUCTXML) VALUES ('P', 'S', 'Pen', '" +
+      std::string(12'000, 'x') + "');\n";
+  for (int doubling = 0; doubling < 13; ++doubling)
+    script +=
+        "INSERT INTO PRODUCT (PARTNUMBER, BUYFROMPARTNUMBER, PRODUCTDESCRIPTION, PRODUCTXML) SELECT PARTNUMBER, "
+        "BUYFROMPARTNUMBER, PRODUCTDESCRIPTION, PRODUCTXML FROM PRODUCT;\n";
+  ASSERT_EQ(tool_.run({"execute", "-"}, script).status, 0);
+  constexpr int kRoom = 60'000;
+  const int enough = enough_to_start() + kRoom;
+  for (const std::string form : {"csv", "xlsx", "documents"}) {
+    const ToolRun done = run(enough, {"export", "products", "--as", form, "-o", "products"});
+    EXPECT_EQ(done.status, 0) << form;
+    EXPECT_EQ(done.err, "8192 records in products.\n") << form;
+  }
+}
+
 }  // namespace
 }  // namespace mercato::test
