@@ -292,11 +292,13 @@ TEST_F(ExportCommand, WritesATreeAndCodesThatCanBeLoadedAgain) {
 }
 
 TEST_F(ExportCommand, SaysWhatCannotBeDone) {
-  expect_refused({"export", "prices", "--as", "bmecat"},
-                 "mercato: There is no bmecat of prices; there are csv, xlsx, json, documents.\n");
-  expect_refused({"export", "catalog"}, "mercato: Say which catalogue is to be exported: --catalog NAME.\n");
-  expect_refused({"export", "unspsc", "--supplier", "QUILL"},
-                 "mercato: --supplier, --category and --part-number choose products, and none are exported here.\n");
+  expect_wrong_usage({"export", "prices", "--as", "bmecat"},
+                     "There is no bmecat of prices; there are csv, xlsx, json, documents");
+  expect_wrong_usage({"export", "catalog"}, "Say which catalogue is to be exported: --catalog NAME");
+  expect_wrong_usage({"export", "unspsc", "--supplier", "QUILL"},
+                     "--supplier, --category and --part-number choose products, and none are exported here");
+  expect_wrong_usage({"export", "categories", "--catalog", "Office"},
+                     "--catalog chooses products, and none are exported here");
   expect_refused({"export", "products", "--supplier", "NOBODY"}, "mercato: There is no business partner NOBODY.\n");
   expect_refused({"export", "products", "-o", "no/such/folder.csv"},
                  "mercato: The file \"no/such/folder.csv\" cannot be written.\n");

@@ -106,7 +106,7 @@ const std::vector<Failure>& failures() {
       {{"import"}, "mercato: FILE is required; --help says more.\n", 2},
       {{"import", "nowhere.csv"}, "mercato: The file \"nowhere.csv\" is not there.\n"},
       {{"export"}, "mercato: WHAT is required; --help says more.\n", 2},
-      {{"export", "catalog"}, "mercato: Say which catalogue is to be exported: --catalog NAME.\n"},
+      {{"export", "catalog"}, "mercato: Say which catalogue is to be exported: --catalog NAME; --help says more.\n", 2},
       {{"prices", "preview", "nowhere.xml"},
        "mercato: Cannot read the file \"nowhere.xml\": No such file or directory.\n"},
       {{"prices", "upload", "folder"}, "mercato: Cannot read the file \"folder\": Is a directory.\n"},

@@ -9,7 +9,6 @@
 
 #include "exchange/exporting.h"
 #include "keeping/product_resolver.h"
-#include "mercato/raised_error.h"
 #include "tools/cli/catalog/catalog_names.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
@@ -32,38 +31,55 @@ Value one_of_names(std::span<const char* const> names, const std::string& name) 
   return static_cast<Value>(std::ranges::find(names, name) - names.begin());
 }
 
-[[noreturn]] void refuse_use(const std::string& why) { raise(error_number::kInvalidArgument, {}, why); }
+bool is_of_products(ExportSubject subject) {
+  return subject == ExportSubject::products || subject == ExportSubject::prices;
+}
 
-ExportOptions options_for(const Given& given) {
+// What is asked for, without the filters.
+ExportOptions subject_of(const Given& given) {
   ExportOptions options;
   options.subject = one_of_names<ExportSubject>(kSubjects, given.subject);
+  options.form = given.form.empty() ? forms_of(options.subject).front() : one_of_names<ExportForm>(kForms, given.form);
+  return options;
+}
+
+// Why the options do not go together; empty when they do.
+std::string wrong_use(const Given& given, const ExportOptions& options) {
   const std::vector<ExportForm> forms = forms_of(options.subject);
-  options.form = given.form.empty() ? forms.front() : one_of_names<ExportForm>(kForms, given.form);
   if (std::ranges::find(forms, options.form) == forms.end()) {
     std::string known;
     for (const ExportForm form : forms)
       known += (known.empty() ? "" : ", ") + std::string(kForms[static_cast<std::size_t>(form)]);
-    refuse_use("There is no " + given.form + " of " + given.subject + "; there are " + known);
+    return "There is no " + given.form + " of " + given.subject + "; there are " + known;
   }
-  if (!given.supplier.empty()) options.filter.supplier = keeping::supplier_named(connection_string(), given.supplier);
-  if (!given.category.empty()) options.filter.category = id_of(kCategories, given.category);
-  if (!given.catalog.empty()) options.filter.catalog = find_catalog(given.catalog).id;
-  options.filter.part_number = given.part_number;
-  const bool of_products = options.subject == ExportSubject::products || options.subject == ExportSubject::prices;
   if (options.subject == ExportSubject::catalog && given.catalog.empty())
-    refuse_use("Say which catalogue is to be exported: --catalog NAME");
-  if (!of_products && !(given.supplier + given.category + given.part_number).empty())
-    refuse_use("--supplier, --category and --part-number choose products, and none are exported here");
-  if (options.subject != ExportSubject::catalog && !of_products && !given.catalog.empty())
-    refuse_use("--catalog chooses products, and none are exported here");
-  return options;
+    return "Say which catalogue is to be exported: --catalog NAME";
+  if (!is_of_products(options.subject) && !(given.supplier + given.category + given.part_number).empty())
+    return "--supplier, --category and --part-number choose products, and none are exported here";
+  if (options.subject != ExportSubject::catalog && !is_of_products(options.subject) && !given.catalog.empty())
+    return "--catalog chooses products, and none are exported here";
+  if ((given.file.empty() || given.file == "-") && options.form == ExportForm::xlsx && ::isatty(STDOUT_FILENO) != 0)
+    return "A workbook is nothing for a terminal: write it to a file with -o FILE";
+  return {};
+}
+
+ExportFilter filter_of(const Given& given) {
+  ExportFilter filter;
+  if (!given.supplier.empty()) filter.supplier = keeping::supplier_named(connection_string(), given.supplier);
+  if (!given.category.empty()) filter.category = id_of(kCategories, given.category);
+  if (!given.catalog.empty()) filter.catalog = find_catalog(given.catalog).id;
+  filter.part_number = given.part_number;
+  return filter;
 }
 
 int export_all(const Given& given, const OutputOptions& output) {
-  const ExportOptions options = options_for(given);
+  ExportOptions options = subject_of(given);
+  if (const std::string wrong = wrong_use(given, options); !wrong.empty()) {
+    std::cerr << alarming("mercato: ") << wrong << "; --help says more.\n";
+    return kUsage;
+  }
+  options.filter = filter_of(given);
   const bool to_file = !given.file.empty() && given.file != "-";
-  if (!to_file && options.form == ExportForm::xlsx && ::isatty(STDOUT_FILENO) != 0)
-    refuse_use("A workbook is nothing for a terminal: write it to a file with -o FILE");
   std::unique_ptr<Output> written;
   if (to_file)
     written = std::make_unique<FileOutput>(given.file);
