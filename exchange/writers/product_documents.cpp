@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "exchange/writers/product_writers.h"
-#include "mercato/date.h"
 #include "platform/xml/characters.h"
 #include "upload/product_fields.h"
 #include "values/text.h"
@@ -12,11 +11,8 @@ namespace {
 
 constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
-// As the library reads days.
-std::string library_day(const std::string& iso) {
-  const std::optional<Date> day = Date::parse(text::replace_all(iso, "T", " "));
-  return day ? day->text() : iso;
-}
+// As the library reads a day that has a time.
+std::string library_day(std::string_view stored) { return text::replace_all(stored, "T", " "); }
 
 // Of a property: it stands in a document under its own name.
 bool can_be_element(std::string_view property) {
@@ -71,7 +67,7 @@ class ProductDocument final : public Document {
       // The library takes a list apart when it has been told what separates it.
       if (field.name == "BUYERID" && value.find(kBuyerSeparator) != std::string_view::npos)
         element(upload::kSeparatorKey, kBuyerSeparator);
-      element(field.name, field.kind == StoredKind::day ? library_day(std::string(value)) : value);
+      element(field.name, field.kind == StoredKind::day ? library_day(value) : value);
     }
     for (const StoredProperty& property : product.properties) {
       if (!property.value) continue;  // an element would make a text of nothing
