@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // mercato import: from a supplier's file to rows of the store, with a report that adds up.
+#include "bench/support/data_folder.h"
+#include "exchange/input/source.h"
 #include "tests/tools/command_fixture.h"
 
 namespace mercato::test {
@@ -16,6 +18,16 @@ class ImportCommand : public CommandTest {
   std::string file(const std::string& name, const std::string& text) {
     write_file(name, text);
     return name;
+  }
+  static std::string first_lines_of(const std::filesystem::path& path, int count) {
+    const auto source = exchange::open_source(path.string());
+    std::string text;
+    for (std::string_view piece = source->next(); !piece.empty(); piece = source->next())
+      for (const char byte : piece) {
+        text += byte;
+        if (byte == '\n' && --count == 0) return text;
+      }
+    return text;
   }
   std::string text_of(const std::string& name) const { return read_whole(tool_.folder() / name); }
 };
@@ -154,6 +166,102 @@ TEST_F(ImportCommand, ReadsStandardInputAndTakesWhatIsAccepted) {
   EXPECT_EQ(report["priceLines"]["added"], 2);
   EXPECT_EQ(report["findings"][1]["reason"], "number");
   EXPECT_EQ(report["findings"][1]["taken"], true);
+}
+
+TEST_F(ImportCommand, HandsBackWhatWasRefusedAsADocumentToBeCorrected) {
+  const std::string parts = file("parts.csv", kParts + "P5;Nail;4;EUR;;it's\n");
+  const ToolRun done = run({"import", parts, "--set", "UNITCODE=EA", "--rest", "rest.xml"});
+  EXPECT_EQ(done.status, 3) << done.err;
+  EXPECT_EQ(text_of("rest.xml"),
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Records>\n"
+            "  <!-- line 4\n"
+            "       PRICE \"free\": it is no number as the file writes them. Correct it, or say the decimal sign with "
+            "- -decimal. -->\n"
+            "  <Product buyfrompartnumber=\"P3\">\n"
+            "    <PRODUCTDESCRIPTION>Screw</PRODUCTDESCRIPTION>\n"
+            "    <UNITCODE>EA</UNITCODE>\n"
+            "    <PARTNUMBER>P3</PARTNUMBER>\n"
+            "    <MULTIPLEBUYER>0</MULTIPLEBUYER>\n"
+            "  </Product>\n"
+            "  <!-- line 5\n"
+            "       PRODUCTDESCRIPTION \"\": a value is missing that a new product needs. Give it with - -set "
+            "FIELD=VALUE. -->\n"
+            "  <Product buyfrompartnumber=\"P4\">\n"
+            "    <UNITCODE>EA</UNITCODE>\n"
+            "    <PARTNUMBER>P4</PARTNUMBER>\n"
+            "    <MULTIPLEBUYER>0</MULTIPLEBUYER>\n"
+            "  </Product>\n"
+            "  <ProductPrice buyfrompartnumber=\"P4\">\n"
+            "    <CurrencyCode>EUR</CurrencyCode>\n"
+            "    <Price>3</Price>\n"
+            "    <PriceEffectiveDate>2000-01-01</PriceEffectiveDate>\n"
+            "    <PriceExpiryDate>2099-12-31</PriceExpiryDate>\n"
+            "    <GROUPBY></GROUPBY>\n"
+            "  </ProductPrice>\n"
+            "  <!-- line 6\n"
+            "       COLOUR \"it's\": the library does not take a typewriter apostrophe here. Accept it to have it "
+            "replaced by a typographic one. -->\n"
+            "  <Product buyfrompartnumber=\"P5\">\n"
+            "    <PRODUCTDESCRIPTION>Nail</PRODUCTDESCRIPTION>\n"
+            "    <UNITCODE>EA</UNITCODE>\n"
+            "    <PARTNUMBER>P5</PARTNUMBER>\n"
+            "    <MULTIPLEBUYER>0</MULTIPLEBUYER>\n"
+            "    <COLOUR>it's</COLOUR>\n"
+            "  </Product>\n"
+            "  <ProductPrice buyfrompartnumber=\"P5\">\n"
+            "    <CurrencyCode>EUR</CurrencyCode>\n"
+            "    <Price>4</Price>\n"
+            "    <PriceEffectiveDate>2000-01-01</PriceEffectiveDate>\n"
+            "    <PriceExpiryDate>2099-12-31</PriceExpiryDate>\n"
+            "    <GROUPBY></GROUPBY>\n"
+            "  </ProductPrice>\n"
+            "</Records>\n");
+  // Each command takes its own records of it.
+  EXPECT_EQ(run({"upload", "rest.xml", "--accept", "apostrophe"}).status, 3);
+  EXPECT_EQ(run({"prices", "upload", "rest.xml"}).status, 3);
+  EXPECT_EQ(rows("SELECT BUYFROMPARTNUMBER FROM PRODUCT;\n"), "BUYFROMPARTNUMBER\nP1\nP2\nP3\nP5\n");
+}
+
+TEST_F(ImportCommand, TakesRealFilesWithCountsThatAddUpAndChangeNothingWhenTheyComeAgain) {
+  execute("INSERT INTO CURRENCY (CURRENCYCODE) VALUES ('USD');");
+  struct RealFile {
+    const char* name;
+    int refused, inserted, updated, prices;
+  };
+  int stored = 0;
+  // A part of a toy has the number of a book.
+  for (const RealFile& real : {RealFile{"books-10k.csv.gz", 15, 85, 0, 0}, RealFile{"toy-parts.csv.gz", 0, 99, 1, 0},
+                               RealFile{"food.csv", 68, 32, 0, 0}, RealFile{"components-1k.csv", 7, 93, 0, 552}}) {
+    SCOPED_TRACE(real.name);
+    const std::filesystem::path path = bench::data_folder() / "products" / real.name;
+    if (!std::filesystem::exists(path)) GTEST_SKIP() << "there is no real data at " << path;
+    constexpr int kRecords = 100;
+    const std::string table = file("slice.csv", first_lines_of(path, kRecords + 1));
+    const Words import = {"import", table, "--set", "UNITCODE=EA", "--set", "CURRENCY=USD"};
+    const int given = real.inserted + real.updated;
+    const int status = real.refused > 0 ? 3 : 0;
+    EXPECT_EQ(real.refused + given, kRecords);
+    const json report = answer(import, status);
+    EXPECT_EQ(report["read"], kRecords);
+    EXPECT_EQ(report["refused"], real.refused);
+    EXPECT_EQ(
+        report["products"],
+        json({{"given", given}, {"inserted", real.inserted}, {"updated", real.updated}, {"refused", 0}, {"left", 0}}));
+    EXPECT_EQ(report["priceLines"],
+              json({{"given", real.prices}, {"added", real.prices}, {"changed", 0}, {"refused", 0}, {"left", 0}}));
+    stored += real.inserted;
+    EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM PRODUCT;\n"), "N\n" + std::to_string(stored) + "\n");
+
+    Words again = import;
+    again.insert(again.end(), {"--to", "documents"});
+    EXPECT_EQ(run(again).status, status);
+    for (const auto& [document, count] :
+         {std::pair("documents/products.xml", given), std::pair("documents/prices.xml", real.prices)}) {
+      if (count == 0) continue;
+      EXPECT_EQ(answer({"preview", "--changes", document}),
+                json({{"read", count}, {"inserted", 0}, {"changed", 0}, {"unchanged", count}, {"refused", 0}}));
+    }
+  }
 }
 
 TEST_F(ImportCommand, ProposesAMappingThatItThenTakes) {

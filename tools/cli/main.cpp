@@ -20,11 +20,11 @@
 #include "platform/store/session_pool.h"
 #include "platform/store/statement_observer.h"
 #include "tools/cli/commands.h"
+#include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
-#include "tools/cli/upload/judging_options.h"
 #include "tools/gateway/memory_reserve.h"
 #include "values/text.h"
 

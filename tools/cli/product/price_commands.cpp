@@ -5,11 +5,11 @@
 #include "mercato/clock.h"
 #include "mercato/date.h"
 #include "mercato/object_context.h"
+#include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
-#include "tools/cli/upload/judging_options.h"
 #include "values/text.h"
 
 namespace mercato::cli {

@@ -5,12 +5,12 @@
 #include "frame/lib_general.h"
 #include "mercato/object_context.h"
 #include "records/product_row.h"
+#include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/product/property_values.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
-#include "tools/cli/upload/judging_options.h"
 #include "values/same_text.h"
 #include "values/text.h"
 

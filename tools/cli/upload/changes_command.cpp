@@ -5,9 +5,9 @@
 
 #include "exchange/changes.h"
 #include "tools/cli/commands.h"
+#include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/terminal.h"
-#include "tools/cli/upload/judging_options.h"
 #include "tools/cli/upload/price_document.h"
 #include "tools/cli/upload/product_document.h"
 #include "tools/gateway/json_values.h"

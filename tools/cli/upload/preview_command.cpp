@@ -9,10 +9,10 @@
 #include "mercato/object_context.h"
 #include "platform/xml/document.h"
 #include "tools/cli/commands.h"
+#include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
-#include "tools/cli/upload/judging_options.h"
 #include "tools/gateway/json_values.h"
 #include "upload/upload_documents.h"
 

@@ -3,7 +3,7 @@
 
 #include "mercato/settings.h"
 #include "tools/cli/commands.h"
-#include "tools/cli/upload/judging_options.h"
+#include "tools/cli/judging_options.h"
 #include "tools/cli/upload/product_document.h"
 
 namespace mercato::cli {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/cli/upload/judging_options.h"
+#include "tools/cli/judging_options.h"
 
 #include "exchange/document_judging.h"
 #include "mercato/raised_error.h"
