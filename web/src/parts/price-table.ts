@@ -23,8 +23,8 @@ export function priceTable(lines: PriceLine[], caption: string): TemplateResult 
           (line) => html`<tr>
             <td class="figure">${upTo(line.QUANTITYTO)}</td>
             <td class="figure strong">${line.PRICE === null ? none : money(line.PRICE, line.CURRENCYCODE)}</td>
-            <td>${date(line.PRICEEFFECTIVEDATE)}</td>
-            <td>${date(line.PRICEEXPIRYDATE)}</td>
+            <td class="day">${date(line.PRICEEFFECTIVEDATE)}</td>
+            <td class="day">${date(line.PRICEEXPIRYDATE)}</td>
             <td class="figure">${discount(line)}</td>
             <td class="figure">${line.PRICETAXPERCENTAGE === null ? none : `${number(line.PRICETAXPERCENTAGE)} %`}</td>
             <td>${line.GROUPBY || none}</td>

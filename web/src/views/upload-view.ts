@@ -143,7 +143,7 @@ export class UploadView extends View {
         <tbody>
           ${uploads.map(
             (one) => html`<tr>
-              <td><a href=${address(['upload', one.id])}>${one.started ? time(one.started) : 'not yet'}</a></td>
+              <td class="day"><a href=${address(['upload', one.id])}>${one.started ? time(one.started) : 'not yet'}</a></td>
               <td>${titleOf(one)}</td>
               <td>${stateMark(one)}</td>
               <td class="figure">${number(one.read)}</td>
