@@ -145,7 +145,7 @@ TEST_F(Tool, TellsWrongUsageFromRefusal) {
   EXPECT_EQ(run({}).status, 2);
   EXPECT_EQ(run({"destroy"}).status, 2);
   EXPECT_EQ(run({"find"}).status, 2);
-  EXPECT_EQ(run({"show", "five"}).status, 2);
+  EXPECT_EQ(run({"show", ""}).status, 2);
   EXPECT_EQ(run({"init", "--scripted"}).status, 2);
   EXPECT_EQ(run({"upload", "--on-errors", "perhaps", "x.xml"}).status, 2);
   EXPECT_EQ(run({"init", "--config", "nowhere.toml"}).status, 2);

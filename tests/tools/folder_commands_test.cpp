@@ -7,6 +7,10 @@ namespace {
 
 // Two folders of ann's with a favourite in each, one in her root, one of bob's.
 constexpr const char* kFolderSeed = R"(
+INSERT INTO USERS (USERID) VALUES ('ann');
+INSERT INTO USERS (USERID) VALUES ('bob');
+INSERT INTO USERS (USERID) VALUES ('cyd');
+INSERT INTO USERS (USERID) VALUES ('O''Neil');
 INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION) VALUES ('A1', 'Pen');
 INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION) VALUES ('A2', 'Ink');
 INSERT INTO FAVORITEFOLDERS (USERID, FOLDERNAME) VALUES ('ann', 'Writing');
@@ -114,13 +118,15 @@ TEST_F(FolderCommands, NameOfSeveralFoldersNeedsAnId) {
 TEST_F(FolderCommands, TextOfTheCommandLineNeverBecomesAStatement) {
   const std::string hostile = "x'; DELETE FROM FAVORITES; --";
   const std::string before = whole_store();
-  expect_done({"folder", "list", hostile}, hostile + " has no folders.\n");
+  expect_refused({"folder", "list", hostile}, "mercato: There is no user " + hostile + ".\n");
+  expect_refused({"folder", "new", hostile, "Desk"},
+                 "mercato: There is no user " + hostile + "; --force takes him all the same.\n");
   expect_refused({"folder", "show", hostile, "1"}, "mercato: " + hostile + " has no folder 1.\n");
   expect_refused({"folder", "delete", "ann", hostile}, "mercato: ann has no folder " + hostile + ".\n");
   expect_refused({"folder", "rename", hostile, hostile, hostile},
                  "mercato: " + hostile + " has no folder " + hostile + ".\n");
   EXPECT_EQ(whole_store(), before);
-  expect_done({"folder", "new", hostile, hostile}, "folder 4 created.\n");
+  expect_done({"folder", "new", hostile, hostile, "--force"}, "folder 4 created.\n");
   expect_done({"folder", "rename", hostile, "4", hostile + "2"}, "folder 4 is called " + hostile + "2 now.\n");
   expect_done({"folder", "delete", hostile, "4"}, "folder 4 deleted with 0 favourites.\n");
   EXPECT_EQ(whole_store(), before);

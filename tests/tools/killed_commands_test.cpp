@@ -186,7 +186,7 @@ TEST_F(KilledTransactions, AreWholeOrNotThere) {
       "mercato rights assign ANN House Next",
       "mercato rights populate ANN",
       "mercato rights clear ANN",
-      "mercato group apply Paper",
+      "mercato group apply Paper --yes",
       "mercato product delete 1",
       "mercato property delete P12",
       "mercato store restore backup.db",

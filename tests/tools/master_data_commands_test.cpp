@@ -287,9 +287,39 @@ TEST_F(MasterData, GroupIsFilledAndApplied) {
              {{{"PROPERTYID", 2}, {"PROPERTYNAME", "COLOUR"}, {"MANDATORY", false}, {"SHOWINPRODUCTSHEET", true}},
               {{"PROPERTYID", 1}, {"PROPERTYNAME", "TIP"}, {"MANDATORY", true}, {"SHOWINPRODUCTSHEET", false}}}}}));
   expect_done({"product", "properties", "1"}, "ID  PROPERTY  VALUE\n1   TIP       any\n");
-  expect_done({"group", "apply", "pens"}, "the products of pens are in line with it.\n");
+  expect_done({"group", "apply", "pens"},
+              "the products of pens are in line with it; 1 product: 0 values removed, 1 added.\n");
   expect_done({"product", "properties", "1"}, "ID  PROPERTY  VALUE\n2   COLOUR    any\n1   TIP       any\n");
-  EXPECT_EQ(answer({"group", "apply", "2"}), json({{"applied", true}}));
+  EXPECT_EQ(answer({"group", "apply", "2"}),
+            json({{"applied", true}, {"dryRun", false}, {"products", 0}, {"removed", 0}, {"added", 0}}));
+}
+
+// One word took all values of a property away that had left the group.
+TEST_F(MasterData, GroupIsAppliedWithConsentWhereValuesGo) {
+  for (const char* name : {"TIP", "COLOUR"}) ASSERT_EQ(run({"property", "new", name, "--default", "any"}).status, 0);
+  ASSERT_EQ(run({"group", "new", "pens"}).status, 0);
+  for (const char* name : {"TIP", "COLOUR"}) ASSERT_EQ(run({"group", "add", "pens", name}).status, 0);
+  ASSERT_EQ(run({"product", "set", "A1", "PROPERTYGROUPID=1"}).status, 0);
+  expect_done({"group", "remove", "pens", "COLOUR"},
+              "property 2 removed from pens; the values of its products go with `group apply`.\n");
+  expect_refused({"group", "remove", "pens", "COLOUR"}, "mercato: property 2 is not in pens.\n");
+  const std::string loss = "1 product: 1 value removed, 0 added (of COLOUR 1)";
+  expect_done({"group", "apply", "pens", "--dry-run"}, loss + ". A dry run: nothing was changed.\n");
+  expect_refused({"group", "apply", "pens"},
+                 "mercato: " + loss + " to bring them in line with pens: --yes confirms it.\n");
+  EXPECT_EQ(answer({"group", "apply", "pens", "--yes"}),
+            json({{"applied", true}, {"dryRun", false}, {"products", 1}, {"removed", 1}, {"added", 0}}));
+  expect_done({"product", "properties", "1"}, "ID  PROPERTY  VALUE\n1   TIP       any\n");
+}
+
+TEST_F(MasterData, PropertyChoosesAmongWhatItIsGiven) {
+  ASSERT_EQ(run({"property", "new", "COLOUR", "--type", "enum"}).status, 0);
+  expect_done({"property", "choices", "COLOUR", "--add", "red", "--add", "blue"}, "CHOICE\nred\nblue\n");
+  ASSERT_EQ(run({"product", "properties", "A1", "COLOUR=red"}).status, 0);
+  expect_refused({"property", "choices", "1", "--add", "green", "--remove", "red"},
+                 "refused: 1 value of products say red; --force removes the choice all the same\n"
+                 "mercato: the choices of property 1 COLOUR stay as they were.\n");
+  EXPECT_EQ(answer({"property", "choices", "1", "--remove", "red", "--force"}), json({{"choices", {"blue"}}}));
 }
 
 TEST_F(MasterData, GroupIsDeletedUnlessSomethingUsesIt) {
@@ -401,8 +431,10 @@ TEST_F(MasterData, PriceInACurrencyThatIsMissingIsRefused) {
 
 TEST_F(MasterData, CategoryIsCreatedListedChangedAndDeleted) {
   expect_done({"category", "list"}, "There are no categories.\n");
-  expect_done({"category", "new", "Pens", "--unspsc", "1010"}, "category 1 created.\n");
-  EXPECT_EQ(answer({"category", "new", "Pencils"}), json({{"created", true}, {"id", 2}}));
+  expect_done({"category", "new", "Pens", "--unspsc", "1010"},
+              "category 1 created. It links no product: category links do not follow UNSPSC codes here "
+              "(UNSPSCIMPLEMENTED).\n");
+  EXPECT_EQ(answer({"category", "new", "Pencils"}), json({{"created", true}, {"id", 2}, {"linked", 0}}));
   expect_done({"category", "new", "Inks"}, "category 3 created.\n");
   expect_done({"category", "list", "--name", "Pen*"}, "ID  NAME     UNSPSC CODE\n1   Pens     1010\n2   Pencils  \n");
   expect_done({"category", "list", "--name", "Pe"}, "No category has a name like this.\n");
@@ -483,7 +515,7 @@ TEST_F(MasterData, UnitIsListedAndDeletedUnlessAProductUsesIt) {
 TEST_F(MasterData, TextOfTheCommandLineNeverBecomesAStatement) {
   const std::string hostile = "x'; DELETE FROM UNIT; --";
   const std::string before = whole_store();
-  expect_done({"favorite", "list", hostile}, hostile + " has no favourites.\n");
+  expect_refused({"favorite", "list", hostile}, "mercato: There is no user " + hostile + ".\n");
   expect_done({"category", "list", "--name", hostile}, "No category has a name like this.\n");
   expect_refused({"unit", "delete", hostile}, "mercato: There is no unit " + hostile + ".\n");
   expect_refused({"property", "delete", hostile}, "mercato: There is no property " + hostile + ".\n");
@@ -494,8 +526,8 @@ TEST_F(MasterData, TextOfTheCommandLineNeverBecomesAStatement) {
   expect_refused({"product", "set", "1", hostile + "=1"},
                  "refused: there is no field X'; DELETE FROM UNIT; --\nmercato: Item cannot be found in the collection "
                  "corresponding to the requested name or ordinal: X'; DELETE FROM UNIT; --.\n");
-  EXPECT_EQ(run({"favorite", "add", hostile, "1"}).status, 1);
-  EXPECT_EQ(run({"favorite", "remove", hostile, "1"}).status, 1);
+  EXPECT_EQ(run({"favorite", "add", hostile, "1", "--force"}).status, 1);
+  EXPECT_EQ(run({"favorite", "remove", hostile, "1", "--force"}).status, 1);
   EXPECT_EQ(whole_store(), before);
 }
 
@@ -512,7 +544,7 @@ TEST_F(MasterData, WrongUsageIsToldBeforeTheStoreIsAsked) {
   expect_wrong_usage({"favorite", "remove", "ann", "1", "--warehouse", "--ordinary"},
                      "--warehouse excludes --ordinary");
   for (const Words& command :
-       {Words{"product", "show", "five"}, Words{"product", "check", "1", "--quantity", "few"},
+       {Words{"product", "show", ""}, Words{"product", "check", "1", "--quantity", "few"},
         Words{"price", "for", "1", "--quantity", "-1", "--currency", "EUR"},
         Words{"price", "set", "1", "--from", "soon", "--to-quantity", "9", "--currency", "EUR", "--price", "1"},
         Words{"price", "set", "1", "--from", "1/1/2026", "--to-quantity", "9", "--currency", "EUR", "--price", "cheap"},
@@ -543,6 +575,7 @@ TEST(Samples, ExamplesOfTheHelpWorkOnThem) {
         Words{"execute", samples + "house_catalog.sql"}})
     ASSERT_EQ(tool.run(step).status, 0) << step[0];
   write_whole(tool.folder() / "nodes.csv", "id,parent_id,name,category\n1,,Office,\n2,1,Pens,Writing\n");
+  write_whole(tool.folder() / "discontinued.txt", "M-100014\n");
   write_whole(tool.folder() / "themes.csv", "code,above,title\n2,1,Space\n1,,All\n");
   for (const auto& [group, commands] : kGroups) {
     EXPECT_EQ(tool.run({group, "--help"}).status, 0) << group;

@@ -11,6 +11,8 @@ using nlohmann::json;
 
 // Two catalogues, the first with a tree of three levels.
 constexpr const char* kRightsSeed = R"(
+INSERT INTO USERS (USERID) VALUES ('ann');
+INSERT INTO USERS (USERID) VALUES ('O''Neil');
 INSERT INTO CATALOG (CATALOGNAME, ACTIVE) VALUES ('House', 1);
 INSERT INTO CATALOG (CATALOGNAME) VALUES ('Next');
 INSERT INTO CATALOGNODE (CATALOGID, NODENAME) VALUES (1, 'Office');
@@ -56,7 +58,9 @@ TEST_F(RightsCommands, AreAssignedShownAndCleared) {
 TEST_F(RightsCommands, OfAProfileAreItsOwn) {
   expect_done({"rights", "assign", "buyers", "1", "--profile"},
               "profile buyers has 1 catalogue now; 0 earlier rights replaced.\n");
-  expect_done({"rights", "assign", "buyers", "2"},
+  expect_refused({"rights", "assign", "buyers", "2"},
+                 "mercato: There is no user buyers; --force takes him all the same.\n");
+  expect_done({"rights", "assign", "buyers", "2", "--force"},
               "buyers has 1 catalogue now; 0 earlier rights replaced. `mercato rights populate` lays the nodes out.\n");
   expect_done({"rights", "show", "buyers", "--profile"},
               "CATALOGUE  LEVEL  NODE  RIGHT\n1 House    0      all   may order\n");
@@ -81,10 +85,11 @@ TEST_F(RightsCommands, OfUsersWithQuotesAndBlanksAreKept) {
   EXPECT_EQ(whole_store(), before);
   expect_done({"rights", "clear", "O'Neil"}, "1 right of O'Neil removed.\n");
   // Written without the blanks in front.
-  ASSERT_EQ(run({"rights", "assign", "  Al Ba ", "1"}).status, 0);
+  ASSERT_EQ(run({"rights", "assign", "  Al Ba ", "1", "--force"}).status, 0);
   expect_done({"rights", "show", "Al Ba"}, "CATALOGUE  LEVEL  NODE  RIGHT\n1 House    0      all   may order\n");
   const std::string hostile = "x'; DELETE FROM CATALOG; --";
-  for (const char* command : {"show", "clear"}) EXPECT_EQ(run({"rights", command, hostile}).status, 0);
+  for (const char* command : {"show", "clear"})
+    expect_refused({"rights", command, hostile}, "mercato: There is no user " + hostile + ".\n");
   EXPECT_EQ(run({"rights", "populate", hostile}).status, 1);
   EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM CATALOG"), "N\n2\n");
 }
@@ -100,7 +105,7 @@ TEST_F(RightsCommands, ThatMakeNoSenseAreRefused) {
   expect_wrong_usage({"rights", "clear", ""}, "USER: it is blank");
   expect_wrong_usage({"rights"}, "A command is required");
   EXPECT_EQ(run({"rights", "explain", "ann", "five"}).status, 2);
-  const ToolRun too_long = run({"rights", "assign", std::string(61, 'x'), "1"});
+  const ToolRun too_long = run({"rights", "assign", std::string(61, 'x'), "1", "--force"});
   EXPECT_EQ(too_long.status, 1);
   EXPECT_EQ(too_long.err.substr(0, 60), "refused: USERID takes at most 60 characters, not 61\nmercato:");
 }

@@ -14,6 +14,12 @@ struct OutputOptions {
   bool trace = false;
 };
 
+// A product as the command line names it (named_product.h).
+struct ProductName {
+  std::string which;
+  std::string supplier;  // empty: whoever's
+};
+
 // init_command.cpp
 int init(const OutputOptions& output);
 
@@ -67,7 +73,7 @@ struct FindOptions {
   std::int32_t offset = 0;
 };
 int find(const FindOptions& options, const OutputOptions& output);
-int show(std::int32_t product_id, const OutputOptions& output);
+int show(const ProductName& product, const OutputOptions& output);
 
 // execute_command.cpp: a file's name, or "-" for standard input
 int execute(const std::string& script, const OutputOptions& output);

@@ -23,6 +23,7 @@
 #include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
+#include "tools/cli/named_product.h"
 #include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/memory_reserve.h"
@@ -47,7 +48,7 @@ struct CommandLine {
   PreviewOptions preview;
   UploadOptions upload;
   FindOptions find;
-  std::int32_t product_id = 0;
+  ProductName product;
   std::string script;
 };
 
@@ -211,11 +212,11 @@ class SingleCommands {
   void add_show() {
     CLI::App& command = add("show", "Print one product with its properties",
                             "  mercato show 5\n"
-                            "  mercato show --json 5\n",
-                            [](const CommandLine& given) { return show(given.product_id, given.output); });
-    command.add_option("ID", line_.product_id, "The product's id, as `find` prints it")
-        ->required()
-        ->check(is_whole_number());
+                            "  mercato show M-100007 --json\n"
+                            "  mercato show 8812 --supplier QUILLMARCH\n",
+                            [](const CommandLine& given) { return show(given.product, given.output); });
+    command.add_option("PRODUCT", line_.product.which, kProductHelp)->required()->check(is_no_blank());
+    command.add_option("--supplier", line_.product.supplier, kSupplierHelp)->type_name("PARTNER");
   }
 
   void add_execute() {
@@ -349,6 +350,7 @@ int main(int count, char** texts) try {
   add_unit_commands(menu);
   add_reference_commands(menu);
   add_catalog_commands(menu);
+  add_node_commands(menu);
   add_rights_commands(menu);
   add_unspsc_commands(menu);
   add_store_commands(menu);
@@ -357,6 +359,7 @@ int main(int count, char** texts) try {
   add_token_commands(menu);
 #endif
   add_schema_command(menu);
+  add_doctor_command(menu);
   try {
     for (int number = 1; number < count; ++number)
       if (!mercato::text::is_valid(texts[number]))

@@ -152,12 +152,14 @@ void add_shopout_commands(Menu& menu);
 void add_unit_commands(Menu& menu);
 void add_reference_commands(Menu& menu);
 void add_catalog_commands(Menu& menu);
+void add_node_commands(Menu& menu);
 void add_rights_commands(Menu& menu);
 void add_unspsc_commands(Menu& menu);
 void add_store_commands(Menu& menu);
 void add_serve_command(Menu& menu);
 void add_token_commands(Menu& menu);
 void add_schema_command(Menu& menu);
+void add_doctor_command(Menu& menu);
 
 // NAME=VALUE.
 const CLI::Validator& is_pair();

@@ -32,4 +32,19 @@ class OneTransaction {
   std::optional<store::UnitOfWork::Current> current_;
 };
 
+// The work in a transaction of its own, which is kept, or taken back: that tells what the work would do. Nobody is asked
+// for consent within one, for others wait for it.
+template <class Work>
+auto kept(Work work) {
+  OneTransaction transaction;
+  auto result = work();
+  transaction.commit();
+  return result;
+}
+template <class Work>
+auto tried(Work work) {
+  const OneTransaction never_committed;
+  return work();
+}
+
 }  // namespace mercato::cli

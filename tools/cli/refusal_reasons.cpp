@@ -134,6 +134,11 @@ void expect_no_assigned_field(std::string_view table, const Array& fields) {
       raise(error_number::kInvalidArgument, {}, "The store gives out " + field.to_text() + " itself: leave it out");
 }
 
+void expect_user(const std::string& user, bool force) {
+  if (force || has_row(connection_string(), "USERS", user)) return;
+  raise(error_number::kInvalidArgument, {}, "There is no user " + user + "; --force takes him all the same");
+}
+
 RaisedError told_with(const RaisedError& error, const Reasons& reasons) {
   if (error.Number != error_number::kStatementRefused || reasons.empty()) {
     print_reasons(reasons);

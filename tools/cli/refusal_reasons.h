@@ -31,6 +31,11 @@ void expect_row(std::string_view table, const Variant& key);
 // "The store gives out PRODUCTID itself: leave it out", when one of the fields is such a key.
 void expect_no_assigned_field(std::string_view table, const Array& fields);
 
+// That there is no such user. The library takes him all the same, for another system may create him yet, and so does a
+// command with --force.
+void expect_user(const std::string& user, bool force);
+inline constexpr const char* kForceHelp = "Also for what is not there, since another system will create it";
+
 void print_reasons(const Reasons& reasons);
 // Tells the reasons and returns the failure to go on with. They are printed, or they take the place of the failure's
 // words about a statement, which say nothing to a user who wrote none.

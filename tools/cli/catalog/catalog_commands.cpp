@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// mercato catalog list, show, new, copy and expire. The other commands of the group have files of their own.
+// mercato catalog list, show, new, copy, expire, activate, rename and delete. The other commands of the group have files of their own.
 #include "tools/cli/catalog/catalog_commands.h"
 
 #include "catalog/catalog_lists.h"
+#include "keeping/node_keeping.h"
+#include "keeping/succession.h"
 #include "mercato/collection.h"
 #include "mercato/object_context.h"
 #include "tools/cli/catalog/catalog_names.h"
@@ -10,6 +12,7 @@
 #include "tools/cli/menu.h"
 #include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
 #include "values/text.h"
 
@@ -23,6 +26,20 @@ constexpr const char* kTable = "CATALOG";
 struct NoOptions {};
 struct WhichCatalog {
   std::string which;
+};
+struct RenamedCatalog {
+  std::string which;
+  std::string name;
+};
+struct DeletedCatalog {
+  std::string which;
+  bool dry_run = false;
+  bool yes = false;
+};
+struct ExpiredCatalog {
+  std::string which;
+  bool keep_shared = false;
+  bool dry_run = false;
 };
 struct NewCatalog {
   std::string name;
@@ -131,15 +148,72 @@ int copy(const CopiedCatalog& given, const OutputOptions& output) {
       "catalogue " + shown(twin) + " created as a copy with " + counted(count, "node") + "; it is not active.");
 }
 
-int expire(const WhichCatalog& given, const OutputOptions& output) {
+int expire(const ExpiredCatalog& given, const OutputOptions& output) {
   const CatalogName catalog = find_catalog(given.which);
   OneTransaction transaction;
-  const std::size_t before = count_enabled_products();
-  transaction.call(kWriter, "ExpireCatalog", {catalog.id});
-  const std::size_t disabled = before - count_enabled_products();
+  const keeping::Expiry plan = keeping::plan_expiry(catalog.id);
+  std::size_t disabled = plan.disabled.size();
+  if (given.keep_shared) {
+    if (!given.dry_run) keeping::expire_keeping_shared(catalog.id);
+  } else {
+    disabled += plan.shared;
+    if (!given.dry_run) transaction.call(kWriter, "ExpireCatalog", {catalog.id});
+  }
+  gateway::Json json = {{"expired", !given.dry_run}, {"disabled", disabled}};
+  if (given.keep_shared) json["kept"] = plan.shared;
+  std::string words = counted(disabled, "product") + (given.dry_run ? " would be disabled" : " disabled");
+  if (given.keep_shared)
+    words += ", " + std::to_string(plan.shared) + " that other active catalogues show stay";
+  else if (given.dry_run)
+    words += "; of these " + std::to_string(plan.shared) +
+             " are shown by other active catalogues, and stay with --keep-shared";
+  if (given.dry_run) {
+    json["dryRun"] = true;
+    json["shared"] = plan.shared;
+    return answer(output, json, words + ". A dry run: nothing was changed.");
+  }
   transaction.commit();
-  return answer(output, {{"expired", true}, {"disabled", disabled}},
-                "catalogue " + shown(catalog) + " is no longer active; " + counted(disabled, "product") + " disabled.");
+  return answer(output, json, "catalogue " + shown(catalog) + " is no longer active; " + words + ".");
+}
+
+int set_active(const WhichCatalog& given, bool active, const OutputOptions& output) {
+  const CatalogName catalog = find_catalog(given.which);
+  OneTransaction transaction;
+  keeping::set_active(catalog.id, active);
+  transaction.commit();
+  return answer(
+      output, {{"id", catalog.id}, {"active", active}},
+      "catalogue " + shown(catalog) + (active ? " is active." : " is not active; its products stay as they are."));
+}
+int activate(const WhichCatalog& given, const OutputOptions& output) { return set_active(given, true, output); }
+int deactivate(const WhichCatalog& given, const OutputOptions& output) { return set_active(given, false, output); }
+
+int rename(const RenamedCatalog& given, const OutputOptions& output) {
+  const CatalogName catalog = find_catalog(given.which);
+  OneTransaction transaction;
+  keeping::rename_catalog(catalog.id, given.name);
+  transaction.commit();
+  return answer(output, {{"id", catalog.id}, {"name", given.name}},
+                "catalogue " + std::to_string(catalog.id) + " is called " + shown(given.name, 255) + " now.");
+}
+
+int remove(const DeletedCatalog& given, const OutputOptions& output) {
+  const CatalogName catalog = find_catalog(given.which);
+  const auto act = [&] { return keeping::delete_catalog(catalog.id); };
+  const keeping::DeletedNodes deleted = given.dry_run || !given.yes ? tried(act) : kept(act);
+  const std::string what = "catalogue " + shown(catalog) + " with " + counted(deleted.nodes, "node") + ", " +
+                           counted(deleted.rights, "right") + " and " + counted(deleted.ties, "tie") + " of partners";
+  const gateway::Json json = {{"deleted", !given.dry_run},
+                              {"dryRun", given.dry_run},
+                              {"nodes", deleted.nodes},
+                              {"rights", deleted.rights},
+                              {"ties", deleted.ties}};
+  if (given.dry_run) return answer(output, json, what + " would be deleted. A dry run: nothing was changed.");
+  if (!given.yes) {
+    expect_consent(what + " will be deleted");
+    kept(act);
+  }
+  return answer(output, json, what + " deleted; categories and products stay.");
 }
 
 // What the command line takes
@@ -147,8 +221,8 @@ int expire(const WhichCatalog& given, const OutputOptions& output) {
 constexpr const char* kWhich = "The catalogue's id, or its name when only one has it";
 
 void add_show(Menu::Group& group) {
-  const auto [command, given] =
-      group.add("show", "Print one catalogue, and how much there is in it", "  mercato catalog show 1\n", show);
+  const auto [command, given] = group.add("show", "Print one catalogue, and how much there is in it",
+                                          "  mercato catalog show 1\n", catalog_commands::show);
   command.add_option("CATALOG", given.which, kWhich)->required();
 }
 
@@ -241,17 +315,66 @@ void add_migrate(Menu::Group& group) {
 void add_expire(Menu::Group& group) {
   const auto [command, given] =
       group.add("expire", "Make a catalogue inactive and disable its products everywhere",
-                "  mercato catalog expire 1\n"
-                "Its products are disabled though another catalogue shows them; `product enable` brings one back.\n",
+                "  mercato catalog expire 1 --dry-run\n"
+                "  mercato catalog expire 1 --keep-shared\n"
+                "Without --keep-shared its products are disabled though another catalogue shows them; `product enable` "
+                "brings\n"
+                "them back.\n",
                 expire);
   command.add_option("CATALOG", given.which, kWhich)->required();
+  command.add_flag("--keep-shared", given.keep_shared, "Products that another active catalogue shows stay enabled");
+  command.add_flag("--dry-run", given.dry_run, "Say what would be disabled, and change nothing");
+}
+
+void add_succeed(Menu::Group& group) {
+  const auto [command, given] = group.add(
+      "succeed", "Put a catalogue in the place of another: the whole succession",
+      "  mercato catalog succeed 'House catalogue 2026' 'House catalogue 2027' --dry-run\n"
+      "  mercato catalog succeed 1 2 --yes\n"
+      "Rights and favourites move as `catalog migrate` moves them, the new catalogue becomes active, the old one "
+      "expires as\n"
+      "with --keep-shared, and the nodes of all users of the new one are laid out. All of it or nothing.\n",
+      succeed_catalog);
+  command.add_option("OLD", given.from, kWhich)->required();
+  command.add_option("NEW", given.to, "Its successor, by id or name")->required();
+  command.add_flag("--only-if-empty", given.only_if_empty, "Refuse when the new catalogue has rights already");
+  command.add_flag("--replace", given.replace,
+                   "Delete its rights also when the old one has none to put in their place");
+  command.add_flag("--dry-run", given.dry_run, "Say what would be done, and change nothing");
+  command.add_flag("--yes", given.yes, "Do not ask");
+}
+
+void add_states(Menu::Group& group) {
+  const auto add_state = [&](const char* name, const char* description, const char* examples, auto body) {
+    const auto [command, given] = group.add(name, description, examples, body);
+    command.add_option("CATALOG", given.which, kWhich)->required();
+  };
+  add_state("activate", "Make a catalogue active", "  mercato catalog activate 'House catalogue 2027'\n", activate);
+  add_state("deactivate", "Make a catalogue inactive, and leave its products as they are",
+            "  mercato catalog deactivate 1\n`catalog expire` disables its products, too.\n", deactivate);
+  {
+    const auto [command, given] =
+        group.add("rename", "Rename a catalogue", "  mercato catalog rename 1 'House catalogue 2026'\n", rename);
+    command.add_option("CATALOG", given.which, kWhich)->required();
+    command.add_option("NAME", given.name, "The new name")->required()->check(is_no_blank());
+  }
+  {
+    const auto [command, given] = group.add("delete", "Delete an inactive catalogue with its nodes, rights and ties",
+                                            "  mercato catalog delete 1 --dry-run\n"
+                                            "  mercato catalog delete 1 --yes\n"
+                                            "Categories and products stay.\n",
+                                            remove);
+    command.add_option("CATALOG", given.which, kWhich)->required();
+    command.add_flag("--dry-run", given.dry_run, "Say what would go, and change nothing");
+    command.add_flag("--yes", given.yes, "Do not ask");
+  }
 }
 
 }  // namespace catalog_commands
 
 void add_catalog_commands(Menu& menu) {
   using namespace catalog_commands;
-  Menu::Group group = menu.group("catalog", "List, draw, create, load, copy, expire and migrate catalogues");
+  Menu::Group group = menu.group("catalog", "List, draw, create, load, copy, succeed and delete catalogues");
   group.add("list", "List the catalogues", "  mercato catalog list\n", list);
   add_show(group);
   add_tree(group);
@@ -260,6 +383,8 @@ void add_catalog_commands(Menu& menu) {
   add_copy(group);
   add_migrate(group);
   add_expire(group);
+  add_succeed(group);
+  add_states(group);
 }
 
 }  // namespace mercato::cli

@@ -41,5 +41,9 @@ struct CatalogMigration {
   bool dry_run = false;
 };
 int migrate_catalog(const CatalogMigration& given, const OutputOptions& output);
+struct CatalogSuccession : CatalogMigration {
+  bool yes = false;
+};
+int succeed_catalog(const CatalogSuccession& given, const OutputOptions& output);
 
 }  // namespace mercato::cli

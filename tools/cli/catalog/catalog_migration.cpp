@@ -1,16 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
-// mercato catalog migrate: rights and favourites on their way from one catalogue to its successor, both or none of
+// mercato catalog migrate and succeed: rights and favourites on their way from one catalogue to its successor, both or none of
 // them.
 #include <algorithm>
 #include <iostream>
 #include <iterator>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "catalog/migration.h"
+#include "catalog/rights_entries.h"
+#include "keeping/node_keeping.h"
+#include "keeping/rights_keeping.h"
+#include "keeping/succession.h"
 #include "tools/cli/catalog/catalog_commands.h"
 #include "tools/cli/catalog/catalog_names.h"
 #include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
 
 namespace mercato::cli {
@@ -136,21 +143,28 @@ int refuse_migration(const OutputOptions& output, const std::string& result, con
   return refuse(output, {{"migrated", false}}, result, reasons);
 }
 
-int tell_migration(const CatalogName& from, const CatalogName& to, const Moved& rights, const Moved& favorites,
-                   bool dry_run, const OutputOptions& output) {
-  if (output.json)
-    return answer(
-        output,
-        {{"migrated", !dry_run},
-         {"dryRun", dry_run},
-         {"rights",
-          {{"moved", rights.moved},
-           {"lost", rights.lost},
-           {"replaced", rights.replaced},
-           {"left", rights.left},
-           {"losses", to_json(rights.losses)}}},
-         {"favorites", {{"moved", favorites.moved}, {"lost", favorites.lost}, {"losses", to_json(favorites.losses)}}}},
-        {});
+struct Migration {
+  CatalogName from;
+  CatalogName to;
+  Moved rights;
+  Moved favorites;
+};
+
+gateway::Json json_of(const Migration& done, bool dry_run) {
+  const auto& [from, to, rights, favorites] = done;
+  return {{"migrated", !dry_run},
+          {"dryRun", dry_run},
+          {"rights",
+           {{"moved", rights.moved},
+            {"lost", rights.lost},
+            {"replaced", rights.replaced},
+            {"left", rights.left},
+            {"losses", to_json(rights.losses)}}},
+          {"favorites", {{"moved", favorites.moved}, {"lost", favorites.lost}, {"losses", to_json(favorites.losses)}}}};
+}
+
+void print_migration(const Migration& done) {
+  const auto& [from, to, rights, favorites] = done;
   std::cout << bold("catalogue " + shown(from) + " to " + shown(to)) << '\n'
             << "rights: " << rights.moved << " moved, " << rights.lost << " lost, " << rights.replaced << " replaced\n";
   print_losses("right", rights.losses);
@@ -158,50 +172,140 @@ int tell_migration(const CatalogName& from, const CatalogName& to, const Moved& 
     std::cout << "  left: " << counted(rights.left, "right") << " on nodes that are not of the catalogue\n";
   std::cout << "favourites: " << favorites.moved << " moved, " << favorites.lost << " lost\n";
   print_losses("favourite", favorites.losses);
-  std::cout << (dry_run ? "A dry run: nothing was changed.\n"
-                        : "The nodes laid out for users are as before: `mercato rights populate USER`.\n");
-  return kDone;
 }
 
-}  // namespace
+constexpr const char* kDryRun = "A dry run: nothing was changed.\n";
 
-int migrate_catalog(const CatalogMigration& given, const OutputOptions& output) {
+// Moves rights and favourites within the transaction. Nothing when it was refused, which has been told.
+std::optional<Migration> migrate(OneTransaction& transaction, const CatalogMigration& given,
+                                 const OutputOptions& output) {
+  const auto refused = [&](const std::string& result, const Reasons& reasons) {
+    refuse_migration(output, result, reasons);
+    return std::nullopt;
+  };
   const CatalogName from = find_catalog(given.from);
   const CatalogName to = find_catalog(given.to);
   if (from.id == to.id)
-    return refuse_migration(output, "a catalogue is no successor of its own.",
-                            {"both are catalogue " + shown(from) + ", whose rights would be deleted"});
+    return refused("a catalogue is no successor of its own.",
+                   {"both are catalogue " + shown(from) + ", whose rights would be deleted"});
   NodeTree tree;
-  OneTransaction transaction;
 
   Plan rights_plan = told_rights(tree, from, to);
   if (!rights_plan.obstacles.empty())
-    return refuse_migration(output, "the rights cannot be moved; nothing was changed.", rights_plan.obstacles);
+    return refused("the rights cannot be moved; nothing was changed.", rights_plan.obstacles);
   const std::size_t rights_before = count_rights(from.id);
   const std::size_t replaced = count_rights(to.id);
   // A migration that is repeated finds no rights to move.
   if (rights_before == 0 && replaced > 0 && !given.only_if_empty && !given.replace)
-    return refuse_migration(output, "there are no rights to move; nothing was changed.",
-                            {"catalogue " + shown(from) + " has none, and the " + counted(replaced, "right") +
-                             " of catalogue " + shown(to) + " would be deleted; --replace does so"});
+    return refused("there are no rights to move; nothing was changed.",
+                   {"catalogue " + shown(from) + " has none, and the " + counted(replaced, "right") + " of catalogue " +
+                    shown(to) + " would be deleted; --replace does so"});
   if (!transaction.call(kWriter, "ChangeAuthorizationsForUser", {from.id, to.id, !given.only_if_empty}).to_boolean())
-    return refuse_migration(output, "nothing was migrated.",
-                            {"catalogue " + shown(to) + " has " + counted(replaced, "right") +
-                             " already; without --only-if-empty they are replaced"});
+    return refused("nothing was migrated.", {"catalogue " + shown(to) + " has " + counted(replaced, "right") +
+                                             " already; without --only-if-empty they are replaced"});
   Moved rights{count_rights(to.id), 0, replaced, count_rights(from.id), std::move(rights_plan.losses)};
   rights.lost = rights_before - rights.moved - rights.left;
 
   Plan favorites_plan = told_favorites(tree, from, to);
   if (!favorites_plan.obstacles.empty())
-    return refuse_migration(output, "the favourites cannot be moved; nothing was changed.", favorites_plan.obstacles);
+    return refused("the favourites cannot be moved; nothing was changed.", favorites_plan.obstacles);
   const std::size_t favorites_before = count_favorites(from.id);
   const std::size_t all_before = count_all_favorites();
   if (!transaction.call(kWriter, "ChangeFavorites", {from.id, to.id}).to_boolean())
-    return refuse_migration(output, "nothing was migrated; the library does not say why.", {});
+    return refused("nothing was migrated; the library does not say why.", {});
   Moved favorites{0, all_before - count_all_favorites(), 0, 0, std::move(favorites_plan.losses)};
   favorites.moved = favorites_before - favorites.lost;
+  return Migration{from, to, std::move(rights), std::move(favorites)};
+}
+
+// The nodes of all users of the successor, whose rights have moved there.
+struct LaidOutUsers {
+  std::size_t users = 0;
+  Reasons left;  // users whose nodes the library cannot lay out, and why
+};
+
+LaidOutUsers lay_out_users(OneTransaction& transaction, std::int32_t catalog) {
+  const std::vector<std::string> users = keeping::users_with_rights(catalog);
+  LaidOutUsers done;
+  NodeTree tree;
+  Progress progress(users.size());
+  for (const std::string& user : users) {
+    progress.advance();
+    Reasons reasons = reasons_against_user(user);
+    if (reasons.empty()) {
+      const WrongParents wrong = wrong_parents(tree, user);
+      for (const std::int32_t node : wrong.below_circles) reasons.push_back(*endless(tree, node));
+      for (const auto& [node, of_catalog] : wrong.outside)
+        reasons.push_back("node " + std::to_string(node) + " or one above it is not in its catalogue");
+    }
+    if (reasons.empty()) {
+      transaction.call(kWriter, "PopulateUserNodes", {user});
+      ++done.users;
+    } else {
+      done.left.push_back(shown(user) + ": " + reasons.front());
+    }
+  }
+  return done;
+}
+
+struct Succession {
+  Migration migration;
+  keeping::Expiry expiry;
+  LaidOutUsers laid_out;
+};
+
+std::optional<Succession> succeed(OneTransaction& transaction, const CatalogSuccession& given,
+                                  const OutputOptions& output) {
+  std::optional<Migration> migration = migrate(transaction, given, output);
+  if (!migration) return std::nullopt;
+  // Active first: what it shows is shared then.
+  keeping::set_active(migration->to.id, true);
+  keeping::Expiry expiry = keeping::expire_keeping_shared(migration->from.id);
+  LaidOutUsers laid_out = lay_out_users(transaction, migration->to.id);
+  return Succession{std::move(*migration), std::move(expiry), std::move(laid_out)};
+}
+
+}  // namespace
+
+int migrate_catalog(const CatalogMigration& given, const OutputOptions& output) {
+  OneTransaction transaction;
+  const std::optional<Migration> done = migrate(transaction, given, output);
+  if (!done) return kFailed;
   if (!given.dry_run) transaction.commit();
-  return tell_migration(from, to, rights, favorites, given.dry_run, output);
+  if (output.json) return answer(output, json_of(*done, given.dry_run), {});
+  print_migration(*done);
+  std::cout << (given.dry_run ? kDryRun
+                              : "The nodes laid out for users are as before: `mercato rights populate USER`.\n");
+  return kDone;
+}
+
+int succeed_catalog(const CatalogSuccession& given, const OutputOptions& output) {
+  if (!given.yes && !given.dry_run)
+    expect_consent("Catalogue " + shown(find_catalog(given.from)) + " will expire, and " +
+                   shown(find_catalog(given.to)) + " will have its rights and favourites; --dry-run says what is lost");
+  OneTransaction transaction;
+  const std::optional<Succession> done = succeed(transaction, given, output);
+  if (!done) return kFailed;
+  if (!given.dry_run) transaction.commit();
+  const auto& [migration, expiry, laid_out] = *done;
+  if (output.json) {
+    gateway::Json json = json_of(migration, given.dry_run);
+    json["disabled"] = expiry.disabled.size();
+    json["kept"] = expiry.shared;
+    json["laidOut"] = laid_out.users;
+    json["notLaidOut"] = laid_out.left;
+    return answer(output, json, {});
+  }
+  print_migration(migration);
+  std::cout << "products: " << expiry.disabled.size() << " disabled, " << expiry.shared
+            << " kept that an active catalogue shows\n"
+            << "nodes: laid out for " << counted(laid_out.users, "user") << '\n';
+  for (const std::string& left : laid_out.left) std::cout << "  " << bad("not laid out: ") << shown(left, 500) << '\n';
+  if (given.dry_run)
+    std::cout << kDryRun;
+  else
+    std::cout << "catalogue " << shown(migration.to) << " is active, " << shown(migration.from) << " is not.\n";
+  return kDone;
 }
 
 }  // namespace mercato::cli

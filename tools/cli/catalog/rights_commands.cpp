@@ -7,6 +7,7 @@
 #include "catalog/node_rights.h"
 #include "catalog/rights_entries.h"
 #include "frame/lib_sql.h"
+#include "keeping/rights_keeping.h"
 #include "tools/cli/catalog/catalog_names.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
@@ -23,6 +24,13 @@ constexpr const char* kWriter = "Mercato.TCatalog";
 struct Assignment {
   RightsHolder holder;
   std::vector<std::string> catalogs;
+  bool force = false;
+};
+struct Grant {
+  RightsHolder holder;
+  std::string place;
+  bool view_only = false;
+  bool force = false;
 };
 struct LaidOutUser {
   std::string user;
@@ -45,11 +53,21 @@ const char* words_for(Right entry) {
   }
 }
 
+// A profile is known by its rights alone.
+void expect_holder(const RightsHolder& holder, bool force) {
+  if (!holder.is_profile) expect_user(holder.id, force);
+}
+// A user who is gone may have left rights behind.
+void expect_holder_or_rows(const RightsHolder& holder) {
+  if (!holder.is_profile && count_entries(holder) == 0) expect_row("USERS", holder.id);
+}
+
 // show
 
 int show(const RightsHolder& given, const OutputOptions& output) {
   const store::CallLimit limit = call_limit();
   NodeTree tree;
+  expect_holder_or_rows(given);
   gateway::Json json = gateway::Json::array();
   Table table({"CATALOGUE", "LEVEL", "NODE", "RIGHT"});
   for (const DictionaryPtr& row : rows_left(entries_of(given))) {
@@ -78,6 +96,7 @@ int assign(const Assignment& given, const OutputOptions& output) {
     if (const CatalogName catalog = find_catalog(which); wanted.insert(catalog.id).second)
       ids.items.emplace_back(catalog.id);
   const RightsHolder& holder = given.holder;
+  expect_holder(holder, given.force);
   OneTransaction transaction;
   const std::size_t replaced = count_entries(holder);
   const bool assigned =
@@ -99,6 +118,7 @@ int assign(const Assignment& given, const OutputOptions& output) {
 }
 
 int clear(const RightsHolder& given, const OutputOptions& output) {
+  expect_holder_or_rows(given);
   OneTransaction transaction;
   const std::size_t before = count_entries(given);
   if (!transaction.call(kWriter, "ClearUserCatalogIDs", {given.id, given.is_profile}).to_boolean())
@@ -106,6 +126,42 @@ int clear(const RightsHolder& given, const OutputOptions& output) {
   transaction.commit();
   return answer(output, {{"cleared", true}, {"removed", before}},
                 counted(before, "right") + " of " + described(given) + " removed.");
+}
+
+// grant, revoke
+
+std::string described(const keeping::CatalogPlace& place) {
+  return place.node ? "node " + std::to_string(*place.node) + " " + shown(NodeTree().path(*place.node), 200)
+                    : "catalogue " + std::to_string(place.catalog.id) + " " + shown(place.catalog.name);
+}
+
+constexpr const char* kToLayOut = " `mercato rights populate` lays the nodes out.";
+
+int grant(const Grant& given, const OutputOptions& output) {
+  expect_holder(given.holder, given.force);
+  const keeping::CatalogPlace place = keeping::place_named(given.place);
+  OneTransaction transaction;
+  const keeping::Granted granted = keeping::grant(given.holder, place, given.view_only);
+  const std::string what =
+      described(given.holder) + (given.view_only ? " may only view " : " may order from ") + described(place);
+  const gateway::Json json = {{"granted", granted != keeping::Granted::same}};
+  if (granted == keeping::Granted::same) return refuse(output, json, "no right was changed.", {what + " already"});
+  transaction.commit();
+  return answer(output, json, what + " now." + (given.holder.is_profile ? "" : kToLayOut));
+}
+
+int revoke(const Grant& given, const OutputOptions& output) {
+  expect_holder_or_rows(given.holder);
+  const keeping::CatalogPlace place = keeping::place_named(given.place);
+  OneTransaction transaction;
+  const std::size_t revoked = keeping::revoke(given.holder, place);
+  const gateway::Json json = {{"revoked", revoked}};
+  if (revoked == 0)
+    return refuse(output, json, described(given.holder) + " has no right on " + described(place) + " itself.", {});
+  transaction.commit();
+  return answer(output, json,
+                counted(revoked, "right") + " of " + described(given.holder) + " on " + described(place) + " removed." +
+                    (given.holder.is_profile ? "" : kToLayOut));
 }
 
 // populate
@@ -125,6 +181,8 @@ Reasons reasons_against_laying_out(const std::string& user, const WrongParents& 
 }
 
 int populate(const LaidOutUser& given, const OutputOptions& output) {
+  // What was laid out for a user who is gone goes with this.
+  if (count_laid_out_nodes(given.user).rows == 0) expect_holder_or_rows({given.user, false});
   WrongParents wrong;
   {
     const store::CallLimit limit = call_limit();
@@ -267,6 +325,12 @@ void add_holder(Command& command, RightsHolder& holder) {
   command.add_flag("--profile", holder.is_profile, "USER is a profile");
 }
 
+void add_place(Command& command, std::string& place) {
+  command.add_option("PLACE", place, "A node, by id or as CATALOGUE/NAME, or a catalogue, by name or as ID/")
+      ->required()
+      ->check(is_no_blank());
+}
+
 }  // namespace rights_commands
 
 void add_rights_commands(Menu& menu) {
@@ -276,7 +340,7 @@ void add_rights_commands(Menu& menu) {
     const auto [command, given] = group.add("show", "List the rights of a user or a profile",
                                             "  mercato rights show CHLOE.MERCIER\n"
                                             "  mercato rights show BUYERS --profile\n",
-                                            show);
+                                            rights_commands::show);
     add_holder(command, given);
   }
   {
@@ -299,6 +363,30 @@ void add_rights_commands(Menu& menu) {
                   assign);
     add_holder(command, given.holder);
     command.add_option("CATALOG", given.catalogs, "Catalogues, by id or name")->required();
+    command.add_flag("--force", given.force, kForceHelp);
+  }
+  {
+    const auto [command, given] =
+        group.add("grant", "Give a user or a profile a right on a catalogue or a node, beside those that he has",
+                  "  mercato rights grant BEN.OKORO 'House catalogue 2026/Office'\n"
+                  "  mercato rights grant BEN.OKORO 12 --view-only\n"
+                  "On a node he sees it and all below, and may order from the node itself; on a catalogue he may order "
+                  "from all of\n"
+                  "it. --view-only restricts everything below, whatever entries stand there. A right that is there is "
+                  "changed.\n",
+                  grant);
+    add_holder(command, given.holder);
+    add_place(command, given.place);
+    command.add_flag("--view-only", given.view_only, "He may not order there, nor anywhere below");
+    command.add_flag("--force", given.force, kForceHelp);
+  }
+  {
+    const auto [command, given] = group.add("revoke", "Take one right from a user or a profile",
+                                            "  mercato rights revoke BEN.OKORO 'House catalogue 2026/Office'\n"
+                                            "Rights on nodes below it stay.\n",
+                                            revoke);
+    add_holder(command, given.holder);
+    add_place(command, given.place);
   }
   {
     const auto [command, given] = group.add("populate", "Lay out the nodes that a user sees, as his rights are now",

@@ -252,7 +252,8 @@ void add_shopout_commands(Menu& menu) {
       menu.group("shopout", "Shop-out folders, their accounts, and the partners of nodes and catalogues");
   group.add("list", "List the shop-out folders that have a partner", "  mercato shopout list\n", list);
   {
-    const auto [command, given] = group.add("show", "Print one shop-out folder", "  mercato shopout show 11\n", show);
+    const auto [command, given] =
+        group.add("show", "Print one shop-out folder", "  mercato shopout show 11\n", shopout_commands::show);
     add_node(command, given.node);
   }
   {

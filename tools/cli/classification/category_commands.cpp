@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <optional>
 
+#include "keeping/category_members.h"
 #include "mercato/object_context.h"
+#include "tools/cli/chosen_products.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
+#include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
 
 namespace mercato::cli {
@@ -18,6 +22,7 @@ constexpr const char* kTable = "PRODUCTCATEGORY";
 struct NewCategory {
   std::string name;
   std::string code;
+  bool dry_run = false;
 };
 struct CategoryPattern {
   std::string name;  // empty: all
@@ -26,6 +31,12 @@ struct CategoryChange {
   std::string category;
   std::optional<std::string> name;
   std::optional<std::string> code;
+};
+struct Membership {
+  std::string category;
+  ChosenProducts products;
+  bool dry_run = false;
+  bool yes = false;
 };
 struct WhichCategory {
   std::string which;  // id or name
@@ -37,7 +48,24 @@ std::vector<Variant> ids_like(const std::string& pattern) {
   return ids.is_null() ? std::vector<Variant>() : ids.to_array().items;
 }
 
+// What a new category of this code links, in words that follow "links" or "would link".
+std::string words_for(const NewCategory& given, const std::optional<keeping::LinkedByCode>& linked) {
+  if (given.code.empty()) return " no product: it has no UNSPSC code.";
+  if (!linked) return " no product: category links do not follow UNSPSC codes here (UNSPSCIMPLEMENTED).";
+  std::string words = " " + counted(linked->products, "product") + " with " + given.code + " or a code below it.";
+  if (!linked->shorter_code.empty())
+    words += " Zeros at the end count: " + linked->shorter_code + " would link " +
+             std::to_string(linked->products_of_shorter) + ".";
+  return words;
+}
+
 int insert(const NewCategory& given, const OutputOptions& output) {
+  const std::optional<keeping::LinkedByCode> linked = keeping::linked_by_code(given.code);
+  const std::size_t links = linked ? linked->products : 0;
+  if (given.dry_run)
+    return answer(
+        output, {{"created", false}, {"dryRun", true}, {"linked", links}},
+        "category " + given.name + " would link" + words_for(given, linked) + " A dry run: nothing was changed.");
   const Array fields{"CATEGORYNAME", "UNSPSCCODE"};
   const Array values{given.name, given.code};
   const bool created =
@@ -48,7 +76,9 @@ int insert(const NewCategory& given, const OutputOptions& output) {
   // The library does not tell the id: it is the largest one with this name.
   std::int32_t id = 0;
   for (const Variant& candidate : ids_like(given.name)) id = std::max(id, candidate.to_long());
-  return answer(output, {{"created", created}, {"id", id}}, "category " + std::to_string(id) + " created.");
+  return answer(output, {{"created", created}, {"id", id}, {"linked", links}},
+                "category " + std::to_string(id) + " created." +
+                    (given.code.empty() ? "" : " It links" + words_for(given, linked)));
 }
 
 int list(const CategoryPattern& given, const OutputOptions& output) {
@@ -89,6 +119,38 @@ int update(const CategoryChange& given, const OutputOptions& output) {
   return answer(output, {{"updated", updated}}, "category " + text_of(*present, "CATEGORYID") + " changed.");
 }
 
+// Products
+
+int change_members(const Membership& given, bool add, const OutputOptions& output) {
+  const DictionaryPtr category = one_of(kCategories, id_of(kCategories, given.category));
+  const std::int32_t id = category->Item("CATEGORYID").to_long();
+  const std::string name = "category " + std::to_string(id) + " " + shown(text_of(*category, "CATEGORYNAME"));
+  const std::vector<std::int32_t> products = choose(given.products);
+  const auto act = [&] {
+    return add ? keeping::add_to_category(id, products) : keeping::remove_from_category(id, products);
+  };
+  const bool unasked = given.yes || given.products.are_named();
+  const std::size_t changed = given.dry_run || !unasked ? tried(act) : kept(act);
+  const std::string count = counted(changed, "product");
+  gateway::Json json = {{add ? "added" : "removed", changed}, {"chosen", products.size()}};
+  if (given.dry_run)
+    return tell_dry_run(output, products, std::move(json),
+                        count + (add ? " would be added to " : " would be taken from ") + name + ".");
+  if (changed == 0)
+    return refuse(output, std::move(json), "nothing was changed.",
+                  {add ? "all products that were chosen are in " + name + " already"
+                       : "no product that was chosen is in " + name});
+  if (!unasked) {
+    expect_consent(count + (add ? " will be added to " : " will be taken from ") + name);
+    kept(act);
+  }
+  return answer(output, json, count + (add ? " added to " : " taken from ") + name + ".");
+}
+int add_members(const Membership& given, const OutputOptions& output) { return change_members(given, true, output); }
+int remove_members(const Membership& given, const OutputOptions& output) {
+  return change_members(given, false, output);
+}
+
 int remove(const WhichCategory& given, const OutputOptions& output) {
   return delete_row({kWriter, "DeleteProductCategory", kTable, id_of(kCategories, given.which)}, output);
 }
@@ -99,12 +161,18 @@ constexpr const char* kWhich = "The category's id, or its name when only one has
 
 void add_category_commands(Menu& menu) {
   using namespace category_commands;
-  Menu::Group group = menu.group("category", "Create, list, change and delete product categories");
+  Menu::Group group =
+      menu.group("category", "Create, list, change and delete product categories, and sort products into them");
   {
     const auto [command, given] = group.add("new", "Create a category and print its id",
-                                            "  mercato category new 'Recycled paper' --unspsc 10101010\n", insert);
+                                            "  mercato category new 'Recycled paper' --unspsc 10101010\n"
+                                            "  mercato category new 'Writing' --unspsc 441217 --dry-run\n"
+                                            "Where category links follow UNSPSC codes, the products whose codes begin "
+                                            "so are linked.\n",
+                                            insert);
     command.add_option("NAME", given.name, "The name")->required()->check(is_no_blank());
     command.add_option("--unspsc", given.code, "The code that its products begin with")->type_name("CODE");
+    command.add_flag("--dry-run", given.dry_run, "Say how many products it would link, and change nothing");
   }
   {
     const auto [command, given] = group.add("list", "List the categories",
@@ -123,6 +191,21 @@ void add_category_commands(Menu& menu) {
     changes->add_option("--name", given.name, "The new name")->type_name("NAME");
     changes->add_option("--unspsc", given.code, "The new code; an empty text clears it")->type_name("CODE");
   }
+  const auto add_membership = [&](const char* name, const char* description, const std::string& examples, auto body) {
+    const auto [command, given] = group.add(name, description, (examples + kChoiceHelp).c_str(), body);
+    command.add_option("CATEGORY", given.category, kWhich)->required();
+    add_choice(command, given.products);
+    command.add_flag("--dry-run", given.dry_run, "Say which products it would be, and change nothing");
+    command.add_flag("--yes", given.yes, "Do not ask, where products were not named one by one");
+  };
+  add_membership("add", "Put products into a category, at its end",
+                 "  mercato category add Paper M-100007 M-100008\n"
+                 "  mercato category add Paper --file paper.txt --yes\n",
+                 add_members);
+  add_membership("remove", "Take products out of a category",
+                 "  mercato category remove Paper M-100007\n"
+                 "  mercato category remove Paper --supplier QUILLMARCH --dry-run\n",
+                 remove_members);
   {
     const auto [command, given] =
         group.add("delete", "Delete a category with its product links and the catalogue nodes that show it",

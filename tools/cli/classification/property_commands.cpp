@@ -7,11 +7,14 @@
 #include <string_view>
 
 #include "classification/group_members.h"
+#include "keeping/property_keeping.h"
 #include "mercato/object_context.h"
 #include "mercato/property.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
+#include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
 
 namespace mercato::cli {
@@ -37,6 +40,21 @@ struct PropertyChange {
 };
 struct Named {
   std::string which;  // id or name
+};
+struct Choices {
+  std::string property;
+  std::vector<std::string> added;
+  std::vector<std::string> removed;
+  bool force = false;
+};
+struct Application {
+  std::string which;
+  bool dry_run = false;
+  bool yes = false;
+};
+struct Member {
+  std::string group;
+  std::string property;
 };
 struct Membership {
   std::string group;
@@ -111,6 +129,37 @@ int update_property(const PropertyChange& given, const OutputOptions& output) {
   return answer(output, {{"updated", updated}}, "property " + std::to_string(id) + " changed.");
 }
 
+int change_choices(const Choices& given, const OutputOptions& output) {
+  const DictionaryPtr property = one_of(kProperties, id_of(kProperties, given.property));
+  const std::int32_t id = property->Item("PROPERTYID").to_long();
+  const std::string name = "property " + std::to_string(id) + " " + shown(text_of(*property, "PROPERTYNAME"));
+  OneTransaction transaction;
+  if (!given.added.empty() || !given.removed.empty()) {
+    const Variant& type = property->Item("DATATYPE");
+    Reasons reasons;
+    if (type.is_null() || type.to_long() != ENUMPROPERTYTYPE)
+      reasons.push_back(name + " has the type " + type_name(type) +
+                        "; only one of the type enum has choices: `mercato property set --type enum`");
+    for (const std::string& choice : given.added)
+      if (reasons.empty() && !keeping::add_choice(id, choice)) reasons.push_back(choice + " is a choice already");
+    for (const std::string& choice : given.removed) {
+      const std::size_t values = keeping::count_values(id, choice);
+      if (values > 0 && !given.force)
+        reasons.push_back(counted(values, "value") + " of products say " + choice +
+                          "; --force removes the choice all the same");
+      else if (!keeping::remove_choice(id, choice))
+        reasons.push_back(choice + " is no choice");
+    }
+    if (!reasons.empty())
+      return refuse(output, {{"changed", false}}, "the choices of " + name + " stay as they were.", reasons);
+  }
+  const std::vector<std::string> choices = keeping::choices_of(id);
+  transaction.commit();
+  Table table({"CHOICE"});
+  for (const std::string& choice : choices) table.add({shown(choice, 200)});
+  return answer_list(output, "choices", choices, table, name + " has no choices.");
+}
+
 int delete_property(const Named& given, const OutputOptions& output) {
   return delete_row({kPropertyProgId, "Delete", "PROPERTY", id_of(kProperties, given.which)}, output);
 }
@@ -173,13 +222,52 @@ int add_member(const Membership& given, const OutputOptions& output) {
                 property_name + " added to " + group_name + "; `group apply` brings its products in line.");
 }
 
-int apply_group(const Named& given, const OutputOptions& output) {
+int remove_member(const Member& given, const OutputOptions& output) {
+  const DictionaryPtr group = one_of(kPropertyGroups, id_of(kPropertyGroups, given.group));
+  const std::int32_t property = id_of(kProperties, given.property);
+  const std::string group_name = text_of(*group, "PROPERTYGROUPNAME");
+  OneTransaction transaction;
+  const bool removed = keeping::remove_from_group(group->Item("PROPERTYGROUPID").to_long(), property);
+  const gateway::Json json = {{"removed", removed}};
+  if (!removed)
+    return refuse(output, json, "property " + std::to_string(property) + " is not in " + group_name + ".", {});
+  transaction.commit();
+  return answer(output, json,
+                "property " + std::to_string(property) + " removed from " + group_name +
+                    "; the values of its products go with `group apply`.");
+}
+
+std::string words_for(const keeping::GroupAlignment& plan) {
+  std::string words = counted(plan.products, "product") + ": " + counted(plan.removed, "value") + " removed, " +
+                      std::to_string(plan.added) + " added";
+  constexpr std::size_t kMost = 5;
+  for (std::size_t place = 0; place < std::min(plan.losses.size(), kMost); ++place) {
+    const keeping::GroupAlignment::Loss& loss = plan.losses[place];
+    words += (place == 0 ? " (of " : ", ") + (loss.name.empty() ? std::to_string(loss.property) : shown(loss.name)) +
+             " " + std::to_string(loss.values);
+  }
+  if (plan.losses.size() > kMost) words += ", and of " + std::to_string(plan.losses.size() - kMost) + " more";
+  return words + (plan.losses.empty() ? "" : ")");
+}
+
+int apply_group(const Application& given, const OutputOptions& output) {
   constexpr std::int32_t kAllProducts = -1;
   const DictionaryPtr group = one_of(kPropertyGroups, id_of(kPropertyGroups, given.which));
   const Variant& id = group->Item("PROPERTYGROUPID");
+  const keeping::GroupAlignment plan = keeping::plan_alignment(id.to_long());
+  gateway::Json json = {{"applied", false},
+                        {"dryRun", given.dry_run},
+                        {"products", plan.products},
+                        {"removed", plan.removed},
+                        {"added", plan.added}};
+  if (given.dry_run) return answer(output, json, words_for(plan) + ". A dry run: nothing was changed.");
+  if (plan.removed > 0 && !given.yes)
+    expect_consent(words_for(plan) + " to bring them in line with " + text_of(*group, "PROPERTYGROUPNAME"));
   const bool applied = call(create_root(kGroupProgId), "UpdateGroupChange", {id, kAllProducts}).to_boolean();
-  return answer(output, {{"applied", applied}},
-                "the products of " + text_of(*group, "PROPERTYGROUPNAME") + " are in line with it.");
+  json["applied"] = applied;
+  return answer(
+      output, json,
+      "the products of " + text_of(*group, "PROPERTYGROUPNAME") + " are in line with it; " + words_for(plan) + ".");
 }
 
 int delete_group(const Named& given, const OutputOptions& output) {
@@ -230,6 +318,18 @@ void add_properties(Menu& menu) {
     changes->add_option("--default", given.default_value, "The new default")->type_name("VALUE");
   }
   {
+    const auto [command, given] = group.add(
+        "choices", "List or change what a property of the type enum chooses among",
+        "  mercato property choices COLOUR\n"
+        "  mercato property choices COLOUR --add cream --remove beige\n"
+        "All of it or nothing. A choice that products have stays, but with --force; their values stay then.\n",
+        change_choices);
+    command.add_option("PROPERTY", given.property, kWhichProperty)->required();
+    command.add_option("--add", given.added, "A new choice, behind the others")->type_name("VALUE");
+    command.add_option("--remove", given.removed, "A choice that is offered no more")->type_name("VALUE");
+    command.add_flag("--force", given.force, "Also when products have it");
+  }
+  {
     const auto [command, given] = group.add("delete", "Delete a property and its places in groups",
                                             "  mercato property delete FORMAT\n"
                                             "A property that a product has a value of stays.\n",
@@ -257,12 +357,25 @@ void add_groups(Menu& menu) {
     command.add_flag("--show", given.show, "It stands in the product sheet");
   }
   {
+    const auto [command, given] = group.add("remove", "Take a property out of a group",
+                                            "  mercato group remove 'Copy paper' SHEETS\n"
+                                            "Values of products stay until `group apply`.\n",
+                                            remove_member);
+    command.add_option("GROUP", given.group, kWhichGroup)->required();
+    command.add_option("PROPERTY", given.property, kWhichProperty)->required();
+  }
+  {
     const auto [command, given] =
         group.add("apply", "Bring the properties of all products of a group in line with it",
-                  "  mercato group apply 'Copy paper'\n"
-                  "What a product lacks comes with its default; what neither the group has nor is external goes.\n",
+                  "  mercato group apply 'Copy paper' --dry-run\n"
+                  "  mercato group apply 'Copy paper' --yes\n"
+                  "What a product lacks comes with its default; what neither the group has nor is external goes, and "
+                  "before values\n"
+                  "go you are asked.\n",
                   apply_group);
     command.add_option("GROUP", given.which, kWhichGroup)->required();
+    command.add_flag("--dry-run", given.dry_run, "Say how many values come and go, and change nothing");
+    command.add_flag("--yes", given.yes, "Do not ask");
   }
   {
     const auto [command, given] = group.add("delete", "Delete a property group",

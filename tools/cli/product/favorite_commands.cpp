@@ -8,6 +8,7 @@
 #include "product/product_favorites.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
+#include "tools/cli/named_product.h"
 #include "tools/cli/product/favorites.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
@@ -23,16 +24,18 @@ constexpr const char* kProgId = "Mercato.Product";
 
 struct NewFavorite {
   std::string user;
-  std::int32_t product_id = 0;
+  ProductName product;
   bool warehouse = false;
   std::int32_t folder = kTopLevelFolder;
+  bool force = false;
 };
 struct WhichFavorites {
   std::string user;
-  std::int32_t product_id = 0;
+  ProductName product;
   bool warehouse = false;
   bool ordinary = false;
   std::int32_t folder = kAllFolders;
+  bool force = false;
 };
 struct FavoriteUser {
   std::string user;
@@ -53,18 +56,20 @@ void require_folder(const std::string& user, std::int32_t folder) {
 }
 
 int add(const NewFavorite& given, const OutputOptions& output) {
-  expect_row("PRODUCT", given.product_id);  // the library marks an unknown product, too
+  // The library marks products of users of which neither is there, too.
+  expect_user(given.user, given.force);
+  const std::int32_t product_id = find_product_id(given.product, given.force);
   require_folder(given.user, given.folder);
   const ComponentPtr products = create_root(kProgId);
   explaining([&](const RaisedError&) { return reasons_against_favorite(given.user); },
              [&] {
                return call(
                    products, "CreateFavoriteEx",
-                   {given.user, given.product_id, given.warehouse ? WarehouseFavorite : DefaultFavorite, given.folder});
+                   {given.user, product_id, given.warehouse ? WarehouseFavorite : DefaultFavorite, given.folder});
              });
   // For a favourite that exists the library raises nothing; its vote tells.
   const bool added = products->context()->vote_of_last_call() == Vote::commit;
-  const std::string words = "product " + std::to_string(given.product_id) + " is " +
+  const std::string words = "product " + std::to_string(product_id) + " is " +
                             (given.warehouse ? "a warehouse favourite" : "a favourite") + " of " + given.user;
   if (!added) return refuse(output, {{"added", added}}, "no favourite was added.", {words + " already"});
   return answer(output, {{"added", added}}, words + " now.");
@@ -72,18 +77,18 @@ int add(const NewFavorite& given, const OutputOptions& output) {
 
 int remove(const WhichFavorites& given, const OutputOptions& output) {
   const std::int32_t type = given.warehouse ? WarehouseFavorite : given.ordinary ? DefaultFavorite : kAllFavoriteTypes;
-  const std::int32_t there =
-      product::count_favorites(connection_string(), given.user, given.product_id, type, given.folder);
-  explaining(
-      [&](const RaisedError&) { return reasons_against_favorite(given.user); },
-      [&] {
-        return call(create_root(kProgId), "DeleteFavoriteEx", {given.user, given.product_id, type, given.folder});
-      });
+  const std::int32_t product_id = find_product_id(given.product, given.force);
+  const std::int32_t there = product::count_favorites(connection_string(), given.user, product_id, type, given.folder);
+  explaining([&](const RaisedError&) { return reasons_against_favorite(given.user); },
+             [&] {
+               return call(create_root(kProgId), "DeleteFavoriteEx", {given.user, product_id, type, given.folder});
+             });
   const gateway::Json json = {{"removed", there}};
   // The library raises nothing when there is nothing to delete.
+  if (there == 0 && !given.force) expect_row("USERS", given.user);
   if (there == 0)
     return refuse(output, json,
-                  "product " + std::to_string(given.product_id) + " is no such favourite of " + given.user + ".", {});
+                  "product " + std::to_string(product_id) + " is no such favourite of " + given.user + ".", {});
   return answer(output, json, counted(static_cast<std::size_t>(there), "favourite") + " removed.");
 }
 
@@ -96,9 +101,11 @@ int list(const FavoriteUser& given, const OutputOptions& output) {
 int list_favorites(const std::string& user, std::optional<std::int32_t> folder, const std::string& none,
                    const OutputOptions& output) {
   using namespace favorite_commands;
+  const std::vector<DictionaryPtr> favorites = product::favorites_of(connection_string(), user);
+  if (favorites.empty() && !folder) expect_row("USERS", user);
   gateway::Json json = gateway::Json::array();
   Table table({"ID", "PART NUMBER", "DESCRIPTION", "KIND", "FOLDER"});
-  for (const DictionaryPtr& row : product::favorites_of(connection_string(), user)) {
+  for (const DictionaryPtr& row : favorites) {
     const std::string id = text_of(*row, "FOLDERID");
     if (folder && id != std::to_string(*folder)) continue;
     json.push_back(to_json(*row));
@@ -116,16 +123,17 @@ int list_favorites(const std::string& user, std::optional<std::int32_t> folder, 
 void add_favorite_commands(Menu& menu) {
   using namespace favorite_commands;
   Menu::Group group = menu.group("favorite", "Add, remove and list favourites of users");
-  const auto add_common = [](Command& command, std::string& user, std::int32_t& product_id) {
+  const auto add_common = [](Command& command, std::string& user, ProductName& product, bool& force) {
     command.add_option("USER", user, "The user's id")->required()->check(is_no_blank());
-    command.add_option("PRODUCT", product_id, "The product's id")->required()->check(is_whole_number());
+    add_product(command, product);
+    command.add_flag("--force", force, kForceHelp);
   };
   {
     const auto [command, given] = group.add("add", "Mark a product",
                                             "  mercato favorite add MARTA.NOWAK 1\n"
                                             "  mercato favorite add MARTA.NOWAK 1 --warehouse\n",
                                             add);
-    add_common(command, given.user, given.product_id);
+    add_common(command, given.user, given.product, given.force);
     command.add_flag("--warehouse", given.warehouse, "As a warehouse favourite");
     command.add_option("--folder", given.folder, "The id of a folder; else the top level")
         ->type_name("N")
@@ -137,7 +145,7 @@ void add_favorite_commands(Menu& menu) {
                                             "  mercato favorite remove MARTA.NOWAK 1 --ordinary --folder 0\n"
                                             "  mercato favorite remove MARTA.NOWAK 1\n",
                                             remove);
-    add_common(command, given.user, given.product_id);
+    add_common(command, given.user, given.product, given.force);
     auto* warehouse = command.add_flag("--warehouse", given.warehouse, "Warehouse favourites only");
     command.add_flag("--ordinary", given.ordinary, "Ordinary favourites only")->excludes(warehouse);
     command.add_option("--folder", given.folder, "In this folder only; 0 is the top level")

@@ -9,8 +9,8 @@
 #include "mercato/search.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
+#include "tools/cli/named_product.h"
 #include "tools/cli/product/property_values.h"
-#include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/json_values.h"
@@ -186,8 +186,8 @@ int find(const FindOptions& options, const OutputOptions& output) {
   return status;
 }
 
-int show(std::int32_t product_id, const OutputOptions& output) {
-  expect_row("PRODUCT", product_id);
+int show(const ProductName& product, const OutputOptions& output) {
+  const std::int32_t product_id = find_product(product).id;
   const ComponentPtr products = create_root("Mercato.Product");
   const auto record = call(products, "GetProductEx", {product_id}).to<Dictionary>();
   // The columns that GetProductEx leaves out.

@@ -24,6 +24,7 @@ struct FolderUser {
 struct NewFolder {
   std::string user;
   std::string name;
+  bool force = false;
 };
 struct WhichFolder {
   std::string user;
@@ -65,6 +66,7 @@ int insert(const NewFolder& given, const OutputOptions& output) {
   // The library would let a user have a name twice.
   Reasons reasons = reasons_against_name(given.user, given.name);
   if (given.user.empty()) reasons.emplace_back("a folder needs a user");
+  if (reasons.empty()) expect_user(given.user, given.force);
   if (!reasons.empty()) return refuse(output, {{"id", -1}}, "no folder was created.", reasons);
   // The library requires FOLDERNAME, written so, and stores its apostrophes twice. The same column in another case,
   // behind it, gets the name as it is.
@@ -75,9 +77,11 @@ int insert(const NewFolder& given, const OutputOptions& output) {
 }
 
 int list(const FolderUser& given, const OutputOptions& output) {
+  const std::vector<Folder> folders = folders_of(given.user);
+  if (folders.empty()) expect_row("USERS", given.user);
   gateway::Json json = gateway::Json::array();
   Table table({"ID", "NAME"});
-  for (const Folder& folder : folders_of(given.user)) {
+  for (const Folder& folder : folders) {
     json.push_back({{"FOLDERID", folder.id}, {"FOLDERNAME", folder.name}});
     table.add({std::to_string(folder.id), shown(folder.name)});
   }
@@ -136,6 +140,7 @@ void add_folder_commands(Menu& menu) {
                                             insert);
     command.add_option("USER", given.user, kUser)->required();
     command.add_option("NAME", given.name, "The name; a user has it once")->required();
+    command.add_flag("--force", given.force, kForceHelp);
   }
   {
     const auto [command, given] =
@@ -150,8 +155,8 @@ void add_folder_commands(Menu& menu) {
     command.add_option("NAME", given.name, "The new name")->required();
   }
   {
-    const auto [command, given] =
-        group.add("show", "List the favourites in a folder", "  mercato folder show MARTA.NOWAK 'Every month'\n", show);
+    const auto [command, given] = group.add("show", "List the favourites in a folder",
+                                            "  mercato folder show MARTA.NOWAK 'Every month'\n", folder_commands::show);
     command.add_option("USER", given.user, kUser)->required();
     command.add_option("FOLDER", given.which, kWhich)->required();
   }

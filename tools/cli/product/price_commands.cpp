@@ -8,6 +8,8 @@
 #include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
+#include "tools/cli/named_product.h"
+#include "tools/cli/product/price_changes.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
 #include "values/text.h"
@@ -19,10 +21,10 @@ constexpr const char* kProgId = "Mercato.Product";
 constexpr const char* kTable = "CATALOGPRODUCTPRICE";
 
 struct PricedProduct {
-  std::int32_t id = 0;
+  ProductName product;
 };
 struct PriceLine {
-  std::int32_t id = 0;
+  ProductName product;
   std::string from;
   double to_quantity = 0;
   std::string currency;
@@ -36,7 +38,7 @@ struct PriceLine {
   std::string freight;
 };
 struct PriceQuestion {
-  std::int32_t id = 0;
+  ProductName product;
   double quantity = 0;
   std::string date;  // empty: today
   std::string currency;
@@ -46,31 +48,26 @@ Date date_of(const std::string& text) { return *Date::parse(text); }  // the com
 
 std::string quantity_text(double quantity) { return text::number_text(quantity); }
 
-// The library lists and writes lines of an unknown product, too.
-void require_product(std::int32_t id) { expect_row("PRODUCT", id); }
-
 int list(const PricedProduct& given, const OutputOptions& output) {
-  require_product(given.id);
+  const std::int32_t id = find_product(given.product).id;  // the library takes an unknown product, too
   const ComponentPtr products = create_root(kProgId);
   gateway::Json lines = gateway::Json::array();
   Table table({"FROM", "UNTIL", "TO QUANTITY", "GROUP", "PRICE", "CURRENCY", "DISCOUNT %", "DISCOUNT", "TAX %"});
-  call(products, "GetProductPriceLines", {given.id})
-      .to<Dictionary>()
-      ->for_each([&](const Variant&, const Variant& one) {
-        const auto line = one.to<Dictionary>();
-        lines.push_back(to_json(*line));
-        std::vector<std::string> cells;
-        for (const char* column : {"PRICEEFFECTIVEDATE", "PRICEEXPIRYDATE", "QUANTITYTO", "GROUPBY", "PRICE",
-                                   "CURRENCYCODE", "DISCOUNTPERC", "DISCOUNTAMOUNT", "PRICETAXPERCENTAGE"})
-          cells.push_back(shown(text_of(*line, column)));
-        table.add(std::move(cells));
-      });
+  call(products, "GetProductPriceLines", {id}).to<Dictionary>()->for_each([&](const Variant&, const Variant& one) {
+    const auto line = one.to<Dictionary>();
+    lines.push_back(to_json(*line));
+    std::vector<std::string> cells;
+    for (const char* column : {"PRICEEFFECTIVEDATE", "PRICEEXPIRYDATE", "QUANTITYTO", "GROUPBY", "PRICE",
+                               "CURRENCYCODE", "DISCOUNTPERC", "DISCOUNTAMOUNT", "PRICETAXPERCENTAGE"})
+      cells.push_back(shown(text_of(*line, column)));
+    table.add(std::move(cells));
+  });
   return answer_list(output, "lines", std::move(lines), table,
-                     "product " + std::to_string(given.id) + " has no price lines.");
+                     "product " + std::to_string(id) + " has no price lines.");
 }
 
 int set(const PriceLine& given, const OutputOptions& output) {
-  require_product(given.id);
+  const std::int32_t id = find_product(given.product).id;
   const ComponentPtr products = create_root(kProgId);
   require_certain(upload::kPriceDocument, Array{"PRICEEFFECTIVEDATE"}, Array{given.from});
   const Date from = date_of(given.from);
@@ -90,7 +87,7 @@ int set(const PriceLine& given, const OutputOptions& output) {
   add("GROUPBY", given.group);
   require_certain(upload::kPriceDocument, fields, values);
 
-  const std::string line = "the price line of product " + std::to_string(given.id) + " from " + from.text() +
+  const std::string line = "the price line of product " + std::to_string(id) + " from " + from.text() +
                            " up to quantity " + quantity_text(given.to_quantity);
   const auto explain = [&](const RaisedError& error) {
     if (given.group.empty() && error.Number == error_number::kConstraintViolated)
@@ -99,9 +96,9 @@ int set(const PriceLine& given, const OutputOptions& output) {
   };
   const bool written = explaining(explain, [&] {
     if (given.group.empty())
-      return call(products, "InsertPrice", {given.id, from, given.to_quantity, fields, values}).to_boolean();
+      return call(products, "InsertPrice", {id, from, given.to_quantity, fields, values}).to_boolean();
     return call(products, "InsertUpdatePriceEx",
-                {given.id, from, given.to_quantity, given.group, fields, values, "insertupdate"})
+                {id, from, given.to_quantity, given.group, fields, values, "insertupdate"})
         .to_boolean();
   });
   return answer(output, {{"written", written}},
@@ -109,13 +106,13 @@ int set(const PriceLine& given, const OutputOptions& output) {
 }
 
 int price_for(const PriceQuestion& given, const OutputOptions& output) {
-  require_product(given.id);
+  const std::int32_t id = find_product(given.product).id;
   const Date date = given.date.empty() ? Date(std::floor(clock::now().days())) : date_of(given.date);
   const auto attributes =
-      call(create_root(kProgId), "getCatalogPriceAttributes", {given.id, date, given.currency, given.quantity})
+      call(create_root(kProgId), "getCatalogPriceAttributes", {id, date, given.currency, given.quantity})
           .to<Dictionary>();
   const std::string question =
-      "product " + std::to_string(given.id) + ", quantity " + quantity_text(given.quantity) + ", on " + date.text();
+      "product " + std::to_string(id) + ", quantity " + quantity_text(given.quantity) + ", on " + date.text();
   const gateway::Json json = to_json(*attributes);
   // A price of a line is a currency number; without a line all five are plain zeros.
   if (attributes->Item("PRICE").type() != Variant::Type::currency)
@@ -131,13 +128,13 @@ int price_for(const PriceQuestion& given, const OutputOptions& output) {
 
 void add_price_commands(Menu& menu) {
   using namespace price_commands;
-  Menu::Group group = menu.group("price", "List and write price lines, and find the price that holds");
+  Menu::Group group = menu.group("price", "List, write, change and end price lines, and find the price that holds");
   {
     const auto [command, given] = group.add("list", "List the price lines of a product",
                                             "  mercato price list 1\n"
                                             "The freight is not among what the library lists; `price for` tells it.\n",
                                             list);
-    command.add_option("ID", given.id, "The product's id")->required()->check(is_whole_number());
+    add_product(command, given.product);
   }
   {
     const auto [command, given] = group.add(
@@ -150,7 +147,7 @@ void add_price_commands(Menu& menu) {
         "A line is known by product, date, quantity and group. With a group a line that is there is changed; without\n"
         "one a line can be added only. Dates are 2026-07-01 or \"1 July 2026\".\n",
         set);
-    command.add_option("ID", given.id, "The product's id")->required()->check(is_whole_number());
+    add_product(command, given.product);
     command.add_option("--from", given.from, "The first day")->type_name("DATE")->check(is_date())->required();
     command.add_option("--until", given.until, "The last day")->type_name("DATE")->check(is_date());
     command.add_option("--to-quantity", given.to_quantity, "The largest quantity that it holds for")
@@ -174,11 +171,12 @@ void add_price_commands(Menu& menu) {
                                             "  mercato price for 1 --quantity 40 --currency USD --date 2026-09-01\n"
                                             "Exit status 1 when no line holds.\n",
                                             price_for);
-    command.add_option("ID", given.id, "The product's id")->required()->check(is_whole_number());
+    add_product(command, given.product);
     command.add_option("--quantity", given.quantity, "The quantity")->type_name("N")->check(is_positive())->required();
     command.add_option("--currency", given.currency, "The code of the currency wanted")->type_name("CODE")->required();
     command.add_option("--date", given.date, "The day; else today")->type_name("DATE")->check(is_date());
   }
+  add_price_changes(group);
 }
 
 }  // namespace mercato::cli

@@ -1,15 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
-// mercato product: one product at a time.
+// mercato product: the products themselves; product_companions.cpp has what hangs on them.
 #include <algorithm>
 
 #include "frame/lib_general.h"
+#include "keeping/product_keeping.h"
 #include "mercato/object_context.h"
 #include "records/product_row.h"
+#include "tools/cli/chosen_products.h"
 #include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
+#include "tools/cli/named_product.h"
+#include "tools/cli/one_transaction.h"
+#include "tools/cli/product/product_companions.h"
 #include "tools/cli/product/property_values.h"
 #include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
 #include "values/same_text.h"
 #include "values/text.h"
@@ -31,8 +37,13 @@ constexpr const char* kFieldsHelp =
     "buyer\n"
     "(USERID) have to exist; other codes are taken as they are.\n";
 
-struct ProductId {
-  std::int32_t id = 0;
+struct WhichProduct {
+  ProductName product;
+};
+struct HiddenProducts {
+  ChosenProducts chosen;
+  bool dry_run = false;
+  bool yes = false;
 };
 struct NewProduct {
   std::string part_number;
@@ -40,11 +51,11 @@ struct NewProduct {
   std::vector<std::string> pairs;
 };
 struct ProductPairs {
-  std::int32_t id = 0;
+  ProductName product;
   std::vector<std::string> pairs;
 };
 struct OrderQuantity {
-  std::int32_t id = 0;
+  ProductName product;
   double quantity = 0;
 };
 
@@ -130,7 +141,7 @@ Reasons reasons_against_update(const FieldValues& row) {
 }
 
 int update(const ProductPairs& given, const OutputOptions& output) {
-  expect_row(kTable, given.id);
+  const std::int32_t id = find_product(given.product).id;
   const ComponentPtr products = create_root(kProgId);
   FieldValues row;
   for (const std::string& text : given.pairs) {
@@ -143,47 +154,65 @@ int update(const ProductPairs& given, const OutputOptions& output) {
   // Where category links follow the codes, an update without UNSPSCCODE counts as a cleared code and takes the product
   // out of its categories. So the present code is handed over.
   if (!row.has("UNSPSCCODE")) {
-    const auto present = call(products, "GetProductFields", {Array{"UNSPSCCODE"}, given.id}).to<Dictionary>();
+    const auto present = call(products, "GetProductFields", {Array{"UNSPSCCODE"}, id}).to<Dictionary>();
     row.add("UNSPSCCODE", text_of(*present, "UNSPSCCODE"));
   }
   const bool updated = explaining([&](const RaisedError&) { return reasons_against_update(row); },
                                   [&] {
-                                    return call(products, "Update20", {given.id, row.fields, row.values}).to_boolean();
+                                    return call(products, "Update20", {id, row.fields, row.values}).to_boolean();
                                   });
-  return answer(output, {{"updated", updated}}, named(given.id) + " changed.");
+  return answer(output, {{"updated", updated}}, named(id) + " changed.");
 }
 
-int show_one(const ProductId& given, const OutputOptions& output) { return show(given.id, output); }
+int show_one(const WhichProduct& given, const OutputOptions& output) { return show(given.product, output); }
 
-// Disable and Enable raise nothing for an unknown id.
-int set_visibility(std::int32_t id, const char* method, bool disabled, const OutputOptions& output) {
-  expect_row(kTable, id);
-  call(create_root(kProgId), method, {id});
-  return answer(output, {{"id", id}, {"disabled", disabled}}, named(id) + (disabled ? " disabled." : " enabled."));
+// Many products, or one
+int set_visibility(const HiddenProducts& given, bool disabled, const OutputOptions& output) {
+  const std::string done = disabled ? "disabled" : "enabled";
+  const bool is_one = given.chosen.names.size() == 1 && !given.dry_run;
+  // One that was named is written whatever it is.
+  const std::vector<std::int32_t> products =
+      choose(given.chosen, is_one ? std::nullopt : std::optional<bool>(!disabled));
+  if (is_one && products.size() == 1) {
+    call(create_root(kProgId), disabled ? "Disable" : "Enable", {products.front()});
+    return answer(output, {{"id", products.front()}, {"disabled", disabled}},
+                  named(products.front()) + " " + done + ".");
+  }
+  gateway::Json json = {{"products", products.size()}, {"disabled", disabled}};
+  if (given.dry_run)
+    return tell_dry_run(output, products, std::move(json),
+                        counted(products.size(), "product") + " would be " + done + ".");
+  if (products.empty())
+    return refuse(output, std::move(json), "no product is chosen that is not " + done + " already.", {});
+  if (!given.chosen.are_named() && !given.yes) expect_consent(counted(products.size(), "product") + " will be " + done);
+  OneTransaction transaction;
+  {
+    Progress progress(products.size());
+    keeping::set_disabled(products, disabled, [&] { progress.advance(); });
+  }
+  transaction.commit();
+  return answer(output, json, counted(products.size(), "product") + " " + done + ".");
 }
-int disable(const ProductId& given, const OutputOptions& output) {
-  return set_visibility(given.id, "Disable", true, output);
-}
-int enable(const ProductId& given, const OutputOptions& output) {
-  return set_visibility(given.id, "Enable", false, output);
-}
+int disable(const HiddenProducts& given, const OutputOptions& output) { return set_visibility(given, true, output); }
+int enable(const HiddenProducts& given, const OutputOptions& output) { return set_visibility(given, false, output); }
 
-int remove(const ProductId& given, const OutputOptions& output) {
-  return delete_row({kProgId, "Delete", kTable, given.id}, output);
+int remove(const WhichProduct& given, const OutputOptions& output) {
+  return delete_row({kProgId, "Delete", kTable, find_product(given.product).id}, output);
 }
 
 int check(const OrderQuantity& given, const OutputOptions& output) {
-  expect_row(kTable, given.id);  // the library says of an unknown product that no quantity fits
+  const std::int32_t id =
+      find_product(given.product).id;  // the library says of an unknown product that no quantity fits
   const ComponentPtr products = create_root(kProgId);
-  const bool fits = call(products, "CheckLotSize", {given.id, given.quantity}).to_boolean();
-  const double minimum = call(products, "getMinOrderQty", {given.id}).to_double();
-  const double multiple = call(products, "getMultipleOf", {given.id}).to_double();
+  const bool fits = call(products, "CheckLotSize", {id, given.quantity}).to_boolean();
+  const double minimum = call(products, "getMinOrderQty", {id}).to_double();
+  const double multiple = call(products, "getMultipleOf", {id}).to_double();
 
   std::string limits;
   if (minimum != 0) limits = "at least " + text::number_text(minimum);
   if (multiple != 0) limits += (limits.empty() ? "" : ", ") + ("in multiples of " + text::number_text(multiple));
   const gateway::Json json = {{"fits", fits}, {"minimum", minimum}, {"multiple", multiple}};
-  const std::string order = text::number_text(given.quantity) + " of " + named(given.id);
+  const std::string order = text::number_text(given.quantity) + " of " + named(id);
   if (!fits) return refuse(output, json, "the quantity does not fit.", {order + " cannot be ordered: " + limits});
   return answer(output, json, order + " can be ordered" + (limits.empty() ? "" : ": " + limits) + ".");
 }
@@ -199,9 +228,9 @@ int list_properties(const ComponentPtr& products, std::int32_t id, const OutputO
 }
 
 int set_properties(const ProductPairs& given, const OutputOptions& output) {
-  expect_row(kTable, given.id);  // the library writes values of an unknown product, too
+  const std::int32_t id = find_product(given.product).id;  // the library writes values of an unknown product, too
   const ComponentPtr products = create_root(kProgId);
-  if (given.pairs.empty()) return list_properties(products, given.id, output);
+  if (given.pairs.empty()) return list_properties(products, id, output);
 
   struct Change {
     std::int32_t property_id;
@@ -209,7 +238,7 @@ int set_properties(const ProductPairs& given, const OutputOptions& output) {
     std::string value;
   };
   // All names are known before the first value is written.
-  const Rows held = property_values(products, given.id);
+  const Rows held = property_values(products, id);
   std::vector<Change> changes;
   for (const std::string& text : given.pairs) {
     const auto [property, value] = split_pair(text);
@@ -221,9 +250,9 @@ int set_properties(const ProductPairs& given, const OutputOptions& output) {
   }
   for (const Change& change : changes)
     if (change.is_new)
-      call(products, "InsertProductPropertyValue", {given.id, change.property_id, change.value});
+      call(products, "InsertProductPropertyValue", {id, change.property_id, change.value});
     else  // the value goes into the statement as it stands
-      call(products, "UpdateProductPropertyValue", {given.id, change.property_id, Gen_QuoteSql(change.value)});
+      call(products, "UpdateProductPropertyValue", {id, change.property_id, Gen_QuoteSql(change.value)});
   const auto inserted = static_cast<std::size_t>(
       std::count_if(changes.begin(), changes.end(), [](const Change& change) { return change.is_new; }));
   const std::size_t updated = changes.size() - inserted;
@@ -233,10 +262,6 @@ int set_properties(const ProductPairs& given, const OutputOptions& output) {
 
 Option* add_pairs(Command& command, std::vector<std::string>& pairs, const char* description, const char* form) {
   return command.add_option("PAIRS", pairs, description)->option_text(form)->check(is_pair());
-}
-
-void add_id(Command& command, std::int32_t& id) {
-  command.add_option("ID", id, "The product's id, as `find` prints it")->required()->check(is_whole_number());
 }
 
 void add_writing(Menu::Group& group) {
@@ -257,7 +282,7 @@ void add_writing(Menu::Group& group) {
       std::string(kFieldsHelp);
   {
     const auto [command, given] = group.add("set", "Change fields of a product", set_examples.c_str(), update);
-    add_id(command, given.id);
+    add_product(command, given.product);
     add_pairs(command, given.pairs, "The fields", "FIELD=VALUE...")->required();
   }
 }
@@ -266,25 +291,30 @@ void add_showing_and_hiding(Menu::Group& group) {
   {
     const auto [command, given] = group.add("show", "Print one product with its properties, as `mercato show`",
                                             "  mercato product show 1\n", show_one);
-    add_id(command, given.id);
+    add_product(command, given.product);
   }
-  {
-    const auto [command, given] =
-        group.add("disable", "Hide a product from searches", "  mercato product disable 1\n", disable);
-    add_id(command, given.id);
-  }
-  {
-    const auto [command, given] =
-        group.add("enable", "Show a hidden product again", "  mercato product enable 1\n", enable);
-    add_id(command, given.id);
-  }
+  const auto add_visibility = [&](const char* name, const char* description, const std::string& examples, auto body) {
+    const auto [command, given] = group.add(name, description, (examples + kChoiceHelp).c_str(), body);
+    add_choice(command, given.chosen);
+    command.add_flag("--dry-run", given.dry_run, "Say which products it would be, and change nothing");
+    command.add_flag("--yes", given.yes, "Do not ask, where products were not named one by one");
+  };
+  add_visibility("disable", "Hide products from searches",
+                 "  mercato product disable M-100007\n"
+                 "  mercato product disable --supplier QUILLMARCH --part-number 'M-1000*' --dry-run\n"
+                 "  mercato product disable --file discontinued.txt --yes\n",
+                 disable);
+  add_visibility("enable", "Show hidden products again",
+                 "  mercato product enable M-100007\n"
+                 "  mercato product enable --category Paper --yes\n",
+                 enable);
   {
     const auto [command, given] =
         group.add("delete", "Delete a product with its prices, properties, categories, favourites and buyers",
                   "  mercato product delete 277\n"
                   "A product that a question refers to stays.\n",
                   remove);
-    add_id(command, given.id);
+    add_product(command, given.product);
   }
 }
 
@@ -295,7 +325,7 @@ void add_check_and_properties(Menu::Group& group) {
                   "  mercato product check 1 --quantity 20\n"
                   "Exit status 1 when it does not fit.\n",
                   check);
-    add_id(command, given.id);
+    add_product(command, given.product);
     command.add_option("--quantity", given.quantity, "The quantity to order")
         ->type_name("N")
         ->check(is_positive())
@@ -307,7 +337,7 @@ void add_check_and_properties(Menu::Group& group) {
                                             "  mercato product properties 1 COLOUR=cream SHEETS=250\n"
                                             "A property that the product lacks is added to it.\n",
                                             set_properties);
-    add_id(command, given.id);
+    add_product(command, given.product);
     add_pairs(command, given.pairs, "Values by the names of their properties", "NAME=VALUE...");
   }
 }
@@ -328,6 +358,7 @@ void add_product_commands(Menu& menu) {
   add_writing(group);
   add_showing_and_hiding(group);
   add_check_and_properties(group);
+  add_companion_commands(group);
 }
 
 }  // namespace mercato::cli
