@@ -238,7 +238,7 @@ const std::vector<Failure>& failures() {
       {{"product", "disable", "--part-number", "A*"}, "mercato: 1 product will be disabled: --yes confirms it.\n"},
       {{"product", "enable", "--file", "products.txt"},
        "refused: line 2: There is no product B9\n"
-       "mercato: 1 line of products.txt name no one product; nothing was changed.\n"},
+       "mercato: products.txt has 1 line without one product; nothing was changed.\n"},
       {{"product", "alternatives", "A1", "--add", "1"},
        "refused: product 1 is no alternative of its own\n"
        "mercato: the alternatives of product 1 stay as they were.\n"},

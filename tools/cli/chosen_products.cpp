@@ -35,7 +35,7 @@ std::vector<std::int32_t> listed_in(const std::string& file, const std::optional
     reasons.push_back("and " + std::to_string(listed.faults.size() - reasons.size()) + " more");
   print_reasons(reasons);
   raise(error_number::kInvalidArgument, {},
-        counted(listed.faults.size(), "line") + " of " + file + " name no one product; nothing was changed");
+        file + " has " + counted(listed.faults.size(), "line") + " without one product; nothing was changed");
 }
 
 }  // namespace

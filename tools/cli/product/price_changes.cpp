@@ -89,7 +89,7 @@ int end(const End& given, const OutputOptions& output) {
   if (given.lines.dry_run) return answer(output, json, lines + " would end on " + given.on + "." + others + kDryRun);
   if (!given.lines.products.are_named() && !given.lines.yes) expect_consent(lines + " will end on " + given.on);
   kept([&] { return act(true); });
-  return answer(output, json, lines + " end on " + given.on + "." + others);
+  return answer(output, json, lines + " with " + given.on + " as the last day." + others);
 }
 
 gateway::Json json_of(const keeping::ChangedPrice& changed) {
