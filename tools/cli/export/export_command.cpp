@@ -91,13 +91,12 @@ int export_all(const Given& given, const OutputOptions& output) {
         {"written", report.written}, {"withoutSupplierNumber", report.without_number}, {"leftOut", report.left_out}};
     (to_file ? std::cout : std::cerr) << gateway::line_of(json) << '\n';
   } else {
-    std::ostream& says = std::cerr;
-    says << counted(report.written, "record") << (to_file ? " in " + shown(given.file, 500) : " written") << ".\n";
+    std::cerr << counted(report.written, "record") << (to_file ? " in " + shown(given.file, 500) : " written") << ".\n";
     if (report.without_number > 0)
-      says << counted(report.without_number, "record")
-           << " of products without a supplier's number, by which an import would know them.\n";
+      std::cerr << counted(report.without_number, "record")
+                << " of products without a supplier's number, by which an import would know them.\n";
     for (const auto& [what, count] : report.left_out)
-      says << "left out: " << shown(what, 200) << ", " << counted(count, "time") << "\n";
+      std::cerr << "left out: " << shown(what, 200) << ", " << counted(count, "time") << "\n";
   }
   return report.written == 0 ? kFailed : kDone;
 }
