@@ -203,13 +203,14 @@ std::vector<ChangedField> changed_fields(std::string_view before, std::string_vi
   std::vector<ChangedField> fields;
   for (const auto& [column, value] : old_values.items()) {
     const auto found = new_values.find(column);
+    if (column == kStamp) continue;
     if (found == new_values.end())
       fields.push_back({column, text_of(value), {}});
     else if (*found != value)
       fields.push_back({column, text_of(value), text_of(*found)});
   }
   for (const auto& [column, value] : new_values.items())
-    if (!old_values.contains(column)) fields.push_back({column, {}, text_of(value)});
+    if (column != kStamp && !old_values.contains(column)) fields.push_back({column, {}, text_of(value)});
   std::ranges::sort(fields, {}, &ChangedField::field);
   return fields;
 }

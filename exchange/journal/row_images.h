@@ -57,7 +57,8 @@ std::vector<Variant> row_of(const store::TableInfo& table, std::string_view imag
 // Whether two images differ in nothing but the moment at which a product was written.
 bool are_same(std::string_view one, std::string_view other);
 
-// What two images differ in, by columns; "" stands for no row at all.
+// What two images differ in, by columns; "" stands for no row at all. The moment at which a product was written is left
+// out.
 struct ChangedField {
   std::string field;
   std::string before;

@@ -293,6 +293,11 @@ const std::vector<Failure>& failures() {
       {{"store", "copy", "nowhere.db", "x.db"},
        "mercato: There is no store at 'nowhere.db'. Create it with `mercato init`, or correct Data Source.\n"},
       {{"store", "backup"}, "mercato: FILE is required; --help says more.\n", 2},
+      {{"uploads", "list", "x"}, "mercato: 'x' is more than `mercato uploads list` takes; --help says more.\n", 2},
+      {{"uploads", "show", "7"}, "mercato: There is no upload 7; `mercato uploads list` shows those that are kept.\n"},
+      {{"uploads", "diff", "7"}, "mercato: There is no upload 7; `mercato uploads list` shows those that are kept.\n"},
+      {{"uploads", "undo", "7"}, "mercato: There is no upload 7; `mercato uploads list` shows those that are kept.\n"},
+      {{"uploads", "forget"}, "mercato: --before is required; --help says more.\n", 2},
       {{"store", "restore"}, "mercato: FILE is required; --help says more.\n", 2},
 
       // Users, their favourites and rights
@@ -441,6 +446,7 @@ TEST_F(Failures, OfAStoreThatIsHeldOrIsNoneOfOursAreToldInWordsOfTheUser) {
       "2). Use the newer version.\n";
   const std::vector<Failure> table = {
       {{"product", "disable", "1", "--store", locked}, "mercato: " + held + "repeat the command.\n"},
+      {{"upload", "records.xml", "--store", locked}, "mercato: " + held + "repeat the command.\n"},
       {{"unit", "delete", "EA", "--store", locked}, "mercato: " + held + "repeat the command.\n"},
       {{"property", "new", "WIDTH", "--store", locked}, "mercato: " + held + "repeat the command.\n"},
       {{"execute", "more.sql", "--store", locked},
@@ -459,7 +465,8 @@ TEST_F(Failures, OfAStoreThatIsHeldOrIsNoneOfOursAreToldInWordsOfTheUser) {
     expect_all(table);
     const ToolRun traced = run({"unit", "delete", "EA", "--store", locked, "--trace"});
     EXPECT_NE(traced.err.find(" milliseconds (database is locked)"), std::string::npos) << traced.err;
-    EXPECT_EQ(answer({"upload", "records.xml", "--store", locked}, 1).at("stoppedBy"), held + "repeat the command.");
+    EXPECT_EQ(answer({"upload", "--no-journal", "records.xml", "--store", locked}, 1).at("stoppedBy"),
+              held + "repeat the command.");
   }
   EXPECT_EQ(whole_store(), before);
 }

@@ -58,6 +58,7 @@ struct UploadOptions {
   std::string document;
   bool write_on_errors = false;
   bool update_only = false;
+  bool without_journal = false;
   std::string file_key;  // empty: made from the document's name and the process
   std::string rest;      // a file for what was refused or is left; empty: none is written
   bool atomic = false;   // all of the document or nothing

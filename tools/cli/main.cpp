@@ -182,6 +182,7 @@ class SingleCommands {
     command.add_option("FILE", line_.upload.document, "Product document: a file or a URL")->required();
     add_on_errors(command, line_.upload.write_on_errors);
     command.add_flag("--update-only", line_.upload.update_only, "Never create a product");
+    command.add_flag("--no-journal", line_.upload.without_journal, "Keep nothing that could take it back");
     command.add_option("--key", line_.upload.file_key, "What the remaining file's name ends in")->type_name("NAME");
     Command more(command);
     add_loading_options(more, line_.upload.rest, line_.upload.atomic);
@@ -360,6 +361,7 @@ int main(int count, char** texts) try {
 #endif
   add_schema_command(menu);
   add_doctor_command(menu);
+  add_uploads_commands(menu);
   try {
     for (int number = 1; number < count; ++number)
       if (!mercato::text::is_valid(texts[number]))

@@ -160,6 +160,7 @@ void add_serve_command(Menu& menu);
 void add_token_commands(Menu& menu);
 void add_schema_command(Menu& menu);
 void add_doctor_command(Menu& menu);
+void add_uploads_commands(Menu& menu);
 
 // NAME=VALUE.
 const CLI::Validator& is_pair();

@@ -275,6 +275,7 @@ void add_load(Menu::Group& group) {
       ->check(is_no_blank());
   command.add_option("--description", given.description, "Its description")->type_name("TEXT");
   command.add_flag("--active", given.active, "Make it active at once");
+  command.add_flag("--no-journal", given.without_journal, "Keep nothing that could take it back");
   command.add_option("--id-column", given.id_column, "The header of the ids")->type_name("HEADER");
   command.add_option("--parent-column", given.parent_column, "The header of the parents' ids")->type_name("HEADER");
   command.add_option("--name-column", given.name_column, "The header of the names")->type_name("HEADER");

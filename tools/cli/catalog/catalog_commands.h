@@ -24,6 +24,7 @@ struct LoadedCatalog {
   std::string name;
   std::string description;
   bool active = false;
+  bool without_journal = false;
   // Headers of the columns; empty: the usual ones.
   std::string id_column;
   std::string parent_column;

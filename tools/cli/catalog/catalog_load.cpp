@@ -12,6 +12,7 @@
 #include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
+#include "tools/cli/upload_journal.h"
 #include "values/same_text.h"
 #include "values/text.h"
 
@@ -208,6 +209,7 @@ int load_catalog(const LoadedCatalog& given, const OutputOptions& output) {
                   given.file + " has " + counted(faults.size(), "fault") + "; nothing of it was loaded.",
                   first_of(faults));
 
+  UploadJournal journal(!given.without_journal, "catalog", given.file);
   OneTransaction transaction;
   Array fields{"CATALOGNAME", "ACTIVE"};
   Array values{given.name, given.active ? 1 : 0};
@@ -222,7 +224,11 @@ int load_catalog(const LoadedCatalog& given, const OutputOptions& output) {
                  });
   Progress progress(file.count());
   write_nodes(id, file.nodes, [&] { progress.advance(); });
+  if (journal.get()) journal.get()->inserted({exchange::Reach::Kind::catalog, {std::to_string(id)}});
   transaction.commit();
+  exchange::UploadResult outcome;
+  outcome.counts.read = 1;
+  journal.end(outcome, 1, {});
 
   const auto roots =
       static_cast<std::size_t>(std::ranges::count_if(file.nodes, [](const NewNode& node) { return !node.parent; }));

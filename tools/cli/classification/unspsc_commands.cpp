@@ -18,6 +18,7 @@
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
 #include "tools/cli/terminal/sentence.h"
+#include "tools/cli/upload_journal.h"
 #include "values/text.h"
 
 namespace mercato::cli {
@@ -27,6 +28,7 @@ struct CodesFile {
   std::string file;
   bool overwrite = false;
   bool commodities = false;
+  bool without_journal = false;
 };
 struct Branch {
   std::string code;  // empty: the whole tree
@@ -157,8 +159,25 @@ std::vector<std::int32_t> rows_of_items(const std::string& file) {
   return rows;
 }
 
+void end_journal(UploadJournal& journal, const Watcher& watcher, bool overwrite) {
+  std::vector<exchange::KeptFinding> findings;
+  for (const UploadedCode& code : watcher.refused)
+    findings.push_back({"refused", code.code, static_cast<std::int32_t>(code.item), "DESCRIPTION", code.description,
+                        reason_of(code, overwrite)});
+  exchange::UploadResult outcome;
+  outcome.counts.read = static_cast<std::int32_t>(watcher.read);
+  outcome.counts.refused = static_cast<std::int32_t>(watcher.refused.size());
+  journal.end(outcome, watcher.written, findings);
+}
+
 int load(const CodesFile& given, const OutputOptions& output) {
   require_writable_store(given.file);
+  UploadJournal journal(!given.without_journal, "unspsc", given.file);
+  try {
+    if (journal.get()) journal.get()->before(exchange::Reach::Kind::codes, {});
+  } catch (const Raised& raised) {
+    raise_unwritable(given.file, raised.error());
+  }
   Watcher watcher;
   const auto object = std::dynamic_pointer_cast<TUNSPSC>(create_root("Mercato.TUNSPSC"));
   object->set_observer(&watcher);
@@ -177,6 +196,7 @@ int load(const CodesFile& given, const OutputOptions& output) {
   }
   // The upload casts no vote, so its transaction ends with the object: here, where a commit that fails is told.
   object->context()->release();
+  end_journal(journal, watcher, given.overwrite);
 
   gateway::Json list = gateway::Json::array();
   const bool in_rows = !is_document(given.file);
@@ -261,6 +281,7 @@ void add_unspsc_commands(Menu& menu) {
     command.add_option("FILE", given.file, "A workbook (.xlsx), or a document (.xml or a URL)")->required();
     command.add_flag("--overwrite", given.overwrite, "A code that exists gets the new description");
     command.add_flag("--commodities", given.commodities, "Make commodities of the codes that are written, too");
+    command.add_flag("--no-journal", given.without_journal, "Keep nothing that could take it back");
   }
   {
     const auto [command, given] = group.add("tree", "Show the codes below a code, or from the top",

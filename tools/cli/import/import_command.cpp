@@ -35,6 +35,7 @@ struct Given {
   std::vector<std::string> files;
   bool propose = false;
   bool dry_run = false;
+  bool without_journal = false;
   std::string format, mapping, supplier, to, encoding, sheet, language, territory, price_kind, findings, rest;
   std::vector<std::string> units, defaults;
   JudgingChoices judging;
@@ -93,7 +94,8 @@ class TemporaryFolder {
 // The road of `mercato upload` and `mercato prices upload`, for each part of a file.
 class PartUpload {
  public:
-  PartUpload(std::string file_key, RestFile* rest) : file_key_(std::move(file_key)), rest_(rest) {}
+  PartUpload(std::string file_key, RestFile* rest, exchange::Journal* journal)
+      : file_key_(std::move(file_key)), rest_(rest), journal_(journal) {}
 
   bool take(const ImportedPart& part) {
     ++number_;
@@ -118,7 +120,8 @@ class PartUpload {
             .file_key = file_key_ + "-" + std::to_string(number_),
             .web_root = collaborators::settings()->web_root,
             .rest = rest_,
-            .lines = &lines};
+            .lines = &lines,
+            .journal = journal_};
   }
 
   void add(UploadTotals::Kind& kind, const UploadReport& report) {
@@ -134,6 +137,7 @@ class PartUpload {
 
   const std::string file_key_;
   RestFile* const rest_;
+  exchange::Journal* const journal_;
   std::size_t number_ = 0;
   UploadTotals totals_;
 };
@@ -155,6 +159,28 @@ void add_to_rest(RestFile& rest, const JudgedItem& refused, const std::vector<Fi
   std::string text = item.fields.empty() || item.number.empty() ? std::string() : product_element(item);
   for (const JudgedPrice& price : item.prices) text += price_element(item.number, price);
   rest.add(item.number, item.place.line, reasons, text);
+}
+
+void end_journal(UploadJournal& journal, const ImportReport& report, const UploadTotals& totals) {
+  std::vector<KeptFinding> findings;
+  for (const MergedFinding& merged : report.findings)
+    for (const Finding& finding : merged.examples)
+      findings.push_back({merged.accepted ? "accepted" : "refused", finding.number,
+                          static_cast<std::int32_t>(finding.place.line), finding.field, finding.value,
+                          std::string(words_of(merged.reason).what)});
+  for (const auto& [field_and_reason, refusal] : totals.refusals)
+    findings.push_back({"refused", refusal.first.part_number, static_cast<std::int32_t>(refusal.first.line),
+                        field_and_reason.first, refusal.first.value, field_and_reason.second});
+  const auto both = [&](std::size_t UploadTotals::Kind::*count) {
+    return totals.products.*count + totals.prices.*count;
+  };
+  const std::size_t refused = report.refused + both(&UploadTotals::Kind::refused);
+  UploadResult outcome;
+  outcome.counts.read = static_cast<std::int32_t>(report.refused + report.products + report.price_lines);
+  outcome.counts.refused = static_cast<std::int32_t>(refused);
+  outcome.counts.left = static_cast<std::int32_t>(both(&UploadTotals::Kind::left));
+  outcome.stopped_by = totals.stopped_by;
+  journal.end(outcome, both(&UploadTotals::Kind::inserted) + both(&UploadTotals::Kind::updated), findings);
 }
 
 int import_one(const Given& given, const std::string& file, const OutputOptions& output) {
@@ -181,9 +207,11 @@ int import_one(const Given& given, const std::string& file, const OutputOptions&
       add_to_rest(*rest, item, findings);
     };
   }
-  PartUpload upload("import-" + file_key_for(file), rest ? &*rest : nullptr);
+  UploadJournal journal(!given.without_journal, "import", file);
+  PartUpload upload("import-" + file_key_for(file), rest ? &*rest : nullptr, journal.get());
   const ImportReport report = import_file(options, [&](const ImportedPart& part) { return upload.take(part); });
   if (rest) rest->finish();
+  end_journal(journal, report, upload.totals());
   return report_of(ImportUse::uploaded, report, upload.totals());
 }
 
@@ -232,6 +260,7 @@ void add_import_command(Menu& menu) {
   command.add_option("--mapping", given.mapping, "Which column is what: a file as --propose writes it")
       ->type_name("FILE");
   command.add_flag("--propose", given.propose, "Print a first mapping and do nothing else");
+  command.add_flag("--no-journal", given.without_journal, "Keep nothing that could take it back");
   command.add_flag("--dry-run", given.dry_run, "Judge and report, and upload nothing");
   command.add_option("--to", given.to, "Write the documents into this folder, and upload nothing")->type_name("FOLDER");
   command.add_option("--supplier", given.supplier, "The business partner whose products these are")->type_name("ID");

@@ -45,7 +45,8 @@ UploadField told_of(const RaisedError& failure) {
 }
 
 PriceUpload::PriceUpload(UploadSource source)
-    : UploadRuns(std::move(source), {upload::kPriceDocument, Rest::in_file, kAllRecords}) {}
+    : UploadRuns(std::move(source),
+                 {upload::kPriceDocument, exchange::Reach::Kind::prices, Rest::in_file, kAllRecords}) {}
 
 std::size_t PriceUpload::take_inventory(const xml::Document& document) {
   std::size_t next = 0;

@@ -32,6 +32,7 @@ struct PriceDocument {
   std::string rest;
   bool atomic = false;
   JudgingChoices judging;
+  bool without_journal = false;
 };
 
 struct CheckedLine {
@@ -224,14 +225,17 @@ void print(const UploadReport& report) {
 }
 
 int upload_prices(const PriceDocument& given, const OutputOptions& output) {
+  UploadJournal journal(!given.without_journal, "prices", given.document);
   PriceUpload price_upload({.document = given.document,
                             .file_key = given.file_key.empty() ? file_key_for(given.document) : given.file_key,
                             .web_root = collaborators::settings()->web_root,
                             .judging = judging_options(given.judging, false),
                             .rest_file = given.rest,
                             .rest_as_lines = output.json,
-                            .atomic = given.atomic});
+                            .atomic = given.atomic,
+                            .journal = journal.get()});
   const UploadReport report = price_upload.run();
+  end_journal(journal, report);
   if (output.json)
     print_json(report);
   else
@@ -268,6 +272,7 @@ void add_prices_commands(Menu& menu) {
     command.add_option("--key", given.file_key, "What the remaining file's name ends in")->type_name("NAME");
     add_loading_options(command, given.rest, given.atomic);
     add_judging_options(command, given.judging);
+    command.add_flag("--no-journal", given.without_journal, "Keep nothing that could take it back");
   }
 }
 

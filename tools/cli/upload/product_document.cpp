@@ -31,9 +31,9 @@ std::string reason_of(const RaisedError& failure, bool update_only) {
 }
 
 ProductUpload::ProductUpload(Options options)
-    : UploadRuns(std::move(options.source),
-                 {upload::kProductDocument, options.update_only ? Rest::in_document : Rest::in_file,
-                  options.update_only ? kUpdatesInOneCall : kAllRecords}),
+    : UploadRuns(std::move(options.source), {upload::kProductDocument, exchange::Reach::Kind::products,
+                                             options.update_only ? Rest::in_document : Rest::in_file,
+                                             options.update_only ? kUpdatesInOneCall : kAllRecords}),
       write_on_errors_(options.write_on_errors),
       update_only_(options.update_only) {}
 

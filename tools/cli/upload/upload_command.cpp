@@ -49,6 +49,7 @@ void print(const UploadReport& report) {
 }  // namespace
 
 int upload(const UploadOptions& options, const OutputOptions& output) {
+  UploadJournal journal(!options.without_journal, "products", options.document);
   ProductUpload product_upload(
       {{.document = options.document,
         .file_key = options.file_key.empty() ? file_key_for(options.document) : options.file_key,
@@ -56,10 +57,12 @@ int upload(const UploadOptions& options, const OutputOptions& output) {
         .judging = judging_options(options.judging, options.write_on_errors),
         .rest_file = options.rest,
         .rest_as_lines = output.json,
-        .atomic = options.atomic},
+        .atomic = options.atomic,
+        .journal = journal.get()},
        options.write_on_errors,
        options.update_only});
   const UploadReport report = product_upload.run();
+  end_journal(journal, report);
   if (output.json)
     print_json(report);
   else

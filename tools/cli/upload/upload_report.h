@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/cli/upload_journal.h"
 #include "tools/gateway/json_values.h"
 
 namespace mercato::cli {
@@ -57,6 +58,9 @@ void print_count(const char* label, std::size_t number, const std::string& meani
 void print_rest(const UploadReport& report);
 
 inline constexpr int kStatusOfInterruption = 130;
+// What the journal keeps of it.
+void end_journal(UploadJournal& journal, const UploadReport& report);
+
 // The exit status.
 int status_of(const UploadReport& report);
 

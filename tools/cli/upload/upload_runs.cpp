@@ -68,6 +68,11 @@ UploadReport UploadRuns::run() {
   // The library makes one level of folders only, after it has written the records.
   if (!files::folder_exists(source_.web_root)) files::create_folder(source_.web_root);
 
+  try {
+    if (source_.journal) source_.journal->before(kind_.reach, pending_);
+  } catch (const Raised&) {
+    if (!store || !store->outdated()) throw;  // else the first run tells that the store is gone
+  }
   const Document judged = document_;
   const UploadReport beforehand = report_;
   const std::size_t gone_beforehand = gone_.size();

@@ -23,6 +23,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "exchange/journal/journal.h"
 #include "exchange/judging.h"
 #include "mercato/component.h"
 #include "mercato/raised_error.h"
@@ -51,6 +52,7 @@ struct UploadSource {
   RestFile* rest = nullptr;                              // of several documents, in place of a file of its own
   const std::vector<std::size_t>* lines = nullptr;       // of the records, in the file that the document was made of
   bool atomic = false;
+  exchange::Journal* journal = nullptr;  // keeps what the upload changes
 };
 
 // Where a record stands in the document that was given.
@@ -77,6 +79,7 @@ class UploadRuns {
   static constexpr std::size_t kAllRecords = static_cast<std::size_t>(-1);
   struct Kind {
     const upload::DocumentKind& document;
+    exchange::Reach::Kind reach;
     Rest rest;
     std::size_t most_in_one_run;  // part numbers; kAllRecords for no bound
   };
