@@ -21,6 +21,24 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/mercato.pc.in ${PROJECT_BINARY_DIR}/m
 install(FILES ${PROJECT_BINARY_DIR}/mercato.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(TARGETS mercato_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
+# The man page and the scripts for shells are what the tool itself prints.
+foreach(text "manual|${CMAKE_INSTALL_MANDIR}/man1/mercato.1"
+             "completion bash|${CMAKE_INSTALL_DATADIR}/bash-completion/completions/mercato"
+             "completion zsh|${CMAKE_INSTALL_DATADIR}/zsh/site-functions/_mercato"
+             "completion fish|${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d/mercato.fish")
+  string(REPLACE "|" ";" text "${text}")
+  list(GET text 0 words)
+  list(GET text 1 file)
+  separate_arguments(words)
+  get_filename_component(folder ${file} DIRECTORY)
+  install(CODE "
+    set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${folder}\")
+    file(MAKE_DIRECTORY \"\${folder}\")
+    message(STATUS \"Installing: \${CMAKE_INSTALL_PREFIX}/${file}\")
+    execute_process(COMMAND \"$<TARGET_FILE:mercato_tool>\" ${words} WORKING_DIRECTORY /
+                    OUTPUT_FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${file}\" COMMAND_ERROR_IS_FATAL ANY)")
+endforeach()
+
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/schema ${PROJECT_SOURCE_DIR}/xmlschemas ${PROJECT_SOURCE_DIR}/samples
         DESTINATION ${CMAKE_INSTALL_DATADIR}/mercato FILES_MATCHING PATTERN "*.sql" PATTERN "*.xml")
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")

@@ -21,11 +21,11 @@ class BadInputOfCodesAndCatalogs : public CommandTest {
     write_whole(file(name), "");
     std::filesystem::resize_file(file(name), bytes);
   }
-  void expect_line(const Words& arguments, const std::string& line, const std::string& first = {}) {
+  void expect_line(const Words& arguments, const std::string& line, const std::string& first = {}, int status = 1) {
     SCOPED_TRACE(arguments[0] + " " + arguments[1]);
     const std::string before = whole_store();
     const ToolRun done = tool_.run(arguments, "", first);
-    EXPECT_EQ(done.status, 1);
+    EXPECT_EQ(done.status, status);
     EXPECT_EQ(done.out, "");
     EXPECT_EQ(done.err, "mercato: " + line + "\n");
     static const std::regex internals(
@@ -79,11 +79,12 @@ TEST_F(BadInputOfCodesAndCatalogs, StoreForCodes) {
   const std::string begin = "Nothing of codes.xlsx was loaded, since the store cannot be written. ";
   const auto store = [](const std::string& name) { return "Provider=SQLite;Data Source=" + name; };
   expect_line({"unspsc", "load", "codes.xlsx", "--store", store("nowhere.db")},
-              begin + "There is no store at 'nowhere.db'. Create it with `mercato init`, or correct Data Source.");
+              begin + "There is no store at 'nowhere.db'. Create it with `mercato init`, or correct Data Source.", {},
+              4);
   expect_line({"unspsc", "load", "codes.xlsx", "--store", store("empty.db") + ";Create=Yes"},
-              begin + "The store has no table UNSPSCCODES: `mercato init` creates the tables that are missing.");
+              begin + "The store has no table UNSPSCCODES: `mercato init` creates the tables that are missing.", {}, 4);
   expect_line({"unspsc", "load", "codes.xlsx", "--store", store("codes.xlsx")},
-              begin + "'codes.xlsx' is not a store. Correct Data Source.");
+              begin + "'codes.xlsx' is not a store. Correct Data Source.", {}, 4);
 }
 
 TEST_F(BadInputOfCodesAndCatalogs, Code) {

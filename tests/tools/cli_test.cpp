@@ -161,12 +161,12 @@ TEST_F(Tool, TellsWrongUsageFromRefusal) {
 
 TEST_F(Tool, SaysWhatToDoWithoutAStoreOrWithoutTables) {
   const ToolRun nowhere = run({"find", "x", "--store", "Data Source=nowhere.db"});
-  EXPECT_EQ(nowhere.status, 1);
+  EXPECT_EQ(nowhere.status, 4);
   EXPECT_EQ(nowhere.err,
             "mercato: There is no store at 'nowhere.db'. Create it with `mercato init`, or correct Data Source.\n");
   EXPECT_EQ(run({"execute", "-"}, "DROP TABLE PRODUCT;").status, 0);
   const ToolRun empty = run({"find", "x"});
-  EXPECT_EQ(empty.status, 1);
+  EXPECT_EQ(empty.status, 4);
   EXPECT_EQ(empty.err,
             "mercato: The store has no table PRODUCT: `mercato init` creates the tables that are missing.\n");
 }

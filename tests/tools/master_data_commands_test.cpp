@@ -37,7 +37,7 @@ TEST_F(MasterData, ProductIsCreatedAndChanged) {
   EXPECT_EQ(rows("SELECT PARTNUMBER, PRODUCTDESCRIPTION, UNITCODE, BUSINESSPARTNERID, USERID, PRODUCTEXPIRYDATE, GTIN "
                  "FROM PRODUCT WHERE PRODUCTID = 3"),
             "PARTNUMBER  PRODUCTDESCRIPTION  UNITCODE  BUSINESSPARTNERID  USERID  PRODUCTEXPIRYDATE  GTIN\n"
-            "A3          Paper               RM        1                  ann     7/31/2027          00000000000123\n");
+            "A3          Paper               RM        1                  ann     2027-07-31         00000000000123\n");
   EXPECT_EQ(answer({"product", "new", "A4", "Card"}), json({{"id", 4}}));
   expect_done({"product", "set", "3", "minorderqty=2.5", "PRODUCTDESCRIPTION=Paper, white = best"},
               "product 3 changed.\n");
@@ -356,19 +356,19 @@ TEST_F(MasterData, PriceLinesAreWrittenListedAndFound) {
   expect_done({"price", "list", "1"}, "product 1 has no price lines.\n");
   expect_done({"price", "set", "1", "--from", "1/1/2026", "--to-quantity", "99", "--currency", "EUR", "--price", "4.20",
                "--tax", "19"},
-              "the price line of product 1 from 1/1/2026 up to quantity 99 added.\n");
+              "the price line of product 1 from 2026-01-01 up to quantity 99 added.\n");
   EXPECT_EQ(answer({"price", "set", "1", "--from", "2026-01-01", "--until", "2026-12-31", "--to-quantity", "999",
                     "--currency", "EUR", "--price", "3.5", "--discount-percent", "2.345", "--discount-amount", "0.1",
                     "--freight", "12.5"}),
             json({{"written", true}}));
   expect_done({"price", "list", "1"},
-              "FROM      UNTIL       TO QUANTITY  GROUP  PRICE  CURRENCY  DISCOUNT %  DISCOUNT  TAX %\n"
-              "1/1/2026              99                  4.2    EUR                             19\n"
-              "1/1/2026  12/31/2026  999                 3.5    EUR       2.34        0.1       \n");
+              "FROM        UNTIL       TO QUANTITY  GROUP  PRICE  CURRENCY  DISCOUNT %  DISCOUNT  TAX %\n"
+              "2026-01-01              99                  4.2    EUR                             19\n"
+              "2026-01-01  2026-12-31  999                 3.5    EUR       2.34        0.1       \n");
   EXPECT_EQ(answer({"price", "list", "1"}).at("lines").at(1).at("PRICE"),
             json({{"$", "currency"}, {"value", "3.5000"}}));
   expect_done({"price", "for", "1", "--quantity", "99", "--currency", "EUR", "--date", "2026-09-01"},
-              "product 1, quantity 99, on 9/1/2026, in EUR: PRICE 4.2, DISCOUNTPERC 0, DISCOUNTAMOUNT 0, "
+              "product 1, quantity 99, on 2026-09-01, in EUR: PRICE 4.2, DISCOUNTPERC 0, DISCOUNTAMOUNT 0, "
               "PRICETAXPERCENTAGE 19, FREIGHTCOST 0.\n");
   const json in_dollars =
       answer({"price", "for", "1", "--quantity", "99.5", "--currency", "USD", "--date", "9/1/2026"});
@@ -383,14 +383,14 @@ TEST_F(MasterData, PriceOfADayWithoutALineIsNotZero) {
           .status,
       0);
   expect_refused({"price", "for", "1", "--quantity", "100", "--currency", "EUR", "--date", "2026-09-01"},
-                 "mercato: no price line holds for product 1, quantity 100, on 9/1/2026.\n");
+                 "mercato: no price line holds for product 1, quantity 100, on 2026-09-01.\n");
   EXPECT_EQ(answer({"price", "for", "1", "--quantity", "9", "--currency", "EUR", "--date", "2025-12-31"}, 1),
             json({{"PRICE", 0},
                   {"DISCOUNTPERC", 0},
                   {"DISCOUNTAMOUNT", 0},
                   {"PRICETAXPERCENTAGE", 0},
                   {"FREIGHTCOST", 0},
-                  {"reasons", {"no price line holds for product 1, quantity 9, on 12/31/2025."}}}));
+                  {"reasons", {"no price line holds for product 1, quantity 9, on 2025-12-31."}}}));
   // A price of 0 is a price.
   EXPECT_EQ(answer({"price", "for", "1", "--quantity", "9", "--currency", "EUR"}).at("PRICE").at("value"), "0.0000");
 }
@@ -402,12 +402,12 @@ TEST_F(MasterData, PriceLineWithAGroupIsChangedOneWithoutIsAddedOnly) {
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
   };
-  expect_done(line("4"), "the price line of product 1 from 1/1/2026 up to quantity 99 added.\n");
+  expect_done(line("4"), "the price line of product 1 from 2026-01-01 up to quantity 99 added.\n");
   expect_refused(
       line("3"),
-      "refused: the price line of product 1 from 1/1/2026 up to quantity 99 is there already; a line without a "
+      "refused: the price line of product 1 from 2026-01-01 up to quantity 99 is there already; a line without a "
       "group can be added, not changed\nmercato: There is already a row with this key.\n");
-  const std::string written = "the price line of product 1 from 1/1/2026 up to quantity 99 in group KEY written.\n";
+  const std::string written = "the price line of product 1 from 2026-01-01 up to quantity 99 in group KEY written.\n";
   expect_done(line("5", {"--group", "KEY"}), written);
   expect_done(line("6", {"--group", "KEY"}), written);
   EXPECT_EQ(rows("SELECT GROUPBY, PRICE FROM CATALOGPRODUCTPRICE ORDER BY PRICE"),

@@ -88,10 +88,10 @@ TEST_F(StoreCommands, AStoreOfANewerReleaseIsLeftAloneAndNamedWhereItDoesNotFit)
   const std::string newer =
       "mercato: The tables of the store have version 9, and this release knows version 3 at most. Use the newer "
       "release.\n";
-  expect_refused({"init"}, newer);
+  expect_refused({"init"}, newer, 4);
   execute("DROP TABLE UNIT;\n");
   const ToolRun done = run({"unit", "list"});
-  EXPECT_EQ(done.status, 1);
+  EXPECT_EQ(done.status, 4);
   EXPECT_EQ(done.err, newer);
   const ToolRun checked = run({"store", "check"});
   EXPECT_EQ(checked.status, 1);
@@ -133,7 +133,7 @@ TEST_F(StoreCommands, InitBringsTheTablesOfAReleaseBeforeVersionsUpToDate) {
 TEST_F(StoreCommands, AColumnThatOlderTablesHaveNotNamesTheirVersion) {
   execute("DROP TABLE MERCATO_SCHEMA;\nDROP TABLE PRODUCT;\nCREATE TABLE PRODUCT (PRODUCTID int NOT NULL);\n");
   const ToolRun done = run({"find", "x"});
-  EXPECT_EQ(done.status, 1);
+  EXPECT_EQ(done.status, 4);
   EXPECT_EQ(done.err,
             "mercato: The tables of the store have version 0, and this release needs version 3. `mercato init` brings "
             "them up to date.\n");
@@ -196,7 +196,7 @@ TEST_F(StoreCommands, ADamagedStoreIsToldAndBroughtBack) {
   write_whole(path("mercato.db"), bytes);
   const json found = answer({"store", "check"}, 1);
   EXPECT_FALSE(found.at("damage").empty());
-  EXPECT_EQ(run({"store", "backup", "never.db"}).status, 1);
+  EXPECT_EQ(run({"store", "backup", "never.db"}).status, 4);
   EXPECT_FALSE(std::filesystem::exists(path("never.db")));
   expect_done({"store", "restore", "kept.db"},
               "The store was restored from kept.db. What was there before is kept as mercato.db.before-restore.\n");
@@ -210,9 +210,9 @@ TEST_F(StoreCommands, AFileThatIsThereIsNoPlaceForABackup) {
   MERCATO_ONLY_ON_SQLITE(tool_.store(), kBackup);
   write_file("kept.db", "dear");
   expect_refused({"store", "backup", "kept.db"},
-                 "mercato: There is a file 'kept.db' already. Give the backup another name, or delete it.\n");
+                 "mercato: There is a file 'kept.db' already. Give the backup another name, or delete it.\n", 4);
   EXPECT_EQ(read_whole(path("kept.db")), "dear");
-  expect_refused({"store", "restore", "kept.db"}, "mercato: 'kept.db' is no store of this program.\n");
+  expect_refused({"store", "restore", "kept.db"}, "mercato: 'kept.db' is no store of this program.\n", 4);
 }
 
 // Of several at once one failed at another's tables, and under a umask of 002 the whole group could write the store.

@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <regex>
+#include <sstream>
 
 #include "tests/tools/run_tool.h"
 
@@ -16,9 +18,9 @@ namespace {
 class OnATerminal : public testing::Test {
  protected:
   // A shell command with a terminal for its input, output and errors; everything that it showed.
-  static std::string shown_by_shell(const std::string& command) {
+  static std::string shown_by_shell(const std::string& command, winsize size = {}) {
     int terminal = -1;
-    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
     if (child == 0) {
       ::unsetenv("NO_COLOR");
       ::execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
@@ -45,6 +47,11 @@ class OnATerminal : public testing::Test {
               std::to_string(record) + "</PARTNUMBER><PRODUCTDESCRIPTION>" + description +
               "</PRODUCTDESCRIPTION><MULTIPLEBUYER>0</MULTIPLEBUYER></Product>";
     write_whole(tool_.folder() / "records.xml", text + "</Products>");
+  }
+  // What only stands there when the work takes longer than a second.
+  static std::string without_pace(const std::string& shown) {
+    static const std::regex pace(", [0-9]+ a second, [0-9]+:[0-9][0-9] left\x1b\\[K");
+    return std::regex_replace(shown, pace, "");
   }
   std::string file(const std::string& name) const { return read_whole(tool_.folder() / name); }
 
@@ -99,14 +106,14 @@ TEST_F(OnATerminal, AFailureIsColouredOnlyWhereItIsRead) {
 
 TEST_F(OnATerminal, ProgressIsWrittenOverItselfAndWipedAtTheEnd) {
   write_document(45, "Pen");
-  const std::string shown = shown_by({"upload", "records.xml"});
+  const std::string shown = without_pace(shown_by({"upload", "records.xml"}));
   const std::string progress = "\r20 of 45\r40 of 45\r45 of 45\r\x1b[K";
   EXPECT_EQ(shown.substr(0, progress.size()), progress);
   const std::string report = shown.substr(std::min(progress.size(), shown.size()));
   EXPECT_EQ(report.substr(0, report.find("\r\n")), "read           45  records of the document");
   EXPECT_EQ(report.find(" of 45"), std::string::npos);
   // Progress goes to standard error, so that a pipe gets none of it.
-  EXPECT_EQ(shown_by_shell(tool_.command({"upload", "--json", "--no-journal", "records.xml"}) + " >piped"), progress);
+  EXPECT_EQ(without_pace(shown_by_shell(tool_.command({"upload", "--json", "--no-journal", "records.xml"}) + " >piped")), progress);
   EXPECT_EQ(file("piped").find_first_of("\x1b\r"), std::string::npos);
 }
 
@@ -115,6 +122,48 @@ TEST_F(OnATerminal, ProgressIsWipedWhenTheUploadEndsEarly) {
   const std::string shown = shown_by_shell(tool_.command({"upload", "--json", "records.xml"}) + " >piped");
   EXPECT_EQ(shown.substr(0, 10), "\r20 of 150");
   EXPECT_EQ(shown.substr(shown.size() - 4), "\r\x1b[K");
+}
+
+std::string printed(const cli::Table& table, std::size_t columns) {
+  std::ostringstream out;
+  table.print(out, columns);
+  return out.str();
+}
+
+TEST(Terminal, ATableFitsIntoTheLinesAndItsNumbersEndBelowEachOther) {
+  cli::Table table({"ID", "NAME", "PRICE", "REMARK"});
+  table.add({"7", "Pen", "4.2", "blue"});
+  table.add({"1200", "A pencil \x1b[1mwith\x1b[0m a long name", "12.95", ""});
+  // A file gets all of it, as it stands.
+  EXPECT_EQ(printed(table, 0),
+            "ID    NAME                       PRICE  REMARK\n"
+            "7     Pen                        4.2    blue\n"
+            "1200  A pencil \x1b[1mwith\x1b[0m a long name  12.95  \n");
+  EXPECT_EQ(printed(table, 80),
+            "  ID  NAME                       PRICE  REMARK\n"
+            "   7  Pen                          4.2  blue\n"
+            "1200  A pencil \x1b[1mwith\x1b[0m a long name  12.95  \n");
+  EXPECT_EQ(printed(table, 36),
+            "  ID  NAME             PRICE  REMARK\n"
+            "   7  Pen                4.2  blue\n"
+            "1200  A pencil \x1b[1mwith\x1b[0m …  12.95  \n");
+}
+
+TEST_F(OnATerminal, WhatIsLongerThanTheScreenGoesThroughThePager) {
+  const std::string line = tool_.command({"help"});
+  const std::string numbered = "export MERCATO_PAGER='sed -n \"1s/^/paged: /p\"'; ";
+  EXPECT_EQ(shown_by_shell(numbered + line, {10, 80, 0, 0}),
+            "paged: Mercato: products, catalogues and their upload, from the command line\r\n");
+  EXPECT_EQ(shown_by_shell(numbered + line, {100, 80, 0, 0}).substr(0, 8), "Mercato:");
+  EXPECT_EQ(shown_by_shell(numbered + line + " --no-pager", {10, 80, 0, 0}).substr(0, 8), "Mercato:");
+  EXPECT_EQ(shown_by_shell("export MERCATO_PAGER=; " + line, {10, 80, 0, 0}).substr(0, 8), "Mercato:");
+  // A reader who has had enough is no failure.
+  EXPECT_EQ(shown_by_shell("export MERCATO_PAGER=true; " + line + "; echo status $?", {10, 80, 0, 0}), "status 0\r\n");
+}
+
+TEST(Terminal, ADateIsWrittenAsTheIsoStandardDoes) {
+  EXPECT_EQ(cli::date_text(*Date::parse("7/1/2026")), "2026-07-01");
+  EXPECT_EQ(cli::date_text(*Date::parse("2026-07-01 08:30:05")), "2026-07-01 08:30:05");
 }
 
 TEST(Terminal, AShownTextHasOneLineAndNoControlCharacters) {

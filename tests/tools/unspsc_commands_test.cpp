@@ -137,7 +137,7 @@ TEST_F(UnspscCommands, StoreThatCannotBeWrittenIsToldAtOnceAndInOneLine) {
     const LockedStore locked(file("mercato.db"));
     const ToolRun done =
         run({"unspsc", "load", "codes.xlsx", "--store", "Provider=SQLite;Data Source=mercato.db;Busy Timeout=100"});
-    EXPECT_EQ(done.status, 1);
+    EXPECT_EQ(done.status, 4);
     EXPECT_EQ(done.out, "");
     EXPECT_EQ(done.err, begin +
                             "Another process or connection holds the store 'mercato.db'. Wait until it is done, then "
@@ -152,7 +152,7 @@ TEST_F(UnspscCommands, StoreThatFailsInTheMidstOfAFileIsToldAndKeepsNothingOfIt)
   write_codes(kToys);
   run({"execute", "-"}, "DROP TABLE COMMODITY");
   const ToolRun done = run({"unspsc", "load", "codes.xml", "--commodities"});
-  EXPECT_EQ(done.status, 1);
+  EXPECT_EQ(done.status, 4);
   EXPECT_EQ(done.out, "");
   EXPECT_EQ(done.err,
             "mercato: Nothing of codes.xml was loaded, since the store cannot be written. The store has no table "
@@ -178,7 +178,7 @@ TEST_F(UnspscCommands, FullDiskLosesTheUploadAndSaysSo) {
   for (int code = 10; code < 100; ++code) many.emplace_back(std::to_string(code) + "000000", std::string(400, 'x'));
   write_codes(many);
   const ToolRun done = tool_.run({"unspsc", "load", "codes.xlsx"}, {}, full_disk_after(100));
-  EXPECT_EQ(done.status, 1);
+  EXPECT_EQ(done.status, 4);
   EXPECT_EQ(done.out, "");
   EXPECT_NE(done.err.find("The disk is full: the store 'mercato.db' cannot grow."), std::string::npos) << done.err;
   EXPECT_EQ(rows("SELECT * FROM UNSPSCCODES"), "0 rows\n");

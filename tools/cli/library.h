@@ -21,9 +21,11 @@ struct StoreOptions {
 
 // Exit status of every command.
 inline constexpr int kDone = 0;
-inline constexpr int kFailed = 1;      // the library or the store refused, or what was asked for is not there
-inline constexpr int kUsage = 2;       // the command line, or the settings file, is wrong
-inline constexpr int kDoneInPart = 3;  // some of the document, or of the tree, is bad, was refused, or is left
+inline constexpr int kFailed = 1;         // the library refused, or what was asked for is not there
+inline constexpr int kUsage = 2;          // the command line, or the settings file, is wrong
+inline constexpr int kDoneInPart = 3;     // some of the document, or of the tree, is bad, was refused, or is left
+inline constexpr int kNoStore = 4;        // the store itself failed, or a right is lacking
+inline constexpr int kInterrupted = 130;  // by Ctrl-C
 
 // Puts the settings in force: those of the file that is named, else those of `mercato.toml` when neither file nor store
 // is named and it exists. A store of the command line wins. Raises what reading the file raises.

@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <new>
 
@@ -19,13 +21,21 @@
 #include "platform/store/hidden_passwords.h"
 #include "platform/store/session_pool.h"
 #include "platform/store/statement_observer.h"
+#include "tools/cli/command_line.h"
 #include "tools/cli/commands.h"
+#include "tools/cli/completion.h"
+#include "tools/cli/interruption.h"
 #include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
+#include "tools/cli/manual.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/named_product.h"
+#include "tools/cli/refusal_reasons.h"
+#include "tools/cli/shell.h"
+#include "tools/cli/terminal/pager.h"
 #include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
+#include "tools/gateway/json_values.h"
 #include "tools/gateway/memory_reserve.h"
 #include "values/text.h"
 
@@ -39,10 +49,13 @@ struct CommandLine {
   OutputOptions output;
   bool scripted = false;
   bool no_color = false;
+  bool no_pager = false;
+  DateChoice dates = DateChoice::iso;
   ColorChoice color = ColorChoice::automatic;
   Menu::Body command;
 
   std::string prog_id;
+  bool openrpc = false;
   std::string method;
   std::vector<std::string> arguments;
   PreviewOptions preview;
@@ -50,21 +63,28 @@ struct CommandLine {
   FindOptions find;
   ProductName product;
   std::string script;
+  std::vector<std::string> words;
+  std::string shell;
 };
 
 // They may stand before the command or behind it.
 void add_common_options(CLI::App& app, CommandLine& line) {
   app.add_option("--store", line.store.store,
                  "The store: a connection string, or the path of its file; wins over the settings file")
+      ->group(kCommonOptions)
       ->type_name("STORE")
       ->check(is_no_blank());
   app.add_option("--config", line.store.config, "Settings file (TOML); else mercato.toml, when there is one")
+      ->group(kCommonOptions)
       ->type_name("FILE")
       ->check(is_no_blank());
-  app.add_flag("--trace", line.output.trace, "Show the statements, and the whole trace of a failure");
-  app.add_flag("--scripted", line.scripted, "rpc only: open the methods that script collaborators and clock");
-  app.add_flag("--json", line.output.json, "Print one line of JSON for programs");
-  app.add_flag("--no-color", line.no_color, "Print without colours");
+  app.add_flag("--trace", line.output.trace, "Show the statements, and the whole trace of a failure")
+      ->group(kCommonOptions);
+  app.add_flag("--scripted", line.scripted, "rpc only: open the methods that script collaborators and clock")
+      ->group(kCommonOptions);
+  app.add_flag("--json", line.output.json, "Print one line of JSON for programs")->group(kCommonOptions);
+  app.add_flag("--no-color", line.no_color, "Print without colours")->group(kCommonOptions);
+  app.add_flag("--no-pager", line.no_pager, "Print to the terminal what is longer than it, too")->group(kCommonOptions);
   app.add_option_function<std::string>(
          "--color",
          [&line](const std::string& when) {
@@ -73,14 +93,18 @@ void add_common_options(CLI::App& app, CommandLine& line) {
                                           : ColorChoice::automatic;
          },
          "Colours: on a terminal only (auto), always or never")
+      ->group(kCommonOptions)
       ->type_name("WHEN")
       ->transform(CLI::IsMember(std::vector<std::string>{"auto", "always", "never"}, CLI::ignore_case));
 }
 
+// Runs one command line, without the program's name. Returns the exit status.
+int run_words(const std::vector<std::string>& words);
+
 // The commands that stand in no group.
 class SingleCommands {
  public:
-  SingleCommands(Menu& menu, CommandLine& line) : menu_(menu), line_(line) {}
+  SingleCommands(Menu& menu, const CLI::App& app, CommandLine& line) : menu_(menu), app_(app), line_(line) {}
 
   // In the order in which the help lists them.
   void add_all() {
@@ -94,6 +118,10 @@ class SingleCommands {
     add_show();
     add_execute();
     add_version();
+    add_help();
+    add_completion();
+    add_manual();
+    add_shell();
   }
 
  private:
@@ -138,9 +166,14 @@ class SingleCommands {
   void add_describe() {
     CLI::App& command = add("describe", "Print the public classes, their methods and arguments as JSON",
                             "  mercato describe\n"
-                            "  mercato describe Mercato.Product\n",
-                            [](const CommandLine& given) { return describe_classes(given.prog_id); });
-    command.add_option("PROGID", line_.prog_id, "One class only");
+                            "  mercato describe Mercato.Product\n"
+                            "  mercato describe --openrpc > mercato.openrpc.json\n",
+                            [](const CommandLine& given) {
+                              return given.openrpc ? describe_gateway(kVersion) : describe_classes(given.prog_id);
+                            });
+    CLI::Option* one = command.add_option("PROGID", line_.prog_id, "One class only");
+    command.add_flag("--openrpc", line_.openrpc, "The gateway with all methods and types, for generators of clients")
+        ->excludes(one);
   }
 
   static CLI::Option* add_on_errors(CLI::App& command, bool& write_on_errors) {
@@ -235,12 +268,103 @@ class SingleCommands {
     });
   }
 
+  void add_help() {
+    CLI::App& command =
+        menu_.add("help", "Say what a command does, takes and answers",
+                  "  mercato help\n"
+                  "  mercato help product new\n",
+                  [this](const OutputOptions&) {
+                    const CLI::App& one = command_of(app_, line_.words);
+                    std::cout << one.get_formatter()->make_help(&one, full_name(one), CLI::AppFormatMode::Normal);
+                    return kDone;
+                  });
+    command.add_option("COMMAND", line_.words, "The command's words");
+  }
+
+  void add_completion() {
+    CLI::App& command = menu_.add("completion", "Print what makes a shell complete commands, options, ids and names",
+                                  "  source <(mercato completion bash)\n"
+                                  "  mercato completion zsh > ~/.zfunc/_mercato\n"
+                                  "  mercato completion fish > ~/.config/fish/completions/mercato.fish\n",
+                                  [this](const OutputOptions&) {
+                                    std::cout << completion_script(line_.shell);
+                                    return kDone;
+                                  });
+    command.add_option("SHELL", line_.shell, "The shell")
+        ->required()
+        ->check(CLI::IsMember(std::vector<std::string>{"bash", "zsh", "fish"}));
+    // What the scripts ask.
+    CLI::App& question = menu_.add("__complete", "Words that may come next", "  mercato __complete -- prod\n",
+                                   [this](const OutputOptions&) { return complete(); });
+    question.group("");
+    question.add_option("WORDS", line_.words, "Those behind `mercato`, and the beginning of the next");
+  }
+
+  int complete() const {
+    const Completion completion = completion_of(app_, line_.words);
+    for (const Candidate& candidate : completion.candidates)
+      std::cout << shown(candidate.word, 500)
+                << (candidate.description.empty() ? "" : "\t" + shown(candidate.description, 80)) << '\n';
+    if (completion.files) std::cout << ":files\n";
+    return kDone;
+  }
+
+  void add_manual() {
+    CLI::App& command = menu_.add("manual", "Print the manual, or that of one command, as a man page",
+                                  "  mercato manual | man -l -\n"
+                                  "  mercato manual product new | man -l -\n",
+                                  [this](const OutputOptions&) {
+                                    std::cout << manual_of(command_of(app_, line_.words), kVersion);
+                                    return kDone;
+                                  });
+    command.add_option("COMMAND", line_.words, "The command's words");
+  }
+
+  void add_shell() {
+    menu_.add("shell", "Take commands at a prompt, with history and completion",
+              "  mercato shell --store shop.db\n"
+              "  echo 'find copy paper' | mercato shell\n"
+              "Lines are commands without `mercato`; quotes and backslashes are as in other shells. `exit` ends it.\n",
+              [this](const OutputOptions&) {
+                return run_shell({run_in_shell(), completion_in_shell(), history_file()});
+              });
+  }
+  // The store of the shell is that of each line which names no other.
+  std::vector<std::string> with_store(std::vector<std::string> words) const {
+    const auto add = [&](const char* option, const std::string& value) {
+      if (!value.empty() && std::find(words.begin(), words.end(), option) == words.end())
+        words.insert(words.begin(), {option, value});
+    };
+    add("--config", line_.store.config);
+    add("--store", line_.store.store);
+    return words;
+  }
+  std::function<int(const std::vector<std::string>&)> run_in_shell() const {
+    return [this](const std::vector<std::string>& words) {
+      // What a line asks for is its own.
+      const int status = run_words(with_store(words));
+      std::cout.clear();
+      return status;
+    };
+  }
+  std::function<Completion(const std::vector<std::string>&)> completion_in_shell() const {
+    return [this](const std::vector<std::string>& words) { return completion_of(app_, with_store(words)); };
+  }
+  static std::string history_file() {
+    if (const char* state = std::getenv("XDG_STATE_HOME"); state && *state)
+      return std::string(state) + "/mercato/history";
+    const char* home = std::getenv("HOME");
+    return home && *home ? std::string(home) + "/.local/state/mercato/history" : std::string();
+  }
+
   Menu& menu_;
+  const CLI::App& app_;
   CommandLine& line_;
 };
 
 class StatementPrinter : public store::StatementObserver {
  public:
+  ~StatementPrinter() override { store::set_statement_observer(nullptr); }
   void on_statement(std::string_view text, bool) override { std::cerr << "-- " << text << '\n'; }
 };
 
@@ -253,22 +377,57 @@ std::optional<std::int32_t> version_of_tables() {
   }
 }
 
+// Whether what failed is the store, or a right to it, and not what was asked of it.
+bool is_about_store(const RaisedError& error) {
+  if (error.Number == error_number::kPermissionDenied || misses_a_definition(error)) return true;
+  if (error.Number != error_number::kStoreFailure) return false;
+  if (says_store_failed(error)) return true;
+  // A document that cannot be read has this number, too.
+  try {
+    const auto session = store::acquire_session(connection_string());
+    return fault_of_schema_version(schema_version_of(*session.get())).has_value();
+  } catch (const Raised&) {
+    return true;
+  }
+}
+
+// One line of words, or one of JSON.
+int tell(bool json, int status, const std::string& words, gateway::Json more = gateway::Json::object()) {
+  if (json) {
+    gateway::Json error = {{"message", words}, {"status", status}};
+    error.update(more);
+    std::cerr << gateway::line_of({{"error", std::move(error)}}) << '\n';
+  } else {
+    std::cerr << alarming("mercato: ") << shown(words, 2000) << '\n';
+  }
+  return status;
+}
+
 int report(const RaisedError& error, const CommandLine& line) {
+  if (was_interrupted())
+    return tell(line.output.json, kInterrupted,
+                "Interrupted: what was under way was taken back; what was done before it stands.");
   const auto version = misses_a_definition(error) ? version_of_tables() : std::nullopt;
-  std::cerr << alarming("mercato: ") << shown(store::without_passwords(sentence(error, version)), 2000) << '\n';
-  if (line.output.trace)
-    std::cerr << "Number " << error.Number << ", source " << error.Source << ":\n"
-              << store::without_passwords(error.Description) << '\n';
-  return kFailed;
+  const int status = is_about_store(error) ? kNoStore : kFailed;
+  const Reasons reasons = take_reasons();
+  const std::string description = store::without_passwords(error.Description);
+  gateway::Json more = {{"number", error.Number}, {"source", error.Source}};
+  if (!reasons.empty()) more["reasons"] = reasons;
+  if (line.output.trace) more["description"] = description;
+  if (!line.output.json) print_reasons(reasons);
+  tell(line.output.json, status, store::without_passwords(sentence(error, version)), std::move(more));
+  if (line.output.trace && !line.output.json)
+    std::cerr << "Number " << error.Number << ", source " << error.Source << ":\n" << description << '\n';
+  return status;
 }
 
 int run(CommandLine& line) {
   choose_colors(line.no_color ? ColorChoice::never : line.color);
+  choose_dates(line.dates);
   try {
     apply_settings(line.store);
   } catch (const Raised& raised) {
-    std::cerr << "mercato: " << store::without_passwords(sentence(raised.error())) << '\n';
-    return kUsage;
+    return tell(line.output.json, kUsage, store::without_passwords(sentence(raised.error())));
   }
   DllRegisterServer();
   StatementPrinter printer;
@@ -280,64 +439,29 @@ int run(CommandLine& line) {
     if (store != settings->connections.end() && store::connection_property(store->second, "Data Source") == ":memory:")
       create_tables(store->second);
     if (line.output.trace) store::set_statement_observer(&printer);
-    return line.command(line.output);
+    const Interruptible interruptible;
+    const Pager pager(!line.no_pager && !line.output.json);
+    const int status = line.command(line.output);
+    return was_interrupted() ? kInterrupted : status;
   } catch (const Raised& raised) {
     return report(raised.error(), line);
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& failure) {
-    std::cerr << "mercato: " << failure.what() << '\n';
-    return kFailed;
+    return tell(line.output.json, kFailed, failure.what());
   }
-}
-
-// What is wrong with a command line, in a sentence that names the command as far as it was understood.
-std::string fault_of(const CLI::App& app, const CLI::ParseError& error) {
-  if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) return store::without_passwords(error.what());
-  const CLI::App* command = &app;
-  std::string words = app.get_name();
-  while (!command->get_subcommands().empty()) {
-    command = command->get_subcommands().front();
-    words += " " + command->get_name();
-  }
-  const std::string extra = store::without_passwords(app.remaining(true).front());
-  if (extra.starts_with("-")) return "`" + words + "` has no option " + extra;
-  if (!command->get_subcommands(nullptr).empty()) return "There is no command `" + words + " " + extra + "`";
-  return "'" + extra + "' is more than `" + words + "` takes";
 }
 
 // Lost output is a failure, unless its reader has closed the pipe.
-int status_of_output(int status) {
+int status_of_output(int status, bool json) {
   std::cout.flush();
   if (std::cout) return status;
   pollfd output = {STDOUT_FILENO, 0, 0};
   if (::poll(&output, 1, 0) > 0 && (output.revents & POLLERR) != 0) return status;
-  std::cerr << "mercato: The output cannot be written; some of it is lost.\n";
-  return kFailed;
+  return tell(json, kFailed, "The output cannot be written; some of it is lost.");
 }
 
-}  // namespace
-}  // namespace mercato::cli
-
-int main(int count, char** texts) try {
-  using namespace mercato::cli;
-  mercato::gateway::keep_memory_reserve();
-  // The reader of the output may go away. Writing then fails, and the objects are released in order.
-  std::signal(SIGPIPE, SIG_IGN);
-  // A file that may not grow any further becomes a failure of the write.
-  std::signal(SIGXFSZ, SIG_IGN);
-
-  CommandLine line;
-  CLI::App app("Mercato: products, catalogues and their upload, from the command line", "mercato");
-  app.require_subcommand(0, 1);
-  app.footer(
-      "`mercato COMMAND --help` has examples. Exit status: 0 done, 1 refused, failed or not found, 2 wrong usage, 3 "
-      "done in "
-      "part.");
-  add_common_options(app, line);
-  Menu menu(
-      app, [&line](CLI::App& command) { add_common_options(command, line); }, line.command);
-  SingleCommands(menu, line).add_all();
+void add_commands(Menu& menu) {
   add_import_command(menu);
   add_export_command(menu);
   add_product_commands(menu);
@@ -362,26 +486,72 @@ int main(int count, char** texts) try {
   add_schema_command(menu);
   add_doctor_command(menu);
   add_uploads_commands(menu);
+}
+
+// What the parser leaves to be looked at.
+void check(const CLI::App& app, CommandLine& line) {
+  if (!line.command) throw CLI::RequiredError("A command");
+  const CLI::App* command = app.get_subcommands().front();
+  if (command->get_name() == "help" || command->get_name() == "manual") command_of(app, line.words);
+  line.arguments = command->remaining();
+  std::erase(line.arguments, "--");
+  for (const std::string& argument : line.arguments)
+    if (argument.starts_with("--"))
+      throw CLI::ValidationError(argument, "an argument that begins so is a text in JSON: '\"" + argument + "\"'");
+  if (line.scripted && command->get_name() != "rpc")
+    throw CLI::ValidationError("--scripted", "is for `mercato rpc` only");
+}
+
+int run_words(const std::vector<std::string>& words) {
+  CommandLine line;
+  CLI::App app("Mercato: products, catalogues and their upload, from the command line", "mercato");
+  app.require_subcommand(0, 1);
+  app.footer(
+      "`mercato COMMAND --help` has examples. Exit status: 0 done, 1 nothing found or refused, 2 wrong use, 3 done in "
+      "part, 4 no store or no right, 130 interrupted.");
+  app.formatter(help_formatter());
+  app.set_help_flag("-h,--help", "Print this help");
+  app.set_version_flag("--version", std::string("mercato ") + kVersion, "Print the version");
+  add_common_options(app, line);
+  // Behind some commands this name is for the dates that they read.
+  app.add_option_function<std::string>(
+         "--dates",
+         [&line](const std::string& form) { line.dates = form == "iso" ? DateChoice::iso : DateChoice::locale; },
+         "Dates as 2026-07-01 (iso), or as the locale writes them")
+      ->group(kCommonOptions)
+      ->type_name("FORM")
+      ->transform(CLI::IsMember(std::vector<std::string>{"iso", "locale"}, CLI::ignore_case));
+  Menu menu(
+      app, [&line](CLI::App& command) { add_common_options(command, line); }, line.command);
+  SingleCommands single(menu, app, line);
+  single.add_all();
+  add_commands(menu);
   try {
-    for (int number = 1; number < count; ++number)
-      if (!mercato::text::is_valid(texts[number]))
-        throw CLI::ValidationError("Argument " + std::to_string(number), "is not UTF-8");
-    app.parse(count, texts);
-    if (!line.command) throw CLI::RequiredError("A command");
-    const CLI::App* command = app.get_subcommands().front();
-    line.arguments = command->remaining();
-    std::erase(line.arguments, "--");
-    for (const std::string& argument : line.arguments)
-      if (argument.starts_with("--"))
-        throw CLI::ValidationError(argument, "an argument that begins so is a text in JSON: '\"" + argument + "\"'");
-    if (line.scripted && command->get_name() != "rpc")
-      throw CLI::ValidationError("--scripted", "is for `mercato rpc` only");
+    for (std::size_t number = 0; number < words.size(); ++number)
+      if (!text::is_valid(words[number]))
+        throw CLI::ValidationError("Argument " + std::to_string(number + 1), "is not UTF-8");
+    app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // it takes them from the end
+    check(app, line);
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error);  // help
-    std::cerr << alarming("mercato: ") << shown(fault_of(app, error), 2000) << "; --help says more.\n";
-    return kUsage;
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))  // help
+      return status_of_output(app.exit(error), false);
+    const std::string fault = fault_of(app, error);
+    return tell(std::find(words.begin(), words.end(), "--json") != words.end(), kUsage,
+                fault + (fault.ends_with('?') ? " --help says more." : "; --help says more."));
   }
-  return status_of_output(run(line));
+  return status_of_output(run(line), line.output.json);
+}
+
+}  // namespace
+}  // namespace mercato::cli
+
+int main(int count, char** texts) try {
+  mercato::gateway::keep_memory_reserve();
+  // The reader of the output may go away. Writing then fails, and the objects are released in order.
+  std::signal(SIGPIPE, SIG_IGN);
+  // A file that may not grow any further becomes a failure of the write.
+  std::signal(SIGXFSZ, SIG_IGN);
+  return mercato::cli::run_words({texts + 1, texts + count});
 } catch (const std::bad_alloc&) {
   std::cerr << "mercato: Out of memory.\n";
   return mercato::cli::kFailed;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iostream>
 #include <iterator>
+#include <utility>
 
 #include "collaborators/grundwerk/referential_checker.h"
 #include "frame/table_columns.h"
@@ -86,6 +87,8 @@ std::string dangling(std::string_view table, const store::Column& column, const 
   return reference ? "there is no " + noun_of(reference->to_table) + " " + value.to_text() : std::string();
 }
 
+Reasons kept;  // of the failure that is under way
+
 }  // namespace
 
 Reasons reasons_against_delete(std::string_view table, const Variant& key) {
@@ -141,7 +144,7 @@ void expect_user(const std::string& user, bool force) {
 
 RaisedError told_with(const RaisedError& error, const Reasons& reasons) {
   if (error.Number != error_number::kStatementRefused || reasons.empty()) {
-    print_reasons(reasons);
+    kept = reasons;
     return error;
   }
   std::string words;
@@ -149,8 +152,10 @@ RaisedError told_with(const RaisedError& error, const Reasons& reasons) {
   return told_as(error, words);
 }
 
+Reasons take_reasons() { return std::exchange(kept, {}); }
+
 void print_reasons(const Reasons& reasons) {
-  for (const std::string& reason : reasons) std::cerr << bad("refused: ") << shown(reason, 500) << '\n';
+  for (const std::string& reason : reasons) std::cerr << alarming("refused: ") << shown(reason, 500) << '\n';
 }
 
 int refuse(const OutputOptions& output, gateway::Json values, const std::string& result, const Reasons& reasons) {
@@ -159,7 +164,7 @@ int refuse(const OutputOptions& output, gateway::Json values, const std::string&
     std::cout << gateway::line_of(values) << '\n';
   } else {
     print_reasons(reasons);
-    std::cerr << bad("mercato: ") << result << '\n';
+    std::cerr << alarming("mercato: ") << result << '\n';
   }
   return kFailed;
 }

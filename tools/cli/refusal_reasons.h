@@ -36,10 +36,12 @@ void expect_no_assigned_field(std::string_view table, const Array& fields);
 void expect_user(const std::string& user, bool force);
 inline constexpr const char* kForceHelp = "Also for what is not there, since another system will create it";
 
-void print_reasons(const Reasons& reasons);
-// Tells the reasons and returns the failure to go on with. They are printed, or they take the place of the failure's
+// Returns the failure to go on with. The reasons are kept for whoever tells it, or they take the place of the failure's
 // words about a statement, which say nothing to a user who wrote none.
 RaisedError told_with(const RaisedError& error, const Reasons& reasons);
+// Those that were kept since it was asked last.
+Reasons take_reasons();
+void print_reasons(const Reasons& reasons);
 
 // Runs the work. When it raises, the reasons that `explain` finds for the failure are told with it.
 template <class Work, class Explain>

@@ -3,8 +3,9 @@
 
 mercato_packages=(
   ca-certificates cmake g++ ninja-build pkg-config python3 zlib1g-dev
-  libarchive-dev libbenchmark-dev libboost1.81-dev libcli11-dev libcurl4-openssl-dev libfmt-dev libgtest-dev libicu-dev libpq-dev libpugixml-dev
-  libsodium-dev libspdlog-dev libsqlite3-dev libssl-dev libtomlplusplus-dev libxml2-dev libzip-dev nlohmann-json3-dev unixodbc-dev
+  libarchive-dev libbenchmark-dev libboost1.81-dev libcli11-dev libcurl4-openssl-dev libedit-dev libfmt-dev libgtest-dev libicu-dev libpq-dev
+  libpugixml-dev libsodium-dev libspdlog-dev libsqlite3-dev libssl-dev libtomlplusplus-dev libxml2-dev libzip-dev nlohmann-json3-dev
+  unixodbc-dev
 )
 
 # What builds the console, in the presets that have it: Node, of whatever source it is.

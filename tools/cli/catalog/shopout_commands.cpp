@@ -111,7 +111,7 @@ int show(const WhichFolder& given, const OutputOptions& output) {
           "Node " + std::to_string(given.node) + " is no shop-out folder with a partner");
   Table table({"FIELD", "VALUE"});
   folder.row->for_each([&](const Variant& column, const Variant& value) {
-    if (!value.is_null()) table.add({column.to_text(), shown(value.to_text(), 200)});
+    if (!value.is_null()) table.add({column.to_text(), shown(text_of(value), 200)});
   });
   table.add({"PARTNERS", joined_names(folder.partners)});
   if (output.json) return answer(output, json_of(folder), {});

@@ -132,6 +132,7 @@ std::string words_for(const RaisedError& failure, const Watcher& watcher, const 
 [[noreturn]] void raise_unwritable(const std::string& file, RaisedError failure) {
   std::string words = "Nothing of " + file + " was loaded, since the store cannot be written. " + sentence(failure);
   words.pop_back();  // the full stop, which every description gets
+  if (misses_a_definition(failure)) failure.Number = error_number::kStoreFailure;  // without tables it is no store
   throw Raised(told_as(std::move(failure), words));
 }
 

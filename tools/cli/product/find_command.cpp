@@ -209,7 +209,7 @@ int show(const ProductName& product, const OutputOptions& output) {
   Table table({"FIELD", "VALUE"});
   for (const Dictionary* dictionary : {record.get(), rest.get()})
     dictionary->for_each([&](const Variant& name, const Variant& value) {
-      const std::string text = value.text_or_empty();
+      const std::string text = text_of(value);
       if (!text.empty()) table.add({name.to_text(), shown(text, 200)});
     });
   table.print(std::cout);

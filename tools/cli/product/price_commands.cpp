@@ -87,7 +87,7 @@ int set(const PriceLine& given, const OutputOptions& output) {
   add("GROUPBY", given.group);
   require_certain(upload::kPriceDocument, fields, values);
 
-  const std::string line = "the price line of product " + std::to_string(id) + " from " + from.text() +
+  const std::string line = "the price line of product " + std::to_string(id) + " from " + date_text(from) +
                            " up to quantity " + quantity_text(given.to_quantity);
   const auto explain = [&](const RaisedError& error) {
     if (given.group.empty() && error.Number == error_number::kConstraintViolated)
@@ -112,14 +112,14 @@ int price_for(const PriceQuestion& given, const OutputOptions& output) {
       call(create_root(kProgId), "getCatalogPriceAttributes", {id, date, given.currency, given.quantity})
           .to<Dictionary>();
   const std::string question =
-      "product " + std::to_string(id) + ", quantity " + quantity_text(given.quantity) + ", on " + date.text();
+      "product " + std::to_string(id) + ", quantity " + quantity_text(given.quantity) + ", on " + date_text(date);
   const gateway::Json json = to_json(*attributes);
   // A price of a line is a currency number; without a line all five are plain zeros.
   if (attributes->Item("PRICE").type() != Variant::Type::currency)
     return refuse(output, json, "no price line holds for " + question + ".", {});
   std::string words;
   attributes->for_each([&](const Variant& attribute, const Variant& value) {
-    words += (words.empty() ? "" : ", ") + attribute.to_text() + " " + value.to_text();
+    words += (words.empty() ? "" : ", ") + attribute.to_text() + " " + text_of(value);
   });
   return answer(output, json, question + ", in " + given.currency + ": " + words + ".");
 }

@@ -47,7 +47,9 @@ void print_rows(Recordset& rows) {
     std::vector<std::string> row;
     for (std::size_t position = 0; position < rows.FieldCount(); ++position) {
       const Variant& value = rows.Value(position);
-      row.push_back(value.is_null() ? "-" : shown(value.to_text()));
+      row.push_back(value.is_null()
+                        ? "-"
+                        : shown(value.type() == Variant::Type::date ? date_text(value.to_date()) : value.to_text()));
     }
     table.add(std::move(row));
   }

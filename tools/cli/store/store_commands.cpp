@@ -128,6 +128,8 @@ int check(const NoOptions&, const OutputOptions& output) {
 }
 
 int copy(const FromAndTo& given, const OutputOptions& output) {
+  // However long it takes; Ctrl-C ends it between two statements.
+  const store::CallLimit no_limit(0);
   std::optional<Progress> progress;
   CopyStep step = CopyStep::copying;
   std::int64_t shown_rows = 0;

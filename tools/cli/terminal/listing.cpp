@@ -39,11 +39,16 @@ gateway::Json to_json(const Dictionary& row) {
   return json;
 }
 
+std::string text_of(const Variant& value) {
+  if (value.is_null()) return {};
+  if (value.type() == Variant::Type::boolean) return value.boolean_value() ? "yes" : "no";
+  if (value.type() == Variant::Type::date) return date_text(value.to_date());
+  return value.to_text();
+}
+
 std::string text_of(const Dictionary& row, std::string_view column) {
   const Variant* value = row.find(column);
-  if (!value || value->is_null()) return {};
-  if (value->type() == Variant::Type::boolean) return value->boolean_value() ? "yes" : "no";
-  return value->to_text();
+  return value ? text_of(*value) : std::string();
 }
 
 Rows all_of(const Kind& kind, const std::string& ids) {

@@ -25,7 +25,9 @@ int answer_list(const OutputOptions& output, const char* name, gateway::Json lis
 
 // Columns to values in the gateway's forms.
 gateway::Json to_json(const Dictionary& row);
-// "" for Null and for a column that is not there, "yes" and "no" for Booleans.
+// "" for Null, "yes" and "no" for Booleans, dates as they were chosen (terminal.h).
+std::string text_of(const Variant& value);
+// The same; also "" for a column that is not there.
 std::string text_of(const Dictionary& row, std::string_view column);
 
 // Things that the library lists by pages.

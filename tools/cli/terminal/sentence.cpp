@@ -109,6 +109,10 @@ bool says_key_is_taken(const RaisedError& error) {
   return error.Number == error_number::kConstraintViolated && own_sentence(error).starts_with(kKeyIsTaken);
 }
 
+bool says_store_failed(const RaisedError& error) {
+  return error.Number == error_number::kStoreFailure && error.Source.ends_with(kStoreSource);
+}
+
 bool misses_a_definition(const RaisedError& error) {
   if (error.Number != error_number::kStatementRefused) return false;
   const std::string text = own_sentence(error);

@@ -26,6 +26,9 @@ std::string sentence(const RaisedError& error, std::optional<std::int32_t> schem
 // Whether a row was refused for another one that has its key.
 bool says_key_is_taken(const RaisedError& error);
 
+// Whether a driver says that its store failed, whatever it was asked for.
+bool says_store_failed(const RaisedError& error);
+
 // Whether a statement of the library's asked for a table or a column that the store has not, as a store of another
 // release may.
 bool misses_a_definition(const RaisedError& error);

@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/cli/terminal/terminal.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <clocale>
+#include <cmath>
 #include <cstdlib>
+#include <ctime>
 #include <iostream>
 
 #include "platform/store/unit_of_work.h"
@@ -32,7 +37,73 @@ std::size_t width_of(std::string_view cell) {
   return width;
 }
 
+constexpr std::size_t kGap = 2;  // between two columns
+
+// Of standard output; 0 when it is no terminal, or one that does not say.
+std::size_t columns_of_terminal() {
+  winsize size = {};
+  return ::isatty(STDOUT_FILENO) == 1 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+// Takes from the widest columns first, until the line fits or none is wider than what can be read.
+void narrow(std::vector<std::size_t>& widths, std::size_t columns) {
+  constexpr std::size_t kReadable = 8;
+  std::size_t line = kGap * (widths.size() - 1);
+  for (const std::size_t width : widths) line += width;
+  while (line > columns) {
+    auto widest = std::ranges::max_element(widths);
+    if (*widest <= kReadable) return;
+    --*widest;
+    --line;
+  }
+}
+
+// The cell, or its beginning with "…"; codes of colours stay, and take no room.
+std::string fitted(const std::string& cell, std::size_t width) {
+  if (width_of(cell) <= width) return cell;
+  std::string cut;
+  std::size_t characters = 0;
+  for (std::size_t at = 0, end = 0; at < cell.size(); at = end) {
+    const bool is_code = cell[at] == '\x1b';
+    end = at + 1;
+    if (is_code) end = std::min(cell.find('m', at), cell.size() - 1) + 1;
+    while (end < cell.size() && (static_cast<unsigned char>(cell[end]) & 0xC0U) == 0x80U) ++end;
+    if (!is_code) ++characters;
+    if (is_code || characters < width) cut += cell.substr(at, end - at);
+    if (!is_code && characters == width) cut += "…";
+  }
+  return cut;
+}
+
+DateChoice dates = DateChoice::iso;
+
 }  // namespace
+
+void choose_dates(DateChoice choice) {
+  dates = choice;
+  if (choice == DateChoice::locale) std::setlocale(LC_TIME, "");
+}
+
+std::string date_text(const Date& date) {
+  std::string text = date.iso_text();
+  const bool is_day = text.ends_with("T00:00:00");
+  if (dates == DateChoice::iso) return is_day ? text.substr(0, 10) : text.replace(10, 1, " ");
+  const CivilTime parts = date.civil();
+  std::tm local = {};
+  local.tm_year = parts.year - 1900;
+  local.tm_mon = parts.month - 1;
+  local.tm_mday = parts.day;
+  local.tm_hour = parts.hour;
+  local.tm_min = parts.minute;
+  local.tm_sec = parts.second;
+  std::array<char, 128> written;
+  return {written.data(), std::strftime(written.data(), written.size(), is_day ? "%x" : "%x %X", &local)};
+}
+
+std::size_t widest_cell() {
+  const std::size_t columns = columns_of_terminal();
+  return columns == 0 ? 60 : columns;
+}
 
 void choose_colors(ColorChoice choice) {
   const char* no_color = std::getenv("NO_COLOR");
@@ -59,19 +130,31 @@ std::string shown(std::string_view text, std::size_t longest) {
   return cut ? line + "…" : line;
 }
 
-void Table::print(std::ostream& out) const {
+void Table::print(std::ostream& out) const { print(out, columns_of_terminal()); }
+
+void Table::print(std::ostream& out, std::size_t columns) const {
   if (rows_.empty()) return;
   std::vector<std::size_t> widths;
+  std::vector<bool> is_number;
   for (std::size_t column = 0; column < headings_.size(); ++column) {
     std::size_t width = width_of(headings_[column]);
-    for (const auto& row : rows_) width = std::max(width, width_of(row[column]));
+    bool numbers = columns > 0;
+    for (const auto& row : rows_) {
+      width = std::max(width, width_of(row[column]));
+      numbers = numbers && (row[column].empty() || text::parse_number(row[column]));
+    }
     widths.push_back(width);
+    is_number.push_back(numbers);
   }
+  if (columns > 0) narrow(widths, columns);
   const auto line = [&](const std::vector<std::string>& cells) {
     std::string joined;
     for (std::size_t column = 0; column < cells.size(); ++column) {
-      joined += cells[column];
-      if (column + 1 < cells.size()) joined.append(widths[column] - width_of(cells[column]) + 2, ' ');
+      const std::string cell = fitted(cells[column], widths[column]);
+      const std::size_t blanks = widths[column] - width_of(cell);
+      if (is_number[column]) joined.append(blanks, ' ');
+      joined += cell;
+      if (column + 1 < cells.size()) joined.append((is_number[column] ? 0 : blanks) + kGap, ' ');
     }
     return joined;
   };
@@ -91,7 +174,18 @@ void Progress::advance(std::size_t by) {
   done_ += by;
   if (!visible_ || (!is_next_step && done_ != total_)) return;
   store::UnitOfWork::before_waiting();  // the person at the terminal may have stopped its output
-  std::cerr << "\r" << done_ << " of " << total_ << std::flush;
+  std::cerr << "\r" << done_ << " of " << total_ << pace() << std::flush;
+}
+
+// Nothing in the first second; behind it stands what wipes the end of a longer line.
+std::string Progress::pace() const {
+  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
+  if (seconds < 1 || done_ == 0) return {};
+  const double rate = static_cast<double>(done_) / seconds;
+  const auto left = static_cast<std::size_t>(std::ceil(static_cast<double>(total_ - std::min(done_, total_)) / rate));
+  const std::string rest = std::to_string(left % 60);
+  return ", " + std::to_string(static_cast<std::size_t>(rate)) + " a second, " + std::to_string(left / 60) + ":" +
+         (rest.size() < 2 ? "0" : "") + rest + " left\x1b[K";
 }
 
 std::string counted(std::size_t count, std::string_view noun) {

@@ -3,17 +3,25 @@
 // progress. Used by the main thread only.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <iosfwd>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "mercato/date.h"
+
 namespace mercato::cli {
 
 // Automatic: colours where the stream is a terminal and NO_COLOR is not set.
 enum class ColorChoice { automatic, always, never };
 void choose_colors(ColorChoice choice);
+
+// Dates as 2026-07-01, or as the locale of the process writes them. The time stands behind a day that has one.
+enum class DateChoice { iso, locale };
+void choose_dates(DateChoice choice);
+std::string date_text(const Date& date);
 
 // For standard output.
 std::string bold(std::string_view text);
@@ -22,24 +30,30 @@ std::string bad(std::string_view text);
 // For standard error.
 std::string alarming(std::string_view text);
 
+// The most characters of a text in a cell: as many as a line of the terminal has; 60 elsewhere.
+std::size_t widest_cell();
 // On one line: control characters become blanks, a text of more than `longest` characters is cut and ends in "…".
-std::string shown(std::string_view text, std::size_t longest = 60);
+std::string shown(std::string_view text, std::size_t longest = widest_cell());
 
 // Rows below their headings, columns aligned, the last one ragged. Cells may have colours; an escape character stands
-// for nothing else in them. Prints nothing without rows.
+// for nothing else in them. Prints nothing without rows. On a terminal it fits into the lines, so that its widest
+// columns are cut where they have to, and numbers end below each other; a file or a pipe gets all of it.
 class Table {
  public:
   explicit Table(std::vector<std::string> headings) : headings_(std::move(headings)) {}
   void add(std::vector<std::string> row) { rows_.push_back(std::move(row)); }
   bool empty() const { return rows_.empty(); }
   void print(std::ostream& out) const;
+  // The same for lines of so many characters; 0 for whatever is no terminal.
+  void print(std::ostream& out, std::size_t columns) const;
 
  private:
   std::vector<std::string> headings_;
   std::vector<std::vector<std::string>> rows_;
 };
 
-// A count on standard error that overwrites itself. It is only shown on a terminal.
+// A count on standard error that overwrites itself, with how many there are in a second and the time left once it takes
+// longer than one. It is only shown on a terminal.
 class Progress {
  public:
   explicit Progress(std::size_t total);
@@ -50,9 +64,12 @@ class Progress {
   void advance(std::size_t by = 1);
 
  private:
+  std::string pace() const;
+
   bool visible_;
   std::size_t total_;
   std::size_t done_ = 0;
+  std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
 };
 
 // "1 record", "2 records".

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+// Ctrl-C. While a call runs under a limit (library.h), the call is ended and takes back what it did, and the command can
+// say what stands. A second one, or one between calls, ends the process at once. Main thread.
+#pragma once
+
+#include <csignal>
+
+#include "platform/store/call_limit.h"
+
+namespace mercato::cli {
+
+// Whether a call was ended so.
+bool was_interrupted();
+
+// Ctrl-C is treated so while it lives, unless the process was started to ignore it.
+class Interruptible {
+ public:
+  Interruptible();
+  ~Interruptible();
+  Interruptible(const Interruptible&) = delete;
+  Interruptible& operator=(const Interruptible&) = delete;
+
+ private:
+  store::Cancellable cancellable_;
+  struct sigaction before_ = {};
+};
+
+}  // namespace mercato::cli
