@@ -206,7 +206,7 @@ void Journal::inserted(const Reach& reach) {
   inserted_ += changes.records.inserted;
 }
 
-void Journal::end(const UploadOutcome& outcome, std::span<const KeptFinding> findings) {
+void Journal::end(const UploadResult& outcome, std::span<const KeptFinding> findings) {
   after();
   const store::PooledSession session = store::acquire_session(connection_string_);
   session->start_transaction();

@@ -40,7 +40,7 @@ class Journal {
   std::int32_t rows_inserted() const { return inserted_; }
   std::int32_t rows_updated() const { return updated_; }
 
-  void end(const UploadOutcome& outcome, std::span<const KeptFinding> findings);
+  void end(const UploadResult& outcome, std::span<const KeptFinding> findings);
 
  private:
   const std::string connection_string_;

@@ -167,7 +167,7 @@ void renew_upload(store::Session& session, std::int32_t id) {
   fields.update(session, id);
 }
 
-void end_upload(store::Session& session, std::int32_t id, const UploadOutcome& outcome,
+void end_upload(store::Session& session, std::int32_t id, const UploadResult& outcome,
                 std::span<const KeptFinding> findings) {
   std::int32_t sequence = 0;
   for (const KeptFinding& finding : findings) {

@@ -52,7 +52,7 @@ struct NewUpload {
   std::int32_t undoes = 0;
 };
 
-struct UploadOutcome {
+struct UploadResult {
   UploadCounts counts;
   std::string stopped_by;  // what ended it early; empty when nothing did
 };
@@ -71,7 +71,7 @@ struct KeptFinding {
 std::int32_t begin_upload(store::Session& session, const NewUpload& upload);
 // That the process is still at it.
 void renew_upload(store::Session& session, std::int32_t id);
-void end_upload(store::Session& session, std::int32_t id, const UploadOutcome& outcome,
+void end_upload(store::Session& session, std::int32_t id, const UploadResult& outcome,
                 std::span<const KeptFinding> findings);
 
 // Newest first; at most so many.

@@ -50,7 +50,7 @@ class JournalTest : public StoreTest {
     journal.before(kind, keys);
     execute(writes);
     journal.after();
-    exchange::UploadOutcome outcome;
+    exchange::UploadResult outcome;
     outcome.counts.inserted = journal.rows_inserted();
     outcome.counts.updated = journal.rows_updated();
     outcome.counts.read = 3;
