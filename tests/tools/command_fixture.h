@@ -15,7 +15,6 @@
 namespace mercato::test {
 
 using nlohmann::json;
-using Words = std::vector<std::string>;
 
 class CommandTest : public testing::Test {
  protected:

@@ -14,6 +14,8 @@
 
 namespace mercato::test {
 
+using Words = std::vector<std::string>;
+
 struct ToolRun {
   int status = -1;
   std::string out;

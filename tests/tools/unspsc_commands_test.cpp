@@ -13,7 +13,6 @@ namespace mercato::test {
 namespace {
 
 using nlohmann::json;
-using Words = std::vector<std::string>;
 using Codes = std::vector<std::pair<std::string, std::string>>;
 
 class UnspscCommands : public testing::Test {

@@ -74,7 +74,7 @@ struct FindOptions {
   std::int32_t offset = 0;
 };
 int find(const FindOptions& options, const OutputOptions& output);
-int show(const ProductName& product, const OutputOptions& output);
+int show_product(const ProductName& product, const OutputOptions& output);
 
 // execute_command.cpp: a file's name, or "-" for standard input
 int execute(const std::string& script, const OutputOptions& output);

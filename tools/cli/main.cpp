@@ -248,7 +248,7 @@ class SingleCommands {
                             "  mercato show 5\n"
                             "  mercato show M-100007 --json\n"
                             "  mercato show 8812 --supplier QUILLMARCH\n",
-                            [](const CommandLine& given) { return show(given.product, given.output); });
+                            [](const CommandLine& given) { return show_product(given.product, given.output); });
     command.add_option("PRODUCT", line_.product.which, kProductHelp)->required()->check(is_no_blank());
     command.add_option("--supplier", line_.product.supplier, kSupplierHelp)->type_name("PARTNER");
   }

@@ -87,7 +87,7 @@ std::string dangling(std::string_view table, const store::Column& column, const 
   return reference ? "there is no " + noun_of(reference->to_table) + " " + value.to_text() : std::string();
 }
 
-Reasons kept;  // of the failure that is under way
+Reasons kept_reasons;  // of the failure that is under way
 
 }  // namespace
 
@@ -144,7 +144,7 @@ void expect_user(const std::string& user, bool force) {
 
 RaisedError told_with(const RaisedError& error, const Reasons& reasons) {
   if (error.Number != error_number::kStatementRefused || reasons.empty()) {
-    kept = reasons;
+    kept_reasons = reasons;
     return error;
   }
   std::string words;
@@ -152,7 +152,7 @@ RaisedError told_with(const RaisedError& error, const Reasons& reasons) {
   return told_as(error, words);
 }
 
-Reasons take_reasons() { return std::exchange(kept, {}); }
+Reasons take_reasons() { return std::exchange(kept_reasons, {}); }
 
 void print_reasons(const Reasons& reasons) {
   for (const std::string& reason : reasons) std::cerr << alarming("refused: ") << shown(reason, 500) << '\n';

@@ -186,7 +186,7 @@ int find(const FindOptions& options, const OutputOptions& output) {
   return status;
 }
 
-int show(const ProductName& product, const OutputOptions& output) {
+int show_product(const ProductName& product, const OutputOptions& output) {
   const std::int32_t product_id = find_product(product).id;
   const ComponentPtr products = create_root("Mercato.Product");
   const auto record = call(products, "GetProductEx", {product_id}).to<Dictionary>();

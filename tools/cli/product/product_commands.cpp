@@ -164,7 +164,7 @@ int update(const ProductPairs& given, const OutputOptions& output) {
   return answer(output, {{"updated", updated}}, named(id) + " changed.");
 }
 
-int show_one(const WhichProduct& given, const OutputOptions& output) { return show(given.product, output); }
+int show_one(const WhichProduct& given, const OutputOptions& output) { return show_product(given.product, output); }
 
 // Many products, or one
 int set_visibility(const HiddenProducts& given, bool disabled, const OutputOptions& output) {
