@@ -9,6 +9,7 @@
 #include "mercato/raised_error.h"
 #include "platform/store/session_pool.h"
 #include "platform/store/unit_of_work.h"
+#include "values/text.h"
 
 namespace mercato::exchange {
 namespace {
@@ -46,11 +47,19 @@ store::TableInfo table_of(store::Session& session, std::string_view name) {
   raise(error_number::kStatementRefused, {}, "Invalid object name '" + std::string(name) + "'");
 }
 
+// A line for each row: table, key, record, image. The last three are JSON, which has no tabs and line breaks of its own.
 std::string text_of(const std::vector<ReachedRow>& rows) {
-  Json images = Json::array();
+  std::string text;
   for (const ReachedRow& reached : rows)
-    images.push_back({reached.row.table->name, reached.row.key, reached.record, reached.row.image});
-  return images.dump(-1, ' ', false, Json::error_handler_t::replace);
+    text.append(reached.row.table->name)
+        .append("\t")
+        .append(reached.row.key)
+        .append("\t")
+        .append(Json(reached.record).dump(-1, ' ', false, Json::error_handler_t::replace))
+        .append("\t")
+        .append(reached.row.image)
+        .append("\n");
+  return text;
 }
 
 std::string row_name(std::string_view table, std::string_view key) {
@@ -68,10 +77,10 @@ Changes changes_between(const Reach& reach, std::string_view images_before, std:
     std::string table, record, image;
   };
   std::unordered_map<std::string, Before> before;
-  for (const Json& image : Json::parse(images_before)) {
-    const auto table = image[0].get<std::string>();
-    before.emplace(row_name(table, image[1].get<std::string>()),
-                   Before{table, image[2].get<std::string>(), image[3].get<std::string>()});
+  for (const std::string& line : text::split(images_before, "\n")) {
+    if (line.empty()) continue;
+    const std::vector<std::string> parts = text::split(line, "\t");
+    before.emplace(row_name(parts[0], parts[1]), Before{parts[0], Json::parse(parts[2]).get<std::string>(), parts[3]});
   }
   Changes changes;
   std::set<std::string> inserted;
@@ -201,7 +210,7 @@ void Journal::after() {
 
 void Journal::inserted(const Reach& reach) {
   store::Session& session = store::UnitOfWork::current()->session(connection_string_);
-  Changes changes = changes_between(reach, "[]", rows_within(session, reach));
+  Changes changes = changes_between(reach, {}, rows_within(session, reach));
   keep_rows(session, id_, changes.rows);
   inserted_ += changes.records.inserted;
 }

@@ -15,11 +15,10 @@ class Reader {
  public:
   explicit Reader(store::Session& session) : session_(session) {}
 
-  void add_products(std::span<const std::string> part_numbers) {
-    for (ImagedRow& product : products(part_numbers)) add(std::move(product), product.noted[1]);
+  void find_products(std::span<const std::string> part_numbers) {
+    for (auto& [id, part_number] : product_ids(session_, part_numbers))
+      if (records_.emplace(id, std::move(part_number)).second) ids_.push_back(id);
   }
-  // Only remembered by their ids.
-  void find_products(std::span<const std::string> part_numbers) { products(part_numbers); }
 
   // Of the products that were found before.
   void add_rows_of_products(std::string_view table) {
@@ -47,17 +46,6 @@ class Reader {
   std::vector<ReachedRow> found() && { return std::move(found_); }
 
  private:
-  std::vector<ImagedRow> products(std::span<const std::string> part_numbers) {
-    std::vector<ImagedRow> products = imaged_rows(session_,
-                                                  {.table = "PRODUCT",
-                                                   .column = "BUYFROMPARTNUMBER",
-                                                   .is_text = true,
-                                                   .note = {"PRODUCTID", "BUYFROMPARTNUMBER"}},
-                                                  part_numbers);
-    for (const ImagedRow& product : products)
-      if (records_.emplace(product.noted[0], product.noted[1]).second) ids_.push_back(product.noted[0]);
-    return products;
-  }
   void add(ImagedRow&& row, std::string record) { found_.push_back({std::move(row), std::move(record)}); }
 
   store::Session& session_;
@@ -75,8 +63,8 @@ std::vector<ReachedRow> rows_within(store::Session& session, const Reach& reach)
   Reader reader(session);
   switch (reach.kind) {
     case Reach::Kind::products:
-      reader.add_products(reach.keys);
-      for (const std::string_view table : {"PRODUCTPROPVALUE", "PRODUCTSBYCATEGORY", "PRODUCTBUYER"})
+      reader.find_products(reach.keys);
+      for (const std::string_view table : {"PRODUCT", "PRODUCTPROPVALUE", "PRODUCTSBYCATEGORY", "PRODUCTBUYER"})
         reader.add_rows_of_products(table);
       reader.add_properties_above(reach.properties_above);
       break;

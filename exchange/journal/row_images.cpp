@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <nlohmann/json.hpp>
+#include <numeric>
 
 #include "frame/util.h"
 #include "mercato/raised_error.h"
@@ -19,24 +20,6 @@ using Json = nlohmann::json;  // its members are sorted by their names
 constexpr std::size_t kValuesAtOnce = 100;
 constexpr std::string_view kStamp = "DATEUPDATED";
 
-Json json_of(const Variant& value) {
-  switch (value.type()) {
-    case Variant::Type::boolean:
-      return value.boolean_value();
-    case Variant::Type::real:
-      return value.double_value();
-    case Variant::Type::currency:
-      return value.currency_value().fixed_text();
-    case Variant::Type::date:
-      return value.date_value().iso_text();
-    case Variant::Type::short_integer:
-    case Variant::Type::long_integer:
-      return value.to_long();
-    default:
-      return value.to_text();
-  }
-}
-
 std::string text_of(const Json& value) { return value.is_string() ? value.get<std::string>() : value.dump(); }
 
 // Empty for Null.
@@ -46,6 +29,27 @@ std::string text_in(const Json& image, std::string_view column) {
 }
 
 std::string written(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+// A value as JSON has it.
+std::string written(const Variant& value) {
+  switch (value.type()) {
+    case Variant::Type::null:
+      return "null";
+    case Variant::Type::boolean:
+      return value.boolean_value() ? "true" : "false";
+    case Variant::Type::real:
+      return written(Json(value.double_value()));
+    case Variant::Type::currency:
+      return '"' + value.currency_value().fixed_text() + '"';
+    case Variant::Type::date:
+      return '"' + value.date_value().iso_text() + '"';
+    case Variant::Type::short_integer:
+    case Variant::Type::long_integer:
+      return value.to_text();
+    default:
+      return written(Json(value.to_text()));
+  }
+}
 
 std::string key_in(const JournaledTable& table, const Json& image) {
   Json key = Json::array();
@@ -87,14 +91,19 @@ Variant value_of(const Json& value, store::ColumnType type) {
   }
 }
 
-Sql query_of(const RowsAskedFor& asked, std::span<const std::string> values) {
-  Sql sql = Sql("SELECT * FROM ") << name(asked.table);
-  if (asked.column.empty()) return sql;
-  sql << " WHERE " << name(asked.column) << " IN (";
+// Calls `take` with so many values at a time.
+template <class Take>
+void in_lists(std::span<const std::string> values, const Take& take) {
+  for (std::size_t begin = 0; begin < values.size(); begin += kValuesAtOnce)
+    take(values.subspan(begin, std::min(kValuesAtOnce, values.size() - begin)));
+}
+
+Sql where_in(std::string_view column, bool is_text, std::span<const std::string> values) {
+  Sql sql = Sql(" WHERE ") << name(column) << " IN (";
   for (std::size_t position = 0; position < kValuesAtOnce; ++position) {
     const std::string& one = values[std::min(position, values.size() - 1)];
     if (position > 0) sql << ",";
-    if (asked.is_text)
+    if (is_text)
       sql << value(GetSqlLiterals().TextToSql(one));
     else
       sql << value(one);
@@ -102,22 +111,45 @@ Sql query_of(const RowsAskedFor& asked, std::span<const std::string> values) {
   return sql << ")";
 }
 
+Sql query_of(const RowsAskedFor& asked, std::span<const std::string> values) {
+  Sql sql = Sql("SELECT * FROM ") << name(asked.table);
+  if (!asked.column.empty()) sql << where_in(asked.column, asked.is_text, values);
+  return sql;
+}
+
+std::size_t position_of(const store::RowLayout& layout, std::string_view column) {
+  if (const auto position = layout.find(column)) return *position;
+  raise(error_number::kNoSuchField, {}, "No column " + std::string(column));
+}
+
 void append(std::vector<ImagedRow>& rows, store::Session& session, const RowsAskedFor& asked,
             std::span<const std::string> values) {
   const JournaledTable& table = journaled_table(asked.table);
   const store::Execution query = session.execute(query_of(asked, values), {.identified = asked.identified});
+  const store::RowLayout& layout = *query.cursor->layout();
+  std::vector<std::size_t> by_name(layout.size());
+  std::iota(by_name.begin(), by_name.end(), std::size_t{0});
+  std::ranges::sort(by_name, {},
+                    [&](std::size_t position) { return std::string_view(layout.columns()[position].name); });
   std::vector<Variant> row;
   while (query.cursor->next()) {
     query.cursor->read(row);
-    const auto& columns = query.cursor->layout()->columns();
-    Json image = Json::object();
-    for (std::size_t position = 0; position < row.size(); ++position)
-      if (!row[position].is_null()) image[columns[position].name] = json_of(row[position]);
     ImagedRow& added = rows.emplace_back();
     added.table = &table;
-    added.key = key_in(table, image);
-    added.image = written(image);
-    for (const std::string_view column : asked.note) added.noted.push_back(text_in(image, column));
+    for (const std::string_view column : table.key)
+      added.key.append(added.key.empty() ? "[" : ",").append(written(row[position_of(layout, column)]));
+    added.key += ']';
+    for (const std::size_t position : by_name)
+      if (!row[position].is_null())
+        added.image.append(added.image.empty() ? "{\"" : ",\"")
+            .append(layout.columns()[position].name)
+            .append("\":")
+            .append(written(row[position]));
+    added.image += '}';
+    for (const std::string_view column : asked.note) {
+      const auto position = layout.find(column);
+      added.noted.push_back(position ? row[*position].text_or_empty() : std::string());
+    }
     if (asked.identified) added.identity = query.cursor->identity();
   }
 }
@@ -165,9 +197,23 @@ std::vector<ImagedRow> imaged_rows(store::Session& session, const RowsAskedFor& 
     append(rows, session, asked, values);
     return rows;
   }
-  for (std::size_t begin = 0; begin < values.size(); begin += kValuesAtOnce)
-    append(rows, session, asked, values.subspan(begin, std::min(kValuesAtOnce, values.size() - begin)));
+  in_lists(values, [&](std::span<const std::string> some) { append(rows, session, asked, some); });
   return rows;
+}
+
+std::vector<std::pair<std::string, std::string>> product_ids(store::Session& session,
+                                                             std::span<const std::string> part_numbers) {
+  std::vector<std::pair<std::string, std::string>> ids;
+  in_lists(part_numbers, [&](std::span<const std::string> some) {
+    const store::Execution query = session.execute(Sql("SELECT PRODUCTID, BUYFROMPARTNUMBER FROM PRODUCT")
+                                                   << where_in("BUYFROMPARTNUMBER", true, some));
+    std::vector<Variant> row;
+    while (query.cursor->next()) {
+      query.cursor->read(row);
+      ids.emplace_back(row[0].to_text(), row[1].text_or_empty());
+    }
+  });
+  return ids;
 }
 
 std::vector<ImagedRow> identified_rows(store::Session& session, const JournaledTable& table,

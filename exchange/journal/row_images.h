@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/store/driver.h"
@@ -28,7 +29,7 @@ struct ImagedRow {
   const JournaledTable* table = nullptr;
   std::string key;  // a text that no other row of the table has
   std::string image;
-  std::vector<std::string> noted;              // the values of the columns that were to be noted
+  std::vector<std::string> noted;              // the values of the columns that were to be noted, empty for none
   std::optional<store::RowIdentity> identity;  // when it was asked for
 };
 
@@ -43,6 +44,10 @@ struct RowsAskedFor {
 };
 std::vector<ImagedRow> imaged_rows(store::Session& session, const RowsAskedFor& asked,
                                    std::span<const std::string> values);
+
+// The ids of products with one of these part numbers, and the numbers as the store has them.
+std::vector<std::pair<std::string, std::string>> product_ids(store::Session& session,
+                                                             std::span<const std::string> part_numbers);
 
 // The rows that the table's own column finds, with their identities.
 std::vector<ImagedRow> identified_rows(store::Session& session, const JournaledTable& table,

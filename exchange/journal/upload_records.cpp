@@ -21,6 +21,7 @@ namespace {
 
 // Longer than any part of an upload takes.
 constexpr std::int64_t kLeaseSeconds = 15 * 60;
+constexpr std::size_t kFindingsAtOnce = 500;
 constexpr std::string_view kUploads = "MERCATO_UPLOAD";
 
 Date universal(std::int64_t seconds_from_now = 0) {
@@ -46,6 +47,16 @@ bool is_gone(const std::string& owner, const Variant& lease) {
   return lease.is_null() || lease.to_date() < universal();
 }
 
+store::TableInfo known_table(store::Session& session, std::string_view table) {
+  if (const store::TableInfo* info = session.table(table)) return *info;
+  raise(error_number::kStatementRefused, {}, "Invalid object name '" + std::string(table) + "'");
+}
+
+// A blank text is kept as Null, and a long one as its beginning.
+Variant text_or_null(std::string_view text, std::size_t most = std::string_view::npos) {
+  return text.empty() ? Variant(kNull) : Variant(std::string(text::left(text, most)));
+}
+
 // Names and values of a row that is written.
 class Fields {
  public:
@@ -53,9 +64,8 @@ class Fields {
     names_.push_back(column);
     values_.push_back(std::move(value));
   }
-  // A blank text is kept as Null, and a long one as its beginning.
   void add_text(std::string_view column, std::string_view text, std::size_t most) {
-    add(column, text.empty() ? Variant(kNull) : Variant(std::string(text::left(text, most))));
+    add(column, text_or_null(text, most));
   }
   void add_counts(const UploadCounts& counts) {
     add("READCOUNT", counts.read);
@@ -77,10 +87,6 @@ class Fields {
   }
 
  private:
-  static store::TableInfo known_table(store::Session& session, std::string_view table) {
-    if (const store::TableInfo* info = session.table(table)) return *info;
-    raise(error_number::kStatementRefused, {}, "Invalid object name '" + std::string(table) + "'");
-  }
   std::vector<std::size_t> positions(const store::TableInfo& info) const {
     std::vector<std::size_t> positions;
     for (const std::string_view column : names_) positions.push_back(*info.find(column));
@@ -120,6 +126,20 @@ Upload upload_in(const std::vector<Variant>& row) {
   upload.stopped_by = row[19].text_or_empty();
   upload.cut_short = upload.state == "running" && is_gone(row[20].text_or_empty(), row[21]);
   return upload;
+}
+
+void keep_findings(store::Session& session, std::int32_t id, std::span<const KeptFinding> findings) {
+  const store::TableInfo table = known_table(session, "MERCATO_UPLOAD_FINDING");
+  std::vector<std::vector<Variant>> batch;
+  std::int32_t sequence = 0;
+  for (const KeptFinding& finding : findings) {
+    batch.push_back({id, ++sequence, finding.outcome, text_or_null(finding.record, 255),
+                     finding.line > 0 ? Variant(finding.line) : Variant(kNull), text_or_null(finding.field, 255),
+                     text_or_null(finding.value), finding.reason});
+    if (batch.size() < kFindingsAtOnce && &finding != &findings.back()) continue;
+    session.copy_rows(table, batch);
+    batch.clear();
+  }
 }
 
 // `most`: 0 for all.
@@ -169,24 +189,12 @@ void renew_upload(store::Session& session, std::int32_t id) {
 
 void end_upload(store::Session& session, std::int32_t id, const UploadResult& outcome,
                 std::span<const KeptFinding> findings) {
-  std::int32_t sequence = 0;
-  for (const KeptFinding& finding : findings) {
-    Fields kept;
-    kept.add("UPLOADID", id);
-    kept.add("SEQUENCE", ++sequence);
-    kept.add("OUTCOME", finding.outcome);
-    kept.add_text("RECORD", finding.record, 255);
-    if (finding.line > 0) kept.add("LINE", finding.line);
-    kept.add_text("FIELD", finding.field, 255);
-    if (!finding.value.empty()) kept.add("VALUE", finding.value);
-    kept.add("REASON", finding.reason);
-    kept.insert_into(session, "MERCATO_UPLOAD_FINDING");
-  }
+  keep_findings(session, id, findings);
   Fields fields;
   fields.add("STATE", outcome.stopped_by.empty() ? "done" : "failed");
   fields.add("ENDED", universal());
   fields.add_counts(outcome.counts);
-  fields.add("FINDINGCOUNT", sequence);
+  fields.add("FINDINGCOUNT", static_cast<std::int32_t>(findings.size()));
   fields.add("STOPPEDBY", outcome.stopped_by.empty() ? Variant(kNull) : Variant(outcome.stopped_by));
   fields.add("LEASEUNTIL", kNull);
   fields.update(session, id);
