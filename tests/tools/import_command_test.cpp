@@ -216,6 +216,9 @@ TEST_F(ImportCommand, HandsBackWhatWasRefusedAsADocumentToBeCorrected) {
             "    <GROUPBY></GROUPBY>\n"
             "  </ProductPrice>\n"
             "</Records>\n");
+  const std::string rest = text_of("rest.xml");
+  EXPECT_EQ(run({"import", parts, "--set", "UNITCODE=EA", "--dry-run", "--rest", "judged.xml"}).status, 3);
+  EXPECT_EQ(text_of("judged.xml"), rest);
   // Each command takes its own records of it.
   EXPECT_EQ(run({"upload", "rest.xml", "--accept", "apostrophe"}).status, 3);
   EXPECT_EQ(run({"prices", "upload", "rest.xml"}).status, 3);

@@ -185,21 +185,6 @@ void end_journal(UploadJournal& journal, const ImportReport& report, const Uploa
 
 int import_one(const Given& given, const std::string& file, const OutputOptions& output) {
   ImportOptions options = options_for(given, file);
-  const auto report_of = [&](ImportUse use, const ImportReport& report, const UploadTotals& totals) {
-    return told({file, use, report, totals}, output);
-  };
-  if (!given.to.empty()) {
-    if (!files::folder_exists(given.to)) files::create_folder(given.to);
-    options.folder = given.to;
-    const ImportReport report = import_file(options, [](const ImportedPart&) { return true; });
-    return report_of(ImportUse::written, report, {});
-  }
-  const TemporaryFolder folder;
-  options.folder = folder.path();
-  options.most_in_part = kMostInPart;
-  if (given.dry_run)
-    return report_of(ImportUse::looked_at, import_file(options, [](const ImportedPart&) { return true; }), {});
-  const UploadInterruption interruption;
   std::optional<RestFile> rest;
   if (!given.rest.empty()) {
     rest.emplace(given.rest, output.json, "Records");
@@ -207,10 +192,25 @@ int import_one(const Given& given, const std::string& file, const OutputOptions&
       add_to_rest(*rest, item, findings);
     };
   }
+  const auto report_of = [&](ImportUse use, const ImportReport& report, const UploadTotals& totals) {
+    if (rest) rest->finish();
+    return told({file, use, report, totals}, output);
+  };
+  const PartTaker take_all = [](const ImportedPart&) { return true; };
+  if (!given.to.empty()) {
+    if (!files::folder_exists(given.to)) files::create_folder(given.to);
+    options.folder = given.to;
+    const ImportReport report = import_file(options, take_all);
+    return report_of(ImportUse::written, report, {});
+  }
+  const TemporaryFolder folder;
+  options.folder = folder.path();
+  options.most_in_part = kMostInPart;
+  if (given.dry_run) return report_of(ImportUse::looked_at, import_file(options, take_all), {});
+  const UploadInterruption interruption;
   UploadJournal journal(!given.without_journal, "import", file);
   PartUpload upload("import-" + file_key_for(file), rest ? &*rest : nullptr, journal.get());
   const ImportReport report = import_file(options, [&](const ImportedPart& part) { return upload.take(part); });
-  if (rest) rest->finish();
   end_journal(journal, report, upload.totals());
   return report_of(ImportUse::uploaded, report, upload.totals());
 }
