@@ -554,17 +554,22 @@ TEST_F(MasterData, WrongUsageIsToldBeforeTheStoreIsAsked) {
 
 // The examples run in an order in which each finds what it needs.
 const std::pair<const char*, Words> kGroups[] = {
-    {"product", {"new", "set", "show", "disable", "enable", "check", "properties", "delete"}},
-    {"price", {"set", "list", "for"}},
-    {"property", {"new", "list", "set", "delete"}},
-    {"group", {"new", "list", "add", "apply", "delete"}},
-    {"category", {"new", "list", "set", "delete"}},
+    {"product",
+     {"new", "set", "show", "disable", "enable", "check", "properties", "alternatives", "images", "attach",
+      "attachments", "detach", "delete"}},
+    {"price", {"set", "list", "for", "change", "end", "delete"}},
+    {"property", {"new", "list", "choices", "set", "delete"}},
+    {"group", {"new", "list", "add", "apply", "remove", "delete"}},
+    {"category", {"new", "list", "add", "remove", "set", "delete"}},
     {"favorite", {"add", "list", "remove"}},
     {"folder", {"new", "list", "rename", "show", "delete"}},
     {"shopout", {"list", "show", "account", "partners", "tie", "replace", "untie"}},
     {"unit", {"list", "delete"}},
-    {"rights", {"show", "explain", "assign", "populate", "clear"}},
-    {"catalog", {"list", "show", "tree", "new", "load", "copy", "migrate", "expire"}},
+    {"rights", {"show", "explain", "assign", "grant", "revoke", "populate", "clear"}},
+    {"node", {"show", "new", "move", "rename", "delete"}},
+    {"catalog",
+     {"list", "show", "tree", "new", "load", "copy", "migrate", "expire", "rename", "activate", "deactivate",
+      "delete"}},
 };
 
 TEST(Samples, ExamplesOfTheHelpWorkOnThem) {
@@ -576,6 +581,8 @@ TEST(Samples, ExamplesOfTheHelpWorkOnThem) {
     ASSERT_EQ(tool.run(step).status, 0) << step[0];
   write_whole(tool.folder() / "nodes.csv", "id,parent_id,name,category\n1,,Office,\n2,1,Pens,Writing\n");
   write_whole(tool.folder() / "discontinued.txt", "M-100014\n");
+  write_whole(tool.folder() / "filing.txt", "M-100021\n");
+  write_whole(tool.folder() / "safety.pdf", "%PDF");
   write_whole(tool.folder() / "themes.csv", "code,above,title\n2,1,Space\n1,,All\n");
   for (const auto& [group, commands] : kGroups) {
     EXPECT_EQ(tool.run({group, "--help"}).status, 0) << group;

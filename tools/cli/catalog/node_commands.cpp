@@ -135,24 +135,25 @@ void add_node_commands(Menu& menu) {
         ->type_name("CATEGORY");
   }
   {
-    const auto [command, given] = group.add("move", "Move a node with all below it within its catalogue",
-                                            "  mercato node move House/Office/Pens House/Writing\n"
-                                            "  mercato node move 12 1/   # to the top\n"
-                                            "The entries of rights follow.\n",
-                                            move);
+    const auto [command, given] =
+        group.add("move", "Move a node with all below it within its catalogue",
+                  "  mercato node move 'House catalogue 2026/Office/Pens' 'House catalogue 2026/Workshop'\n"
+                  "  mercato node move 'House catalogue 2026/Workshop/Pens' 1/   # to the top\n"
+                  "The entries of rights follow.\n",
+                  move);
     command.add_option("NODE", given.node, kNode)->required()->check(is_no_blank());
     command.add_option("PARENT", given.parent, kParent)->required()->check(is_no_blank());
   }
   {
-    const auto [command, given] =
-        group.add("rename", "Rename a node", "  mercato node rename House/Office/Pens 'Pens and pencils'\n", rename);
+    const auto [command, given] = group.add(
+        "rename", "Rename a node", "  mercato node rename 'House catalogue 2026/Pens' 'Pens and pencils'\n", rename);
     command.add_option("NODE", given.node, kNode)->required()->check(is_no_blank());
     command.add_option("NAME", given.name, "The new name")->required()->check(is_no_blank());
   }
   {
     const auto [command, given] = group.add("delete", "Delete a node with all below it, their rights and ties",
-                                            "  mercato node delete House/Office/Pens --dry-run\n"
-                                            "  mercato node delete House/Office/Pens --yes\n"
+                                            "  mercato node delete 'House catalogue 2026/Pens and pencils' --dry-run\n"
+                                            "  mercato node delete 'House catalogue 2026/Pens and pencils' --yes\n"
                                             "Categories and products stay.\n",
                                             remove);
     command.add_option("NODE", given.node, kNode)->required()->check(is_no_blank());

@@ -199,12 +199,12 @@ void add_category_commands(Menu& menu) {
     command.add_flag("--yes", given.yes, "Do not ask, where products were not named one by one");
   };
   add_membership("add", "Put products into a category, at its end",
-                 "  mercato category add Paper M-100007 M-100008\n"
-                 "  mercato category add Paper --file paper.txt --yes\n",
+                 "  mercato category add Filing M-100007 M-100014\n"
+                 "  mercato category add Filing --file filing.txt --yes\n",
                  add_members);
   add_membership("remove", "Take products out of a category",
-                 "  mercato category remove Paper M-100007\n"
-                 "  mercato category remove Paper --supplier QUILLMARCH --dry-run\n",
+                 "  mercato category remove Filing M-100007\n"
+                 "  mercato category remove Filing --supplier QUILLMARCH --dry-run\n",
                  remove_members);
   {
     const auto [command, given] =

@@ -297,6 +297,7 @@ void add_properties(Menu& menu) {
     const auto [command, given] = group.add("new", "Create a property and print its id",
                                             "  mercato property new FORMAT --default A4\n"
                                             "  mercato property new GRAMMAGE --type number --external\n"
+                                            "  mercato property new FINISH --type enum\n"
                                             "Values of an external property survive a change of the product's group.\n",
                                             insert_property);
     command.add_option("NAME", given.name, "The name; it need not be the only one")->required()->check(is_no_blank());
@@ -320,8 +321,8 @@ void add_properties(Menu& menu) {
   {
     const auto [command, given] = group.add(
         "choices", "List or change what a property of the type enum chooses among",
-        "  mercato property choices COLOUR\n"
-        "  mercato property choices COLOUR --add cream --remove beige\n"
+        "  mercato property choices FINISH --add matt --add glossy\n"
+        "  mercato property choices FINISH --remove glossy\n"
         "All of it or nothing. A choice that products have stays, but with --force; their values stay then.\n",
         change_choices);
     command.add_option("PROPERTY", given.property, kWhichProperty)->required();

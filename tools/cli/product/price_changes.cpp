@@ -155,8 +155,8 @@ void add_price_changes(Menu::Group& group) {
   {
     const auto [command, given] =
         group.add("delete", "Delete price lines",
-                  (std::string("  mercato price delete M-100007 --from 2026-01-01 --to-quantity 99\n"
-                               "  mercato price delete --supplier QUILLMARCH --currency USD --dry-run\n") +
+                  (std::string("  mercato price delete M-100007 --from 2025-01-01 --to-quantity 99 --yes\n"
+                               "  mercato price delete --supplier QUILLMARCH --currency EUR --dry-run\n") +
                    kChoiceHelp)
                       .c_str(),
                   remove);
@@ -170,7 +170,7 @@ void add_price_changes(Menu::Group& group) {
     const auto [command, given] =
         group.add("end", "Give price lines a last day",
                   (std::string("  mercato price end M-100007 --on 2026-12-31\n"
-                               "  mercato price end --supplier QUILLMARCH --on 2026-12-31 --yes\n"
+                               "  mercato price end --supplier QUILLMARCH --on 2026-06-30 --yes\n"
                                "Lines that hold on that day and beyond it; those that begin later stay.\n") +
                    kChoiceHelp)
                       .c_str(),

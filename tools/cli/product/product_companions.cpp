@@ -141,7 +141,8 @@ void add_companion_commands(Menu::Group& group) {
   {
     const auto [command, given] = group.add("alternatives", "List or change what is offered in place of a product",
                                             "  mercato product alternatives M-100007\n"
-                                            "  mercato product alternatives M-100007 --add M-100008 --remove M-100009\n"
+                                            "  mercato product alternatives M-100007 --add M-100014\n"
+                                            "  mercato product alternatives M-100007 --remove M-100014\n"
                                             "All of it or nothing. An alternative counts in one direction.\n",
                                             alternatives);
     add_product(command, given.product);
