@@ -358,6 +358,9 @@ Undone undo_upload(const std::string& connection_string, std::int32_t id, const 
           named + " was taken back already, by upload " + std::to_string(upload.undone_by) +
               ". Undo that one to bring it back, or use --force for the rows that were left");
   settle_if_cut_short(*session.get(), upload);
+  if (upload.counts.inserted + upload.counts.updated > 0 && journaled_rows(*session.get(), id, 0, 1).empty())
+    raise(error_number::kInvalidArgument, {},
+          named + " has changed records, but none of its rows were kept. So there is nothing to take it back by");
 
   session->start_transaction();
   const std::int32_t undo =

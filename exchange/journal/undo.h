@@ -31,7 +31,8 @@ struct Undone {
   std::vector<LeftRow> left;
 };
 
-// Raises 5 with a sentence when there is no such upload, while it runs, and when it was taken back already.
+// Raises 5 with a sentence when there is no such upload, while it runs, when it was taken back already, and when it
+// was written without a journal of its rows.
 Undone undo_upload(const std::string& connection_string, std::int32_t upload, const UndoOptions& options);
 
 }  // namespace mercato::exchange

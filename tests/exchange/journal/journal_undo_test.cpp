@@ -177,6 +177,9 @@ TEST_F(Undos, AreRefusedInWords) {
   const RaisedError refused = raised_by([&] { undo(3); });
   EXPECT_EQ(refused.Number, error_number::kInvalidArgument);
   EXPECT_EQ(refused.Description, "Upload 3 is not over yet. Wait until it has ended");
+  execute({"DELETE FROM MERCATO_UPLOAD_ROW WHERE UPLOADID = 2"});
+  EXPECT_EQ(raised_by([&] { undo(2); }).Description,
+            "Upload 2 has changed records, but none of its rows were kept. So there is nothing to take it back by");
 }
 
 // Backwards, the latest upload first, any number of them ends where it began.
