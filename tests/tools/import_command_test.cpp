@@ -217,8 +217,12 @@ TEST_F(ImportCommand, HandsBackWhatWasRefusedAsADocumentToBeCorrected) {
             "  </ProductPrice>\n"
             "</Records>\n");
   const std::string rest = text_of("rest.xml");
+  const std::string empty_rest = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Records>\n</Records>\n";
   EXPECT_EQ(run({"import", parts, "--set", "UNITCODE=EA", "--dry-run", "--rest", "judged.xml"}).status, 3);
   EXPECT_EQ(text_of("judged.xml"), rest);
+  // Of several files it is one.
+  EXPECT_EQ(run({"import", parts, parts, "--set", "UNITCODE=EA", "--dry-run", "--rest", "judged.xml"}).status, 3);
+  EXPECT_EQ(text_of("judged.xml").size(), 2 * rest.size() - empty_rest.size());
   // Each command takes its own records of it.
   EXPECT_EQ(run({"upload", "rest.xml", "--accept", "apostrophe"}).status, 3);
   EXPECT_EQ(run({"prices", "upload", "rest.xml"}).status, 3);

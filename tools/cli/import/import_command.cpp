@@ -183,17 +183,13 @@ void end_journal(UploadJournal& journal, const ImportReport& report, const Uploa
   journal.end(outcome, both(&UploadTotals::Kind::inserted) + both(&UploadTotals::Kind::updated), findings);
 }
 
-int import_one(const Given& given, const std::string& file, const OutputOptions& output) {
+int import_one(const Given& given, const std::string& file, RestFile* rest, const OutputOptions& output) {
   ImportOptions options = options_for(given, file);
-  std::optional<RestFile> rest;
-  if (!given.rest.empty()) {
-    rest.emplace(given.rest, output.json, "Records");
-    options.take_refused = [&](const JudgedItem& item, const std::vector<Finding>& findings) {
+  if (rest)
+    options.take_refused = [rest](const JudgedItem& item, const std::vector<Finding>& findings) {
       add_to_rest(*rest, item, findings);
     };
-  }
   const auto report_of = [&](ImportUse use, const ImportReport& report, const UploadTotals& totals) {
-    if (rest) rest->finish();
     return told({file, use, report, totals}, output);
   };
   const PartTaker take_all = [](const ImportedPart&) { return true; };
@@ -209,7 +205,7 @@ int import_one(const Given& given, const std::string& file, const OutputOptions&
   if (given.dry_run) return report_of(ImportUse::looked_at, import_file(options, take_all), {});
   const UploadInterruption interruption;
   UploadJournal journal(!given.without_journal, "import", file);
-  PartUpload upload("import-" + file_key_for(file), rest ? &*rest : nullptr, journal.get());
+  PartUpload upload("import-" + file_key_for(file), rest, journal.get());
   const ImportReport report = import_file(options, [&](const ImportedPart& part) { return upload.take(part); });
   end_journal(journal, report, upload.totals());
   return report_of(ImportUse::uploaded, report, upload.totals());
@@ -226,12 +222,16 @@ int import_files(const Given& given, const OutputOptions& output) {
     for (const std::string& file : given.files) std::cout << propose_mapping(file, given.encoding, given.sheet);
     return kDone;
   }
+  std::optional<RestFile> rest;
+  if (!given.rest.empty()) rest.emplace(given.rest, output.json, "Records");
   int status = kDone;
   for (const std::string& file : given.files) {
-    const int one = import_one(given, file, output);
-    if (one == kFailed || one == kStatusOfInterruption) return one;
-    status = std::max(status, one);
+    const int one = import_one(given, file, rest ? &*rest : nullptr, output);
+    const bool ends = one == kFailed || one == kStatusOfInterruption;
+    status = ends ? one : std::max(status, one);
+    if (ends) break;
   }
+  if (rest) rest->finish();
   return status;
 }
 
