@@ -118,6 +118,28 @@ describe('The console and its host', () => {
     assert.match(await rest.text(), /QM-BAD-001/);
   });
 
+  test('AnUploadIsCancelledAndTheRestIsADocument', async () => {
+    const records = Array.from({ length: 20000 }, (_, i) =>
+      `<Product buyfrompartnumber="LONG-${i}"><PARTNUMBER>L-${i}</PARTNUMBER><PRODUCTDESCRIPTION>Long document ${i}</PRODUCTDESCRIPTION><UNIT>EA</UNIT><MULTIPLEBUYER>0</MULTIPLEBUYER></Product>`);
+    await open('#/upload');
+    await page.setInputFiles('input[type=file]', { name: 'long.xml', mimeType: 'text/xml', buffer: Buffer.from(`<Products>${records.join('')}</Products>`) });
+    await page.click('.choice .main');
+    await page.click('text=End the preview', { timeout: 20000 });
+    await page.waitForSelector('.mark.cancelled', { timeout: 30000 });
+    await page.click('text=Upload: bad records are left out');
+    await page.waitForFunction(() => document.querySelector('h1').textContent.startsWith('Products, upload'));
+    await page.waitForFunction(() => document.querySelector('progress')?.value > 0, undefined, { timeout: 20000 });
+    await page.click('text=Cancel: what is written stays');
+    await page.waitForSelector('.mark.cancelled', { timeout: 30000 });
+    const rest = await page.request.get(new URL(await page.getAttribute('a[download]', 'href'), host.address).href);
+    assert.match(await rest.text(), /LONG-19999/);
+    const inserted = Number((await page.locator('.counts div', { hasText: 'inserted' }).locator('dd').innerText()).replace(',', ''));
+    assert.ok(inserted > 0 && inserted < 20000, `${inserted} were inserted`);
+    await open('#/find?query=long+document');
+    await page.waitForSelector('.rows');
+    assert.match(await text('.found'), inserted > 1000 ? /More than 1,000/ : new RegExp(`^${inserted.toLocaleString('en-GB')} products?$`));
+  });
+
   test('AxeFindsNothing', async () => {
     for (const hash of ['#/find', '#/product/1', '#/catalogue/1?user=CHLOE.MERCIER', '#/classification/unspsc', '#/prices?product=1', '#/upload']) {
       await open(hash);

@@ -176,7 +176,7 @@ export class UploadView extends View {
       </div>
       ${refusal(this.refused)} ${refusal(this.failure)} ${refusal(upload.stoppedBy)}
       ${going ? this.progress(upload) : nothing} ${this.counts(upload)}
-      ${!going && upload.mode === 'upload' && upload.counts.refused + upload.counts.left
+      ${!going && upload.mode === 'upload' && hasRest(upload)
         ? html`<p><a href="api/v1/uploads/${encodeURIComponent(upload.id)}/remaining" download>What was not written, as a document</a></p>`
         : nothing}
       ${!going && upload.mode === 'preview' && !known
@@ -339,6 +339,11 @@ export class UploadView extends View {
 
 function isGoing({ state }: Upload): boolean {
   return state === 'waiting' || state === 'running';
+}
+
+// What was refused, and what was not reached.
+function hasRest({ counts, done, total }: Upload): boolean {
+  return counts.refused > 0 || counts.left > 0 || (total !== null && done < total);
 }
 
 function titleOf({ kind, mode, name }: Upload): string {
