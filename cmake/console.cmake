@@ -10,7 +10,7 @@ if(MERCATO_CONSOLE)
   endif()
 endif()
 
-set(console_source ${CMAKE_BINARY_DIR}/console/console_files.cpp)
+set(console_source ${CMAKE_BINARY_DIR}/generated/console_files.cpp)
 if(MERCATO_CONSOLE)
   file(GLOB_RECURSE console_inputs CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/web/src/*)
   add_custom_command(OUTPUT ${console_source}

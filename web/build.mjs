@@ -117,4 +117,7 @@ checkTypes();
 await bundle();
 const files = builtFiles();
 expectLight(files);
-if (output) writeFileSync(output, asCppSource(files));
+if (output) {
+  mkdirSync(dirname(resolve(output)), { recursive: true });
+  writeFileSync(output, asCppSource(files));
+}
