@@ -175,7 +175,7 @@ class HandledExchange : public Exchange {
   }
 
   void decide() {
-    if (head_.method.empty()) return;  // the head could not be read; the front says so
+    if (head_.method.empty()) refuse(400, "The head of the request cannot be read.");
     const Target target = target_of(head_.target);
     const bool is_interface = target.path == "/rpc" || target.path.starts_with("/api/") || target.path == "/api";
     Found found = find_route(head_.method, target.path);
