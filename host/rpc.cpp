@@ -14,7 +14,7 @@
 namespace mercato::host {
 namespace {
 
-constexpr int kNotAllowed = -32001;
+constexpr int kRoleTooLow = -32001;
 
 struct Method {
   std::string_view name;
@@ -47,7 +47,7 @@ Json perform(Call& call, const gateway::Request& request) {
   const Method* method = method_named(request.method);
   if (!method) throw gateway::RpcError(gateway::kMethodNotFound, "There is no method '" + request.method + "' here");
   if (call.caller.role < method->role)
-    throw gateway::RpcError(kNotAllowed, "The role of this token does not allow it.");
+    throw gateway::RpcError(kRoleTooLow, "The role of this token does not allow it.");
   gateway::JsonInput params = request.params;
   bool trace = false;
   if (const auto given = params.find("trace"); params.is_object() && given != params.end()) {

@@ -60,7 +60,7 @@ std::string new_salt() {
 
 std::string today() { return clock::now().iso_text().substr(0, 10); }
 
-[[noreturn]] void refuse(const std::string& reason) { raise(error_number::kInvalidArgument, kSource, reason); }
+[[noreturn]] void refuse_file(const std::string& reason) { raise(error_number::kInvalidArgument, kSource, reason); }
 
 FileContent read_content(const std::string& path) {
   constexpr std::size_t kMost = std::size_t{1} << 20;
@@ -73,7 +73,7 @@ FileContent read_content(const std::string& path) {
       Token token;
       token.name = one.at("name").get<std::string>();
       const auto role = role_named(one.at("role").get<std::string>());
-      if (!role) refuse("'" + path + "' is no token file: it names an unknown role");
+      if (!role) refuse_file("'" + path + "' is no token file: it names an unknown role");
       token.role = *role;
       if (one.contains("user")) token.user = one.at("user").get<std::string>();
       token.expires = one.value("expires", "");
@@ -82,10 +82,10 @@ FileContent read_content(const std::string& path) {
       content.tokens.push_back(std::move(token));
     }
   } catch (const Json::exception&) {
-    refuse("'" + path + "' is no token file");
+    refuse_file("'" + path + "' is no token file");
   }
   if (content.salt.size() < crypto_generichash_KEYBYTES_MIN || content.salt.size() > crypto_generichash_KEYBYTES_MAX)
-    refuse("'" + path + "' is no token file: its salt has a wrong length");
+    refuse_file("'" + path + "' is no token file: its salt has a wrong length");
   return content;
 }
 
@@ -181,7 +181,7 @@ std::string TokenFile::add(Token token) const {
   else
     content.salt = new_salt();
   if (std::ranges::find(content.tokens, token.name, &Token::name) != content.tokens.end())
-    refuse("There is a token '" + token.name + "' already; `mercato token revoke` ends it");
+    refuse_file("There is a token '" + token.name + "' already; `mercato token revoke` ends it");
   std::string text = random_text(kTokenBytes);
   token.created = today();
   token.hash = hash_of(text, content.salt);

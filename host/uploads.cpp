@@ -75,7 +75,7 @@ Response accept(Call& call) {
   return response;
 }
 
-Response list(Call& call) {
+Response list_uploads(Call& call) {
   constexpr std::int32_t kMost = 200;
   Json items = Json::array();
   for (keeping::QueuedUpload& upload : keeping::queued_uploads(kMost))
@@ -83,7 +83,7 @@ Response list(Call& call) {
   return json_response({{"items", std::move(items)}});
 }
 
-Response tell(Call& call) { return json_response(to_json(upload_of(call))); }
+Response tell_upload(Call& call) { return json_response(to_json(upload_of(call))); }
 
 Response list_findings(Call& call) {
   const keeping::QueuedUpload upload = upload_of(call);
@@ -205,8 +205,8 @@ std::vector<Route> upload_routes() {
   post.body =
       R"("<Products><Product buyfrompartnumber=\"S-1\"><PRODUCTDESCRIPTION>Paper</PRODUCTDESCRIPTION></Product></Products>")";
   return {std::move(post),
-          route("GET", "/api/v1/uploads", "The uploads, newest first", list, "Uploads", {}),
-          route("GET", "/api/v1/uploads/{id}", "One upload, as it is at this moment", tell, "Upload", {id}),
+          route("GET", "/api/v1/uploads", "The uploads, newest first", list_uploads, "Uploads", {}),
+          route("GET", "/api/v1/uploads/{id}", "One upload, as it is at this moment", tell_upload, "Upload", {id}),
           route("GET", "/api/v1/uploads/{id}/events", "Its progress and its end, as server-sent events", tell_events,
                 "Events", {id}),
           route("GET", "/api/v1/uploads/{id}/findings", "What was said of its records", list_findings, "Findings",

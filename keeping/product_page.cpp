@@ -6,7 +6,7 @@
 namespace mercato::keeping {
 namespace {
 
-std::vector<DictionaryPtr> rows_of(const Sql& sql, const ConnectionPtr& connection) {
+std::vector<DictionaryPtr> rows_on(const Sql& sql, const ConnectionPtr& connection) {
   const RecordsetPtr records = open_read_only(sql, connection);
   std::vector<DictionaryPtr> rows = rows_left(records);
   records->Close();
@@ -17,7 +17,7 @@ std::vector<DictionaryPtr> rows_of(const Sql& sql, const ConnectionPtr& connecti
 
 std::optional<ProductPage> product_page(std::int32_t product) {
   const ConnectionPtr connection = open_connection(shared_connection_string());
-  const auto rows = [&](Sql sql) { return rows_of(sql, connection); };
+  const auto rows = [&](Sql sql) { return rows_on(sql, connection); };
   ProductPage page;
   std::vector<DictionaryPtr> records = rows(Sql("SELECT * FROM PRODUCT WHERE PRODUCTID = ") << product);
   if (records.empty()) return std::nullopt;

@@ -85,7 +85,7 @@ Row row_of(const Recordset& row) {
   return read;
 }
 
-ConnectionPtr connection() { return open_connection(shared_connection_string()); }
+ConnectionPtr new_connection() { return open_connection(shared_connection_string()); }
 
 std::vector<Row> rows_with(const Sql& condition, std::int32_t most, bool oldest_first = false) {
   Sql sql = Sql("SELECT TOP ") << most
@@ -94,15 +94,15 @@ std::vector<Row> rows_with(const Sql& condition, std::int32_t most, bool oldest_
                                   "STOPPEDBY, OWNER, LEASEUNTIL FROM MERCATO_UPLOAD WHERE OPTIONS LIKE N'host %'"
                                << condition;
   sql << (oldest_first ? LiteralPiece(" ORDER BY UPLOADID") : LiteralPiece(" ORDER BY UPLOADID DESC"));
-  const RecordsetPtr records = open_read_only(sql, connection());
+  const RecordsetPtr records = open_read_only(sql, new_connection());
   std::vector<Row> rows;
   for (; !records->Eof(); records->MoveNext()) rows.push_back(row_of(*records));
   records->Close();
   return rows;
 }
 
-std::int64_t execute(const Sql& sql) {
-  ConnectionPtr opened = connection();
+std::int64_t change_rows(const Sql& sql) {
+  ConnectionPtr opened = new_connection();
   return execute_and_close(opened, sql);
 }
 
@@ -121,7 +121,7 @@ Sql counts_of(const QueuedUpload& upload, std::size_t findings) {
 
 void keep_findings(std::int32_t id, std::int32_t kept, const std::vector<RunFinding>& findings) {
   for (const RunFinding& finding : findings)
-    execute(
+    change_rows(
         Sql("INSERT INTO MERCATO_UPLOAD_FINDING (UPLOADID, SEQUENCE, OUTCOME, RECORD, FIELD, VALUE, REASON) VALUES (")
         << id << ", " << ++kept << ", " << text_literal(finding.outcome) << ", " << text_literal(finding.record) << ", "
         << text_literal(finding.field) << ", " << text_literal(finding.value) << ", " << text_literal(finding.reason)
@@ -166,7 +166,7 @@ std::vector<NumberedFinding> findings_of_upload(std::int32_t id, std::int32_t af
                          << " SEQUENCE, OUTCOME, RECORD, FIELD, VALUE, REASON FROM MERCATO_UPLOAD_FINDING "
                             "WHERE UPLOADID = "
                          << id << " AND SEQUENCE > " << after << " ORDER BY SEQUENCE",
-      connection());
+      new_connection());
   std::vector<NumberedFinding> findings;
   for (; !rows->Eof(); rows->MoveNext())
     findings.push_back({rows->Value("SEQUENCE").to_long(),
@@ -183,10 +183,10 @@ std::optional<QueuedUpload> claim_upload() {
   if (waiting.empty() || !rows_with(LiteralPiece(" AND STATE = 'running'"), 1).empty()) return std::nullopt;
   QueuedUpload& next = waiting.front().upload;
   const std::string owner = machine() + ":" + std::to_string(::getpid());
-  const std::int64_t claimed = execute(Sql("UPDATE MERCATO_UPLOAD SET STATE = 'running', STARTED = ")
-                                       << value(literal(universal())) << ", OWNER = " << text_literal(owner)
-                                       << ", LEASEUNTIL = " << value(literal(universal(kLeaseSeconds)))
-                                       << " WHERE UPLOADID = " << next.id << " AND STATE = 'waiting'");
+  const std::int64_t claimed = change_rows(Sql("UPDATE MERCATO_UPLOAD SET STATE = 'running', STARTED = ")
+                                           << value(literal(universal())) << ", OWNER = " << text_literal(owner)
+                                           << ", LEASEUNTIL = " << value(literal(universal(kLeaseSeconds)))
+                                           << " WHERE UPLOADID = " << next.id << " AND STATE = 'waiting'");
   if (claimed != 1) return std::nullopt;
   next.state = "running";
   return std::move(next);
@@ -196,7 +196,7 @@ std::vector<QueuedUpload> fail_abandoned_uploads() {
   std::vector<QueuedUpload> failed;
   for (Row& row : rows_with(LiteralPiece(" AND STATE = 'running'"), 100)) {
     if (!is_gone(row.owner, row.lease)) continue;
-    const std::int64_t taken = execute(
+    const std::int64_t taken = change_rows(
         Sql("UPDATE MERCATO_UPLOAD SET STATE = 'failed', STOPPEDBY = N'The process that ran it has ended.', ENDED = ")
         << value(literal(universal())) << ", LEASEUNTIL = NULL WHERE UPLOADID = " << row.upload.id
         << " AND STATE = 'running' AND OWNER = " << text_literal(row.owner));
@@ -207,28 +207,28 @@ std::vector<QueuedUpload> fail_abandoned_uploads() {
 
 bool keep_progress(const QueuedUpload& upload, std::int32_t kept, const std::vector<RunFinding>& findings) {
   keep_findings(upload.id, kept, findings);
-  execute(Sql("UPDATE MERCATO_UPLOAD SET ")
-          << counts_of(upload, static_cast<std::size_t>(kept) + findings.size())
-          << ", LEASEUNTIL = " << value(literal(universal(kLeaseSeconds))) << " WHERE UPLOADID = " << upload.id);
+  change_rows(Sql("UPDATE MERCATO_UPLOAD SET ")
+              << counts_of(upload, static_cast<std::size_t>(kept) + findings.size())
+              << ", LEASEUNTIL = " << value(literal(universal(kLeaseSeconds))) << " WHERE UPLOADID = " << upload.id);
   const auto now = queued_upload(upload.id);
   return !now || !now->stopped_by.empty();
 }
 
 void end_queued_upload(const QueuedUpload& upload, std::int32_t kept, const std::vector<RunFinding>& findings) {
   keep_findings(upload.id, kept, findings);
-  execute(Sql("UPDATE MERCATO_UPLOAD SET ")
-          << counts_of(upload, static_cast<std::size_t>(kept) + findings.size())
-          << ", STATE = " << text_literal(upload.state) << ", STOPPEDBY = " << text_literal(upload.stopped_by)
-          << ", ENDED = " << value(literal(universal())) << ", LEASEUNTIL = NULL WHERE UPLOADID = " << upload.id);
+  change_rows(Sql("UPDATE MERCATO_UPLOAD SET ")
+              << counts_of(upload, static_cast<std::size_t>(kept) + findings.size())
+              << ", STATE = " << text_literal(upload.state) << ", STOPPEDBY = " << text_literal(upload.stopped_by)
+              << ", ENDED = " << value(literal(universal())) << ", LEASEUNTIL = NULL WHERE UPLOADID = " << upload.id);
 }
 
 bool cancel_upload(std::int32_t id) {
   const std::int64_t waiting =
-      execute(Sql("UPDATE MERCATO_UPLOAD SET STATE = 'cancelled', ENDED = ")
-              << value(literal(universal())) << " WHERE UPLOADID = " << id << " AND STATE = 'waiting'");
+      change_rows(Sql("UPDATE MERCATO_UPLOAD SET STATE = 'cancelled', ENDED = ")
+                  << value(literal(universal())) << " WHERE UPLOADID = " << id << " AND STATE = 'waiting'");
   if (waiting == 1) return true;
-  return execute(Sql("UPDATE MERCATO_UPLOAD SET STOPPEDBY = N'It was cancelled.' WHERE UPLOADID = ")
-                 << id << " AND STATE = 'running'") == 1;
+  return change_rows(Sql("UPDATE MERCATO_UPLOAD SET STOPPEDBY = N'It was cancelled.' WHERE UPLOADID = ")
+                     << id << " AND STATE = 'running'") == 1;
 }
 
 }  // namespace mercato::keeping
