@@ -16,7 +16,7 @@ namespace {
 // The parser describes a value as "NAME:{a,b}" or "NAME:INT in [1 - 9]".
 constexpr std::string_view kRange = " in [";
 
-std::vector<std::string> split(std::string_view text, char separator) {
+std::vector<std::string> parts_of(std::string_view text, char separator) {
   std::vector<std::string> parts;
   for (;;) {
     const std::size_t end = text.find(separator);
@@ -26,7 +26,7 @@ std::vector<std::string> split(std::string_view text, char separator) {
   }
 }
 
-std::string joined(const std::vector<std::string>& words, const char* separator) {
+std::string joined_by(const std::vector<std::string>& words, const char* separator) {
   std::string text;
   for (const std::string& word : words) text += (text.empty() ? "" : separator) + word;
   return text;
@@ -45,7 +45,7 @@ class HelpFormatter : public CLI::Formatter {
     const Taken taken = taken_by(*option);
     // The name of an argument says what it is.
     std::string text = option->get_positional() && option->get_lnames().empty() ? "" : " " + taken.name;
-    if (!taken.choices.empty()) text = " " + joined(taken.choices, "|");
+    if (!taken.choices.empty()) text = " " + joined_by(taken.choices, "|");
     if (option->get_expected_max() == CLI::detail::expected_max_vector_size) text += "...";
     if (option->get_required()) text += " (required)";
     return text;
@@ -63,7 +63,7 @@ class HelpFormatter : public CLI::Formatter {
 };
 
 // The one of the names that was probably meant: one or two letters from what was written, by its length.
-std::string proposal(const std::string& written, const std::vector<std::string>& names) {
+std::string nearest_name(const std::string& written, const std::vector<std::string>& names) {
   const auto characters = text::characters_of(written);
   std::size_t most = characters.size() < 5 ? 1 : 2;
   std::string nearest;
@@ -76,7 +76,7 @@ std::string proposal(const std::string& written, const std::vector<std::string>&
   return nearest;
 }
 
-std::string meant(const std::string& proposed, const std::string& before = {}) {
+std::string perhaps_meant(const std::string& proposed, const std::string& before = {}) {
   return proposed.empty() ? "" : ". Did you mean `" + before + proposed + "`?";
 }
 
@@ -84,7 +84,7 @@ std::string no_command(const CLI::App& group, const std::string& word) {
   std::vector<std::string> names;
   for (const CLI::App* command : commands_below(group)) names.push_back(command->get_name());
   return "There is no command `" + full_name(group) + " " + word + "`" +
-         meant(proposal(word, names), full_name(group) + " ");
+         perhaps_meant(nearest_name(word, names), full_name(group) + " ");
 }
 
 }  // namespace
@@ -109,7 +109,7 @@ Taken taken_by(const CLI::Option& option) {
   const std::size_t colon = described.find(':');
   taken.name = described.substr(0, colon);
   const std::string rest = colon == std::string::npos ? "" : described.substr(colon + 1);
-  if (rest.starts_with("{")) taken.choices = split(std::string_view(rest).substr(1, rest.find('}') - 1), ',');
+  if (rest.starts_with("{")) taken.choices = parts_of(std::string_view(rest).substr(1, rest.find('}') - 1), ',');
   if (const std::size_t range = rest.find(kRange); range != std::string::npos) {
     const std::size_t begin = range + kRange.size();
     taken.bounds = text::replace_all(rest.substr(begin, rest.find(']') - begin), " - ", " to ");
@@ -156,7 +156,7 @@ std::string fault_of(const CLI::App& app, const CLI::ParseError& error) {
     for (const CLI::Option* option : options_of(*command))
       for (const std::string& name : option->get_lnames()) options.push_back("--" + name);
     return "`" + full_name(*command) + "` has no option " + extra +
-           meant(proposal(extra.substr(0, extra.find('=')), options));
+           perhaps_meant(nearest_name(extra.substr(0, extra.find('=')), options));
   }
   if (!command->get_subcommands(nullptr).empty()) return no_command(*command, extra);
   return "'" + extra + "' is more than `" + full_name(*command) + "` takes";

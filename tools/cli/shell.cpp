@@ -6,6 +6,7 @@
 #include <csignal>
 #include <filesystem>
 #include <iostream>
+#include <string_view>
 #include <utility>
 
 #include "platform/store/hidden_passwords.h"
@@ -37,6 +38,16 @@ class PlainLines {
 
 #ifdef MERCATO_EDITLINE
 
+// So that a line has it as one word.
+std::string escaped(const std::string& word) {
+  std::string text;
+  for (const char character : word) {
+    if (std::string_view(" \t'\"\\#").find(character) != std::string_view::npos) text += '\\';
+    text += character;
+  }
+  return text;
+}
+
 // The library asks without saying for whom.
 const Shell* asking = nullptr;
 
@@ -48,14 +59,16 @@ char** complete_word(const char* begin, int at, int) {
   const Completion found = asking->complete(*words);
   if (found.files) rl_attempted_completion_over = 0;
   if (found.candidates.empty()) return nullptr;
+  std::vector<std::string> offered;
+  for (const Candidate& candidate : found.candidates) offered.push_back(escaped(candidate.word));
   // The first one is what all have in common.
-  std::string common = found.candidates.front().word;
-  for (const Candidate& candidate : found.candidates)
-    while (!candidate.word.starts_with(common)) common.pop_back();
-  auto** list = static_cast<char**>(std::malloc((found.candidates.size() + 2) * sizeof(char*)));
+  std::string common = offered.front();
+  for (const std::string& word : offered)
+    while (!word.starts_with(common)) common.pop_back();
+  auto** list = static_cast<char**>(std::malloc((offered.size() + 2) * sizeof(char*)));
   std::size_t count = 0;
   list[count++] = ::strdup(common.empty() ? begin : common.c_str());
-  for (const Candidate& candidate : found.candidates) list[count++] = ::strdup(candidate.word.c_str());
+  for (const std::string& word : offered) list[count++] = ::strdup(word.c_str());
   list[count] = nullptr;
   return list;
 }

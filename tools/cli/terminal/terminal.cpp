@@ -75,19 +75,19 @@ std::string fitted(const std::string& cell, std::size_t width) {
   return cut;
 }
 
-DateChoice dates = DateChoice::iso;
+DateChoice date_choice = DateChoice::iso;
 
 }  // namespace
 
 void choose_dates(DateChoice choice) {
-  dates = choice;
+  date_choice = choice;
   if (choice == DateChoice::locale) std::setlocale(LC_TIME, "");
 }
 
 std::string date_text(const Date& date) {
   std::string text = date.iso_text();
   const bool is_day = text.ends_with("T00:00:00");
-  if (dates == DateChoice::iso) return is_day ? text.substr(0, 10) : text.replace(10, 1, " ");
+  if (date_choice == DateChoice::iso) return is_day ? text.substr(0, 10) : text.replace(10, 1, " ");
   const CivilTime parts = date.civil();
   std::tm local = {};
   local.tm_year = parts.year - 1900;
