@@ -29,14 +29,20 @@ lib /libmercato.so.${version%.*}
 lib /libmercato.so.$version
 lib/cmake/mercato *.cmake
 lib/pkgconfig *.pc
+share/bash-completion/completions /mercato
 share/doc/mercato *.md
 share/doc/mercato /LICENSE
+share/doc/mercato/console *.md
+share/doc/mercato/console *.png
 share/doc/mercato/decisions *.md
 share/doc/mercato/formats *.md
+share/fish/vendor_completions.d *.fish
+share/man/man1 /mercato.1
 share/mercato/samples *.sql
 share/mercato/samples *.xml
 share/mercato/schema *.sql
-share/mercato/xmlschemas *.xml" "$(sed "s#^${libraries#"$prefix/"}\b#lib#" <<<"$kinds")"
+share/mercato/xmlschemas *.xml
+share/zsh/site-functions /_mercato" "$(sed "s#^${libraries#"$prefix/"}\b#lib#" <<<"$kinds")"
 installed=$(cd "$prefix/include/mercato" && printf '%s\n' *.h)
 expect "$( (cd "$source_dir/include/mercato" && ls -- *.h && echo version.h) | sort)" "$(sort <<<"$installed")"
 expect "$(cd "$source_dir/schema" && ls ./*.sql)" "$(cd "$prefix/share/mercato/schema" && ls ./*)"

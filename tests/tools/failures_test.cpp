@@ -313,6 +313,14 @@ const std::vector<Failure>& failures() {
       {{"unit", "delete", "BX"}, "refused: 1 product still uses unit BX\nmercato: unit BX stays.\n"},
 
       // The store
+      {{"serve", "x"}, "mercato: 'x' is more than `mercato serve` takes; --help says more.\n", 2},
+      {{"serve", "--listen", "nowhere"}, "mercato: 'nowhere' is no address with a port, such as 127.0.0.1:8080.\n"},
+      {{"token", "new"}, "mercato: NAME is required; --help says more.\n", 2},
+      {{"token", "new", "shop", "--role", "reader", "--expires", "soon"},
+       "mercato: 'soon' is no day; write 2026-12-31.\n"},
+      {{"token", "list", "x"}, "mercato: 'x' is more than `mercato token list` takes; --help says more.\n", 2},
+      {{"token", "revoke", "shop"},
+       "mercato: Cannot read the file \"mercato-tokens.json\": No such file or directory.\n"},
       {{"store", "check", "x"}, "mercato: 'x' is more than `mercato store check` takes; --help says more.\n", 2},
       {{"store", "copy", "mercato.db"}, "mercato: TO is required; --help says more.\n", 2},
       {{"store", "copy", "nowhere.db", "x.db"},

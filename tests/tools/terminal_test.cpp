@@ -113,7 +113,9 @@ TEST_F(OnATerminal, ProgressIsWrittenOverItselfAndWipedAtTheEnd) {
   EXPECT_EQ(report.substr(0, report.find("\r\n")), "read           45  records of the document");
   EXPECT_EQ(report.find(" of 45"), std::string::npos);
   // Progress goes to standard error, so that a pipe gets none of it.
-  EXPECT_EQ(without_pace(shown_by_shell(tool_.command({"upload", "--json", "--no-journal", "records.xml"}) + " >piped")), progress);
+  EXPECT_EQ(
+      without_pace(shown_by_shell(tool_.command({"upload", "--json", "--no-journal", "records.xml"}) + " >piped")),
+      progress);
   EXPECT_EQ(file("piped").find_first_of("\x1b\r"), std::string::npos);
 }
 

@@ -140,7 +140,7 @@ TEST_F(UploadsCommands, AreRefusedInOneLine) {
                  "mercato: There is no upload 7; `mercato uploads list` shows those that are kept.\n");
   execute("DROP TABLE MERCATO_UPLOAD;\n");
   write_products("one.xml", product("P1", "Paper", "white"));
-  EXPECT_EQ(run({"upload", "one.xml"}).status, 1);
+  EXPECT_EQ(run({"upload", "one.xml"}).status, 4);
   EXPECT_EQ(run({"upload", "--no-journal", "one.xml"}).status, 0);
 }
 

@@ -9,9 +9,12 @@
 #include "keeping/store_answers.h"
 #include "mercato/raised_error.h"
 #include "mercato/settings.h"
+#include "platform/store/hidden_passwords.h"
 #include "tools/cli/host/token_file.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
+#include "tools/cli/terminal/sentence.h"
+#include "tools/cli/terminal/terminal.h"
 
 namespace mercato::cli {
 namespace serve_command {
@@ -64,7 +67,13 @@ int serve(const Served& given, const OutputOptions&) {
             "one, and --tokens FILE names it");
     own_token = host::random_text(32);
   }
-  keeping::require_store();
+  // What starts a host knows 0 and 1 only.
+  try {
+    keeping::require_store();
+  } catch (const Raised& raised) {
+    std::cerr << "mercato: " << shown(store::without_passwords(sentence(raised.error())), 2000) << '\n';
+    return kFailed;
+  }
   host::Serving serving(options,
                         file.empty() ? host::KnownTokens::for_process(own_token) : host::KnownTokens::of_file(file));
   serving.end_on_signals();
