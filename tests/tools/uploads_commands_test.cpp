@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // mercato uploads: what was uploaded, what it changed, and the way back; also of uploads that were killed.
+#include <algorithm>
+#include <chrono>
+
 #include "tests/support/random_rounds.h"
 #include "tests/tools/command_fixture.h"
 
@@ -161,12 +164,15 @@ TEST_F(KilledUploads, CanBeTakenBackWholly) {
   }
   write_products("first.xml", first);
   write_products("second.xml", second);
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point start = Clock::now();
   expect_uploaded({"upload", "--no-journal", "first.xml"});
+  const auto half_time = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
   const std::string before = whole_store();
-  RandomRounds rounds(8);
+  RandomRounds rounds(5);
   int killed = 0;
   while (rounds.next()) {
-    const unsigned milliseconds = 20 + rounds.below(700);
+    const unsigned milliseconds = 5 + rounds.below(2 * static_cast<unsigned>(std::min<long>(half_time, 400)));
     SCOPED_TRACE("killed after " + std::to_string(milliseconds) + " ms");
     const std::string seconds = "0." + std::to_string(1000 + milliseconds).substr(1);
     tool_.run_line("mercato upload --key k second.xml & p=$!; sleep " + seconds + "; kill -9 $p; wait $p");
