@@ -133,9 +133,7 @@ Money money_of(double amount) {
 }
 
 // Days of the store are ISO.
-bool same_day(const std::string& judged, const std::string& stored) {
-  return read_day(stored, {}).day.iso() == judged;
-}
+bool same_day(const std::string& judged, const std::string& stored) { return read_day(stored, {}).day.iso() == judged; }
 
 // Whether the field of a document is what the store has.
 bool same_value(std::string_view name, const std::string& judged, std::string_view stored) {
