@@ -123,7 +123,7 @@ TEST_F(EveryCommand, EndsWithASummaryWhenItIsInterrupted) {
   write_file("long.sql",
              "DELETE DIGIT WHERE N = 0;\nSELECT COUNT(*) FROM DIGIT A, DIGIT B, DIGIT C, DIGIT D, DIGIT E, DIGIT F, "
              "DIGIT G, DIGIT H, DIGIT I, DIGIT J, DIGIT K;\n");
-  const ToolRun ended = tool_.run_line("timeout --preserve-status -s INT 1 mercato execute long.sql");
+  const ToolRun ended = tool_.run_line("timeout --foreground --preserve-status -s INT 1 mercato execute long.sql");
   EXPECT_EQ(ended.status, 130);
   EXPECT_EQ(ended.err, "mercato: Interrupted: what was under way was taken back; what was done before it stands.\n");
   EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM DIGIT"), "N\n10\n");
