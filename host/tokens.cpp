@@ -211,7 +211,7 @@ KnownTokens KnownTokens::of_file(std::string path) {
   return known;
 }
 
-KnownTokens KnownTokens::for_process(std::string token) {
+KnownTokens KnownTokens::for_process(const std::string& token) {
   prepare();
   KnownTokens known;
   known.content_.salt = new_salt();

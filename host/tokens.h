@@ -67,7 +67,7 @@ class KnownTokens {
   // Those of a file, which is read again when it has changed. Raises what reading it raises.
   static KnownTokens of_file(std::string path);
   // One of role admin that holds as long as this object.
-  static KnownTokens for_process(std::string token);
+  static KnownTokens for_process(const std::string& token);
 
   // Nothing for a token that does not hold.
   std::optional<Caller> caller_of(std::string_view token);

@@ -17,7 +17,7 @@ std::vector<DictionaryPtr> rows_on(const Sql& sql, const ConnectionPtr& connecti
 
 std::optional<ProductPage> product_page(std::int32_t product) {
   const ConnectionPtr connection = open_connection(shared_connection_string());
-  const auto rows = [&](Sql sql) { return rows_on(sql, connection); };
+  const auto rows = [&](const Sql& sql) { return rows_on(sql, connection); };
   ProductPage page;
   std::vector<DictionaryPtr> records = rows(Sql("SELECT * FROM PRODUCT WHERE PRODUCTID = ") << product);
   if (records.empty()) return std::nullopt;

@@ -66,7 +66,8 @@ TEST_F(SlowAndHostileClients, AmbiguousHeadsAreRefused) {
   EXPECT_EQ(status_of("GET http://elsewhere/ HTTP/1.1\r\nHost: x\r\n\r\n"), 400);
   EXPECT_EQ(status_of("GET /healthz HTTP/9.9\r\nHost: x\r\n\r\n"), 400);
   EXPECT_EQ(status_of("GET /heal\x01thz HTTP/1.1\r\nHost: x\r\n\r\n"), 400);
-  EXPECT_EQ(status_of("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03 rubbish\r\n\r\n"), 400);
+  using namespace std::string_literals;
+  EXPECT_EQ(status_of("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03 rubbish\r\n\r\n"s), 400);
   EXPECT_EQ(get("/healthz", "").status, 200);
 }
 

@@ -40,7 +40,7 @@ class CommandTest : public testing::Test {
          {"PRODUCT", "PRODUCTPROPVALUE", "PROPERTY", "PROPERTYENUM", "PROPERTYGROUP", "PROPSBYPROPGROUP",
           "CATALOGPRODUCTPRICE", "FAVORITES", "FAVORITEFOLDERS", "UNIT", "PRODUCTCATEGORY", "PRODUCTSBYCATEGORY",
           "CATALOG", "CATALOGNODE", "CATALOGNODEBYUSER", "CATALOGNODEBYBP", "USERNODE"})
-      queries += std::string("SELECT * FROM ") + table + ";\n";
+      queries += std::string("SELECT * FROM ") + table + " ORDER BY 1, 2;\n";
     const ToolRun done = run({"execute", "-"}, queries);
     EXPECT_EQ(done.status, 0) << done.err;
     return done.out;

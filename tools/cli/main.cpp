@@ -392,7 +392,7 @@ bool is_about_store(const RaisedError& error) {
 }
 
 // One line of words, or one of JSON.
-int tell(bool json, int status, const std::string& words, gateway::Json more = gateway::Json::object()) {
+int tell(bool json, int status, const std::string& words, const gateway::Json& more = gateway::Json::object()) {
   if (json) {
     gateway::Json error = {{"message", words}, {"status", status}};
     error.update(more);
@@ -415,7 +415,7 @@ int report(const RaisedError& error, const CommandLine& line) {
   if (!reasons.empty()) more["reasons"] = reasons;
   if (line.output.trace) more["description"] = description;
   if (!line.output.json) print_reasons(reasons);
-  tell(line.output.json, status, store::without_passwords(sentence(error, version)), std::move(more));
+  tell(line.output.json, status, store::without_passwords(sentence(error, version)), more);
   if (line.output.trace && !line.output.json)
     std::cerr << "Number " << error.Number << ", source " << error.Source << ":\n" << description << '\n';
   return status;
