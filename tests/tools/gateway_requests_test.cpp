@@ -71,7 +71,7 @@ TEST_F(Requests, OfAGatewayWhoseAnswersNobodyReadsEndIt) {
 }
 
 TEST_F(Requests, ForManyRowsByPagesTakeNoMoreMemoryThanAPage) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef MERCATO_SANITIZED
   GTEST_SKIP() << "A sanitizer keeps freed memory";
 #endif
   write_digits();

@@ -106,7 +106,7 @@ TEST_F(HttpSources, ACallTakesAUrlTooAndKeepsItsReasonToItself) {
   const json error = json::parse(failed.err);
   EXPECT_EQ(error.at("data").at("number"), -2147221291);
   EXPECT_EQ(error.at("data").at("source"), "Mercato.ProductXML.getProductNodeList");
-  EXPECT_EQ(failed.err.find("404"), std::string::npos);
+  EXPECT_EQ(failed.err.find("status 404"), std::string::npos);
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ using nlohmann::json;
 class LittleMemory : public testing::Test {
  protected:
   void SetUp() override {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef MERCATO_SANITIZED
     GTEST_SKIP() << "A sanitizer takes more address space than any limit leaves";
 #endif
   }

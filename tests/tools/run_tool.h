@@ -28,7 +28,7 @@ inline std::string full_disk_after(int blocks) { return "trap '' XFSZ; ulimit -f
 // What the shell does first so that the tool gets no more than so many kilobytes of address space. Nothing under a
 // sanitizer, which takes more than any limit leaves.
 inline std::string little_memory([[maybe_unused]] int kilobytes) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef MERCATO_SANITIZED
   return ":";
 #else
   return "ulimit -v " + std::to_string(kilobytes);
