@@ -128,9 +128,11 @@ keeping::QueuedUpload UploadRunner::at_this_moment(keeping::QueuedUpload upload)
   return counted(std::move(upload), run->watch);
 }
 
-void UploadRunner::cancel(std::int32_t id) {
+bool UploadRunner::cancel(std::int32_t id) {
   const std::lock_guard lock(mutex_);
-  if (run_ && run_->upload.id == id) run_->watch.cancelled = true;
+  if (!run_ || run_->upload.id != id) return false;
+  run_->watch.cancelled = true;
+  return true;
 }
 
 void UploadRunner::work() {

@@ -32,8 +32,8 @@ class UploadRunner {
   bool running() const;
   // The upload with the counts of this moment, when it runs here.
   keeping::QueuedUpload at_this_moment(keeping::QueuedUpload upload) const;
-  // Ends it now when it runs here.
-  void cancel(std::int32_t id);
+  // Ends it now when it runs here; whether it does.
+  bool cancel(std::int32_t id);
 
  private:
   struct Run {
