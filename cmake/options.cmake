@@ -28,4 +28,8 @@ endif()
 find_program(MERCATO_CCACHE ccache)
 if(MERCATO_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${MERCATO_CCACHE})
+  # A precompiled header out of the cache was made from a file of another time.
+  if(MERCATO_PRECOMPILE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    add_compile_options("SHELL:-Xclang -fno-pch-timestamp")
+  endif()
 endif()
