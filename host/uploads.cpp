@@ -119,8 +119,8 @@ Response tell_rest(Call& call) {
 Response cancel(Call& call) {
   const keeping::QueuedUpload upload = upload_of(call);
   // One that runs here needs no word to the store, which a preview may hold for itself.
-  const bool ends_here = call.host.uploads() && call.host.uploads()->cancel(upload.id);
-  if (!ends_here && (has_ended(upload) || !keeping::cancel_upload(upload.id)))
+  const auto ends_here = [&] { return call.host.uploads() && call.host.uploads()->cancel(upload.id); };
+  if (has_ended(upload) || (!ends_here() && !keeping::cancel_upload(upload.id)))
     refuse(409, "The upload has ended already.");
   return {.status = 204, .fields = {}, .body = {}, .events = {}};
 }

@@ -154,6 +154,17 @@ TEST_F(UploadsOverHttp, AreCancelledWhileTheyWaitOrRun) {
   EXPECT_EQ(records, 3000U - told.at("done").get<std::size_t>());
 }
 
+// A preview on a file holds the store until it ends, so that nobody could write that it is to end.
+TEST_F(UploadsOverHttp, AreCancelledInAPreviewAtOnce) {
+  const std::string running = accepted("kind=products&mode=preview", many(3000));
+  while (upload(running).at("done") == 0) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_EQ(client().ask("DELETE", running, bearer(keeper_)).status, 204);
+  const Json told = ended(running);
+  EXPECT_EQ(told.at("state"), "cancelled") << told;
+  EXPECT_LT(told.at("done"), 3000);
+  EXPECT_EQ(products(), 4);
+}
+
 TEST_F(UploadsOverHttp, OfAProcessThatIsGoneHaveFailedAndLeaveTheirRest) {
   stop();
   // As it was when the process was killed: the row says that it runs, and that two of three records are done.
