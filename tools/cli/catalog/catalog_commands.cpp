@@ -8,11 +8,11 @@
 #include "mercato/collection.h"
 #include "mercato/object_context.h"
 #include "tools/cli/catalog/catalog_names.h"
+#include "tools/cli/catalog/node_deletion.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
-#include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
 #include "values/text.h"
 
@@ -199,21 +199,11 @@ int rename(const RenamedCatalog& given, const OutputOptions& output) {
 
 int remove(const DeletedCatalog& given, const OutputOptions& output) {
   const CatalogName catalog = find_catalog(given.which);
-  const auto act = [&] { return keeping::delete_catalog(catalog.id); };
-  const keeping::DeletedNodes deleted = given.dry_run || !given.yes ? tried(act) : kept(act);
-  const std::string what = "catalogue " + shown(catalog) + " with " + counted(deleted.nodes, "node") + ", " +
-                           counted(deleted.rights, "right") + " and " + counted(deleted.ties, "tie") + " of partners";
-  const gateway::Json json = {{"deleted", !given.dry_run},
-                              {"dryRun", given.dry_run},
-                              {"nodes", deleted.nodes},
-                              {"rights", deleted.rights},
-                              {"ties", deleted.ties}};
-  if (given.dry_run) return answer(output, json, what + " would be deleted. A dry run: nothing was changed.");
-  if (!given.yes) {
-    expect_consent(what + " will be deleted");
-    kept(act);
-  }
-  return answer(output, json, what + " deleted; categories and products stay.");
+  return delete_nodes([&] { return keeping::delete_catalog(catalog.id); },
+                      [&](const keeping::DeletedNodes& deleted) {
+                        return "catalogue " + shown(catalog) + " with " + counted(deleted.nodes, "node");
+                      },
+                      {given.dry_run, given.yes}, output);
 }
 
 // What the command line takes
@@ -294,6 +284,14 @@ void add_copy(Menu::Group& group) {
   command.add_flag("--without-nodes", given.without_nodes, "The catalogue's own row only");
 }
 
+void add_successor(Command& command, CatalogMigration& given) {
+  command.add_option("OLD", given.from, kWhich)->required();
+  command.add_option("NEW", given.to, "Its successor, by id or name")->required();
+  command.add_flag("--only-if-empty", given.only_if_empty, "Refuse when the new catalogue has rights already");
+  command.add_flag("--replace", given.replace,
+                   "Delete its rights also when the old one has none to put in their place");
+}
+
 void add_migrate(Menu::Group& group) {
   const auto [command, given] =
       group.add("migrate", "Move the rights and favourites of all users to another catalogue",
@@ -305,11 +303,7 @@ void add_migrate(Menu::Group& group) {
                 "the new\n"
                 "catalogue had. All of it or nothing.\n",
                 migrate_catalog);
-  command.add_option("OLD", given.from, kWhich)->required();
-  command.add_option("NEW", given.to, "Its successor, by id or name")->required();
-  command.add_flag("--only-if-empty", given.only_if_empty, "Refuse when the new catalogue has rights already");
-  command.add_flag("--replace", given.replace,
-                   "Delete its rights also when the old one has none to put in their place");
+  add_successor(command, given);
   command.add_flag("--dry-run", given.dry_run, "Say what would be moved and lost, and change nothing");
 }
 
@@ -336,11 +330,7 @@ void add_succeed(Menu::Group& group) {
       "expires as\n"
       "with --keep-shared, and the nodes of all users of the new one are laid out. All of it or nothing.\n",
       succeed_catalog);
-  command.add_option("OLD", given.from, kWhich)->required();
-  command.add_option("NEW", given.to, "Its successor, by id or name")->required();
-  command.add_flag("--only-if-empty", given.only_if_empty, "Refuse when the new catalogue has rights already");
-  command.add_flag("--replace", given.replace,
-                   "Delete its rights also when the old one has none to put in their place");
+  add_successor(command, given);
   command.add_flag("--dry-run", given.dry_run, "Say what would be done, and change nothing");
   command.add_flag("--yes", given.yes, "Do not ask");
 }

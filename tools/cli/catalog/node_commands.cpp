@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // mercato node: the nodes of catalogues, by id or by the names on the way to them.
 #include "keeping/node_keeping.h"
+#include "tools/cli/catalog/node_deletion.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
-#include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
 
 namespace mercato::cli {
@@ -90,21 +90,11 @@ int move(const NodeMove& given, const OutputOptions& output) {
 
 int remove(const NodeDeletion& given, const OutputOptions& output) {
   const std::int32_t id = keeping::node_named(given.node);
-  const auto act = [&] { return keeping::delete_node(id); };
-  const keeping::DeletedNodes deleted = given.dry_run || !given.yes ? tried(act) : kept(act);
-  const std::string what = named(id) + " with " + counted(deleted.nodes - 1, "node") + " below it, " +
-                           counted(deleted.rights, "right") + " and " + counted(deleted.ties, "tie") + " of partners";
-  const gateway::Json json = {{"deleted", !given.dry_run},
-                              {"dryRun", given.dry_run},
-                              {"nodes", deleted.nodes},
-                              {"rights", deleted.rights},
-                              {"ties", deleted.ties}};
-  if (given.dry_run) return answer(output, json, what + " would be deleted. A dry run: nothing was changed.");
-  if (!given.yes) {
-    expect_consent(what + " will be deleted");
-    kept(act);
-  }
-  return answer(output, json, what + " deleted; categories and products stay.");
+  return delete_nodes([&] { return keeping::delete_node(id); },
+                      [&](const keeping::DeletedNodes& deleted) {
+                        return named(id) + " with " + counted(deleted.nodes - 1, "node") + " below it";
+                      },
+                      {given.dry_run, given.yes}, output);
 }
 
 constexpr const char* kNode = "The node, by id or as CATALOGUE/NAME/NAME";
