@@ -227,7 +227,7 @@ int import_files(const Given& given, const OutputOptions& output) {
   int status = kDone;
   for (const std::string& file : given.files) {
     const int one = import_one(given, file, rest ? &*rest : nullptr, output);
-    const bool ends = one == kFailed || one == kStatusOfInterruption;
+    const bool ends = one == kFailed || one == kInterrupted;
     status = ends ? one : std::max(status, one);
     if (ends) break;
   }

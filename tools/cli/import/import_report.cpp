@@ -194,7 +194,7 @@ int told(const ImportOutcome& outcome, const OutputOptions& output) {
   else
     print(outcome);
   const UploadTotals& totals = outcome.totals;
-  if (totals.interrupted) return kStatusOfInterruption;
+  if (totals.interrupted) return kInterrupted;
   if (!totals.stopped_by.empty() || outcome.report.read == 0) return kFailed;
   const bool all = outcome.report.refused + totals.products.refused + totals.products.left + totals.prices.refused +
                        totals.prices.left ==

@@ -100,7 +100,7 @@ void end_journal(UploadJournal& journal, const UploadReport& report) {
 }
 
 int status_of(const UploadReport& report) {
-  if (report.interrupted) return kStatusOfInterruption;
+  if (report.interrupted) return kInterrupted;
   if (!report.stopped_by.empty() || report.read == 0) return kFailed;
   if (report.refused + report.remaining == 0) return kDone;
   return report.atomic ? kFailed : kDoneInPart;

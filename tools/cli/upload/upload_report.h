@@ -57,7 +57,6 @@ void print_count(const char* label, std::size_t number, const std::string& meani
 // What remains, and what ended the upload early.
 void print_rest(const UploadReport& report);
 
-inline constexpr int kStatusOfInterruption = 130;
 // What the journal keeps of it.
 void end_journal(UploadJournal& journal, const UploadReport& report);
 
