@@ -7,6 +7,7 @@
 #include "exchange/category_tree.h"
 #include "exchange/formats/csv_format.h"
 #include "exchange/formats/xlsx_format.h"
+#include "exchange/input/decoded.h"
 #include "exchange/input/source.h"
 #include "exchange/item_documents.h"
 #include "mercato/raised_error.h"
@@ -172,7 +173,11 @@ const Format& format_for(const ImportOptions& options, Bytes& bytes) {
     raise(error_number::kInvalidArgument, {},
           "There is no format \"" + options.format + "\"; there are " + known + ".");
   }
-  if (const Format* format = format_of(bytes.peek())) return *format;
+  const std::string_view begin = bytes.peek();
+  if (const Format* format = format_of(begin)) return *format;
+  // One that is no text in its encoding fails here, with the line.
+  BytesOfText text(begin);
+  if (begin.find('\0') == std::string_view::npos) Decoded(text).next();
   raise(error_number::kInvalidArgument, {},
         "The file \"" + options.file + "\" is of no format that is known. Name its format with --format.");
 }

@@ -293,6 +293,10 @@ TEST_F(ImportCommand, SaysWhatCannotBe) {
   EXPECT_EQ(run({"import", file("odd", "nothing that is known")}).err,
             "mercato: The file \"" + file("odd", "nothing that is known") +
                 "\" is of no format that is known. Name its format with --format.\n");
+  std::string broken = "part number,price\nP\xC3,1\n";
+  for (int line = 3; line < 30; ++line) broken += "M\xC3\x9Ctter \xE2\x82\xAC,2\n";
+  EXPECT_EQ(run({"import", file("broken.csv", broken)}).err,
+            "mercato: Line 2 is no text in the encoding UTF-8. Name the encoding of the file with --encoding.\n");
   EXPECT_EQ(run({"import", file("ids.csv", "id,name\n1,Nut\n")}).err,
             "mercato: It is not certain which column holds the supplier's part number. Write a first mapping with "
             "`mercato import --propose FILE > mapping.toml`, mend it, and import with --mapping mapping.toml.\n");
