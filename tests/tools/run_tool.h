@@ -73,12 +73,12 @@ class ToolFolder {
   }
 
  private:
-  // Under a sanitizer each of many short processes would look for leaks when it ends, which takes longer than its work.
-  // The commands run in the test program, too, which looks for them.
+  // Under a sanitizer each of many short processes would look for leaks when it ends, and keep the callers of each
+  // allocation, which takes longer than its work. The commands run in the test program, too, which does both.
   ToolRun in_shell(const std::string& command) const {
-    const int result = std::system(
-        ("export ASAN_OPTIONS=detect_leaks=0; cd " + quoted(folder_.path()) + " && {\n" + command + "\n} >.out 2>.err")
-            .c_str());
+    const int result = std::system(("export ASAN_OPTIONS=detect_leaks=0:malloc_context_size=1; cd " +
+                                    quoted(folder_.path()) + " && {\n" + command + "\n} >.out 2>.err")
+                                       .c_str());
     return {WIFEXITED(result) ? WEXITSTATUS(result) : -1, read_whole(folder_ / ".out"), read_whole(folder_ / ".err")};
   }
   static std::string quoted(const std::string& text) {
