@@ -143,22 +143,33 @@ class Completing {
   Completion found_;
 };
 
-// A candidate is a line, with its description behind a tab. The last line says `:files` when the shell offers its own.
+// A candidate is a line, with its description behind a tab. The last line says `:files` when the shell offers its own. The words
+// go to the program as it would get them, without quotes and backslashes.
 constexpr const char* kBash = R"script(# bash completion of mercato: source it, or keep it in the folder of completions
 _mercato() {
-  local line cur="${COMP_WORDS[COMP_CWORD]}" words=("${COMP_WORDS[@]:1:COMP_CWORD}")
+  local line words cur="${COMP_WORDS[COMP_CWORD]}" quote="" option=""
+  # xargs takes quotes and backslashes away, and expands nothing.
+  mapfile -t words < <(printf '%s\n' "${COMP_WORDS[@]:1:COMP_CWORD-1}" | xargs -r printf '%s\n' 2>/dev/null)
+  if [[ $cur == [\"\']* ]]; then
+    quote=${cur:0:1} cur=${cur:1}
+  else
+    cur=${cur//\\/}
+  fi
+  [[ $cur != --*=* ]] || option=${cur%%=*}=
   COMPREPLY=()
   while IFS= read -r line; do
     if [ "$line" = ":files" ]; then
       compopt -o filenames 2>/dev/null
-      mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -f -- "$cur")
+      mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -f -P "$option" -- "${cur#"$option"}")
+    elif [ -n "$quote" ]; then
+      COMPREPLY+=("${line%%$'\t'*}")
     else
       COMPREPLY+=("$(printf '%q' "${line%%$'\t'*}")")
     fi
-  done < <("${COMP_WORDS[0]}" __complete -- "${words[@]}" 2>/dev/null)
+  done < <("${COMP_WORDS[0]}" __complete -- "${words[@]}" "$cur" 2>/dev/null)
 }
-# --option=value is one word.
-COMP_WORDBREAKS=${COMP_WORDBREAKS//=/}
+# --option=value is one word, and so is part:A1.
+COMP_WORDBREAKS=${COMP_WORDBREAKS//[=:]/}
 complete -F _mercato mercato
 )script";
 constexpr const char* kZsh = R"script(#compdef mercato
@@ -174,9 +185,12 @@ _mercato() {
     else
       names+=("${line//:/\\:}")
     fi
-  done < <("${words[1]}" __complete -- "${(@)words[2,CURRENT]}" 2>/dev/null)
-  (( ${#names} )) && _describe mercato names
-  (( files )) && _files
+  done < <("${words[1]}" __complete -- "${(@Q)words[2,CURRENT-1]}" "${(Q)PREFIX}" 2>/dev/null)
+  (( ${#names} )) && _describe mercato names -M 'm:{[:lower:][:upper:]}={[:upper:][:lower:]}'
+  if (( files )); then
+    compset -P '--*='
+    _files
+  fi
 }
 if [[ $funcstack[1] == _mercato ]]; then
   _mercato "$@"
@@ -187,10 +201,11 @@ fi
 constexpr const char* kFish = R"script(# fish completion of mercato: source it, or keep it as completions/mercato.fish
 function __mercato_complete
     set -l words (commandline -opc)
-    set -l current (commandline -ct)
+    set -l -- current (commandline -ct | string replace -r '^["\']' '' | string replace -ra '\\\\(.)' '$1')
+    set -l -- option (string match -r -- '^--[^=]*=' "$current")
     for line in ($words[1] __complete -- $words[2..-1] "$current" 2>/dev/null)
         if test "$line" = ":files"
-            __fish_complete_path "$current"
+            printf "$option%s\n" (__fish_complete_path (string replace -- "$option" "" "$current"))
         else
             echo $line
         end
