@@ -6,7 +6,7 @@ set -euo pipefail
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-cmake --install "$1" --prefix "$work" --component headers >/dev/null
+cmake --install "$1" --prefix "$work" --component development >/dev/null
 mkdir "$work/sources"
 for header in "$work"/include/mercato/*.h; do
   name=$(basename "$header")
