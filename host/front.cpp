@@ -14,6 +14,7 @@
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http.hpp>
 #include <csignal>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <unordered_map>
@@ -67,6 +68,20 @@ void allow_open_files(std::size_t wanted) {
   limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, wanted);
   ::setrlimit(RLIMIT_NOFILE, &limit);
 }
+
+// The library for HTTP joins a line that was folded, which others may take for a field of its own.
+class UnfoldedParser : public http::request_parser<http::buffer_body> {
+  void on_field_impl(http::field name, boost::beast::string_view name_text, boost::beast::string_view value,
+                     error_code& failure) override {
+    // The value of one line stands where it came, behind its name and a colon; one of several is put together elsewhere.
+    const char* const behind = name_text.data() + name_text.size();
+    const bool is_near = !std::less<>()(value.data(), behind) && std::less<>()(value.data(), behind + kPiece);
+    if (!is_near || std::string_view(behind, value.data()).find_first_not_of(": \t") != std::string_view::npos)
+      failure = http::error::bad_value;
+    else
+      get().insert(name, name_text, value);
+  }
+};
 
 class AnyConnection {
  public:
@@ -226,9 +241,10 @@ class Connection : public AnyConnection, public std::enable_shared_from_this<Con
     // What two readers could understand differently is read by none.
     if (head.count("host") > 1 || (!old_ && head.count("host") == 0) || head.count("content-length") > 1 ||
         head.count("transfer-encoding") > 1 || head.count("authorization") > 1 ||
+        head.field("content-length").find_first_not_of("0123456789") != std::string_view::npos ||
         (head.count("content-length") > 0 && head.count("transfer-encoding") > 0))
       return refuse(400, "The head of the request is ambiguous.");
-    if (const std::string_view coding = head.field("transfer-encoding"); !coding.empty() && !parser_->chunked())
+    if (head.count("transfer-encoding") > 0 && (old_ || !text::equal_names(head.field("transfer-encoding"), "chunked")))
       return refuse(400, "The body has an unknown transfer coding.");
     const bool waits = text::equal_names(head.field("expect"), "100-continue");
     exchange_ = front_.service_.begin(std::move(head));
@@ -391,7 +407,7 @@ class Connection : public AnyConnection, public std::enable_shared_from_this<Con
   Stream stream_;
   asio::steady_timer timer_;  // between events
   boost::beast::flat_buffer buffer_{kPiece};
-  std::optional<http::request_parser<http::buffer_body>> parser_;
+  std::optional<UnfoldedParser> parser_;
   std::unique_ptr<Exchange> exchange_;
   Phase phase_ = Phase::head;
   Clock::time_point deadline_ = Clock::time_point::max();

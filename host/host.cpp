@@ -155,9 +155,9 @@ class HandledExchange : public Exchange {
     if (!host_.options_.log) return;
     const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
     std::string line =
-        "request=" + id_ + " method=" + (is_plain(head_.method) ? head_.method : "-") + " route=" + route +
-        " status=" + std::to_string(response.status) + " time_ms=" + std::to_string(micros / 1000) + "." +
-        std::to_string(1000 + micros % 1000).substr(1) + " role=" + std::string(name_of(caller_.role)) + "\n";
+        "request=" + id_ + " method=" + (is_plain(head_.method) && !head_.method.empty() ? head_.method : "-") +
+        " route=" + route + " status=" + std::to_string(response.status) + " time_ms=" + std::to_string(micros / 1000) +
+        "." + std::to_string(1000 + micros % 1000).substr(1) + " role=" + std::string(name_of(caller_.role)) + "\n";
     *host_.options_.log << line << std::flush;
   }
 

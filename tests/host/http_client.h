@@ -70,11 +70,15 @@ class HttpClient {
     return answer;
   }
   // `fields`: whole lines, each with its end.
-  HttpAnswer ask(const std::string& method, const std::string& target, const std::string& fields = "",
-                 const std::string& body = "") {
+  void send_request(const std::string& method, const std::string& target, const std::string& fields = "",
+                    const std::string& body = "") const {
     send(method + " " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + fields +
          (body.empty() && method == "GET" ? std::string() : "Content-Length: " + std::to_string(body.size()) + "\r\n") +
          "\r\n" + body);
+  }
+  HttpAnswer ask(const std::string& method, const std::string& target, const std::string& fields = "",
+                 const std::string& body = "") {
+    send_request(method, target, fields, body);
     return answer();
   }
   // Everything up to the end of the connection.

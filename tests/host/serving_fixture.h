@@ -23,6 +23,7 @@ class ServingTest : public StoreTest {
  protected:
   using Json = nlohmann::json;
 
+  ServingTest() { options_.workers = 4; }
   void SetUp() override {
     StoreTest::SetUp();
     execute({"INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES ('BX', 'Box')",
@@ -63,7 +64,6 @@ class ServingTest : public StoreTest {
 
   void start() {
     options_.host.log = &log_;
-    options_.workers = 4;
     serving_ = std::make_unique<host::Serving>(options_, host::KnownTokens::of_file(tokens_file_));
     thread_ = std::thread([this] { serving_->run(); });
   }
