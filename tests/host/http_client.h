@@ -48,8 +48,8 @@ class HttpClient {
       bytes.remove_prefix(static_cast<std::size_t>(sent));
     }
   }
-  // The next answer; waits so many seconds for each of its parts.
-  HttpAnswer answer(int seconds = 10) {
+  // The next answer; waits so many seconds for each of its parts. That to HEAD tells of a body that does not come.
+  HttpAnswer answer(int seconds = 10, bool to_head = false) {
     HttpAnswer answer;
     while (read_.find("\r\n\r\n") == std::string::npos)
       if (!read(seconds)) return answer;
@@ -62,7 +62,7 @@ class HttpClient {
       answer.fields[head.substr(line, colon - line)] = head.substr(colon + 2, head.find("\r\n", line) - colon - 2);
     }
     const auto length = answer.fields.find("Content-Length");
-    const std::size_t wanted = length == answer.fields.end() ? 0 : std::stoul(length->second);
+    const std::size_t wanted = to_head || length == answer.fields.end() ? 0 : std::stoul(length->second);
     while (read_.size() < wanted)
       if (!read(seconds)) break;
     answer.body = read_.substr(0, wanted);

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <set>
 
+#include "platform/store/unit_of_work.h"
 #include "tests/host/serve_process.h"
 #include "tests/host/serving_fixture.h"
 #include "tests/support/random_rounds.h"
@@ -23,6 +24,7 @@ class KilledHosts : public ServingTest {
                               << (folder() / "web").string() << "'\n";
   }
 
+  std::filesystem::path settings() const { return folder() / "mercato.toml"; }
   std::unique_ptr<ServeProcess> new_host() const {
     return std::make_unique<ServeProcess>(settings(), tokens_file_, folder() / "serve.log");
   }
@@ -36,16 +38,8 @@ class KilledHosts : public ServingTest {
     EXPECT_EQ(answer.status, 202) << answer.body;
     return answer.status == 202 ? answer.fields.at("Location") : "";
   }
-  // The upload when it has ended.
   Json ended(const ServeProcess& host, const std::string& location) const {
-    for (int tries = 0; tries < 600; ++tries) {
-      Json upload = told(host, location);
-      const std::string state = upload.value("state", "");
-      if (state != "waiting" && state != "running") return upload;
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    ADD_FAILURE() << location << " does not end";
-    return {};
+    return ended_upload(host.port(), location);
   }
 
   static std::string key(const std::string& prefix, int number) { return prefix + "-" + std::to_string(number); }
@@ -128,9 +122,6 @@ class KilledHosts : public ServingTest {
       EXPECT_FALSE(is_there && is_bad(number));
     }
   }
-
- private:
-  std::filesystem::path settings() const { return folder() / "mercato.toml"; }
 };
 
 TEST_F(KilledHosts, TellOfTheirUploadsWhatStandsInTheStoreAndInTheRest) {
@@ -155,7 +146,38 @@ TEST_F(KilledHosts, TellOfTheirUploadsWhatStandsInTheStoreAndInTheRest) {
     EXPECT_EQ(ended(*host, accepted(*host, "upload", rest)).at("state"), "done");
     EXPECT_EQ(written(prefix).size(), static_cast<std::size_t>(kRecords - kRecords / kBadEach));
   }
-  EXPECT_EQ(host->end(), 0);
+  host->signal(SIGTERM);
+  EXPECT_EQ(host->wait(), 0);
+}
+
+// A change that waits for the store is what runs.
+TEST_F(KilledHosts, ThatAreAskedToEndAnswerWhatRunsAndASecondSignalEndsThemAtOnce) {
+  for (const bool twice : {false, true}) {
+    ServeProcess host(settings(), tokens_file_, folder() / "serve.log");
+    store::UnitOfWork held(store::UnitOfWork::Kind::transaction);
+    {
+      const store::UnitOfWork::Current current(&held);
+      execute({"UPDATE PRODUCT SET MINORDERQTY = 7 WHERE PRODUCTID = 1"});
+    }
+    HttpClient one(host.port());
+    one.send_request(
+        "POST", "/rpc", bearer(admin_),
+        R"({"jsonrpc":"2.0","id":1,"method":"execute","params":{"sql":"UPDATE PRODUCT SET MINORDERQTY = 8 WHERE PRODUCTID = 1"}})");
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    host.signal(SIGTERM);
+    for (int tries = 0; tries < 100 && HttpClient(host.port()).connected(); ++tries)
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_FALSE(HttpClient(host.port()).connected());
+    if (twice) {
+      host.signal(SIGTERM);
+      EXPECT_EQ(one.answer().status, 0);
+      EXPECT_TRUE(WIFSIGNALED(host.wait()));
+    }
+    held.rollback();
+    if (twice) continue;
+    EXPECT_EQ(one.answer().status, 200);
+    EXPECT_EQ(host.wait(), 0);
+  }
 }
 
 TEST_F(KilledHosts, OnOneStoreLeaveToTheOtherWhatWaitsAndRunOneUploadAtATime) {

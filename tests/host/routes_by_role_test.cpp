@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Who may ask what, and what he is told: every route by every role.
+#include <map>
 #include <set>
+#include <string_view>
+#include <utility>
 
 #include "tests/host/serving_fixture.h"
 
@@ -124,6 +127,57 @@ TEST_F(RoutesByRole, TellAUserOfAProductBeyondHisSightWhatTheyTellOfNone) {
   EXPECT_EQ(get("/api/v1/catalogs/2/nodes", ann_).body, get("/api/v1/catalogs/9/nodes", ann_).body);
   EXPECT_EQ(get("/api/v1/rights/explain?user=ANN&node=2", ann_).body,
             get("/api/v1/rights/explain?user=ANN&node=99", ann_).body);
+}
+
+// Everything that ANN asks is answered with the same status, fields and bytes when what she does not see is taken away.
+TEST_F(RoutesByRole, AnswerAUserAsIfWhatHeDoesNotSeeHadNeverBeen) {
+  execute({"INSERT INTO BUSINESSPARTNER (BUSINESSID, PARTNERNAME) VALUES ('1', 'Seen'), ('2', 'Unseen')",
+           "UPDATE PRODUCT SET BUSINESSPARTNERID = 1 WHERE PRODUCTID = 1",
+           "UPDATE PRODUCT SET BUSINESSPARTNERID = 2 WHERE PRODUCTID > 1",
+           "INSERT INTO CATALOGPRODUCTPRICE (PRODUCTID, PRICEEFFECTIVEDATE, QUANTITYTO, GROUPBY, CURRENCYCODE, PRICE) "
+           "VALUES (3, '2020-01-01', 9, '', 'EUR', 7)",
+           "INSERT INTO CATALOGNODE (CATALOGID, PARENTNODEID, NODENAME, NODETYPE, CATEGORYID, SEQUENCE) VALUES "
+           "(1, NULL, 'Unseen', 1, 2, 2)"});
+  std::vector<std::string> targets = {"/products", "/products?user=ANN", "/catalogs", "/products?limit=1"};
+  for (const char* query : {"paper", "copy", "toner", "TONER", "S-2", "S-3", "ink", "black", "supplies", "o", "%25"})
+    for (const char* more : {"", "&limit=1", "&category=1", "&category=2"})
+      targets.push_back(std::string("/products?query=") + query + more);
+  for (const char* id : {"1", "2", "3", "4", "99"}) {
+    for (const char* list : {"category", "catalog", "supplier"})
+      targets.push_back(std::string("/products?") + list + "=" + id);
+    for (const char* more : {"", "?user=ANN", "/price", "/price?quantity=10", "/price?currency=EUR&date=2026-07-01",
+                             "/price?currency=USD", "/price?date=2019-01-01", "/price?quantity=1000"})
+      targets.push_back(std::string("/products/") + id + more);
+    for (const char* parent : {"", "?parent=1", "?parent=2", "?parent=3", "?parent=4", "?parent=99", "?user=ANN"})
+      targets.push_back(std::string("/catalogs/") + id + "/nodes" + parent);
+    targets.push_back(std::string("/rights/explain?user=ANN&node=") + id);
+  }
+  const auto answers = [&] {
+    std::map<std::string, std::string> told;
+    HttpClient one = client();
+    for (const std::string& target : targets)
+      for (const auto& [method, fields] : {std::pair("GET", ""), std::pair("HEAD", ""),
+                                           std::pair("GET", "If-None-Match: *\r\n"), std::pair("DELETE", "")}) {
+        one.send_request(method, "/api/v1" + target, bearer(ann_) + fields);
+        HttpAnswer answer = one.answer(10, std::string_view(method) == "HEAD");
+        std::string& text = told[method + (" " + target) + " " + fields];
+        answer.fields.erase("X-Request-Id");
+        text = std::to_string(answer.status) + "\n";
+        for (const auto& [name, value] : answer.fields) text += name + ": " + value + "\n";
+        text += answer.body;
+      }
+    return told;
+  };
+  const auto with = answers();
+  execute({"DELETE FROM CATALOGPRODUCTPRICE WHERE PRODUCTID = 3",
+           "DELETE FROM ALTERNATIVEPRODUCTS WHERE ALTERNATIVEPRODUCT = 3",
+           "DELETE FROM PRODUCTSBYCATEGORY WHERE CATEGORYID = 2", "DELETE FROM CATALOGNODE WHERE NODEID > 1",
+           "DELETE FROM CATALOG WHERE CATALOGID = 2", "DELETE FROM PRODUCTCATEGORY WHERE CATEGORYID = 2",
+           "DELETE FROM PRODUCT WHERE PRODUCTID > 2"});
+  const auto without = answers();
+  EXPECT_GT(with.size(), 400U);
+  EXPECT_EQ(with.at("GET /products/1 ").substr(0, 4), "200\n");
+  for (const auto& [asked, answer] : with) EXPECT_EQ(answer, without.at(asked)) << asked;
 }
 
 TEST_F(RoutesByRole, ShowAUserWhatHeSeesAndCountNothingElse) {

@@ -49,22 +49,19 @@ class ServeProcess {
 
   std::uint16_t port() const { return port_; }
   pid_t id() const { return process_; }
-  void kill() { end_by(SIGKILL); }
-  // Its exit status.
-  int end() {
-    const int status = end_by(SIGTERM);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  void signal(int number) const { ::kill(process_, number); }
+  // Its wait status.
+  int wait() {
+    int status = -1;
+    if (process_ > 0) ::waitpid(std::exchange(process_, -1), &status, 0);
+    return status;
+  }
+  void kill() {
+    if (process_ > 0) signal(SIGKILL);
+    wait();
   }
 
  private:
-  int end_by(int signal) {
-    if (process_ <= 0) return -1;
-    ::kill(process_, signal);
-    int status = -1;
-    ::waitpid(std::exchange(process_, -1), &status, 0);
-    return status;
-  }
-
   pid_t process_ = -1;
   std::uint16_t port_ = 0;
 };

@@ -6,6 +6,8 @@
 //   laid out, and an entry by which she may order from it. Catalogue 2 is nobody's.
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -83,6 +85,17 @@ class ServingTest : public StoreTest {
   }
   HttpAnswer rpc(const std::string& body, const std::string& token) const {
     return client().ask("POST", "/rpc", bearer(token) + "Content-Type: application/json\r\n", body);
+  }
+  // The upload at that address, when it has ended.
+  Json ended_upload(std::uint16_t port, const std::string& location) const {
+    for (int tries = 0; tries < 600; ++tries) {
+      Json upload = json_of(HttpClient(port).ask("GET", location, bearer(keeper_)));
+      const std::string state = upload.value("state", "");
+      if (state != "waiting" && state != "running") return upload;
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    ADD_FAILURE() << location << " does not end";
+    return {};
   }
   static Json json_of(const HttpAnswer& answer) { return Json::parse(answer.body, nullptr, false); }
 

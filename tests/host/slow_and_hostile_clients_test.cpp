@@ -108,7 +108,7 @@ TEST_F(SlowAndHostileClients, AThousandSilentOnesAreNoticedByNobodyAndLeaveNothi
   }
   EXPECT_LE(open_files(), open_before);
 #ifndef MERCATO_SANITIZED
-  EXPECT_LE(memory_in_use(), memory_before + (std::size_t{4} << 20));
+  EXPECT_LE(memory_in_use(), memory_before + (std::size_t{12} << 20));
 #endif
 }
 
