@@ -37,9 +37,17 @@ Response list_codes(Call& call) {
   }
   const std::string parent = unspsc::without_zero_pairs(call.text("parent"));
   if (!is_code(parent)) refuse(400, "The parameter 'parent' is a code: pairs of digits.");
+  // All products count, so who sees only some is told nothing of it.
+  const bool counts = call.has("with") && !call.caller.user;
+  const auto products = counts ? keeping::products_below_code(parent) : std::map<std::string, std::int64_t>();
   codes->GetAllUNSPSCCodes(unspsc::level_below(parent), parent)
       ->for_each([&](const Variant& code, const Variant& description) {
-        items.push_back(code_json(codes, code.to_text(), description));
+        Json item = code_json(codes, code.to_text(), description);
+        if (counts) {
+          const auto found = products.find(code.to_text());
+          item["products"] = found == products.end() ? 0 : found->second;
+        }
+        items.push_back(std::move(item));
       });
   return json_response({{"items", std::move(items)}});
 }
@@ -93,6 +101,11 @@ std::vector<Route> list_routes() {
   return {
       list("/api/v1/unspsc", "UNSPSC codes right below a code, or with words in their description", list_codes,
            {{.name = "parent", .description = "The code above; without it the segments", .example = "14"},
+            {.name = "with",
+             .kind = Parameter::Kind::choice,
+             .description =
+                 "How many products each code right below has, itself or further down; not for a user's sight",
+             .choices = "products"},
             {.name = "query", .description = "Codes of any level with this text in their description, at most 200"}}),
       list("/api/v1/properties", "The properties, by name", list_properties),
       list("/api/v1/property-groups", "The property groups with their properties, by name", list_groups),

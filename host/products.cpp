@@ -6,12 +6,14 @@
 
 #include "host/host.h"
 #include "host/row_json.h"
+#include "keeping/price_keeping.h"
 #include "keeping/product_page.h"
 #include "mercato/clock.h"
 #include "mercato/object_context.h"
 #include "mercato/product.h"
 #include "mercato/raised_error.h"
 #include "mercato/search.h"
+#include "platform/store/unit_of_work.h"
 #include "product/holding_line.h"
 #include "search/seen_products.h"
 
@@ -105,10 +107,52 @@ Response price(Call& call) {
                         {"line", row_json(*line)}});
 }
 
+// Days are those of the columns that are dates. Other texts are left to the library, which says what it does not take.
+Variant column_value(const std::string& column, const Json& json) {
+  if (json.is_number()) return json.get<double>();
+  if (!json.is_string()) return kNull;
+  const std::string& text = json.get_ref<const std::string&>();
+  if (column.ends_with("DATE"))
+    if (const std::optional<Date> day = Date::parse(text)) return *day;
+  return text;
+}
+
+// Null for no line.
+DictionaryPtr price_line(const Json& body, const char* member) {
+  const auto given = body.find(member);
+  if (given == body.end() || given->is_null()) return nullptr;
+  if (!given->is_object()) refuse(400, std::string("The member '") + member + "' is a price line, or null.");
+  auto line = std::make_shared<Dictionary>();
+  for (const auto& [column, json] : given->items()) line->Add(column, column_value(column, json));
+  for (const char* key : {"PRICEEFFECTIVEDATE", "QUANTITYTO"})
+    if (!line->Exists(key) || line->Item(key).is_null())
+      refuse(400, std::string("A price line has a value for ") + key + ".");
+  return line;
+}
+
+Response change_prices(Call& call) {
+  const Json body = Json::parse(call.body, nullptr, false);
+  if (!body.is_object()) refuse(400, "The body is an object with the members 'before' and 'after'.");
+  const DictionaryPtr before = price_line(body, "before");
+  const DictionaryPtr after = price_line(body, "after");
+  const std::int32_t id = call.integer("id");
+  require_sight(call, id);
+  if (!keeping::product_page(id)) refuse_product();
+  store::UnitOfWork unit(store::UnitOfWork::Kind::transaction);
+  {
+    const store::UnitOfWork::Current current(&unit);
+    if (!keeping::replace_price_line(id, before, after)) refuse(409, "There is no such price line any longer.");
+  }
+  unit.commit();
+  return {.status = 204, .fields = {}, .body = {}, .events = {}};
+}
+
 }  // namespace
 
 std::vector<Route> product_routes() {
   using Kind = Parameter::Kind;
+  constexpr const char* kAddedLine =
+      R"({"before":null,"after":{"PRICEEFFECTIVEDATE":"2031-01-01","QUANTITYTO":10,"PRICE":4.2,"CURRENCYCODE":"EUR"}})";
   const Parameter id = {
       .name = "id", .kind = Kind::integer, .required = true, .description = "The product's id", .example = "1"};
   return {{.method = "GET",
@@ -152,7 +196,16 @@ std::vector<Route> product_routes() {
                           {.name = "date", .kind = Kind::day, .description = "The day, else today"},
                           {.name = "user", .description = "As this user sees it"}},
            .handler = price,
-           .answer = "Price"}};
+           .answer = "Price"},
+          {.method = "POST",
+           .path = "/api/v1/products/{id}/prices",
+           .role = Role::keeper,
+           .summary = "Put the price line `after` in the place of `before`; one is null to add or delete",
+           .parameters = {id},
+           .handler = change_prices,
+           .answer = "",
+           .most_bytes = std::uint64_t{1} << 16,
+           .body = kAddedLine}};
 }
 
 }  // namespace mercato::host

@@ -37,4 +37,14 @@ std::vector<DictionaryPtr> unspsc_codes_with(const std::string& text, std::int32
                          << value(Gen_EscapeLike(text)) << "%' ORDER BY PARENTCODE, UNSPSCCODE");
 }
 
+std::map<std::string, std::int64_t> products_below_code(const std::string& parent) {
+  const std::size_t digits = parent.size() + 2;
+  std::map<std::string, std::int64_t> counts;
+  for (const DictionaryPtr& row : all_rows(Sql("SELECT UNSPSCCODE, COUNT(*) AS N FROM PRODUCT WHERE UNSPSCCODE LIKE N'")
+                                           << value(Gen_EscapeLike(parent)) << "%' GROUP BY UNSPSCCODE"))
+    if (const std::string code = row->Item("UNSPSCCODE").to_text(); code.size() >= digits)
+      counts[code.substr(0, digits)] += row->Item("N").to_long();
+  return counts;
+}
+
 }  // namespace mercato::keeping

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -20,5 +21,7 @@ std::vector<DictionaryPtr> all_units();
 // PARENTCODE, UNSPSCCODE (the last pair) and DESCRIPTION of codes with this text in their description, by code; at most
 // `most`.
 std::vector<DictionaryPtr> unspsc_codes_with(const std::string& text, std::int32_t most);
+// How many products have each code right below this one, or a code further down; without those that have none.
+std::map<std::string, std::int64_t> products_below_code(const std::string& parent);
 
 }  // namespace mercato::keeping

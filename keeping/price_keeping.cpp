@@ -35,6 +35,39 @@ Sql of_lines(const Sql& products, const PriceLineChoice& choice) {
   return sql;
 }
 
+// The lines of one key. Null and the empty text are two groups here.
+Sql with_key(std::int32_t product, const DictionaryPtr& line, const Variant& group) {
+  Sql sql =
+      Sql(" WHERE PRODUCTID = ") << product << " AND PRICEEFFECTIVEDATE = "
+                                 << value(GetSqlLiterals().DateTimeToSql(line->Item("PRICEEFFECTIVEDATE").to_date()))
+                                 << " AND QUANTITYTO = " << line->Item("QUANTITYTO").to_double();
+  if (group.is_null())
+    sql << " AND GROUPBY IS NULL";
+  else
+    sql << " AND GROUPBY = N'" << value(Gen_QuoteSql(group.to_text())) << "'";
+  return sql;
+}
+
+Variant group_of(const DictionaryPtr& line) { return line->Exists("GROUPBY") ? line->Item("GROUPBY") : Variant(kNull); }
+
+void add_price_line(std::int32_t product, const DictionaryPtr& line) {
+  std::vector<Variant> fields;
+  std::vector<Variant> values;
+  line->for_each([&](const Variant& field, const Variant& value) {
+    const std::string name = field.to_text();
+    if (value.is_null() || name == "PRODUCTID" || name == "PRICEEFFECTIVEDATE" || name == "QUANTITYTO") return;
+    fields.push_back(field);
+    values.push_back(value);
+  });
+  call_library("Mercato.Product", "InsertPrice",
+               {product, line->Item("PRICEEFFECTIVEDATE"), line->Item("QUANTITYTO"), Array(std::move(fields)),
+                Array(std::move(values))});
+  // The library writes the empty group as Null, where a document of prices would not find the line.
+  const Variant group = group_of(line);
+  if (!group.is_null() && group.to_text().empty())
+    run_statement(Sql("UPDATE CATALOGPRODUCTPRICE SET GROUPBY = N''") << with_key(product, line, kNull));
+}
+
 PriceLineKeyWords key_of(const Recordset& line) {
   return {line.Value("PRODUCTID").to_long(), line.Value("PRICEEFFECTIVEDATE").to_date(),
           line.Value("QUANTITYTO").to_double(), line.Value("GROUPBY").text_or_empty(),
@@ -70,6 +103,14 @@ std::size_t delete_price_lines(std::span<const std::int32_t> products, const Pri
     count += static_cast<std::size_t>(run_statement(Sql("DELETE") << of_lines(list, choice)));
   });
   return count;
+}
+
+bool replace_price_line(std::int32_t product, const DictionaryPtr& before, const DictionaryPtr& after) {
+  if (before &&
+      run_statement(Sql("DELETE FROM CATALOGPRODUCTPRICE") << with_key(product, before, group_of(before))) == 0)
+    return false;
+  if (after) add_price_line(product, after);
+  return true;
 }
 
 std::optional<Percentage> parse_percentage(std::string_view text) {

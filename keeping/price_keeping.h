@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Price lines of many products: their deletion, their end on a day, and a change by percent. The library's own calls
-// change lines of a group only, and delete none. What is written belongs to the caller's transaction. Every function
+// Price lines: those of many products, their deletion, their end on a day, and a change by percent; and one line put in
+// the place of another. The library's own calls change lines of a group only, and delete none. What is written belongs to the caller's transaction. Every function
 // raises what the store raises. Any thread.
 #pragma once
 
@@ -13,6 +13,7 @@
 
 #include "mercato/currency.h"
 #include "mercato/date.h"
+#include "mercato/dictionary.h"
 
 namespace mercato::keeping {
 
@@ -36,6 +37,11 @@ struct PriceLineKeyWords {
 // How many lines there are.
 std::size_t count_price_lines(std::span<const std::int32_t> products, const PriceLineChoice& choice);
 std::size_t delete_price_lines(std::span<const std::int32_t> products, const PriceLineChoice& choice);
+
+// Puts one line of a product in the place of another. Both are rows of CATALOGPRODUCTPRICE, from column to value; a
+// column that is left out is Null. Without `before` the line is added, without `after` the other one is deleted. The
+// library adds it, so its checks hold. False when no line has the first day, the quantity and the group of `before`.
+bool replace_price_line(std::int32_t product, const DictionaryPtr& before, const DictionaryPtr& after);
 
 // A percentage as it was written, exact to four decimals.
 struct Percentage {

@@ -44,6 +44,8 @@ const std::vector<Row>& matrix() {
       {"GET", "/api/v1/products/99", "", 401, 404, 404, 404, 404},
       {"GET", "/api/v1/products/1/price", "", 401, 200, 200, 200, 200},
       {"GET", "/api/v1/products/3/price", "", 401, 404, 404, 404, 404},
+      {"POST", "/api/v1/products/1/prices", "{}", 401, 403, 403, 204, 204},
+      {"POST", "/api/v1/products/99/prices", "{}", 401, 403, 403, 404, 404},
       {"GET", "/api/v1/catalogs", "", 401, 200, 200, 200, 200},
       {"GET", "/api/v1/catalogs/1/nodes", "", 401, 200, 200, 200, 200},
       {"GET", "/api/v1/catalogs/2/nodes", "", 401, 200, 404, 200, 200},

@@ -112,5 +112,35 @@ TEST_F(KeptPrices, AreDeletedByWhatIsSaidOfThem) {
             (Table{{9.0, kNull}, {99.0, "KEY"}}));
 }
 
+DictionaryPtr line(const char* from, double to, const Variant& group, const char* price) {
+  auto line = std::make_shared<Dictionary>();
+  line->Add("PRICEEFFECTIVEDATE", *Date::parse(from));
+  line->Add("QUANTITYTO", to);
+  line->Add("GROUPBY", group);
+  line->Add("CURRENCYCODE", "EUR");
+  line->Add("PRICE", price);
+  return line;
+}
+
+TEST_F(KeptPrices, AreReplacedOneByOneWhateverTheirGroupIs) {
+  execute({"INSERT INTO CURRENCY (CURRENCYCODE) VALUES ('EUR')"});
+  const auto replaced = [](const DictionaryPtr& before, const DictionaryPtr& after) {
+    return kept([&] { return keeping::replace_price_line(1, before, after); });
+  };
+  EXPECT_TRUE(replaced(line("2026-01-01", 9, kNull, ""), line("2026-01-01", 9, kNull, "1.2")));
+  EXPECT_TRUE(replaced(line("2026-01-01", 99, "KEY", ""), nullptr));
+  EXPECT_TRUE(replaced(nullptr, line("2026-01-01", 19, "", "1.3")));
+  EXPECT_FALSE(replaced(line("2026-01-01", 99, "KEY", ""), line("2026-01-01", 99, kNull, "9")));
+  const Table expected = {{9.0, kNull, Currency::from_text("1.2")},
+                          {19.0, "", Currency::from_text("1.3")},
+                          {99.0, kNull, Currency::from_text("1.05")}};
+  const std::string sql =
+      "SELECT QUANTITYTO, GROUPBY, PRICE FROM CATALOGPRODUCTPRICE WHERE PRODUCTID = 1 ORDER BY QUANTITYTO, PRICE";
+  EXPECT_EQ(rows(sql), expected);
+  // What is refused leaves the line that stood there.
+  EXPECT_THROW(replaced(line("2026-01-01", 19, "", ""), line("2026-01-01", 9, kNull, "2")), Raised);
+  EXPECT_EQ(rows(sql), expected);
+}
+
 }  // namespace
 }  // namespace mercato::test
