@@ -98,6 +98,7 @@ export class Console extends Part {
 
   private signedIn(event: CustomEvent<Session>): void {
     const again = this.ended;
+    this.querySelector<HTMLDialogElement>('dialog.ended')?.close(); // gives the focus back
     this.session = event.detail;
     this.ended = false;
     this.refused = '';

@@ -82,3 +82,17 @@ export const themes: Theme[] = [
     ],
   },
 ];
+
+// The columns of a price line. Its first day, upper quantity and group tell it from the others.
+export const priceFields: Field[] = [
+  field('PRICE', 'Price', 'number'),
+  field('CURRENCYCODE', 'Currency'),
+  field('QUANTITYTO', 'To quantity', 'number'),
+  field('GROUPBY', 'Group'),
+  field('PRICEEFFECTIVEDATE', 'From', 'date'),
+  field('PRICEEXPIRYDATE', 'Until', 'date'),
+  field('DISCOUNTPERC', 'Discount, %', 'number'),
+  field('DISCOUNTAMOUNT', 'Discount, amount', 'number'),
+  field('PRICETAXPERCENTAGE', 'Tax, %', 'number'),
+  field('FREIGHTCOST', 'Freight', 'number'),
+];

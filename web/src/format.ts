@@ -3,8 +3,8 @@
 
 export const none = '–';
 
-// Quantities of price lines without an upper end.
-const endless = 999999999;
+// The quantity of price lines without an upper end.
+export const endless = 999999999;
 
 const plain = new Intl.NumberFormat(undefined, { maximumFractionDigits: 6 });
 const day = new Intl.DateTimeFormat(undefined, { dateStyle: 'medium' });

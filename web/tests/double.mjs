@@ -172,6 +172,7 @@ export class Double {
       case 'products':
         if (id === undefined) return json(this.#find(query));
         if (below === 'price') return json(this.#price(Number(id), query));
+        if (below === 'prices') return json(this.#replacePrice(Number(id), JSON.parse(body)), 204);
         return json(this.record(Number(id)));
       case 'catalogs':
         if (id === undefined) return json({ items: this.empty ? [] : [{ id: 1, name: 'House catalogue 2026', description: hostile[0], active: true }, { id: 2, name: hostile[1], description: '', active: false }] });
@@ -228,6 +229,16 @@ export class Double {
     return { price: holding.PRICE, currency, line: holding };
   }
 
+  #replacePrice(id, { before, after }) {
+    this.asked.push(JSON.stringify({ before, after }));
+    const { prices } = this.record(id);
+    if (after?.CURRENCYCODE === 'XYZ') throw new Problem({ status: 422, ...refusedPrice });
+    const key = (one) => [one.PRICEEFFECTIVEDATE.slice(0, 10), one.QUANTITYTO, one.GROUPBY].join(' ');
+    const place = before ? prices.findIndex((one) => key(one) === key(before)) : prices.length;
+    if (place < 0) throw new Problem({ status: 409, title: 'Conflict', detail: 'There is no such price line any longer.' });
+    prices.splice(place, before ? 1 : 0, ...(after ? [after] : []));
+  }
+
   #level(parent, user) {
     if (parent === 612) throw new Problem({ status: 503, title: 'Service Unavailable', detail: 'Too many requests wait.' });
     return this.nodes.filter((node) => node.parent === parent).map((node) => ({
@@ -237,11 +248,11 @@ export class Double {
     }));
   }
 
-  #codesWith({ parent = '', query }) {
+  #codesWith({ parent = '', query, with: more }) {
     const fits = query === undefined
       ? ([code]) => code.length === parent.length + 2 && code.startsWith(parent)
       : ([, description]) => description.toLowerCase().includes(query.toLowerCase());
-    return [...this.codes].filter(fits).slice(0, 200).map(([code, description]) => ({ code, description, hasChildren: code.length < 8 }));
+    return [...this.codes].filter(fits).slice(0, 200).map(([code, description]) => ({ code, description, hasChildren: code.length < 8, ...(more ? { products: (Number(code) * 7) % 400 } : {}) }));
   }
 
   #call({ id, params: { progId, method, args } }) {
@@ -319,6 +330,10 @@ const refusedReference = {
     number: -2147221497, source: 'The product record you are trying to insert has an invalid reference to another record',
     description: '\r\nERROR 0x80040007\r\n METHOD: Mercato.Product.Update\r\n DESC: Application-defined or object-defined error.\r\n',
   },
+};
+const refusedPrice = {
+  number: -2147221497, source: 'Mercato',
+  description: '\r\nERROR 0x80040007\r\n METHOD: Mercato.Product.InsertUpdatePrice\r\n DESC: The catalog product price record you are trying to insert has an invalid reference to another record.\r\n',
 };
 const refusedType = {
   code: -32000, message: 'refused',

@@ -19,7 +19,7 @@ const views = {
     await page.waitForSelector('.detail table');
   }],
   classification: ['#/classification/unspsc?query=tools', async (page) => {
-    await page.locator('.hits button').first().click();
+    await page.locator('a.hit').first().click();
     await page.waitForSelector('.branch[aria-level="2"]');
   }],
   prices: ['#/prices?product=1&quantity=60', (page) => page.waitForSelector('.answer .large')],

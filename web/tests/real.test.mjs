@@ -87,11 +87,49 @@ describe('The console and its host', () => {
   test('CodesGroupsAndUnitsAreShown', async () => {
     await open('#/classification/unspsc');
     await page.fill('#code', 'power');
-    await page.waitForSelector('.hits li');
-    await page.locator('.hits button', { hasText: /^3020 / }).click();
+    await page.locator('a.hit', { hasText: /^3020(?!\d)/ }).click();
     await page.waitForSelector('#branch-3020.active');
+    assert.match(await text('#branch-10 .amount'), /^\d+\s+products$/);
     await open('#/classification/units');
-    await page.waitForSelector('td:text-is("ream")');
+    await page.waitForSelector('.hit >> text=ream');
+  });
+
+  test('APriceLineIsRefusedChangedDeletedAndPutBack', async () => {
+    await open('#/product/1');
+    const lines = () => page.locator('price-lines tbody tr').allInnerTexts();
+    const before = await lines();
+    const price = async (value) => {
+      await page.locator('.action button').first().click();
+      await page.fill('#price-CURRENCYCODE', value.currency ?? 'EUR');
+      await page.fill('#price-PRICE', value.price);
+      await page.keyboard.press('Enter');
+    };
+    await price({ price: '4.5', currency: 'XYZ' });
+    await page.waitForSelector('dialog.price-line .refusal');
+    assert.match(await text('dialog.price-line .refusal'), /invalid reference to another record/);
+    await page.keyboard.press('Escape');
+    const undone = async () => {
+      await page.click('.undo button');
+      await page.waitForSelector('.undo p', { state: 'detached' });
+      assert.deepEqual(await lines(), before);
+    };
+    await price({ price: '4.57' });
+    await page.waitForSelector('.undo p');
+    assert.match((await lines())[0], /4\.57/);
+    await undone();
+    await page.locator('.action button').first().click();
+    await page.click('dialog.price-line >> text=Delete the line');
+    await page.waitForSelector('.undo p');
+    assert.equal((await lines()).length, before.length - 1);
+    await undone();
+    await page.click('text=Add a price line');
+    await page.fill('#price-PRICE', '1');
+    await page.fill('#price-QUANTITYTO', '7');
+    await page.fill('#price-GROUPBY', 'SITE');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.undo p');
+    assert.equal((await lines()).length, before.length + 1);
+    await undone();
   });
 
   test('APriceIsToldInTwoCurrencies', async () => {
@@ -180,8 +218,8 @@ describe('The console and its host', () => {
     await host.listen(port);
     await page.waitForSelector('.connection p', { state: 'detached', timeout: 15000 });
     await page.waitForSelector('dialog.ended[open]');
-    await page.fill('dialog #token', new URL(host.entrance).hash.replace('#token=', ''));
-    await page.click('dialog .main');
+    await page.fill('dialog.ended #token', new URL(host.entrance).hash.replace('#token=', ''));
+    await page.click('dialog.ended .main');
     await page.waitForSelector('dialog.ended', { state: 'detached' });
     assert.equal(await page.inputValue('.change textarea'), 'kept');
   });

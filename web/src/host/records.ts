@@ -37,6 +37,7 @@ export interface PriceLine {
   DISCOUNTPERC: number | null;
   DISCOUNTAMOUNT: number | null;
   PRICETAXPERCENTAGE: number | null;
+  FREIGHTCOST: number | null;
 }
 
 export interface ProductLists {
@@ -87,6 +88,7 @@ export interface Code {
   code: string;
   description: string;
   hasChildren: boolean;
+  products?: number; // that have it, or a code below it; not told to a user with rights of his own
 }
 
 export interface PropertyGroup {

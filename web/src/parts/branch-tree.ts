@@ -106,7 +106,8 @@ export class BranchTree<T extends Branch> extends Part {
       await this.spread(row.branch);
     }
     await this.updateComplete;
-    await this.activate(this.rows.findIndex(({ branch }) => branch.id === path.at(-1)));
+    const reached = this.rows.findIndex(({ branch }) => branch.id === path.at(-1));
+    if (reached >= 0) await this.activate(reached);
   }
 
   private lay(branches: T[], level: number): void {

@@ -22,7 +22,7 @@ export class FieldValue extends Part {
     if (this.typed !== undefined) return this.form(this.typed);
     const shown = html`<span class=${this.field.kind === 'number' ? 'figure' : ''}>${shownValue(this.field, this.value)}</span>`;
     if (!this.editable) return shown;
-    return html`<button class="value" @click=${this.begin} ><span class="unseen">Change ${this.field.title}: </span>${shown}</button>`;
+    return html`<button class="value" @click=${this.begin}><span class="unseen">Change ${this.field.title}: </span>${shown}</button>`;
   }
 
   private form(typed: string): TemplateResult {
@@ -110,6 +110,6 @@ export function typedValue(field: Field, value: Value): string {
   return field.kind === 'date' ? String(value).slice(0, 10) : String(value);
 }
 
-function shownText(typed: string): TemplateResult {
+export function shownText(typed: string): TemplateResult {
   return typed === '' ? html`<i>empty</i>` : html`<q>${typed}</q>`;
 }

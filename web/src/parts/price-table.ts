@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-import { html, type TemplateResult } from 'lit';
+// Price lines as a table. Who may change them gives what stands at the end of each row.
+import { html, nothing, type TemplateResult } from 'lit';
 import { date, money, none, number, upTo } from '../format.js';
 import type { PriceLine } from '../host/records.js';
 
-export function priceTable(lines: PriceLine[], caption: string): TemplateResult {
+export function priceTable(lines: PriceLine[], caption: string, action?: (line: PriceLine) => TemplateResult): TemplateResult {
   return html`<div class="wide" tabindex="0" role="region" aria-label=${caption}>
     <table class="list">
       <caption class="unseen">${caption}</caption>
@@ -16,6 +17,7 @@ export function priceTable(lines: PriceLine[], caption: string): TemplateResult 
           <th scope="col" class="figure">Discount</th>
           <th scope="col" class="figure">Tax</th>
           <th scope="col">Group</th>
+          ${action ? html`<td></td>` : nothing}
         </tr>
       </thead>
       <tbody>
@@ -28,6 +30,7 @@ export function priceTable(lines: PriceLine[], caption: string): TemplateResult 
             <td class="figure">${discount(line)}</td>
             <td class="figure">${line.PRICETAXPERCENTAGE === null ? none : `${number(line.PRICETAXPERCENTAGE)} %`}</td>
             <td>${line.GROUPBY || none}</td>
+            ${action ? html`<td class="action">${action(line)}</td>` : nothing}
           </tr>`,
         )}
       </tbody>

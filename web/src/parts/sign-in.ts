@@ -16,11 +16,16 @@ export class SignIn extends Part {
     return html`<form class="sign-in" @submit=${this.submit}>
       ${this.inside ? '' : html`<h1>Mercato</h1>`}
       <label for="token">Token</label>
-      <input id="token" name="token" type="password" autocomplete="current-password" required autofocus />
+      <input id="token" name="token" type="password" autocomplete="current-password" required />
       <p class="hint">Made by <code>mercato token new</code>, or printed by <code>mercato serve</code> at its start.</p>
       ${refusal(this.failure ?? (this.refused ? new Error(this.refused) : undefined))}
       <button class="main" ?disabled=${this.busy}>Sign in</button>
     </form>`;
+  }
+
+  // `autofocus` works once in the life of a page.
+  protected override firstUpdated(): void {
+    this.querySelector('input')?.focus();
   }
 
   private async submit(event: Event): Promise<void> {

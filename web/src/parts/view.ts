@@ -20,6 +20,7 @@ export abstract class View extends Part {
   @state() protected loading = false;
 
   private pending?: AbortController;
+  private hadFocus = false;
   private readonly reload = () => void this.asking();
 
   protected abstract load(signal: AbortSignal): Promise<void>;
@@ -41,6 +42,12 @@ export abstract class View extends Part {
 
   protected override willUpdate(changed: PropertyValues<this>): void {
     if (changed.has('place')) void this.asking();
+    this.hadFocus = this.contains(document.activeElement);
+  }
+
+  // What had the focus may be gone. The next key goes on in this view then, and not at the head of the page.
+  protected override updated(_changed: PropertyValues<this>): void {
+    if (this.hadFocus && document.activeElement === document.body) this.closest('main')?.focus({ preventScroll: true });
   }
 
   protected async asking(): Promise<void> {

@@ -13,6 +13,7 @@ export interface Windowed {
 export class Windowing implements ReactiveController {
   first = 0;
   last = 40; // behind the last row; a guess until the list has been measured
+  height = 0; // of a row
 
   private watched?: HTMLElement;
   private readonly size = new ResizeObserver(() => this.measure());
@@ -53,13 +54,14 @@ export class Windowing implements ReactiveController {
 
   private measure(): void {
     const scroller = this.list.scroller();
-    if (!scroller || !scroller.clientHeight) return;
+    if (!scroller?.isConnected) return;
     const height = this.list.rowHeight();
     const first = Math.max(0, Math.floor(scroller.scrollTop / height) - spare);
     const last = Math.ceil((scroller.scrollTop + scroller.clientHeight) / height) + spare;
-    if (first === this.first && last === this.last) return;
+    if (first === this.first && last === this.last && height === this.height) return;
     this.first = first;
     this.last = last;
+    this.height = height;
     this.host.requestUpdate();
   }
 }

@@ -2,15 +2,17 @@
 // What products are sorted and described by: codes of UNSPSC, property groups, units.
 import { html, nothing, type TemplateResult } from 'lit';
 import { customElement, state } from 'lit/decorators.js';
-import { count, none } from '../format.js';
+import { count, none, number } from '../format.js';
 import { get } from '../host/requests.js';
 import type { Code, List, PropertyGroup, Unit } from '../host/records.js';
+import { bar } from '../parts/bars.js';
 import type { Branch, BranchTree } from '../parts/branch-tree.js';
+import { downTo } from '../parts/long-list.js';
 import { View, refusal } from '../parts/view.js';
 import { address, stay } from '../place.js';
-import '../parts/branch-tree.js';
 
-type CodeBranch = Branch & { code: Code };
+type CodeBranch = Branch & { code: Code; most: number }; // products of the branch beside it that has most
+type GroupRow = { group: PropertyGroup } | { property: PropertyGroup['properties'][number] };
 
 const tabs: [name: string, title: string][] = [
   ['unspsc', 'UNSPSC'],
@@ -20,15 +22,14 @@ const tabs: [name: string, title: string][] = [
 
 const most = 200; // codes that the host tells for one question
 
-const asBranch = (code: Code): CodeBranch => ({ id: code.code, hasChildren: code.hasChildren, code });
-
 @customElement('classification-view')
 export class ClassificationView extends View {
   @state() private roots?: CodeBranch[];
-  @state() private groups?: PropertyGroup[];
+  @state() private groups?: GroupRow[];
   @state() private units?: Unit[];
-  @state() private chosen = '';
   @state() private hits?: Code[];
+
+  private looked = ''; // what the hits were found by
 
   private get tab(): string {
     return this.place.parts[0] ?? 'unspsc';
@@ -38,16 +39,22 @@ export class ClassificationView extends View {
     return this.place.query.get('query') ?? '';
   }
 
+  private get code(): string {
+    return this.place.query.get('code') ?? '';
+  }
+
   protected async load(signal: AbortSignal): Promise<void> {
     if (this.tab === 'groups') {
-      this.groups = (await get<List<PropertyGroup>>('api/v1/property-groups', {}, signal)).items;
+      const { items } = await get<List<PropertyGroup>>('api/v1/property-groups', {}, signal);
+      this.groups = items.flatMap((group) => [{ group }, ...group.properties.map((property) => ({ property }))]);
     } else if (this.tab === 'units') {
       this.units = (await get<List<Unit>>('api/v1/units', {}, signal)).items;
     } else {
-      this.roots ??= (await get<List<Code>>('api/v1/unspsc', {}, signal)).items.map(asBranch);
-      this.hits = undefined;
-      const hits = this.query ? await codesOf(this.query, signal) : undefined;
-      if (!signal.aborted) this.hits = hits;
+      this.roots ??= await branchesBelow('', signal);
+      if (this.query !== this.looked) this.hits = undefined;
+      this.looked = this.query;
+      this.hits ??= this.query ? await codesOf(this.query, signal) : undefined;
+      if (!signal.aborted && this.code) await this.reach(this.code);
     }
   }
 
@@ -81,44 +88,46 @@ export class ClassificationView extends View {
           autocomplete="off"
           spellcheck="false"
           .value=${this.query}
-          @input=${(event: Event) => stay(address(['classification', 'unspsc'], { query: (event.target as HTMLInputElement).value }))}
+          @keydown=${downTo(() => this.querySelector('long-list'))}
+          @input=${(event: Event) => this.stayAt((event.target as HTMLInputElement).value, this.code)}
         />
       </form>
       ${this.query ? this.hitList() : nothing}
       <branch-tree
         label="Codes"
         .roots=${this.roots}
-        .chosen=${this.chosen}
-        .childrenOf=${async ({ id }: CodeBranch) => (await get<List<Code>>('api/v1/unspsc', { parent: id })).items.map(asBranch)}
-        .show=${({ code }: CodeBranch) => html`<span class="code muted">${code.code}</span> ${code.description || none}`}
-        @chosen=${(event: CustomEvent<CodeBranch>) => (this.chosen = event.detail.id)}
+        .chosen=${this.code}
+        .childrenOf=${({ id }: CodeBranch) => branchesBelow(id)}
+        .show=${codeRow}
+        @chosen=${(event: CustomEvent<CodeBranch>) => this.stayAt(this.query, event.detail.id)}
       ></branch-tree>
     `;
+  }
+
+  private stayAt(query: string, code: string): void {
+    stay(address(['classification', 'unspsc'], { query, code }));
   }
 
   private hitList(): TemplateResult {
     if (!this.hits) return html`<p class="found" role="status">${this.loading ? 'Looking …' : ''}</p>`;
     return html`
       <p class="found" role="status">${this.hits.length < most ? count(this.hits.length, 'code', 'codes') : `The first ${most} codes`}</p>
-      <ul class="hits plain">
-        ${this.hits.map(
-          ({ code, description }) =>
-            html`<li>
-              <button class="quiet" @click=${() => this.reach(code)}><span class="code muted">${code}</span> ${description || none}</button>
-            </li>`,
-        )}
-      </ul>
+      <long-list
+        label="Codes found"
+        kind="hit"
+        .items=${this.hits}
+        .to=${({ code }: Code) => address(['classification', 'unspsc'], { query: this.query, code })}
+        .show=${({ code, description }: Code) => html`<span class="code muted">${code}</span><span>${description || none}</span>`}
+        @above=${() => this.querySelector<HTMLElement>('#code')?.focus()}
+      ></long-list>
     `;
   }
 
   // A code is that of its parent and two digits more.
   private async reach(code: string): Promise<void> {
-    this.chosen = code;
     const path = Array.from({ length: code.length / 2 }, (_, i) => code.slice(0, 2 * i + 2));
-    const tree = this.querySelector<BranchTree<CodeBranch>>('branch-tree');
-    await tree?.reach(path);
-    tree?.querySelector<HTMLElement>('[role=tree]')?.focus({ preventScroll: true });
-    tree?.querySelector('.branch.active')?.scrollIntoView({ block: 'nearest' });
+    await this.updateComplete;
+    await this.querySelector<BranchTree<CodeBranch>>('branch-tree')?.reach(path);
   }
 
   private groupList(): TemplateResult | typeof nothing {
@@ -128,22 +137,7 @@ export class ClassificationView extends View {
         <h2>There is no property group yet</h2>
         <p><code>mercato group new NAME</code> makes one; a product of a group has the group’s properties.</p>
       </div>`;
-    return html`<div class="themes">
-      ${this.groups.map(
-        ({ PROPERTYGROUPID, PROPERTYGROUPNAME, properties }) => html`<section>
-          <h2>${PROPERTYGROUPNAME} <small class="muted">${PROPERTYGROUPID}</small></h2>
-          <ul class="plain">
-            ${properties.map(
-              (one) => html`<li>
-                ${one.PROPERTYNAME} ${one.MANDATORY ? html`<b class="mark">mandatory</b>` : nothing}
-                ${one.SHOWINPRODUCTSHEET ? html`<small class="muted">in the product sheet</small>` : nothing}
-              </li>`,
-            )}
-          </ul>
-          ${properties.length ? nothing : html`<p class="muted">Without properties.</p>`}
-        </section>`,
-      )}
-    </div>`;
+    return html`<long-list class="alone" label="Property groups and their properties" kind="member" .items=${this.groups} .show=${groupRow}></long-list>`;
   }
 
   private unitList(): TemplateResult | typeof nothing {
@@ -153,14 +147,43 @@ export class ClassificationView extends View {
         <h2>There is no unit yet</h2>
         <p>A script of statements brings them: <code>mercato execute reference.sql</code>.</p>
       </div>`;
-    return html`<table class="list narrow">
-      <caption class="unseen">Units</caption>
-      <thead><tr><th scope="col">Code</th><th scope="col">Description</th></tr></thead>
-      <tbody>
-        ${this.units.map(({ UNITCODE, UNITDESCRIPTION }) => html`<tr><td class="code">${UNITCODE}</td><td>${UNITDESCRIPTION || none}</td></tr>`)}
-      </tbody>
-    </table>`;
+    return html`<long-list
+      class="alone"
+      label="Units"
+      kind="hit"
+      .head=${html`<span>Code</span><span>Description</span>`}
+      .items=${this.units}
+      .show=${({ UNITCODE, UNITDESCRIPTION }: Unit) => html`<span class="code">${UNITCODE}</span><span>${UNITDESCRIPTION || none}</span>`}
+    ></long-list>`;
   }
+}
+
+async function branchesBelow(parent: string, signal?: AbortSignal): Promise<CodeBranch[]> {
+  const { items } = await get<List<Code>>('api/v1/unspsc', { parent, with: 'products' }, signal);
+  const most = Math.max(0, ...items.map(({ products }) => products ?? 0));
+  return items.map((code) => ({ id: code.code, hasChildren: code.hasChildren, code, most }));
+}
+
+// Bars compare a branch with those beside it.
+function codeRow({ code: { code, description, products }, most }: CodeBranch): TemplateResult {
+  return html`<span class="code muted">${code}</span> <span class="words">${description || none}</span>
+    ${products === undefined
+      ? nothing
+      : html`<span class="amount ${products ? '' : 'muted'}">${bar(products, most)}<span class="figure">${number(products)}<span class="unseen"> ${products === 1 ? 'product' : 'products'}</span></span></span>`}`;
+}
+
+function groupRow(row: GroupRow): TemplateResult {
+  if ('group' in row) {
+    const { PROPERTYGROUPNAME, PROPERTYGROUPID, properties } = row.group;
+    return html`<b>${PROPERTYGROUPNAME}</b>
+      <span class="muted">${properties.length ? count(properties.length, 'property', 'properties') : 'Without properties.'} Group ${PROPERTYGROUPID}</span>`;
+  }
+  const { PROPERTYNAME, MANDATORY, SHOWINPRODUCTSHEET } = row.property;
+  return html`<span class="inner">${PROPERTYNAME}</span>
+    <span>
+      ${MANDATORY ? html`<b class="mark">mandatory</b>` : nothing}
+      ${SHOWINPRODUCTSHEET ? html`<small class="muted">in the product sheet</small>` : nothing}
+    </span>`;
 }
 
 // Digits are the beginning of a code, anything else stands in a description.

@@ -1,19 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // Find: as one types, over part numbers and descriptions. What is asked for stands in the address.
-import { html, nothing, type PropertyValues, type TemplateResult } from 'lit';
+import { html, nothing, type TemplateResult } from 'lit';
 import { customElement, state } from 'lit/decorators.js';
-import { repeat } from 'lit/directives/repeat.js';
 import { count, none } from '../format.js';
 import { get } from '../host/requests.js';
 import type { Catalogue, FoundProduct, List, Page } from '../host/records.js';
+import { downTo } from '../parts/long-list.js';
 import { View, refusal } from '../parts/view.js';
-import { Windowing, styled } from '../parts/windowing.js';
+import { styled } from '../parts/windowing.js';
 import { address, stay, type Query } from '../place.js';
 
-const narrow = window.matchMedia('(max-width: 720px)');
 const pause = 120; // milliseconds behind the last key before the host is asked
-// As in the style sheet: two lines where there is no room for columns.
-const rowHeight = () => (narrow.matches ? 56 : 32);
 const filters = ['catalog', 'category', 'supplier', 'user'] as const;
 
 @customElement('find-view')
@@ -26,15 +23,9 @@ export class FindView extends View {
   private next: string | null = null;
   private fetching = false;
   private typed = 0;
-  private readonly sight = new Windowing(this, {
-    scroller: () => this.querySelector('.rows'),
-    rowHeight,
-  });
-  private readonly widthChanged = () => this.requestUpdate();
 
   override connectedCallback(): void {
     super.connectedCallback();
-    narrow.addEventListener('change', this.widthChanged);
     get<List<Catalogue>>('api/v1/catalogs').then(
       ({ items }) => (this.catalogues = items),
       () => undefined, // then one filter is without its names
@@ -43,17 +34,11 @@ export class FindView extends View {
 
   override disconnectedCallback(): void {
     super.disconnectedCallback();
-    narrow.removeEventListener('change', this.widthChanged);
     window.clearTimeout(this.typed);
   }
 
   protected override firstUpdated(): void {
-    this.querySelector<HTMLInputElement>('#query')?.focus();
-  }
-
-  protected override updated(changed: PropertyValues): void {
-    super.updated(changed);
-    if (this.next && this.sight.last > this.items.length - 20) void this.more();
+    this.focusQuery();
   }
 
   protected async load(signal: AbortSignal): Promise<void> {
@@ -81,7 +66,7 @@ export class FindView extends View {
           autocomplete="off"
           spellcheck="false"
           .value=${query.get('query') ?? ''}
-          @keydown=${this.downToRows}
+          @keydown=${downTo(() => this.querySelector('long-list'))}
         />
         <button type="button" class="filters-toggle" aria-expanded=${this.open} @click=${() => (this.open = !this.open)}>
           Filters${used ? ` (${used})` : ''}
@@ -123,34 +108,18 @@ export class FindView extends View {
   }
 
   private rows(): TemplateResult {
-    const height = rowHeight();
-    const shown = this.items.slice(this.sight.first, this.sight.last);
-    const all = this.next ? (this.total ?? -1) : this.items.length;
-    return html`
-      <div class="row head" aria-hidden="true">
-        <span>Part number</span><span>Supplier’s number</span><span>Description</span><span>Unit</span>
-      </div>
-      <div class="rows" tabindex="-1" @keydown=${this.walk}>
-        <ul ${styled({ height: `${this.items.length * height}px` })}>
-          ${repeat(
-            shown,
-            (item) => item.id,
-            (item, i) => this.row(item, this.sight.first + i, height, all),
-          )}
-        </ul>
-      </div>
-    `;
-  }
-
-  private row(item: FoundProduct, index: number, height: number, all: number): TemplateResult {
-    return html`<li aria-posinset=${index + 1} aria-setsize=${all} ${styled({ top: `${index * height}px`, height: `${height}px` })}>
-      <a class="row ${item.disabled ? 'disabled' : ''}" href=${address(['product', item.id])} data-index=${index}>
-        <span class="code">${item.partNumber}</span>
-        <span class="code muted">${item.supplierPartNumber || none}</span>
-        <span class="words">${item.description}${item.disabled ? html` <b class="mark">disabled</b>` : nothing}</span>
-        <span class="muted unit">${item.unit}</span>
-      </a>
-    </li>`;
+    return html`<long-list
+      class="found-products"
+      label="Products found"
+      kind="product"
+      .head=${html`<span>Part number</span><span>Supplier’s number</span><span>Description</span><span>Unit</span>`}
+      .items=${this.items}
+      .all=${this.next ? (this.total ?? -1) : this.items.length}
+      .to=${({ id }: FoundProduct) => address(['product', id])}
+      .show=${productRow}
+      @near-end=${this.more}
+      @above=${this.focusQuery}
+    ></long-list>`;
   }
 
   private found(): string {
@@ -196,6 +165,7 @@ export class FindView extends View {
 
   private clear(): void {
     stay(address(['find'], { query: this.place.query.get('query') ?? '' }));
+    this.focusQuery(); // the button that was pressed goes
   }
 
   private async more(): Promise<void> {
@@ -215,26 +185,14 @@ export class FindView extends View {
     }
   }
 
-  private downToRows(event: KeyboardEvent): void {
-    if (event.key === 'ArrowDown') {
-      event.preventDefault();
-      void this.focusRow(0);
-    }
+  private focusQuery(): void {
+    this.querySelector<HTMLInputElement>('#query')?.focus();
   }
+}
 
-  private walk(event: KeyboardEvent): void {
-    const row = (event.target as HTMLElement).closest<HTMLElement>('[data-index]');
-    const step = { ArrowDown: 1, ArrowUp: -1, PageDown: 15, PageUp: -15 }[event.key];
-    if (!row || !step) return;
-    event.preventDefault();
-    const index = Number(row.dataset['index']) + step;
-    if (index < 0) this.querySelector<HTMLInputElement>('#query')?.focus();
-    else void this.focusRow(Math.min(index, this.items.length - 1));
-  }
-
-  private async focusRow(index: number): Promise<void> {
-    this.sight.reveal(index);
-    await this.updateComplete;
-    this.querySelector<HTMLElement>(`[data-index="${index}"]`)?.focus({ preventScroll: true });
-  }
+function productRow({ partNumber, supplierPartNumber, description, disabled, unit }: FoundProduct): TemplateResult {
+  return html`<span class="code ${disabled ? 'muted' : ''}">${partNumber}</span>
+    <span class="code muted">${supplierPartNumber || none}</span>
+    <span class="words ${disabled ? 'muted' : ''}">${description}${disabled ? html` <b class="mark">disabled</b>` : nothing}</span>
+    <span class="muted unit">${unit}</span>`;
 }

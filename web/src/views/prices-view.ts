@@ -5,6 +5,7 @@ import { customElement, state } from 'lit/decorators.js';
 import { asDate, date, money, none, number, today } from '../format.js';
 import { get } from '../host/requests.js';
 import type { FoundProduct, HoldingPrice, Page, Product } from '../host/records.js';
+import { downTo } from '../parts/long-list.js';
 import { priceTable } from '../parts/price-table.js';
 import { stepChart } from '../parts/step-chart.js';
 import { View, refusal } from '../parts/view.js';
@@ -82,16 +83,19 @@ export class PricesView extends View {
           placeholder="Product: part number or description"
           autocomplete="off"
           spellcheck="false"
+          @keydown=${downTo(() => this.querySelector('long-list'))}
           @input=${this.typing}
         />
       </form>
       ${this.hits.length
-        ? html`<ul class="hits plain" aria-label="Products found">
-            ${this.hits.map(
-              ({ id, partNumber, description }) =>
-                html`<li><a href=${address(['prices'], { product: id })}><span class="code muted">${partNumber}</span> ${description}</a></li>`,
-            )}
-          </ul>`
+        ? html`<long-list
+            label="Products found"
+            kind="hit"
+            .items=${this.hits}
+            .to=${({ id }: FoundProduct) => address(['prices'], { product: id })}
+            .show=${({ partNumber, description }: FoundProduct) => html`<span class="code muted">${partNumber}</span><span>${description}</span>`}
+            @above=${() => this.querySelector<HTMLElement>('#product')?.focus()}
+          ></long-list>`
         : nothing}`;
   }
 

@@ -4,9 +4,9 @@ import { html, nothing, type TemplateResult } from 'lit';
 import { customElement, state } from 'lit/decorators.js';
 import { themes, type Field } from '../fields.js';
 import { number, time } from '../format.js';
-import { get, invoke } from '../host/requests.js';
-import type { Product, Value } from '../host/records.js';
-import { priceTable } from '../parts/price-table.js';
+import { ask, get, invoke } from '../host/requests.js';
+import type { PriceLine, Product, Value } from '../host/records.js';
+import { changesBetween, nameOf } from '../parts/price-lines.js';
 import { stepChart } from '../parts/step-chart.js';
 import { View, refusal } from '../parts/view.js';
 import { shownValue, typedValue } from '../parts/field-value.js';
@@ -22,7 +22,7 @@ interface Change {
 export class ProductView extends View {
   @state() private product?: Product;
   @state() private changed?: Change;
-  @state() private refused: unknown; // of what stands at the head
+  @state() private refused: unknown; // of a button that has no place of its own for it
 
   private get key(): number {
     return Number(this.place.parts[0]);
@@ -42,12 +42,7 @@ export class ProductView extends View {
     const { product } = this;
     if (!product) return html`<h1>Product ${this.place.parts[0]}</h1>${refusal(this.failure)}`;
     return html`
-      ${this.head(product)} ${refusal(this.failure)} ${refusal(this.refused)}
-      <div class="undo" role="status">
-        ${this.changed
-          ? html`<p>${this.changed.words} <button class="quiet" @click=${this.undo}>Undo</button></p>`
-          : nothing}
-      </div>
+      ${this.head(product)} ${refusal(this.failure)}
       <div class="themes">
         ${themes.map(
           ({ title, fields }) => html`<section>
@@ -67,6 +62,10 @@ export class ProductView extends View {
         ${this.ordering(product)} ${this.properties(product)} ${this.places(product)}
       </div>
       ${this.prices(product)} ${this.alternatives(product)}
+      <div class="undo" role="status">
+        ${this.changed ? html`<p>${this.changed.words} <button class="quiet" @click=${this.undo}>Undo</button></p>` : nothing}
+        ${refusal(this.refused)}
+      </div>
     `;
   }
 
@@ -149,9 +148,12 @@ export class ProductView extends View {
       <h2>Prices</h2>
       ${product.prices.length
         ? html`<div class="charts">${[...byQuantity(product.prices, now), ...overTime(product.prices, now)].map(stepChart)}</div>
-            ${priceTable(product.prices, 'Price lines')}
             <p><a href=${address(['prices'], { product: this.key })}>What it costs on a day, for a quantity</a></p>`
-        : html`<p class="muted">It has no price line. A document of prices brings them: <a href=${address(['upload'])}>Upload</a>.</p>`}
+        : html`<p class="muted">
+            It has no price
+            line.${this.mayChange ? html` Add one here, or <a href=${address(['upload'])}>upload a document of prices</a>.` : nothing}
+          </p>`}
+      <price-lines .lines=${product.prices} .editable=${this.mayChange} .write=${this.writePrice}></price-lines>
     </section>`;
   }
 
@@ -186,6 +188,21 @@ export class ProductView extends View {
         await this.asking();
       },
     );
+
+  private readonly writePrice = async (before: PriceLine | null, after: PriceLine | null): Promise<void> => {
+    const put = async (from: PriceLine | null, to: PriceLine | null) => {
+      await ask('POST', `api/v1/products/${this.key}/prices`, { json: { before: from, after: to } });
+      await this.asking();
+    };
+    await put(before, after);
+    const words =
+      before && after
+        ? `Of the price line ${nameOf(before)}: ${changesBetween(before, after)}.`
+        : after
+          ? `The price line ${nameOf(after)} was added.`
+          : `The price line ${nameOf(before as PriceLine)} was deleted.`;
+    this.changed = { words, undo: () => put(after, before) };
+  };
 
   // Writes a value, says what became of it, and keeps the way back.
   private async change(field: Field, to: string, present: () => Value, put: (value: string) => Promise<void>): Promise<void> {

@@ -2,11 +2,14 @@
 // Documents: chosen or dropped, looked at without a change, uploaded, followed, ended, and what became of earlier ones.
 import { html, nothing, type TemplateResult } from 'lit';
 import { customElement, state } from 'lit/decorators.js';
-import { count, none, number, seconds, time } from '../format.js';
+import { none, number, seconds, time } from '../format.js';
 import { ask, get, Failure } from '../host/requests.js';
 import type { Finding, List, Page, Upload } from '../host/records.js';
+import { bars, shares, type Bar } from '../parts/bars.js';
 import { View, refusal } from '../parts/view.js';
 import { address, go } from '../place.js';
+import '../parts/command-line.js';
+import '../parts/long-list.js';
 
 const kinds: Record<Upload['kind'], string> = {
   products: 'Products',
@@ -29,14 +32,14 @@ const outcomes: Record<Finding['outcome'], string> = {
   left: 'remains',
 };
 
-const shownFindings = 200; // at a time
+const findingsAtATime = 1000;
+const mostFindings = 20000; // in the page; the rest is in the store
 
 @customElement('upload-view')
 export class UploadView extends View {
   @state() private history?: Upload[];
   @state() private upload?: Upload;
   @state() private findings: Finding[] = [];
-  @state() private next: string | null = null;
   @state() private file?: File; // the document that is looked at, as long as the page is open
   @state() private kind: Upload['kind'] = 'products';
   @state() private onErrors: 'skip' | 'write' = 'skip';
@@ -67,7 +70,6 @@ export class UploadView extends View {
     }
     if (this.upload?.id !== this.key) this.upload = undefined;
     this.findings = [];
-    this.next = null;
     await this.look(signal);
     if (!signal.aborted && this.upload && isGoing(this.upload)) this.follow(this.key);
   }
@@ -87,7 +89,7 @@ export class UploadView extends View {
       ${this.mayChange
         ? html`${this.choice()}
             <h2>Earlier uploads</h2>
-            ${this.history?.length ? this.historyTable(this.history) : html`<p class="muted">${this.history ? 'None yet.' : ''}</p>`}`
+            ${this.history?.length ? this.earlier(this.history) : html`<p class="muted">${this.history ? 'None yet.' : ''}</p>`}`
         : html`<p>Your token may read only; uploads take one of a keeper.</p>`}
     `;
   }
@@ -128,31 +130,16 @@ export class UploadView extends View {
     `;
   }
 
-  private historyTable(uploads: Upload[]): TemplateResult {
-    return html`<div class="wide" tabindex="0" role="region" aria-label="Earlier uploads">
-      <table class="list">
-        <thead>
-          <tr>
-            <th scope="col">Started</th>
-            <th scope="col">What</th>
-            <th scope="col">State</th>
-            <th scope="col" class="figure">Read</th>
-            <th scope="col" class="figure">Findings</th>
-          </tr>
-        </thead>
-        <tbody>
-          ${uploads.map(
-            (one) => html`<tr>
-              <td class="day"><a href=${address(['upload', one.id])}>${one.started ? time(one.started) : 'not yet'}</a></td>
-              <td>${titleOf(one)}</td>
-              <td>${stateMark(one)}</td>
-              <td class="figure">${number(one.read)}</td>
-              <td class="figure">${number(one.findings)}</td>
-            </tr>`,
-          )}
-        </tbody>
-      </table>
-    </div>`;
+  private earlier(uploads: Upload[]): TemplateResult {
+    return html`<long-list
+      label="Earlier uploads"
+      kind="upload"
+      .head=${html`<span>Number</span><span>Started</span><span>What</span><span>State</span><span class="figure">Read</span
+        ><span class="figure">Findings</span>`}
+      .items=${uploads}
+      .to=${({ id }: Upload) => address(['upload', id])}
+      .show=${uploadRow}
+    ></long-list>`;
   }
 
   // One upload.
@@ -182,6 +169,12 @@ export class UploadView extends View {
       ${!going && upload.mode === 'preview' && !known
         ? html`<p class="muted">To upload the document, choose it again under <a href=${address(['upload'])}>Upload</a>: the page does not keep it.</p>`
         : nothing}
+      ${upload.mode === 'upload' && !going && upload.counts.inserted + upload.counts.updated > 0
+        ? html`<div class="way-back">
+            <p>Upload ${upload.id} is taken back on the command line, row by row as it was before:</p>
+            <command-line .command=${`mercato uploads undo ${upload.id}`}></command-line>
+          </div>`
+        : nothing}
       ${this.findingsOf(upload)}
     `;
   }
@@ -201,64 +194,37 @@ export class UploadView extends View {
   private counts(upload: Upload): TemplateResult {
     const { inserted, updated, refused, left } = upload.counts;
     const would = upload.mode === 'preview' ? 'would be ' : '';
-    const counts: [string, number][] = [
-      ['read', upload.read],
-      [`${would}inserted`, inserted],
-      [`${would}updated`, updated],
-      [`${would}refused`, refused],
-      [upload.mode === 'preview' ? 'would remain' : 'remain', left],
-      ['findings', upload.findings],
+    const counts: [string, string, number][] = [
+      ['', 'read', upload.read],
+      ['inserted', `${would}inserted`, inserted],
+      ['updated', `${would}updated`, updated],
+      ['refused', `${would}refused`, refused],
+      ['left', upload.mode === 'preview' ? 'would remain' : 'remain', left],
+      ['', 'findings', upload.findings],
     ];
-    return html`<dl class="counts">
-      ${counts.map(([name, n]) => html`<div><dt>${name}</dt><dd>${number(n)}</dd></div>`)}
-    </dl>`;
+    return html`${shares(Object.entries({ inserted, updated, refused, left }))}
+      <dl class="counts">
+        ${counts.map(([name, title, n]) => html`<div class=${name}><dt>${title}</dt><dd>${number(n)}</dd></div>`)}
+      </dl>`;
   }
 
-  private findingsOf(upload: Upload): TemplateResult {
-    if (!this.findings.length)
-      return html`<p class="muted">${isGoing(upload) ? '' : upload.findings ? '' : 'Nothing was found to be wrong.'}</p>`;
+  private findingsOf(upload: Upload): TemplateResult | typeof nothing {
+    if (isGoing(upload)) return nothing;
+    if (!upload.findings) return html`<p class="muted">Nothing was found to be wrong.</p>`;
+    if (!this.findings.length) return nothing;
+    const some = this.findings.length < upload.findings ? `, of the first ${number(this.findings.length)}` : '';
     return html`
-      <h2>Findings</h2>
-      ${this.byField()}
-      <div class="wide" tabindex="0" role="region" aria-label="Findings">
-        <table class="list">
-          <thead>
-            <tr><th scope="col">Part number</th><th scope="col">Field</th><th scope="col">Value</th><th scope="col">Reason</th><th scope="col">Record</th></tr>
-          </thead>
-          <tbody>
-            ${this.findings.map(
-              ({ partNumber, field, value, reason, outcome }) => html`<tr>
-                <td class="code">${partNumber || none}</td>
-                <td>${field || none}</td>
-                <td>${value || none}</td>
-                <td>${reason}</td>
-                <td>${outcomes[outcome] ?? outcome}</td>
-              </tr>`,
-            )}
-          </tbody>
-        </table>
-      </div>
-      ${this.next ? html`<button @click=${this.moreFindings}>More findings</button>` : nothing}
+      <h2>Findings by field and reason${some}</h2>
+      ${bars(byFieldAndReason(this.findings))}
+      <h2>Each finding${some}</h2>
+      <long-list
+        label="Findings"
+        kind="finding"
+        .head=${html`<span>Part number</span><span>Field</span><span>Value</span><span>Reason</span><span>Record</span>`}
+        .items=${this.findings}
+        .show=${findingRow}
+      ></long-list>
     `;
-  }
-
-  // What is wrong by field, as bars: of those that are shown.
-  private byField(): TemplateResult {
-    const counted = new Map<string, number>();
-    for (const { field } of this.findings) counted.set(field || 'the whole record', (counted.get(field || 'the whole record') ?? 0) + 1);
-    const sorted = [...counted].sort((a, b) => b[1] - a[1]);
-    const most = sorted[0]?.[1] ?? 1;
-    return html`<dl class="bars">
-      ${sorted.map(
-        ([field, n]) => html`<div>
-          <dt>${field}</dt>
-          <dd>
-            <svg viewBox="0 0 100 8" preserveAspectRatio="none" aria-hidden="true"><rect width=${(100 * n) / most} height="8" /></svg>
-            ${count(n, 'finding', 'findings')}
-          </dd>
-        </div>`,
-      )}
-    </dl>`;
   }
 
   private async look(signal?: AbortSignal): Promise<void> {
@@ -266,7 +232,7 @@ export class UploadView extends View {
     const upload = await get<Upload>(`api/v1/uploads/${encodeURIComponent(id)}`, {}, signal);
     if (signal?.aborted || id !== this.key) return;
     this.upload = upload;
-    if (!isGoing(upload) && upload.findings && !this.findings.length) await this.moreFindings();
+    if (!isGoing(upload) && upload.findings && !this.findings.length) await this.fetchFindings(id, signal);
   }
 
   // The events carry the upload as it is. When the host goes away the browser asks again, and the host tells what was missed.
@@ -286,13 +252,16 @@ export class UploadView extends View {
     });
   }
 
-  private readonly moreFindings = async (): Promise<void> => {
-    const id = this.key ?? '';
-    const page = await get<Page<Finding>>(`api/v1/uploads/${encodeURIComponent(id)}/findings`, { limit: shownFindings, after: this.next ?? undefined });
-    if (id !== this.key) return;
-    this.findings = [...this.findings, ...page.items];
-    this.next = page.next;
-  };
+  // All of them, so that they can be counted by field; a page at a time, so that the first ones are seen at once.
+  private async fetchFindings(id: string, signal?: AbortSignal): Promise<void> {
+    let after: string | undefined;
+    do {
+      const page: Page<Finding> = await get(`api/v1/uploads/${encodeURIComponent(id)}/findings`, { limit: findingsAtATime, after }, signal);
+      if (signal?.aborted || id !== this.key) return;
+      this.findings = after ? [...this.findings, ...page.items] : page.items;
+      after = page.next ?? undefined;
+    } while (after && this.findings.length < mostFindings);
+  }
 
   private async send(mode: Upload['mode'], kind = this.kind): Promise<void> {
     if (!this.file) return;
@@ -311,6 +280,7 @@ export class UploadView extends View {
   }
 
   private async cancel(): Promise<void> {
+    this.refused = undefined;
     try {
       await ask('DELETE', `api/v1/uploads/${encodeURIComponent(this.key ?? '')}`);
       await this.look();
@@ -335,6 +305,36 @@ export class UploadView extends View {
   private picked(event: Event): void {
     this.file = (event.target as HTMLInputElement).files?.[0] ?? this.file;
   }
+}
+
+function uploadRow(upload: Upload): TemplateResult {
+  return html`<span class="code muted">${upload.id}</span>
+    <span class="day">${upload.started ? time(upload.started) : 'not yet'}</span>
+    <span class="words">${titleOf(upload)}</span>
+    <span class="state">${stateMark(upload)}</span>
+    <span class="figure"><span class="unseen">read </span>${number(upload.read)}</span>
+    <span class="figure"><span class="unseen">findings </span>${number(upload.findings)}</span>`;
+}
+
+function findingRow({ partNumber, field, value, reason, outcome }: Finding): TemplateResult {
+  return html`<span class="code" title=${partNumber ?? ''}>${partNumber || none}</span>
+    <span title=${field ?? ''}>${field || none}</span>
+    <span title=${value ?? ''}>${value || none}</span>
+    <span class="reason" title=${reason}>${reason}</span>
+    <span class="muted">${outcomes[outcome] ?? outcome}</span>`;
+}
+
+function byFieldAndReason(findings: Finding[]): Bar[] {
+  const counted = (names: string[]): Bar[] => {
+    const counts = new Map<string, number>();
+    for (const name of names) counts.set(name, (counts.get(name) ?? 0) + 1);
+    return [...counts].map(([label, n]) => ({ label, n, below: [] })).sort((a, b) => b.n - a.n);
+  };
+  const fieldOf = ({ field }: Finding) => field || 'the whole record';
+  return counted(findings.map(fieldOf)).map((bar) => {
+    const reasons = counted(findings.filter((one) => fieldOf(one) === bar.label).map(({ reason }) => reason));
+    return { ...bar, below: reasons };
+  });
 }
 
 function isGoing({ state }: Upload): boolean {
