@@ -128,7 +128,6 @@ void drop_known_properties(store::Session& session, std::int32_t upload, std::ve
 
 ChangedRecords settle(store::Session& session, std::int32_t upload, std::int32_t part, std::string_view reach_text,
                       std::string_view images) {
-  session.start_transaction();
   const Reach reach = reach_of(reach_text);
   Changes changes = changes_between(reach, images, rows_within(session, reach));
   drop_known_properties(session, upload, changes.rows);
@@ -138,7 +137,6 @@ ChangedRecords settle(store::Session& session, std::int32_t upload, std::int32_t
                   << changes.records.inserted << ", UPDATED = UPDATED + " << changes.records.updated
                   << " WHERE UPLOADID = " << upload);
   renew_upload(session, upload);
-  session.commit();
   return changes.records;
 }
 
@@ -154,6 +152,29 @@ std::vector<JournaledRow> read_rows(store::Session& session, const Sql& sql) {
   return rows;
 }
 
+// The transaction at hand, or else one of its own.
+class JoinedTransaction {
+ public:
+  explicit JoinedTransaction(const std::string& connection_string) {
+    store::UnitOfWork* unit = store::UnitOfWork::current();
+    if (unit != nullptr && unit->kind() == store::UnitOfWork::Kind::transaction) {
+      session_ = &unit->session(connection_string);
+      return;
+    }
+    own_ = store::acquire_session(connection_string);
+    own_->start_transaction();
+    session_ = own_.get();
+  }
+  store::Session& session() const { return *session_; }
+  void commit() {
+    if (own_) own_->commit();
+  }
+
+ private:
+  store::PooledSession own_;
+  store::Session* session_ = nullptr;
+};
+
 Sql first_rows(std::int32_t most) {
   return Sql("SELECT TOP ") << most
                             << " SEQUENCE, TABLENAME, RECORD, BEFOREIMAGE, AFTERIMAGE FROM MERCATO_UPLOAD_ROW "
@@ -163,14 +184,17 @@ Sql first_rows(std::int32_t most) {
 }  // namespace
 
 Journal::Journal(std::string connection_string, const NewUpload& upload)
-    : connection_string_(std::move(connection_string)) {
+    : connection_string_(std::move(connection_string)), is_own_(true) {
   const store::PooledSession session = store::acquire_session(connection_string_);
   earlier_ = uploads_of_file(*session.get(), upload.hash);
   id_ = begin_upload(*session.get(), upload);
 }
 
+Journal::Journal(std::string connection_string, std::int32_t upload)
+    : connection_string_(std::move(connection_string)), id_(upload) {}
+
 Journal::~Journal() {
-  if (ended_) return;
+  if (!is_own_) return;
   try {
     const store::PooledSession session = store::acquire_session(connection_string_);
     Upload upload;
@@ -183,27 +207,32 @@ Journal::~Journal() {
 }
 
 void Journal::before(Reach::Kind kind, std::span<const std::string> keys) {
-  after();
-  const store::PooledSession session = store::acquire_session(connection_string_);
-  session->start_transaction();
-  const store::TableInfo parts = table_of(*session.get(), "MERCATO_UPLOAD_PART");
-  const std::int32_t properties = kind == Reach::Kind::products ? largest_property(*session.get()) : 0;
+  JoinedTransaction joined(connection_string_);
+  store::Session& session = joined.session();
+  add(settle_parts(session, id_));
+  const store::TableInfo parts = table_of(session, "MERCATO_UPLOAD_PART");
+  const std::int32_t properties = kind == Reach::Kind::products ? largest_property(session) : 0;
   std::size_t begin = 0;
   do {
     const auto some = keys.subspan(begin, std::min(kKeysInPart, keys.size() - begin));
     const Reach reach{kind, {some.begin(), some.end()}, properties};
     const std::vector<Variant> part = {id_, next_part_++, exchange::text_of(reach),
-                                       text_of(rows_within(*session.get(), reach))};
-    session->copy_rows(parts, std::span(&part, 1));
+                                       text_of(rows_within(session, reach))};
+    session.copy_rows(parts, std::span(&part, 1));
     begin += kKeysInPart;
   } while (begin < keys.size());
-  renew_upload(*session.get(), id_);
-  session->commit();
+  renew_upload(session, id_);
+  joined.commit();
 }
 
 void Journal::after() {
-  const store::PooledSession session = store::acquire_session(connection_string_);
-  const ChangedRecords changed = settle_parts(*session.get(), id_);
+  JoinedTransaction joined(connection_string_);
+  const ChangedRecords changed = settle_parts(joined.session(), id_);
+  joined.commit();
+  add(changed);
+}
+
+void Journal::add(const ChangedRecords& changed) {
   inserted_ += changed.inserted;
   updated_ += changed.updated;
 }
@@ -221,7 +250,7 @@ void Journal::end(const UploadResult& outcome, std::span<const KeptFinding> find
   session->start_transaction();
   end_upload(*session.get(), id_, outcome, findings);
   session->commit();
-  ended_ = true;
+  is_own_ = false;
 }
 
 std::vector<JournaledRow> journaled_rows(store::Session& session, std::int32_t upload, std::int32_t beyond,
@@ -269,8 +298,8 @@ ChangedRecords settle_parts(store::Session& session, std::int32_t upload) {
 
 void settle_if_cut_short(store::Session& session, const Upload& upload) {
   if (!upload.cut_short) return;
-  settle_parts(session, upload.id);
   session.start_transaction();
+  settle_parts(session, upload.id);
   // What the document had is not known any more; what was changed is.
   UploadCounts counts = upload_of(session, upload.id).counts;
   counts.read = counts.inserted + counts.updated;

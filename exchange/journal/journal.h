@@ -16,11 +16,18 @@
 
 namespace mercato::exchange {
 
+struct ChangedRecords {
+  std::int32_t inserted = 0;
+  std::int32_t updated = 0;
+};
+
 class Journal {
  public:
   // The upload runs from now on. Raises what the store raises.
   Journal(std::string connection_string, const NewUpload& upload);
-  // One that was not ended has failed.
+  // Of an upload that runs already; whoever began it ends it.
+  Journal(std::string connection_string, std::int32_t upload);
+  // One that it began and that was not ended has failed.
   ~Journal();
   Journal(const Journal&) = delete;
   Journal& operator=(const Journal&) = delete;
@@ -29,6 +36,8 @@ class Journal {
   // Uploads of the same file before this one, newest first.
   const std::vector<Upload>& earlier() const { return earlier_; }
 
+  // These work in the transaction at hand, if there is one: what it takes back, the journal never had.
+
   // What can be touched next. The part before is told apart first.
   void before(Reach::Kind kind, std::span<const std::string> keys);
   // Nothing more is written of it.
@@ -36,20 +45,25 @@ class Journal {
   // Rows that the transaction at hand has inserted: they are kept with it, or not at all.
   void inserted(const Reach& reach);
 
-  // Of the rows that stand for records, so far: products, price lines, codes, catalogues.
+  // Of the rows that stand for records, so far, also of what was taken back: products, price lines, codes, catalogues.
   std::int32_t rows_inserted() const { return inserted_; }
   std::int32_t rows_updated() const { return updated_; }
+  std::size_t records_changed() const {
+    return static_cast<std::size_t>(inserted_) + static_cast<std::size_t>(updated_);
+  }
 
   void end(const UploadResult& outcome, std::span<const KeptFinding> findings);
 
  private:
+  void add(const ChangedRecords& changed);
+
   const std::string connection_string_;
   std::int32_t id_ = 0;
+  bool is_own_ = false;  // it is to be ended
   std::vector<Upload> earlier_;
   std::int32_t next_part_ = 1;
   std::int32_t inserted_ = 0;
   std::int32_t updated_ = 0;
-  bool ended_ = false;
 };
 
 // A row that an upload has changed. Without `before` it was inserted, without `after` deleted.
@@ -68,11 +82,7 @@ std::vector<JournaledRow> journaled_rows_backwards(store::Session& session, std:
                                                    std::int32_t most);
 void keep_rows(store::Session& session, std::int32_t upload, std::span<const JournaledRow> rows);
 
-struct ChangedRecords {
-  std::int32_t inserted = 0;
-  std::int32_t updated = 0;
-};
-// Tells the rows of all parts apart that the upload has left, each part in a transaction of its own.
+// Tells the rows of all parts apart that the upload has left, in the transaction of the caller.
 ChangedRecords settle_parts(store::Session& session, std::int32_t upload);
 // The same for an upload whose process is gone, which has failed then.
 void settle_if_cut_short(store::Session& session, const Upload& upload);

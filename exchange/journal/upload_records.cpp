@@ -191,7 +191,7 @@ void end_upload(store::Session& session, std::int32_t id, const UploadResult& ou
                 std::span<const KeptFinding> findings) {
   keep_findings(session, id, findings);
   Fields fields;
-  fields.add("STATE", outcome.stopped_by.empty() ? "done" : "failed");
+  fields.add("STATE", outcome.cancelled ? "cancelled" : outcome.stopped_by.empty() ? "done" : "failed");
   fields.add("ENDED", universal());
   fields.add_counts(outcome.counts);
   fields.add("FINDINGCOUNT", static_cast<std::int32_t>(findings.size()));

@@ -55,6 +55,7 @@ struct NewUpload {
 struct UploadResult {
   UploadCounts counts;
   std::string stopped_by;  // what ended it early; empty when nothing did
+  bool cancelled = false;  // by somebody who wanted its end
 };
 
 // What an upload said of a record.

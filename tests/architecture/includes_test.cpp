@@ -78,6 +78,7 @@ const std::vector<Inner>& inner_rooms() {
       {"exchange", {"exchange/input", "exchange/formats", "exchange/stored", "exchange/writers"}},
       {"exchange/input", {"exchange/item.h"}},
       {"exchange/journal", {}},
+      {"exchange/uploading", {"exchange", "exchange/journal"}},
       {"exchange/formats", {"exchange/input", "exchange/stored", "exchange/item.h", "exchange/read_values.h"}},
       {"exchange/stored", {}},
       {"exchange/writers",

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The price upload command's own work, with a clock and failures of the test.
-#include "tools/cli/upload/price_document.h"
+#include "exchange/uploading/price_document.h"
 
 #include "mercato/date.h"
 #include "tests/support/store_fixture.h"
@@ -10,7 +10,7 @@
 namespace mercato::test {
 namespace {
 
-using cli::UploadReport;
+using exchange::UploadReport;
 
 class ToolPriceUpload : public StoreTest {
  protected:
@@ -33,15 +33,15 @@ class ToolPriceUpload : public StoreTest {
     for (int number = 1; number <= count; ++number) text += line(key, std::to_string(number));
     return text;
   }
-  UploadReport upload(const std::string& records, std::size_t most_failures = cli::kMostFailures) {
+  UploadReport upload(const std::string& records, std::size_t most_failures = exchange::kMostFailures) {
     write_whole(folder() / "prices.xml", "<ProductPrices>" + records + "</ProductPrices>");
     return upload_file(folder() / "prices.xml", most_failures);
   }
-  UploadReport upload_file(const std::filesystem::path& path, std::size_t most_failures = cli::kMostFailures) {
-    cli::PriceUpload upload({.document = path.string(),
-                             .file_key = "test",
-                             .web_root = (folder() / "web").string(),
-                             .most_failures = most_failures});
+  UploadReport upload_file(const std::filesystem::path& path, std::size_t most_failures = exchange::kMostFailures) {
+    exchange::PriceUpload upload({.document = path.string(),
+                                  .file_key = "test",
+                                  .web_root = (folder() / "web").string(),
+                                  .most_failures = most_failures});
     return upload.run();
   }
   static std::vector<std::size_t> part_numbers_given(const Recorder& recorder) {
@@ -51,9 +51,9 @@ class ToolPriceUpload : public StoreTest {
         counts.push_back(call.arguments[2].to_array().items.size());
     return counts;
   }
-  static std::vector<std::string> told(const std::vector<cli::UploadFinding>& findings) {
+  static std::vector<std::string> told(const std::vector<exchange::UploadFinding>& findings) {
     std::vector<std::string> texts;
-    for (const cli::UploadFinding& finding : findings)
+    for (const exchange::UploadFinding& finding : findings)
       texts.push_back(finding.part_number + "/" + std::to_string(finding.line) + "/" + finding.field + "/" +
                       finding.value + "/" + finding.reason);
     return texts;

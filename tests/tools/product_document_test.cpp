@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The upload command's own work, with a clock and failures of the test.
-#include "tools/cli/upload/product_document.h"
+#include "exchange/uploading/product_document.h"
 
 #include <functional>
 #include <utility>
@@ -11,11 +11,12 @@
 #include "tests/tools/upload_checks.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
+#include "tools/cli/upload/report_printing.h"
 
 namespace mercato::test {
 namespace {
 
-using cli::UploadReport;
+using exchange::UploadReport;
 
 // Once, at a statement with this text, the store fails as if it were gone.
 class LostStore : public store::StatementObserver {
@@ -54,10 +55,10 @@ class ToolUpload : public StoreTest {
     return upload_file(folder() / "records.xml", update_only);
   }
   UploadReport upload_file(const std::filesystem::path& path, bool update_only = false) {
-    cli::ProductUpload upload(
-        {.source = {.document = path.string(), .file_key = "test", .web_root = (folder() / "web").string()},
-         .update_only = update_only});
-    return upload.run();
+    return exchange::ProductUpload(
+               {.document = path.string(), .file_key = "test", .web_root = (folder() / "web").string()},
+               {.update_only = update_only})
+        .run();
   }
   // How many records each call of the library was given.
   static std::vector<std::size_t> records_given(const Recorder& recorder) {
@@ -266,10 +267,8 @@ TEST_F(ToolUpload, EndsWhenMoreRecordsHaveFailedThanMay) {
   const std::string failing = "<COLOUR>black'n'white</COLOUR>";
   write_whole(folder() / "records.xml", "<Products>" + record("P-1", failing) + record("P-2") + record("P-3", failing) +
                                             record("P-4", failing) + record("P-5") + "</Products>");
-  cli::ProductUpload upload({.source = {.document = folder() / "records.xml",
-                                        .file_key = "test",
-                                        .web_root = folder() / "web",
-                                        .most_failures = 2}});
+  exchange::ProductUpload upload(
+      {.document = folder() / "records.xml", .file_key = "test", .web_root = folder() / "web", .most_failures = 2});
   const UploadReport report = upload.run();
   expect_counts(report, 1, 2, 2);
   EXPECT_EQ(

@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "exchange/uploading/upload_report.h"
 #include "tests/tools/run_tool.h"
-#include "tools/cli/upload/upload_report.h"
 
 namespace mercato::test {
 
-inline void expect_counts(const cli::UploadReport& report, std::size_t applied, std::size_t refused,
+inline void expect_counts(const exchange::UploadReport& report, std::size_t applied, std::size_t refused,
                           std::size_t remaining) {
   EXPECT_EQ(report.applied(), applied);
   EXPECT_EQ(report.refused, refused);

@@ -5,16 +5,18 @@
 #include <csignal>
 #include <nlohmann/json.hpp>
 
+#include "exchange/uploading/price_document.h"
+#include "exchange/uploading/product_document.h"
 #include "tests/platform/whole_files.h"
 #include "tests/support/store_fixture.h"
 #include "tests/tools/upload_checks.h"
-#include "tools/cli/upload/price_document.h"
-#include "tools/cli/upload/product_document.h"
+#include "tools/cli/upload/report_printing.h"
+#include "tools/cli/upload/terminal_watcher.h"
 
 namespace mercato::test {
 namespace {
 
-using cli::UploadReport;
+using exchange::UploadReport;
 
 // At the first statement with this text Ctrl-C is pressed.
 class PressedCtrlC : public store::StatementObserver {
@@ -58,9 +60,9 @@ class UploadRest : public StoreTest {
            "</Price><QuantityTo>" + quantity_to + "</QuantityTo><PriceEffectiveDate>1/1/2026</PriceEffectiveDate>" +
            "<PriceExpiryDate>12/31/2026</PriceExpiryDate></ProductPrice>\n";
   }
-  cli::UploadSource source(const std::string& text) const {
+  exchange::UploadSource source(const std::string& text) const {
     write_whole(folder() / "records.xml", text);
-    cli::UploadSource source;
+    exchange::UploadSource source;
     source.document = (folder() / "records.xml").string();
     source.file_key = "test";
     source.web_root = (folder() / "web").string();
@@ -69,13 +71,15 @@ class UploadRest : public StoreTest {
     return source;
   }
   UploadReport upload(const std::string& records, bool atomic = false) const {
-    cli::ProductUpload::Options options{.source = source("<Products>\n" + records + "</Products>")};
-    options.source.atomic = atomic;
-    return run(options);
+    exchange::UploadSource all = source("<Products>\n" + records + "</Products>");
+    all.atomic = atomic;
+    return run(all);
   }
-  static UploadReport run(const cli::ProductUpload::Options& options) { return cli::ProductUpload(options).run(); }
+  static UploadReport run(const exchange::UploadSource& source) {
+    return cli::run_at_terminal<exchange::ProductUpload>(source);
+  }
   UploadReport upload_prices(const std::string& lines) const {
-    return cli::PriceUpload(source("<ProductPrices>\n" + lines + "</ProductPrices>")).run();
+    return cli::run_at_terminal<exchange::PriceUpload>(source("<ProductPrices>\n" + lines + "</ProductPrices>"));
   }
   // As a document writes it.
   static std::string loaded_text(const std::string& element) {
@@ -127,8 +131,8 @@ TEST_F(UploadRest, HasEachRecordThatWasRefusedOrIsLeftWithItsLineAndReasons) {
   for (const auto& [wrong, right] :
        {std::pair("12,50<", "12.50<"), std::pair("it's<", "its<"), std::pair("many<", "9<")})
     corrected.replace(corrected.find(wrong), std::string(wrong).size(), right);
-  cli::UploadSource again = source(corrected);
-  expect_counts(run({.source = again}), 2, 1, 1);
+  exchange::UploadSource again = source(corrected);
+  expect_counts(run(again), 2, 1, 1);
   EXPECT_EQ(stored(), (Texts{"A", "B", "C"}));
 }
 
@@ -151,9 +155,9 @@ TEST_F(UploadRest, OfPricesHasTheLinesOfUnknownProductsToo) {
 }
 
 TEST_F(UploadRest, IsWrittenAsLinesOfJsonWhenThoseAreAskedFor) {
-  cli::UploadSource lines = source("<Products>\n" + record("A", "<LOTSIZE>x</LOTSIZE>") + "</Products>");
+  exchange::UploadSource lines = source("<Products>\n" + record("A", "<LOTSIZE>x</LOTSIZE>") + "</Products>");
   lines.rest_as_lines = true;
-  expect_counts(run({.source = lines}), 0, 1, 0);
+  expect_counts(run(lines), 0, 1, 0);
   const auto json = nlohmann::json::parse(read_whole(rest_file()));
   EXPECT_EQ(json.at("line"), 2);
   EXPECT_EQ(json.at("partNumber"), "A");
@@ -162,20 +166,20 @@ TEST_F(UploadRest, IsWrittenAsLinesOfJsonWhenThoseAreAskedFor) {
 }
 
 TEST_F(UploadRest, OfAnUploadThatTakesValuesAsItIsToldIsEmpty) {
-  cli::UploadSource told = source("<Products>\n" + record("A", "<LOTSIZE>12,50</LOTSIZE><BROKEN>it's</BROKEN>") +
-                                  record("B", "<LOTSIZE>3</LOTSIZE>") + "</Products>");
+  exchange::UploadSource told = source("<Products>\n" + record("A", "<LOTSIZE>12,50</LOTSIZE><BROKEN>it's</BROKEN>") +
+                                       record("B", "<LOTSIZE>3</LOTSIZE>") + "</Products>");
   told.judging->decimal_sign = ',';
   told.judging->accepted = {exchange::Reason::apostrophe};
-  expect_counts(run({.source = told}), 2, 0, 0);
+  expect_counts(run(told), 2, 0, 0);
   EXPECT_EQ(value_of("SELECT LOTSIZE FROM PRODUCT WHERE BUYFROMPARTNUMBER='A'"), Variant(12.5));
   EXPECT_EQ(value_of("SELECT VALUE FROM PRODUCTPROPVALUE"), Variant("it’s"));
   EXPECT_EQ(value_of("SELECT LOTSIZE FROM PRODUCT WHERE BUYFROMPARTNUMBER='B'"), Variant(3.0));
 }
 
 TEST_F(UploadRest, NamesWhatWasLeftOutOfARecordAndCountsItAsRepaired) {
-  cli::UploadSource told = source("<Products>\n" + record("A", "<LOTSIZE>-5</LOTSIZE>") + "</Products>");
+  exchange::UploadSource told = source("<Products>\n" + record("A", "<LOTSIZE>-5</LOTSIZE>") + "</Products>");
   told.judging->accepted = {exchange::Reason::negative};
-  const UploadReport report = run({.source = told});
+  const UploadReport report = run(told);
   expect_counts(report, 1, 0, 0);
   EXPECT_EQ(report.repaired, 1u);
   ASSERT_EQ(report.dropped.size(), 1u);
@@ -211,7 +215,7 @@ TEST_F(UploadRest, OfAnInterruptedUploadIsWhatItDidNotComeTo) {
   EXPECT_EQ(stored(), (Texts{"A", "B", "C"}));
   EXPECT_EQ(part_numbers_in(rest_file()), (Texts{"D", "E"}));
   EXPECT_EQ(part_numbers_in(report.remaining_file), (Texts{"D", "E"}));
-  expect_counts(run({.source = source(read_whole(rest_file()))}), 2, 0, 0);
+  expect_counts(run(source(read_whole(rest_file()))), 2, 0, 0);
 }
 
 TEST_F(UploadRest, OfInterruptedPricesIsWhatTheyDidNotComeTo) {
@@ -224,9 +228,9 @@ TEST_F(UploadRest, OfInterruptedPricesIsWhatTheyDidNotComeTo) {
 }
 
 TEST_F(UploadRest, ThatCannotBeWrittenIsTold) {
-  cli::UploadSource nowhere = source("<Products>\n" + record("A") + "</Products>");
+  exchange::UploadSource nowhere = source("<Products>\n" + record("A") + "</Products>");
   nowhere.rest_file = (folder() / "none/rest.xml").string();
-  const UploadReport report = run({.source = nowhere});
+  const UploadReport report = run(nowhere);
   expect_counts(report, 1, 0, 0);
   EXPECT_EQ(report.rest_file, "");
   EXPECT_EQ(report.stopped_by, "The rest was not written: The file \"" + nowhere.rest_file + "\" cannot be written.");

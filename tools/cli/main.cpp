@@ -13,6 +13,7 @@
 #include <optional>
 
 #include "frame/schema_versions.h"
+#include "frame/sentence.h"
 #include "mercato/raised_error.h"
 #include "mercato/server.h"
 #include "mercato/settings.h"
@@ -34,7 +35,6 @@
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/shell.h"
 #include "tools/cli/terminal/pager.h"
-#include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/json_values.h"
 #include "tools/gateway/memory_reserve.h"

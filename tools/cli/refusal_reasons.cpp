@@ -7,11 +7,11 @@
 #include <utility>
 
 #include "collaborators/grundwerk/referential_checker.h"
+#include "frame/sentence.h"
 #include "frame/table_columns.h"
 #include "mercato/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/listing.h"
-#include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
 #include "values/text.h"
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <iostream>
 
+#include "frame/sentence.h"
 #include "tools/cli/library.h"
-#include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
 
 namespace mercato::cli {
@@ -22,22 +22,32 @@ UploadJournal::UploadJournal(bool wanted, const std::string& kind, const std::st
             << "` tells of it.\n";
 }
 
-void UploadJournal::end(const exchange::UploadResult& outcome, std::size_t applied,
-                        const std::vector<exchange::KeptFinding>& findings) {
+template <class Work>
+void UploadJournal::telling_failures(const exchange::UploadResult& outcome, const Work& work) {
   if (!journal_) return;
   try {
-    journal_->after();
-    exchange::UploadResult kept = outcome;
-    kept.counts.inserted = journal_->rows_inserted();
-    kept.counts.updated = journal_->rows_updated();
-    kept.counts.unchanged =
-        std::max(0, static_cast<std::int32_t>(applied) - kept.counts.inserted - kept.counts.updated);
-    journal_->end(kept, findings);
+    work();
   } catch (const Raised& raised) {
     if (!outcome.stopped_by.empty()) return;  // the report says what is wrong with the store
     std::cerr << "mercato: The journal of upload " << journal_->id() << " was not ended: " << sentence(raised.error())
               << '\n';
   }
+}
+
+void UploadJournal::end(const exchange::UploadResult& outcome, const std::vector<exchange::KeptFinding>& findings) {
+  telling_failures(outcome, [&] { journal_->end(outcome, findings); });
+}
+
+void UploadJournal::end_counted(exchange::UploadResult outcome, std::size_t applied,
+                                const std::vector<exchange::KeptFinding>& findings) {
+  telling_failures(outcome, [&] {
+    journal_->after();
+    exchange::UploadCounts& counts = outcome.counts;
+    counts.inserted = journal_->rows_inserted();
+    counts.updated = journal_->rows_updated();
+    counts.unchanged = std::max(0, static_cast<std::int32_t>(applied) - counts.inserted - counts.updated);
+    journal_->end(outcome, findings);
+  });
 }
 
 }  // namespace mercato::cli

@@ -19,13 +19,16 @@ class UploadJournal {
   // None when nobody wants one.
   exchange::Journal* get() { return journal_ ? &*journal_ : nullptr; }
 
-  // Of `applied` records those that changed nothing are counted by what the journal has seen. A failure is told on
-  // standard error, unless
-  // the upload was ended early anyway: what was uploaded stays uploaded.
-  void end(const exchange::UploadResult& outcome, std::size_t applied,
-           const std::vector<exchange::KeptFinding>& findings);
+  // A failure is told on standard error, unless the upload was ended early anyway: what was uploaded stays uploaded.
+  void end(const exchange::UploadResult& outcome, const std::vector<exchange::KeptFinding>& findings);
+  // The same where the journal alone has counted: of `applied` records those that changed nothing are the others.
+  void end_counted(exchange::UploadResult outcome, std::size_t applied,
+                   const std::vector<exchange::KeptFinding>& findings);
 
  private:
+  template <class Work>
+  void telling_failures(const exchange::UploadResult& outcome, const Work& work);
+
   std::optional<exchange::Journal> journal_;
 };
 

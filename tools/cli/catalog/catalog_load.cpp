@@ -228,7 +228,7 @@ int load_catalog(const LoadedCatalog& given, const OutputOptions& output) {
   transaction.commit();
   exchange::UploadResult outcome;
   outcome.counts.read = 1;
-  journal.end(outcome, 1, {});
+  journal.end_counted(outcome, 1, {});
 
   const auto roots =
       static_cast<std::size_t>(std::ranges::count_if(file.nodes, [](const NewNode& node) { return !node.parent; }));

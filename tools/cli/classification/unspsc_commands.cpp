@@ -8,6 +8,7 @@
 #include "classification/unspsc_code.h"
 #include "classification/unspsc_upload.h"
 #include "frame/lib_error_handling.h"
+#include "frame/sentence.h"
 #include "mercato/object_context.h"
 #include "mercato/t_unspsc.h"
 #include "platform/files/files.h"
@@ -17,7 +18,6 @@
 #include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
-#include "tools/cli/terminal/sentence.h"
 #include "tools/cli/upload_journal.h"
 #include "values/text.h"
 
@@ -168,7 +168,7 @@ void end_journal(UploadJournal& journal, const Watcher& watcher, bool overwrite)
   exchange::UploadResult outcome;
   outcome.counts.read = static_cast<std::int32_t>(watcher.read);
   outcome.counts.refused = static_cast<std::int32_t>(watcher.refused.size());
-  journal.end(outcome, watcher.written, findings);
+  journal.end_counted(outcome, watcher.written, findings);
 }
 
 int load(const CodesFile& given, const OutputOptions& output) {

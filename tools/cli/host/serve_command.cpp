@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <iostream>
 
+#include "frame/sentence.h"
 #include "host/serving.h"
 #include "keeping/store_answers.h"
 #include "mercato/raised_error.h"
@@ -13,7 +14,6 @@
 #include "tools/cli/host/token_file.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
-#include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
 
 namespace mercato::cli {

@@ -11,6 +11,9 @@
 #include "exchange/document_judging.h"
 #include "exchange/importing.h"
 #include "exchange/item_documents.h"
+#include "exchange/uploading/price_document.h"
+#include "exchange/uploading/product_document.h"
+#include "exchange/uploading/rest_file.h"
 #include "frame/lib_error_handling.h"
 #include "mercato/settings.h"
 #include "platform/files/files.h"
@@ -19,9 +22,8 @@
 #include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
-#include "tools/cli/upload/price_document.h"
-#include "tools/cli/upload/product_document.h"
-#include "tools/cli/upload/rest_file.h"
+#include "tools/cli/upload/terminal_watcher.h"
+#include "tools/cli/upload_journal.h"
 
 namespace mercato::cli {
 namespace import_command {
@@ -100,12 +102,10 @@ class PartUpload {
   bool take(const ImportedPart& part) {
     ++number_;
     if (part.product_count > 0) {
-      ProductUpload upload({source(part.products, part.product_lines), false, false});
-      add(totals_.products, upload.run());
+      add(totals_.products, run_at_terminal<ProductUpload>(source(part.products, part.product_lines)));
     }
     if (part.price_count > 0 && totals_.stopped_by.empty()) {
-      PriceUpload upload(source(part.prices, part.price_lines));
-      add(totals_.prices, upload.run());
+      add(totals_.prices, run_at_terminal<PriceUpload>(source(part.prices, part.price_lines)));
     }
     if (UploadInterruption::is_wanted() && totals_.stopped_by.empty()) totals_.stopped_by = "It was interrupted.";
     totals_.interrupted = UploadInterruption::is_wanted();
@@ -180,7 +180,7 @@ void end_journal(UploadJournal& journal, const ImportReport& report, const Uploa
   outcome.counts.refused = static_cast<std::int32_t>(refused);
   outcome.counts.left = static_cast<std::int32_t>(both(&UploadTotals::Kind::left));
   outcome.stopped_by = totals.stopped_by;
-  journal.end(outcome, both(&UploadTotals::Kind::inserted) + both(&UploadTotals::Kind::updated), findings);
+  journal.end_counted(outcome, both(&UploadTotals::Kind::inserted) + both(&UploadTotals::Kind::updated), findings);
 }
 
 int import_one(const Given& given, const std::string& file, RestFile* rest, const OutputOptions& output) {

@@ -10,7 +10,7 @@
 
 #include "exchange/importing.h"
 #include "tools/cli/commands.h"
-#include "tools/cli/upload/upload_report.h"
+#include "tools/cli/upload/report_printing.h"
 
 namespace mercato::cli {
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <iostream>
 
+#include "frame/sentence.h"
 #include "mercato/connection.h"
 #include "mercato/recordset.h"
 #include "platform/files/files.h"
@@ -10,7 +11,6 @@
 #include "platform/store/unit_of_work.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/library.h"
-#include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/json_values.h"
 

@@ -4,12 +4,12 @@
 #include <utility>
 
 #include "exchange/changes.h"
+#include "exchange/uploading/price_document.h"
+#include "exchange/uploading/product_document.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/terminal.h"
-#include "tools/cli/upload/price_document.h"
-#include "tools/cli/upload/product_document.h"
 #include "tools/gateway/json_values.h"
 
 namespace mercato::cli {
@@ -78,8 +78,8 @@ int preview_changes(const PreviewOptions& options, const OutputOptions& output) 
   asked.update_only = options.update_only;
   asked.judging = judging_options(options.judging, options.write_on_errors);
   asked.told_of = [&](const RaisedError& failure, const upload::DocumentKind& kind) {
-    if (kind.record == upload::kPriceDocument.record) return told_of(failure);
-    return UploadField{{}, {}, reason_of(failure, options.update_only)};
+    if (kind.record == upload::kPriceDocument.record) return exchange::told_of(failure);
+    return UploadField{{}, {}, exchange::reason_of(failure, options.update_only)};
   };
   Table table({"LINE", "PART NUMBER", "CHANGE", "FIELD", "OLD", "NEW"});
   const exchange::ChangeCounts counts = exchange::changes_by_upload(asked, [&](const RecordChange& record) {

@@ -4,6 +4,7 @@
 
 #include "exchange/document_judging.h"
 #include "frame/lib_error_handling.h"
+#include "frame/sentence.h"
 #include "mercato/collection.h"
 #include "mercato/dictionary.h"
 #include "mercato/object_context.h"
@@ -11,7 +12,6 @@
 #include "tools/cli/commands.h"
 #include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
-#include "tools/cli/terminal/sentence.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/json_values.h"
 #include "upload/upload_documents.h"

@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "exchange/document_judging.h"
+#include "exchange/uploading/price_document.h"
 #include "frame/lib_error_handling.h"
 #include "mercato/collection.h"
 #include "mercato/dictionary.h"
@@ -14,7 +15,9 @@
 #include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
-#include "tools/cli/upload/price_document.h"
+#include "tools/cli/upload/report_printing.h"
+#include "tools/cli/upload/terminal_watcher.h"
+#include "tools/cli/upload_journal.h"
 #include "upload/price_validation.h"
 #include "upload/upload_documents.h"
 
@@ -74,7 +77,7 @@ void judge(const ComponentPtr& prices, exchange::DocumentJudge& values, const xm
       line.errors.emplace_back(field.to_text(), value.to_text());
     });
   } catch (const Raised& raised) {
-    line.fault = told_of(raised.error());
+    line.fault = exchange::told_of(raised.error());
   }
 }
 
@@ -99,7 +102,7 @@ std::vector<CheckedLine> check(const PricePreview& given) {
   if (records.empty())
     raise(eUnableToLoadXML, {}, "\"" + path + "\" has no element ProductPrice, so there is nothing to check.");
   const ComponentPtr prices = create_root("Mercato.PriceXML");
-  call(prices, "GetCheckedPriceList", {kPriceDocumentWithoutFields, false});
+  call(prices, "GetCheckedPriceList", {exchange::kPriceDocumentWithoutFields, false});
 
   exchange::DocumentJudge values(upload::kPriceDocument, judging_options(given.judging, false));
   std::vector<CheckedLine> lines;
@@ -226,16 +229,16 @@ void print(const UploadReport& report) {
 
 int upload_prices(const PriceDocument& given, const OutputOptions& output) {
   UploadJournal journal(!given.without_journal, "prices", given.document);
-  PriceUpload price_upload({.document = given.document,
-                            .file_key = given.file_key.empty() ? file_key_for(given.document) : given.file_key,
-                            .web_root = collaborators::settings()->web_root,
-                            .judging = judging_options(given.judging, false),
-                            .rest_file = given.rest,
-                            .rest_as_lines = output.json,
-                            .atomic = given.atomic,
-                            .journal = journal.get()});
-  const UploadReport report = price_upload.run();
-  end_journal(journal, report);
+  const UploadReport report = run_at_terminal<exchange::PriceUpload>(
+      {.document = given.document,
+       .file_key = given.file_key.empty() ? file_key_for(given.document) : given.file_key,
+       .web_root = collaborators::settings()->web_root,
+       .judging = judging_options(given.judging, false),
+       .rest_file = given.rest,
+       .rest_as_lines = output.json,
+       .atomic = given.atomic,
+       .journal = journal.get()});
+  journal.end(result_of(report), kept_findings(report));
   if (output.json)
     print_json(report);
   else

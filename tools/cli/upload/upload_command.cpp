@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <iostream>
 
+#include "exchange/uploading/product_document.h"
 #include "mercato/settings.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/judging_options.h"
-#include "tools/cli/upload/product_document.h"
+#include "tools/cli/upload/report_printing.h"
+#include "tools/cli/upload/terminal_watcher.h"
+#include "tools/cli/upload_journal.h"
 
 namespace mercato::cli {
 namespace {
@@ -50,19 +53,17 @@ void print(const UploadReport& report) {
 
 int upload(const UploadOptions& options, const OutputOptions& output) {
   UploadJournal journal(!options.without_journal, "products", options.document);
-  ProductUpload product_upload(
-      {{.document = options.document,
-        .file_key = options.file_key.empty() ? file_key_for(options.document) : options.file_key,
-        .web_root = collaborators::settings()->web_root,
-        .judging = judging_options(options.judging, options.write_on_errors),
-        .rest_file = options.rest,
-        .rest_as_lines = output.json,
-        .atomic = options.atomic,
-        .journal = journal.get()},
-       options.write_on_errors,
-       options.update_only});
-  const UploadReport report = product_upload.run();
-  end_journal(journal, report);
+  const UploadReport report = run_at_terminal<exchange::ProductUpload>(
+      {.document = options.document,
+       .file_key = options.file_key.empty() ? file_key_for(options.document) : options.file_key,
+       .web_root = collaborators::settings()->web_root,
+       .judging = judging_options(options.judging, options.write_on_errors),
+       .rest_file = options.rest,
+       .rest_as_lines = output.json,
+       .atomic = options.atomic,
+       .journal = journal.get()},
+      exchange::ProductUploadOptions{options.write_on_errors, options.update_only});
+  journal.end(result_of(report), kept_findings(report));
   if (output.json)
     print_json(report);
   else

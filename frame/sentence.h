@@ -9,7 +9,7 @@
 
 #include "mercato/raised_error.h"
 
-namespace mercato::cli {
+namespace mercato {
 
 // Each level that passes a failure on wraps its description once more. This is the innermost description.
 std::string innermost_description(std::string_view description);
@@ -33,4 +33,4 @@ bool says_store_failed(const RaisedError& error);
 // release may.
 bool misses_a_definition(const RaisedError& error);
 
-}  // namespace mercato::cli
+}  // namespace mercato

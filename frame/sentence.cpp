@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/cli/terminal/sentence.h"
+#include "frame/sentence.h"
 
 #include <algorithm>
 
 #include "frame/schema_versions.h"
 #include "values/text.h"
 
-namespace mercato::cli {
+namespace mercato {
 namespace {
 
 constexpr std::string_view kBegin = "\r\n DESC: ";
@@ -144,4 +144,4 @@ std::string sentence(const RaisedError& error, std::optional<std::int32_t> schem
   return text;
 }
 
-}  // namespace mercato::cli
+}  // namespace mercato

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// What an upload of a document came to, and how the upload commands print it. Main thread.
+// What an upload of a document comes to. Plain values.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "tools/cli/upload_journal.h"
-#include "tools/gateway/json_values.h"
+#include "exchange/journal/upload_records.h"
 
-namespace mercato::cli {
+namespace mercato::exchange {
 
 // No record of the document: of all those of its part number.
 inline constexpr std::size_t kNoRecord = static_cast<std::size_t>(-1);
@@ -27,8 +28,9 @@ struct UploadFinding {
 struct UploadReport {
   std::size_t read = 0;  // records of the document
   std::size_t inserted = 0;
-  std::size_t updated = 0;
-  std::size_t repaired = 0;  // of the applied ones: written without the fields listed in `dropped`
+  std::size_t updated = 0;               // also those that were as the document has them
+  std::optional<std::size_t> unchanged;  // of the updated ones, when a journal was kept that tells
+  std::size_t repaired = 0;              // of the applied ones: written without the fields listed in `dropped`
   std::size_t refused = 0;
   std::size_t remaining = 0;
   std::vector<UploadFinding> refusals;  // one for each bad field of a refused record
@@ -38,29 +40,16 @@ struct UploadReport {
   std::string remaining_file;              // empty when nothing remains, or no file could be written
   std::string rest_file;                   // empty when none was asked for
   std::string stopped_by;    // what ended the upload early or lost its remaining file; empty when nothing did
-  bool interrupted = false;  // by Ctrl-C: that ended it
+  bool interrupted = false;  // its watcher wanted the end
   bool atomic = false;       // all of the document or nothing: with a record that is refused or remains nothing stands
+  std::int32_t journal = 0;  // the number of the upload in the journal; 0 for none
 
   std::size_t applied() const { return inserted + updated; }
+  std::size_t changed() const { return updated - unchanged.value_or(0); }
 };
 
-// The document's own name, so that its remaining file is recognised, and the process, so that two uploads do not meet
-// in one.
-std::string file_key_for(const std::string& document);
-
-// With the member "line" where a finding has one.
-gateway::Json to_json(const std::vector<UploadFinding>& findings);
-// A table below a heading; nothing without findings. With a column LINE when a finding has one.
-void print_findings(const char* heading, const std::vector<UploadFinding>& findings);
-// "written       12  what it means", the number aligned.
-void print_count(const char* label, std::size_t number, const std::string& meaning);
-// What remains, and what ended the upload early.
-void print_rest(const UploadReport& report);
-
 // What the journal keeps of it.
-void end_journal(UploadJournal& journal, const UploadReport& report);
+UploadResult result_of(const UploadReport& report);
+std::vector<KeptFinding> kept_findings(const UploadReport& report);
 
-// The exit status.
-int status_of(const UploadReport& report);
-
-}  // namespace mercato::cli
+}  // namespace mercato::exchange

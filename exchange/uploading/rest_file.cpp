@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/cli/upload/rest_file.h"
+#include "exchange/uploading/rest_file.h"
 
+#include <nlohmann/json.hpp>
 #include <utility>
 
-#include "tools/gateway/json_values.h"
-
-namespace mercato::cli {
+namespace mercato::exchange {
 namespace {
+
+using Json = nlohmann::ordered_json;
 
 const UploadFinding kNotReached{
     .part_number = {}, .field = {}, .value = {}, .reason = "The upload did not come to it, or took it back."};
@@ -49,13 +50,11 @@ void RestFile::add(std::size_t record, const std::string& part_number, std::size
 void RestFile::add(const std::string& part_number, std::size_t line, const std::vector<UploadFinding>& findings,
                    const std::string& text) {
   if (as_lines_) {
-    gateway::Json reasons = gateway::Json::array();
+    Json reasons = Json::array();
     for (const UploadFinding& finding : findings)
       reasons.push_back({{"field", finding.field}, {"value", finding.value}, {"reason", finding.reason}});
-    return file_.write(
-        gateway::line_of(
-            {{"line", line}, {"partNumber", part_number}, {"reasons", std::move(reasons)}, {"record", text}}) +
-        "\n");
+    const Json json = {{"line", line}, {"partNumber", part_number}, {"reasons", std::move(reasons)}, {"record", text}};
+    return file_.write(json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
   }
   std::string comment = "line " + std::to_string(line);
   for (const UploadFinding& finding : findings) {
@@ -70,4 +69,4 @@ void RestFile::finish() {
   file_.finish();
 }
 
-}  // namespace mercato::cli
+}  // namespace mercato::exchange

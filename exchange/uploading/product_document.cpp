@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/cli/upload/product_document.h"
+#include "exchange/uploading/product_document.h"
 
 #include <memory>
 #include <unordered_set>
 
+#include "frame/sentence.h"
+#include "mercato/invoke.h"
 #include "mercato/object_context.h"
 #include "mercato/product_xml.h"
-#include "tools/cli/library.h"
-#include "tools/cli/terminal/sentence.h"
 
-namespace mercato::cli {
+namespace mercato::exchange {
 namespace {
 
 // An update reads the document anew for each record and has no time budget: a call is kept short, and gets a document
@@ -30,19 +30,18 @@ std::string reason_of(const RaisedError& failure, bool update_only) {
   return sentence(failure);
 }
 
-ProductUpload::ProductUpload(Options options)
-    : UploadRuns(std::move(options.source), {upload::kProductDocument, exchange::Reach::Kind::products,
-                                             options.update_only ? Rest::in_document : Rest::in_file,
-                                             options.update_only ? kUpdatesInOneCall : kAllRecords}),
+ProductUpload::ProductUpload(UploadSource source, ProductUploadOptions options)
+    : UploadRuns(std::move(source), {upload::kProductDocument, Reach::Kind::products,
+                                     options.update_only ? kUpdatesInOneCall : kAllRecords, !options.update_only}),
       write_on_errors_(options.write_on_errors),
       update_only_(options.update_only) {}
 
 std::size_t ProductUpload::take_inventory(const xml::Document& document) {
   std::unordered_set<std::string> known;
-  const ComponentPtr products = create_root("Mercato.Product");
+  const ComponentPtr products = library_object("Mercato.Product");
   // Asked beforehand: a run ends at the first update that finds none.
   const auto has_product = [&](const std::string& part_number) {
-    return call(products, "GetProductIDFromSupplierPartNum", {part_number}).to_long() != -1;
+    return invoke(products, "GetProductIDFromSupplierPartNum", {part_number}).to_long() != -1;
   };
   std::size_t next = 0;
   for (const xml::Node& record : document.elements_by_tag_name(upload::kProductDocument.record)) {
@@ -54,42 +53,28 @@ std::size_t ProductUpload::take_inventory(const xml::Document& document) {
     } else if (update_only_ && !known.insert(*key).second) {
       refuse(report_,
              whole_record(*key, place, "It stands in the document before; an update reads the first one only."));
-      gone_.push_back(std::move(*key));
     } else if (update_only_ && !has_product(*key)) {
       refuse(report_, whole_record(*key, place, kNoProduct));
-      gone_.push_back(std::move(*key));
     } else if (const auto reason = upload::reason_not_found(upload::kProductDocument, *key);
                !update_only_ && !reason.empty()) {
       report_.unreachable.push_back(whole_record(*key, place, std::string(reason)));
     } else {
       waiting_[*key].push_back(place);
-      pending_.push_back(std::move(*key));
-      if (update_only_) records_.push_back(record.save_text());
+      pending_.push_back({std::move(*key), text_of(record, place)});
     }
   }
   return pending_.size();
 }
 
-void ProductUpload::call_library(const Document& document, const Array& part_numbers) {
-  std::vector<Variant> arguments = {document.text_or_url, document.is_url, part_numbers, write_on_errors_};
-  const char* method = "updateProductsFromXML";
-  if (update_only_) {
-    const auto first = records_.end() - static_cast<std::ptrdiff_t>(pending_.size());
-    std::string text = "<Products>";
-    for (std::size_t number = 0; number < part_numbers.items.size(); ++number)
-      text += first[static_cast<std::ptrdiff_t>(number)];
-    arguments[0] = text + "</Products>";
-    arguments[1] = false;
-  } else {
-    method = "insertProductsFromXML";
-    arguments[0] = source_.file_key + "/\\" + document.text_or_url;
-  }
+void ProductUpload::call_library(const std::string& document, const Array& part_numbers) {
+  const char* method = update_only_ ? "updateProductsFromXML" : "insertProductsFromXML";
+  const std::string given = update_only_ ? document : source_.file_key + "/\\" + document;
   // A new object for each run: one that has once left records writes its file whatever it leaves.
   const auto library = std::dynamic_pointer_cast<ProductXML>(library_object("Mercato.ProductXML"));
   library->SetMultipleBuyerSeparator(buyer_separator_);
   library->set_observer(this);
   try {
-    call(library, method, arguments);
+    call(library, method, {given, false, part_numbers, write_on_errors_});
   } catch (const Raised&) {
     buyer_separator_ = library->MultipleBuyerSeparator();
     throw;
@@ -101,14 +86,15 @@ void ProductUpload::on_record(const UploadRecord& record) {
   if (record.outcome == UploadOutcome::failed) return;  // the next question is about it
   record_ended(record);
   ++seen_;
-  done_with(record.part_number);
+  done_with_record();
 }
 
 bool ProductUpload::goes_on_behind(const RaisedError& failure) {
   if (!goes_on_after(failure)) return false;
-  const std::string& part_number = pending_[seen_++];
+  const std::string& part_number = part_number_at_hand();
   refuse(unsettled_, whole_record(part_number, take_place(part_number), reason_of(failure, update_only_)));
-  done_with(part_number);
+  ++seen_;
+  done_with_record();
   return true;
 }
 
@@ -153,4 +139,4 @@ void ProductUpload::add_findings(std::vector<UploadFinding>& findings, const Upl
     findings.push_back({record.part_number, 0, field.field, field.value, field.reason, place.line, place.record});
 }
 
-}  // namespace mercato::cli
+}  // namespace mercato::exchange

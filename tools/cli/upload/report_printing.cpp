@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/cli/upload/upload_report.h"
+#include "tools/cli/upload/report_printing.h"
 
 #include <unistd.h>
 
@@ -78,25 +78,6 @@ void print_rest(const UploadReport& report) {
   if (report.read == 0) std::cout << bad("The document has no record of this kind.") << '\n';
   if (!report.stopped_by.empty())
     std::cout << bad("The upload was ended early: ") << shown(report.stopped_by, 500) << '\n';
-}
-
-void end_journal(UploadJournal& journal, const UploadReport& report) {
-  std::vector<exchange::KeptFinding> findings;
-  const auto keep = [&](const char* outcome, const std::vector<UploadFinding>& told) {
-    for (const UploadFinding& finding : told)
-      findings.push_back({outcome, finding.part_number, static_cast<std::int32_t>(finding.line), finding.field,
-                          finding.value, finding.reason});
-  };
-  keep("refused", report.refusals);
-  keep("dropped", report.dropped);
-  keep("cut", report.cut);
-  keep("left", report.unreachable);
-  exchange::UploadResult outcome;
-  outcome.counts.read = static_cast<std::int32_t>(report.read);
-  outcome.counts.refused = static_cast<std::int32_t>(report.refused);
-  outcome.counts.left = static_cast<std::int32_t>(report.remaining);
-  outcome.stopped_by = report.stopped_by;
-  journal.end(outcome, report.applied(), findings);
 }
 
 int status_of(const UploadReport& report) {

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "exchange/item_documents.h"
-#include "tools/cli/upload/upload_report.h"
+#include "exchange/uploading/upload_report.h"
 
-namespace mercato::cli {
+namespace mercato::exchange {
 
 class RestFile {
  public:
@@ -30,11 +30,11 @@ class RestFile {
  private:
   using Findings = std::vector<UploadFinding>;
 
-  exchange::WrittenFile file_;
+  WrittenFile file_;
   const bool as_lines_;
   const std::string root_;
   std::unordered_map<std::size_t, Findings> of_records_;
   std::unordered_map<std::string, Findings> of_part_numbers_;
 };
 
-}  // namespace mercato::cli
+}  // namespace mercato::exchange

@@ -8,11 +8,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "exchange/uploading/upload_runs.h"
 #include "mercato/upload_observer.h"
-#include "tools/cli/upload/upload_interruption.h"
-#include "tools/cli/upload/upload_runs.h"
 
-namespace mercato::cli {
+namespace mercato::exchange {
 
 // A document for loading the currencies: the library judges nothing before it has them.
 inline constexpr const char* kPriceDocumentWithoutFields = "<ProductPrices><ProductPrice/></ProductPrices>";
@@ -29,14 +28,16 @@ class PriceUpload : public UploadRuns, private PriceUploadObserver {
   void on_price_line(const UploadPriceLine& line) override;
   void on_part_number(const std::string& part_number, PartNumberOutcome outcome) override;
   bool goes_on_behind(const RaisedError& failure) override;
-  bool cancels() override { return UploadInterruption::is_wanted(); }
+  bool cancels() override { return is_cancelled(); }
 
   std::size_t take_inventory(const xml::Document& document) override;
-  void call_library(const Document& document, const Array& part_numbers) override;
+  void call_library(const std::string& document, const Array& part_numbers) override;
+  // Why the library cannot judge it.
+  std::optional<UploadField> fault_of(const xml::Node& record, const RecordPlace& place) const;
 
   // The lines of a part number that runs can reach, by their places in the document that was given.
   std::unordered_map<std::string, std::vector<RecordPlace>> lines_;
   std::optional<RecordPlace> failed_line_;  // the next question is about it
 };
 
-}  // namespace mercato::cli
+}  // namespace mercato::exchange

@@ -8,33 +8,31 @@
 #include <unordered_map>
 #include <vector>
 
+#include "exchange/uploading/upload_runs.h"
 #include "mercato/upload_observer.h"
-#include "tools/cli/upload/upload_interruption.h"
-#include "tools/cli/upload/upload_runs.h"
 
-namespace mercato::cli {
+namespace mercato::exchange {
 
 // What the failure of one record means, also where its own words say little.
 std::string reason_of(const RaisedError& failure, bool update_only);
 
+struct ProductUploadOptions {
+  bool write_on_errors = false;
+  bool update_only = false;
+};
+
 class ProductUpload : public UploadRuns, private UploadObserver {
  public:
-  struct Options {
-    UploadSource source;
-    bool write_on_errors = false;
-    bool update_only = false;
-  };
-
-  explicit ProductUpload(Options options);
+  explicit ProductUpload(UploadSource source, ProductUploadOptions options = {});
 
  private:
   bool waits() const override { return false; }
   void on_record(const UploadRecord& record) override;
   bool goes_on_behind(const RaisedError& failure) override;
-  bool cancels() override { return UploadInterruption::is_wanted(); }
+  bool cancels() override { return is_cancelled(); }
 
   std::size_t take_inventory(const xml::Document& document) override;
-  void call_library(const Document& document, const Array& part_numbers) override;
+  void call_library(const std::string& document, const Array& part_numbers) override;
 
   void record_ended(const UploadRecord& record);
   static void add_findings(std::vector<UploadFinding>& findings, const UploadRecord& record, const RecordPlace& place,
@@ -44,9 +42,8 @@ class ProductUpload : public UploadRuns, private UploadObserver {
 
   const bool write_on_errors_;
   const bool update_only_;
-  std::vector<std::string> records_;  // of an update: the texts of the records, in the order of their part numbers
   std::unordered_map<std::string, std::deque<RecordPlace>> waiting_;  // the places of records that runs can reach
   std::string buyer_separator_;  // what a record has set rules those after it, also in the next run
 };
 
-}  // namespace mercato::cli
+}  // namespace mercato::exchange

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/cli/upload/price_document.h"
+#include "exchange/uploading/price_document.h"
 
 #include <memory>
 
+#include "frame/sentence.h"
 #include "mercato/object_context.h"
 #include "mercato/price_xml.h"
-#include "tools/cli/library.h"
-#include "tools/cli/terminal/sentence.h"
 #include "upload/price_validation.h"
 
-namespace mercato::cli {
+namespace mercato::exchange {
 namespace {
 
 UploadFinding about(const std::string& part_number, std::string reason) {
@@ -45,13 +44,26 @@ UploadField told_of(const RaisedError& failure) {
 }
 
 PriceUpload::PriceUpload(UploadSource source)
-    : UploadRuns(std::move(source),
-                 {upload::kPriceDocument, exchange::Reach::Kind::prices, Rest::in_file, kAllRecords}) {}
+    : UploadRuns(std::move(source), {upload::kPriceDocument, Reach::Kind::prices, kAllRecords, true}) {}
+
+std::optional<UploadField> PriceUpload::fault_of(const xml::Node& record, const RecordPlace& place) const {
+  const std::string* text = rewritten(place);
+  if (text == nullptr) return upload::reason_not_judged(record);
+  xml::Document document;
+  document.load_text(*text);
+  return upload::reason_not_judged(document.document_element());
+}
 
 std::size_t PriceUpload::take_inventory(const xml::Document& document) {
+  struct Line {
+    xml::Node element;
+    RecordPlace place;
+    std::size_t pending = 0;
+  };
   std::size_t next = 0;
-  std::size_t reachable = 0;
+  std::vector<Line> reachable;
   std::vector<xml::Node> faulty;
+  std::unordered_map<std::string, std::size_t> pending_of;
   for (const xml::Node& record : document.elements_by_tag_name(upload::kPriceDocument.record)) {
     ++report_.read;
     const RecordPlace& place = places_[next++];
@@ -62,33 +74,33 @@ std::size_t PriceUpload::take_inventory(const xml::Document& document) {
       finding.record = place.record;
       continue;
     }
-    if (const auto reason = upload::reason_not_judged(record)) {
+    if (const auto reason = fault_of(record, place)) {
       refuse(report_, about_line(*key, place, *reason));
       faulty.push_back(record);
       continue;
     }
     std::vector<RecordPlace>& lines = lines_[*key];
     lines.push_back(place);
-    const std::string_view reason = upload::reason_not_found(upload::kPriceDocument, *key);
-    if (reason.empty()) ++reachable;
-    if (lines.size() > 1) continue;
-    if (reason.empty())
-      pending_.push_back(*key);
-    else
-      report_.unreachable.push_back(about(*key, std::string(reason)));
+    if (const auto reason = upload::reason_not_found(upload::kPriceDocument, *key); !reason.empty()) {
+      if (lines.size() == 1) report_.unreachable.push_back(about(*key, std::string(reason)));
+      continue;
+    }
+    const auto [entry, is_new] = pending_of.try_emplace(*key, pending_.size());
+    if (is_new) pending_.push_back({*key, {}});
+    reachable.push_back({record, place, entry->second});
   }
+  // One may stand in another line.
   for (const xml::Node& record : faulty) record.remove();
-  if (!faulty.empty()) document_ = {document.save_text(), false};
-  return reachable;
+  for (const Line& line : reachable) pending_[line.pending].text += text_of(line.element, line.place);
+  return reachable.size();
 }
 
-void PriceUpload::call_library(const Document& document, const Array& part_numbers) {
+void PriceUpload::call_library(const std::string& document, const Array& part_numbers) {
   // A new object for each run: one that has once left records writes its file whatever it leaves.
   const auto library = std::dynamic_pointer_cast<PriceXML>(library_object("Mercato.PriceXML"));
   call(library, "GetCheckedPriceList", {kPriceDocumentWithoutFields, false});
   library->set_observer(this);
-  std::vector<Variant> arguments = {source_.file_key + "/\\" + document.text_or_url, document.is_url, part_numbers};
-  call(library, "UpdateInsertPricesFromXML", arguments);
+  call(library, "UpdateInsertPricesFromXML", {source_.file_key + "/\\" + document, false, part_numbers});
 }
 
 void PriceUpload::on_price_line(const UploadPriceLine& line) {
@@ -111,7 +123,7 @@ void PriceUpload::on_price_line(const UploadPriceLine& line) {
       failed_line_ = place;
       return;
   }
-  done_with(line.part_number);
+  done_with_record();
 }
 
 void PriceUpload::on_part_number(const std::string& part_number, PartNumberOutcome outcome) {
@@ -120,9 +132,10 @@ void PriceUpload::on_part_number(const std::string& part_number, PartNumberOutco
       break;
     case PartNumberOutcome::no_product: {
       const std::size_t lines = lines_.at(part_number).size();
-      unsettled_.unreachable.push_back(
-          about(part_number, "No product has this part number; it has " + counted(lines, "line") + "."));
-      for (std::size_t line = 0; line < lines; ++line) progress_->advance();
+      unsettled_.unreachable.push_back(about(
+          part_number,
+          "No product has this part number; it has " + std::to_string(lines) + (lines == 1 ? " line." : " lines.")));
+      passed(lines);
       break;
     }
     case PartNumberOutcome::failed:
@@ -135,10 +148,10 @@ void PriceUpload::on_part_number(const std::string& part_number, PartNumberOutco
 // A failure that is no line's leaves all of the part number.
 bool PriceUpload::goes_on_behind(const RaisedError& failure) {
   if (!goes_on_after(failure)) return false;
-  const std::string& part_number = pending_[seen_];
+  const std::string& part_number = part_number_at_hand();
   if (failed_line_) {
     refuse(unsettled_, about_line(part_number, *failed_line_, told_of(failure)));
-    done_with(part_number);
+    done_with_record();
   } else {
     unsettled_.unreachable.push_back(about(part_number, sentence(failure)));
     ++seen_;
@@ -146,4 +159,4 @@ bool PriceUpload::goes_on_behind(const RaisedError& failure) {
   return true;
 }
 
-}  // namespace mercato::cli
+}  // namespace mercato::exchange
