@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Files of a supplier's at their real size, through the tool: a year of monthly ones, each loaded, taken back and loaded
-// again; imports that are killed at any moment; a file larger than memory may grow. The tool is that of the build's
-// preset, so it is the optimised one that is worth the time.
+// Files of suppliers at their real size, through the tool: whole files of several trades; a year of monthly ones, each
+// loaded, taken back and loaded again; imports that are killed at any moment; a file larger than memory may grow. The
+// tool is that of the build's preset, so it is the optimised one that is worth the time.
 //   MERCATO_TEST_KILLS     how many imports are killed, a hundred unless said
 //   MERCATO_TEST_RECORDS   products in a monthly file, 100,000 unless said
 #include <sys/resource.h>
@@ -109,6 +109,39 @@ class SupplierFiles : public CommandTest {
 
   std::vector<Component> list_;
 };
+
+// Each with the mapping that is proposed for it. What was exported of them changes nothing when it comes back.
+TEST_F(SupplierFiles, OfSeveralTradesAddUpAndComeBackUnchanged) {
+  for (const char* name : {"components-100k.csv.gz", "components-20k-attributes.csv.gz", "books-10k.csv.gz", "food.csv",
+                           "toy-parts.csv.gz", "toy-sets.csv.gz"}) {
+    SCOPED_TRACE(name);
+    const std::string file = (bench::data_folder() / "products" / name).string();
+    const ToolRun proposed = run({"import", "--propose", file});
+    ASSERT_EQ(proposed.status, 0) << proposed.err;
+    write_file("mapping.toml", proposed.out);
+    Words words = import_of(file);
+    words.insert(words.end(), {"--mapping", "mapping.toml"});
+    const ToolRun loaded = run(words);
+    const json upload = last_upload();
+    expect_adds_up(upload);
+    EXPECT_EQ(upload.at("left"), 0);
+    EXPECT_EQ(loaded.status, upload.at("refused") == 0 ? 0 : 3) << loaded.out << loaded.err;
+  }
+  const std::string before = exported();
+  for (const char* what : {"products", "prices"})
+    for (const char* form : {"csv", "xlsx"}) {
+      SCOPED_TRACE(std::string(what) + " as " + form);
+      const std::string file = std::string(what) + "." + form;
+      EXPECT_EQ(run({"export", what, "--as", form, "-o", file}).status, 0);
+      const ToolRun back = run({"import", file, "--json"});
+      EXPECT_EQ(back.status, 0) << back.err;
+      const json report = json::parse(back.out);
+      EXPECT_EQ(report.at("products").at("updated"), 0);
+      EXPECT_EQ(report.at("priceLines").at("changed"), 0);
+    }
+  EXPECT_TRUE(exported() == before);
+  EXPECT_EQ(run({"store", "check"}).status, 0);
+}
 
 TEST_F(SupplierFiles, OfAYearAreLoadedTakenBackAndLoadedAgain) {
   write_list("month.csv");
