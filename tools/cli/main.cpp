@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <iostream>
 #include <new>
-#include <optional>
 
 #include "frame/schema_versions.h"
 #include "frame/sentence.h"
@@ -102,37 +101,27 @@ void add_common_options(CLI::App& app, CommandLine& line) {
 // Runs one command line, without the program's name. Returns the exit status.
 int run_words(const std::vector<std::string>& words);
 
-// Which commands the command line can name. To make all of them takes most of the time of a start.
-using Wanted = std::function<bool(std::string_view)>;
-constexpr std::string_view kAll = {};  // wanted with all others only
-
 // The commands that stand in no group.
 class SingleCommands {
  public:
   SingleCommands(Menu& menu, const CLI::App& app, CommandLine& line) : menu_(menu), app_(app), line_(line) {}
 
-  // Those that are wanted, in the order in which the help lists them.
-  void add(const Wanted& wanted) {
-    using Add = void (SingleCommands::*)();
-    const std::pair<std::string_view, Add> each[] = {
-        {"init", &SingleCommands::add_init},
-        {"rpc", &SingleCommands::add_rpc},
-        {"call", &SingleCommands::add_call},
-        {"describe", &SingleCommands::add_describe},
-        {"preview", &SingleCommands::add_preview},
-        {"upload", &SingleCommands::add_upload},
-        {"find", &SingleCommands::add_find},
-        {"show", &SingleCommands::add_show},
-        {"execute", &SingleCommands::add_execute},
-        {"version", &SingleCommands::add_version},
-        // What these say is about all commands.
-        {kAll, &SingleCommands::add_help},
-        {kAll, &SingleCommands::add_completion},
-        {kAll, &SingleCommands::add_manual},
-        {kAll, &SingleCommands::add_shell},
-    };
-    for (const auto& [name, add_one] : each)
-      if (wanted(name)) (this->*add_one)();
+  // In the order in which the help lists them.
+  void add_all() {
+    add_init();
+    add_rpc();
+    add_call();
+    add_describe();
+    add_preview();
+    add_upload();
+    add_find();
+    add_show();
+    add_execute();
+    add_version();
+    add_help();
+    add_completion();
+    add_manual();
+    add_shell();
   }
 
  private:
@@ -472,29 +461,31 @@ int status_of_output(int status, bool json) {
   return tell(json, kFailed, "The output cannot be written; some of it is lost.");
 }
 
-// What adds which commands, in the order in which the help lists them.
-struct Part {
-  std::vector<std::string_view> names;
-  void (*add)(Menu&);
-};
-const std::vector<Part>& parts() {
-  static const std::vector<Part> kParts = {
-      {{"import"}, add_import_command},      {{"export"}, add_export_command},
-      {{"product"}, add_product_commands},   {{"price"}, add_price_commands},
-      {{"prices"}, add_prices_commands},     {{"property", "group"}, add_property_commands},
-      {{"category"}, add_category_commands}, {{"favorite"}, add_favorite_commands},
-      {{"folder"}, add_folder_commands},     {{"shopout"}, add_shopout_commands},
-      {{"unit"}, add_unit_commands},         {{"reference"}, add_reference_commands},
-      {{"catalog"}, add_catalog_commands},   {{"node"}, add_node_commands},
-      {{"rights"}, add_rights_commands},     {{"unspsc"}, add_unspsc_commands},
-      {{"store"}, add_store_commands},
+void add_commands(Menu& menu) {
+  add_import_command(menu);
+  add_export_command(menu);
+  add_product_commands(menu);
+  add_price_commands(menu);
+  add_prices_commands(menu);
+  add_property_commands(menu);
+  add_category_commands(menu);
+  add_favorite_commands(menu);
+  add_folder_commands(menu);
+  add_shopout_commands(menu);
+  add_unit_commands(menu);
+  add_reference_commands(menu);
+  add_catalog_commands(menu);
+  add_node_commands(menu);
+  add_rights_commands(menu);
+  add_unspsc_commands(menu);
+  add_store_commands(menu);
 #ifdef MERCATO_HOST
-      {{"serve"}, add_serve_command},        {{"token"}, add_token_commands},
+  add_serve_command(menu);
+  add_token_commands(menu);
 #endif
-      {{"schema"}, add_schema_command},      {{"doctor"}, add_doctor_command},
-      {{"uploads"}, add_uploads_commands},
-  };
-  return kParts;
+  add_schema_command(menu);
+  add_doctor_command(menu);
+  add_uploads_commands(menu);
 }
 
 // What the parser leaves to be looked at.
@@ -511,8 +502,7 @@ void check(const CLI::App& app, CommandLine& line) {
     throw CLI::ValidationError("--scripted", "is for `mercato rpc` only");
 }
 
-// Nothing when the commands that are wanted are none, or not enough to tell what is wrong with the words.
-std::optional<int> run_words(const std::vector<std::string>& words, const Wanted& wanted) {
+int run_words(const std::vector<std::string>& words) {
   CommandLine line;
   CLI::App app("Mercato: products, catalogues and their upload, from the command line", "mercato");
   app.require_subcommand(0, 1);
@@ -534,11 +524,8 @@ std::optional<int> run_words(const std::vector<std::string>& words, const Wanted
   Menu menu(
       app, [&line](CLI::App& command) { add_common_options(command, line); }, line.command);
   SingleCommands single(menu, app, line);
-  single.add(wanted);
-  for (const Part& part : parts())
-    if (std::ranges::any_of(part.names, wanted)) part.add(menu);
-  const bool are_all = wanted(kAll);
-  if (!are_all && app.get_subcommands({}).empty()) return std::nullopt;
+  single.add_all();
+  add_commands(menu);
   try {
     for (std::size_t number = 0; number < words.size(); ++number)
       if (!text::is_valid(words[number]))
@@ -546,7 +533,6 @@ std::optional<int> run_words(const std::vector<std::string>& words, const Wanted
     app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // it takes them from the end
     check(app, line);
   } catch (const CLI::ParseError& error) {
-    if (!are_all) return std::nullopt;
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))  // help
       return status_of_output(app.exit(error), false);
     const std::string fault = fault_of(app, error);
@@ -554,12 +540,6 @@ std::optional<int> run_words(const std::vector<std::string>& words, const Wanted
                 fault + (fault.ends_with('?') ? " --help says more." : "; --help says more."));
   }
   return status_of_output(run(line), line.output.json);
-}
-
-int run_words(const std::vector<std::string>& words) {
-  const std::optional<int> status = run_words(
-      words, [&](std::string_view name) { return std::ranges::find(words, name) != words.end() && name != kAll; });
-  return status ? *status : *run_words(words, [](std::string_view) { return true; });
 }
 
 }  // namespace
