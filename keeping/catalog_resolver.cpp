@@ -96,4 +96,14 @@ std::int32_t node_named(const std::string& text) {
   return *place.node;
 }
 
+std::int32_t catalog_id_named(const std::string& text) {
+  const std::optional<std::int32_t> id = number_in(text);
+  return id ? *id : catalog_named(text).id;
+}
+
+std::int32_t node_id_named(const std::string& text) {
+  const std::optional<std::int32_t> id = number_in(text);
+  return id ? *id : node_named(text);
+}
+
 }  // namespace mercato::keeping

@@ -27,5 +27,8 @@ struct CatalogPlace {
 CatalogPlace place_named(const std::string& text);
 // The same for what has to be a node.
 std::int32_t node_named(const std::string& text);
+// The ids of what may be gone, or may hang nowhere: a number is taken as it stands, and not looked up.
+std::int32_t catalog_id_named(const std::string& text);
+std::int32_t node_id_named(const std::string& text);
 
 }  // namespace mercato::keeping

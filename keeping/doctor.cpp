@@ -108,7 +108,7 @@ void tell_products(std::vector<Finding>& findings) {
        rows_of(Sql("SELECT TOP 3 PARTNUMBER, COUNT(*) AS HELD ") << doubled << " ORDER BY PARTNUMBER"))
     examples.push_back(named_in(*row, "PARTNUMBER") + ", " + named_in(*row, "HELD") + " products");
   findings.push_back({"doubledPartNumbers", "part numbers have several products", counts.size(), std::move(examples),
-                      "mercato product set id:N PARTNUMBER=..., or mercato product delete id:N"});
+                      "mercato product set id:N PARTNUMBER=..., or mercato product delete id:N --yes"});
 }
 
 void tell_users(std::vector<Finding>& findings) {

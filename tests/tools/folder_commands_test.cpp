@@ -44,7 +44,7 @@ TEST_F(FolderCommands, ApostrophesAreKeptAsTheyAre) {
   expect_done({"folder", "rename", "O'Neil", "Ann's", "Bob's"}, "folder 4 is called Bob's now.\n");
   EXPECT_EQ(rows("SELECT USERID, FOLDERNAME FROM FAVORITEFOLDERS WHERE FOLDERID = 4"),
             "USERID  FOLDERNAME\nO'Neil  Bob's\n");
-  EXPECT_EQ(answer({"folder", "delete", "O'Neil", "Bob's"}), json({{"deleted", true}, {"favorites", 0}}));
+  EXPECT_EQ(answer({"folder", "delete", "O'Neil", "Bob's", "--yes"}), json({{"deleted", true}, {"favorites", 0}}));
 }
 
 TEST_F(FolderCommands, FolderThatCannotBeIsRefused) {
@@ -90,8 +90,8 @@ TEST_F(FolderCommands, FolderIsShownWithItsFavourites) {
 }
 
 TEST_F(FolderCommands, FolderIsDeletedWithItsFavourites) {
-  expect_done({"folder", "delete", "ann", "Writing"}, "folder 1 deleted with 1 favourite.\n");
-  EXPECT_EQ(answer({"folder", "delete", "ann", "2"}), json({{"deleted", true}, {"favorites", 1}}));
+  expect_done({"folder", "delete", "ann", "Writing", "--yes"}, "folder 1 deleted with 1 favourite.\n");
+  EXPECT_EQ(answer({"folder", "delete", "ann", "2", "--yes"}), json({{"deleted", true}, {"favorites", 1}}));
   EXPECT_EQ(rows("SELECT FOLDERNAME FROM FAVORITEFOLDERS"), "FOLDERNAME\nTools\n");
   EXPECT_EQ(rows("SELECT USERID, FOLDERID FROM FAVORITES ORDER BY FOLDERID"),
             "USERID  FOLDERID\nann     0\nbob     3\n");
@@ -112,7 +112,7 @@ TEST_F(FolderCommands, FolderOfAnotherUserAndTheRootAreNone) {
 TEST_F(FolderCommands, NameOfSeveralFoldersNeedsAnId) {
   execute("INSERT INTO FAVORITEFOLDERS (USERID, FOLDERNAME) VALUES ('ann', 'art')");
   expect_refused({"folder", "delete", "ann", "Art"}, "mercato: ann has more than one folder Art: use the id.\n");
-  expect_done({"folder", "delete", "ann", "4"}, "folder 4 deleted with 0 favourites.\n");
+  expect_done({"folder", "delete", "ann", "4", "--yes"}, "folder 4 deleted with 0 favourites.\n");
 }
 
 TEST_F(FolderCommands, TextOfTheCommandLineNeverBecomesAStatement) {
@@ -128,7 +128,7 @@ TEST_F(FolderCommands, TextOfTheCommandLineNeverBecomesAStatement) {
   EXPECT_EQ(whole_store(), before);
   expect_done({"folder", "new", hostile, hostile, "--force"}, "folder 4 created.\n");
   expect_done({"folder", "rename", hostile, "4", hostile + "2"}, "folder 4 is called " + hostile + "2 now.\n");
-  expect_done({"folder", "delete", hostile, "4"}, "folder 4 deleted with 0 favourites.\n");
+  expect_done({"folder", "delete", hostile, "4", "--yes"}, "folder 4 deleted with 0 favourites.\n");
   EXPECT_EQ(whole_store(), before);
 }
 

@@ -186,10 +186,10 @@ TEST_F(KilledTransactions, AreWholeOrNotThere) {
       "mercato catalog succeed House Next --yes",
       "mercato rights assign ANN House Next --force",
       "mercato rights populate ANN",
-      "mercato rights clear ANN",
+      "mercato rights clear ANN --yes",
       "mercato group apply Paper --yes",
-      "mercato product delete 1",
-      "mercato property delete P12",
+      "mercato product delete 1 --yes",
+      "mercato property delete P12 --yes",
       "mercato store restore backup.db",
   };
   struct Undisturbed {

@@ -133,8 +133,8 @@ TEST_F(MasterData, ProductIsHiddenShownAndDeleted) {
   EXPECT_EQ(rows("SELECT PRODUCTID, DISABLED FROM PRODUCT"), "PRODUCTID  DISABLED\n1          0\n2          1\n");
   EXPECT_EQ(answer({"product", "enable", "2"}), json({{"id", 2}, {"disabled", false}}));
   EXPECT_EQ(rows("SELECT PRODUCTID, DISABLED FROM PRODUCT"), "PRODUCTID  DISABLED\n1          0\n2          0\n");
-  expect_done({"product", "delete", "2"}, "product 2 deleted.\n");
-  EXPECT_EQ(answer({"product", "delete", "1"}), json({{"deleted", true}}));
+  expect_done({"product", "delete", "2", "--yes"}, "product 2 deleted.\n");
+  EXPECT_EQ(answer({"product", "delete", "1", "--yes"}), json({{"deleted", true}}));
   EXPECT_EQ(rows("SELECT PRODUCTID FROM PRODUCT"), "0 rows\n");
 }
 
@@ -231,8 +231,8 @@ TEST_F(MasterData, PropertyIsCreatedListedChangedAndDeleted) {
   EXPECT_EQ(rows("SELECT PROPERTYNAME, DATATYPE, DEFAULTVALUE FROM PROPERTY WHERE PROPERTYID <> 2"),
             "PROPERTYNAME  DATATYPE  DEFAULTVALUE\nSHAPE         4         \nCOLOUR        1         \n");
   EXPECT_EQ(rows("SELECT VALUE FROM PROPERTYENUM"), "0 rows\n");
-  expect_done({"property", "delete", "SHAPE"}, "property 1 deleted.\n");
-  EXPECT_EQ(answer({"property", "delete", "2"}), json({{"deleted", true}}));
+  expect_done({"property", "delete", "SHAPE", "--yes"}, "property 1 deleted.\n");
+  EXPECT_EQ(answer({"property", "delete", "2", "--yes"}), json({{"deleted", true}}));
   EXPECT_EQ(rows("SELECT PROPERTYID FROM PROPERTY"), "PROPERTYID\n3\n");
 }
 
@@ -266,7 +266,7 @@ TEST_F(MasterData, ListsShowAllPages) {
   ASSERT_EQ(list.size(), 201u);
   for (int number = 1; number <= 201; ++number)
     EXPECT_EQ(list.at(static_cast<std::size_t>(number - 1)).at("PROPERTYID"), number);
-  expect_done({"property", "delete", "P201"}, "property 201 deleted.\n");
+  expect_done({"property", "delete", "P201", "--yes"}, "property 201 deleted.\n");
 }
 
 TEST_F(MasterData, GroupIsFilledAndApplied) {
@@ -332,7 +332,7 @@ TEST_F(MasterData, GroupIsDeletedUnlessSomethingUsesIt) {
                  "refused: 2 products still use property group 1\nrefused: 1 commodity still uses property group 1\n"
                  "mercato: property group 1 stays.\n");
   EXPECT_EQ(answer({"group", "delete", "1"}, 1).at("reasons").size(), 2u);
-  expect_done({"group", "delete", "inks"}, "property group 2 deleted.\n");
+  expect_done({"group", "delete", "inks", "--yes"}, "property group 2 deleted.\n");
   expect_refused({"group", "delete", "2"}, "mercato: There is no property group 2.\n");
 }
 
@@ -445,8 +445,8 @@ TEST_F(MasterData, CategoryIsCreatedListedChangedAndDeleted) {
   EXPECT_EQ(answer({"category", "set", "2", "--unspsc", "1020"}), json({{"updated", true}}));
   EXPECT_EQ(rows("SELECT CATEGORYNAME, UNSPSCCODE FROM PRODUCTCATEGORY ORDER BY CATEGORYID"),
             "CATEGORYNAME   UNSPSCCODE\nFountain pens  1010\nPencils        1020\nInks           -\n");
-  expect_done({"category", "delete", "Inks"}, "category 3 deleted.\n");
-  EXPECT_EQ(answer({"category", "delete", "2"}), json({{"deleted", true}}));
+  expect_done({"category", "delete", "Inks", "--yes"}, "category 3 deleted.\n");
+  EXPECT_EQ(answer({"category", "delete", "2", "--yes"}), json({{"deleted", true}}));
 }
 
 TEST_F(MasterData, CategoryThatIsMissingUsedOrWithoutANameIsRefused) {
@@ -506,7 +506,7 @@ TEST_F(MasterData, UnitIsListedAndDeletedUnlessAProductUsesIt) {
   EXPECT_EQ(answer({"unit", "delete", "BX"}, 1),
             json({{"deleted", false}, {"reasons", {"2 products still use unit BX"}}}));
   expect_refused({"unit", "delete", "QQ"}, "mercato: There is no unit QQ.\n");
-  expect_done({"unit", "delete", "RM"}, "unit RM deleted.\n");
+  expect_done({"unit", "delete", "RM", "--yes"}, "unit RM deleted.\n");
   expect_done({"unit", "list"}, "CODE\nBX\n");
 }
 

@@ -50,7 +50,8 @@ TEST_F(RightsCommands, AreAssignedShownAndCleared) {
   EXPECT_EQ(answer({"rights", "show", "ann"}).at("rights").at(1).at("PATH"), "Office\\Paper\\A4");
   EXPECT_EQ(answer({"rights", "assign", "ann", "1"}), json({{"assigned", true}, {"catalogs", 1}, {"replaced", 4}}));
   EXPECT_EQ(all_rights(), "USERID  ISPROFILE  CATALOGID  NODEID\nann     0          1          -\n");
-  expect_done({"rights", "clear", "ann"}, "1 right of ann removed.\n");
+  expect_refused({"rights", "clear", "ann"}, "mercato: 1 right of ann will be removed: --yes confirms it.\n");
+  expect_done({"rights", "clear", "ann", "--yes"}, "1 right of ann removed.\n");
   EXPECT_EQ(answer({"rights", "clear", "ann"}), json({{"cleared", true}, {"removed", 0}}));
   EXPECT_EQ(all_rights(), "0 rows\n");
 }
@@ -66,7 +67,7 @@ TEST_F(RightsCommands, OfAProfileAreItsOwn) {
               "CATALOGUE  LEVEL  NODE  RIGHT\n1 House    0      all   may order\n");
   expect_done({"rights", "show", "buyers"}, "CATALOGUE  LEVEL  NODE  RIGHT\n2 Next     0      all   may order\n");
   expect_done({"rights", "show", "nobody", "--profile"}, "profile nobody has no rights.\n");
-  expect_done({"rights", "clear", "buyers", "--profile"}, "1 right of profile buyers removed.\n");
+  expect_done({"rights", "clear", "buyers", "--profile", "--yes"}, "1 right of profile buyers removed.\n");
   EXPECT_EQ(all_rights(), "USERID  ISPROFILE  CATALOGID  NODEID\nbuyers  0          2          -\n");
 }
 
@@ -83,7 +84,7 @@ TEST_F(RightsCommands, OfUsersWithQuotesAndBlanksAreKept) {
               "O'Neil, which has a quote.\n");
   }
   EXPECT_EQ(whole_store(), before);
-  expect_done({"rights", "clear", "O'Neil"}, "1 right of O'Neil removed.\n");
+  expect_done({"rights", "clear", "O'Neil", "--yes"}, "1 right of O'Neil removed.\n");
   // Written without the blanks in front.
   ASSERT_EQ(run({"rights", "assign", "  Al Ba ", "1", "--force"}).status, 0);
   expect_done({"rights", "show", "Al Ba"}, "CATALOGUE  LEVEL  NODE  RIGHT\n1 House    0      all   may order\n");
@@ -104,7 +105,7 @@ TEST_F(RightsCommands, ThatMakeNoSenseAreRefused) {
   expect_wrong_usage({"rights", "assign", " ", "1"}, "USER: it is blank");
   expect_wrong_usage({"rights", "clear", ""}, "USER: it is blank");
   expect_wrong_usage({"rights"}, "A command is required");
-  EXPECT_EQ(run({"rights", "explain", "ann", "five"}).status, 2);
+  expect_refused({"rights", "explain", "ann", "five"}, "mercato: There is no catalogue five.\n");
   const ToolRun too_long = run({"rights", "assign", std::string(61, 'x'), "1", "--force"});
   EXPECT_EQ(too_long.status, 1);
   EXPECT_EQ(too_long.err.substr(0, 60), "refused: USERID takes at most 60 characters, not 61\nmercato:");
@@ -120,7 +121,7 @@ TEST_F(RightsCommands, AreLaidOut) {
             "2 nodes laid out for ann. 1 row more: rights that overlap lay a node out several times, and the library "
             "cannot list these nodes.\n");
   EXPECT_EQ(answer({"rights", "populate", "ann"}), json({{"populated", true}, {"nodes", 2}, {"rows", 3}}));
-  ASSERT_EQ(run({"rights", "clear", "ann"}).status, 0);
+  ASSERT_EQ(run({"rights", "clear", "ann", "--yes"}).status, 0);
   expect_done({"rights", "populate", "ann"}, "0 nodes laid out for ann.\n");
 }
 
@@ -168,6 +169,7 @@ TEST_F(RightsCommands, AreExplainedStepByStep) {
                   "sees: no, not laid out (`mercato rights populate`), nor has the user the whole catalogue\n"
                   "orders: no, by the entry on node 1 Office\n"
                   "view only: yes, by the entry on node 1 Office\n");
+  EXPECT_EQ(answer({"rights", "explain", "bob", "house/office"}).at("node"), 1);
   const json explained = answer({"rights", "explain", "cyd", "1"});
   EXPECT_EQ(explained,
             json({{"user", "cyd"},

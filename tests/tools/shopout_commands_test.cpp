@@ -58,6 +58,14 @@ TEST_F(ShopOutCommands, FolderIsShown) {
     expect_refused({"shopout", "show", node}, "mercato: Node " + node + " is no shop-out folder with a partner.\n");
 }
 
+TEST_F(ShopOutCommands, CataloguesAndNodesAreNamedByTheirNamesToo) {
+  EXPECT_EQ(answer({"shopout", "show", "house/shop"}).at("NODEID"), 1);
+  expect_done({"shopout", "account", "ann", "house/Shop"}, "ACCOUNT\nteam\n");
+  expect_done({"shopout", "tie", "house", "--node", "house/Plain", "3"}, "1 partner tied to node 3 of catalogue 1.\n");
+  expect_done({"shopout", "partners", "house", "--node", "house/Plain"}, "ID  PARTNER  NAME\n3   CORK     \n");
+  expect_refused({"shopout", "show", "house/Nowhere"}, "mercato: There is no node Nowhere on the way house/Nowhere.\n");
+}
+
 TEST_F(ShopOutCommands, PartnerThatNobodyKnowsIsShownByItsId) {
   execute("DELETE FROM BUSINESSPARTNER WHERE BUSINESSPARTNERID = 2");
   EXPECT_NE(run({"shopout", "show", "1"}).out.find("1 ACME, 2\n"), std::string::npos);
@@ -96,8 +104,10 @@ TEST_F(ShopOutCommands, PartnersAreTiedReplacedAndUntied) {
   EXPECT_EQ(ties(),
             "NODEID  CATALOGID  BUSINESSPARTNERID\n-       1          3\n1       1          1\n1       1          3\n"
             "4       2          3\n");
-  expect_done({"shopout", "untie", "1", "--node", "1"}, "2 partners untied from node 1 of catalogue 1.\n");
-  EXPECT_EQ(answer({"shopout", "untie", "1"}), json({{"untied", 1}}));
+  expect_refused({"shopout", "untie", "1", "--node", "1"},
+                 "mercato: 2 partners will be untied from node 1 of catalogue 1: --yes confirms it.\n");
+  expect_done({"shopout", "untie", "1", "--node", "1", "--yes"}, "2 partners untied from node 1 of catalogue 1.\n");
+  EXPECT_EQ(answer({"shopout", "untie", "1", "--yes"}), json({{"untied", 1}}));
   EXPECT_EQ(ties(), "NODEID  CATALOGID  BUSINESSPARTNERID\n4       2          3\n");
 }
 
@@ -125,16 +135,20 @@ TEST_F(ShopOutCommands, TextOfTheCommandLineNeverBecomesAStatement) {
   const std::string before = whole_store();
   expect_done({"shopout", "account", hostile, "1"}, hostile + " has no account at node 1.\n");
   EXPECT_EQ(run({"shopout", "tie", "1", hostile}).status, 2);
-  EXPECT_EQ(run({"shopout", "untie", hostile}).status, 2);
+  expect_refused({"shopout", "untie", hostile}, "mercato: There is no catalogue " + hostile + ".\n");
   EXPECT_EQ(whole_store(), before);
 }
 
 TEST_F(ShopOutCommands, WrongUsageIsToldBeforeTheStoreIsAsked) {
   expect_wrong_usage({"shopout"}, "A command is required");
   expect_wrong_usage({"shopout", "tie", "1"}, "PARTNERS is required");
-  expect_wrong_usage({"shopout", "show", "40000"}, "NODE: Value 40000 not in range 1 to 32767");
   expect_wrong_usage({"shopout", "tie", "1", "40000"}, "PARTNERS: Value 40000 not in range 1 to 32767");
-  expect_wrong_usage({"shopout", "untie", "1", "--node", "0"}, "--node: Value 0 not in range 1 to 32767");
+  for (const std::string id : {"40000", "0"}) {
+    const std::string refusal = "mercato: Shop-out folders and ties have ids from 1 to 32767, not " + id + ".\n";
+    expect_refused({"shopout", "show", id}, refusal);
+    expect_refused({"shopout", "untie", id}, refusal);
+    expect_refused({"shopout", "untie", "1", "--node", id}, refusal);
+  }
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "frame/table_columns.h"
 #include "mercato/object_context.h"
 #include "tools/cli/library.h"
+#include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
 #include "tools/cli/terminal/terminal.h"
 #include "values/text.h"
@@ -172,11 +173,13 @@ int refuse(const OutputOptions& output, gateway::Json values, const std::string&
 int delete_row(const Deletion& deletion, const OutputOptions& output) {
   expect_row(deletion.table, deletion.key);
   const auto reasons = [&] { return reasons_against_delete(deletion.table, deletion.key); };
+  const std::string row = noun_of(deletion.table) + " " + deletion.key.to_text();
+  if (!deletion.yes && reasons().empty())
+    expect_consent(row + (deletion.name.empty() ? "" : " " + deletion.name) + " will be deleted");
   const bool deleted =
       explaining([&](const RaisedError&) { return reasons(); },
                  [&] { return call(create_root(deletion.prog_id), deletion.method, {deletion.key}).to_boolean(); });
   const gateway::Json json = {{"deleted", deleted}};
-  const std::string row = noun_of(deletion.table) + " " + deletion.key.to_text();
   if (!deleted) return refuse(output, json, row + " stays.", reasons());
   return answer(output, json, row + " deleted.");
 }

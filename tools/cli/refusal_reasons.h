@@ -62,12 +62,15 @@ auto explaining(Explain explain, Work work) {
 // what came back when there are none. Returns kFailed.
 int refuse(const OutputOptions& output, gateway::Json values, const std::string& result, const Reasons& reasons);
 
-// Deletes the row of this key through a method that returns whether it did, and says so, or why not.
+// Deletes the row of this key through a method that returns whether it did, and says so, or why not. It is asked for
+// consent before, unless the row stays anyway.
 struct Deletion {
   const char* prog_id;
   const char* method;
   const char* table;
   Variant key;
+  bool yes;          // nobody is asked
+  std::string name;  // which the question says behind the key, with what else goes
 };
 int delete_row(const Deletion& deletion, const OutputOptions& output);
 

@@ -13,6 +13,7 @@
 #include "tools/cli/menu.h"
 #include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
 #include "values/text.h"
 
@@ -35,9 +36,13 @@ struct Grant {
 struct LaidOutUser {
   std::string user;
 };
+struct ClearedHolder {
+  RightsHolder holder;
+  bool yes = false;
+};
 struct Question {
   std::string user;
-  std::int32_t node = 0;
+  std::string node;
 };
 
 std::string described(const RightsHolder& holder) { return (holder.is_profile ? "profile " : "") + shown(holder.id); }
@@ -117,15 +122,18 @@ int assign(const Assignment& given, const OutputOptions& output) {
   return answer(output, {{"assigned", true}, {"catalogs", ids.items.size()}, {"replaced", replaced}}, words);
 }
 
-int clear(const RightsHolder& given, const OutputOptions& output) {
-  expect_holder_or_rows(given);
+int clear(const ClearedHolder& given, const OutputOptions& output) {
+  const RightsHolder& holder = given.holder;
+  expect_holder_or_rows(holder);
+  if (const std::size_t there = count_entries(holder); there > 0 && !given.yes)
+    expect_consent(counted(there, "right") + " of " + described(holder) + " will be removed");
   OneTransaction transaction;
-  const std::size_t before = count_entries(given);
-  if (!transaction.call(kWriter, "ClearUserCatalogIDs", {given.id, given.is_profile}).to_boolean())
+  const std::size_t before = count_entries(holder);
+  if (!transaction.call(kWriter, "ClearUserCatalogIDs", {holder.id, holder.is_profile}).to_boolean())
     return refuse(output, {{"cleared", false}}, "the rights stay as they were; the library does not say why.", {});
   transaction.commit();
   return answer(output, {{"cleared", true}, {"removed", before}},
-                counted(before, "right") + " of " + described(given) + " removed.");
+                counted(before, "right") + " of " + described(holder) + " removed.");
 }
 
 // grant, revoke
@@ -274,11 +282,12 @@ std::vector<Verdict> verdicts_of(const RightsTrace& trace, const std::vector<Nam
           {"view only", trace.is_view_only(), because}};
 }
 
-int tell(const Question& given, const RightsTrace& trace, NodeTree& tree, const OutputOptions& output) {
+int tell(const std::string& user, std::int32_t node, const RightsTrace& trace, NodeTree& tree,
+         const OutputOptions& output) {
   const std::vector<NamedStep> steps = named_steps(trace, tree);
   const std::vector<Verdict> verdicts = verdicts_of(trace, steps);
-  const std::string path = tree.path(given.node);
-  gateway::Json json = {{"user", given.user}, {"node", given.node}, {"path", path}, {"steps", gateway::Json::array()}};
+  const std::string path = tree.path(node);
+  gateway::Json json = {{"user", user}, {"node", node}, {"path", path}, {"steps", gateway::Json::array()}};
   Table table({"LOOKED AT", "ID", "NAME", "ENTRY", "WHAT IT DOES"});
   for (std::size_t position = 0; position < steps.size(); ++position) {
     const auto& [step, name] = steps[position];
@@ -296,7 +305,7 @@ int tell(const Question& given, const RightsTrace& trace, NodeTree& tree, const 
   json["viewOnly"] = verdicts[2].answer;
   if (output.json) return answer(output, json, {});
 
-  std::cout << bold(shown(given.user) + " and node " + std::to_string(given.node) + " " + shown(path, 200)) << '\n';
+  std::cout << bold(shown(user) + " and node " + std::to_string(node) + " " + shown(path, 200)) << '\n';
   table.print(std::cout);
   for (const Verdict& verdict : verdicts)
     std::cout << verdict.question << ": " << (verdict.answer ? good("yes") : "no") << ", " << verdict.because << '\n';
@@ -304,18 +313,18 @@ int tell(const Question& given, const RightsTrace& trace, NodeTree& tree, const 
 }
 
 int explain(const Question& given, const OutputOptions& output) {
+  const std::int32_t node = keeping::node_id_named(given.node);
   const store::CallLimit limit = call_limit();
   NodeTree tree;
   const RightsTrace trace = explaining([&](const RaisedError&) { return reasons_against_user(given.user); },
-                                       [&] { return trace_rights(given.user, given.node); });
-  const std::string node = "node " + std::to_string(given.node);
-  if (!tree.find(given.node)) raise(error_number::kInvalidArgument, {}, "There is no " + node);
-  const gateway::Json json = {{"user", given.user}, {"node", given.node}};
-  if (trace.endless)
-    return refuse(output, json, "the library would ask until its time is up.", {*endless(tree, given.node)});
+                                       [&] { return trace_rights(given.user, node); });
+  const std::string named = "node " + std::to_string(node);
+  if (!tree.find(node)) raise(error_number::kInvalidArgument, {}, "There is no " + named);
+  const gateway::Json json = {{"user", given.user}, {"node", node}};
+  if (trace.endless) return refuse(output, json, "the library would ask until its time is up.", {*endless(tree, node)});
   if (trace.sight == Sight::no_catalog)
-    return refuse(output, json, "the library cannot say whether the user sees it.", {node + " has no catalogue"});
-  return tell(given, trace, tree, output);
+    return refuse(output, json, "the library cannot say whether the user sees it.", {named + " has no catalogue"});
+  return tell(given.user, node, trace, tree, output);
 }
 
 void add_holder(Command& command, RightsHolder& holder) {
@@ -346,13 +355,16 @@ void add_rights_commands(Menu& menu) {
   {
     const auto [command, given] =
         group.add("explain", "Say which entry decides what a user may do with a node",
+                  "  mercato rights explain CHLOE.MERCIER 'House catalogue 2026/Office/Paper'\n"
                   "  mercato rights explain CHLOE.MERCIER 12\n"
                   "A restriction on the catalogue, the node or any node above it wins. Else the node's own entry, or "
                   "that on the\n"
-                  "catalogue, lets the user order. Profiles do not count. Node ids are those of `catalog tree`.\n",
+                  "catalogue, lets the user order. Profiles do not count.\n",
                   explain);
     command.add_option("USER", given.user, "The user's id")->required()->check(is_no_blank());
-    command.add_option("NODE", given.node, "The node's id")->required()->check(is_whole_number());
+    command.add_option("NODE", given.node, "The node, by id or as CATALOGUE/NAME/NAME")
+        ->required()
+        ->check(is_no_blank());
   }
   {
     const auto [command, given] =
@@ -396,11 +408,12 @@ void add_rights_commands(Menu& menu) {
   {
     const auto [command, given] =
         group.add("clear", "Take all rights from a user or a profile",
-                  "  mercato rights clear BEN.OKORO\n"
-                  "  mercato rights clear BUYERS --profile\n"
+                  "  mercato rights clear BEN.OKORO --yes\n"
+                  "  mercato rights clear BUYERS --profile --yes\n"
                   "What was laid out stays until `rights populate`. His accounts of shop-out folders go along.\n",
                   clear);
-    add_holder(command, given);
+    add_holder(command, given.holder);
+    command.add_flag("--yes", given.yes, "Do not ask");
   }
 }
 

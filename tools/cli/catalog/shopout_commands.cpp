@@ -10,10 +10,12 @@
 #include "catalog/node_tree.h"
 #include "frame/lib_general.h"
 #include "frame/lib_sql.h"
+#include "keeping/catalog_resolver.h"
 #include "mercato/object_context.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
 #include "values/text.h"
 
@@ -27,21 +29,42 @@ constexpr std::int32_t kGreatestId = 32767;  // these calls take ids of 16 bits
 
 struct NoOptions {};
 struct WhichFolder {
-  std::int32_t node = 0;
+  std::string node;
 };
 struct WhichAccount {
   std::string user;
-  std::int32_t node = 0;
+  std::string node;
   bool password = false;
+};
+struct WhichPlace {
+  std::string catalog;
+  std::string node;  // empty: the whole catalogue
+};
+struct UntiedPlace {
+  WhichPlace place;
+  bool yes = false;
+};
+struct Partners {
+  WhichPlace place;
+  std::vector<std::int32_t> partners;
 };
 struct Place {
   std::int32_t catalog = 0;
   std::int32_t node = kNoNode;
 };
-struct Partners {
-  Place place;
-  std::vector<std::int32_t> partners;
-};
+
+// Ids of what may be gone are taken, too: what it left behind is still here.
+std::int32_t small_id(std::int32_t id) {
+  if (id < 1 || id > kGreatestId)
+    raise(
+        error_number::kInvalidArgument, {},
+        "Shop-out folders and ties have ids from 1 to " + std::to_string(kGreatestId) + ", not " + std::to_string(id));
+  return id;
+}
+std::int32_t node_of(const std::string& named) { return small_id(keeping::node_id_named(named)); }
+Place place_of(const WhichPlace& named) {
+  return {small_id(keeping::catalog_id_named(named.catalog)), named.node.empty() ? kNoNode : node_of(named.node)};
+}
 
 // Reading
 
@@ -105,10 +128,10 @@ int list(const NoOptions&, const OutputOptions& output) {
 }
 
 int show(const WhichFolder& given, const OutputOptions& output) {
-  const Folder folder = folder_at(create_root(kReader), given.node);
+  const std::int32_t node = node_of(given.node);
+  const Folder folder = folder_at(create_root(kReader), node);
   if (!folder.row)
-    raise(error_number::kInvalidArgument, {},
-          "Node " + std::to_string(given.node) + " is no shop-out folder with a partner");
+    raise(error_number::kInvalidArgument, {}, "Node " + std::to_string(node) + " is no shop-out folder with a partner");
   Table table({"FIELD", "VALUE"});
   folder.row->for_each([&](const Variant& column, const Variant& value) {
     if (!value.is_null()) table.add({column.to_text(), shown(text_of(value), 200)});
@@ -120,9 +143,10 @@ int show(const WhichFolder& given, const OutputOptions& output) {
 }
 
 int account(const WhichAccount& given, const OutputOptions& output) {
+  const std::int32_t node = node_of(given.node);
   // The library puts the user's id into its statement as it stands.
   const Variant accounts =
-      call(create_root(kReader), "GetFolderAuthenticationDetails", {Gen_QuoteSql(given.user), given.node});
+      call(create_root(kReader), "GetFolderAuthenticationDetails", {Gen_QuoteSql(given.user), node});
   gateway::Json json = gateway::Json::array();
   Table table(given.password ? std::vector<std::string>{"ACCOUNT", "PASSWORD"} : std::vector<std::string>{"ACCOUNT"});
   for (const DictionaryPtr& row : rows_left(accounts.to<Recordset>())) {
@@ -134,7 +158,7 @@ int account(const WhichAccount& given, const OutputOptions& output) {
     table.add(std::move(cells));
   }
   return answer_list(output, "accounts", std::move(json), table,
-                     given.user + " has no account at node " + std::to_string(given.node) + ".");
+                     given.user + " has no account at node " + std::to_string(node) + ".");
 }
 
 // Ties
@@ -152,19 +176,19 @@ std::vector<std::int32_t> partners_at(const Place& place) {
 }
 
 // The library ties whatever it is given.
-Reasons reasons_against_ties(const Partners& given) {
-  expect_row("CATALOG", given.place.catalog);
+Reasons reasons_against_ties(const Place& place, const std::vector<std::int32_t>& partners) {
+  expect_row("CATALOG", place.catalog);
   Reasons reasons;
-  if (given.place.node != kNoNode) {
+  if (place.node != kNoNode) {
     NodeTree tree;
-    const CatalogNode* node = tree.find(given.place.node);
-    if (!node || node->catalog != given.place.catalog)
-      reasons.push_back("there is no node " + std::to_string(given.place.node) + " in catalogue " +
-                        std::to_string(given.place.catalog));
+    const CatalogNode* node = tree.find(place.node);
+    if (!node || node->catalog != place.catalog)
+      reasons.push_back("there is no node " + std::to_string(place.node) + " in catalogue " +
+                        std::to_string(place.catalog));
   }
   const auto known = known_partners();
   std::set<std::int32_t> once;
-  for (const std::int32_t partner : given.partners) {
+  for (const std::int32_t partner : partners) {
     const std::string id = std::to_string(partner);
     if (!known.contains(partner)) reasons.push_back("there is no business partner " + id);
     if (!once.insert(partner).second) reasons.push_back("partner " + id + " is named twice");
@@ -178,65 +202,74 @@ std::string joined(const std::vector<std::int32_t>& ids) {
   return list;
 }
 
-int partners(const Place& given, const OutputOptions& output) {
+int partners(const WhichPlace& given, const OutputOptions& output) {
+  const Place place = place_of(given);
   const auto known = known_partners();
   gateway::Json json = gateway::Json::array();
   Table table({"ID", "PARTNER", "NAME"});
-  for (const std::int32_t id : partners_at(given)) {
+  for (const std::int32_t id : partners_at(place)) {
     const auto partner = known.find(id);
     const bool is_known = partner != known.end();
     json.push_back(is_known ? to_json(*partner->second) : gateway::Json{{"BUSINESSPARTNERID", id}});
     table.add({std::to_string(id), is_known ? shown(text_of(*partner->second, "BUSINESSID"), 30) : "",
                is_known ? shown(text_of(*partner->second, "PARTNERNAME")) : ""});
   }
-  if (table.empty()) expect_row("CATALOG", given.catalog);
-  return answer_list(output, "partners", std::move(json), table, "No partner is tied to " + named(given) + ".");
+  if (table.empty()) expect_row("CATALOG", place.catalog);
+  return answer_list(output, "partners", std::move(json), table, "No partner is tied to " + named(place) + ".");
 }
 
 int tie(const Partners& given, const OutputOptions& output) {
-  Reasons reasons = reasons_against_ties(given);
-  const auto present = partners_at(given.place);
+  const Place place = place_of(given.place);
+  Reasons reasons = reasons_against_ties(place, given.partners);
+  const auto present = partners_at(place);
   for (const std::int32_t partner : given.partners)
     if (std::find(present.begin(), present.end(), partner) != present.end())
-      reasons.push_back("partner " + std::to_string(partner) + " is tied to " + named(given.place) + " already");
+      reasons.push_back("partner " + std::to_string(partner) + " is tied to " + named(place) + " already");
   if (!reasons.empty()) return refuse(output, {{"tied", false}}, "no partner was tied.", reasons);
-  const bool tied = call(create_root(kWriter), "InsertCatalogNodeByBP",
-                         {given.place.node, given.place.catalog, joined(given.partners)})
-                        .to_boolean();
-  return answer(output, {{"tied", tied}},
-                counted(given.partners.size(), "partner") + " tied to " + named(given.place) + ".");
+  const bool tied =
+      call(create_root(kWriter), "InsertCatalogNodeByBP", {place.node, place.catalog, joined(given.partners)})
+          .to_boolean();
+  return answer(output, {{"tied", tied}}, counted(given.partners.size(), "partner") + " tied to " + named(place) + ".");
 }
 
 int replace(const Partners& given, const OutputOptions& output) {
-  const Reasons reasons = reasons_against_ties(given);
+  const Place place = place_of(given.place);
+  const Reasons reasons = reasons_against_ties(place, given.partners);
   if (!reasons.empty()) return refuse(output, {{"replaced", false}}, "the partners stay as they were.", reasons);
-  const bool replaced = call_without_vote(kWriter, "UpdateCatalogNodeByBP",
-                                          {given.place.node, given.place.catalog, joined(given.partners)})
-                            .to_boolean();
+  const bool replaced =
+      call_without_vote(kWriter, "UpdateCatalogNodeByBP", {place.node, place.catalog, joined(given.partners)})
+          .to_boolean();
   return answer(output, {{"replaced", replaced}},
-                named(given.place) + " has " + counted(given.partners.size(), "partner") + " now.");
+                named(place) + " has " + counted(given.partners.size(), "partner") + " now.");
 }
 
-int untie(const Place& given, const OutputOptions& output) {
-  const std::size_t present = partners_at(given).size();
+int untie(const UntiedPlace& given, const OutputOptions& output) {
+  const Place place = place_of(given.place);
+  const std::size_t present = partners_at(place).size();
   // Ties that a catalogue left behind when it went can still be untied.
-  if (present == 0) expect_row("CATALOG", given.catalog);
-  const bool deleted = call_without_vote(kWriter, "DeleteCatalogNodeByBP", {given.node, given.catalog}).to_boolean();
+  if (present == 0) expect_row("CATALOG", place.catalog);
+  if (present > 0 && !given.yes) expect_consent(counted(present, "partner") + " will be untied from " + named(place));
+  const bool deleted = call_without_vote(kWriter, "DeleteCatalogNodeByBP", {place.node, place.catalog}).to_boolean();
   const gateway::Json json = {{"untied", deleted ? present : 0}};
   if (!deleted) return refuse(output, json, "the partners stay tied; the library does not say why.", {});
-  if (present == 0) return refuse(output, json, "no partner is tied to " + named(given) + ".", {});
-  return answer(output, json, counted(present, "partner") + " untied from " + named(given) + ".");
+  if (present == 0) return refuse(output, json, "no partner is tied to " + named(place) + ".", {});
+  return answer(output, json, counted(present, "partner") + " untied from " + named(place) + ".");
 }
 
-void add_node(Command& command, std::int32_t& node) {
-  command.add_option("NODE", node, "The folder's node id")->required()->between(1, kGreatestId);
+void add_node(Command& command, std::string& node) {
+  command.add_option("NODE", node, "The folder's node, by id or as CATALOGUE/NAME/NAME")
+      ->required()
+      ->check(is_no_blank());
 }
 
-void add_place(Command& command, Place& place) {
-  command.add_option("CATALOG", place.catalog, "The catalogue's id")->required()->between(1, kGreatestId);
-  command.add_option("--node", place.node, "The id of one of its nodes; else the catalogue as a whole")
-      ->type_name("N")
-      ->between(1, kGreatestId);
+void add_place(Command& command, WhichPlace& place) {
+  command.add_option("CATALOG", place.catalog, "The catalogue's id, or its name when only one has it")
+      ->required()
+      ->check(is_no_blank());
+  command
+      .add_option("--node", place.node, "One of its nodes, by id or as CATALOGUE/NAME; else the catalogue as a whole")
+      ->type_name("NODE")
+      ->check(is_no_blank());
 }
 
 void add_partners(Command& command, Partners& given) {
@@ -253,7 +286,8 @@ void add_shopout_commands(Menu& menu) {
   group.add("list", "List the shop-out folders that have a partner", "  mercato shopout list\n", list);
   {
     const auto [command, given] =
-        group.add("show", "Print one shop-out folder", "  mercato shopout show 11\n", shopout_commands::show);
+        group.add("show", "Print one shop-out folder", "  mercato shopout show 'House catalogue 2026/Tool shop'\n",
+                  shopout_commands::show);
     add_node(command, given.node);
   }
   {
@@ -288,10 +322,11 @@ void add_shopout_commands(Menu& menu) {
   }
   {
     const auto [command, given] = group.add("untie", "Take all partners from a catalogue or from one of its nodes",
-                                            "  mercato shopout untie 1\n"
-                                            "  mercato shopout untie 1 --node 11\n",
+                                            "  mercato shopout untie 1 --yes\n"
+                                            "  mercato shopout untie 1 --node 11 --yes\n",
                                             untie);
-    add_place(command, given);
+    add_place(command, given.place);
+    command.add_flag("--yes", given.yes, "Do not ask");
   }
 }
 

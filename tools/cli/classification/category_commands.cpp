@@ -40,6 +40,7 @@ struct Membership {
 };
 struct WhichCategory {
   std::string which;  // id or name
+  bool yes = false;
 };
 
 // The ids of the categories whose name fits.
@@ -152,7 +153,11 @@ int remove_members(const Membership& given, const OutputOptions& output) {
 }
 
 int remove(const WhichCategory& given, const OutputOptions& output) {
-  return delete_row({kWriter, "DeleteProductCategory", kTable, id_of(kCategories, given.which)}, output);
+  const DictionaryPtr category = one_of(kCategories, id_of(kCategories, given.which));
+  const std::int32_t id = category->Item("CATEGORYID").to_long();
+  const std::string name = shown(text_of(*category, "CATEGORYNAME")) + " with " +
+                           counted(keeping::count_products_of(id), "product link") + " and the nodes that show it";
+  return delete_row({kWriter, "DeleteProductCategory", kTable, id, given.yes, name}, output);
 }
 
 constexpr const char* kWhich = "The category's id, or its name when only one has it";
@@ -209,10 +214,11 @@ void add_category_commands(Menu& menu) {
   {
     const auto [command, given] =
         group.add("delete", "Delete a category with its product links and the catalogue nodes that show it",
-                  "  mercato category delete 30\n"
+                  "  mercato category delete 30 --yes\n"
                   "A category that a question refers to stays.\n",
                   remove);
     command.add_option("CATEGORY", given.which, kWhich)->required();
+    command.add_flag("--yes", given.yes, "Do not ask");
   }
 }
 

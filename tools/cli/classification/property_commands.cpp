@@ -41,6 +41,10 @@ struct PropertyChange {
 struct Named {
   std::string which;  // id or name
 };
+struct Deleted {
+  std::string which;
+  bool yes = false;
+};
 struct Choices {
   std::string property;
   std::vector<std::string> added;
@@ -160,8 +164,15 @@ int change_choices(const Choices& given, const OutputOptions& output) {
   return answer_list(output, "choices", choices, table, name + " has no choices.");
 }
 
-int delete_property(const Named& given, const OutputOptions& output) {
-  return delete_row({kPropertyProgId, "Delete", "PROPERTY", id_of(kProperties, given.which)}, output);
+int delete_one(const Kind& kind, const char* prog_id, const char* table, const Deleted& given,
+               const OutputOptions& output) {
+  const DictionaryPtr row = one_of(kind, id_of(kind, given.which));
+  return delete_row(
+      {prog_id, "Delete", table, row->Item(kind.id_column), given.yes, shown(text_of(*row, kind.name_column))}, output);
+}
+
+int delete_property(const Deleted& given, const OutputOptions& output) {
+  return delete_one(kProperties, kPropertyProgId, "PROPERTY", given, output);
 }
 
 // Groups
@@ -270,8 +281,8 @@ int apply_group(const Application& given, const OutputOptions& output) {
       "the products of " + text_of(*group, "PROPERTYGROUPNAME") + " are in line with it; " + words_for(plan) + ".");
 }
 
-int delete_group(const Named& given, const OutputOptions& output) {
-  return delete_row({kGroupProgId, "Delete", "PROPERTYGROUP", id_of(kPropertyGroups, given.which)}, output);
+int delete_group(const Deleted& given, const OutputOptions& output) {
+  return delete_one(kPropertyGroups, kGroupProgId, "PROPERTYGROUP", given, output);
 }
 
 // An option that sets `type` to the data type that it names.
@@ -332,10 +343,11 @@ void add_properties(Menu& menu) {
   }
   {
     const auto [command, given] = group.add("delete", "Delete a property and its places in groups",
-                                            "  mercato property delete FORMAT\n"
+                                            "  mercato property delete FORMAT --yes\n"
                                             "A property that a product has a value of stays.\n",
                                             delete_property);
     command.add_option("PROPERTY", given.which, kWhichProperty)->required();
+    command.add_flag("--yes", given.yes, "Do not ask");
   }
 }
 
@@ -380,10 +392,11 @@ void add_groups(Menu& menu) {
   }
   {
     const auto [command, given] = group.add("delete", "Delete a property group",
-                                            "  mercato group delete 'Copy paper'\n"
+                                            "  mercato group delete 'Copy paper' --yes\n"
                                             "A group that a product, commodity or user has stays.\n",
                                             delete_group);
     command.add_option("GROUP", given.which, kWhichGroup)->required();
+    command.add_flag("--yes", given.yes, "Do not ask");
   }
 }
 

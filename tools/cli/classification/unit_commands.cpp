@@ -14,6 +14,7 @@ namespace unit_commands {
 struct NoOptions {};
 struct WhichUnit {
   std::string code;
+  bool yes = false;
 };
 
 int list(const NoOptions&, const OutputOptions& output) {
@@ -27,7 +28,7 @@ int list(const NoOptions&, const OutputOptions& output) {
 }
 
 int remove(const WhichUnit& given, const OutputOptions& output) {
-  return delete_row({"Mercato.TUnit", "Delete", "UNIT", given.code}, output);
+  return delete_row({"Mercato.TUnit", "Delete", "UNIT", given.code, given.yes, {}}, output);
 }
 
 }  // namespace unit_commands
@@ -37,10 +38,11 @@ void add_unit_commands(Menu& menu) {
   Menu::Group group = menu.group("unit", "List and delete units of measure");
   group.add("list", "List the unit codes", "  mercato unit list\n", list);
   const auto [command, given] = group.add("delete", "Delete a unit",
-                                          "  mercato unit delete M2\n"
+                                          "  mercato unit delete M2 --yes\n"
                                           "A unit that a product has stays.\n",
                                           remove);
   command.add_option("CODE", given.code, "The unit's code")->required();
+  command.add_flag("--yes", given.yes, "Do not ask");
 }
 
 }  // namespace mercato::cli

@@ -9,6 +9,7 @@
 #include "tools/cli/menu.h"
 #include "tools/cli/product/favorites.h"
 #include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
 #include "values/same_text.h"
 
@@ -29,6 +30,11 @@ struct NewFolder {
 struct WhichFolder {
   std::string user;
   std::string which;  // id or name
+};
+struct DeletedFolder {
+  std::string user;
+  std::string which;
+  bool yes = false;
 };
 struct NewName {
   std::string user;
@@ -104,14 +110,15 @@ int show(const WhichFolder& given, const OutputOptions& output) {
   return list_favorites(given.user, folder.id, named(folder) + " is empty.", output);
 }
 
-int remove(const WhichFolder& given, const OutputOptions& output) {
+int remove(const DeletedFolder& given, const OutputOptions& output) {
   // The library deletes the favourites before it looks whose the folder is, so that is looked for here.
   const Folder folder = folder_of(given.user, given.which);
   const std::int32_t favorites = product::count_favorites_in_folder(connection_string(), folder.id);
+  const std::string contents = " with " + counted(static_cast<std::size_t>(favorites), "favourite");
+  if (!given.yes) expect_consent(named(folder) + " " + shown(folder.name) + contents + " will be deleted");
   const bool deleted =
       call(create_root(kWriter), "DeleteFavoriteFolder", {folder.id, as_it_stands(given.user)}).to_boolean();
-  return answer(output, {{"deleted", deleted}, {"favorites", favorites}},
-                named(folder) + " deleted with " + counted(static_cast<std::size_t>(favorites), "favourite") + ".");
+  return answer(output, {{"deleted", deleted}, {"favorites", favorites}}, named(folder) + " deleted" + contents + ".");
 }
 
 constexpr const char* kUser = "The user's id";
@@ -162,9 +169,10 @@ void add_folder_commands(Menu& menu) {
   }
   {
     const auto [command, given] = group.add("delete", "Delete a folder with the favourites in it",
-                                            "  mercato folder delete MARTA.NOWAK 1\n", remove);
+                                            "  mercato folder delete MARTA.NOWAK 'Every month' --yes\n", remove);
     command.add_option("USER", given.user, kUser)->required();
     command.add_option("FOLDER", given.which, kWhich)->required();
+    command.add_flag("--yes", given.yes, "Do not ask");
   }
 }
 

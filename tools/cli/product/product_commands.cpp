@@ -37,6 +37,10 @@ constexpr const char* kFieldsHelp =
     "buyer\n"
     "(USERID) have to exist; other codes are taken as they are.\n";
 
+struct DeletedProduct {
+  ProductName product;
+  bool yes = false;
+};
 struct WhichProduct {
   ProductName product;
 };
@@ -196,8 +200,11 @@ int set_visibility(const HiddenProducts& given, bool disabled, const OutputOptio
 int disable(const HiddenProducts& given, const OutputOptions& output) { return set_visibility(given, true, output); }
 int enable(const HiddenProducts& given, const OutputOptions& output) { return set_visibility(given, false, output); }
 
-int remove(const WhichProduct& given, const OutputOptions& output) {
-  return delete_row({kProgId, "Delete", kTable, find_product(given.product).id}, output);
+int remove(const DeletedProduct& given, const OutputOptions& output) {
+  const keeping::NamedProduct product = find_product(given.product);
+  return delete_row({kProgId, "Delete", kTable, product.id, given.yes,
+                     shown(product.part_number + " " + product.description) + " with all that is about it"},
+                    output);
 }
 
 int check(const OrderQuantity& given, const OutputOptions& output) {
@@ -311,10 +318,11 @@ void add_showing_and_hiding(Menu::Group& group) {
   {
     const auto [command, given] =
         group.add("delete", "Delete a product with its prices, properties, categories, favourites and buyers",
-                  "  mercato product delete 277\n"
+                  "  mercato product delete 277 --yes\n"
                   "A product that a question refers to stays.\n",
                   remove);
     add_product(command, given.product);
+    command.add_flag("--yes", given.yes, "Do not ask");
   }
 }
 

@@ -10,6 +10,7 @@
 #include "tools/cli/named_product.h"
 #include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
+#include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
 
 namespace mercato::cli {
@@ -29,6 +30,11 @@ struct Images {
 };
 struct Attachments {
   ProductName product;
+};
+struct Detachment {
+  ProductName product;
+  std::string file;
+  bool yes = false;
 };
 struct Attachment {
   ProductName product;
@@ -123,13 +129,16 @@ int attach(const Attachment& given, const OutputOptions& output) {
   return answer(output, {{"attached", name}}, shown(name, 255) + " attached to " + named(id) + ".");
 }
 
-int detach(const Attachment& given, const OutputOptions& output) {
+int detach(const Detachment& given, const OutputOptions& output) {
   const std::int32_t id = find_product(given.product).id;
-  OneTransaction transaction;
-  const bool detached = keeping::detach_file(id, given.file);
+  const auto act = [&] { return keeping::detach_file(id, given.file); };
+  const bool detached = given.yes ? kept(act) : tried(act);
   const gateway::Json json = {{"detached", detached}};
   if (!detached) return refuse(output, json, named(id) + " has no attached file " + given.file + ".", {});
-  transaction.commit();
+  if (!given.yes) {
+    expect_consent(shown(given.file, 255) + " of " + named(id) + " will be deleted");
+    kept(act);
+  }
   keeping::drop_attached_file(id, given.file);
   return answer(output, json, shown(given.file, 255) + " taken from " + named(id) + ".");
 }
@@ -178,11 +187,12 @@ void add_companion_commands(Menu::Group& group) {
   }
   {
     const auto [command, given] = group.add("detach", "Take an attached file from a product, and delete it",
-                                            "  mercato product detach M-100007 safety.pdf\n", detach);
+                                            "  mercato product detach M-100007 safety.pdf --yes\n", detach);
     add_product(command, given.product);
     command.add_option("FILE", given.file, "Its name, as `product attachments` prints it")
         ->required()
         ->check(is_no_blank());
+    command.add_flag("--yes", given.yes, "Do not ask");
   }
 }
 
