@@ -66,6 +66,12 @@ store=$work/example.db
 expect "mercato $version made $(cat "$source_dir"/schema/*.sql | grep -c '^CREATE TABLE ') tables
 product 1
 product 99: Product not present" "$("$work/build/new_store" "$store")"
+expect "there is no product 99
+logged: Mercato
+Mercato raised -2146825023
+filed, committed
+refused, taken back
+4 threads have found it" "$("$work/build/guide" "$store")"
 for program in "$work/build/find_product" "env LD_LIBRARY_PATH=$libraries $work/by_pkg_config"; do
   output=$($program "$store" S-1)
   grep -qx 'PRODUCTDESCRIPTION: Desk lamp' <<<"$output" || fail "unexpected: $output"
