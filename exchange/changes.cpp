@@ -389,9 +389,13 @@ ChangeCounts changes_by_upload(const ChangeOptions& options, const ChangeTaker& 
   limits.keeps_lines = true;
   xml::Document document(limits);
   if (!document.load(options.document)) raise(eUnableToLoadXML, {}, document.error());
-  if (const xml::NodeList records = document.elements_by_tag_name(upload::kProductDocument.record); !records.empty())
+  const auto counted = [&](const xml::NodeList& records) {
+    if (!records.empty() && options.counted) options.counted(records.size());
+    return !records.empty();
+  };
+  if (const xml::NodeList records = document.elements_by_tag_name(upload::kProductDocument.record); counted(records))
     return ProductChanges(options, take).run(document, records);
-  if (const xml::NodeList records = document.elements_by_tag_name(upload::kPriceDocument.record); !records.empty())
+  if (const xml::NodeList records = document.elements_by_tag_name(upload::kPriceDocument.record); counted(records))
     return PriceChanges(options, take).run(document, records);
   raise(eUnableToLoadXML, {},
         "\"" + options.document + "\" has no element Product and none ProductPrice, so there is nothing to compare.");

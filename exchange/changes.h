@@ -51,6 +51,8 @@ struct ChangeOptions {
   std::optional<JudgingOptions> judging = {};  // of values, before the upload sees them; nothing: it alone judges
   // What the failure of a record means to a person; else its own words are told.
   std::function<UploadField(const RaisedError&, const upload::DocumentKind&)> told_of;
+  // Is told how many records there are, before the first one.
+  std::function<void(std::size_t)> counted = {};
 };
 
 using ChangeTaker = std::function<void(const RecordChange&)>;

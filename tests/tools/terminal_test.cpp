@@ -119,6 +119,14 @@ TEST_F(OnATerminal, ProgressIsWrittenOverItselfAndWipedAtTheEnd) {
   EXPECT_EQ(file("piped").find_first_of("\x1b\r"), std::string::npos);
 }
 
+TEST_F(OnATerminal, ProgressIsShownOfPreviewsThatAreNoShortOnes) {
+  write_document(45, "Pen");
+  for (const Words& preview : {Words{"preview", "records.xml"}, Words{"preview", "--changes", "records.xml"}}) {
+    const std::string shown = without_pace(shown_by_shell(tool_.command(preview) + " >piped"));
+    EXPECT_EQ(shown, "\r20 of 45\r40 of 45\r45 of 45\r\x1b[K");
+  }
+}
+
 TEST_F(OnATerminal, ProgressIsWipedWhenTheUploadEndsEarly) {
   write_document(150, "");  // no product can be saved
   const std::string shown = shown_by_shell(tool_.command({"upload", "--json", "records.xml"}) + " >piped");

@@ -75,6 +75,8 @@ std::string fitted(const std::string& cell, std::size_t width) {
   return cut;
 }
 
+constexpr std::size_t kProgressStep = 20;  // what is less is done before anybody reads it
+
 DateChoice date_choice = DateChoice::iso;
 
 }  // namespace
@@ -162,15 +164,15 @@ void Table::print(std::ostream& out, std::size_t columns) const {
   for (const auto& row : rows_) out << line(row) << '\n';
 }
 
-Progress::Progress(std::size_t total) : visible_(::isatty(STDERR_FILENO) == 1), total_(total) {}
+Progress::Progress(std::size_t total)
+    : visible_(total >= kProgressStep && ::isatty(STDERR_FILENO) == 1), total_(total) {}
 
 Progress::~Progress() {
   if (visible_ && done_ > 0) std::cerr << "\r\x1b[K" << std::flush;
 }
 
 void Progress::advance(std::size_t by) {
-  constexpr std::size_t kStep = 20;
-  const bool is_next_step = (done_ + by) / kStep != done_ / kStep;
+  const bool is_next_step = (done_ + by) / kProgressStep != done_ / kProgressStep;
   done_ += by;
   if (!visible_ || (!is_next_step && done_ != total_)) return;
   store::UnitOfWork::before_waiting();  // the person at the terminal may have stopped its output

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // mercato preview --changes: what an upload of the document would do with each record.
 #include <iostream>
+#include <optional>
 #include <utility>
 
 #include "exchange/changes.h"
@@ -81,14 +82,18 @@ int preview_changes(const PreviewOptions& options, const OutputOptions& output) 
     if (kind.record == upload::kPriceDocument.record) return exchange::told_of(failure);
     return UploadField{{}, {}, exchange::reason_of(failure, options.update_only)};
   };
+  std::optional<Progress> progress;
+  asked.counted = [&](std::size_t records) { progress.emplace(records); };
   Table table({"LINE", "PART NUMBER", "CHANGE", "FIELD", "OLD", "NEW"});
   const exchange::ChangeCounts counts = exchange::changes_by_upload(asked, [&](const RecordChange& record) {
+    progress->advance();
     if (record.change == Change::unchanged && record.dropped.empty() && record.cut.empty() && !options.all) return;
     if (output.json)
       print_line(record);
     else
       add_rows(table, record);
   });
+  progress.reset();
   if (output.json) {
     std::cout << gateway::line_of({{"read", counts.read()},
                                    {"inserted", counts.inserted},

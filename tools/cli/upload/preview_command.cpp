@@ -72,8 +72,11 @@ std::vector<CheckedRecord> check(const PreviewOptions& options) {
   if (elements.empty())
     raise(eUnableToLoadXML, {}, "\"" + options.document + "\" has no element Product, so there is nothing to check.");
   std::vector<CheckedRecord> records;
-  for (const xml::Node& element : elements)
+  Progress progress(elements.size());
+  for (const xml::Node& element : elements) {
     if (auto record = judge(reader, method, values, element)) records.push_back(std::move(*record));
+    progress.advance();
+  }
   for (const xml::Node& element : exchange::passed_over(document, upload::kProductDocument)) {
     CheckedRecord& record = records.emplace_back();
     record.part_number = element.attribute("buyfrompartnumber").value_or("");
