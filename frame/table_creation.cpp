@@ -5,9 +5,9 @@
 
 #include "frame/schema_definitions.h"
 #include "frame/schema_versions.h"
-#include "mercato/clock.h"
 #include "mercato/raised_error.h"
 #include "mercato/version.h"
+#include "platform/clock/universal_time.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/known_drivers.h"
 #include "platform/store/session_pool.h"
@@ -43,8 +43,8 @@ CreatedTables bring_up_to_date(store::Session& session, const StoreState& found,
   created.version_before = is_new ? newest : found.version;
   const auto note_version = [&](std::int32_t version) {
     session.execute(Sql("INSERT INTO ") << name(kVersionTable) << " (VERSION, APPLIED, BY_RELEASE) VALUES (" << version
-                                        << ", '" << value(clock::now().iso_text()) << "', '" << value(MERCATO_VERSION)
-                                        << "')");
+                                        << ", '" << value(clock::universal_time().iso_text()) << "', '"
+                                        << value(MERCATO_VERSION) << "')");
   };
   if (!found.keeps_versions)
     session.execute(

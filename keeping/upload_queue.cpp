@@ -7,7 +7,6 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <ctime>
 #include <string_view>
 #include <utility>
 
@@ -15,6 +14,7 @@
 #include "frame/lib_sql.h"
 #include "frame/util.h"
 #include "mercato/raised_error.h"
+#include "platform/clock/universal_time.h"
 #include "platform/store/session_pool.h"
 
 namespace mercato::keeping {
@@ -26,9 +26,6 @@ constexpr std::int64_t kLeaseSeconds = 15 * 60;
 constexpr std::string_view kSkip = "host skip ";
 constexpr std::string_view kWrite = "host write ";
 
-Date universal(std::int64_t seconds_from_now = 0) {
-  return Date::from_unix_seconds(static_cast<std::int64_t>(std::time(nullptr)) + seconds_from_now);
-}
 std::string literal(Date date) { return GetSqlLiterals().DateTimeToSql(date); }
 
 std::string machine() {
@@ -45,7 +42,7 @@ bool is_gone(const std::string& owner, const Variant& lease) {
     if (process <= 0 || (::kill(process, 0) != 0 && errno == ESRCH)) return true;
     if (process == ::getpid()) return false;
   }
-  return lease.is_null() || lease.to_date() < universal();
+  return lease.is_null() || lease.to_date() < clock::universal_time();
 }
 
 std::string day_of(const Variant& value) { return value.is_null() ? std::string() : value.to_date().iso_text(); }
@@ -136,10 +133,13 @@ std::int32_t accept_upload(const QueuedUpload& upload) {
   if (!table)
     raise(error_number::kStatementRefused, {}, "The store has no table MERCATO_UPLOAD; `mercato init` makes it");
   const std::vector<std::pair<const char*, Variant>> fields = {
-      {"KIND", upload.kind},     {"MODE", upload.mode},
-      {"STATE", "waiting"},      {"USERID", upload.user},
-      {"FILENAME", upload.name}, {"OPTIONS", std::string(upload.write_on_errors ? kWrite : kSkip) + upload.file},
-      {"ACCEPTED", universal()}};
+      {"KIND", upload.kind},
+      {"MODE", upload.mode},
+      {"STATE", "waiting"},
+      {"USERID", upload.user},
+      {"FILENAME", upload.name},
+      {"OPTIONS", std::string(upload.write_on_errors ? kWrite : kSkip) + upload.file},
+      {"ACCEPTED", clock::universal_time()}};
   std::vector<std::size_t> columns;
   std::vector<Variant> values;
   for (const auto& [column, held] : fields) {
@@ -183,10 +183,11 @@ std::optional<QueuedUpload> claim_upload() {
   if (waiting.empty() || !rows_with(LiteralPiece(" AND STATE = 'running'"), 1).empty()) return std::nullopt;
   QueuedUpload& next = waiting.front().upload;
   const std::string owner = machine() + ":" + std::to_string(::getpid());
-  const std::int64_t claimed = change_rows(Sql("UPDATE MERCATO_UPLOAD SET STATE = 'running', STARTED = ")
-                                           << value(literal(universal())) << ", OWNER = " << text_literal(owner)
-                                           << ", LEASEUNTIL = " << value(literal(universal(kLeaseSeconds)))
-                                           << " WHERE UPLOADID = " << next.id << " AND STATE = 'waiting'");
+  const std::int64_t claimed =
+      change_rows(Sql("UPDATE MERCATO_UPLOAD SET STATE = 'running', STARTED = ")
+                  << value(literal(clock::universal_time())) << ", OWNER = " << text_literal(owner)
+                  << ", LEASEUNTIL = " << value(literal(clock::universal_time(kLeaseSeconds)))
+                  << " WHERE UPLOADID = " << next.id << " AND STATE = 'waiting'");
   if (claimed != 1) return std::nullopt;
   next.state = "running";
   return std::move(next);
@@ -198,7 +199,7 @@ std::vector<QueuedUpload> fail_abandoned_uploads() {
     if (!is_gone(row.owner, row.lease)) continue;
     const std::int64_t taken = change_rows(
         Sql("UPDATE MERCATO_UPLOAD SET STATE = 'failed', STOPPEDBY = N'The process that ran it has ended.', ENDED = ")
-        << value(literal(universal())) << ", LEASEUNTIL = NULL WHERE UPLOADID = " << row.upload.id
+        << value(literal(clock::universal_time())) << ", LEASEUNTIL = NULL WHERE UPLOADID = " << row.upload.id
         << " AND STATE = 'running' AND OWNER = " << text_literal(row.owner));
     if (taken == 1) failed.push_back(std::move(row.upload));
   }
@@ -208,8 +209,8 @@ std::vector<QueuedUpload> fail_abandoned_uploads() {
 bool keep_progress(const QueuedUpload& upload, std::int32_t kept, const std::vector<RunFinding>& findings) {
   keep_findings(upload.id, kept, findings);
   change_rows(Sql("UPDATE MERCATO_UPLOAD SET ")
-              << counts_of(upload, static_cast<std::size_t>(kept) + findings.size())
-              << ", LEASEUNTIL = " << value(literal(universal(kLeaseSeconds))) << " WHERE UPLOADID = " << upload.id);
+              << counts_of(upload, static_cast<std::size_t>(kept) + findings.size()) << ", LEASEUNTIL = "
+              << value(literal(clock::universal_time(kLeaseSeconds))) << " WHERE UPLOADID = " << upload.id);
   const auto now = queued_upload(upload.id);
   return !now || !now->stopped_by.empty();
 }
@@ -219,13 +220,14 @@ void end_queued_upload(const QueuedUpload& upload, std::int32_t kept, const std:
   change_rows(Sql("UPDATE MERCATO_UPLOAD SET ")
               << counts_of(upload, static_cast<std::size_t>(kept) + findings.size())
               << ", STATE = " << text_literal(upload.state) << ", STOPPEDBY = " << text_literal(upload.stopped_by)
-              << ", ENDED = " << value(literal(universal())) << ", LEASEUNTIL = NULL WHERE UPLOADID = " << upload.id);
+              << ", ENDED = " << value(literal(clock::universal_time()))
+              << ", LEASEUNTIL = NULL WHERE UPLOADID = " << upload.id);
 }
 
 bool cancel_upload(std::int32_t id) {
   const std::int64_t waiting =
       change_rows(Sql("UPDATE MERCATO_UPLOAD SET STATE = 'cancelled', ENDED = ")
-                  << value(literal(universal())) << " WHERE UPLOADID = " << id << " AND STATE = 'waiting'");
+                  << value(literal(clock::universal_time())) << " WHERE UPLOADID = " << id << " AND STATE = 'waiting'");
   if (waiting == 1) return true;
   return change_rows(Sql("UPDATE MERCATO_UPLOAD SET STOPPEDBY = N'It was cancelled.' WHERE UPLOADID = ")
                      << id << " AND STATE = 'running'") == 1;

@@ -8,12 +8,12 @@
 
 #include <array>
 #include <charconv>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 
 #include "frame/util.h"
 #include "mercato/raised_error.h"
+#include "platform/clock/universal_time.h"
 #include "values/text.h"
 
 namespace mercato::exchange {
@@ -23,10 +23,6 @@ namespace {
 constexpr std::int64_t kLeaseSeconds = 15 * 60;
 constexpr std::size_t kFindingsAtOnce = 500;
 constexpr std::string_view kUploads = "MERCATO_UPLOAD";
-
-Date universal(std::int64_t seconds_from_now = 0) {
-  return Date::from_unix_seconds(static_cast<std::int64_t>(std::time(nullptr)) + seconds_from_now);
-}
 
 std::string host_name() {
   std::array<char, 64> name{};
@@ -44,7 +40,7 @@ bool is_gone(const std::string& owner, const Variant& lease) {
     if (process <= 0 || (::kill(process, 0) != 0 && errno == ESRCH)) return true;
     if (process == ::getpid()) return false;
   }
-  return lease.is_null() || lease.to_date() < universal();
+  return lease.is_null() || lease.to_date() < clock::universal_time();
 }
 
 store::TableInfo known_table(store::Session& session, std::string_view table) {
@@ -171,19 +167,19 @@ std::int32_t begin_upload(store::Session& session, const NewUpload& upload) {
   fields.add_text("USERID", upload.user, 60);
   fields.add_text("FILENAME", upload.file, 255);
   fields.add_text("FILEHASH", upload.hash, 64);
-  fields.add("ACCEPTED", universal());
-  fields.add("STARTED", universal());
+  fields.add("ACCEPTED", clock::universal_time());
+  fields.add("STARTED", clock::universal_time());
   fields.add_counts({});
   if (upload.undoes != 0) fields.add("UNDOES", upload.undoes);
   if (!upload.options.empty()) fields.add("OPTIONS", upload.options);
   fields.add_text("OWNER", this_process(), 100);
-  fields.add("LEASEUNTIL", universal(kLeaseSeconds));
+  fields.add("LEASEUNTIL", clock::universal_time(kLeaseSeconds));
   return static_cast<std::int32_t>(fields.insert_into(session, kUploads).number);
 }
 
 void renew_upload(store::Session& session, std::int32_t id) {
   Fields fields;
-  fields.add("LEASEUNTIL", universal(kLeaseSeconds));
+  fields.add("LEASEUNTIL", clock::universal_time(kLeaseSeconds));
   fields.update(session, id);
 }
 
@@ -192,7 +188,7 @@ void end_upload(store::Session& session, std::int32_t id, const UploadResult& ou
   keep_findings(session, id, findings);
   Fields fields;
   fields.add("STATE", outcome.cancelled ? "cancelled" : outcome.stopped_by.empty() ? "done" : "failed");
-  fields.add("ENDED", universal());
+  fields.add("ENDED", clock::universal_time());
   fields.add_counts(outcome.counts);
   fields.add("FINDINGCOUNT", static_cast<std::int32_t>(findings.size()));
   fields.add("STOPPEDBY", outcome.stopped_by.empty() ? Variant(kNull) : Variant(outcome.stopped_by));
