@@ -387,16 +387,20 @@ bool is_about_store(const RaisedError& error) {
 }
 
 // One line of words, or one of JSON.
+std::string line_of_failure(bool json, int status, const std::string& words,
+                            const gateway::Json& more = gateway::Json::object()) {
+  if (!json) return alarming("mercato: ") + shown(words, 2000) + '\n';
+  gateway::Json error = {{"message", words}, {"status", status}};
+  error.update(more);
+  return gateway::line_of({{"error", std::move(error)}}) + '\n';
+}
 int tell(bool json, int status, const std::string& words, const gateway::Json& more = gateway::Json::object()) {
-  if (json) {
-    gateway::Json error = {{"message", words}, {"status", status}};
-    error.update(more);
-    std::cerr << gateway::line_of({{"error", std::move(error)}}) << '\n';
-  } else {
-    std::cerr << alarming("mercato: ") << shown(words, 2000) << '\n';
-  }
+  std::cerr << line_of_failure(json, status, words, more);
   return status;
 }
+
+constexpr const char* kInterruptedWords =
+    "Interrupted: what was under way was taken back; what was done before it stands.";
 
 int report(const RaisedError& error, const CommandLine& line) {
   if (was_interrupted()) return tell(line.output.json, kInterrupted, kInterruptedWords);
@@ -432,11 +436,13 @@ int run(CommandLine& line) {
     if (store != settings->connections.end() && store::connection_property(store->second, "Data Source") == ":memory:")
       create_tables(store->second);
     if (line.output.trace) store::set_statement_observer(&printer);
-    const Interruptible interruptible;
+    const Interruptible interruptible(line_of_failure(line.output.json, kInterrupted, kInterruptedWords));
     const Pager pager(!line.no_pager && !line.output.json);
     const int status = line.command(line.output);
     return was_interrupted() ? kInterrupted : status;
   } catch (const Raised& raised) {
+    // That the output is lost is told at the end, or is no failure: its reader may have had enough.
+    if (raised.error().Number == error_number::kPathFileAccess && !std::cout) return kDone;
     return report(raised.error(), line);
   } catch (const std::bad_alloc&) {
     throw;
@@ -516,8 +522,14 @@ int run_command(const std::vector<std::string>& words) {
       ->group(kCommonOptions)
       ->type_name("FORM")
       ->transform(CLI::IsMember(std::vector<std::string>{"iso", "locale"}, CLI::ignore_case));
-  Menu menu(
-      app, [&line](CLI::App& command) { add_common_options(command, line); }, line.command);
+  // Only commands that are named are asked for their options, except by what tells of all of them; to add the common ones
+  // everywhere takes most of the time of a start.
+  const auto is_given = [&](std::string_view word) { return std::ranges::find(words, word) != words.end(); };
+  const bool tells_all = is_given("manual") || is_given("shell");
+  const auto add_common = [&](CLI::App& command) {
+    if (tells_all || is_given(command.get_name())) add_common_options(command, line);
+  };
+  Menu menu(app, add_common, line.command);
   SingleCommands single(menu, app, line);
   single.add_all();
   add_commands(menu);
