@@ -22,6 +22,7 @@ class FuzzStore {
     DllRegisterServer();
     collaborators::Settings settings;
     settings.connections["Mercato"] = connection_string_;
+    settings.web_root = file("web");
     collaborators::set_settings(settings);
     create_tables(connection_string_);
   }

@@ -4,12 +4,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
 
+#include "fuzz/fuzz_store.h"
 #include "host/host.h"
-#include "mercato/server.h"
 
 namespace {
 
@@ -39,19 +41,34 @@ void ask(Host& host, Head head, const std::string& body, bool with_token) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const bool registered = DllRegisterServer() == mercato::kOk;
-  require(registered);
+  static const mercato::fuzz::FuzzStore store;
+  static const bool limited = [] {
+    mercato::collaborators::Settings settings = *mercato::collaborators::settings();
+    settings.call_seconds = 2;
+    mercato::collaborators::set_settings(settings);
+    return true;
+  }();
+  require(limited);
   static std::ostringstream log;
   log.str({});
-  // The store does not exist: what reaches it fails, and that is an answer too.
   static Host host({.trusted_proxies = {"proxy"}, .on_loopback = true, .runs_uploads = false, .log = &log},
                    KnownTokens::for_process(kToken));
 
-  // Lines: the method, the target, the address, fields up to an empty line, and the body.
+  // Lines: the method, the target, the address, fields up to an empty line, and the body. A method of one byte stands for
+  // a route, and the target for what its path leaves open and what follows it.
   std::istringstream lines(std::string(reinterpret_cast<const char*>(data), size));
   Head head;
   std::getline(lines, head.method);
   std::getline(lines, head.target);
+  if (head.method.size() == 1) {
+    const Route& route = routes()[static_cast<unsigned char>(head.method.front()) % routes().size()];
+    std::string path = route.path;
+    const std::string given = std::exchange(head.target, {});
+    if (const std::size_t open = path.find('{'); open != std::string::npos)
+      path.replace(open, path.find('}') - open + 1, given.substr(0, given.find('?')));
+    head.method = route.method;
+    head.target = path + (given.find('?') == std::string::npos ? "" : given.substr(given.find('?')));
+  }
   std::getline(lines, head.address);
   for (std::string line; std::getline(lines, line) && !line.empty();) {
     const std::size_t colon = line.find(':');
@@ -60,5 +77,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string body(std::istreambuf_iterator<char>(lines), {});
   ask(host, head, body, true);
   ask(host, head, body, false);
+  std::filesystem::remove_all(uploads_folder());  // of documents that were accepted
   return 0;
 }
