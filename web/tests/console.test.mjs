@@ -69,6 +69,33 @@ test('OfLongListsOnlyWhatIsInSightIsInThePage', async () => {
   assert.equal(await page.locator('[data-index="2499"] .words').innerText(), 'Erlenmeyer flask, size 33');
 });
 
+const ended = (more) => ({ kind: 'products', mode: 'upload', name: 'a.xml', state: 'done', read: 9, done: 9, total: 9, started: '2026-11-22T16:00:00Z', ended: null, findings: 0, stoppedBy: null, counts: { inserted: 1, updated: 2, refused: 6, left: 0 }, ...more });
+
+test('EveryLongListKeepsOnlyWhatIsInSightInThePageAndReachesItsEnd', async () => {
+  host.many = 2000;
+  host.uploads.push(ended({ id: '1', findings: 3500 }));
+  for (let id = 2; id <= 900; ++id) host.uploads.push(ended({ id: String(id) }));
+  host.uploads[0].started = null; // the oldest
+  const lists = {
+    '#/classification/units': 'U1999', '#/classification/groups': 'E of 1999', '#/classification/unspsc?query=commodity': [...host.codes].filter(([code]) => code.length === 8)[199][0],
+    '#/upload/1': 'QM-BAD-3499', '#/upload': 'not yet',
+  };
+  for (const [hash, last] of Object.entries(lists)) {
+    await open(hash);
+    const scroller = page.locator('.rows');
+    await scroller.locator('li').first().waitFor();
+    if (hash === '#/upload/1') await page.waitForFunction(() => document.querySelector('[aria-setsize="3500"]'));
+    await scroller.evaluate((element) => (element.scrollTop = element.scrollHeight));
+    await page.waitForFunction((words) => [...document.querySelectorAll('.rows li')].at(-1).textContent.includes(words), last);
+    assert.ok((await page.locator('.rows li').count()) < 60, hash);
+  }
+  await page.locator('.rows a').last().focus();
+  await page.locator('.rows').evaluate((element) => (element.scrollTop = 0));
+  await page.waitForFunction(() => document.querySelector('[data-index="0"]') && document.activeElement.dataset.index === '899');
+  await page.keyboard.press('Home');
+  await page.waitForFunction(() => document.activeElement.dataset.index === '0');
+});
+
 test('FiltersStandInTheAddressAndAreAskedFor', async () => {
   await open();
   await page.selectOption('select[name=catalog]', '2');
@@ -190,6 +217,32 @@ test('APriceLineIsChangedEndedAddedAndDeletedAndEachCanBeUndone', async () => {
   await undone();
 });
 
+test('WhatTheRoleOfATokenForbidsSaysSoWhereItWasTried', async () => {
+  host.refusesChanges = true;
+  const words = 'The role of this token does not allow it.';
+  await open('#/product/20');
+  await page.locator('button.value', { hasText: 'Change Remark:' }).click();
+  await page.fill('.change textarea', 'x');
+  await page.keyboard.press('Enter');
+  await page.waitForSelector('.change .refusal');
+  assert.equal(await text('.change .refusal'), words);
+  await page.keyboard.press('Escape');
+  await page.locator('.action button').first().click();
+  await page.click('dialog.price-line >> text=Delete the line');
+  await page.waitForSelector('dialog.price-line .refusal');
+  assert.equal(await text('dialog.price-line .refusal'), words);
+  await page.keyboard.press('Escape');
+  await page.waitForFunction(() => document.activeElement.closest('.action'));
+  await page.click('text=Disable the product');
+  await page.waitForSelector('.undo .refusal');
+  assert.equal(await text('.undo .refusal'), words);
+  await page.goto(`${host.address}#/upload`);
+  await page.setInputFiles('input[type=file]', { name: 'products.xml', mimeType: 'text/xml', buffer: Buffer.from('<Products/>') });
+  await page.click('.choice .main');
+  await page.waitForSelector('main .refusal');
+  assert.equal(await text('main .refusal'), words);
+});
+
 test('AReaderIsOfferedNothingThatChanges', async () => {
   host.session = { name: 'rita', role: 'reader', user: 'BEN.OKORO' };
   await open('#/product/20');
@@ -288,7 +341,7 @@ test('ADocumentIsPreviewedUploadedFollowedAndCancelled', async () => {
   await page.waitForSelector('.mark.done');
   assert.equal(await text('h1'), 'Products, preview: products.xml');
   await page.waitForSelector('.bars');
-  assert.match(await text('.bars'), /UNITCODE\s+5\s+There is no such unit\.\s+5/);
+  assert.match(await text('.bars'), /^UNITCODE\s+5\s+There is no such unit\.\s+4\s+It is empty\.\s+1\s+COMMODITYCODE: There is no such unit\.\s+3/);
   assert.equal(await page.locator('.row.finding:not(.head)').count(), 10);
   assert.match(await text('.counts'), /would be inserted\s+30/);
   host.step = 400;
@@ -357,6 +410,22 @@ test('AHostThatIsAwayIsWaitedForAndTheViewGoesOn', async () => {
   await page.waitForFunction(() => document.querySelector('.found').textContent === '2 products');
 });
 
+test('AnUploadIsFollowedOnWhenItsHostIsBack', async () => {
+  host.step = 300;
+  await open('#/upload');
+  await page.setInputFiles('input[type=file]', { name: 'products.xml', mimeType: 'text/xml', buffer: Buffer.from('<Products/>') });
+  await page.click('.choice .main');
+  await page.waitForFunction(() => document.querySelector('progress')?.value > 0);
+  const { port, uploads } = host;
+  await host.close();
+  await page.waitForSelector('.connection p');
+  host = new Double(join(folder, 'dist'));
+  host.uploads = uploads;
+  await host.listen(port);
+  await page.waitForSelector('.mark.done', { timeout: 20000 });
+  assert.equal(await page.locator('.connection p').count(), 0);
+});
+
 test('AnEmptyStoreSaysWhatToDoFirst', async () => {
   host.empty = true;
   const first = { '#/find': 'There is no product yet', '#/catalogue': 'There is no catalogue yet', '#/classification/unspsc': 'There is no code yet',
@@ -367,13 +436,17 @@ test('AnEmptyStoreSaysWhatToDoFirst', async () => {
     assert.equal(await text('.empty h2'), words);
     assert.deepEqual(await axeFindings(page), [], hash);
   }
+  await page.goto(host.address);
+  await page.waitForSelector('.steps');
+  assert.equal(await page.locator('.steps .done').count(), 0);
+  assert.deepEqual(await page.locator('command-line code').allInnerTexts(), ['units', 'currencies', 'partners', 'users'].map((table) => `mercato reference load ${table} ${table}.csv`));
 });
 
 const views = ['#/find', '#/find?query=x-', '#/product/1', '#/product/20', '#/catalogue/1?user=BEN.OKORO', '#/classification/unspsc?query=11',
   '#/classification/groups', '#/classification/units', '#/prices?product=1', '#/upload', '#/upload/1', '#/nowhere'];
 
 test('NothingFromDataIsMarkupScriptOrAddress', async () => {
-  host.uploads.push({ id: '1', kind: 'products', mode: 'preview', name: hostile[0], state: 'done', read: 9, done: 9, total: 9, started: null, ended: null, findings: 18, stoppedBy: hostile[2], counts: { inserted: 0, updated: 0, refused: 9, left: 0 } });
+  host.uploads.push(ended({ id: '1', name: hostile[0], findings: 18, stoppedBy: hostile[2] }));
   for (let id = 2; id <= hostile.length; ++id) views.push(`#/product/${id}`);
   for (const hash of views) {
     await open(hash);
@@ -388,6 +461,14 @@ test('NothingFromDataIsMarkupScriptOrAddress', async () => {
   await open('#/product/1');
   await page.waitForSelector('.themes');
   assert.equal(await text('h1'), hostile[0]);
+  await page.locator('.action button').last().click();
+  await page.waitForSelector('dialog.price-line[open]');
+  assert.ok((await text('dialog.price-line h2')).includes(`, group ${hostile[0]}, from`));
+  await page.fill('#price-GROUPBY', hostile[1]);
+  await page.keyboard.press('Enter');
+  await page.waitForSelector('.undo p');
+  assert.ok((await text('.undo')).includes(`Group was ${hostile[0]}, and is ${hostile[1]}.`));
+  assert.equal(await page.evaluate(() => window.struck), undefined);
 });
 
 for (const colorScheme of ['light', 'dark'])
@@ -395,7 +476,7 @@ for (const colorScheme of ['light', 'dark'])
     test(`AxeFindsNothingAndNothingIsTooWide in ${colorScheme}, ${width} pixels`, async () => {
       await page.context().close();
       page = await openPage(browser, { colorScheme, viewport: { width, height: 800 } });
-      host.uploads.push({ id: '1', kind: 'products', mode: 'preview', name: 'a.xml', state: 'done', read: 9, done: 9, total: 9, started: '2026-11-22T16:00:00Z', ended: null, findings: 8, stoppedBy: null, counts: { inserted: 1, updated: 0, refused: 8, left: 0 } });
+      host.uploads.push(ended({ id: '1', mode: 'preview', findings: 8 }), ended({ id: '2', findings: 8 }));
       const check = async (what) => {
         assert.deepEqual(await axeFindings(page), [], what);
         assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), `${what} is wider than the page`);
@@ -413,6 +494,11 @@ for (const colorScheme of ['light', 'dark'])
           await page.fill('.change input', 'GHOST');
           await page.click('.change .main');
           await page.waitForSelector('.refusal');
+          await check(hash);
+          await page.locator('.action button').first().click();
+          await page.fill('#price-CURRENCYCODE', 'XYZ');
+          await page.keyboard.press('Enter');
+          await page.waitForSelector('dialog .refusal');
         }
         await check(hash);
       }

@@ -47,6 +47,8 @@ export class Double {
   session = { name: 'anna', role: 'keeper', user: null };
   signedIn = true;
   empty = false; // a store without anything
+  many = 0; // units, and property groups with five properties each, beside the few
+  refusesChanges = false; // as for a token whose role does not allow them
   token = 'right-token';
   asked = []; // method and path of each request, and the body of calls
   step = 120; // milliseconds between two events of an upload
@@ -165,6 +167,7 @@ export class Double {
       if (request.method === 'DELETE') this.signedIn = false;
       return json(this.session, request.method === 'DELETE' ? 204 : 200);
     }
+    if (this.refusesChanges && request.method !== 'GET') throw new Problem({ status: 403, title: 'Forbidden', detail: 'The role of this token does not allow it.' });
     if (path === '/rpc') return json(this.#call(JSON.parse(body)));
     const [, , , list, id, below] = path.split('/');
     const query = Object.fromEntries(url.searchParams);
@@ -188,9 +191,9 @@ export class Double {
       case 'unspsc':
         return json({ items: this.empty ? [] : this.#codesWith(query) });
       case 'property-groups':
-        return json({ items: this.empty ? [] : [{ PROPERTYGROUPID: 1, PROPERTYGROUPNAME: hostile[0], properties: [{ PROPERTYID: 1, PROPERTYNAME: hostile[1], MANDATORY: true, SHOWINPRODUCTSHEET: true }, { PROPERTYID: 2, PROPERTYNAME: 'COLOUR', MANDATORY: false, SHOWINPRODUCTSHEET: false }] }, { PROPERTYGROUPID: 2, PROPERTYGROUPNAME: 'Paper', properties: [] }] });
+        return json({ items: this.empty ? [] : [{ PROPERTYGROUPID: 1, PROPERTYGROUPNAME: hostile[0], properties: [{ PROPERTYID: 1, PROPERTYNAME: hostile[1], MANDATORY: true, SHOWINPRODUCTSHEET: true }, { PROPERTYID: 2, PROPERTYNAME: 'COLOUR', MANDATORY: false, SHOWINPRODUCTSHEET: false }] }, { PROPERTYGROUPID: 2, PROPERTYGROUPNAME: 'Paper', properties: [] }, ...Array.from({ length: this.many }, (_, i) => ({ PROPERTYGROUPID: i + 3, PROPERTYGROUPNAME: `Group ${i}`, properties: ['A', 'B', 'C', 'D', 'E'].map((name) => ({ PROPERTYID: 3, PROPERTYNAME: `${name} of ${i}`, MANDATORY: false, SHOWINPRODUCTSHEET: true })) }))] });
       case 'units':
-        return json({ items: this.empty ? [] : [{ UNITCODE: 'EA', UNITDESCRIPTION: 'each' }, { UNITCODE: 'X', UNITDESCRIPTION: hostile[0] }] });
+        return json({ items: this.empty ? [] : [{ UNITCODE: 'EA', UNITDESCRIPTION: 'each' }, { UNITCODE: 'X', UNITDESCRIPTION: hostile[0] }, ...Array.from({ length: this.many }, (_, i) => ({ UNITCODE: `U${i}`, UNITDESCRIPTION: `unit ${i}` }))] });
       case 'uploads':
         return this.#uploads(request, response, json, query, id, below, body);
     }
@@ -289,7 +292,7 @@ export class Double {
     }
     if (below === 'findings') {
       const begin = Number(query.after ?? 0);
-      const all = Array.from({ length: upload.findings }, (_, i) => ({ partNumber: `QM-BAD-${i}`, field: ['UNITCODE', 'COMMODITYCODE', 'UNITCODE', hostile[0]][i % 4], value: hostile[i % hostile.length], reason: 'There is no such unit.', outcome: 'refused' }));
+      const all = Array.from({ length: upload.findings }, (_, i) => ({ partNumber: `QM-BAD-${i}`, field: ['UNITCODE', 'COMMODITYCODE', 'UNITCODE', hostile[0]][i % 4], value: hostile[i % hostile.length], reason: i % 8 === 2 ? 'It is empty.' : 'There is no such unit.', outcome: 'refused' }));
       const end = begin + Number(query.limit ?? 50);
       return json({ items: all.slice(begin, end), next: end < all.length ? String(end) : null });
     }

@@ -8,6 +8,7 @@ import type { Branch } from '../parts/branch-tree.js';
 import { View, refusal } from '../parts/view.js';
 import { address, stay } from '../place.js';
 import '../parts/branch-tree.js';
+import '../parts/command-line.js';
 
 type NodeBranch = Branch & { node: CatalogueNode };
 
@@ -67,7 +68,7 @@ export class CatalogueView extends View {
       ${this.catalogues?.length === 0
         ? html`<div class="empty">
             <h2>There is no catalogue yet</h2>
-            <p>A tree from a file becomes one: <code>mercato catalog load NAME FILE</code>.</p>
+            <p>A tree from a file becomes one: <command-line command="mercato catalog load NAME FILE"></command-line></p>
           </div>`
         : this.catalogues
           ? this.tree(id)

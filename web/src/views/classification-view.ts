@@ -7,6 +7,7 @@ import { get } from '../host/requests.js';
 import type { Code, List, PropertyGroup, Unit } from '../host/records.js';
 import { bar } from '../parts/bars.js';
 import type { Branch, BranchTree } from '../parts/branch-tree.js';
+import '../parts/command-line.js';
 import { downTo } from '../parts/long-list.js';
 import { View, refusal } from '../parts/view.js';
 import { address, stay } from '../place.js';
@@ -135,7 +136,7 @@ export class ClassificationView extends View {
     if (!this.groups.length)
       return html`<div class="empty">
         <h2>There is no property group yet</h2>
-        <p><code>mercato group new NAME</code> makes one; a product of a group has the group’s properties.</p>
+        <p>A product of a group has the group’s properties. One is made by <command-line command="mercato group new NAME"></command-line></p>
       </div>`;
     return html`<long-list class="alone" label="Property groups and their properties" kind="member" .items=${this.groups} .show=${groupRow}></long-list>`;
   }
@@ -145,7 +146,7 @@ export class ClassificationView extends View {
     if (!this.units.length)
       return html`<div class="empty">
         <h2>There is no unit yet</h2>
-        <p>A script of statements brings them: <code>mercato execute reference.sql</code>.</p>
+        <p>A table of codes and descriptions brings them: <command-line command="mercato reference load units units.csv"></command-line></p>
       </div>`;
     return html`<long-list
       class="alone"

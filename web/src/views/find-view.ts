@@ -9,6 +9,7 @@ import { downTo } from '../parts/long-list.js';
 import { View, refusal } from '../parts/view.js';
 import { styled } from '../parts/windowing.js';
 import { address, stay, type Query } from '../place.js';
+import '../parts/first-steps.js';
 
 const pause = 120; // milliseconds behind the last key before the host is asked
 const filters = ['catalog', 'category', 'supplier', 'user'] as const;
@@ -136,17 +137,7 @@ export class FindView extends View {
         <h2>Nothing fits</h2>
         <p>Parts of words are enough, in any order. Fewer words find more${used ? ', and so do fewer filters' : ''}.</p>
       </div>`;
-    return html`<div class="empty">
-      <h2>There is no product yet</h2>
-      <ol>
-        <li>
-          Units, suppliers, currencies and users come first, since products refer to them:
-          <code>mercato execute reference.sql</code>. Codes are uploaded under <a href=${address(['upload'])}>Upload</a>.
-        </li>
-        <li>Then <a href=${address(['upload'])}>upload a document of products</a>. A preview tells what is wrong with it, and changes nothing.</li>
-        <li>Prices are a document of their own, behind the products.</li>
-      </ol>
-    </div>`;
+    return html`<first-steps .mayChange=${this.mayChange}></first-steps>`;
   }
 
   private asked(): Query {

@@ -32,6 +32,7 @@ const outcomes: Record<Finding['outcome'], string> = {
   left: 'remains',
 };
 
+const pause = 1000; // milliseconds until broken events are asked for again
 const findingsAtATime = 1000;
 const mostFindings = 20000; // in the page; the rest is in the store
 
@@ -235,20 +236,22 @@ export class UploadView extends View {
     if (!isGoing(upload) && upload.findings && !this.findings.length) await this.fetchFindings(id, signal);
   }
 
-  // The events carry the upload as it is. When the host goes away the browser asks again, and the host tells what was missed.
+  // The events carry the upload as it is. When they break off, the host is asked: it may be away, or the session may have ended.
   private follow(id: string): void {
     this.events?.close();
     const events = (this.events = new EventSource(`api/v1/uploads/${encodeURIComponent(id)}/events`));
     events.addEventListener('progress', (event) => {
       if (this.upload?.id === id) this.upload = JSON.parse(event.data) as Upload;
     });
-    const ended = () => {
+    events.addEventListener('end', () => {
       events.close();
-      this.look().catch((failed: unknown) => (this.failure = failed));
-    };
-    events.addEventListener('end', ended);
+      void this.asking();
+    });
     events.addEventListener('error', () => {
-      if (events.readyState === EventSource.CLOSED) ended(); // refused: the session has ended, perhaps
+      events.close();
+      window.setTimeout(() => {
+        if (this.events === events && this.isConnected) void this.asking();
+      }, pause);
     });
   }
 
@@ -333,7 +336,7 @@ function byFieldAndReason(findings: Finding[]): Bar[] {
   const fieldOf = ({ field }: Finding) => field || 'the whole record';
   return counted(findings.map(fieldOf)).map((bar) => {
     const reasons = counted(findings.filter((one) => fieldOf(one) === bar.label).map(({ reason }) => reason));
-    return { ...bar, below: reasons };
+    return reasons.length === 1 ? { ...bar, label: `${bar.label}: ${reasons[0]?.label}` } : { ...bar, below: reasons };
   });
 }
 
