@@ -12,6 +12,10 @@ mkdirSync(folder, { recursive: true });
 const views = {
   find: ['#/find?query=paper', (page) => page.waitForSelector('.rows')],
   product: ['#/product/1', (page) => page.waitForSelector('.themes')],
+  'price-line': ['#/product/1', async (page) => {
+    await page.locator('.action button').nth(1).click();
+    await page.fill('#price-PRICE', '3.85');
+  }],
   catalogue: ['#/catalogue/1?user=CHLOE.MERCIER', async (page) => {
     await page.locator('.branch .twig').first().click();
     await page.waitForSelector('.branch[aria-level="2"]');
@@ -22,6 +26,8 @@ const views = {
     await page.locator('a.hit').first().click();
     await page.waitForSelector('.branch[aria-level="2"]');
   }],
+  groups: ['#/classification/groups', (page) => page.waitForSelector('.rows, .empty')],
+  units: ['#/classification/units', (page) => page.waitForSelector('.rows')],
   prices: ['#/prices?product=1&quantity=60', (page) => page.waitForSelector('.answer .large')],
   upload: ['#/upload', async (page) => {
     await page.setInputFiles('input[type=file]', join(samples, 'products.xml'));
@@ -29,6 +35,12 @@ const views = {
     await page.waitForSelector('.mark.done');
     await page.waitForSelector('.bars');
   }],
+  report: [undefined, async (page) => {
+    await page.click('text=Upload: bad records are left out');
+    await page.waitForSelector('command-line');
+    await page.waitForSelector('.bars');
+  }],
+  uploads: ['#/upload', (page) => page.waitForSelector('.rows')],
 };
 
 const forms = {
@@ -38,14 +50,19 @@ const forms = {
 
 const browser = await openBrowser();
 const host = new RealHost(program);
+const first = new RealHost(program, { empty: true });
 try {
   await host.listen();
+  await first.listen();
   for (const [form, options] of Object.entries(forms)) {
     const page = await openPage(browser, options);
+    await page.goto(first.entrance);
+    await page.waitForSelector('.steps');
+    await page.screenshot({ path: join(folder, `first-${form}.png`) });
     await page.goto(host.entrance);
     await page.waitForSelector('.rows');
     for (const [name, [hash, prepare]] of Object.entries(views)) {
-      await page.goto(host.address + hash);
+      if (hash) await page.goto(host.address + hash);
       await page.waitForLoadState('networkidle');
       await prepare(page);
       await page.screenshot({ path: join(folder, `${name}-${form}.png`), fullPage: name === 'product' && form === 'wide' });
@@ -54,4 +71,5 @@ try {
 } finally {
   await browser.close();
   await host.end();
+  await first.end();
 }

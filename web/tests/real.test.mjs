@@ -182,9 +182,37 @@ describe('The console and its host', () => {
   });
 
   test('AxeFindsNothing', async () => {
-    for (const hash of ['#/find', '#/product/1', '#/catalogue/1?user=CHLOE.MERCIER', '#/classification/unspsc', '#/prices?product=1', '#/upload']) {
+    for (const hash of ['#/find', '#/product/1', '#/catalogue/1?user=CHLOE.MERCIER', '#/classification/unspsc', '#/classification/groups', '#/classification/units', '#/prices?product=1', '#/upload', '#/upload/2']) {
       await open(hash);
       assert.deepEqual(await axeFindings(page), [], hash);
+    }
+  });
+
+  test('AnEmptyStoreLeadsToItsFirstProducts', async () => {
+    const other = new RealHost(program, { empty: true });
+    try {
+      await other.listen();
+      await page.goto(other.entrance);
+      await page.waitForSelector('.steps');
+      assert.equal(await page.locator('.steps .done').count(), 0);
+      const [command] = await page.locator('command-line code').allInnerTexts();
+      writeFileSync(join(other.folder, 'units.csv'), 'UNITCODE,UNITDESCRIPTION\nEA,each\n');
+      other.run(...command.split(' ').slice(1));
+      await page.reload();
+      await page.waitForSelector('.steps .done');
+      await page.locator('.steps a').last().click();
+      const records = [1, 2].map((i) => `<Product buyfrompartnumber="FIRST-${i}"><PARTNUMBER>F-${i}</PARTNUMBER><PRODUCTDESCRIPTION>First ${i}</PRODUCTDESCRIPTION><UNIT>EA</UNIT><MULTIPLEBUYER>0</MULTIPLEBUYER></Product>`);
+      await page.setInputFiles('input[type=file]', { name: 'first.xml', mimeType: 'text/xml', buffer: Buffer.from(`<Products>${records.join('')}</Products>`) });
+      await page.click('.choice .main');
+      await page.waitForSelector('.mark.done', { timeout: 20000 });
+      await page.click('text=Upload: bad records are left out');
+      await page.waitForFunction(() => document.querySelector('h1').textContent.startsWith('Products, upload'));
+      await page.waitForSelector('.mark.done', { timeout: 20000 });
+      assert.equal(await text('command-line code'), `mercato uploads undo ${new URL(page.url()).hash.split('/').at(-1)}`);
+      await page.click('text=Find');
+      await page.waitForFunction(() => document.querySelector('.found')?.textContent === '2 products');
+    } finally {
+      await other.end();
     }
   });
 

@@ -10,16 +10,17 @@ import { fileURLToPath } from 'node:url';
 export const samples = join(dirname(fileURLToPath(import.meta.url)), '../../samples');
 
 export class RealHost {
-  constructor(program) {
+  constructor(program, { empty = false } = {}) {
     this.program = program;
     this.folder = mkdtempSync(join(tmpdir(), 'console-'));
     this.store = storeFor(this.folder);
-    this.#run('init');
-    this.#run('execute', join(samples, 'reference.sql'));
-    this.#run('upload', join(samples, 'products.xml'), '--on-errors', 'write');
-    this.#run('execute', join(samples, 'house_catalog.sql'));
-    this.#run('prices', 'upload', join(samples, 'prices.xml'));
-    this.#run('rights', 'populate', 'CHLOE.MERCIER');
+    this.run('init');
+    if (empty) return;
+    this.run('execute', join(samples, 'reference.sql'));
+    this.run('upload', join(samples, 'products.xml'), '--on-errors', 'write');
+    this.run('execute', join(samples, 'house_catalog.sql'));
+    this.run('prices', 'upload', join(samples, 'prices.xml'));
+    this.run('rights', 'populate', 'CHLOE.MERCIER');
   }
 
   // The address has the token when the host has no token file.
@@ -45,7 +46,7 @@ export class RealHost {
   // A token of a file, and the options that name the file.
   token(name, ...options) {
     const file = join(this.folder, 'tokens.json');
-    const said = this.#run('token', 'new', name, '--tokens', file, ...options);
+    const said = this.run('token', 'new', name, '--tokens', file, ...options);
     return { token: said.trim().split(/\s+/).at(-1), options: ['--tokens', file] };
   }
 
@@ -60,7 +61,7 @@ export class RealHost {
     rmSync(this.folder, { recursive: true, force: true });
   }
 
-  #run(...command) {
+  run(...command) {
     try {
       return execFileSync(this.program, ['--store', this.store, ...command], { cwd: this.folder, encoding: 'utf8', stdio: 'pipe' });
     } catch (failed) {
