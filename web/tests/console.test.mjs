@@ -301,7 +301,7 @@ test('TwentyThousandCodesAreSearchedAndReached', async () => {
   await page.fill('#code', '2011');
   await page.waitForFunction(() => document.querySelector('.found').textContent === '1 code');
   await page.goto(`${host.address}#/classification/groups`);
-  await page.waitForSelector('text=Without properties.');
+  await page.waitForSelector('text=Without properties, group 2');
   await page.goto(`${host.address}#/classification/units`);
   await page.waitForSelector('.hit >> text=each');
 });

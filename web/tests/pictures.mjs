@@ -65,6 +65,7 @@ try {
       if (hash) await page.goto(host.address + hash);
       await page.waitForLoadState('networkidle');
       await prepare(page);
+      await page.waitForTimeout(200); // colours change slowly
       await page.screenshot({ path: join(folder, `${name}-${form}.png`), fullPage: name === 'product' && form === 'wide' });
     }
   }

@@ -44,7 +44,7 @@ export class FirstSteps extends Part {
               </li>
               <li>
                 <h3>Prices</h3>
-                <p>A document of their own, behind the products.</p>
+                <p>A document of their own, behind the products: <a href=${address(['upload'])}>Upload</a>.</p>
               </li>
             </ol>`
         : html`<p>Your token may read only. Someone with the role of a keeper uploads products.</p>`}

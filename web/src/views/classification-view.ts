@@ -177,7 +177,7 @@ function groupRow(row: GroupRow): TemplateResult {
   if ('group' in row) {
     const { PROPERTYGROUPNAME, PROPERTYGROUPID, properties } = row.group;
     return html`<b>${PROPERTYGROUPNAME}</b>
-      <span class="muted">${properties.length ? count(properties.length, 'property', 'properties') : 'Without properties.'} Group ${PROPERTYGROUPID}</span>`;
+      <span class="muted">${properties.length ? count(properties.length, 'property', 'properties') : 'Without properties'}, group ${PROPERTYGROUPID}</span>`;
   }
   const { PROPERTYNAME, MANDATORY, SHOWINPRODUCTSHEET } = row.property;
   return html`<span class="inner">${PROPERTYNAME}</span>

@@ -10,7 +10,7 @@ import { priceTable } from '../parts/price-table.js';
 import { stepChart } from '../parts/step-chart.js';
 import { View, refusal } from '../parts/view.js';
 import { address, go, stay } from '../place.js';
-import { byQuantity } from '../prices.js';
+import { byQuantity, overTime } from '../prices.js';
 
 const pause = 150;
 
@@ -107,6 +107,7 @@ export class PricesView extends View {
   }
 
   private ofProduct(product: Product): TemplateResult {
+    const day = asDate(this.day).getTime();
     const others = this.currencies.includes(this.currency) ? this.currencies : [...this.currencies, this.currency];
     return html`
       <h2><a href=${address(['product', String(product['PRODUCTID'])])}>${product['PRODUCTDESCRIPTION']}</a></h2>
@@ -122,7 +123,7 @@ export class PricesView extends View {
       </form>
       <div class="answer" role="status">${this.price ? this.holding(this.price) : this.noneHolds()}</div>
       ${product.prices.length
-        ? html`<div class="charts">${byQuantity(product.prices, asDate(this.day).getTime()).map(stepChart)}</div>
+        ? html`<div class="charts">${[...byQuantity(product.prices, day), ...overTime(product.prices, day)].map(stepChart)}</div>
             ${priceTable(product.prices, 'All lines')}`
         : nothing}
     `;
