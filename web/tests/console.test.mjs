@@ -136,6 +136,53 @@ test('KeysAloneFindOpenAndChangeAProduct', async () => {
   await page.waitForFunction(() => document.activeElement?.textContent.includes('Remark'));
 });
 
+test('KeysReachEveryViewAndTheFocusIsAlwaysSeen', async () => {
+  await open('#/find');
+  for (const [letter, hash] of Object.entries({ c: '#/catalogue', k: '#/classification', p: '#/prices', u: '#/upload', f: '#/find' })) {
+    await page.evaluate(() => document.activeElement.blur());
+    await page.keyboard.press('g');
+    await page.keyboard.press(letter);
+    await page.waitForFunction((there) => location.hash === there && document.querySelector('h1'), hash);
+    await page.waitForLoadState('networkidle');
+    const reached = new Set();
+    for (let i = 0; i < 16; ++i) {
+      await page.keyboard.press('Tab');
+      const seen = await page.evaluate(() => {
+        const at = document.activeElement;
+        if (at === document.body) return 'the page'; // behind its last element
+        const shown = at.matches('.drop input') ? at.parentElement : at;
+        const style = getComputedStyle(shown);
+        const isSeen = style.outlineStyle !== 'none' || shown.matches('.drop') || (at.matches('[role=tree]') && getComputedStyle(at.querySelector('.active')).outlineStyle !== 'none');
+        return isSeen ? `${at.tagName} ${at.textContent.trim()}` : `unseen: ${at.outerHTML.slice(0, 200)}`;
+      });
+      assert.ok(!seen.startsWith('unseen'), `${hash}: ${seen}`);
+      reached.add(seen);
+    }
+    assert.ok(reached.size > 8, `${hash}: ${[...reached]}`);
+  }
+});
+
+test('NothingJumpsWhileAViewFillsAndAValueIsChanged', async () => {
+  await page.addInitScript(() => {
+    window.jumps = [];
+    new PerformanceObserver((list) => {
+      for (const entry of list.getEntries()) if (entry.value > 0.01) window.jumps.push(`${entry.value}: ${entry.sources.map(({ node }) => node?.outerHTML?.slice(0, 80))}`);
+    }).observe({ type: 'layout-shift', buffered: true });
+  });
+  for (const hash of ['#/find', '#/product/20', '#/catalogue/1', '#/classification/unspsc', '#/prices?product=20', '#/upload']) {
+    await page.goto('about:blank');
+    await open(hash);
+    await page.waitForLoadState('networkidle');
+    assert.deepEqual(await page.evaluate(() => window.jumps), [], hash);
+  }
+  await page.goto('about:blank');
+  await open('#/product/20');
+  await page.click('text=Disable the product');
+  await page.waitForSelector('.undo p');
+  await page.waitForTimeout(100);
+  assert.deepEqual(await page.evaluate(() => window.jumps), []);
+});
+
 test('ARefusedValueSaysWhyAndATakenOneCanBeUndone', async () => {
   await open('#/product/20');
   const change = async (title, value) => {

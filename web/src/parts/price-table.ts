@@ -17,7 +17,7 @@ export function priceTable(lines: PriceLine[], caption: string, action?: (line: 
           <th scope="col" class="figure">Discount</th>
           <th scope="col" class="figure">Tax</th>
           <th scope="col">Group</th>
-          ${action ? html`<td></td>` : nothing}
+          ${action ? html`<td class="action"></td>` : nothing}
         </tr>
       </thead>
       <tbody>
