@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Makes the pictures of docs/console/ before the host itself, with the sample data:
 //   CONSOLE_FOLDER=build/web node web/tests/pictures.mjs PROGRAM FOLDER
+// pngquant, where it is installed, makes them a third as large.
+import { spawnSync } from 'node:child_process';
 import { mkdirSync } from 'node:fs';
 import { join, resolve } from 'node:path';
 import { openBrowser, openPage } from './browser.mjs';
@@ -43,6 +45,13 @@ const views = {
   uploads: ['#/upload', (page) => page.waitForSelector('.rows')],
 };
 
+const written = [];
+const take = async (page, name, options = {}) => {
+  const path = join(folder, `${name}.png`);
+  await page.screenshot({ path, ...options });
+  written.push(path);
+};
+
 const forms = {
   wide: { viewport: { width: 1200, height: 720 } },
   narrow: { viewport: { width: 360, height: 720 }, colorScheme: 'dark', hasTouch: true },
@@ -58,7 +67,7 @@ try {
     const page = await openPage(browser, options);
     await page.goto(first.entrance);
     await page.waitForSelector('.steps');
-    await page.screenshot({ path: join(folder, `first-${form}.png`) });
+    await take(page, `first-${form}`);
     await page.goto(host.entrance);
     await page.waitForSelector('.rows');
     for (const [name, [hash, prepare]] of Object.entries(views)) {
@@ -66,7 +75,7 @@ try {
       await page.waitForLoadState('networkidle');
       await prepare(page);
       await page.waitForTimeout(200); // colours change slowly
-      await page.screenshot({ path: join(folder, `${name}-${form}.png`), fullPage: name === 'product' && form === 'wide' });
+      await take(page, `${name}-${form}`, { fullPage: name === 'product' && form === 'wide' });
     }
   }
 } finally {
@@ -74,3 +83,4 @@ try {
   await host.end();
   await first.end();
 }
+for (const path of written) spawnSync('pngquant', ['--force', '--skip-if-larger', '--quality=80-98', '--output', path, '64', path]);
