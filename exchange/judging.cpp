@@ -211,6 +211,12 @@ bool is_own_column(std::string_view upper_name) {
 
 const ReasonWords& words_of(Reason reason) { return kReasons[static_cast<std::size_t>(reason)]; }
 
+std::set<Reason> acceptable_reasons() {
+  std::set<Reason> reasons;
+  for (const std::string& name : reason_names()) reasons.insert(*reason_named(name));
+  return reasons;
+}
+
 std::vector<std::string> reason_names() {
   std::vector<std::string> names;
   for (const ReasonWords& words : kReasons) names.emplace_back(words.name);

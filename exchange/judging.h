@@ -71,6 +71,8 @@ struct ReasonWords {
 const ReasonWords& words_of(Reason reason);
 // All names, in the order of the reasons.
 std::vector<std::string> reason_names();
+// The reasons of that list.
+std::set<Reason> acceptable_reasons();
 // Nothing for a name that no reason has.
 std::optional<Reason> reason_named(std::string_view name);
 

@@ -1,12 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/upload_runner.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <utility>
 
 #include "exchange/input/source.h"
+#include "exchange/judging.h"
+#include "exchange/uploading/code_upload.h"
+#include "exchange/uploading/cut_short.h"
+#include "exchange/uploading/price_document.h"
+#include "exchange/uploading/product_document.h"
+#include "frame/lib_sql.h"
 #include "mercato/connection.h"
 #include "mercato/raised_error.h"
 #include "mercato/settings.h"
@@ -18,63 +25,103 @@ namespace {
 constexpr std::chrono::milliseconds kProgressPause{500};
 constexpr std::chrono::milliseconds kLookPause{2'000};  // for what other processes accept or leave
 
+struct Unpacked {
+  std::string document;
+  bool is_workbook = false;
+};
+
 // The document unpacked, with the name by which its reader knows it.
-keeping::UploadTask task_of(const keeping::QueuedUpload& upload, bool unpack) {
+Unpacked unpacked(const exchange::QueuedUpload& upload) {
   const std::filesystem::path given = std::filesystem::path(uploads_folder()) / upload.file;
-  keeping::UploadTask task;
-  task.kind = upload.kind;
-  task.trial = upload.mode == "preview";
-  task.write_on_errors = upload.write_on_errors;
-  task.key = "host_" + upload.file;
   exchange::UnpackingLimits limits;
   limits.most_bytes = std::uint64_t{8} << 30;
   const auto source = exchange::open_source(given.string(), limits);
-  task.is_workbook = exchange::is_workbook(source->peek());
-  task.document = given.string() + (task.is_workbook ? ".xlsx" : ".xml");
-  if (!unpack && std::filesystem::exists(task.document)) return task;
-  std::ofstream plain(task.document, std::ios::binary | std::ios::trunc);
+  Unpacked plain;
+  plain.is_workbook = exchange::is_workbook(source->peek());
+  plain.document = given.string() + (plain.is_workbook ? ".xlsx" : ".xml");
+  std::ofstream file(plain.document, std::ios::binary | std::ios::trunc);
   for (std::string_view piece = source->next(); !piece.empty(); piece = source->next())
-    plain.write(piece.data(), static_cast<std::streamsize>(piece.size()));
-  plain.close();
-  if (!plain) raise(error_number::kPathFileAccess, {}, "The document cannot be unpacked: its folder cannot be written");
-  return task;
+    file.write(piece.data(), static_cast<std::streamsize>(piece.size()));
+  file.close();
+  if (!file) raise(error_number::kPathFileAccess, {}, "The document cannot be unpacked: its folder cannot be written");
+  return plain;
 }
 
-keeping::QueuedUpload counted(keeping::QueuedUpload upload, const keeping::UploadWatch& watch) {
-  upload.total = watch.total;
-  upload.done = watch.done;
-  upload.inserted = watch.inserted;
-  upload.updated = watch.updated;
-  upload.refused = watch.refused;
-  upload.left = watch.left;
-  upload.findings = static_cast<std::int32_t>(watch.findings_from(0).size());
-  return upload;
+exchange::UploadReport upload_document(const exchange::QueuedUpload& upload, exchange::UploadWatcher& watch) {
+  const Unpacked plain = unpacked(upload);
+  const bool trial = upload.mode == "preview";
+  exchange::Journal journal(shared_connection_string(), upload.id);
+  if (upload.kind == "unspsc")
+    return exchange::upload_codes({.document = plain.document,
+                                   .is_workbook = plain.is_workbook,
+                                   .overwrites = upload.write_on_errors,
+                                   .trial = trial,
+                                   .journal = &journal,
+                                   .watcher = &watch});
+  exchange::UploadSource source;
+  source.document = plain.document;
+  source.file_key = "host_" + upload.file;
+  source.web_root = collaborators::settings()->web_root;
+  source.judging.emplace();
+  if (upload.write_on_errors) source.judging->accepted = exchange::acceptable_reasons();
+  if (!trial) source.rest_file = rest_of(upload.file);
+  source.trial = trial;
+  source.leaves_file = false;
+  source.journal = &journal;
+  source.watcher = &watch;
+  if (upload.kind == "prices") return exchange::PriceUpload(std::move(source)).run();
+  return exchange::ProductUpload(std::move(source), {.write_on_errors = upload.write_on_errors}).run();
 }
 
 // What was given, and its unpacked form, have served.
-void forget_document(const keeping::QueuedUpload& upload) {
+void forget_document(const exchange::QueuedUpload& upload) {
   std::error_code ignored;
   for (const char* ending : {"", ".xml", ".xlsx"})
     std::filesystem::remove(std::filesystem::path(uploads_folder()) / (upload.file + ending), ignored);
 }
 
-std::vector<keeping::RunFinding> kept_findings(std::int32_t upload) {
+void forget_file(const std::string& path) {
+  std::error_code ignored;
+  std::filesystem::remove(path, ignored);
+}
+
+std::vector<exchange::KeptFinding> findings_in_store(std::int32_t upload) {
   constexpr std::int32_t kPage = 1000;
-  std::vector<keeping::RunFinding> findings;
+  std::vector<exchange::KeptFinding> findings;
   for (std::int32_t after = 0;;) {
-    const auto page = keeping::findings_of_upload(upload, after, kPage);
+    const auto page = exchange::findings_of_upload(upload, after, kPage);
     if (page.empty()) return findings;
     for (const auto& numbered : page) findings.push_back(numbered.finding);
     after = page.back().number;
   }
 }
 
-// Of an upload whose process is gone. What it wrote behind its last word stands in the rest, too: it does no harm there.
-void leave_rest(const keeping::QueuedUpload& upload) {
-  if (upload.mode == "preview") return forget_document(upload);
+// Of an upload whose process is gone, or that was ended by what no report tells of: its rest, and counts that agree with
+// the journal.
+void leave_rest(std::int32_t id) {
   try {
-    keeping::write_rest(task_of(upload, false), upload.done, kept_findings(upload.id), rest_of(upload.file));
-    forget_document(upload);
+    exchange::Journal(shared_connection_string(), id).after();
+    auto upload = exchange::queued_upload(id);
+    if (!upload) return;
+    if (upload->mode == "preview") return forget_document(*upload);
+    if (upload->kind != "unspsc") {
+      exchange::CutShort cut_short;
+      cut_short.kind = upload->kind;
+      cut_short.document = unpacked(*upload).document;
+      cut_short.applied = upload->done - upload->refused;
+      cut_short.findings = findings_in_store(id);
+      cut_short.changed = exchange::changed_records(id, upload->kind);
+      const exchange::RestCounts rest = exchange::write_rest(cut_short, rest_of(upload->file));
+      upload->total = rest.read;
+      upload->left = std::max(0, rest.in_rest - upload->refused);
+      upload->done = upload->total - upload->left;
+      const std::int32_t applied = upload->done - upload->refused;
+      upload->inserted = std::min(upload->inserted, applied);
+      upload->updated = std::min(upload->updated, applied - upload->inserted);
+      upload->unchanged = applied - upload->inserted - upload->updated;
+    }
+    exchange::end_queued_upload(*upload, upload->findings, {});
+    forget_document(*upload);
   } catch (const Raised&) {
     // The document stays as it was given.
   }
@@ -91,6 +138,58 @@ std::string uploads_folder() {
 
 std::string rest_of(const std::string& file) {
   return (std::filesystem::path(uploads_folder()) / (file + ".rest.xml")).string();
+}
+
+void UploadCounter::on_start(std::size_t reachable, const exchange::UploadReport& report) {
+  {
+    const std::lock_guard lock(mutex_);
+    counts_.total = static_cast<std::int32_t>(report.read);
+    counts_.left = static_cast<std::int32_t>(report.read - report.refused - reachable);
+  }
+  on_settled(report);
+}
+
+void UploadCounter::on_settled(const exchange::UploadReport& report) {
+  const std::lock_guard lock(mutex_);
+  counts_.inserted = static_cast<std::int32_t>(report.inserted);
+  counts_.updated = static_cast<std::int32_t>(report.changed());
+  counts_.unchanged = static_cast<std::int32_t>(report.unchanged.value_or(0));
+  counts_.refused = static_cast<std::int32_t>(report.refused);
+  counts_.done = static_cast<std::int32_t>(report.applied() + report.refused);
+  std::size_t list = 0;
+  const auto take = [&](const char* outcome, const std::vector<exchange::UploadFinding>& findings) {
+    std::size_t& taken = taken_.at(list++);
+    for (; taken < findings.size(); ++taken) findings_.push_back(exchange::kept_finding(outcome, findings[taken]));
+  };
+  take("left", report.unreachable);
+  take("refused", report.refusals);
+  take("dropped", report.dropped);
+  take("cut", report.cut);
+}
+
+void UploadCounter::end(const exchange::UploadReport& report) {
+  on_settled(report);
+  const std::lock_guard lock(mutex_);
+  counts_.total = static_cast<std::int32_t>(report.read);
+  counts_.left = static_cast<std::int32_t>(report.remaining);
+}
+
+exchange::QueuedUpload UploadCounter::counted(exchange::QueuedUpload upload) const {
+  const std::lock_guard lock(mutex_);
+  upload.total = counts_.total;
+  upload.done = counts_.done;
+  upload.inserted = counts_.inserted;
+  upload.updated = counts_.updated;
+  upload.unchanged = counts_.unchanged;
+  upload.refused = counts_.refused;
+  upload.left = counts_.left;
+  upload.findings = static_cast<std::int32_t>(findings_.size());
+  return upload;
+}
+
+std::vector<exchange::KeptFinding> UploadCounter::findings_from(std::size_t first) const {
+  const std::lock_guard lock(mutex_);
+  return {findings_.begin() + static_cast<std::ptrdiff_t>(std::min(first, findings_.size())), findings_.end()};
 }
 
 UploadRunner::UploadRunner() : thread_([this] { work(); }) {}
@@ -118,14 +217,14 @@ bool UploadRunner::running() const {
   return run_ != nullptr;
 }
 
-keeping::QueuedUpload UploadRunner::at_this_moment(keeping::QueuedUpload upload) const {
+exchange::QueuedUpload UploadRunner::at_this_moment(exchange::QueuedUpload upload) const {
   std::shared_ptr<Run> run;
   {
     const std::lock_guard lock(mutex_);
     run = run_;
   }
   if (!run || run->upload.id != upload.id || upload.state != "running") return upload;
-  return counted(std::move(upload), run->watch);
+  return run->watch.counted(std::move(upload));
 }
 
 bool UploadRunner::cancel(std::int32_t id) {
@@ -137,11 +236,11 @@ bool UploadRunner::cancel(std::int32_t id) {
 
 void UploadRunner::work() {
   for (;;) {
-    std::optional<keeping::QueuedUpload> next;
+    std::optional<exchange::QueuedUpload> next;
     try {
       forget_thread_state();
-      for (const keeping::QueuedUpload& failed : keeping::fail_abandoned_uploads()) leave_rest(failed);
-      next = keeping::claim_upload();
+      for (const exchange::QueuedUpload& failed : exchange::fail_abandoned_uploads()) leave_rest(failed.id);
+      next = exchange::claim_upload();
     } catch (const Raised&) {
       // The store is away, or has no such table: it is asked again.
     }
@@ -158,7 +257,7 @@ void UploadRunner::work() {
   }
 }
 
-void UploadRunner::run(keeping::QueuedUpload upload) {
+void UploadRunner::run(exchange::QueuedUpload upload) {
   const auto run = std::make_shared<Run>();
   run->upload = upload;
   {
@@ -174,7 +273,7 @@ void UploadRunner::run(keeping::QueuedUpload upload) {
   const auto keep = [&] {
     const auto findings = run->watch.findings_from(static_cast<std::size_t>(kept));
     try {
-      if (keeping::keep_progress(counted(upload, run->watch), kept, findings)) run->watch.cancelled = true;
+      if (exchange::keep_progress(run->watch.counted(upload), kept, findings)) run->watch.cancelled = true;
       kept += static_cast<std::int32_t>(findings.size());
     } catch (const Raised&) {
       return;
@@ -182,16 +281,18 @@ void UploadRunner::run(keeping::QueuedUpload upload) {
   };
   std::thread keeper([&] {
     std::unique_lock lock(keeping_mutex);
-    // A trial has the store to itself until it is taken back.
-    while (!over_changed.wait_for(lock, kProgressPause, [&] { return over; }))
-      if (upload.mode != "preview") keep();
+    while (!over_changed.wait_for(lock, kProgressPause, [&] { return over; })) keep();
   });
 
   std::string stopped_by;
-  std::optional<keeping::UploadTask> task;
+  bool was_cancelled = false;
+  bool is_told = false;
   try {
-    task = task_of(upload, true);
-    keeping::run_upload(*task, run->watch);
+    const exchange::UploadReport report = upload_document(upload, run->watch);
+    run->watch.end(report);
+    is_told = true;
+    was_cancelled = report.interrupted;
+    if (!was_cancelled) stopped_by = report.stopped_by;
   } catch (const Raised& raised) {
     stopped_by = store::without_passwords(raised.error().Description);
   } catch (const std::exception& failure) {
@@ -204,30 +305,22 @@ void UploadRunner::run(keeping::QueuedUpload upload) {
   over_changed.notify_all();
   keeper.join();
 
-  upload = counted(std::move(upload), run->watch);
-  const auto findings = run->watch.findings_from(0);
+  upload = run->watch.counted(std::move(upload));
+  const auto findings = run->watch.findings_from(static_cast<std::size_t>(kept));
   bool is_ending = false;
   {
     const std::lock_guard lock(mutex_);
     is_ending = ending_;
   }
-  const bool cancelled = run->watch.cancelled;
-  upload.stopped_by = !stopped_by.empty()      ? stopped_by
-                      : is_ending && cancelled ? "The host was ended."
-                      : cancelled              ? "It was cancelled."
-                                               : "";
-  upload.state = upload.stopped_by.empty() ? "done" : stopped_by.empty() && !is_ending ? "cancelled" : "failed";
-  if (task && upload.mode == "upload") try {
-      keeping::write_rest(*task, upload.done, findings, rest_of(upload.file));
-    } catch (const Raised& raised) {
-      if (upload.stopped_by.empty()) upload.stopped_by = "What was not written could not be put into a document.";
-    }
+  upload.stopped_by = was_cancelled ? (is_ending ? "The host was ended." : "It was cancelled.") : stopped_by;
+  upload.state = upload.stopped_by.empty() ? "done" : was_cancelled && !is_ending ? "cancelled" : "failed";
+  if (is_told && upload.refused + upload.left == 0) forget_file(rest_of(upload.file));
   try {
-    keeping::end_queued_upload(
-        upload, kept,
-        {findings.begin() + std::min<std::ptrdiff_t>(kept, static_cast<std::ptrdiff_t>(findings.size())),
-         findings.end()});
-    if (upload.state == "done" || task) forget_document(upload);
+    exchange::end_queued_upload(upload, kept, findings);
+    if (is_told)
+      forget_document(upload);
+    else
+      leave_rest(upload.id);
   } catch (const Raised&) {
     // It says that it runs, until its process is gone; then it is taken for failed.
   }

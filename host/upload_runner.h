@@ -3,14 +3,18 @@
 // thread of its own runs an upload, another one keeps its progress in the store. All calls from any thread.
 #pragma once
 
+#include <array>
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
-#include "keeping/upload_queue.h"
+#include "exchange/journal/upload_queue.h"
+#include "exchange/uploading/upload_watcher.h"
 
 namespace mercato::host {
 
@@ -18,6 +22,29 @@ namespace mercato::host {
 std::string uploads_folder();
 // What a document that the host calls so leaves for the caller.
 std::string rest_of(const std::string& file);
+
+// Counts what an upload does, for other threads.
+class UploadCounter : public exchange::UploadWatcher {
+ public:
+  void on_start(std::size_t reachable, const exchange::UploadReport& report) override;
+  void on_settled(const exchange::UploadReport& report) override;
+  bool cancels() override { return cancelled; }
+  // How it has ended.
+  void end(const exchange::UploadReport& report);
+
+  // The upload with the counts of this moment.
+  exchange::QueuedUpload counted(exchange::QueuedUpload upload) const;
+  // Those from this place on.
+  std::vector<exchange::KeptFinding> findings_from(std::size_t first) const;
+
+  std::atomic<bool> cancelled = false;  // set by whoever wants the end
+
+ private:
+  mutable std::mutex mutex_;
+  exchange::QueuedUpload counts_;
+  std::vector<exchange::KeptFinding> findings_;
+  std::array<std::size_t, 4> taken_{};  // of the findings of each list of a report
+};
 
 class UploadRunner {
  public:
@@ -31,17 +58,17 @@ class UploadRunner {
   void wake();
   bool running() const;
   // The upload with the counts of this moment, when it runs here.
-  keeping::QueuedUpload at_this_moment(keeping::QueuedUpload upload) const;
+  exchange::QueuedUpload at_this_moment(exchange::QueuedUpload upload) const;
   // Ends it now when it runs here; whether it does.
   bool cancel(std::int32_t id);
 
  private:
   struct Run {
-    keeping::QueuedUpload upload;
-    keeping::UploadWatch watch;
+    exchange::QueuedUpload upload;
+    UploadCounter watch;
   };
   void work();
-  void run(keeping::QueuedUpload upload);
+  void run(exchange::QueuedUpload upload);
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;

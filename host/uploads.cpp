@@ -6,8 +6,8 @@
 #include <thread>
 #include <utility>
 
+#include "exchange/journal/upload_queue.h"
 #include "host/host.h"
-#include "keeping/upload_queue.h"
 #include "mercato/connection.h"
 #include "mercato/raised_error.h"
 #include "platform/files/files.h"
@@ -17,7 +17,7 @@ namespace {
 
 Json text_or_null(const std::string& text) { return text.empty() ? Json(nullptr) : Json(text); }
 
-Json to_json(const keeping::QueuedUpload& upload) {
+Json to_json(const exchange::QueuedUpload& upload) {
   const bool is_known = upload.total > 0 || !upload.ended.empty();
   return {{"id", std::to_string(upload.id)},
           {"kind", upload.kind},
@@ -36,25 +36,26 @@ Json to_json(const keeping::QueuedUpload& upload) {
           {"counts",
            {{"inserted", upload.inserted},
             {"updated", upload.updated},
+            {"unchanged", upload.unchanged},
             {"refused", upload.refused},
             {"left", upload.left}}}};
 }
 
-keeping::QueuedUpload at_this_moment(Host& host, keeping::QueuedUpload upload) {
+exchange::QueuedUpload at_this_moment(Host& host, exchange::QueuedUpload upload) {
   return host.uploads() ? host.uploads()->at_this_moment(std::move(upload)) : upload;
 }
 
-keeping::QueuedUpload upload_of(Call& call) {
-  auto upload = keeping::queued_upload(call.integer("id"));
+exchange::QueuedUpload upload_of(Call& call) {
+  auto upload = exchange::queued_upload(call.integer("id"));
   if (!upload) refuse(404, "There is no such upload.");
   return at_this_moment(call.host, std::move(*upload));
 }
 
-bool has_ended(const keeping::QueuedUpload& upload) { return upload.state != "waiting" && upload.state != "running"; }
+bool has_ended(const exchange::QueuedUpload& upload) { return upload.state != "waiting" && upload.state != "running"; }
 
 Response accept(Call& call) {
   if (!call.spooled) refuse(400, "The body is the document.");
-  keeping::QueuedUpload upload;
+  exchange::QueuedUpload upload;
   upload.kind = call.text("kind");
   upload.mode = call.has("mode") ? call.text("mode") : "upload";
   upload.write_on_errors = call.text("onErrors") == "write";
@@ -64,7 +65,7 @@ Response accept(Call& call) {
   upload.state = "waiting";
   if (!call.spooled->keep()) refuse(503, "The document cannot be kept.");
   try {
-    upload.id = keeping::accept_upload(upload);
+    upload.id = exchange::accept_upload(upload);
   } catch (const Raised&) {
     files::delete_file((std::filesystem::path(uploads_folder()) / upload.file).string());
     throw;
@@ -78,7 +79,7 @@ Response accept(Call& call) {
 Response list_uploads(Call& call) {
   constexpr std::int32_t kMost = 200;
   Json items = Json::array();
-  for (keeping::QueuedUpload& upload : keeping::queued_uploads(kMost))
+  for (exchange::QueuedUpload& upload : exchange::queued_uploads(kMost))
     items.push_back(to_json(at_this_moment(call.host, std::move(upload))));
   return json_response({{"items", std::move(items)}});
 }
@@ -86,9 +87,9 @@ Response list_uploads(Call& call) {
 Response tell_upload(Call& call) { return json_response(to_json(upload_of(call))); }
 
 Response list_findings(Call& call) {
-  const keeping::QueuedUpload upload = upload_of(call);
+  const exchange::QueuedUpload upload = upload_of(call);
   const std::int32_t limit = call.integer_if_given("limit").value_or(50);
-  auto findings = keeping::findings_of_upload(upload.id, call.integer_if_given("after").value_or(0), limit + 1);
+  auto findings = exchange::findings_of_upload(upload.id, call.integer_if_given("after").value_or(0), limit + 1);
   const bool more = findings.size() > static_cast<std::size_t>(limit);
   if (more) findings.pop_back();
   Json items = Json::array();
@@ -104,7 +105,7 @@ Response list_findings(Call& call) {
 }
 
 Response tell_rest(Call& call) {
-  const keeping::QueuedUpload upload = upload_of(call);
+  const exchange::QueuedUpload upload = upload_of(call);
   if (!has_ended(upload)) refuse(409, "The upload has not ended.");
   const std::string path = rest_of(upload.file);
   if (!files::file_exists(path)) refuse(404, "Nothing of the document was left.");
@@ -117,10 +118,10 @@ Response tell_rest(Call& call) {
 }
 
 Response cancel(Call& call) {
-  const keeping::QueuedUpload upload = upload_of(call);
+  const exchange::QueuedUpload upload = upload_of(call);
   // One that runs here needs no word to the store, which a preview may hold for itself.
   const auto ends_here = [&] { return call.host.uploads() && call.host.uploads()->cancel(upload.id); };
-  if (has_ended(upload) || (!ends_here() && !keeping::cancel_upload(upload.id)))
+  if (has_ended(upload) || (!ends_here() && !exchange::cancel_upload(upload.id)))
     refuse(409, "The upload has ended already.");
   return {.status = 204, .fields = {}, .body = {}, .events = {}};
 }
@@ -134,7 +135,7 @@ class UploadEvents : public EventSource {
     if (over_) return std::nullopt;
     try {
       forget_thread_state();
-      auto upload = keeping::queued_upload(id_);
+      auto upload = exchange::queued_upload(id_);
       if (!upload) return std::nullopt;
       *upload = at_this_moment(host_, std::move(*upload));
       over_ = has_ended(*upload);
@@ -159,7 +160,7 @@ class UploadEvents : public EventSource {
 };
 
 Response tell_events(Call& call) {
-  const keeping::QueuedUpload upload = upload_of(call);
+  const exchange::QueuedUpload upload = upload_of(call);
   Response response;
   response.fields = {{"Content-Type", "text/event-stream"}};
   response.events = std::make_shared<UploadEvents>(call.host, upload.id, std::string(call.head.field("last-event-id")));

@@ -6,6 +6,7 @@
 #include <set>
 #include <unordered_map>
 
+#include "frame/util.h"
 #include "mercato/raised_error.h"
 #include "platform/store/session_pool.h"
 #include "platform/store/unit_of_work.h"
@@ -300,11 +301,27 @@ void settle_if_cut_short(store::Session& session, const Upload& upload) {
   if (!upload.cut_short) return;
   session.start_transaction();
   settle_parts(session, upload.id);
+  if (upload.options.starts_with(kOfHost)) return session.commit();
   // What the document had is not known any more; what was changed is.
   UploadCounts counts = upload_of(session, upload.id).counts;
   counts.read = counts.inserted + counts.updated;
   end_upload(session, upload.id, {counts, "The process that uploaded it ended before its time."}, {});
   session.commit();
+}
+
+std::map<std::string, std::int32_t> changed_rows_of_records(store::Session& session, std::int32_t upload,
+                                                            std::string_view table) {
+  Sql sql = Sql("SELECT RECORD, COUNT(*) FROM MERCATO_UPLOAD_ROW WHERE UPLOADID = ") << upload;
+  if (!table.empty()) sql << " AND TABLENAME = " << value(GetSqlLiterals().TextToSql(table));
+  sql << " GROUP BY RECORD";
+  std::map<std::string, std::int32_t> counts;
+  const store::Execution query = session.execute(sql);
+  std::vector<Variant> row;
+  while (query.cursor->next()) {
+    query.cursor->read(row);
+    counts[row[0].text_or_empty()] = row[1].to_long();
+  }
+  return counts;
 }
 
 }  // namespace mercato::exchange

@@ -7,8 +7,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "exchange/journal/reach.h"
@@ -84,7 +86,11 @@ void keep_rows(store::Session& session, std::int32_t upload, std::span<const Jou
 
 // Tells the rows of all parts apart that the upload has left, in the transaction of the caller.
 ChangedRecords settle_parts(store::Session& session, std::int32_t upload);
-// The same for an upload whose process is gone, which has failed then.
+// The same for an upload whose process is gone, which has failed then; one of a host is left to be ended by a host.
 void settle_if_cut_short(store::Session& session, const Upload& upload);
+
+// How many rows the upload has changed of each record that people know, in this table; in any when none is named.
+std::map<std::string, std::int32_t> changed_rows_of_records(store::Session& session, std::int32_t upload,
+                                                            std::string_view table);
 
 }  // namespace mercato::exchange

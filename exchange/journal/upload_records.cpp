@@ -2,15 +2,14 @@
 #include "exchange/journal/upload_records.h"
 
 #include <pwd.h>
-#include <signal.h>
 #include <sodium/crypto_hash_sha256.h>
 #include <unistd.h>
 
 #include <array>
-#include <charconv>
 #include <filesystem>
 #include <fstream>
 
+#include "exchange/journal/upload_lease.h"
 #include "frame/util.h"
 #include "mercato/raised_error.h"
 #include "platform/clock/universal_time.h"
@@ -19,29 +18,8 @@
 namespace mercato::exchange {
 namespace {
 
-// Longer than any part of an upload takes.
-constexpr std::int64_t kLeaseSeconds = 15 * 60;
 constexpr std::size_t kFindingsAtOnce = 500;
 constexpr std::string_view kUploads = "MERCATO_UPLOAD";
-
-std::string host_name() {
-  std::array<char, 64> name{};
-  return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
-}
-
-std::string this_process() { return host_name() + ":" + std::to_string(::getpid()); }
-
-// A process of this machine can be asked for; of another one the lease says it.
-bool is_gone(const std::string& owner, const Variant& lease) {
-  const std::size_t colon = owner.rfind(':');
-  if (colon != std::string::npos && owner.substr(0, colon) == host_name()) {
-    pid_t process = 0;
-    std::from_chars(owner.data() + colon + 1, owner.data() + owner.size(), process);
-    if (process <= 0 || (::kill(process, 0) != 0 && errno == ESRCH)) return true;
-    if (process == ::getpid()) return false;
-  }
-  return lease.is_null() || lease.to_date() < clock::universal_time();
-}
 
 store::TableInfo known_table(store::Session& session, std::string_view table) {
   if (const store::TableInfo* info = session.table(table)) return *info;
@@ -124,20 +102,6 @@ Upload upload_in(const std::vector<Variant>& row) {
   return upload;
 }
 
-void keep_findings(store::Session& session, std::int32_t id, std::span<const KeptFinding> findings) {
-  const store::TableInfo table = known_table(session, "MERCATO_UPLOAD_FINDING");
-  std::vector<std::vector<Variant>> batch;
-  std::int32_t sequence = 0;
-  for (const KeptFinding& finding : findings) {
-    batch.push_back({id, ++sequence, finding.outcome, text_or_null(finding.record, 255),
-                     finding.line > 0 ? Variant(finding.line) : Variant(kNull), text_or_null(finding.field, 255),
-                     text_or_null(finding.value), finding.reason});
-    if (batch.size() < kFindingsAtOnce && &finding != &findings.back()) continue;
-    session.copy_rows(table, batch);
-    batch.clear();
-  }
-}
-
 // `most`: 0 for all.
 std::vector<Upload> selected(store::Session& session, std::int32_t most, const Sql& rest) {
   Sql sql("SELECT ");
@@ -158,6 +122,19 @@ std::int32_t undone_by(store::Session& session, std::int32_t id) {
 }
 
 }  // namespace
+
+void keep_findings(store::Session& session, std::int32_t id, std::int32_t kept, std::span<const KeptFinding> findings) {
+  const store::TableInfo table = known_table(session, "MERCATO_UPLOAD_FINDING");
+  std::vector<std::vector<Variant>> batch;
+  for (const KeptFinding& finding : findings) {
+    batch.push_back({id, ++kept, finding.outcome, text_or_null(finding.record, 255),
+                     finding.line > 0 ? Variant(finding.line) : Variant(kNull), text_or_null(finding.field, 255),
+                     text_or_null(finding.value), finding.reason});
+    if (batch.size() < kFindingsAtOnce && &finding != &findings.back()) continue;
+    session.copy_rows(table, batch);
+    batch.clear();
+  }
+}
 
 std::int32_t begin_upload(store::Session& session, const NewUpload& upload) {
   Fields fields;
@@ -185,7 +162,7 @@ void renew_upload(store::Session& session, std::int32_t id) {
 
 void end_upload(store::Session& session, std::int32_t id, const UploadResult& outcome,
                 std::span<const KeptFinding> findings) {
-  keep_findings(session, id, findings);
+  keep_findings(session, id, 0, findings);
   Fields fields;
   fields.add("STATE", outcome.cancelled ? "cancelled" : outcome.stopped_by.empty() ? "done" : "failed");
   fields.add("ENDED", clock::universal_time());

@@ -68,12 +68,18 @@ struct KeptFinding {
   std::string reason;
 };
 
+// How OPTIONS begins of those that a host was given: it ends them itself.
+inline constexpr std::string_view kOfHost = "host ";
+
 // Its id. It runs from now on, in this process.
 std::int32_t begin_upload(store::Session& session, const NewUpload& upload);
 // That the process is still at it.
 void renew_upload(store::Session& session, std::int32_t id);
 void end_upload(store::Session& session, std::int32_t id, const UploadResult& outcome,
                 std::span<const KeptFinding> findings);
+
+// Behind the `kept` ones that are there.
+void keep_findings(store::Session& session, std::int32_t id, std::int32_t kept, std::span<const KeptFinding> findings);
 
 // Newest first; at most so many.
 std::vector<Upload> uploads(store::Session& session, std::int32_t most);

@@ -17,12 +17,15 @@ UploadResult result_of(const UploadReport& report) {
   return result;
 }
 
+KeptFinding kept_finding(const char* outcome, const UploadFinding& finding) {
+  return {outcome,       finding.part_number, static_cast<std::int32_t>(finding.line),
+          finding.field, finding.value,       finding.reason};
+}
+
 std::vector<KeptFinding> kept_findings(const UploadReport& report) {
   std::vector<KeptFinding> kept;
   const auto keep = [&](const char* outcome, const std::vector<UploadFinding>& findings) {
-    for (const UploadFinding& finding : findings)
-      kept.push_back({outcome, finding.part_number, static_cast<std::int32_t>(finding.line), finding.field,
-                      finding.value, finding.reason});
+    for (const UploadFinding& finding : findings) kept.push_back(kept_finding(outcome, finding));
   };
   keep("refused", report.refusals);
   keep("dropped", report.dropped);

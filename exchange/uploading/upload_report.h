@@ -50,6 +50,7 @@ struct UploadReport {
 
 // What the journal keeps of it.
 UploadResult result_of(const UploadReport& report);
+KeptFinding kept_finding(const char* outcome, const UploadFinding& finding);
 std::vector<KeptFinding> kept_findings(const UploadReport& report);
 
 }  // namespace mercato::exchange

@@ -36,8 +36,7 @@ void add_judging_options(Command& command, JudgingChoices& given) {
 
 exchange::JudgingOptions judging_options(const JudgingChoices& given, bool never_mind) {
   exchange::JudgingOptions options;
-  if (never_mind)
-    for (const std::string& name : exchange::reason_names()) options.accepted.insert(*exchange::reason_named(name));
+  if (never_mind) options.accepted = exchange::acceptable_reasons();
   for (const std::string& name : given.accepted) options.accepted.insert(*exchange::reason_named(name));
   if (given.cut) options.accepted.insert(exchange::Reason::too_long);
   if (!given.decimal.empty()) options.decimal_sign = given.decimal.front();

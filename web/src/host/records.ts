@@ -115,7 +115,7 @@ export interface Upload {
   ended: string | null;
   findings: number;
   stoppedBy: string | null; // what ended it early
-  counts: { inserted: number; updated: number; refused: number; left: number };
+  counts: { inserted: number; updated: number; unchanged?: number; refused: number; left: number };
 }
 
 export interface Finding {

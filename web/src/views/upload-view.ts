@@ -193,12 +193,13 @@ export class UploadView extends View {
   }
 
   private counts(upload: Upload): TemplateResult {
-    const { inserted, updated, refused, left } = upload.counts;
+    const { inserted, updated, unchanged, refused, left } = upload.counts;
     const would = upload.mode === 'preview' ? 'would be ' : '';
     const counts: [string, string, number][] = [
       ['', 'read', upload.read],
       ['inserted', `${would}inserted`, inserted],
       ['updated', `${would}updated`, updated],
+      ['unchanged', 'unchanged', unchanged ?? 0],
       ['refused', `${would}refused`, refused],
       ['left', upload.mode === 'preview' ? 'would remain' : 'remain', left],
       ['', 'findings', upload.findings],

@@ -5,13 +5,14 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "keeping/watched_upload.h"
+#include "exchange/journal/upload_records.h"
 
-namespace mercato::keeping {
+namespace mercato::exchange {
 
 struct QueuedUpload {
   std::int32_t id = 0;
@@ -24,7 +25,7 @@ struct QueuedUpload {
   bool write_on_errors = false;
   std::string accepted, started, ended;  // 2026-07-01T08:30:00, empty for none
   std::int32_t total = 0, done = 0, findings = 0;
-  std::int32_t inserted = 0, updated = 0, refused = 0, left = 0;
+  std::int32_t inserted = 0, updated = 0, unchanged = 0, refused = 0, left = 0;
   std::string stopped_by;  // what ended it early
 };
 
@@ -36,7 +37,7 @@ std::vector<QueuedUpload> queued_uploads(std::int32_t most);
 // Findings with numbers beyond `after`, and their numbers.
 struct NumberedFinding {
   std::int32_t number = 0;
-  RunFinding finding;
+  KeptFinding finding;
 };
 std::vector<NumberedFinding> findings_of_upload(std::int32_t id, std::int32_t after, std::int32_t most);
 
@@ -44,12 +45,14 @@ std::vector<NumberedFinding> findings_of_upload(std::int32_t id, std::int32_t af
 std::optional<QueuedUpload> claim_upload();
 // Those that run and whose process is gone: they have failed.
 std::vector<QueuedUpload> fail_abandoned_uploads();
-// Keeps what is known of a run: its counts, and findings behind the `kept` ones that are there. True when somebody
-// wants its end.
-bool keep_progress(const QueuedUpload& upload, std::int32_t kept, const std::vector<RunFinding>& findings);
+// Keeps what is known of a run: its counts, and findings behind the `kept` ones that are there. What was inserted and
+// updated the journal counts until the end. True when somebody wants its end.
+bool keep_progress(const QueuedUpload& upload, std::int32_t kept, const std::vector<KeptFinding>& findings);
 // The same at its end, with its state.
-void end_queued_upload(const QueuedUpload& upload, std::int32_t kept, const std::vector<RunFinding>& findings);
+void end_queued_upload(const QueuedUpload& upload, std::int32_t kept, const std::vector<KeptFinding>& findings);
+// How many rows one has changed of each record, by part number: price lines when the kind is prices, else any.
+std::map<std::string, std::int32_t> changed_records(std::int32_t upload, const std::string& kind);
 // Cancels one that waits, or asks for the end of one that runs. False when it has ended.
 bool cancel_upload(std::int32_t id);
 
-}  // namespace mercato::keeping
+}  // namespace mercato::exchange

@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "keeping/upload_queue.h"
+#include "exchange/journal/upload_queue.h"
 
-#include <signal.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
-#include <charconv>
 #include <string_view>
 #include <utility>
 
+#include "exchange/journal/journal.h"
+#include "exchange/journal/upload_lease.h"
 #include "frame/lib_general.h"
 #include "frame/lib_sql.h"
 #include "frame/util.h"
@@ -17,33 +13,14 @@
 #include "platform/clock/universal_time.h"
 #include "platform/store/session_pool.h"
 
-namespace mercato::keeping {
+namespace mercato::exchange {
 namespace {
 
-// Longer than a trial holds up the writing of progress.
-constexpr std::int64_t kLeaseSeconds = 15 * 60;
 // What tells the uploads of hosts from those of the tool: the beginning of OPTIONS.
 constexpr std::string_view kSkip = "host skip ";
 constexpr std::string_view kWrite = "host write ";
 
 std::string literal(Date date) { return GetSqlLiterals().DateTimeToSql(date); }
-
-std::string machine() {
-  std::array<char, 64> name{};
-  return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
-}
-
-// A process of this machine can be asked for; of another one the lease says it.
-bool is_gone(const std::string& owner, const Variant& lease) {
-  const std::size_t colon = owner.rfind(':');
-  if (colon != std::string::npos && owner.substr(0, colon) == machine()) {
-    pid_t process = 0;
-    std::from_chars(owner.data() + colon + 1, owner.data() + owner.size(), process);
-    if (process <= 0 || (::kill(process, 0) != 0 && errno == ESRCH)) return true;
-    if (process == ::getpid()) return false;
-  }
-  return lease.is_null() || lease.to_date() < clock::universal_time();
-}
 
 std::string day_of(const Variant& value) { return value.is_null() ? std::string() : value.to_date().iso_text(); }
 std::int32_t count_of(const Variant& value) { return value.is_null() ? 0 : value.to_long(); }
@@ -74,6 +51,7 @@ Row row_of(const Recordset& row) {
   upload.findings = count_of(row.Value("FINDINGCOUNT"));
   upload.inserted = count_of(row.Value("INSERTED"));
   upload.updated = count_of(row.Value("UPDATED"));
+  upload.unchanged = count_of(row.Value("UNCHANGED"));
   upload.refused = count_of(row.Value("REFUSED"));
   upload.left = count_of(row.Value("LEFTCOUNT"));
   upload.stopped_by = row.Value("STOPPEDBY").text_or_empty();
@@ -85,11 +63,12 @@ Row row_of(const Recordset& row) {
 ConnectionPtr new_connection() { return open_connection(shared_connection_string()); }
 
 std::vector<Row> rows_with(const Sql& condition, std::int32_t most, bool oldest_first = false) {
-  Sql sql = Sql("SELECT TOP ") << most
-                               << " UPLOADID, KIND, MODE, STATE, USERID, FILENAME, OPTIONS, ACCEPTED, STARTED, ENDED, "
-                                  "TOTALCOUNT, DONECOUNT, FINDINGCOUNT, INSERTED, UPDATED, REFUSED, LEFTCOUNT, "
-                                  "STOPPEDBY, OWNER, LEASEUNTIL FROM MERCATO_UPLOAD WHERE OPTIONS LIKE N'host %'"
-                               << condition;
+  Sql sql =
+      Sql("SELECT TOP ") << most
+                         << " UPLOADID, KIND, MODE, STATE, USERID, FILENAME, OPTIONS, ACCEPTED, STARTED, ENDED, "
+                            "TOTALCOUNT, DONECOUNT, FINDINGCOUNT, INSERTED, UPDATED, UNCHANGED, REFUSED, LEFTCOUNT, "
+                            "STOPPEDBY, OWNER, LEASEUNTIL FROM MERCATO_UPLOAD WHERE OPTIONS LIKE N'host %'"
+                         << condition;
   sql << (oldest_first ? LiteralPiece(" ORDER BY UPLOADID") : LiteralPiece(" ORDER BY UPLOADID DESC"));
   const RecordsetPtr records = open_read_only(sql, new_connection());
   std::vector<Row> rows;
@@ -110,19 +89,18 @@ Sql text_literal(std::string_view text) {
 }
 
 Sql counts_of(const QueuedUpload& upload, std::size_t findings) {
-  return Sql("TOTALCOUNT = ") << upload.total << ", READCOUNT = " << upload.done << ", DONECOUNT = " << upload.done
-                              << ", INSERTED = " << upload.inserted << ", UPDATED = " << upload.updated
-                              << ", REFUSED = " << upload.refused << ", LEFTCOUNT = " << upload.left
+  return Sql("TOTALCOUNT = ") << upload.total << ", READCOUNT = " << upload.done + upload.left
+                              << ", DONECOUNT = " << upload.done << ", REFUSED = " << upload.refused
+                              << ", LEFTCOUNT = " << upload.left
                               << ", FINDINGCOUNT = " << static_cast<std::int32_t>(findings);
 }
 
-void keep_findings(std::int32_t id, std::int32_t kept, const std::vector<RunFinding>& findings) {
-  for (const RunFinding& finding : findings)
-    change_rows(
-        Sql("INSERT INTO MERCATO_UPLOAD_FINDING (UPLOADID, SEQUENCE, OUTCOME, RECORD, FIELD, VALUE, REASON) VALUES (")
-        << id << ", " << ++kept << ", " << text_literal(finding.outcome) << ", " << text_literal(finding.record) << ", "
-        << text_literal(finding.field) << ", " << text_literal(finding.value) << ", " << text_literal(finding.reason)
-        << ")");
+void keep(std::int32_t id, std::int32_t kept, const std::vector<KeptFinding>& findings) {
+  if (findings.empty()) return;
+  const store::PooledSession session = store::acquire_session(shared_connection_string());
+  session->start_transaction();
+  keep_findings(*session.get(), id, kept, findings);
+  session->commit();
 }
 
 }  // namespace
@@ -139,7 +117,9 @@ std::int32_t accept_upload(const QueuedUpload& upload) {
       {"USERID", upload.user},
       {"FILENAME", upload.name},
       {"OPTIONS", std::string(upload.write_on_errors ? kWrite : kSkip) + upload.file},
-      {"ACCEPTED", clock::universal_time()}};
+      {"ACCEPTED", clock::universal_time()},
+      {"INSERTED", 0},
+      {"UPDATED", 0}};
   std::vector<std::size_t> columns;
   std::vector<Variant> values;
   for (const auto& [column, held] : fields) {
@@ -163,7 +143,7 @@ std::vector<QueuedUpload> queued_uploads(std::int32_t most) {
 std::vector<NumberedFinding> findings_of_upload(std::int32_t id, std::int32_t after, std::int32_t most) {
   const RecordsetPtr rows = open_read_only(
       Sql("SELECT TOP ") << most
-                         << " SEQUENCE, OUTCOME, RECORD, FIELD, VALUE, REASON FROM MERCATO_UPLOAD_FINDING "
+                         << " SEQUENCE, OUTCOME, RECORD, LINE, FIELD, VALUE, REASON FROM MERCATO_UPLOAD_FINDING "
                             "WHERE UPLOADID = "
                          << id << " AND SEQUENCE > " << after << " ORDER BY SEQUENCE",
       new_connection());
@@ -171,8 +151,8 @@ std::vector<NumberedFinding> findings_of_upload(std::int32_t id, std::int32_t af
   for (; !rows->Eof(); rows->MoveNext())
     findings.push_back({rows->Value("SEQUENCE").to_long(),
                         {rows->Value("OUTCOME").text_or_empty(), rows->Value("RECORD").text_or_empty(),
-                         rows->Value("FIELD").text_or_empty(), rows->Value("VALUE").text_or_empty(),
-                         rows->Value("REASON").text_or_empty()}});
+                         count_of(rows->Value("LINE")), rows->Value("FIELD").text_or_empty(),
+                         rows->Value("VALUE").text_or_empty(), rows->Value("REASON").text_or_empty()}});
   rows->Close();
   return findings;
 }
@@ -182,10 +162,9 @@ std::optional<QueuedUpload> claim_upload() {
   std::vector<Row> waiting = rows_with(LiteralPiece(" AND STATE = 'waiting'"), 1, true);
   if (waiting.empty() || !rows_with(LiteralPiece(" AND STATE = 'running'"), 1).empty()) return std::nullopt;
   QueuedUpload& next = waiting.front().upload;
-  const std::string owner = machine() + ":" + std::to_string(::getpid());
   const std::int64_t claimed =
       change_rows(Sql("UPDATE MERCATO_UPLOAD SET STATE = 'running', STARTED = ")
-                  << value(literal(clock::universal_time())) << ", OWNER = " << text_literal(owner)
+                  << value(literal(clock::universal_time())) << ", OWNER = " << text_literal(this_process())
                   << ", LEASEUNTIL = " << value(literal(clock::universal_time(kLeaseSeconds)))
                   << " WHERE UPLOADID = " << next.id << " AND STATE = 'waiting'");
   if (claimed != 1) return std::nullopt;
@@ -206,8 +185,8 @@ std::vector<QueuedUpload> fail_abandoned_uploads() {
   return failed;
 }
 
-bool keep_progress(const QueuedUpload& upload, std::int32_t kept, const std::vector<RunFinding>& findings) {
-  keep_findings(upload.id, kept, findings);
+bool keep_progress(const QueuedUpload& upload, std::int32_t kept, const std::vector<KeptFinding>& findings) {
+  keep(upload.id, kept, findings);
   change_rows(Sql("UPDATE MERCATO_UPLOAD SET ")
               << counts_of(upload, static_cast<std::size_t>(kept) + findings.size()) << ", LEASEUNTIL = "
               << value(literal(clock::universal_time(kLeaseSeconds))) << " WHERE UPLOADID = " << upload.id);
@@ -215,13 +194,19 @@ bool keep_progress(const QueuedUpload& upload, std::int32_t kept, const std::vec
   return !now || !now->stopped_by.empty();
 }
 
-void end_queued_upload(const QueuedUpload& upload, std::int32_t kept, const std::vector<RunFinding>& findings) {
-  keep_findings(upload.id, kept, findings);
+void end_queued_upload(const QueuedUpload& upload, std::int32_t kept, const std::vector<KeptFinding>& findings) {
+  keep(upload.id, kept, findings);
   change_rows(Sql("UPDATE MERCATO_UPLOAD SET ")
-              << counts_of(upload, static_cast<std::size_t>(kept) + findings.size())
+              << counts_of(upload, static_cast<std::size_t>(kept) + findings.size()) << ", INSERTED = "
+              << upload.inserted << ", UPDATED = " << upload.updated << ", UNCHANGED = " << upload.unchanged
               << ", STATE = " << text_literal(upload.state) << ", STOPPEDBY = " << text_literal(upload.stopped_by)
               << ", ENDED = " << value(literal(clock::universal_time()))
               << ", LEASEUNTIL = NULL WHERE UPLOADID = " << upload.id);
+}
+
+std::map<std::string, std::int32_t> changed_records(std::int32_t upload, const std::string& kind) {
+  const store::PooledSession session = store::acquire_session(shared_connection_string());
+  return changed_rows_of_records(*session.get(), upload, kind == "prices" ? "CATALOGPRODUCTPRICE" : "");
 }
 
 bool cancel_upload(std::int32_t id) {
@@ -233,4 +218,4 @@ bool cancel_upload(std::int32_t id) {
                      << id << " AND STATE = 'running'") == 1;
 }
 
-}  // namespace mercato::keeping
+}  // namespace mercato::exchange
