@@ -76,7 +76,9 @@ class UnfoldedParser : public http::request_parser<http::buffer_body> {
     // The value of one line stands where it came, behind its name and a colon; one of several is put together elsewhere.
     const char* const behind = name_text.data() + name_text.size();
     const bool is_near = !std::less<>()(value.data(), behind) && std::less<>()(value.data(), behind + kPiece);
-    if (!is_near || std::string_view(behind, value.data()).find_first_not_of(": \t") != std::string_view::npos)
+    if (!is_near ||
+        std::string_view(behind, static_cast<std::size_t>(value.data() - behind)).find_first_not_of(": \t") !=
+            std::string_view::npos)
       failure = http::error::bad_value;
     else
       get().insert(name, name_text, value);

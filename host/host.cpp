@@ -8,11 +8,13 @@
 #include <ostream>
 #include <utility>
 
+#include "frame/lib_sql.h"
 #include "host/console_pages.h"
 #include "mercato/connection.h"
 #include "mercato/raised_error.h"
 #include "mercato/settings.h"
 #include "platform/store/call_limit.h"
+#include "platform/store/driver.h"
 #include "platform/store/hidden_passwords.h"
 #include "values/same_text.h"
 #include "values/text.h"
@@ -232,11 +234,23 @@ std::unique_ptr<Exchange> Host::begin(Head head) { return std::make_unique<Handl
 
 Response Host::problem(int status, std::string_view detail) { return problem_response(status, detail); }
 
+std::string for_clients(const std::string& description) {
+  std::string shown = store::without_passwords(description);
+  std::vector<std::string> folders = {collaborators::settings()->web_root + "/"};
+  for (const char* place : {"Data Source", "Server"})
+    if (const auto path = store::connection_property(shared_connection_string(), place); path && path->starts_with('/'))
+      folders.push_back(path->substr(0, path->rfind('/') + 1));
+  for (const std::string& folder : folders)
+    for (std::size_t at = 0; folder.size() > 1 && (at = shown.find(folder)) != std::string::npos;)
+      shown.erase(at, folder.size());
+  return shown;
+}
+
 Response failure_response(const RaisedError& error) {
   const int status = error.Number == error_number::kTimeout        ? 504
                      : error.Number == error_number::kStoreFailure ? 503
                                                                    : 422;
-  const std::string description = store::without_passwords(error.Description);
+  const std::string description = for_clients(error.Description);
   Response response = json_response(Json{{"type", "urn:mercato:failure"},
                                          {"title", "The library refused the call"},
                                          {"status", status},

@@ -57,6 +57,8 @@ class Host : public Service {
   std::unique_ptr<UploadRunner> uploads_;
 };
 
+// What clients may read of a failure: no password, and no folder of this machine.
+std::string for_clients(const std::string& description);
 // The failure of the library as an answer.
 Response failure_response(const RaisedError& error);
 

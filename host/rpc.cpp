@@ -7,7 +7,6 @@
 #include "mercato/registry.h"
 #include "mercato/settings.h"
 #include "platform/store/call_limit.h"
-#include "platform/store/hidden_passwords.h"
 #include "tools/gateway/gateway_session.h"
 #include "tools/gateway/request.h"
 
@@ -43,6 +42,16 @@ void count(Metrics& metrics, const gateway::JsonInput& params, const std::string
   metrics.count_call(table ? std::string(table->prog_id()) : "unknown", outcome);
 }
 
+// In all texts but the caller's own.
+void show_to_clients(Json& json) {
+  if (json.is_string()) json = for_clients(json.get<std::string>());
+  if (json.is_array())
+    for (Json& item : json) show_to_clients(item);
+  if (json.is_object())
+    for (auto& [name, member] : json.items())
+      if (name != "args") show_to_clients(member);
+}
+
 Json perform(Call& call, const gateway::Request& request) {
   const Method* method = method_named(request.method);
   if (!method) throw gateway::RpcError(gateway::kMethodNotFound, "There is no method '" + request.method + "' here");
@@ -63,6 +72,7 @@ Json perform(Call& call, const gateway::Request& request) {
     Json result = session.perform(request.method, params);
     if (invokes) {
       forget_handles(result);
+      if (result.contains("log")) show_to_clients(result["log"]);
       count(call.host.metrics(), params, result.value("outcome", "none"));
     }
     return result;
@@ -72,15 +82,11 @@ Json perform(Call& call, const gateway::Request& request) {
   }
 }
 
-Json without_passwords(Json error) {
-  for (const char* member : {"message", "description"})
-    if (error.is_object() && error.contains(member) && error[member].is_string())
-      error[member] = store::without_passwords(error[member].get<std::string>());
-  if (error.is_object() && error.contains("data")) error["data"] = without_passwords(error["data"]);
-  return error;
+Json error_of(const gateway::RpcError& error) {
+  Json json = error.to_json();
+  show_to_clients(json);
+  return json;
 }
-
-Json error_of(const gateway::RpcError& error) { return without_passwords(error.to_json()); }
 
 // Nothing for a notification.
 std::optional<Json> answer_to(Call& call, const std::variant<gateway::Request, gateway::RefusedLine>& asked) {

@@ -325,6 +325,68 @@ TEST_F(RoutesByRole, SlowWrongTokensOfAnAddressAndTakeRightOnes) {
   EXPECT_EQ(get("/api/v1/products", reader_).status, 200);
 }
 
+TEST_F(RoutesByRole, BelieveOfClientsOnlyWhatATrustedProxySays) {
+  const auto wrong = [&](const std::string& forwarded) {
+    return get("/api/v1/products", "wrong", "X-Forwarded-For: " + forwarded + "\r\n").status;
+  };
+  const auto cookie = [&] {
+    return client()
+        .ask("POST", "/api/v1/session", bearer(reader_) + "X-Forwarded-Proto: https\r\n")
+        .fields.at("Set-Cookie");
+  };
+  for (int count = 0; count < 10; ++count) EXPECT_EQ(wrong("10.0.0." + std::to_string(count)), 401);
+  EXPECT_EQ(wrong("10.0.0.11"), 429) << "they are all of one address";
+  EXPECT_EQ(cookie().find("Secure"), std::string::npos);
+
+  stop();
+  options_.host.trusted_proxies = {"127.0.0.1"};
+  start();
+  for (int count = 0; count < 10; ++count) EXPECT_EQ(wrong("10.0.0." + std::to_string(count) + ", 10.0.0.99"), 401);
+  EXPECT_EQ(wrong("10.0.0.11, 10.0.0.99"), 429) << "the last one is what the proxy has seen";
+  EXPECT_EQ(wrong("10.0.0.98"), 401);
+  EXPECT_NE(cookie().find("; Secure"), std::string::npos);
+}
+
+TEST_F(RoutesByRole, GoOnWithEventsBehindTheLastOneThatWasSeen) {
+  const std::string location =
+      client().ask("POST", "/api/v1/uploads?kind=products", bearer(keeper_), kDocument).fields.at("Location");
+  const auto listener = [&](const std::string& fields) {
+    HttpClient one = client();
+    one.send_request("GET", location + "/events", bearer(keeper_) + fields);
+    EXPECT_EQ(one.answer().status, 200);
+    return one;
+  };
+  const std::string first = listener("").rest(1);
+  ASSERT_EQ(first.substr(0, 4), "id: ") << first;
+  EXPECT_NE(first.find("\nevent: progress\ndata: {"), std::string::npos) << first;
+  const std::string seen = first.substr(4, first.find('\n') - 4);
+  HttpClient again = listener("Last-Event-ID: " + seen + "\r\n");
+  EXPECT_EQ(again.rest(1), "") << "nothing is new";
+  EXPECT_EQ(client().ask("DELETE", location, bearer(keeper_)).status, 204);
+  const std::string end = again.rest();
+  EXPECT_NE(end.find("\nevent: end\ndata: {"), std::string::npos) << end;
+  EXPECT_NE(end.find("\"state\":\"cancelled\""), std::string::npos) << end;
+}
+
+TEST_F(RoutesByRole, SayThatTheStoreIsAwayAndWhenToComeAgain) {
+  MERCATO_ONLY_ON_SQLITE(store(), "a file can be taken away");
+  const std::filesystem::path away = folder() / "away";
+  std::filesystem::rename(store_path(), away);
+  EXPECT_EQ(get("/healthz", "").status, 200);
+  for (const char* target : {"/readyz", "/api/v1/products/1", "/api/v1/products?query=a"}) {
+    const HttpAnswer answer = get(target, reader_);
+    EXPECT_EQ(answer.status, 503) << target;
+    EXPECT_EQ(answer.fields.at("Retry-After"), "5") << target;
+    EXPECT_EQ(answer.body.find(folder().string()), std::string::npos) << "no path: " << answer.body;
+  }
+  const std::string told = json_of(rpc(kInvoke, keeper_)).at("error").dump();
+  EXPECT_NE(told.find("There is no store at 'mercato.db'"), std::string::npos) << told;
+  EXPECT_EQ(told.find(folder().string()), std::string::npos) << told;
+  std::filesystem::rename(away, store_path());
+  EXPECT_EQ(get("/readyz", "").status, 200);
+  EXPECT_EQ(get("/api/v1/products/1", reader_).status, 200);
+}
+
 TEST_F(RoutesByRole, TakeNoTokenThatWasRevokedOrHasEnded) {
   const host::TokenFile file(tokens_file_);
   host::Token ended;
