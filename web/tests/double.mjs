@@ -81,8 +81,12 @@ export class Double {
     this.address = `http://127.0.0.1:${this.port}/`;
   }
 
-  async close() {
+  breakOff() {
     for (const socket of this.sockets) socket.destroy();
+  }
+
+  async close() {
+    this.breakOff();
     await new Promise((done) => this.server.close(done));
   }
 
@@ -307,7 +311,7 @@ export class Double {
           upload.done += 5;
           upload.read = upload.done;
           upload.findings = Math.floor(upload.done / 4);
-          upload.counts = { inserted: upload.done - upload.findings, updated: 0, refused: upload.findings, left: 0 };
+          upload.counts = { inserted: upload.done - upload.findings - 2, updated: 0, unchanged: 2, refused: upload.findings, left: 0 };
           if (upload.done >= upload.total) {
             upload.state = 'done';
             upload.ended = new Date().toISOString();

@@ -39,7 +39,7 @@ const views = {
   }],
   report: [undefined, async (page) => {
     await page.click('text=Upload: bad records are left out');
-    await page.waitForSelector('command-line');
+    await page.waitForFunction(() => document.querySelector('h1').textContent.includes('upload:'));
     await page.waitForSelector('.bars');
   }],
   uploads: ['#/upload', (page) => page.waitForSelector('.rows')],

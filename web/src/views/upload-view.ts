@@ -193,18 +193,18 @@ export class UploadView extends View {
   }
 
   private counts(upload: Upload): TemplateResult {
-    const { inserted, updated, unchanged, refused, left } = upload.counts;
+    const { inserted, updated, unchanged = 0, refused, left } = upload.counts;
     const would = upload.mode === 'preview' ? 'would be ' : '';
     const counts: [string, string, number][] = [
       ['', 'read', upload.read],
       ['inserted', `${would}inserted`, inserted],
       ['updated', `${would}updated`, updated],
-      ['unchanged', 'unchanged', unchanged ?? 0],
+      ['unchanged', upload.mode === 'preview' ? 'would stay as they are' : 'were so already', unchanged],
       ['refused', `${would}refused`, refused],
       ['left', upload.mode === 'preview' ? 'would remain' : 'remain', left],
       ['', 'findings', upload.findings],
     ];
-    return html`${shares(Object.entries({ inserted, updated, refused, left }))}
+    return html`${shares(Object.entries({ inserted, updated, unchanged, refused, left }))}
       <dl class="counts">
         ${counts.map(([name, title, n]) => html`<div class=${name}><dt>${title}</dt><dd>${number(n)}</dd></div>`)}
       </dl>`;
