@@ -96,34 +96,38 @@ std::vector<exchange::KeptFinding> findings_in_store(std::int32_t upload) {
   }
 }
 
-// Of an upload whose process is gone, or that was ended by what no report tells of: its rest, and counts that agree with
-// the journal.
-void leave_rest(std::int32_t id) {
+// Ends an upload whose process is gone, or that was ended by what no report tells of: with its rest, and counts that
+// agree with the journal.
+void end_with_rest(exchange::QueuedUpload upload) {
   try {
-    exchange::Journal(shared_connection_string(), id).after();
-    auto upload = exchange::queued_upload(id);
-    if (!upload) return;
-    if (upload->mode == "preview") return forget_document(*upload);
-    if (upload->kind != "unspsc") {
+    exchange::Journal(shared_connection_string(), upload.id).after();
+    const auto kept = exchange::queued_upload(upload.id);
+    if (!kept) return;
+    const std::string state = upload.state, stopped_by = upload.stopped_by;
+    upload = *kept;
+    upload.state = state;
+    upload.stopped_by = stopped_by;
+    if (upload.kind != "unspsc" && upload.mode != "preview") {
       exchange::CutShort cut_short;
-      cut_short.kind = upload->kind;
-      cut_short.document = unpacked(*upload).document;
-      cut_short.applied = upload->done - upload->refused;
-      cut_short.findings = findings_in_store(id);
-      cut_short.changed = exchange::changed_records(id, upload->kind);
-      const exchange::RestCounts rest = exchange::write_rest(cut_short, rest_of(upload->file));
-      upload->total = rest.read;
-      upload->left = std::max(0, rest.in_rest - upload->refused);
-      upload->done = upload->total - upload->left;
-      const std::int32_t applied = upload->done - upload->refused;
-      upload->inserted = std::min(upload->inserted, applied);
-      upload->updated = std::min(upload->updated, applied - upload->inserted);
-      upload->unchanged = applied - upload->inserted - upload->updated;
+      cut_short.kind = upload.kind;
+      cut_short.document = unpacked(upload).document;
+      cut_short.applied = upload.done - upload.refused;
+      cut_short.findings = findings_in_store(upload.id);
+      cut_short.changed = exchange::changed_records(upload.id, upload.kind);
+      const exchange::RestCounts rest = exchange::write_rest(cut_short, rest_of(upload.file));
+      upload.total = rest.read;
+      upload.left = std::max(0, rest.in_rest - upload.refused);
+      upload.done = upload.total - upload.left;
+      const std::int32_t applied = upload.done - upload.refused;
+      upload.inserted = std::min(upload.inserted, applied);
+      upload.updated = std::min(upload.updated, applied - upload.inserted);
+      upload.unchanged = applied - upload.inserted - upload.updated;
     }
-    exchange::end_queued_upload(*upload, upload->findings, {});
-    forget_document(*upload);
+    exchange::end_queued_upload(upload, upload.findings, {});
+    forget_document(upload);
   } catch (const Raised&) {
     // The document stays as it was given.
+    exchange::end_queued_upload(upload, upload.findings, {});
   }
 }
 
@@ -239,7 +243,9 @@ void UploadRunner::work() {
     std::optional<exchange::QueuedUpload> next;
     try {
       forget_thread_state();
-      for (const exchange::QueuedUpload& failed : exchange::fail_abandoned_uploads()) leave_rest(failed.id);
+      for (exchange::QueuedUpload& abandoned : exchange::take_abandoned_uploads())
+        to_end_.push_back(std::move(abandoned));
+      end_those_left();
       next = exchange::claim_upload();
     } catch (const Raised&) {
       // The store is away, or has no such table: it is asked again.
@@ -255,6 +261,10 @@ void UploadRunner::work() {
     if (ending_) return;
     wanted_ = false;
   }
+}
+
+void UploadRunner::end_those_left() {
+  for (; !to_end_.empty(); to_end_.pop_back()) end_with_rest(to_end_.back());
 }
 
 void UploadRunner::run(exchange::QueuedUpload upload) {
@@ -316,13 +326,17 @@ void UploadRunner::run(exchange::QueuedUpload upload) {
   upload.state = upload.stopped_by.empty() ? "done" : was_cancelled && !is_ending ? "cancelled" : "failed";
   if (is_told && upload.refused + upload.left == 0) forget_file(rest_of(upload.file));
   try {
-    exchange::end_queued_upload(upload, kept, findings);
-    if (is_told)
+    if (is_told) {
+      exchange::end_queued_upload(upload, kept, findings);
       forget_document(upload);
-    else
-      leave_rest(upload.id);
+    } else {
+      to_end_.push_back(upload);
+      exchange::keep_progress(upload, kept, findings);
+      end_those_left();
+    }
   } catch (const Raised&) {
-    // It says that it runs, until its process is gone; then it is taken for failed.
+    // It says that it runs until the store is back.
+    if (is_told) to_end_.push_back(upload);
   }
   const std::lock_guard lock(mutex_);
   run_.reset();

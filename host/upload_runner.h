@@ -69,10 +69,13 @@ class UploadRunner {
   };
   void work();
   void run(exchange::QueuedUpload upload);
+  // Raises what the store raises, and keeps those that could not be ended.
+  void end_those_left();
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   bool ending_ = false;
+  std::vector<exchange::QueuedUpload> to_end_;  // with the state that they end in; the thread's own
   bool wanted_ = true;
   std::shared_ptr<Run> run_;
   std::thread thread_;

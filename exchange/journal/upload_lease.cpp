@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 
 #include "platform/clock/universal_time.h"
 
@@ -20,15 +21,19 @@ std::string host_name() {
 
 }  // namespace
 
-std::string this_process() { return host_name() + ":" + std::to_string(::getpid()); }
+std::string this_process() {
+  // In a container every process may have the number of the one before.
+  static const auto kBirth = std::chrono::system_clock::now().time_since_epoch() / std::chrono::milliseconds(1);
+  return host_name() + ":" + std::to_string(::getpid()) + ":" + std::to_string(kBirth);
+}
 
 bool is_gone(const std::string& owner, const Variant& lease) {
-  const std::size_t colon = owner.rfind(':');
+  if (owner == this_process()) return false;
+  const std::size_t colon = owner.find(':');
   if (colon != std::string::npos && owner.substr(0, colon) == host_name()) {
     pid_t process = 0;
     std::from_chars(owner.data() + colon + 1, owner.data() + owner.size(), process);
-    if (process <= 0 || (::kill(process, 0) != 0 && errno == ESRCH)) return true;
-    if (process == ::getpid()) return false;
+    if (process <= 0 || process == ::getpid() || (::kill(process, 0) != 0 && errno == ESRCH)) return true;
   }
   return lease.is_null() || lease.to_date() < clock::universal_time();
 }

@@ -172,17 +172,20 @@ std::optional<QueuedUpload> claim_upload() {
   return std::move(next);
 }
 
-std::vector<QueuedUpload> fail_abandoned_uploads() {
-  std::vector<QueuedUpload> failed;
+std::vector<QueuedUpload> take_abandoned_uploads() {
+  std::vector<QueuedUpload> taken;
   for (Row& row : rows_with(LiteralPiece(" AND STATE = 'running'"), 100)) {
     if (!is_gone(row.owner, row.lease)) continue;
-    const std::int64_t taken = change_rows(
-        Sql("UPDATE MERCATO_UPLOAD SET STATE = 'failed', STOPPEDBY = N'The process that ran it has ended.', ENDED = ")
-        << value(literal(clock::universal_time())) << ", LEASEUNTIL = NULL WHERE UPLOADID = " << row.upload.id
-        << " AND STATE = 'running' AND OWNER = " << text_literal(row.owner));
-    if (taken == 1) failed.push_back(std::move(row.upload));
+    const std::int64_t changed = change_rows(
+        Sql("UPDATE MERCATO_UPLOAD SET OWNER = ")
+        << text_literal(this_process()) << ", LEASEUNTIL = " << value(literal(clock::universal_time(kLeaseSeconds)))
+        << " WHERE UPLOADID = " << row.upload.id << " AND STATE = 'running' AND OWNER = " << text_literal(row.owner));
+    if (changed != 1) continue;
+    row.upload.state = "failed";
+    row.upload.stopped_by = "The process that ran it has ended.";
+    taken.push_back(std::move(row.upload));
   }
-  return failed;
+  return taken;
 }
 
 bool keep_progress(const QueuedUpload& upload, std::int32_t kept, const std::vector<KeptFinding>& findings) {

@@ -43,8 +43,8 @@ std::vector<NumberedFinding> findings_of_upload(std::int32_t id, std::int32_t af
 
 // The next one, which runs from now on in this process; nothing while one runs anywhere.
 std::optional<QueuedUpload> claim_upload();
-// Those that run and whose process is gone: they have failed.
-std::vector<QueuedUpload> fail_abandoned_uploads();
+// Those that run and whose process is gone, with the state that they are to end in; they run in this process until then.
+std::vector<QueuedUpload> take_abandoned_uploads();
 // Keeps what is known of a run: its counts, and findings behind the `kept` ones that are there. What was inserted and
 // updated the journal counts until the end. True when somebody wants its end.
 bool keep_progress(const QueuedUpload& upload, std::int32_t kept, const std::vector<KeptFinding>& findings);

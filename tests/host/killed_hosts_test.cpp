@@ -198,7 +198,7 @@ TEST_F(KilledHosts, OnOneStoreLeaveToTheOtherWhatWaitsAndRunOneUploadAtATime) {
     ASSERT_LE(running.size(), 1U);
     if (running.empty()) continue;
     const std::string owner = running.front().front().to_text();
-    killed = std::stoi(owner.substr(owner.rfind(':') + 1));
+    killed = std::stoi(owner.substr(owner.find(':') + 1));
   }
   ASSERT_EQ(hosts.count(killed), 1U) << killed;
   hosts.at(killed)->kill();
