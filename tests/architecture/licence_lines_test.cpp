@@ -12,9 +12,9 @@ namespace {
 TEST(LicenceLines, BeginEverySource) {
   const std::filesystem::path root = MERCATO_SOURCE_DIR;
   std::size_t sources = 0;
-  for (const char* folder :
-       {"include", "values", "platform", "frame", "records", "collaborators", "product", "search", "upload", "catalog",
-        "classification", "server", "exchange", "tools", "tests", "bench", "examples", "fuzz"}) {
+  for (const char* folder : {"include", "values", "platform", "frame",          "records",  "collaborators", "product",
+                             "search",  "upload", "catalog",  "classification", "server",   "exchange",      "keeping",
+                             "host",    "tools",  "tests",    "bench",          "examples", "fuzz"}) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root / folder)) {
       if (const auto extension = entry.path().extension(); extension != ".h" && extension != ".cpp") continue;
       ++sources;

@@ -163,7 +163,7 @@ TEST_F(KilledHosts, ThatAreAskedToEndAnswerWhatRunsAndASecondSignalEndsThemAtOnc
     one.send_request(
         "POST", "/rpc", bearer(admin_),
         R"({"jsonrpc":"2.0","id":1,"method":"execute","params":{"sql":"UPDATE PRODUCT SET MINORDERQTY = 8 WHERE PRODUCTID = 1"}})");
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
     host.signal(SIGTERM);
     for (int tries = 0; tries < 100 && HttpClient(host.port()).connected(); ++tries)
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -186,14 +186,16 @@ TEST_F(KilledHosts, OnOneStoreLeaveToTheOtherWhatWaitsAndRunOneUploadAtATime) {
     auto host = new_host();
     hosts.emplace(host->id(), std::move(host));
   }
+  // The first one takes long enough to be killed in it.
+  const auto records = [](std::size_t number) { return number == 0 ? 1500 : 50; };
   std::vector<std::string> locations;
-  for (int number = 0; number < 6; ++number) {
+  for (std::size_t number = 0; number < 6; ++number) {
     const ServeProcess& host = *(number % 2 == 0 ? hosts.begin() : std::prev(hosts.end()))->second;
-    locations.push_back(accepted(host, "upload", document("T" + std::to_string(number), 150)));
+    locations.push_back(accepted(host, "upload", document("T" + std::to_string(number), records(number))));
   }
-  // Whichever runs one is killed in it.
   pid_t killed = 0;
-  for (int tries = 0; tries < 2000 && killed == 0; ++tries) {
+  for (int tries = 0; tries < 1000 && killed == 0; ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
     const auto running = rows("SELECT OWNER FROM MERCATO_UPLOAD WHERE STATE = 'running'");
     ASSERT_LE(running.size(), 1U);
     if (running.empty()) continue;
@@ -210,7 +212,7 @@ TEST_F(KilledHosts, OnOneStoreLeaveToTheOtherWhatWaitsAndRunOneUploadAtATime) {
   for (std::size_t number = 0; number < locations.size(); ++number) {
     const Json upload = ended(other, locations[number]);
     if (upload.at("state") == "failed") ++failed;
-    expect_agreement(other, locations[number], "T" + std::to_string(number), 150, false);
+    expect_agreement(other, locations[number], "T" + std::to_string(number), records(number), false);
     EXPECT_LE(last_end, upload.at("started").get<std::string>()) << "two at a time: " << upload;
     last_end = upload.at("ended").get<std::string>();
   }
