@@ -160,7 +160,7 @@ function lineOf(typed: Typed, before: PriceLine | null): PriceLine {
     if (column === 'QUANTITYTO') return before && isEndless(before.QUANTITYTO) ? before.QUANTITYTO : endless;
     return column === 'GROUPBY' && before?.GROUPBY === '' ? '' : null;
   };
-  return Object.fromEntries(priceFields.map((field) => [field.column, value(field)])) as unknown as PriceLine;
+  return { ...before, ...Object.fromEntries(priceFields.map((field) => [field.column, value(field)])) } as PriceLine;
 }
 
 function holdsLater({ PRICEEFFECTIVEDATE, PRICEEXPIRYDATE }: PriceLine): boolean {
