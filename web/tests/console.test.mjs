@@ -394,7 +394,7 @@ test('ADocumentIsPreviewedUploadedFollowedAndCancelled', async () => {
   host.step = 400;
   await page.click('text=Upload: bad records are left out');
   await page.waitForFunction(() => document.querySelector('h1').textContent === 'Products, upload: products.xml');
-  await page.waitForFunction(() => document.querySelector('progress')?.value > 0);
+  await page.waitForFunction(() => / of 40, about \d+ seconds? left/.test(document.querySelector('.progress')?.textContent));
   await page.click('text=Cancel: what is written stays');
   await page.waitForSelector('.mark.cancelled');
   assert.match(await text('.counts'), /refused/);
