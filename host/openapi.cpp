@@ -10,16 +10,24 @@
 namespace mercato::host {
 namespace {
 
-Json object_of(std::initializer_list<std::pair<const char*, const char*>> members) {
+using Members = std::initializer_list<std::pair<const char*, const char*>>;
+
+// A type that ends with `?` may be null. What stands in `sometimes` may also be left out.
+Json object_of(Members members, Members sometimes = {}) {
   Json properties = Json::object();
-  for (const auto& [name, type] : members) {
-    const std::string_view text = type;
-    if (text.ends_with("?"))
-      properties[name] = {{"type", {std::string(text.substr(0, text.size() - 1)), "null"}}};
+  Json required = Json::array();
+  const auto add = [&properties](const char* name, std::string_view type) {
+    if (type.ends_with("?"))
+      properties[name] = {{"type", {std::string(type.substr(0, type.size() - 1)), "null"}}};
     else
-      properties[name] = {{"type", text}};
+      properties[name] = {{"type", type}};
+  };
+  for (const auto& [name, type] : members) {
+    add(name, type);
+    required.push_back(name);
   }
-  return {{"type", "object"}, {"properties", std::move(properties)}};
+  for (const auto& [name, type] : sometimes) add(name, type);
+  return {{"type", "object"}, {"required", std::move(required)}, {"properties", std::move(properties)}};
 }
 
 Json list_of(Json items) {
@@ -63,13 +71,8 @@ Json schemas() {
   findings["properties"]["next"] = {{"type", {"string", "null"}}};
   findings["properties"]["total"] = {{"type", "integer"}};
   return {
-      {"Problem", object_of({{"type", "string"},
-                             {"title", "string"},
-                             {"status", "integer"},
-                             {"detail", "string"},
-                             {"number", "integer"},
-                             {"source", "string"},
-                             {"description", "string"}})},
+      {"Problem", object_of({{"type", "string"}, {"title", "string"}, {"status", "integer"}, {"detail", "string"}},
+                            {{"number", "integer"}, {"source", "string"}, {"description", "string"}})},
       {"Products", std::move(products)},
       {"Product", object_of({{"PRODUCTID", "integer"},
                              {"PARTNUMBER", "string"},
@@ -95,10 +98,8 @@ Json schemas() {
                                    {"name", "string"},
                                    {"type", "integer"},
                                    {"category", "integer?"},
-                                   {"children", "integer"},
-                                   {"sees", "boolean"},
-                                   {"orders", "boolean"},
-                                   {"viewOnly", "boolean"}}))},
+                                   {"children", "integer"}},
+                                  {{"sees", "boolean"}, {"orders", "boolean"}, {"viewOnly", "boolean"}}))},
       {"Rights", object_of({{"user", "string"},
                             {"node", "integer"},
                             {"sight", "string"},
