@@ -144,7 +144,7 @@ TEST_F(ExportCommand, UploadOfDocumentsThatWereExportedChangesNothingButTheDayOf
   expect_exported({"products", "--as", "documents", "-o", "p.xml"},
                   "4 records in p.xml.\nleft out: property Max. load (kg), 1 time\n");
   EXPECT_NE(text_of("p.xml").find("<PRODUCTEFFECTIVITYDATE>2026-03-04</PRODUCTEFFECTIVITYDATE>"), std::string::npos);
-  EXPECT_EQ(answer({"upload", "p.xml"})["updated"], 4);
+  EXPECT_EQ(answer({"upload", "p.xml"})["unchanged"], 4);
   expect_exported({"prices", "--as", "documents", "-o", "v.xml"}, "2 records in v.xml.\n");
   EXPECT_EQ(run({"prices", "upload", "v.xml"}).status, 0);
   EXPECT_EQ(said_of_products(), before);

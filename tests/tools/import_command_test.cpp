@@ -60,8 +60,9 @@ TEST_F(ImportCommand, UploadsWhatIsGoodAndSaysWhatIsNot) {
           "\n"
           "read            4  records\n"
           "refused         2  for their values\n"
-          "products        2  2 inserted, 0 updated, 0 refused, 0 left\n"
-          "prices          2  2 added, 0 changed, 0 refused, 0 left\n");
+          "products        2  2 inserted, 0 updated, 0 unchanged, 0 refused, 0 left\n"
+          "prices          2  2 added, 0 changed, 0 unchanged, 0 refused, 0 left\n"
+          "upload          1  `mercato uploads undo 1` takes it back\n");
   EXPECT_EQ(rows("SELECT BUYFROMPARTNUMBER, PARTNUMBER, PRODUCTDESCRIPTION, UNITCODE, BUSINESSPARTNERID, MULTIPLEBUYER "
                  "FROM PRODUCT;\n"),
             "BUYFROMPARTNUMBER  PARTNUMBER  PRODUCTDESCRIPTION  UNITCODE  BUSINESSPARTNERID  MULTIPLEBUYER\n"
@@ -82,8 +83,10 @@ TEST_F(ImportCommand, TwiceLeavesTheSameRows) {
   const json report = json::parse(run({"import", parts, "--set", "UNITCODE=EA", "--json"}).out);
   EXPECT_EQ(report["unchanged"], 2);
   EXPECT_EQ(report["unchangedPriceLines"], 2);
-  EXPECT_EQ(report["products"], json({{"given", 0}, {"inserted", 0}, {"updated", 0}, {"refused", 0}, {"left", 0}}));
-  EXPECT_EQ(report["priceLines"], json({{"given", 0}, {"added", 0}, {"changed", 0}, {"refused", 0}, {"left", 0}}));
+  EXPECT_EQ(report["products"],
+            json({{"given", 0}, {"inserted", 0}, {"updated", 0}, {"unchanged", 0}, {"refused", 0}, {"left", 0}}));
+  EXPECT_EQ(report["priceLines"],
+            json({{"given", 0}, {"added", 0}, {"changed", 0}, {"unchanged", 0}, {"refused", 0}, {"left", 0}}));
   EXPECT_EQ(whole_store(), before);
   EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM PRODUCT;\n"), "N\n2\n");
   EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM CATALOGPRODUCTPRICE;\n"), "N\n2\n");
@@ -251,11 +254,18 @@ TEST_F(ImportCommand, TakesRealFilesWithCountsThatAddUpAndChangeNothingWhenTheyC
     const json report = answer(import, status);
     EXPECT_EQ(report["read"], kRecords);
     EXPECT_EQ(report["refused"], real.refused);
-    EXPECT_EQ(
-        report["products"],
-        json({{"given", given}, {"inserted", real.inserted}, {"updated", real.updated}, {"refused", 0}, {"left", 0}}));
-    EXPECT_EQ(report["priceLines"],
-              json({{"given", real.prices}, {"added", real.prices}, {"changed", 0}, {"refused", 0}, {"left", 0}}));
+    EXPECT_EQ(report["products"], json({{"given", given},
+                                        {"inserted", real.inserted},
+                                        {"updated", real.updated},
+                                        {"unchanged", 0},
+                                        {"refused", 0},
+                                        {"left", 0}}));
+    EXPECT_EQ(report["priceLines"], json({{"given", real.prices},
+                                          {"added", real.prices},
+                                          {"changed", 0},
+                                          {"unchanged", 0},
+                                          {"refused", 0},
+                                          {"left", 0}}));
     stored += real.inserted;
     EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM PRODUCT;\n"), "N\n" + std::to_string(stored) + "\n");
 

@@ -254,14 +254,15 @@ TEST_F(PricesTool, UploadSaysWhatBecameOfEachLine) {
             "Z                          No product has this part number; it has 1 line.\n"
             "\n"
             "read            5  price lines of the document\n"
-            "applied         2  2 added, 0 changed\n"
+            "applied         2  2 added, 0 changed, 0 unchanged\n"
             "refused         2\n"
-            "remaining       1  in web/XMLDownload/remaining_prices_k.xml\n");
+            "remaining       1  in web/XMLDownload/remaining_prices_k.xml\n"
+            "upload          1  `mercato uploads undo 1` takes it back\n");
   const ToolRun rest =
       tool_.run({"prices", "upload", "--json", "--key", "k", "web/XMLDownload/remaining_prices_k.xml"});
   EXPECT_EQ(rest.status, 3);
   EXPECT_EQ(rest.out,
-            R"({"read":1,"applied":0,"added":0,"changed":0,"refused":0,"remaining":1,)"
+            R"({"read":1,"applied":0,"added":0,"changed":0,"unchanged":0,"upload":2,"refused":0,"remaining":1,)"
             R"("remainingFile":"web/XMLDownload/remaining_prices_k.xml","refusals":[],"left":[{"partNumber":"Z",)"
             R"("field":"","value":"","reason":"No product has this part number; it has 1 line."}],"stoppedBy":"",)"
             R"("restFile":"","atomic":false,"interrupted":false})"
@@ -276,8 +277,10 @@ TEST_F(PricesTool, SamplesAreUploadedAndPriced) {
     ASSERT_EQ(tool.run(command).status, 0);
   const auto counts = [](const ToolRun& done) { return done.out.substr(0, done.out.find(",\"remainingFile")); };
   const std::vector<std::string> upload = {"prices", "upload", "--json", samples + "prices.xml"};
-  EXPECT_EQ(counts(tool.run(upload)), R"({"read":73,"applied":63,"added":63,"changed":0,"refused":8,"remaining":2)");
-  EXPECT_EQ(counts(tool.run(upload)), R"({"read":73,"applied":63,"added":0,"changed":63,"refused":8,"remaining":2)");
+  EXPECT_EQ(counts(tool.run(upload)),
+            R"({"read":73,"applied":63,"added":63,"changed":0,"unchanged":0,"upload":2,"refused":8,"remaining":2)");
+  EXPECT_EQ(counts(tool.run(upload)),
+            R"({"read":73,"applied":63,"added":0,"changed":0,"unchanged":63,"upload":3,"refused":8,"remaining":2)");
   const std::string preview = tool.run({"prices", "preview", samples + "prices.xml"}).out;
   EXPECT_NE(preview.find("\n73 lines: 63 valid, 8 invalid, 2 without a product.\n"), std::string::npos) << preview;
   const auto price = [&](const char* quantity, const char* currency) {

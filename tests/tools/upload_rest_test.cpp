@@ -5,8 +5,11 @@
 #include <csignal>
 #include <nlohmann/json.hpp>
 
+#include "exchange/journal/journal.h"
 #include "exchange/uploading/price_document.h"
 #include "exchange/uploading/product_document.h"
+#include "frame/lib_sql.h"
+#include "platform/store/session_pool.h"
 #include "tests/platform/whole_files.h"
 #include "tests/support/store_fixture.h"
 #include "tests/tools/upload_checks.h"
@@ -216,6 +219,22 @@ TEST_F(UploadRest, OfAnInterruptedUploadIsWhatItDidNotComeTo) {
   EXPECT_EQ(part_numbers_in(rest_file()), (Texts{"D", "E"}));
   EXPECT_EQ(part_numbers_in(report.remaining_file), (Texts{"D", "E"}));
   expect_counts(run(source(read_whole(rest_file()))), 2, 0, 0);
+}
+
+TEST_F(UploadRest, OfAnInterruptedUploadIsListedAsCancelled) {
+  exchange::Journal journal(shared_connection_string(), {"products", "ann", "records.xml", {}, {}, 0});
+  exchange::UploadSource all = source("<Products>" + record("A") + record("B") + record("C") + "</Products>");
+  all.journal = &journal;
+  UploadReport report;
+  {
+    const PressedCtrlC pressed("'B'");  // at the latest when the journal looks for it
+    report = run(all);
+  }
+  journal.end(result_of(report), kept_findings(report));
+  const store::PooledSession session = store::acquire_session(shared_connection_string());
+  const exchange::Upload kept = exchange::upload_of(*session.get(), journal.id());
+  EXPECT_EQ(kept.state, "cancelled");
+  EXPECT_EQ(kept.counts, (exchange::UploadCounts{3, 0, 0, 0, 0, 3}));
 }
 
 TEST_F(UploadRest, OfInterruptedPricesIsWhatTheyDidNotComeTo) {

@@ -36,6 +36,31 @@ class UploadsCommands : public CommandTest {
   }
 };
 
+TEST_F(UploadsCommands, AreNamedByTheReportsAndCountEveryRecordOnce) {
+  write_products("one.xml", product("P1", "Paper", "white") + product("P2", "Ink", "blue"));
+  expect_uploaded({"upload", "one.xml"});
+  write_products("two.xml", product("P1", "Card", "white") + product("P2", "Ink", "blue") +
+                                product("P3", "Pen", "red") + "<Product buyfrompartnumber=\"P4\"/><Product/>");
+  const json report = json::parse(run({"upload", "--json", "two.xml"}).out);
+  EXPECT_EQ(report.at("upload"), 2);
+  const json kept = answer({"uploads", "show", "2"});
+  for (const auto& [name, count] : {std::pair("read", 5), std::pair("inserted", 1), std::pair("updated", 1),
+                                    std::pair("unchanged", 1), std::pair("refused", 1)}) {
+    EXPECT_EQ(report.at(name), count) << name;
+    EXPECT_EQ(kept.at(name), count) << name;
+  }
+  EXPECT_EQ(report.at("remaining"), 1);
+  EXPECT_EQ(kept.at("left"), 1);
+  // Without a journal nobody knows what was so before.
+  const json untold = json::parse(run({"upload", "--json", "--no-journal", "one.xml"}).out);
+  EXPECT_EQ(untold.at("updated"), 2);
+  EXPECT_EQ(untold.at("unchanged"), nullptr);
+  EXPECT_EQ(untold.at("upload"), nullptr);
+  // What changed nothing needs no way back.
+  EXPECT_NE(run({"upload", "two.xml"}).out.find("takes it back"), std::string::npos);
+  EXPECT_EQ(run({"upload", "two.xml"}).out.find("takes it back"), std::string::npos);
+}
+
 TEST_F(UploadsCommands, TellWhatAnUploadChangedAndTakeItBack) {
   write_products("one.xml", product("P1", "Paper", "white") + product("P2", "Ink", "blue"));
   write_products("two.xml",

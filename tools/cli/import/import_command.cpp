@@ -97,7 +97,9 @@ class TemporaryFolder {
 class PartUpload {
  public:
   PartUpload(std::string file_key, RestFile* rest, exchange::Journal* journal)
-      : file_key_(std::move(file_key)), rest_(rest), journal_(journal) {}
+      : file_key_(std::move(file_key)), rest_(rest), journal_(journal) {
+    if (journal != nullptr) totals_.journal = journal->id();
+  }
 
   bool take(const ImportedPart& part) {
     ++number_;
@@ -126,7 +128,8 @@ class PartUpload {
 
   void add(UploadTotals::Kind& kind, const UploadReport& report) {
     kind.inserted += report.inserted;
-    kind.updated += report.updated;
+    kind.updated += report.changed();
+    kind.unchanged += report.unchanged.value_or(0);
     kind.refused += report.refused;
     kind.left += report.remaining;
     for (const auto* findings : {&report.refusals, &report.unreachable})
@@ -172,15 +175,21 @@ void end_journal(UploadJournal& journal, const ImportReport& report, const Uploa
     findings.push_back({"refused", refusal.first.part_number, static_cast<std::int32_t>(refusal.first.line),
                         field_and_reason.first, refusal.first.value, field_and_reason.second});
   const auto both = [&](std::size_t UploadTotals::Kind::*count) {
-    return totals.products.*count + totals.prices.*count;
+    return static_cast<std::int32_t>(totals.products.*count + totals.prices.*count);
   };
-  const std::size_t refused = report.refused + both(&UploadTotals::Kind::refused);
   UploadResult outcome;
-  outcome.counts.read = static_cast<std::int32_t>(report.refused + report.products + report.price_lines);
-  outcome.counts.refused = static_cast<std::int32_t>(refused);
-  outcome.counts.left = static_cast<std::int32_t>(both(&UploadTotals::Kind::left));
+  UploadCounts& counts = outcome.counts;
+  counts.inserted = both(&UploadTotals::Kind::inserted);
+  counts.updated = both(&UploadTotals::Kind::updated);
+  // What the store has just so is in no document.
+  counts.unchanged =
+      both(&UploadTotals::Kind::unchanged) + static_cast<std::int32_t>(report.unchanged + report.unchanged_price_lines);
+  counts.refused = both(&UploadTotals::Kind::refused) + static_cast<std::int32_t>(report.refused);
+  counts.left = both(&UploadTotals::Kind::left);
+  counts.read = counts.inserted + counts.updated + counts.unchanged + counts.refused + counts.left;
   outcome.stopped_by = totals.stopped_by;
-  journal.end_counted(outcome, both(&UploadTotals::Kind::inserted) + both(&UploadTotals::Kind::updated), findings);
+  outcome.cancelled = totals.interrupted;
+  journal.end(outcome, findings);
 }
 
 int import_one(const Given& given, const std::string& file, RestFile* rest, const OutputOptions& output) {

@@ -2,6 +2,7 @@
 #include "tools/cli/import/import_report.h"
 
 #include <iostream>
+#include <optional>
 
 #include "tools/cli/library.h"
 #include "tools/cli/terminal/terminal.h"
@@ -98,24 +99,29 @@ void print(const ImportOutcome& outcome) {
                 outcome.use == ImportUse::written ? "  price lines in prices.xml" : "  price lines, not uploaded");
     return;
   }
-  const auto kind = [](const UploadTotals::Kind& counts, std::size_t all, const char* label, const char* inserted,
-                       const char* updated) {
+  const auto kind = [&](const UploadTotals::Kind& counts, std::size_t all, const char* label, const char* inserted,
+                        const char* updated) {
+    const auto unchanged = totals.journal != 0 ? std::optional(counts.unchanged) : std::nullopt;
     print_count(label, all,
                 "  " + std::to_string(counts.inserted) + " " + inserted + ", " + std::to_string(counts.updated) + " " +
-                    updated + ", " + std::to_string(counts.refused) + " refused, " + std::to_string(counts.left) +
-                    " left");
+                    updated + unchanged_text(unchanged) + ", " + std::to_string(counts.refused) + " refused, " +
+                    std::to_string(counts.left) + " left");
   };
   kind(totals.products, report.products, "products", "inserted", "updated");
   kind(totals.prices, report.price_lines, "prices", "added", "changed");
   for (const std::string& file : totals.remaining_files) std::cout << "left in  " << file << '\n';
   if (!totals.stopped_by.empty())
     std::cout << bad("The import was ended early: ") << shown(totals.stopped_by, 500) << '\n';
+  const auto changed = [](const UploadTotals::Kind& counts) { return counts.inserted + counts.updated; };
+  print_way_back(totals.journal, changed(totals.products) + changed(totals.prices));
 }
 
-gateway::Json json_of(const UploadTotals::Kind& counts, std::size_t all, const char* inserted, const char* updated) {
+gateway::Json json_of(const UploadTotals::Kind& counts, bool has_journal, std::size_t all, const char* inserted,
+                      const char* updated) {
   return {{"given", all},
           {inserted, counts.inserted},
           {updated, counts.updated},
+          {"unchanged", has_journal ? gateway::Json(counts.unchanged) : gateway::Json()},
           {"refused", counts.refused},
           {"left", counts.left}};
 }
@@ -171,8 +177,10 @@ void print_json(const ImportOutcome& outcome) {
                         {"unknownUnits", json_of(report.unknown_units)},
                         {"unknownCurrencies", json_of(report.unknown_currencies)}};
   if (outcome.use == ImportUse::uploaded) {
-    json["products"] = json_of(outcome.totals.products, report.products, "inserted", "updated");
-    json["priceLines"] = json_of(outcome.totals.prices, report.price_lines, "added", "changed");
+    const bool has_journal = outcome.totals.journal != 0;
+    json["upload"] = upload_json(outcome.totals.journal);
+    json["products"] = json_of(outcome.totals.products, has_journal, report.products, "inserted", "updated");
+    json["priceLines"] = json_of(outcome.totals.prices, has_journal, report.price_lines, "added", "changed");
     json["refusals"] = std::move(refusals);
     json["remainingFiles"] = outcome.totals.remaining_files;
     json["stoppedBy"] = outcome.totals.stopped_by;

@@ -18,7 +18,8 @@ namespace mercato::cli {
 struct UploadTotals {
   struct Kind {
     std::size_t inserted = 0;
-    std::size_t updated = 0;
+    std::size_t updated = 0;  // really changed, when a journal tells
+    std::size_t unchanged = 0;
     std::size_t refused = 0;
     std::size_t left = 0;
   };
@@ -32,6 +33,7 @@ struct UploadTotals {
   std::vector<std::string> remaining_files;
   std::string stopped_by;
   bool interrupted = false;  // by Ctrl-C: that ended it
+  std::int32_t journal = 0;  // the number of the upload; 0 for none
 
   void add(const UploadFinding& finding);
 };

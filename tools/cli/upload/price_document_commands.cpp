@@ -204,7 +204,9 @@ void print_json(const UploadReport& report) {
   const gateway::Json json = {{"read", report.read},
                               {"applied", report.applied()},
                               {"added", report.inserted},
-                              {"changed", report.updated},
+                              {"changed", report.changed()},
+                              {"unchanged", unchanged_json(report)},
+                              {"upload", upload_json(report.journal)},
                               {"refused", report.refused},
                               {"remaining", report.remaining},
                               {"remainingFile", report.remaining_file},
@@ -222,7 +224,8 @@ void print(const UploadReport& report) {
   print_findings("Left:", report.unreachable);
   print_count("read", report.read, "  price lines of the document");
   print_count("applied", report.applied(),
-              "  " + std::to_string(report.inserted) + " added, " + std::to_string(report.updated) + " changed");
+              "  " + std::to_string(report.inserted) + " added, " + std::to_string(report.changed()) + " changed" +
+                  unchanged_text(report.unchanged));
   print_count("refused", report.refused, "");
   print_rest(report);
 }

@@ -67,6 +67,22 @@ void print_count(const char* label, std::size_t number, const std::string& meani
   std::cout << line << text << meaning << '\n';
 }
 
+gateway::Json unchanged_json(const UploadReport& report) {
+  return report.unchanged ? gateway::Json(*report.unchanged) : gateway::Json();
+}
+
+gateway::Json upload_json(std::int32_t journal) { return journal != 0 ? gateway::Json(journal) : gateway::Json(); }
+
+std::string unchanged_text(const std::optional<std::size_t>& unchanged) {
+  return unchanged ? ", " + std::to_string(*unchanged) + " unchanged" : std::string();
+}
+
+void print_way_back(std::int32_t journal, std::size_t changed) {
+  if (journal == 0 || changed == 0) return;
+  const std::string id = std::to_string(journal);
+  print_count("upload", static_cast<std::size_t>(journal), "  `mercato uploads undo " + id + "` takes it back");
+}
+
 void print_rest(const UploadReport& report) {
   print_count("remaining", report.remaining,
               report.remaining_file.empty() ? "  no remaining file" : "  in " + report.remaining_file);
@@ -78,6 +94,7 @@ void print_rest(const UploadReport& report) {
   if (report.read == 0) std::cout << bad("The document has no record of this kind.") << '\n';
   if (!report.stopped_by.empty())
     std::cout << bad("The upload was ended early: ") << shown(report.stopped_by, 500) << '\n';
+  print_way_back(report.journal, report.inserted + report.changed());
 }
 
 int status_of(const UploadReport& report) {

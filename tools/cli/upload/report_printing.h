@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,7 +26,14 @@ gateway::Json to_json(const std::vector<UploadFinding>& findings);
 void print_findings(const char* heading, const std::vector<UploadFinding>& findings);
 // "written       12  what it means", the number aligned.
 void print_count(const char* label, std::size_t number, const std::string& meaning);
-// What remains, and what ended the upload early.
+// Null without a journal that tells; so is the upload's number.
+gateway::Json unchanged_json(const UploadReport& report);
+gateway::Json upload_json(std::int32_t journal);
+// ", 3 unchanged", or nothing.
+std::string unchanged_text(const std::optional<std::size_t>& unchanged);
+// How the upload is taken back, when it has changed something and a journal was kept.
+void print_way_back(std::int32_t journal, std::size_t changed);
+// What remains, what ended the upload early, and the way back.
 void print_rest(const UploadReport& report);
 
 // The exit status.

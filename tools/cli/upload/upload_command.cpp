@@ -16,7 +16,9 @@ void print_json(const UploadReport& report) {
   const gateway::Json json = {{"read", report.read},
                               {"applied", report.applied()},
                               {"inserted", report.inserted},
-                              {"updated", report.updated},
+                              {"updated", report.changed()},
+                              {"unchanged", unchanged_json(report)},
+                              {"upload", upload_json(report.journal)},
                               {"valid", report.applied() - report.repaired},
                               {"repaired", report.repaired},
                               {"refused", report.refused},
@@ -42,9 +44,9 @@ void print(const UploadReport& report) {
   print_count("read", report.read, "  records of the document");
   print_count("valid", report.applied() - report.repaired, "  written with all their fields");
   print_count("repaired", report.repaired, "  written without the fields listed above");
-  print_count(
-      "written", report.applied(),
-      "  applied: " + std::to_string(report.inserted) + " inserted, " + std::to_string(report.updated) + " updated");
+  print_count("written", report.applied(),
+              "  applied: " + std::to_string(report.inserted) + " inserted, " + std::to_string(report.changed()) +
+                  " updated" + unchanged_text(report.unchanged));
   print_count("skipped", report.refused, "  refused");
   print_rest(report);
 }
