@@ -61,6 +61,7 @@ class Import final : public ItemSink {
   void flawed(std::string_view number, std::string_view reason, Place place) override {
     ++report_.read;
     ++report_.refused;
+    if (options_.take_number) options_.take_number(number);
     Finding finding{Reason::unreadable, std::string(number), {}, {}, std::string(reason), place};
     if (options_.take_refused) {
       JudgedItem item;
@@ -73,6 +74,7 @@ class Import final : public ItemSink {
 
   void item(Item item) override {
     ++report_.read;
+    if (options_.take_number) options_.take_number(item.number);
     found_.clear();
     JudgedItem refused;
     const std::optional<JudgedItem> judged = judge_.judge(item, found_, &refused);

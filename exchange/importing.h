@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -30,6 +31,8 @@ struct ImportOptions {
   std::string findings_file;     // a table of all findings; empty: none is written
   // Takes each item that is refused for its values: what is good of it, and its findings.
   std::function<void(const JudgedItem&, const std::vector<Finding>&)> take_refused = {};
+  // Hears of each item's part number, good or refused; empty when none could be read.
+  std::function<void(std::string_view)> take_number = {};
 };
 
 // Documents that are finished. Either may be without records.

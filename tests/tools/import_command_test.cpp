@@ -92,6 +92,72 @@ TEST_F(ImportCommand, TwiceLeavesTheSameRows) {
   EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM CATALOGPRODUCTPRICE;\n"), "N\n2\n");
 }
 
+TEST_F(ImportCommand, TakesAllOfAFileOrNothing) {
+  const Words words = {"import", "parts.csv", "--set", "UNITCODE=EA", "--atomic"};
+  file("parts.csv", kParts);
+  const ToolRun refused = run(words);
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_NE(refused.out.find("products        2  0 inserted, 0 updated, 0 unchanged, 0 refused, 2 left\n"),
+            std::string::npos)
+      << refused.out;
+  EXPECT_NE(refused.out.find("Nothing was written: all of the file or nothing was asked for.\n"), std::string::npos);
+  EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM PRODUCT;\n"), "N\n0\n");
+  EXPECT_EQ(answer({"uploads", "diff", "1"}).at("changes"), json::array());
+
+  file("parts.csv", first_lines_of(tool_.folder() / "parts.csv", 3));
+  const ToolRun done = run(words);
+  EXPECT_EQ(done.status, 0) << done.out << done.err;
+  EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM PRODUCT;\n"), "N\n2\n");
+  EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM CATALOGPRODUCTPRICE;\n"), "N\n2\n");
+  const json kept = answer({"uploads", "show", "2"});
+  EXPECT_EQ(kept.at("state"), "done");
+  EXPECT_EQ(kept.at("inserted"), 4);
+  EXPECT_EQ(run({"uploads", "undo", "2"}).status, 0);
+  EXPECT_EQ(rows("SELECT COUNT(*) AS N FROM PRODUCT;\n"), "N\n0\n");
+}
+
+TEST_F(ImportCommand, TellsAndDisablesWhatTheFileOfASupplierNoLongerNames) {
+  const std::string header = "part number;description\n";
+  const Words words = {"import", "parts.csv", "--set", "UNITCODE=EA", "--supplier", "QUILL"};
+  const auto import = [&](const std::string& records, Words more) {
+    file("parts.csv", header + records);
+    more.insert(more.begin(), words.begin(), words.end());
+    return run(more);
+  };
+  const std::string disabled = "SELECT BUYFROMPARTNUMBER FROM PRODUCT WHERE DISABLED = 1;\n";
+  EXPECT_EQ(import("P1;Nut\nP2;Bolt\nP3;Screw\n", {}).status, 0);
+  execute(
+      "INSERT INTO PRODUCT (PARTNUMBER, PRODUCTDESCRIPTION, BUYFROMPARTNUMBER) VALUES ('O', 'Another''s', 'OTHER');");
+
+  const std::string next = "p1;Nut\nP3;Long screw\n";
+  const ToolRun tried = import(next, {"--missing", "disable", "--dry-run"});
+  EXPECT_NE(tried.out.find("NOT IN THE FILE  DESCRIPTION\nP2               Bolt\n"), std::string::npos) << tried.out;
+  EXPECT_NE(tried.out.find("missing         1  products of the supplier that the file does not name\n"),
+            std::string::npos)
+      << tried.out;
+  EXPECT_EQ(rows(disabled), "0 rows\n");
+
+  const ToolRun done = import(next, {"--missing", "disable", "--json"});
+  EXPECT_EQ(done.status, 0) << done.err;
+  EXPECT_EQ(json::parse(done.out)["missing"], json({{"known", true}, {"disabled", true}, {"partNumbers", {"P2"}}}));
+  EXPECT_EQ(rows(disabled), "BUYFROMPARTNUMBER\nP2\n");
+  EXPECT_EQ(answer({"uploads", "show", "2"}).at("firstFindings").at(0).at("outcome"), "missing");
+  EXPECT_EQ(run({"uploads", "undo", "2"}).status, 0);
+  EXPECT_EQ(rows(disabled), "0 rows\n");
+
+  // A record without a number may be any product's.
+  const std::string mapping = file("parts.toml", run({"import", "--propose", "parts.csv"}).out + "\n");
+  const ToolRun unnamed = import("P1;Nut\n;Bolt\n", {"--missing", "disable", "--mapping", mapping, "--json"});
+  EXPECT_EQ(unnamed.err, "");
+  EXPECT_EQ(json::parse(unnamed.out)["missing"]["known"], false);
+  EXPECT_EQ(rows(disabled), "0 rows\n");
+  const ToolRun wrong = run({"import", "parts.csv", "--missing", "report"});
+  EXPECT_EQ(wrong.status, 2);
+  EXPECT_EQ(wrong.err,
+            "mercato: --missing compares one file with all products of its supplier, so it takes one FILE, and needs "
+            "--supplier; --help says more.\n");
+}
+
 TEST_F(ImportCommand, DryLeavesTheStoreAsItWas) {
   const std::string before = whole_store();
   const json report =

@@ -2,6 +2,7 @@
 // mercato import: what suppliers send becomes documents, which are uploaded or kept.
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -11,10 +12,12 @@
 #include "exchange/document_judging.h"
 #include "exchange/importing.h"
 #include "exchange/item_documents.h"
+#include "exchange/missing_products.h"
 #include "exchange/uploading/price_document.h"
 #include "exchange/uploading/product_document.h"
 #include "exchange/uploading/rest_file.h"
 #include "frame/lib_error_handling.h"
+#include "keeping/product_keeping.h"
 #include "mercato/settings.h"
 #include "platform/files/files.h"
 #include "platform/xml/characters.h"
@@ -22,6 +25,7 @@
 #include "tools/cli/judging_options.h"
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
+#include "tools/cli/one_transaction.h"
 #include "tools/cli/upload/terminal_watcher.h"
 #include "tools/cli/upload_journal.h"
 
@@ -38,6 +42,8 @@ struct Given {
   bool propose = false;
   bool dry_run = false;
   bool without_journal = false;
+  bool atomic = false;
+  std::string missing;  // report, disable; empty: they are not looked for
   std::string format, mapping, supplier, to, encoding, sheet, language, territory, price_kind, findings, rest;
   std::vector<std::string> units, defaults;
   JudgingChoices judging;
@@ -96,8 +102,8 @@ class TemporaryFolder {
 // The road of `mercato upload` and `mercato prices upload`, for each part of a file.
 class PartUpload {
  public:
-  PartUpload(std::string file_key, RestFile* rest, exchange::Journal* journal)
-      : file_key_(std::move(file_key)), rest_(rest), journal_(journal) {
+  PartUpload(std::string file_key, RestFile* rest, exchange::Journal* journal, bool atomic)
+      : file_key_(std::move(file_key)), rest_(rest), journal_(journal), atomic_(atomic) {
     if (journal != nullptr) totals_.journal = journal->id();
   }
 
@@ -123,6 +129,7 @@ class PartUpload {
             .web_root = collaborators::settings()->web_root,
             .rest = rest_,
             .lines = &lines,
+            .leaves_file = !atomic_,
             .journal = journal_};
   }
 
@@ -141,6 +148,7 @@ class PartUpload {
   const std::string file_key_;
   RestFile* const rest_;
   exchange::Journal* const journal_;
+  const bool atomic_;  // the file itself is what is left
   std::size_t number_ = 0;
   UploadTotals totals_;
 };
@@ -164,8 +172,36 @@ void add_to_rest(RestFile& rest, const JudgedItem& refused, const std::vector<Fi
   rest.add(item.number, item.place.line, reasons, text);
 }
 
-void end_journal(UploadJournal& journal, const ImportReport& report, const UploadTotals& totals) {
+// By the library's call, in the transaction at hand, and with their rows in the journal.
+void disable(MissingReport& missing, Journal* journal) {
+  constexpr std::size_t kAtOnce = 1000;
+  for (std::size_t begin = 0; begin < missing.products.size(); begin += kAtOnce) {
+    std::vector<std::int32_t> ids;
+    std::vector<std::string> numbers;
+    for (std::size_t place = begin; place < std::min(begin + kAtOnce, missing.products.size()); ++place) {
+      ids.push_back(missing.products[place].id);
+      numbers.push_back(missing.products[place].number);
+    }
+    if (journal != nullptr) journal->before(Reach::Kind::products, numbers);
+    keeping::set_disabled(ids, true, [] {});
+  }
+  if (journal != nullptr) journal->after();
+  missing.are_disabled = true;
+}
+
+MissingReport missing_in(const NamedProducts& named, const std::string& supplier) {
+  MissingReport missing;
+  missing.is_known = named.are_known();
+  if (missing.is_known) missing.products = named.missing(supplier);
+  return missing;
+}
+
+void end_journal(UploadJournal& journal, const ImportReport& report, const UploadTotals& totals,
+                 const std::optional<MissingReport>& missing) {
   std::vector<KeptFinding> findings;
+  if (missing && missing->are_disabled)
+    for (const MissingProduct& product : missing->products)
+      findings.push_back({"missing", product.number, 0, {}, {}, "The file does not name it, so it was disabled."});
   for (const MergedFinding& merged : report.findings)
     for (const Finding& finding : merged.examples)
       findings.push_back({merged.accepted ? "accepted" : "refused", finding.number,
@@ -198,8 +234,11 @@ int import_one(const Given& given, const std::string& file, RestFile* rest, cons
     options.take_refused = [rest](const JudgedItem& item, const std::vector<Finding>& findings) {
       add_to_rest(*rest, item, findings);
     };
+  NamedProducts named;
+  if (!given.missing.empty()) options.take_number = [&](std::string_view number) { named.add(number); };
+  std::optional<MissingReport> missing;
   const auto report_of = [&](ImportUse use, const ImportReport& report, const UploadTotals& totals) {
-    return told({file, use, report, totals}, output);
+    return told({file, use, report, totals, missing}, output);
   };
   const PartTaker take_all = [](const ImportedPart&) { return true; };
   if (!given.to.empty()) {
@@ -211,13 +250,32 @@ int import_one(const Given& given, const std::string& file, RestFile* rest, cons
   const TemporaryFolder folder;
   options.folder = folder.path();
   options.most_in_part = kMostInPart;
-  if (given.dry_run) return report_of(ImportUse::looked_at, import_file(options, take_all), {});
+  if (given.dry_run) {
+    const ImportReport report = import_file(options, take_all);
+    if (!given.missing.empty()) missing = missing_in(named, given.supplier);
+    return report_of(ImportUse::looked_at, report, {});
+  }
   const UploadInterruption interruption;
   UploadJournal journal(!given.without_journal, "import", file);
-  PartUpload upload("import-" + file_key_for(file), rest, journal.get());
+  std::optional<OneTransaction> all_or_nothing;
+  if (given.atomic) all_or_nothing.emplace();
+  PartUpload upload("import-" + file_key_for(file), rest, journal.get(), given.atomic);
   const ImportReport report = import_file(options, [&](const ImportedPart& part) { return upload.take(part); });
-  end_journal(journal, report, upload.totals());
-  return report_of(ImportUse::uploaded, report, upload.totals());
+  UploadTotals totals = upload.totals();
+  if (all_or_nothing && (report.refused > 0 || !totals.has_all() || !totals.stopped_by.empty())) {
+    all_or_nothing.reset();
+    totals.take_back();
+  } else if (!given.missing.empty() && totals.stopped_by.empty()) {
+    missing = missing_in(named, given.supplier);
+    const bool disables = given.missing == "disable" && !missing->products.empty();
+    if (disables && all_or_nothing)
+      disable(*missing, journal.get());
+    else if (disables)
+      kept([&] { return disable(*missing, journal.get()), 0; });
+  }
+  if (all_or_nothing) all_or_nothing->commit();
+  end_journal(journal, report, totals, missing);
+  return report_of(ImportUse::uploaded, report, totals);
 }
 
 std::vector<std::string> format_names() {
@@ -227,6 +285,12 @@ std::vector<std::string> format_names() {
 }
 
 int import_files(const Given& given, const OutputOptions& output) {
+  if (!given.missing.empty() && (given.supplier.empty() || given.files.size() > 1)) {
+    std::cerr << alarming("mercato: ")
+              << "--missing compares one file with all products of its supplier, so it takes one FILE, and needs "
+                 "--supplier; --help says more.\n";
+    return kUsage;
+  }
   if (given.propose) {
     for (const std::string& file : given.files) std::cout << propose_mapping(file, given.encoding, given.sheet);
     return kDone;
@@ -255,6 +319,7 @@ void add_import_command(Menu& menu) {
       "mended\n"
       "  mercato import parts.csv.gz --mapping parts.toml --dry-run\n"
       "  mercato import prices.csv --decimal , --dates dmy --accept gtin\n"
+      "  mercato import catalogue.xml --supplier QUILLMARK --missing report --dry-run\n"
       "  mercato import catalogue.xml --to documents          writes the documents of an upload, and uploads nothing\n"
       "FILE may be -, and packed with gzip, zstd or zip. A record with a value that is not certain is refused whole, "
       "with\n"
@@ -270,6 +335,12 @@ void add_import_command(Menu& menu) {
       ->type_name("FILE");
   command.add_flag("--propose", given.propose, "Print a first mapping and do nothing else");
   command.add_flag("--no-journal", given.without_journal, "Keep nothing that could take it back");
+  command.add_flag("--atomic", given.atomic, "All of the file or, when a record is refused or left, nothing");
+  command
+      .add_choice(
+          "--missing", {"report", "disable"}, [&given = given](const std::string& what) { given.missing = what; },
+          "Products of the supplier that the file does not name: tell them, or disable them, too")
+      ->type_name("WHAT");
   command.add_flag("--dry-run", given.dry_run, "Judge and report, and upload nothing");
   command.add_option("--to", given.to, "Write the documents into this folder, and upload nothing")->type_name("FOLDER");
   command.add_option("--supplier", given.supplier, "The business partner whose products these are")->type_name("ID");

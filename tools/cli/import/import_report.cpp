@@ -73,6 +73,24 @@ void print_categories(const ImportOutcome& outcome) {
     std::cout << " are not loaded: --to writes them, for `mercato catalog load`.\n\n";
 }
 
+void print(const MissingReport& missing) {
+  if (!missing.is_known) {
+    std::cout << bad("Which products the file does not name is not known: ")
+              << "it has records without a part number, or none at all. So nothing was disabled.\n\n";
+    return;
+  }
+  constexpr std::size_t kMostShown = 50;
+  Table table({"NOT IN THE FILE", "DESCRIPTION"});
+  for (const exchange::MissingProduct& product : missing.products) {
+    if (&product - missing.products.data() == static_cast<std::ptrdiff_t>(kMostShown)) break;
+    table.add({shown(product.number), shown(product.description, 60)});
+  }
+  table.print(std::cout);
+  if (missing.products.size() > kMostShown)
+    std::cout << "and " << missing.products.size() - kMostShown << " more; --json lists all\n";
+  if (!table.empty()) std::cout << '\n';
+}
+
 void print(const ImportOutcome& outcome) {
   const ImportReport& report = outcome.report;
   const UploadTotals& totals = outcome.totals;
@@ -86,12 +104,17 @@ void print(const ImportOutcome& outcome) {
   print_refusals(totals);
   print_left_out(report);
   print_categories(outcome);
+  if (outcome.missing) print(*outcome.missing);
 
   print_count("read", report.read, "  records");
   print_count("refused", report.refused, "  for their values");
   if (report.unchanged + report.unchanged_price_lines > 0)
     print_count("unchanged", report.unchanged,
                 "  and " + counted(report.unchanged_price_lines, "price line") + ", which the store has just so");
+  if (outcome.missing && outcome.missing->is_known)
+    print_count("missing", outcome.missing->products.size(),
+                std::string("  products of the supplier that the file does not name") +
+                    (outcome.missing->are_disabled ? ", disabled now" : ""));
   if (report.without_record > 0) print_count("prices", report.without_record, "  with prices only");
   if (outcome.use != ImportUse::uploaded) {
     print_count("good", report.products, outcome.use == ImportUse::written ? "  in products.xml" : "  not uploaded");
@@ -112,8 +135,10 @@ void print(const ImportOutcome& outcome) {
   for (const std::string& file : totals.remaining_files) std::cout << "left in  " << file << '\n';
   if (!totals.stopped_by.empty())
     std::cout << bad("The import was ended early: ") << shown(totals.stopped_by, 500) << '\n';
+  if (totals.taken_back) std::cout << bad("Nothing was written: all of the file or nothing was asked for.") << '\n';
   const auto changed = [](const UploadTotals::Kind& counts) { return counts.inserted + counts.updated; };
-  print_way_back(totals.journal, changed(totals.products) + changed(totals.prices));
+  const std::size_t disabled = outcome.missing && outcome.missing->are_disabled ? outcome.missing->products.size() : 0;
+  print_way_back(totals.journal, changed(totals.products) + changed(totals.prices) + disabled);
 }
 
 gateway::Json json_of(const UploadTotals::Kind& counts, bool has_journal, std::size_t all, const char* inserted,
@@ -185,6 +210,14 @@ void print_json(const ImportOutcome& outcome) {
     json["remainingFiles"] = outcome.totals.remaining_files;
     json["stoppedBy"] = outcome.totals.stopped_by;
     json["interrupted"] = outcome.totals.interrupted;
+    json["takenBack"] = outcome.totals.taken_back;
+  }
+  if (outcome.missing) {
+    gateway::Json numbers = gateway::Json::array();
+    for (const exchange::MissingProduct& product : outcome.missing->products) numbers.push_back(product.number);
+    json["missing"] = {{"known", outcome.missing->is_known},
+                       {"disabled", outcome.missing->are_disabled},
+                       {"partNumbers", std::move(numbers)}};
   }
   std::cout << gateway::line_of(json) << '\n';
 }
@@ -196,6 +229,14 @@ void UploadTotals::add(const UploadFinding& finding) {
   if (refusal.count++ == 0) refusal.first = finding;
 }
 
+void UploadTotals::take_back() {
+  taken_back = true;
+  for (Kind* kind : {&products, &prices}) {
+    kind->left += kind->inserted + kind->updated + kind->unchanged;
+    kind->inserted = kind->updated = kind->unchanged = 0;
+  }
+}
+
 int told(const ImportOutcome& outcome, const OutputOptions& output) {
   if (output.json)
     print_json(outcome);
@@ -203,11 +244,8 @@ int told(const ImportOutcome& outcome, const OutputOptions& output) {
     print(outcome);
   const UploadTotals& totals = outcome.totals;
   if (totals.interrupted) return kInterrupted;
-  if (!totals.stopped_by.empty() || outcome.report.read == 0) return kFailed;
-  const bool all = outcome.report.refused + totals.products.refused + totals.products.left + totals.prices.refused +
-                       totals.prices.left ==
-                   0;
-  return all ? kDone : kDoneInPart;
+  if (!totals.stopped_by.empty() || totals.taken_back || outcome.report.read == 0) return kFailed;
+  return outcome.report.refused == 0 && totals.has_all() ? kDone : kDoneInPart;
 }
 
 }  // namespace mercato::cli

@@ -4,11 +4,13 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "exchange/importing.h"
+#include "exchange/missing_products.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/upload/report_printing.h"
 
@@ -34,8 +36,19 @@ struct UploadTotals {
   std::string stopped_by;
   bool interrupted = false;  // by Ctrl-C: that ended it
   std::int32_t journal = 0;  // the number of the upload; 0 for none
+  bool taken_back = false;   // all or nothing was asked for
 
   void add(const UploadFinding& finding);
+  bool has_all() const { return products.refused + products.left + prices.refused + prices.left == 0; }
+  // What was applied is left.
+  void take_back();
+};
+
+// The products of the supplier that his file does not name, where these were asked for.
+struct MissingReport {
+  bool is_known = true;  // else a record had no number that could be read, or the file none at all
+  std::vector<exchange::MissingProduct> products;
+  bool are_disabled = false;
 };
 
 enum class ImportUse { looked_at, written, uploaded };
@@ -45,6 +58,7 @@ struct ImportOutcome {
   ImportUse use;
   const exchange::ImportReport& report;
   const UploadTotals& totals;
+  const std::optional<MissingReport>& missing;
 };
 
 // Prints it, and answers the exit status.
