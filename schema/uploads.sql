@@ -59,7 +59,7 @@ CREATE TABLE MERCATO_UPLOAD_ROW (
   PRIMARY KEY (UPLOADID, SEQUENCE)
 );
 
--- What an upload said of a record: OUTCOME is refused, dropped, cut, left or accepted, and LINE that of the file where it is known.
+-- What an upload said of a record: OUTCOME is refused, dropped, cut, left, accepted or missing, and LINE that of the file where it is known.
 CREATE TABLE MERCATO_UPLOAD_FINDING (
   UPLOADID int NOT NULL,
   SEQUENCE int NOT NULL,

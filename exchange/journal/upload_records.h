@@ -60,7 +60,7 @@ struct UploadResult {
 
 // What an upload said of a record.
 struct KeptFinding {
-  std::string outcome;  // refused, dropped, cut, left, accepted
+  std::string outcome;  // refused, dropped, cut, left, accepted, missing
   std::string record;
   std::int32_t line = 0;
   std::string field;
