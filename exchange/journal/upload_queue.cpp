@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "exchange/journal/journal.h"
+#include "exchange/journal/upload_fields.h"
 #include "exchange/journal/upload_lease.h"
 #include "frame/lib_general.h"
 #include "frame/lib_sql.h"
@@ -21,9 +22,6 @@ constexpr std::string_view kSkip = "host skip ";
 constexpr std::string_view kWrite = "host write ";
 
 std::string literal(Date date) { return GetSqlLiterals().DateTimeToSql(date); }
-
-std::string day_of(const Variant& value) { return value.is_null() ? std::string() : value.to_date().iso_text(); }
-std::int32_t count_of(const Variant& value) { return value.is_null() ? 0 : value.to_long(); }
 
 struct Row {
   QueuedUpload upload;

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "exchange/journal/upload_fields.h"
 #include "exchange/journal/upload_lease.h"
 #include "frame/util.h"
 #include "mercato/raised_error.h"
@@ -69,9 +70,6 @@ class Fields {
   std::vector<std::string_view> names_;
   std::vector<Variant> values_;
 };
-
-std::string day_of(const Variant& value) { return value.is_null() ? std::string() : value.to_date().iso_text(); }
-std::int32_t count_of(const Variant& value) { return value.is_null() ? 0 : value.to_long(); }
 
 std::vector<std::vector<Variant>> rows_of(store::Session& session, const Sql& sql) {
   std::vector<std::vector<Variant>> rows;
