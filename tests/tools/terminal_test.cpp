@@ -159,6 +159,25 @@ TEST(Terminal, ATableFitsIntoTheLinesAndItsNumbersEndBelowEachOther) {
             "1200  A pencil \x1b[1mwith\x1b[0m …  12.95  \n");
 }
 
+TEST(Terminal, ATableNeverCutsFiguresAndListsItsRowsWhereTheyDoNotFit) {
+  cli::Table table({"ID", "STARTED (UTC)", "WHAT", "UNCHANGED"});
+  table.add({"7", "2026-07-01 08:30:00", "undo of 6", "12"});
+  table.add({"6", "2026-06-08 09:00:00", "import", ""});
+  EXPECT_EQ(printed(table, 42),
+            "ID  STARTED (UTC)        WHAT      UNCHAN…\n"
+            " 7  2026-07-01 08:30:00  undo of…       12\n"
+            " 6  2026-06-08 09:00:00  import           \n");
+  EXPECT_EQ(printed(table, 39),
+            "ID             7\n"
+            "STARTED (UTC)  2026-07-01 08:30:00\n"
+            "WHAT           undo of 6\n"
+            "UNCHANGED      12\n"
+            "\n"
+            "ID             6\n"
+            "STARTED (UTC)  2026-06-08 09:00:00\n"
+            "WHAT           import\n");
+}
+
 TEST_F(OnATerminal, WhatIsLongerThanTheScreenGoesThroughThePager) {
   const std::string line = tool_.command({"help"});
   const std::string numbered = "export MERCATO_PAGER='sed -n \"1s/^/paged: /p\"'; ";

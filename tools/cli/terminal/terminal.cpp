@@ -45,17 +45,43 @@ std::size_t columns_of_terminal() {
   return ::isatty(STDOUT_FILENO) == 1 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }
 
-// Takes from the widest columns first, until the line fits or none is wider than what can be read.
-void narrow(std::vector<std::size_t>& widths, std::size_t columns) {
-  constexpr std::size_t kReadable = 8;
-  std::size_t line = kGap * (widths.size() - 1);
-  for (const std::size_t width : widths) line += width;
-  while (line > columns) {
-    auto widest = std::ranges::max_element(widths);
-    if (*widest <= kReadable) return;
-    --*widest;
-    --line;
+// A number, a date or a time: the beginning of one says something else.
+bool is_figure(std::string_view cell) { return cell.find_first_not_of("0123456789-+.,:/% ") == std::string_view::npos; }
+
+struct Column {
+  std::size_t width = 0;
+  std::size_t least = 0;  // below which nobody can read it
+  bool is_number = true;  // all cells, or empty ones
+};
+
+Column column_of(const std::string& heading, const std::vector<std::vector<std::string>>& rows, std::size_t place) {
+  constexpr std::size_t kReadableHeading = 5;
+  constexpr std::size_t kReadableText = 8;
+  Column column;
+  bool figures = true;
+  for (const auto& row : rows) {
+    column.width = std::max(column.width, width_of(row[place]));
+    figures = figures && is_figure(row[place]);
+    column.is_number = column.is_number && (row[place].empty() || text::parse_number(row[place]));
   }
+  const std::size_t of_heading = std::min(width_of(heading), kReadableHeading);
+  column.least = std::max(of_heading, figures ? column.width : std::min(column.width, kReadableText));
+  column.width = std::max(column.width, width_of(heading));
+  return column;
+}
+
+// Takes from the widest columns first. False when the line does not fit all the same.
+bool narrow(std::vector<Column>& columns, std::size_t room) {
+  std::size_t line = kGap * (columns.size() - 1);
+  for (const Column& column : columns) line += column.width;
+  for (; line > room; --line) {
+    Column* widest = nullptr;
+    for (Column& column : columns)
+      if (column.width > column.least && (!widest || column.width > widest->width)) widest = &column;
+    if (!widest) return false;
+    --widest->width;
+  }
+  return true;
 }
 
 // The cell, or its beginning with "…"; codes of colours stay, and take no room.
@@ -136,32 +162,36 @@ void Table::print(std::ostream& out) const { print(out, columns_of_terminal()); 
 
 void Table::print(std::ostream& out, std::size_t columns) const {
   if (rows_.empty()) return;
-  std::vector<std::size_t> widths;
-  std::vector<bool> is_number;
-  for (std::size_t column = 0; column < headings_.size(); ++column) {
-    std::size_t width = width_of(headings_[column]);
-    bool numbers = columns > 0;
-    for (const auto& row : rows_) {
-      width = std::max(width, width_of(row[column]));
-      numbers = numbers && (row[column].empty() || text::parse_number(row[column]));
-    }
-    widths.push_back(width);
-    is_number.push_back(numbers);
-  }
-  if (columns > 0) narrow(widths, columns);
+  std::vector<Column> form;
+  for (std::size_t place = 0; place < headings_.size(); ++place)
+    form.push_back(column_of(headings_[place], rows_, place));
+  if (columns > 0 && !narrow(form, columns)) return print_rows_one_by_one(out);
   const auto line = [&](const std::vector<std::string>& cells) {
     std::string joined;
-    for (std::size_t column = 0; column < cells.size(); ++column) {
-      const std::string cell = fitted(cells[column], widths[column]);
-      const std::size_t blanks = widths[column] - width_of(cell);
-      if (is_number[column]) joined.append(blanks, ' ');
+    for (std::size_t place = 0; place < cells.size(); ++place) {
+      const std::string cell = fitted(cells[place], form[place].width);
+      const std::size_t blanks = form[place].width - width_of(cell);
+      const bool to_the_right = columns > 0 && form[place].is_number;
+      if (to_the_right) joined.append(blanks, ' ');
       joined += cell;
-      if (column + 1 < cells.size()) joined.append((is_number[column] ? 0 : blanks) + kGap, ' ');
+      if (place + 1 < cells.size()) joined.append((to_the_right ? 0 : blanks) + kGap, ' ');
     }
     return joined;
   };
   out << bold(line(headings_)) << '\n';
   for (const auto& row : rows_) out << line(row) << '\n';
+}
+
+void Table::print_rows_one_by_one(std::ostream& out) const {
+  std::size_t width = 0;
+  for (const std::string& heading : headings_) width = std::max(width, width_of(heading));
+  for (const auto& row : rows_) {
+    if (&row != &rows_.front()) out << '\n';
+    for (std::size_t place = 0; place < row.size(); ++place)
+      if (!row[place].empty())
+        out << bold(headings_[place]) << std::string(width - width_of(headings_[place]) + kGap, ' ') << row[place]
+            << '\n';
+  }
 }
 
 Progress::Progress(std::size_t total)

@@ -37,7 +37,8 @@ std::string shown(std::string_view text, std::size_t longest = widest_cell());
 
 // Rows below their headings, columns aligned, the last one ragged. Cells may have colours; an escape character stands
 // for nothing else in them. Prints nothing without rows. On a terminal it fits into the lines, so that its widest
-// columns are cut where they have to, and numbers end below each other; a file or a pipe gets all of it.
+// columns are cut where they have to, never numbers and dates, and numbers end below each other; where even that does
+// not fit, each row is a list of its cells. A file or a pipe gets all of it.
 class Table {
  public:
   explicit Table(std::vector<std::string> headings) : headings_(std::move(headings)) {}
@@ -48,6 +49,8 @@ class Table {
   void print(std::ostream& out, std::size_t columns) const;
 
  private:
+  void print_rows_one_by_one(std::ostream& out) const;
+
   std::vector<std::string> headings_;
   std::vector<std::vector<std::string>> rows_;
 };
