@@ -41,8 +41,10 @@ TEST(StoredTimes, AreUniversalInEveryTimeZone) {
     write_whole(tool.folder() / "codes.xml",
                 "<UNSPSC_ITEMS><UNSPSC_ITEM><CODE>44000000</CODE><DESCRIPTION>Office</DESCRIPTION></UNSPSC_ITEM>"
                 "</UNSPSC_ITEMS>");
-    ASSERT_EQ(InProcess::run({"init"}).status, 0);
-    ASSERT_EQ(InProcess::run({"unspsc", "load", "codes.xml"}).status, 0);
+    for (const Words& command : {Words{"init"}, Words{"unspsc", "load", "codes.xml"}}) {
+      const ToolRun done = InProcess::run(command);
+      ASSERT_EQ(done.status, 0) << done.err;
+    }
     const ToolRun asked = InProcess::run({"execute", "-", "--json"},
                                          "SELECT APPLIED FROM MERCATO_SCHEMA;\n"
                                          "SELECT ACCEPTED, STARTED, ENDED FROM MERCATO_UPLOAD;\n");
