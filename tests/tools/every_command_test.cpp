@@ -279,6 +279,12 @@ TEST_F(EveryCommand, CanBeGivenAtAPrompt) {
   EXPECT_EQ(run({"shell"}, "show 99\nexit\nnosuch\n").status, 1);
 }
 
+TEST_F(EveryCommand, WorksOnTheStoreThatItsLineOfAPromptNames) {
+  ASSERT_EQ(run({"init", "--store", "other.db"}).status, 0);
+  const ToolRun done = run({"shell"}, "product new A1 Pen\nproduct new B1 Ink --store other.db\nproduct new A2 Ink\n");
+  EXPECT_EQ(done.out, "product 1 created.\nproduct 1 created.\nproduct 2 created.\n") << done.err;
+}
+
 TEST_F(EveryCommand, IsCompletedWithItsOptionsChoicesAndNamesOfTheStore) {
   execute(
       "INSERT INTO USERS (USERID, USERNAME) VALUES ('ann', 'Ann O''Neil');\n"

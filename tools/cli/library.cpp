@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <utility>
 
+#include "mercato/connection.h"
 #include "mercato/invoke.h"
 #include "mercato/object_context.h"
 #include "mercato/settings.h"
@@ -21,6 +22,7 @@ void apply_settings(const StoreOptions& options) {
     settings = collaborators::read_settings(kUsualFile);
   if (!options.store.empty()) settings.connections["Mercato"] = connection_string_of(options.store);
   collaborators::set_settings(std::move(settings));
+  forget_thread_state();  // a line of the shell may name another store than the one before
 }
 
 std::string connection_string_of(const std::string& store) {
