@@ -286,7 +286,7 @@ void add_shopout_commands(Menu& menu) {
   group.add("list", "List the shop-out folders that have a partner", "  mercato shopout list\n", list);
   {
     const auto [command, given] =
-        group.add("show", "Print one shop-out folder", "  mercato shopout show 'House catalogue 2026/Tool shop'\n",
+        group.add("show", "Print one shop-out folder", "  mercato shopout show 'House catalogue 2026/Bytegrove shop'\n",
                   shopout_commands::show);
     add_node(command, given.node);
   }
