@@ -45,9 +45,14 @@ exchange::QueuedUpload at_this_moment(Host& host, exchange::QueuedUpload upload)
   return host.uploads() ? host.uploads()->at_this_moment(std::move(upload)) : upload;
 }
 
+// With a user, what others uploaded is not there: its findings tell of products.
+bool is_seen(const Call& call, const exchange::QueuedUpload& upload) {
+  return !call.caller.user || upload.user == *call.caller.user;
+}
+
 exchange::QueuedUpload upload_of(Call& call) {
   auto upload = exchange::queued_upload(call.integer("id"));
-  if (!upload) refuse(404, "There is no such upload.");
+  if (!upload || !is_seen(call, *upload)) refuse(404, "There is no such upload.");
   return at_this_moment(call.host, std::move(*upload));
 }
 
@@ -80,7 +85,7 @@ Response list_uploads(Call& call) {
   constexpr std::int32_t kMost = 200;
   Json items = Json::array();
   for (exchange::QueuedUpload& upload : exchange::queued_uploads(kMost))
-    items.push_back(to_json(at_this_moment(call.host, std::move(upload))));
+    if (is_seen(call, upload)) items.push_back(to_json(at_this_moment(call.host, std::move(upload))));
   return json_response({{"items", std::move(items)}});
 }
 

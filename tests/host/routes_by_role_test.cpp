@@ -368,6 +368,32 @@ TEST_F(RoutesByRole, GoOnWithEventsBehindTheLastOneThatWasSeen) {
   EXPECT_NE(end.find("\"state\":\"cancelled\""), std::string::npos) << end;
 }
 
+TEST_F(RoutesByRole, TellAKeeperWithAUserOfHisOwnUploadsOnly) {
+  host::Token token;
+  token.name = "keeper-ann";
+  token.role = host::Role::keeper;
+  token.user = "ANN";
+  const std::string ann = host::TokenFile(tokens_file_).add(token);
+  stop();
+  start();
+  const auto accepted = [&](const std::string& by) {
+    return client().ask("POST", "/api/v1/uploads?kind=products", bearer(by), kDocument).fields.at("Location");
+  };
+  const std::string other = accepted(keeper_);
+  const std::string own = accepted(ann);
+  for (const char* more : {"", "/events", "/findings", "/remaining"}) {
+    const HttpAnswer unseen = get(other + more, ann);
+    EXPECT_EQ(unseen.status, 404) << more;
+    EXPECT_EQ(unseen.body, get("/api/v1/uploads/99" + std::string(more), ann).body);
+  }
+  EXPECT_EQ(client().ask("DELETE", other, bearer(ann)).status, 404);
+  const Json items = json_of(get("/api/v1/uploads", ann)).at("items");
+  ASSERT_EQ(items.size(), 1U);
+  EXPECT_EQ(items[0].at("user"), "ANN");
+  EXPECT_EQ(get(own, ann).status, 200);
+  EXPECT_EQ(json_of(get("/api/v1/uploads", keeper_)).at("items").size(), 2U);
+}
+
 TEST_F(RoutesByRole, SayThatTheStoreIsAwayAndWhenToComeAgain) {
   MERCATO_ONLY_ON_SQLITE(store(), "a file can be taken away");
   const std::filesystem::path away = folder() / "away";
