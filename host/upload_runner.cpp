@@ -14,10 +14,10 @@
 #include "exchange/uploading/price_document.h"
 #include "exchange/uploading/product_document.h"
 #include "frame/lib_sql.h"
+#include "host/host.h"
 #include "mercato/connection.h"
 #include "mercato/raised_error.h"
 #include "mercato/settings.h"
-#include "platform/store/hidden_passwords.h"
 
 namespace mercato::host {
 namespace {
@@ -302,9 +302,9 @@ void UploadRunner::run(exchange::QueuedUpload upload) {
     run->watch.end(report);
     is_told = true;
     was_cancelled = report.interrupted;
-    if (!was_cancelled) stopped_by = report.stopped_by;
+    if (!was_cancelled) stopped_by = for_clients(report.stopped_by);
   } catch (const Raised& raised) {
-    stopped_by = store::without_passwords(raised.error().Description);
+    stopped_by = for_clients(raised.error().Description);
   } catch (const std::exception& failure) {
     stopped_by = failure.what();
   }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "exchange/journal/upload_queue.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -40,7 +41,9 @@ Row row_of(const Recordset& row) {
   upload.name = row.Value("FILENAME").text_or_empty();
   const std::string options = row.Value("OPTIONS").text_or_empty();
   upload.write_on_errors = options.starts_with(kWrite);
-  upload.file = options.substr((upload.write_on_errors ? kWrite : kSkip).size());
+  upload.file = options.substr(std::min(options.size(), (upload.write_on_errors ? kWrite : kSkip).size()));
+  // A host calls no file so: it could be any one of the machine.
+  if (upload.file.find('/') != std::string::npos) upload.file.clear();
   upload.accepted = day_of(row.Value("ACCEPTED"));
   upload.started = day_of(row.Value("STARTED"));
   upload.ended = day_of(row.Value("ENDED"));

@@ -49,7 +49,8 @@ TEST_F(PackedDocuments, ThatAreBrokenFailWithASentenceAndKeepNobodyWaiting) {
        {whole.substr(0, whole.size() / 2), whole.substr(0, 12), damaged, std::string("\x1f\x8b", 2)}) {
     const Json told = uploaded(body);
     EXPECT_EQ(told.at("state"), "failed") << told;
-    EXPECT_FALSE(told.at("stoppedBy").is_null());
+    ASSERT_FALSE(told.at("stoppedBy").is_null());
+    EXPECT_EQ(told.at("stoppedBy").dump().find(folder().string()), std::string::npos) << "no path: " << told;
     EXPECT_EQ(told.at("counts").at("inserted"), 0);
   }
   EXPECT_EQ(uploaded(packed(document("B-2"))).at("state"), "done");
