@@ -7,6 +7,7 @@
 #include <array>
 #include <optional>
 #include <regex>
+#include <span>
 #include <string>
 #include <vector>
 
