@@ -74,7 +74,7 @@ TEST_F(SlowAndHostileClients, AThousandSilentOnesAreNoticedByNobodyAndLeaveNothi
     EXPECT_EQ(json_of(rpc(kMaxProduct, keeper_)).at("result").at("value"), 4);
   };
   std::size_t open_before = 0;
-  std::size_t memory_before = 0;
+  [[maybe_unused]] std::size_t memory_before = 0;
   // What the first round makes, sessions of the store and threads, is there for the second.
   for (int round = 0; round < 2; ++round) {
     if (round == 1) {
