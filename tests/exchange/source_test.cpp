@@ -33,6 +33,15 @@ class Sources : public testing::Test {
     gzclose(file);
     return path(name);
   }
+  // One after the other, each packed by itself.
+  std::string parts(const std::string& name, const std::vector<std::string>& texts) const {
+    std::string all;
+    for (const std::string& text : texts) {
+      std::ifstream packed(gzip("part.gz", text), std::ios::binary);
+      all.append(std::istreambuf_iterator<char>(packed), std::istreambuf_iterator<char>());
+    }
+    return plain(name, all);
+  }
   std::string zip(const std::string& name, const std::vector<std::pair<std::string, std::string>>& parts) const {
     int error = 0;
     zip_t* archive = zip_open(path(name).c_str(), ZIP_CREATE | ZIP_TRUNCATE, &error);
@@ -69,6 +78,7 @@ TEST_F(Sources, AreTheSameBytesHoweverTheyArePacked) {
   for (const std::string& text : {std::string("a,b\n"), long_text()}) {
     EXPECT_EQ(all_of(plain("plain.csv", text)), text);
     EXPECT_EQ(all_of(gzip("packed.csv.gz", text)), text);
+    EXPECT_EQ(all_of(parts("parts.csv.gz", {text, "more\n"})), text + "more\n");
     EXPECT_EQ(all_of(zip("packed.zip", {{"parts.csv", text}})), text);
     EXPECT_EQ(all_of(zip("mac.zip", {{"folder/parts.csv", text}, {"__MACOSX/._parts.csv", "x"}})), text);
   }
@@ -91,7 +101,11 @@ TEST_F(Sources, ThatCannotBeReadSayWhy) {
   std::ifstream whole(packed, std::ios::binary);
   std::string bytes((std::istreambuf_iterator<char>(whole)), std::istreambuf_iterator<char>());
   const std::string cut = plain("cut.gz", bytes.substr(0, bytes.size() / 2));
-  EXPECT_EQ(all_of(cut), "raised The file \"" + cut + "\" cannot be unpacked: truncated gzip input.");
+  EXPECT_EQ(all_of(cut), "raised The file \"" + cut + "\" cannot be unpacked: it is cut off.");
+  // The check sum stands in front of the length, at the end.
+  bytes[bytes.size() - 8] = static_cast<char>(bytes[bytes.size() - 8] ^ 1);
+  const std::string wrong = plain("wrong.gz", bytes);
+  EXPECT_EQ(all_of(wrong), "raised The file \"" + wrong + "\" cannot be unpacked: it is damaged.");
 }
 
 TEST_F(Sources, ThatUnpackToFarMoreThanTheyAreAreNotReadOn) {
