@@ -98,7 +98,9 @@ Plan told_favorites(NodeTree& tree, const CatalogName& from, const CatalogName& 
   const std::vector<MarkedProduct> products = marked_products(from.id);
   if (products.empty()) return plan;
   const Offers offers = offers_for(from.id, to.id);
+  Progress progress(products.size());
   for (const MarkedProduct& marked : products) {
+    progress.advance();
     const FavoriteFate fate = explaining([&](const RaisedError&) { return reasons_against_user(marked.user); },
                                          [&] { return fate_of(marked, offers, tree); });
     if (fate.kind == FavoriteFate::Kind::endless)
