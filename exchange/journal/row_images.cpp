@@ -5,7 +5,6 @@
 #include <array>
 #include <charconv>
 #include <nlohmann/json.hpp>
-#include <numeric>
 
 #include "frame/util.h"
 #include "mercato/raised_error.h"
@@ -30,24 +29,42 @@ std::string text_in(const Json& image, std::string_view column) {
 
 std::string written(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
+// A text as JSON has it. Nearly all of them are plain.
+void append_text(std::string& json, const std::string& text) {
+  const auto is_plain = [](char character) {
+    return character >= ' ' && character <= '~' && character != '"' && character != '\\';
+  };
+  if (std::ranges::all_of(text, is_plain))
+    json.append("\"").append(text).append("\"");
+  else
+    json += written(Json(text));
+}
+
 // A value as JSON has it.
-std::string written(const Variant& value) {
+void append_value(std::string& json, const Variant& value) {
+  if (value.is_text()) return append_text(json, value.text_value());
   switch (value.type()) {
     case Variant::Type::null:
-      return "null";
+      json += "null";
+      return;
     case Variant::Type::boolean:
-      return value.boolean_value() ? "true" : "false";
+      json += value.boolean_value() ? "true" : "false";
+      return;
     case Variant::Type::real:
-      return written(Json(value.double_value()));
+      json += written(Json(value.double_value()));
+      return;
     case Variant::Type::currency:
-      return '"' + value.currency_value().fixed_text() + '"';
+      json.append("\"").append(value.currency_value().fixed_text()).append("\"");
+      return;
     case Variant::Type::date:
-      return '"' + value.date_value().iso_text() + '"';
+      json.append("\"").append(value.date_value().iso_text()).append("\"");
+      return;
     case Variant::Type::short_integer:
     case Variant::Type::long_integer:
-      return value.to_text();
+      json += value.to_text();
+      return;
     default:
-      return written(Json(value.to_text()));
+      append_text(json, value.to_text());
   }
 }
 
@@ -127,29 +144,37 @@ void append(std::vector<ImagedRow>& rows, store::Session& session, const RowsAsk
   const JournaledTable& table = journaled_table(asked.table);
   const store::Execution query = session.execute(query_of(asked, values), {.identified = asked.identified});
   const store::RowLayout& layout = *query.cursor->layout();
-  std::vector<std::size_t> by_name(layout.size());
-  std::iota(by_name.begin(), by_name.end(), std::size_t{0});
-  std::ranges::sort(by_name, {},
-                    [&](std::size_t position) { return std::string_view(layout.columns()[position].name); });
+  std::vector<std::size_t> key;
+  for (const std::string_view column : table.key) key.push_back(position_of(layout, column));
+  std::vector<std::optional<std::size_t>> noted;
+  for (const std::string_view column : asked.note) noted.push_back(layout.find(column));
+  struct Member {
+    std::string name;  // with what stands between it and its value
+    std::size_t position;
+  };
+  std::vector<Member> members;
+  for (std::size_t position = 0; position < layout.size(); ++position)
+    members.push_back({'"' + std::string(layout.columns()[position].name) + "\":", position});
+  std::ranges::sort(members, {}, &Member::name);
   std::vector<Variant> row;
   while (query.cursor->next()) {
     query.cursor->read(row);
     ImagedRow& added = rows.emplace_back();
     added.table = &table;
-    for (const std::string_view column : table.key)
-      added.key.append(added.key.empty() ? "[" : ",").append(written(row[position_of(layout, column)]));
-    added.key += ']';
-    for (const std::size_t position : by_name)
-      if (!row[position].is_null())
-        added.image.append(added.image.empty() ? "{\"" : ",\"")
-            .append(layout.columns()[position].name)
-            .append("\":")
-            .append(written(row[position]));
-    added.image += '}';
-    for (const std::string_view column : asked.note) {
-      const auto position = layout.find(column);
-      added.noted.push_back(position ? row[*position].text_or_empty() : std::string());
+    for (const std::size_t position : key) {
+      added.key += added.key.empty() ? '[' : ',';
+      append_value(added.key, row[position]);
     }
+    added.key += ']';
+    for (const Member& member : members) {
+      if (row[member.position].is_null()) continue;
+      added.image += added.image.empty() ? '{' : ',';
+      added.image += member.name;
+      append_value(added.image, row[member.position]);
+    }
+    added.image += '}';
+    for (const std::optional<std::size_t>& position : noted)
+      added.noted.push_back(position ? row[*position].text_or_empty() : std::string());
     if (asked.identified) added.identity = query.cursor->identity();
   }
 }
