@@ -2,10 +2,19 @@
 // Texts that try to be more than a text: what no caller may get into a statement.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace mercato::test {
+
+// Longer than any buffer that somebody may have thought of. Under a sanitizer, which takes its time for each byte, than
+// most of them.
+#ifdef MERCATO_SANITIZED
+inline constexpr std::size_t kVeryLong = std::size_t{1} << 17;
+#else
+inline constexpr std::size_t kVeryLong = std::size_t{1} << 20;
+#endif
 
 inline const std::vector<std::string>& hostile_texts() {
   static const std::vector<std::string> texts = {
@@ -39,7 +48,7 @@ inline const std::vector<std::string>& hostile_texts() {
       "\r\nGO\r\nDELETE FROM PRODUCT",
       std::string(65536, 'x'),
       std::string(65536, '\''),
-      std::string(std::size_t{1} << 20, 'x'),
+      std::string(kVeryLong, 'x'),
   };
   return texts;
 }
