@@ -93,7 +93,11 @@ int list(const Listing& given, const OutputOptions& output) {
 
 int show(const Which& given, const OutputOptions& output) {
   const store::PooledSession session = store::acquire_session(connection_string());
-  const Upload upload = exchange::upload_of(*session.get(), given.upload);
+  Upload upload = exchange::upload_of(*session.get(), given.upload);
+  if (upload.cut_short) {
+    exchange::settle_if_cut_short(*session.get(), upload);
+    upload = exchange::upload_of(*session.get(), given.upload);
+  }
   const auto findings = exchange::findings_of(*session.get(), given.upload, given.limit);
   gateway::Json json = to_json(upload);
   gateway::Json list = gateway::Json::array();
