@@ -178,12 +178,14 @@ TEST(XmlPieces, MemoryDoesNotGrowWithTheFile) {
     void flawed_piece(const XmlElement&, std::string_view) override {}
     int count = 0;
   };
-  const long before = peak();
+  [[maybe_unused]] const long before = peak();
   Many bytes;
   Counted reader;
   read_xml(bytes, reader);
   EXPECT_EQ(reader.count, 99 * 4000);
+#ifndef MERCATO_SANITIZED  // which keeps what was freed
   EXPECT_LT(peak() - before, 5'000) << "kilobytes for a file of 22 MB";
+#endif
 }
 
 TEST(XmlPieces, TheRootIsToldFromTheFirstBytes) {
