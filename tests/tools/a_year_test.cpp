@@ -63,8 +63,8 @@ bool are_as_written(std::span<const std::string> lines, std::span<const std::str
 struct PageStep {
   std::size_t line = 0;
   std::optional<Date> day = {};  // a chapter begins
-  std::string file = {};     // its name, and its lines
-  std::string command = {};  // the same, and what it says
+  std::string file = {};         // its name, and its lines
+  std::string command = {};      // the same, and what it says
   Lines lines = {};
   int status = 0;
 };
