@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Price lines: those of many products, their deletion, their end on a day, and a change by percent; and one line put in
-// the place of another. The library's own calls change lines of a group only, and delete none. What is written belongs to the caller's transaction. Every function
-// raises what the store raises. Any thread.
+// the place of another. The library's own calls change lines of a group only, and delete none. What is written belongs
+// to the caller's transaction. Every function raises what the store raises. Any thread.
 #pragma once
 
 #include <cstddef>
