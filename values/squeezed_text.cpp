@@ -4,12 +4,22 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace mercato::text {
 namespace {
 
 bool is_kept(char byte) { return !is_squeezed_out(byte); }
+bool is_printable(char byte) { return byte >= ' ' && byte <= '~'; }
 bool is_ascii(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
+
+// The end of the character that begins there. A stray byte is one.
+std::size_t end_of_character(std::string_view text, std::size_t begin) {
+  std::size_t end = begin;
+  UChar32 character = 0;
+  U8_NEXT(reinterpret_cast<const std::uint8_t*>(text.data()), end, text.size(), character);
+  return character < 0 ? begin + 1 : end;
+}
 
 }  // namespace
 
@@ -23,13 +33,9 @@ std::string squeezed(std::string_view folded) {
 Trigrams::Trigrams(std::string_view folded) : squeezed_(squeezed(folded)) {
   if (std::ranges::all_of(squeezed_, is_ascii)) return;
   ends_.reserve(squeezed_.size());
-  const auto* const bytes = reinterpret_cast<const std::uint8_t*>(folded.data());
   std::uint32_t end = 0;
   for (std::size_t position = 0; position < folded.size();) {
-    const std::size_t begin = position;
-    UChar32 character = 0;
-    U8_NEXT(bytes, position, folded.size(), character);
-    if (character < 0) position = begin + 1;
+    const std::size_t begin = std::exchange(position, end_of_character(folded, position));
     if (!is_kept(folded[begin])) continue;
     end += static_cast<std::uint32_t>(position - begin);
     ends_.push_back(end);
@@ -43,6 +49,17 @@ std::string_view Trigrams::next() {
   if (ends_.empty()) return std::string_view(squeezed_).substr(first, 3);
   const std::size_t begin = first == 0 ? 0 : ends_[first - 1];
   return std::string_view(squeezed_).substr(begin, ends_[first + 2] - begin);
+}
+
+std::string_view SignedTrigrams::next() {
+  while (end_ < text_.size()) {
+    const std::size_t last = std::exchange(end_, end_of_character(text_, end_));
+    const auto [first, middle] = std::exchange(before_, {before_[1], last});
+    if (++looked_at_ < 3 || !is_kept(text_[last]) || is_kept(text_[first]) == is_kept(text_[middle])) continue;
+    const char sign = text_[is_kept(text_[first]) ? middle : first];
+    if (is_printable(sign) && !(sign == ' ' && is_kept(text_[first]))) return text_.substr(first, end_ - first);
+  }
+  return {};
 }
 
 }  // namespace mercato::text

@@ -37,4 +37,20 @@ class Trigrams {
   std::size_t given_ = 0;
 };
 
+// The trigrams of a folded text as it is that hold one sign, in front or in the middle: they tell "18-A" from "118A".
+// Signs are the printable ones of those that `squeezed` leaves out. A blank in the middle tells too little.
+class SignedTrigrams {
+ public:
+  // The text outlives this object.
+  explicit SignedTrigrams(std::string_view folded) : text_(folded) {}
+  // Empty behind the last one; a piece of the text.
+  std::string_view next();
+
+ private:
+  std::string_view text_;
+  std::array<std::size_t, 2> before_{};  // where the two characters before the next one begin
+  std::size_t looked_at_ = 0;            // characters
+  std::size_t end_ = 0;                  // of them
+};
+
 }  // namespace mercato::text

@@ -133,7 +133,30 @@ std::optional<TextMatch> put_together(TextMatch::Kind kind, std::vector<TextMatc
   return whole;
 }
 
-std::optional<TextMatch> match_of_pattern(const TextCondition& like, const LexedStatement& lexed) {
+// The trigrams of texts, each once.
+class Sought {
+ public:
+  template <class Trigrams>
+  void add(Trigrams trigrams) {
+    for (std::string_view each = trigrams.next(); !each.empty(); each = trigrams.next())
+      if (TextMatch match{.trigram = std::string(each)}; std::ranges::find(all_, match) == all_.end())
+        all_.push_back(std::move(match));
+  }
+  // Those that lie apart tell more than neighbours, and each costs a walk over all rows that have it.
+  std::optional<TextMatch> match() const {
+    constexpr std::size_t kMost = 5;
+    const std::size_t count = std::min(all_.size(), kMost);
+    std::vector<TextMatch> taken;
+    for (std::size_t i = 0; i < count; ++i) taken.push_back(all_[count == 1 ? 0 : i * (all_.size() - 1) / (count - 1)]);
+    return put_together(TextMatch::Kind::all, std::move(taken));
+  }
+
+ private:
+  std::vector<TextMatch> all_;
+};
+
+std::optional<TextMatch> match_of_pattern(const TextCondition& like, const LexedStatement& lexed,
+                                          IndexedTrigrams indexed) {
   const Variant pattern = parameter_value(lexed, {like.pattern, Conversion::text});
   char32_t escape = 0;
   if (like.escape != kNoLiteral) {
@@ -142,7 +165,12 @@ std::optional<TextMatch> match_of_pattern(const TextCondition& like, const Lexed
     if (!is_like_escape(given.text_value())) return std::nullopt;
     escape = static_cast<unsigned char>(given.text_value().front());
   }
-  return match_of(pieces_of_like(pattern.text_value(), escape));
+  const std::vector<std::string> pieces = pieces_of_like(pattern.text_value(), escape);
+  Sought sought;
+  if (indexed == IndexedTrigrams::squeezed_and_signed)
+    for (const std::string& piece : pieces) sought.add(text::SignedTrigrams(piece));
+  for (const std::string& piece : pieces) sought.add(text::Trigrams(piece));
+  return sought.match();
 }
 
 }  // namespace
@@ -186,12 +214,13 @@ ReadingOrder reading_from(const Source& first, const Select& select) {
   return order;
 }
 
-std::optional<TextMatch> match_of(const TextCondition& condition, const LexedStatement& lexed) {
-  if (condition.kind == TextCondition::Kind::like) return match_of_pattern(condition, lexed);
+std::optional<TextMatch> match_of(const TextCondition& condition, const LexedStatement& lexed,
+                                  IndexedTrigrams indexed) {
+  if (condition.kind == TextCondition::Kind::like) return match_of_pattern(condition, lexed, indexed);
   const bool is_any = condition.kind == TextCondition::Kind::any;
   std::vector<TextMatch> parts;
   for (const TextCondition& part : condition.parts) {
-    if (auto match = match_of(part, lexed))
+    if (auto match = match_of(part, lexed, indexed))
       parts.push_back(std::move(*match));
     else if (is_any)
       return std::nullopt;
@@ -203,24 +232,18 @@ std::optional<TextMatch> match_of(const TextCondition& condition, const LexedSta
   return match;
 }
 
-// Those that lie apart tell more than neighbours, and each costs a walk over all rows that have it.
 std::optional<TextMatch> match_of(std::span<const std::string> texts) {
-  constexpr std::size_t kMost = 5;
-  std::vector<TextMatch> all;
-  for (const std::string& text : texts) {
-    text::Trigrams trigrams(text);
-    for (std::string_view each = trigrams.next(); !each.empty(); each = trigrams.next())
-      if (TextMatch match{.trigram = std::string(each)}; std::ranges::find(all, match) == all.end())
-        all.push_back(std::move(match));
-  }
-  const std::size_t count = std::min(all.size(), kMost);
-  std::vector<TextMatch> taken;
-  for (std::size_t i = 0; i < count; ++i) taken.push_back(all[count == 1 ? 0 : i * (all.size() - 1) / (count - 1)]);
-  return put_together(TextMatch::Kind::all, std::move(taken));
+  Sought sought;
+  for (const std::string& text : texts) sought.add(text::Trigrams(text));
+  return sought.match();
 }
 
 std::string written(const TextMatch& match, const MatchWords& words) {
-  if (match.kind == TextMatch::Kind::trigram) return words.quote + match.trigram + words.quote;
+  if (match.kind == TextMatch::Kind::trigram) {
+    std::string quoted(1, words.quote);
+    for (const char byte : match.trigram) quoted.append(byte == words.quote ? 2 : 1, byte);
+    return quoted + words.quote;
+  }
   std::string text;
   for (const TextMatch& part : match.parts) {
     if (!text.empty()) text += match.kind == TextMatch::Kind::all ? words.all : words.any;

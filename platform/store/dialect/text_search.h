@@ -50,7 +50,10 @@ struct ReadingOrder {
 };
 ReadingOrder reading_from(const Source& first, const Select& select);
 
-// What the index is asked: for a trigram (squeezed_text.h), or for several.
+// Which trigrams (squeezed_text.h) an index has of a text: those of the squeezed one, or those with signs, too.
+enum class IndexedTrigrams : std::uint8_t { squeezed, squeezed_and_signed };
+
+// What the index is asked: for a trigram, or for several.
 struct TextMatch {
   enum class Kind : std::uint8_t { trigram, all, any };
   Kind kind = Kind::trigram;
@@ -60,9 +63,9 @@ struct TextMatch {
 };
 
 // Nothing when the patterns of this statement leave open which rows to look at.
-std::optional<TextMatch> match_of(const TextCondition& condition, const LexedStatement& lexed);
-// The rows with all trigrams of each of these folded texts, or with as many of them as it takes to find few others.
-// Nothing when no text has one.
+std::optional<TextMatch> match_of(const TextCondition& condition, const LexedStatement& lexed, IndexedTrigrams indexed);
+// The rows with all trigrams of each of these folded texts when they are squeezed, or with as many of them as it takes
+// to find few others. Nothing when no text has one.
 std::optional<TextMatch> match_of(std::span<const std::string> texts);
 
 // How an engine wants it written: "abc" AND ("bcd" OR "cde").

@@ -79,7 +79,7 @@ Proposals TextProposals::for_statement(std::span<const dialect::TextSearch> sear
                                        const dialect::LexedStatement& lexed) {
   Proposals proposals;
   for (std::size_t i = 0; i < searches.size(); ++i) {
-    const auto match = dialect::match_of(searches[i].condition, lexed);
+    const auto match = dialect::match_of(searches[i].condition, lexed, dialect::IndexedTrigrams::squeezed);
     proposals.matches.push_back(match ? dialect::written(*match, kMatchWords) : "");
     // The server takes no bytes that are no character. No text of its has any.
     if (match && text::is_valid(proposals.matches.back()) && is_worth_it(searches[i], *match, lexed))
