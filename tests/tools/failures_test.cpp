@@ -502,7 +502,7 @@ TEST_F(Failures, OfAStoreThatIsHeldOrIsNoneOfOursAreToldInWordsOfTheUser) {
       {{"store", "check", "--store", newer}, too_new, 4},
       {{"store", "restore", "newer.db"},
        "mercato: The backup 'newer.db' was written by a newer version of this program (store version 99, this one "
-       "knows 2).\n",
+       "knows 3).\n",
        4},
   };
   {

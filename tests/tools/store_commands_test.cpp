@@ -177,7 +177,7 @@ TEST_F(StoreCommands, ATextIndexThatIsWrongIsMendedAndTold) {
   MERCATO_ONLY_ON_SQLITE(tool_.store(), "it makes one wrong by a statement of SQLite's own");
   sqlite3* database = nullptr;
   ASSERT_EQ(sqlite3_open(path("mercato.db").c_str(), &database), SQLITE_OK);
-  EXPECT_EQ(sqlite3_exec(database, "DROP TRIGGER \"text index of PRODUCT after insert\"", nullptr, nullptr, nullptr),
+  EXPECT_EQ(sqlite3_exec(database, "DROP TRIGGER \"text index of PRODUCT after delete\"", nullptr, nullptr, nullptr),
             SQLITE_OK);
   sqlite3_close(database);
   const ToolRun done = run({"store", "check"});

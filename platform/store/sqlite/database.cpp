@@ -18,6 +18,7 @@
 #include "platform/store/sqlite/failure.h"
 #include "platform/store/sqlite/functions.h"
 #include "platform/store/sqlite/lock_wait.h"
+#include "platform/store/sqlite/text_index.h"
 #include "values/text.h"
 
 namespace mercato::store::sqlite {
@@ -206,15 +207,23 @@ void Database::configure() {
   bring_up_to_date();
 }
 
-// Puts the indexes of an older store into the order of texts that this version compares by.
+int bring_up_to_date(sqlite3* engine, std::int64_t version) {
+  // Texts were in another order once.
+  int code = version < 2 ? sqlite3_exec(engine, "REINDEX", nullptr, nullptr, nullptr) : SQLITE_OK;
+  if (code == SQLITE_OK) code = renew_text_indexes(engine);
+  const std::string current = "PRAGMA user_version=" + std::to_string(kStoreVersion);
+  return code == SQLITE_OK ? sqlite3_exec(engine, current.c_str(), nullptr, nullptr, nullptr) : code;
+}
+
+// Gives an older store the indexes that this version looks things up by.
 void Database::bring_up_to_date() {
-  constexpr const char* kVersion = "PRAGMA user_version";
-  const auto is_current = [&] {
-    const std::int64_t version = query_integer(kVersion);
-    return version == 0 || version == kStoreVersion;
-  };
-  if (is_current()) return;
+  const auto version = [this] { return query_integer("PRAGMA user_version"); };
+  const auto is_current = [](std::int64_t found) { return found == 0 || found == kStoreVersion; };
+  const std::int64_t found = version();
+  if (is_current(found)) return;
   if (sqlite3_db_readonly(engine_.get(), "main") == 1) {
+    // Without text indexes the tables are read.
+    if (found == 2) return;
     // The two orders differ for few texts. Where there are none, the store is as good as a newer one.
     const StatementHandle check = prepare("SELECT integrity_check FROM pragma_integrity_check(1)");
     const int code = sqlite3_step(check.get());
@@ -228,10 +237,8 @@ void Database::bring_up_to_date() {
   interruptible_ = false;
   run("BEGIN IMMEDIATE");
   try {
-    if (!is_current()) {  // nobody else was faster
-      run("REINDEX");
-      run((kVersion + ("=" + std::to_string(kStoreVersion))).c_str());
-    }
+    if (const std::int64_t now = version(); !is_current(now))  // nobody else was faster
+      if (const int code = sqlite::bring_up_to_date(engine_.get(), now); code != SQLITE_OK) raise(code);
     run("COMMIT");
   } catch (const Raised&) {
     sqlite3_exec(engine_.get(), "ROLLBACK", nullptr, nullptr, nullptr);

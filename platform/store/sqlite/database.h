@@ -19,8 +19,8 @@
 namespace mercato::store::sqlite {
 
 // The version of the store's layout, kept in its header. 0: not marked yet, no tables were defined. 1: its indexes are
-// in an order of texts that passes over characters that show nothing.
-inline constexpr std::int64_t kStoreVersion = 2;
+// in an order of texts that passes over characters that show nothing. 2: its text indexes know no signs.
+inline constexpr std::int64_t kStoreVersion = 3;
 
 struct FinalizeStatement {
   void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
@@ -35,6 +35,9 @@ struct UnusableStore : Raised {
 
 // As a file name of the engine that says: nobody changes this file, so no locks and no files beside it are needed.
 std::string immutable_name(const std::string& path);
+
+// Brings a store of an older version to this one, within a transaction. The engine's code.
+int bring_up_to_date(sqlite3* engine, std::int64_t version);
 
 class Database {
  public:

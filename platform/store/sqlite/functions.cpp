@@ -368,7 +368,7 @@ void register_functions(sqlite3* database) {
     require(database, sqlite3_create_function_v2(database, function.name, function.arguments, flags, borrowed,
                                                  function.run, nullptr, nullptr, nullptr));
   }
-  require(database, register_tokenizer(database));
+  require(database, register_trigrams(database));
 }
 
 }  // namespace mercato::store::sqlite

@@ -193,10 +193,8 @@ std::uint32_t copy_backup(sqlite3* backup, const std::string& backup_path, const
   copy_to_file(backup, backup_path, path);
   {
     const Engine copy = open_engine(path, path, SQLITE_OPEN_READWRITE);
-    if (integer_of(copy.get(), "PRAGMA user_version", path) != kStoreVersion) {
-      const std::string current = "REINDEX; PRAGMA user_version=" + std::to_string(kStoreVersion);
-      require_ok(copy.get(), sqlite3_exec(copy.get(), current.c_str(), nullptr, nullptr, nullptr), path);
-    }
+    if (const std::int64_t version = integer_of(copy.get(), "PRAGMA user_version", path); version != kStoreVersion)
+      require_ok(copy.get(), bring_up_to_date(copy.get(), version), path);
     if (const auto faults = faults_of(copy.get(), path); !faults.empty())
       raise_store_failure("The backup '" + backup_path + "' is damaged (" + faults.front() +
                           "). The store was not touched");

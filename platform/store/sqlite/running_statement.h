@@ -13,8 +13,9 @@ namespace mercato::store::sqlite {
 
 struct CachedStatement : ShapedStatement {
   Translation translation;
-  RowLayoutPtr layout;   // of a query
-  StatementHandle idle;  // prepared, when no one runs it
+  RowLayoutPtr layout;                      // of a query
+  StatementHandle idle;                     // prepared, when no one runs it
+  const TableInfo* text_indexed = nullptr;  // the table that it writes, when that has a text index
 };
 
 using CachedStatementPtr = std::shared_ptr<CachedStatement>;

@@ -30,7 +30,7 @@ constexpr std::size_t kMostRowWriters = 256;
 // What is wrong with a single row is found before anything is written. Told so, the engine keeps no copy of each page to
 // go back to when a trigger's part of the statement fails.
 std::string insert_text(const TableInfo& table, std::span<const std::size_t> columns) {
-  if (columns.empty()) return "INSERT OR FAIL INTO " + dialect::quoted_name(table.name) + " DEFAULT VALUES";
+  if (columns.empty()) return "INSERT INTO " + dialect::quoted_name(table.name) + " DEFAULT VALUES";
   std::string names;
   std::string values;
   for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -42,7 +42,7 @@ std::string insert_text(const TableInfo& table, std::span<const std::size_t> col
     values += '?';
     values += std::to_string(i + 1);
   }
-  return "INSERT OR FAIL INTO " + dialect::quoted_name(table.name) + " (" + names + ") VALUES (" + values + ")";
+  return "INSERT INTO " + dialect::quoted_name(table.name) + " (" + names + ") VALUES (" + values + ")";
 }
 
 std::string update_text(const TableInfo& table, std::span<const std::size_t> columns) {
@@ -114,9 +114,16 @@ CachedStatementPtr SqliteSession::translated(const dialect::LexedStatement& lexe
   refuse_beyond_bounds(statement->translation);
   if (statement->translation.kind == dialect::StatementKind::query)
     statement->layout = std::make_shared<const RowLayout>(statement->translation.result, statement->translation.table);
+  else
+    note_text_index(*statement);
   if (statement->translation.kind != dialect::StatementKind::definition)
     statements_.insert(statement, lexed, identified, statement->translation.depends_on_literals, used);
   return statement;
+}
+
+void SqliteSession::note_text_index(CachedStatement& statement) const {
+  const TableInfo* const table = tables_.find(statement.translation.table);
+  if (table != nullptr && table->has_text_index()) statement.text_indexed = table;
 }
 
 std::unique_ptr<Cursor> SqliteSession::open_cursor(CachedStatementPtr statement, const dialect::LexedStatement& lexed,
@@ -142,7 +149,7 @@ std::unique_ptr<Cursor> SqliteSession::open_cursor(CachedStatementPtr statement,
 std::int64_t SqliteSession::change(const CachedStatementPtr& statement, const dialect::LexedStatement& lexed) {
   const RunningStatement running(database_, statement);
   bind_parameters(running, lexed, Lifetime::outlives_statement);
-  before_write();
+  before_write(running.cached().text_indexed);
   step_write(running);
   const std::int64_t affected = sqlite3_changes64(database_.engine());
   after_write();
@@ -165,8 +172,8 @@ SqliteSession::Proposals SqliteSession::propose_rows(std::span<const dialect::Te
 std::optional<std::string> SqliteSession::proposed_rows(const dialect::TextSearch& search,
                                                         const dialect::LexedStatement& lexed) {
   constexpr std::int64_t kSmallTable = 500;
-  constexpr double kAlwaysWorthIt = 1500;
-  const auto match = dialect::match_of(search.condition, lexed);
+  constexpr double kAlwaysWorthIt = 5000;
+  const auto match = dialect::match_of(search.condition, lexed, dialect::IndexedTrigrams::squeezed_and_signed);
   const TableInfo* const table = tables_.find(search.table);
   if (!match || table == nullptr) return std::nullopt;
   const std::int64_t rows = text_indexes_.most_rows(*table);
@@ -251,7 +258,7 @@ RowIdentity SqliteSession::insert(const TableInfo& table, std::span<const std::s
                                   std::span<const Variant> values) {
   const RunningStatement running = row_writer(table, false, columns);
   bind_row(running, values);
-  before_write();
+  before_write(running.cached().text_indexed);
   step_write(running);
   const std::int64_t number = sqlite3_last_insert_rowid(database_.engine());
   const auto key = std::ranges::find_if(table.columns, &Column::assigned);
@@ -270,7 +277,7 @@ void SqliteSession::update(const TableInfo& table, RowIdentity& row, std::span<c
   const RunningStatement running = row_writer(table, true, columns);
   bind_row(running, values);
   sqlite3_bind_int64(running.get(), static_cast<int>(columns.size() + 1), row.number);
-  before_write();
+  before_write(running.cached().text_indexed);
   step_write(running);
   const bool found = sqlite3_changes64(database_.engine()) > 0;
   after_write();
@@ -290,6 +297,7 @@ RunningStatement SqliteSession::row_writer(const TableInfo& table, bool updates,
   auto statement = std::make_shared<CachedStatement>();
   statement->translation.table = table.name;
   statement->translation.statements = {updates ? update_text(table, columns) : insert_text(table, columns)};
+  note_text_index(*statement);
   row_writers_.emplace(hash, RowWriter{table.name, updates, {columns.begin(), columns.end()}, statement});
   return {database_, statement};
 }
@@ -303,7 +311,7 @@ void SqliteSession::bind_row(const RunningStatement& running, std::span<const Va
 
 // Writing
 
-void SqliteSession::before_write() {
+void SqliteSession::before_write(const TableInfo* text_indexed) {
   while (!cursors_.empty()) cursors_.back()->drain();
   if (!begun_) {
     // An earlier one that found no memory is made up for.
@@ -311,7 +319,7 @@ void SqliteSession::before_write() {
     if (database_.in_transaction()) throw std::bad_alloc();
     database_.settle_durability();
   }
-  if (mode_ == Mode::single || begun_) return;
+  if (begun_ || (mode_ == Mode::single && text_indexed == nullptr)) return note_write(text_indexed);
   if (mode_ == Mode::run) {
     // Whoever waits for the lock gets a chance to take it, in every stretch of a group's time once.
     if (Clock::now() - paused_ >= kGroupTime) {
@@ -322,11 +330,15 @@ void SqliteSession::before_write() {
   }
   begin_engine_transaction();
   group_began_ = Clock::now();
+  note_write(text_indexed);
+}
+
+// Beforehand: a statement that stands does not fail for want of memory to note it.
+void SqliteSession::note_write(const TableInfo* text_indexed) {
+  if (text_indexed != nullptr) text_indexes_.before_write(*text_indexed);
 }
 
 void SqliteSession::step_write(const RunningStatement& running) {
-  // Beforehand: a statement that stands does not fail for want of memory to note it.
-  text_indexes_.note_write(running.cached().translation.table);
   // The engine undoes the whole transaction with an ended statement, which in a run would take earlier statements
   // along.
   database_.set_interruptible(mode_ != Mode::run);
@@ -336,29 +348,28 @@ void SqliteSession::step_write(const RunningStatement& running) {
   if (code == SQLITE_DONE) return;
   RaisedError failed = failure(code, running.cached().translation.table);
   sqlite3_reset(running.get());
+  text_indexes_.after_failure();
+  if (mode_ == Mode::single && begun_) roll_back_engine_transaction();
   end_idle_transaction();
   throw Raised(std::move(failed));
 }
 
 void SqliteSession::after_write() {
+  try {
+    text_indexes_.after_write();
+  } catch (const std::bad_alloc&) {
+    lose_unfound_rows({});
+    throw;
+  } catch (const Raised& failed) {
+    throw Raised(lose_unfound_rows(failed.error()));
+  }
   end_idle_transaction();
   if (mode_ == Mode::single) {
+    if (begun_) return commit_engine_transaction();
     database_.after_commit();
-    keep_text_indexes();
   }
   if (mode_ != Mode::run) return;
   if (++group_statements_ >= kGroupStatements || group_is_old()) commit_group();
-}
-
-// In a transaction of its own. What hinders it is no failure of the write before: the next one tries again.
-void SqliteSession::keep_text_indexes() {
-  try {
-    if (!text_indexes_.is_worth_taking_in(tables_)) return;
-    begin_engine_transaction();
-    commit_engine_transaction();
-  } catch (...) {
-    roll_back_engine_transaction();
-  }
 }
 
 void SqliteSession::begin_engine_transaction() {
@@ -373,6 +384,14 @@ void SqliteSession::begin_engine_transaction() {
   }
   sqlite3_reset(begin_.get());
   changes_before_ = sqlite3_total_changes64(database_.engine());
+  text_indexes_.begin_transaction();
+}
+
+// Rows that searches would not find may not stand.
+RaisedError SqliteSession::lose_unfound_rows(RaisedError failed) {
+  if (database_.in_transaction()) sqlite3_exec(database_.engine(), "ROLLBACK", nullptr, nullptr, nullptr);
+  note(failed);
+  return failed;
 }
 
 // No lock is kept for nothing: a transaction may stay open for as long as its object lives.
@@ -386,7 +405,7 @@ void SqliteSession::commit_engine_transaction() {
   if (!commit_) commit_ = database_.prepare("COMMIT");
   try {
     database_.set_interruptible(false);
-    if (text_indexes_.is_worth_taking_in(tables_)) text_indexes_.take_in(tables_);
+    text_indexes_.take_in(tables_, mode_ == Mode::run ? kManyWaitingInRun : kManyWaiting);
     database_.set_interruptible(true);
   } catch (...) {
     database_.set_interruptible(true);
@@ -440,10 +459,22 @@ void SqliteSession::flush_run() {
 void SqliteSession::end_run() {
   flush_run();
   mode_ = Mode::single;
+  take_in_rest();
   database_.set_durable_commits(true);
   if (!std::exchange(unflushed_, false)) return;
   database_.flush_to_disk();
   database_.refuse_if_replaced();
+}
+
+// In a transaction of its own. What hinders it is no failure of the run: the next write tries again.
+void SqliteSession::take_in_rest() {
+  if (!text_indexes_.many_wait()) return;
+  try {
+    begin_engine_transaction();
+    commit_engine_transaction();
+  } catch (...) {
+    roll_back_engine_transaction();
+  }
 }
 
 bool SqliteSession::group_is_old() const {

@@ -84,6 +84,7 @@ class SqliteSession final : public Session {
   CachedStatementPtr translated(const dialect::LexedStatement& lexed, bool identified, UsedSearches used = 0);
   Proposals propose_rows(std::span<const dialect::TextSearch> searches, const dialect::LexedStatement& lexed);
   std::optional<std::string> proposed_rows(const dialect::TextSearch& search, const dialect::LexedStatement& lexed);
+  void note_text_index(CachedStatement& statement) const;
   std::unique_ptr<Cursor> open_cursor(CachedStatementPtr statement, const dialect::LexedStatement& lexed,
                                       bool identified);
   std::int64_t change(const CachedStatementPtr& statement, const dialect::LexedStatement& lexed);
@@ -94,15 +95,17 @@ class SqliteSession final : public Session {
   void bind_row(const RunningStatement& running, std::span<const Variant> values);
 
   // Around every write: what makes it one of a transaction, of a run, or a single one.
-  void before_write();
+  void before_write(const TableInfo* text_indexed = nullptr);
+  void note_write(const TableInfo* text_indexed);
   void after_write();
   void step_write(const RunningStatement& running);
-  void keep_text_indexes();
   void begin_engine_transaction();
+  RaisedError lose_unfound_rows(RaisedError failed);
   void end_idle_transaction();
   void commit_engine_transaction();
   void roll_back_engine_transaction() noexcept;
   void commit_group();
+  void take_in_rest();
   bool group_is_old() const;
   void refuse_beyond_bounds(const dialect::Translation& translation) const;
 

@@ -47,8 +47,8 @@ std::unique_ptr<TableInfo> Tables::load(std::string_view name) const {
       "SELECT t.name, c.name, c.type, c.\"notnull\", c.pk, i.name FROM "
       "(SELECT name FROM sqlite_schema WHERE " +
       std::string(kIsTable) + " AND name = ?1 COLLATE NOCASE) t JOIN pragma_table_info(t.name) c " +
-      "LEFT JOIN pragma_table_info('" + std::string(kTextIndexPrefix) + "' || t.name) i ON i.name = c.name " +
-      "ORDER BY c.cid");
+      "LEFT JOIN pragma_table_info('" + std::string(kTextIndexPrefix) + "' || t.name || '" + std::string(kOldTexts) +
+      "') i ON i.name = c.name " + "ORDER BY c.cid");
   sqlite3_bind_text64(statement.get(), 1, name.data(), name.size(), SQLITE_STATIC, SQLITE_UTF8);
 
   auto table = std::make_unique<TableInfo>();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// How FTS5 cuts the texts of text indexes: into the trigrams of squeezed_text.h. In a query each quoted string is one
+// How the trigrams of a row get into FTS5: the function mercato_trigrams(text, ...) lists those of squeezed_text.h that
+// are in any of the texts, each once, and the tokenizer takes such a list apart. In a query each quoted string is one
 // trigram as it stands. A connection of its own for each thread.
 #pragma once
 
@@ -12,6 +13,6 @@ namespace mercato::store::sqlite {
 inline constexpr std::string_view kTokenizer = "mercato_trigrams";
 
 // The engine's code.
-int register_tokenizer(sqlite3* database);
+int register_trigrams(sqlite3* database);
 
 }  // namespace mercato::store::sqlite

@@ -184,8 +184,9 @@ class DialectStore : public TableDirectory {
       TableInfo info;
       info.name = table.front();
       for (const auto& row :
-           run_sql("SELECT name, type, \"notnull\", pk, EXISTS (SELECT 1 FROM pragma_table_info('text index of " +
-                       info.name + "') i WHERE i.name = c.name) FROM pragma_table_info('" + info.name + "') c",
+           run_sql("SELECT name, type, \"notnull\", pk, EXISTS (SELECT 1 FROM pragma_table_info('" +
+                       std::string(sqlite::kTextIndexPrefix) + info.name + std::string(sqlite::kOldTexts) +
+                       "') i WHERE i.name = c.name) FROM pragma_table_info('" + info.name + "') c",
                    {})) {
         const sqlite::DeclaredType declared = sqlite::read_declared_type(row[1]);
         if (row[3] != "0") info.key.push_back(info.columns.size());

@@ -17,9 +17,11 @@
 
 #include "platform/store/call_limit.h"
 #include "platform/store/known_drivers.h"
+#include "platform/store/sqlite/functions.h"
 #include "platform/store/unit_of_work.h"
 #include "platform/store/upkeep.h"
 #include "tests/platform/store/integrity.h"
+#include "tests/platform/store/sqlite/text_index_of_version_2.h"
 #include "tests/platform/store/store_files.h"
 
 namespace mercato::store {
@@ -129,11 +131,11 @@ TEST_F(SqliteOpening, AnotherKindOfFileIsNoStore) {
 TEST_F(SqliteOpening, TheFirstDefinitionMarksTheStoreAndANewerOneIsRefused) {
   create();
   write_raw("CREATE TABLE PROOF AS SELECT user_version AS V FROM pragma_user_version");
-  EXPECT_EQ(query_one(*open(existing_), "SELECT V FROM PROOF"), Variant(2));
-  write_raw("PRAGMA user_version=3");
+  EXPECT_EQ(query_one(*open(existing_), "SELECT V FROM PROOF"), Variant(3));
+  write_raw("PRAGMA user_version=4");
   EXPECT_EQ(refusal(existing_),
             "The store '" + path_ +
-                "' was written by a newer version of this program (store version 3, this one knows 2). "
+                "' was written by a newer version of this program (store version 4, this one knows 3). "
                 "Use the newer version");
 }
 
@@ -150,7 +152,22 @@ void register_former_order(sqlite3* engine) {
                            });
 }
 
-class StoreOfVersion1 : public SqliteOpening {
+class OlderStore : public SqliteOpening {
+ protected:
+  // What somebody reads who may not write.
+  std::string read_only(const std::string& sql) {
+    EXPECT_EQ(chmod(folder_.path().c_str(), 0555), 0);
+    EXPECT_EQ(chmod(path_.c_str(), 0444), 0);
+    std::string answer = in_another_process([&] {
+      become_ordinary();
+      return query_one(*open(existing_), sql).to_text();
+    });
+    EXPECT_EQ(chmod(folder_.path().c_str(), 0755), 0);
+    return answer;
+  }
+};
+
+class StoreOfVersion1 : public OlderStore {
  protected:
   // Rows of these names, in an index in the former order.
   void create_with(const std::vector<std::string>& names) {
@@ -162,17 +179,6 @@ class StoreOfVersion1 : public SqliteOpening {
     for (const std::string& name : names) sql += "; INSERT INTO T (NAME) VALUES ('" + name + "')";
     EXPECT_EQ(sqlite3_exec(engine, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(engine);
     sqlite3_close(engine);
-  }
-  // What somebody reads who may not write.
-  std::string read_only(const std::string& sql) {
-    EXPECT_EQ(chmod(folder_.path().c_str(), 0555), 0);
-    EXPECT_EQ(chmod(path_.c_str(), 0444), 0);
-    std::string answer = in_another_process([&] {
-      become_ordinary();
-      return query_one(*open(existing_), sql).to_text();
-    });
-    EXPECT_EQ(chmod(folder_.path().c_str(), 0755), 0);
-    return answer;
   }
   static std::vector<std::string> look_alikes() {
     std::vector<std::string> names;
@@ -193,7 +199,7 @@ TEST_F(StoreOfVersion1, IsPutIntoTheNewOrderWhenItIsOpened) {
   }
   EXPECT_EQ(test::integrity_of(path_), "ok");
   write_raw("CREATE TABLE PROOF AS SELECT user_version AS V FROM pragma_user_version");
-  EXPECT_EQ(query_one(*open(existing_), "SELECT V FROM PROOF"), Variant(2));
+  EXPECT_EQ(query_one(*open(existing_), "SELECT V FROM PROOF"), Variant(3));
 }
 
 TEST_F(StoreOfVersion1, IsPutIntoOrderWhateverTheCallMayTake) {
@@ -224,6 +230,23 @@ TEST_F(StoreOfVersion1, IsRefusedToWhoMayNotWriteWhenTheOrdersDiffer) {
   EXPECT_EQ(read_only(bobs_), "The store '" + path_ +
                                   "' was written by an older version of this program, whose order of texts differs for "
                                   "some that it holds. Open it once with the right to write");
+}
+
+using StoreOfVersion2 = OlderStore;
+
+TEST_F(StoreOfVersion2, IsReadWithoutItsTextIndexByWhoMayNotWrite) {
+  {
+    const std::unique_ptr<Session> session = open(store_);
+    run(*session, "CREATE TABLE PART (ID int NOT NULL IDENTITY(1,1) PRIMARY KEY, NO nvarchar(50) NULL, NAME ntext)");
+    run(*session, "CREATE FULLTEXT INDEX ON PART (NO, NAME)");
+    run(*session, "INSERT INTO PART (NO, NAME) VALUES ('KT-INS 114', 'steel pipe')");
+  }
+  sqlite3* engine = nullptr;
+  ASSERT_EQ(sqlite3_open(path_.c_str(), &engine), SQLITE_OK);
+  sqlite::register_functions(engine);
+  EXPECT_EQ(sqlite3_exec(engine, test::kTextIndexOfVersion2, nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(engine);
+  EXPECT_EQ(read_only("SELECT ID FROM PART WHERE NAME LIKE '%pipe%'"), "1");
 }
 
 TEST_F(SqliteOpening, AReadOnlyFileIsReadAndNotWritten) {

@@ -7,6 +7,7 @@
 #include "platform/store/sqlite/functions.h"
 #include "platform/store/upkeep.h"
 #include "tests/platform/store/integrity.h"
+#include "tests/platform/store/sqlite/text_index_of_version_2.h"
 #include "tests/platform/store/store_files.h"
 
 namespace mercato::store::test {
@@ -42,7 +43,11 @@ class TextIndexUpkeep : public testing::Test {
     sqlite3_close(database);
     return number;
   }
-  std::int64_t changed_rows() { return engine("SELECT count(*) FROM \"text index of PART changed rows\""); }
+  std::int64_t old_texts() { return engine("SELECT count(*) FROM \"text index of PART old texts\""); }
+  std::int64_t new_rows() {
+    return engine("SELECT count(*) FROM PART WHERE ID > (SELECT \"last row\" FROM \"text index of PART last row\")");
+  }
+  std::int64_t waiting() { return old_texts() + new_rows(); }
   void insert_many(int count) {
     session_->start_transaction();
     for (int i = 0; i < count; ++i)
@@ -54,20 +59,20 @@ class TextIndexUpkeep : public testing::Test {
   std::unique_ptr<Session> session_;
 };
 
-TEST_F(TextIndexUpkeep, ChangedRowsGoIntoTheIndexAThousandAtATime) {
+TEST_F(TextIndexUpkeep, RowsGoIntoTheIndexAThousandAtATime) {
   insert_many(998);
-  EXPECT_EQ(changed_rows(), 999);
+  EXPECT_EQ(waiting(), 999);
   insert_many(1);
-  EXPECT_EQ(changed_rows(), 0);
+  EXPECT_EQ(waiting(), 0);
   EXPECT_EQ(proposals("bolt").size(), 999u);
   execute("UPDATE PART SET NAME = 'nut 4711' WHERE ID > 900");
-  EXPECT_EQ(changed_rows(), 100);
+  EXPECT_EQ(waiting(), 100);
   EXPECT_EQ(proposals("nut47").size(), 100u);
   EXPECT_EQ(proposals("bolt").size(), 899u);
   execute("UPDATE PART SET NAME = 'washer' WHERE ID > 1");
-  EXPECT_EQ(changed_rows(), 999);
+  EXPECT_EQ(waiting(), 999);
   execute("DELETE FROM PART WHERE ID = 1");
-  EXPECT_EQ(changed_rows(), 0);
+  EXPECT_EQ(waiting(), 0);
   EXPECT_EQ(proposals("washer").size(), 999u);
   EXPECT_EQ(proposals("nut47"), Keys());
   EXPECT_EQ(proposals("pipe"), Keys());
@@ -77,15 +82,25 @@ TEST_F(TextIndexUpkeep, ChangedRowsGoIntoTheIndexAThousandAtATime) {
 TEST_F(TextIndexUpkeep, AWriteOfTheSameTextsChangesNothing) {
   insert_many(999);
   execute("UPDATE PART SET NAME = 'bolt' WHERE ID > 1");
-  EXPECT_EQ(changed_rows(), 0);
+  EXPECT_EQ(waiting(), 0);
 }
 
-TEST_F(TextIndexUpkeep, RunsTakeChangedRowsInWithTheirGroups) {
+TEST_F(TextIndexUpkeep, RunsTakeRowsInByFourThousandAndTheRestAtTheirEnd) {
   session_->begin_run();
-  for (int i = 0; i < 2'500; ++i) execute("INSERT INTO PART (NO, NAME) VALUES ('X" + std::to_string(i) + "', 'bolt')");
-  session_->end_run();
-  EXPECT_LT(changed_rows(), 1'000);
+  const auto insert = [&](int count) {
+    for (int i = 0; i < count; ++i)
+      execute("INSERT INTO PART (NO, NAME) VALUES ('X" + std::to_string(i) + "', 'bolt')");
+    session_->flush_run();
+  };
+  insert(2'500);
+  EXPECT_EQ(waiting(), 2'501);
   EXPECT_EQ(proposals("bolt").size(), 2'500u);
+  insert(2'500);
+  EXPECT_LT(waiting(), 2'501);
+  insert(1'500);
+  session_->end_run();
+  EXPECT_LT(waiting(), 1'000);
+  EXPECT_EQ(proposals("bolt").size(), 6'500u);
   EXPECT_EQ(mend_text_indexes(folder_.store()), Tables());
 }
 
@@ -93,11 +108,11 @@ TEST_F(TextIndexUpkeep, AnIndexThatDiffersFromItsTableIsMadeAnew) {
   insert_many(1'200);
   engine("DELETE FROM PART WHERE ID = 5");
   EXPECT_EQ(mend_text_indexes(folder_.store()), Tables()) << "whoever writes keeps the index";
-  engine("DROP TRIGGER \"text index of PART after insert\"");
+  engine("DROP TRIGGER \"text index of PART after delete\"");
   EXPECT_EQ(mend_text_indexes(folder_.store()), Tables{"PART"});
   engine(
-      "INSERT INTO \"text index of PART\"(\"text index of PART\", rowid, \"NO\", \"NAME\") VALUES('delete', 7, 'X5', "
-      "'bolt')");
+      "INSERT INTO \"text index of PART\"(\"text index of PART\", rowid, trigrams) VALUES('delete', 7, "
+      "mercato_trigrams('X5', 'bolt'))");
   EXPECT_EQ(proposals("bolt").size(), 1'198u);
   EXPECT_EQ(mend_text_indexes(folder_.store()), Tables{"PART"});
   EXPECT_EQ(proposals("bolt").size(), 1'199u);
@@ -112,6 +127,69 @@ TEST_F(TextIndexUpkeep, AnIndexWithDamagedPagesIsMadeAnew) {
   EXPECT_EQ(mend_text_indexes(folder_.store()), Tables{"PART"});
   open();
   EXPECT_EQ(proposals("bolt").size(), 1'200u);
+}
+
+TEST_F(TextIndexUpkeep, RowsBelowTheLastOneAreNotedInEachKindOfTransaction) {
+  insert_many(1'200);
+  execute("DELETE FROM PART WHERE ID BETWEEN 101 AND 700");
+  execute("DELETE FROM PART WHERE ID BETWEEN 701 AND 1100");
+  EXPECT_EQ(waiting(), 0);
+  execute("INSERT INTO PART (ID, NO, NAME) VALUES (101, 'Y1', 'nut one')");
+  EXPECT_EQ(old_texts(), 1);
+  session_->start_transaction();
+  execute("INSERT INTO PART (ID, NO, NAME) VALUES (102, 'Y2', 'nut two')");
+  execute("INSERT INTO PART (ID, NO, NAME) SELECT ID + 200, NO, 'nut three' FROM PART WHERE ID BETWEEN 2 AND 4");
+  EXPECT_EQ(proposals("nut"), (Keys{101, 102, 202, 203, 204}));
+  session_->rollback();
+  EXPECT_EQ(proposals("nut"), Keys{101});
+  session_->begin_run();
+  execute("INSERT INTO PART (ID, NO, NAME) VALUES (103, 'Y3', 'nut four')");
+  session_->end_run();
+  EXPECT_EQ(proposals("nut"), (Keys{101, 103}));
+  EXPECT_EQ(mend_text_indexes(folder_.store()), Tables());
+}
+
+TEST_F(TextIndexUpkeep, ARowThatFollowsADeletedLastOneIsFound) {
+  execute("CREATE TABLE CODE (CODE nvarchar(50) NOT NULL PRIMARY KEY)");
+  execute("CREATE FULLTEXT INDEX ON CODE (CODE)");
+  const auto found = [&](const std::string& text) {
+    return query_one(*session_, "SELECT COUNT(*) FROM CODE WHERE CODE LIKE '%" + text + "%'");
+  };
+  session_->start_transaction();
+  for (int i = 0; i < 1'500; ++i) execute("INSERT INTO CODE (CODE) VALUES ('code " + std::to_string(i) + "')");
+  session_->commit();
+  execute("DELETE FROM CODE WHERE CODE = 'code 1499'");
+  execute("INSERT INTO CODE (CODE) VALUES ('another')");
+  EXPECT_EQ(found("noth"), Variant(1));
+  EXPECT_EQ(found("1499"), Variant(0));
+  EXPECT_EQ(mend_text_indexes(folder_.store()), Tables());
+}
+
+TEST_F(TextIndexUpkeep, AnIndexOfAnOlderVersionIsMadeAnewWhenItsStoreIsOpened) {
+  insert_many(600);
+  session_.reset();
+  engine(kTextIndexOfVersion2);
+  open();
+  EXPECT_TRUE(session_->table("PART")->has_text_index());
+  EXPECT_EQ(proposals("pipe"), Keys{1});
+  EXPECT_EQ(engine("SELECT count(*) FROM sqlite_schema WHERE name LIKE '%changed rows' OR name LIKE '%after insert'"),
+            0);
+  execute("INSERT INTO PART (NO, NAME) VALUES ('KT-9', 'steel pipe')");
+  EXPECT_EQ(proposals("pipe"), (Keys{1, 602}));
+  EXPECT_EQ(mend_text_indexes(folder_.store()), Tables());
+}
+
+TEST_F(TextIndexUpkeep, AnOlderBackupIsRestoredWithAnIndexOfThisVersion) {
+  session_.reset();
+  engine(kTextIndexOfVersion2);
+  engine("PRAGMA journal_mode = DELETE");
+  std::filesystem::rename(folder_.path("store.db"), folder_.path("backup.db"));
+  for (const char* const end : {"-wal", "-shm", "-owner"}) std::filesystem::remove(folder_.path("store.db") + end);
+  open();
+  restore_store(folder_.store(), folder_.path("backup.db"), false);
+  open();
+  EXPECT_EQ(proposals("pipe"), Keys{1});
+  EXPECT_EQ(mend_text_indexes(folder_.store()), Tables());
 }
 
 TEST_F(TextIndexUpkeep, ABackupHasItsIndex) {

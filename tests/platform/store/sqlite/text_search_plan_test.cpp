@@ -29,7 +29,7 @@ class TextSearchPlans : public testing::Test {
   std::string match(const std::string& condition) {
     const sqlite::Translation found = translated("SELECT ID FROM PART WHERE " + condition, 0);
     if (found.searches.size() != 1) return "no search";
-    const auto match = match_of(found.searches.front().condition, lexed_);
+    const auto match = match_of(found.searches.front().condition, lexed_, IndexedTrigrams::squeezed_and_signed);
     return match ? written(*match, sqlite::kMatchWords) : "";
   }
 
@@ -62,12 +62,21 @@ TEST_F(TextSearchPlans, AnOuterJoinStaysAsItStands) {
 }
 
 TEST_F(TextSearchPlans, APatternAsksForThreeCharactersInARow) {
-  EXPECT_EQ(match("NAME LIKE '%KT-1%'"), R"("kt1")");
+  EXPECT_EQ(match("NAME LIKE '%KT1%'"), R"("kt1")");
   EXPECT_EQ(match("NAME LIKE '%ab%c_d[e-f]g%'"), "");
   EXPECT_EQ(match("NAME LIKE '%ab[c]%'"), R"("abc")");
-  EXPECT_EQ(match("NAME LIKE '%ab!%c%' ESCAPE '!'"), R"("abc")");
   EXPECT_EQ(match("NAME LIKE '%abc%def_'"), R"("abc" AND "def")");
   EXPECT_EQ(match("NAME LIKE '%abcdefghijklmnopqrstuvw%'"), R"("abc" AND "fgh" AND "klm" AND "pqr" AND "uvw")");
+}
+
+TEST_F(TextSearchPlans, SignsTellPatternsApart) {
+  EXPECT_EQ(match("NAME LIKE '%KT-1%'"), R"("t-1" AND "kt1")");
+  EXPECT_EQ(match("NAME LIKE '%-1a%'"), R"("-1a")");
+  EXPECT_EQ(match("NAME LIKE '%4-s%'"), R"("4-s")");
+  EXPECT_EQ(match("NAME LIKE '% old %'"), R"(" ol" AND "old")");
+  EXPECT_EQ(match("NAME LIKE '%1/2\"x%'"), R"("1/2" AND "2""x" AND "12x")");
+  EXPECT_EQ(match("NAME LIKE '%ab!%c%' ESCAPE '!'"), R"("b%c" AND "abc")");
+  EXPECT_EQ(match("NAME LIKE '%c h%'"), "") << "a blank in the middle is nothing to look for";
 }
 
 TEST_F(TextSearchPlans, AllAndAnyOfSeveralPatterns) {
