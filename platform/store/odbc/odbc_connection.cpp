@@ -119,10 +119,14 @@ Connection::Connection(const std::string& connection_string, FailureReader failu
       SQLSetConnectAttrW(connection_, SQL_ATTR_LOGIN_TIMEOUT,
                          number(static_cast<SQLULEN>(std::chrono::ceil<std::chrono::seconds>(*left).count()) + 1),
                          SQL_IS_UINTEGER);
-    std::u16string text = wide(for_manager(connection_string));
+    std::u16string text = wide(for_manager(connection_string)), completed(4096, u'\0');
+    SQLSMALLINT length = 0;
     if (!SQL_SUCCEEDED(SQLDriverConnectW(connection_, nullptr, units_of(text), static_cast<SQLSMALLINT>(text.size()),
-                                         nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT)))
+                                         units_of(completed), static_cast<SQLSMALLINT>(completed.size()), &length,
+                                         SQL_DRIVER_NOPROMPT)))
       throw Raised(unless_call_limit_passed(opening_failure(told(SQL_HANDLE_DBC, connection_), label_)));
+    completed.resize(std::min<std::size_t>(static_cast<std::size_t>(length), completed.size() - 1));
+    port_ = connection_property(narrow(completed), "Port").value_or("");
     if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_STMT, connection_, &statement_))) throw std::bad_alloc();
     // Braces and quotes in a text are the text's own.
     SQLSetStmtAttr(statement_, SQL_ATTR_NOSCAN, number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
@@ -153,7 +157,8 @@ void Connection::execute(const std::string& text, const SentValues& values, std:
   std::u16string units = wide(text);
   bind(values, types);
   limit_time(ending);
-  const SQLRETURN done = SQLExecDirectW(statement_, units_of(units), static_cast<SQLINTEGER>(units.size()));
+  const SQLRETURN done =
+      wait([&] { return SQLExecDirectW(statement_, units_of(units), static_cast<SQLINTEGER>(units.size())); });
   if (done != SQL_NO_DATA && !SQL_SUCCEEDED(done)) fail(table);
   describe();
 }
@@ -206,14 +211,25 @@ void Connection::bind(const SentValues& values, std::span<const ValueType> types
   }
 }
 
-// To the second, which is all that the interface knows.
+// A driver knows whole seconds only: this is for a server that does not answer to `SQLCancel`, which the watch calls.
 void Connection::limit_time(Ending ending) {
+  ending_ = ending;
+  watch_.begin_statement();
   const auto left = ending == Ending::cancelled ? call_time_left() : std::nullopt;
   const SQLULEN seconds =
       left ? static_cast<SQLULEN>(std::max<std::int64_t>(std::chrono::ceil<std::chrono::seconds>(*left).count(), 1))
            : 0;
   if (seconds == std::exchange(time_limit_, seconds)) return;
   SQLSetStmtAttr(statement_, SQL_ATTR_QUERY_TIMEOUT, number(seconds), SQL_IS_UINTEGER);
+}
+
+template <class Call>
+SQLRETURN Connection::wait(Call call) {
+  if (ending_ == Ending::awaited) return call();
+  watch_.begin_waiting();
+  const SQLRETURN done = call();
+  watch_.end_waiting();
+  return done;
 }
 
 void Connection::describe() {
@@ -265,7 +281,9 @@ bool Connection::next_answer() {
 }
 
 bool Connection::fetch() {
-  const SQLRETURN fetched = SQLFetch(statement_);
+  const SQLRETURN fetched = wait([&] { return SQLFetch(statement_); });
+  // A driver that was told to stop may have thrown the rest away.
+  if (fetched == SQL_NO_DATA && watch_.has_cancelled()) check_call_limit_now();
   if (fetched == SQL_NO_DATA) return false;
   if (!SQL_SUCCEEDED(fetched)) fail(table_);
   return true;
@@ -348,9 +366,9 @@ void Connection::control(const std::string& text, Ending ending) {
   close();
 }
 
-std::vector<SentValues> Connection::rows(const std::string& text, const SentValues& values) {
+std::vector<SentValues> Connection::rows(const std::string& text, const SentValues& values, Ending ending) {
   const std::vector<ValueType> types(values.size(), ValueType::text);
-  execute(text, values, types);
+  execute(text, values, types, nullptr, ending);
   std::vector<SentValues> rows;
   while (fetch()) {
     SentValues& row = rows.emplace_back();
@@ -364,14 +382,14 @@ std::vector<SentValues> Connection::rows(const std::string& text, const SentValu
   return rows;
 }
 
-std::string Connection::server_name() const {
+std::string Connection::address() const {
   std::u16string name(512, u'\0');
   SQLSMALLINT length = 0;
   if (!SQL_SUCCEEDED(SQLGetInfoW(connection_, SQL_SERVER_NAME, name.data(),
                                  static_cast<SQLSMALLINT>(name.size() * sizeof(char16_t)), &length)))
     return {};
   name.resize(std::min<std::size_t>(static_cast<std::size_t>(length) / sizeof(char16_t), name.size() - 1));
-  return narrow(name);
+  return narrow(name) + (port_.empty() ? "" : ":" + port_);
 }
 
 bool Connection::has_ended() noexcept {
@@ -415,6 +433,7 @@ void Connection::fail(const TableInfo* table) {
   const std::string& state = diagnosis_.state;
   if (dead == SQL_CD_TRUE || state.starts_with("08") || state == "57P01" || state == "57P02" || state == "57P03")
     raise_lost();
+  if (watch_.has_cancelled()) check_call_limit_now();
   throw Raised(of_this_store(failure_of_(diagnosis_, label_, table)));
 }
 

@@ -14,6 +14,7 @@
 
 #include "mercato/variant.h"
 #include "platform/store/odbc/odbc_failure.h"
+#include "platform/store/odbc/statement_watch.h"
 #include "platform/store/row_layout.h"
 #include "platform/store/text_values.h"
 
@@ -55,7 +56,8 @@ class Connection {
 
   // Statements of the session's own.
   void control(const std::string& text, Ending ending = Ending::cancelled);
-  std::vector<SentValues> rows(const std::string& text, const SentValues& values = {});
+  std::vector<SentValues> rows(const std::string& text, const SentValues& values = {},
+                               Ending ending = Ending::cancelled);
 
   bool is_usable() const noexcept { return !lost_; }
   // Whether the server has gone meanwhile. Asks it: the manager has no other way.
@@ -64,12 +66,15 @@ class Connection {
   const Diagnosis& diagnosis() const { return diagnosis_; }
   // For messages: "the server 'db.example.com' (database 'mercato')".
   const std::string& label() const { return label_; }
-  // What the driver calls its server.
-  std::string server_name() const;
+  // Where the server is: "db.example.com:5432", without a port where neither string nor data source names one.
+  std::string address() const;
 
  private:
   void bind(const SentValues& values, std::span<const ValueType> types);
   void limit_time(Ending ending);
+  // What may take long, of the driver. `call` is one of its functions.
+  template <class Call>
+  SQLRETURN wait(Call call);
   void describe();
   Diagnosis told(SQLSMALLINT kind, SQLHANDLE handle) const;
   [[noreturn]] void fail(const TableInfo* table);
@@ -80,6 +85,7 @@ class Connection {
 
   FailureReader failure_of_;
   std::string label_;
+  std::string port_;  // empty where nothing names one
   SQLHENV environment_ = SQL_NULL_HENV;
   SQLHDBC connection_ = SQL_NULL_HDBC;
   SQLHSTMT statement_ = SQL_NULL_HSTMT;
@@ -90,6 +96,8 @@ class Connection {
   std::vector<SQLSMALLINT> given_;  // the types of the answer's columns
   const TableInfo* table_ = nullptr;
   SQLULEN time_limit_ = 0;
+  Ending ending_ = Ending::cancelled;
+  StatementWatch watch_{[this] { SQLCancel(statement_); }};
   Diagnosis diagnosis_;
   bool lost_ = false;
 };

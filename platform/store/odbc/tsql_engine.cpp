@@ -56,7 +56,7 @@ class TsqlEngine final : public Engine {
   }
   // Some failures end the transaction, or doom it: a deadlock, a text that does not read as a number.
   bool transaction_stands() override {
-    const std::vector<SentValues> state = connection_.rows("SELECT @@TRANCOUNT, XACT_STATE()");
+    const std::vector<SentValues> state = connection_.rows("SELECT @@TRANCOUNT, XACT_STATE()", {}, Ending::awaited);
     return state.size() == 1 && state[0][0].value_or("0") != "0" && state[0][1].value_or("0") == "1";
   }
 
@@ -205,7 +205,7 @@ StoreDescription TsqlEngine::describe() {
   description.engine = "SQL Server";
   description.version = place[0].value_or("");
   description.place =
-      connection_.server_name() + ", database " + place[1].value_or("") + ", schema " + place[2].value_or("");
+      connection_.address() + ", database " + place[1].value_or("") + ", schema " + place[2].value_or("");
   description.collation = place[3].value_or("");
   if (place[4] != "1")
     description.collation += "; texts that differ in case are others, which the library does not expect";

@@ -105,23 +105,5 @@ TEST_F(OdbcDriverLosesItsServer, AndAUnitOfWorkFailsWholeAndTheNextOneWorks) {
   EXPECT_EQ(stands(), "3");
 }
 
-// A transaction goes on after a statement that the call limit has ended.
-TEST_F(OdbcDriverLosesItsServer, ButNotByAStatementThatTheCallLimitEnds) {
-  as_owner("INSERT INTO \"T\" SELECT generate_series(100, 2100)");
-  session_->start_transaction();
-  EXPECT_EQ(insert_fails(1).Number, 0);
-  {
-    const CallLimit limit(0.3);
-    const RaisedError failure = failure_of(
-        [&] { run(*session_, "SELECT COUNT(*) FROM T A, T B, T C WHERE A.ID + B.ID + C.ID = 0").cursor->next(); });
-    EXPECT_EQ(failure.Number, kTimeout);
-    EXPECT_EQ(failure.Description, "Timeout expired: the call ran longer than its limit of 0.3 seconds");
-  }
-  EXPECT_EQ(insert_fails(2).Number, 0);
-  session_->commit();
-  EXPECT_EQ(as_owner("SELECT count(*) FROM \"T\" WHERE \"ID\" < 100"), "2");
-  EXPECT_EQ(count_of("state = 'active'"), "0") << "the server was told";
-}
-
 }  // namespace
 }  // namespace mercato::store::odbc::test

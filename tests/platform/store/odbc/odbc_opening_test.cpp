@@ -51,6 +51,11 @@ TEST_F(OdbcDriverOpening, OfAServerThatIsNotThereOrRefusesSaysWhatToDo) {
                 "FATAL: role \"nobody\" does not exist)");
 }
 
+TEST_F(OdbcDriverOpening, NamesItsStoreAsTheDriverForThatServerDoes) {
+  const std::string by_libpq = OwnClusterTest::store();
+  EXPECT_EQ(driver_for(store()).describe(store()).place, driver_for(by_libpq).describe(by_libpq).place);
+}
+
 TEST_F(OdbcDriverOpening, TakesTheWaitForLocksAsANumberOnly) {
   EXPECT_EQ(refusal_of(store() + ";Lock Timeout=soon"),
             "Lock Timeout is 'soon'. It has to be a number of milliseconds");
