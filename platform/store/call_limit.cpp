@@ -7,6 +7,7 @@
 #include <string>
 
 #include "mercato/raised_error.h"
+#include "platform/store/call_end.h"
 #include "values/text.h"
 
 namespace mercato::store {

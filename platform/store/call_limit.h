@@ -57,15 +57,4 @@ bool call_limit_passed() noexcept;
 // How long it is until then, for waiting; nothing without a limit.
 std::optional<std::chrono::milliseconds> call_time_left() noexcept;
 
-// When the call of this thread is to end, for another thread that watches over it until then.
-struct CallEnd {
-  std::chrono::steady_clock::time_point deadline;
-  const std::atomic<bool>* cancelled;  // null: nobody may end it
-
-  bool is_cancelled() const noexcept;
-  bool has_come() const noexcept;
-};
-// Nothing when the call has no end but its own.
-std::optional<CallEnd> call_end() noexcept;
-
 }  // namespace mercato::store

@@ -431,24 +431,18 @@ void Connection::fail(const TableInfo* table) {
   SQLGetConnectAttrW(connection_, SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER, nullptr);
   // A server that is being shut down says so before it goes.
   const std::string& state = diagnosis_.state;
-  if (dead == SQL_CD_TRUE || state.starts_with("08") || state == "57P01" || state == "57P02" || state == "57P03")
-    raise_lost();
-  if (watch_.has_cancelled()) check_call_limit_now();
+  lost_ = dead == SQL_CD_TRUE || state.starts_with("08") || state == "57P01" || state == "57P02" || state == "57P03";
+  // A server that does not end its statement in time loses its connection, too.
+  if (watch_.has_cancelled() || state == "HYT00") check_call_limit_now();
+  if (lost_) raise_lost();
   throw Raised(of_this_store(failure_of_(diagnosis_, label_, table)));
 }
 
 void Connection::raise_lost() {
-  lost_ = true;
-  RaisedError lost{error_number::kStoreFailure,
-                   std::string(kFailureSource),
-                   at_the_start(label_) +
-                       " has ended the connection. What was not committed is undone there. See what stands, then "
-                       "repeat the call" +
-                       (diagnosis_.words.empty() ? "" : " (" + diagnosis_.words + ")"),
-                   {},
-                   0};
-  // A server that does not end its statement in time loses its connection, too.
-  throw Raised(diagnosis_.state == "HYT00" ? unless_call_limit_passed(std::move(lost)) : std::move(lost));
+  raise_store_failure(at_the_start(label_) +
+                      " has ended the connection. What was not committed is undone there. See what stands, then "
+                      "repeat the call" +
+                      (diagnosis_.words.empty() ? "" : " (" + diagnosis_.words + ")"));
 }
 
 }  // namespace mercato::store::odbc

@@ -10,7 +10,7 @@
 #include <optional>
 #include <thread>
 
-#include "platform/store/call_limit.h"
+#include "platform/store/call_end.h"
 
 namespace mercato::store::odbc {
 
