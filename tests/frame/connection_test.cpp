@@ -6,6 +6,7 @@
 #include "mercato/recordset.h"
 #include "platform/store/unit_of_work.h"
 #include "tests/platform/store/store_files.h"
+#include "tests/support/own_words.h"
 
 namespace mercato {
 namespace {
@@ -104,6 +105,7 @@ TEST_F(ConnectionTest, ASettingThatWasSentBeforeStandsForNoOtherStatement) {
 }
 
 TEST_F(ConnectionTest, ErrorsKeepWhatTheStoreReportedUntilTheConnectionIsClosed) {
+  MERCATO_NOT_WHERE_SERVERS_ANSWER(stores_.store(), "whether it names the column of a value that is too long");
   const auto connection = open();
   const RaisedError first = failure_of([&] { connection->Execute(Sql("SELECT * FROM NOSUCHTABLE")); });
   const RaisedError second =
@@ -120,6 +122,7 @@ TEST_F(ConnectionTest, ErrorsKeepWhatTheStoreReportedUntilTheConnectionIsClosed)
 }
 
 TEST_F(ConnectionTest, ADoubledKeySaysWhichOne) {
+  MERCATO_NOT_WHERE_SERVERS_ANSWER(stores_.store(), "its words for a key that is taken");
   EXPECT_EQ(failure_of([&] { execute("INSERT INTO UNIT (UNITCODE) VALUES ('EA')"); }),
             (RaisedError{kConstraintViolated,
                          stores_.store().failure_source(),

@@ -6,6 +6,7 @@
 
 #include "frame/lib_error_handling.h"
 #include "tests/support/messages.h"
+#include "tests/support/own_words.h"
 #include "tests/tools/story_gateway_office.h"
 #include "tests/tools/story_typed_office.h"
 #include "values/text.h"
@@ -673,6 +674,14 @@ TEST(CatalogueStory, LeavesTheSameRowsAndTheSameTrailWhoeverIsAsked) {
   EXPECT_EQ(gateway.trail(), typed.trail());
 }
 
+// Without the words, in brackets, of a server that answers for itself.
+std::string without_engines_words(std::string line) {
+  constexpr std::string_view kBegin = "There is already a row with this key (";
+  if (const std::size_t begin = line.find(kBegin); begin != std::string::npos)
+    line.erase(begin + kBegin.size(), line.rfind(')') - begin - kBegin.size());
+  return text::replace_all(line, "ODBC store", "SQLite store");
+}
+
 // What PostgreSQL says, as SQLite says it: the engine's own words are all that may differ.
 std::string in_words_of_sqlite(std::string line) {
   static const std::pair<const char*, const char*> kWords[] = {
@@ -698,7 +707,12 @@ TEST(CatalogueStory, LeavesTheSameRowsAndTheSameTrailOnEveryStore) {
   Story(embedded).tell();
   EXPECT_EQ(rows, embedded.whole_store());
   ASSERT_EQ(trail.size(), embedded.trail().size());
-  for (std::size_t i = 0; i < trail.size(); ++i) EXPECT_EQ(in_words_of_sqlite(trail[i]), embedded.trail()[i]) << i;
+  for (std::size_t i = 0; i < trail.size(); ++i) {
+    if (answers_for_itself(*chosen))
+      EXPECT_EQ(without_engines_words(trail[i]), without_engines_words(embedded.trail()[i])) << i;
+    else
+      EXPECT_EQ(in_words_of_sqlite(trail[i]), embedded.trail()[i]) << i;
+  }
 }
 
 }  // namespace

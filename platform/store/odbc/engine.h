@@ -85,9 +85,9 @@ class Engine {
   }
 
   virtual Command command(const dialect::LexedStatement& statement, bool identified) = 0;
-  // The table whose assigned key the server did not let a statement name, after the failure that the connection told of;
-  // null for any other. Such a statement can be sent again between `begin_given_keys` and `end_given_keys`.
-  virtual const TableInfo* table_of_refused_key() { return nullptr; }
+  // The table whose assigned key an INSERT names, where the server does not take that; null for any other statement.
+  // Such a one can be sent again between `begin_given_keys` and `end_given_keys`.
+  virtual const TableInfo* table_of_refused_key(const dialect::LexedStatement& /*statement*/) { return nullptr; }
   // Carries out a definition as a whole, inside of a transaction.
   virtual void define(const Command& definition) = 0;
 

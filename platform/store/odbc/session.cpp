@@ -78,7 +78,7 @@ Execution OdbcSession::run(const dialect::LexedStatement& statement, ExecuteOpti
     try {
       return {nullptr, write().affected};
     } catch (const Raised&) {
-      command.table = has_lost_transaction() ? nullptr : engine_->table_of_refused_key();
+      command.table = has_lost_transaction() ? nullptr : engine_->table_of_refused_key(statement);
       if (command.table == nullptr) throw;
     }
   }

@@ -7,6 +7,7 @@
 #include "mercato/raised_error.h"
 #include "platform/store/dialect/resolver.h"
 #include "platform/store/dialect/sql_printer.h"
+#include "platform/store/dialect/statement_reader.h"
 #include "platform/store/odbc/engine.h"
 #include "platform/store/odbc/tsql_statement.h"
 #include "platform/store/odbc/tsql_tables.h"
@@ -36,6 +37,15 @@ constexpr const char* kSettings =
     "SET IMPLICIT_TRANSACTIONS OFF; "   // a transaction begins when the session says so
     "SET TRANSACTION ISOLATION LEVEL READ COMMITTED; "
     "SET LOCK_TIMEOUT ";
+
+// The one table that a query reads, as it is spelled there; nothing for any other statement.
+std::string table_read_by(const dialect::LexedStatement& statement) {
+  dialect::SyntaxTree tree(statement);
+  dialect::StatementReader(tree).read();
+  if (tree.fault || tree.query == nullptr || tree.query->selects.size() != 1) return {};
+  const dialect::Source* const source = tree.query->first().scope.first;
+  return source != nullptr && source->next_in_scope == nullptr ? std::string(source->table_name) : std::string();
+}
 
 class TsqlEngine final : public Engine {
  public:
@@ -68,17 +78,26 @@ class TsqlEngine final : public Engine {
   Command command(const dialect::LexedStatement& statement, bool identified) override {
     Command command;
     command.kind = kind_of(statement);
-    if (identified && command.kind == dialect::StatementKind::query)
+    const bool is_query = command.kind == dialect::StatementKind::query;
+    if (is_query && identified) {
       identify(command, statement);
-    else
-      command.texts = {sent_text(statement)};
+      return command;
+    }
+    command.texts = {sent_text(statement)};
+    if (is_query) command.result_table = table_read_by(statement);
     return command;
   }
-  const TableInfo* table_of_refused_key() override {
-    constexpr std::int32_t kKeyIsAssigned = 544;
-    if (connection_.diagnosis().native != kKeyIsAssigned) return nullptr;
-    const std::vector<std::string> names = quoted_in(connection_.diagnosis().words, '\'');
-    return names.empty() ? nullptr : tables_.find(names.front());
+  const TableInfo* table_of_refused_key(const dialect::LexedStatement& statement) override {
+    dialect::SyntaxTree tree(statement);
+    dialect::StatementReader(tree).read();
+    if (tree.fault || !tree.names_targets) return nullptr;
+    const TableInfo* const table = tables_.find(tree.target->name);
+    for (const dialect::Node* node = tree.first; table != nullptr && node != nullptr; node = node->next) {
+      if (node->kind != dialect::NodeKind::insert_target) continue;
+      const auto column = table->find(static_cast<const dialect::InsertTarget*>(node)->name);
+      if (column && table->columns[*column].assigned) return table;
+    }
+    return nullptr;
   }
   void define(const Command& definition) override { connection_.control(definition.texts.front()); }
 
