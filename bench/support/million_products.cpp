@@ -39,9 +39,9 @@ MillionProducts::Product MillionProducts::product(std::int32_t id) const {
   return made;
 }
 
-void MillionProducts::fill(const std::filesystem::path& path) const {
-  create_store(path);
-  const auto session = store::driver_for(connection_string(path)).open(connection_string(path));
+void MillionProducts::fill(const AnyStore& store) const {
+  create_store(store.connection_string());
+  const auto session = store::driver_for(store.connection_string()).open(store.connection_string());
   execute(*session, kIndexDrop);
   session->start_transaction();
   execute(*session, "INSERT INTO CATALOG (CATALOGNAME, ACTIVE) VALUES ('Components', 1)");
@@ -74,6 +74,7 @@ void MillionProducts::fill(const std::filesystem::path& path) const {
     link_rows.clear();
   }
   execute(*session, kIndexDefinition);
+  store.settle();
 }
 
 }  // namespace mercato::bench

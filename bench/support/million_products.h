@@ -3,9 +3,10 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
 #include <vector>
+
+#include "bench/support/any_store.h"
 
 namespace mercato::bench {
 
@@ -25,8 +26,9 @@ class MillionProducts {
   // Ids from 1. In each further round through the file the digits of a number and of a description are others.
   Product product(std::int32_t id) const;
 
-  // Makes a store with all of them. Nine in ten hang in a category; a catalogue in force has a node for each category.
-  void fill(const std::filesystem::path& store) const;
+  // Makes an empty store one with all of them. Nine in ten hang in a category; a catalogue in force has a node for each
+  // category.
+  void fill(const AnyStore& store) const;
 
   // The text index of the products.
   static constexpr const char* kIndexDefinition =
