@@ -262,12 +262,13 @@ void Connection::wait_until_readable() {
     const int unsent = PQflush(connection_.get());
     // `next` reads what the server said before its end.
     if (unsent < 0) return;
-    const auto left = time_to_wait();
+    auto left = time_to_wait();
     if (given_up_ || (left && left->count() == 0)) raise_given_up();
-    // Nothing wakes the wait when somebody else ends the call.
-    const std::chrono::milliseconds longest{can_be_cancelled() ? 50 : 1000000};
+    // Nothing wakes the wait when somebody else ends the call. One without an end needs no timer of the system.
+    constexpr std::chrono::milliseconds kLook{50};
+    if (can_be_cancelled()) left = std::min(left.value_or(kLook), kLook);
     pollfd watched{PQsocket(connection_.get()), static_cast<short>(unsent == 0 ? POLLIN : POLLIN | POLLOUT), 0};
-    const int ready = poll(&watched, 1, static_cast<int>(std::min(left.value_or(longest), longest).count()));
+    const int ready = poll(&watched, 1, left ? static_cast<int>(left->count()) : -1);
     if (ready < 0 && errno != EINTR) raise_lost();
     if (ready > 0 && PQconsumeInput(connection_.get()) != 1) return;
   }

@@ -1,29 +1,56 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/store/postgres_dialect/like_binding.h"
 
+#include <utility>
+
 #include "platform/store/dialect/like_reader.h"
 
 namespace mercato::store::postgres {
+namespace {
+
+// Folding makes these of characters beyond ASCII (of the capital I with a dot, the sign of kelvin, the Greek question
+// mark and the Greek grave accent), and any other one of its own capital or small form only. It takes no character away,
+// so what stands side by side did so before.
+constexpr std::string_view kMadeOfOthers("\0ik;`", 5);
+
+void append_escaped(std::string& pattern, char byte) {
+  if (byte == '%' || byte == '_' || byte == '\\') pattern += '\\';
+  pattern += byte;
+}
+
+void append_any(std::string& outline, bool& is_open) {
+  if (!std::exchange(is_open, true)) outline += '%';
+}
+
+}  // namespace
 
 LikeBinding bind_like(std::string_view pattern, std::optional<std::string_view> escape) {
   using dialect::LikePart;
-  if (escape && !dialect::is_like_escape(*escape)) return {"%", false};
+  if (escape && !dialect::is_like_escape(*escape)) return {"%", "%", false};
   LikeBinding binding;
+  bool is_open = false;  // the outline's end stands for any characters
   for (const LikePart& part : dialect::read_like(pattern, escape ? static_cast<unsigned char>(escape->front()) : 0)) {
     switch (part.kind) {
       case LikePart::Kind::any:
         binding.pattern += '%';
+        append_any(binding.outline, is_open);
         break;
       case LikePart::Kind::set:
         binding.is_exact = false;
         [[fallthrough]];
       case LikePart::Kind::one:
         binding.pattern += '_';
+        append_any(binding.outline, is_open);
         break;
       case LikePart::Kind::characters:
         for (const char byte : part.text) {
-          if (byte == '%' || byte == '_' || byte == '\\') binding.pattern += '\\';
-          binding.pattern += byte;
+          append_escaped(binding.pattern, byte);
+          if (static_cast<unsigned char>(byte) >= 0x80 || kMadeOfOthers.find(byte) != std::string_view::npos) {
+            append_any(binding.outline, is_open);
+            continue;
+          }
+          append_escaped(binding.outline, byte);
+          is_open = false;
         }
         break;
     }

@@ -169,14 +169,15 @@ void SqlWriter::like(const dialect::Like& like) {
 }
 
 // The engine's own LIKE, which has no sets: where the pattern has one, the pattern itself decides. A range of the index
-// holds what begins with the pattern's prefix, in any case.
+// holds what begins with the pattern's prefix, in any case. Without one, only texts that have the outline are folded; the
+// choice between the two is nothing that the engine estimates, so it takes such a pattern for no rare one.
 void SqlWriter::like_literal(const dialect::Like& like) {
   const auto& pattern = static_cast<const dialect::Literal&>(*like.pattern);
   const dialect::Parameter literal{pattern.position, pattern.conversion};
   const std::uint32_t escape =
       like.escape != nullptr ? static_cast<const dialect::Literal&>(*like.escape).position : dialect::kNoLiteral;
-  text("(");
   if (like.is_range) {
+    text("(");
     key(*like.operand);
     text(" >= ");
     parameter(Use::like_from, ValueType::text, literal);
@@ -185,6 +186,12 @@ void SqlWriter::like_literal(const dialect::Like& like) {
     text(" < ");
     parameter(Use::like_to, ValueType::text, literal);
     text(" AND ");
+  } else {
+    text("CASE WHEN lower(");
+    expression(*like.operand);
+    text(" COLLATE \"C\") LIKE ");
+    parameter(Use::like_outline, ValueType::text, literal, escape);
+    text(" THEN ");
   }
   text("mercato_folded(");
   expression(*like.operand);
@@ -200,7 +207,11 @@ void SqlWriter::like_literal(const dialect::Like& like) {
     text(", ");
     expression(*like.escape);
   }
-  text(")))");
+  text("))");
+  if (like.is_range) return text(")");
+  text(" WHEN ");
+  expression(*like.operand);
+  text(" IS NOT NULL THEN false END");
 }
 
 void SqlWriter::in_query(const dialect::InQuery& in) {

@@ -21,6 +21,7 @@ struct Binding {
     value,         // the literal, converted
     key,           // the form in which texts are compared
     like_pattern,  // the engine's own pattern, in which a set is any character
+    like_outline,  // one that all matching texts match before they are folded
     like_exact,    // the pattern itself, when the engine's own says less; else Null
     like_from,     // the range in which all texts lie that match
     like_to,

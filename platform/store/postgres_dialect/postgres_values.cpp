@@ -47,6 +47,7 @@ std::optional<std::string> like_value(const Binding& binding, const dialect::Lex
   std::optional<std::string> escape;
   if (binding.escape != UINT32_MAX) escape = pattern_of(lexed, {binding.escape});
   LikeBinding bound = bind_like(pattern, escape);
+  if (binding.use == Binding::Use::like_outline) return std::move(bound.outline);
   if (binding.use == Binding::Use::like_pattern) return comparable(std::move(bound.pattern));
   return bound.is_exact ? std::nullopt : std::optional(comparable(pattern));
 }
@@ -78,6 +79,7 @@ bool bind_literals(const std::vector<Binding>& bindings, const dialect::LexedSta
         out.emplace_back(clock::now().iso_text());
         continue;
       case Binding::Use::like_pattern:
+      case Binding::Use::like_outline:
       case Binding::Use::like_exact:
       case Binding::Use::like_from:
       case Binding::Use::like_to:

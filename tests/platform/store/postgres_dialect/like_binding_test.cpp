@@ -3,13 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/store/dialect/like_reader.h"
 #include "platform/store/sqlite/like_pattern.h"
 #include "values/same_text.h"
+#include "values/text.h"
 
 namespace mercato::store::postgres {
 namespace {
@@ -58,6 +61,42 @@ TEST(LikeBinding, TakesTheMeaningFromWhatIsBehindTheEscape) {
   EXPECT_EQ(bind_like("a%%", "%").pattern, "a\\%");
 }
 
+TEST(LikeBinding, HasAnOutlineOfWhatFoldingLeavesAsItIs) {
+  for (const auto& [pattern, outline] : {std::pair{"", ""},
+                                         {"Bolt%", "bolt%"},
+                                         {"%-04-3%", "%-04-3%"},
+                                         {"%8\u2103~1%", "%8%~1%"},
+                                         {"Kiln", "%ln"},
+                                         {"a;b`c", "a%b%c"},
+                                         {"x_y[ab]z", "x%y%z"},
+                                         {"100[%]a[_]\\", "100\\%a\\_\\\\"},
+                                         {"%\u00C4\u00D6%", "%"}})
+    EXPECT_EQ(bind_like(pattern).outline, outline) << pattern;
+}
+
+// The rule that an outline stands on, for every character alone and with each mark that it can compose with.
+TEST(LikeBinding, FoldingMakesOfOtherCharactersNoneThatAnOutlineHas) {
+  const auto made = [](const std::string& text) {
+    std::string ascii;
+    for (const char byte : text::folded(text))
+      if (static_cast<unsigned char>(byte) < 0x80) ascii += byte;
+    return ascii;
+  };
+  std::string made_of_others;
+  for (char32_t c = 0x80; c <= 0x10FFFF; ++c) {
+    if (c >= 0xD800 && c <= 0xDFFF) continue;
+    std::string character;
+    text::append(character, c);
+    std::string ascii = made(character);
+    if (c < 0x3000)
+      for (const char* const mark : {"\u0307", "\u0323", "\u0338", "\u0301"}) ascii += made(character + mark);
+    for (const char byte : ascii)
+      if (made_of_others.find(byte) == std::string::npos) made_of_others += byte;
+  }
+  std::ranges::sort(made_of_others);
+  EXPECT_EQ(made_of_others, ";`ik");
+}
+
 // The failure is mercato_like's own, which any text that is not Null must reach.
 TEST(LikeBinding, LeavesAnEscapeThatIsNoneToTheServer) {
   for (const char* escape : {"", "ab", "é"}) {
@@ -81,6 +120,12 @@ bool is_like(const std::u32string_view pattern, const std::u32string_view text) 
   return pattern.at(at) == text[0] && is_like(pattern.substr(at + 1), text.substr(1));
 }
 
+std::string lower_of_ascii(std::string text) {
+  for (char& byte : text)
+    if (byte >= 'A' && byte <= 'Z') byte = static_cast<char>(byte - 'A' + 'a');
+  return text;
+}
+
 std::u32string characters_of(std::string_view text) {
   std::u32string characters;
   for (std::size_t position = 0; position < text.size();) characters += dialect::next_character(text, position);
@@ -88,11 +133,13 @@ std::u32string characters_of(std::string_view text) {
 }
 
 TEST(LikeBinding, MatchesWhatTheEmbeddedStoreMatches) {
-  const std::vector<std::string> pieces = {
-      "%",      "_", "[a-c]", "[^a]", "[%]", "[", "]", "^",   "-",    "\\", "a",     "B",      "é",          "e", "E",
-      "\u0301", "ß", " ",     "!",    "s",   "Σ", "ς", "[é]", "[ab]", "[]", "[a-a]", "\u200B", "\U00010400", "%a"};
-  const std::vector<std::string> letters = {"a", "b",  "C", "é", "e", "\u0301", "ß", " ", "!", "s",          "σ",
-                                            "Σ", "\\", "%", "_", "[", "]",      "^", "-", "E", "\U00010428", "\u200B"};
+  const std::vector<std::string> pieces = {"%",  "_",     "[a-c]",  "[^a]",       "[%]", "[", "]",   "^",
+                                           "-",  "\\",    "a",      "B",          "é",   "e", "E",   "\u0301",
+                                           "ß",  " ",     "!",      "s",          "Σ",   "ς", "[é]", "[ab]",
+                                           "[]", "[a-a]", "\u200B", "\U00010400", "%a",  "k", "i",   "1"};
+  const std::vector<std::string> letters = {"a", "b", "C",          "é",      "e",      "\u0301", "ß", " ",      "!",
+                                            "s", "σ", "Σ",          "\\",     "%",      "_",      "[", "]",      "^",
+                                            "-", "E", "\U00010428", "\u200B", "\u212A", "\u0130", "i", "\u0307", "1"};
   std::mt19937 random(14);
   const auto text_of = [&random](const std::vector<std::string>& choice) {
     std::string text;
@@ -111,6 +158,8 @@ TEST(LikeBinding, MatchesWhatTheEmbeddedStoreMatches) {
       ASSERT_EQ(found, expected) << pattern << " | " << text << " | " << binding.pattern;
     else
       ASSERT_TRUE(found || !expected) << pattern << " | " << text << " | " << binding.pattern;
+    const bool has_outline = is_like(characters_of(binding.outline), characters_of(lower_of_ascii(text)));
+    ASSERT_TRUE(has_outline || !expected) << pattern << " | " << text << " | " << binding.outline;
     matched += expected;
     exact += binding.is_exact;
   }
