@@ -79,8 +79,10 @@ double ServerClock::seconds() {
   return nanoseconds / 1e9;
 }
 
+// Without force, which asks for rights over the server's own processes that clean up there: it ends them, and waits a
+// while for all others.
 void drop_database(const std::string& server, const std::string& name) {
-  BareServer(server + ";Database=postgres").run("DROP DATABASE IF EXISTS " + name + " WITH (FORCE)");
+  BareServer(server + ";Database=postgres").run("DROP DATABASE IF EXISTS " + name);
 }
 
 void make_database(const std::string& server, const std::string& name, const std::string& from) {

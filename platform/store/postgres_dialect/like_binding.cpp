@@ -8,9 +8,8 @@
 namespace mercato::store::postgres {
 namespace {
 
-// Folding makes these of characters beyond ASCII (of the capital I with a dot, the sign of kelvin, the Greek question
-// mark and the Greek grave accent), and any other one of its own capital or small form only. It takes no character away,
-// so what stands side by side did so before.
+// What folding makes of characters beyond ASCII: of the capital I with a dot, the sign of kelvin, the Greek question
+// mark and the Greek grave accent.
 constexpr std::string_view kMadeOfOthers("\0ik;`", 5);
 
 void append_escaped(std::string& pattern, char byte) {
@@ -23,6 +22,10 @@ void append_any(std::string& outline, bool& is_open) {
 }
 
 }  // namespace
+
+bool changes_by_folding(char byte) {
+  return static_cast<unsigned char>(byte) >= 0x80 || kMadeOfOthers.find(byte) != std::string_view::npos;
+}
 
 LikeBinding bind_like(std::string_view pattern, std::optional<std::string_view> escape) {
   using dialect::LikePart;
@@ -45,7 +48,7 @@ LikeBinding bind_like(std::string_view pattern, std::optional<std::string_view> 
       case LikePart::Kind::characters:
         for (const char byte : part.text) {
           append_escaped(binding.pattern, byte);
-          if (static_cast<unsigned char>(byte) >= 0x80 || kMadeOfOthers.find(byte) != std::string_view::npos) {
+          if (changes_by_folding(byte)) {
             append_any(binding.outline, is_open);
             continue;
           }

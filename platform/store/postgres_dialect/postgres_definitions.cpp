@@ -139,11 +139,11 @@ void add_key(const Definition& definition, const KeyDefinition& key, std::vector
 }
 
 // Of a row. The blanks keep texts apart that would compose, and are no part of a trigram.
-std::string trigrams_of(const std::vector<std::string>& columns) {
+std::string joined(const std::vector<std::string>& columns) {
   std::string texts;
   for (const std::string& column : columns)
     texts += (texts.empty() ? "coalesce(" : " || ' ' || coalesce(") + quoted_name(column) + ", '')";
-  return "mercato_trigrams(" + texts + ")";
+  return texts;
 }
 
 std::string text_index_of(const std::string& table) { return made_name("text index of " + table); }
@@ -158,7 +158,7 @@ std::vector<std::string> text_index_sql(const Definition& definition) {
   const std::string table = quoted_name(definition.table);
   return {"SET LOCAL maintenance_work_mem = '256MB'",
           "CREATE INDEX " + quoted_name(text_index_of(definition.table)) + " ON " + table + " USING gin (" +
-              trigrams_of(columns) + ") WITH (fastupdate = on, gin_pending_list_limit = 256)",
+              trigrams_of(joined(columns)) + ") WITH (fastupdate = on, gin_pending_list_limit = 256)",
           "ANALYZE " + table};
 }
 
@@ -177,11 +177,18 @@ std::vector<std::string> table_sql(const Definition& definition) {
 
 }  // namespace
 
-std::string before_match(const TableInfo& table) {
-  std::vector<std::string> texts;
+std::string trigrams_of(const std::string& texts) { return "mercato_trigrams(" + texts + ")"; }
+
+std::string indexed_texts(const TableInfo& table) {
+  std::vector<std::string> columns;
   for (const Column& column : table.columns)
-    if (column.in_text_index) texts.push_back(column.name);
-  return "ctid = ANY (ARRAY(SELECT ctid FROM " + quoted_name(table.name) + " WHERE " + trigrams_of(texts) + " @@ ";
+    if (column.in_text_index) columns.push_back(column.name);
+  return joined(columns);
+}
+
+std::string before_match(const TableInfo& table) {
+  return "ctid = ANY (ARRAY(SELECT ctid FROM " + quoted_name(table.name) + " WHERE " +
+         trigrams_of(indexed_texts(table)) + " @@ ";
 }
 
 std::string width_constraint(std::string_view column) { return made_name("width of " + std::string(column)); }

@@ -74,6 +74,11 @@ Translation translate(const dialect::LexedStatement& lexed, const dialect::Table
 // The statements that carry out a definition.
 std::vector<std::string> definition_sql(const dialect::Definition& definition);
 
+// All texts of a row that are in the table's text index, with blanks between them.
+std::string indexed_texts(const TableInfo& table);
+// What a text index has of such texts.
+std::string trigrams_of(const std::string& texts);
+
 // Whether a text index proposes a row: a condition on the row's address, in two pieces around what the index is asked. It
 // compares with a list that is made apart, so the rest of the statement begins at the rows of the list: the server cannot know
 // how few they are.

@@ -8,7 +8,9 @@
 #include <optional>
 
 #include "platform/store/dialect/sql_printer.h"
+#include "platform/store/postgres_dialect/like_binding.h"
 #include "platform/store/postgres_dialect/postgres_printer.h"
+#include "values/squeezed_text.h"
 #include "values/text.h"
 
 namespace mercato::store::postgres {
@@ -28,6 +30,34 @@ WHERE c.oid = to_regclass(quote_ident($1)))";
 
 // What grows is looked at anew.
 constexpr std::chrono::minutes kFresh{1};
+
+std::string index_condition(const TableInfo& table) { return trigrams_of(indexed_texts(table)) + " @@ $1::tsquery"; }
+
+// The engine would take rows that match an expression for rare, and sort all of them; of what this one chooses it takes
+// half of the rows for some.
+std::string reading_condition(const TableInfo& table) {
+  return "CASE WHEN lower((" + indexed_texts(table) + ") COLLATE \"C\") ~ ALL ($1::text[]) THEN true END";
+}
+
+// A list of regular expressions, one for each word that has a trigram: its characters with signs between them. One that
+// may be another before folding is left open.
+std::string expressions_of(std::span<const std::string> words) {
+  std::string list = "{";
+  for (const std::string& word : words) {
+    if (text::Trigrams(word).next().empty()) continue;
+    list += list.size() == 1 ? "\"" : ",\"";
+    for (const char byte : text::squeezed(word)) {
+      if (static_cast<unsigned char>(byte) >= 0x80)
+        list += ".*";
+      else
+        list +=
+            (changes_by_folding(byte) ? std::string("(?:") + byte + "|[^\\\\u0001-\\\\u007f])" : std::string(1, byte)) +
+            "[^a-z0-9]*";
+    }
+    list += '"';
+  }
+  return list + "}";
+}
 
 double real_of(const std::optional<std::string>& digits) { return std::strtod(digits.value_or("0").c_str(), nullptr); }
 
@@ -88,16 +118,25 @@ Proposals TextProposals::for_statement(std::span<const dialect::TextSearch> sear
   return proposals;
 }
 
+// So many rows are read until `most` of them hold common words; rows that the index proposes are all looked at, and
+// sorted. A row that is read costs some three times as much.
 std::vector<std::int64_t> TextProposals::keys(const TableInfo& table, std::span<const std::string> words,
                                               std::size_t most) {
-  const std::string match = dialect::written(dialect::match_of(words).value(), kMatchWords);
+  constexpr std::size_t kMost = std::numeric_limits<std::int32_t>::max();
+  constexpr double kCostOfReading = 3;
+  most = std::min(most, kMost);
+  const dialect::TextMatch match = dialect::match_of(words).value();
+  const Statistics& statistics = statistics_of(table.name);
+  const double common = share(match, statistics);
+  const bool reads = common * common * statistics.rows > kCostOfReading * static_cast<double>(most);
+  const std::string looked_for = reads ? expressions_of(words) : dialect::written(match, kMatchWords);
   std::vector<std::int64_t> keys;
-  if (!text::is_valid(match)) return keys;
+  if (!text::is_valid(looked_for)) return keys;
   const std::string key = dialect::quoted_name(std::ranges::find_if(table.columns, &Column::assigned)->name);
   const std::string query = "SELECT " + key + " FROM " + dialect::quoted_name(table.name) + " WHERE " +
-                            before_match(table) + "$1" + std::string(kBehindMatch) + " ORDER BY " + key + " LIMIT $2";
-  constexpr std::size_t kMost = std::numeric_limits<std::int32_t>::max();
-  for (const SentValues& row : server_.rows(query, {match, std::to_string(std::min(most, kMost))}))
+                            (reads ? reading_condition(table) : index_condition(table)) + " ORDER BY " + key +
+                            " LIMIT $2";
+  for (const SentValues& row : server_.rows(query, {looked_for, std::to_string(most)}))
     keys.push_back(std::strtoll(row[0].value_or("").c_str(), nullptr, 10));
   return keys;
 }

@@ -90,6 +90,23 @@ TEST_F(TextIndexes, ProposeRowsThatHoldAllWordsHoweverTheyAreWritten) {
   EXPECT_EQ(proposals({"pipe\""}), Keys{1});
 }
 
+// Of words that many rows hold, a store may read as far as it has enough of them.
+TEST_F(TextIndexes, ProposeTheLeastRowsThatHoldCommonWords) {
+  for (int i = 0; i < 100; ++i) {
+    add("other", "part");
+    add("KT-\xC4\xB0NS " + std::to_string(i), "A\xCC\x88RMEL, schwarz");
+    add("\xE2\x84\xAAt/i\xCC\x87ns" + std::to_string(i), "\xC3\xA4rmel");
+    add("KTINS" + std::to_string(i), "arm");
+  }
+  execute(kIndex);
+  EXPECT_EQ(proposals({"\xC3\xA4rmel"}, 3), (Keys{2, 3, 6}));
+  EXPECT_EQ(proposals({"kti"}, 4), (Keys{2, 3, 4, 6}));
+  EXPECT_EQ(proposals({"KT.i", "rmelschwarz"}, 2), (Keys{2, 6}));
+  EXPECT_EQ(proposals({"ns", "SCHWARZ"}, 2), (Keys{2, 6}));
+  EXPECT_EQ(proposals({"arm", "ns9"}, 1), Keys{40});
+  EXPECT_EQ(proposals({"zz", "nowhere"}, 1), Keys{});
+}
+
 TEST_F(TextIndexes, ProposeNothingWithoutThreeCharactersWithoutAnIndexAndWithoutAnAssignedKey) {
   add("KT-INS 114", "pipe");
   EXPECT_EQ(proposals({"ins"}), Keys{-1});
