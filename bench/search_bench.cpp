@@ -259,6 +259,7 @@ class SearchBench {
       without.push_back(upload(false));
       with.push_back(upload(true));
     }
+    store.remove();
     const std::string label = std::to_string(kRecords) + " records uploaded: ";
     figures_.add(label + "without text index", median(without, &Upload::seconds), "s");
     figures_.add(label + "with : without text index",

@@ -40,10 +40,11 @@ class AnyStore::Engine {
     BareServer server(server_ + ";Database=postgres");
     return !server.run("SELECT 1 FROM pg_database WHERE datname = '" + database_ + "'").empty();
   }
-  void make_empty() {
+  void remove() {
     clock_.reset();
-    make_database(server_, database_);
+    drop_database(server_, database_);
   }
+  void make() const { make_database(server_, database_); }
   void settle() const { BareServer(place_).run("VACUUM ANALYZE"); }
   double text_index_bytes(const std::string& table) const {
     return std::stod(BareServer(place_).run("SELECT pg_relation_size('\"text index of " + table + "\"')"));
@@ -68,7 +69,8 @@ class AnyStore::Engine {
   explicit Engine(const std::string&) {}
   static bool is_meant(const std::string&) { return false; }
   bool exists() const { return false; }
-  void make_empty() {}
+  void remove() {}
+  void make() const {}
   void settle() const {}
   double text_index_bytes(const std::string&) const { return 0; }
   double seconds() { return 0; }
@@ -85,9 +87,14 @@ AnyStore::~AnyStore() = default;
 
 bool AnyStore::exists() const { return server_ ? server_->exists() : std::filesystem::exists(file_); }
 
-void AnyStore::make_empty() {
-  if (server_) return server_->make_empty();
+void AnyStore::remove() {
+  if (server_) return server_->remove();
   for (const char* const end : {"", "-wal", "-shm", "-owner"}) std::filesystem::remove(file_ + end);
+}
+
+void AnyStore::make_empty() {
+  remove();
+  if (server_) server_->make();
 }
 
 void AnyStore::settle() const {

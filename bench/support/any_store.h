@@ -19,7 +19,9 @@ class AnyStore {
   const std::string& connection_string() const { return connection_string_; }
   bool is_on_server() const { return server_ != nullptr; }
   bool exists() const;
-  // Without any tables, whatever was there before. Nobody may have it open.
+  // Nobody may have it open.
+  void remove();
+  // Without any tables, whatever was there before.
   void make_empty();
   // So that plans do not depend on when a server cleans up by itself.
   void settle() const;
