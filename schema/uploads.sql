@@ -47,8 +47,10 @@ CREATE TABLE MERCATO_UPLOAD_PART (
   PRIMARY KEY (UPLOADID, PART)
 );
 
--- A row that an upload has changed: what it was and what it became, each as the columns that are not Null. Without the
--- one the row was inserted, without the other deleted. RECORD is what people know it by.
+-- Rows of one table that an upload has changed: what each was and what it became, as the columns that are not Null. Without
+-- the one the row was inserted, without the other deleted. AFTERIMAGE has a line for each: what people know it by, before,
+-- after, with tabs between them. SEQUENCE is the number of the last one. In journals of older releases each row stands by
+-- itself, in all six columns.
 CREATE TABLE MERCATO_UPLOAD_ROW (
   UPLOADID int NOT NULL,
   SEQUENCE int NOT NULL,

@@ -2,9 +2,12 @@
 #include "exchange/journal/journal.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include <functional>
+#include <iterator>
 #include <set>
 #include <unordered_map>
+#include <unordered_set>
+#include <utility>
 
 #include "frame/util.h"
 #include "mercato/raised_error.h"
@@ -15,10 +18,11 @@
 namespace mercato::exchange {
 namespace {
 
-using Json = nlohmann::json;
-
 constexpr std::size_t kKeysInPart = 500;
-constexpr std::size_t kRowsInBatch = 500;
+// Of one table, in one row of the journal.
+constexpr std::size_t kRowsTogether = 500;
+constexpr std::size_t kBytesTogether = 500'000;
+constexpr std::int32_t kReadAtOnce = 8;
 
 // The tables whose rows are what people call the records of an upload.
 bool stands_for_record(Reach::Kind kind, std::string_view table) {
@@ -51,21 +55,35 @@ store::TableInfo table_of(store::Session& session, std::string_view name) {
 // A line for each row: table, key, record, image. The last three are JSON, which has no tabs and line breaks of its own.
 std::string text_of(const std::vector<ReachedRow>& rows) {
   std::string text;
-  for (const ReachedRow& reached : rows)
-    text.append(reached.row.table->name)
-        .append("\t")
-        .append(reached.row.key)
-        .append("\t")
-        .append(Json(reached.record).dump(-1, ' ', false, Json::error_handler_t::replace))
-        .append("\t")
-        .append(reached.row.image)
-        .append("\n");
+  for (const ReachedRow& reached : rows) {
+    text.append(reached.row.table->name).append("\t").append(reached.row.key).append("\t");
+    append_json_text(text, reached.record);
+    text.append("\t").append(reached.row.image).append("\n");
+  }
   return text;
 }
-
-std::string row_name(std::string_view table, std::string_view key) {
-  return std::string(table).append(" ").append(key);
+std::vector<ReachedRow> rows_in(std::string_view text) {
+  std::vector<ReachedRow> rows;
+  for (const std::string& line : text::split(text, "\n")) {
+    if (line.empty()) continue;
+    const std::vector<std::string> parts = text::split(line, "\t");
+    ReachedRow& reached = rows.emplace_back();
+    reached.row.table = &journaled_table(parts[0]);
+    reached.row.key = parts[1];
+    reached.record = text_of_json(parts[2]);
+    reached.row.image = parts[3];
+  }
+  return rows;
 }
+
+// Which row it is, among those of all tables.
+using RowName = std::pair<const JournaledTable*, std::string_view>;
+struct HashOfRowName {
+  std::size_t operator()(const RowName& name) const {
+    return std::hash<const void*>()(name.first) ^ std::hash<std::string_view>()(name.second);
+  }
+};
+RowName name_of(const ReachedRow& reached) { return {reached.row.table, reached.row.key}; }
 
 // What a part has changed, and how many of its records.
 struct Changes {
@@ -73,39 +91,36 @@ struct Changes {
   ChangedRecords records;
 };
 
-Changes changes_between(const Reach& reach, std::string_view images_before, std::vector<ReachedRow> after) {
-  struct Before {
-    std::string table, record, image;
-  };
-  std::unordered_map<std::string, Before> before;
-  for (const std::string& line : text::split(images_before, "\n")) {
-    if (line.empty()) continue;
-    const std::vector<std::string> parts = text::split(line, "\t");
-    before.emplace(row_name(parts[0], parts[1]), Before{parts[0], Json::parse(parts[2]).get<std::string>(), parts[3]});
-  }
+Changes changes_between(Reach::Kind kind, std::vector<ReachedRow> before, std::vector<ReachedRow> after) {
+  std::unordered_map<RowName, ReachedRow*, HashOfRowName> former;
+  former.reserve(before.size());
+  for (ReachedRow& reached : before) former.emplace(name_of(reached), &reached);
   Changes changes;
-  std::set<std::string> inserted;
-  std::set<std::string> updated;
+  std::unordered_set<std::string> inserted;
+  std::unordered_set<std::string> updated;
   const auto count = [&](std::string_view table, const std::string& record, bool is_new) {
-    if (reach.kind == Reach::Kind::products)
+    if (kind == Reach::Kind::products)
       (is_new && table == "PRODUCT" ? inserted : updated).insert(record);
-    else if (stands_for_record(reach.kind, table))
+    else if (stands_for_record(kind, table))
       ++(is_new ? changes.records.inserted : changes.records.updated);
   };
   for (ReachedRow& reached : after) {
     const std::string_view table = reached.row.table->name;
-    const auto known = before.find(row_name(table, reached.row.key));
-    const bool is_new = known == before.end();
-    std::string old = is_new ? std::string() : std::move(known->second.image);
-    if (!is_new) before.erase(known);
-    if (!is_new && are_same(old, reached.row.image)) continue;
-    if (table != "PROPERTY") count(table, reached.record, is_new);
+    std::string old;
+    if (const auto known = former.find(name_of(reached)); known != former.end()) {
+      old = std::move(known->second->row.image);
+      known->second->row.image.clear();
+      if (are_same(old, reached.row.image)) continue;
+    }
+    if (table != "PROPERTY") count(table, reached.record, old.empty());
     changes.rows.push_back(
         {0, std::string(table), std::move(reached.record), std::move(old), std::move(reached.row.image)});
   }
-  for (auto& [name, gone] : before) {
-    count(gone.table, gone.record, false);
-    changes.rows.push_back({0, std::move(gone.table), std::move(gone.record), std::move(gone.image), {}});
+  for (ReachedRow& gone : before) {
+    if (gone.row.image.empty()) continue;
+    const std::string_view table = gone.row.table->name;
+    count(table, gone.record, false);
+    changes.rows.push_back({0, std::string(table), std::move(gone.record), std::move(gone.row.image), {}});
   }
   for (const std::string& record : inserted) updated.erase(record);
   changes.records.inserted += static_cast<std::int32_t>(inserted.size());
@@ -113,27 +128,59 @@ Changes changes_between(const Reach& reach, std::string_view images_before, std:
   return changes;
 }
 
+// Rows of one table stand together, a line for each: record, image from before, image from behind. SEQUENCE is the number
+// of the last one. In journals of older releases each row stands by itself, with its record and its images in columns.
+std::string text_of(const JournaledRow& row) {
+  std::string text;
+  append_json_text(text, row.record);
+  return text.append("\t").append(row.before).append("\t").append(row.after).append("\n");
+}
+void append_rows(std::vector<JournaledRow>& rows, const std::vector<Variant>& kept) {
+  const std::int32_t sequence = kept[0].to_long();
+  const std::string table = kept[1].text_or_empty(), before = kept[3].text_or_empty(), after = kept[4].text_or_empty();
+  if (!after.starts_with('"')) {
+    rows.push_back({sequence, table, kept[2].text_or_empty(), before, after});
+    return;
+  }
+  const std::size_t first = rows.size();
+  for (const std::string& line : text::split(after, "\n")) {
+    if (line.empty()) continue;
+    std::vector<std::string> parts = text::split(line, "\t");
+    rows.push_back({0, table, text_of_json(parts[0]), std::move(parts[1]), std::move(parts[2])});
+  }
+  std::int32_t number = sequence - static_cast<std::int32_t>(rows.size() - first);
+  for (JournaledRow& row : std::span(rows).subspan(first)) row.sequence = ++number;
+}
+// Those that stand in the rows of the journal with this condition.
+std::vector<JournaledRow> read_rows(store::Session& session, std::int32_t upload, std::int32_t most, const Sql& rest) {
+  Sql sql("SELECT ");
+  if (most > 0) sql << "TOP " << most << " ";
+  sql << "SEQUENCE, TABLENAME, RECORD, BEFOREIMAGE, AFTERIMAGE FROM MERCATO_UPLOAD_ROW WHERE UPLOADID = " << upload
+      << rest;
+  std::vector<JournaledRow> rows;
+  const store::Execution query = session.execute(sql);
+  std::vector<Variant> kept;
+  while (query.cursor->next()) {
+    query.cursor->read(kept);
+    append_rows(rows, kept);
+  }
+  return rows;
+}
+
 // A property that several parts give values of is one of them only.
 void drop_known_properties(store::Session& session, std::int32_t upload, std::vector<JournaledRow>& rows) {
   if (std::ranges::none_of(rows, [](const JournaledRow& row) { return row.table == "PROPERTY"; })) return;
   std::set<std::string> known;
-  const store::Execution query = session.execute(Sql("SELECT AFTERIMAGE FROM MERCATO_UPLOAD_ROW WHERE UPLOADID = ")
-                                                 << upload << " AND TABLENAME = 'PROPERTY' AND BEFOREIMAGE IS NULL");
-  std::vector<Variant> row;
-  while (query.cursor->next()) {
-    query.cursor->read(row);
-    known.insert(row[0].text_or_empty());
-  }
+  for (JournaledRow& row : read_rows(session, upload, 0, Sql(" AND TABLENAME = 'PROPERTY'")))
+    if (row.before.empty()) known.insert(std::move(row.after));
   std::erase_if(rows, [&](const JournaledRow& one) { return one.table == "PROPERTY" && known.contains(one.after); });
 }
 
-ChangedRecords settle(store::Session& session, std::int32_t upload, std::int32_t part, std::string_view reach_text,
-                      std::string_view images) {
-  const Reach reach = reach_of(reach_text);
-  Changes changes = changes_between(reach, images, rows_within(session, reach));
+ChangedRecords settle(store::Session& session, std::int32_t upload, Part part) {
+  Changes changes = changes_between(part.reach.kind, std::move(part.rows_before), rows_within(session, part.reach));
   drop_known_properties(session, upload, changes.rows);
   keep_rows(session, upload, changes.rows);
-  session.execute(Sql("DELETE FROM MERCATO_UPLOAD_PART WHERE UPLOADID = ") << upload << " AND PART = " << part);
+  session.execute(Sql("DELETE FROM MERCATO_UPLOAD_PART WHERE UPLOADID = ") << upload << " AND PART = " << part.number);
   session.execute(Sql("UPDATE MERCATO_UPLOAD SET INSERTED = INSERTED + ")
                   << changes.records.inserted << ", UPDATED = UPDATED + " << changes.records.updated
                   << " WHERE UPLOADID = " << upload);
@@ -141,16 +188,14 @@ ChangedRecords settle(store::Session& session, std::int32_t upload, std::int32_t
   return changes.records;
 }
 
-std::vector<JournaledRow> read_rows(store::Session& session, const Sql& sql) {
-  std::vector<JournaledRow> rows;
-  const store::Execution query = session.execute(sql);
+// As the store has it.
+Part stored_part(store::Session& session, std::int32_t upload, std::int32_t number) {
+  const store::Execution query = session.execute(Sql("SELECT REACH, IMAGES FROM MERCATO_UPLOAD_PART WHERE UPLOADID = ")
+                                                 << upload << " AND PART = " << number);
   std::vector<Variant> row;
-  while (query.cursor->next()) {
-    query.cursor->read(row);
-    rows.push_back({row[0].to_long(), row[1].text_or_empty(), row[2].text_or_empty(), row[3].text_or_empty(),
-                    row[4].text_or_empty()});
-  }
-  return rows;
+  query.cursor->next();
+  query.cursor->read(row);
+  return {number, reach_of(row[0].text_or_empty()), rows_in(row[1].text_or_empty())};
 }
 
 // The transaction at hand, or else one of its own.
@@ -175,12 +220,6 @@ class JoinedTransaction {
   store::PooledSession own_;
   store::Session* session_ = nullptr;
 };
-
-Sql first_rows(std::int32_t most) {
-  return Sql("SELECT TOP ") << most
-                            << " SEQUENCE, TABLENAME, RECORD, BEFOREIMAGE, AFTERIMAGE FROM MERCATO_UPLOAD_ROW "
-                               "WHERE UPLOADID = ";
-}
 
 }  // namespace
 
@@ -210,16 +249,22 @@ Journal::~Journal() {
 void Journal::before(Reach::Kind kind, std::span<const std::string> keys) {
   JoinedTransaction joined(connection_string_);
   store::Session& session = joined.session();
-  add(settle_parts(session, id_));
-  const store::TableInfo parts = table_of(session, "MERCATO_UPLOAD_PART");
+  add(settle_parts(session, id_, std::exchange(parts_, {})));
+  const store::TableInfo table = table_of(session, "MERCATO_UPLOAD_PART");
   const std::int32_t properties = kind == Reach::Kind::products ? largest_property(session) : 0;
   std::size_t begin = 0;
   do {
     const auto some = keys.subspan(begin, std::min(kKeysInPart, keys.size() - begin));
-    const Reach reach{kind, {some.begin(), some.end()}, properties};
-    const std::vector<Variant> part = {id_, next_part_++, exchange::text_of(reach),
-                                       text_of(rows_within(session, reach))};
-    session.copy_rows(parts, std::span(&part, 1));
+    Part& part = parts_.emplace_back();
+    part.number = next_part_++;
+    part.reach = {kind, {some.begin(), some.end()}, properties};
+    part.rows_before = rows_within(session, part.reach);
+    std::vector<Variant> row;
+    row.emplace_back(id_);
+    row.emplace_back(part.number);
+    row.emplace_back(exchange::text_of(part.reach));
+    row.emplace_back(text_of(part.rows_before));
+    session.copy_rows(table, std::span(&row, 1));
     begin += kKeysInPart;
   } while (begin < keys.size());
   renew_upload(session, id_);
@@ -228,7 +273,7 @@ void Journal::before(Reach::Kind kind, std::span<const std::string> keys) {
 
 void Journal::after() {
   JoinedTransaction joined(connection_string_);
-  const ChangedRecords changed = settle_parts(joined.session(), id_);
+  const ChangedRecords changed = settle_parts(joined.session(), id_, std::exchange(parts_, {}));
   joined.commit();
   add(changed);
 }
@@ -240,7 +285,7 @@ void Journal::add(const ChangedRecords& changed) {
 
 void Journal::inserted(const Reach& reach) {
   store::Session& session = store::UnitOfWork::current()->session(connection_string_);
-  Changes changes = changes_between(reach, {}, rows_within(session, reach));
+  Changes changes = changes_between(reach.kind, {}, rows_within(session, reach));
   keep_rows(session, id_, changes.rows);
   inserted_ += changes.records.inserted;
 }
@@ -256,12 +301,30 @@ void Journal::end(const UploadResult& outcome, std::span<const KeptFinding> find
 
 std::vector<JournaledRow> journaled_rows(store::Session& session, std::int32_t upload, std::int32_t beyond,
                                          std::int32_t most) {
-  return read_rows(session, first_rows(most) << upload << " AND SEQUENCE > " << beyond << " ORDER BY SEQUENCE");
+  std::vector<JournaledRow> rows;
+  while (rows.size() < static_cast<std::size_t>(most)) {
+    std::vector<JournaledRow> more =
+        read_rows(session, upload, kReadAtOnce, Sql(" AND SEQUENCE > ") << beyond << " ORDER BY SEQUENCE");
+    if (more.empty()) break;
+    std::erase_if(more, [&](const JournaledRow& row) { return row.sequence <= beyond; });
+    beyond = more.back().sequence;
+    std::ranges::move(more, std::back_inserter(rows));
+  }
+  rows.resize(std::min(rows.size(), static_cast<std::size_t>(most)));
+  return rows;
 }
 
-std::vector<JournaledRow> journaled_rows_backwards(store::Session& session, std::int32_t upload, std::int32_t below,
-                                                   std::int32_t most) {
-  return read_rows(session, first_rows(most) << upload << " AND SEQUENCE < " << below << " ORDER BY SEQUENCE DESC");
+std::vector<JournaledRow> journaled_rows_backwards(store::Session& session, std::int32_t upload, std::int32_t below) {
+  std::vector<JournaledRow> rows;
+  while (rows.size() < kRowsTogether) {
+    std::vector<JournaledRow> more =
+        read_rows(session, upload, kReadAtOnce, Sql(" AND SEQUENCE < ") << below << " ORDER BY SEQUENCE DESC");
+    if (more.empty()) break;
+    std::ranges::sort(more, std::greater(), &JournaledRow::sequence);
+    below = more.back().sequence;
+    std::ranges::move(more, std::back_inserter(rows));
+  }
+  return rows;
 }
 
 void keep_rows(store::Session& session, std::int32_t upload, std::span<const JournaledRow> rows) {
@@ -269,32 +332,32 @@ void keep_rows(store::Session& session, std::int32_t upload, std::span<const Jou
   const store::TableInfo table = table_of(session, "MERCATO_UPLOAD_ROW");
   std::int32_t sequence =
       number_of(session, Sql("SELECT MAX(SEQUENCE) FROM MERCATO_UPLOAD_ROW WHERE UPLOADID = ") << upload);
-  const auto image = [](const std::string& text) { return text.empty() ? Variant(kNull) : Variant(text); };
-  std::vector<std::vector<Variant>> batch;
-  for (const JournaledRow& row : rows) {
-    batch.push_back({upload, ++sequence, row.table, row.record, image(row.before), image(row.after)});
-    if (batch.size() < kRowsInBatch && &row != &rows.back()) continue;
-    session.copy_rows(table, batch);
-    batch.clear();
+  std::vector<std::vector<Variant>> together;
+  for (std::size_t next = 0; next < rows.size();) {
+    const std::size_t first = next;
+    std::string text;
+    do text += text_of(rows[next++]);
+    while (next < rows.size() && rows[next].table == rows[first].table && next - first < kRowsTogether &&
+           text.size() < kBytesTogether);
+    sequence += static_cast<std::int32_t>(next - first);
+    std::vector<Variant>& row = together.emplace_back();
+    row = {upload, sequence, rows[first].table, kNull, kNull, kNull};
+    row.back() = std::move(text);
   }
+  session.copy_rows(table, together);
 }
 
-ChangedRecords settle_parts(store::Session& session, std::int32_t upload) {
+ChangedRecords settle_parts(store::Session& session, std::int32_t upload, std::vector<Part> known) {
   ChangedRecords all;
-  for (;;) {
-    std::vector<Variant> part;
-    {
-      const store::Execution query =
-          session.execute(Sql("SELECT TOP 1 PART, REACH, IMAGES FROM MERCATO_UPLOAD_PART WHERE UPLOADID = ")
-                          << upload << " ORDER BY PART");
-      if (!query.cursor->next()) return all;
-      query.cursor->read(part);
-    }
+  while (const std::int32_t number =
+             number_of(session, Sql("SELECT MIN(PART) FROM MERCATO_UPLOAD_PART WHERE UPLOADID = ") << upload)) {
+    const auto part = std::ranges::find(known, number, &Part::number);
     const ChangedRecords changed =
-        settle(session, upload, part[0].to_long(), part[1].text_or_empty(), part[2].text_or_empty());
+        settle(session, upload, part != known.end() ? std::move(*part) : stored_part(session, upload, number));
     all.inserted += changed.inserted;
     all.updated += changed.updated;
   }
+  return all;
 }
 
 void settle_if_cut_short(store::Session& session, const Upload& upload) {
@@ -311,17 +374,14 @@ void settle_if_cut_short(store::Session& session, const Upload& upload) {
 
 std::map<std::string, std::int32_t> changed_rows_of_records(store::Session& session, std::int32_t upload,
                                                             std::string_view table) {
-  Sql sql = Sql("SELECT RECORD, COUNT(*) FROM MERCATO_UPLOAD_ROW WHERE UPLOADID = ") << upload;
-  if (!table.empty()) sql << " AND TABLENAME = " << value(GetSqlLiterals().TextToSql(table));
-  sql << " GROUP BY RECORD";
   std::map<std::string, std::int32_t> counts;
-  const store::Execution query = session.execute(sql);
-  std::vector<Variant> row;
-  while (query.cursor->next()) {
-    query.cursor->read(row);
-    counts[row[0].text_or_empty()] = row[1].to_long();
+  for (std::int32_t beyond = 0;;) {
+    const std::vector<JournaledRow> rows = journaled_rows(session, upload, beyond, kRowsTogether);
+    if (rows.empty()) return counts;
+    beyond = rows.back().sequence;
+    for (const JournaledRow& row : rows)
+      if (table.empty() || row.table == table) ++counts[row.record];
   }
-  return counts;
 }
 
 }  // namespace mercato::exchange

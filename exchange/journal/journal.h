@@ -23,6 +23,13 @@ struct ChangedRecords {
   std::int32_t updated = 0;
 };
 
+// Which rows a part of an upload can touch, and how they were before it.
+struct Part {
+  std::int32_t number = 0;  // from 1
+  Reach reach;
+  std::vector<ReachedRow> rows_before;
+};
+
 class Journal {
  public:
   // The upload runs from now on. Raises what the store raises.
@@ -64,6 +71,7 @@ class Journal {
   bool is_own_ = false;  // it is to be ended
   std::vector<Upload> earlier_;
   std::int32_t next_part_ = 1;
+  std::vector<Part> parts_;  // as the store has them, unless a transaction took them back
   std::int32_t inserted_ = 0;
   std::int32_t updated_ = 0;
 };
@@ -79,13 +87,13 @@ struct JournaledRow {
 // Those with numbers beyond `beyond`, at most so many, in their order.
 std::vector<JournaledRow> journaled_rows(store::Session& session, std::int32_t upload, std::int32_t beyond,
                                          std::int32_t most);
-// The same backwards, those with numbers below.
-std::vector<JournaledRow> journaled_rows_backwards(store::Session& session, std::int32_t upload, std::int32_t below,
-                                                   std::int32_t most);
+// Backwards, some of those with numbers below one that this has answered before; none when there are none.
+std::vector<JournaledRow> journaled_rows_backwards(store::Session& session, std::int32_t upload, std::int32_t below);
 void keep_rows(store::Session& session, std::int32_t upload, std::span<const JournaledRow> rows);
 
-// Tells the rows of all parts apart that the upload has left, in the transaction of the caller.
-ChangedRecords settle_parts(store::Session& session, std::int32_t upload);
+// Tells the rows of all parts apart that the upload has left, in the transaction of the caller. Those that are not `known`
+// are read.
+ChangedRecords settle_parts(store::Session& session, std::int32_t upload, std::vector<Part> known = {});
 // The same for an upload whose process is gone, which has failed then; one of a host is left to be ended by a host.
 void settle_if_cut_short(store::Session& session, const Upload& upload);
 

@@ -20,17 +20,31 @@ class Reader {
       if (records_.emplace(id, std::move(part_number)).second) ids_.push_back(id);
   }
 
+  // The same, and their rows.
+  void add_products(std::span<const std::string> part_numbers) {
+    for (ImagedRow& row : imaged_rows(session_,
+                                      {.table = "PRODUCT",
+                                      .column = "BUYFROMPARTNUMBER",
+                                      .is_text = true,
+                                      .note = {"PRODUCTID", "BUYFROMPARTNUMBER"}},
+                                      part_numbers)) {
+      const auto [known, is_new] = records_.emplace(row.noted[0], row.noted[1]);
+      if (!is_new) continue;
+      ids_.push_back(known->first);
+      add(std::move(row), known->second);
+    }
+  }
+
   // Of the products that were found before.
-  void add_rows_of_products(std::string_view table) {
+  void add_rows_of_products(std::string_view table, std::int32_t properties_above = 0) {
     for (ImagedRow& row :
          imaged_rows(session_, {.table = table, .column = "PRODUCTID", .note = {"PRODUCTID", "PROPERTYID"}}, ids_)) {
-      if (!row.noted[1].empty()) properties_.insert(row.noted[1]);
+      if (!row.noted[1].empty() && std::stol(row.noted[1]) > properties_above) properties_.insert(row.noted[1]);
       add(std::move(row), records_.at(row.noted[0]));
     }
   }
-  // Of those that the values are of.
-  void add_properties_above(std::int32_t id) {
-    std::erase_if(properties_, [&](const std::string& property) { return std::stol(property) <= id; });
+  // Of those above that the values are of.
+  void add_properties() {
     add_rows("PROPERTY", "PROPERTYID", {properties_.begin(), properties_.end()}, {"PROPERTYNAME"});
   }
   // `named_by`: the columns that make up what people know a row by.
@@ -63,10 +77,10 @@ std::vector<ReachedRow> rows_within(store::Session& session, const Reach& reach)
   Reader reader(session);
   switch (reach.kind) {
     case Reach::Kind::products:
-      reader.find_products(reach.keys);
-      for (const std::string_view table : {"PRODUCT", "PRODUCTPROPVALUE", "PRODUCTSBYCATEGORY", "PRODUCTBUYER"})
-        reader.add_rows_of_products(table);
-      reader.add_properties_above(reach.properties_above);
+      reader.add_products(reach.keys);
+      for (const std::string_view table : {"PRODUCTPROPVALUE", "PRODUCTSBYCATEGORY", "PRODUCTBUYER"})
+        reader.add_rows_of_products(table, reach.properties_above);
+      reader.add_properties();
       break;
     case Reach::Kind::prices:
       reader.find_products(reach.keys);

@@ -28,6 +28,7 @@ struct ReachedRow {
   ImagedRow row;
   std::string record;  // what people know it by
 };
+// Of all tables together, those of each in no order.
 std::vector<ReachedRow> rows_within(store::Session& session, const Reach& reach);
 std::int32_t largest_property(store::Session& session);
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "frame/util.h"
@@ -29,20 +30,15 @@ std::string text_in(const Json& image, std::string_view column) {
 
 std::string written(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
-// A text as JSON has it. Nearly all of them are plain.
-void append_text(std::string& json, const std::string& text) {
-  const auto is_plain = [](char character) {
-    return character >= ' ' && character <= '~' && character != '"' && character != '\\';
-  };
-  if (std::ranges::all_of(text, is_plain))
-    json.append("\"").append(text).append("\"");
-  else
-    json += written(Json(text));
+template <class Number>
+void append_number(std::string& json, Number number) {
+  std::array<char, 24> digits;
+  json.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
 }
 
 // A value as JSON has it.
 void append_value(std::string& json, const Variant& value) {
-  if (value.is_text()) return append_text(json, value.text_value());
+  if (value.is_text()) return append_json_text(json, value.text_value());
   switch (value.type()) {
     case Variant::Type::null:
       json += "null";
@@ -51,7 +47,14 @@ void append_value(std::string& json, const Variant& value) {
       json += value.boolean_value() ? "true" : "false";
       return;
     case Variant::Type::real:
-      json += written(Json(value.double_value()));
+      // Quantities are whole nearly all of them.
+      if (const double number = value.double_value();
+          !std::signbit(number) && number < 1e15 && number == std::floor(number)) {
+        append_number(json, static_cast<std::int64_t>(number));
+        json += ".0";
+      } else {
+        json += written(Json(number));
+      }
       return;
     case Variant::Type::currency:
       json.append("\"").append(value.currency_value().fixed_text()).append("\"");
@@ -61,10 +64,10 @@ void append_value(std::string& json, const Variant& value) {
       return;
     case Variant::Type::short_integer:
     case Variant::Type::long_integer:
-      json += value.to_text();
+      append_number(json, value.to_long());
       return;
     default:
-      append_text(json, value.to_text());
+      append_json_text(json, value.to_text());
   }
 }
 
@@ -179,14 +182,14 @@ void append(std::vector<ImagedRow>& rows, store::Session& session, const RowsAsk
   }
 }
 
-// Without the member of the stamp, which holds no character that a text would write otherwise.
-std::string without_stamp(std::string_view image) {
-  const std::string member = "\"" + std::string(kStamp) + "\":\"";
-  const std::size_t begin = image.find(member);
-  if (begin == std::string_view::npos) return std::string(image);
-  std::size_t end = image.find('"', begin + member.size()) + 1;
+// What stands before the member of the stamp and behind it. It holds no character that a text would write otherwise.
+std::pair<std::string_view, std::string_view> around_stamp(std::string_view image) {
+  static const std::string kMember = "\"" + std::string(kStamp) + "\":\"";
+  const std::size_t begin = image.find(kMember);
+  if (begin == std::string_view::npos) return {image, {}};
+  std::size_t end = image.find('"', begin + kMember.size()) + 1;
   if (image.substr(end).starts_with(',')) ++end;
-  return std::string(image.substr(0, begin)).append(image.substr(end));
+  return {image.substr(0, begin), image.substr(end)};
 }
 
 }  // namespace
@@ -249,6 +252,22 @@ std::vector<ImagedRow> identified_rows(store::Session& session, const JournaledT
       values);
 }
 
+// Nearly all texts are plain.
+void append_json_text(std::string& json, const std::string& text) {
+  bool is_plain = true;
+  for (const char character : text)
+    is_plain &= character >= ' ' && character <= '~' && character != '"' && character != '\\';
+  if (is_plain)
+    json.append("\"").append(text).append("\"");
+  else
+    json += written(Json(text));
+}
+
+std::string text_of_json(std::string_view json) {
+  if (json.find('\\') == std::string_view::npos) return std::string(json.substr(1, json.size() - 2));
+  return Json::parse(json).get<std::string>();
+}
+
 std::string value_in(std::string_view image, std::string_view column) { return text_in(Json::parse(image), column); }
 
 std::string key_of(const JournaledTable& table, std::string_view image) { return key_in(table, Json::parse(image)); }
@@ -265,7 +284,11 @@ std::vector<Variant> row_of(const store::TableInfo& table, std::string_view imag
 }
 
 bool are_same(std::string_view one, std::string_view other) {
-  return one == other || without_stamp(one) == without_stamp(other);
+  if (one == other) return true;
+  const auto [head, tail] = around_stamp(one);
+  const auto [other_head, other_tail] = around_stamp(other);
+  if (head.size() == other_head.size()) return head == other_head && tail == other_tail;
+  return std::string(head).append(tail) == std::string(other_head).append(other_tail);
 }
 
 std::vector<ChangedField> changed_fields(std::string_view before, std::string_view after) {

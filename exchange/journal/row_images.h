@@ -53,6 +53,9 @@ std::vector<std::pair<std::string, std::string>> product_ids(store::Session& ses
 std::vector<ImagedRow> identified_rows(store::Session& session, const JournaledTable& table,
                                        std::span<const std::string> values);
 
+// As images have it, quotes included.
+void append_json_text(std::string& json, const std::string& text);
+std::string text_of_json(std::string_view json);
 // The text of one column of an image; empty for Null.
 std::string value_in(std::string_view image, std::string_view column);
 // The key of a row with this image.

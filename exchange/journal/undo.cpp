@@ -70,7 +70,7 @@ class Undoing {
   Undone run() {
     std::int32_t below = std::numeric_limits<std::int32_t>::max();
     for (;;) {
-      const std::vector<JournaledRow> rows = journaled_rows_backwards(session_, upload_, below, kRowsAtOnce);
+      const std::vector<JournaledRow> rows = journaled_rows_backwards(session_, upload_, below);
       if (rows.empty()) break;
       below = rows.back().sequence;
       take_back(rows);

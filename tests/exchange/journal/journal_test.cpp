@@ -87,7 +87,51 @@ TEST_F(Journals, OfMoreRecordsThanOnePartHoldsKeepAll) {
               [](int number) { return "'M', 'many', 'N" + std::to_string(number) + "'"; });
   journal.end({}, {});
   EXPECT_EQ(journal.rows_inserted(), 1203);
-  EXPECT_EQ(value_of("SELECT COUNT(*) FROM MERCATO_UPLOAD_ROW").to_long(), 1203);
+  const store::PooledSession session = store::acquire_session(connection_string());
+  const auto rows = exchange::journaled_rows(*session.get(), journal.id(), 0, 2000);
+  ASSERT_EQ(rows.size(), 1203u);
+  for (std::size_t number = 0; number < rows.size(); ++number) {
+    ASSERT_EQ(rows[number].sequence, static_cast<std::int32_t>(number + 1));
+    ASSERT_EQ(rows[number].record, exchange::value_in(rows[number].after, "BUYFROMPARTNUMBER"));
+  }
+  // Wherever one goes on reading, or stops.
+  for (const auto& [beyond, most] : {std::pair{499, 3}, std::pair{500, 1}, std::pair{702, 600}, std::pair{1202, 5}}) {
+    const auto some = exchange::journaled_rows(*session.get(), journal.id(), beyond, most);
+    ASSERT_EQ(some.size(),
+              std::min<std::size_t>(static_cast<std::size_t>(most), rows.size() - static_cast<std::size_t>(beyond)));
+    EXPECT_EQ(some.front().sequence, beyond + 1);
+    EXPECT_EQ(some.back().record, rows[static_cast<std::size_t>(some.back().sequence - 1)].record);
+  }
+  EXPECT_EQ(exchange::journaled_rows(*session.get(), journal.id(), 1203, 5).size(), 0u);
+  EXPECT_EQ(undo(journal.id()).deleted, 1203u);
+}
+
+// A journal of an older release has a row for each row.
+TEST_F(Journals, OfOlderReleasesAreReadAndTakenBackLikeOthers) {
+  const auto before = contents();
+  const std::int32_t id =
+      upload({kUpdate, kInsert, kInsertValue, kDeleteValue,
+              "UPDATE PRODUCT SET PRODUCTREMARK = N'tab\tand \"quotes\", 100 €' WHERE PRODUCTID = 2"});
+  const auto rows = rows_of(id);
+  ASSERT_EQ(rows.size(), 5u);
+  const Left changes = changes_of(id);
+  execute({"DELETE FROM MERCATO_UPLOAD_ROW"});
+  const auto literal = [](const std::string& text) { return text.empty() ? std::string("NULL") : "N'" + text + "'"; };
+  for (const exchange::JournaledRow& row : rows)
+    execute(
+        {"INSERT INTO MERCATO_UPLOAD_ROW (UPLOADID, SEQUENCE, TABLENAME, RECORD, BEFOREIMAGE, AFTERIMAGE) VALUES (" +
+         std::to_string(id) + ", " + std::to_string(row.sequence) + ", '" + row.table + "', " + literal(row.record) +
+         ", " + literal(row.before) + ", " + literal(row.after) + ")"});
+  const auto read = rows_of(id);
+  ASSERT_EQ(read.size(), rows.size());
+  for (std::size_t place = 0; place < rows.size(); ++place) {
+    EXPECT_EQ(read[place].sequence, rows[place].sequence);
+    EXPECT_EQ(read[place].before, rows[place].before);
+    EXPECT_EQ(read[place].after, rows[place].after);
+  }
+  EXPECT_EQ(changes_of(id), changes);
+  EXPECT_EQ(undo(id).left.size(), 0u);
+  EXPECT_EQ(contents(), before);
 }
 
 TEST_F(Journals, OfCodesKeepCodesAndCommodities) {
