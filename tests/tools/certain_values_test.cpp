@@ -30,6 +30,8 @@ TEST_F(CertainValues, AreWantedOfProductsAndPrices) {
   };
   expect_refused(with({"--from", "04/03/2026", "--price", "5"}),
                  "mercato: PRICEEFFECTIVEDATE \"04/03/2026\": it can be read as two dates." + advice);
+  expect_refused({"price", "for", "1", "--quantity", "9", "--currency", "EUR", "--date", "04/03/2026"},
+                 "mercato: PRICEEFFECTIVEDATE \"04/03/2026\": it can be read as two dates." + advice);
   expect_refused(with({"--from", "2026-03-04", "--price", "1,250"}),
                  "mercato: PRICE \"1,250\": it can be read as two numbers." + advice);
   EXPECT_EQ(run(with({"--from", "2026-03-04", "--until", "2026-12-31", "--price", "1.25"})).status, 0);

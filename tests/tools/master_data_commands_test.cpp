@@ -371,7 +371,7 @@ TEST_F(MasterData, PriceLinesAreWrittenListedAndFound) {
               "product 1, quantity 99, on 2026-09-01, in EUR: PRICE 4.2, DISCOUNTPERC 0, DISCOUNTAMOUNT 0, "
               "PRICETAXPERCENTAGE 19, FREIGHTCOST 0.\n");
   const json in_dollars =
-      answer({"price", "for", "1", "--quantity", "99.5", "--currency", "USD", "--date", "9/1/2026"});
+      answer({"price", "for", "1", "--quantity", "99.5", "--currency", "USD", "--date", "2026-09-01"});
   EXPECT_EQ(in_dollars.at("PRICE").at("value"), "3.8500");
   EXPECT_EQ(in_dollars.at("DISCOUNTPERC").at("value"), "2.3400");
   EXPECT_EQ(in_dollars.at("FREIGHTCOST").at("value"), "13.7500");

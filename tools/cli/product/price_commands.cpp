@@ -107,6 +107,7 @@ int set(const PriceLine& given, const OutputOptions& output) {
 
 int price_for(const PriceQuestion& given, const OutputOptions& output) {
   const std::int32_t id = find_product(given.product).id;
+  if (!given.date.empty()) require_certain(upload::kPriceDocument, Array{"PRICEEFFECTIVEDATE"}, Array{given.date});
   const Date date = given.date.empty() ? Date(std::floor(clock::now().days())) : date_of(given.date);
   const auto attributes =
       call(create_root(kProgId), "getCatalogPriceAttributes", {id, date, given.currency, given.quantity})
