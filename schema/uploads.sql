@@ -49,7 +49,7 @@ CREATE TABLE MERCATO_UPLOAD_PART (
 
 -- Rows of one table that an upload has changed: what each was and what it became, as the columns that are not Null. Without
 -- the one the row was inserted, without the other deleted. AFTERIMAGE has a line for each: what people know it by, before,
--- after, with tabs between them. SEQUENCE is the number of the last one. In journals of older releases each row stands by
+-- after, with tabs between them; of a changed row what is other after. SEQUENCE is the number of the last one. In journals of older releases each row stands by
 -- itself, in all six columns.
 CREATE TABLE MERCATO_UPLOAD_ROW (
   UPLOADID int NOT NULL,

@@ -13,6 +13,7 @@
 #include "mercato/raised_error.h"
 #include "platform/store/session_pool.h"
 #include "platform/store/unit_of_work.h"
+#include "values/same_text.h"
 #include "values/text.h"
 
 namespace mercato::exchange {
@@ -35,6 +36,8 @@ bool stands_for_record(Reach::Kind kind, std::string_view table) {
       return table == "UNSPSCCODES";
     case Reach::Kind::catalog:
       return table == "CATALOG";
+    case Reach::Kind::groups:
+      return table == "CATALOGNODE";
   }
   return false;
 }
@@ -50,6 +53,15 @@ std::int32_t number_of(store::Session& session, const Sql& sql) {
 store::TableInfo table_of(store::Session& session, std::string_view name) {
   if (const store::TableInfo* info = session.table(name)) return *info;
   raise(error_number::kStatementRefused, {}, "Invalid object name '" + std::string(name) + "'");
+}
+
+// As the store compares them: each row is of one part only.
+std::vector<std::string> distinct(std::span<const std::string> keys) {
+  std::vector<std::string> all;
+  std::unordered_set<std::string> seen;
+  for (const std::string& key : keys)
+    if (seen.insert(text::folded(text::without_trailing_blanks(key))).second) all.push_back(key);
+  return all;
 }
 
 // A line for each row: table, key, record, image. The last three are JSON, which has no tabs and line breaks of its own.
@@ -128,12 +140,14 @@ Changes changes_between(Reach::Kind kind, std::vector<ReachedRow> before, std::v
   return changes;
 }
 
-// Rows of one table stand together, a line for each: record, image from before, image from behind. SEQUENCE is the number
-// of the last one. In journals of older releases each row stands by itself, with its record and its images in columns.
+// Rows of one table stand together, a line for each: record, image from before, image from behind; of a row that was
+// changed only in what it differs. SEQUENCE is the number of the last one. In journals of older releases each row stands by itself, with its record and its images in columns.
 std::string text_of(const JournaledRow& row) {
   std::string text;
   append_json_text(text, row.record);
-  return text.append("\t").append(row.before).append("\t").append(row.after).append("\n");
+  text.append("\t").append(row.before).append("\t");
+  const bool is_changed = !row.before.empty() && !row.after.empty();
+  return text.append(is_changed ? differences(row.before, row.after) : row.after).append("\n");
 }
 void append_rows(std::vector<JournaledRow>& rows, const std::vector<Variant>& kept) {
   const std::int32_t sequence = kept[0].to_long();
@@ -146,6 +160,7 @@ void append_rows(std::vector<JournaledRow>& rows, const std::vector<Variant>& ke
   for (const std::string& line : text::split(after, "\n")) {
     if (line.empty()) continue;
     std::vector<std::string> parts = text::split(line, "\t");
+    if (!parts[1].empty() && !parts[2].empty()) parts[2] = with_differences(parts[1], parts[2]);
     rows.push_back({0, table, text_of_json(parts[0]), std::move(parts[1]), std::move(parts[2])});
   }
   std::int32_t number = sequence - static_cast<std::int32_t>(rows.size() - first);
@@ -252,9 +267,10 @@ void Journal::before(Reach::Kind kind, std::span<const std::string> keys) {
   add(settle_parts(session, id_, std::exchange(parts_, {})));
   const store::TableInfo table = table_of(session, "MERCATO_UPLOAD_PART");
   const std::int32_t properties = kind == Reach::Kind::products ? largest_property(session) : 0;
+  const std::vector<std::string> all = distinct(keys);
   std::size_t begin = 0;
   do {
-    const auto some = keys.subspan(begin, std::min(kKeysInPart, keys.size() - begin));
+    const auto some = std::span(all).subspan(begin, std::min(kKeysInPart, all.size() - begin));
     Part& part = parts_.emplace_back();
     part.number = next_part_++;
     part.reach = {kind, {some.begin(), some.end()}, properties};
@@ -266,7 +282,7 @@ void Journal::before(Reach::Kind kind, std::span<const std::string> keys) {
     row.emplace_back(text_of(part.rows_before));
     session.copy_rows(table, std::span(&row, 1));
     begin += kKeysInPart;
-  } while (begin < keys.size());
+  } while (begin < all.size());
   renew_upload(session, id_);
   joined.commit();
 }

@@ -57,6 +57,16 @@ class Reader {
       add(std::move(row), std::move(record));
     }
   }
+  void add_nodes_with_categories(std::span<const std::string> catalogs) {
+    std::set<std::string> categories;
+    for (ImagedRow& row : imaged_rows(
+             session_, {.table = "CATALOGNODE", .column = "CATALOGID", .note = {"NODENAME", "CATEGORYID"}}, catalogs)) {
+      if (!row.noted[1].empty()) categories.insert(row.noted[1]);
+      std::string name = row.noted[0];
+      add(std::move(row), std::move(name));
+    }
+    add_rows("PRODUCTCATEGORY", "CATEGORYID", {categories.begin(), categories.end()}, {"CATEGORYNAME"});
+  }
   std::vector<ReachedRow> found() && { return std::move(found_); }
 
  private:
@@ -69,7 +79,7 @@ class Reader {
   std::vector<ReachedRow> found_;
 };
 
-constexpr auto kNames = std::to_array<std::string_view>({"products", "prices", "codes", "catalog"});
+constexpr auto kNames = std::to_array<std::string_view>({"products", "prices", "codes", "catalog", "groups"});
 
 }  // namespace
 
@@ -93,6 +103,9 @@ std::vector<ReachedRow> rows_within(store::Session& session, const Reach& reach)
     case Reach::Kind::catalog:
       reader.add_rows("CATALOG", "CATALOGID", reach.keys, {"CATALOGNAME"});
       reader.add_rows("CATALOGNODE", "CATALOGID", reach.keys, {"NODENAME"});
+      break;
+    case Reach::Kind::groups:
+      reader.add_nodes_with_categories(reach.keys);
       break;
   }
   return std::move(reader).found();

@@ -17,6 +17,7 @@ struct Reach {
     prices,    // of these part numbers: the price lines
     codes,     // all UNSPSC codes and commodities
     catalog,   // the catalogue of this id, with its nodes
+    groups,    // the nodes of the catalogue of this id, and the categories that they show
   };
   Kind kind = Kind::products;
   std::vector<std::string> keys;

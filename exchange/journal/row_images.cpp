@@ -192,7 +192,70 @@ std::pair<std::string_view, std::string_view> around_stamp(std::string_view imag
   return {image.substr(0, begin), image.substr(end)};
 }
 
+// The members of an image, one after the other. Names are those of columns, and no value has members of its own.
+class Members {
+ public:
+  explicit Members(std::string_view image) : rest_(image) { next(); }
+  bool has_one() const { return !whole_.empty(); }
+  std::string_view name() const { return name_; }
+  std::string_view whole() const { return whole_; }  // with its value
+  std::string_view value() const { return whole_.substr(name_.size() + 3); }
+
+  void next() {
+    whole_ = {};
+    if (rest_.size() < 3) return;  // "}", or "{}"
+    rest_.remove_prefix(1);        // '{' or ','
+    name_ = rest_.substr(1, rest_.find('"', 1) - 1);
+    std::size_t end = name_.size() + 3;
+    if (rest_[end] == '"')
+      for (++end; rest_[end] != '"'; ++end)
+        if (rest_[end] == '\\') ++end;
+    while (rest_[end] != ',' && rest_[end] != '}') ++end;
+    whole_ = rest_.substr(0, end);
+    rest_.remove_prefix(end);
+  }
+
+ private:
+  std::string_view rest_, name_, whole_;
+};
+
+void append_member(std::string& image, std::string_view member) {
+  image.append(image.empty() ? "{" : ",").append(member);
+}
+
 }  // namespace
+
+std::string differences(std::string_view before, std::string_view after) {
+  std::string text;
+  Members old(before), now(after);
+  while (old.has_one() || now.has_one()) {
+    const bool is_gone = old.has_one() && (!now.has_one() || old.name() < now.name());
+    const bool is_new = !is_gone && (!old.has_one() || now.name() < old.name());
+    if (is_gone)
+      append_member(text, '"' + std::string(old.name()) + "\":null");
+    else if (is_new || old.whole() != now.whole())
+      append_member(text, now.whole());
+    if (!is_new) old.next();
+    if (!is_gone) now.next();
+  }
+  return text.empty() ? "{}" : text + "}";
+}
+
+std::string with_differences(std::string_view before, std::string_view differences) {
+  std::string text;
+  Members old(before), other(differences);
+  while (old.has_one() || other.has_one()) {
+    if (old.has_one() && (!other.has_one() || old.name() < other.name())) {
+      append_member(text, old.whole());
+      old.next();
+      continue;
+    }
+    if (other.value() != "null") append_member(text, other.whole());
+    if (old.has_one() && old.name() == other.name()) old.next();
+    other.next();
+  }
+  return text.empty() ? "{}" : text + "}";
+}
 
 std::span<const JournaledTable> journaled_tables() {
   static const auto kTables = std::to_array<JournaledTable>({
@@ -205,6 +268,7 @@ std::span<const JournaledTable> journaled_tables() {
       {"COMMODITY", {"COMMODITYCODE"}, "COMMODITYCODE", true},
       {"UNSPSCCODES", {"PARENTCODE", "UNSPSCCODE"}, "PARENTCODE", true},
       {"CATALOGNODE", {"NODEID"}, "NODEID"},
+      {"PRODUCTCATEGORY", {"CATEGORYID"}, "CATEGORYID"},
       {"CATALOG", {"CATALOGID"}, "CATALOGID"},
   });
   return kTables;

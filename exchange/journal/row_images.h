@@ -65,6 +65,11 @@ std::vector<Variant> row_of(const store::TableInfo& table, std::string_view imag
 // Whether two images differ in nothing but the moment at which a product was written.
 bool are_same(std::string_view one, std::string_view other);
 
+// An image as what it has other than the one from before: the members that differ, with null for those that are gone.
+// And back, to the same text.
+std::string differences(std::string_view before, std::string_view after);
+std::string with_differences(std::string_view before, std::string_view differences);
+
 // What two images differ in, by columns; "" stands for no row at all. The moment at which a product was written is left
 // out.
 struct ChangedField {

@@ -134,6 +134,30 @@ TEST_F(Journals, OfOlderReleasesAreReadAndTakenBackLikeOthers) {
   EXPECT_EQ(contents(), before);
 }
 
+TEST_F(Journals, OfAPartNumberThatComesTwiceKeepItsRowsOnce) {
+  std::vector<std::string> numbers(700, "P-1");
+  numbers.emplace_back("p-1 ");
+  const std::int32_t id = upload({kUpdate}, Kind::products, numbers);
+  EXPECT_EQ(changes_of(id), Left{"updated PRODUCT P-1"});
+  EXPECT_EQ(kept(id).counts, (exchange::UploadCounts{3, 0, 1, 0, 0, 0}));
+}
+
+TEST_F(Journals, OfGroupsKeepNodesAndTheirCategories) {
+  execute({"INSERT INTO CATALOG (CATALOGNAME) VALUES ('House')",
+           "INSERT INTO CATALOGNODE (CATALOGID, NODENAME, NODETYPE) VALUES (1, 'Paper', 0)"});
+  const auto before = contents();
+  const std::int32_t id = upload(
+      {"INSERT INTO PRODUCTCATEGORY (CATEGORYNAME) VALUES ('Paper')",
+       "UPDATE CATALOGNODE SET CATEGORYID = 1, NODETYPE = 1",
+       "INSERT INTO PRODUCTCATEGORY (CATEGORYNAME) VALUES ('A4')",
+       "INSERT INTO CATALOGNODE (CATALOGID, PARENTNODEID, NODENAME, NODETYPE, CATEGORYID) VALUES (1, 1, 'A4', 1, 2)"},
+      Kind::groups, {"1"});
+  EXPECT_EQ(changes_of(id), (Left{"inserted CATALOGNODE A4", "inserted PRODUCTCATEGORY A4",
+                                  "inserted PRODUCTCATEGORY Paper", "updated CATALOGNODE Paper"}));
+  EXPECT_EQ(undo(id).left.size(), 0u);
+  EXPECT_EQ(contents(), before);
+}
+
 TEST_F(Journals, OfCodesKeepCodesAndCommodities) {
   execute({"INSERT INTO UNSPSCCODES VALUES ('', '10', 1, 'Plants')"});
   const std::int32_t id = upload(
@@ -230,6 +254,20 @@ TEST_F(Journals, AreForgottenFromBeforeADay) {
   EXPECT_EQ(value_of("SELECT COUNT(*) FROM MERCATO_UPLOAD_ROW").to_long(), 1);
   EXPECT_EQ(raised_by([&] { kept(old); }).Description,
             "There is no upload 1; `mercato uploads list` shows those that are kept");
+}
+
+TEST(RowImages, AreTheSameAgainFromWhatTheyDifferIn) {
+  const std::string one = R"({"A":1,"B":"x, \"y\\","D":2.5,"F":"2026-01-05T10:11:12"})";
+  const struct {
+    std::string after, differences;
+  } cases[] = {{one, "{}"},
+               {R"({"A":2,"B":"x, \"y\\","D":2.5,"F":"2026-01-05T10:11:12"})", R"({"A":2})"},
+               {R"({"B":"}","C":true,"D":2.5})", R"({"A":null,"B":"}","C":true,"F":null})"},
+               {R"({"AA":"","G":-1})", R"({"A":null,"AA":"","B":null,"D":null,"F":null,"G":-1})"}};
+  for (const auto& [after, differences] : cases) {
+    EXPECT_EQ(exchange::differences(one, after), differences);
+    EXPECT_EQ(exchange::with_differences(one, differences), after);
+  }
 }
 
 TEST_F(Journals, KnowAFileByItsSha256) {
