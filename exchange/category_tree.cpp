@@ -2,7 +2,6 @@
 #include "exchange/category_tree.h"
 
 #include <algorithm>
-#include <vector>
 
 namespace mercato::exchange {
 namespace {
@@ -46,16 +45,24 @@ void CategoryTree::link(std::string_view number, std::string_view category) {
   ++links_;
 }
 
-void CategoryTree::finish() {
-  if (link_rows_) link_rows_->finish();
-  if (nodes_.empty()) return;
+std::vector<const std::pair<const std::string, CategoryTree::Node>*> CategoryTree::sorted() const {
   std::vector<const std::pair<const std::string, Node>*> sorted;
   sorted.reserve(nodes_.size());
   for (const auto& node : nodes_) sorted.push_back(&node);
   std::ranges::sort(sorted, {}, [](const auto* node) -> const std::string& { return node->first; });
+  return sorted;
+}
+
+void CategoryTree::for_each(const std::function<void(const ItemCategory&)>& take) const {
+  for (const auto* node : sorted()) take({node->first, node->second.parent, node->second.name, {}});
+}
+
+void CategoryTree::finish() {
+  if (link_rows_) link_rows_->finish();
+  if (nodes_.empty()) return;
   WrittenFile file(tree_file_);
   file.write("id,parent,name\n");
-  for (const auto* node : sorted) file.write(row({node->first, node->second.parent, node->second.name}));
+  for (const auto* node : sorted()) file.write(row({node->first, node->second.parent, node->second.name}));
   file.finish();
 }
 

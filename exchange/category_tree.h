@@ -4,10 +4,13 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "exchange/item.h"
 #include "exchange/item_documents.h"
@@ -24,6 +27,8 @@ class CategoryTree {
   // `category`: the id of a group, or a whole path "Tools > Drills", whose groups are added.
   void link(std::string_view number, std::string_view category);
   void finish();
+  // In the order of their ids.
+  void for_each(const std::function<void(const ItemCategory&)>& take) const;
 
   std::size_t categories() const { return nodes_.size(); }
   std::size_t links() const { return links_; }
@@ -33,6 +38,7 @@ class CategoryTree {
     std::string parent, name;
   };
   void add_path(std::string_view path);
+  std::vector<const std::pair<const std::string, Node>*> sorted() const;
 
   const std::string tree_file_;
   const std::string links_file_;

@@ -52,7 +52,7 @@ class Import final : public ItemSink {
   void category(ItemCategory category) override { categories_.add(category); }
   void link(std::string_view number, std::string_view category, Place place) override {
     static_cast<void>(place);
-    categories_.link(number, category);
+    link(number, category);
   }
   void left_out(std::string_view name, Place place) override {
     static_cast<void>(place);
@@ -84,7 +84,7 @@ class Import final : public ItemSink {
       ++report_.refused;
       return;
     }
-    for (const std::string& category : judged->categories) categories_.link(judged->number, category);
+    for (const std::string& category : judged->categories) link(judged->number, category);
     report_.unchanged_price_lines += judged->unchanged_prices;
     if (judged->is_unchanged)
       ++report_.unchanged;
@@ -103,6 +103,7 @@ class Import final : public ItemSink {
     if (!documents_ && options_.most_in_part == 0) open_documents();
     if (documents_) give_part();
     categories_.finish();
+    if (options_.take_category) categories_.for_each(options_.take_category);
     if (findings_) findings_->finish();
     report_.categories = categories_.categories();
     report_.links = categories_.links();
@@ -118,6 +119,11 @@ class Import final : public ItemSink {
   ImportReport& report() { return report_; }
 
  private:
+  void link(std::string_view number, std::string_view category) {
+    categories_.link(number, category);
+    if (options_.take_link) options_.take_link(number, category);
+  }
+
   void open_documents() {
     documents_ = std::make_unique<ItemDocuments>(options_.folder + "/products.xml", options_.folder + "/prices.xml");
   }

@@ -33,6 +33,9 @@ struct ImportOptions {
   std::function<void(const JudgedItem&, const std::vector<Finding>&)> take_refused = {};
   // Hears of each item's part number, good or refused; empty when none could be read.
   std::function<void(std::string_view)> take_number = {};
+  // Hears of each group of the supplier, when all are known, and of each product that is in one: its number, and the id.
+  std::function<void(const ItemCategory&)> take_category = {};
+  std::function<void(std::string_view, std::string_view)> take_link = {};
 };
 
 // Documents that are finished. Either may be without records.

@@ -56,7 +56,7 @@ TEST_F(ImportCommand, UploadsWhatIsGoodAndSaysWhatIsNot) {
           "them. "
           "Correct it, or say the decimal sign with --decimal.\n"
           "\n"
-          "3 categories and 2 products in them are not loaded: --to writes them, for `mercato catalog load`.\n"
+          "3 categories and 2 products in them are not loaded: --catalog loads them, --to writes them.\n"
           "\n"
           "read            4  records\n"
           "refused         2  for their values\n"
@@ -223,6 +223,101 @@ TEST_F(ImportCommand, WritesTheDocumentsInsteadOfUploadingThem) {
   EXPECT_EQ(run({"upload", folder + "/products.xml"}).status, 0);
   EXPECT_EQ(run({"prices", "upload", folder + "/prices.xml"}).status, 0);
   EXPECT_EQ(run({"catalog", "load", folder + "/categories.csv", "--name", "Of the supplier"}).status, 0);
+}
+
+// A node of the supplier's name is his group; what hangs in it stays.
+class ImportedGroups : public ImportCommand {
+ protected:
+  ImportedGroups() {
+    execute(
+        "INSERT INTO CATALOG (CATALOGNAME, ACTIVE) VALUES ('House', 1);\n"
+        "INSERT INTO CATALOGNODE (CATALOGID, NODENAME, SEQUENCE, NODETYPE) VALUES (1, 'SMALL PARTS', 4, 0);\n"
+        "INSERT INTO PRODUCT (PARTNUMBER, BUYFROMPARTNUMBER, PRODUCTDESCRIPTION, UNITCODE) VALUES ('P2', 'P2', 'Bolt', "
+        "'EA');\n");
+  }
+  std::string groups() {
+    return rows("SELECT NODEID, PARENTNODEID, NODENAME, NODETYPE, CATEGORYID FROM CATALOGNODE ORDER BY NODEID;\n") +
+           rows("SELECT CATEGORYID, CATEGORYNAME FROM PRODUCTCATEGORY ORDER BY CATEGORYID;\n") +
+           rows(
+               "SELECT P.BUYFROMPARTNUMBER, L.CATEGORYID, L.SEQUENCE FROM PRODUCTSBYCATEGORY L INNER JOIN PRODUCT P ON "
+               "P.PRODUCTID = L.PRODUCTID ORDER BY P.BUYFROMPARTNUMBER;\n");
+  }
+  json load(const std::string& parts, const Words& more = {}, int status = 3) {
+    Words words = {"import", file("parts.csv", parts), "--set", "UNITCODE=EA", "--catalog", "House"};
+    words.insert(words.end(), more.begin(), more.end());
+    return answer(words, status);
+  }
+  static json counts(int added, int there) {
+    return {{"read", added + there}, {"added", added}, {"there", there}, {"refused", 0}, {"refusals", json::array()}};
+  }
+};
+
+TEST_F(ImportedGroups, AreLoadedIntoACatalogueAndTakenBack) {
+  const std::string before = groups();
+  const json tried = load(kParts, {"--dry-run"});
+  EXPECT_EQ(tried["groups"], counts(2, 1));
+  EXPECT_EQ(tried["members"], counts(2, 0));
+  EXPECT_EQ(groups(), before);
+  const json loaded = load(kParts);
+  EXPECT_EQ(loaded["groups"], tried["groups"]);
+  EXPECT_EQ(loaded["members"], tried["members"]);
+  EXPECT_EQ(groups(),
+            "NODEID  PARENTNODEID  NODENAME     NODETYPE  CATEGORYID\n"
+            "1       -             SMALL PARTS  0         -\n"
+            "2       1             Bolts        1         1\n"
+            "3       1             Nuts         1         2\n"
+            "CATEGORYID  CATEGORYNAME\n"
+            "1           Bolts\n"
+            "2           Nuts\n"
+            "BUYFROMPARTNUMBER  CATEGORYID  SEQUENCE\n"
+            "P1                 2           1\n"
+            "P2                 1           1\n");
+  const std::string after = groups();
+  // A group that is there gets a category when products come to be in it.
+  const json again = load(kParts + "P5;Nail;4;EUR;Small parts;\n");
+  EXPECT_EQ(again["groups"], counts(0, 3));
+  EXPECT_EQ(again["members"], counts(1, 2));
+  EXPECT_EQ(rows("SELECT NODETYPE, CATEGORYID FROM CATALOGNODE WHERE NODEID = 1;\n"),
+            "NODETYPE  CATEGORYID\n1         3\n");
+  EXPECT_EQ(run({"uploads", "undo", "2"}).status, 0);
+  EXPECT_EQ(groups(), after);
+  EXPECT_EQ(run({"uploads", "undo", "1"}).status, 0);
+  EXPECT_EQ(groups(), before);
+}
+
+TEST_F(ImportedGroups, ThatCannotBeLoadedAreRefusedWithTheirProducts) {
+  const std::string long_name(300, 'x');
+  const std::string parts = "part number;description;category\nP1;Nut;" + long_name + " > Nuts\nP2;Bolt;Bolts\n";
+  const std::string before = groups();
+  const json taken_back = load(parts, {"--atomic"}, 1);
+  EXPECT_EQ(taken_back["takenBack"], true);
+  EXPECT_EQ(taken_back["groups"]["refused"], 3);
+  EXPECT_EQ(taken_back["members"]["refused"], 2);
+  EXPECT_EQ(groups(), before);
+  const ToolRun done = run({"import", file("parts.csv", parts), "--set", "UNITCODE=EA", "--catalog", "House"});
+  EXPECT_EQ(done.status, 3);
+  EXPECT_EQ(
+      done.out,
+      "parts.csv: csv, encoding UTF-8, separator ;, headers line 1\n"
+      "\n"
+      "Groups and products in them that were refused:\n"
+      "GROUPS   VALUES  FIRST                           REASON\n"
+      "group    1       xxxxxxxxxxxxxxxxxxxxxxxxxxxxx…  It is above itself, or what is above it was refused\n"
+      "group    1       xxxxxxxxxxxxxxxxxxxxxxxxxxxxx…  The name of a node takes at most 255 characters, not 300\n"
+      "product  1       P1                              Its group was refused\n"
+      "\n"
+      "read            2  records\n"
+      "refused         0  for their values\n"
+      "unchanged       1  and 0 price lines, which the store has just so\n"
+      "products        1  1 inserted, 0 updated, 0 unchanged, 0 refused, 0 left\n"
+      "prices          0  0 added, 0 changed, 0 unchanged, 0 refused, 0 left\n"
+      "groups          3  1 added, 0 there already, 2 refused\n"
+      "in them         2  1 added, 0 there already, 1 refused\n"
+      "upload          2  `mercato uploads undo 2` takes it back\n");
+  expect_wrong_usage({"import", "parts.csv", "--catalog", "House", "--to", "documents"},
+                     "--to writes documents and uploads nothing, so there is nothing to load into a catalogue; leave "
+                     "out --to or --catalog");
+  expect_refused({"import", "parts.csv", "--catalog", "Garden"}, "mercato: There is no catalogue Garden.\n");
 }
 
 TEST_F(ImportCommand, ReadsStandardInputAndTakesWhatIsAccepted) {

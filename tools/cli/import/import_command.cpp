@@ -7,6 +7,8 @@
 #include <iostream>
 #include <map>
 #include <optional>
+#include <set>
+#include <span>
 #include <string_view>
 
 #include "exchange/document_judging.h"
@@ -17,6 +19,7 @@
 #include "exchange/uploading/product_document.h"
 #include "exchange/uploading/rest_file.h"
 #include "frame/lib_error_handling.h"
+#include "keeping/group_loading.h"
 #include "keeping/product_keeping.h"
 #include "mercato/settings.h"
 #include "platform/files/files.h"
@@ -44,6 +47,7 @@ struct Given {
   bool without_journal = false;
   bool atomic = false;
   std::string missing;  // report, disable; empty: they are not looked for
+  std::string catalog;  // for the supplier's groups; empty: they are not loaded
   std::string format, mapping, supplier, to, encoding, sheet, language, territory, price_kind, findings, rest;
   std::vector<std::string> units, defaults;
   JudgingChoices judging;
@@ -189,6 +193,55 @@ void disable(MissingReport& missing, Journal* journal) {
   missing.are_disabled = true;
 }
 
+// What a file says of groups.
+class FileGroups {
+ public:
+  void listen(ImportOptions& options) {
+    options.take_category = [this](const ItemCategory& category) {
+      groups_.push_back({category.id, category.parent, category.name});
+    };
+    options.take_link = [this](std::string_view number, std::string_view category) {
+      members_.push_back({std::string(number), std::string(category)});
+    };
+    options.take_number = [this, next = options.take_number](std::string_view number) {
+      if (next) next(number);
+      good_numbers_.emplace(number);
+    };
+    options.take_refused = [this, next = options.take_refused](const JudgedItem& item,
+                                                               const std::vector<Finding>& findings) {
+      if (next) next(item, findings);
+      good_numbers_.erase(item.number);
+    };
+  }
+
+  // In the transaction at hand.
+  void load(keeping::GroupLoading& loading, std::int32_t catalog, Journal* journal) const {
+    constexpr std::size_t kAtOnce = 500;
+    const std::vector<std::string> key = {std::to_string(catalog)};
+    if (journal != nullptr) journal->before(Reach::Kind::groups, key);
+    loading.load_groups(groups_, members_);
+    for (std::size_t begin = 0; begin < members_.size(); begin += kAtOnce) {
+      const auto some = std::span(members_).subspan(begin, std::min(kAtOnce, members_.size() - begin));
+      std::vector<std::string> numbers;
+      for (const keeping::GroupMember& member : some) numbers.push_back(member.number);
+      if (journal != nullptr) journal->before(Reach::Kind::products, numbers);
+      loading.load_members(some);
+    }
+    if (journal != nullptr) journal->after();
+  }
+  // As it would be after the upload of the file.
+  void try_out(keeping::GroupLoading& loading) const {
+    const OneTransaction never_committed;
+    loading.load_groups(groups_, members_);
+    loading.load_members(members_, [&](const std::string& number) { return good_numbers_.contains(number); });
+  }
+
+ private:
+  std::vector<keeping::SupplierGroup> groups_;
+  std::vector<keeping::GroupMember> members_;
+  std::set<std::string> good_numbers_;
+};
+
 MissingReport missing_in(const NamedProducts& named, const std::string& supplier) {
   MissingReport missing;
   missing.is_known = named.are_known();
@@ -197,8 +250,12 @@ MissingReport missing_in(const NamedProducts& named, const std::string& supplier
 }
 
 void end_journal(UploadJournal& journal, const ImportReport& report, const UploadTotals& totals,
-                 const std::optional<MissingReport>& missing) {
+                 const std::optional<MissingReport>& missing, const keeping::GroupLoading* groups) {
   std::vector<KeptFinding> findings;
+  if (groups != nullptr)
+    for (const keeping::GroupCounts* counts : {&groups->groups(), &groups->members()})
+      for (const auto& [reason, refusal] : counts->refusals)
+        findings.push_back({"refused", refusal.first, 0, {}, {}, reason});
   if (missing && missing->are_disabled)
     for (const MissingProduct& product : missing->products)
       findings.push_back({"missing", product.number, 0, {}, {}, "The file does not name it, so it was disabled."});
@@ -237,8 +294,16 @@ int import_one(const Given& given, const std::string& file, RestFile* rest, cons
   NamedProducts named;
   if (!given.missing.empty()) options.take_number = [&](std::string_view number) { named.add(number); };
   std::optional<MissingReport> missing;
+  FileGroups file_groups;
+  std::optional<keeping::NamedCatalog> catalog;
+  std::optional<keeping::GroupLoading> groups;
+  if (!given.catalog.empty()) {
+    catalog = keeping::catalog_named(given.catalog);
+    groups.emplace(*catalog);
+    file_groups.listen(options);
+  }
   const auto report_of = [&](ImportUse use, const ImportReport& report, const UploadTotals& totals) {
-    return told({file, use, report, totals, missing}, output);
+    return told({file, use, report, totals, missing, groups ? &*groups : nullptr}, output);
   };
   const PartTaker take_all = [](const ImportedPart&) { return true; };
   if (!given.to.empty()) {
@@ -253,6 +318,7 @@ int import_one(const Given& given, const std::string& file, RestFile* rest, cons
   if (given.dry_run) {
     const ImportReport report = import_file(options, take_all);
     if (!given.missing.empty()) missing = missing_in(named, given.supplier);
+    if (groups) file_groups.try_out(*groups);
     return report_of(ImportUse::looked_at, report, {});
   }
   const UploadInterruption interruption;
@@ -262,7 +328,13 @@ int import_one(const Given& given, const std::string& file, RestFile* rest, cons
   PartUpload upload("import-" + file_key_for(file), rest, journal.get(), given.atomic);
   const ImportReport report = import_file(options, [&](const ImportedPart& part) { return upload.take(part); });
   UploadTotals totals = upload.totals();
-  if (all_or_nothing && (report.refused > 0 || !totals.has_all() || !totals.stopped_by.empty())) {
+  if (groups && totals.stopped_by.empty()) {
+    const auto load = [&] { return file_groups.load(*groups, catalog->id, journal.get()), 0; };
+    all_or_nothing ? load() : kept(load);
+  }
+  const std::size_t groups_refused = groups ? groups->groups().refused() + groups->members().refused() : 0;
+  if (all_or_nothing && (report.refused + groups_refused > 0 || !totals.has_all() || !totals.stopped_by.empty())) {
+    if (groups) groups->take_back();
     all_or_nothing.reset();
     totals.take_back();
   } else if (!given.missing.empty() && totals.stopped_by.empty()) {
@@ -274,7 +346,7 @@ int import_one(const Given& given, const std::string& file, RestFile* rest, cons
       kept([&] { return disable(*missing, journal.get()), 0; });
   }
   if (all_or_nothing) all_or_nothing->commit();
-  end_journal(journal, report, totals, missing);
+  end_journal(journal, report, totals, missing, groups ? &*groups : nullptr);
   return report_of(ImportUse::uploaded, report, totals);
 }
 
@@ -289,6 +361,12 @@ int import_files(const Given& given, const OutputOptions& output) {
     std::cerr << alarming("mercato: ")
               << "--missing compares one file with all products of its supplier, so it takes one FILE, and needs "
                  "--supplier; --help says more.\n";
+    return kUsage;
+  }
+  if (!given.catalog.empty() && !given.to.empty()) {
+    std::cerr << alarming("mercato: ")
+              << "--to writes documents and uploads nothing, so there is nothing to load into a catalogue; leave out "
+                 "--to or --catalog; --help says more.\n";
     return kUsage;
   }
   if (given.propose) {
@@ -341,6 +419,11 @@ void add_import_command(Menu& menu) {
           "--missing", {"report", "disable"}, [&given = given](const std::string& what) { given.missing = what; },
           "Products of the supplier that the file does not name: tell them, or disable them, too")
       ->type_name("WHAT");
+  command
+      .add_option("--catalog", given.catalog,
+                  "Load the supplier's groups into this catalogue, too: nodes that are not there, and products into "
+                  "their categories")
+      ->type_name("CATALOG");
   command.add_flag("--dry-run", given.dry_run, "Judge and report, and upload nothing");
   command.add_option("--to", given.to, "Write the documents into this folder, and upload nothing")->type_name("FOLDER");
   command.add_option("--supplier", given.supplier, "The business partner whose products these are")->type_name("ID");

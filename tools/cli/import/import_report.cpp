@@ -64,13 +64,37 @@ void print_left_out(const ImportReport& report) {
 
 void print_categories(const ImportOutcome& outcome) {
   const ImportReport& report = outcome.report;
-  if (report.categories == 0 && report.links == 0) return;
+  if (outcome.groups != nullptr || (report.categories == 0 && report.links == 0)) return;
   std::cout << report.categories << (report.categories == 1 ? " category" : " categories") << " and "
             << counted(report.links, "product") << " in them";
   if (outcome.use == ImportUse::written)
     std::cout << ", in " << report.categories_file << (report.links > 0 ? " and " + report.links_file : "") << ".\n\n";
   else
-    std::cout << " are not loaded: --to writes them, for `mercato catalog load`.\n\n";
+    std::cout << " are not loaded: --catalog loads them, --to writes them.\n\n";
+}
+
+void print_refusals(const keeping::GroupLoading& groups) {
+  Table table({"GROUPS", "VALUES", "FIRST", "REASON"});
+  const std::pair<const char*, const keeping::GroupCounts*> kinds[] = {{"group", &groups.groups()},
+                                                                       {"product", &groups.members()}};
+  for (const auto& [what, counts] : kinds)
+    for (const auto& [reason, refusal] : counts->refusals)
+      table.add({what, std::to_string(refusal.count), shown(refusal.first, 30), shown(reason, 200)});
+  if (table.empty()) return;
+  std::cout << "Groups and products in them that were refused:\n";
+  table.print(std::cout);
+  std::cout << '\n';
+}
+
+void print_counts(const ImportOutcome& outcome) {
+  const char* const added = outcome.use == ImportUse::uploaded ? " added, " : " to be added, ";
+  const auto print = [&](const char* label, const keeping::GroupCounts& counts) {
+    print_count(label, counts.added + counts.there + counts.refused(),
+                "  " + std::to_string(counts.added) + added + std::to_string(counts.there) + " there already, " +
+                    std::to_string(counts.refused()) + " refused");
+  };
+  print("groups", outcome.groups->groups());
+  print("in them", outcome.groups->members());
 }
 
 void print(const MissingReport& missing) {
@@ -104,6 +128,7 @@ void print(const ImportOutcome& outcome) {
   print_refusals(totals);
   print_left_out(report);
   print_categories(outcome);
+  if (outcome.groups != nullptr) print_refusals(*outcome.groups);
   if (outcome.missing) print(*outcome.missing);
 
   print_count("read", report.read, "  records");
@@ -120,6 +145,7 @@ void print(const ImportOutcome& outcome) {
     print_count("good", report.products, outcome.use == ImportUse::written ? "  in products.xml" : "  not uploaded");
     print_count("prices", report.price_lines,
                 outcome.use == ImportUse::written ? "  price lines in prices.xml" : "  price lines, not uploaded");
+    if (outcome.groups != nullptr) print_counts(outcome);
     return;
   }
   const auto kind = [&](const UploadTotals::Kind& counts, std::size_t all, const char* label, const char* inserted,
@@ -132,13 +158,16 @@ void print(const ImportOutcome& outcome) {
   };
   kind(totals.products, report.products, "products", "inserted", "updated");
   kind(totals.prices, report.price_lines, "prices", "added", "changed");
+  if (outcome.groups != nullptr) print_counts(outcome);
   for (const std::string& file : totals.remaining_files) std::cout << "left in  " << file << '\n';
   if (!totals.stopped_by.empty())
     std::cout << bad("The import was ended early: ") << shown(totals.stopped_by, 500) << '\n';
   if (totals.taken_back) std::cout << bad("Nothing was written: all of the file or nothing was asked for.") << '\n';
   const auto changed = [](const UploadTotals::Kind& counts) { return counts.inserted + counts.updated; };
   const std::size_t disabled = outcome.missing && outcome.missing->are_disabled ? outcome.missing->products.size() : 0;
-  print_way_back(totals.journal, changed(totals.products) + changed(totals.prices) + disabled);
+  const std::size_t grouped =
+      outcome.groups != nullptr ? outcome.groups->groups().added + outcome.groups->members().added : 0;
+  print_way_back(totals.journal, changed(totals.products) + changed(totals.prices) + disabled + grouped);
 }
 
 gateway::Json json_of(const UploadTotals::Kind& counts, bool has_journal, std::size_t all, const char* inserted,
@@ -149,6 +178,17 @@ gateway::Json json_of(const UploadTotals::Kind& counts, bool has_journal, std::s
           {"unchanged", has_journal ? gateway::Json(counts.unchanged) : gateway::Json()},
           {"refused", counts.refused},
           {"left", counts.left}};
+}
+
+gateway::Json json_of(const keeping::GroupCounts& counts) {
+  gateway::Json refusals = gateway::Json::array();
+  for (const auto& [reason, refusal] : counts.refusals)
+    refusals.push_back({{"reason", reason}, {"count", refusal.count}, {"first", refusal.first}});
+  return {{"read", counts.added + counts.there + counts.refused()},
+          {"added", counts.added},
+          {"there", counts.there},
+          {"refused", counts.refused()},
+          {"refusals", std::move(refusals)}};
 }
 
 gateway::Json json_of(const exchange::Judge::UnknownCodes& codes) {
@@ -212,6 +252,10 @@ void print_json(const ImportOutcome& outcome) {
     json["interrupted"] = outcome.totals.interrupted;
     json["takenBack"] = outcome.totals.taken_back;
   }
+  if (outcome.groups != nullptr) {
+    json["groups"] = json_of(outcome.groups->groups());
+    json["members"] = json_of(outcome.groups->members());
+  }
   if (outcome.missing) {
     gateway::Json numbers = gateway::Json::array();
     for (const exchange::MissingProduct& product : outcome.missing->products) numbers.push_back(product.number);
@@ -245,7 +289,9 @@ int told(const ImportOutcome& outcome, const OutputOptions& output) {
   const UploadTotals& totals = outcome.totals;
   if (totals.interrupted) return kInterrupted;
   if (!totals.stopped_by.empty() || totals.taken_back || outcome.report.read == 0) return kFailed;
-  return outcome.report.refused == 0 && totals.has_all() ? kDone : kDoneInPart;
+  const std::size_t refused =
+      outcome.groups != nullptr ? outcome.groups->groups().refused() + outcome.groups->members().refused() : 0;
+  return outcome.report.refused + refused == 0 && totals.has_all() ? kDone : kDoneInPart;
 }
 
 }  // namespace mercato::cli

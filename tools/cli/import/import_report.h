@@ -11,6 +11,7 @@
 
 #include "exchange/importing.h"
 #include "exchange/missing_products.h"
+#include "keeping/group_loading.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/upload/report_printing.h"
 
@@ -59,6 +60,7 @@ struct ImportOutcome {
   const exchange::ImportReport& report;
   const UploadTotals& totals;
   const std::optional<MissingReport>& missing;
+  const keeping::GroupLoading* groups;  // null when they were not asked for
 };
 
 // Prints it, and answers the exit status.
