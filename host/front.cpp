@@ -94,6 +94,12 @@ class AnyConnection {
   virtual void end() = 0;
 };
 
+// Somebody who waits for events, and what he is to be told of them.
+struct Listener {
+  std::shared_ptr<EventSource> events;
+  std::function<void(std::optional<std::string>)> tell;
+};
+
 }  // namespace
 
 class FrontInside {
@@ -107,6 +113,12 @@ class FrontInside {
   }
   void end_on_signals();
   void end();
+
+  // Asks for what he is to be told. All listeners together take one worker at a time, however many they are.
+  void ask_for(Listener listener) {
+    listeners_.push_back(std::move(listener));
+    if (!asking_) ask_for_all();
+  }
 
   void left(AnyConnection* connection) {
     connections_.erase(connection);
@@ -126,8 +138,11 @@ class FrontInside {
   tcp::acceptor acceptor_{context_};
   asio::steady_timer sweeper_{context_};
   std::optional<asio::signal_set> signals_;
+  std::vector<Listener> listeners_;  // who has not been asked for
+  bool asking_ = false;
 
  private:
+  void ask_for_all();
   void accept();
   void sweep();
   void begin_end();
@@ -368,12 +383,9 @@ class Connection : public AnyConnection, public std::enable_shared_from_this<Con
     phase_ = Phase::events;
     deadline_ = Clock::time_point::max();
     if (front_.ending_) return close();
-    const bool taken = front_.workers_.add([self = this->shared_from_this()]() mutable {
-      auto told = std::make_shared<std::optional<std::string>>(self->events_->next());
-      asio::io_context& context = self->front_.context_;
-      asio::post(context, [self = std::move(self), told] { self->write_events(std::move(*told)); });
-    });
-    if (!taken) wait_for_events();
+    front_.ask_for({events_, [self = this->shared_from_this()](std::optional<std::string> told) {
+                      self->write_events(std::move(told));
+                    }});
   }
   void write_events(std::optional<std::string> told) {
     if (!told) return end_politely();
@@ -447,6 +459,29 @@ FrontInside::FrontInside(FrontOptions options, Service& service, Workers& worker
   if (!failure) acceptor_.bind(endpoint, failure);
   if (!failure) acceptor_.listen(asio::socket_base::max_listen_connections, failure);
   if (failure) cannot_listen(options_, failure.message());
+}
+
+void FrontInside::ask_for_all() {
+  struct Asked {
+    std::vector<Listener> listeners;
+    std::vector<std::optional<std::string>> told;
+  };
+  auto asked = std::make_shared<Asked>();
+  asked->listeners.swap(listeners_);
+  const auto tell = [this, asked] {
+    asking_ = false;
+    for (std::size_t place = 0; place < asked->listeners.size(); ++place)
+      asked->listeners[place].tell(std::move(asked->told[place]));
+    asked->listeners.clear();
+    if (!listeners_.empty()) ask_for_all();
+  };
+  asking_ = workers_.add([this, asked, tell] {
+    for (const Listener& listener : asked->listeners) asked->told.push_back(listener.events->next());
+    asio::post(context_, tell);
+  });
+  if (asking_) return;
+  asked->told.assign(asked->listeners.size(), "");  // the workers have enough to do: later
+  tell();
 }
 
 void FrontInside::accept() {

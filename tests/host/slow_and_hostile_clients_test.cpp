@@ -116,6 +116,37 @@ TEST_F(SlowAndHostileClients, AThousandSilentOnesAreNoticedByNobodyAndLeaveNothi
 #endif
 }
 
+TEST_F(SlowAndHostileClients, TwoHundredWhoListenToAnUploadLeaveTheWorkersToOthers) {
+  stop();
+  options_.workers = 1;
+  options_.most_waiting = 4;
+  // Another host runs it for as long as anybody asks.
+  execute(
+      {"INSERT INTO MERCATO_UPLOAD (KIND, MODE, STATE, OPTIONS, ACCEPTED, OWNER, LEASEUNTIL, INSERTED, "
+       "UPDATED) VALUES "
+       "('products', 'upload', 'running', 'host skip none', '2026-07-01', 'elsewhere:1:1', '2999-01-01', 0, 0)"});
+  const std::string location =
+      "/api/v1/uploads/" + value_of("SELECT UPLOADID FROM MERCATO_UPLOAD").to_text() + "/events";
+  start();
+  std::vector<HttpClient> listeners;
+  for (int count = 0; count < 200; ++count) {
+    listeners.push_back(client());
+    listeners.back().send_request("GET", location, bearer(keeper_));
+    ASSERT_EQ(listeners.back().answer().status, 200) << count;
+  }
+  int refused = 0;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(1'200);
+  while (std::chrono::steady_clock::now() < end) {
+    refused += get("/api/v1/products/1", reader_).status == 200 ? 0 : 1;
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  EXPECT_EQ(refused, 0);
+  // All of them hear of its end.
+  execute({"UPDATE MERCATO_UPLOAD SET STATE = 'cancelled', ENDED = '2026-07-01'"});
+  for (HttpClient& listener : listeners)
+    EXPECT_NE(listener.rest().find("event: end\ndata: {"), std::string::npos) << "nothing is told";
+}
+
 TEST_F(SlowAndHostileClients, WhoeverFindsTheQueueFullIsToldWhenToComeAgain) {
   stop();
   options_.workers = 1;
