@@ -46,13 +46,16 @@ class SpooledBody {
   // False when it cannot be written.
   bool add(std::string_view piece);
   const std::string& name() const { return name_; }
-  // Whole and on the disk: it stays.
-  bool keep();
+  // Whether it is whole and on the disk.
+  bool sync() const;
+  // It stays.
+  void keep() { kept_ = true; }
 
  private:
   std::string name_;
   std::string path_;
-  int descriptor_ = -1;
+  int descriptor_ = -1;  // locked, so that other processes know that it is not left over
+  bool kept_ = false;
 };
 
 // One request with everything that a handler needs. On a worker's thread.

@@ -239,13 +239,14 @@ bool UploadRunner::cancel(std::int32_t id) {
 }
 
 void UploadRunner::work() {
-  for (;;) {
+  for (bool is_first = true;;) {
     std::optional<exchange::QueuedUpload> next;
     try {
       forget_thread_state();
       for (exchange::QueuedUpload& abandoned : exchange::take_abandoned_uploads())
         to_end_.push_back(std::move(abandoned));
       end_those_left();
+      if (std::exchange(is_first, false)) forget_half_documents();
       next = exchange::claim_upload();
     } catch (const Raised&) {
       // The store is away, or has no such table: it is asked again.

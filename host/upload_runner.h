@@ -20,6 +20,9 @@ namespace mercato::host {
 
 // The folder of the documents: `uploads` in the web root's. Made when it is not there.
 std::string uploads_folder();
+// Deletes the documents that no upload is for: their bodies were under way when a host was killed. Raises what the store
+// raises.
+void forget_half_documents();
 // What a document that the host calls so leaves for the caller.
 std::string rest_of(const std::string& file);
 

@@ -68,13 +68,9 @@ Response accept(Call& call) {
   upload.name = call.text("name");
   upload.file = call.spooled->name();
   upload.state = "waiting";
-  if (!call.spooled->keep()) refuse(503, "The document cannot be kept.");
-  try {
-    upload.id = exchange::accept_upload(upload);
-  } catch (const Raised&) {
-    files::delete_file((std::filesystem::path(uploads_folder()) / upload.file).string());
-    throw;
-  }
+  if (!call.spooled->sync()) refuse(503, "The document cannot be kept.");
+  upload.id = exchange::accept_upload(upload);
+  call.spooled->keep();
   if (call.host.uploads()) call.host.uploads()->wake();
   Response response = json_response(to_json(upload), 202);
   response.fields.emplace_back("Location", "/api/v1/uploads/" + std::to_string(upload.id));

@@ -130,6 +130,13 @@ std::int32_t accept_upload(const QueuedUpload& upload) {
   return static_cast<std::int32_t>(session->insert_row(*table, columns, values).number);
 }
 
+bool is_document_of_upload(const std::string& file) {
+  return !rows_with(Sql(" AND OPTIONS IN (") << text_literal(std::string(kWrite) + file) << ", "
+                                             << text_literal(std::string(kSkip) + file) << ")",
+                    1)
+              .empty();
+}
+
 std::optional<QueuedUpload> queued_upload(std::int32_t id) {
   std::vector<Row> rows = rows_with(Sql(" AND UPLOADID = ") << id, 1);
   return rows.empty() ? std::nullopt : std::optional(std::move(rows.front().upload));

@@ -41,6 +41,9 @@ struct NumberedFinding {
 };
 std::vector<NumberedFinding> findings_of_upload(std::int32_t id, std::int32_t after, std::int32_t most);
 
+// Whether there is one whose document the host calls so.
+bool is_document_of_upload(const std::string& file);
+
 // The next one, which runs from now on in this process; nothing while one runs anywhere.
 std::optional<QueuedUpload> claim_upload();
 // Those that run and whose process is gone, with the state that they are to end in; they run in this process until then.
