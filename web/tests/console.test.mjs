@@ -96,6 +96,17 @@ test('EveryLongListKeepsOnlyWhatIsInSightInThePageAndReachesItsEnd', async () =>
   await page.waitForFunction(() => document.activeElement.dataset.index === '0');
 });
 
+test('FindingsBeyondTwentyThousandAreCountedWhenTheyAreWanted', async () => {
+  host.uploads.push(ended({ id: '1', findings: 21000 }));
+  await open('#/upload/1');
+  await page.waitForSelector('h2 >> text=Findings by field and reason, of the first 20,000');
+  await page.click('text=Take in the next 1,000');
+  await page.waitForFunction(() => [...document.querySelectorAll('h2')].some((head) => head.textContent === 'Findings by field and reason'));
+  assert.match(await text('.bars'), /UNITCODE\s+10,500/);
+  assert.equal(await page.locator('text=Take in the next').count(), 0);
+  assert.equal(await page.getAttribute('.rows li', 'aria-setsize'), '21000');
+});
+
 test('FiltersStandInTheAddressAndAreAskedFor', async () => {
   await open();
   await page.selectOption('select[name=catalog]', '2');

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The main roads of the console before the host itself, on a store with the sample data. MERCATO names the program.
 import assert from 'node:assert/strict';
-import { writeFileSync } from 'node:fs';
+import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, afterEach, before, beforeEach, describe, test } from 'node:test';
 import { axeFindings, openBrowser, openPage } from './browser.mjs';
@@ -208,9 +208,62 @@ describe('The console and its host', () => {
       await page.click('text=Upload: bad records are left out');
       await page.waitForFunction(() => document.querySelector('h1').textContent.startsWith('Products, upload'));
       await page.waitForSelector('.mark.done', { timeout: 20000 });
-      assert.equal(await text('command-line code'), `mercato uploads undo ${new URL(page.url()).hash.split('/').at(-1)}`);
+      const wayBack = await text('command-line code');
+      assert.equal(wayBack, `mercato uploads undo ${new URL(page.url()).hash.split('/').at(-1)}`);
       await page.click('text=Find');
       await page.waitForFunction(() => document.querySelector('.found')?.textContent === '2 products');
+      assert.match(other.run(...wayBack.split(' ').slice(1)), /0 rows restored, [2-9] deleted, 0 inserted again/);
+      await page.reload();
+      await page.waitForFunction(() => document.querySelector('.found')?.textContent === '0 products' || document.querySelector('.steps'));
+    } finally {
+      await other.end();
+    }
+  });
+
+  test('TheTreeOfARetailerWithTheRightsOfAUserAndAllCodesAreReached', async (context) => {
+    const data = process.env.MERCATO_DATA ?? join(samples, '../../shared/data');
+    const [tree, codes] = [join(data, 'categories/retail-categories.csv'), join(data, 'unspsc/unspsc-en.csv')];
+    if (!existsSync(tree) || !existsSync(codes)) return context.skip(`there is no real data at ${data}; MERCATO_DATA names its folder`);
+    const other = new RealHost(program, { empty: true });
+    try {
+      other.run('catalog', 'load', tree, '--name', 'Retail', '--active');
+      other.run('reference', 'set', 'users', 'USERID=ANN', 'ISACTIVE=1');
+      other.run('rights', 'grant', 'ANN', 'Retail/Connected Home & Housewares/Office Electronics');
+      other.run('rights', 'populate', 'ANN');
+      const items = readFileSync(codes, 'utf8').trim().split('\n').slice(1).map((line) => {
+        const [code, , ...title] = line.split(',');
+        const words = title.join(',').replaceAll('"', '').replaceAll('&', '&amp;').replaceAll('<', '&lt;');
+        return `<UNSPSC_ITEM><CODE>${code}</CODE><DESCRIPTION>${words}</DESCRIPTION></UNSPSC_ITEM>`;
+      });
+      assert.equal(items.length, 20789);
+      writeFileSync(join(other.folder, 'codes.xml'), `<UNSPSC_ITEMS>${items.join('')}</UNSPSC_ITEMS>`);
+      other.run('unspsc', 'load', 'codes.xml');
+      await other.listen();
+
+      await page.goto(other.entrance);
+      await page.waitForSelector('.steps');
+      await page.goto(`${other.address}#/catalogue/1?user=ANN`);
+      await page.waitForSelector('.branch');
+      assert.equal(await page.getAttribute('.branch', 'aria-setsize'), '43');
+      const way = ['Connected Home & Housewares', 'Office Electronics', 'Printers, Ink & Toner', 'All Printers', 'Laser Printers', 'All-In-One Laser Printers', 'Black and White All-in-one Printers'];
+      for (const [level, name] of way.entries()) {
+        const branch = page.locator(`.branch[aria-level="${level + 1}"]`, { hasText: name }).first();
+        for (let pages = 0; pages < 40 && !(await branch.count()); ++pages) {
+          await page.locator('[role=tree]').evaluate((element) => (element.scrollTop += 300));
+          await page.waitForTimeout(50);
+        }
+        await (level + 1 < way.length ? branch.locator('.twig') : branch).click();
+      }
+      await page.waitForSelector('.detail table');
+      assert.equal(await text('.detail h2'), way.at(-1));
+      assert.match(await text('.detail'), /Sees\s+yes, the node is laid out for the user/);
+      assert.ok((await page.locator('.branch').count()) < 100);
+
+      await page.goto(`${other.address}#/classification/unspsc`);
+      await page.fill('#code', 'notebook computers');
+      await page.locator('a.hit', { hasText: /^43211503/ }).click();
+      await page.waitForSelector('#branch-43211503.active');
+      assert.equal(await page.getAttribute('#branch-43211503', 'aria-level'), '4');
     } finally {
       await other.end();
     }

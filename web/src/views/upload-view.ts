@@ -34,13 +34,15 @@ const outcomes: Record<Finding['outcome'], string> = {
 
 const pause = 1000; // milliseconds until broken events are asked for again
 const findingsAtATime = 1000;
-const mostFindings = 20000; // in the page; the rest is in the store
+const findingsAtOnce = 20000; // until somebody wants more of them in the page
 
 @customElement('upload-view')
 export class UploadView extends View {
   @state() private history?: Upload[];
   @state() private upload?: Upload;
   @state() private findings: Finding[] = [];
+  @state() private next?: string; // the place of those that are not in the page
+  @state() private fetching = false;
   @state() private file?: File; // the document that is looked at, as long as the page is open
   @state() private kind: Upload['kind'] = 'products';
   @state() private onErrors: 'skip' | 'write' = 'skip';
@@ -71,6 +73,7 @@ export class UploadView extends View {
     }
     if (this.upload?.id !== this.key) this.upload = undefined;
     this.findings = [];
+    this.next = undefined;
     await this.look(signal);
     if (!signal.aborted && this.upload && isGoing(this.upload)) this.follow(this.key);
   }
@@ -217,6 +220,13 @@ export class UploadView extends View {
     const some = this.findings.length < upload.findings ? `, of the first ${number(this.findings.length)}` : '';
     return html`
       <h2>Findings by field and reason${some}</h2>
+      ${this.next
+        ? html`<p>
+            <button ?disabled=${this.fetching} @click=${() => this.takeMoreIn(upload.id)}>
+              Take in the next ${number(Math.min(findingsAtOnce, upload.findings - this.findings.length))}
+            </button>
+          </p>`
+        : nothing}
       ${bars(byFieldAndReason(this.findings))}
       <h2>Each finding${some}</h2>
       <long-list
@@ -256,15 +266,31 @@ export class UploadView extends View {
     });
   }
 
-  // All of them, so that they can be counted by field; a page at a time, so that the first ones are seen at once.
+  // So many that they can be counted by field; a page at a time, so that the first ones are seen at once.
   private async fetchFindings(id: string, signal?: AbortSignal): Promise<void> {
-    let after: string | undefined;
-    do {
-      const page: Page<Finding> = await get(`api/v1/uploads/${encodeURIComponent(id)}/findings`, { limit: findingsAtATime, after }, signal);
-      if (signal?.aborted || id !== this.key) return;
-      this.findings = after ? [...this.findings, ...page.items] : page.items;
-      after = page.next ?? undefined;
-    } while (after && this.findings.length < mostFindings);
+    const enough = this.findings.length + findingsAtOnce;
+    this.fetching = true;
+    try {
+      do {
+        const before = this.findings;
+        const query = { limit: findingsAtATime, after: this.next };
+        const page: Page<Finding> = await get(`api/v1/uploads/${encodeURIComponent(id)}/findings`, query, signal);
+        if (this.findings !== before || id !== this.key) return;
+        this.findings = [...this.findings, ...page.items];
+        this.next = page.next ?? undefined;
+      } while (this.next && this.findings.length < enough);
+    } finally {
+      this.fetching = false;
+    }
+  }
+
+  private async takeMoreIn(id: string): Promise<void> {
+    this.refused = undefined;
+    try {
+      await this.fetchFindings(id);
+    } catch (failed) {
+      this.refused = failed;
+    }
   }
 
   private async send(mode: Upload['mode'], kind = this.kind): Promise<void> {
