@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "exchange/journal/journal.h"
 #include "exchange/uploading/price_document.h"
@@ -21,15 +22,18 @@ namespace {
 
 using exchange::UploadReport;
 
-// At the first statement with this text Ctrl-C is pressed.
+// At the first statement with this text Ctrl-C is pressed, while a command runs.
 class PressedCtrlC : public store::StatementObserver {
  public:
   // A program that runs in the background was started to ignore it.
   explicit PressedCtrlC(std::string text)
       : text_(std::move(text)),
         previous_(store::set_statement_observer(this)),
-        previous_action_(std::signal(SIGINT, SIG_DFL)) {}
+        previous_action_(std::signal(SIGINT, SIG_DFL)) {
+    command_.emplace("Interrupted.\n");
+  }
   ~PressedCtrlC() override {
+    command_.reset();
     store::set_statement_observer(previous_);
     std::signal(SIGINT, previous_action_);
   }
@@ -46,6 +50,7 @@ class PressedCtrlC : public store::StatementObserver {
   bool pressed_ = false;
   store::StatementObserver* previous_;
   void (*previous_action_)(int);
+  std::optional<cli::Interruptible> command_;
 };
 
 class UploadRest : public StoreTest {

@@ -10,6 +10,8 @@ namespace mercato::cli {
 namespace {
 
 constinit std::atomic<bool> interrupted = false;
+constinit std::atomic<bool> upload_runs = false;
+constinit std::atomic<bool> upload_interrupted = false;
 static_assert(std::atomic<bool>::is_always_lock_free);
 
 // Of the one that lives, for the handler.
@@ -25,7 +27,10 @@ void end_process() {
 }
 
 void on_interrupt(int) {
-  if (!store::can_be_cancelled() || interrupted.exchange(true)) end_process();
+  const bool is_second = upload_runs                 ? upload_interrupted.exchange(true)
+                         : store::can_be_cancelled() ? interrupted.exchange(true)
+                                                     : true;
+  if (is_second) end_process();
 }
 
 }  // namespace
@@ -47,5 +52,16 @@ Interruptible::~Interruptible() {
   ::sigaction(SIGINT, &before_, nullptr);
   line_at_end = line_before_;
 }
+
+UploadInterruption::UploadInterruption() : outermost_(!upload_runs) {
+  if (outermost_) upload_interrupted = false;
+  upload_runs = true;
+}
+
+UploadInterruption::~UploadInterruption() {
+  if (outermost_) upload_runs = false;
+}
+
+bool UploadInterruption::is_wanted() { return upload_interrupted; }
 
 }  // namespace mercato::cli

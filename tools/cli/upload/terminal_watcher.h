@@ -5,8 +5,8 @@
 #include <optional>
 
 #include "exchange/uploading/upload_watcher.h"
+#include "tools/cli/interruption.h"
 #include "tools/cli/terminal/terminal.h"
-#include "tools/cli/upload/upload_interruption.h"
 
 namespace mercato::cli {
 
