@@ -72,6 +72,14 @@ std::vector<std::string> property_names(const ConnectionPtr& connection, const E
   return names;
 }
 
+std::size_t count_products(const ConnectionPtr& connection, const ExportFilter& filter) {
+  const RecordsetPtr rows =
+      open_read_only(Sql("SELECT COUNT(*) AS N FROM PRODUCT P WHERE ") << condition_of(filter, 0), connection);
+  const std::int32_t count = rows->Value(0).to_long();
+  rows->Close();
+  return static_cast<std::size_t>(count);
+}
+
 std::vector<StoredCategory> all_categories(const ConnectionPtr& connection) {
   std::vector<StoredCategory> categories;
   const RecordsetPtr rows = open_read_only(
@@ -109,6 +117,7 @@ ExportReport export_products(const std::string& connection_string, const ExportO
   const std::unique_ptr<ProductWriter> writer = writer_of(options, stored.connection(), output);
   const bool of_prices = options.subject == ExportSubject::prices;
   const bool has_all = options.form == json || options.form == bmecat;
+  if (options.on_start) options.on_start(count_products(stored.connection(), options.filter));
   ExportReport report;
   for (std::int32_t after = 0;;) {
     std::vector<StoredProduct> page =
@@ -124,6 +133,7 @@ ExportReport export_products(const std::string& connection_string, const ExportO
       report.written += written;
       if (product.number.empty()) report.without_number += written;
     }
+    if (options.on_products) options.on_products(page.size());
   }
   writer->finish();
   report.left_out = writer->left_out();

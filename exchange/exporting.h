@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -28,6 +29,9 @@ struct ExportOptions {
   ExportSubject subject = ExportSubject::products;
   ExportForm form = ExportForm::csv;
   ExportFilter filter;
+  // For progress, of products only: how many there will be, and how many more were read.
+  std::function<void(std::size_t)> on_start;
+  std::function<void(std::size_t)> on_products;
 };
 
 struct ExportReport {

@@ -7,6 +7,7 @@
 
 #include "platform/store/call_limit.h"
 #include "platform/store/driver.h"
+#include "platform/store/row_observer.h"
 
 namespace mercato {
 namespace {
@@ -173,6 +174,7 @@ void Recordset::advance() {
   if (connection_->State() == 0) raise(error_number::kObjectClosed);
   connection_->reporting([this] {
     if (cursor_->next()) {
+      store::observe_read_row();
       rows_.resize(1);
       cursor_->read(rows_.front());
     } else {
@@ -188,6 +190,7 @@ void Recordset::fetch_rest() {
     connection_->reporting([this] {
       if (updatable_) states_.push_back({cursor_->identity(), {}, false});
       while (cursor_->next()) {
+        store::observe_read_row();
         cursor_->read(rows_.emplace_back());
         if (updatable_) states_.push_back({cursor_->identity(), {}, false});
       }

@@ -171,8 +171,9 @@ void end_upload(store::Session& session, std::int32_t id, const UploadResult& ou
   fields.update(session, id);
 }
 
-std::vector<Upload> uploads(store::Session& session, std::int32_t most) {
-  std::vector<Upload> found = selected(session, most, Sql(" WHERE MODE = 'upload'"));
+std::vector<Upload> uploads(store::Session& session, std::int32_t most, std::int32_t offset) {
+  std::vector<Upload> found = selected(session, most + offset, Sql(" WHERE MODE = 'upload'"));
+  found.erase(found.begin(), found.begin() + std::min(offset, static_cast<std::int32_t>(found.size())));
   for (Upload& upload : found) upload.undone_by = undone_by(session, upload.id);
   return found;
 }

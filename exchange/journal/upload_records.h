@@ -81,8 +81,8 @@ void end_upload(store::Session& session, std::int32_t id, const UploadResult& ou
 // Behind the `kept` ones that are there.
 void keep_findings(store::Session& session, std::int32_t id, std::int32_t kept, std::span<const KeptFinding> findings);
 
-// Newest first; at most so many.
-std::vector<Upload> uploads(store::Session& session, std::int32_t most);
+// Newest first, behind the first `offset` of them; at most so many.
+std::vector<Upload> uploads(store::Session& session, std::int32_t most, std::int32_t offset = 0);
 // Raises 5 with a sentence when there is none.
 Upload upload_of(store::Session& session, std::int32_t id);
 // Those of a file with this hash that were not taken back, newest first. Without a hash none.

@@ -8,6 +8,7 @@
 #include "mercato/raised_error.h"
 #include "platform/store/dialect/dialect.h"
 #include "platform/store/dialect/refusal.h"
+#include "platform/store/row_observer.h"
 #include "platform/store/statement_observer.h"
 #include "values/same_text.h"
 #include "values/squeezed_text.h"
@@ -35,6 +36,7 @@ Execution Session::execute(const Sql& statement, ExecuteOptions options) {
     dialect::check_pieces(statement, *lexed_);
     Execution execution = run(*lexed_, options);
     if (execution.nothing_to_do && statement.marks().empty()) last_setting_ = statement.text();
+    observe_written_rows(execution.affected);
     return execution;
   } catch (const Raised& failed) {
     if (failed.error().Source != dialect::kRefusalSource || failure_source_ == dialect::kRefusalSource) throw;
@@ -82,7 +84,9 @@ RowIdentity Session::insert_row(const TableInfo& table, std::span<const std::siz
                                 std::span<const Variant> values) {
   refuse_if_lost();
   refuse_assigned(table, columns, false);
-  return insert(table, columns, values);
+  RowIdentity row = insert(table, columns, values);
+  observe_written_rows(1);
+  return row;
 }
 
 void Session::update_row(const TableInfo& table, RowIdentity& row, std::span<const std::size_t> columns,
@@ -90,12 +94,14 @@ void Session::update_row(const TableInfo& table, RowIdentity& row, std::span<con
   refuse_if_lost();
   refuse_assigned(table, columns, true);
   update(table, row, columns, values);
+  observe_written_rows(1);
 }
 
 void Session::copy_rows(const TableInfo& table, std::span<const std::vector<Variant>> rows) {
   check_call_limit_now();
   refuse_if_lost();
   insert_whole(table, rows);
+  observe_written_rows(static_cast<std::int64_t>(rows.size()));
 }
 
 void Session::insert_whole(const TableInfo& table, std::span<const std::vector<Variant>> rows) {

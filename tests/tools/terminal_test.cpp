@@ -7,10 +7,16 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
+#include <iostream>
 #include <regex>
 #include <sstream>
+#include <thread>
 
+#include "platform/store/row_observer.h"
 #include "tests/tools/run_tool.h"
+#include "tools/cli/terminal/row_progress.h"
+#include "tools/cli/terminal/text_width.h"
 
 namespace mercato::test {
 namespace {
@@ -127,6 +133,83 @@ TEST_F(OnATerminal, ProgressIsShownOfPreviewsThatAreNoShortOnes) {
   }
 }
 
+TEST_F(OnATerminal, ProgressOfALibrarysCallIsCountedByTheRowsThatItWrites) {
+  std::string nodes = "id,parent,name\n1,,Office\n";
+  for (int node = 2; node <= 30; ++node) nodes += std::to_string(node) + ",1,Shelf " + std::to_string(node) + "\n";
+  write_whole(tool_.folder() / "nodes.csv", nodes);
+  tool_.run({"catalog", "load", "nodes.csv", "--name", "Office"});
+  EXPECT_EQ(without_pace(shown_by_shell(tool_.command({"catalog", "copy", "Office"}) + " >piped")),
+            "\r20 of 61\r40 of 61\r60 of 61\r\x1b[K");
+  EXPECT_EQ(file("piped"), "catalogue 2 Copy Of Office created as a copy with 30 nodes; it is not active.\n");
+}
+
+TEST_F(OnATerminal, ATerminalThatKnowsNoCodesGetsNone) {
+  write_document(45, "Pen");
+  const std::string shown = shown_by_shell("export TERM=dumb; " + tool_.command({"upload", "records.xml"}));
+  EXPECT_EQ(shown.find('\x1b'), std::string::npos) << shown;
+  EXPECT_EQ(shown.substr(0, shown.find("\r\n")), "read           45  records of the document");
+}
+
+TEST_F(OnATerminal, HelpFitsIntoTheLinesUpToItsExamples) {
+  std::istringstream help(shown_by_shell(tool_.command({"help", "uploads", "list"}), {0, 44, 0, 0}));
+  std::size_t lines = 0;
+  for (std::string line; std::getline(help, line) && line != "Examples:\r"; ++lines)
+    EXPECT_LE(line.size(), 45u) << line;  // with the carriage return
+  EXPECT_GT(lines, 20u);
+}
+
+// What the process shows that does this at a terminal.
+template <class Deed>
+std::string shown_by_deed(const Deed& deed) {
+  std::fflush(stdout);  // what waits there is not the child's
+  int terminal = -1;
+  const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child == 0) {
+    ::unsetenv("TERM");
+    deed();
+    std::cout << std::flush;
+    ::_exit(0);
+  }
+  std::string shown;
+  std::array<char, 4096> piece = {};
+  for (ssize_t got; (got = ::read(terminal, piece.data(), piece.size())) > 0;)
+    shown.append(piece.data(), static_cast<std::size_t>(got));
+  ::waitpid(child, nullptr, 0);
+  ::close(terminal);
+  static const std::regex rate("[0-9]+ a second");
+  return std::regex_replace(shown, rate, "N a second");
+}
+
+TEST(Terminal, ACommandThatTakesLongerThanASecondTellsTheRowsThatGoBy) {
+  const std::string shown = shown_by_deed([] {
+    const cli::WorkingLine working;
+    store::observe_read_row();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1050));
+    store::observe_written_rows(3);
+    {
+      const cli::Progress progress(5);  // the command's own
+      store::observe_read_row();
+    }
+    std::cerr << "A message.\n";
+    store::observe_read_row();  // the second begins anew
+    std::cout << "A result.\n";
+    std::this_thread::sleep_for(std::chrono::milliseconds(1050));
+    store::observe_read_row();
+  });
+  EXPECT_EQ(shown, "\r1 rows read, 3 written, N a second\x1b[K\r\x1b[KA message.\r\nA result.\r\n");
+}
+
+TEST(Terminal, FewStepsAreCountedWhenTheyTakeLongerThanASecond) {
+  const std::string shown = shown_by_deed([] {
+    cli::Progress progress(3);
+    progress.advance();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1050));
+    progress.advance();
+    progress.advance();
+  });
+  EXPECT_EQ(shown, "\r2 of 3, N a second, 0:01 left\x1b[K\r3 of 3, N a second, 0:00 left\x1b[K\r\x1b[K");
+}
+
 TEST_F(OnATerminal, ProgressIsWipedWhenTheUploadEndsEarly) {
   write_document(150, "");  // no product can be saved
   const std::string shown = shown_by_shell(tool_.command({"upload", "--json", "records.xml"}) + " >piped");
@@ -178,6 +261,54 @@ TEST(Terminal, ATableNeverCutsFiguresAndListsItsRowsWhereTheyDoNotFit) {
             "WHAT           import\n");
 }
 
+TEST(Terminal, RowsThatAreListedHaveTheirLongTextsInSeveralLines) {
+  cli::Table table({"STARTED (UTC)", "FILE"});
+  table.add({"2026-07-01 08:30:00", "the file of a supplier"});
+  EXPECT_EQ(printed(table, 25),
+            "STARTED (UTC)  2026-07-01\n"
+            "               08:30:00\n"
+            "FILE           the file\n"
+            "               of a\n"
+            "               supplier\n");
+}
+
+TEST(Terminal, IdeographsTakeTwoColumnsAndMarksNone) {
+  EXPECT_EQ(cli::width_of("用紙"), 4u);
+  EXPECT_EQ(cli::width_of("Zoe\u0301"), 3u);
+  EXPECT_EQ(cli::width_of("\x1b[1m📦\x1b[0m"), 2u);
+  cli::Table table({"NAME", "ID"});
+  table.add({"用紙", "1"});
+  table.add({"Zoe\u0301", "2"});
+  table.add({"コピー用紙 A4", "3"});
+  EXPECT_EQ(printed(table, 80),
+            "NAME           ID\n"
+            "用紙            1\n"
+            "Zoe\u0301             2\n"
+            "コピー用紙 A4   3\n");
+  EXPECT_EQ(printed(table, 12),
+            "NAME      ID\n"
+            "用紙       1\n"
+            "Zoe\u0301        2\n"
+            "コピー…    3\n");
+}
+
+TEST(Terminal, ATextIsCutBetweenCharacters) {
+  EXPECT_EQ(cli::fitted("用紙 A4", 7), "用紙 A4");
+  EXPECT_EQ(cli::fitted("用紙 A4", 6), "用紙 …");
+  EXPECT_EQ(cli::fitted("用紙 A4", 4), "用…");
+  EXPECT_EQ(cli::fitted("用紙 A4", 3), "用…");
+  EXPECT_EQ(cli::fitted("Zoe\u0301 Zoe\u0301", 4), "Zoe\u0301…");
+  EXPECT_EQ(cli::fitted("\x1b[1mPaper\x1b[0m", 3), "\x1b[1mPa…\x1b[0m");
+}
+
+TEST(Terminal, LinesAreBrokenAtBlanksAndLongWordsBetweenCharacters) {
+  EXPECT_EQ(cli::wrapped("a pen and a pencil", 9), (std::vector<std::string>{"a pen and", "a pencil"}));
+  EXPECT_EQ(cli::wrapped("再生紙500枚", 5), (std::vector<std::string>{"再生", "紙500", "枚"}));
+  EXPECT_EQ(cli::wrapped("", 5), std::vector<std::string>{""});
+  EXPECT_EQ(cli::wrapped_lines("Make a copy\n\n  --name  The name of it\n", 16, 4),
+            "Make a copy\n\n  --name  The\n    name of it\n");
+}
+
 TEST_F(OnATerminal, WhatIsLongerThanTheScreenGoesThroughThePager) {
   const std::string line = tool_.command({"help"});
   const std::string numbered = "export MERCATO_PAGER='sed -n \"1s/^/paged: /p\"'; ";
@@ -197,6 +328,7 @@ TEST(Terminal, ADateIsWrittenAsTheIsoStandardDoes) {
 
 TEST(Terminal, AShownTextHasOneLineAndNoControlCharacters) {
   EXPECT_EQ(cli::shown("a\nb\x1b[31mc\x7f"), "a b [31mc ");
+  EXPECT_EQ(cli::shown("a\u009b31mb\u00a0c"), "a 31mb\u00a0c");
   EXPECT_EQ(cli::shown("äöüß", 4), "äöüß");
   EXPECT_EQ(cli::shown("äöüßx", 4), "äöü…");
 }

@@ -80,6 +80,8 @@ TEST_F(UploadsCommands, TellWhatAnUploadChangedAndTakeItBack) {
   EXPECT_EQ(listed[0].at("inserted"), 1);
   EXPECT_EQ(listed[0].at("updated"), 1);
   EXPECT_EQ(listed[0].at("unchanged"), 1);
+  EXPECT_EQ(answer({"uploads", "list", "--limit", "1", "--offset", "1"}).at("uploads"), json::array({listed[1]}));
+  EXPECT_EQ(run({"uploads", "list", "--offset", "2"}).out, "--offset passes over all uploads.\n");
 
   const json changes = answer({"uploads", "diff", "2"}).at("changes");
   EXPECT_EQ(changes[0], json::parse(R"({"record":"P1","table":"PRODUCT","change":"updated","fields":[

@@ -7,6 +7,8 @@
 
 #include "platform/store/hidden_passwords.h"
 #include "tools/cli/library.h"
+#include "tools/cli/terminal/terminal.h"
+#include "tools/cli/terminal/text_width.h"
 #include "values/edit_distance.h"
 #include "values/text.h"
 
@@ -32,12 +34,22 @@ std::string joined_by(const std::vector<std::string>& words, const char* separat
   return text;
 }
 
+constexpr std::size_t kDescriptions = 28;  // the column in which they stand
+constexpr std::size_t kNarrowIndent = 6;
+constexpr std::size_t kNarrowest = 20;  // columns that help is laid out for
+
 class HelpFormatter : public CLI::Formatter {
  public:
-  HelpFormatter() { column_width(28); }
+  HelpFormatter() { column_width(kDescriptions); }
 
+  // On a terminal in lines that fit; examples stay as they are, to be copied.
   std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override {
-    return text::replace_all(CLI::Formatter::make_help(app, std::move(name), mode), "\n\n\n", "\n\n");
+    const std::string help = text::replace_all(CLI::Formatter::make_help(app, std::move(name), mode), "\n\n\n", "\n\n");
+    const std::size_t columns = columns_of_terminal();
+    if (columns < kNarrowest) return help;
+    const std::size_t examples = std::min(help.find("\nExamples:\n"), help.size());
+    const std::size_t indent = columns < 2 * kDescriptions ? kNarrowIndent : kDescriptions;
+    return wrapped_lines(help.substr(0, examples), columns, indent) + help.substr(examples);
   }
   std::string make_option_opts(const CLI::Option* option) const override {
     if (!option->get_option_text().empty()) return " " + option->get_option_text();

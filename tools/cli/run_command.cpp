@@ -33,6 +33,7 @@
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/shell.h"
 #include "tools/cli/terminal/pager.h"
+#include "tools/cli/terminal/row_progress.h"
 #include "tools/cli/terminal/terminal.h"
 #include "tools/gateway/json_values.h"
 #include "values/text.h"
@@ -48,6 +49,7 @@ struct CommandLine {
   bool scripted = false;
   bool no_color = false;
   bool no_pager = false;
+  bool is_session = false;  // it takes commands or requests, one after the other
   DateChoice dates = DateChoice::iso;
   ColorChoice color = ColorChoice::automatic;
   Menu::Body command;
@@ -438,6 +440,8 @@ int run(CommandLine& line) {
     if (line.output.trace) store::set_statement_observer(&printer);
     const Interruptible interruptible(line_of_failure(line.output.json, kInterrupted, kInterruptedWords));
     const Pager pager(!line.no_pager && !line.output.json);
+    std::optional<WorkingLine> working;
+    if (!line.is_session) working.emplace();
     const int status = line.command(line.output);
     return was_interrupted() ? kInterrupted : status;
   } catch (const Raised& raised) {
@@ -492,6 +496,8 @@ void check(const CLI::App& app, CommandLine& line) {
   if (!line.command) throw CLI::RequiredError("A command");
   const CLI::App* command = app.get_subcommands().front();
   if (command->get_name() == "help" || command->get_name() == "manual") command_of(app, line.words);
+  for (const char* session : {"shell", "rpc", "serve"})
+    line.is_session = line.is_session || command->get_name() == session;
   line.arguments = command->remaining();
   std::erase(line.arguments, "--");
   for (const std::string& argument : line.arguments)

@@ -2,6 +2,8 @@
 // mercato catalog list, show, new, copy, expire, activate, rename and delete. The other commands of the group have files of their own.
 #include "tools/cli/catalog/catalog_commands.h"
 
+#include <optional>
+
 #include "catalog/catalog_lists.h"
 #include "keeping/node_keeping.h"
 #include "keeping/succession.h"
@@ -14,6 +16,7 @@
 #include "tools/cli/one_transaction.h"
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/listing.h"
+#include "tools/cli/terminal/row_progress.h"
 #include "values/text.h"
 
 namespace mercato::cli {
@@ -135,8 +138,11 @@ int copy(const CopiedCatalog& given, const OutputOptions& output) {
   const CatalogName original = find_catalog(given.which);
   const std::int32_t level = given.without_nodes ? 0 : 1;
   OneTransaction transaction;
+  // Each node is written twice: the second time for its parent.
+  const std::size_t nodes = given.without_nodes ? 0 : count_nodes(original.id);
   explaining([&](const RaisedError&) { return reasons_against_write(kTable, {"CATALOGNAME"}, {given.name}); },
              [&] {
+               const RowProgress progress(1 + 2 * nodes);
                return transaction.call(kWriter, "CopyCatalog", {original.id, level, given.name});
              });
   // The library does not say which it is. Nobody else has written since: it is the newest.
@@ -153,12 +159,15 @@ int expire(const ExpiredCatalog& given, const OutputOptions& output) {
   OneTransaction transaction;
   const keeping::Expiry plan = keeping::plan_expiry(catalog.id);
   std::size_t disabled = plan.disabled.size();
+  std::optional<RowProgress> progress;
+  if (!given.dry_run) progress.emplace(1 + disabled + (given.keep_shared ? 0 : plan.shared));
   if (given.keep_shared) {
     if (!given.dry_run) keeping::expire_keeping_shared(catalog.id);
   } else {
     disabled += plan.shared;
     if (!given.dry_run) transaction.call(kWriter, "ExpireCatalog", {catalog.id});
   }
+  progress.reset();
   gateway::Json json = {{"expired", !given.dry_run}, {"disabled", disabled}};
   if (given.keep_shared) json["kept"] = plan.shared;
   std::string words = counted(disabled, "product") + (given.dry_run ? " would be disabled" : " disabled");

@@ -19,6 +19,7 @@
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
+#include "tools/cli/terminal/row_progress.h"
 
 namespace mercato::cli {
 namespace {
@@ -202,7 +203,11 @@ std::optional<Migration> migrate(OneTransaction& transaction, const CatalogMigra
     return refused("there are no rights to move; nothing was changed.",
                    {"catalogue " + shown(from) + " has none, and the " + counted(replaced, "right") + " of catalogue " +
                     shown(to) + " would be deleted; --replace does so"});
-  if (!transaction.call(kWriter, "ChangeAuthorizationsForUser", {from.id, to.id, !given.only_if_empty}).to_boolean())
+  const auto call = [&](std::size_t rows, const char* method, std::initializer_list<Variant> arguments) {
+    const RowProgress progress(rows);
+    return transaction.call(kWriter, method, arguments).to_boolean();
+  };
+  if (!call(replaced + rights_before, "ChangeAuthorizationsForUser", {from.id, to.id, !given.only_if_empty}))
     return refused("nothing was migrated.", {"catalogue " + shown(to) + " has " + counted(replaced, "right") +
                                              " already; without --only-if-empty they are replaced"});
   Moved rights{count_rights(to.id), 0, replaced, count_rights(from.id), std::move(rights_plan.losses)};
@@ -213,7 +218,7 @@ std::optional<Migration> migrate(OneTransaction& transaction, const CatalogMigra
     return refused("the favourites cannot be moved; nothing was changed.", favorites_plan.obstacles);
   const std::size_t favorites_before = count_favorites(from.id);
   const std::size_t all_before = count_all_favorites();
-  if (!transaction.call(kWriter, "ChangeFavorites", {from.id, to.id}).to_boolean())
+  if (!call(favorites_before, "ChangeFavorites", {from.id, to.id}))
     return refused("nothing was migrated; the library does not say why.", {});
   Moved favorites{0, all_before - count_all_favorites(), 0, 0, std::move(favorites_plan.losses)};
   favorites.moved = favorites_before - favorites.lost;
@@ -262,7 +267,11 @@ std::optional<Succession> succeed(OneTransaction& transaction, const CatalogSucc
   if (!migration) return std::nullopt;
   // Active first: what it shows is shared then.
   keeping::set_active(migration->to.id, true);
-  keeping::Expiry expiry = keeping::expire_keeping_shared(migration->from.id);
+  keeping::Expiry expiry = keeping::plan_expiry(migration->from.id);
+  {
+    const RowProgress progress(1 + expiry.disabled.size());
+    keeping::expire_keeping_shared(migration->from.id);
+  }
   LaidOutUsers laid_out = lay_out_users(transaction, migration->to.id);
   return Succession{std::move(*migration), std::move(expiry), std::move(laid_out)};
 }

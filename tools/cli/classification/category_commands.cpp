@@ -12,6 +12,7 @@
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
+#include "tools/cli/terminal/row_progress.h"
 
 namespace mercato::cli {
 namespace category_commands {
@@ -128,6 +129,7 @@ int change_members(const Membership& given, bool add, const OutputOptions& outpu
   const std::string name = "category " + std::to_string(id) + " " + shown(text_of(*category, "CATEGORYNAME"));
   const std::vector<std::int32_t> products = choose(given.products);
   const auto act = [&] {
+    const RowProgress progress(products.size());
     return add ? keeping::add_to_category(id, products) : keeping::remove_from_category(id, products);
   };
   const bool unasked = given.yes || given.products.are_named();

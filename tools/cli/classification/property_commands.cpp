@@ -16,6 +16,7 @@
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
+#include "tools/cli/terminal/row_progress.h"
 
 namespace mercato::cli {
 namespace property_commands {
@@ -274,8 +275,10 @@ int apply_group(const Application& given, const OutputOptions& output) {
   if (given.dry_run) return answer(output, json, words_for(plan) + ". A dry run: nothing was changed.");
   if (plan.removed > 0 && !given.yes)
     expect_consent(words_for(plan) + " to bring them in line with " + text_of(*group, "PROPERTYGROUPNAME"));
-  const bool applied = call(create_root(kGroupProgId), "UpdateGroupChange", {id, kAllProducts}).to_boolean();
-  json["applied"] = applied;
+  {
+    const RowProgress progress(plan.removed + plan.added);
+    json["applied"] = call(create_root(kGroupProgId), "UpdateGroupChange", {id, kAllProducts}).to_boolean();
+  }
   return answer(
       output, json,
       "the products of " + text_of(*group, "PROPERTYGROUPNAME") + " are in line with it; " + words_for(plan) + ".");

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "exchange/exporting.h"
@@ -85,7 +86,13 @@ int export_all(const Given& given, const OutputOptions& output) {
     written = std::make_unique<FileOutput>(given.file);
   else
     written = std::make_unique<StreamOutput>(std::cout);
+  std::optional<Progress> progress;
+  if (to_file || ::isatty(STDOUT_FILENO) != 1) {
+    options.on_start = [&](std::size_t products) { progress.emplace(products); };
+    options.on_products = [&](std::size_t products) { progress->advance(products); };
+  }
   const ExportReport report = export_records(connection_string(), options, *written);
+  progress.reset();
   if (output.json) {
     const gateway::Json json = {
         {"written", report.written}, {"withoutSupplierNumber", report.without_number}, {"leftOut", report.left_out}};

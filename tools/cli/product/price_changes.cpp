@@ -14,6 +14,7 @@
 #include "tools/cli/refusal_reasons.h"
 #include "tools/cli/terminal/confirmation.h"
 #include "tools/cli/terminal/listing.h"
+#include "tools/cli/terminal/row_progress.h"
 #include "values/text.h"
 
 namespace mercato::cli {
@@ -67,6 +68,7 @@ int remove(const Deletion& given, const OutputOptions& output) {
   if (given.lines.dry_run) return answer(output, json, lines + " would be deleted." + kDryRun);
   if (!given.lines.yes) {
     expect_consent(lines + " will be deleted");
+    const RowProgress progress(deleted);
     kept(act);
   }
   return answer(output, json, lines + " deleted.");
@@ -88,7 +90,10 @@ int end(const End& given, const OutputOptions& output) {
   const std::string lines = counted(done.ended, "price line");
   if (given.lines.dry_run) return answer(output, json, lines + " would end on " + given.on + "." + others + kDryRun);
   if (!given.lines.products.are_named() && !given.lines.yes) expect_consent(lines + " will end on " + given.on);
-  kept([&] { return act(true); });
+  {
+    const RowProgress progress(done.ended);
+    kept([&] { return act(true); });
+  }
   return answer(output, json, lines + " with " + given.on + " as the last day." + others);
 }
 
@@ -135,7 +140,10 @@ int change(const Change& given, const OutputOptions& output) {
   const std::string lines = counted(done.changed, "price");
   if (given.lines.dry_run) return answer(output, json, lines + " would change" + how + others + kDryRun);
   if (!given.lines.yes) expect_consent(lines + " will change" + how);
-  kept([&] { return keeping::change_prices(products, choice, *by, given.decimals, true, [](const auto&) {}); });
+  {
+    const RowProgress progress(done.changed);
+    kept([&] { return keeping::change_prices(products, choice, *by, given.decimals, true, [](const auto&) {}); });
+  }
   return answer(output, json, lines + " changed" + how + others);
 }
 

@@ -16,7 +16,9 @@ namespace {
 std::string chosen_pager() {
   for (const char* name : {"MERCATO_PAGER", "PAGER"})
     if (const char* const pager = std::getenv(name)) return pager;
-  return "less";
+  const char* const terminal = std::getenv("TERM");
+  return terminal != nullptr && std::string_view(terminal) == "dumb" ? ""
+                                                                     : "less";  // it would ask there whether to go on
 }
 
 // 0 where nobody reads a screen.

@@ -13,7 +13,8 @@ namespace mercato::cli {
 
 // What is written to standard output while it lives is kept until it is more than the screen has lines for, and then
 // goes to the pager: MERCATO_PAGER, PAGER or less. What is flushed before that is shown at once, and all that follows
-// too, since somebody waits for it. Nothing of this where standard output is no terminal, or the pager is empty or "cat".
+// too, since somebody waits for it. Nothing of this where standard output is no terminal, the pager is empty or "cat",
+// or none is named and the terminal knows no codes.
 class Pager {
  public:
   explicit Pager(bool wanted);

@@ -13,6 +13,7 @@
 #include <iostream>
 
 #include "platform/store/unit_of_work.h"
+#include "tools/cli/terminal/text_width.h"
 #include "values/text.h"
 
 namespace mercato::cli {
@@ -26,24 +27,7 @@ std::string painted(bool colored, std::string_view code, std::string_view text) 
   return "\x1b[" + std::string(code) + "m" + std::string(text) + "\x1b[0m";
 }
 
-// In characters, without the codes of colours.
-std::size_t width_of(std::string_view cell) {
-  std::size_t width = text::length(cell);
-  for (std::size_t begin = 0; (begin = cell.find('\x1b', begin)) != std::string_view::npos;) {
-    const std::size_t end = std::min(cell.find('m', begin), cell.size() - 1) + 1;
-    width -= end - begin;
-    begin = end;
-  }
-  return width;
-}
-
 constexpr std::size_t kGap = 2;  // between two columns
-
-// Of standard output; 0 when it is no terminal, or one that does not say.
-std::size_t columns_of_terminal() {
-  winsize size = {};
-  return ::isatty(STDOUT_FILENO) == 1 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
-}
 
 // A number, a date or a time: the beginning of one says something else.
 bool is_figure(std::string_view cell) { return cell.find_first_not_of("0123456789-+.,:/% ") == std::string_view::npos; }
@@ -84,24 +68,18 @@ bool narrow(std::vector<Column>& columns, std::size_t room) {
   return true;
 }
 
-// The cell, or its beginning with "…"; codes of colours stay, and take no room.
-std::string fitted(const std::string& cell, std::size_t width) {
-  if (width_of(cell) <= width) return cell;
-  std::string cut;
-  std::size_t characters = 0;
-  for (std::size_t at = 0, end = 0; at < cell.size(); at = end) {
-    const bool is_code = cell[at] == '\x1b';
-    end = at + 1;
-    if (is_code) end = std::min(cell.find('m', at), cell.size() - 1) + 1;
-    while (end < cell.size() && (static_cast<unsigned char>(cell[end]) & 0xC0U) == 0x80U) ++end;
-    if (!is_code) ++characters;
-    if (is_code || characters < width) cut += cell.substr(at, end - at);
-    if (!is_code && characters == width) cut += "…";
-  }
-  return cut;
+// One that knows no codes says so.
+bool takes_codes() {
+  const char* const kind = std::getenv("TERM");
+  return kind == nullptr || std::string_view(kind) != "dumb";
 }
 
-constexpr std::size_t kProgressStep = 20;  // what is less is done before anybody reads it
+using Clock = std::chrono::steady_clock;
+constexpr Clock::duration kSoon = std::chrono::seconds(1);  // what is over by then needs no words
+constexpr Clock::duration kBetweenCounts = std::chrono::milliseconds(100);
+constexpr std::size_t kProgressStep = 20;  // in the first second
+
+std::size_t progresses = 0;  // that live
 
 DateChoice date_choice = DateChoice::iso;
 
@@ -128,6 +106,11 @@ std::string date_text(const Date& date) {
   return {written.data(), std::strftime(written.data(), written.size(), is_day ? "%x" : "%x %X", &local)};
 }
 
+std::size_t columns_of_terminal() {
+  winsize size = {};
+  return ::isatty(STDOUT_FILENO) == 1 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
 std::size_t widest_cell() {
   const std::size_t columns = columns_of_terminal();
   return columns == 0 ? 60 : columns;
@@ -137,7 +120,8 @@ void choose_colors(ColorChoice choice) {
   const char* no_color = std::getenv("NO_COLOR");
   const bool unwanted = no_color != nullptr && *no_color != '\0';
   const auto colors = [&](int stream) {
-    return choice == ColorChoice::always || (choice == ColorChoice::automatic && !unwanted && ::isatty(stream) == 1);
+    return choice == ColorChoice::always ||
+           (choice == ColorChoice::automatic && !unwanted && ::isatty(stream) == 1 && takes_codes());
   };
   colored_output = colors(STDOUT_FILENO);
   colored_errors = colors(STDERR_FILENO);
@@ -150,12 +134,14 @@ std::string alarming(std::string_view text) { return painted(colored_errors, "31
 
 std::string shown(std::string_view text, std::size_t longest) {
   std::string line;
-  const bool cut = text::length(text) > longest;
-  for (const char character : cut ? text::left(text, longest - 1) : text) {
-    const auto byte = static_cast<unsigned char>(character);
-    line += byte < 0x20 || byte == 0x7F ? ' ' : character;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const auto byte = static_cast<unsigned char>(text[at]);
+    const auto next = static_cast<unsigned char>(at + 1 < text.size() ? text[at + 1] : '\0');
+    const bool is_second_set = byte == 0xC2 && next >= 0x80 && next < 0xA0;  // U+0080 to U+009F
+    if (is_second_set) ++at;
+    line += is_second_set || byte < 0x20 || byte == 0x7F ? ' ' : text[at];
   }
-  return cut ? line + "…" : line;
+  return fitted(line, longest);
 }
 
 void Table::print(std::ostream& out) const { print(out, columns_of_terminal()); }
@@ -165,7 +151,7 @@ void Table::print(std::ostream& out, std::size_t columns) const {
   std::vector<Column> form;
   for (std::size_t place = 0; place < headings_.size(); ++place)
     form.push_back(column_of(headings_[place], rows_, place));
-  if (columns > 0 && !narrow(form, columns)) return print_rows_one_by_one(out);
+  if (columns > 0 && !narrow(form, columns)) return print_rows_one_by_one(out, columns);
   const auto line = [&](const std::vector<std::string>& cells) {
     std::string joined;
     for (std::size_t place = 0; place < cells.size(); ++place) {
@@ -182,42 +168,71 @@ void Table::print(std::ostream& out, std::size_t columns) const {
   for (const auto& row : rows_) out << line(row) << '\n';
 }
 
-void Table::print_rows_one_by_one(std::ostream& out) const {
-  std::size_t width = 0;
-  for (const std::string& heading : headings_) width = std::max(width, width_of(heading));
+void Table::print_rows_one_by_one(std::ostream& out, std::size_t columns) const {
+  std::size_t width = kGap;
+  for (const std::string& heading : headings_) width = std::max(width, width_of(heading) + kGap);
+  constexpr std::size_t kReadable = 8;
+  const std::size_t room = std::max(columns, width + kReadable) - width;
   for (const auto& row : rows_) {
     if (&row != &rows_.front()) out << '\n';
-    for (std::size_t place = 0; place < row.size(); ++place)
-      if (!row[place].empty())
-        out << bold(headings_[place]) << std::string(width - width_of(headings_[place]) + kGap, ' ') << row[place]
-            << '\n';
+    for (std::size_t place = 0; place < row.size(); ++place) {
+      if (row[place].empty()) continue;
+      out << bold(headings_[place]) << std::string(width - width_of(headings_[place]), ' ');
+      const bool has_codes = row[place].find('\x1b') != std::string::npos;
+      const auto lines = has_codes ? std::vector<std::string>{fitted(row[place], room)} : wrapped(row[place], room);
+      for (const std::string& line : lines)
+        out << (&line == &lines.front() ? "" : std::string(width, ' ')) << line << '\n';
+    }
   }
 }
 
-Progress::Progress(std::size_t total)
-    : visible_(total >= kProgressStep && ::isatty(STDERR_FILENO) == 1), total_(total) {}
+bool shows_progress() { return ::isatty(STDERR_FILENO) == 1 && takes_codes(); }
+
+void write_over(const std::string& words) {
+  winsize size = {};
+  const bool is_known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
+  // Without a character in the last column no terminal begins another line.
+  std::cerr << "\r" << (is_known ? fitted(words, size.ws_col - 1U) : words) << std::flush;
+}
+
+void wipe_line() { std::cerr << "\r" << kWipesRest << std::flush; }
+
+std::string rate_of(std::size_t done, std::chrono::steady_clock::duration time) {
+  return std::to_string(
+             static_cast<std::size_t>(static_cast<double>(done) / std::chrono::duration<double>(time).count())) +
+         " a second";
+}
+
+Progress::Progress(std::size_t total) : visible_(shows_progress()), total_(total) { ++progresses; }
 
 Progress::~Progress() {
-  if (visible_ && done_ > 0) std::cerr << "\r\x1b[K" << std::flush;
+  --progresses;
+  if (is_shown_) wipe_line();
 }
+
+bool Progress::any() { return progresses > 0; }
 
 void Progress::advance(std::size_t by) {
-  const bool is_next_step = (done_ + by) / kProgressStep != done_ / kProgressStep;
+  const bool is_next_step = (done_ + by) / kProgressStep != done_ / kProgressStep || done_ + by == total_;
   done_ += by;
-  if (!visible_ || (!is_next_step && done_ != total_)) return;
+  if (!visible_) return;
+  const auto now = std::chrono::steady_clock::now();
+  const bool is_soon = now - begin_ < kSoon;
+  if (is_soon ? total_ < kProgressStep || !is_next_step : now - shown_at_ < kBetweenCounts && done_ != total_) return;
   store::UnitOfWork::before_waiting();  // the person at the terminal may have stopped its output
-  std::cerr << "\r" << done_ << " of " << total_ << pace() << std::flush;
+  is_shown_ = true;
+  shown_at_ = now;
+  const std::string count = std::to_string(done_) + " of " + std::to_string(std::max(total_, done_));
+  write_over(is_soon ? count : count + pace(now - begin_) + kWipesRest);
 }
 
-// Nothing in the first second; behind it stands what wipes the end of a longer line.
-std::string Progress::pace() const {
-  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
-  if (seconds < 1 || done_ == 0) return {};
-  const double rate = static_cast<double>(done_) / seconds;
-  const auto left = static_cast<std::size_t>(std::ceil(static_cast<double>(total_ - std::min(done_, total_)) / rate));
-  const std::string rest = std::to_string(left % 60);
-  return ", " + std::to_string(static_cast<std::size_t>(rate)) + " a second, " + std::to_string(left / 60) + ":" +
-         (rest.size() < 2 ? "0" : "") + rest + " left\x1b[K";
+std::string Progress::pace(std::chrono::steady_clock::duration time) const {
+  const double left = static_cast<double>(total_ - std::min(done_, total_)) / static_cast<double>(done_) *
+                      std::chrono::duration<double>(time).count();
+  const auto seconds = static_cast<std::size_t>(std::ceil(left));
+  const std::string rest = std::to_string(seconds % 60);
+  return ", " + rate_of(done_, time) + ", " + std::to_string(seconds / 60) + ":" + (rest.size() < 2 ? "0" : "") + rest +
+         " left";
 }
 
 std::string counted(std::size_t count, std::string_view noun) {

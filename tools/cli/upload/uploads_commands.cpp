@@ -12,6 +12,7 @@
 #include "tools/cli/library.h"
 #include "tools/cli/menu.h"
 #include "tools/cli/terminal/listing.h"
+#include "tools/cli/terminal/row_progress.h"
 
 namespace mercato::cli {
 namespace uploads_commands {
@@ -22,6 +23,7 @@ constexpr std::size_t kMostLeftShown = 50;
 
 struct Listing {
   std::int32_t limit = 50;
+  std::int32_t offset = 0;
 };
 struct Which {
   std::int32_t upload = 0;
@@ -80,7 +82,7 @@ int list(const Listing& given, const OutputOptions& output) {
   gateway::Json list = gateway::Json::array();
   Table table({"ID", "STARTED (UTC)", "WHO", "WHAT", "READ", "INSERTED", "UPDATED", "UNCHANGED", "REFUSED", "LEFT",
                "STATE", "FILE"});
-  for (const Upload& upload : exchange::uploads(*session.get(), given.limit)) {
+  for (const Upload& upload : exchange::uploads(*session.get(), given.limit, given.offset)) {
     list.push_back(to_json(upload));
     const exchange::UploadCounts& counts = upload.counts;
     table.add({std::to_string(upload.id), moment(upload.started), shown(upload.user, 20), what_of(upload),
@@ -88,7 +90,9 @@ int list(const Listing& given, const OutputOptions& output) {
                std::to_string(counts.unchanged), std::to_string(counts.refused), std::to_string(counts.left),
                state_of(upload), shown(upload.file)});
   }
-  return answer_list(output, "uploads", std::move(list), table, "Nothing was uploaded, or the journal was forgotten.");
+  return answer_list(
+      output, "uploads", std::move(list), table,
+      given.offset > 0 ? "--offset passes over all uploads." : "Nothing was uploaded, or the journal was forgotten.");
 }
 
 int show(const Which& given, const OutputOptions& output) {
@@ -182,13 +186,26 @@ bool is_confirmed(std::int32_t upload) {
   return answer == "y" || answer == "Y" || answer == "yes";
 }
 
+// Each row that was kept is written once, and kept once more.
+std::size_t rows_to_write(std::int32_t upload) {
+  const store::PooledSession session = store::acquire_session(connection_string());
+  const std::vector<exchange::JournaledRow> last =
+      exchange::journaled_rows_backwards(*session.get(), upload, std::numeric_limits<std::int32_t>::max(), 1);
+  return last.empty() ? 0 : 2 * static_cast<std::size_t>(last.front().sequence);
+}
+
+exchange::Undone take_back(const Taking& given) {
+  const RowProgress progress(rows_to_write(given.upload));
+  return exchange::undo_upload(connection_string(), given.upload,
+                               {given.force, given.dry_run, exchange::system_user()});
+}
+
 int undo(const Taking& given, const OutputOptions& output) {
   if (!given.dry_run && !given.yes && !is_confirmed(given.upload)) {
     std::cerr << "Nothing was changed.\n";
     return kFailed;
   }
-  const exchange::Undone done =
-      exchange::undo_upload(connection_string(), given.upload, {given.force, given.dry_run, exchange::system_user()});
+  const exchange::Undone done = take_back(given);
   const int status = done.left.empty() ? kDone : kDoneInPart;
   if (output.json) {
     gateway::Json left = gateway::Json::array();
@@ -239,9 +256,13 @@ void add_uploads_commands(Menu& menu) {
   {
     const auto [command, given] = group.add("list", "List the latest uploads, the newest first",
                                             "  mercato uploads list\n"
-                                            "  mercato uploads list --json --limit 500\n",
+                                            "  mercato uploads list --json --limit 500\n"
+                                            "  mercato uploads list --limit 20 --offset 20\n",
                                             list);
     command.add_option("--limit", given.limit, "At most so many")->between(1, 1'000'000)->capture_default_str();
+    command.add_option("--offset", given.offset, "How many uploads to pass over first")
+        ->type_name("N")
+        ->between(0, 1'000'000'000);
   }
   {
     const auto [command, given] =
