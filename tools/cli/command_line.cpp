@@ -159,7 +159,11 @@ const CLI::App& command_of(const CLI::App& app, const std::vector<std::string>& 
 std::shared_ptr<CLI::FormatterBase> help_formatter() { return std::make_shared<HelpFormatter>(); }
 
 std::string fault_of(const CLI::App& app, const CLI::ParseError& error) {
-  if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) return store::without_passwords(error.what());
+  if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) {
+    const std::string fault = store::without_passwords(error.what());
+    const std::size_t repeated = fault.find(": At Most 1 required but received ");
+    return repeated == std::string::npos ? fault : fault.substr(0, repeated) + " is given more than once";
+  }
   const CLI::App* command = &app;
   while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
   const std::string extra = store::without_passwords(app.remaining(true).front());
