@@ -31,14 +31,6 @@ WHERE c.oid = to_regclass(quote_ident($1)))";
 // What grows is looked at anew.
 constexpr std::chrono::minutes kFresh{1};
 
-std::string index_condition(const TableInfo& table) { return trigrams_of(indexed_texts(table)) + " @@ $1::tsquery"; }
-
-// The engine would take rows that match an expression for rare, and sort all of them; of what this one chooses it takes
-// half of the rows for some.
-std::string reading_condition(const TableInfo& table) {
-  return "CASE WHEN lower((" + indexed_texts(table) + ") COLLATE \"C\") ~ ALL ($1::text[]) THEN true END";
-}
-
 // A list of regular expressions, one for each word that has a trigram: its characters with signs between them. One that
 // may be another before folding is left open.
 std::string expressions_of(std::span<const std::string> words) {
@@ -57,6 +49,12 @@ std::string expressions_of(std::span<const std::string> words) {
     list += '"';
   }
   return list + "}";
+}
+
+std::vector<std::int64_t> numbers_of(const std::vector<SentValues>& rows) {
+  std::vector<std::int64_t> numbers;
+  for (const SentValues& row : rows) numbers.push_back(std::strtoll(row[0].value_or("").c_str(), nullptr, 10));
+  return numbers;
 }
 
 double real_of(const std::optional<std::string>& digits) { return std::strtod(digits.value_or("0").c_str(), nullptr); }
@@ -118,27 +116,38 @@ Proposals TextProposals::for_statement(std::span<const dialect::TextSearch> sear
   return proposals;
 }
 
-// So many rows are read until `most` of them hold common words; rows that the index proposes are all looked at, and
-// sorted. A row that is read costs some three times as much.
+// The least rows are read for common words, until there are enough of them; rows that the index proposes are all looked
+// at, and sorted. Words that are seldom in one row are not found by the first rows: then the index is asked after all.
 std::vector<std::int64_t> TextProposals::keys(const TableInfo& table, std::span<const std::string> words,
                                               std::size_t most) {
   constexpr std::size_t kMost = std::numeric_limits<std::int32_t>::max();
-  constexpr double kCostOfReading = 3;
   most = std::min(most, kMost);
-  const dialect::TextMatch match = dialect::match_of(words).value();
+  const std::string match = dialect::written(dialect::match_of(words).value(), kMatchWords);
+  if (!text::is_valid(match)) return {};
+  const std::string limit = std::to_string(most), from = dialect::quoted_name(table.name),
+                    key = dialect::quoted_name(std::ranges::find_if(table.columns, &Column::assigned)->name),
+                    in_order = " ORDER BY " + key + " LIMIT ";
+  if (const std::size_t first = worth_reading(table, words, most); first > 0) {
+    const auto found = numbers_of(server_.rows("SELECT " + key + " FROM (SELECT * FROM " + from + in_order +
+                                                   "$3) AS rows WHERE lower((" + indexed_texts(table) +
+                                                   ") COLLATE \"C\") ~ ALL ($1::text[])" + in_order + "$2",
+                                               {expressions_of(words), limit, std::to_string(first)}));
+    if (found.size() == most) return found;
+  }
+  return numbers_of(server_.rows("SELECT " + key + " FROM " + from + " WHERE " + trigrams_of(indexed_texts(table)) +
+                                     " @@ $1::tsquery" + in_order + "$2",
+                                 {match, limit}));
+}
+
+// How many rows hold enough that have all of the words, if that is cheaper than to ask the index; else 0.
+std::size_t TextProposals::worth_reading(const TableInfo& table, std::span<const std::string> words, std::size_t most) {
+  constexpr double kCostOfReading = 2;  // of a row, against one that the index proposes
   const Statistics& statistics = statistics_of(table.name);
-  const double common = share(match, statistics);
-  const bool reads = common * common * statistics.rows > kCostOfReading * static_cast<double>(most);
-  const std::string looked_for = reads ? expressions_of(words) : dialect::written(match, kMatchWords);
-  std::vector<std::int64_t> keys;
-  if (!text::is_valid(looked_for)) return keys;
-  const std::string key = dialect::quoted_name(std::ranges::find_if(table.columns, &Column::assigned)->name);
-  const std::string query = "SELECT " + key + " FROM " + dialect::quoted_name(table.name) + " WHERE " +
-                            (reads ? reading_condition(table) : index_condition(table)) + " ORDER BY " + key +
-                            " LIMIT $2";
-  for (const SentValues& row : server_.rows(query, {looked_for, std::to_string(most)}))
-    keys.push_back(std::strtoll(row[0].value_or("").c_str(), nullptr, 10));
-  return keys;
+  double common = 1;
+  for (const std::string& word : words)
+    if (const auto match = dialect::match_of(std::span(&word, 1))) common *= share(*match, statistics);
+  const double enough = 2 * static_cast<double>(most) / common;
+  return kCostOfReading * enough < common * statistics.rows ? static_cast<std::size_t>(enough) : 0;
 }
 
 }  // namespace mercato::store::postgres

@@ -40,6 +40,7 @@ class TextProposals {
   };
   const Statistics& statistics_of(const std::string& table);
   static double share(const dialect::TextMatch& match, const Statistics& statistics);
+  std::size_t worth_reading(const TableInfo& table, std::span<const std::string> words, std::size_t most);
   bool is_worth_it(const dialect::TextSearch& search, const dialect::TextMatch& match,
                    const dialect::LexedStatement& lexed);
 

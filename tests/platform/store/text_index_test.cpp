@@ -104,6 +104,7 @@ TEST_F(TextIndexes, ProposeTheLeastRowsThatHoldCommonWords) {
   EXPECT_EQ(proposals({"KT.i", "rmelschwarz"}, 2), (Keys{2, 6}));
   EXPECT_EQ(proposals({"ns", "SCHWARZ"}, 2), (Keys{2, 6}));
   EXPECT_EQ(proposals({"arm", "ns9"}, 1), Keys{40});
+  EXPECT_EQ(proposals({"schwarz", "other"}, 1), Keys{});
   EXPECT_EQ(proposals({"zz", "nowhere"}, 1), Keys{});
 }
 
