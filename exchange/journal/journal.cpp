@@ -141,13 +141,13 @@ Changes changes_between(Reach::Kind kind, std::vector<ReachedRow> before, std::v
 }
 
 // Rows of one table stand together, a line for each: record, image from before, image from behind; of a row that was
-// changed only in what it differs. SEQUENCE is the number of the last one. In journals of older releases each row stands by itself, with its record and its images in columns.
-std::string text_of(const JournaledRow& row) {
-  std::string text;
+// changed only in what it differs. SEQUENCE is the number of the last one. In journals of older releases each row stands
+// by itself, with its record and its images in columns.
+void append_text(std::string& text, const JournaledRow& row) {
   append_json_text(text, row.record);
   text.append("\t").append(row.before).append("\t");
   const bool is_changed = !row.before.empty() && !row.after.empty();
-  return text.append(is_changed ? differences(row.before, row.after) : row.after).append("\n");
+  text.append(is_changed ? differences(row.before, row.after) : row.after).append("\n");
 }
 void append_rows(std::vector<JournaledRow>& rows, const std::vector<Variant>& kept) {
   const std::int32_t sequence = kept[0].to_long();
@@ -352,7 +352,7 @@ void keep_rows(store::Session& session, std::int32_t upload, std::span<const Jou
   for (std::size_t next = 0; next < rows.size();) {
     const std::size_t first = next;
     std::string text;
-    do text += text_of(rows[next++]);
+    do append_text(text, rows[next++]);
     while (next < rows.size() && rows[next].table == rows[first].table && next - first < kRowsTogether &&
            text.size() < kBytesTogether);
     sequence += static_cast<std::int32_t>(next - first);

@@ -18,6 +18,7 @@ using Json = nlohmann::json;  // its members are sorted by their names
 
 // Every list of values is as long, so that the store prepares one statement for all of them.
 constexpr std::size_t kValuesAtOnce = 100;
+constexpr std::size_t kMostReserved = 2000;  // bytes of an image
 constexpr std::string_view kStamp = "DATEUPDATED";
 
 std::string text_of(const Json& value) { return value.is_string() ? value.get<std::string>() : value.dump(); }
@@ -159,11 +160,15 @@ void append(std::vector<ImagedRow>& rows, store::Session& session, const RowsAsk
   for (std::size_t position = 0; position < layout.size(); ++position)
     members.push_back({'"' + std::string(layout.columns()[position].name) + "\":", position});
   std::ranges::sort(members, {}, &Member::name);
+  std::size_t longest_key = 0, longest_image = 0;
   std::vector<Variant> row;
   while (query.cursor->next()) {
     query.cursor->read(row);
     ImagedRow& added = rows.emplace_back();
     added.table = &table;
+    // A row is about as long as those before it.
+    added.key.reserve(longest_key);
+    added.image.reserve(longest_image);
     for (const std::size_t position : key) {
       added.key += added.key.empty() ? '[' : ',';
       append_value(added.key, row[position]);
@@ -176,6 +181,8 @@ void append(std::vector<ImagedRow>& rows, store::Session& session, const RowsAsk
       append_value(added.image, row[member.position]);
     }
     added.image += '}';
+    longest_key = std::max(longest_key, added.key.size());
+    longest_image = std::min(std::max(longest_image, added.image.size()), kMostReserved);
     for (const std::optional<std::size_t>& position : noted)
       added.noted.push_back(position ? row[*position].text_or_empty() : std::string());
     if (asked.identified) added.identity = query.cursor->identity();
@@ -238,7 +245,7 @@ std::string differences(std::string_view before, std::string_view after) {
     if (!is_new) old.next();
     if (!is_gone) now.next();
   }
-  return text.empty() ? "{}" : text + "}";
+  return text.append(text.empty() ? "{}" : "}");
 }
 
 std::string with_differences(std::string_view before, std::string_view differences) {
@@ -254,7 +261,7 @@ std::string with_differences(std::string_view before, std::string_view differenc
     if (old.has_one() && old.name() == other.name()) old.next();
     other.next();
   }
-  return text.empty() ? "{}" : text + "}";
+  return text.append(text.empty() ? "{}" : "}");
 }
 
 std::span<const JournaledTable> journaled_tables() {
