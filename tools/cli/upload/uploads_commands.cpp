@@ -190,7 +190,7 @@ bool is_confirmed(std::int32_t upload) {
 std::size_t rows_to_write(std::int32_t upload) {
   const store::PooledSession session = store::acquire_session(connection_string());
   const std::vector<exchange::JournaledRow> last =
-      exchange::journaled_rows_backwards(*session.get(), upload, std::numeric_limits<std::int32_t>::max(), 1);
+      exchange::journaled_rows_backwards(*session.get(), upload, std::numeric_limits<std::int32_t>::max());
   return last.empty() ? 0 : 2 * static_cast<std::size_t>(last.front().sequence);
 }
 
