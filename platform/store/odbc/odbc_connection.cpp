@@ -382,14 +382,14 @@ std::vector<SentValues> Connection::rows(const std::string& text, const SentValu
   return rows;
 }
 
-std::string Connection::address() const {
+std::string Connection::server_name() const {
   std::u16string name(512, u'\0');
   SQLSMALLINT length = 0;
   if (!SQL_SUCCEEDED(SQLGetInfoW(connection_, SQL_SERVER_NAME, name.data(),
                                  static_cast<SQLSMALLINT>(name.size() * sizeof(char16_t)), &length)))
     return {};
   name.resize(std::min<std::size_t>(static_cast<std::size_t>(length) / sizeof(char16_t), name.size() - 1));
-  return narrow(name) + (port_.empty() ? "" : ":" + port_);
+  return narrow(name);
 }
 
 bool Connection::has_ended() noexcept {

@@ -66,8 +66,10 @@ class Connection {
   const Diagnosis& diagnosis() const { return diagnosis_; }
   // For messages: "the server 'db.example.com' (database 'mercato')".
   const std::string& label() const { return label_; }
-  // Where the server is: "db.example.com:5432", without a port where neither string nor data source names one.
-  std::string address() const;
+  // What the driver calls its server: its host, or the name that the server gives itself.
+  std::string server_name() const;
+  // By which the driver reaches it; empty where neither the string nor the data source names one.
+  const std::string& port() const { return port_; }
 
  private:
   void bind(const SentValues& values, std::span<const ValueType> types);
@@ -85,7 +87,7 @@ class Connection {
 
   FailureReader failure_of_;
   std::string label_;
-  std::string port_;  // empty where nothing names one
+  std::string port_;
   SQLHENV environment_ = SQL_NULL_HENV;
   SQLHDBC connection_ = SQL_NULL_HDBC;
   SQLHSTMT statement_ = SQL_NULL_HSTMT;

@@ -138,7 +138,9 @@ class PostgresqlEngine final : public Engine {
   std::size_t most_values() const override { return postgres::kMostParameters; }
   std::size_t most_rows() const override { return 1000; }
 
-  StoreDescription describe() override { return postgres::describe_store(server_, connection_.address()); }
+  StoreDescription describe() override {
+    return postgres::describe_store(server_, connection_.server_name() + ":" + connection_.port());
+  }
 
  private:
   Connection& connection_;

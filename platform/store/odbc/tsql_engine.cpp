@@ -224,7 +224,7 @@ StoreDescription TsqlEngine::describe() {
   description.engine = "SQL Server";
   description.version = place[0].value_or("");
   description.place =
-      connection_.address() + ", database " + place[1].value_or("") + ", schema " + place[2].value_or("");
+      connection_.server_name() + ", database " + place[1].value_or("") + ", schema " + place[2].value_or("");
   description.collation = place[3].value_or("");
   if (place[4] != "1")
     description.collation += "; texts that differ in case are others, which the library does not expect";
