@@ -38,15 +38,6 @@ constexpr const char* kSettings =
     "SET TRANSACTION ISOLATION LEVEL READ COMMITTED; "
     "SET LOCK_TIMEOUT ";
 
-// The one table that a query reads, as it is spelled there; nothing for any other statement.
-std::string table_read_by(const dialect::LexedStatement& statement) {
-  dialect::SyntaxTree tree(statement);
-  dialect::StatementReader(tree).read();
-  if (tree.fault || tree.query == nullptr || tree.query->selects.size() != 1) return {};
-  const dialect::Source* const source = tree.query->first().scope.first;
-  return source != nullptr && source->next_in_scope == nullptr ? std::string(source->table_name) : std::string();
-}
-
 class TsqlEngine final : public Engine {
  public:
   explicit TsqlEngine(Connection& connection) : connection_(connection) {}

@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "platform/store/dialect/refusal.h"
 #include "platform/store/dialect/sql_printer.h"
+#include "platform/store/dialect/statement_reader.h"
 #include "values/text.h"
 
 namespace mercato::store::odbc {
@@ -126,6 +128,21 @@ std::string sent_text(const LexedStatement& lexed) {
 std::string with_columns(const LexedStatement& query, const std::string& columns) {
   const std::uint32_t end = query.tokens[Reader(query).end_of_items()].begin;
   return std::string(query.text.substr(0, end)) + columns + " " + std::string(query.text.substr(end));
+}
+
+std::string table_read_by(const dialect::LexedStatement& statement) {
+  dialect::SyntaxTree tree(statement);
+  dialect::StatementReader(tree).read();
+  if (tree.fault || tree.query == nullptr || tree.query->selects.size() != 1) return {};
+  std::string_view table;
+  for (const dialect::Node* node = tree.first; node != nullptr; node = node->next) {
+    if (node->kind != dialect::NodeKind::source) continue;
+    const auto& source = static_cast<const dialect::Source&>(*node);
+    if (source.scope != &tree.query->first().scope) continue;
+    if (!table.empty()) return {};
+    table = source.table_name;
+  }
+  return std::string(table);
 }
 
 }  // namespace mercato::store::odbc

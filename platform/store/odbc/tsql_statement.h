@@ -17,6 +17,9 @@ dialect::StatementKind kind_of(const dialect::LexedStatement& lexed);
 // which the library's statements know nothing.
 std::string sent_text(const dialect::LexedStatement& lexed);
 
+// The one table that a query reads, as it is spelled there; nothing for any other statement.
+std::string table_read_by(const dialect::LexedStatement& statement);
+
 // The query with `columns` (", a, b") behind what it shows.
 std::string with_columns(const dialect::LexedStatement& query, const std::string& columns);
 

@@ -83,6 +83,21 @@ TEST(TsqlStatement, IsSentAsItIsButForANameThatServersReserve) {
       "SELECT VALUE, \"EXTERNAL\" , P.\"EXTERNAL\", \"EXTERNAL\", [EXTERNAL], EXTERNALS FROM PROPERTY P -- EXTERNAL");
 }
 
+TEST(TsqlStatement, NamesTheOneTableThatItReads) {
+  const auto read_by = [](const std::string& text) {
+    dialect::LexedStatement lexed;
+    dialect::lex(text, lexed);
+    return table_read_by(lexed);
+  };
+  EXPECT_EQ(read_by("SELECT A FROM Unit WHERE B=5"), "Unit");
+  EXPECT_EQ(read_by("SELECT U.A FROM UNIT U WHERE EXISTS (SELECT 1 FROM PRODUCT P WHERE P.A = U.A)"), "UNIT");
+  EXPECT_EQ(read_by("SELECT A, (SELECT MAX(B) FROM PRODUCT) M FROM UNIT ORDER BY A"), "UNIT");
+  for (const char* text : {"SELECT U.A FROM UNIT U, PRODUCT P", "SELECT U.A FROM UNIT U JOIN PRODUCT P ON P.A = U.A",
+                           "SELECT A FROM UNIT UNION SELECT A FROM PRODUCT", "SELECT A FROM (SELECT A FROM UNIT) U",
+                           "DELETE FROM UNIT", "SELECT A FROM UNIT WITH (SOMETHING)"})
+    EXPECT_EQ(read_by(text), "") << text;
+}
+
 TEST(TsqlStatement, ShowsMoreColumnsBehindItsOwn) {
   const auto with_key = [](const std::string& text) {
     dialect::LexedStatement lexed;
