@@ -74,7 +74,7 @@ class Database {
     }
     if (names != made_) return false;
     for (const std::string& name : names)
-      if (name != "MERCATO_SCHEMA") connection_->control("TRUNCATE TABLE \"" + name + "\"");
+      if (!text::equal_names(name, "MERCATO_SCHEMA")) connection_->control("TRUNCATE TABLE \"" + name + "\"");
     return true;
   }
 
