@@ -236,11 +236,18 @@ class ImportedGroups : public ImportCommand {
         "'EA');\n");
   }
   std::string groups() {
-    return rows("SELECT NODEID, PARENTNODEID, NODENAME, NODETYPE, CATEGORYID FROM CATALOGNODE ORDER BY NODEID;\n") +
-           rows("SELECT CATEGORYID, CATEGORYNAME FROM PRODUCTCATEGORY ORDER BY CATEGORYID;\n") +
+    return rows("SELECT NODENAME, NODETYPE FROM CATALOGNODE ORDER BY NODENAME;\n") +
            rows(
-               "SELECT P.BUYFROMPARTNUMBER, L.CATEGORYID, L.SEQUENCE FROM PRODUCTSBYCATEGORY L INNER JOIN PRODUCT P ON "
-               "P.PRODUCTID = L.PRODUCTID ORDER BY P.BUYFROMPARTNUMBER;\n");
+               "SELECT N.NODENAME, P.NODENAME AS PARENT FROM CATALOGNODE N INNER JOIN CATALOGNODE P ON P.NODEID = "
+               "N.PARENTNODEID ORDER BY N.NODENAME;\n") +
+           rows(
+               "SELECT N.NODENAME, C.CATEGORYNAME FROM CATALOGNODE N INNER JOIN PRODUCTCATEGORY C ON C.CATEGORYID = "
+               "N.CATEGORYID ORDER BY N.NODENAME;\n") +
+           rows("SELECT CATEGORYNAME FROM PRODUCTCATEGORY ORDER BY CATEGORYNAME;\n") +
+           rows(
+               "SELECT P.BUYFROMPARTNUMBER, C.CATEGORYNAME, L.SEQUENCE FROM PRODUCTSBYCATEGORY L INNER JOIN PRODUCT P "
+               "ON P.PRODUCTID = L.PRODUCTID INNER JOIN PRODUCTCATEGORY C ON C.CATEGORYID = L.CATEGORYID ORDER BY "
+               "P.BUYFROMPARTNUMBER;\n");
   }
   json load(const std::string& parts, const Words& more = {}, int status = 3) {
     Words words = {"import", file("parts.csv", parts), "--set", "UNITCODE=EA", "--catalog", "House"};
@@ -262,23 +269,30 @@ TEST_F(ImportedGroups, AreLoadedIntoACatalogueAndTakenBack) {
   EXPECT_EQ(loaded["groups"], tried["groups"]);
   EXPECT_EQ(loaded["members"], tried["members"]);
   EXPECT_EQ(groups(),
-            "NODEID  PARENTNODEID  NODENAME     NODETYPE  CATEGORYID\n"
-            "1       -             SMALL PARTS  0         -\n"
-            "2       1             Bolts        1         1\n"
-            "3       1             Nuts         1         2\n"
-            "CATEGORYID  CATEGORYNAME\n"
-            "1           Bolts\n"
-            "2           Nuts\n"
-            "BUYFROMPARTNUMBER  CATEGORYID  SEQUENCE\n"
-            "P1                 2           1\n"
-            "P2                 1           1\n");
+            "NODENAME     NODETYPE\n"
+            "Bolts        1\n"
+            "Nuts         1\n"
+            "SMALL PARTS  0\n"
+            "NODENAME  PARENT\n"
+            "Bolts     SMALL PARTS\n"
+            "Nuts      SMALL PARTS\n"
+            "NODENAME  CATEGORYNAME\n"
+            "Bolts     Bolts\n"
+            "Nuts      Nuts\n"
+            "CATEGORYNAME\n"
+            "Bolts\n"
+            "Nuts\n"
+            "BUYFROMPARTNUMBER  CATEGORYNAME  SEQUENCE\n"
+            "P1                 Nuts          1\n"
+            "P2                 Bolts         1\n");
   const std::string after = groups();
   // A group that is there gets a category when products come to be in it.
   const json again = load(kParts + "P5;Nail;4;EUR;Small parts;\n");
   EXPECT_EQ(again["groups"], counts(0, 3));
   EXPECT_EQ(again["members"], counts(1, 2));
-  EXPECT_EQ(rows("SELECT NODETYPE, CATEGORYID FROM CATALOGNODE WHERE NODEID = 1;\n"),
-            "NODETYPE  CATEGORYID\n1         3\n");
+  EXPECT_EQ(rows("SELECT N.NODETYPE, C.CATEGORYNAME FROM CATALOGNODE N INNER JOIN PRODUCTCATEGORY C ON C.CATEGORYID = "
+                 "N.CATEGORYID WHERE N.NODEID = 1;\n"),
+            "NODETYPE  CATEGORYNAME\n1         Small parts\n");
   EXPECT_EQ(run({"uploads", "undo", "2"}).status, 0);
   EXPECT_EQ(groups(), after);
   EXPECT_EQ(run({"uploads", "undo", "1"}).status, 0);
