@@ -181,6 +181,13 @@ std::string folded(std::string_view text) {
   return result;
 }
 
+bool changes_by_folding(char byte) {
+  // Made of the capital I with a dot, the sign of kelvin, the Greek question mark and the Greek grave accent; a NUL is an
+  // end to some engines.
+  constexpr std::string_view kMadeOfOthers("\0ik;`", 5);
+  return static_cast<unsigned char>(byte) >= 0x80 || kMadeOfOthers.find(byte) != std::string_view::npos;
+}
+
 int compare_folded(std::string_view left, std::string_view right) {
   if (composes(left) || composes(right)) return folded(left).compare(folded(right));
   FoldedBytes left_bytes(left), right_bytes(right);

@@ -17,6 +17,9 @@ int compare_folded(std::string_view left, std::string_view right);
 // The one form of all texts that differ in case and composition only. Bytes that are no UTF-8 stay as they are; a text
 // with such bytes is not composed.
 std::string folded(std::string_view text);
+// Whether a byte of a folded text may have been something else than itself or its capital letter before. Of all others
+// what stands side by side did so before: folding takes no ASCII character away.
+bool changes_by_folding(char byte);
 
 std::string_view without_trailing_blanks(std::string_view text);
 

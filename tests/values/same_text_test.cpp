@@ -99,5 +99,30 @@ TEST(SameText, TheOrderIsThatOfTheFoldedTexts) {
     }
 }
 
+// For every character alone, and with some marks that it can compose with.
+TEST(SameText, FoldingMakesFewAsciiCharactersOfOthers) {
+  const auto made = [](const std::string& text) {
+    std::string ascii;
+    for (const char byte : folded(text))
+      if (static_cast<unsigned char>(byte) < 0x80) ascii += byte;
+    return ascii;
+  };
+  std::string made_of_others;
+  for (char32_t c = 0x80; c <= 0x10FFFF; ++c) {
+    if (c >= 0xD800 && c <= 0xDFFF) continue;
+    std::string character;
+    append(character, c);
+    std::string ascii = made(character);
+    if (c < 0x3000)
+      for (const char* const mark : {"\u0307", "\u0323", "\u0338", "\u0301"}) ascii += made(character + mark);
+    for (const char byte : ascii)
+      if (made_of_others.find(byte) == std::string::npos) made_of_others += byte;
+  }
+  std::ranges::sort(made_of_others);
+  EXPECT_EQ(made_of_others, ";`ik");
+  for (char byte = 1; byte > 0; ++byte)
+    EXPECT_EQ(changes_by_folding(byte), made_of_others.find(byte) != std::string::npos) << byte;
+}
+
 }  // namespace
 }  // namespace mercato::text

@@ -4,13 +4,10 @@
 #include <utility>
 
 #include "platform/store/dialect/like_reader.h"
+#include "values/same_text.h"
 
 namespace mercato::store::postgres {
 namespace {
-
-// What folding makes of characters beyond ASCII: of the capital I with a dot, the sign of kelvin, the Greek question
-// mark and the Greek grave accent.
-constexpr std::string_view kMadeOfOthers("\0ik;`", 5);
 
 void append_escaped(std::string& pattern, char byte) {
   if (byte == '%' || byte == '_' || byte == '\\') pattern += '\\';
@@ -22,10 +19,6 @@ void append_any(std::string& outline, bool& is_open) {
 }
 
 }  // namespace
-
-bool changes_by_folding(char byte) {
-  return static_cast<unsigned char>(byte) >= 0x80 || kMadeOfOthers.find(byte) != std::string_view::npos;
-}
 
 LikeBinding bind_like(std::string_view pattern, std::optional<std::string_view> escape) {
   using dialect::LikePart;
@@ -48,7 +41,7 @@ LikeBinding bind_like(std::string_view pattern, std::optional<std::string_view> 
       case LikePart::Kind::characters:
         for (const char byte : part.text) {
           append_escaped(binding.pattern, byte);
-          if (changes_by_folding(byte)) {
+          if (text::changes_by_folding(byte)) {
             append_any(binding.outline, is_open);
             continue;
           }

@@ -22,8 +22,4 @@ struct LikeBinding {
 // A text that is no escape character has mercato_like fail.
 LikeBinding bind_like(std::string_view pattern, std::optional<std::string_view> escape = std::nullopt);
 
-// Whether a byte of a folded text may have been something else than itself or its capital letter before. Of all others
-// what stands side by side did so before: folding takes no character away.
-bool changes_by_folding(char byte);
-
 }  // namespace mercato::store::postgres

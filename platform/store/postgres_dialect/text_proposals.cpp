@@ -8,8 +8,8 @@
 #include <optional>
 
 #include "platform/store/dialect/sql_printer.h"
-#include "platform/store/postgres_dialect/like_binding.h"
 #include "platform/store/postgres_dialect/postgres_printer.h"
+#include "values/same_text.h"
 #include "values/squeezed_text.h"
 #include "values/text.h"
 
@@ -42,9 +42,9 @@ std::string expressions_of(std::span<const std::string> words) {
       if (static_cast<unsigned char>(byte) >= 0x80)
         list += ".*";
       else
-        list +=
-            (changes_by_folding(byte) ? std::string("(?:") + byte + "|[^\\\\u0001-\\\\u007f])" : std::string(1, byte)) +
-            "[^a-z0-9]*";
+        list += (text::changes_by_folding(byte) ? std::string("(?:") + byte + "|[^\\\\u0001-\\\\u007f])"
+                                                : std::string(1, byte)) +
+                "[^a-z0-9]*";
     }
     list += '"';
   }

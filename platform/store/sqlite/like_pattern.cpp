@@ -67,6 +67,18 @@ LikePattern::LikePattern(std::string_view pattern, char32_t escape, const TextOr
     };
     if (!std::all_of(piece.elements.begin(), piece.elements.end(), plain)) continue;
     for (const Element& each : piece.elements) piece.plain += static_cast<char>(each.character);
+    look_for_outline(piece);
+  }
+}
+
+void LikePattern::look_for_outline(const Piece& piece) {
+  for (auto begin = piece.plain.begin(); begin != piece.plain.end();) {
+    const auto end = std::find_if(begin, piece.plain.end(), text::changes_by_folding);
+    if (const auto length = static_cast<std::size_t>(end - begin); length > outline_.plain.size()) {
+      outline_.plain.assign(begin, end);
+      outline_.elements.resize(length);
+    }
+    begin = std::find_if_not(end, piece.plain.end(), text::changes_by_folding);
   }
 }
 
@@ -166,7 +178,10 @@ bool LikePattern::ends_with(const Piece& piece, std::string_view text, std::size
 
 bool LikePattern::matches(std::string_view text) const {
   const bool is_plain = std::all_of(text.begin(), text.end(), [](char byte) { return (byte & 0x80) == 0; });
-  return is_plain ? matches_folded(text) : matches_folded(text::folded(text));
+  if (is_plain) return matches_folded(text);
+  // Looking for the outline costs a fraction of folding.
+  if (!outline_.plain.empty() && find(outline_, text, 0) == kNot) return false;
+  return matches_folded(text::folded(text));
 }
 
 // A text of ASCII characters may come as it is.

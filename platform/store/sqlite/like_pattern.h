@@ -41,6 +41,7 @@ class LikePattern {
   };
 
   std::uint32_t set_of(const dialect::LikePart& part);
+  void look_for_outline(const Piece& piece);
   bool in_range(const dialect::LikePart::Range& range, char32_t character) const;
   bool contains(const Set& set, char32_t character) const;
   bool fits(const Element& element, char32_t character) const;
@@ -54,6 +55,7 @@ class LikePattern {
   std::vector<Set> sets_;
   std::unordered_map<std::string, std::uint32_t> known_sets_;  // by what stands between their brackets
   std::vector<Piece> pieces_;  // at least one; the first stands at the begin of the text and the last at its end
+  Piece outline_;              // what each text that matches has in it before it is folded; may be empty
 };
 
 }  // namespace mercato::store::sqlite

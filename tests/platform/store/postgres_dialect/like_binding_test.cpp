@@ -74,29 +74,6 @@ TEST(LikeBinding, HasAnOutlineOfWhatFoldingLeavesAsItIs) {
     EXPECT_EQ(bind_like(pattern).outline, outline) << pattern;
 }
 
-// The rule that an outline stands on, for every character alone and with each mark that it can compose with.
-TEST(LikeBinding, FoldingMakesOfOtherCharactersNoneThatAnOutlineHas) {
-  const auto made = [](const std::string& text) {
-    std::string ascii;
-    for (const char byte : text::folded(text))
-      if (static_cast<unsigned char>(byte) < 0x80) ascii += byte;
-    return ascii;
-  };
-  std::string made_of_others;
-  for (char32_t c = 0x80; c <= 0x10FFFF; ++c) {
-    if (c >= 0xD800 && c <= 0xDFFF) continue;
-    std::string character;
-    text::append(character, c);
-    std::string ascii = made(character);
-    if (c < 0x3000)
-      for (const char* const mark : {"\u0307", "\u0323", "\u0338", "\u0301"}) ascii += made(character + mark);
-    for (const char byte : ascii)
-      if (made_of_others.find(byte) == std::string::npos) made_of_others += byte;
-  }
-  std::ranges::sort(made_of_others);
-  EXPECT_EQ(made_of_others, ";`ik");
-}
-
 // The failure is mercato_like's own, which any text that is not Null must reach.
 TEST(LikeBinding, LeavesAnEscapeThatIsNoneToTheServer) {
   for (const char* escape : {"", "ab", "é"}) {

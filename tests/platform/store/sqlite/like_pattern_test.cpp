@@ -6,10 +6,12 @@
 #include <chrono>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "platform/store/call_limit.h"
 #include "tests/platform/failure_of.h"
 #include "tests/support/processor_time.h"
+#include "values/same_text.h"
 
 namespace mercato::store::sqlite {
 namespace {
@@ -134,7 +136,9 @@ TEST(LikePattern, BytesThatAreNoTextMatchThemselves) {
 }
 
 // The plainest reading of a pattern, exponential and obviously right.
-bool plain_match(std::string_view pattern, std::string_view text) {
+using Characters = std::u32string_view;
+
+bool plain_match(Characters pattern, Characters text) {
   if (pattern.empty()) return text.empty();
   if (pattern[0] == '%')
     return plain_match(pattern.substr(1), text) || (!text.empty() && plain_match(pattern, text.substr(1)));
@@ -142,17 +146,36 @@ bool plain_match(std::string_view pattern, std::string_view text) {
   return (pattern[0] == '_' || pattern[0] == text[0]) && plain_match(pattern.substr(1), text.substr(1));
 }
 
-TEST(LikePattern, AgreesWithThePlainestReadingOnRandomTexts) {
+std::u32string folded_characters(const std::string& text) {
+  const std::string folded = text::folded(text);
+  std::u32string characters;
+  for (std::size_t position = 0; position < folded.size();) characters += dialect::next_character(folded, position);
+  return characters;
+}
+
+void expect_the_plainest_reading(const std::vector<std::string>& of_patterns,
+                                 const std::vector<std::string>& of_texts) {
   std::mt19937 random(20260702);
-  const auto make = [&random](std::string_view alphabet, std::size_t longest) {
+  const auto make = [&random](const std::vector<std::string>& pieces, std::size_t longest) {
     std::string text;
-    for (auto length = random() % (longest + 1); length > 0; --length) text += alphabet[random() % alphabet.size()];
+    for (auto length = random() % (longest + 1); length > 0; --length) text += pieces[random() % pieces.size()];
     return text;
   };
   for (int i = 0; i < 100000; ++i) {
-    const std::string pattern = make("ab%_", 7), text = make("ab", 9);
-    ASSERT_EQ(matches(pattern, text), plain_match(pattern, text)) << pattern << " | " << text;
+    const std::string pattern = make(of_patterns, 7), text = make(of_texts, 9);
+    ASSERT_EQ(matches(pattern, text), plain_match(folded_characters(pattern), folded_characters(text)))
+        << pattern << " | " << text;
   }
+}
+
+TEST(LikePattern, AgreesWithThePlainestReadingOnRandomTexts) {
+  expect_the_plainest_reading({"a", "b", "%", "_"}, {"a", "b"});
+}
+
+// Some fold to letters of ASCII, some take the letter before them into another.
+TEST(LikePattern, AgreesWithThePlainestReadingBeyondAscii) {
+  expect_the_plainest_reading({"a", "i", "k", ";", "%", "_"},
+                              {"A", "I", "\u0130", "\u212A", "\u037E", "\u1FEF", "\u0301", "\u00C1"});
 }
 
 // Each % of a hostile pattern takes the first place that fits, and never goes back.
