@@ -187,11 +187,11 @@ class CifReader {
   }
 
   void field(std::string_view key, std::string_view name, std::string_view cell, ItemBuilder& built) {
-    struct Column {
+    struct CifColumn {
       std::string_view key;
       std::string_view column;  // empty: read elsewhere
     };
-    constexpr auto kColumns = std::to_array<Column>({
+    constexpr auto kColumns = std::to_array<CifColumn>({
         {"manufacturerpartid", "MFRPARTNUMBER"},
         {"unitofmeasure", "UNITCODE"},
         {"unitsofmeasure", "UNITCODE"},
@@ -213,7 +213,7 @@ class CifReader {
     });
     constexpr auto kLeftOut = std::to_array<std::string_view>(
         {"manufacturerurl", "marketprice", "thumbnail", "territoryavailable", "parametricname", "tier"});
-    const auto column = std::ranges::find(kColumns, key, &Column::key);
+    const auto column = std::ranges::find(kColumns, key, &CifColumn::key);
     if (column != kColumns.end()) {
       if (!column->column.empty() && !built.field(column->column, cell, here())) left_out(name);
     } else if (key == "spsccode" || key == "unspsccode") {
