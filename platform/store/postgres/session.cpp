@@ -137,10 +137,6 @@ CachedStatementPtr PostgresSession::translate_anew(const dialect::LexedStatement
   if (translation.kind == dialect::StatementKind::query)
     statement->layout = std::make_shared<const RowLayout>(translation.result, translation.table);
   if (translation.identified) statement->key_types = key_types_of(*tables_.find(translation.table));
-  if (translation.kind == dialect::StatementKind::remove) {
-    const TableInfo* const table = tables_.find(translation.table);
-    statement->waits_for_its_like = table != nullptr && table->key.empty();
-  }
   if (translation.kind != dialect::StatementKind::definition)
     statements_.insert(statement, lexed, identified, for_these_literals || translation.depends_on_literals, used);
   return statement;
@@ -288,12 +284,6 @@ void PostgresSession::send_command(CachedStatement& statement, const SentValues&
     before("SAVEPOINT mercato");
   }
   const int last_of_transaction = commands_before;
-  if (opened_ && statement.waits_for_its_like) {
-    std::string whole = statement.translation.common.statements.front();
-    for (const std::optional<std::string>& value : values) (whole += '\n') += value.value_or("");
-    connection_.send("SELECT pg_advisory_xact_lock(hashtextextended($1, 0))", {whole});
-    ++commands_before;
-  }
   const bool prepares = statement.name.empty();
   std::string name = prepares ? "m" + std::to_string(++prepared_) : statement.name;
   if (prepares) {
@@ -325,8 +315,7 @@ ResultHandle PostgresSession::change(CachedStatement& statement, const SentValue
     end_command();
     if (mode_ == Mode::run) unflushed_ = true;
     // No lock is kept for nothing: a transaction may stay open for as long as its object lives.
-    const bool is_for_nothing = number_of(PQcmdTuples(changed.get())) == 0 && !statement.waits_for_its_like;
-    if (opened_ && is_for_nothing) undo_command();
+    if (opened_ && number_of(PQcmdTuples(changed.get())) == 0) undo_command();
     return changed;
   } catch (const Raised& failed) {
     note_lost_connection(failed);

@@ -6,9 +6,7 @@
 // Writing: single statements commit one by one and are durable when they return. In a transaction the server begins at
 // the first write; what is read before sees each what is committed, as it would inside. From there each statement has a
 // savepoint, sent with it, to which a failure goes back. A first write that changed nothing ends the transaction again,
-// so that no lock is kept for nothing. Only a DELETE from a table without a key keeps it: nothing there keeps doubles off
-// of what is written instead, so of two transactions that begin with the same one the second waits, and deletes what the
-// first has written. In a run each statement commits without being flushed; `end_run` flushes once.
+// so that no lock is kept for nothing. In a run each statement commits without being flushed; `end_run` flushes once.
 #pragma once
 
 #include <cstdint>
@@ -41,7 +39,6 @@ struct CachedStatement : ShapedStatement {
   Translation translation;
   RowLayoutPtr layout;
   std::vector<ColumnType> key_types;  // of a table whose rows are told apart by a key
-  bool waits_for_its_like = false;    // a DELETE from a table without a key
   std::string name;
   std::shared_ptr<std::vector<std::string>> dropped;  // where the name goes when nobody needs it any longer
 };

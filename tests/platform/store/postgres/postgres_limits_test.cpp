@@ -176,40 +176,6 @@ TEST_F(PostgresLimits, OfTwoTransactionsThatWaitForEachOtherOneIsUndoneAndTheOth
   EXPECT_EQ(values(), "4,4");
 }
 
-// A table without a key would take the rows of both.
-TEST_F(PostgresLimits, OfTwoTransactionsThatReplaceTheSameRowsTheSecondDeletesWhatTheFirstHasWritten) {
-  run(*session_, "DELETE FROM MANY");
-  const auto other = open();
-  const auto replace = [](Session& session, int number) {
-    session.start_transaction();
-    run(session, "DELETE FROM MANY WHERE N = " + std::to_string(number));
-    run(session, "INSERT INTO MANY (N) VALUES (" + std::to_string(number) + ")");
-  };
-  replace(*session_, 1);
-  replace(*other, 2);  // others wait for nobody
-  other->commit();
-  std::thread second([&] {
-    replace(*other, 1);
-    other->commit();
-  });
-  EXPECT_TRUE(comes_true([&] { return count_of("wait_event = 'advisory'") == "1"; }));
-  session_->commit();
-  second.join();
-  EXPECT_EQ(as_owner("SELECT string_agg(\"N\"::text, ',' ORDER BY \"N\") FROM \"MANY\""), "1,2");
-}
-
-TEST_F(PostgresLimits, ATransactionThatCannotReplaceRowsInTimeIsNotBegun) {
-  const auto other = driver_for(store() + ";Lock Timeout=100").open(store() + ";Lock Timeout=100");
-  session_->start_transaction();
-  run(*session_, "DELETE FROM MANY WHERE N = -1");
-  other->start_transaction();
-  EXPECT_EQ(failure_of([&] { run(*other, "DELETE FROM MANY WHERE N = -1"); }).Number, kStoreFailure);
-  run(*other, "DELETE FROM MANY WHERE N = 7");
-  other->commit();
-  session_->commit();
-  EXPECT_EQ(as_owner("SELECT count(*) FROM \"MANY\""), "2999");
-}
-
 TEST_F(PostgresLimits, AStatementThatTheServersOwnerEndsSaysSo) {
   RaisedError failure;
   std::thread running([&] { failure = failure_of([&] { run(*session_, kEndless).cursor->next(); }); });
