@@ -489,7 +489,7 @@ TEST_F(Failures, OfAStoreThatIsHeldOrIsNoneOfOursAreToldInWordsOfTheUser) {
   const std::string no_store = "mercato: 'other.db' is not a store. Correct Data Source.\n";
   const std::string too_new =
       "mercato: The store 'newer.db' was written by a newer version of this program (store version 99, this one knows "
-      "2). Use the newer version.\n";
+      "3). Use the newer version.\n";
   const std::vector<Failure> table = {
       {{"product", "disable", "1", "--store", locked}, "mercato: " + held + "repeat the command.\n", 4},
       {{"upload", "records.xml", "--store", locked}, "mercato: " + held + "repeat the command.\n", 4},
