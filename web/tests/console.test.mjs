@@ -154,7 +154,10 @@ test('KeysReachEveryViewAndTheFocusIsAlwaysSeen', async () => {
     await page.keyboard.press('g');
     await page.keyboard.press(letter);
     await page.waitForFunction((there) => location.hash === there && document.querySelector('h1'), hash);
-    await page.waitForLoadState('networkidle');
+    // The view is there whole, and has taken the focus.
+    await page.waitForFunction(
+      () => document.activeElement !== document.body && [...document.querySelectorAll('main *')].every((each) => !each.loading),
+    );
     const reached = new Set();
     for (let i = 0; i < 16; ++i) {
       await page.keyboard.press('Tab');
