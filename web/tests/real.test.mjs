@@ -252,7 +252,12 @@ describe('The console and its host', () => {
           await page.locator('[role=tree]').evaluate((element) => (element.scrollTop += 300));
           await page.waitForTimeout(50);
         }
-        await (level + 1 < way.length ? branch.locator('.twig') : branch).click();
+        if (level + 1 === way.length) {
+          await branch.click();
+          break;
+        }
+        await branch.locator('.twig').click();
+        await page.waitForSelector(`.branch[aria-level="${level + 2}"]`); // its children have come
       }
       await page.waitForSelector('.detail table');
       assert.equal(await text('.detail h2'), way.at(-1));
