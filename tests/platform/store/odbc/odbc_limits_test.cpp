@@ -14,20 +14,12 @@ namespace {
 using namespace error_number;
 using postgres::test::comes_true;
 
-class OdbcDriverLimits : public OdbcServerTest {
+class OdbcDriverLimits : public OdbcSessionTest {
  protected:
   void SetUp() override {
-    OdbcServerTest::SetUp();
-    if (IsSkipped()) return;
-    session_ = open();
-    run(*session_, "CREATE TABLE T (ID int NOT NULL PRIMARY KEY)");
-    as_owner("INSERT INTO \"T\" SELECT generate_series(1001, 4000)");
+    OdbcSessionTest::SetUp();
+    if (!IsSkipped()) as_owner("INSERT INTO \"T\" SELECT generate_series(1001, 4000)");
   }
-  void TearDown() override {
-    session_.reset();
-    OdbcServerTest::TearDown();
-  }
-
   static constexpr const char* kEndless = "SELECT COUNT(*) FROM T A, T B, T C WHERE A.ID + B.ID + C.ID = 0";
   RaisedError failure_of_endless() {
     return failure_of([&] { run(*session_, kEndless).cursor->next(); });
@@ -36,8 +28,6 @@ class OdbcDriverLimits : public OdbcServerTest {
   bool server_is_idle() const {
     return comes_true([&] { return count_of("state = 'active'") == "0"; });
   }
-
-  std::unique_ptr<Session> session_;
 };
 
 TEST_F(OdbcDriverLimits, TheCallLimitEndsTheStatementOnTheServerToTheTenth) {

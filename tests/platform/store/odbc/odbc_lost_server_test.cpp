@@ -10,19 +10,8 @@ namespace {
 
 using namespace error_number;
 
-class OdbcDriverLosesItsServer : public OdbcServerTest {
+class OdbcDriverLosesItsServer : public OdbcSessionTest {
  protected:
-  void SetUp() override {
-    OdbcServerTest::SetUp();
-    if (IsSkipped()) return;
-    session_ = open();
-    run(*session_, "CREATE TABLE T (ID int NOT NULL PRIMARY KEY)");
-  }
-  void TearDown() override {
-    session_.reset();
-    OdbcServerTest::TearDown();
-  }
-
   std::string server() const { return "The server '" + cluster().folder() + "' (database '" + database() + "')"; }
   // What the server says at its end, its driver does not pass on in the same words every time.
   void expect_ended(const RaisedError& failure) const {
@@ -38,8 +27,6 @@ class OdbcDriverLosesItsServer : public OdbcServerTest {
   }
   std::string stands() const { return as_owner("SELECT string_agg(\"ID\"::text, ',' ORDER BY \"ID\") FROM \"T\""); }
   Variant pooled_count() const { return query_one(*acquire_session(store()).get(), "SELECT COUNT(*) FROM T"); }
-
-  std::unique_ptr<Session> session_;
 };
 
 TEST_F(OdbcDriverLosesItsServer, AndASessionThatNobodyUsedIsNotGivenToTheNextCaller) {

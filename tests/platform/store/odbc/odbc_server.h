@@ -30,4 +30,21 @@ class OdbcServerTest : public postgres::test::OwnClusterTest {
   std::unique_ptr<Session> open() const { return open_store(store()); }
 };
 
+// A session, and a table of numbers.
+class OdbcSessionTest : public OdbcServerTest {
+ protected:
+  void SetUp() override {
+    OdbcServerTest::SetUp();
+    if (IsSkipped()) return;
+    session_ = open();
+    run(*session_, "CREATE TABLE T (ID int NOT NULL PRIMARY KEY)");
+  }
+  void TearDown() override {
+    session_.reset();
+    OdbcServerTest::TearDown();
+  }
+
+  std::unique_ptr<Session> session_;
+};
+
 }  // namespace mercato::store::odbc::test
